@@ -1,0 +1,454 @@
+#pragma once
+
+#include "linkage/core/managerstate.h"
+#include "linkage/core/mutex.h"
+#include "linkage/export.h"
+#include "platform/services/connections.h"
+#include "platform/services/tradeclient.h"
+#include "platform/utils/bsonalias.h"
+#include "platform/utils/singleton.h"
+
+#include <QDateTime>
+#include <QList>
+#include <QObject>
+#include <QString>
+
+#include <boost/enable_shared_from_this.hpp>
+#include <boost/function.hpp>
+#include <boost/shared_ptr.hpp>
+#include <boost/signals2/signal.hpp>
+
+#include <cstdint>
+#include <list>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace vexservice {
+class CAccountData;
+}
+
+namespace TC {
+
+class CLedger;
+class CDoor;
+class CInbox;
+class CFileSaver;
+class CPeriodCurves;
+class CServerHistory;
+struct AsyncState;
+struct BalancePlan;
+struct BalanceState;
+struct HistoryState;
+struct ImportReport;
+struct PeriodPoint;
+template <class T>
+class CPublished;
+
+/// Follows, per account and strategy, every order, deal, algorithmic task and
+/// position that the trade data center reports; derives statistics from them; and
+/// balances strategies.
+///
+/// Life: `utils::CSingletonT<CLinkageManager>::instance()` makes it (its files are
+/// read then), `init()` connects it to the client, `release()` takes it down and
+/// returns when none of its handlers runs and every save asked for is on disk.
+///
+/// Threads: every public operation may be called from any thread. Unless it says
+/// otherwise it takes the manager's one recursive lock for its whole run and returns
+/// copies. What arrives from the client's services is posted to the strand "linkage"
+/// and handled there, one report at a time, in the order of arrival.
+///
+/// Failure: nothing throws. What cannot be done is logged and left undone.
+class LINKAGE_EXPORT CLinkageManager : public QObject,
+                                       public boost::enable_shared_from_this<CLinkageManager> {
+    Q_OBJECT
+
+public:
+    // ------------------------------------------------------------------ life
+    // linkage/core/lifecycle.cpp
+
+    /// Connects the manager to the client's services, requests tasks and accounts and
+    /// starts the calculators. A second call does nothing.
+    void init();
+
+    /// Called by release(): shuts the door to late callbacks, waits for handlers on
+    /// other threads and finishes saves. Inside a handler it does not wait; the
+    /// manager then goes when that handler has ended.
+    void retire();
+
+    /// Waits until every save asked for so far is on disk (or has failed).
+    void finishSaves();
+
+    /// Everything the manager holds, in documented form. For diagnosis and tests.
+    ManagerState state() const;
+
+    // ------------------------------------------------------ account registry
+    // linkage/core/accountregistry.cpp; before init() requests do nothing
+
+    /// Requests every account that the data center knows. Takes no lock.
+    void requestAccounts();
+
+    /// Requests one account; nothing happens when the data center does not know it.
+    /// Takes no lock.
+    void requestAccount(const std::string& accountKey);
+
+    // ----------------------------------------------------------- calculators
+    // linkage/stats/calculators.cpp, linkage/stats/periodcurves.cpp
+
+    /// The two switches of the period calculation, which runs every 10 s while at
+    /// least one of them is on. Stopping takes effect at its next run.
+    void startProfitCalculator();
+    void stopProfitCalculator();
+    void startBalanceCalculator();
+    void stopBalanceCalculator();
+
+    /// Revalues the history store at the newest prices and writes the totals of each
+    /// history key into its statistics record. Subscribes to the prices of its stocks.
+    void historyStatCalculator();
+
+    /// The curve of one strategy of one account over the day: minute of the day to
+    /// the figures at the end of that minute, summed over its stocks; from the first
+    /// deal to the running minute. Empty before the period calculation has run.
+    std::map<int, PeriodPoint> getPeriodCurve(const std::string& accountKey,
+                                              const std::string& strategy) const;
+
+    // --------------------------------------------------------------- queries
+    // linkage/stats/queries.cpp, linkage/stats/totals.cpp
+    // A day is the local midnight of a trade date in seconds since the epoch.
+
+    /// The current trade date, "yyyyMMdd". Never waits for the manager's lock.
+    std::string getTradeDate() const;
+
+    /// Stock keys with orders or deals today. Makes today's entries when missing.
+    std::set<std::string> getStocks();
+
+    /// Every strategy seen so far.
+    std::set<std::string> getStrategys() const;
+
+    /// How many orders or tasks of a strategy are running; the strategy "" counts
+    /// those of the whole account. Unknown ones count 0.
+    int getRunningOrders(const std::string& accountKey, const std::string& strategy) const;
+    int getRunningTasks(const std::string& accountKey, const std::string& strategy) const;
+
+    /// The same for orders and tasks that balance history.
+    int getHistoryRunningOrders(const std::string& accountKey, const std::string& strategy) const;
+    int getHistoryRunningTasks(const std::string& accountKey, const std::string& strategy) const;
+
+    /// Traded figures by stock key. The records are those that intake goes on
+    /// updating. Never waits for the manager's lock.
+    std::map<std::string, boost::shared_ptr<LinkagePeriodExtData>> getTradeStatDatas(
+        const std::string& accountKey, const std::string& strategy) const;
+
+    /// The same for several accounts and one strategy at once, by account key.
+    void getTradeStatDatas(
+        const std::list<std::string>& accountKeys, const std::string& strategy,
+        std::map<std::string, std::map<std::string, boost::shared_ptr<LinkagePeriodExtData>>>& out)
+        const;
+
+    /// The history store: statistics by history key, and by stock key the records of
+    /// one history key.
+    std::map<std::string, TradeStatData> getHistoryStatData() const;
+    std::map<std::string, boost::shared_ptr<LinkagePeriodExtData>> getHistoryLinkageData(
+        const std::string& historyKey) const;
+
+    /// Orders, deals or tasks of one stock, by account key and record key, for those
+    /// of the given accounts that have any.
+    std::map<std::string, std::map<unsigned long long, boost::shared_ptr<vexservice::COrderDetail>>>
+    getOrderDetails(int day, const std::string& stockKey,
+                    const std::set<std::string>& accountKeys) const;
+    std::map<std::string, std::map<unsigned long long, boost::shared_ptr<vexservice::CDealDetail>>>
+    getDealDetails(int day, const std::string& stockKey,
+                   const std::set<std::string>& accountKeys) const;
+    std::map<std::string, std::map<unsigned long long, boost::shared_ptr<vexservice::CTaskDetail>>>
+    getTaskDetails(const std::string& stockKey, const std::set<std::string>& accountKeys) const;
+
+    /// Bought and sold volume (shares) or amount (yuan) of the given accounts in one
+    /// stock on one day, from the deals.
+    std::pair<int, int> getBuySellVolumes(int day, const std::string& stockKey,
+                                          const std::set<std::string>& accountKeys) const;
+    std::pair<double, double> getBuySellAmounts(int day, const std::string& stockKey,
+                                                const std::set<std::string>& accountKeys) const;
+
+    /// The followed accounts in key order.
+    std::vector<boost::shared_ptr<vexservice::CAccountInfo>> getAccounts() const;
+
+    /// Of the given account IDs, those that are followed: their account keys are
+    /// added to `accountKeys`. True when every ID was found.
+    bool getAccounts(const QList<QString>& accountIds, std::set<std::string>& accountKeys) const;
+
+    /// Account IDs of futures accounts (kind 1) or of all others, in key order.
+    std::list<std::string> getAccountIds(int kind) const;
+
+    /// By day: profit (yuan), or position value (yuan), or bought and sold amount
+    /// (yuan), summed over the selected accounts, strategies and stock keys. An empty
+    /// set selects all: for strategies, the account-wide figures. Today comes from the
+    /// traded figures (effective figures for amounts), earlier days from the deals
+    /// (amounts only); `todayOnly` leaves earlier days out.
+    std::map<int, double> getTotalProfits(const std::set<std::string>& accountKeys,
+                                          const std::set<std::string>& strategies,
+                                          const std::set<std::string>& stockKeys,
+                                          bool todayOnly) const;
+    std::map<int, double> getTotalBalances(const std::set<std::string>& accountKeys,
+                                           const std::set<std::string>& strategies,
+                                           const std::set<std::string>& stockKeys,
+                                           bool todayOnly) const;
+    std::map<int, std::pair<double, double>> getTotalBuySellAmounts(
+        const std::set<std::string>& accountKeys, const std::set<std::string>& strategies,
+        const std::set<std::string>& stockKeys, bool todayOnly) const;
+
+    /// The largest relative distance of a deal price, or order price, from the
+    /// reference price over the selected accounts and stocks (a fraction; an empty set
+    /// selects all; 0 when there is none).
+    double getDealAmplitude(const std::set<std::string>& accountKeys,
+                            const std::set<std::string>& stockKeys) const;
+    double getOrderAmplitude(const std::set<std::string>& accountKeys,
+                             const std::set<std::string>& stockKeys) const;
+
+    /// Open lots of all accounts of a strategy at the price level that `price` and
+    /// `tick` give.
+    int getOrderNumberByPrice(const QString& strategy, double price, double tick) const;
+
+    /// Positions in one stock, of the given accounts (none: of all followed): account
+    /// IDs, volumes held and volumes available, side by side, in account key order.
+    void getPositionNumber(const QString& stockKey, QList<QString>& accountIds,
+                           QList<int>& volumes, QList<int>& availables,
+                           const QList<QString>& accountKeys) const;
+
+    /// Shares that a task has traded of one stock so far. Takes no lock.
+    int getTaskItemFinishNumber(const boost::shared_ptr<vexservice::CTaskDetail>& task,
+                                const std::string& stockKey) const;
+
+    // ------------------------------------------------------------- balancing
+    // linkage/balance/balanceschedule.cpp, linkage/balance/autobalance.cpp
+
+    /// The table of balance times: key (account, ":", strategy) to "hhmmss". Each
+    /// change is saved. These never wait for the manager's lock.
+    void addBalanceTime(const std::string& key, const std::string& time);
+    bool deleteBalanceTime(const std::string& key);
+    std::map<std::string, std::string> getBalanceTime() const;
+
+    /// Asks for a balance of a pair, which starts in 5 s. False when one is pending.
+    bool runAutoBalance(const std::string& accountkey, const std::string& strategy);
+
+    /// Starts a balance now: records it as pending, cancels what runs of the pair and
+    /// arms the watchdog; or balances at once when nothing runs.
+    void runAutoBalanceTimer(const std::string& accountkey, const std::string& strategy);
+
+    /// Sends a pending balance if nothing of the pair runs any more, or 30 s after its
+    /// start.
+    void tryAutoBalance(const std::string& accountkey, const std::string& strategy);
+
+    /// Cancel what runs of a pair; false when the pair was never seen.
+    bool cancelAllOrders(const std::string& accountkey, const std::string& strategy);
+    bool cancelAllTasks(const std::string& accountkey, const std::string& strategy);
+
+    /// Emits sigCancelTask. Takes no lock.
+    void cancelTask(int number, const QString& text);
+
+    // linkage/balance/balancepreview.cpp
+
+    /// What balancing would send now: per stock the order, or the reason why there is
+    /// none. `grouped` previews the form that sends one command for all stocks.
+    BalancePlan previewBalance(const std::string& accountkey, const std::string& strategy,
+                               bool grouped = false) const;
+    BalancePlan previewHistoryBalance(const std::string& accountkey, const std::string& strategy,
+                                      bool grouped = false) const;
+
+    // linkage/balance/historybalance.cpp
+
+    /// Balances what the history store holds of a pair: one command per stock, or one
+    /// command for all stocks.
+    void doHistoryBalanceBySignalTask(const std::string& accountkey, const std::string& strategy);
+    void doHistoryBalance(const std::string& accountkey, const std::string& strategy);
+
+    /// Copies the statistics record of a history key; false, and `out` unchanged, when
+    /// there is none. Never waits for the manager's lock.
+    bool historyBalance(const std::string& key, TradeStatData& out) const;
+
+    // linkage/balance/ordergeneration.cpp
+
+    /// An order's main values as the JSON text of a trade parameter. Takes no lock.
+    std::string genTradeParam(const QString& stockcode, int pricetype, double price, int vol) const;
+
+    // --------------------------------------------------------- history store
+    // linkage/store/historystore.cpp
+
+    /// Merges a pair's statistics, or today's unequal stocks of a pair, into the
+    /// history store. Writes no file.
+    void addHistoryStat(const std::string& key, TradeStatData stat);
+    void addHistoryLinkdata(const std::string& accountKey, const std::string& strategy);
+
+    void setHistoryStatDataId(const std::string& key, int id);
+
+    /// Whether a history key was already taken into the day's history.
+    bool isAlreadyAdd(const std::string& key) const;
+
+    /// Removes pairs with equal totals, one stock of a pair, or everything. The files
+    /// follow.
+    void deleteHistoryAlreadyBalancedata();
+    void deleteHistoryLinkageData(const std::string& key, const std::string& stock);
+    void deleteAllHisTorydata();
+
+    // linkage/store/savefiles.cpp
+
+    /// Ask for the files to be rewritten, on a thread of their own: all three, or the
+    /// statistics with the balance times.
+    void writedata(bool withTime);
+    void writeBlanaceTime();
+
+    // -------------------------------------------- server history and import
+    // linkage/store/serverhistory.cpp, linkage/store/importrecords.cpp
+
+    /// Ask the trading server for an account's deals, or orders, of some past days
+    /// ("yyyyMMdd", first and last). sigHistoryDealsDone or sigHistoryOrdersDone ends
+    /// each day, whether it was answered, refused or lost.
+    void requestAccountDeals(const std::string& accountKey, const std::string& firstDay,
+                             const std::string& lastDay);
+    void requestAccountOrders(const std::string& accountKey, const std::string& firstDay,
+                              const std::string& lastDay);
+
+    /// What is filed of an account under a day, by record key.
+    std::map<unsigned long long, boost::shared_ptr<vexservice::CDealDetail>> getAccountDeals(
+        const std::string& accountKey, int day) const;
+    std::map<unsigned long long, boost::shared_ptr<vexservice::COrderDetail>> getAccountOrders(
+        const std::string& accountKey, int day) const;
+
+    /// Imports a statement file (workbook, CSV or tab-separated text); asks for one
+    /// with a file dialog when the path is empty (then on the GUI thread only).
+    ImportReport importData(const QString& path = QString());
+
+    // --------------------------------------------------------------- signals
+
+    /// A new trade date was loaded.
+    boost::signals2::signal<void(const std::string&)> m_sigNewTradingDay;
+    /// The profit of a strategy (account key, strategy, yuan) after a pass that
+    /// revalued it. Raised without the manager's lock.
+    boost::signals2::signal<void(const std::string&, const std::string&, double)> sigProfitChanged;
+    /// A stock, a strategy, or any figure is new. Raised under the manager's lock,
+    /// but for the calculator's data-changed.
+    boost::signals2::signal<void()> sigStocksChanged;
+    boost::signals2::signal<void()> sigStrategysChanged;
+    boost::signals2::signal<void()> sigStatDataChanged;
+    /// The whole history store was deleted. Raised under the manager's lock.
+    boost::signals2::signal<void()> sigHistoryCleared;
+
+Q_SIGNALS:
+    void sigCancelTask(int number, const QString& text);
+    void sigHistoryDealsDone(const QDateTime& day, std::string accountKey);
+    void sigHistoryOrdersDone(const QDateTime& day, std::string accountKey);
+
+protected Q_SLOTS:
+    void slotNewTradingDate(std::string date);
+    void slotProxyLoginStatus(TC::EProxyConnectionStatus status, QString text);
+    void slotRefreshAccount(const vexservice::CAccountInfo& accountInfo);
+
+protected:
+    friend class utils::CSingletonT<CLinkageManager>;
+    /// The replay command calls the protected operations that its format names.
+    friend struct ManagerAccess;
+
+    CLinkageManager();
+    ~CLinkageManager() override;
+
+    // life: linkage/core/lifecycle.cpp
+    /// The one way onto the strand: runs `work` there if the manager still lives.
+    void post(boost::function<void()> work);
+    /// Wraps a callback of a client's service or a timer: it runs only while the
+    /// manager lives, and release() waits for it.
+    template <class F>
+    auto guarded(F work) const;
+
+    // account registry: linkage/core/accountregistry.cpp
+    void doRequestAccounts();
+    void doRequestAccount(const boost::shared_ptr<vexservice::CAccountData>& accountData);
+    void removeAccountDatas(const std::string& accountKey);
+    void doNewTradingDay(const std::string& date);
+
+    // intake: linkage/core/orderintake.cpp, dealintake.cpp, taskintake.cpp, priceintake.cpp
+    void onOrderDetail(const std::string& accountKey,
+                       const boost::shared_ptr<vexservice::IData>& data);
+    void doOrderDetail(const std::string& accountKey,
+                       const boost::shared_ptr<vexservice::COrderDetail>& order);
+    void onDealDetail(const std::string& accountKey,
+                      const boost::shared_ptr<vexservice::IData>& data);
+    void doDealDetail(const std::string& accountKey,
+                      const boost::shared_ptr<vexservice::CDealDetail>& deal);
+    void onTaskDetail(const boost::shared_ptr<vexservice::IData>& data);
+    void doTaskDetail(const boost::shared_ptr<vexservice::CTaskDetail>& task);
+    void doRequestTask();
+    void onPositionStat(const std::string& accountKey,
+                        const boost::shared_ptr<vexservice::IData>& data);
+    void doPositionStat(const std::string& accountKey,
+                        const boost::shared_ptr<vexservice::CPositionStatics>& position);
+    void onPriceData(const std::string& stockKey,
+                     const boost::shared_ptr<vexservice::CPriceData>& price);
+
+    // position merging: linkage/stats/positionmerge.cpp
+    boost::shared_ptr<vexservice::CPositionStatics> tryMergePosition(
+        const boost::shared_ptr<vexservice::CPositionStatics>& position);
+
+    // calculators: linkage/stats/calculators.cpp, linkage/stats/periodcurves.cpp
+    void runStatCalculator();
+    void runHistoryStatCalculator();
+    void runExtCalculator();
+    void requestQuote();
+    /// Opens the price subscription of a stock unless there is one.
+    void requestPrice(const std::string& stockKey) REQUIRES(m_mutex);
+
+    // balancing: linkage/balance/
+    void onAutoBalanceTimer();
+    void onCancelServerTask(const utils::VexError& error, bson::BSONObj result,
+                            const boost::shared_ptr<vexservice::CTaskDetail>& task);
+    void doStockBalanceBySignalTask(const std::string& accountkey, const std::string& strategy);
+    void doStockBalance(const std::string& accountkey, const std::string& strategy);
+
+    // files: linkage/store/savefiles.cpp, linkage/store/loadfiles.cpp
+    void readFromFile();
+    /// The rows of each file as they stand now; also sets the write stamp.
+    std::map<std::string, std::string> writeToFile(bool withTime) REQUIRES(m_mutex);
+    std::map<std::string, std::string> writeBlanaceTimeToFile() REQUIRES(m_mutex);
+    bool isCanWriteToFile(const std::string& historyKey, const std::string& tradeKey) const;
+
+    // history of the server: linkage/store/serverhistory.cpp, linkage/store/historyintake.cpp
+    void doHistoryOrder(const boost::shared_ptr<vexservice::COrderDetail>& order,
+                        const std::string& accountKey, bool stockIsNew, bool recordIsNew,
+                        bool running) REQUIRES(m_mutex);
+    void doHistoryTask(const boost::shared_ptr<vexservice::CTaskDetail>& task,
+                       const std::string& accountKey, std::uint64_t recordKey, bool running)
+        REQUIRES(m_mutex);
+    void doHistoryDeal(const boost::shared_ptr<vexservice::CDealDetail>& deal,
+                       const boost::shared_ptr<vexservice::CAccountData>& accountData,
+                       const std::string& historyKey, const std::string& stockKey,
+                       const std::string& accountKey, bool stockIsNew, bool buys,
+                       double commission) REQUIRES(m_mutex);
+
+    mutable CRecursiveMutex m_mutex;
+    bool m_bInited GUARDED_BY(m_mutex) = false;
+    bool m_bClientType3 = false;  ///< constant from construction on
+
+    boost::shared_ptr<CDoor> m_pDoor;
+    std::unique_ptr<CPublished<std::string>> m_pTradeDate;  ///< lock of its own
+    std::string m_strUserData GUARDED_BY(m_mutex);
+
+    std::unique_ptr<AsyncState> m_pAsync;      ///< strand, timers, connections, inbox
+    std::unique_ptr<CLedger> m_pLedger;        ///< orders, deals and all figures of them
+    std::unique_ptr<CPeriodCurves> m_pCurves;  ///< minute bars and curves
+    std::unique_ptr<BalanceState> m_pBalance;  ///< pending balances, balance times
+    std::unique_ptr<HistoryState> m_pHistory;  ///< the history store and its files' state
+    std::unique_ptr<CServerHistory> m_pServerHistory;
+    std::unique_ptr<CFileSaver> m_pSaver;
+};
+
+// linkage/stats/statustexts.cpp
+
+/// Display texts of order status, task status and price type; "未知" for any other code.
+LINKAGE_EXPORT QString getOrderStatusQString(int status);
+LINKAGE_EXPORT QString getTaskStatusQString(int status);
+LINKAGE_EXPORT QString getPriceTypeQString(int priceType);
+
+}  // namespace TC
+
+extern template class LINKAGE_EXPORT utils::CSingletonT<TC::CLinkageManager>;

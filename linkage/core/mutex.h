@@ -1,0 +1,46 @@
+#pragma once
+
+#include <boost/thread/recursive_mutex.hpp>
+
+/// The manager's lock, written so that clang's -Wthread-safety can check who holds it.
+#if defined(__clang__)
+#define LINKAGE_TS(x) __attribute__((x))
+#else
+#define LINKAGE_TS(x)
+#endif
+#define GUARDED_BY(x) LINKAGE_TS(guarded_by(x))
+#define REQUIRES(...) LINKAGE_TS(requires_capability(__VA_ARGS__))
+
+namespace TC {
+
+class LINKAGE_TS(capability("mutex")) CRecursiveMutex {
+public:
+    void lock() LINKAGE_TS(acquire_capability()) { m_mutex.lock(); }
+    void unlock() LINKAGE_TS(release_capability()) { m_mutex.unlock(); }
+
+private:
+    boost::recursive_mutex m_mutex;
+};
+
+/// Holds the lock for a scope; unlock() gives it back early, once.
+class LINKAGE_TS(scoped_lockable) CLock {
+public:
+    explicit CLock(CRecursiveMutex& mutex) LINKAGE_TS(acquire_capability(mutex))
+        : m_pMutex(&mutex) {
+        m_pMutex->lock();
+    }
+    ~CLock() LINKAGE_TS(release_capability()) {
+        if (m_pMutex) m_pMutex->unlock();
+    }
+    void unlock() LINKAGE_TS(release_capability()) {
+        m_pMutex->unlock();
+        m_pMutex = nullptr;
+    }
+    CLock(const CLock&) = delete;
+    CLock& operator=(const CLock&) = delete;
+
+private:
+    CRecursiveMutex* m_pMutex;
+};
+
+}  // namespace TC

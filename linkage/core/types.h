@@ -1,0 +1,115 @@
+#pragma once
+
+#include "linkage/export.h"
+#include "platform/utils/relaxed.h"
+#include "platform/utils/stringmapsum.h"
+
+#include <boost/shared_ptr.hpp>
+
+#include <cstdint>
+#include <string>
+
+/// The records of the linkage library. Volumes are shares, money is yuan.
+namespace TC {
+
+/// The statistics of one account and strategy, as the history store keeps them.
+struct TradeStatData {
+    std::int32_t m_nId = 0;         ///< -1 until the client gives the record one
+    std::string m_strAccountKey;
+    std::string m_strFundAccountId;
+    std::string m_strAccountName;
+    std::string m_strAccountType;
+    std::string m_strBroker;
+    std::string m_strStrategy;
+    std::string m_strAddDate;
+    std::string m_strBalanceTime;
+
+    std::int64_t m_nTotalBuyVolume = 0;
+    std::int64_t m_nTotalSellVolume = 0;
+    double m_dTotalBuyAmount = 0.0;
+    double m_dTotalSellAmount = 0.0;
+    double m_dTotalPositionValue = 0.0;
+};
+
+/// The deals of one minute of one stock, account and strategy.
+struct LinkagePeriodTradeData {
+    std::int64_t m_nBuyVolume = 0;
+    std::int64_t m_nSellVolume = 0;
+    double m_dBuyAmount = 0.0;
+    double m_dSellAmount = 0.0;
+    double m_dCommission = 0.0;
+};
+
+/// What the deals of one stock add up to, and what that is worth now. The
+/// calculators stream over these, so they lie apart from the rest of the record.
+struct DealFigures {
+    utils::CRelaxed<std::int32_t> m_nBuyVolume;
+    utils::CRelaxed<std::int32_t> m_nSellVolume;
+    utils::CRelaxed<double> m_dBuyAmount;
+    utils::CRelaxed<double> m_dSellAmount;
+    utils::CRelaxed<double> m_dCommission;
+    utils::CRelaxed<double> m_dProfit;
+    utils::CRelaxed<double> m_dPositionValue;
+};
+
+/// The traded figures of one stock for one account and strategy.
+///
+/// Always held through a shared pointer, and handed out as the object that intake
+/// goes on updating: whoever keeps it sees later figures.
+///
+/// Threads: written under the manager's lock, read from any thread without it.
+class LINKAGE_EXPORT LinkagePeriodExtData {
+public:
+    /// A record of its own, outside the manager's tables.
+    static boost::shared_ptr<LinkagePeriodExtData> make();
+
+    explicit LinkagePeriodExtData(DealFigures& deals) : m_deals(deals) {}
+    LinkagePeriodExtData(const LinkagePeriodExtData&) = delete;
+    LinkagePeriodExtData& operator=(const LinkagePeriodExtData&) = delete;
+
+    DealFigures& deals() { return m_deals; }
+    const DealFigures& deals() const { return m_deals; }
+
+private:
+    DealFigures& m_deals;
+
+public:
+    /// Set: the deal totals are taken as they stand, also for client type 3.
+    utils::CRelaxed<bool> m_bPlain;
+
+    /// Value of the open net volume at the last minute close that the period
+    /// calculation has seen.
+    utils::CRelaxed<double> m_dCloseValue;
+
+    /// Traded figures of orders, newest report per record key.
+    utils::TStringMapSum<int> m_buyVolumes;
+    utils::TStringMapSum<int> m_sellVolumes;
+    utils::TStringMapSum<double> m_buyAmounts;
+    utils::TStringMapSum<double> m_sellAmounts;
+};
+
+/// The four figures of a record after the effective-figure rule: for client type 3
+/// the sums over orders unless the record is marked plain, otherwise the deal totals.
+struct EffectiveFigures {
+    std::int32_t buyVolume = 0;
+    std::int32_t sellVolume = 0;
+    double buyAmount = 0.0;
+    double sellAmount = 0.0;
+
+    /// Bought less sold, as 32-bit arithmetic has it.
+    std::int32_t net() const {
+        return static_cast<std::int32_t>(static_cast<std::uint32_t>(buyVolume) -
+                                         static_cast<std::uint32_t>(sellVolume));
+    }
+};
+
+inline EffectiveFigures effectiveFigures(const LinkagePeriodExtData& record, bool clientType3) {
+    if (clientType3 && !record.m_bPlain) {
+        return {record.m_buyVolumes.sum(), record.m_sellVolumes.sum(), record.m_buyAmounts.sum(),
+                record.m_sellAmounts.sum()};
+    }
+    const DealFigures& deals = record.deals();
+    return {deals.m_nBuyVolume, deals.m_nSellVolume, deals.m_dBuyAmount, deals.m_dSellAmount};
+}
+
+}  // namespace TC

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "platform/utils/clock.h"
+
+#include <utility>
+
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/io_service.hpp>
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <set>
+#include <thread>
+#include <vector>
+
+namespace paper {
+
+/// The paper client on time that stands still until its owner moves it: for replay
+/// and tests. Everything runs on the owner's thread.
+class CVirtualLoop final : public utils::IClock {
+public:
+    /// Becomes the platform's clock, at `startMicros` since the epoch.
+    explicit CVirtualLoop(std::int64_t startMicros);
+    /// Gives the platform's clock back.
+    ~CVirtualLoop() override;
+
+    boost::asio::io_service& service() { return m_service; }
+
+    /// Further work that must come to rest with the loop (saves); returns whether it
+    /// had anything to do.
+    void setSettle(std::function<bool()> settle) { m_settle = std::move(settle); }
+
+    /// Runs strand handlers, due timers and queued Qt calls until nothing is left.
+    void runToRest();
+
+    /// Moves the clock, stopping at each due time on the way, the last one included.
+    void advanceTo(std::int64_t micros);
+    void advanceSeconds(double seconds);
+
+    std::int64_t nowMicros() const override { return m_now.load(std::memory_order_acquire); }
+    bool isVirtual() const override { return true; }
+    void noteDue(std::int64_t dueMicros) override;
+
+private:
+    bool runOnce();
+
+    std::atomic<std::int64_t> m_now;
+    boost::asio::io_service m_service;
+    boost::asio::executor_work_guard<boost::asio::io_service::executor_type> m_work;
+    std::function<bool()> m_settle;
+    std::mutex m_dueMutex;  ///< timers may be armed on any thread
+    std::set<std::int64_t> m_due;
+};
+
+/// The paper client on the machine's clock, with threads: for programs.
+class CRealLoop {
+public:
+    explicit CRealLoop(int threads = 1);
+    /// Stops and joins the threads; what is queued is dropped.
+    ~CRealLoop();
+
+    boost::asio::io_service& service() { return m_service; }
+
+private:
+    boost::asio::io_service m_service;
+    boost::asio::executor_work_guard<boost::asio::io_service::executor_type> m_work;
+    std::vector<std::thread> m_threads;
+};
+
+}  // namespace paper

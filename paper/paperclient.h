@@ -1,0 +1,156 @@
+#pragma once
+
+#include "platform/records/dealdetail.h"
+#include "platform/records/orderdetail.h"
+#include "platform/records/orderparam.h"
+#include "platform/records/positionstatics.h"
+#include "platform/records/pricedata.h"
+#include "platform/records/ratelimit.h"
+#include "platform/records/taskdetail.h"
+#include "platform/records/taskoprecord.h"
+#include "platform/services/connections.h"
+#include "platform/services/quoteclient.h"
+
+#include <QString>
+
+#include <utility>
+
+#include <boost/asio/io_service.hpp>
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// A client of its own: every service of platform/, in memory, without a broker.
+namespace paper {
+
+struct ClientConfig {
+    int clientType = 1;
+    std::string tradeDate;  ///< "yyyyMMdd"
+    std::string userName = "trader";
+    double limitPercent = 10.0;
+    double limitPercentST = 5.0;
+    bool registRules = false;
+    bool executes = false;  ///< the paper exchange matches; else orders are recorded only
+    bool scheduler = false; ///< balances start at the times of the balance-time table
+    QString dataDir;
+    std::string fileEncoding = "UTF-8";
+};
+
+struct Instrument {
+    std::string market;
+    std::string code;
+    std::string name;
+    double tick = 0.01;
+    double reference = 0.0;
+    double limitUp = 0.0;
+    double limitDown = 0.0;
+    int unit = 100;
+    std::vector<int> types;
+    bool detail = true;
+};
+
+struct Account {
+    std::string key;
+    std::string id;
+    std::string name;
+    int type = 2;
+    std::string broker;
+    bool info = true;
+    std::optional<vexservice::CStkExchangeRateLimit> fee;
+};
+
+/// What the trading server knows of one account and one past day.
+struct ServerDay {
+    std::vector<boost::shared_ptr<vexservice::COrderDetail>> orders;
+    std::vector<boost::shared_ptr<vexservice::CDealDetail>> deals;
+    std::string error;  ///< not empty: the query fails with this text
+    bool lost = false;  ///< the answer never comes
+};
+
+/// Sees what the library asks of the client. Called on the thread that asks; must
+/// not call back into the client.
+class IClientObserver {
+public:
+    virtual ~IClientObserver() = default;
+    virtual void onCancelOrder(const vexservice::COrderDetail& order) = 0;
+    /// `server`: handed to the command center, else to the local task center.
+    virtual void onOperateTask(std::uint64_t taskKey, bool server,
+                               const vexservice::CTaskOpRecord& record) = 0;
+    virtual void onCommand(const vexservice::COrderComandParam& command) = 0;
+};
+
+
+class CInstruments;
+class CDataCenter;
+class CQuotes;
+class CExchange;
+class CUserSettings;
+
+/// Installs itself as every service of the platform while it lives.
+///
+/// Threads: the verbs below may be called from any thread; the library's callbacks run
+/// on the calling thread. Reports of orders and deals that the paper exchange makes are
+/// published on the loop.
+class CPaperClient {
+public:
+    CPaperClient(boost::asio::io_service& service, const ClientConfig& config,
+                 IClientObserver* observer = nullptr);
+    /// Takes all services out of the platform. The manager must be gone by now.
+    ~CPaperClient();
+    CPaperClient(const CPaperClient&) = delete;
+    CPaperClient& operator=(const CPaperClient&) = delete;
+
+    // reference data
+    void setInstrument(const Instrument& instrument);
+    void setAccount(const Account& account);
+    bool hasAccount(const std::string& accountKey) const;
+    /// The account's info record, empty when it has none.
+    boost::shared_ptr<vexservice::CAccountInfo> accountInfo(const std::string& accountKey) const;
+    void setTradeSetting(int block, vexservice::EPriceType priceType, double price);
+
+    // reports, kept by the data center and with `push` sent to its subscribers
+    void report(const std::string& accountKey, boost::shared_ptr<vexservice::COrderDetail> order,
+                bool push = true);
+    void report(const std::string& accountKey, boost::shared_ptr<vexservice::CDealDetail> deal,
+                bool push = true);
+    void report(const std::string& accountKey,
+                boost::shared_ptr<vexservice::CPositionStatics> position, bool push = true);
+    void report(boost::shared_ptr<vexservice::CTaskDetail> task, bool push = true);
+
+    // quotes
+    void setPrice(const std::string& stockKey, boost::shared_ptr<vexservice::CPriceData> price,
+                  bool push = true);
+    void setBars(const std::string& stockKey, const std::string& day,
+                 const std::vector<TC::CMinuteBar>& bars);
+
+    // the trading server's past
+    void setServerHistory(const std::string& accountKey, const std::string& day,
+                          const ServerDay& history);
+
+    // announcements
+    void newTradingDate(const std::string& date, const std::string& signalDate);
+    void login(bool ok, const QString& text);
+    void accountReady(const std::string& accountKey);
+    void userDataChanged();
+
+    // paper exchange only
+    bool executes() const;
+    void send(const std::string& accountKey, const std::string& market, const std::string& code,
+              bool buys, int volume, double price, const std::string& strategy,
+              const std::string& tag);
+    void startTask(const std::string& accountKey, const std::string& market,
+                   const std::string& code, bool buys, int volume, int slices, double seconds,
+                   const std::string& strategy, bool server);
+
+    /// Local midnight etc. follow the platform's clock; the trade date is the client's.
+    std::string tradeDate() const;
+
+private:
+    struct Services;
+    std::unique_ptr<Services> m_pServices;
+};
+
+}  // namespace paper

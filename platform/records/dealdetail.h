@@ -1,0 +1,26 @@
+#pragma once
+
+#include "platform/records/accountinfo.h"
+#include "platform/records/commandrecord.h"
+#include "platform/records/enums.h"
+
+namespace vexservice {
+
+/// One deal (fill).
+struct PLATFORM_EXPORT CDealDetail : INumberedData {
+    EEntrustBS m_eDirection = ENTRUST_BUY;
+    EOffset_Flag_Type m_eOffsetFlag = OFFSET_NONE;
+    int m_nVolume = 0;      ///< shares
+    double m_dPrice = 0.0;  ///< yuan
+    double m_dAmount = 0.0; ///< yuan
+    std::string m_strMarket;
+    std::string m_strCode;
+    std::string m_strTradeDate;  ///< "yyyyMMdd"
+    std::string m_strTradeTime;  ///< "hhmmss"
+    std::string m_strDealID;     ///< the exchange's number of the deal
+    boost::shared_ptr<CAccountInfo> m_pAccountInfo;
+    boost::shared_ptr<CCommandRecord> m_pCommand;  ///< strategy carrier; may be empty
+    bool m_bImported = false;                      ///< read from a statement file
+};
+
+}  // namespace vexservice

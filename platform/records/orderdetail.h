@@ -1,0 +1,39 @@
+#pragma once
+
+#include "platform/records/accountinfo.h"
+#include "platform/records/commandrecord.h"
+#include "platform/records/enums.h"
+
+namespace vexservice {
+
+/// One report of an order. Figures are cumulative: each report replaces the one
+/// before it.
+struct PLATFORM_EXPORT COrderDetail : INumberedData {
+    EEntrustBS m_eDirection = ENTRUST_BUY;
+    EOffset_Flag_Type m_eOffsetFlag = OFFSET_NONE;
+    EEntrustStatus m_eStatus = STATUS_UNREPORTED;
+    int m_nVolume = 0;           ///< ordered, in shares
+    int m_nTradedVolume = 0;     ///< traded so far, in shares
+    double m_dPrice = 0.0;       ///< order price, yuan
+    double m_dTradedAmount = 0;  ///< traded so far, yuan
+    std::string m_strMarket;
+    std::string m_strCode;
+    std::string m_strTradeDate;  ///< "yyyyMMdd"
+    std::string m_strSysID;      ///< the exchange's number of the order
+    boost::shared_ptr<CAccountInfo> m_pAccountInfo;
+    boost::shared_ptr<CCommandRecord> m_pCommand;  ///< strategy carrier; may be empty
+    bool m_bImported = false;                      ///< read from a statement file
+};
+
+/// Rules of orders.
+struct PLATFORM_EXPORT COrderDetailHelper {
+    static bool isRunning(EEntrustStatus status) { return isRunningStatus(status); }
+
+    /// Commission of a deal in yuan under the given fee limits (see
+    /// CStkExchangeRateLimit); 0 without limits or deal.
+    static double calcDealCommission(
+        const boost::shared_ptr<struct CStkExchangeRateLimit>& limits,
+        const boost::shared_ptr<struct CDealDetail>& deal);
+};
+
+}  // namespace vexservice

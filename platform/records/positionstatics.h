@@ -1,0 +1,18 @@
+#pragma once
+
+#include "platform/records/accountinfo.h"
+
+namespace vexservice {
+
+/// One report of a position: today's or yesterday's lots of one stock, on one
+/// shareholder account.
+struct PLATFORM_EXPORT CPositionStatics : INumberedData {
+    std::string m_strMarket;
+    std::string m_strCode;
+    int m_nVolume = 0;          ///< shares held
+    int m_nAvailable = 0;       ///< shares that may be sold today
+    double m_dCost = 0.0;       ///< cost price per share, yuan
+    boost::shared_ptr<CAccountInfo> m_pAccountInfo;
+};
+
+}  // namespace vexservice

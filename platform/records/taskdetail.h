@@ -1,0 +1,33 @@
+#pragma once
+
+#include "platform/records/accountinfo.h"
+#include "platform/records/commandrecord.h"
+#include "platform/records/enums.h"
+
+#include <vector>
+
+namespace vexservice {
+
+/// What an algorithmic task trades of one stock.
+struct CTaskItem {
+    std::string m_strMarket;
+    std::string m_strCode;
+    boost::shared_ptr<CAccountInfo> m_pAccountInfo;
+    int m_nVolume = 0;        ///< wanted, in shares
+    int m_nTradedVolume = 0;  ///< traded so far, in shares
+};
+
+/// One report of an algorithmic task, possibly over several stocks.
+struct PLATFORM_EXPORT CTaskDetail : INumberedData {
+    ETaskStatus m_eStatus = TASK_RUNNING;
+    bool m_bServerTask = true;  ///< runs on the trading server, else in the client
+    std::vector<boost::shared_ptr<CTaskItem>> m_items;
+    boost::shared_ptr<CCommandRecord> m_pCommand;  ///< may be empty
+};
+
+struct PLATFORM_EXPORT CTaskHelper {
+    /// The key by which the server knows a task; "" for none.
+    static std::string genServerTaskKey(const boost::shared_ptr<CTaskDetail>& task);
+};
+
+}  // namespace vexservice

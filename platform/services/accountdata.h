@@ -1,0 +1,22 @@
+#pragma once
+
+#include "platform/records/accountinfo.h"
+
+#include <vector>
+
+namespace vexservice {
+
+/// The data center's data of one account.
+///
+/// Threads: any; each call is a consistent picture of its own.
+class PLATFORM_EXPORT CAccountData : public IData {
+public:
+    /// May be empty while the account's data is not loaded.
+    virtual boost::shared_ptr<CAccountInfo> getAccountInfo() const = 0;
+
+    /// Appends the newest report of each record of one EDataType, in the order in
+    /// which the records first appeared. Unknown types give nothing.
+    virtual void getVector(int type, std::vector<boost::shared_ptr<IData>>& records) const = 0;
+};
+
+}  // namespace vexservice

@@ -1,0 +1,95 @@
+#pragma once
+
+#include "platform/utils/singleton.h"
+
+#include <QString>
+
+#include <boost/signals2/signal.hpp>
+#include <boost/thread/recursive_mutex.hpp>
+
+#include <cstdint>
+#include <string>
+
+namespace TC {
+
+/// Kinds of clients, by number; the linkage library tells kind 3 from the others.
+enum EClientType : int {
+    CLIENT_TYPE_STANDARD = 1,
+    CLIENT_TYPE_3 = 3,
+};
+
+/// Members of the user configuration, by number.
+enum EUserMember : int {
+    USER_NAME = 1,              ///< text: the user's name
+    USER_LIMIT_PERCENT = 86,    ///< number: daily price limit in percent
+    USER_LIMIT_PERCENT_ST = 87, ///< number: the same for stocks under special treatment
+    USER_TRADE_SETTING = 163,   ///< address of the user's CTradeSetting
+};
+
+/// The application's configuration. Threads: any. Constant for the process's life.
+class PLATFORM_EXPORT CAppConfig {
+public:
+    virtual ~CAppConfig() = default;
+    virtual bool isClientType(EClientType type) const = 0;
+    /// Text encoding of the files in the data directory: "UTF-8", or "GBK" to share
+    /// them with installations that use the system page.
+    virtual std::string fileEncoding() const { return "UTF-8"; }
+};
+
+/// The user's configuration. Threads: any.
+class PLATFORM_EXPORT CUserConfig {
+public:
+    virtual ~CUserConfig() = default;
+    virtual QString getUserDataString(EUserMember member) const = 0;
+    virtual double getUserDataDouble(EUserMember member) const = 0;
+    /// The block of a structured member, or null when the user has none.
+    virtual const void* getUserDataAddress(EUserMember member) const = 0;
+
+    /// Raised after any change; connect and disconnect under m_mutex.
+    boost::signals2::signal<void()> m_sigUserDataChanged;
+    boost::recursive_mutex m_mutex;
+};
+
+/// Throws utils::ServiceMissing before a client has installed one.
+PLATFORM_EXPORT CUserConfig* getUserConfig();
+
+/// The time service: what an operation is stamped with.
+class PLATFORM_EXPORT CTimeService {
+public:
+    virtual ~CTimeService() = default;
+    /// Milliseconds since the epoch.
+    virtual std::int64_t currentTime() const = 0;
+};
+
+PLATFORM_EXPORT CTimeService* getTimeService();
+
+/// Where the client keeps its data; no trailing separator.
+class PLATFORM_EXPORT IDataDirectory {
+public:
+    virtual ~IDataDirectory() = default;
+    virtual QString path() const = 0;
+};
+
+PLATFORM_EXPORT QString getDataDir();
+
+}  // namespace TC
+
+namespace marlo {
+
+/// The markets' calendar.
+class PLATFORM_EXPORT IMarketCalendar {
+public:
+    virtual ~IMarketCalendar() = default;
+    /// Last trade date of a market ("SH"): its midnight in milliseconds since the epoch.
+    virtual std::int64_t lastTradeDate(const std::string& market) const = 0;
+};
+
+PLATFORM_EXPORT std::int64_t getMarketLastTradeDate(const std::string& market);
+
+}  // namespace marlo
+
+extern template class PLATFORM_EXPORT utils::CSingletonT<TC::CAppConfig>;
+extern template class PLATFORM_EXPORT utils::CSingletonT<TC::CUserConfig>;
+extern template class PLATFORM_EXPORT utils::CSingletonT<TC::CTimeService>;
+extern template class PLATFORM_EXPORT utils::CSingletonT<TC::IDataDirectory>;
+extern template class PLATFORM_EXPORT utils::CSingletonT<marlo::IMarketCalendar>;

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "platform/records/orderparam.h"
+#include "platform/records/taskoprecord.h"
+#include "platform/utils/bsonalias.h"
+#include "platform/utils/singleton.h"
+#include "platform/utils/vexerror.h"
+
+#include <boost/function.hpp>
+
+namespace TC {
+
+/// Sends commands and operations on server tasks.
+///
+/// Threads: any. Calls return at once; completions come later on a thread of the
+/// command center, if at all. A caller may hold locks.
+class PLATFORM_EXPORT CDovCommandCenter {
+public:
+    virtual ~CDovCommandCenter() = default;
+
+    /// Sends the orders of a command. `completion` may be empty.
+    virtual void createCommand(const boost::shared_ptr<vexservice::COrderComandParam>& command,
+                               const boost::function<void(utils::VexError, int)>& completion,
+                               bool checked, int source) = 0;
+
+    /// Operates a task on the server, named by CTaskHelper::genServerTaskKey.
+    virtual void operateServerTask(
+        const std::string& serverTaskKey, const boost::shared_ptr<vexservice::CTaskOpRecord>& record,
+        const boost::shared_ptr<vexservice::CAccountInfo>& account,
+        const boost::function<void(const utils::VexError&, bson::BSONObj)>& completion) = 0;
+};
+
+}  // namespace TC
+
+extern template class PLATFORM_EXPORT utils::CSingletonT<TC::CDovCommandCenter>;

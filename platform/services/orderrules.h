@@ -1,0 +1,63 @@
+#pragma once
+
+#include "platform/records/orderparam.h"
+#include "platform/records/pricedata.h"
+#include "platform/utils/singleton.h"
+
+namespace vexservice {
+
+/// How the client turns a user's settings and the newest quote into the price and
+/// the settings of an order.
+///
+/// Threads: any; callers may hold locks. A missing quote is an empty pointer.
+class PLATFORM_EXPORT IOrderRules {
+public:
+    virtual ~IOrderRules() = default;
+
+    /// Fills price type, price and the other settings of an order.
+    virtual void orderSettingToParam(const COrderSetting& setting, CCodeOrderParam& order,
+                                     EOperationType operation, int volume, double price,
+                                     const boost::shared_ptr<CPriceData>& quote) = 0;
+
+    /// The price that an order of this type gets; the protective price for a market
+    /// type. `quote` belongs to the stock of the order.
+    virtual double getPriceForOrder(const boost::shared_ptr<CPriceData>& quote,
+                                    EPriceType priceType, EOperationType operation) = 0;
+
+    /// Corrects the time in which the order is valid.
+    virtual void fixTimeRange(CCodeOrderParam& order) = 0;
+};
+
+struct PLATFORM_EXPORT CPriceDataHelper {
+    /// As IOrderRules::getPriceForOrder; the further arguments are not used.
+    static double getPriceForOrder(const boost::shared_ptr<CPriceData>& quote,
+                                   EPriceType priceType, EOperationType operation, int level,
+                                   const boost::shared_ptr<CAutoPriceParam>& automatic, bool, bool,
+                                   double basis);
+};
+
+/// Market-wide switches of the client. Threads: any.
+class PLATFORM_EXPORT ConfigCollector {
+public:
+    virtual ~ConfigCollector() = default;
+    static ConfigCollector* instance();
+    /// Whether the registration rules hold: market orders need a protective price.
+    virtual bool useRegistRules() = 0;
+};
+
+}  // namespace vexservice
+
+namespace TC {
+
+PLATFORM_EXPORT void orderSettingToParam(const vexservice::COrderSetting& setting,
+                                         vexservice::CCodeOrderParam& order,
+                                         vexservice::EOperationType operation, int volume,
+                                         double price,
+                                         const boost::shared_ptr<vexservice::CPriceData>& quote);
+
+PLATFORM_EXPORT void fixTimeRange(vexservice::CCodeOrderParam& order);
+
+}  // namespace TC
+
+extern template class PLATFORM_EXPORT utils::CSingletonT<vexservice::IOrderRules>;
+extern template class PLATFORM_EXPORT utils::CSingletonT<vexservice::ConfigCollector>;

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "platform/records/pricedata.h"
+#include "platform/utils/singleton.h"
+
+#include <QString>
+
+#include <boost/function.hpp>
+
+#include <string>
+#include <vector>
+
+namespace TC {
+
+/// One bar of a minute chart.
+struct CMinuteBar {
+    int m_nMinute = 0;      ///< end of the bar, minute of the day (9:31 is 571)
+    double m_dClose = 0.0;  ///< yuan
+};
+
+/// A live price subscription; it ends when the object goes.
+class PLATFORM_EXPORT CQuoteRequest {
+public:
+    using Callback = boost::function<void(const boost::shared_ptr<vexservice::CPriceData>&)>;
+
+    virtual ~CQuoteRequest() = default;
+
+    /// Asks the quote client for the prices of a stock key. Delivers nothing by
+    /// itself; later prices reach the callback on the quote client's thread, and one
+    /// that is under way may still come while the request is being dropped.
+    static boost::shared_ptr<CQuoteRequest> makeRequest(const QString& stockKey,
+                                                        const Callback& callback);
+};
+
+/// The client's quotes. Stocks are named by their stock key ("SH600000").
+///
+/// Threads: calls from any thread; callbacks on the quote client's thread.
+/// A caller may hold locks: no call waits for a callback.
+class PLATFORM_EXPORT CQuoteClient {
+public:
+    using BarsAnswer = boost::function<void(const std::vector<CMinuteBar>&)>;
+
+    virtual ~CQuoteClient() = default;
+
+    /// The newest price, or an empty pointer when the stock was never quoted.
+    virtual boost::shared_ptr<vexservice::CPriceData> getStockPrice(const QString& stockKey) = 0;
+
+    /// See CQuoteRequest::makeRequest.
+    virtual boost::shared_ptr<CQuoteRequest> request(const QString& stockKey,
+                                                     const CQuoteRequest::Callback& callback) = 0;
+
+    /// The minute bars of one day ("yyyyMMdd") that the history service has by now,
+    /// in time order, possibly none and possibly with gaps. Answered once, later.
+    virtual void queryMinuteBars(const QString& stockKey, const std::string& day,
+                                 const BarsAnswer& answer) = 0;
+};
+
+}  // namespace TC
+
+extern template class PLATFORM_EXPORT utils::CManualSingletonT<TC::CQuoteClient>;

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "platform/utils/singleton.h"
+
+#include <utility>
+
+#include <boost/asio/io_service.hpp>
+#include <boost/asio/strand.hpp>
+#include <boost/shared_ptr.hpp>
+
+#include <string>
+
+namespace net {
+
+/// The client's network engine: named strands on its io_service.
+///
+/// Threads: any. The same name gives the same strand; strands and the io_service
+/// behind them outlive every module.
+class PLATFORM_EXPORT RPCEngine {
+public:
+    virtual ~RPCEngine() = default;
+    virtual boost::shared_ptr<boost::asio::io_service::strand> getStrand(const std::string& name) = 0;
+};
+
+}  // namespace net
+
+extern template class PLATFORM_EXPORT utils::CSingletonT<net::RPCEngine>;

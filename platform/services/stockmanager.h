@@ -1,0 +1,53 @@
+#pragma once
+
+#include "platform/records/instrumentdetail.h"
+#include "platform/utils/singleton.h"
+
+#include <QString>
+
+#include <memory>
+#include <string>
+
+namespace TC {
+
+/// The instrument manager.
+///
+/// Threads: any. A detail is never changed after it was handed out: a change makes
+/// a new one and is announced by utils::referenceDataChanged().
+class PLATFORM_EXPORT CStockManager {
+public:
+    virtual ~CStockManager() = default;
+
+    /// By stock key ("SH600000"); empty when there is no detail.
+    virtual std::shared_ptr<vexservice::CInstrumentDetail> getInstrumentDetail(
+        const QString& stockKey) = 0;
+
+    std::shared_ptr<vexservice::CInstrumentDetail> getInstrumentDetail(const std::string& market,
+                                                                       const std::string& code);
+};
+
+}  // namespace TC
+
+namespace vexservice {
+
+/// Which stock belongs to which types, and in what units it trades. Threads: any.
+/// A change is announced by utils::referenceDataChanged().
+class PLATFORM_EXPORT StockTypeCenter {
+public:
+    virtual ~StockTypeCenter() = default;
+    virtual bool isTypedStock(int type, const std::string& market, const std::string& code) = 0;
+    /// The minimum trading unit (lot) in shares, at least 1.
+    virtual int tradeMinUnit(const std::string& market, const std::string& code) = 0;
+};
+
+/// As StockTypeCenter::isTypedStock; the last text is not used.
+PLATFORM_EXPORT bool isTypedStock(int type, const std::string& market, const std::string& code,
+                                  const std::string& unused);
+
+/// As StockTypeCenter::tradeMinUnit.
+PLATFORM_EXPORT int getTradeMinUnit(const std::string& market, const std::string& code);
+
+}  // namespace vexservice
+
+extern template class PLATFORM_EXPORT utils::CSingletonT<TC::CStockManager>;
+extern template class PLATFORM_EXPORT utils::CSingletonT<vexservice::StockTypeCenter>;

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "platform/records/dealdetail.h"
+#include "platform/records/orderdetail.h"
+#include "platform/records/orderparam.h"
+#include "platform/utils/singleton.h"
+#include "platform/utils/vexerror.h"
+
+#include <QMetaType>
+#include <QObject>
+#include <QString>
+
+#include <boost/function.hpp>
+
+#include <string>
+#include <vector>
+
+namespace TC {
+
+/// The client's connection to the trading server.
+///
+/// Threads: calls from any thread; they return at once. Answers of history queries
+/// come on a thread of the trade client, at most once each; a broken connection may
+/// lose one. The signal is emitted on the trade client's thread.
+class PLATFORM_EXPORT CTradeClient : public QObject {
+    Q_OBJECT
+
+public:
+    using OrdersAnswer =
+        boost::function<void(const utils::VexError&,
+                             const std::vector<boost::shared_ptr<vexservice::COrderDetail>>&)>;
+    using DealsAnswer =
+        boost::function<void(const utils::VexError&,
+                             const std::vector<boost::shared_ptr<vexservice::CDealDetail>>&)>;
+
+    CTradeClient();
+    ~CTradeClient() override;
+
+    /// Asks for the cancellation of an order; its outcome is seen only in later
+    /// reports of the order. `error` says why a request could not be sent.
+    virtual bool cancelOrder(const boost::shared_ptr<vexservice::COrderDetail>& order,
+                             QString& error, int batch, QString remark,
+                             const boost::shared_ptr<COrderAuxInfo>& aux) = 0;
+
+    /// The account's orders, or deals, of one past day ("yyyyMMdd").
+    virtual void queryHistoryOrders(const std::string& accountKey, const std::string& day,
+                                    const OrdersAnswer& answer) = 0;
+    virtual void queryHistoryDeals(const std::string& accountKey, const std::string& day,
+                                   const DealsAnswer& answer) = 0;
+
+Q_SIGNALS:
+    /// The data of an account was initialised.
+    void sigInitedAccountData(const vexservice::CAccountInfo& accountInfo);
+};
+
+}  // namespace TC
+
+Q_DECLARE_METATYPE(vexservice::CAccountInfo)
+
+extern template class PLATFORM_EXPORT utils::CManualSingletonT<TC::CTradeClient>;

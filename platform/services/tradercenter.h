@@ -1,0 +1,89 @@
+#pragma once
+
+#include "platform/records/ratelimit.h"
+#include "platform/records/taskoprecord.h"
+#include "platform/services/accountdata.h"
+#include "platform/utils/singleton.h"
+
+#include <boost/function.hpp>
+#include <boost/signals2/connection.hpp>
+
+#include <vector>
+
+namespace vexservice {
+
+/// The trade data center: every account, its records, and news of them.
+///
+/// Threads: any. Callbacks come on the data center's own threads, and may still
+/// come once after their connection was cut if they were under way.
+/// Failure: an unknown account gives an empty pointer, nothing throws.
+class PLATFORM_EXPORT IDataCenter {
+public:
+    using Callback =
+        boost::function<void(const std::string& accountKey, const boost::shared_ptr<IData>&)>;
+
+    virtual ~IDataCenter() = default;
+
+    /// Every account, in the order in which they first appeared.
+    virtual void getAllAccountData(std::vector<boost::shared_ptr<CAccountData>>& accounts) const = 0;
+
+    /// The account whose key has this hash (utils::hash), or an empty pointer.
+    virtual boost::shared_ptr<CAccountData> getAccountData(std::uint64_t hash) const = 0;
+
+    /// Data that belongs to no single account: the algorithmic tasks.
+    virtual boost::shared_ptr<CAccountData> getGlobalAccountData() const = 0;
+
+    /// The current trade date, "yyyyMMdd".
+    virtual std::string getTradingDate() const = 0;
+
+    /// News of one EDataType of one account, or of all accounts with an empty key.
+    /// Subscribing delivers nothing by itself.
+    virtual boost::signals2::connection subscribe(const std::string& accountKey, int type,
+                                                  const std::string& filter,
+                                                  const Callback& callback) = 0;
+};
+
+/// Takes operations on one task that runs in the client.
+class PLATFORM_EXPORT ITaskHandler {
+public:
+    virtual ~ITaskHandler() = default;
+    virtual void operate(const boost::shared_ptr<CTaskOpRecord>& record) = 0;
+};
+
+/// The tasks that run in the client rather than on the server. Threads: any.
+class PLATFORM_EXPORT ITaskCenter {
+public:
+    virtual ~ITaskCenter() = default;
+    /// Empty when the client runs no task of this number.
+    virtual boost::shared_ptr<ITaskHandler> getTaskHandler(std::uint64_t taskNumber) = 0;
+};
+
+/// Fee limits of accounts. Threads: any.
+class PLATFORM_EXPORT IFeeLimitService {
+public:
+    virtual ~IFeeLimitService() = default;
+    /// Empty when none are known. A change is announced by referenceDataChanged().
+    virtual boost::shared_ptr<CStkExchangeRateLimit> getFeeLimits(
+        const boost::shared_ptr<CAccountInfo>& account, const std::string& market,
+        const std::string& code) = 0;
+};
+
+/// The door to the trade services, installed by the client at start.
+///
+/// Ownership: the center owns its services; pointers stay valid until it goes.
+class PLATFORM_EXPORT TraderCenter {
+public:
+    virtual ~TraderCenter() = default;
+
+    /// Throws utils::ServiceMissing before a client has installed one.
+    static TraderCenter* instance();
+    static void install(boost::shared_ptr<TraderCenter> center);
+
+    virtual IDataCenter* getDataCenter() = 0;
+    virtual ITaskCenter* getTaskCenter() = 0;
+    virtual IFeeLimitService* getFeeLimitService() = 0;
+};
+
+}  // namespace vexservice
+
+extern template class PLATFORM_EXPORT utils::CSingletonT<vexservice::TraderCenter>;

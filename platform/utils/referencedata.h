@@ -1,0 +1,20 @@
+#pragma once
+
+#include "platform/export.h"
+
+#include <cstdint>
+
+namespace utils {
+
+/// The state of the client's reference data: instrument details, stock types,
+/// trading units, accounts and their fee limits. A module that keeps answers of
+/// these services keeps them only while this number stays the same.
+///
+/// Threads: any.
+PLATFORM_EXPORT std::uint64_t referenceDataRevision();
+
+/// The client calls this after any of that data changed; one that cannot tell
+/// may call it as often as it likes.
+PLATFORM_EXPORT void referenceDataChanged();
+
+}  // namespace utils

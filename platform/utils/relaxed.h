@@ -1,0 +1,38 @@
+#pragma once
+
+#include <atomic>
+
+namespace utils {
+
+/// A number with one writer at a time that any thread may read while it is being
+/// written. Reading costs what a plain read costs; several numbers read together
+/// need not be of the same moment.
+template <class T>
+class CRelaxed {
+public:
+    CRelaxed(T value = T()) : m_value(value) {}
+    CRelaxed(const CRelaxed& other) : m_value(other.get()) {}
+    CRelaxed& operator=(const CRelaxed& other) {
+        set(other.get());
+        return *this;
+    }
+    CRelaxed& operator=(T value) {
+        set(value);
+        return *this;
+    }
+
+    operator T() const { return get(); }
+    T get() const { return m_value.load(std::memory_order_relaxed); }
+    void set(T value) { m_value.store(value, std::memory_order_relaxed); }
+
+    /// For the one writer: not a read-modify-write that two writers could share.
+    CRelaxed& operator+=(T amount) {
+        set(get() + amount);
+        return *this;
+    }
+
+private:
+    std::atomic<T> m_value;
+};
+
+}  // namespace utils

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "platform/utils/relaxed.h"
+
+#include <cstdint>
+#include <type_traits>
+
+namespace utils {
+
+/// The total of a changing set of values, kept as they change.
+///
+/// Integers are exact in 64 bits. Doubles are kept as a sum of two doubles
+/// (error-free addition, about 106 bits), so that money amounts that were added
+/// and taken away again leave no trace and the total does not depend on the order
+/// of the changes. Values that are not finite are left out: one bad report must
+/// not spoil a total for good.
+///
+/// Threads: one writer at a time; value() from any thread.
+template <class T>
+class CRunningTotal {
+public:
+    /// Replaces one value of the set by another (0 stands for none).
+    void change(T from, T to) {
+        if constexpr (std::is_integral_v<T>) {
+            m_total += static_cast<std::int64_t>(to) - static_cast<std::int64_t>(from);
+        } else {
+            if (finite(from)) add(-from);
+            if (finite(to)) add(to);
+        }
+    }
+
+    T value() const { return static_cast<T>(m_total.get()); }
+
+private:
+    using Wide = std::conditional_t<std::is_integral_v<T>, std::int64_t, T>;
+    struct Nothing {};
+
+    static bool finite(T value) { return value - value == T(0); }
+
+    void add(T value) {
+        const T high = m_total.get();
+        const T sum = high + value;
+        const T part = sum - high;
+        const T lost = (high - (sum - part)) + (value - part) + m_rest;
+        const T total = sum + lost;
+        m_rest = lost - (total - sum);
+        m_total.set(total);
+    }
+
+    CRelaxed<Wide> m_total;
+    [[no_unique_address]] std::conditional_t<std::is_integral_v<T>, Nothing, T> m_rest{};
+};
+
+}  // namespace utils
