@@ -1,0 +1,38 @@
+#pragma once
+
+#include "platform/utils/deadlinetimer.h"
+
+#include <boost/asio/strand.hpp>
+#include <boost/shared_ptr.hpp>
+#include <boost/signals2/connection.hpp>
+
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace TC {
+
+/// Ends a subscription when it goes.
+using TaskConnection = boost::signals2::scoped_connection;
+
+/// What the manager has running in the client's engine. Set by init() and guarded by
+/// the manager's lock, but for the start timer, which has a lock of its own because
+/// runAutoBalance arms it after giving the manager's lock back.
+struct AsyncState {
+    using Timer = boost::shared_ptr<utils::DeadlineTimer>;
+
+    boost::shared_ptr<boost::asio::io_service::strand> m_strand;
+    Timer m_extTimer;
+    Timer m_statTimer;
+    Timer m_autoBalanceTimer;
+    Timer m_historyStatTimer;
+    Timer m_balanceTimer;
+    std::mutex m_balanceTimerMutex;
+
+    std::map<std::string, std::vector<boost::signals2::connection>> m_accountConnections;
+    boost::shared_ptr<TaskConnection> m_taskConnection;
+    boost::signals2::connection m_userDataConnection;
+};
+
+}  // namespace TC

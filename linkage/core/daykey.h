@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+
+namespace TC {
+
+/// The day key of a date "yyyyMMdd": its local midnight in seconds since the epoch.
+/// A text that is no date gives what Qt makes of an invalid date.
+int dayKey(const std::string& date);
+
+/// The date of a day key, "yyyyMMdd".
+std::string dayText(int day);
+
+/// Today by the platform's clock, local, "yyyyMMdd", and the moment "yyyyMMddhhmmss".
+std::string todayText();
+std::string nowText();
+
+}  // namespace TC
