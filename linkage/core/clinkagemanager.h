@@ -33,9 +33,7 @@ class CAccountData;
 
 namespace TC {
 
-class CLedger;
 class CDoor;
-class CInbox;
 class CFileSaver;
 class CPeriodCurves;
 class CServerHistory;
@@ -359,10 +357,14 @@ protected:
     /// manager lives, and release() waits for it.
     template <class F>
     auto guarded(F work) const;
+    void drainLater();
+    void drainInbox();
+    void handle(CInbox::Item& item);
 
     // account registry: linkage/core/accountregistry.cpp
     void doRequestAccounts();
     void doRequestAccount(const boost::shared_ptr<vexservice::CAccountData>& accountData);
+    void subscribeAccount(const std::string& accountKey);
     void removeAccountDatas(const std::string& accountKey);
     void doNewTradingDay(const std::string& date);
 
@@ -375,8 +377,17 @@ protected:
                       const boost::shared_ptr<vexservice::IData>& data);
     void doDealDetail(const std::string& accountKey,
                       const boost::shared_ptr<vexservice::CDealDetail>& deal);
+    void countDealDetail(const std::string& accountKey,
+                         const boost::shared_ptr<vexservice::CDealDetail>& deal,
+                         CLedger::DealStep& step, CLedger::Holding& held) REQUIRES(m_mutex);
+    /// Takes the newest price of a stock that was dealt, and sees that more will come.
+    void followPrice(std::uint32_t account, std::uint32_t stock, CLedger::Holding& held)
+        REQUIRES(m_mutex);
     void onTaskDetail(const boost::shared_ptr<vexservice::IData>& data);
     void doTaskDetail(const boost::shared_ptr<vexservice::CTaskDetail>& task);
+    void updateRunningTask(const std::string& accountKey, const std::string& strategy,
+                           const boost::shared_ptr<vexservice::CTaskDetail>& task, bool running)
+        REQUIRES(m_mutex);
     void doRequestTask();
     void onPositionStat(const std::string& accountKey,
                         const boost::shared_ptr<vexservice::IData>& data);
@@ -390,6 +401,8 @@ protected:
         const boost::shared_ptr<vexservice::CPositionStatics>& position);
 
     // calculators: linkage/stats/calculators.cpp, linkage/stats/periodcurves.cpp
+    void armCalculator(utils::DeadlineTimer& timer, void (CLinkageManager::*calculator)());
+    void switchCalculator(bool CPeriodCurves::*own);
     void runStatCalculator();
     void runHistoryStatCalculator();
     void runExtCalculator();
