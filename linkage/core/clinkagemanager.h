@@ -46,6 +46,7 @@ struct BalanceState;
 struct HistoryState;
 struct ImportReport;
 struct PeriodPoint;
+struct PositionReports;
 template <class T>
 class CPublished;
 
@@ -390,6 +391,8 @@ protected:
                      const boost::shared_ptr<vexservice::CPriceData>& price);
 
     // position merging: linkage/stats/positionmerge.cpp
+    /// The position that this report is part of, merged from all its reports; empty for
+    /// stocks that are not held. A report without account info is returned as it is.
     boost::shared_ptr<vexservice::CPositionStatics> tryMergePosition(
         const boost::shared_ptr<vexservice::CPositionStatics>& position);
 
@@ -440,6 +443,7 @@ protected:
     std::unique_ptr<AsyncState> m_pAsync;      ///< strand, timers, connections, inbox
     std::unique_ptr<CLedger> m_pLedger;        ///< orders, deals and all figures of them
     std::unique_ptr<CPeriodCurves> m_pCurves;  ///< minute bars and curves
+    std::unique_ptr<PositionReports> m_pPositionReports;  ///< what positions are merged from
     std::unique_ptr<BalanceState> m_pBalance;  ///< pending balances, balance times
     std::unique_ptr<HistoryState> m_pHistory;  ///< the history store and its files' state
     std::unique_ptr<CServerHistory> m_pServerHistory;
