@@ -29,6 +29,7 @@
 
 namespace vexservice {
 class CAccountData;
+struct CPriceData;
 }
 
 namespace TC {
@@ -43,6 +44,7 @@ struct BalanceState;
 struct HistoryState;
 struct ImportReport;
 struct PeriodPoint;
+struct PositionReports;
 template <class T>
 class CPublished;
 
@@ -227,7 +229,9 @@ public:
     bool deleteBalanceTime(const std::string& key);
     std::map<std::string, std::string> getBalanceTime() const;
 
-    /// Asks for a balance of a pair, which starts in 5 s. False when one is pending.
+    /// Asks for a balance of a pair, which starts in 5 s. False when one is pending,
+    /// and before init(). One timer serves all pairs: a pair that still waits for its
+    /// start is started at once when another one (or the same) asks.
     bool runAutoBalance(const std::string& accountkey, const std::string& strategy);
 
     /// Starts a balance now: records it as pending, cancels what runs of the pair and
@@ -397,6 +401,8 @@ protected:
                      const boost::shared_ptr<vexservice::CPriceData>& price);
 
     // position merging: linkage/stats/positionmerge.cpp
+    /// The position that this report is part of, merged from all its reports; empty for
+    /// stocks that are not held. A report without account info is returned as it is.
     boost::shared_ptr<vexservice::CPositionStatics> tryMergePosition(
         const boost::shared_ptr<vexservice::CPositionStatics>& position);
 
@@ -412,6 +418,7 @@ protected:
 
     // balancing: linkage/balance/
     void onAutoBalanceTimer();
+    void armBalanceWatchdog() REQUIRES(m_mutex);
     void onCancelServerTask(const utils::VexError& error, bson::BSONObj result,
                             const boost::shared_ptr<vexservice::CTaskDetail>& task);
     void doStockBalanceBySignalTask(const std::string& accountkey, const std::string& strategy);
@@ -448,6 +455,7 @@ protected:
     std::unique_ptr<AsyncState> m_pAsync;      ///< strand, timers, connections, inbox
     std::unique_ptr<CLedger> m_pLedger;        ///< orders, deals and all figures of them
     std::unique_ptr<CPeriodCurves> m_pCurves;  ///< minute bars and curves
+    std::unique_ptr<PositionReports> m_pPositionReports;  ///< what positions are merged from
     std::unique_ptr<BalanceState> m_pBalance;  ///< pending balances, balance times
     std::unique_ptr<HistoryState> m_pHistory;  ///< the history store and its files' state
     std::unique_ptr<CServerHistory> m_pServerHistory;
