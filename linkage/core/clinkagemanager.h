@@ -29,6 +29,7 @@
 
 namespace vexservice {
 class CAccountData;
+struct CPriceData;
 }
 
 namespace TC {
