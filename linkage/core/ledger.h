@@ -1,12 +1,21 @@
 #pragma once
 
+#include "linkage/core/arena.h"
+#include "linkage/core/figures.h"
+#include "linkage/core/keyindex.h"
 #include "linkage/core/managerstate.h"
+#include "linkage/stats/profitrule.h"
 
+#include <QString>
+
+#include <deque>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace TC {
@@ -14,34 +23,417 @@ namespace TC {
 using OrderPtr = boost::shared_ptr<vexservice::COrderDetail>;
 using DealPtr = boost::shared_ptr<vexservice::CDealDetail>;
 using TaskPtr = boost::shared_ptr<vexservice::CTaskDetail>;
+using PositionPtr = boost::shared_ptr<vexservice::CPositionStatics>;
 using FiguresPtr = boost::shared_ptr<LinkagePeriodExtData>;
+using FeePtr = boost::shared_ptr<vexservice::CStkExchangeRateLimit>;
 
-/// Orders, deals and tasks, and every figure that is kept of them.
+/// One stock of one account, whatever the day.
+struct Holding {
+    double orderAmplitude = 0.0;
+    double dealAmplitude = 0.0;
+    bool hasOrderAmplitude = false;
+    bool hasDealAmplitude = false;
+    std::uint32_t newestCell = NONE;
+    std::uint64_t feeRevision = 0;
+    std::uint64_t markerEpoch = 0;
+    FeePtr fee;
+};
+
+/// A deal report on its way through intake.
+struct DealStep {
+    const vexservice::CDealDetail* deal = nullptr;
+    std::uint32_t account = NONE;
+    std::uint32_t listing = NONE;
+    std::uint32_t cell = NONE;
+    std::uint32_t strategy = 0;
+    bool stockIsNew = false;
+    bool dealIsNew = false;
+    bool strategyIsNew = false;
+    bool buys = false;
+    double commission = 0.0;
+};
+
+/// Orders, deals, tasks and positions, and every figure that is kept of them.
 ///
-/// Guarded by the manager's lock.
+/// The documented containers are nested maps of texts. Here each text (account,
+/// strategy, stock, day) is resolved once to a small integer, and the newest report of
+/// an order, its last figures and its places in all totals stand together in one entry
+/// that is found by one look-up of its record key. ARCHITECTURE.md has the picture.
+///
+/// Guarded by the manager's lock. What getTradeStatDatas reads without that lock (the
+/// texts and the lists of figures) changes under a second lock, held for moments.
 class CLedger {
 public:
-    CLedger();
-    ~CLedger();
+    // ------------------------------------------------------------- the inner form
 
-    // ---- running records of a pair, in record key order; nothing when it was never seen
-    std::optional<std::vector<OrderPtr>> runningOrders(const std::string& accountKey,
-                                                       const std::string& strategy) const;
-    std::optional<std::vector<TaskPtr>> runningTasks(const std::string& accountKey,
-                                                     const std::string& strategy) const;
+    /// What a stock is, as market and code name it, and what the client says of it.
+    struct Listing {
+        std::string market;
+        std::string code;
+        std::uint32_t stock = NONE;
+        std::uint64_t revision = 0;  ///< of the reference data below
+        bool excluded = false;
+        bool hasDetail = false;
+        double tick = 0.001;
+        double reference = 0.0;
+        int unit = 100;
+    };
 
-    // ---- filing alone, which changes no figure: history of the server and imports
-    /// Files a record under its day, stock, account and record key, replacing an
-    /// earlier report. True when the record is new there.
+    struct Stock {
+        std::string key;
+        QString quoteKey;  ///< the key, as the quote client wants it
+        CFigureBlocks figures;
+        double lastPrice = 0.0;
+        bool hasNewPrice = false;  ///< in m_latestPrices
+        std::uint64_t requestEpoch = 0;
+        bool hasOrderAmplitudes = false;
+        bool hasDealAmplitudes = false;
+        bool hasPeriods = false;
+    };
+
+    /// One day of one stock of one account.
+    struct Cell {
+        int day = 0;
+        std::uint32_t stock = NONE;
+        std::uint32_t account = NONE;
+        std::uint32_t olderCell = NONE;  ///< another day of the same holding
+        std::uint32_t firstOrder = NONE;
+        std::uint32_t firstDeal = NONE;
+        bool hasOrders = false;
+        bool hasDeals = false;
+        bool hasTotals = false;
+        std::int32_t boughtVolume = 0;
+        std::int32_t soldVolume = 0;
+        double boughtAmount = 0.0;
+        double soldAmount = 0.0;
+    };
+
+    /// What an order entry stands in.
+    enum Facet : std::uint8_t {
+        FILED = 1,      ///< m_orderDetails of its cell
+        TRADED = 2,     ///< sums of its strategy
+        WIDE = 4,       ///< sums of the whole account
+        LOTS = 8,       ///< open lots of its level
+        RUNS = 16,      ///< running orders of its strategy
+        RUNS_WIDE = 32  ///< running orders of the whole account
+    };
+
+    /// The newest report of an order and where its figures stand. An order that comes
+    /// back with another stock, day, strategy, side or price leaves its old figures
+    /// where they are: they stay behind in a further entry of the same key.
+    struct OrderEntry {
+        std::uint64_t key = 0;
+        OrderPtr report;
+        Figures* figures = nullptr;
+        double amount = 0.0;
+        std::int32_t traded = 0;
+        std::int32_t lots = 0;
+        std::int32_t level = 0;
+        std::uint32_t levelCell = NONE;
+        std::uint32_t cell = NONE;
+        std::uint32_t pair = NONE;
+        std::uint32_t nextInCell = NONE;
+        std::uint32_t nextOfKey = NONE;
+        std::uint32_t placeRunning[2] = {NONE, NONE};  ///< in the strategy's set, the account's
+        std::int32_t runTraded = 0;                    ///< of the report that its running sets hold
+        std::int32_t status = 0;
+        std::uint8_t facets = 0;
+        bool buys = false;
+    };
+
+    struct DealEntry {
+        std::uint64_t key = 0;
+        DealPtr report;
+        std::uint32_t cell = NONE;
+        std::uint32_t nextInCell = NONE;
+        std::uint32_t nextOfKey = NONE;
+    };
+
+    struct Level {
+        std::int32_t level = 0;
+        std::int32_t lots = 0;
+        std::uint32_t nextOfPair = NONE;
+    };
+
+    struct Minute {
+        std::int32_t minute = 0;
+        std::uint32_t older = NONE;
+        LinkagePeriodTradeData deals;
+    };
+
+    /// One strategy of one account; the strategy "" is the account as a whole.
+    struct Pair {
+        std::uint32_t account = NONE;
+        std::uint32_t strategy = NONE;
+        bool hasRunning = false;
+        std::vector<std::uint32_t> running;
+        CKeyIndex stockIndex;  ///< to `figures`
+        std::vector<Figures*> figures;
+        std::uint32_t sorted = 0;     ///< so many of `figures` are in stock-key order
+        std::vector<double> profits;  ///< of those
+        CKeyIndex levelIndex;
+        std::uint32_t firstLevel = NONE;
+    };
+
+    struct Account {
+        std::string key;
+        std::vector<std::uint32_t> pairs;     ///< by strategy
+        std::vector<std::uint32_t> holdings;  ///< by stock
+        std::vector<std::uint32_t> cells;
+        std::vector<std::uint32_t> parked;  ///< order entries that are filed nowhere
+        CKeyIndex orders;
+        CKeyIndex deals;
+    };
+
+    struct Strategy {
+        std::string name;
+        bool listed = false;  ///< in m_strategys
+        bool hasLevels = false;
+    };
+
+    /// The stocks that have an entry under a day, in each of the by-day containers.
+    struct Day {
+        bool hasOrders = false;  ///< the day has an entry of its own
+        bool hasDeals = false;
+        std::set<std::uint32_t> orders;
+        std::set<std::uint32_t> deals;
+        std::set<std::uint32_t> totals;
+    };
+
+    /// Figures that one report replaces.
+    struct Before {
+        std::int32_t traded = 0;
+        std::int32_t wideTraded = 0;
+        double amount = 0.0;
+        double wideAmount = 0.0;
+    };
+
+    /// An order report on its way through intake.
+    struct OrderStep {
+        const vexservice::COrderDetail* order = nullptr;
+        std::uint32_t account = NONE;
+        std::uint32_t listing = NONE;
+        std::uint32_t cell = NONE;
+        std::uint32_t entry = NONE;
+        std::uint32_t strategy = 0;
+        std::uint32_t pair = NONE;
+        std::int32_t level = 0;
+        bool stockIsNew = false;
+        bool recordIsNew = false;
+        bool strategyIsNew = false;
+        bool runs = false;
+        bool buys = false;
+        Before before;
+    };
+
+    struct RunningChange {
+        bool logs = false;     ///< the order line is due
+        bool emptied = false;  ///< the last running order has gone
+    };
+
+    explicit CLedger(bool clientType3) : m_bClientType3(clientType3) { strategyId(std::string()); }
+
+    // ------------------------------------------------------------ texts to integers
+    // linkage/core/ledgernames.cpp
+
+    std::uint32_t accountId(const std::string& key);
+    std::uint32_t findAccount(const std::string& key) const;
+    std::uint32_t strategyId(const std::string& name);
+    std::uint32_t findStrategy(const std::string& name) const;
+    std::uint32_t stockId(const std::string& key);
+    std::uint32_t findStock(const std::string& key) const;
+
+    /// The listing of market and code, with today's reference data.
+    std::uint32_t listingId(const std::string& market, const std::string& code);
+    const Listing& listing(std::uint32_t index) const { return m_listings[index]; }
+    Stock& stock(std::uint32_t index) { return m_stocks[index]; }
+    const std::string& stockKey(std::uint32_t listing) const {
+        return m_stocks[m_listings[listing].stock].key;
+    }
+    Holding& holding(std::uint32_t account, std::uint32_t stock);
+
+    /// dayKey() with the last answers remembered.
+    int day(const std::string& date);
+
+    const std::string& accountKey(std::uint32_t account) const { return m_accounts[account].key; }
+
+    /// Puts a strategy into the list; true when it was not there. "" never is.
+    bool listStrategy(std::uint32_t strategy);
+    std::set<std::string> strategies() const;
+
+    // ------------------------------------------------------------------ order intake
+    // linkage/core/ledgerorders.cpp; the steps of one report, in this order
+
+    void fileOrder(OrderStep& step, const OrderPtr& order);
+    void placeOrder(OrderStep& step);
+    void countLots(OrderStep& step);
+    RunningChange updateRunning(OrderStep& step, bool wide);
+    void countTraded(OrderStep& step);
+    void widenOrderAmplitude(const OrderStep& step);
+
+    // ------------------------------------------------------------------- deal intake
+    // linkage/core/ledgerdeals.cpp
+
+    void fileDeal(DealStep& step, const DealPtr& deal);
+    void widenDealAmplitude(const DealStep& step);
+    void countDay(const DealStep& step);
+    void countMinute(const DealStep& step);
+    void countDeal(const DealStep& step);
+
+    // ---------------------------------------------------------- filing and queries
+    // linkage/core/ledgerfiling.cpp
+
+    /// Files a record under its day, stock, account and record key and changes no
+    /// figure: history of the server and imports. True when the record is new there.
     bool fileOrder(int day, const std::string& stockKey, const std::string& accountKey,
                    const OrderPtr& order);
     bool fileDeal(int day, const std::string& stockKey, const std::string& accountKey,
                   const DealPtr& deal);
-    /// Takes away what is filed of an account under a day.
-    void removeOrders(int day, const std::string& accountKey);
-    void removeDeals(int day, const std::string& accountKey);
+
     ByRecord<OrderPtr> accountOrders(const std::string& accountKey, int day) const;
     ByRecord<DealPtr> accountDeals(const std::string& accountKey, int day) const;
+    ByText<ByRecord<OrderPtr>> orders(int day, const std::string& stockKey,
+                                      const std::set<std::string>& accountKeys) const;
+    ByText<ByRecord<DealPtr>> deals(int day, const std::string& stockKey,
+                                    const std::set<std::string>& accountKeys) const;
+    const Cell* findCell(int day, const std::string& stockKey, const std::string& accountKey) const;
+
+    /// Stock keys under a day, of orders and deals; makes the day's entries.
+    std::set<std::string> stocksOfDay(int day);
+
+    /// Running orders of a pair in record key order; nothing when there never was one.
+    std::optional<std::vector<OrderPtr>> runningOrders(const std::string& accountKey,
+                                                       const std::string& strategy) const;
+    int runningOrderCount(const std::string& accountKey, const std::string& strategy) const;
+
+    /// Running tasks of a pair in record key order; nothing when there never was one.
+    std::optional<std::vector<TaskPtr>> runningTasks(const std::string& accountKey,
+                                                     const std::string& strategy) const;
+
+    /// Traded figures of a pair by stock key. May be called without the manager's lock.
+    std::map<std::string, FiguresPtr> figuresOf(const std::string& accountKey,
+                                                const std::string& strategy) const;
+
+    /// Every alive record with its account, strategy and stock.
+    template <class Visit>
+    void forEachFigures(Visit visit) const {
+        for (std::uint32_t at = 0; at < m_pairs.size(); ++at) {
+            const Pair& pair = m_pairs[at];
+            for (const Figures* figures : pair.figures) {
+                visit(m_accounts[pair.account].key, m_strategies[pair.strategy].name,
+                      m_stocks[figures->stock].key, *figures);
+            }
+        }
+    }
+
+    /// The minutes of a record, newest first.
+    template <class Visit>
+    void forEachMinute(const Figures& figures, Visit visit) const {
+        for (std::uint32_t at = figures.minutes; at != NONE; at = m_minutes[at].older) {
+            visit(m_minutes[at].minute, m_minutes[at].deals);
+        }
+    }
+
+    int lotsAtLevel(const std::string& strategy, int level) const;
+
+    /// Drops what was derived for an account on a day, and its figures.
+    void removeAccount(const std::string& accountKey, int day);
+
+    void describe(ManagerState& state) const;
+
+    // -------------------------------------------------------------------- revaluation
+    // linkage/core/ledgervalues.cpp
+
+    bool hasFigures() const { return m_nFigures > 0; }
+
+    struct ProfitSum {
+        std::string account;
+        std::string strategy;
+        double profit = 0.0;
+    };
+
+    /// Revalues the records of the stocks with a new price; gives the profit sums of
+    /// every strategy that has one, in account and strategy order. `pricesOf` turns
+    /// stock key and last price into ValuePrices.
+    template <class PricesOf>
+    std::vector<ProfitSum> revalue(PricesOf pricesOf) {
+        sortGrownPairs();
+        for (const std::uint32_t at : m_newPrices) {
+            Stock& stock = m_stocks[at];
+            stock.hasNewPrice = false;
+            if (!stock.figures.blocks().empty()) {
+                revalueStock(stock, pricesOf(stock.key, stock.lastPrice));
+            }
+        }
+        m_newPrices.clear();
+        return sumTouched();
+    }
+
+    /// A price that the next pass will use. True when it differs from the last one.
+    bool setLatestPrice(std::uint32_t stock, double price);
+
+    // ---------------------------------------------------- kept in documented form
+    // Few records, no storm: tasks and positions.
+
+    ByText<ByText<ByRecord<TaskPtr>>> m_taskDetails;
+    ByText<ByText<ByRecord<TaskPtr>>> m_runningTasks;
+    ByText<ByText<ByRecord<PositionPtr>>> m_positions;
+
+private:
+    std::uint32_t cellOf(std::uint32_t account, std::uint32_t stock, int day);
+    std::uint32_t pairOf(std::uint32_t account, std::uint32_t strategy);
+    Figures* figuresIn(std::uint32_t pair, std::uint32_t stock);
+    std::uint32_t findOrder(const Account& account, std::uint64_t key) const;
+    const Pair* findPair(const std::string& accountKey, const std::string& strategy) const;
+    bool putDeal(std::uint32_t account, std::uint32_t cell, const DealPtr& deal);
+    void chainOrder(Account& account, std::uint32_t entry);
+    void chainDeal(Account& account, std::uint32_t entry);
+    std::uint32_t addOrder(Account& account, std::uint64_t key, std::uint32_t cell);
+    void headOfKey(Account& account, std::uint64_t key, std::uint32_t entry);
+    void settleFacets(OrderStep& step, OrderEntry& entry, std::int32_t level);
+    std::uint32_t levelCellOf(std::uint32_t pair, std::int32_t level);
+    void enterRunning(Pair& pair, std::uint32_t entry, bool wide);
+    void leaveRunning(Pair& pair, std::uint32_t entry, bool wide);
+    void removeFigures(Account& account);
+    void removeRecords(Account& account, int day);
+    void refresh(Listing& listing) const;
+    void describeAccount(const Account& account, ManagerState& state) const;
+    void describePair(const Pair& pair, ManagerState& state) const;
+
+    void sortGrownPairs();
+    void revalueStock(Stock& stock, const ValuePrices& prices);
+    std::vector<ProfitSum> sumTouched();
+
+    const bool m_bClientType3;
+
+    mutable std::mutex m_namesMutex;  ///< see figuresOf
+    std::deque<Account> m_accounts;
+    std::deque<Strategy> m_strategies;
+    std::deque<Stock> m_stocks;
+    std::deque<Listing> m_listings;
+    CKeyIndex m_accountIndex;
+    CKeyIndex m_strategyIndex;
+    CKeyIndex m_stockIndex;
+    CKeyIndex m_listingIndex;
+    CArena<Pair, 6> m_pairs;
+
+    CArena<Holding> m_holdings;
+    CArena<Cell> m_cells;
+    CArena<OrderEntry> m_orders;
+    CArena<DealEntry> m_deals;
+    CArena<Level> m_levels;
+    CArena<Minute> m_minutes;
+    std::map<int, Day> m_days;
+
+    std::string m_strLastDate;
+    int m_nLastDay = 0;
+    std::unordered_map<std::string, int> m_dayOfDate;
+
+    std::uint64_t m_nFigures = 0;
+    std::vector<std::uint32_t> m_newPrices;  ///< stocks with a price that no pass has used
+    std::vector<std::uint32_t> m_grownPairs;
+    std::vector<std::uint32_t> m_pairsInOrder;  ///< by account key and strategy
+    std::vector<unsigned char> m_touched;       ///< by pair: revalued in this pass
 };
 
 }  // namespace TC

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace TC {
+
+/// "No such index."
+inline constexpr std::uint32_t NONE = 0xffffffffu;
+
+/// Objects in blocks, named by a 32-bit index. Objects never move, growth copies
+/// nothing, and the indexes of taken-away objects are used again.
+template <class T, unsigned BLOCK_BITS = 9>
+class CArena {
+public:
+    T& operator[](std::uint32_t index) { return m_blocks[index >> BLOCK_BITS][index & MASK]; }
+    const T& operator[](std::uint32_t index) const {
+        return m_blocks[index >> BLOCK_BITS][index & MASK];
+    }
+
+    /// The index of a fresh object.
+    std::uint32_t make() {
+        if (!m_free.empty()) {
+            const std::uint32_t index = m_free.back();
+            m_free.pop_back();
+            return index;
+        }
+        if ((m_nUsed & MASK) == 0) m_blocks.push_back(std::make_unique<T[]>(MASK + 1));
+        return m_nUsed++;
+    }
+
+    /// Gives an object back; it is reset now, and its index may be handed out again.
+    void drop(std::uint32_t index) {
+        (*this)[index] = T();
+        m_free.push_back(index);
+    }
+
+    std::uint32_t size() const { return m_nUsed; }
+
+private:
+    static constexpr std::uint32_t MASK = (1u << BLOCK_BITS) - 1;
+
+    std::vector<std::unique_ptr<T[]>> m_blocks;
+    std::vector<std::uint32_t> m_free;
+    std::uint32_t m_nUsed = 0;
+};
+
+}  // namespace TC

@@ -1,0 +1,86 @@
+#include "linkage/core/figures.h"
+
+#include <boost/make_shared.hpp>
+
+#include <algorithm>
+
+namespace TC {
+
+namespace {
+
+constexpr std::uint32_t FIRST_BLOCK = 4;
+constexpr std::uint32_t LARGEST_BLOCK = 256;
+
+struct OwnRecord {
+    DealFigures deals;
+    LinkagePeriodExtData record{deals};
+};
+
+}  // namespace
+
+boost::shared_ptr<LinkagePeriodExtData> LinkagePeriodExtData::make() {
+    const auto own = boost::make_shared<OwnRecord>();
+    return {own, &own->record};
+}
+
+boost::shared_ptr<LinkagePeriodExtData> Figures::share() {
+    return {block->shared_from_this(), &record};
+}
+
+FigureBlock::FigureBlock(std::uint32_t room)
+    : capacity(room),
+      deals(std::make_unique<DealFigures[]>(room)),
+      places(std::make_unique<SumPlace[]>(room)),
+      m_pRoom(std::make_unique_for_overwrite<Room[]>(room)) {}
+
+FigureBlock::~FigureBlock() {
+    for (std::uint32_t index = 0; index < used; ++index) at(index).~Figures();
+}
+
+Figures* CFigureBlocks::makeIn(const boost::shared_ptr<FigureBlock>& block, std::uint32_t index) {
+    if (index < block->used) {
+        block->at(index).~Figures();
+        block->deals[index] = DealFigures();
+    } else {
+        block->used = index + 1;
+    }
+    ++block->alive;
+    Figures* made = new (&block->at(index)) Figures(block->deals[index]);
+    made->block = block.get();
+    made->inBlock = index;
+    return made;
+}
+
+Figures* CFigureBlocks::make() {
+    if (m_nGaps > 0) {
+        for (const auto& block : m_blocks) {
+            // A block that somebody outside holds may have a reader of the old record.
+            if (block->alive == block->used || block.use_count() > 1) continue;
+            for (std::uint32_t index = 0; index < block->used; ++index) {
+                if (block->at(index).pair != NONE) continue;
+                --m_nGaps;
+                return makeIn(block, index);
+            }
+        }
+    }
+    if (m_blocks.empty() || m_blocks.back()->used == m_blocks.back()->capacity) {
+        const std::uint32_t room =
+            m_blocks.empty() ? FIRST_BLOCK : std::min(m_blocks.back()->capacity * 2, LARGEST_BLOCK);
+        m_blocks.push_back(boost::make_shared<FigureBlock>(room));
+    }
+    return makeIn(m_blocks.back(), m_blocks.back()->used);
+}
+
+void CFigureBlocks::drop(Figures* figures) {
+    FigureBlock* block = figures->block;
+    figures->pair = NONE;
+    block->places[figures->inBlock] = SumPlace();
+    ++m_nGaps;
+    if (--block->alive > 0) return;
+    m_nGaps -= block->used;
+    const auto at = std::find_if(m_blocks.begin(), m_blocks.end(),
+                                 [&](const auto& held) { return held.get() == block; });
+    m_blocks.erase(at);
+}
+
+}  // namespace TC
