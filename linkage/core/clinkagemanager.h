@@ -29,6 +29,7 @@
 
 namespace vexservice {
 class CAccountData;
+struct CPriceData;
 }
 
 namespace TC {
@@ -229,7 +230,9 @@ public:
     bool deleteBalanceTime(const std::string& key);
     std::map<std::string, std::string> getBalanceTime() const;
 
-    /// Asks for a balance of a pair, which starts in 5 s. False when one is pending.
+    /// Asks for a balance of a pair, which starts in 5 s. False when one is pending,
+    /// and before init(). One timer serves all pairs: a pair that still waits for its
+    /// start is started at once when another one (or the same) asks.
     bool runAutoBalance(const std::string& accountkey, const std::string& strategy);
 
     /// Starts a balance now: records it as pending, cancels what runs of the pair and
@@ -399,6 +402,7 @@ protected:
 
     // balancing: linkage/balance/
     void onAutoBalanceTimer();
+    void armBalanceWatchdog() REQUIRES(m_mutex);
     void onCancelServerTask(const utils::VexError& error, bson::BSONObj result,
                             const boost::shared_ptr<vexservice::CTaskDetail>& task);
     void doStockBalanceBySignalTask(const std::string& accountkey, const std::string& strategy);
