@@ -34,9 +34,7 @@ struct CPriceData;
 
 namespace TC {
 
-class CLedger;
 class CDoor;
-class CInbox;
 class CFileSaver;
 class CPeriodCurves;
 class CServerHistory;
@@ -46,6 +44,7 @@ struct BalanceState;
 struct HistoryState;
 struct ImportReport;
 struct PeriodPoint;
+struct PositionReports;
 template <class T>
 class CPublished;
 
@@ -362,10 +361,14 @@ protected:
     /// manager lives, and release() waits for it.
     template <class F>
     auto guarded(F work) const;
+    void drainLater();
+    void drainInbox();
+    void handle(CInbox::Item& item);
 
     // account registry: linkage/core/accountregistry.cpp
     void doRequestAccounts();
     void doRequestAccount(const boost::shared_ptr<vexservice::CAccountData>& accountData);
+    void subscribeAccount(const std::string& accountKey);
     void removeAccountDatas(const std::string& accountKey);
     void doNewTradingDay(const std::string& date);
 
@@ -378,8 +381,17 @@ protected:
                       const boost::shared_ptr<vexservice::IData>& data);
     void doDealDetail(const std::string& accountKey,
                       const boost::shared_ptr<vexservice::CDealDetail>& deal);
+    void countDealDetail(const std::string& accountKey,
+                         const boost::shared_ptr<vexservice::CDealDetail>& deal,
+                         CLedger::DealStep& step, CLedger::Holding& held) REQUIRES(m_mutex);
+    /// Takes the newest price of a stock that was dealt, and sees that more will come.
+    void followPrice(std::uint32_t account, std::uint32_t stock, CLedger::Holding& held)
+        REQUIRES(m_mutex);
     void onTaskDetail(const boost::shared_ptr<vexservice::IData>& data);
     void doTaskDetail(const boost::shared_ptr<vexservice::CTaskDetail>& task);
+    void updateRunningTask(const std::string& accountKey, const std::string& strategy,
+                           const boost::shared_ptr<vexservice::CTaskDetail>& task, bool running)
+        REQUIRES(m_mutex);
     void doRequestTask();
     void onPositionStat(const std::string& accountKey,
                         const boost::shared_ptr<vexservice::IData>& data);
@@ -389,10 +401,14 @@ protected:
                      const boost::shared_ptr<vexservice::CPriceData>& price);
 
     // position merging: linkage/stats/positionmerge.cpp
+    /// The position that this report is part of, merged from all its reports; empty for
+    /// stocks that are not held. A report without account info is returned as it is.
     boost::shared_ptr<vexservice::CPositionStatics> tryMergePosition(
         const boost::shared_ptr<vexservice::CPositionStatics>& position);
 
     // calculators: linkage/stats/calculators.cpp, linkage/stats/periodcurves.cpp
+    void armCalculator(utils::DeadlineTimer& timer, void (CLinkageManager::*calculator)());
+    void switchCalculator(bool CPeriodCurves::*own);
     void runStatCalculator();
     void runHistoryStatCalculator();
     void runExtCalculator();
@@ -439,6 +455,7 @@ protected:
     std::unique_ptr<AsyncState> m_pAsync;      ///< strand, timers, connections, inbox
     std::unique_ptr<CLedger> m_pLedger;        ///< orders, deals and all figures of them
     std::unique_ptr<CPeriodCurves> m_pCurves;  ///< minute bars and curves
+    std::unique_ptr<PositionReports> m_pPositionReports;  ///< what positions are merged from
     std::unique_ptr<BalanceState> m_pBalance;  ///< pending balances, balance times
     std::unique_ptr<HistoryState> m_pHistory;  ///< the history store and its files' state
     std::unique_ptr<CServerHistory> m_pServerHistory;

@@ -6,6 +6,8 @@
 #include "linkage/core/managerstate.h"
 #include "linkage/stats/profitrule.h"
 
+#include <QString>
+
 #include <deque>
 #include <map>
 #include <memory>
@@ -53,7 +55,11 @@ public:
 
     struct Stock {
         std::string key;
+        QString quoteKey;  ///< the key, as the quote client wants it
         CFigureBlocks figures;
+        double lastPrice = 0.0;
+        bool hasNewPrice = false;  ///< in m_latestPrices
+        std::uint64_t requestEpoch = 0;
         bool hasOrderAmplitudes = false;
         bool hasDealAmplitudes = false;
         bool hasPeriods = false;
@@ -67,6 +73,7 @@ public:
         bool hasDealAmplitude = false;
         std::uint32_t newestCell = NONE;
         std::uint64_t feeRevision = 0;
+        std::uint64_t markerEpoch = 0;
         FeePtr fee;
     };
 
@@ -248,8 +255,10 @@ public:
     /// dayKey() with the last answers remembered.
     int day(const std::string& date);
 
+    const std::string& accountKey(std::uint32_t account) const { return m_accounts[account].key; }
+
     /// Puts a strategy into the list; true when it was not there. "" never is.
-    bool listStrategy(const std::string& name);
+    bool listStrategy(std::uint32_t strategy);
     std::set<std::string> strategies() const;
 
     // ------------------------------------------------------------------ order intake
@@ -347,16 +356,21 @@ public:
     /// every strategy that has one, in account and strategy order. `pricesOf` turns
     /// stock key and last price into ValuePrices.
     template <class PricesOf>
-    std::vector<ProfitSum> revalue(const std::map<std::string, double>& latest, PricesOf pricesOf) {
+    std::vector<ProfitSum> revalue(PricesOf pricesOf) {
         sortGrownPairs();
-        for (const auto& [key, last] : latest) {
-            const std::uint32_t at = findStock(key);
-            if (at != NONE && !m_stocks[at].figures.blocks().empty()) {
-                revalueStock(m_stocks[at], pricesOf(key, last));
+        for (const std::uint32_t at : m_newPrices) {
+            Stock& stock = m_stocks[at];
+            stock.hasNewPrice = false;
+            if (!stock.figures.blocks().empty()) {
+                revalueStock(stock, pricesOf(stock.key, stock.lastPrice));
             }
         }
+        m_newPrices.clear();
         return sumTouched();
     }
+
+    /// A price that the next pass will use. True when it differs from the last one.
+    bool setLatestPrice(std::uint32_t stock, double price);
 
     // ---------------------------------------------------- kept in documented form
     // Few records, no storm: tasks and positions.
@@ -416,6 +430,7 @@ private:
     std::unordered_map<std::string, int> m_dayOfDate;
 
     std::uint64_t m_nFigures = 0;
+    std::vector<std::uint32_t> m_newPrices;  ///< stocks with a price that no pass has used
     std::vector<std::uint32_t> m_grownPairs;
     std::vector<std::uint32_t> m_pairsInOrder;  ///< by account key and strategy
     std::vector<unsigned char> m_touched;       ///< by pair: revalued in this pass
