@@ -156,7 +156,6 @@ void CChart::paintEvent(QPaintEvent*) {
     const bool gains = m_pPicture->curve.empty() || m_pPicture->curve.rbegin()->second.profit >= 0;
     paintCurve(painter, m_profit, points, gains ? style::RISE : style::FALL, true);
 
-    painter.setRenderHint(QPainter::Antialiasing);
     paintMarks(painter, 0, m_price);
     paintMarks(painter, 1, m_profit);
 }

@@ -20,6 +20,7 @@ using Draw = utils::CSingletonT<TC::CEnhanceDrawManager>;
 using Type = TC::IEnhanceDataBase::EDrawType;
 
 const std::string KEY = "linkage-desk";
+const std::string LABELS = "linkage-desk/labels";  // painted over the rest
 constexpr int SMALLEST_DOT = 4;
 constexpr int LARGEST_DOT = 12;
 constexpr int MOST_ORDER_LINES = 8;
@@ -32,10 +33,14 @@ int rgb(const QColor& colour) { return static_cast<int>(colour.rgb() & 0xffffff)
 
 CChart::CChart(QWidget* parent) : QWidget(parent) { Draw::instance()->init(); }
 
-CChart::~CChart() { Draw::instance()->clearDatas(KEY); }
+CChart::~CChart() {
+    Draw::instance()->clearDatas(KEY);
+    Draw::instance()->clearDatas(LABELS);
+}
 
 void CChart::fileMarks() {
     Draw::instance()->clearDatas(KEY);
+    Draw::instance()->clearDatas(LABELS);
     fileOrders();
     fileDeals();
     if (!m_pPicture->curve.empty()) {
@@ -109,7 +114,7 @@ void CChart::fileLabel(int type, double minute, double value, const QString& tex
     const double top = std::clamp<double>(wanted, pane.area.top(),
                                           std::max(pane.area.top(), pane.area.bottom() - height));
     Draw::instance()->addDrawTextData(
-        Type(type), KEY, minute, value, text.toStdString(), rgb(colour),
+        Type(type), LABELS, minute, value, text.toStdString(), rgb(colour),
         font().family().toStdString(), font().pointSize(), 0, width, height, rgb(colour),
         BORDER_TRANSPARENCY, static_cast<int>(left - point.x()),
         static_cast<int>(top - point.y()));
@@ -117,10 +122,13 @@ void CChart::fileLabel(int type, double minute, double value, const QString& tex
 
 void CChart::paintMarks(QPainter& painter, int type, const Pane& pane) const {
     painter.save();
-    painter.setBrush(style::PANEL);  // what the boxes of labels are filled with
-    Draw::instance()->drawGraph(
-        Type(type), KEY, &painter, pane.area.adjusted(0, 0, 1, 1),
-        [&](const QPointF& point) { return pixel(pane, point.x(), point.y()); });
+    for (const std::string& key : {KEY, LABELS}) {
+        painter.setRenderHint(QPainter::Antialiasing, key == KEY);
+        painter.setBrush(style::PANEL);  // what the boxes of labels are filled with
+        Draw::instance()->drawGraph(
+            Type(type), key, &painter, pane.area.adjusted(0, 0, 1, 1),
+            [&](const QPointF& point) { return pixel(pane, point.x(), point.y()); });
+    }
     painter.restore();
 }
 

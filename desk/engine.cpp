@@ -127,12 +127,10 @@ void CEngine::takePicture(CPictureTaker& taker, const IStage& stage) {
 }
 
 void CEngine::step(IStage& stage, double elapsed) {
-    if (m_bPaused && stage.canBePaced()) {
-        stage.step(0);
-        return;
-    }
+    double speed = m_dSpeed;
     // Behind the end of a recording nothing is left to hurry for.
-    const double speed = stage.ended() ? std::min(1.0, m_dSpeed.load()) : m_dSpeed.load();
+    if (stage.ended()) speed = speed == UNPACED ? 0.0 : std::min(1.0, speed);
+    if (m_bPaused) speed = 0.0;
     stage.step(static_cast<std::int64_t>(elapsed * speed * 1e6));
 }
 

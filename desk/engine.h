@@ -16,6 +16,9 @@
 
 namespace desk {
 
+/// A speed at which a recording is played as fast as it goes, and stands at its end.
+constexpr double UNPACED = 1e9;
+
 struct EngineOptions {
     QString scenario;  ///< empty: the built-in market, live
     QString dataDir;
