@@ -30,12 +30,13 @@
 namespace vexservice {
 class CAccountData;
 struct CPriceData;
-}
+}  // namespace vexservice
 
 namespace TC {
 
 class CDoor;
 class CFileSaver;
+class CLedger;
 class CPeriodCurves;
 class CServerHistory;
 struct AsyncState;
@@ -385,11 +386,10 @@ protected:
     void doDealDetail(const std::string& accountKey,
                       const boost::shared_ptr<vexservice::CDealDetail>& deal);
     void countDealDetail(const std::string& accountKey,
-                         const boost::shared_ptr<vexservice::CDealDetail>& deal,
-                         DealStep& step, Holding& held) REQUIRES(m_mutex);
+                         const boost::shared_ptr<vexservice::CDealDetail>& deal, DealStep& step,
+                         Holding& held) REQUIRES(m_mutex);
     /// Takes the newest price of a stock that was dealt, and sees that more will come.
-    void followPrice(std::uint32_t account, std::uint32_t stock, Holding& held)
-        REQUIRES(m_mutex);
+    void followPrice(std::uint32_t account, std::uint32_t stock, Holding& held) REQUIRES(m_mutex);
     void onTaskDetail(const boost::shared_ptr<vexservice::IData>& data);
     void doTaskDetail(const boost::shared_ptr<vexservice::CTaskDetail>& task);
     void updateRunningTask(const std::string& accountKey, const std::string& strategy,
@@ -454,13 +454,13 @@ protected:
     std::unique_ptr<CPublished<std::string>> m_pTradeDate;  ///< lock of its own
     std::string m_strUserData GUARDED_BY(m_mutex);
 
-    std::unique_ptr<AsyncState> m_pAsync;      ///< strand, timers, connections, inbox
-    std::unique_ptr<CLedger> m_pLedger;        ///< orders, deals and all figures of them
-    std::unique_ptr<CPeriodCurves> m_pCurves;  ///< minute bars and curves
+    std::unique_ptr<AsyncState> m_pAsync;                 ///< strand, timers, connections, inbox
+    std::unique_ptr<CLedger> m_pLedger;                   ///< orders, deals and all figures of them
+    std::unique_ptr<CPeriodCurves> m_pCurves;             ///< minute bars and curves
     std::unique_ptr<PositionReports> m_pPositionReports;  ///< what positions are merged from
-    std::unique_ptr<BalanceState> m_pBalance;  ///< pending balances, balance times
+    std::unique_ptr<BalanceState> m_pBalance;             ///< pending balances, balance times
     std::unique_ptr<HistoryState> m_pHistory;  ///< the history store and its files' state
-    std::unique_ptr<CServerHistory> m_pServerHistory;
+
     std::unique_ptr<CFileSaver> m_pSaver;
 };
 

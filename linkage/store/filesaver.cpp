@@ -49,8 +49,7 @@ CFileSaver::~CFileSaver() {
     }
 }
 
-std::optional<std::string> CFileSaver::load(const std::string& directory,
-                                            const std::string& name) {
+std::optional<std::string> CFileSaver::load(const std::string& directory, const std::string& name) {
     std::string bytes;
     const IFileSystem::ERead read = m_pFiles->read(fileIn(directory, name), bytes);
     if (read == IFileSystem::ERead::Missing) return std::nullopt;

@@ -43,9 +43,7 @@ std::string detailText(const HistoryState& history, const std::string& today) {
 
 }  // namespace
 
-void CLinkageManager::writedata(bool withTime) {
-    m_pSaver->saveAll(balanceDirectory(), withTime);
-}
+void CLinkageManager::writedata(bool withTime) { m_pSaver->saveAll(balanceDirectory(), withTime); }
 
 void CLinkageManager::writeBlanaceTime() { m_pSaver->saveBalanceTimes(balanceDirectory()); }
 
