@@ -7,7 +7,6 @@
 #include "linkage/core/published.h"
 #include "linkage/stats/periodcurves.h"
 #include "linkage/stats/positionmerge.h"
-#include "linkage/store/balancedirectory.h"
 #include "linkage/store/csvfiles.h"
 #include "linkage/store/filesaver.h"
 #include "linkage/store/historystate.h"
@@ -66,7 +65,7 @@ void CLinkageManager::slotNewTradingDate(std::string date) {
         m_pBalance->m_autoBalanceStarts.clear();
         m_pHistory->m_alreadyAddedKeys.clear();
         m_pHistory->m_writtenTradeKeys.clear();
-        m_pSaver->remove(balanceDirectory(), {csv::DETAIL_FILE});
+        m_pSaver->remove({DETAIL_FILE});
     }
     post([this] { doRequestTask(); });
     post([this] { doRequestAccounts(); });

@@ -7,9 +7,9 @@
 #include "linkage/core/published.h"
 #include "linkage/stats/periodcurves.h"
 #include "linkage/stats/positionmerge.h"
-#include "linkage/store/fileencoding.h"
 #include "linkage/store/filesaver.h"
 #include "linkage/store/historystate.h"
+#include "linkage/store/serverhistory.h"
 #include "platform/log.h"
 #include "platform/services/clientconfig.h"
 #include "platform/services/rpcengine.h"
@@ -45,13 +45,9 @@ CLinkageManager::CLinkageManager()
       m_pCurves(std::make_unique<CPeriodCurves>()),
       m_pPositionReports(std::make_unique<PositionReports>()),
       m_pBalance(std::make_unique<BalanceState>()),
-      m_pHistory(std::make_unique<HistoryState>()) {
-    const CFileSaver::Composer composer{[this](bool withTime) { return writeToFile(withTime); },
-                                        [this] { return writeBlanaceTimeToFile(); }};
-    m_pSaver = std::make_unique<CFileSaver>(
-        m_mutex, m_pDoor, composer,
-        fileEncodingFrom(utils::CSingletonT<CAppConfig>::instance()->fileEncoding()),
-        std::make_unique<CDiskFiles>());
+      m_pHistory(std::make_unique<HistoryState>()),
+      m_pServerHistory(std::make_unique<CServerHistory>()),
+      m_pSaver(makeSaver()) {
     registerMetaTypes();
     readFromFile();
 }
@@ -136,8 +132,6 @@ void CLinkageManager::retire() {
     m_pDoor->close(shared_from_this());
     finishSaves();
 }
-
-void CLinkageManager::finishSaves() { m_pSaver->finish(); }
 
 CLinkageManager::~CLinkageManager() {
     CLock lock(m_mutex);
