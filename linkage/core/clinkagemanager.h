@@ -34,9 +34,7 @@ struct CPriceData;
 
 namespace TC {
 
-class CLedger;
 class CDoor;
-class CInbox;
 class CFileSaver;
 class CPeriodCurves;
 class CServerHistory;
@@ -215,9 +213,8 @@ public:
 
     /// Positions in one stock, of the given accounts (none: of all followed): account
     /// IDs, volumes held and volumes available, side by side, in account key order.
-    void getPositionNumber(const QString& stockKey, QList<QString>& accountIds,
-                           QList<int>& volumes, QList<int>& availables,
-                           const QList<QString>& accountKeys) const;
+    void getPositionNumber(const QString& stockKey, QList<QString>& accountIds, QList<int>& volumes,
+                           QList<int>& availables, const QList<QString>& accountKeys) const;
 
     /// Shares that a task has traded of one stock so far. Takes no lock.
     int getTaskItemFinishNumber(const boost::shared_ptr<vexservice::CTaskDetail>& task,
@@ -364,10 +361,14 @@ protected:
     /// manager lives, and release() waits for it.
     template <class F>
     auto guarded(F work) const;
+    void drainLater();
+    void drainInbox();
+    void handle(CInbox::Item& item);
 
     // account registry: linkage/core/accountregistry.cpp
     void doRequestAccounts();
     void doRequestAccount(const boost::shared_ptr<vexservice::CAccountData>& accountData);
+    void subscribeAccount(const std::string& accountKey);
     void removeAccountDatas(const std::string& accountKey);
     void doNewTradingDay(const std::string& date);
 
@@ -380,8 +381,17 @@ protected:
                       const boost::shared_ptr<vexservice::IData>& data);
     void doDealDetail(const std::string& accountKey,
                       const boost::shared_ptr<vexservice::CDealDetail>& deal);
+    void countDealDetail(const std::string& accountKey,
+                         const boost::shared_ptr<vexservice::CDealDetail>& deal,
+                         CLedger::DealStep& step, CLedger::Holding& held) REQUIRES(m_mutex);
+    /// Takes the newest price of a stock that was dealt, and sees that more will come.
+    void followPrice(std::uint32_t account, std::uint32_t stock, CLedger::Holding& held)
+        REQUIRES(m_mutex);
     void onTaskDetail(const boost::shared_ptr<vexservice::IData>& data);
     void doTaskDetail(const boost::shared_ptr<vexservice::CTaskDetail>& task);
+    void updateRunningTask(const std::string& accountKey, const std::string& strategy,
+                           const boost::shared_ptr<vexservice::CTaskDetail>& task, bool running)
+        REQUIRES(m_mutex);
     void doRequestTask();
     void onPositionStat(const std::string& accountKey,
                         const boost::shared_ptr<vexservice::IData>& data);
@@ -397,6 +407,8 @@ protected:
         const boost::shared_ptr<vexservice::CPositionStatics>& position);
 
     // calculators: linkage/stats/calculators.cpp, linkage/stats/periodcurves.cpp
+    void armCalculator(utils::DeadlineTimer& timer, void (CLinkageManager::*calculator)());
+    void switchCalculator(bool CPeriodCurves::*own);
     void runStatCalculator();
     void runHistoryStatCalculator();
     void runExtCalculator();
@@ -429,8 +441,8 @@ protected:
     void doHistoryDeal(const boost::shared_ptr<vexservice::CDealDetail>& deal,
                        const boost::shared_ptr<vexservice::CAccountData>& accountData,
                        const std::string& historyKey, const std::string& stockKey,
-                       const std::string& accountKey, bool stockIsNew, bool buys,
-                       double commission) REQUIRES(m_mutex);
+                       const std::string& accountKey, bool stockIsNew, bool buys, double commission)
+        REQUIRES(m_mutex);
 
     mutable CRecursiveMutex m_mutex;
     bool m_bInited GUARDED_BY(m_mutex) = false;

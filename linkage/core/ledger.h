@@ -4,6 +4,9 @@
 #include "linkage/core/figures.h"
 #include "linkage/core/keyindex.h"
 #include "linkage/core/managerstate.h"
+#include "linkage/stats/profitrule.h"
+
+#include <QString>
 
 #include <deque>
 #include <map>
@@ -52,7 +55,11 @@ public:
 
     struct Stock {
         std::string key;
+        QString quoteKey;  ///< the key, as the quote client wants it
         CFigureBlocks figures;
+        double lastPrice = 0.0;
+        bool hasNewPrice = false;  ///< in m_latestPrices
+        std::uint64_t requestEpoch = 0;
         bool hasOrderAmplitudes = false;
         bool hasDealAmplitudes = false;
         bool hasPeriods = false;
@@ -66,6 +73,7 @@ public:
         bool hasDealAmplitude = false;
         std::uint32_t newestCell = NONE;
         std::uint64_t feeRevision = 0;
+        std::uint64_t markerEpoch = 0;
         FeePtr fee;
     };
 
@@ -113,8 +121,8 @@ public:
         std::uint32_t nextInCell = NONE;
         std::uint32_t nextOfKey = NONE;
         std::uint32_t placeRunning[2] = {NONE, NONE};  ///< in the strategy's set, the account's
-        std::int32_t runTraded = 0;
-        std::uint8_t status = 0;
+        std::int32_t runTraded = 0;                    ///< of the report that its running sets hold
+        std::int32_t status = 0;
         std::uint8_t facets = 0;
         bool buys = false;
     };
@@ -158,6 +166,7 @@ public:
         std::vector<std::uint32_t> pairs;     ///< by strategy
         std::vector<std::uint32_t> holdings;  ///< by stock
         std::vector<std::uint32_t> cells;
+        std::vector<std::uint32_t> parked;  ///< order entries that are filed nowhere
         CKeyIndex orders;
         CKeyIndex deals;
     };
@@ -170,6 +179,8 @@ public:
 
     /// The stocks that have an entry under a day, in each of the by-day containers.
     struct Day {
+        bool hasOrders = false;  ///< the day has an entry of its own
+        bool hasDeals = false;
         std::set<std::uint32_t> orders;
         std::set<std::uint32_t> deals;
         std::set<std::uint32_t> totals;
@@ -244,8 +255,10 @@ public:
     /// dayKey() with the last answers remembered.
     int day(const std::string& date);
 
+    const std::string& accountKey(std::uint32_t account) const { return m_accounts[account].key; }
+
     /// Puts a strategy into the list; true when it was not there. "" never is.
-    bool listStrategy(const std::string& name);
+    bool listStrategy(std::uint32_t strategy);
     std::set<std::string> strategies() const;
 
     // ------------------------------------------------------------------ order intake
@@ -333,12 +346,6 @@ public:
 
     bool hasFigures() const { return m_nFigures > 0; }
 
-    /// At which price long and short volume of a stock is valued.
-    struct ValuePrices {
-        double price = 0.0;
-        double longPrice = 0.0;
-        double shortPrice = 0.0;
-    };
     struct ProfitSum {
         std::string account;
         std::string strategy;
@@ -349,16 +356,21 @@ public:
     /// every strategy that has one, in account and strategy order. `pricesOf` turns
     /// stock key and last price into ValuePrices.
     template <class PricesOf>
-    std::vector<ProfitSum> revalue(const std::map<std::string, double>& latest, PricesOf pricesOf) {
+    std::vector<ProfitSum> revalue(PricesOf pricesOf) {
         sortGrownPairs();
-        for (const auto& [key, last] : latest) {
-            const std::uint32_t at = findStock(key);
-            if (at != NONE && !m_stocks[at].figures.blocks().empty()) {
-                revalueStock(m_stocks[at], pricesOf(key, last));
+        for (const std::uint32_t at : m_newPrices) {
+            Stock& stock = m_stocks[at];
+            stock.hasNewPrice = false;
+            if (!stock.figures.blocks().empty()) {
+                revalueStock(stock, pricesOf(stock.key, stock.lastPrice));
             }
         }
+        m_newPrices.clear();
         return sumTouched();
     }
+
+    /// A price that the next pass will use. True when it differs from the last one.
+    bool setLatestPrice(std::uint32_t stock, double price);
 
     // ---------------------------------------------------- kept in documented form
     // Few records, no storm: tasks and positions.
@@ -372,7 +384,10 @@ private:
     std::uint32_t pairOf(std::uint32_t account, std::uint32_t strategy);
     Figures* figuresIn(std::uint32_t pair, std::uint32_t stock);
     std::uint32_t findOrder(const Account& account, std::uint64_t key) const;
-    std::uint32_t findDeal(const Account& account, std::uint64_t key, std::uint32_t cell) const;
+    const Pair* findPair(const std::string& accountKey, const std::string& strategy) const;
+    bool putDeal(std::uint32_t account, std::uint32_t cell, const DealPtr& deal);
+    void chainOrder(Account& account, std::uint32_t entry);
+    void chainDeal(Account& account, std::uint32_t entry);
     std::uint32_t addOrder(Account& account, std::uint64_t key, std::uint32_t cell);
     void headOfKey(Account& account, std::uint64_t key, std::uint32_t entry);
     void settleFacets(OrderStep& step, OrderEntry& entry, std::int32_t level);
@@ -382,6 +397,8 @@ private:
     void removeFigures(Account& account);
     void removeRecords(Account& account, int day);
     void refresh(Listing& listing) const;
+    void describeAccount(const Account& account, ManagerState& state) const;
+    void describePair(const Pair& pair, ManagerState& state) const;
 
     void sortGrownPairs();
     void revalueStock(Stock& stock, const ValuePrices& prices);
@@ -413,6 +430,7 @@ private:
     std::unordered_map<std::string, int> m_dayOfDate;
 
     std::uint64_t m_nFigures = 0;
+    std::vector<std::uint32_t> m_newPrices;  ///< stocks with a price that no pass has used
     std::vector<std::uint32_t> m_grownPairs;
     std::vector<std::uint32_t> m_pairsInOrder;  ///< by account key and strategy
     std::vector<unsigned char> m_touched;       ///< by pair: revalued in this pass
