@@ -6,6 +6,7 @@
 #include "linkage/core/ledger.h"
 #include "linkage/core/published.h"
 #include "linkage/stats/periodcurves.h"
+#include "linkage/stats/positionmerge.h"
 #include "linkage/store/filesaver.h"
 #include "linkage/store/historystate.h"
 #include "platform/log.h"
@@ -129,7 +130,7 @@ void CLinkageManager::subscribeAccount(const std::string& accountKey) {
 void CLinkageManager::removeAccountDatas(const std::string& accountKey) {
     const CLock lock(m_mutex);
     m_pLedger->removeAccount(accountKey, dayKey(m_pTradeDate->get()));
-    m_pPositions->forget(accountKey);
+    m_pPositionReports->drop(accountKey);
     m_pCurves->forgetAccount(accountKey);
 }
 

@@ -40,12 +40,22 @@ struct AsyncState {
     bool hasStrand() const { return m_bReady.load(std::memory_order_acquire); }
 
     CInbox m_inbox;
-    std::vector<CInbox::Item> m_batch;  ///< what the strand is at; its own
+    std::vector<InboxItem> m_batch;  ///< what the strand is at; its own
 
     std::map<std::string, boost::shared_ptr<vexservice::CAccountInfo>> m_accounts;
     std::map<std::string, std::vector<boost::signals2::connection>> m_accountConnections;
     boost::shared_ptr<TaskConnection> m_taskConnection;
     boost::signals2::connection m_userDataConnection;
 };
+
+/// Sets a timer and waits through the strand. The handler is not told whether the wait
+/// was cut short: an armed timer always fires, at its time or when it is set anew.
+template <class Handler>
+void armTimer(utils::DeadlineTimer& timer, boost::asio::io_service::strand& strand,
+              std::int64_t micros, Handler handler) {
+    timer.expires_from_now(boost::posix_time::microseconds(micros));
+    timer.async_wait(strand.wrap(
+        [handler = std::move(handler)](const boost::system::error_code&) mutable { handler(); }));
+}
 
 }  // namespace TC

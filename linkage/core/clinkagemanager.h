@@ -40,6 +40,9 @@ class CPeriodCurves;
 class CServerHistory;
 struct AsyncState;
 struct BalancePlan;
+struct DealStep;
+struct Holding;
+struct InboxItem;
 struct BalanceState;
 struct HistoryState;
 struct ImportReport;
@@ -363,7 +366,7 @@ protected:
     auto guarded(F work) const;
     void drainLater();
     void drainInbox();
-    void handle(CInbox::Item& item);
+    void handle(InboxItem& item);
 
     // account registry: linkage/core/accountregistry.cpp
     void doRequestAccounts();
@@ -383,9 +386,9 @@ protected:
                       const boost::shared_ptr<vexservice::CDealDetail>& deal);
     void countDealDetail(const std::string& accountKey,
                          const boost::shared_ptr<vexservice::CDealDetail>& deal,
-                         CLedger::DealStep& step, CLedger::Holding& held) REQUIRES(m_mutex);
+                         DealStep& step, Holding& held) REQUIRES(m_mutex);
     /// Takes the newest price of a stock that was dealt, and sees that more will come.
-    void followPrice(std::uint32_t account, std::uint32_t stock, CLedger::Holding& held)
+    void followPrice(std::uint32_t account, std::uint32_t stock, Holding& held)
         REQUIRES(m_mutex);
     void onTaskDetail(const boost::shared_ptr<vexservice::IData>& data);
     void doTaskDetail(const boost::shared_ptr<vexservice::CTaskDetail>& task);
@@ -407,7 +410,6 @@ protected:
         const boost::shared_ptr<vexservice::CPositionStatics>& position);
 
     // calculators: linkage/stats/calculators.cpp, linkage/stats/periodcurves.cpp
-    void armCalculator(utils::DeadlineTimer& timer, void (CLinkageManager::*calculator)());
     void switchCalculator(bool CPeriodCurves::*own);
     void runStatCalculator();
     void runHistoryStatCalculator();

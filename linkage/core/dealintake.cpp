@@ -44,13 +44,13 @@ void CLinkageManager::doDealDetail(const std::string& accountKey, const DealPtr&
     if (!deal) return;
     CLock lock(m_mutex);
     CLedger& ledger = *m_pLedger;
-    CLedger::DealStep step;
+    DealStep step;
     step.listing = ledger.listingId(deal->m_strMarket, deal->m_strCode);
     if (ledger.listing(step.listing).excluded) return;
     step.account = ledger.accountId(accountKey);
     const std::uint32_t stock = ledger.listing(step.listing).stock;
 
-    CLedger::Holding& held = ledger.holding(step.account, stock);
+    Holding& held = ledger.holding(step.account, stock);
     if (held.feeRevision != utils::referenceDataRevision()) {
         // The trade services are asked without the manager's lock.
         const std::uint64_t revision = utils::referenceDataRevision();
@@ -64,7 +64,7 @@ void CLinkageManager::doDealDetail(const std::string& accountKey, const DealPtr&
 }
 
 void CLinkageManager::countDealDetail(const std::string& accountKey, const DealPtr& deal,
-                                      CLedger::DealStep& step, CLedger::Holding& held) {
+                                      DealStep& step, Holding& held) {
     CLedger& ledger = *m_pLedger;
     ledger.fileDeal(step, deal);
     const std::string& strategy = strategyOf(deal->m_pCommand.get());
@@ -95,7 +95,7 @@ void CLinkageManager::countDealDetail(const std::string& accountKey, const DealP
 }
 
 void CLinkageManager::followPrice(std::uint32_t account, std::uint32_t stockAt,
-                                  CLedger::Holding& held) {
+                                  Holding& held) {
     CLedger::Stock& stock = m_pLedger->stock(stockAt);
     const auto price =
         utils::CManualSingletonT<CQuoteClient>::instance()->getStockPrice(stock.quoteKey);

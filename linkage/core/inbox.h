@@ -13,20 +13,22 @@
 
 namespace TC {
 
+/// One report, or other work, on its way to the strand.
+struct InboxItem {
+    using Work = boost::function<void()>;
+
+    std::string accountKey;
+    std::variant<Work, boost::shared_ptr<vexservice::COrderDetail>,
+                 boost::shared_ptr<vexservice::CDealDetail>>
+        what;
+};
+
 /// What waits for the strand, in the order of arrival. The strand is told once per
 /// batch, not once per report: in a storm that is most of the cost of a post.
 ///
 /// Threads: push() from any thread, take() on the strand.
 class CInbox {
 public:
-    using Work = boost::function<void()>;
-    struct Item {
-        std::string accountKey;
-        std::variant<Work, boost::shared_ptr<vexservice::COrderDetail>,
-                     boost::shared_ptr<vexservice::CDealDetail>>
-            what;
-    };
-
     /// True when the strand must be told: nothing was waiting and nobody is at it.
     template <class What>
     bool push(const std::string& accountKey, What&& what) {
@@ -36,7 +38,7 @@ public:
     }
 
     /// Everything that waits. Without anything the inbox wants to be told of again.
-    bool take(std::vector<Item>& items) {
+    bool take(std::vector<InboxItem>& items) {
         items.clear();
         const std::lock_guard lock(m_mutex);
         items.swap(m_items);
@@ -46,7 +48,7 @@ public:
 
 private:
     std::mutex m_mutex;
-    std::vector<Item> m_items;
+    std::vector<InboxItem> m_items;
     bool m_bTold = false;
 };
 

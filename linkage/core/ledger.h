@@ -27,6 +27,32 @@ using PositionPtr = boost::shared_ptr<vexservice::CPositionStatics>;
 using FiguresPtr = boost::shared_ptr<LinkagePeriodExtData>;
 using FeePtr = boost::shared_ptr<vexservice::CStkExchangeRateLimit>;
 
+/// One stock of one account, whatever the day.
+struct Holding {
+    double orderAmplitude = 0.0;
+    double dealAmplitude = 0.0;
+    bool hasOrderAmplitude = false;
+    bool hasDealAmplitude = false;
+    std::uint32_t newestCell = NONE;
+    std::uint64_t feeRevision = 0;
+    std::uint64_t markerEpoch = 0;
+    FeePtr fee;
+};
+
+/// A deal report on its way through intake.
+struct DealStep {
+    const vexservice::CDealDetail* deal = nullptr;
+    std::uint32_t account = NONE;
+    std::uint32_t listing = NONE;
+    std::uint32_t cell = NONE;
+    std::uint32_t strategy = 0;
+    bool stockIsNew = false;
+    bool dealIsNew = false;
+    bool strategyIsNew = false;
+    bool buys = false;
+    double commission = 0.0;
+};
+
 /// Orders, deals, tasks and positions, and every figure that is kept of them.
 ///
 /// The documented containers are nested maps of texts. Here each text (account,
@@ -63,18 +89,6 @@ public:
         bool hasOrderAmplitudes = false;
         bool hasDealAmplitudes = false;
         bool hasPeriods = false;
-    };
-
-    /// One stock of one account, whatever the day.
-    struct Holding {
-        double orderAmplitude = 0.0;
-        double dealAmplitude = 0.0;
-        bool hasOrderAmplitude = false;
-        bool hasDealAmplitude = false;
-        std::uint32_t newestCell = NONE;
-        std::uint64_t feeRevision = 0;
-        std::uint64_t markerEpoch = 0;
-        FeePtr fee;
     };
 
     /// One day of one stock of one account.
@@ -215,20 +229,6 @@ public:
     struct RunningChange {
         bool logs = false;     ///< the order line is due
         bool emptied = false;  ///< the last running order has gone
-    };
-
-    /// A deal report on its way through intake.
-    struct DealStep {
-        const vexservice::CDealDetail* deal = nullptr;
-        std::uint32_t account = NONE;
-        std::uint32_t listing = NONE;
-        std::uint32_t cell = NONE;
-        std::uint32_t strategy = 0;
-        bool stockIsNew = false;
-        bool dealIsNew = false;
-        bool strategyIsNew = false;
-        bool buys = false;
-        double commission = 0.0;
     };
 
     explicit CLedger(bool clientType3) : m_bClientType3(clientType3) { strategyId(std::string()); }

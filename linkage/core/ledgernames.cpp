@@ -96,7 +96,7 @@ void CLedger::refresh(Listing& listing) const {
     listing.unit = vexservice::getTradeMinUnit(listing.market, listing.code);
 }
 
-CLedger::Holding& CLedger::holding(std::uint32_t account, std::uint32_t stock) {
+Holding& CLedger::holding(std::uint32_t account, std::uint32_t stock) {
     std::vector<std::uint32_t>& holdings = m_accounts[account].holdings;
     if (stock >= holdings.size()) holdings.resize(stock + 1, NONE);
     if (holdings[stock] == NONE) holdings[stock] = m_holdings.make();

@@ -6,6 +6,7 @@
 #include "linkage/core/ledger.h"
 #include "linkage/core/published.h"
 #include "linkage/stats/periodcurves.h"
+#include "linkage/stats/positionmerge.h"
 #include "linkage/store/filesaver.h"
 #include "linkage/store/historystate.h"
 #include "linkage/store/serverhistory.h"
@@ -42,6 +43,7 @@ CLinkageManager::CLinkageManager()
       m_pAsync(std::make_unique<AsyncState>()),
       m_pLedger(std::make_unique<CLedger>(m_bClientType3)),
       m_pCurves(std::make_unique<CPeriodCurves>()),
+      m_pPositionReports(std::make_unique<PositionReports>()),
       m_pBalance(std::make_unique<BalanceState>()),
       m_pHistory(std::make_unique<HistoryState>()),
       m_pServerHistory(std::make_unique<CServerHistory>()) {
@@ -100,9 +102,9 @@ void CLinkageManager::drainLater() {
 // One batch, then the strand gets its turn again, so that timers are never starved by a
 // storm of reports.
 void CLinkageManager::drainInbox() {
-    std::vector<CInbox::Item>& batch = m_pAsync->m_batch;
+    std::vector<InboxItem>& batch = m_pAsync->m_batch;
     if (!m_pAsync->m_inbox.take(batch)) return;
-    for (CInbox::Item& item : batch) {
+    for (InboxItem& item : batch) {
         try {
             handle(item);
         } catch (const std::exception& error) {
@@ -115,13 +117,13 @@ void CLinkageManager::drainInbox() {
     drainLater();
 }
 
-void CLinkageManager::handle(CInbox::Item& item) {
+void CLinkageManager::handle(InboxItem& item) {
     if (auto* order = std::get_if<OrderPtr>(&item.what)) {
         doOrderDetail(item.accountKey, *order);
     } else if (auto* deal = std::get_if<DealPtr>(&item.what)) {
         doDealDetail(item.accountKey, *deal);
     } else {
-        std::get<CInbox::Work>(item.what)();
+        std::get<InboxItem::Work>(item.what)();
     }
 }
 

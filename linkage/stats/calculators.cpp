@@ -17,7 +17,7 @@ namespace TC {
 
 namespace {
 
-constexpr int CALCULATOR_MICROS = 3'000'000;
+constexpr std::int64_t CALCULATOR_MICROS = 3'000'000;
 
 ValuePrices pricesOf(const std::string& stockKey, double last) {
     const auto detail =
@@ -32,13 +32,6 @@ ValuePrices pricesOf(const std::string& stockKey, double last) {
 
 }  // namespace
 
-void CLinkageManager::armCalculator(utils::DeadlineTimer& timer,
-                                    void (CLinkageManager::*calculator)()) {
-    timer.expires_from_now(boost::posix_time::microseconds(CALCULATOR_MICROS));
-    timer.async_wait(m_pAsync->m_strand->wrap(
-        guarded([this, calculator](const boost::system::error_code&) { (this->*calculator)(); })));
-}
-
 void CLinkageManager::runStatCalculator() {
     std::vector<CLedger::ProfitSum> sums;
     bool hadRecords = false;
@@ -51,7 +44,8 @@ void CLinkageManager::runStatCalculator() {
         sigProfitChanged(sum.account, sum.strategy, sum.profit);
     }
     if (hadRecords) sigStatDataChanged();
-    armCalculator(*m_pAsync->m_statTimer, &CLinkageManager::runStatCalculator);
+    armTimer(*m_pAsync->m_statTimer, *m_pAsync->m_strand, CALCULATOR_MICROS,
+             guarded([this] { runStatCalculator(); }));
 }
 
 void CLinkageManager::runHistoryStatCalculator() {
@@ -67,7 +61,8 @@ void CLinkageManager::runHistoryStatCalculator() {
             prices.clear();
         }
     }
-    armCalculator(*m_pAsync->m_historyStatTimer, &CLinkageManager::runHistoryStatCalculator);
+    armTimer(*m_pAsync->m_historyStatTimer, *m_pAsync->m_strand, CALCULATOR_MICROS,
+             guarded([this] { runHistoryStatCalculator(); }));
 }
 
 void CLinkageManager::historyStatCalculator() {
