@@ -33,8 +33,8 @@ struct ClientConfig {
     double limitPercent = 10.0;
     double limitPercentST = 5.0;
     bool registRules = false;
-    bool executes = false;  ///< the paper exchange matches; else orders are recorded only
-    bool scheduler = false; ///< balances start at the times of the balance-time table
+    bool executes = false;   ///< the paper exchange matches; else orders are recorded only
+    bool scheduler = false;  ///< balances start at the times of the balance-time table
     QString dataDir;
     std::string fileEncoding = "UTF-8";
 };
@@ -81,7 +81,6 @@ public:
                                const vexservice::CTaskOpRecord& record) = 0;
     virtual void onCommand(const vexservice::COrderComandParam& command) = 0;
 };
-
 
 class CInstruments;
 class CDataCenter;

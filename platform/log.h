@@ -46,13 +46,14 @@ PLATFORM_EXPORT extern CVexLogger g_VexStdLogger;
 namespace LOGPRINT {
 
 /// How an account is named in log lines: its key, "" for none.
-PLATFORM_EXPORT std::string accountLogKey(const boost::shared_ptr<vexservice::CAccountInfo>& account);
+PLATFORM_EXPORT std::string accountLogKey(
+    const boost::shared_ptr<vexservice::CAccountInfo>& account);
 
 }  // namespace LOGPRINT
 
 /// Logs at information level; the arguments are not evaluated when nobody listens.
-#define VEX_INFO(operation, ...)                                           \
-    do {                                                                   \
-        if (g_VexStdLogger.isInfoEnabled())                                \
-            g_VexStdLogger.info(operation, ::fmt::format(__VA_ARGS__));    \
+#define VEX_INFO(operation, ...)                                        \
+    do {                                                                \
+        if (g_VexStdLogger.isInfoEnabled())                             \
+            g_VexStdLogger.info(operation, ::fmt::format(__VA_ARGS__)); \
     } while (0)

@@ -213,9 +213,8 @@ public:
 
     /// Positions in one stock, of the given accounts (none: of all followed): account
     /// IDs, volumes held and volumes available, side by side, in account key order.
-    void getPositionNumber(const QString& stockKey, QList<QString>& accountIds,
-                           QList<int>& volumes, QList<int>& availables,
-                           const QList<QString>& accountKeys) const;
+    void getPositionNumber(const QString& stockKey, QList<QString>& accountIds, QList<int>& volumes,
+                           QList<int>& availables, const QList<QString>& accountKeys) const;
 
     /// Shares that a task has traded of one stock so far. Takes no lock.
     int getTaskItemFinishNumber(const boost::shared_ptr<vexservice::CTaskDetail>& task,
@@ -422,8 +421,8 @@ protected:
     void doHistoryDeal(const boost::shared_ptr<vexservice::CDealDetail>& deal,
                        const boost::shared_ptr<vexservice::CAccountData>& accountData,
                        const std::string& historyKey, const std::string& stockKey,
-                       const std::string& accountKey, bool stockIsNew, bool buys,
-                       double commission) REQUIRES(m_mutex);
+                       const std::string& accountKey, bool stockIsNew, bool buys, double commission)
+        REQUIRES(m_mutex);
 
     mutable CRecursiveMutex m_mutex;
     bool m_bInited GUARDED_BY(m_mutex) = false;

@@ -18,6 +18,7 @@ std::string nowAs(const char* format) {
 
 int dayKey(const std::string& date) {
     const QDateTime midnight = QDateTime::fromString(Pim::sToQs(date), "yyyyMMdd");
+    if (!midnight.isValid()) return -1;
     return static_cast<int>(static_cast<unsigned>(midnight.toSecsSinceEpoch()));
 }
 

@@ -5,7 +5,7 @@
 namespace TC {
 
 /// The day key of a date "yyyyMMdd": its local midnight in seconds since the epoch.
-/// A text that is no date gives what Qt makes of an invalid date.
+/// -1 for a text that is no date.
 int dayKey(const std::string& date);
 
 /// The date of a day key, "yyyyMMdd".

@@ -21,10 +21,10 @@ struct Figures {
 
     LinkagePeriodExtData record;
     FigureBlock* block = nullptr;
-    Figures* wide = nullptr;        ///< of the whole account; null for itself
+    Figures* wide = nullptr;  ///< of the whole account; null for itself
     std::uint32_t stock = NONE;
-    std::uint32_t pair = NONE;      ///< NONE: taken out of the ledger
-    std::uint32_t minutes = NONE;   ///< newest minute of its deals
+    std::uint32_t pair = NONE;     ///< NONE: taken out of the ledger
+    std::uint32_t minutes = NONE;  ///< newest minute of its deals
     std::uint32_t inBlock = 0;
 
     boost::shared_ptr<LinkagePeriodExtData> share();

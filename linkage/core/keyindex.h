@@ -10,9 +10,10 @@
 namespace TC {
 
 inline std::uint64_t mixHash(std::uint64_t value) {
-    const unsigned __int128 product =
-        static_cast<unsigned __int128>(value ^ 0x9e3779b97f4a7c15ull) * 0xd6e8feb86659fd93ull;
-    return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
+    value *= 0xd6e8feb86659fd93ull;
+    value ^= value >> 32;
+    value *= 0xd6e8feb86659fd93ull;
+    return value ^ value >> 32;
 }
 
 /// Hash of a short text: keys of this trade have 2 to 16 characters.
@@ -34,9 +35,10 @@ inline std::uint64_t textHash(std::string_view text, std::uint64_t seed = 0) {
         return mixHash(hash ^ (first | static_cast<std::uint64_t>(last) << 32));
     }
     if (left == 0) return mixHash(hash);
-    const std::uint64_t word = static_cast<unsigned char>(at[0]) |
-                               static_cast<std::uint64_t>(static_cast<unsigned char>(at[left / 2])) << 8 |
-                               static_cast<std::uint64_t>(static_cast<unsigned char>(at[left - 1])) << 16;
+    const std::uint64_t word =
+        static_cast<unsigned char>(at[0]) |
+        static_cast<std::uint64_t>(static_cast<unsigned char>(at[left / 2])) << 8 |
+        static_cast<std::uint64_t>(static_cast<unsigned char>(at[left - 1])) << 16;
     return mixHash(hash ^ word);
 }
 

@@ -4,6 +4,7 @@
 #include "linkage/core/figures.h"
 #include "linkage/core/keyindex.h"
 #include "linkage/core/managerstate.h"
+#include "linkage/stats/profitrule.h"
 
 #include <deque>
 #include <map>
@@ -113,8 +114,8 @@ public:
         std::uint32_t nextInCell = NONE;
         std::uint32_t nextOfKey = NONE;
         std::uint32_t placeRunning[2] = {NONE, NONE};  ///< in the strategy's set, the account's
-        std::int32_t runTraded = 0;
-        std::uint8_t status = 0;
+        std::int32_t runTraded = 0;                    ///< of the report that its running sets hold
+        std::int32_t status = 0;
         std::uint8_t facets = 0;
         bool buys = false;
     };
@@ -158,6 +159,7 @@ public:
         std::vector<std::uint32_t> pairs;     ///< by strategy
         std::vector<std::uint32_t> holdings;  ///< by stock
         std::vector<std::uint32_t> cells;
+        std::vector<std::uint32_t> parked;  ///< order entries that are filed nowhere
         CKeyIndex orders;
         CKeyIndex deals;
     };
@@ -170,6 +172,8 @@ public:
 
     /// The stocks that have an entry under a day, in each of the by-day containers.
     struct Day {
+        bool hasOrders = false;  ///< the day has an entry of its own
+        bool hasDeals = false;
         std::set<std::uint32_t> orders;
         std::set<std::uint32_t> deals;
         std::set<std::uint32_t> totals;
@@ -333,12 +337,6 @@ public:
 
     bool hasFigures() const { return m_nFigures > 0; }
 
-    /// At which price long and short volume of a stock is valued.
-    struct ValuePrices {
-        double price = 0.0;
-        double longPrice = 0.0;
-        double shortPrice = 0.0;
-    };
     struct ProfitSum {
         std::string account;
         std::string strategy;
@@ -372,7 +370,10 @@ private:
     std::uint32_t pairOf(std::uint32_t account, std::uint32_t strategy);
     Figures* figuresIn(std::uint32_t pair, std::uint32_t stock);
     std::uint32_t findOrder(const Account& account, std::uint64_t key) const;
-    std::uint32_t findDeal(const Account& account, std::uint64_t key, std::uint32_t cell) const;
+    const Pair* findPair(const std::string& accountKey, const std::string& strategy) const;
+    bool putDeal(std::uint32_t account, std::uint32_t cell, const DealPtr& deal);
+    void chainOrder(Account& account, std::uint32_t entry);
+    void chainDeal(Account& account, std::uint32_t entry);
     std::uint32_t addOrder(Account& account, std::uint64_t key, std::uint32_t cell);
     void headOfKey(Account& account, std::uint64_t key, std::uint32_t entry);
     void settleFacets(OrderStep& step, OrderEntry& entry, std::int32_t level);
@@ -382,6 +383,8 @@ private:
     void removeFigures(Account& account);
     void removeRecords(Account& account, int day);
     void refresh(Listing& listing) const;
+    void describeAccount(const Account& account, ManagerState& state) const;
+    void describePair(const Pair& pair, ManagerState& state) const;
 
     void sortGrownPairs();
     void revalueStock(Stock& stock, const ValuePrices& prices);

@@ -14,7 +14,7 @@ namespace TC {
 
 /// The statistics of one account and strategy, as the history store keeps them.
 struct TradeStatData {
-    std::int32_t m_nId = 0;         ///< -1 until the client gives the record one
+    std::int32_t m_nId = 0;  ///< -1 until the client gives the record one
     std::string m_strAccountKey;
     std::string m_strFundAccountId;
     std::string m_strAccountName;

@@ -6,8 +6,8 @@ namespace vexservice {
 
 /// What is known of one trading account.
 struct PLATFORM_EXPORT CAccountInfo : IData {
-    std::string m_strKey;     ///< account key, unique in the client
-    std::string m_strID;      ///< account ID as the broker writes it
+    std::string m_strKey;  ///< account key, unique in the client
+    std::string m_strID;   ///< account ID as the broker writes it
     std::string m_strName;
     int m_nType = 0;          ///< EAccountType
     std::string m_strBroker;  ///< brokerage company

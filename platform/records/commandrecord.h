@@ -11,10 +11,10 @@ namespace vexservice {
 struct PLATFORM_EXPORT CCommandRecord {
     std::string m_strUser;
     int m_nKind = 0;
-    std::string m_strTradeDate;        ///< "yyyyMMdd"
-    std::string m_strStrategyName;     ///< primary name
-    std::string m_strStrategyName2;    ///< secondary name
-    std::string m_strTag;              ///< "历史配平" for balances of history
+    std::string m_strTradeDate;      ///< "yyyyMMdd"
+    std::string m_strStrategyName;   ///< primary name
+    std::string m_strStrategyName2;  ///< secondary name
+    std::string m_strTag;            ///< "历史配平" for balances of history
 };
 
 }  // namespace vexservice

@@ -10,9 +10,9 @@ namespace vexservice {
 struct PLATFORM_EXPORT CDealDetail : INumberedData {
     EEntrustBS m_eDirection = ENTRUST_BUY;
     EOffset_Flag_Type m_eOffsetFlag = OFFSET_NONE;
-    int m_nVolume = 0;      ///< shares
-    double m_dPrice = 0.0;  ///< yuan
-    double m_dAmount = 0.0; ///< yuan
+    int m_nVolume = 0;       ///< shares
+    double m_dPrice = 0.0;   ///< yuan
+    double m_dAmount = 0.0;  ///< yuan
     std::string m_strMarket;
     std::string m_strCode;
     std::string m_strTradeDate;  ///< "yyyyMMdd"

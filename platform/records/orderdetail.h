@@ -31,9 +31,8 @@ struct PLATFORM_EXPORT COrderDetailHelper {
 
     /// Commission of a deal in yuan under the given fee limits (see
     /// CStkExchangeRateLimit); 0 without limits or deal.
-    static double calcDealCommission(
-        const boost::shared_ptr<struct CStkExchangeRateLimit>& limits,
-        const boost::shared_ptr<struct CDealDetail>& deal);
+    static double calcDealCommission(const boost::shared_ptr<struct CStkExchangeRateLimit>& limits,
+                                     const boost::shared_ptr<struct CDealDetail>& deal);
 };
 
 }  // namespace vexservice

@@ -9,9 +9,9 @@ namespace vexservice {
 struct PLATFORM_EXPORT CPositionStatics : INumberedData {
     std::string m_strMarket;
     std::string m_strCode;
-    int m_nVolume = 0;          ///< shares held
-    int m_nAvailable = 0;       ///< shares that may be sold today
-    double m_dCost = 0.0;       ///< cost price per share, yuan
+    int m_nVolume = 0;     ///< shares held
+    int m_nAvailable = 0;  ///< shares that may be sold today
+    double m_dCost = 0.0;  ///< cost price per share, yuan
     boost::shared_ptr<CAccountInfo> m_pAccountInfo;
 };
 

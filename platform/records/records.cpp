@@ -20,9 +20,7 @@ bool isRunningStatus(EEntrustStatus status) {
            status == STATUS_PART_SUCC;
 }
 
-bool isBuyByDirection(EEntrustBS direction, EOffset_Flag_Type) {
-    return direction == ENTRUST_BUY;
-}
+bool isBuyByDirection(EEntrustBS direction, EOffset_Flag_Type) { return direction == ENTRUST_BUY; }
 
 bool isRealMarketPrice(EPriceType priceType) { return priceType == PRTP_MARKET; }
 

@@ -20,10 +20,10 @@ enum EClientType : int {
 
 /// Members of the user configuration, by number.
 enum EUserMember : int {
-    USER_NAME = 1,              ///< text: the user's name
-    USER_LIMIT_PERCENT = 86,    ///< number: daily price limit in percent
-    USER_LIMIT_PERCENT_ST = 87, ///< number: the same for stocks under special treatment
-    USER_TRADE_SETTING = 163,   ///< address of the user's CTradeSetting
+    USER_NAME = 1,               ///< text: the user's name
+    USER_LIMIT_PERCENT = 86,     ///< number: daily price limit in percent
+    USER_LIMIT_PERCENT_ST = 87,  ///< number: the same for stocks under special treatment
+    USER_TRADE_SETTING = 163,    ///< address of the user's CTradeSetting
 };
 
 /// The application's configuration. Threads: any. Constant for the process's life.

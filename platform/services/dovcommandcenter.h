@@ -25,7 +25,8 @@ public:
 
     /// Operates a task on the server, named by CTaskHelper::genServerTaskKey.
     virtual void operateServerTask(
-        const std::string& serverTaskKey, const boost::shared_ptr<vexservice::CTaskOpRecord>& record,
+        const std::string& serverTaskKey,
+        const boost::shared_ptr<vexservice::CTaskOpRecord>& record,
         const boost::shared_ptr<vexservice::CAccountInfo>& account,
         const boost::function<void(const utils::VexError&, bson::BSONObj)>& completion) = 0;
 };

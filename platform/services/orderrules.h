@@ -30,8 +30,8 @@ public:
 
 struct PLATFORM_EXPORT CPriceDataHelper {
     /// As IOrderRules::getPriceForOrder; the further arguments are not used.
-    static double getPriceForOrder(const boost::shared_ptr<CPriceData>& quote,
-                                   EPriceType priceType, EOperationType operation, int level,
+    static double getPriceForOrder(const boost::shared_ptr<CPriceData>& quote, EPriceType priceType,
+                                   EOperationType operation, int level,
                                    const boost::shared_ptr<CAutoPriceParam>& automatic, bool, bool,
                                    double basis);
 };

@@ -19,7 +19,8 @@ namespace net {
 class PLATFORM_EXPORT RPCEngine {
 public:
     virtual ~RPCEngine() = default;
-    virtual boost::shared_ptr<boost::asio::io_service::strand> getStrand(const std::string& name) = 0;
+    virtual boost::shared_ptr<boost::asio::io_service::strand> getStrand(
+        const std::string& name) = 0;
 };
 
 }  // namespace net

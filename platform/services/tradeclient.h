@@ -26,12 +26,10 @@ class PLATFORM_EXPORT CTradeClient : public QObject {
     Q_OBJECT
 
 public:
-    using OrdersAnswer =
-        boost::function<void(const utils::VexError&,
-                             const std::vector<boost::shared_ptr<vexservice::COrderDetail>>&)>;
-    using DealsAnswer =
-        boost::function<void(const utils::VexError&,
-                             const std::vector<boost::shared_ptr<vexservice::CDealDetail>>&)>;
+    using OrdersAnswer = boost::function<void(
+        const utils::VexError&, const std::vector<boost::shared_ptr<vexservice::COrderDetail>>&)>;
+    using DealsAnswer = boost::function<void(
+        const utils::VexError&, const std::vector<boost::shared_ptr<vexservice::CDealDetail>>&)>;
 
     CTradeClient();
     ~CTradeClient() override;

@@ -25,7 +25,8 @@ public:
     virtual ~IDataCenter() = default;
 
     /// Every account, in the order in which they first appeared.
-    virtual void getAllAccountData(std::vector<boost::shared_ptr<CAccountData>>& accounts) const = 0;
+    virtual void getAllAccountData(
+        std::vector<boost::shared_ptr<CAccountData>>& accounts) const = 0;
 
     /// The account whose key has this hash (utils::hash), or an empty pointer.
     virtual boost::shared_ptr<CAccountData> getAccountData(std::uint64_t hash) const = 0;

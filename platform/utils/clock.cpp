@@ -48,8 +48,7 @@ ClockTimeTraits::duration_type ClockTimeTraits::subtract(const time_type& left,
     return boost::posix_time::microseconds(left.micros - right.micros);
 }
 
-boost::posix_time::time_duration ClockTimeTraits::to_posix_duration(
-    const duration_type& duration) {
+boost::posix_time::time_duration ClockTimeTraits::to_posix_duration(const duration_type& duration) {
     return currentClock().isVirtual() ? duration_type() : duration;
 }
 

@@ -15,7 +15,8 @@ std::string decorated(std::string digits, bool negative, int flags) {
         for (std::size_t at = end; at > 3; at -= 3) digits.insert(at - 3, 1, ',');
     }
     if (negative) return "-" + digits;
-    const bool plus = (flags & FORMAT_NUMBER_SIGNED) && digits.find_first_of("123456789") != std::string::npos;
+    const bool plus =
+        (flags & FORMAT_NUMBER_SIGNED) && digits.find_first_of("123456789") != std::string::npos;
     return plus ? "+" + digits : digits;
 }
 

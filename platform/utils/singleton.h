@@ -71,7 +71,7 @@ public:
         victim.swap(s_pInstance);
         s_pPublished.store(nullptr, std::memory_order_release);
         if (!victim) return;
-        if constexpr (requires(T& object) { object.retire(); }) victim->retire();
+        if constexpr (requires(T & object) { object.retire(); }) victim->retire();
     }
 
 private:

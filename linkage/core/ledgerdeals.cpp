@@ -1,0 +1,111 @@
+#include "linkage/core/ledger.h"
+#include "linkage/core/orderrule.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace TC {
+
+void CLedger::chainDeal(Account& account, std::uint32_t at) {
+    DealEntry& entry = m_deals[at];
+    const std::uint64_t hash = mixHash(entry.key);
+    const std::uint32_t head = account.deals.find(
+        hash, [&](std::uint32_t index) { return m_deals[index].key == entry.key; });
+    if (head == NONE) {
+        account.deals.add(hash, at);
+    } else {
+        entry.nextOfKey = m_deals[head].nextOfKey;
+        m_deals[head].nextOfKey = at;
+    }
+}
+
+bool CLedger::putDeal(std::uint32_t accountAt, std::uint32_t cellAt, const DealPtr& deal) {
+    Account& account = m_accounts[accountAt];
+    const std::uint64_t key = deal->recordKey();
+    for (std::uint32_t at = account.deals.find(
+             mixHash(key), [&](std::uint32_t index) { return m_deals[index].key == key; });
+         at != NONE; at = m_deals[at].nextOfKey) {
+        if (m_deals[at].cell != cellAt) continue;
+        m_deals[at].report = deal;
+        return false;
+    }
+    Cell& cell = m_cells[cellAt];
+    if (!cell.hasDeals) {
+        cell.hasDeals = true;
+        Day& day = m_days[cell.day];
+        day.hasDeals = true;
+        day.deals.insert(cell.stock);
+    }
+    const std::uint32_t made = m_deals.make();
+    m_deals[made] = {key, deal, cellAt, cell.firstDeal, NONE};
+    cell.firstDeal = made;
+    chainDeal(account, made);
+    return true;
+}
+
+void CLedger::fileDeal(DealStep& step, const DealPtr& deal) {
+    const std::uint32_t stock = m_listings[step.listing].stock;
+    step.deal = deal.get();
+    step.cell = cellOf(step.account, stock, day(deal->m_strTradeDate));
+    if (!m_cells[step.cell].hasDeals) {
+        step.stockIsNew = m_days[m_cells[step.cell].day].deals.count(stock) == 0;
+    }
+    step.dealIsNew = putDeal(step.account, step.cell, deal);
+}
+
+void CLedger::widenDealAmplitude(const DealStep& step) {
+    const Listing& listed = m_listings[step.listing];
+    if (!listed.hasDetail) return;
+    const std::optional<double> distance = amplitude(step.deal->m_dPrice, listed.reference);
+    if (!distance) return;
+    Holding& held = holding(step.account, listed.stock);
+    held.hasDealAmplitude = true;
+    held.dealAmplitude = std::max(held.dealAmplitude, *distance);
+    m_stocks[listed.stock].hasDealAmplitudes = true;
+}
+
+void CLedger::countDay(const DealStep& step) {
+    Cell& cell = m_cells[step.cell];
+    if (!cell.hasTotals) {
+        cell.hasTotals = true;
+        m_days[cell.day].totals.insert(cell.stock);
+    }
+    std::int32_t& volume = step.buys ? cell.boughtVolume : cell.soldVolume;
+    volume = wrapAdd(volume, step.deal->m_nVolume);
+    (step.buys ? cell.boughtAmount : cell.soldAmount) += step.deal->m_dAmount;
+}
+
+void CLedger::countMinute(const DealStep& step) {
+    const int minute = dealMinute(std::atoi(step.deal->m_strTradeTime.c_str()));
+    if (minute < 0) return;
+    const std::uint32_t stock = m_cells[step.cell].stock;
+    Figures& figures = *figuresIn(pairOf(step.account, step.strategy), stock);
+    m_stocks[stock].hasPeriods = true;
+
+    std::uint32_t* link = &figures.minutes;
+    while (*link != NONE && m_minutes[*link].minute > minute) link = &m_minutes[*link].older;
+    if (*link == NONE || m_minutes[*link].minute != minute) {
+        const std::uint32_t made = m_minutes.make();
+        m_minutes[made].minute = minute;
+        m_minutes[made].older = *link;
+        *link = made;
+    }
+    LinkagePeriodTradeData& deals = m_minutes[*link].deals;
+    (step.buys ? deals.m_nBuyVolume : deals.m_nSellVolume) += step.deal->m_nVolume;
+    (step.buys ? deals.m_dBuyAmount : deals.m_dSellAmount) += step.deal->m_dAmount;
+    deals.m_dCommission += step.commission;
+}
+
+void CLedger::countDeal(const DealStep& step) {
+    const auto add = [&](DealFigures& deals) {
+        auto& volume = step.buys ? deals.m_nBuyVolume : deals.m_nSellVolume;
+        volume = wrapAdd(volume, step.deal->m_nVolume);
+        (step.buys ? deals.m_dBuyAmount : deals.m_dSellAmount) += step.deal->m_dAmount;
+        deals.m_dCommission += step.commission;
+    };
+    Figures& figures = *figuresIn(pairOf(step.account, step.strategy), m_cells[step.cell].stock);
+    add(figures.record.deals());
+    if (figures.wide) add(figures.wide->record.deals());
+}
+
+}  // namespace TC

@@ -1,0 +1,159 @@
+#include "linkage/core/ledger.h"
+#include "linkage/core/orderrule.h"
+
+#include <algorithm>
+
+namespace TC {
+
+namespace {
+
+template <class Record>
+void fillRecords(const CArena<Record>& entries, std::uint32_t first,
+                 ByRecord<decltype(Record::report)>& records) {
+    for (std::uint32_t at = first; at != NONE; at = entries[at].nextInCell) {
+        records.emplace(entries[at].key, entries[at].report);
+    }
+}
+
+}  // namespace
+
+bool CLedger::fileOrder(int day, const std::string& stockKey, const std::string& accountKey,
+                        const OrderPtr& order) {
+    const std::uint32_t accountAt = accountId(accountKey);
+    const std::uint32_t stock = stockId(stockKey);
+    const std::uint32_t cell = cellOf(accountAt, stock, day);
+    Account& account = m_accounts[accountAt];
+    for (std::uint32_t at = findOrder(account, order->recordKey()); at != NONE;
+         at = m_orders[at].nextOfKey) {
+        if (m_orders[at].cell == cell) {
+            m_orders[at].report = order;
+            return false;
+        }
+    }
+    m_orders[addOrder(account, order->recordKey(), cell)].report = order;
+    return true;
+}
+
+bool CLedger::fileDeal(int day, const std::string& stockKey, const std::string& accountKey,
+                       const DealPtr& deal) {
+    const std::uint32_t accountAt = accountId(accountKey);
+    const std::uint32_t stock = stockId(stockKey);
+    return putDeal(accountAt, cellOf(accountAt, stock, day), deal);
+}
+
+ByRecord<OrderPtr> CLedger::accountOrders(const std::string& accountKey, int day) const {
+    ByRecord<OrderPtr> records;
+    const std::uint32_t account = findAccount(accountKey);
+    if (account == NONE) return records;
+    for (const std::uint32_t at : m_accounts[account].cells) {
+        if (m_cells[at].day == day) fillRecords(m_orders, m_cells[at].firstOrder, records);
+    }
+    return records;
+}
+
+ByRecord<DealPtr> CLedger::accountDeals(const std::string& accountKey, int day) const {
+    ByRecord<DealPtr> records;
+    const std::uint32_t account = findAccount(accountKey);
+    if (account == NONE) return records;
+    for (const std::uint32_t at : m_accounts[account].cells) {
+        if (m_cells[at].day == day) fillRecords(m_deals, m_cells[at].firstDeal, records);
+    }
+    return records;
+}
+
+const CLedger::Cell* CLedger::findCell(int day, const std::string& stockKey,
+                                       const std::string& accountKey) const {
+    const std::uint32_t account = findAccount(accountKey);
+    const std::uint32_t stock = findStock(stockKey);
+    if (account == NONE || stock == NONE) return nullptr;
+    const std::vector<std::uint32_t>& holdings = m_accounts[account].holdings;
+    if (stock >= holdings.size() || holdings[stock] == NONE) return nullptr;
+    std::uint32_t at = m_holdings[holdings[stock]].newestCell;
+    while (at != NONE && m_cells[at].day != day) at = m_cells[at].olderCell;
+    return at == NONE ? nullptr : &m_cells[at];
+}
+
+ByText<ByRecord<OrderPtr>> CLedger::orders(int day, const std::string& stockKey,
+                                           const std::set<std::string>& accountKeys) const {
+    ByText<ByRecord<OrderPtr>> result;
+    for (const std::string& key : accountKeys) {
+        const Cell* const cell = findCell(day, stockKey, key);
+        if (cell && cell->hasOrders) fillRecords(m_orders, cell->firstOrder, result[key]);
+    }
+    return result;
+}
+
+ByText<ByRecord<DealPtr>> CLedger::deals(int day, const std::string& stockKey,
+                                         const std::set<std::string>& accountKeys) const {
+    ByText<ByRecord<DealPtr>> result;
+    for (const std::string& key : accountKeys) {
+        const Cell* const cell = findCell(day, stockKey, key);
+        if (cell && cell->hasDeals) fillRecords(m_deals, cell->firstDeal, result[key]);
+    }
+    return result;
+}
+
+std::set<std::string> CLedger::stocksOfDay(int day) {
+    std::set<std::string> keys;
+    Day& today = m_days[day];
+    today.hasOrders = today.hasDeals = true;
+    for (const std::uint32_t stock : today.orders) keys.insert(m_stocks[stock].key);
+    for (const std::uint32_t stock : today.deals) keys.insert(m_stocks[stock].key);
+    return keys;
+}
+
+std::optional<std::vector<OrderPtr>> CLedger::runningOrders(const std::string& accountKey,
+                                                            const std::string& strategy) const {
+    const Pair* const pair = findPair(accountKey, strategy);
+    if (!pair || !pair->hasRunning) return std::nullopt;
+    std::vector<std::uint32_t> entries = pair->running;
+    std::sort(entries.begin(), entries.end(), [&](std::uint32_t left, std::uint32_t right) {
+        return m_orders[left].key < m_orders[right].key;
+    });
+    std::vector<OrderPtr> orders;
+    orders.reserve(entries.size());
+    for (const std::uint32_t at : entries) orders.push_back(m_orders[at].report);
+    return orders;
+}
+
+int CLedger::runningOrderCount(const std::string& accountKey, const std::string& strategy) const {
+    const Pair* const pair = findPair(accountKey, strategy);
+    return pair ? static_cast<int>(pair->running.size()) : 0;
+}
+
+std::optional<std::vector<TaskPtr>> CLedger::runningTasks(const std::string& accountKey,
+                                                          const std::string& strategy) const {
+    const auto account = m_runningTasks.find(accountKey);
+    if (account == m_runningTasks.end()) return std::nullopt;
+    const auto tasks = account->second.find(strategy);
+    if (tasks == account->second.end()) return std::nullopt;
+    std::vector<TaskPtr> result;
+    for (const auto& [key, task] : tasks->second) result.push_back(task);
+    return result;
+}
+
+int CLedger::lotsAtLevel(const std::string& strategy, int level) const {
+    const std::uint32_t name = findStrategy(strategy);
+    if (name == NONE) return 0;
+    std::int32_t lots = 0;
+    for (const Account& account : m_accounts) {
+        if (name >= account.pairs.size() || account.pairs[name] == NONE) continue;
+        const Pair& pair = m_pairs[account.pairs[name]];
+        const std::uint32_t at =
+            pair.levelIndex.find(mixHash(static_cast<std::uint32_t>(level)),
+                                 [&](std::uint32_t each) { return m_levels[each].level == level; });
+        if (at != NONE) lots = wrapAdd(lots, m_levels[at].lots);
+    }
+    return lots;
+}
+
+const CLedger::Pair* CLedger::findPair(const std::string& accountKey,
+                                       const std::string& strategy) const {
+    const std::uint32_t account = findAccount(accountKey);
+    const std::uint32_t name = findStrategy(strategy);
+    if (account == NONE || name == NONE) return nullptr;
+    const std::vector<std::uint32_t>& pairs = m_accounts[account].pairs;
+    return name < pairs.size() && pairs[name] != NONE ? &m_pairs[pairs[name]] : nullptr;
+}
+
+}  // namespace TC

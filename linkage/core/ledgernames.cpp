@@ -1,0 +1,197 @@
+#include "linkage/core/daykey.h"
+#include "linkage/core/ledger.h"
+#include "linkage/core/orderrule.h"
+#include "platform/services/stockmanager.h"
+#include "platform/utils/keys.h"
+#include "platform/utils/referencedata.h"
+
+namespace TC {
+
+namespace {
+
+const std::string& nameOf(const CLedger::Account& account) { return account.key; }
+const std::string& nameOf(const CLedger::Strategy& strategy) { return strategy.name; }
+const std::string& nameOf(const CLedger::Stock& stock) { return stock.key; }
+
+template <class Table>
+std::uint32_t findName(const CKeyIndex& index, const Table& table, const std::string& text) {
+    return index.find(textHash(text), [&](std::uint32_t at) { return nameOf(table[at]) == text; });
+}
+
+}  // namespace
+
+std::uint32_t CLedger::findAccount(const std::string& key) const {
+    return findName(m_accountIndex, m_accounts, key);
+}
+
+std::uint32_t CLedger::findStrategy(const std::string& name) const {
+    return findName(m_strategyIndex, m_strategies, name);
+}
+
+std::uint32_t CLedger::findStock(const std::string& key) const {
+    return findName(m_stockIndex, m_stocks, key);
+}
+
+std::uint32_t CLedger::accountId(const std::string& key) {
+    if (const std::uint32_t found = findAccount(key); found != NONE) return found;
+    const std::lock_guard names(m_namesMutex);
+    const auto made = static_cast<std::uint32_t>(m_accounts.size());
+    m_accounts.emplace_back().key = key;
+    m_accountIndex.add(textHash(key), made);
+    return made;
+}
+
+std::uint32_t CLedger::strategyId(const std::string& name) {
+    if (const std::uint32_t found = findStrategy(name); found != NONE) return found;
+    const std::lock_guard names(m_namesMutex);
+    const auto made = static_cast<std::uint32_t>(m_strategies.size());
+    m_strategies.emplace_back().name = name;
+    m_strategyIndex.add(textHash(name), made);
+    return made;
+}
+
+std::uint32_t CLedger::stockId(const std::string& key) {
+    if (const std::uint32_t found = findStock(key); found != NONE) return found;
+    const std::lock_guard names(m_namesMutex);
+    const auto made = static_cast<std::uint32_t>(m_stocks.size());
+    m_stocks.emplace_back().key = key;
+    m_stockIndex.add(textHash(key), made);
+    return made;
+}
+
+std::uint32_t CLedger::listingId(const std::string& market, const std::string& code) {
+    const std::uint64_t hash = textHash(code, textHash(market));
+    std::uint32_t at = m_listingIndex.find(hash, [&](std::uint32_t index) {
+        return m_listings[index].code == code && m_listings[index].market == market;
+    });
+    if (at == NONE) {
+        at = static_cast<std::uint32_t>(m_listings.size());
+        Listing& made = m_listings.emplace_back();
+        made.market = market;
+        made.code = code;
+        made.stock = stockId(utils::zorStockKey(market, code));
+        m_listingIndex.add(hash, at);
+    }
+    Listing& found = m_listings[at];
+    if (found.revision != utils::referenceDataRevision()) refresh(found);
+    return at;
+}
+
+void CLedger::refresh(Listing& listing) const {
+    // The revision is read first: a change that comes in between is seen next time.
+    listing.revision = utils::referenceDataRevision();
+    const auto isTyped = [&](int type) {
+        return vexservice::isTypedStock(type, listing.market, listing.code, std::string());
+    };
+    listing.excluded =
+        isTyped(vexservice::STOCKTYPE_REPURCHASE) || isTyped(vexservice::STOCKTYPE_SUBSCRIPTION);
+    const auto detail = utils::CSingletonT<CStockManager>::instance()->getInstrumentDetail(
+        listing.market, listing.code);
+    listing.hasDetail = detail != nullptr;
+    listing.tick = detail ? detail->m_dPriceTick : DEFAULT_TICK;
+    listing.reference = detail ? detail->m_dReferencePrice : 0.0;
+    listing.unit = vexservice::getTradeMinUnit(listing.market, listing.code);
+}
+
+CLedger::Holding& CLedger::holding(std::uint32_t account, std::uint32_t stock) {
+    std::vector<std::uint32_t>& holdings = m_accounts[account].holdings;
+    if (stock >= holdings.size()) holdings.resize(stock + 1, NONE);
+    if (holdings[stock] == NONE) holdings[stock] = m_holdings.make();
+    return m_holdings[holdings[stock]];
+}
+
+int CLedger::day(const std::string& date) {
+    if (date == m_strLastDate && !date.empty()) return m_nLastDay;
+    const auto [at, isNew] = m_dayOfDate.try_emplace(date, 0);
+    if (isNew) at->second = dayKey(date);
+    m_strLastDate = date;
+    m_nLastDay = at->second;
+    return m_nLastDay;
+}
+
+bool CLedger::listStrategy(const std::string& name) {
+    if (name.empty()) return false;
+    Strategy& strategy = m_strategies[strategyId(name)];
+    if (strategy.listed) return false;
+    return strategy.listed = true;
+}
+
+std::set<std::string> CLedger::strategies() const {
+    std::set<std::string> names;
+    for (const Strategy& strategy : m_strategies) {
+        if (strategy.listed) names.insert(strategy.name);
+    }
+    return names;
+}
+
+std::uint32_t CLedger::cellOf(std::uint32_t account, std::uint32_t stock, int day) {
+    Holding& held = holding(account, stock);
+    for (std::uint32_t at = held.newestCell; at != NONE; at = m_cells[at].olderCell) {
+        if (m_cells[at].day == day) return at;
+    }
+    const std::uint32_t made = m_cells.make();
+    Cell& cell = m_cells[made];
+    cell.day = day;
+    cell.stock = stock;
+    cell.account = account;
+    cell.olderCell = held.newestCell;
+    held.newestCell = made;
+    m_accounts[account].cells.push_back(made);
+    return made;
+}
+
+std::uint32_t CLedger::pairOf(std::uint32_t account, std::uint32_t strategy) {
+    std::vector<std::uint32_t>& pairs = m_accounts[account].pairs;
+    if (strategy < pairs.size() && pairs[strategy] != NONE) return pairs[strategy];
+    const std::lock_guard names(m_namesMutex);
+    if (strategy >= pairs.size()) pairs.resize(strategy + 1, NONE);
+    const std::uint32_t made = m_pairs.make();
+    m_pairs[made].account = account;
+    m_pairs[made].strategy = strategy;
+    pairs[strategy] = made;
+    m_pairsInOrder.clear();
+    return made;
+}
+
+Figures* CLedger::figuresIn(std::uint32_t pairAt, std::uint32_t stock) {
+    Pair& pair = m_pairs[pairAt];
+    const std::uint64_t hash = mixHash(stock);
+    const std::uint32_t found = pair.stockIndex.find(
+        hash, [&](std::uint32_t index) { return pair.figures[index]->stock == stock; });
+    if (found != NONE) return pair.figures[found];
+
+    Figures* const wide = pair.strategy == 0 ? nullptr : figuresIn(pairOf(pair.account, 0), stock);
+    const std::lock_guard names(m_namesMutex);
+    Figures* const made = m_stocks[stock].figures.make();
+    made->stock = stock;
+    made->pair = pairAt;
+    made->wide = wide;
+    pair.stockIndex.add(hash, static_cast<std::uint32_t>(pair.figures.size()));
+    pair.figures.push_back(made);
+    if (pair.figures.size() == pair.sorted + 1) m_grownPairs.push_back(pairAt);
+    ++m_nFigures;
+    return made;
+}
+
+std::map<std::string, FiguresPtr> CLedger::figuresOf(const std::string& accountKey,
+                                                     const std::string& strategy) const {
+    std::vector<std::pair<const std::string*, FiguresPtr>> held;
+    {
+        const std::lock_guard names(m_namesMutex);
+        const std::uint32_t account = findAccount(accountKey);
+        const std::uint32_t name = findStrategy(strategy);
+        if (account == NONE || name == NONE) return {};
+        const std::vector<std::uint32_t>& pairs = m_accounts[account].pairs;
+        if (name >= pairs.size() || pairs[name] == NONE) return {};
+        const Pair& pair = m_pairs[pairs[name]];
+        held.reserve(pair.figures.size());
+        for (Figures* figures : pair.figures) {
+            held.emplace_back(&m_stocks[figures->stock].key, figures->share());
+        }
+    }
+    std::map<std::string, FiguresPtr> result;
+    for (auto& [key, record] : held) result.emplace(*key, std::move(record));
+    return result;
+}
+
+}  // namespace TC

@@ -1,0 +1,302 @@
+#include "linkage/core/ledger.h"
+#include "linkage/core/orderrule.h"
+
+#include <algorithm>
+
+namespace TC {
+
+std::uint32_t CLedger::findOrder(const Account& account, std::uint64_t key) const {
+    return account.orders.find(mixHash(key),
+                               [&](std::uint32_t at) { return m_orders[at].key == key; });
+}
+
+void CLedger::chainOrder(Account& account, std::uint32_t at) {
+    OrderEntry& entry = m_orders[at];
+    const std::uint32_t head = findOrder(account, entry.key);
+    if (head == NONE) {
+        account.orders.add(mixHash(entry.key), at);
+    } else {
+        entry.nextOfKey = m_orders[head].nextOfKey;
+        m_orders[head].nextOfKey = at;
+    }
+}
+
+std::uint32_t CLedger::addOrder(Account& account, std::uint64_t key, std::uint32_t cellAt) {
+    const std::uint32_t made = m_orders.make();
+    OrderEntry& entry = m_orders[made];
+    Cell& cell = m_cells[cellAt];
+    entry.key = key;
+    entry.cell = cellAt;
+    entry.facets = FILED;
+    entry.nextInCell = cell.firstOrder;
+    cell.firstOrder = made;
+    if (!cell.hasOrders) {
+        cell.hasOrders = true;
+        Day& day = m_days[cell.day];
+        day.hasOrders = true;
+        day.orders.insert(cell.stock);
+    }
+    chainOrder(account, made);
+    return made;
+}
+
+// The entry that the newest report stands in is the one that look-ups find first.
+void CLedger::headOfKey(Account& account, std::uint64_t key, std::uint32_t entry) {
+    const std::uint32_t head = findOrder(account, key);
+    if (head == entry) return;
+    std::uint32_t before = head;
+    while (m_orders[before].nextOfKey != entry) before = m_orders[before].nextOfKey;
+    m_orders[before].nextOfKey = m_orders[entry].nextOfKey;
+    m_orders[entry].nextOfKey = head;
+    account.orders.replace(mixHash(key), head, entry);
+}
+
+void CLedger::fileOrder(OrderStep& step, const OrderPtr& order) {
+    Account& account = m_accounts[step.account];
+    const std::uint32_t stock = m_listings[step.listing].stock;
+    const int day = this->day(order->m_strTradeDate);
+    const std::uint64_t key = order->recordKey();
+
+    const std::uint32_t head = findOrder(account, key);
+    std::uint32_t at = head;
+    while (at != NONE) {
+        const OrderEntry& entry = m_orders[at];
+        if (entry.cell != NONE && m_cells[entry.cell].day == day &&
+            m_cells[entry.cell].stock == stock) {
+            break;
+        }
+        at = entry.nextOfKey;
+    }
+    if (at == NONE) {
+        const std::uint32_t cell = cellOf(step.account, stock, day);
+        step.stockIsNew = !m_cells[cell].hasOrders && m_days[day].orders.count(stock) == 0;
+        step.recordIsNew = true;
+        at = addOrder(account, key, cell);
+    }
+    if (at != head && head != NONE) headOfKey(account, key, at);
+    OrderEntry& entry = m_orders[at];
+    entry.report = order;
+    step.order = order.get();
+    step.entry = at;
+    step.cell = entry.cell;
+}
+
+void CLedger::placeOrder(OrderStep& step) {
+    const Listing& listed = m_listings[step.listing];
+    step.pair = pairOf(step.account, step.strategy);
+    step.level = priceLevel(step.order->m_dPrice, listed.tick);
+    OrderEntry& entry = m_orders[step.entry];
+    const bool asBefore = entry.pair == step.pair && entry.buys == step.buys &&
+                          entry.level == step.level && entry.nextOfKey == NONE;
+    if (asBefore) {
+        step.before = {entry.traded, entry.traded, entry.amount, entry.amount};
+        return;
+    }
+    if (step.recordIsNew && entry.nextOfKey == NONE) {
+        entry.pair = step.pair;
+        entry.buys = step.buys;
+        entry.level = step.level;
+        return;
+    }
+    settleFacets(step, entry, step.level);
+}
+
+// The report differs from the one before it in more than its progress, or the key has
+// stood elsewhere: what the totals hold under the key is gathered from wherever it is,
+// and what belongs to another strategy, stock, side or level stays behind.
+void CLedger::settleFacets(OrderStep& step, OrderEntry& target, std::int32_t level) {
+    const std::uint32_t stock = m_cells[target.cell].stock;
+    std::uint8_t held = target.facets & FILED;
+    std::int32_t heldLots = 0;
+    std::int32_t runTraded = target.runTraded;
+    std::int32_t runStatus = target.status;
+    std::uint32_t places[2] = {NONE, NONE};
+    step.before = {};
+
+    std::uint32_t next = NONE;
+    std::uint32_t last = step.entry;
+    for (std::uint32_t at = step.entry; at != NONE; at = next) {
+        OrderEntry& entry = m_orders[at];
+        next = entry.nextOfKey;
+        const bool sameSide =
+            entry.buys == step.buys && entry.figures && entry.figures->stock == stock;
+        std::uint8_t taken = 0;
+        if ((entry.facets & TRADED) && sameSide && entry.pair == step.pair) {
+            step.before.traded = entry.traded;
+            step.before.amount = entry.amount;
+            taken |= TRADED;
+        }
+        if ((entry.facets & WIDE) && sameSide) {
+            step.before.wideTraded = entry.traded;
+            step.before.wideAmount = entry.amount;
+            taken |= WIDE;
+        }
+        if ((entry.facets & LOTS) && entry.pair == step.pair && entry.level == level) {
+            heldLots = entry.lots;
+            taken |= LOTS;
+        }
+        if ((entry.facets & RUNS) && entry.pair == step.pair) {
+            places[0] = entry.placeRunning[0];
+            runTraded = entry.runTraded;
+            runStatus = entry.status;
+            taken |= RUNS;
+        }
+        if (entry.facets & RUNS_WIDE) {
+            places[1] = entry.placeRunning[1];
+            if (!(held & RUNS)) {
+                runTraded = entry.runTraded;
+                runStatus = entry.status;
+            }
+            taken |= RUNS_WIDE;
+        }
+        held |= taken;
+        entry.facets &= static_cast<std::uint8_t>(~taken);
+        const std::uint8_t stays = entry.facets & static_cast<std::uint8_t>(~FILED);
+        if (at == step.entry && stays != 0) {
+            // Its totals stay behind in an entry of their own.
+            const std::uint32_t parked = m_orders.make();
+            m_accounts[step.account].parked.push_back(parked);
+            OrderEntry& behind = m_orders[parked];
+            behind = entry;
+            behind.cell = NONE;
+            behind.nextInCell = NONE;
+            behind.facets = stays;
+            behind.nextOfKey = next;
+            entry.nextOfKey = parked;
+            last = parked;
+            if (stays & RUNS) {
+                m_pairs[behind.pair].running[behind.placeRunning[0]] = parked;
+            }
+        } else if (at != step.entry && entry.facets == 0) {
+            m_orders[last].nextOfKey = next;
+            std::erase(m_accounts[step.account].parked, at);
+            m_orders.drop(at);
+        } else {
+            last = at;
+        }
+    }
+
+    target.facets = held;
+    target.pair = step.pair;
+    target.buys = step.buys;
+    target.level = level;
+    target.levelCell = NONE;
+    target.lots = heldLots;
+    target.figures = nullptr;
+    target.runTraded = runTraded;
+    target.status = runStatus;
+    target.placeRunning[0] = places[0];
+    target.placeRunning[1] = places[1];
+    if (held & RUNS) m_pairs[step.pair].running[places[0]] = step.entry;
+    if (held & RUNS_WIDE) {
+        m_pairs[pairOf(step.account, 0)].running[places[1]] = step.entry;
+    }
+}
+
+std::uint32_t CLedger::levelCellOf(std::uint32_t pairAt, std::int32_t level) {
+    Pair& pair = m_pairs[pairAt];
+    const std::uint64_t hash = mixHash(static_cast<std::uint32_t>(level));
+    const std::uint32_t found =
+        pair.levelIndex.find(hash, [&](std::uint32_t at) { return m_levels[at].level == level; });
+    if (found != NONE) return found;
+    const std::uint32_t made = m_levels.make();
+    m_levels[made].level = level;
+    m_levels[made].nextOfPair = pair.firstLevel;
+    pair.firstLevel = made;
+    pair.levelIndex.add(hash, made);
+    m_strategies[pair.strategy].hasLevels = true;
+    return made;
+}
+
+void CLedger::countLots(OrderStep& step) {
+    OrderEntry& entry = m_orders[step.entry];
+    const vexservice::COrderDetail& order = *step.order;
+    const std::int32_t lots = openLots(order.m_eStatus, order.m_nVolume, order.m_nTradedVolume,
+                                       m_listings[step.listing].unit);
+    if (entry.levelCell == NONE) entry.levelCell = levelCellOf(step.pair, step.level);
+    if (lots != entry.lots) {
+        Level& level = m_levels[entry.levelCell];
+        level.lots = wrapAdd(level.lots, wrapSub(lots, entry.lots));
+        entry.lots = lots;
+    }
+    entry.facets |= LOTS;
+}
+
+void CLedger::enterRunning(Pair& pair, std::uint32_t at, bool wide) {
+    OrderEntry& entry = m_orders[at];
+    entry.placeRunning[wide] = static_cast<std::uint32_t>(pair.running.size());
+    entry.facets |= wide ? RUNS_WIDE : RUNS;
+    pair.running.push_back(at);
+    pair.hasRunning = true;
+}
+
+void CLedger::leaveRunning(Pair& pair, std::uint32_t at, bool wide) {
+    OrderEntry& entry = m_orders[at];
+    const std::uint32_t place = entry.placeRunning[wide];
+    const std::uint32_t moved = pair.running.back();
+    pair.running[place] = moved;
+    pair.running.pop_back();
+    m_orders[moved].placeRunning[wide] = place;
+    entry.placeRunning[wide] = NONE;
+    entry.facets &= static_cast<std::uint8_t>(~(wide ? RUNS_WIDE : RUNS));
+}
+
+CLedger::RunningChange CLedger::updateRunning(OrderStep& step, bool wide) {
+    const std::uint32_t pairAt = wide ? pairOf(step.account, 0) : step.pair;
+    Pair& pair = m_pairs[pairAt];
+    OrderEntry& entry = m_orders[step.entry];
+    const bool present = entry.facets & (wide ? RUNS_WIDE : RUNS);
+    if (!step.runs) {
+        if (!present) return {};
+        leaveRunning(pair, step.entry, wide);
+        return {true, pair.running.empty()};
+    }
+    if (!present) {
+        enterRunning(pair, step.entry, wide);
+        return {true, false};
+    }
+    return {entry.runTraded != step.order->m_nTradedVolume || entry.status != step.order->m_eStatus,
+            false};
+}
+
+void CLedger::countTraded(OrderStep& step) {
+    OrderEntry& entry = m_orders[step.entry];
+    const std::int32_t traded = step.order->m_nTradedVolume;
+    const double amount = step.order->m_dTradedAmount;
+    if (!entry.figures) entry.figures = figuresIn(step.pair, m_cells[entry.cell].stock);
+    entry.status = step.order->m_eStatus;
+    entry.runTraded = traded;
+    entry.traded = traded;
+    entry.amount = amount;
+
+    const auto update = [&](Figures& figures, std::int32_t tradedBefore, double amountBefore) {
+        LinkagePeriodExtData& record = figures.record;
+        auto& volumes = step.buys ? record.m_buyVolumes : record.m_sellVolumes;
+        auto& amounts = step.buys ? record.m_buyAmounts : record.m_sellAmounts;
+        if (traded != tradedBefore) volumes.replace(tradedBefore, traded);
+        if (amount != amountBefore) amounts.replace(amountBefore, amount);
+    };
+    const Before& before = step.before;
+    if (Figures* const wideFigures = entry.figures->wide) {
+        update(*entry.figures, before.traded, before.amount);
+        entry.facets |= TRADED;
+        update(*wideFigures, before.wideTraded, before.wideAmount);
+    } else {
+        update(*entry.figures, before.wideTraded, before.wideAmount);
+    }
+    entry.facets |= WIDE;
+}
+
+void CLedger::widenOrderAmplitude(const OrderStep& step) {
+    const Listing& listed = m_listings[step.listing];
+    const double price = step.order->m_dPrice;
+    if (!listed.hasDetail || !(std::fabs(price) > 0.00001)) return;
+    const std::optional<double> distance = amplitude(price, listed.reference);
+    if (!distance) return;
+    Holding& held = holding(step.account, listed.stock);
+    held.hasOrderAmplitude = true;
+    held.orderAmplitude = std::max(held.orderAmplitude, *distance);
+    m_stocks[listed.stock].hasOrderAmplitudes = true;
+}
+
+}  // namespace TC

@@ -1,0 +1,93 @@
+#include "linkage/core/ledger.h"
+
+namespace TC {
+
+void CLedger::removeAccount(const std::string& accountKey, int day) {
+    Day& today = m_days[day];
+    today.hasOrders = today.hasDeals = true;
+    const std::uint32_t at = findAccount(accountKey);
+    if (at != NONE) {
+        Account& account = m_accounts[at];
+        removeRecords(account, day);
+        removeFigures(account);
+        for (const std::uint32_t held : account.holdings) {
+            if (held == NONE) continue;
+            Holding& holding = m_holdings[held];
+            holding.hasOrderAmplitude = holding.hasDealAmplitude = false;
+            holding.orderAmplitude = holding.dealAmplitude = 0.0;
+        }
+    }
+    for (auto& [stock, accounts] : m_positions) accounts.erase(accountKey);
+}
+
+// Records of the day go; those of other days stay filed, without any figures.
+void CLedger::removeRecords(Account& account, int day) {
+    account.orders.clear();
+    account.deals.clear();
+    const auto dropChain = [](auto& entries, std::uint32_t first) {
+        for (std::uint32_t at = first; at != NONE;) {
+            const std::uint32_t next = entries[at].nextInCell;
+            entries.drop(at);
+            at = next;
+        }
+    };
+    for (const std::uint32_t at : account.parked) m_orders.drop(at);
+    account.parked.clear();
+
+    for (const std::uint32_t cellAt : account.cells) {
+        Cell& cell = m_cells[cellAt];
+        if (cell.day == day) {
+            dropChain(m_orders, cell.firstOrder);
+            dropChain(m_deals, cell.firstDeal);
+            Cell fresh;
+            fresh.day = cell.day;
+            fresh.stock = cell.stock;
+            fresh.account = cell.account;
+            fresh.olderCell = cell.olderCell;
+            cell = fresh;
+            continue;
+        }
+        for (std::uint32_t at = cell.firstOrder; at != NONE; at = m_orders[at].nextInCell) {
+            OrderEntry kept;
+            kept.key = m_orders[at].key;
+            kept.report = std::move(m_orders[at].report);
+            kept.cell = cellAt;
+            kept.nextInCell = m_orders[at].nextInCell;
+            kept.facets = FILED;
+            m_orders[at] = std::move(kept);
+            chainOrder(account, at);
+        }
+        for (std::uint32_t at = cell.firstDeal; at != NONE; at = m_deals[at].nextInCell) {
+            m_deals[at].nextOfKey = NONE;
+            chainDeal(account, at);
+        }
+    }
+}
+
+void CLedger::removeFigures(Account& account) {
+    const std::lock_guard names(m_namesMutex);
+    for (const std::uint32_t pairAt : account.pairs) {
+        if (pairAt == NONE) continue;
+        Pair& pair = m_pairs[pairAt];
+        for (Figures* const figures : pair.figures) {
+            for (std::uint32_t at = figures->minutes; at != NONE;) {
+                const std::uint32_t older = m_minutes[at].older;
+                m_minutes.drop(at);
+                at = older;
+            }
+            --m_nFigures;
+            m_stocks[figures->stock].figures.drop(figures);
+        }
+        for (std::uint32_t at = pair.firstLevel; at != NONE;) {
+            const std::uint32_t next = m_levels[at].nextOfPair;
+            m_levels.drop(at);
+            at = next;
+        }
+        Pair fresh;
+        fresh.account = pair.account;
+        fresh.strategy = pair.strategy;
+        pair = std::move(fresh);
+    }
+}
+
+}  // namespace TC
