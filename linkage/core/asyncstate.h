@@ -1,11 +1,13 @@
 #pragma once
 
+#include "linkage/core/inbox.h"
 #include "platform/utils/deadlinetimer.h"
 
 #include <boost/asio/strand.hpp>
 #include <boost/shared_ptr.hpp>
 #include <boost/signals2/connection.hpp>
 
+#include <atomic>
 #include <map>
 #include <mutex>
 #include <string>
@@ -16,13 +18,14 @@ namespace TC {
 /// Ends a subscription when it goes.
 using TaskConnection = boost::signals2::scoped_connection;
 
-/// What the manager has running in the client's engine. Set by init() and guarded by
+/// What the manager has running in the client's engine, and the accounts it follows. Set by init() and guarded by
 /// the manager's lock, but for the start timer, which has a lock of its own because
 /// runAutoBalance arms it after giving the manager's lock back.
 struct AsyncState {
     using Timer = boost::shared_ptr<utils::DeadlineTimer>;
 
     boost::shared_ptr<boost::asio::io_service::strand> m_strand;
+    std::atomic<bool> m_bReady{false};  ///< the strand is there; any thread may ask
     Timer m_extTimer;
     Timer m_statTimer;
     Timer m_autoBalanceTimer;
@@ -30,9 +33,29 @@ struct AsyncState {
     Timer m_balanceTimer;
     std::mutex m_balanceTimerMutex;
 
+    void setStrand(boost::shared_ptr<boost::asio::io_service::strand> strand) {
+        m_strand = std::move(strand);
+        m_bReady.store(true, std::memory_order_release);
+    }
+    bool hasStrand() const { return m_bReady.load(std::memory_order_acquire); }
+
+    CInbox m_inbox;
+    std::vector<InboxItem> m_batch;  ///< what the strand is at; its own
+
+    std::map<std::string, boost::shared_ptr<vexservice::CAccountInfo>> m_accounts;
     std::map<std::string, std::vector<boost::signals2::connection>> m_accountConnections;
     boost::shared_ptr<TaskConnection> m_taskConnection;
     boost::signals2::connection m_userDataConnection;
 };
+
+/// Sets a timer and waits through the strand. The handler is not told whether the wait
+/// was cut short: an armed timer always fires, at its time or when it is set anew.
+template <class Handler>
+void armTimer(utils::DeadlineTimer& timer, boost::asio::io_service::strand& strand,
+              std::int64_t micros, Handler handler) {
+    timer.expires_from_now(boost::posix_time::microseconds(micros));
+    timer.async_wait(strand.wrap(
+        [handler = std::move(handler)](const boost::system::error_code&) mutable { handler(); }));
+}
 
 }  // namespace TC

@@ -29,22 +29,25 @@
 
 namespace vexservice {
 class CAccountData;
+struct CPriceData;
 }
 
 namespace TC {
 
-class CLedger;
 class CDoor;
-class CInbox;
 class CFileSaver;
 class CPeriodCurves;
 class CServerHistory;
 struct AsyncState;
 struct BalancePlan;
+struct DealStep;
+struct Holding;
+struct InboxItem;
 struct BalanceState;
 struct HistoryState;
 struct ImportReport;
 struct PeriodPoint;
+struct PositionReports;
 template <class T>
 class CPublished;
 
@@ -229,7 +232,9 @@ public:
     bool deleteBalanceTime(const std::string& key);
     std::map<std::string, std::string> getBalanceTime() const;
 
-    /// Asks for a balance of a pair, which starts in 5 s. False when one is pending.
+    /// Asks for a balance of a pair, which starts in 5 s. False when one is pending,
+    /// and before init(). One timer serves all pairs: a pair that still waits for its
+    /// start is started at once when another one (or the same) asks.
     bool runAutoBalance(const std::string& accountkey, const std::string& strategy);
 
     /// Starts a balance now: records it as pending, cancels what runs of the pair and
@@ -359,10 +364,14 @@ protected:
     /// manager lives, and release() waits for it.
     template <class F>
     auto guarded(F work) const;
+    void drainLater();
+    void drainInbox();
+    void handle(InboxItem& item);
 
     // account registry: linkage/core/accountregistry.cpp
     void doRequestAccounts();
     void doRequestAccount(const boost::shared_ptr<vexservice::CAccountData>& accountData);
+    void subscribeAccount(const std::string& accountKey);
     void removeAccountDatas(const std::string& accountKey);
     void doNewTradingDay(const std::string& date);
 
@@ -375,8 +384,17 @@ protected:
                       const boost::shared_ptr<vexservice::IData>& data);
     void doDealDetail(const std::string& accountKey,
                       const boost::shared_ptr<vexservice::CDealDetail>& deal);
+    void countDealDetail(const std::string& accountKey,
+                         const boost::shared_ptr<vexservice::CDealDetail>& deal,
+                         DealStep& step, Holding& held) REQUIRES(m_mutex);
+    /// Takes the newest price of a stock that was dealt, and sees that more will come.
+    void followPrice(std::uint32_t account, std::uint32_t stock, Holding& held)
+        REQUIRES(m_mutex);
     void onTaskDetail(const boost::shared_ptr<vexservice::IData>& data);
     void doTaskDetail(const boost::shared_ptr<vexservice::CTaskDetail>& task);
+    void updateRunningTask(const std::string& accountKey, const std::string& strategy,
+                           const boost::shared_ptr<vexservice::CTaskDetail>& task, bool running)
+        REQUIRES(m_mutex);
     void doRequestTask();
     void onPositionStat(const std::string& accountKey,
                         const boost::shared_ptr<vexservice::IData>& data);
@@ -386,10 +404,13 @@ protected:
                      const boost::shared_ptr<vexservice::CPriceData>& price);
 
     // position merging: linkage/stats/positionmerge.cpp
+    /// The position that this report is part of, merged from all its reports; empty for
+    /// stocks that are not held. A report without account info is returned as it is.
     boost::shared_ptr<vexservice::CPositionStatics> tryMergePosition(
         const boost::shared_ptr<vexservice::CPositionStatics>& position);
 
     // calculators: linkage/stats/calculators.cpp, linkage/stats/periodcurves.cpp
+    void switchCalculator(bool CPeriodCurves::*own);
     void runStatCalculator();
     void runHistoryStatCalculator();
     void runExtCalculator();
@@ -399,6 +420,7 @@ protected:
 
     // balancing: linkage/balance/
     void onAutoBalanceTimer();
+    void armBalanceWatchdog() REQUIRES(m_mutex);
     void onCancelServerTask(const utils::VexError& error, bson::BSONObj result,
                             const boost::shared_ptr<vexservice::CTaskDetail>& task);
     void doStockBalanceBySignalTask(const std::string& accountkey, const std::string& strategy);
@@ -435,6 +457,7 @@ protected:
     std::unique_ptr<AsyncState> m_pAsync;      ///< strand, timers, connections, inbox
     std::unique_ptr<CLedger> m_pLedger;        ///< orders, deals and all figures of them
     std::unique_ptr<CPeriodCurves> m_pCurves;  ///< minute bars and curves
+    std::unique_ptr<PositionReports> m_pPositionReports;  ///< what positions are merged from
     std::unique_ptr<BalanceState> m_pBalance;  ///< pending balances, balance times
     std::unique_ptr<HistoryState> m_pHistory;  ///< the history store and its files' state
     std::unique_ptr<CServerHistory> m_pServerHistory;

@@ -6,6 +6,8 @@
 #include "linkage/core/managerstate.h"
 #include "linkage/stats/profitrule.h"
 
+#include <QString>
+
 #include <deque>
 #include <map>
 #include <memory>
@@ -24,6 +26,32 @@ using TaskPtr = boost::shared_ptr<vexservice::CTaskDetail>;
 using PositionPtr = boost::shared_ptr<vexservice::CPositionStatics>;
 using FiguresPtr = boost::shared_ptr<LinkagePeriodExtData>;
 using FeePtr = boost::shared_ptr<vexservice::CStkExchangeRateLimit>;
+
+/// One stock of one account, whatever the day.
+struct Holding {
+    double orderAmplitude = 0.0;
+    double dealAmplitude = 0.0;
+    bool hasOrderAmplitude = false;
+    bool hasDealAmplitude = false;
+    std::uint32_t newestCell = NONE;
+    std::uint64_t feeRevision = 0;
+    std::uint64_t markerEpoch = 0;
+    FeePtr fee;
+};
+
+/// A deal report on its way through intake.
+struct DealStep {
+    const vexservice::CDealDetail* deal = nullptr;
+    std::uint32_t account = NONE;
+    std::uint32_t listing = NONE;
+    std::uint32_t cell = NONE;
+    std::uint32_t strategy = 0;
+    bool stockIsNew = false;
+    bool dealIsNew = false;
+    bool strategyIsNew = false;
+    bool buys = false;
+    double commission = 0.0;
+};
 
 /// Orders, deals, tasks and positions, and every figure that is kept of them.
 ///
@@ -53,21 +81,14 @@ public:
 
     struct Stock {
         std::string key;
+        QString quoteKey;  ///< the key, as the quote client wants it
         CFigureBlocks figures;
+        double lastPrice = 0.0;
+        bool hasNewPrice = false;  ///< in m_latestPrices
+        std::uint64_t requestEpoch = 0;
         bool hasOrderAmplitudes = false;
         bool hasDealAmplitudes = false;
         bool hasPeriods = false;
-    };
-
-    /// One stock of one account, whatever the day.
-    struct Holding {
-        double orderAmplitude = 0.0;
-        double dealAmplitude = 0.0;
-        bool hasOrderAmplitude = false;
-        bool hasDealAmplitude = false;
-        std::uint32_t newestCell = NONE;
-        std::uint64_t feeRevision = 0;
-        FeePtr fee;
     };
 
     /// One day of one stock of one account.
@@ -210,20 +231,6 @@ public:
         bool emptied = false;  ///< the last running order has gone
     };
 
-    /// A deal report on its way through intake.
-    struct DealStep {
-        const vexservice::CDealDetail* deal = nullptr;
-        std::uint32_t account = NONE;
-        std::uint32_t listing = NONE;
-        std::uint32_t cell = NONE;
-        std::uint32_t strategy = 0;
-        bool stockIsNew = false;
-        bool dealIsNew = false;
-        bool strategyIsNew = false;
-        bool buys = false;
-        double commission = 0.0;
-    };
-
     explicit CLedger(bool clientType3) : m_bClientType3(clientType3) { strategyId(std::string()); }
 
     // ------------------------------------------------------------ texts to integers
@@ -248,8 +255,10 @@ public:
     /// dayKey() with the last answers remembered.
     int day(const std::string& date);
 
+    const std::string& accountKey(std::uint32_t account) const { return m_accounts[account].key; }
+
     /// Puts a strategy into the list; true when it was not there. "" never is.
-    bool listStrategy(const std::string& name);
+    bool listStrategy(std::uint32_t strategy);
     std::set<std::string> strategies() const;
 
     // ------------------------------------------------------------------ order intake
@@ -347,16 +356,21 @@ public:
     /// every strategy that has one, in account and strategy order. `pricesOf` turns
     /// stock key and last price into ValuePrices.
     template <class PricesOf>
-    std::vector<ProfitSum> revalue(const std::map<std::string, double>& latest, PricesOf pricesOf) {
+    std::vector<ProfitSum> revalue(PricesOf pricesOf) {
         sortGrownPairs();
-        for (const auto& [key, last] : latest) {
-            const std::uint32_t at = findStock(key);
-            if (at != NONE && !m_stocks[at].figures.blocks().empty()) {
-                revalueStock(m_stocks[at], pricesOf(key, last));
+        for (const std::uint32_t at : m_newPrices) {
+            Stock& stock = m_stocks[at];
+            stock.hasNewPrice = false;
+            if (!stock.figures.blocks().empty()) {
+                revalueStock(stock, pricesOf(stock.key, stock.lastPrice));
             }
         }
+        m_newPrices.clear();
         return sumTouched();
     }
+
+    /// A price that the next pass will use. True when it differs from the last one.
+    bool setLatestPrice(std::uint32_t stock, double price);
 
     // ---------------------------------------------------- kept in documented form
     // Few records, no storm: tasks and positions.
@@ -416,6 +430,7 @@ private:
     std::unordered_map<std::string, int> m_dayOfDate;
 
     std::uint64_t m_nFigures = 0;
+    std::vector<std::uint32_t> m_newPrices;  ///< stocks with a price that no pass has used
     std::vector<std::uint32_t> m_grownPairs;
     std::vector<std::uint32_t> m_pairsInOrder;  ///< by account key and strategy
     std::vector<unsigned char> m_touched;       ///< by pair: revalued in this pass

@@ -4,6 +4,7 @@
 #include "platform/services/stockmanager.h"
 #include "platform/utils/keys.h"
 #include "platform/utils/referencedata.h"
+#include "platform/utils/text.h"
 
 namespace TC {
 
@@ -54,7 +55,9 @@ std::uint32_t CLedger::stockId(const std::string& key) {
     if (const std::uint32_t found = findStock(key); found != NONE) return found;
     const std::lock_guard names(m_namesMutex);
     const auto made = static_cast<std::uint32_t>(m_stocks.size());
-    m_stocks.emplace_back().key = key;
+    Stock& stock = m_stocks.emplace_back();
+    stock.key = key;
+    stock.quoteKey = Pim::sToQs(key);
     m_stockIndex.add(textHash(key), made);
     return made;
 }
@@ -93,7 +96,7 @@ void CLedger::refresh(Listing& listing) const {
     listing.unit = vexservice::getTradeMinUnit(listing.market, listing.code);
 }
 
-CLedger::Holding& CLedger::holding(std::uint32_t account, std::uint32_t stock) {
+Holding& CLedger::holding(std::uint32_t account, std::uint32_t stock) {
     std::vector<std::uint32_t>& holdings = m_accounts[account].holdings;
     if (stock >= holdings.size()) holdings.resize(stock + 1, NONE);
     if (holdings[stock] == NONE) holdings[stock] = m_holdings.make();
@@ -109,10 +112,9 @@ int CLedger::day(const std::string& date) {
     return m_nLastDay;
 }
 
-bool CLedger::listStrategy(const std::string& name) {
-    if (name.empty()) return false;
-    Strategy& strategy = m_strategies[strategyId(name)];
-    if (strategy.listed) return false;
+bool CLedger::listStrategy(std::uint32_t at) {
+    Strategy& strategy = m_strategies[at];
+    if (at == 0 || strategy.listed) return false;
     return strategy.listed = true;
 }
 

@@ -42,6 +42,17 @@ void CLedger::sortGrownPairs() {
     }
 }
 
+bool CLedger::setLatestPrice(std::uint32_t at, double price) {
+    Stock& stock = m_stocks[at];
+    const bool changed = stock.lastPrice != price;
+    stock.lastPrice = price;
+    if (!stock.hasNewPrice) {
+        stock.hasNewPrice = true;
+        m_newPrices.push_back(at);
+    }
+    return changed;
+}
+
 void CLedger::revalueStock(Stock& stock, const ValuePrices& prices) {
     for (const auto& block : stock.figures.blocks()) {
         for (std::uint32_t index = 0; index < block->used; ++index) {

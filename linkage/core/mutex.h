@@ -22,7 +22,7 @@ private:
     boost::recursive_mutex m_mutex;
 };
 
-/// Holds the lock for a scope; unlock() gives it back early, once.
+/// Holds the lock for a scope; unlock() and relock() leave a gap in it.
 class LINKAGE_TS(scoped_lockable) CLock {
 public:
     explicit CLock(CRecursiveMutex& mutex) LINKAGE_TS(acquire_capability(mutex))
@@ -30,17 +30,22 @@ public:
         m_pMutex->lock();
     }
     ~CLock() LINKAGE_TS(release_capability()) {
-        if (m_pMutex) m_pMutex->unlock();
+        if (m_bHeld) m_pMutex->unlock();
     }
     void unlock() LINKAGE_TS(release_capability()) {
+        m_bHeld = false;
         m_pMutex->unlock();
-        m_pMutex = nullptr;
+    }
+    void relock() LINKAGE_TS(acquire_capability()) {
+        m_pMutex->lock();
+        m_bHeld = true;
     }
     CLock(const CLock&) = delete;
     CLock& operator=(const CLock&) = delete;
 
 private:
     CRecursiveMutex* m_pMutex;
+    bool m_bHeld = true;
 };
 
 }  // namespace TC

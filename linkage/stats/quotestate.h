@@ -4,22 +4,20 @@
 
 #include <boost/shared_ptr.hpp>
 
+#include <cstdint>
 #include <map>
 #include <string>
 
 namespace TC {
 
 /// What the manager knows of prices, by stock key; prices in yuan. Guarded by the
-/// manager's lock. CPeriodCurves is one of these, so `m_pCurves->m_latestPrices`.
+/// manager's lock. CPeriodCurves is one of these.
 struct QuoteState {
-    /// Prices that the statistics pass has not used yet; it empties the map.
-    std::map<std::string, double> m_latestPrices;
-
-    /// The same for the history statistics pass.
+    /// Prices that the history statistics pass has not seen yet; it empties the map.
+    /// (Those of the statistics pass stand with the stocks, in the ledger.)
     std::map<std::string, double> m_historyPrices;
 
-    /// The last known price of each stock. Whoever writes a price into the maps above
-    /// writes it here too; nothing takes it out.
+    /// The last known price of each stock; nothing takes it out.
     std::map<std::string, double> m_lastPrices;
 
     /// The price subscriptions, one per stock, for the manager's life.
@@ -29,6 +27,11 @@ struct QuoteState {
     /// computed anew (0: from the first deal on). Set by deal intake, cleared by the
     /// period calculation; no entry where nothing is due.
     std::map<std::string, std::map<std::string, int>> m_markers;
+
+    /// Counts how often markers were cleared, or subscriptions dropped: deal intake
+    /// remembers in which state it has already set them.
+    std::uint64_t m_nMarkerEpoch = 1;
+    std::uint64_t m_nRequestEpoch = 1;
 };
 
 }  // namespace TC

@@ -1,0 +1,130 @@
+#include "linkage/balance/balanceaccount.h"
+#include "linkage/balance/balancestate.h"
+#include "linkage/core/asyncstate.h"
+#include "linkage/core/clinkagemanager.h"
+#include "linkage/core/guarded.h"
+#include "linkage/core/ledger.h"
+#include "platform/log.h"
+#include "platform/services/clientconfig.h"
+#include "platform/services/dovcommandcenter.h"
+#include "platform/services/tradercenter.h"
+
+#include <mongo/bson/bson.h>
+
+namespace TC {
+
+namespace {
+
+boost::shared_ptr<vexservice::CTaskOpRecord> terminationRecord() {
+    boost::shared_ptr<vexservice::CTaskOpRecord> record(new vexservice::CTaskOpRecord);
+    const std::string user = getUserConfig()->getUserDataString(USER_NAME).toStdString();
+    record->m_eOperation = vexservice::TASK_OP_TERMINATE;
+    record->m_nTime = getTimeService()->currentTime();
+    record->m_strOperator = user;
+    record->m_strRemark = user + "终止任务";
+    return record;
+}
+
+/// A task stands under the account of its first item.
+boost::shared_ptr<vexservice::CAccountInfo> taskAccount(const vexservice::CTaskDetail& task) {
+    if (task.m_items.empty() || !task.m_items.front()) return {};
+    return task.m_items.front()->m_pAccountInfo;
+}
+
+}  // namespace
+
+bool CLinkageManager::runAutoBalance(const std::string& accountkey, const std::string& strategy) {
+    CLock lock(m_mutex);
+    if (m_pBalance->findStart(accountkey, strategy)) {
+        VEX_INFO("TC::CLinkageManager::runAutoBalance", "{0} not find balance data", accountkey);
+        return false;
+    }
+    const auto strand = m_pAsync->m_strand;
+    const auto timer = m_pAsync->m_balanceTimer;
+    lock.unlock();
+    if (!timer) return false;
+
+    // One timer starts the balances of all pairs, and its handler does not look at the
+    // wait's error code: a pair that is still waiting starts at once when another asks.
+    const std::lock_guard arming(m_pAsync->m_balanceTimerMutex);
+    timer->expires_from_now(boost::posix_time::seconds(5));
+    timer->async_wait(strand->wrap(guarded([this, accountkey, strategy](const auto&...) {
+        runAutoBalanceTimer(accountkey, strategy);
+    })));
+    return true;
+}
+
+void CLinkageManager::tryAutoBalance(const std::string& accountkey, const std::string& strategy) {
+    constexpr auto operation = "TC::CLinkageManager::tryAutoBalance";
+    const CLock lock(m_mutex);
+    auto& starts = m_pBalance->m_autoBalanceStarts;
+    if (!starts.count(accountkey)) {
+        VEX_INFO(operation, "{0} : balancing data is empty", accountkey);
+        return;
+    }
+    const int* start = m_pBalance->findStart(accountkey, strategy);
+    if (!start) {
+        VEX_INFO(operation, "{0} : balancing data is not find", accountkey);
+        return;
+    }
+    if (waitsForCancellations(balanceSecond(), *start) &&
+        (getRunningTasks(accountkey, strategy) >= 1 ||
+         getRunningOrders(accountkey, strategy) >= 1)) {
+        VEX_INFO(operation, "{0} : task or order is running", accountkey);
+        return;
+    }
+    const auto account = findBalanceAccount(accountkey, operation, "{0} : account data is empty",
+                                            "{0} : accounntinfo is empty");
+    if (!account.info) return;
+    if (isBalancedType(*account.info)) {
+        VEX_INFO(operation, "accountkey {0}, strategy {1}", accountkey, strategy);
+        doStockBalanceBySignalTask(accountkey, strategy);
+    }
+    starts[accountkey].erase(strategy);
+}
+
+bool CLinkageManager::cancelAllOrders(const std::string& accountkey, const std::string& strategy) {
+    const CLock lock(m_mutex);
+    const auto orders = m_pLedger->runningOrders(accountkey, strategy);
+    if (!orders) return false;
+    for (const auto& order : *orders) {
+        if (!order) continue;
+        QString error;
+        utils::CManualSingletonT<CTradeClient>::instance()->cancelOrder(order, error, -1, QString(),
+                                                                        {});
+    }
+    return true;
+}
+
+bool CLinkageManager::cancelAllTasks(const std::string& accountkey, const std::string& strategy) {
+    const CLock lock(m_mutex);
+    const auto tasks = m_pLedger->runningTasks(accountkey, strategy);
+    if (!tasks) return false;
+    if (tasks->empty()) return true;
+    const auto record = terminationRecord();
+    for (const auto& task : *tasks) {
+        if (!task) continue;
+        if (task->m_bServerTask) {
+            utils::CSingletonT<CDovCommandCenter>::instance()->operateServerTask(
+                vexservice::CTaskHelper::genServerTaskKey(task), record, taskAccount(*task),
+                guarded([this, task](const utils::VexError& error, const bson::BSONObj& result) {
+                    onCancelServerTask(error, result, task);
+                }));
+            continue;
+        }
+        const auto handler = vexservice::TraderCenter::instance()->getTaskCenter()->getTaskHandler(
+            task->recordKey());
+        if (handler) handler->operate(record);
+    }
+    return true;
+}
+
+void CLinkageManager::cancelTask(int number, const QString& text) {
+    Q_EMIT sigCancelTask(number, text);
+}
+
+// How a cancellation ended is seen in the reports of its task.
+void CLinkageManager::onCancelServerTask(const utils::VexError&, bson::BSONObj,
+                                         const boost::shared_ptr<vexservice::CTaskDetail>&) {}
+
+}  // namespace TC

@@ -1,0 +1,216 @@
+#include "linkage/balance/balanceorders.h"
+
+#include "linkage/balance/balanceaccount.h"
+#include "linkage/core/clinkagemanager.h"
+#include "platform/log.h"
+#include "platform/services/clientconfig.h"
+#include "platform/services/dovcommandcenter.h"
+#include "platform/services/orderrules.h"
+#include "platform/services/quoteclient.h"
+#include "platform/services/stockmanager.h"
+#include "platform/utils/keys.h"
+#include "platform/utils/text.h"
+
+#include <mongo/bson/bson.h>
+
+namespace TC {
+
+namespace {
+
+using OrderParamPtr = boost::shared_ptr<vexservice::CCodeOrderParam>;
+
+constexpr int ORDER_KIND = 49;
+constexpr int STRATEGY_MARKER = 9;
+const char* const HISTORY_TAG = "历史配平";
+
+int strategyMarker(const std::string& strategy) { return strategy.empty() ? 0 : STRATEGY_MARKER; }
+
+BalanceLot lotOf(const vexservice::CInstrumentDetail& detail) {
+    const auto typed = [&](int type) {
+        return vexservice::isTypedStock(type, detail.m_strMarket, detail.m_strCode, "");
+    };
+    return {vexservice::getTradeMinUnit(detail.m_strMarket, detail.m_strCode),
+            typed(vexservice::STOCKTYPE_ANY_VOLUME_A) || typed(vexservice::STOCKTYPE_ANY_VOLUME_B)};
+}
+
+/// Price type and price after the user's settings and the newest quote. Shanghai wants
+/// a protective price with market orders once the registration rules hold.
+void priceOrder(vexservice::CCodeOrderParam& order, int volume) {
+    const auto& stock = order.m_stock;
+    const auto quote = utils::CManualSingletonT<CQuoteClient>::instance()->getStockPrice(
+        Pim::sToQs(utils::zorStockKey(stock.m_strMarket, stock.m_strCode)));
+    const CTradeSetting settings(getUserConfig()->getUserDataAddress(USER_TRADE_SETTING));
+    const bool credit = order.m_pAccountInfo->m_nType == vexservice::ACCOUNT_CREDIT;
+    orderSettingToParam(credit ? settings.m_credit : settings.m_stock, order,
+                        order.m_eOperationType, volume, 0.0, quote);
+    if (vexservice::isRealMarketPrice(order.m_ePriceType) && stock.m_strMarket == "SH" &&
+        vexservice::ConfigCollector::instance()->useRegistRules()) {
+        order.m_dPrice = vexservice::CPriceDataHelper::getPriceForOrder(
+            quote, order.m_ePriceType, order.m_eOperationType, 0, {}, false, false, 0.0);
+    }
+}
+
+OrderParamPtr makeOrder(const boost::shared_ptr<vexservice::CAccountInfo>& account,
+                        const vexservice::CInstrumentDetail& detail, const std::string& strategy,
+                        const BalanceDecision& decision) {
+    OrderParamPtr order(new vexservice::CCodeOrderParam);
+    order->m_pAccountInfo = account;
+    order->m_stock = {detail.m_strMarket, detail.m_strCode, detail.m_strName,
+                      detail.m_strProductID};
+    order->m_eOperationType = decision.side;
+    order->m_nVolume = decision.volume;
+    order->m_nOrderKind = ORDER_KIND;
+    order->m_strStrategyName = strategy;
+    order->m_strStrategyName2 = strategy;
+    order->m_nStrategyMarker = strategyMarker(strategy);
+    priceOrder(*order, decision.volume);
+    fixTimeRange(*order);
+    return order;
+}
+
+void prepareStock(const BalanceRequest& request, const std::string& stockKey,
+                  const EffectiveFigures& figures, PreparedBalance& prepared) {
+    const int difference = balanceDifference(figures.buyVolume, figures.sellVolume);
+    std::shared_ptr<vexservice::CInstrumentDetail> detail;
+    if (difference != 0) {
+        detail = utils::CSingletonT<CStockManager>::instance()->getInstrumentDetail(
+            Pim::sToQs(stockKey));
+    }
+    const auto lot = detail ? std::optional(lotOf(*detail)) : std::nullopt;
+    const auto decision = decideBalance(figures.buyVolume, figures.sellVolume, lot, request.form);
+
+    StockBalance stock{stockKey, figures.buyVolume, figures.sellVolume, difference,
+                       decision.outcome};
+    OrderParamPtr order;
+    if (decision.outcome == EBalanceOutcome::Order) {
+        order = makeOrder(prepared.account, *detail, request.strategy, decision);
+        stock.side = order->m_eOperationType;
+        stock.volume = order->m_nVolume;
+        stock.priceType = order->m_ePriceType;
+        stock.price = order->m_dPrice;
+    }
+    prepared.plan.stocks.push_back(std::move(stock));
+    prepared.orders.push_back(std::move(order));
+}
+
+void send(const BalanceRequest& request, int commandType, std::vector<OrderParamPtr> orders,
+          bool group) {
+    boost::shared_ptr<vexservice::COrderComandParam> command(new vexservice::COrderComandParam);
+    command->m_nCommandType = commandType;
+    command->m_orders = std::move(orders);
+    command->m_bGroup = group;
+    command->m_strStrategyName = request.strategy;
+    command->m_strStrategyName2 = request.history ? HISTORY_TAG : request.strategy;
+    command->m_nStrategyMarker = strategyMarker(request.strategy);
+    utils::CSingletonT<CDovCommandCenter>::instance()->createCommand(command, {}, true, 0);
+}
+
+void logRefusal(const BalanceRequest& request, const PreparedBalance& prepared,
+                const BalanceTexts& texts) {
+    const std::string& account = request.accountkey;
+    switch (prepared.plan.refusal) {
+        case EBalanceRefusal::None:
+            break;
+        case EBalanceRefusal::NoAccountData:
+            VEX_INFO(texts.operation, fmt::runtime(texts.noAccountData), account);
+            break;
+        case EBalanceRefusal::NoAccountInfo:
+            VEX_INFO(texts.operation, fmt::runtime(texts.noAccountInfo), account);
+            break;
+        case EBalanceRefusal::WrongAccountType:
+            VEX_INFO(texts.operation, fmt::runtime(texts.wrongType), prepared.account->m_nType);
+            break;
+        case EBalanceRefusal::NoFigures:
+            VEX_INFO(texts.operation, fmt::runtime(texts.noFigures), account, request.strategy);
+            break;
+    }
+}
+
+}  // namespace
+
+BalanceRequest BalanceRequest::today(const CLinkageManager& manager, const std::string& accountkey,
+                                     const std::string& strategy, EBalanceForm form,
+                                     bool clientType3) {
+    return {accountkey,
+            strategy,
+            form,
+            false,
+            false,
+            clientType3,
+            manager.getTradeStatDatas(accountkey, strategy)};
+}
+
+BalanceRequest BalanceRequest::ofHistory(const CLinkageManager& manager,
+                                         const std::string& accountkey, const std::string& strategy,
+                                         EBalanceForm form, bool clientType3) {
+    return {accountkey,
+            strategy,
+            form,
+            true,
+            true,
+            clientType3,
+            manager.getHistoryLinkageData(accountkey + strategy)};
+}
+
+PreparedBalance prepareBalance(const BalanceRequest& request) {
+    PreparedBalance prepared;
+    BalancePlan& plan = prepared.plan;
+    plan.form = request.form;
+    auto account = findBalanceAccount(request.accountkey);
+    plan.refusal = account.refusal;
+    prepared.account = std::move(account.info);
+    if (plan.refusal != EBalanceRefusal::None) return prepared;
+    if (request.checkType && !isBalancedType(*prepared.account)) {
+        plan.refusal = EBalanceRefusal::WrongAccountType;
+    } else if (request.figures.empty()) {
+        plan.refusal = EBalanceRefusal::NoFigures;
+    }
+    if (plan.refusal != EBalanceRefusal::None) return prepared;
+
+    plan.stocks.reserve(request.figures.size());
+    prepared.orders.reserve(request.figures.size());
+    for (const auto& [stockKey, record] : request.figures) {
+        if (!record) continue;
+        prepareStock(request, stockKey, effectiveFigures(*record, request.clientType3), prepared);
+    }
+    return prepared;
+}
+
+void sendPerStock(const BalanceRequest& request, const PreparedBalance& prepared,
+                  const BalanceTexts& texts) {
+    logRefusal(request, prepared, texts);
+    const auto& stocks = prepared.plan.stocks;
+    for (std::size_t at = 0; at < stocks.size(); ++at) {
+        const StockBalance& stock = stocks[at];
+        switch (stock.outcome) {
+            case EBalanceOutcome::Balanced:
+                VEX_INFO(texts.operation, fmt::runtime(texts.balanced), stock.stockKey);
+                break;
+            case EBalanceOutcome::NoInstrument:
+                VEX_INFO(texts.operation, fmt::runtime(texts.noInstrument), stock.stockKey);
+                break;
+            case EBalanceOutcome::BelowLot:
+                break;
+            case EBalanceOutcome::Order:
+                VEX_INFO(texts.operation,
+                         "account [{0}] strategy [{1}] stock [{2}] [buynum({3}) - sellnum({4})]",
+                         prepared.account->m_strID, request.strategy, stock.stockKey, stock.bought,
+                         stock.sold);
+                const bool credit = prepared.account->m_nType == vexservice::ACCOUNT_CREDIT;
+                send(request, credit ? vexservice::COMMAND_CREDIT : vexservice::COMMAND_STOCK,
+                     {prepared.orders[at]}, false);
+                break;
+        }
+    }
+}
+
+void sendGrouped(const BalanceRequest& request, const PreparedBalance& prepared) {
+    std::vector<OrderParamPtr> orders;
+    orders.reserve(prepared.orders.size());
+    for (const auto& order : prepared.orders) {
+        if (order) orders.push_back(order);
+    }
+    if (!orders.empty()) send(request, vexservice::COMMAND_GROUP, std::move(orders), true);
+}
+
+}  // namespace TC

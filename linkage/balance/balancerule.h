@@ -1,0 +1,50 @@
+#pragma once
+
+#include "linkage/export.h"
+#include "platform/records/enums.h"
+
+#include <cstdint>
+#include <optional>
+
+/// The one decision of balancing: what a stock needs so that its bought and its sold
+/// volume become equal.
+namespace TC {
+
+/// How balances are sent. The forms round differently.
+enum class EBalanceForm {
+    SignalTask,      ///< one command per stock; odd lots may be sold, whole lots bought
+    Grouped,         ///< one command for today's stocks; whole lots only
+    GroupedHistory,  ///< one command for stocks of earlier days; exact from one lot on
+};
+
+enum class EBalanceOutcome {
+    Order,
+    Balanced,      ///< bought and sold volume are equal
+    BelowLot,      ///< the difference cannot be traded
+    NoInstrument,  ///< the instrument manager has no detail of the stock
+};
+
+/// In what volumes a stock trades.
+struct BalanceLot {
+    int unit = 100;          ///< shares; below 1 counts as 1
+    bool anyVolume = false;  ///< one lot is the least, but not the step
+};
+
+struct BalanceDecision {
+    EBalanceOutcome outcome = EBalanceOutcome::Balanced;
+    vexservice::EOperationType side = vexservice::OPT_BUY;  ///< meaningful with Order
+    std::int32_t volume = 0;                                ///< shares, positive with Order
+};
+
+/// Bought less sold in 32-bit arithmetic, which wraps.
+LINKAGE_EXPORT std::int32_t balanceDifference(std::int32_t bought, std::int32_t sold);
+
+/// Decides for one stock. `lot` is empty when the stock has no instrument detail; it
+/// is not looked at when the stock is balanced.
+///
+/// A difference of -2^31 has no size in 32 bits; it counts as below a lot.
+LINKAGE_EXPORT BalanceDecision decideBalance(std::int32_t bought, std::int32_t sold,
+                                             const std::optional<BalanceLot>& lot,
+                                             EBalanceForm form);
+
+}  // namespace TC

@@ -1,0 +1,126 @@
+#include "linkage/core/asyncstate.h"
+#include "linkage/core/clinkagemanager.h"
+#include "linkage/core/guarded.h"
+#include "linkage/core/intake.h"
+#include "linkage/core/ledger.h"
+#include "linkage/stats/periodcurves.h"
+#include "platform/services/quoteclient.h"
+#include "platform/services/tradercenter.h"
+#include "platform/utils/keys.h"
+#include "platform/utils/referencedata.h"
+
+#include <boost/pointer_cast.hpp>
+
+namespace TC {
+
+namespace {
+
+boost::shared_ptr<vexservice::CAccountData> accountData(const std::string& accountKey) {
+    return vexservice::TraderCenter::instance()->getDataCenter()->getAccountData(
+        utils::hash(accountKey));
+}
+
+FeePtr askFee(const std::string& accountKey, const vexservice::CDealDetail& deal) {
+    const auto account = accountData(accountKey);
+    if (!account) return {};
+    return vexservice::TraderCenter::instance()->getFeeLimitService()->getFeeLimits(
+        account->getAccountInfo(), deal.m_strMarket, deal.m_strCode);
+}
+
+std::string tradeKeyOf(const vexservice::CDealDetail& deal) {
+    return deal.m_strTradeDate + "_" + deal.m_strDealID;
+}
+
+}  // namespace
+
+void CLinkageManager::onDealDetail(const std::string& accountKey,
+                                   const boost::shared_ptr<vexservice::IData>& data) {
+    if (!data) return;
+    auto deal = boost::dynamic_pointer_cast<vexservice::CDealDetail>(data);
+    if (deal && m_pAsync->m_inbox.push(accountKey, std::move(deal))) drainLater();
+}
+
+void CLinkageManager::doDealDetail(const std::string& accountKey, const DealPtr& deal) {
+    if (!deal) return;
+    CLock lock(m_mutex);
+    CLedger& ledger = *m_pLedger;
+    DealStep step;
+    step.listing = ledger.listingId(deal->m_strMarket, deal->m_strCode);
+    if (ledger.listing(step.listing).excluded) return;
+    step.account = ledger.accountId(accountKey);
+    const std::uint32_t stock = ledger.listing(step.listing).stock;
+
+    Holding& held = ledger.holding(step.account, stock);
+    if (held.feeRevision != utils::referenceDataRevision()) {
+        // The trade services are asked without the manager's lock.
+        const std::uint64_t revision = utils::referenceDataRevision();
+        lock.unlock();
+        const FeePtr fee = askFee(accountKey, *deal);
+        lock.relock();
+        held.fee = fee;
+        held.feeRevision = revision;
+    }
+    countDealDetail(accountKey, deal, step, held);
+}
+
+void CLinkageManager::countDealDetail(const std::string& accountKey, const DealPtr& deal,
+                                      DealStep& step, Holding& held) {
+    CLedger& ledger = *m_pLedger;
+    ledger.fileDeal(step, deal);
+    const std::string& strategy = strategyOf(deal->m_pCommand.get());
+    step.strategy = ledger.strategyId(strategy);
+    step.strategyIsNew = ledger.listStrategy(step.strategy);
+    ledger.widenDealAmplitude(step);
+
+    if (step.dealIsNew) {
+        step.buys = vexservice::isBuyByDirection(deal->m_eDirection, deal->m_eOffsetFlag);
+        ledger.countDay(step);
+        step.commission = vexservice::COrderDetailHelper::calcDealCommission(held.fee, deal);
+        if (isHistoryBalance(deal->m_pCommand.get()) && !strategy.empty()) {
+            const std::string historyKey = accountKey + strategy;
+            if (isCanWriteToFile(historyKey, tradeKeyOf(*deal))) {
+                doHistoryDeal(deal, accountData(accountKey), historyKey,
+                              ledger.stockKey(step.listing), accountKey, step.stockIsNew,
+                              step.buys, step.commission);
+            }
+            return;
+        }
+        ledger.countMinute(step);
+        ledger.countDeal(step);
+        followPrice(step.account, ledger.listing(step.listing).stock, held);
+    }
+    if (step.strategyIsNew) sigStrategysChanged();
+    if (step.stockIsNew) sigStocksChanged();
+    sigStatDataChanged();
+}
+
+void CLinkageManager::followPrice(std::uint32_t account, std::uint32_t stockAt,
+                                  Holding& held) {
+    CLedger::Stock& stock = m_pLedger->stock(stockAt);
+    const auto price =
+        utils::CManualSingletonT<CQuoteClient>::instance()->getStockPrice(stock.quoteKey);
+    if (price && price->hasLastPrice() &&
+        m_pLedger->setLatestPrice(stockAt, price->m_dLastPrice)) {
+        m_pCurves->m_lastPrices[stock.key] = price->m_dLastPrice;
+    }
+    if (stock.requestEpoch != m_pCurves->m_nRequestEpoch) {
+        requestPrice(stock.key);
+        stock.requestEpoch = m_pCurves->m_nRequestEpoch;
+    }
+    if (held.markerEpoch != m_pCurves->m_nMarkerEpoch) {
+        m_pCurves->m_markers[m_pLedger->accountKey(account)][stock.key] = 0;
+        held.markerEpoch = m_pCurves->m_nMarkerEpoch;
+    }
+}
+
+void CLinkageManager::requestPrice(const std::string& stockKey) {
+    boost::shared_ptr<CQuoteRequest>& request = m_pCurves->m_quoteRequests[stockKey];
+    if (request) return;
+    request = CQuoteRequest::makeRequest(
+        Pim::sToQs(stockKey),
+        guarded([this, stockKey](const boost::shared_ptr<vexservice::CPriceData>& price) {
+            onPriceData(stockKey, price);
+        }));
+}
+
+}  // namespace TC

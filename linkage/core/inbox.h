@@ -1,0 +1,55 @@
+#pragma once
+
+#include "platform/records/dealdetail.h"
+#include "platform/records/orderdetail.h"
+
+#include <boost/function.hpp>
+#include <boost/shared_ptr.hpp>
+
+#include <mutex>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace TC {
+
+/// One report, or other work, on its way to the strand.
+struct InboxItem {
+    using Work = boost::function<void()>;
+
+    std::string accountKey;
+    std::variant<Work, boost::shared_ptr<vexservice::COrderDetail>,
+                 boost::shared_ptr<vexservice::CDealDetail>>
+        what;
+};
+
+/// What waits for the strand, in the order of arrival. The strand is told once per
+/// batch, not once per report: in a storm that is most of the cost of a post.
+///
+/// Threads: push() from any thread, take() on the strand.
+class CInbox {
+public:
+    /// True when the strand must be told: nothing was waiting and nobody is at it.
+    template <class What>
+    bool push(const std::string& accountKey, What&& what) {
+        const std::lock_guard lock(m_mutex);
+        m_items.push_back({accountKey, std::forward<What>(what)});
+        return !std::exchange(m_bTold, true);
+    }
+
+    /// Everything that waits. Without anything the inbox wants to be told of again.
+    bool take(std::vector<InboxItem>& items) {
+        items.clear();
+        const std::lock_guard lock(m_mutex);
+        items.swap(m_items);
+        if (items.empty()) m_bTold = false;
+        return !items.empty();
+    }
+
+private:
+    std::mutex m_mutex;
+    std::vector<InboxItem> m_items;
+    bool m_bTold = false;
+};
+
+}  // namespace TC

@@ -1,0 +1,174 @@
+#include "linkage/balance/balancestate.h"
+#include "linkage/core/asyncstate.h"
+#include "linkage/core/clinkagemanager.h"
+#include "linkage/core/daykey.h"
+#include "linkage/core/guarded.h"
+#include "linkage/core/ledger.h"
+#include "linkage/core/published.h"
+#include "linkage/stats/periodcurves.h"
+#include "linkage/stats/positionmerge.h"
+#include "linkage/store/filesaver.h"
+#include "linkage/store/historystate.h"
+#include "linkage/store/serverhistory.h"
+#include "platform/log.h"
+#include "platform/services/clientconfig.h"
+#include "platform/services/rpcengine.h"
+#include "platform/services/tradercenter.h"
+
+#include <boost/make_shared.hpp>
+
+template class utils::CSingletonT<TC::CLinkageManager>;
+
+namespace TC {
+
+namespace {
+
+void registerMetaTypes() {
+    qRegisterMetaType<std::string>("std::string");
+    qRegisterMetaType<vexservice::CAccountInfo>("vexservice::CAccountInfo");
+    qRegisterMetaType<EProxyConnectionStatus>("TC::EProxyConnectionStatus");
+}
+
+std::string lastTradeDateOfShanghai() {
+    const std::int64_t seconds = marlo::getMarketLastTradeDate("SH") / 1000;
+    return QDateTime::fromSecsSinceEpoch(seconds).toString("yyyyMMdd").toStdString();
+}
+
+}  // namespace
+
+CLinkageManager::CLinkageManager()
+    : m_bClientType3(utils::CSingletonT<CAppConfig>::instance()->isClientType(CLIENT_TYPE_3)),
+      m_pDoor(boost::make_shared<CDoor>()),
+      m_pTradeDate(std::make_unique<CPublished<std::string>>()),
+      m_pAsync(std::make_unique<AsyncState>()),
+      m_pLedger(std::make_unique<CLedger>(m_bClientType3)),
+      m_pCurves(std::make_unique<CPeriodCurves>()),
+      m_pPositionReports(std::make_unique<PositionReports>()),
+      m_pBalance(std::make_unique<BalanceState>()),
+      m_pHistory(std::make_unique<HistoryState>()),
+      m_pServerHistory(std::make_unique<CServerHistory>()) {
+    m_pSaver = makeSaver();
+    registerMetaTypes();
+    readFromFile();
+}
+
+void CLinkageManager::init() {
+    const CLock lock(m_mutex);
+    if (m_bInited) return;
+    m_bInited = true;
+
+    if (m_bClientType3) {
+        m_pTradeDate->set(lastTradeDateOfShanghai());
+    } else {
+        m_strUserData = getUserConfig()->getUserDataString(USER_NAME).toStdString();
+        m_pTradeDate->set(vexservice::TraderCenter::instance()->getDataCenter()->getTradingDate());
+    }
+
+    connect(getProxyClient(), &CProxyClient::sig_loginStatus, this,
+            &CLinkageManager::slotProxyLoginStatus);
+    connect(utils::CManualSingletonT<CTradeClient>::instance(), &CTradeClient::sigInitedAccountData,
+            this, &CLinkageManager::slotRefreshAccount);
+    connect(utils::CManualSingletonT<CExchangeClient>::instance(),
+            &CExchangeClient::sigNewTradingDate, this, &CLinkageManager::slotNewTradingDate);
+    if (m_bClientType3) {
+        CUserConfig& config = *getUserConfig();
+        const boost::lock_guard<boost::recursive_mutex> configLock(config.m_mutex);
+        m_pAsync->m_userDataConnection =
+            config.m_sigUserDataChanged.connect(guarded([this] { requestAccounts(); }));
+    }
+
+    AsyncState& async = *m_pAsync;
+    async.setStrand(utils::CSingletonT<net::RPCEngine>::instance()->getStrand("linkage"));
+    post([this] { doRequestTask(); });
+    post([this] { doRequestAccounts(); });
+
+    for (AsyncState::Timer* timer :
+         {&async.m_extTimer, &async.m_statTimer, &async.m_autoBalanceTimer,
+          &async.m_historyStatTimer, &async.m_balanceTimer}) {
+        *timer = boost::make_shared<utils::DeadlineTimer>(async.m_strand->context());
+    }
+    runStatCalculator();
+    runHistoryStatCalculator();
+}
+
+void CLinkageManager::post(boost::function<void()> work) {
+    if (m_pAsync->hasStrand() && m_pAsync->m_inbox.push(std::string(), std::move(work))) drainLater();
+}
+
+void CLinkageManager::drainLater() {
+    m_pAsync->m_strand->post(guarded([this] { drainInbox(); }));
+}
+
+// One batch, then the strand gets its turn again, so that timers are never starved by a
+// storm of reports.
+void CLinkageManager::drainInbox() {
+    std::vector<InboxItem>& batch = m_pAsync->m_batch;
+    if (!m_pAsync->m_inbox.take(batch)) return;
+    for (InboxItem& item : batch) {
+        try {
+            handle(item);
+        } catch (const std::exception& error) {
+            // A listener of the client's threw. Its report has been counted; those
+            // behind it must not be lost.
+            g_VexStdLogger.error("CLinkageManager::drainInbox", error.what());
+        }
+    }
+    batch.clear();
+    drainLater();
+}
+
+void CLinkageManager::handle(InboxItem& item) {
+    if (auto* order = std::get_if<OrderPtr>(&item.what)) {
+        doOrderDetail(item.accountKey, *order);
+    } else if (auto* deal = std::get_if<DealPtr>(&item.what)) {
+        doDealDetail(item.accountKey, *deal);
+    } else {
+        std::get<InboxItem::Work>(item.what)();
+    }
+}
+
+void CLinkageManager::retire() {
+    m_pDoor->close(shared_from_this());
+    finishSaves();
+}
+
+CLinkageManager::~CLinkageManager() {
+    CLock lock(m_mutex);
+    QObject::disconnect(this, nullptr, nullptr, nullptr);
+    AsyncState& async = *m_pAsync;
+    for (auto& [account, connections] : async.m_accountConnections) {
+        for (const boost::signals2::connection& each : connections) each.disconnect();
+    }
+    async.m_accountConnections.clear();
+    async.m_accounts.clear();
+    if (async.m_userDataConnection.connected()) {
+        const boost::lock_guard<boost::recursive_mutex> configLock(getUserConfig()->m_mutex);
+        async.m_userDataConnection.disconnect();
+    }
+    m_pLedger.reset();
+    m_pCurves.reset();
+    async.m_taskConnection.reset();
+    if (m_bInited) {
+        async.m_extTimer->cancel();
+        async.m_statTimer->cancel();
+        async.m_historyStatTimer->cancel();
+    }
+    // The two balancing timers go with the members: a balance that was asked for is
+    // not called off here, it finds the door closed.
+    lock.unlock();
+}
+
+ManagerState CLinkageManager::state() const {
+    const CLock lock(m_mutex);
+    ManagerState state;
+    state.tradeDate = m_pTradeDate->get();
+    state.userData = m_strUserData;
+    for (const auto& [key, account] : m_pAsync->m_accounts) state.accounts[key] = account;
+    m_pLedger->describe(state);
+    m_pCurves->describe(state);
+    m_pBalance->describe(state);
+    m_pHistory->describe(state);
+    return state;
+}
+
+}  // namespace TC

@@ -1,0 +1,40 @@
+#include "linkage/core/asyncstate.h"
+#include "linkage/core/clinkagemanager.h"
+#include "linkage/core/ledger.h"
+#include "linkage/stats/periodcurves.h"
+#include "platform/log.h"
+#include "platform/utils/keys.h"
+
+#include <boost/pointer_cast.hpp>
+
+namespace TC {
+
+void CLinkageManager::onPositionStat(const std::string& accountKey,
+                                     const boost::shared_ptr<vexservice::IData>& data) {
+    if (!data) return;
+    const auto position = boost::dynamic_pointer_cast<vexservice::CPositionStatics>(data);
+    if (position) post([this, accountKey, position] { doPositionStat(accountKey, position); });
+}
+
+void CLinkageManager::doPositionStat(const std::string& accountKey, const PositionPtr& position) {
+    if (!position) return;
+    const CLock lock(m_mutex);
+    const PositionPtr merged = tryMergePosition(position);
+    if (!merged) return;
+    const std::string stockKey = utils::zorStockKey(position->m_strMarket, position->m_strCode);
+    m_pLedger->m_positions[stockKey][accountKey][merged->recordKey()] = merged;
+}
+
+void CLinkageManager::onPriceData(const std::string& stockKey,
+                                  const boost::shared_ptr<vexservice::CPriceData>& price) {
+    if (!price || !price->hasLastPrice()) {
+        VEX_INFO("TC::CLinkageManager::onPriceData", "pricedata is InvalidValue");
+        return;
+    }
+    const CLock lock(m_mutex);
+    m_pLedger->setLatestPrice(m_pLedger->stockId(stockKey), price->m_dLastPrice);
+    m_pCurves->m_historyPrices[stockKey] = price->m_dLastPrice;
+    m_pCurves->m_lastPrices[stockKey] = price->m_dLastPrice;
+}
+
+}  // namespace TC

@@ -1,0 +1,99 @@
+#include "linkage/core/asyncstate.h"
+#include "linkage/core/clinkagemanager.h"
+#include "linkage/core/guarded.h"
+#include "linkage/core/intake.h"
+#include "linkage/core/ledger.h"
+#include "linkage/core/published.h"
+#include "linkage/store/historystate.h"
+#include "platform/services/tradercenter.h"
+#include "platform/utils/keys.h"
+
+#include <boost/make_shared.hpp>
+#include <boost/pointer_cast.hpp>
+
+namespace TC {
+
+namespace {
+
+bool isRunningTask(vexservice::ETaskStatus status) {
+    return status < vexservice::TASK_COMPLETED || status > vexservice::TASK_FORCED_TERMINATED;
+}
+
+}  // namespace
+
+void CLinkageManager::doRequestTask() {
+    {
+        const CLock lock(m_mutex);
+        m_pLedger->m_taskDetails.clear();
+        m_pLedger->m_runningTasks.clear();
+        m_pHistory->m_historyTasks.clear();
+    }
+    vexservice::IDataCenter& center = *vexservice::TraderCenter::instance()->getDataCenter();
+    std::vector<boost::shared_ptr<vexservice::IData>> tasks;
+    if (const auto global = center.getGlobalAccountData()) {
+        global->getVector(vexservice::DATA_TASK, tasks);
+    }
+    for (const auto& task : tasks) {
+        doTaskDetail(boost::dynamic_pointer_cast<vexservice::CTaskDetail>(task));
+    }
+    const CLock lock(m_mutex);
+    m_pAsync->m_taskConnection.reset();
+    m_pAsync->m_taskConnection = boost::make_shared<TaskConnection>(center.subscribe(
+        std::string(), vexservice::DATA_TASK, std::string(),
+        guarded([this](const std::string&, const boost::shared_ptr<vexservice::IData>& data) {
+            onTaskDetail(data);
+        })));
+}
+
+void CLinkageManager::onTaskDetail(const boost::shared_ptr<vexservice::IData>& data) {
+    if (!data) return;
+    const auto task = boost::dynamic_pointer_cast<vexservice::CTaskDetail>(data);
+    if (task) post([this, task] { doTaskDetail(task); });
+}
+
+void CLinkageManager::doTaskDetail(const TaskPtr& task) {
+    if (!task || !task->m_pCommand) return;
+    const vexservice::CCommandRecord& command = *task->m_pCommand;
+    const CLock lock(m_mutex);
+    if (command.m_strUser != m_strUserData) return;
+    if (command.m_strTradeDate != m_pTradeDate->get()) return;
+    if (command.m_nKind != 0 && command.m_nKind != 1) return;
+    if (task->m_items.empty() || !task->m_items.front() ||
+        !task->m_items.front()->m_pAccountInfo) {
+        return;
+    }
+    const std::string accountKey = task->m_items.front()->m_pAccountInfo->getKey();
+    const std::uint64_t key = task->recordKey();
+    for (const auto& item : task->m_items) {
+        if (!item) continue;
+        m_pLedger->m_taskDetails[utils::zorStockKey(item->m_strMarket, item->m_strCode)][accountKey]
+                                [key] = task;
+    }
+    const bool running = isRunningTask(task->m_eStatus);
+    if (isHistoryBalance(&command)) {
+        doHistoryTask(task, accountKey, key, running);
+        return;
+    }
+    const std::string& strategy = strategyOf(&command);
+    m_pLedger->listStrategy(m_pLedger->strategyId(strategy));
+    updateRunningTask(accountKey, strategy, task, running);
+    if (!strategy.empty()) updateRunningTask(accountKey, std::string(), task, running);
+}
+
+void CLinkageManager::updateRunningTask(const std::string& accountKey, const std::string& strategy,
+                                        const TaskPtr& task, bool running) {
+    auto& tasks = m_pLedger->m_runningTasks;
+    if (running) {
+        tasks[accountKey][strategy][task->recordKey()] = task;
+        return;
+    }
+    const auto account = tasks.find(accountKey);
+    if (account == tasks.end()) return;
+    const auto pair = account->second.find(strategy);
+    if (pair == account->second.end()) return;
+    if (pair->second.erase(task->recordKey()) > 0 && pair->second.empty()) {
+        tryAutoBalance(accountKey, strategy);
+    }
+}
+
+}  // namespace TC

@@ -1,0 +1,221 @@
+#include "linkage/store/filesaver.h"
+
+#include "linkage/store/balancedirectory.h"
+#include "linkage/store/csvfiles.h"
+#include "platform/log.h"
+
+#include <utility>
+#include <vector>
+
+namespace TC {
+
+namespace {
+
+// The order in which a save puts its files into place.
+constexpr const char* FILES[] = {csv::STAT_FILE, csv::BALANCE_FILE, csv::DETAIL_FILE};
+
+std::string stagePath(const std::string& path) { return path + ".new"; }
+
+}  // namespace
+
+// Counts a save as being written while it lives.
+struct CFileSaver::Writing {
+    explicit Writing(CFileSaver& owner) : saver(owner) {}
+    ~Writing() {
+        std::lock_guard lock(saver.m_mutex);
+        --saver.m_nWriting;
+        saver.m_written.notify_all();
+    }
+    CFileSaver& saver;
+};
+
+CFileSaver::CFileSaver(CRecursiveMutex& mutex, boost::shared_ptr<CDoor> door, Composer composer,
+                       EFileEncoding encoding, std::unique_ptr<IFileSystem> files,
+                       StartThread startThread)
+    : m_managerMutex(mutex),
+      m_pDoor(std::move(door)),
+      m_composer(std::move(composer)),
+      m_eEncoding(encoding),
+      m_pFiles(std::move(files)),
+      m_startThread(std::move(startThread)) {}
+
+CFileSaver::~CFileSaver() {
+    if (!m_thread.joinable()) return;
+    // The manager may go with the save thread, when that is the last to leave the door.
+    if (m_thread.get_id() == boost::this_thread::get_id()) {
+        m_thread.detach();
+    } else {
+        m_thread.join();
+    }
+}
+
+std::optional<std::string> CFileSaver::load(const std::string& directory,
+                                            const std::string& name) {
+    std::string bytes;
+    const IFileSystem::ERead read = m_pFiles->read(fileIn(directory, name), bytes);
+    if (read == IFileSystem::ERead::Missing) return std::nullopt;
+    if (read == IFileSystem::ERead::Done) {
+        if (auto text = decodeText(bytes)) return text;
+    }
+    VEX_INFO("TC::CLinkageManager::readFromFile", "file not readable, left as it is : {0}",
+             fileIn(directory, name));
+    std::lock_guard lock(m_diskMutex);
+    m_unreadable.insert(name);
+    return std::nullopt;
+}
+
+void CFileSaver::saveAll(const std::string& directory, bool withTime) {
+    ask(directory, [&](Wishes& wishes) {
+        wishes.all = withTime;
+        wishes.balanceTimes = false;
+    });
+}
+
+void CFileSaver::saveBalanceTimes(const std::string& directory) {
+    ask(directory, [](Wishes& wishes) { wishes.balanceTimes = true; });
+}
+
+template <class Note>
+void CFileSaver::ask(const std::string& directory, Note note) {
+    if (!m_pFiles->makeDirectory(directory)) return;
+    std::lock_guard lock(m_mutex);
+    if (!m_wishes) m_wishes.emplace();
+    m_wishes->directory = directory;
+    note(*m_wishes);
+    if (m_bThread) return;
+
+    // A former save thread is past every lock here; it only has to leave.
+    if (m_thread.joinable()) m_thread.join();
+    const auto work = [this, door = m_pDoor] {
+        const CDoor::Visit visit(door);
+        if (visit) run();
+    };
+    m_thread = m_startThread ? m_startThread(work) : boost::thread(work);
+    m_bThread = true;
+}
+
+void CFileSaver::run() {
+    try {
+        while (serve(true)) {
+        }
+    } catch (const std::exception& error) {
+        g_VexStdLogger.error("TC::CLinkageManager::writedata", error.what());
+        std::lock_guard lock(m_mutex);
+        m_bThread = false;
+    }
+}
+
+std::optional<CFileSaver::Wishes> CFileSaver::take(bool onSaveThread) {
+    std::lock_guard lock(m_mutex);
+    if (m_wishes) {
+        ++m_nWriting;
+    } else if (onSaveThread) {
+        m_bThread = false;
+    }
+    return std::exchange(m_wishes, std::nullopt);
+}
+
+// One round: composes what is asked for and writes it. False when nothing was.
+// Asked for, composed: both happen in one hold of the manager's lock, so that whoever
+// holds it finds a save either still to be taken or past the need of that lock.
+bool CFileSaver::serve(bool onSaveThread) {
+    CLock lock(m_managerMutex);
+    const std::optional<Wishes> wishes = take(onSaveThread);
+    if (!wishes) return false;
+    const Writing writing(*this);
+    Save save;
+    save.directory = wishes->directory;
+    save.number = ++m_nNumber;
+    if (wishes->all) save.texts = m_composer.all(*wishes->all);
+    if (wishes->balanceTimes) {
+        for (auto& [name, text] : m_composer.balanceTimes()) save.texts[name] = std::move(text);
+    }
+    lock.unlock();
+    commit(save);
+    return true;
+}
+
+void CFileSaver::commit(const Save& save) {
+    std::lock_guard lock(m_diskMutex);
+    std::vector<std::string> staged;
+    for (const char* name : FILES) {
+        const auto text = save.texts.find(name);
+        if (text == save.texts.end() || m_newest[name] > save.number) continue;
+        if (freeName(save.directory, name) && stage(fileIn(save.directory, name), text->second)) {
+            staged.push_back(name);
+        }
+    }
+    for (const std::string& name : staged) {
+        const std::string path = fileIn(save.directory, name);
+        if (m_pFiles->rename(stagePath(path), path)) {
+            m_newest[name] = save.number;
+        } else {
+            m_pFiles->remove(stagePath(path));
+        }
+    }
+    if (!staged.empty()) m_pFiles->flushDirectory(save.directory);
+}
+
+bool CFileSaver::stage(const std::string& path, const std::string& text) {
+    const int file = m_pFiles->create(stagePath(path), path);
+    if (file < 0) return false;
+    const bool written =
+        m_pFiles->write(file, encodeText(text, m_eEncoding)) && m_pFiles->flush(file);
+    const bool closed = m_pFiles->close(file);
+    if (written && closed) return true;
+    m_pFiles->remove(stagePath(path));
+    return false;
+}
+
+// Makes sure that nothing is lost when the file goes.
+bool CFileSaver::freeName(const std::string& directory, const std::string& name) {
+    if (!m_unreadable.count(name)) return true;
+    const std::string path = fileIn(directory, name);
+    std::string bytes;
+    const IFileSystem::ERead read = m_pFiles->read(path, bytes);
+    if (read == IFileSystem::ERead::Failed) return false;
+    if (read == IFileSystem::ERead::Done && !decodeText(bytes)) {
+        const std::optional<std::string> beside = freshNameBeside(path);
+        if (!beside) return false;
+        const int file = m_pFiles->create(*beside, path);
+        if (file < 0) return false;
+        const bool written = m_pFiles->write(file, bytes) && m_pFiles->flush(file);
+        if (!m_pFiles->close(file) || !written) {
+            m_pFiles->remove(*beside);
+            return false;
+        }
+        VEX_INFO("TC::CLinkageManager::writedata", "file not readable : {0}, kept as {1}", path,
+                 *beside);
+    }
+    m_unreadable.erase(name);
+    return true;
+}
+
+std::optional<std::string> CFileSaver::freshNameBeside(const std::string& path) {
+    for (int number = 1; number < 1000; ++number) {
+        std::string name = path + ".unreadable";
+        if (number > 1) name += "." + std::to_string(number);
+        std::string bytes;
+        if (m_pFiles->read(name, bytes) == IFileSystem::ERead::Missing) return name;
+    }
+    return std::nullopt;
+}
+
+void CFileSaver::finish() {
+    while (serve(false)) {
+    }
+    std::unique_lock lock(m_mutex);
+    m_written.wait(lock, [&] { return m_nWriting == 0; });
+}
+
+void CFileSaver::remove(const std::string& directory, std::initializer_list<const char*> names) {
+    const std::uint64_t number = ++m_nNumber;
+    std::lock_guard lock(m_diskMutex);
+    for (const char* name : names) {
+        m_newest[name] = number;
+        if (freeName(directory, name)) m_pFiles->remove(fileIn(directory, name));
+    }
+    m_pFiles->flushDirectory(directory);
+}
+
+}  // namespace TC

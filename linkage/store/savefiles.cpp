@@ -1,0 +1,76 @@
+#include "linkage/balance/balancestate.h"
+#include "linkage/core/clinkagemanager.h"
+#include "linkage/core/daykey.h"
+#include "linkage/store/balancedirectory.h"
+#include "linkage/store/csvfiles.h"
+#include "linkage/store/filesaver.h"
+#include "linkage/store/historystate.h"
+
+namespace TC {
+
+namespace {
+
+std::string statText(const HistoryState& history, const std::map<std::string, std::string>& times) {
+    std::string text = csv::statHeader();
+    for (const auto& [key, record] : history.m_historyStatData.get()) {
+        const auto time = times.find(key);
+        text += csv::statRow(key, record, history.m_strWriteTime,
+                             time == times.end() ? std::string() : time->second);
+    }
+    return text;
+}
+
+std::string balanceText(const HistoryState& history, bool clientType3) {
+    std::string text = csv::balanceHeader();
+    for (const auto& [key, stocks] : history.m_historyLinkageData) {
+        for (const auto& [stock, record] : stocks) {
+            text += csv::balanceRow(key, stock, effectiveFigures(*record, clientType3),
+                                    history.m_strWriteTime);
+        }
+    }
+    return text;
+}
+
+std::string detailText(const HistoryState& history, const std::string& today) {
+    std::string text = csv::detailHeader();
+    for (const auto& [key, tradeKeys] : history.m_writtenTradeKeys) {
+        for (const std::string& tradeKey : tradeKeys) {
+            if (csv::isTradeKeyOf(tradeKey, today)) text += csv::detailRow(key, tradeKey);
+        }
+    }
+    return text;
+}
+
+}  // namespace
+
+void CLinkageManager::writedata(bool withTime) {
+    m_pSaver->saveAll(balanceDirectory(), withTime);
+}
+
+void CLinkageManager::writeBlanaceTime() { m_pSaver->saveBalanceTimes(balanceDirectory()); }
+
+std::map<std::string, std::string> CLinkageManager::writeToFile(bool withTime) {
+    const CLock lock(m_mutex);
+    const std::string today = todayText();
+    m_pHistory->m_strWriteTime = withTime ? nowText() : csv::dayStamp(today);
+    // This writer leaves the balance times out of the file; it always has.
+    return {{csv::STAT_FILE, statText(*m_pHistory, {})},
+            {csv::BALANCE_FILE, balanceText(*m_pHistory, m_bClientType3)},
+            {csv::DETAIL_FILE, detailText(*m_pHistory, today)}};
+}
+
+std::map<std::string, std::string> CLinkageManager::writeBlanaceTimeToFile() {
+    const CLock lock(m_mutex);
+    m_pHistory->m_strWriteTime = csv::dayStamp(todayText());
+    return {{csv::STAT_FILE,
+             statText(*m_pHistory, csv::timesByHistoryKey(m_pBalance->m_balanceTimes.get()))}};
+}
+
+bool CLinkageManager::isCanWriteToFile(const std::string& historyKey,
+                                       const std::string& tradeKey) const {
+    const CLock lock(m_mutex);
+    const auto written = m_pHistory->m_writtenTradeKeys.find(historyKey);
+    return written == m_pHistory->m_writtenTradeKeys.end() || !written->second.count(tradeKey);
+}
+
+}  // namespace TC
