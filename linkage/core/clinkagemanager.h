@@ -30,9 +30,13 @@
 namespace vexservice {
 class CAccountData;
 struct CPriceData;
-}
+}  // namespace vexservice
 
 namespace TC {
+
+namespace statement {
+struct Statement;
+}
 
 class CDoor;
 class CFileSaver;
@@ -321,7 +325,9 @@ public:
         const std::string& accountKey, int day) const;
 
     /// Imports a statement file (workbook, CSV or tab-separated text); asks for one
-    /// with a file dialog when the path is empty (then on the GUI thread only).
+    /// with a file dialog when the path is empty (then on the GUI thread only). What is
+    /// taken is filed under its day and changes no figure of the day; importing the
+    /// same file again changes nothing. See linkage/store/importreport.h.
     ImportReport importData(const QString& path = QString());
 
     // --------------------------------------------------------------- signals
@@ -385,11 +391,10 @@ protected:
     void doDealDetail(const std::string& accountKey,
                       const boost::shared_ptr<vexservice::CDealDetail>& deal);
     void countDealDetail(const std::string& accountKey,
-                         const boost::shared_ptr<vexservice::CDealDetail>& deal,
-                         DealStep& step, Holding& held) REQUIRES(m_mutex);
+                         const boost::shared_ptr<vexservice::CDealDetail>& deal, DealStep& step,
+                         Holding& held) REQUIRES(m_mutex);
     /// Takes the newest price of a stock that was dealt, and sees that more will come.
-    void followPrice(std::uint32_t account, std::uint32_t stock, Holding& held)
-        REQUIRES(m_mutex);
+    void followPrice(std::uint32_t account, std::uint32_t stock, Holding& held) REQUIRES(m_mutex);
     void onTaskDetail(const boost::shared_ptr<vexservice::IData>& data);
     void doTaskDetail(const boost::shared_ptr<vexservice::CTaskDetail>& task);
     void updateRunningTask(const std::string& accountKey, const std::string& strategy,
@@ -446,6 +451,15 @@ protected:
                        const std::string& accountKey, bool stockIsNew, bool buys, double commission)
         REQUIRES(m_mutex);
 
+    // import: linkage/store/importrecords.cpp
+    /// File one imported record and nothing more: no figure changes, nothing is
+    /// announced. True when it was not there before.
+    bool importDeal(const std::string& accountKey,
+                    const boost::shared_ptr<vexservice::CDealDetail>& deal) REQUIRES(m_mutex);
+    bool importOrder(const std::string& accountKey,
+                     const boost::shared_ptr<vexservice::COrderDetail>& order) REQUIRES(m_mutex);
+    void importRows(const statement::Statement& rows, ImportReport& report);
+
     mutable CRecursiveMutex m_mutex;
     bool m_bInited GUARDED_BY(m_mutex) = false;
     bool m_bClientType3 = false;  ///< constant from construction on
@@ -454,11 +468,11 @@ protected:
     std::unique_ptr<CPublished<std::string>> m_pTradeDate;  ///< lock of its own
     std::string m_strUserData GUARDED_BY(m_mutex);
 
-    std::unique_ptr<AsyncState> m_pAsync;      ///< strand, timers, connections, inbox
-    std::unique_ptr<CLedger> m_pLedger;        ///< orders, deals and all figures of them
-    std::unique_ptr<CPeriodCurves> m_pCurves;  ///< minute bars and curves
+    std::unique_ptr<AsyncState> m_pAsync;                 ///< strand, timers, connections, inbox
+    std::unique_ptr<CLedger> m_pLedger;                   ///< orders, deals and all figures of them
+    std::unique_ptr<CPeriodCurves> m_pCurves;             ///< minute bars and curves
     std::unique_ptr<PositionReports> m_pPositionReports;  ///< what positions are merged from
-    std::unique_ptr<BalanceState> m_pBalance;  ///< pending balances, balance times
+    std::unique_ptr<BalanceState> m_pBalance;             ///< pending balances, balance times
     std::unique_ptr<HistoryState> m_pHistory;  ///< the history store and its files' state
     std::unique_ptr<CServerHistory> m_pServerHistory;
     std::unique_ptr<CFileSaver> m_pSaver;
