@@ -97,7 +97,9 @@ void CLinkageManager::historyStatCalculator() {
     }
 }
 
-void CLinkageManager::startProfitCalculator() { switchCalculator(&CPeriodCurves::m_bProfitCalcRunning); }
+void CLinkageManager::startProfitCalculator() {
+    switchCalculator(&CPeriodCurves::m_bProfitCalcRunning);
+}
 
 void CLinkageManager::startBalanceCalculator() {
     switchCalculator(&CPeriodCurves::m_bBalanceCalcRunning);
