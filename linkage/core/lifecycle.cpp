@@ -89,6 +89,7 @@ void CLinkageManager::init() {
     }
     runStatCalculator();
     runHistoryStatCalculator();
+    runExtCalculator();
 }
 
 void CLinkageManager::post(boost::function<void()> work) {
