@@ -5,6 +5,7 @@
 #include <QDate>
 #include <QHash>
 #include <QRegularExpression>
+#include <QStringList>
 
 #include <algorithm>
 #include <cmath>
@@ -34,13 +35,17 @@ std::string clockOfFraction(double day) {
     return clockText(seconds / 3600, seconds / 60 % 60, seconds % 60);
 }
 
-/// hhmmss, also with lost zeros, or with hundredths or thousandths of a second behind.
+/// hhmmss, also with a lost zero, or with hundredths or thousandths of a second behind.
 std::string clockOfDigits(qint64 digits, int length) {
-    if (length > 9) return {};
-    if (length > 8) digits /= 1000;
-    if (length == 7 || length == 8) digits /= 100;
-    return clockText(static_cast<int>(digits / 10000), static_cast<int>(digits / 100 % 100),
-                     static_cast<int>(digits % 100));
+    const auto clock = [](qint64 hhmmss) {
+        return clockText(static_cast<int>(hhmmss / 10000), static_cast<int>(hhmmss / 100 % 100),
+                         static_cast<int>(hhmmss % 100));
+    };
+    if (length <= 6) return clock(digits);
+    if (length <= 8) {
+        if (const std::string time = clock(digits / 100); !time.empty() || length == 7) return time;
+    }
+    return length <= 9 ? clock(digits / 1000) : std::string();
 }
 
 std::optional<DateTime> dateOfSerial(double days, bool dates1904) {
@@ -72,9 +77,12 @@ QString Value::display() const {
 }
 
 QString plainText(const QString& text) {
-    QString plain = text.normalized(QString::NormalizationForm_KC);
-    plain.remove(QRegularExpression(QStringLiteral("\\s")));
-    return plain.toUpper();
+    QString plain;
+    plain.reserve(text.size());
+    for (const QChar c : text.normalized(QString::NormalizationForm_KC)) {
+        if (!c.isSpace()) plain += c.toUpper();
+    }
+    return plain;
 }
 
 std::optional<double> numberOf(const Value& value) {
@@ -134,16 +142,17 @@ std::string timeOf(const Value& value) {
 
 std::optional<ESide> sideOf(const QString& text) {
     static const QHash<QString, ESide> sides = [] {
+        const std::pair<ESide, const char*> rows[] = {
+            {ESide::Buy,
+             "买 买入 证券买入 股票买入 普通买入 担保品买入 融资买入 信用买入 买券还券 债券买入 "
+             "基金买入 限价买入 市价买入 竞价买入 买入成交 B BUY"},
+            {ESide::Sell,
+             "卖 卖出 证券卖出 股票卖出 普通卖出 担保品卖出 融券卖出 信用卖出 卖券还款 债券卖出 "
+             "基金卖出 限价卖出 市价卖出 竞价卖出 卖出成交 S SELL"},
+        };
         QHash<QString, ESide> all;
-        for (const char* word : {"买", "买入", "证券买入", "股票买入", "普通买入", "担保品买入",
-                                 "融资买入", "信用买入", "买券还券", "债券买入", "基金买入",
-                                 "限价买入", "市价买入", "买入成交", "竞价买入", "B", "BUY"}) {
-            all.insert(QString::fromUtf8(word), ESide::Buy);
-        }
-        for (const char* word : {"卖", "卖出", "证券卖出", "股票卖出", "普通卖出", "担保品卖出",
-                                 "融券卖出", "信用卖出", "卖券还款", "债券卖出", "基金卖出",
-                                 "限价卖出", "市价卖出", "卖出成交", "竞价卖出", "S", "SELL"}) {
-            all.insert(QString::fromUtf8(word), ESide::Sell);
+        for (const auto& [side, words] : rows) {
+            for (const QString& word : QString::fromUtf8(words).split(' ')) all.insert(word, side);
         }
         return all;
     }();
@@ -154,22 +163,23 @@ std::optional<ESide> sideOf(const QString& text) {
 std::optional<int> orderStatusOf(const QString& text) {
     using namespace vexservice;
     static const QHash<QString, int> statuses = [] {
-        const std::pair<int, std::initializer_list<const char*>> rows[] = {
-            {STATUS_UNREPORTED, {"未报", "未申报"}},
-            {STATUS_WAIT_REPORTING, {"待报", "正报", "待申报"}},
-            {STATUS_REPORTED, {"已报", "已申报", "未成交", "已受理", "已委托"}},
-            {STATUS_REPORTED_CANCEL, {"已报待撤", "待撤"}},
-            {STATUS_PARTSUCC_CANCEL, {"部成待撤"}},
-            {STATUS_PART_CANCEL, {"部撤", "部成部撤", "部分撤单", "部成已撤", "部分成交部分撤单"}},
-            {STATUS_CANCELED,
-             {"已撤", "已撤单", "全撤", "全部撤单", "撤单", "撤单成功", "场内撤单"}},
-            {STATUS_PART_SUCC, {"部成", "部分成交"}},
-            {STATUS_SUCCEEDED, {"已成", "已成交", "全成", "全部成交", "成交"}},
-            {STATUS_JUNK, {"废单", "非法委托", "无效委托", "已拒绝", "拒单"}},
+        const std::pair<int, const char*> rows[] = {
+            {STATUS_UNREPORTED, "未报 未申报"},
+            {STATUS_WAIT_REPORTING, "待报 正报 待申报"},
+            {STATUS_REPORTED, "已报 已申报 未成交 已受理 已委托"},
+            {STATUS_REPORTED_CANCEL, "已报待撤 待撤"},
+            {STATUS_PARTSUCC_CANCEL, "部成待撤"},
+            {STATUS_PART_CANCEL, "部撤 部成部撤 部分撤单 部成已撤 部分成交部分撤单"},
+            {STATUS_CANCELED, "已撤 已撤单 全撤 全部撤单 撤单 撤单成功 场内撤单"},
+            {STATUS_PART_SUCC, "部成 部分成交"},
+            {STATUS_SUCCEEDED, "已成 已成交 全成 全部成交 成交"},
+            {STATUS_JUNK, "废单 非法委托 无效委托 已拒绝 拒单"},
         };
         QHash<QString, int> all;
         for (const auto& [status, words] : rows) {
-            for (const char* word : words) all.insert(QString::fromUtf8(word), status);
+            for (const QString& word : QString::fromUtf8(words).split(' ')) {
+                all.insert(word, status);
+            }
         }
         return all;
     }();

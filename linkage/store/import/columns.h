@@ -56,6 +56,9 @@ Header headerOf(const CWorkbook& book, int row, std::span<const Cell> cells);
 /// A row's cells by what they hold.
 RowValues valuesOf(const CWorkbook& book, const Header& header, std::span<const Cell> cells);
 
+/// Whether a row is the header once more, as printed lists have on every page.
+bool repeatsHeader(const RowValues& values);
+
 /// What the lines above the header say of the whole sheet.
 struct TitleLines {
     QString fundAccount;

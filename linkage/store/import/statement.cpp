@@ -100,7 +100,7 @@ private:
         ++m_statement.read;
         const bool orders = m_statement.kind == Kind::Orders;
         try {
-            if (headerOf(m_book, row, cells).place == header.place) {
+            if (repeatsHeader(values)) {
                 throw SkippedRow{QStringLiteral("the column names again")};
             }
             QString account = values[COL_FUND_ACCOUNT].display().trimmed();

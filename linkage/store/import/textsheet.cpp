@@ -1,6 +1,6 @@
+#include "linkage/store/fileencoding.h"
 #include "linkage/store/import/readers.h"
 
-#include <QList>
 #include <QTextCodec>
 
 #include <algorithm>
@@ -9,39 +9,22 @@ namespace TC::statement {
 
 namespace {
 
-constexpr char kUtf8Mark[] = "\xef\xbb\xbf";
 constexpr int kLinesForSeparator = 50;
 
-bool decodes(const QByteArray& bytes, const char* codecName) {
-    QTextCodec* codec = QTextCodec::codecForName(codecName);
-    if (!codec) return false;
-    constexpr int kChunk = 1 << 16;
-    QTextCodec::ConverterState state(QTextCodec::IgnoreHeader);
-    for (int at = 0; at < bytes.size(); at += kChunk) {
-        codec->toUnicode(bytes.constData() + at, std::min(kChunk, bytes.size() - at), &state);
-        if (state.invalidChars > 0) return false;
-    }
-    return state.remainingChars == 0;
-}
-
-struct Encoded {
-    QByteArray bytes;
-    QTextCodec* codec;
-};
-
-// Separators, quotes and line ends are single bytes that neither encoding uses inside
-// a longer character, so the text can be cut into cells before it is decoded.
-Encoded encoded(const QByteArray& file) {
+/// The text in UTF-8 without a mark.
+QByteArray utf8Of(const QByteArray& file) {
     if (file.startsWith("\xff\xfe") || file.startsWith("\xfe\xff")) {
-        if (!decodes(file, "UTF-16")) throw Refusal(QStringLiteral("the text is not valid UTF-16"));
-        return {QTextCodec::codecForName("UTF-16")->toUnicode(file).toUtf8(),
-                QTextCodec::codecForName("UTF-8")};
+        QTextCodec::ConverterState state;
+        const QString text =
+            QTextCodec::codecForName("UTF-16")->toUnicode(file.constData(), file.size(), &state);
+        if (state.invalidChars > 0 || state.remainingChars > 0) {
+            throw Refusal(QStringLiteral("the text is not valid UTF-16"));
+        }
+        return text.toUtf8();
     }
-    const QByteArray bytes = file.startsWith(kUtf8Mark) ? file.mid(3) : file;
-    for (const char* name : {"UTF-8", "GB18030"}) {
-        if (decodes(bytes, name)) return {bytes, QTextCodec::codecForName(name)};
-    }
-    throw Refusal(QStringLiteral("the text is neither valid UTF-8 nor valid GB18030"));
+    const auto text = decodeText(file.toStdString());
+    if (!text) throw Refusal(QStringLiteral("the text is neither valid UTF-8 nor valid GB18030"));
+    return QByteArray::fromStdString(*text);
 }
 
 /// The line with the most separators is the header or a row. Cells padded with a tab
@@ -63,8 +46,7 @@ char separatorOf(const QByteArray& bytes) {
 
 class CTextReader {
 public:
-    explicit CTextReader(const Encoded& text)
-        : m_bytes(text.bytes), m_pCodec(text.codec), m_separator(separatorOf(text.bytes)) {}
+    explicit CTextReader(const QByteArray& utf8) : m_bytes(utf8), m_separator(separatorOf(utf8)) {}
 
     CWorkbook read() {
         const int sheet = m_book.addSheet(QString());
@@ -132,7 +114,7 @@ private:
         if (end - begin > 4 * kMaxCellLength) {
             throw Refusal(QStringLiteral("a cell has more than %1 characters").arg(kMaxCellLength));
         }
-        QString text = m_pCodec->toUnicode(m_bytes.constData() + begin, end - begin).trimmed();
+        QString text = QString::fromUtf8(m_bytes.constData() + begin, end - begin).trimmed();
         m_at = end;
         return unwrapped(quoted ? unquoted(text) : text);
     }
@@ -150,7 +132,6 @@ private:
     }
 
     const QByteArray m_bytes;
-    QTextCodec* m_pCodec;
     const char m_separator;
     CWorkbook m_book;
     int m_at = 0;
@@ -159,6 +140,6 @@ private:
 
 }  // namespace
 
-CWorkbook readText(const QByteArray& bytes) { return CTextReader(encoded(bytes)).read(); }
+CWorkbook readText(const QByteArray& bytes) { return CTextReader(utf8Of(bytes)).read(); }
 
 }  // namespace TC::statement

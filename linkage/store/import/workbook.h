@@ -14,10 +14,10 @@
 /// Reading statement files: from bytes to tables, from tables to deals and orders.
 namespace TC::statement {
 
-// What a file may ask for at most. A statement of a very busy day (two hundred
-// thousand rows) stays within all of them; whatever goes beyond is refused.
-inline constexpr qint64 kMaxFileBytes = 32 << 20;       ///< the file itself
-inline constexpr qint64 kMaxUnpackedBytes = 128 << 20;  ///< all that is read of an archive
+// What a file may ask for at most; whatever goes beyond is refused. The statement of a
+// very busy day (some fifty thousand deals) stays well within all of them.
+inline constexpr qint64 kMaxFileBytes = 32 << 20;      ///< the file itself
+inline constexpr qint64 kMaxUnpackedBytes = 64 << 20;  ///< all that is read of an archive
 inline constexpr int kMaxArchiveParts = 1000;
 inline constexpr int kMaxSheets = 64;
 inline constexpr int kMaxRows = 200'000;

@@ -1,8 +1,8 @@
 #include "linkage/store/import/archive.h"
 #include "linkage/store/import/readers.h"
+#include "linkage/store/import/xmlpart.h"
 
-#include <QBuffer>
-#include <QXmlStreamReader>
+#include <QHash>
 
 #include <vector>
 
@@ -13,52 +13,6 @@ namespace {
 [[noreturn]] void broken(const QString& why) {
     throw Refusal(QStringLiteral("the workbook is broken: %1").arg(why));
 }
-
-/// One part of the workbook as XML. Names count without their namespaces, of which
-/// there are several generations. A document type, which no workbook has, is refused:
-/// its entities could grow without end.
-class CXml {
-public:
-    explicit CXml(const QByteArray& bytes) {
-        // Through a device the reader decodes a few kilobytes at a time.
-        m_buffer.setData(bytes);
-        m_buffer.open(QIODevice::ReadOnly);
-        m_xml.setDevice(&m_buffer);
-    }
-
-    /// The next start or end of an element; false at the end of the part.
-    bool next() {
-        m_text = QString();
-        for (;;) {
-            const auto token = m_xml.readNext();
-            if (token == QXmlStreamReader::DTD) broken(QStringLiteral("document type"));
-            if (m_xml.hasError()) broken(m_xml.errorString().left(100));
-            if (token == QXmlStreamReader::EndDocument) return false;
-            if (token == QXmlStreamReader::Characters) m_text += m_xml.text();
-            if (m_text.size() > 4 * kMaxCellLength) broken(QStringLiteral("endless text"));
-            if (m_xml.isStartElement() || m_xml.isEndElement()) return true;
-        }
-    }
-    bool starts(const char* name) const { return m_xml.isStartElement() && is(name); }
-    bool ends(const char* name) const { return m_xml.isEndElement() && is(name); }
-
-    QString attribute(const char* name) const {
-        for (const auto& attribute : m_xml.attributes()) {
-            if (attribute.name() == QLatin1String(name)) return attribute.value().toString();
-        }
-        return QString();
-    }
-
-    /// The text between the previous element and this one.
-    const QString& text() const { return m_text; }
-
-private:
-    bool is(const char* name) const { return m_xml.name() == QLatin1String(name); }
-
-    QBuffer m_buffer;
-    QXmlStreamReader m_xml;
-    QString m_text;
-};
 
 struct Relation {
     QString kind;
@@ -74,7 +28,7 @@ Relations relationsOf(CArchive& archive, const QString& part) {
         folder + QStringLiteral("_rels/") + part.mid(slash + 1) + QStringLiteral(".rels");
     Relations relations;
     if (!archive.has(name)) return relations;
-    CXml xml(archive.part(name));
+    CXmlPart xml(archive.part(name));
     while (xml.next()) {
         if (!xml.starts("Relationship")) continue;
         const QString target = xml.attribute("Target");
@@ -96,7 +50,7 @@ QString targetOf(const Relations& relations, const char* kind) {
 std::vector<QString> sharedTexts(const QByteArray& part) {
     std::vector<QString> texts;
     qint64 length = 0;
-    CXml xml(part);
+    CXmlPart xml(part);
     QString text;
     bool reading = false;  // readings of characters (<rPh>) are no part of the text
     while (xml.next()) {
@@ -135,7 +89,7 @@ public:
         : m_book(book), m_sheet(sheet), m_texts(texts) {}
 
     void read(const QByteArray& part) {
-        CXml xml(part);
+        CXmlPart xml(part);
         while (xml.next()) {
             if (xml.starts("row")) {
                 beginRow(xml.attribute("r"));
@@ -202,7 +156,7 @@ CWorkbook readXlsx(const QByteArray& bytes) {
     if (archive.has(textPart)) texts = sharedTexts(archive.part(textPart));
 
     CWorkbook book;
-    CXml xml(archive.part(main));
+    CXmlPart xml(archive.part(main));
     while (xml.next()) {
         if (xml.starts("workbookPr")) {
             const QString on = xml.attribute("date1904");
