@@ -45,6 +45,7 @@ struct DealStep;
 struct Holding;
 struct InboxItem;
 struct BalanceState;
+struct HistoryQuery;
 struct CMinuteBar;
 struct HistoryState;
 struct ImportReport;
@@ -469,6 +470,7 @@ protected:
     void doStockBalance(const std::string& accountkey, const std::string& strategy);
 
     // files: linkage/store/savefiles.cpp, linkage/store/loadfiles.cpp
+    std::unique_ptr<CFileSaver> makeSaver();
     void readFromFile();
     /// The rows of each file as they stand now; also sets the write stamp.
     std::map<std::string, std::string> writeToFile(bool withTime) REQUIRES(m_mutex);
@@ -487,6 +489,19 @@ protected:
                        const std::string& historyKey, const std::string& stockKey,
                        const std::string& accountKey, bool stockIsNew, bool buys, double commission)
         REQUIRES(m_mutex);
+    void startHistoryQuery(HistoryQuery query, const std::string& lastDay);
+    void askHistoryDay(const HistoryQuery& query);
+    void onQueryHistoryDeal(
+        std::uint64_t number, const utils::VexError& error,
+        const std::vector<boost::shared_ptr<vexservice::CDealDetail>>& deals);
+    void onQueryHistoryOrder(
+        std::uint64_t number, const utils::VexError& error,
+        const std::vector<boost::shared_ptr<vexservice::COrderDetail>>& orders);
+    template <class Record>
+    void takeHistoryAnswer(std::uint64_t number, const utils::VexError& error,
+                           const std::vector<boost::shared_ptr<Record>>& records);
+    void giveHistoryDayUp(std::uint64_t number);
+    void endHistoryDay(HistoryQuery query, const std::string& fault);
 
     mutable CRecursiveMutex m_mutex;
     bool m_bInited GUARDED_BY(m_mutex) = false;

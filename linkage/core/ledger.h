@@ -384,6 +384,12 @@ public:
     /// Drops what was derived for an account on a day, and its figures.
     void removeAccount(const std::string& accountKey, int day);
 
+    /// Takes away records that were only filed; one that stands in any figure stays.
+    void removeFiledOrders(int day, const std::string& accountKey,
+                           const std::set<std::uint64_t>& keys);
+    void removeFiledDeals(int day, const std::string& accountKey,
+                          const std::set<std::uint64_t>& keys);
+
     void describe(ManagerState& state) const;
 
     // -------------------------------------------------------------------- revaluation
