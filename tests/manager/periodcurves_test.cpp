@@ -119,7 +119,7 @@ TEST(PeriodCurves, endInTheLiveProfitToTheBit) {
                 f.order({.key = key,
                          .stock = stock,
                          .side = side,
-                         .price = 9.07,
+                         .price = 9.05,
                          .volume = 2000,
                          .status = 55,
                          .traded = volume + 100,
