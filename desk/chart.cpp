@@ -175,8 +175,8 @@ QString CChart::priceTitle() const {
 QString CChart::profitTitle() const {
     const Selection& chosen = m_pPicture->selection;
     if (chosen.account.empty()) return tr("Profit: choose a strategy");
-    const QString strategy = chosen.strategy.empty() ? tr("all strategies")
-                                                     : QString::fromStdString(chosen.strategy);
+    const QString strategy =
+        chosen.strategy.empty() ? tr("all strategies") : QString::fromStdString(chosen.strategy);
     return tr("Profit of %1 / %2 over the day (yuan)")
         .arg(QString::fromStdString(chosen.account), strategy);
 }

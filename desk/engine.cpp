@@ -19,6 +19,7 @@ constexpr auto TICK = 10ms;
 constexpr auto PICTURE_EVERY = 100ms;
 /// A picture may cost a tenth of the engine's time, not more.
 constexpr int PICTURE_SHARE = 10;
+constexpr double FASTEST_AT_THE_END = 10.0;
 
 double seconds(Clock::duration duration) { return std::chrono::duration<double>(duration).count(); }
 
@@ -128,8 +129,8 @@ void CEngine::takePicture(CPictureTaker& taker, const IStage& stage) {
 
 void CEngine::step(IStage& stage, double elapsed) {
     double speed = m_dSpeed;
-    // Behind the end of a recording nothing is left to hurry for.
-    if (stage.ended()) speed = speed == UNPACED ? 0.0 : std::min(1.0, speed);
+    // Behind the end of a recording only what the user asks for is waited for.
+    if (stage.ended()) speed = speed == UNPACED ? 0.0 : std::min(FASTEST_AT_THE_END, speed);
     if (m_bPaused) speed = 0.0;
     stage.step(static_cast<std::int64_t>(elapsed * speed * 1e6));
 }

@@ -6,8 +6,6 @@
 
 #include <QDate>
 
-#include <optional>
-
 namespace desk {
 
 namespace {
@@ -26,9 +24,7 @@ paper::ClientConfig liveConfig(const QString& dataDir) {
 class CLiveStage final : public IStage {
 public:
     explicit CLiveStage(const QString& dataDir)
-        : m_loop(std::in_place),
-          m_client(m_loop->service(), liveConfig(dataDir)),
-          m_market(m_loop->service(), m_client) {
+        : m_client(m_loop.service(), liveConfig(dataDir)), m_market(m_loop.service(), m_client) {
         Manager::instance()->init();
         m_market.open();
     }
@@ -37,14 +33,14 @@ public:
     /// threads; then what they worked on.
     ~CLiveStage() override {
         Manager::release();
-        m_loop->stop();
+        m_loop.stop();
     }
 
     void step(std::int64_t) override {}
     bool canBePaced() const override { return false; }
 
 private:
-    std::optional<paper::CRealLoop> m_loop;
+    paper::CRealLoop m_loop;
     paper::CPaperClient m_client;
     CSampleMarket m_market;
 };

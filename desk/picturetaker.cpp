@@ -26,9 +26,8 @@ QDateTime clockNow() {
 }
 
 std::string instrumentName(const std::string& stockKey) {
-    const auto detail =
-        utils::CSingletonT<TC::CStockManager>::instance()->getInstrumentDetail(
-            Pim::sToQs(stockKey));
+    const auto detail = utils::CSingletonT<TC::CStockManager>::instance()->getInstrumentDetail(
+        Pim::sToQs(stockKey));
     return detail ? detail->m_strName : std::string();
 }
 
@@ -74,7 +73,8 @@ void CPriceTape::clear() {
 
 void CPictureTaker::followManager(TC::CLinkageManager& manager) {
     if (m_statConnection.connected()) return;
-    m_bClientType3 = utils::CSingletonT<TC::CAppConfig>::instance()->isClientType(TC::CLIENT_TYPE_3);
+    m_bClientType3 =
+        utils::CSingletonT<TC::CAppConfig>::instance()->isClientType(TC::CLIENT_TYPE_3);
     m_pStatChanged = std::make_shared<StatFlag>();
     m_statConnection = manager.sigStatDataChanged.connect(
         [flag = m_pStatChanged] { flag->changed.store(true, std::memory_order_relaxed); });
@@ -97,8 +97,7 @@ void CPictureTaker::take(Picture& picture) {
     m_strTapeDate = picture.date;
     for (const std::string& stock : manager.getStocks()) m_tape.follow(stock);
 
-    picture.userName =
-        TC::getUserConfig()->getUserDataString(TC::USER_NAME).toStdString();
+    picture.userName = TC::getUserConfig()->getUserDataString(TC::USER_NAME).toStdString();
     picture.balanceTimes = manager.getBalanceTime();
     takePairs(manager, picture);
     takeHistory(manager, picture);
@@ -120,8 +119,7 @@ void CPictureTaker::takePairs(TC::CLinkageManager& manager, Picture& picture) {
             row.runningTasks = manager.getRunningTasks(row.account, strategy);
             const auto records = manager.getTradeStatDatas(row.account, strategy);
             for (const auto& [stock, record] : records) {
-                const TC::EffectiveFigures figures =
-                    TC::effectiveFigures(*record, m_bClientType3);
+                const TC::EffectiveFigures figures = TC::effectiveFigures(*record, m_bClientType3);
                 row.bought += figures.buyVolume;
                 row.sold += figures.sellVolume;
                 row.profit += record->deals().m_dProfit;
@@ -137,8 +135,7 @@ void CPictureTaker::takePairs(TC::CLinkageManager& manager, Picture& picture) {
 
 void CPictureTaker::takeStocks(TC::CLinkageManager& manager, Picture& picture) {
     const Selection& chosen = picture.selection;
-    for (const auto& [stock, record] :
-         manager.getTradeStatDatas(chosen.account, chosen.strategy)) {
+    for (const auto& [stock, record] : manager.getTradeStatDatas(chosen.account, chosen.strategy)) {
         const TC::EffectiveFigures figures = TC::effectiveFigures(*record, m_bClientType3);
         StockRow row;
         row.stock = stock;
@@ -150,9 +147,8 @@ void CPictureTaker::takeStocks(TC::CLinkageManager& manager, Picture& picture) {
         row.commission = record->deals().m_dCommission;
         row.profit = record->deals().m_dProfit;
         row.positionValue = record->deals().m_dPositionValue;
-        const auto price =
-            utils::CManualSingletonT<TC::CQuoteClient>::instance()->getStockPrice(
-                Pim::sToQs(stock));
+        const auto price = utils::CManualSingletonT<TC::CQuoteClient>::instance()->getStockPrice(
+            Pim::sToQs(stock));
         if (price && price->hasLastPrice()) row.lastPrice = price->m_dLastPrice;
         picture.stocks.push_back(std::move(row));
     }

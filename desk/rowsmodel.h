@@ -15,8 +15,8 @@ enum class EFormat {
     Money,   ///< two decimals, grouped
     Profit,  ///< the same with its sign, and in the colour of gain or loss
     Price,
-    Side,    ///< true: buy
-    Time,    ///< "hhmmss" as hh:mm:ss
+    Side,  ///< true: buy
+    Time,  ///< "hhmmss" as hh:mm:ss
 };
 
 struct Column {

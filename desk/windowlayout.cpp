@@ -67,8 +67,8 @@ QWidget* CMainWindow::makeTopBar() {
     auto* line = new QHBoxLayout(bar);
     line->setContentsMargins(12, 8, 12, 4);
     line->setSpacing(10);
-    for (QWidget* control : std::initializer_list<QWidget*>{m_pClock, m_pDate, m_pPause, m_pSpeed,
-                                                            m_pProgress, live})
+    for (QWidget* control :
+         std::initializer_list<QWidget*>{m_pClock, m_pDate, m_pPause, m_pSpeed, m_pProgress, live})
         line->addWidget(control);
     line->addStretch();
     line->addWidget(import);
