@@ -36,6 +36,7 @@ namespace TC {
 
 class CDoor;
 class CFileSaver;
+class CLedger;
 class CPeriodCurves;
 class CServerHistory;
 struct AsyncState;
