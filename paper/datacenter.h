@@ -1,0 +1,110 @@
+#pragma once
+
+#include "paper/paperclient.h"
+#include "platform/services/tradercenter.h"
+
+#include <boost/signals2/signal.hpp>
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace paper {
+
+/// The records of one account (or of all accounts together): per type the newest
+/// report of each record key, in the order in which the keys first appeared.
+class CPaperAccountData final : public vexservice::CAccountData {
+public:
+    using Record = boost::shared_ptr<vexservice::INumberedData>;
+
+    explicit CPaperAccountData(std::string key) : m_strKey(std::move(key)) {}
+
+    std::string getKey() const override { return m_strKey; }
+    boost::shared_ptr<vexservice::CAccountInfo> getAccountInfo() const override;
+    void getVector(int type,
+                   std::vector<boost::shared_ptr<vexservice::IData>>& records) const override;
+
+    void setInfo(boost::shared_ptr<vexservice::CAccountInfo> info);
+    void keep(int type, const Record& record);
+    /// The newest report of a record key, or an empty pointer.
+    Record find(int type, std::uint64_t recordKey) const;
+    /// Drops the records of a type that are not wanted; the others stay in their order.
+    void forget(int type, const std::function<bool(const vexservice::INumberedData&)>& wanted);
+
+private:
+    struct Records {
+        std::vector<Record> inOrder;
+        std::unordered_map<std::uint64_t, std::size_t> places;
+    };
+
+    const std::string m_strKey;
+    mutable std::mutex m_mutex;
+    boost::shared_ptr<vexservice::CAccountInfo> m_pInfo;
+    std::map<int, Records> m_records;
+};
+
+/// The trade data center, with the fee limits of its accounts.
+///
+/// Threads: any; news is delivered on the reporting thread, with no lock held. A
+/// subscriber that throws does not keep the news from the others.
+class CDataCenter final : public vexservice::IDataCenter, public vexservice::IFeeLimitService {
+public:
+    explicit CDataCenter(std::string tradeDate);
+
+    void getAllAccountData(
+        std::vector<boost::shared_ptr<vexservice::CAccountData>>& accounts) const override;
+    boost::shared_ptr<vexservice::CAccountData> getAccountData(std::uint64_t hash) const override;
+    boost::shared_ptr<vexservice::CAccountData> getGlobalAccountData() const override;
+    std::string getTradingDate() const override;
+    boost::signals2::connection subscribe(const std::string& accountKey, int type,
+                                          const std::string& filter,
+                                          const Callback& callback) override;
+    boost::shared_ptr<vexservice::CStkExchangeRateLimit> getFeeLimits(
+        const boost::shared_ptr<vexservice::CAccountInfo>& account, const std::string& market,
+        const std::string& code) override;
+
+    void setAccount(const Account& account);
+    /// The account's data, or an empty pointer.
+    boost::shared_ptr<CPaperAccountData> account(const std::string& accountKey) const;
+    CPaperAccountData& globalData() const { return *m_pGlobal; }
+    std::vector<std::string> accountKeys() const;
+
+    /// Keeps a report, and with `push` sends it to the subscribers; a report of an
+    /// account that was never set goes nowhere. Tasks have the account key "".
+    void report(const std::string& accountKey, int type, const CPaperAccountData::Record& record,
+                bool push);
+
+    /// Begins a trade date: orders, deals and tasks of other dates are forgotten. A
+    /// task without a command belongs to no date and stays.
+    void beginTradingDate(const std::string& date);
+
+private:
+    struct DeliverToAll {
+        using result_type = void;
+        template <class Slots>
+        void operator()(Slots first, Slots last) const;
+    };
+    using Signal = boost::signals2::signal<
+        void(const std::string&, const boost::shared_ptr<vexservice::IData>&), DeliverToAll>;
+    struct Entry {
+        boost::shared_ptr<CPaperAccountData> data;
+        boost::shared_ptr<vexservice::CStkExchangeRateLimit> fee;
+    };
+
+    std::vector<std::shared_ptr<Signal>> subscribers(const std::string& accountKey, int type);
+
+    mutable std::mutex m_mutex;
+    std::string m_strTradeDate;
+    const boost::shared_ptr<CPaperAccountData> m_pGlobal;
+    std::vector<std::string> m_keys;  ///< in the order of appearance
+    std::unordered_map<std::string, Entry> m_accounts;
+    std::unordered_map<std::uint64_t, boost::shared_ptr<CPaperAccountData>> m_byHash;
+    std::map<std::pair<std::string, int>, std::shared_ptr<Signal>> m_signals;
+};
+
+}  // namespace paper

@@ -1,0 +1,107 @@
+#pragma once
+
+#include "paper/instruments.h"
+#include "paper/matching.h"
+#include "paper/outbox.h"
+#include "paper/quotes.h"
+#include "paper/tasks.h"
+
+#include <deque>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+
+namespace paper {
+
+/// A broker with a matching engine: takes orders, matches them with the quotes, and
+/// reports what becomes of them through the outbox.
+///
+/// Record keys rise from 1, for orders and deals each, past those that the account's
+/// records already use. Threads: any; one operation at a time.
+class CExchange final : public std::enable_shared_from_this<CExchange>, private IOrderEntry {
+public:
+    struct Services {
+        boost::asio::io_service& service;
+        std::shared_ptr<CDataCenter> dataCenter;
+        std::shared_ptr<CInstruments> instruments;
+        boost::shared_ptr<CQuotes> quotes;
+        std::string user;      ///< the user of the orders' commands
+        std::string taskUser;  ///< the user of the tasks' commands
+    };
+
+    explicit CExchange(const Services& services);
+
+    void submit(const OrderRequest& request);
+
+    /// In one second the order is cancelled, if it still runs then. Also orders that
+    /// only the data center knows.
+    void cancel(const std::string& accountKey, std::uint64_t orderKey);
+
+    void quote(const std::string& stockKey, const vexservice::CPriceData& price);
+
+    void startTask(const TaskRequest& request);
+
+    /// Ends a task when its open slice is cancelled; at once without one. Also tasks
+    /// that only the data center knows.
+    void terminate(std::uint64_t taskKey);
+
+    /// What still runs of orders and tasks is forgotten.
+    void beginTradingDate();
+
+private:
+    struct Order {
+        std::string account;
+        boost::shared_ptr<const vexservice::COrderDetail> report;  ///< the newest
+        bool buys = true;
+        std::optional<Price> limit;
+        std::int64_t amount = 0;  ///< traded, in ten-thousandths of a yuan
+        std::uint64_t task = 0;
+    };
+    struct Stock {
+        CBook book;
+        std::map<std::uint64_t, Order> working;  ///< oldest first
+    };
+    struct Issued {
+        std::string account;
+        std::string stock;
+    };
+    struct Change {
+        std::uint64_t task;
+        int volume;
+        vexservice::EEntrustStatus status;
+    };
+
+    // IOrderEntry, with the lock held
+    std::uint64_t place(const OrderRequest& request) override;
+    void cancelSoon(const std::string& accountKey, std::uint64_t orderKey) override;
+    double slicePrice(const OrderRequest& request) const override;
+    void reportTask(const boost::shared_ptr<vexservice::CTaskDetail>& task) override;
+    void wakeTask(utils::DeadlineTimer& timer, std::uint64_t taskKey) override;
+
+    bool acceptable(const OrderRequest& request) const;
+    Order makeOrder(const OrderRequest& request, std::uint64_t key) const;
+    void match(Stock& stock, std::uint64_t key);
+    void fill(Order& order, const Fill& fill);
+    void report(Order& order, vexservice::EEntrustStatus status, int traded);
+    void reportDeal(const Order& order, const Fill& fill);
+    void finish(Stock& stock, std::uint64_t key, vexservice::EEntrustStatus status);
+    void cancelNow(const std::string& accountKey, std::uint64_t orderKey);
+    void cancelForeign(const std::string& accountKey, std::uint64_t orderKey);
+    void tellTasks();
+    std::uint64_t nextKey(const std::string& accountKey, int type, std::uint64_t& last) const;
+
+    const Services m_services;
+    const std::shared_ptr<COutbox> m_pOutbox;
+    std::mutex m_mutex;
+    std::unordered_map<std::string, Stock> m_stocks;
+    std::unordered_map<std::uint64_t, Issued> m_issued;  ///< today's orders, final ones too
+    std::uint64_t m_nLastOrder = 0;
+    std::uint64_t m_nLastDeal = 0;
+    std::uint64_t m_nLastTask = 0;
+    std::deque<Change> m_changes;  ///< of slices, not yet told to their tasks
+    CTaskRunner m_tasks;
+};
+
+}  // namespace paper

@@ -1,0 +1,108 @@
+#include "paper/loop.h"
+
+#include "platform/log.h"
+
+#include <QCoreApplication>
+#include <QThread>
+
+#include <algorithm>
+#include <cmath>
+#include <exception>
+
+namespace paper {
+
+namespace {
+
+/// Counts the events that Qt delivers while it lives. Qt does not say whether anything
+/// was queued, and a call that queues another needs a further round.
+class DeliveryCounter final : public QObject {
+public:
+    DeliveryCounter() { QCoreApplication::instance()->installEventFilter(this); }
+
+    int delivered() const { return m_delivered; }
+
+private:
+    bool eventFilter(QObject*, QEvent*) override {
+        ++m_delivered;
+        return false;
+    }
+
+    int m_delivered = 0;
+};
+
+bool deliverQtCalls() {
+    const QCoreApplication* application = QCoreApplication::instance();
+    if (!application || application->thread() != QThread::currentThread()) return false;
+    DeliveryCounter counter;
+    QCoreApplication::sendPostedEvents();
+    return counter.delivered() > 0;
+}
+
+}  // namespace
+
+CVirtualLoop::CVirtualLoop(std::int64_t startMicros)
+    : m_now(startMicros), m_work(boost::asio::make_work_guard(m_service)) {
+    utils::setClock(this);
+}
+
+CVirtualLoop::~CVirtualLoop() {
+    if (&utils::currentClock() == this) utils::setClock(nullptr);
+}
+
+void CVirtualLoop::noteDue(std::int64_t dueMicros) {
+    const std::lock_guard lock(m_dueMutex);
+    m_due.insert(dueMicros);
+}
+
+bool CVirtualLoop::runOnce() {
+    m_service.restart();
+    bool busy = m_service.poll() > 0;
+    if (deliverQtCalls()) busy = true;
+    if (m_settle && m_settle()) busy = true;
+    return busy;
+}
+
+void CVirtualLoop::runToRest() {
+    while (runOnce()) {
+    }
+}
+
+void CVirtualLoop::advanceTo(std::int64_t micros) {
+    runToRest();
+    while (nowMicros() < micros) {
+        std::int64_t next = micros;
+        {
+            const std::lock_guard lock(m_dueMutex);
+            m_due.erase(m_due.begin(), m_due.upper_bound(nowMicros()));
+            if (!m_due.empty()) next = std::min(next, *m_due.begin());
+        }
+        m_now.store(next, std::memory_order_release);
+        runToRest();
+    }
+}
+
+void CVirtualLoop::advanceSeconds(double seconds) {
+    advanceTo(nowMicros() + std::llround(seconds * 1e6));
+}
+
+CRealLoop::CRealLoop(int threads) : m_work(boost::asio::make_work_guard(m_service)) {
+    for (int i = 0; i < threads; ++i) {
+        m_threads.emplace_back([this] {
+            // A handler that throws costs that handler, not the thread.
+            while (!m_service.stopped()) {
+                try {
+                    m_service.run();
+                } catch (const std::exception& fault) {
+                    g_VexStdLogger.error("paper::CRealLoop", fault.what());
+                }
+            }
+        });
+    }
+}
+
+CRealLoop::~CRealLoop() {
+    m_service.stop();
+    for (std::thread& thread : m_threads) thread.join();
+}
+
+}  // namespace paper

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "paper/datacenter.h"
+
+#include <utility>
+
+#include <boost/asio/io_service.hpp>
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace paper {
+
+/// Reports on their way to the data center: published on the loop in the order in which
+/// they were added, one at a time. Whoever hears one may cause further ones; those come
+/// after what was already waiting.
+class COutbox : public std::enable_shared_from_this<COutbox> {
+public:
+    COutbox(boost::asio::io_service& service, std::shared_ptr<CDataCenter> dataCenter)
+        : m_service(service), m_pDataCenter(std::move(dataCenter)) {}
+
+    void add(const std::string& accountKey, int type, CPaperAccountData::Record record);
+
+private:
+    struct Report {
+        std::string account;
+        int type;
+        CPaperAccountData::Record record;
+    };
+
+    void post();
+    void deliver();
+
+    boost::asio::io_service& m_service;
+    const std::shared_ptr<CDataCenter> m_pDataCenter;
+    std::mutex m_mutex;
+    bool m_bPosted = false;
+    std::vector<Report> m_waiting;
+};
+
+}  // namespace paper

@@ -1,0 +1,275 @@
+#include "paper/paperclient.h"
+
+#include "linkage/core/clinkagemanager.h"
+#include "paper/commandcenter.h"
+#include "paper/datacenter.h"
+#include "paper/engine.h"
+#include "paper/exchange.h"
+#include "paper/orderrules.h"
+#include "paper/quotes.h"
+#include "paper/scheduler.h"
+#include "paper/taskcenter.h"
+#include "paper/tradeclient.h"
+#include "paper/usersettings.h"
+
+#include <boost/make_shared.hpp>
+
+namespace paper {
+
+using namespace vexservice;
+
+namespace {
+
+using Manager = utils::CSingletonT<TC::CLinkageManager>;
+
+class CTraderCenter final : public TraderCenter {
+public:
+    CTraderCenter(std::shared_ptr<CDataCenter> dataCenter, std::shared_ptr<CTaskCenter> taskCenter)
+        : m_pDataCenter(std::move(dataCenter)), m_pTaskCenter(std::move(taskCenter)) {}
+
+    IDataCenter* getDataCenter() override { return m_pDataCenter.get(); }
+    ITaskCenter* getTaskCenter() override { return m_pTaskCenter.get(); }
+    IFeeLimitService* getFeeLimitService() override { return m_pDataCenter.get(); }
+
+private:
+    const std::shared_ptr<CDataCenter> m_pDataCenter;
+    const std::shared_ptr<CTaskCenter> m_pTaskCenter;
+};
+
+std::shared_ptr<CScheduler> makeScheduler(boost::asio::io_service& service,
+                                          const std::shared_ptr<CDataCenter>& dataCenter) {
+    CScheduler::Client client;
+    client.table = [] {
+        // Asking must not make a manager that is not there.
+        return Manager::exists() ? Manager::instance()->getBalanceTime() : CScheduler::Table();
+    };
+    client.accounts = [dataCenter] { return dataCenter->accountKeys(); };
+    client.balance = [](const std::string& account, const std::string& strategy) {
+        if (Manager::exists()) Manager::instance()->runAutoBalance(account, strategy);
+    };
+    return std::make_shared<CScheduler>(service, std::move(client));
+}
+
+}  // namespace
+
+/// Every service; those that serve others first.
+struct CPaperClient::Services {
+    Services(boost::asio::io_service& service, const ClientConfig& config,
+             IClientObserver* observer);
+
+    void install(boost::asio::io_service& service, const ClientConfig& config,
+                 IClientObserver* observer);
+    static void uninstall();
+
+    std::shared_ptr<CDataCenter> dataCenter;
+    std::shared_ptr<CInstruments> instruments;
+    boost::shared_ptr<CQuotes> quotes;
+    boost::shared_ptr<CUserSettings> userSettings;
+    std::shared_ptr<CExchange> exchange;  ///< empty when orders are recorded only
+    std::shared_ptr<CTaskCenter> taskCenter;
+    boost::shared_ptr<CPaperTradeClient> tradeClient;
+    boost::shared_ptr<TC::CProxyClient> proxy;
+    boost::shared_ptr<TC::CExchangeClient> exchangeClient;
+    std::shared_ptr<CScheduler> scheduler;
+};
+
+CPaperClient::Services::Services(boost::asio::io_service& service, const ClientConfig& config,
+                                 IClientObserver* observer)
+    : dataCenter(std::make_shared<CDataCenter>(config.tradeDate)),
+      instruments(std::make_shared<CInstruments>()),
+      quotes(boost::make_shared<CQuotes>(service)),
+      userSettings(boost::make_shared<CUserSettings>(config)),
+      proxy(boost::make_shared<TC::CProxyClient>()),
+      exchangeClient(boost::make_shared<TC::CExchangeClient>()) {
+    if (config.executes) {
+        const std::string taskUser =
+            config.clientType == TC::CLIENT_TYPE_3 ? std::string() : config.userName;
+        exchange = std::make_shared<CExchange>(CExchange::Services{
+            service, dataCenter, instruments, quotes, config.userName, taskUser});
+    }
+    taskCenter = std::make_shared<CTaskCenter>(dataCenter, exchange, observer);
+    tradeClient = boost::make_shared<CPaperTradeClient>(service, exchange, observer);
+    install(service, config, observer);
+    if (config.scheduler) {
+        scheduler = makeScheduler(service, dataCenter);
+        scheduler->start();
+    }
+}
+
+void CPaperClient::Services::install(boost::asio::io_service& service, const ClientConfig& config,
+                                     IClientObserver* observer) {
+    using utils::CManualSingletonT;
+    using utils::CSingletonT;
+    TraderCenter::install(boost::make_shared<CTraderCenter>(dataCenter, taskCenter));
+    CSingletonT<net::RPCEngine>::install(boost::make_shared<CEngine>(service));
+    CSingletonT<TC::CAppConfig>::install(boost::make_shared<CPaperAppConfig>(config));
+    CSingletonT<TC::CUserConfig>::install(userSettings);
+    CSingletonT<TC::CTimeService>::install(boost::make_shared<CPaperTimeService>());
+    CSingletonT<TC::IDataDirectory>::install(
+        boost::make_shared<CPaperDataDirectory>(config.dataDir));
+    CSingletonT<marlo::IMarketCalendar>::install(boost::make_shared<CPaperCalendar>(dataCenter));
+    CSingletonT<ConfigCollector>::install(
+        boost::make_shared<CPaperConfigCollector>(config.registRules));
+    CSingletonT<TC::CStockManager>::install(boost::make_shared<CPaperStockManager>(instruments));
+    CSingletonT<StockTypeCenter>::install(boost::make_shared<CPaperStockTypes>(instruments));
+    CSingletonT<IOrderRules>::install(boost::make_shared<COrderRules>(instruments));
+    CSingletonT<TC::CDovCommandCenter>::install(
+        boost::make_shared<CCommandCenter>(service, exchange, taskCenter, observer));
+    CSingletonT<TC::CProxyClient>::install(proxy);
+    CManualSingletonT<TC::CQuoteClient>::install(quotes);
+    CManualSingletonT<TC::CTradeClient>::install(tradeClient);
+    CManualSingletonT<TC::CExchangeClient>::install(exchangeClient);
+}
+
+void CPaperClient::Services::uninstall() {
+    using utils::CManualSingletonT;
+    using utils::CSingletonT;
+    CManualSingletonT<TC::CExchangeClient>::release();
+    CManualSingletonT<TC::CTradeClient>::release();
+    CManualSingletonT<TC::CQuoteClient>::release();
+    CSingletonT<TC::CProxyClient>::release();
+    CSingletonT<TC::CDovCommandCenter>::release();
+    CSingletonT<IOrderRules>::release();
+    CSingletonT<StockTypeCenter>::release();
+    CSingletonT<TC::CStockManager>::release();
+    CSingletonT<ConfigCollector>::release();
+    CSingletonT<marlo::IMarketCalendar>::release();
+    CSingletonT<TC::IDataDirectory>::release();
+    CSingletonT<TC::CTimeService>::release();
+    CSingletonT<TC::CUserConfig>::release();
+    CSingletonT<TC::CAppConfig>::release();
+    CSingletonT<net::RPCEngine>::release();
+    CSingletonT<TraderCenter>::release();
+}
+
+CPaperClient::CPaperClient(boost::asio::io_service& service, const ClientConfig& config,
+                           IClientObserver* observer)
+    : m_pServices(std::make_unique<Services>(service, config, observer)) {}
+
+CPaperClient::~CPaperClient() {
+    if (m_pServices->scheduler) m_pServices->scheduler->stop();
+    Services::uninstall();
+}
+
+// ----------------------------------------------------------------- reference data
+
+void CPaperClient::setInstrument(const Instrument& instrument) {
+    m_pServices->instruments->set(instrument);
+}
+
+void CPaperClient::setAccount(const Account& account) {
+    m_pServices->dataCenter->setAccount(account);
+}
+
+bool CPaperClient::hasAccount(const std::string& accountKey) const {
+    return m_pServices->dataCenter->account(accountKey) != nullptr;
+}
+
+boost::shared_ptr<CAccountInfo> CPaperClient::accountInfo(const std::string& accountKey) const {
+    const auto data = m_pServices->dataCenter->account(accountKey);
+    return data ? data->getAccountInfo() : nullptr;
+}
+
+void CPaperClient::setTradeSetting(int block, EPriceType priceType, double price) {
+    m_pServices->userSettings->setTradeSetting(block, priceType, price);
+}
+
+// -------------------------------------------------------------- reports and quotes
+
+void CPaperClient::report(const std::string& accountKey, boost::shared_ptr<COrderDetail> order,
+                          bool push) {
+    m_pServices->dataCenter->report(accountKey, DATA_ORDER, order, push);
+}
+
+void CPaperClient::report(const std::string& accountKey, boost::shared_ptr<CDealDetail> deal,
+                          bool push) {
+    m_pServices->dataCenter->report(accountKey, DATA_DEAL, deal, push);
+}
+
+void CPaperClient::report(const std::string& accountKey,
+                          boost::shared_ptr<CPositionStatics> position, bool push) {
+    m_pServices->dataCenter->report(accountKey, DATA_POSITION, position, push);
+}
+
+void CPaperClient::report(boost::shared_ptr<CTaskDetail> task, bool push) {
+    m_pServices->dataCenter->report(std::string(), DATA_TASK, task, push);
+}
+
+void CPaperClient::setPrice(const std::string& stockKey, boost::shared_ptr<CPriceData> price,
+                            bool push) {
+    m_pServices->quotes->setPrice(stockKey, price, push);
+    if (m_pServices->exchange && price) m_pServices->exchange->quote(stockKey, *price);
+}
+
+void CPaperClient::setBars(const std::string& stockKey, const std::string& day,
+                           const std::vector<TC::CMinuteBar>& bars) {
+    m_pServices->quotes->setBars(stockKey, day, bars);
+}
+
+void CPaperClient::setServerHistory(const std::string& accountKey, const std::string& day,
+                                    const ServerDay& history) {
+    m_pServices->tradeClient->setHistory(accountKey, day, history);
+}
+
+// ------------------------------------------------------------------- announcements
+
+void CPaperClient::newTradingDate(const std::string& date, const std::string& signalDate) {
+    m_pServices->dataCenter->beginTradingDate(date);
+    if (m_pServices->exchange) m_pServices->exchange->beginTradingDate();
+    Q_EMIT m_pServices->exchangeClient->sigNewTradingDate(signalDate);
+}
+
+void CPaperClient::login(bool ok, const QString& text) {
+    Q_EMIT m_pServices->proxy->sig_loginStatus(
+        ok ? TC::PROXY_LOGIN_SUCCESS : TC::PROXY_LOGIN_FAILED, text);
+}
+
+void CPaperClient::accountReady(const std::string& accountKey) {
+    CAccountInfo info;
+    info.m_strKey = accountKey;
+    if (const auto known = accountInfo(accountKey)) info = *known;
+    Q_EMIT m_pServices->tradeClient->sigInitedAccountData(info);
+}
+
+void CPaperClient::userDataChanged() { m_pServices->userSettings->m_sigUserDataChanged(); }
+
+// ------------------------------------------------------------------ paper exchange
+
+bool CPaperClient::executes() const { return m_pServices->exchange != nullptr; }
+
+void CPaperClient::send(const std::string& accountKey, const std::string& market,
+                        const std::string& code, bool buys, int volume, double price,
+                        const std::string& strategy, const std::string& tag) {
+    if (!executes()) return;
+    OrderRequest request;
+    request.account = accountKey;
+    request.market = market;
+    request.code = code;
+    request.buys = buys;
+    request.volume = volume;
+    request.price = price;
+    request.strategy = strategy;
+    request.tag = tag;
+    m_pServices->exchange->submit(request);
+}
+
+void CPaperClient::startTask(const std::string& accountKey, const std::string& market,
+                             const std::string& code, bool buys, int volume, int slices,
+                             double seconds, const std::string& strategy, bool server) {
+    if (!executes()) return;
+    TaskRequest request;
+    request.account = accountKey;
+    request.market = market;
+    request.code = code;
+    request.buys = buys;
+    request.volume = volume;
+    request.slices = slices;
+    request.seconds = seconds;
+    request.strategy = strategy;
+    request.server = server;
+    m_pServices->exchange->startTask(request);
+}
+
+std::string CPaperClient::tradeDate() const { return m_pServices->dataCenter->getTradingDate(); }
+
+}  // namespace paper

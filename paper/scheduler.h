@@ -1,0 +1,59 @@
+#pragma once
+
+#include "platform/utils/deadlinetimer.h"
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace paper {
+
+/// Starts balances at the times of the balance-time table.
+///
+/// Looks at the table at every whole second, on the loop, and serves the times of day
+/// that have come since it last looked, in the order of the table: each time once a
+/// day, those that had passed when the scheduler started or the time was set not at
+/// all. Times that are no "hhmmss" are never due.
+class CScheduler final : public std::enable_shared_from_this<CScheduler> {
+public:
+    /// Key (account, ":", strategy) to time of day.
+    using Table = std::map<std::string, std::string>;
+    struct Client {
+        std::function<Table()> table;
+        std::function<std::vector<std::string>()> accounts;
+        std::function<void(const std::string& account, const std::string& strategy)> balance;
+    };
+
+    CScheduler(boost::asio::io_service& service, Client client);
+
+    void start();
+    /// No balance is started after this.
+    void stop();
+
+private:
+    void arm();
+    void tick();
+
+    const Client m_client;
+    utils::DeadlineTimer m_timer;
+    std::int64_t m_nServedMicros = 0;
+    std::atomic<bool> m_bStopped{false};
+};
+
+/// The account and the strategy of a table key: the account is the longest of the
+/// accounts that the key begins with, followed by ":" (either name may contain one).
+/// False when there is none.
+bool splitBalanceKey(const std::string& key, const std::vector<std::string>& accounts,
+                     std::string& account, std::string& strategy);
+
+/// The keys whose time came after `from` and not after `to` (microseconds since the
+/// epoch; the times are local), in key order.
+std::vector<std::string> dueKeys(const CScheduler::Table& table, std::int64_t fromMicros,
+                                 std::int64_t toMicros);
+
+}  // namespace paper

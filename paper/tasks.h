@@ -1,0 +1,105 @@
+#pragma once
+
+#include "platform/records/taskdetail.h"
+#include "platform/utils/deadlinetimer.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <unordered_set>
+
+namespace paper {
+
+/// An order as it comes to the exchange.
+struct OrderRequest {
+    std::string account;
+    std::string market;
+    std::string code;
+    bool buys = true;
+    std::int64_t volume = 0;
+    vexservice::EPriceType priceType = vexservice::PRTP_FIX;
+    double price = 0.0;  ///< yuan
+    std::string strategy;
+    std::string strategy2;
+    std::string tag;
+    std::uint64_t task = 0;  ///< whose slice it is; 0: nobody's
+};
+
+/// An algorithmic task: `volume` in `slices` equal parts over `seconds`.
+struct TaskRequest {
+    std::string account;
+    boost::shared_ptr<vexservice::CAccountInfo> info;
+    std::string market;
+    std::string code;
+    bool buys = true;
+    int volume = 0;
+    int slices = 1;
+    double seconds = 0.0;
+    std::string strategy;
+    bool server = true;
+    std::string user;
+    std::string tradeDate;
+};
+
+/// What the tasks need of the exchange. Called with the exchange's lock held.
+class IOrderEntry {
+public:
+    /// The order's record key. What becomes of it is told later by onSlice().
+    virtual std::uint64_t place(const OrderRequest& request) = 0;
+    virtual void cancelSoon(const std::string& accountKey, std::uint64_t orderKey) = 0;
+    /// The price of a slice sent now; 0 while there is none.
+    virtual double slicePrice(const OrderRequest& request) const = 0;
+    virtual void reportTask(const boost::shared_ptr<vexservice::CTaskDetail>& task) = 0;
+    /// Calls onTime() of the task when the timer is due.
+    virtual void wakeTask(utils::DeadlineTimer& timer, std::uint64_t taskKey) = 0;
+
+protected:
+    ~IOrderEntry() = default;
+};
+
+/// The algorithmic tasks of the exchange.
+///
+/// Slice i of n is due i/n of the time after the start, at the best price of the
+/// opposite side. A task has one slice open at a time: what falls due meanwhile goes
+/// out when that one is filled. What a slice did not trade because it was cancelled or
+/// rejected, or because there was no price, is sent again at the next due time, and
+/// after the last one at the same interval (at least a second).
+///
+/// Threads: every call with the exchange's lock held.
+class CTaskRunner {
+public:
+    CTaskRunner(boost::asio::io_service& service, IOrderEntry& entry)
+        : m_service(service), m_entry(entry) {}
+
+    void start(const TaskRequest& request, std::uint64_t taskKey);
+    void onSlice(std::uint64_t taskKey, int tradedMore, vexservice::EEntrustStatus status);
+    void onTime(std::uint64_t taskKey);
+    /// False when no such task was ever started here.
+    bool terminate(std::uint64_t taskKey);
+    void forgetAll();
+
+private:
+    struct Task {
+        TaskRequest request;
+        boost::shared_ptr<const vexservice::CTaskDetail> report;  ///< the newest
+        std::int64_t startMicros = 0;
+        int slicesDue = 0;
+        int traded = 0;
+        std::uint64_t openSlice = 0;
+        bool terminating = false;
+        std::unique_ptr<utils::DeadlineTimer> timer;
+    };
+
+    void sendSlice(Task& task);
+    void armNext(Task& task);
+    void report(Task& task, vexservice::ETaskStatus status);
+    void end(std::uint64_t taskKey, vexservice::ETaskStatus status);
+
+    boost::asio::io_service& m_service;
+    IOrderEntry& m_entry;
+    std::map<std::uint64_t, Task> m_running;
+    std::unordered_set<std::uint64_t> m_started;
+};
+
+}  // namespace paper

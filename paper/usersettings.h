@@ -1,0 +1,86 @@
+#pragma once
+
+#include "paper/paperclient.h"
+#include "platform/services/clientconfig.h"
+#include "platform/services/orderrules.h"
+
+#include <atomic>
+#include <deque>
+#include <memory>
+#include <mutex>
+
+namespace paper {
+
+/// The user's configuration: name, limit percentages and trade settings.
+class CUserSettings final : public TC::CUserConfig {
+public:
+    explicit CUserSettings(const ClientConfig& config);
+
+    QString getUserDataString(TC::EUserMember member) const override;
+    double getUserDataDouble(TC::EUserMember member) const override;
+    const void* getUserDataAddress(TC::EUserMember member) const override;
+
+    /// Block 1 serves stock accounts, block 2 credit accounts.
+    void setTradeSetting(int block, vexservice::EPriceType priceType, double price);
+
+private:
+    const QString m_strUserName;
+    const double m_dLimitPercent;
+    const double m_dLimitPercentST;
+    std::mutex m_settingMutex;
+    /// Every settings block there ever was: readers hold bare addresses.
+    std::deque<TC::CTradeSetting> m_settings;
+    std::atomic<const TC::CTradeSetting*> m_pSetting{nullptr};
+};
+
+/// What the client is and where it keeps its data.
+class CPaperAppConfig final : public TC::CAppConfig {
+public:
+    explicit CPaperAppConfig(const ClientConfig& config)
+        : m_nClientType(config.clientType), m_strEncoding(config.fileEncoding) {}
+
+    bool isClientType(TC::EClientType type) const override { return type == m_nClientType; }
+    std::string fileEncoding() const override { return m_strEncoding; }
+
+private:
+    const int m_nClientType;
+    const std::string m_strEncoding;
+};
+
+class CPaperDataDirectory final : public TC::IDataDirectory {
+public:
+    explicit CPaperDataDirectory(QString path) : m_strPath(std::move(path)) {}
+    QString path() const override { return m_strPath; }
+
+private:
+    const QString m_strPath;
+};
+
+class CPaperTimeService final : public TC::CTimeService {
+public:
+    std::int64_t currentTime() const override;
+};
+
+class CPaperConfigCollector final : public vexservice::ConfigCollector {
+public:
+    explicit CPaperConfigCollector(bool registRules) : m_bRegistRules(registRules) {}
+    bool useRegistRules() override { return m_bRegistRules; }
+
+private:
+    const bool m_bRegistRules;
+};
+
+class CDataCenter;
+
+/// The markets' calendar: every market's last trade date is the data center's.
+class CPaperCalendar final : public marlo::IMarketCalendar {
+public:
+    explicit CPaperCalendar(std::shared_ptr<const CDataCenter> dataCenter)
+        : m_pDataCenter(std::move(dataCenter)) {}
+    std::int64_t lastTradeDate(const std::string& market) const override;
+
+private:
+    const std::shared_ptr<const CDataCenter> m_pDataCenter;
+};
+
+}  // namespace paper

@@ -1,0 +1,109 @@
+#include "linkage/store/importreport.h"
+#include "replay/manageraccess.h"
+#include "replay/operations.h"
+
+namespace replay {
+
+namespace {
+
+using Manager = TC::CLinkageManager;
+
+template <void (*FUNCTION)(Manager&, const std::string&, const std::string&)>
+constexpr Operation pairOperation(std::string_view name) {
+    return {name, 2, [](Call& call) {
+                FUNCTION(call.manager, std::string(call.arg(0).text()),
+                         std::string(call.arg(1).text()));
+                call.result.null();
+            }};
+}
+
+void historyBalance(Call& call) {
+    TC::TradeStatData record;
+    if (call.manager.historyBalance(std::string(call.arg(0).text()), record)) {
+        write(call.result, record);
+    } else {
+        call.result.null();
+    }
+}
+
+std::string_view kindText(TC::ImportReport::Kind kind) {
+    switch (kind) {
+        case TC::ImportReport::Kind::Deals:
+            return "deals";
+        case TC::ImportReport::Kind::Orders:
+            return "orders";
+        default:
+            return "none";
+    }
+}
+
+void importData(Call& call) {
+    const TC::ImportReport report = call.manager.importData(readArgument<QString>(call.arg(0)));
+    CJsonWriter& out = call.result;
+    out.beginObject();
+    out.member("added", report.added);
+    out.member("kind", kindText(report.kind));
+    out.key("notes");
+    writeList(out, report.notes);
+    out.member("read", report.read);
+    out.member("refusal", report.refusal.toStdString());
+    out.key("skipped");
+    out.beginArray();
+    for (const TC::ImportReport::SkippedRow& row : report.skipped) {
+        out.beginObject();
+        out.member("reason", row.reason.toStdString());
+        out.member("row", row.row);
+        out.member("sheet", row.sheet.toStdString());
+        out.endObject();
+    }
+    out.endArray();
+    out.member("taken", report.taken);
+    out.endObject();
+}
+
+constexpr Operation OPERATIONS[] = {
+    operation<&Manager::requestAccounts>("requestAccounts"),
+    operation<&Manager::requestAccount>("requestAccount"),
+    operation<&Manager::runAutoBalance>("runAutoBalance"),
+    operation<&Manager::tryAutoBalance>("tryAutoBalance"),
+    operation<&Manager::runAutoBalanceTimer>("runAutoBalanceTimer"),
+    operation<&Manager::cancelAllOrders>("cancelAllOrders"),
+    operation<&Manager::cancelAllTasks>("cancelAllTasks"),
+    operation<&Manager::cancelTask>("cancelTask"),
+    operation<&Manager::addBalanceTime>("addBalanceTime"),
+    operation<&Manager::deleteBalanceTime>("deleteBalanceTime"),
+    operation<&Manager::getBalanceTime>("getBalanceTime"),
+    operation<&Manager::isAlreadyAdd>("isAlreadyAdd"),
+
+    pairOperation<&TC::ManagerAccess::doStockBalance>("doStockBalance"),
+    pairOperation<&TC::ManagerAccess::doStockBalanceBySignalTask>("doStockBalanceBySignalTask"),
+    operation<&Manager::doHistoryBalance>("doHistoryBalance"),
+    operation<&Manager::doHistoryBalanceBySignalTask>("doHistoryBalanceBySignalTask"),
+    operation<&Manager::genTradeParam>("genTradeParam"),
+
+    operation<&Manager::addHistoryStat>("addHistoryStat"),
+    operation<&Manager::addHistoryLinkdata>("addHistoryLinkdata"),
+    operation<&Manager::setHistoryStatDataId>("setHistoryStatDataId"),
+    operation<&Manager::deleteHistoryAlreadyBalancedata>("deleteHistoryAlreadyBalancedata"),
+    operation<&Manager::deleteHistoryLinkageData>("deleteHistoryLinkageData"),
+    operation<&Manager::deleteAllHisTorydata>("deleteAllHisTorydata"),
+    {"historyBalance", 1, historyBalance},
+    operation<&Manager::historyStatCalculator>("historyStatCalculator"),
+    operation<&Manager::writedata>("writedata"),
+    operation<&Manager::writeBlanaceTime>("writeBlanaceTime"),
+
+    operation<&Manager::startProfitCalculator>("startProfitCalculator"),
+    operation<&Manager::stopProfitCalculator>("stopProfitCalculator"),
+    operation<&Manager::startBalanceCalculator>("startBalanceCalculator"),
+    operation<&Manager::stopBalanceCalculator>("stopBalanceCalculator"),
+
+    operation<&Manager::requestAccountDeals>("requestAccountDeals"),
+    operation<&Manager::requestAccountOrders>("requestAccountOrders"),
+    {"importData", 1, importData},
+};
+
+}  // namespace
+
+std::span<const Operation> actionOperations() { return OPERATIONS; }
+
+}  // namespace replay

@@ -1,0 +1,159 @@
+#pragma once
+
+#include "paper/paperclient.h"
+#include "replay/scenarioline.h"
+
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+/// What the lines of a scenario say, one struct per kind of line. Defaults that depend
+/// on the moment of play (trade date, clock, user name) are left open here.
+namespace replay {
+
+struct ConfigEvent {
+    std::string now;
+    std::string timeZone = "Asia/Shanghai";
+    std::optional<std::string> tradeDate;
+    paper::ClientConfig client;
+};
+
+struct InstrumentEvent {
+    paper::Instrument instrument;
+};
+
+struct AccountEvent {
+    paper::Account account;
+};
+
+struct TradeSettingEvent {
+    int block = 1;
+    vexservice::EPriceType priceType = vexservice::PRTP_COMPETE;
+    double price = 0.0;
+};
+
+struct CreateEvent {};
+struct InitEvent {};
+struct ReleaseEvent {};
+
+struct OrderEvent {
+    std::string account;
+    boost::shared_ptr<vexservice::COrderDetail> order;
+    bool dated = false;  ///< the line names the trade date
+    bool push = true;
+};
+
+struct DealEvent {
+    std::string account;
+    boost::shared_ptr<vexservice::CDealDetail> deal;
+    bool dated = false;
+    bool timed = false;  ///< the line names the time
+    bool push = true;
+};
+
+struct TaskEvent {
+    boost::shared_ptr<vexservice::CTaskDetail> task;  ///< items have no account info yet
+    std::vector<std::string> accounts;                ///< of the items, side by side
+    bool named = false;                               ///< the line names the user
+    bool dated = false;
+    bool push = true;
+};
+
+struct PositionEvent {
+    std::string account;
+    boost::shared_ptr<vexservice::CPositionStatics> position;
+    bool push = true;
+};
+
+struct PriceEvent {
+    std::string stockKey;
+    boost::shared_ptr<vexservice::CPriceData> price;
+    bool push = true;
+};
+
+struct BarsEvent {
+    std::string stockKey;
+    std::string date;
+    std::vector<TC::CMinuteBar> bars;
+};
+
+struct ServerHistoryEvent {
+    std::string account;
+    std::string date;
+    paper::ServerDay day;
+    std::vector<bool> timed;  ///< of the deals, side by side
+};
+
+struct AdvanceEvent {
+    double seconds = 0.0;
+    std::string to;  ///< empty: `seconds` counts
+};
+
+struct NewTradingDateEvent {
+    std::string date;
+    std::string signalDate;
+};
+
+struct LoginEvent {
+    bool ok = false;
+    std::string text;
+};
+
+struct AccountReadyEvent {
+    std::string account;
+};
+
+struct UserDataChangedEvent {};
+
+struct SendEvent {
+    std::string account;
+    std::string market;
+    std::string code;
+    bool buys = true;
+    int volume = 0;
+    double price = 0.0;
+    std::string strategy;
+    std::string tag;
+};
+
+struct StartTaskEvent {
+    std::string account;
+    std::string market;
+    std::string code;
+    bool buys = true;
+    int volume = 0;
+    int slices = 1;
+    double seconds = 0.0;
+    std::string strategy;
+    bool server = true;
+};
+
+/// The arguments live as long as the parser does not read the next line.
+struct CallEvent {
+    std::string op;
+    std::optional<simdjson::dom::element> args;
+};
+
+struct FileEvent {
+    std::string name;
+};
+
+struct WriteFileEvent {
+    std::string name;
+    std::string text;
+};
+
+struct DumpEvent {};
+
+using Event =
+    std::variant<ConfigEvent, InstrumentEvent, AccountEvent, TradeSettingEvent, CreateEvent,
+                 InitEvent, ReleaseEvent, OrderEvent, DealEvent, TaskEvent, PositionEvent,
+                 PriceEvent, BarsEvent, ServerHistoryEvent, AdvanceEvent, NewTradingDateEvent,
+                 LoginEvent, AccountReadyEvent, UserDataChangedEvent, SendEvent, StartTaskEvent,
+                 CallEvent, FileEvent, WriteFileEvent, DumpEvent>;
+
+/// How an event is written in the `do` field of its line.
+std::string_view eventName(const Event& event);
+
+}  // namespace replay

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "replay/event.h"
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <tuple>
+
+namespace replay {
+
+/// Reads lines of a scenario into events. Knows nothing of a client or a manager, so
+/// that a file can be checked, measured or shown without playing it.
+///
+/// Threads: one. Failure: throws LineError.
+class CEventParser {
+public:
+    /// The text must have memory behind it as CLineReader's lines have.
+    Event parse(std::string_view line);
+
+    /// The line read last, without blanks, as a journal keeps it.
+    std::string minified() const;
+
+private:
+    simdjson::dom::parser m_parser;
+
+    friend struct EventReader;
+    /// Strategy carriers are equal for thousands of reports and are never changed, so
+    /// reports share them.
+    boost::shared_ptr<vexservice::CCommandRecord> carrier(const CFields& fields);
+    using CarrierKey = std::tuple<std::string, std::string, std::string>;
+    std::map<CarrierKey, boost::shared_ptr<vexservice::CCommandRecord>, std::less<>> m_carriers;
+};
+
+/// Parses every line of a scenario file without playing it; returns their number.
+/// Throws InputError and LineError.
+std::size_t parseScenario(const std::string& path);
+
+}  // namespace replay

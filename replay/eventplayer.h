@@ -1,0 +1,73 @@
+#pragma once
+
+#include "paper/loop.h"
+#include "replay/event.h"
+#include "replay/observers.h"
+
+#include <memory>
+
+namespace replay {
+
+/// Carries events out on a paper client and the manager.
+///
+/// Threads: the loop's. Failure: an event that cannot be carried out throws LineError
+/// and has changed nothing.
+class CEventPlayer {
+public:
+    /// `balanceDir`: where the library keeps its files.
+    CEventPlayer(const paper::ClientConfig& config, paper::CPaperClient& client,
+                 paper::CVirtualLoop& loop, COutput& output, QString balanceDir);
+    /// Takes the manager down, silently.
+    ~CEventPlayer();
+
+    /// Any event but a config, which makes the client in the first place. What the event
+    /// queues is left to the loop.
+    void play(const Event& event);
+
+    /// The moment at which an `advance` ends, in microseconds since the epoch. A program
+    /// that shows time passing goes there in steps of its own instead of playing it.
+    std::int64_t target(const AdvanceEvent& event) const;
+
+private:
+    void on(const ConfigEvent& event);
+    void on(const InstrumentEvent& event);
+    void on(const AccountEvent& event);
+    void on(const TradeSettingEvent& event);
+    void on(const CreateEvent& event);
+    void on(const InitEvent& event);
+    void on(const ReleaseEvent& event);
+    void on(const OrderEvent& event);
+    void on(const DealEvent& event);
+    void on(const TaskEvent& event);
+    void on(const PositionEvent& event);
+    void on(const PriceEvent& event);
+    void on(const BarsEvent& event);
+    void on(const ServerHistoryEvent& event);
+    void on(const AdvanceEvent& event);
+    void on(const NewTradingDateEvent& event);
+    void on(const LoginEvent& event);
+    void on(const AccountReadyEvent& event);
+    void on(const UserDataChangedEvent& event);
+    void on(const SendEvent& event);
+    void on(const StartTaskEvent& event);
+    void on(const CallEvent& event);
+    void on(const FileEvent& event);
+    void on(const WriteFileEvent& event);
+    void on(const DumpEvent& event);
+
+    void needAccount(const std::string& account) const;
+    void needPaperExchange(std::string_view event) const;
+    TC::CLinkageManager& needManager(std::string_view event) const;
+    TC::CLinkageManager& takeManager();
+    QString pathOf(const std::string& name) const;
+
+    const paper::ClientConfig m_config;
+    paper::CPaperClient& m_client;
+    paper::CVirtualLoop& m_loop;
+    COutput& m_output;
+    const QString m_balanceDir;
+    std::unique_ptr<CSignalObserver> m_pSignals;
+    std::string m_result;
+};
+
+}  // namespace replay

@@ -1,0 +1,156 @@
+#include "replay/observers.h"
+
+#include "platform/log.h"
+
+namespace replay {
+
+namespace {
+
+void writeOrder(CJsonWriter& out, const vexservice::CCodeOrderParam& order) {
+    out.beginObject();
+    out.member("account", order.m_pAccountInfo ? order.m_pAccountInfo->getKey() : std::string());
+    out.member("code", order.m_stock.m_strCode);
+    out.member("market", order.m_stock.m_strMarket);
+    out.member("marker", order.m_nStrategyMarker);
+    out.member("operationType", static_cast<int>(order.m_eOperationType));
+    out.member("orderKind", order.m_nOrderKind);
+    out.member("price", order.m_dPrice);
+    out.member("priceType", static_cast<int>(order.m_ePriceType));
+    out.member("strategyName", order.m_strStrategyName);
+    out.member("strategyName2", order.m_strStrategyName2);
+    out.member("volume", order.m_nVolume);
+    out.endObject();
+}
+
+}  // namespace
+
+void CRequestObserver::onCancelOrder(const vexservice::COrderDetail& order) {
+    CJsonWriter& out = m_output.beginLine();
+    out.member("at", m_output.at());
+    out.member("key", order.recordKey());
+    out.member("out", "cancelOrder");
+    m_output.endLine();
+}
+
+void CRequestObserver::onOperateTask(std::uint64_t taskKey, bool server,
+                                     const vexservice::CTaskOpRecord& record) {
+    CJsonWriter& out = m_output.beginLine();
+    out.member("at", m_output.at());
+    out.member("key", taskKey);
+    out.member("operation", static_cast<int>(record.m_eOperation));
+    out.member("operator", record.m_strOperator);
+    out.member("out", "operateTask");
+    out.member("remark", record.m_strRemark);
+    out.member("server", server);
+    m_output.endLine();
+}
+
+void CRequestObserver::onCommand(const vexservice::COrderComandParam& command) {
+    CJsonWriter& out = m_output.beginLine();
+    out.member("at", m_output.at());
+    out.member("commandType", command.m_nCommandType);
+    out.member("flag", command.m_bGroup);
+    out.member("marker", command.m_nStrategyMarker);
+    out.key("orders");
+    out.beginArray();
+    for (const auto& order : command.m_orders) writeOrder(out, *order);
+    out.endArray();
+    out.member("out", "command");
+    out.member("strategyName", command.m_strStrategyName);
+    out.member("strategyName2", command.m_strStrategyName2);
+    m_output.endLine();
+}
+
+CSignalObserver::CSignalObserver(TC::CLinkageManager& manager, COutput& output) : m_output(output) {
+    plain(manager.sigStocksChanged, "stocksChanged");
+    plain(manager.sigStrategysChanged, "strategysChanged");
+    plain(manager.sigStatDataChanged, "statDataChanged");
+    plain(manager.sigHistoryCleared, "historyCleared");
+    m_connections.emplace_back(manager.sigProfitChanged.connect(
+        [this](const std::string& account, const std::string& strategy, double profit) {
+            line("profitChanged", [&](CJsonWriter& args) {
+                args.value(account);
+                args.value(strategy);
+                args.value(profit);
+            });
+        }));
+    m_connections.emplace_back(manager.m_sigNewTradingDay.connect([this](const std::string& date) {
+        line("newTradingDay", [&](CJsonWriter& args) { args.value(date); });
+    }));
+    connectQtSignals(manager);
+}
+
+void CSignalObserver::connectQtSignals(TC::CLinkageManager& manager) {
+    const auto dayDone = [this](std::string_view name, const QDateTime& day,
+                                const std::string& account) {
+        line(name, [&](CJsonWriter& args) {
+            args.value(day.toString(QStringLiteral("yyyyMMdd")).toStdString());
+            args.value(account);
+        });
+    };
+    using Manager = TC::CLinkageManager;
+    connect(&manager, &Manager::sigCancelTask, this, [this](int number, const QString& text) {
+        line("cancelTask", [&](CJsonWriter& args) {
+            args.value(number);
+            args.value(text.toStdString());
+        });
+    });
+    connect(&manager, &Manager::sigHistoryDealsDone, this,
+            [dayDone](const QDateTime& day, const std::string& account) {
+                dayDone("historyDealsDone", day, account);
+            });
+    connect(&manager, &Manager::sigHistoryOrdersDone, this,
+            [dayDone](const QDateTime& day, const std::string& account) {
+                dayDone("historyOrdersDone", day, account);
+            });
+}
+
+template <class Args>
+void CSignalObserver::line(std::string_view name, const Args& args) {
+    CJsonWriter& out = m_output.beginLine();
+    out.key("args");
+    out.beginArray();
+    args(out);
+    out.endArray();
+    out.member("at", m_output.at());
+    out.member("name", name);
+    out.member("out", "signal");
+    m_output.endLine();
+}
+
+void CSignalObserver::plain(boost::signals2::signal<void()>& signal, std::string_view name) {
+    m_connections.emplace_back(signal.connect([this, name] { line(name, [](CJsonWriter&) {}); }));
+}
+
+CLogObserver::CLogObserver(COutput* output) : m_output(output) {
+    g_VexStdLogger.setTap([this](std::string_view, const std::string& message) {
+        if (!m_output) return;
+        if (std::this_thread::get_id() == m_owner) {
+            line(message);
+            return;
+        }
+        const std::lock_guard lock(m_mutex);
+        m_foreign.push_back(message);
+    });
+}
+
+CLogObserver::~CLogObserver() { g_VexStdLogger.setTap({}); }
+
+void CLogObserver::collect() {
+    std::vector<std::string> lines;
+    {
+        const std::lock_guard lock(m_mutex);
+        lines.swap(m_foreign);
+    }
+    for (const std::string& message : lines) line(message);
+}
+
+void CLogObserver::line(const std::string& message) {
+    CJsonWriter& out = m_output->beginLine();
+    out.member("at", m_output->at());
+    out.member("out", "log");
+    out.member("text", message);
+    m_output->endLine();
+}
+
+}  // namespace replay

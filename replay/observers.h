@@ -1,0 +1,67 @@
+#pragma once
+
+#include "linkage/core/clinkagemanager.h"
+#include "paper/paperclient.h"
+#include "replay/output.h"
+
+#include <boost/signals2/connection.hpp>
+
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+/// What turns the library's doings into output lines.
+namespace replay {
+
+/// The requests that reach the client.
+class CRequestObserver final : public paper::IClientObserver {
+public:
+    explicit CRequestObserver(COutput& output) : m_output(output) {}
+
+    void onCancelOrder(const vexservice::COrderDetail& order) override;
+    void onOperateTask(std::uint64_t taskKey, bool server,
+                       const vexservice::CTaskOpRecord& record) override;
+    void onCommand(const vexservice::COrderComandParam& command) override;
+
+private:
+    COutput& m_output;
+};
+
+/// The signals of one manager, from its making until this object goes.
+class CSignalObserver : public QObject {
+public:
+    CSignalObserver(TC::CLinkageManager& manager, COutput& output);
+
+private:
+    template <class Args>
+    void line(std::string_view name, const Args& args);
+    void plain(boost::signals2::signal<void()>& signal, std::string_view name);
+    void connectQtSignals(TC::CLinkageManager& manager);
+
+    COutput& m_output;
+    std::vector<boost::signals2::scoped_connection> m_connections;
+};
+
+/// The log of the library, diverted while this object lives. Lines of other threads are
+/// kept until the owner collects them, so that their place in the output is certain.
+class CLogObserver {
+public:
+    /// `output` null: the log goes nowhere.
+    explicit CLogObserver(COutput* output);
+    ~CLogObserver();
+    CLogObserver(const CLogObserver&) = delete;
+    CLogObserver& operator=(const CLogObserver&) = delete;
+
+    void collect();
+
+private:
+    void line(const std::string& message);
+
+    COutput* m_output;
+    const std::thread::id m_owner = std::this_thread::get_id();
+    std::mutex m_mutex;
+    std::vector<std::string> m_foreign;
+};
+
+}  // namespace replay

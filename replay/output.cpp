@@ -1,0 +1,237 @@
+#include "replay/output.h"
+
+#include "platform/utils/clock.h"
+
+#include <simdjson.h>
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <ctime>
+
+namespace replay {
+
+namespace {
+
+constexpr std::size_t BUFFER_SIZE = 1 << 20;
+constexpr double EXACT_INTEGERS = 9007199254740992.0;  // 2^53
+constexpr int FIXED_DIGITS = 21;                       ///< an exponent is written from 1e21 on
+
+constexpr std::string_view REPLACEMENT = "\xEF\xBF\xBD";
+
+bool needsEscape(char c) { return static_cast<unsigned char>(c) < 0x20 || c == '"' || c == '\\'; }
+
+void appendEscaped(std::string& out, char c) {
+    switch (c) {
+        case '"':
+            out += "\\\"";
+            return;
+        case '\\':
+            out += "\\\\";
+            return;
+        case '\n':
+            out += "\\n";
+            return;
+        case '\r':
+            out += "\\r";
+            return;
+        case '\t':
+            out += "\\t";
+            return;
+        case '\b':
+            out += "\\b";
+            return;
+        case '\f':
+            out += "\\f";
+            return;
+        default:
+            break;
+    }
+    static constexpr char HEX[] = "0123456789abcdef";
+    out += "\\u00";
+    out.push_back(HEX[static_cast<unsigned char>(c) >> 4]);
+    out.push_back(HEX[c & 15]);
+}
+
+/// Length of the sequence of UTF-8 that starts here, 0 when it is none.
+std::size_t sequenceLength(std::string_view text) {
+    const auto first = static_cast<unsigned char>(text.front());
+    const std::size_t length = first < 0x80 ? 1 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
+    if (length > text.size()) return 0;
+    return simdjson::validate_utf8(text.data(), length) ? length : 0;
+}
+
+/// Bytes that are no UTF-8 become replacement characters.
+std::string repaired(std::string_view text) {
+    std::string good;
+    while (!text.empty()) {
+        const std::size_t length = sequenceLength(text);
+        good += length ? text.substr(0, length) : REPLACEMENT;
+        text.remove_prefix(length ? length : 1);
+    }
+    return good;
+}
+
+/// From digits "d.ddd" and a decimal exponent, as JavaScript writes them.
+void appendWithExponent(std::string& out, std::string_view digits, int exponent) {
+    if (exponent < 0 || exponent >= FIXED_DIGITS) {
+        out += digits;
+        out += exponent < 0 ? "e-" : "e+";
+        out += std::to_string(std::abs(exponent));
+        return;
+    }
+    std::size_t written = 0;
+    for (char c : digits) {
+        if (c == '.') continue;
+        out.push_back(c);
+        ++written;
+    }
+    out.append(static_cast<std::size_t>(exponent) + 1 - written, '0');
+}
+
+}  // namespace
+
+void appendNumber(std::string& out, double number) {
+    std::array<char, 64> text;
+    char* const begin = text.data();
+    char* const end = begin + text.size();
+    if (!std::isfinite(number)) {
+        out += "null";
+        return;
+    }
+    const double size = std::fabs(number);
+    if (size < EXACT_INTEGERS && number == std::trunc(number)) {
+        out.append(begin, std::to_chars(begin, end, static_cast<std::int64_t>(number)).ptr);
+        return;
+    }
+    if (size >= 1e-6 && size < EXACT_INTEGERS) {
+        out.append(begin, std::to_chars(begin, end, number, std::chars_format::fixed).ptr);
+        return;
+    }
+    if (number < 0) out.push_back('-');
+    char* const last = std::to_chars(begin, end, size, std::chars_format::scientific).ptr;
+    const std::string_view scientific(begin, static_cast<std::size_t>(last - begin));
+    const std::size_t mark = scientific.find('e');
+    const char* exponentText = begin + mark + 1 + (scientific[mark + 1] == '+');
+    int exponent = 0;
+    std::from_chars(exponentText, last, exponent);
+    appendWithExponent(out, scientific.substr(0, mark), exponent);
+}
+
+void CJsonWriter::separate() {
+    if (m_out.empty()) return;
+    switch (m_out.back()) {
+        case '{':
+        case '[':
+        case ':':
+        case '\n':
+            return;
+        default:
+            m_out.push_back(',');
+    }
+}
+
+void CJsonWriter::open(char bracket) {
+    separate();
+    m_out.push_back(bracket);
+}
+
+void CJsonWriter::raw(std::string_view text) {
+    separate();
+    m_out += text;
+}
+
+void CJsonWriter::key(std::string_view name) {
+    separate();
+    m_out.push_back('"');
+    m_out += name;
+    m_out += "\":";
+}
+
+void CJsonWriter::textKey(std::string_view name) {
+    value(name);
+    m_out.push_back(':');
+}
+
+void CJsonWriter::value(std::string_view text) {
+    separate();
+    if (simdjson::validate_utf8(text.data(), text.size())) {
+        quoted(text);
+    } else {
+        quoted(repaired(text));
+    }
+}
+
+void CJsonWriter::quoted(std::string_view text) {
+    m_out.push_back('"');
+    std::size_t plain = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (!needsEscape(text[i])) continue;
+        m_out += text.substr(plain, i - plain);
+        appendEscaped(m_out, text[i]);
+        plain = i + 1;
+    }
+    m_out += text.substr(plain);
+    m_out.push_back('"');
+}
+
+void CJsonWriter::value(double number) {
+    separate();
+    appendNumber(m_out, number);
+}
+
+void CJsonWriter::integer(std::int64_t number) {
+    separate();
+    std::array<char, 24> text;
+    m_out.append(text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr);
+}
+
+void CJsonWriter::integer(std::uint64_t number) {
+    separate();
+    std::array<char, 24> text;
+    m_out.append(text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr);
+}
+
+COutput::COutput(Sink sink) : m_sink(std::move(sink)) { m_buffer.reserve(BUFFER_SIZE * 2); }
+
+COutput::~COutput() {
+    try {
+        flush();
+    } catch (...) {
+        // The owner flushes while faults can be told; here nobody is left to tell.
+    }
+}
+
+CJsonWriter& COutput::beginLine() {
+    m_writer.beginObject();
+    return m_writer;
+}
+
+void COutput::endLine() {
+    m_writer.endObject();
+    m_buffer.push_back('\n');
+    if (m_buffer.size() >= BUFFER_SIZE) flush();
+}
+
+std::string_view COutput::at() {
+    const std::int64_t millis = utils::currentClock().nowMicros() / 1000;
+    if (millis == m_atMillis) return m_at;
+    const std::time_t seconds = millis / 1000;
+    std::tm local{};
+    localtime_r(&seconds, &local);
+    std::array<char, 16> text;
+    const std::size_t length = std::strftime(text.data(), text.size(), "%H:%M:%S.", &local);
+    const std::string fraction = std::to_string(1000 + millis % 1000);
+    m_at.assign(text.data(), length);
+    m_at += fraction.substr(1);
+    m_atMillis = millis;
+    return m_at;
+}
+
+void COutput::flush() {
+    if (m_buffer.empty()) return;
+    m_sink(m_buffer);
+    m_buffer.clear();
+}
+
+}  // namespace replay

@@ -1,0 +1,99 @@
+#pragma once
+
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace replay {
+
+/// Appends JSON to a text, without blanks. Integers are written as integers, doubles
+/// with the fewest digits that read back to the same value (an exponent only below
+/// 1e-6 and from 1e21 on), a value that is not finite as null. Whoever writes an object
+/// writes its keys in byte order.
+class CJsonWriter {
+public:
+    explicit CJsonWriter(std::string& out) : m_out(out) {}
+
+    void beginObject() { open('{'); }
+    void endObject() { m_out.push_back('}'); }
+    void beginArray() { open('['); }
+    void endArray() { m_out.push_back(']'); }
+    /// A key that needs no escapes; its value comes next.
+    void key(std::string_view name);
+    /// Any text as a key.
+    void textKey(std::string_view name);
+
+    void null() { raw("null"); }
+    /// A value that is JSON already.
+    void written(std::string_view json) { raw(json); }
+    void value(std::string_view text);
+    void value(const std::string& text) { value(std::string_view(text)); }
+    void value(const char* text) { value(std::string_view(text)); }
+    void value(double number);
+    void value(std::same_as<bool> auto flag) { raw(flag ? "true" : "false"); }
+    template <std::integral T>
+    requires(!std::same_as<T, bool>) void value(T number) {
+        if constexpr (std::is_signed_v<T>) {
+            integer(static_cast<std::int64_t>(number));
+        } else {
+            integer(static_cast<std::uint64_t>(number));
+        }
+    }
+
+    template <class T>
+    void member(std::string_view name, const T& content) {
+        key(name);
+        value(content);
+    }
+
+private:
+    /// A comma unless the text ends where a first element may stand.
+    void separate();
+    void open(char bracket);
+    void raw(std::string_view text);
+    void quoted(std::string_view text);
+    void integer(std::int64_t number);
+    void integer(std::uint64_t number);
+
+    std::string& m_out;
+};
+
+/// The output of the replay: JSON lines, gathered in a large buffer.
+///
+/// Threads: one.
+class COutput {
+public:
+    using Sink = std::function<void(std::string_view)>;
+
+    /// `sink` takes finished lines, many at a time.
+    explicit COutput(Sink sink);
+    ~COutput();
+    COutput(const COutput&) = delete;
+    COutput& operator=(const COutput&) = delete;
+
+    /// Opens a line's object; endLine() closes it.
+    CJsonWriter& beginLine();
+    void endLine();
+
+    /// The time of day "hh:mm:ss.zzz" by the platform's clock.
+    std::string_view at();
+    /// The time zone was changed: what is kept of the time of day is stale.
+    void forgetTime() { m_atMillis = -1; }
+
+    void flush();
+
+private:
+    Sink m_sink;
+    std::string m_buffer;
+    CJsonWriter m_writer{m_buffer};
+    std::int64_t m_atMillis = -1;
+    std::string m_at;
+};
+
+/// The same as CJsonWriter writes it.
+void appendNumber(std::string& out, double number);
+
+}  // namespace replay

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "replay/linereader.h"
+#include "replay/session.h"
+
+#include <string>
+#include <vector>
+
+namespace replay {
+
+struct ReplayOptions {
+    std::string dataDir;  ///< empty: a temporary one per scenario
+    std::string journal;  ///< empty: none
+    bool log = true;
+};
+
+/// Looks on while a scenario is played.
+class IReplayWatcher {
+public:
+    virtual ~IReplayWatcher() = default;
+    virtual void before(const Event& /*event*/, CSession& /*session*/) {}
+    virtual void after(const Event& /*event*/, CSession& /*session*/) {}
+    virtual void finished(CSession& /*session*/) {}
+    /// The share of the file that was read, 0 to 1; negative where it is not known.
+    virtual void progress(double /*share*/) {}
+    virtual paper::IClientObserver* requests() { return nullptr; }
+};
+
+/// Plays a scenario file ("-": standard input) to its end. Returns "" or what was wrong,
+/// as "FILE:LINE: …"; the lines before have then been played and nothing after.
+std::string playFile(const std::string& path, const ReplayOptions& options, COutput& output,
+                     IReplayWatcher* watcher = nullptr);
+
+}  // namespace replay

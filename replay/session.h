@@ -1,0 +1,67 @@
+#pragma once
+
+#include "replay/eventplayer.h"
+#include "replay/output.h"
+
+#include <QString>
+#include <QTemporaryDir>
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace replay {
+
+struct SessionOptions {
+    QString dataDir;  ///< empty: a temporary one, removed with the session
+    bool log = true;  ///< log lines are part of the output
+    /// Sees the requests that reach the client, after they were written out.
+    paper::IClientObserver* requests = nullptr;
+};
+
+/// One scenario: from its config on a client, time and, when it asks for one, a manager
+/// of its own.
+///
+/// Threads: one, with a QCoreApplication; one session at a time.
+class CSession {
+public:
+    CSession(SessionOptions options, COutput& output);
+    /// Takes manager, client and time down.
+    ~CSession();
+    CSession(const CSession&) = delete;
+    CSession& operator=(const CSession&) = delete;
+
+    /// Plays one event and everything that it queues. Throws LineError.
+    void play(const Event& event);
+
+    /// Moves the clock in one step of its own: see CEventPlayer::target.
+    void advanceTo(std::int64_t micros);
+
+    bool started() const { return m_pPlayer != nullptr; }
+    // the rest only once the config was played
+    paper::CVirtualLoop& loop() { return *m_pLoop; }
+    paper::CPaperClient& client() { return *m_pClient; }
+    CEventPlayer& player() { return *m_pPlayer; }
+
+    /// Name and text of each file that the library keeps, by name.
+    std::vector<std::pair<std::string, std::string>> balanceFiles() const;
+
+private:
+    class CRequests;
+
+    void start(const ConfigEvent& event);
+    bool settle();
+
+    const SessionOptions m_options;
+    COutput& m_output;
+    std::unique_ptr<QTemporaryDir> m_pTemporary;
+    QString m_balanceDir;
+    std::unique_ptr<CLogObserver> m_pLog;
+    std::unique_ptr<paper::CVirtualLoop> m_pLoop;
+    std::unique_ptr<CRequests> m_pRequests;
+    std::unique_ptr<paper::CPaperClient> m_pClient;
+    std::unique_ptr<CEventPlayer> m_pPlayer;
+};
+
+}  // namespace replay

@@ -1,0 +1,47 @@
+#include "replay/times.h"
+
+#include <QDateTime>
+#include <QString>
+#include <QTimeZone>
+
+#include <array>
+#include <cstdlib>
+#include <ctime>
+
+namespace replay {
+
+namespace {
+
+std::string formatted(std::time_t seconds, const char* format) {
+    std::tm local{};
+    localtime_r(&seconds, &local);
+    std::array<char, 32> text;
+    return std::string(text.data(), std::strftime(text.data(), text.size(), format, &local));
+}
+
+}  // namespace
+
+bool setTimeZone(const std::string& name) {
+    if (!QTimeZone(QByteArray::fromStdString(name)).isValid()) return false;
+    setenv("TZ", name.c_str(), 1);
+    tzset();
+    return true;
+}
+
+std::int64_t parseMoment(const std::string& text) {
+    const QDateTime moment =
+        QDateTime::fromString(QString::fromStdString(text), QStringLiteral("yyyy-MM-dd hh:mm:ss"));
+    return moment.isValid() ? moment.toMSecsSinceEpoch() * 1000 : -1;
+}
+
+int dayNumber(std::string_view date) {
+    const QDateTime day = QDateTime::fromString(
+        QString::fromUtf8(date.data(), static_cast<int>(date.size())), QStringLiteral("yyyyMMdd"));
+    return static_cast<int>(day.toSecsSinceEpoch());
+}
+
+std::string dateText(int day) { return formatted(day, "%Y%m%d"); }
+std::string todayText(std::int64_t micros) { return formatted(micros / 1'000'000, "%Y%m%d"); }
+std::string timeText(std::int64_t micros) { return formatted(micros / 1'000'000, "%H%M%S"); }
+
+}  // namespace replay

@@ -1,0 +1,212 @@
+#include "platform/services/tradercenter.h"
+#include "tests/support/fixture.h"
+#include "tests/support/textbook.h"
+
+#include <boost/signals2/connection.hpp>
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <map>
+#include <random>
+
+// Random days through the library and through the textbook: every figure must agree.
+
+namespace {
+
+using namespace tests;
+using namespace vexservice;
+
+constexpr int SEEDS = 60;
+constexpr int STEPS = 500;
+constexpr int STEPS_BETWEEN_LOOKS = 25;
+
+const std::array<std::string, 3> ACCOUNTS = {"A1", "A2", "B"};
+// Among them stocks that are never followed, and one that nobody described.
+const std::array<std::string, 7> STOCKS = {"SH600000", "SZ000001", "SH510300", "SZ300001",
+                                           "SH204001", "SZ072001", "SH688001"};
+const std::array<std::string, 4> STRATEGIES = {"", "grid", "pairs", "trend"};
+
+class CRandomDay {
+public:
+    explicit CRandomDay(unsigned seed)
+        : m_random(seed),
+          m_fixture({.tradeDate = m_strDate, .clientType = seed % 2 ? 1 : 3}),
+          m_textbook(m_strDate) {
+        describeStocks();
+        for (const std::string& key : ACCOUNTS) describeAccount(key);
+        follow();
+        m_fixture.init();
+        for (const std::string& key : ACCOUNTS) m_textbook.requestAccount(key);
+    }
+
+    void step() {
+        const int dice = below(1000);
+        if (dice < 620) {
+            reportOrder();
+        } else if (dice < 930) {
+            reportDeal();
+        } else if (dice < 955) {
+            m_fixture.price({.stock = any(STOCKS), .last = price(), .push = false});
+        } else if (dice < 960) {
+            m_fixture.price({.stock = any(STOCKS), .push = false});
+        } else if (dice < 970) {
+            describeStocks();
+        } else if (dice < 975) {
+            describeAccount(any(ACCOUNTS));
+        } else if (dice < 995) {
+            requestAgain();
+        } else {
+            rollover();
+        }
+    }
+
+    std::string difference() { return firstDifference(m_textbook.state(), m_fixture.state()); }
+
+private:
+    int below(int bound) { return static_cast<int>(m_random() % static_cast<unsigned>(bound)); }
+    bool chance(int percent) { return below(100) < percent; }
+    template <class List>
+    const std::string& any(const List& list) {
+        return list[static_cast<std::size_t>(below(static_cast<int>(list.size())))];
+    }
+    double price() { return (900 + below(200)) / 100.0; }
+    double money() { return below(100'000'000) / 100.0; }
+
+    void describeStocks() {
+        m_fixture.instrument({.stock = STOCKS[0], .reference = chance(80) ? price() : 0.0});
+        m_fixture.instrument({.stock = STOCKS[1], .reference = 10.0, .unit = chance(50) ? 100 : 1});
+        m_fixture.instrument(
+            {.stock = STOCKS[2], .tick = 0.001, .reference = 4.0, .unit = chance(50) ? 100 : 200});
+        m_fixture.instrument({.stock = STOCKS[3], .detail = chance(50)});
+        m_fixture.instrument({.stock = STOCKS[4], .types = {STOCKTYPE_REPURCHASE}});
+        m_fixture.instrument({.stock = STOCKS[5], .types = {STOCKTYPE_SUBSCRIPTION}});
+    }
+
+    void describeAccount(const std::string& key) {
+        paper::Account account{.key = key, .id = key};
+        if (chance(70)) {
+            account.fee = CStkExchangeRateLimit{0.0003, below(2) * 5.0, 0.00001, 0.001};
+        }
+        m_fixture.account(account);
+    }
+
+    // The textbook hears what the library hears.
+    void follow() {
+        auto* const center = TraderCenter::instance()->getDataCenter();
+        m_orders = center->subscribe(
+            "", DATA_ORDER, "",
+            [this](const std::string& key, const boost::shared_ptr<IData>& data) {
+                m_textbook.order(key, boost::dynamic_pointer_cast<COrderDetail>(data));
+            });
+        m_deals = center->subscribe(
+            "", DATA_DEAL, "",
+            [this](const std::string& key, const boost::shared_ptr<IData>& data) {
+                m_textbook.deal(key, boost::dynamic_pointer_cast<CDealDetail>(data));
+            });
+    }
+
+    // Most reports carry an order on; some come back with everything different.
+    void reportOrder() {
+        const std::string& account = any(ACCOUNTS);
+        const auto key = static_cast<std::uint64_t>(1 + below(40));
+        const auto [at, fresh] = m_lastOrders.try_emplace({account, key});
+        Order& order = at->second;
+        if (fresh || chance(12)) place(order, account, key);
+        if (chance(3)) order.stock = any(STOCKS);
+        if (chance(3)) order.side = order.side == Side::Buy ? Side::Sell : Side::Buy;
+        if (chance(3)) order.price = price();
+        if (chance(3)) order.strategy = any(STRATEGIES);
+        if (chance(3)) order.tradeDate = chance(50) ? "20240101" : m_strDate;
+        if (!chance(10)) {
+            order.status = STATUS_UNREPORTED + below(10);
+            order.traded = below(order.volume + 1);
+            order.amount = money();
+        }
+        order.push = !chance(4);
+        m_fixture.order(order);
+    }
+
+    void place(Order& order, const std::string& account, std::uint64_t key) {
+        order = {};
+        order.account = account;
+        order.key = key;
+        order.stock = any(STOCKS);
+        order.side = chance(50) ? Side::Buy : Side::Sell;
+        order.price = chance(95) ? price() : 0.0;
+        order.volume = 100 * (1 + below(30)) + (chance(20) ? below(100) : 0);
+        order.tradeDate = m_strDate;
+        if (chance(85)) order.strategy = any(STRATEGIES);
+        if (chance(20)) order.strategy2 = any(STRATEGIES);
+        if (chance(8)) order.tag = chance(80) ? "历史配平" : "历史";
+    }
+
+    void reportDeal() {
+        const std::string& account = any(ACCOUNTS);
+        const auto key = static_cast<std::uint64_t>(1 + below(120));
+        const auto [at, fresh] = m_lastDeals.try_emplace({account, key});
+        Deal& deal = at->second;
+        if (fresh || !chance(40)) {
+            deal = {};
+            deal.account = account;
+            deal.key = key;
+            deal.stock = any(STOCKS);
+            deal.side = chance(50) ? Side::Buy : Side::Sell;
+            deal.price = chance(95) ? price() : 0.0;
+            deal.volume = 1 + below(5000);
+            deal.amount = money();
+            const std::array<std::string, 7> times = {"093000", "093001", "112959", "145900",
+                                                      "150000", "",       "000000"};
+            deal.time = any(times);
+            deal.tradeDate = chance(90) ? m_strDate : "20240101";
+            if (chance(85)) deal.strategy = any(STRATEGIES);
+            if (chance(20)) deal.strategy2 = any(STRATEGIES);
+            if (chance(8)) deal.tag = "历史配平";
+        }
+        deal.push = !chance(4);
+        m_fixture.deal(deal);
+    }
+
+    void requestAgain() {
+        if (chance(20)) {
+            m_fixture.manager().requestAccounts();
+            m_fixture.settle();
+            for (const std::string& key : ACCOUNTS) m_textbook.requestAccount(key);
+            return;
+        }
+        const std::string& key = any(ACCOUNTS);
+        m_fixture.accountReady(key);
+        m_textbook.requestAccount(key);
+    }
+
+    void rollover() {
+        m_strDate = std::to_string(std::stoi(m_strDate) + 1);
+        m_fixture.newTradingDate(m_strDate);
+        m_textbook.rollover(m_strDate);
+        for (const std::string& key : ACCOUNTS) m_textbook.requestAccount(key);
+    }
+
+    std::string m_strDate = "20240102";
+    std::mt19937 m_random;
+    Fixture m_fixture;
+    CTextbook m_textbook;
+    std::map<std::pair<std::string, std::uint64_t>, Order> m_lastOrders;
+    std::map<std::pair<std::string, std::uint64_t>, Deal> m_lastDeals;
+    boost::signals2::scoped_connection m_orders;
+    boost::signals2::scoped_connection m_deals;
+};
+
+}  // namespace
+
+TEST(Differential, RandomDaysAgreeWithTheTextbook) {
+    for (unsigned seed = 1; seed <= SEEDS; ++seed) {
+        CRandomDay day(seed);
+        for (int step = 1; step <= STEPS; ++step) {
+            day.step();
+            if (step % STEPS_BETWEEN_LOOKS) continue;
+            const std::string difference = day.difference();
+            ASSERT_EQ(difference, "") << "seed " << seed << ", by step " << step;
+        }
+    }
+}

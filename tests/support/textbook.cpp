@@ -1,0 +1,288 @@
+#include "tests/support/textbook.h"
+
+#include "platform/services/quoteclient.h"
+#include "platform/services/stockmanager.h"
+#include "platform/services/tradercenter.h"
+#include "platform/utils/keys.h"
+#include "platform/utils/text.h"
+
+#include <QDateTime>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <vector>
+
+namespace tests {
+
+using namespace vexservice;
+
+namespace {
+
+int dayOf(const std::string& date) {
+    return static_cast<int>(QDateTime::fromString(Pim::sToQs(date), "yyyyMMdd").toSecsSinceEpoch());
+}
+
+bool isExcluded(const std::string& market, const std::string& code) {
+    return isTypedStock(STOCKTYPE_REPURCHASE, market, code, "") ||
+           isTypedStock(STOCKTYPE_SUBSCRIPTION, market, code, "");
+}
+
+std::string strategyOf(const boost::shared_ptr<CCommandRecord>& command) {
+    if (!command) return "";
+    if (!command->m_strStrategyName.empty()) return command->m_strStrategyName;
+    return command->m_strStrategyName2;
+}
+
+bool balancesHistory(const boost::shared_ptr<CCommandRecord>& command) {
+    return command && command->m_strTag == "历史配平";
+}
+
+void widen(std::map<std::string, std::map<std::string, double>>& amplitudes,
+           const std::string& stockKey, const std::string& accountKey, double price,
+           double reference) {
+    if (reference == 0.0) return;
+    const double amplitude = std::fabs(price - reference) / reference;
+    if (!std::isfinite(amplitude)) return;
+    double& kept = amplitudes[stockKey][accountKey];
+    kept = std::max(kept, amplitude);
+}
+
+template <class Values>
+auto walk(const Values& values) {
+    typename Values::mapped_type total{};
+    for (const auto& [key, value] : values) total += value;
+    return total;
+}
+
+}  // namespace
+
+// ------------------------------------------------------------------------ orders
+
+void CTextbook::order(const std::string& accountKey, const OrderPtr& order) {
+    if (isExcluded(order->m_strMarket, order->m_strCode)) return;
+    const std::string stockKey = utils::zorStockKey(order->m_strMarket, order->m_strCode);
+    m_orderDetails[dayOf(order->m_strTradeDate)][stockKey][accountKey][order->recordKey()] = order;
+    if (balancesHistory(order->m_pCommand)) return;
+
+    const std::string strategy = strategyOf(order->m_pCommand);
+    if (!strategy.empty()) m_strategys.insert(strategy);
+    countLots(accountKey, strategy, order);
+    updateRunning(accountKey, strategy, order);
+    if (!strategy.empty()) updateRunning(accountKey, "", order);
+    countTraded(m_tradeStatDatas[accountKey][strategy][stockKey], order);
+    if (!strategy.empty()) countTraded(m_tradeStatDatas[accountKey][""][stockKey], order);
+
+    const auto detail = utils::CSingletonT<TC::CStockManager>::instance()->getInstrumentDetail(
+        order->m_strMarket, order->m_strCode);
+    if (detail && std::fabs(order->m_dPrice) > 0.00001) {
+        widen(m_orderAmplitudes, stockKey, accountKey, order->m_dPrice, detail->m_dReferencePrice);
+    }
+}
+
+void CTextbook::countLots(const std::string& accountKey, const std::string& strategy,
+                          const OrderPtr& order) {
+    const auto detail = utils::CSingletonT<TC::CStockManager>::instance()->getInstrumentDetail(
+        order->m_strMarket, order->m_strCode);
+    const double tick = detail ? detail->m_dPriceTick : 0.001;
+    const int level = static_cast<int>(order->m_dPrice / tick + 0.5);
+    int lots = 0;
+    if (order->m_eStatus == 50 || order->m_eStatus == 55) {
+        const int unit = getTradeMinUnit(order->m_strMarket, order->m_strCode);
+        const int remaining = order->m_nVolume - order->m_nTradedVolume;
+        lots = remaining < unit ? 1 : static_cast<int>(static_cast<double>(remaining) / unit + 0.5);
+    }
+    m_orderPrices[strategy][accountKey][level][order->recordKey()] = lots;
+}
+
+void CTextbook::updateRunning(const std::string& accountKey, const std::string& strategy,
+                              const OrderPtr& order) {
+    if (COrderDetailHelper::isRunning(order->m_eStatus)) {
+        m_runningOrders[accountKey][strategy][order->recordKey()] = order;
+        return;
+    }
+    const auto account = m_runningOrders.find(accountKey);
+    if (account == m_runningOrders.end()) return;
+    const auto orders = account->second.find(strategy);
+    if (orders != account->second.end()) orders->second.erase(order->recordKey());
+}
+
+void CTextbook::countTraded(Traded& traded, const OrderPtr& order) {
+    if (isBuyByDirection(order->m_eDirection, order->m_eOffsetFlag)) {
+        traded.buyVolumes[order->recordKey()] = order->m_nTradedVolume;
+        traded.buyAmounts[order->recordKey()] = order->m_dTradedAmount;
+    } else {
+        traded.sellVolumes[order->recordKey()] = order->m_nTradedVolume;
+        traded.sellAmounts[order->recordKey()] = order->m_dTradedAmount;
+    }
+}
+
+// ------------------------------------------------------------------------- deals
+
+void CTextbook::deal(const std::string& accountKey, const DealPtr& deal) {
+    if (isExcluded(deal->m_strMarket, deal->m_strCode)) return;
+    const std::string stockKey = utils::zorStockKey(deal->m_strMarket, deal->m_strCode);
+    const int day = dayOf(deal->m_strTradeDate);
+    auto& filed = m_dealDetails[day][stockKey][accountKey];
+    const bool isNew = filed.count(deal->recordKey()) == 0;
+    filed[deal->recordKey()] = deal;
+
+    const std::string strategy = strategyOf(deal->m_pCommand);
+    if (!strategy.empty()) m_strategys.insert(strategy);
+    const auto detail = utils::CSingletonT<TC::CStockManager>::instance()->getInstrumentDetail(
+        deal->m_strMarket, deal->m_strCode);
+    if (detail) {
+        widen(m_dealAmplitudes, stockKey, accountKey, deal->m_dPrice, detail->m_dReferencePrice);
+    }
+    if (!isNew) return;
+
+    auto& volumes = m_buySellVolumes[day][stockKey][accountKey];
+    auto& amounts = m_buySellAmounts[day][stockKey][accountKey];
+    if (isBuyByDirection(deal->m_eDirection, deal->m_eOffsetFlag)) {
+        volumes.first += deal->m_nVolume;
+        amounts.first += deal->m_dAmount;
+    } else {
+        volumes.second += deal->m_nVolume;
+        amounts.second += deal->m_dAmount;
+    }
+    if (balancesHistory(deal->m_pCommand) && !strategy.empty()) return;
+
+    auto* const center = TraderCenter::instance();
+    const auto data = center->getDataCenter()->getAccountData(utils::hash(accountKey));
+    const auto limits = data ? center->getFeeLimitService()->getFeeLimits(
+                                   data->getAccountInfo(), deal->m_strMarket, deal->m_strCode)
+                             : nullptr;
+    countDeal(accountKey, strategy, deal, COrderDetailHelper::calcDealCommission(limits, deal));
+    askPrice(stockKey);
+}
+
+void CTextbook::countDeal(const std::string& accountKey, const std::string& strategy,
+                          const DealPtr& deal, double commission) {
+    const std::string stockKey = utils::zorStockKey(deal->m_strMarket, deal->m_strCode);
+    const bool buys = isBuyByDirection(deal->m_eDirection, deal->m_eOffsetFlag);
+    const int time = std::atoi(deal->m_strTradeTime.c_str());
+    if (time != 0) {
+        const int minute = time / 10000 * 60 + time / 100 % 100 + (time % 100 >= 1 ? 1 : 0);
+        auto& period = m_periodTrades[stockKey][accountKey][strategy][minute];
+        (buys ? period.m_nBuyVolume : period.m_nSellVolume) += deal->m_nVolume;
+        (buys ? period.m_dBuyAmount : period.m_dSellAmount) += deal->m_dAmount;
+        period.m_dCommission += commission;
+    }
+    std::set<std::string> strategies = {strategy, ""};
+    for (const std::string& name : strategies) {
+        Traded& traded = m_tradeStatDatas[accountKey][name][stockKey];
+        (buys ? traded.buyVolume : traded.sellVolume) += deal->m_nVolume;
+        (buys ? traded.buyAmount : traded.sellAmount) += deal->m_dAmount;
+        traded.commission += commission;
+    }
+}
+
+void CTextbook::askPrice(const std::string& stockKey) {
+    const auto price =
+        utils::CManualSingletonT<TC::CQuoteClient>::instance()->getStockPrice(Pim::sToQs(stockKey));
+    if (price && price->hasLastPrice()) m_latestPrices[stockKey] = price->m_dLastPrice;
+    m_quoteRequests.insert(stockKey);
+}
+
+// ---------------------------------------------------------------------- accounts
+
+void CTextbook::removeAccount(const std::string& accountKey) {
+    const int day = dayOf(m_strTradeDate);
+    for (auto& [stockKey, accounts] : m_orderDetails[day]) accounts.erase(accountKey);
+    for (auto& [stockKey, accounts] : m_dealDetails[day]) accounts.erase(accountKey);
+    if (const auto at = m_buySellVolumes.find(day); at != m_buySellVolumes.end()) {
+        for (auto& [stockKey, accounts] : at->second) accounts.erase(accountKey);
+        for (auto& [stockKey, accounts] : m_buySellAmounts[day]) accounts.erase(accountKey);
+    }
+    m_tradeStatDatas.erase(accountKey);
+    m_runningOrders.erase(accountKey);
+    for (auto& [strategy, accounts] : m_orderPrices) accounts.erase(accountKey);
+    for (auto& [stockKey, accounts] : m_orderAmplitudes) accounts.erase(accountKey);
+    for (auto& [stockKey, accounts] : m_dealAmplitudes) accounts.erase(accountKey);
+    for (auto& [stockKey, accounts] : m_periodTrades) accounts.erase(accountKey);
+}
+
+void CTextbook::requestAccount(const std::string& accountKey) {
+    const auto data =
+        TraderCenter::instance()->getDataCenter()->getAccountData(utils::hash(accountKey));
+    if (!data || !data->getAccountInfo()) return;
+    removeAccount(accountKey);
+    std::vector<boost::shared_ptr<IData>> orders;
+    std::vector<boost::shared_ptr<IData>> deals;
+    data->getVector(DATA_ORDER, orders);
+    data->getVector(DATA_DEAL, deals);
+    for (const auto& record : orders) {
+        order(accountKey, boost::dynamic_pointer_cast<COrderDetail>(record));
+    }
+    for (const auto& record : deals) {
+        deal(accountKey, boost::dynamic_pointer_cast<CDealDetail>(record));
+    }
+}
+
+void CTextbook::rollover(const std::string& tradeDate) {
+    m_strTradeDate = tradeDate;
+    m_quoteRequests.clear();
+}
+
+TC::ManagerState CTextbook::state() const {
+    TC::ManagerState state;
+    state.tradeDate = m_strTradeDate;
+    state.strategys = m_strategys;
+    state.quoteRequests = m_quoteRequests;
+    state.latestPrices = m_latestPrices;
+    for (const auto& [day, stocks] : m_orderDetails) {
+        auto& out = state.orderDetails[day];
+        for (const auto& [stock, accounts] : stocks) {
+            out[stock];
+            for (const auto& [account, orders] : accounts) {
+                out[stock][account].insert(orders.begin(), orders.end());
+            }
+        }
+    }
+    for (const auto& [day, stocks] : m_dealDetails) {
+        auto& out = state.dealDetails[day];
+        for (const auto& [stock, accounts] : stocks) {
+            out[stock];
+            for (const auto& [account, deals] : accounts) {
+                out[stock][account].insert(deals.begin(), deals.end());
+            }
+        }
+    }
+    for (const auto& [account, strategies] : m_runningOrders) {
+        for (const auto& [strategy, orders] : strategies) {
+            auto& keys = state.runningOrders[account][strategy];
+            for (const auto& [key, order] : orders) keys.insert(key);
+        }
+    }
+    for (const auto& [account, strategies] : m_tradeStatDatas) {
+        for (const auto& [strategy, stocks] : strategies) {
+            for (const auto& [stock, traded] : stocks) {
+                auto record = TC::LinkagePeriodExtData::make();
+                record->deals().m_nBuyVolume = traded.buyVolume;
+                record->deals().m_nSellVolume = traded.sellVolume;
+                record->deals().m_dBuyAmount = traded.buyAmount;
+                record->deals().m_dSellAmount = traded.sellAmount;
+                record->deals().m_dCommission = traded.commission;
+                record->m_buyVolumes.replace(0, walk(traded.buyVolumes));
+                record->m_sellVolumes.replace(0, walk(traded.sellVolumes));
+                record->m_buyAmounts.replace(0, walk(traded.buyAmounts));
+                record->m_sellAmounts.replace(0, walk(traded.sellAmounts));
+                state.tradeStatDatas[account][strategy][stock] = record;
+            }
+        }
+    }
+    for (const auto& [strategy, accounts] : m_orderPrices) {
+        auto& out = state.orderPrices[strategy];
+        for (const auto& [account, levels] : accounts) {
+            for (const auto& [level, lots] : levels) out[account][level] = walk(lots);
+        }
+    }
+    state.orderAmplitudes = m_orderAmplitudes;
+    state.dealAmplitudes = m_dealAmplitudes;
+    state.buySellVolumes = m_buySellVolumes;
+    state.buySellAmounts = m_buySellAmounts;
+    state.periodTrades = m_periodTrades;
+    return state;
+}
+
+}  // namespace tests
