@@ -3,8 +3,8 @@
 #include "paper/exchange.h"
 #include "paper/taskcenter.h"
 
-#include <boost/asio/post.hpp>
 #include <mongo/bson/bson.h>
+#include <boost/asio/post.hpp>
 
 namespace paper {
 

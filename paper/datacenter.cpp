@@ -50,8 +50,7 @@ CPaperAccountData::Record CPaperAccountData::find(int type, std::uint64_t record
     return at == records->second.places.end() ? Record() : records->second.inOrder[at->second];
 }
 
-void CPaperAccountData::forget(int type,
-                               const std::function<bool(const INumberedData&)>& wanted) {
+void CPaperAccountData::forget(int type, const std::function<bool(const INumberedData&)>& wanted) {
     const std::lock_guard lock(m_mutex);
     Records left;
     for (Record& record : m_records[type].inOrder) {
@@ -77,8 +76,7 @@ CDataCenter::CDataCenter(std::string tradeDate)
     : m_strTradeDate(std::move(tradeDate)),
       m_pGlobal(boost::make_shared<CPaperAccountData>(std::string())) {}
 
-void CDataCenter::getAllAccountData(
-    std::vector<boost::shared_ptr<CAccountData>>& accounts) const {
+void CDataCenter::getAllAccountData(std::vector<boost::shared_ptr<CAccountData>>& accounts) const {
     const std::lock_guard lock(m_mutex);
     for (const std::string& key : m_keys) accounts.push_back(m_accounts.at(key).data);
 }

@@ -254,8 +254,7 @@ void CExchange::cancelNow(const std::string& accountKey, std::uint64_t orderKey)
 void CExchange::cancelForeign(const std::string& accountKey, std::uint64_t orderKey) {
     const auto data = m_services.dataCenter->account(accountKey);
     if (!data) return;
-    const auto known =
-        boost::static_pointer_cast<COrderDetail>(data->find(DATA_ORDER, orderKey));
+    const auto known = boost::static_pointer_cast<COrderDetail>(data->find(DATA_ORDER, orderKey));
     if (!known || !isRunningStatus(known->m_eStatus)) return;
     auto cancelled = boost::make_shared<COrderDetail>(*known);
     cancelled->m_eStatus = cancelledStatus(*known);

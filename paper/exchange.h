@@ -27,7 +27,7 @@ public:
         std::shared_ptr<CDataCenter> dataCenter;
         std::shared_ptr<CInstruments> instruments;
         boost::shared_ptr<CQuotes> quotes;
-        std::string user;  ///< the user of the orders' commands
+        std::string user;      ///< the user of the orders' commands
         std::string taskUser;  ///< the user of the tasks' commands
     };
 

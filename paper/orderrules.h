@@ -11,8 +11,8 @@ namespace paper {
 /// The price that an order of this type gets from a quote; `fixed` for PRTP_FIX. A book
 /// level that is not there gives the last price; 0 when that is not known either, for
 /// a market order, and for a type that is none of EPriceType.
-double priceByType(const vexservice::CPriceData* quote, vexservice::EPriceType priceType,
-                   bool buys, double fixed);
+double priceByType(const vexservice::CPriceData* quote, vexservice::EPriceType priceType, bool buys,
+                   double fixed);
 
 /// The worst price at which a market order may trade: 102 % of the best ask for a buy,
 /// 98 % of the best bid for a sell (of the last price without that side of the book), to

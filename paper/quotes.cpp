@@ -26,8 +26,8 @@ boost::shared_ptr<vexservice::CPriceData> CQuotes::getStockPrice(const QString& 
     return price(stockKey.toStdString());
 }
 
-boost::shared_ptr<TC::CQuoteRequest> CQuotes::request(
-    const QString& stockKey, const TC::CQuoteRequest::Callback& callback) {
+boost::shared_ptr<TC::CQuoteRequest> CQuotes::request(const QString& stockKey,
+                                                      const TC::CQuoteRequest::Callback& callback) {
     const std::lock_guard lock(m_pState->mutex);
     std::shared_ptr<Signal>& signal = m_pState->signals[stockKey.toStdString()];
     if (!signal) signal = std::make_shared<Signal>();
@@ -56,8 +56,8 @@ boost::shared_ptr<vexservice::CPriceData> CQuotes::price(const std::string& stoc
     return at == m_pState->prices.end() ? nullptr : at->second;
 }
 
-void CQuotes::setPrice(const std::string& stockKey,
-                       boost::shared_ptr<vexservice::CPriceData> price, bool push) {
+void CQuotes::setPrice(const std::string& stockKey, boost::shared_ptr<vexservice::CPriceData> price,
+                       bool push) {
     std::shared_ptr<Signal> signal;
     {
         const std::lock_guard lock(m_pState->mutex);

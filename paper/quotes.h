@@ -36,8 +36,7 @@ public:
                  const std::vector<TC::CMinuteBar>& bars);
 
 private:
-    using Signal =
-        boost::signals2::signal<void(const boost::shared_ptr<vexservice::CPriceData>&)>;
+    using Signal = boost::signals2::signal<void(const boost::shared_ptr<vexservice::CPriceData>&)>;
     using DayOfStock = std::pair<std::string, std::string>;
 
     /// Shared with answers under way, which may outlive the quote client.

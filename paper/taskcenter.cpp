@@ -60,8 +60,7 @@ std::optional<std::uint64_t> CTaskCenter::recordKey(const std::string& serverTas
     return at->second;
 }
 
-bool CTaskCenter::operateServerTask(const std::string& serverTaskKey,
-                                    const CTaskOpRecord& record) {
+bool CTaskCenter::operateServerTask(const std::string& serverTaskKey, const CTaskOpRecord& record) {
     const auto key = recordKey(serverTaskKey);
     if (!key || !find(*key)) return false;
     operate(*key, true, record);

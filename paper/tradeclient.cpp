@@ -11,8 +11,7 @@ constexpr int QUERY_REFUSED = 1;
 }
 
 CPaperTradeClient::CPaperTradeClient(boost::asio::io_service& service,
-                                     std::shared_ptr<CExchange> exchange,
-                                     IClientObserver* observer)
+                                     std::shared_ptr<CExchange> exchange, IClientObserver* observer)
     : m_service(service),
       m_pExchange(std::move(exchange)),
       m_pObserver(observer),
@@ -36,21 +35,21 @@ template <class Records, class Answer>
 void CPaperTradeClient::answerLater(const std::string& accountKey, const std::string& day,
                                     Records ServerDay::*records, const Answer& answer) {
     if (!answer) return;
-    boost::asio::post(m_service, [history = m_pHistory, asked = std::pair(accountKey, day),
-                                  records, answer] {
-        ServerDay known;
-        {
-            const std::lock_guard lock(history->mutex);
-            const auto at = history->days.find(asked);
-            if (at != history->days.end()) known = at->second;
-        }
-        if (known.lost) return;
-        if (known.error.empty()) {
-            answer(utils::VexError{}, known.*records);
-        } else {
-            answer(utils::VexError{QUERY_REFUSED, known.error}, Records{});
-        }
-    });
+    boost::asio::post(m_service,
+                      [history = m_pHistory, asked = std::pair(accountKey, day), records, answer] {
+                          ServerDay known;
+                          {
+                              const std::lock_guard lock(history->mutex);
+                              const auto at = history->days.find(asked);
+                              if (at != history->days.end()) known = at->second;
+                          }
+                          if (known.lost) return;
+                          if (known.error.empty()) {
+                              answer(utils::VexError{}, known.*records);
+                          } else {
+                              answer(utils::VexError{QUERY_REFUSED, known.error}, Records{});
+                          }
+                      });
 }
 
 void CPaperTradeClient::queryHistoryOrders(const std::string& accountKey, const std::string& day,

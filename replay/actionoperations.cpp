@@ -26,9 +26,39 @@ void historyBalance(Call& call) {
     }
 }
 
+std::string_view kindText(TC::ImportReport::Kind kind) {
+    switch (kind) {
+        case TC::ImportReport::Kind::Deals:
+            return "deals";
+        case TC::ImportReport::Kind::Orders:
+            return "orders";
+        default:
+            return "none";
+    }
+}
+
 void importData(Call& call) {
     const TC::ImportReport report = call.manager.importData(readArgument<QString>(call.arg(0)));
-    write(call.result, report);
+    CJsonWriter& out = call.result;
+    out.beginObject();
+    out.member("added", report.added);
+    out.member("kind", kindText(report.kind));
+    out.key("notes");
+    writeList(out, report.notes);
+    out.member("read", report.read);
+    out.member("refusal", report.refusal.toStdString());
+    out.key("skipped");
+    out.beginArray();
+    for (const TC::ImportReport::SkippedRow& row : report.skipped) {
+        out.beginObject();
+        out.member("reason", row.reason.toStdString());
+        out.member("row", row.row);
+        out.member("sheet", row.sheet.toStdString());
+        out.endObject();
+    }
+    out.endArray();
+    out.member("taken", report.taken);
+    out.endObject();
 }
 
 constexpr Operation OPERATIONS[] = {

@@ -115,8 +115,9 @@ struct EventReader {
         to.info = in.flag("info", true);
         if (const auto given = in.find("fee")) {
             const CFields fee = given->fields();
-            to.fee = vexservice::CStkExchangeRateLimit{fee.real("rate", 0), fee.real("minimum", 0),
-                                                       fee.real("transfer", 0), fee.real("stamp", 0)};
+            to.fee =
+                vexservice::CStkExchangeRateLimit{fee.real("rate", 0), fee.real("minimum", 0),
+                                                  fee.real("transfer", 0), fee.real("stamp", 0)};
         }
         return event;
     }
@@ -366,7 +367,9 @@ struct EventReader {
         return event;
     }
 
-    static Event file(EventReader&, const CFields& in) { return FileEvent{copied(in.text("name"))}; }
+    static Event file(EventReader&, const CFields& in) {
+        return FileEvent{copied(in.text("name"))};
+    }
 
     static Event writeFile(EventReader&, const CFields& in) {
         return WriteFileEvent{copied(in.text("name")), copied(in.text("text"))};

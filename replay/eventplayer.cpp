@@ -1,5 +1,6 @@
 #include "replay/eventplayer.h"
 
+#include "platform/services/clientconfig.h"
 #include "platform/utils/text.h"
 #include "replay/operations.h"
 
@@ -17,7 +18,7 @@ using ManagerSingleton = utils::CSingletonT<TC::CLinkageManager>;
 constexpr double MICROS = 1e6;
 constexpr double LONGEST_ADVANCE = 1e9;  // seconds
 
-std::string quoted(std::string_view text) { return "\"" + std::string(text) + "\""; }
+std::string inQuotes(std::string_view text) { return "\"" + std::string(text) + "\""; }
 
 }  // namespace
 
@@ -47,8 +48,8 @@ std::int64_t CEventPlayer::target(const AdvanceEvent& event) const {
         return now + std::llround(event.seconds * MICROS);
     }
     const std::int64_t target = parseMoment(event.to);
-    if (target < 0) throw LineError("field \"to\": " + quoted(event.to) + " is no date and time");
-    if (target < now) throw LineError("field \"to\": " + quoted(event.to) + " has passed");
+    if (target < 0) throw LineError("field \"to\": " + inQuotes(event.to) + " is no date and time");
+    if (target < now) throw LineError("field \"to\": " + inQuotes(event.to) + " has passed");
     return target;
 }
 
@@ -56,23 +57,23 @@ std::int64_t CEventPlayer::target(const AdvanceEvent& event) const {
 
 void CEventPlayer::needAccount(const std::string& account) const {
     if (!m_client.hasAccount(account)) {
-        throw LineError("account " + quoted(account) + " has no \"account\" line");
+        throw LineError("account " + inQuotes(account) + " has no \"account\" line");
     }
 }
 
 void CEventPlayer::needPaperExchange(std::string_view event) const {
-    if (!m_client.executes()) throw LineError(quoted(event) + " needs the paper exchange");
+    if (!m_client.executes()) throw LineError(inQuotes(event) + " needs the paper exchange");
 }
 
 TC::CLinkageManager& CEventPlayer::needManager(std::string_view event) const {
-    if (!ManagerSingleton::exists()) throw LineError(quoted(event) + " without a manager");
+    if (!ManagerSingleton::exists()) throw LineError(inQuotes(event) + " without a manager");
     return *ManagerSingleton::instance();
 }
 
 QString CEventPlayer::pathOf(const std::string& name) const {
     const bool plain = !name.empty() && name != "." && name != ".." &&
                        name.find_first_of(std::string_view("/\\\0", 3)) == std::string::npos;
-    if (!plain) throw LineError("field \"name\": " + quoted(name) + " is no plain file name");
+    if (!plain) throw LineError("field \"name\": " + inQuotes(name) + " is no plain file name");
     return m_balanceDir + QLatin1Char('/') + Pim::sToQs(name);
 }
 
@@ -152,9 +153,7 @@ void CEventPlayer::on(const NewTradingDateEvent& event) {
     m_client.newTradingDate(event.date, event.signalDate);
 }
 
-void CEventPlayer::on(const LoginEvent& event) {
-    m_client.login(event.ok, Pim::sToQs(event.text));
-}
+void CEventPlayer::on(const LoginEvent& event) { m_client.login(event.ok, Pim::sToQs(event.text)); }
 
 void CEventPlayer::on(const AccountReadyEvent& event) { m_client.accountReady(event.account); }
 
@@ -243,14 +242,13 @@ void CEventPlayer::on(const FileEvent& event) {
 void CEventPlayer::on(const WriteFileEvent& event) {
     QFile file(pathOf(event.name));
     QDir().mkpath(m_balanceDir);
-    const bool written =
-        file.open(QIODevice::WriteOnly) &&
-        file.write(event.text.data(), static_cast<qint64>(event.text.size())) ==
-            static_cast<qint64>(event.text.size()) &&
-        file.flush();
+    const bool written = file.open(QIODevice::WriteOnly) &&
+                         file.write(event.text.data(), static_cast<qint64>(event.text.size())) ==
+                             static_cast<qint64>(event.text.size()) &&
+                         file.flush();
     if (!written) {
-        throw LineError("field \"name\": " + quoted(event.name) + " cannot be written: " +
-                        file.errorString().toStdString());
+        throw LineError("field \"name\": " + inQuotes(event.name) +
+                        " cannot be written: " + file.errorString().toStdString());
     }
 }
 

@@ -75,8 +75,8 @@ bool CLineReader::fill() {
     if (m_buffer.size() - simdjson::SIMDJSON_PADDING - m_end < CHUNK / 2) {
         m_buffer.resize(m_buffer.size() * 2);
     }
-    const std::size_t count =
-        m_pFile->read(m_buffer.data() + m_end, m_buffer.size() - simdjson::SIMDJSON_PADDING - m_end);
+    const std::size_t count = m_pFile->read(m_buffer.data() + m_end,
+                                            m_buffer.size() - simdjson::SIMDJSON_PADDING - m_end);
     m_end += count;
     m_bEnded = count == 0;
     return !m_bEnded;

@@ -61,8 +61,7 @@ void CRequestObserver::onCommand(const vexservice::COrderComandParam& command) {
     m_output.endLine();
 }
 
-CSignalObserver::CSignalObserver(TC::CLinkageManager& manager, COutput& output)
-    : m_output(output) {
+CSignalObserver::CSignalObserver(TC::CLinkageManager& manager, COutput& output) : m_output(output) {
     plain(manager.sigStocksChanged, "stocksChanged");
     plain(manager.sigStrategysChanged, "strategysChanged");
     plain(manager.sigStatDataChanged, "statDataChanged");
@@ -120,8 +119,7 @@ void CSignalObserver::line(std::string_view name, const Args& args) {
 }
 
 void CSignalObserver::plain(boost::signals2::signal<void()>& signal, std::string_view name) {
-    m_connections.emplace_back(
-        signal.connect([this, name] { line(name, [](CJsonWriter&) {}); }));
+    m_connections.emplace_back(signal.connect([this, name] { line(name, [](CJsonWriter&) {}); }));
 }
 
 CLogObserver::CLogObserver(COutput* output) : m_output(output) {

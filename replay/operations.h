@@ -67,7 +67,8 @@ void runTyped(Call& call, const Work& work) {
         } else {
             write(call.result, work(readArgument<std::decay_t<Parameters>>(call.arg(I))...));
         }
-    }(std::index_sequence_for<Parameters...>());
+    }
+    (std::index_sequence_for<Parameters...>());
 }
 
 template <class Result, class... Parameters>

@@ -15,24 +15,37 @@ namespace {
 
 constexpr std::size_t BUFFER_SIZE = 1 << 20;
 constexpr double EXACT_INTEGERS = 9007199254740992.0;  // 2^53
-constexpr int FIXED_DIGITS = 21;  ///< an exponent is written from 1e21 on
+constexpr int FIXED_DIGITS = 21;                       ///< an exponent is written from 1e21 on
 
 constexpr std::string_view REPLACEMENT = "\xEF\xBF\xBD";
 
-bool needsEscape(char c) {
-    return static_cast<unsigned char>(c) < 0x20 || c == '"' || c == '\\';
-}
+bool needsEscape(char c) { return static_cast<unsigned char>(c) < 0x20 || c == '"' || c == '\\'; }
 
 void appendEscaped(std::string& out, char c) {
     switch (c) {
-        case '"': out += "\\\""; return;
-        case '\\': out += "\\\\"; return;
-        case '\n': out += "\\n"; return;
-        case '\r': out += "\\r"; return;
-        case '\t': out += "\\t"; return;
-        case '\b': out += "\\b"; return;
-        case '\f': out += "\\f"; return;
-        default: break;
+        case '"':
+            out += "\\\"";
+            return;
+        case '\\':
+            out += "\\\\";
+            return;
+        case '\n':
+            out += "\\n";
+            return;
+        case '\r':
+            out += "\\r";
+            return;
+        case '\t':
+            out += "\\t";
+            return;
+        case '\b':
+            out += "\\b";
+            return;
+        case '\f':
+            out += "\\f";
+            return;
+        default:
+            break;
     }
     static constexpr char HEX[] = "0123456789abcdef";
     out += "\\u00";
@@ -111,8 +124,10 @@ void CJsonWriter::separate() {
         case '{':
         case '[':
         case ':':
-        case '\n': return;
-        default: m_out.push_back(',');
+        case '\n':
+            return;
+        default:
+            m_out.push_back(',');
     }
 }
 
@@ -179,7 +194,13 @@ void CJsonWriter::integer(std::uint64_t number) {
 
 COutput::COutput(Sink sink) : m_sink(std::move(sink)) { m_buffer.reserve(BUFFER_SIZE * 2); }
 
-COutput::~COutput() { flush(); }
+COutput::~COutput() {
+    try {
+        flush();
+    } catch (...) {
+        // The owner flushes while faults can be told; here nobody is left to tell.
+    }
+}
 
 CJsonWriter& COutput::beginLine() {
     m_writer.beginObject();

@@ -35,8 +35,7 @@ public:
     void value(double number);
     void value(std::same_as<bool> auto flag) { raw(flag ? "true" : "false"); }
     template <std::integral T>
-        requires(!std::same_as<T, bool>)
-    void value(T number) {
+    requires(!std::same_as<T, bool>) void value(T number) {
         if constexpr (std::is_signed_v<T>) {
             integer(static_cast<std::int64_t>(number));
         } else {

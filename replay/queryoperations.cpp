@@ -7,17 +7,15 @@ namespace {
 using Manager = TC::CLinkageManager;
 using Keys = std::set<std::string>;
 
-int dayArgument(const Call& call, std::size_t index) {
-    return dayNumber(call.arg(index).date());
-}
+int dayArgument(const Call& call, std::size_t index) { return dayNumber(call.arg(index).date()); }
 
 /// Queries of (day, stock key, account keys).
 template <auto MEMBER>
 constexpr Operation dayQuery(std::string_view name) {
     return {name, 3, [](Call& call) {
-                write(call.result, (call.manager.*MEMBER)(dayArgument(call, 0),
-                                                          std::string(call.arg(1).text()),
-                                                          readArgument<Keys>(call.arg(2))));
+                write(call.result,
+                      (call.manager.*MEMBER)(dayArgument(call, 0), std::string(call.arg(1).text()),
+                                             readArgument<Keys>(call.arg(2))));
             }};
 }
 
@@ -57,7 +55,8 @@ void getTradeStatDatas(Call& call) {
         return;
     }
     std::map<std::string, std::map<std::string, boost::shared_ptr<TC::LinkagePeriodExtData>>> all;
-    call.manager.getTradeStatDatas(readArgument<std::list<std::string>>(call.arg(0)), strategy, all);
+    call.manager.getTradeStatDatas(readArgument<std::list<std::string>>(call.arg(0)), strategy,
+                                   all);
     write(call.result, all);
 }
 

@@ -34,10 +34,8 @@ TC::TradeStatData readStat(const CValue& value);
 inline void write(CJsonWriter& out, const std::string& text) { out.value(text); }
 inline void write(CJsonWriter& out, const QString& text) { out.value(text.toStdString()); }
 template <class T>
-    requires std::is_arithmetic_v<T>
-void write(CJsonWriter& out, T number) {
-    out.value(number);
-}
+requires std::is_arithmetic_v<T>
+void write(CJsonWriter& out, T number) { out.value(number); }
 template <class T>
 void write(CJsonWriter& out, const boost::shared_ptr<T>& record) {
     if (record) {
@@ -98,9 +96,9 @@ void writeMap(CJsonWriter& out, const Map& map, const Leaf& leaf, EKeys keys = E
         std::vector<std::pair<std::string, const Value*>> sorted;
         sorted.reserve(map.size());
         for (const auto& [key, value] : map) {
-            sorted.emplace_back(keys == EKeys::DAYS ? dateText(static_cast<int>(key))
-                                                    : std::to_string(key),
-                                &value);
+            sorted.emplace_back(
+                keys == EKeys::DAYS ? dateText(static_cast<int>(key)) : std::to_string(key),
+                &value);
         }
         std::sort(sorted.begin(), sorted.end());
         for (const auto& [key, value] : sorted) {

@@ -21,12 +21,18 @@ std::string numberText(double number) {
 
 std::string_view typeName(simdjson::dom::element element) {
     switch (element.type()) {
-        case simdjson::dom::element_type::ARRAY: return "a list";
-        case simdjson::dom::element_type::OBJECT: return "an object";
-        case simdjson::dom::element_type::STRING: return "a text";
-        case simdjson::dom::element_type::BOOL: return "true or false";
-        case simdjson::dom::element_type::NULL_VALUE: return "null";
-        default: return "a number";
+        case simdjson::dom::element_type::ARRAY:
+            return "a list";
+        case simdjson::dom::element_type::OBJECT:
+            return "an object";
+        case simdjson::dom::element_type::STRING:
+            return "a text";
+        case simdjson::dom::element_type::BOOL:
+            return "true or false";
+        case simdjson::dom::element_type::NULL_VALUE:
+            return "null";
+        default:
+            return "a number";
     }
 }
 
@@ -160,9 +166,9 @@ std::uint64_t CValue::natural(std::uint64_t least, std::uint64_t most) const {
 
 std::string_view CValue::date() const {
     const std::string_view result = text();
-    const bool exists =
-        result.size() == 8 &&
-        QDate::fromString(QString::fromUtf8(result.data(), 8), QStringLiteral("yyyyMMdd")).isValid();
+    const bool exists = result.size() == 8 && QDate::fromString(QString::fromUtf8(result.data(), 8),
+                                                                QStringLiteral("yyyyMMdd"))
+                                                  .isValid();
     if (!exists) fail("\"" + std::string(result) + "\" is no date \"yyyyMMdd\"");
     return result;
 }

@@ -29,15 +29,14 @@ bool setTimeZone(const std::string& name) {
 }
 
 std::int64_t parseMoment(const std::string& text) {
-    const QDateTime moment = QDateTime::fromString(QString::fromStdString(text),
-                                                   QStringLiteral("yyyy-MM-dd hh:mm:ss"));
+    const QDateTime moment =
+        QDateTime::fromString(QString::fromStdString(text), QStringLiteral("yyyy-MM-dd hh:mm:ss"));
     return moment.isValid() ? moment.toMSecsSinceEpoch() * 1000 : -1;
 }
 
 int dayNumber(std::string_view date) {
-    const QDateTime day =
-        QDateTime::fromString(QString::fromUtf8(date.data(), static_cast<int>(date.size())),
-                              QStringLiteral("yyyyMMdd"));
+    const QDateTime day = QDateTime::fromString(
+        QString::fromUtf8(date.data(), static_cast<int>(date.size())), QStringLiteral("yyyyMMdd"));
     return static_cast<int>(day.toSecsSinceEpoch());
 }
 

@@ -2,6 +2,7 @@
 
 #include "linkage/balance/balanceaccount.h"
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/intake.h"
 #include "platform/log.h"
 #include "platform/services/clientconfig.h"
 #include "platform/services/dovcommandcenter.h"
@@ -21,7 +22,6 @@ using OrderParamPtr = boost::shared_ptr<vexservice::CCodeOrderParam>;
 
 constexpr int ORDER_KIND = 49;
 constexpr int STRATEGY_MARKER = 9;
-const char* const HISTORY_TAG = "历史配平";
 
 int strategyMarker(const std::string& strategy) { return strategy.empty() ? 0 : STRATEGY_MARKER; }
 
@@ -100,7 +100,7 @@ void send(const BalanceRequest& request, int commandType, std::vector<OrderParam
     command->m_orders = std::move(orders);
     command->m_bGroup = group;
     command->m_strStrategyName = request.strategy;
-    command->m_strStrategyName2 = request.history ? HISTORY_TAG : request.strategy;
+    command->m_strStrategyName2 = request.history ? HISTORY_BALANCE_TAG : request.strategy;
     command->m_nStrategyMarker = strategyMarker(request.strategy);
     utils::CSingletonT<CDovCommandCenter>::instance()->createCommand(command, {}, true, 0);
 }

@@ -7,6 +7,7 @@
 #include "linkage/core/published.h"
 #include "linkage/stats/periodcurves.h"
 #include "linkage/stats/positionmerge.h"
+#include "linkage/store/csvfiles.h"
 #include "linkage/store/filesaver.h"
 #include "linkage/store/historystate.h"
 #include "platform/log.h"
@@ -112,8 +113,8 @@ void CLinkageManager::subscribeAccount(const std::string& accountKey) {
     auto& connections = m_pAsync->m_accountConnections[accountKey];
     for (const boost::signals2::connection& each : connections) each.disconnect();
     connections.clear();
-    using Callback = void (CLinkageManager::*)(const std::string&,
-                                               const boost::shared_ptr<vexservice::IData>&);
+    using Callback =
+        void (CLinkageManager::*)(const std::string&, const boost::shared_ptr<vexservice::IData>&);
     const auto subscribe = [&](int type, Callback callback) {
         connections.push_back(dataCenter().subscribe(
             accountKey, type, std::string(),

@@ -18,8 +18,8 @@ namespace TC {
 /// Ends a subscription when it goes.
 using TaskConnection = boost::signals2::scoped_connection;
 
-/// What the manager has running in the client's engine, and the accounts it follows. Set by init() and guarded by
-/// the manager's lock, but for the start timer, which has a lock of its own because
+/// What the manager has running in the client's engine, and the accounts it follows. Set by init()
+/// and guarded by the manager's lock, but for the start timer, which has a lock of its own because
 /// runAutoBalance arms it after giving the manager's lock back.
 struct AsyncState {
     using Timer = boost::shared_ptr<utils::DeadlineTimer>;

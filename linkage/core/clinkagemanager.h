@@ -30,12 +30,13 @@
 namespace vexservice {
 class CAccountData;
 struct CPriceData;
-}
+}  // namespace vexservice
 
 namespace TC {
 
 class CDoor;
 class CFileSaver;
+class CLedger;
 class CPeriodCurves;
 class CServerHistory;
 struct AsyncState;
@@ -44,6 +45,8 @@ struct DealStep;
 struct Holding;
 struct InboxItem;
 struct BalanceState;
+struct HistoryQuery;
+struct CMinuteBar;
 struct HistoryState;
 struct ImportReport;
 struct PeriodPoint;
@@ -99,7 +102,7 @@ public:
     void requestAccount(const std::string& accountKey);
 
     // ----------------------------------------------------------- calculators
-    // linkage/stats/calculators.cpp, linkage/stats/periodcurves.cpp
+    // linkage/stats/calculators.cpp, linkage/stats/extcalculator.cpp
 
     /// The two switches of the period calculation, which runs every 10 s while at
     /// least one of them is on. Stopping takes effect at its next run.
@@ -112,9 +115,17 @@ public:
     /// history key into its statistics record. Subscribes to the prices of its stocks.
     void historyStatCalculator();
 
-    /// The curve of one strategy of one account over the day: minute of the day to
-    /// the figures at the end of that minute, summed over its stocks; from the first
-    /// deal to the running minute. Empty before the period calculation has run.
+    /// The profit and balance curve of one strategy of one account over the day: minute
+    /// of the day to the figures at the end of that minute, summed over its stocks; the
+    /// strategy "" is the account as a whole. From the first deal to the running minute;
+    /// none in the midday pause. Closed minutes are valued at their close; minutes
+    /// without a bar at the close before, the first ones at yesterday's.
+    ///
+    /// The minutes come from the deals' times as of the last run of the period
+    /// calculation (10 s), also for client type 3. The last point is the present: the
+    /// effective figures at the newest price. It equals the strategy's live profit at
+    /// that price to the bit, and has the deals whose time cannot be read. Empty before
+    /// the period calculation has run on the day.
     std::map<int, PeriodPoint> getPeriodCurve(const std::string& accountKey,
                                               const std::string& strategy) const;
 
@@ -145,7 +156,9 @@ public:
     std::map<std::string, boost::shared_ptr<LinkagePeriodExtData>> getTradeStatDatas(
         const std::string& accountKey, const std::string& strategy) const;
 
-    /// The same for several accounts and one strategy at once, by account key.
+    /// The same for several accounts and one strategy at once: by account key, for those
+    /// of the given accounts (none: of all) that have any. What `out` held before goes.
+    /// Never waits for the manager's lock.
     void getTradeStatDatas(
         const std::list<std::string>& accountKeys, const std::string& strategy,
         std::map<std::string, std::map<std::string, boost::shared_ptr<LinkagePeriodExtData>>>& out)
@@ -178,48 +191,67 @@ public:
     /// The followed accounts in key order.
     std::vector<boost::shared_ptr<vexservice::CAccountInfo>> getAccounts() const;
 
-    /// Of the given account IDs, those that are followed: their account keys are
-    /// added to `accountKeys`. True when every ID was found.
+    /// Finds followed accounts by account ID: adds the account keys of every account
+    /// that has one of the IDs to `accountKeys`. True when every ID was found. No IDs add
+    /// no key, which selects all accounts wherever a set of keys is asked for.
     bool getAccounts(const QList<QString>& accountIds, std::set<std::string>& accountKeys) const;
 
     /// Account IDs of futures accounts (kind 1) or of all others, in key order.
     std::list<std::string> getAccountIds(int kind) const;
 
-    /// By day: profit (yuan), or position value (yuan), or bought and sold amount
-    /// (yuan), summed over the selected accounts, strategies and stock keys. An empty
-    /// set selects all: for strategies, the account-wide figures. Today comes from the
-    /// traded figures (effective figures for amounts), earlier days from the deals
-    /// (amounts only); `todayOnly` leaves earlier days out.
+    // Totals over the selected accounts, strategies and stock keys, by day.
+    //
+    // An empty set selects all. The strategy "" selects what belongs to no strategy:
+    // what the account-wide figures of a stock have beyond those of its strategies. So
+    // nothing counts twice, and the parts of any partition of accounts, of stocks, or of
+    // getStrategys() and "" add up to the whole. Today always has an entry. Records are
+    // added in the order of account, stock and strategy.
+
+    /// Profit in yuan: the records' present profit, as the statistics calculator left
+    /// it. What belongs to no strategy is valued at the newest price where the stock has
+    /// records of strategies too. Of earlier days no profit is kept: with or without
+    /// `todayOnly` there is today's entry alone.
     std::map<int, double> getTotalProfits(const std::set<std::string>& accountKeys,
                                           const std::set<std::string>& strategies,
                                           const std::set<std::string>& stockKeys,
                                           bool todayOnly) const;
+
+    /// Position value in yuan, from the same records and by the same rules. The values
+    /// of strategies with opposite positions are added, not netted.
     std::map<int, double> getTotalBalances(const std::set<std::string>& accountKeys,
                                            const std::set<std::string>& strategies,
                                            const std::set<std::string>& stockKeys,
                                            bool todayOnly) const;
+
+    /// Bought and sold amount in yuan. Today: the effective amounts of the traded
+    /// figures. Other days, unless `todayOnly`: the amounts of the deals that are filed
+    /// under them (reported then, answered by the trading server, imported), less those
+    /// that balance history, which no strategy's figures hold.
     std::map<int, std::pair<double, double>> getTotalBuySellAmounts(
         const std::set<std::string>& accountKeys, const std::set<std::string>& strategies,
         const std::set<std::string>& stockKeys, bool todayOnly) const;
 
-    /// The largest relative distance of a deal price, or order price, from the
-    /// reference price over the selected accounts and stocks (a fraction; an empty set
-    /// selects all; 0 when there is none).
+    /// The largest relative distance of a deal price, or of an order price, from the
+    /// reference price (a fraction: 0.01 is one percent), over what is kept of the
+    /// selected accounts and stock keys; an empty set selects all. 0 when there is none.
     double getDealAmplitude(const std::set<std::string>& accountKeys,
                             const std::set<std::string>& stockKeys) const;
     double getOrderAmplitude(const std::set<std::string>& accountKeys,
                              const std::set<std::string>& stockKeys) const;
 
-    /// Open lots of all accounts of a strategy at the price level that `price` and
-    /// `tick` give.
+    /// Open lots of all accounts of a strategy at one price level: `price` (yuan) in
+    /// steps of `tick` (yuan), rounded as order intake does. Of the open lots per order.
     int getOrderNumberByPrice(const QString& strategy, double price, double tick) const;
 
-    /// Positions in one stock, of the given accounts (none: of all followed): account
-    /// IDs, volumes held and volumes available, side by side, in account key order.
+    /// Positions in one stock, of the given accounts (none: of all followed) that have
+    /// one: account IDs, volumes held and volumes that may be sold (shares), side by
+    /// side, in account key order. What the three lists held before goes. From the
+    /// merged positions and the followed accounts.
     void getPositionNumber(const QString& stockKey, QList<QString>& accountIds, QList<int>& volumes,
                            QList<int>& availables, const QList<QString>& accountKeys) const;
 
-    /// Shares that a task has traded of one stock so far. Takes no lock.
+    /// Shares that a task has traded of one stock so far: the sum over its items of that
+    /// stock, for all accounts; 0 for no task. Takes no lock.
     int getTaskItemFinishNumber(const boost::shared_ptr<vexservice::CTaskDetail>& task,
                                 const std::string& stockKey) const;
 
@@ -385,11 +417,10 @@ protected:
     void doDealDetail(const std::string& accountKey,
                       const boost::shared_ptr<vexservice::CDealDetail>& deal);
     void countDealDetail(const std::string& accountKey,
-                         const boost::shared_ptr<vexservice::CDealDetail>& deal,
-                         DealStep& step, Holding& held) REQUIRES(m_mutex);
+                         const boost::shared_ptr<vexservice::CDealDetail>& deal, DealStep& step,
+                         Holding& held) REQUIRES(m_mutex);
     /// Takes the newest price of a stock that was dealt, and sees that more will come.
-    void followPrice(std::uint32_t account, std::uint32_t stock, Holding& held)
-        REQUIRES(m_mutex);
+    void followPrice(std::uint32_t account, std::uint32_t stock, Holding& held) REQUIRES(m_mutex);
     void onTaskDetail(const boost::shared_ptr<vexservice::IData>& data);
     void doTaskDetail(const boost::shared_ptr<vexservice::CTaskDetail>& task);
     void updateRunningTask(const std::string& accountKey, const std::string& strategy,
@@ -409,12 +440,24 @@ protected:
     boost::shared_ptr<vexservice::CPositionStatics> tryMergePosition(
         const boost::shared_ptr<vexservice::CPositionStatics>& position);
 
-    // calculators: linkage/stats/calculators.cpp, linkage/stats/periodcurves.cpp
+    // calculators: linkage/stats/calculators.cpp, linkage/stats/extcalculator.cpp
+    /// Every selected record's share in the totals; see getTotalProfits.
+    template <class Visit>
+    void forEachTotal(const std::set<std::string>& accountKeys,
+                      const std::set<std::string>& strategies,
+                      const std::set<std::string>& stockKeys, Visit visit) const REQUIRES(m_mutex);
     void switchCalculator(bool CPeriodCurves::*own);
     void runStatCalculator();
     void runHistoryStatCalculator();
     void runExtCalculator();
+    /// Asks the history service for the bars of the day that are due.
     void requestQuote();
+    /// Takes the answer to a question put when the minute `finished` had ended.
+    void onRequestQuote(const std::string& stockKey, const std::string& day, int finished,
+                        const std::vector<CMinuteBar>& bars);
+    void renewPeriodTotals(const std::string& accountKey, const std::string& stockKey, int from)
+        REQUIRES(m_mutex);
+    void renewCloseValues(const std::string& stockKey) REQUIRES(m_mutex);
     /// Opens the price subscription of a stock unless there is one.
     void requestPrice(const std::string& stockKey) REQUIRES(m_mutex);
 
@@ -427,6 +470,7 @@ protected:
     void doStockBalance(const std::string& accountkey, const std::string& strategy);
 
     // files: linkage/store/savefiles.cpp, linkage/store/loadfiles.cpp
+    std::unique_ptr<CFileSaver> makeSaver();
     void readFromFile();
     /// The rows of each file as they stand now; also sets the write stamp.
     std::map<std::string, std::string> writeToFile(bool withTime) REQUIRES(m_mutex);
@@ -445,6 +489,19 @@ protected:
                        const std::string& historyKey, const std::string& stockKey,
                        const std::string& accountKey, bool stockIsNew, bool buys, double commission)
         REQUIRES(m_mutex);
+    void startHistoryQuery(HistoryQuery query, const std::string& lastDay);
+    void askHistoryDay(const HistoryQuery& query);
+    void onQueryHistoryDeal(
+        std::uint64_t number, const utils::VexError& error,
+        const std::vector<boost::shared_ptr<vexservice::CDealDetail>>& deals);
+    void onQueryHistoryOrder(
+        std::uint64_t number, const utils::VexError& error,
+        const std::vector<boost::shared_ptr<vexservice::COrderDetail>>& orders);
+    template <class Record>
+    void takeHistoryAnswer(std::uint64_t number, const utils::VexError& error,
+                           const std::vector<boost::shared_ptr<Record>>& records);
+    void giveHistoryDayUp(std::uint64_t number);
+    void endHistoryDay(HistoryQuery query, const std::string& fault);
 
     mutable CRecursiveMutex m_mutex;
     bool m_bInited GUARDED_BY(m_mutex) = false;
@@ -454,11 +511,11 @@ protected:
     std::unique_ptr<CPublished<std::string>> m_pTradeDate;  ///< lock of its own
     std::string m_strUserData GUARDED_BY(m_mutex);
 
-    std::unique_ptr<AsyncState> m_pAsync;      ///< strand, timers, connections, inbox
-    std::unique_ptr<CLedger> m_pLedger;        ///< orders, deals and all figures of them
-    std::unique_ptr<CPeriodCurves> m_pCurves;  ///< minute bars and curves
+    std::unique_ptr<AsyncState> m_pAsync;                 ///< strand, timers, connections, inbox
+    std::unique_ptr<CLedger> m_pLedger;                   ///< orders, deals and all figures of them
+    std::unique_ptr<CPeriodCurves> m_pCurves;             ///< minute bars and curves
     std::unique_ptr<PositionReports> m_pPositionReports;  ///< what positions are merged from
-    std::unique_ptr<BalanceState> m_pBalance;  ///< pending balances, balance times
+    std::unique_ptr<BalanceState> m_pBalance;             ///< pending balances, balance times
     std::unique_ptr<HistoryState> m_pHistory;  ///< the history store and its files' state
     std::unique_ptr<CServerHistory> m_pServerHistory;
     std::unique_ptr<CFileSaver> m_pSaver;

@@ -8,6 +8,7 @@
 #include "platform/services/tradercenter.h"
 #include "platform/utils/keys.h"
 #include "platform/utils/referencedata.h"
+#include "platform/utils/text.h"
 
 #include <boost/pointer_cast.hpp>
 
@@ -80,8 +81,8 @@ void CLinkageManager::countDealDetail(const std::string& accountKey, const DealP
             const std::string historyKey = accountKey + strategy;
             if (isCanWriteToFile(historyKey, tradeKeyOf(*deal))) {
                 doHistoryDeal(deal, accountData(accountKey), historyKey,
-                              ledger.stockKey(step.listing), accountKey, step.stockIsNew,
-                              step.buys, step.commission);
+                              ledger.stockKey(step.listing), accountKey, step.stockIsNew, step.buys,
+                              step.commission);
             }
             return;
         }
@@ -94,13 +95,11 @@ void CLinkageManager::countDealDetail(const std::string& accountKey, const DealP
     sigStatDataChanged();
 }
 
-void CLinkageManager::followPrice(std::uint32_t account, std::uint32_t stockAt,
-                                  Holding& held) {
+void CLinkageManager::followPrice(std::uint32_t account, std::uint32_t stockAt, Holding& held) {
     CLedger::Stock& stock = m_pLedger->stock(stockAt);
     const auto price =
         utils::CManualSingletonT<CQuoteClient>::instance()->getStockPrice(stock.quoteKey);
-    if (price && price->hasLastPrice() &&
-        m_pLedger->setLatestPrice(stockAt, price->m_dLastPrice)) {
+    if (price && price->hasLastPrice() && m_pLedger->setLatestPrice(stockAt, price->m_dLastPrice)) {
         m_pCurves->m_lastPrices[stock.key] = price->m_dLastPrice;
     }
     if (stock.requestEpoch != m_pCurves->m_nRequestEpoch) {

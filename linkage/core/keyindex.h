@@ -76,6 +76,22 @@ public:
         }
     }
 
+    /// Takes out an index that is there.
+    void remove(std::uint64_t hash, std::uint32_t index) {
+        std::size_t hole = hash & m_nMask;
+        while (m_slots[hole].index != index) hole = (hole + 1) & m_nMask;
+        // What had to step aside for it moves up, so that no search ends too early.
+        for (std::size_t at = (hole + 1) & m_nMask; m_slots[at].index != NONE;
+             at = (at + 1) & m_nMask) {
+            const std::size_t home = m_slots[at].tag & m_nMask;
+            if (((at - home) & m_nMask) < ((at - hole) & m_nMask)) continue;
+            m_slots[hole] = m_slots[at];
+            hole = at;
+        }
+        m_slots[hole] = Slot();
+        --m_nUsed;
+    }
+
     void clear() {
         m_slots.clear();
         m_nMask = 0;

@@ -334,10 +334,61 @@ public:
         }
     }
 
+    // linkage/core/ledgerqueries.cpp; in selections an empty set selects all
+
+    /// The records of one stock of an account by strategy.
+    std::map<std::string, const Figures*> figuresOfStock(const std::string& accountKey,
+                                                         const std::string& stockKey) const;
+
+    /// Every alive record of a stock.
+    template <class Visit>
+    void forEachOfStock(const std::string& stockKey, Visit visit) {
+        const std::uint32_t at = findStock(stockKey);
+        if (at == NONE) return;
+        for (const auto& block : m_stocks[at].figures.blocks()) {
+            for (std::uint32_t index = 0; index < block->used; ++index) {
+                if (block->at(index).pair != NONE) visit(block->at(index));
+            }
+        }
+    }
+
+    /// A record and whose it is.
+    struct Selected {
+        const std::string* account;
+        const std::string* stock;
+        const std::string* strategy;
+        const LinkagePeriodExtData* record;
+    };
+
+    /// Records of all strategies, "" included, in the order of account, stock, strategy.
+    std::vector<Selected> selectFigures(const std::set<std::string>& accountKeys,
+                                        const std::set<std::string>& stockKeys) const;
+
+    /// Bought and sold amounts by day, from the deals filed under other days than
+    /// `exceptDay` that do not balance history; those without strategy count for "".
+    ByDay<std::pair<double, double>> amountsOfDeals(const std::set<std::string>& accountKeys,
+                                                    const std::set<std::string>& strategies,
+                                                    const std::set<std::string>& stockKeys,
+                                                    int exceptDay) const;
+
+    double largestOrderAmplitude(const std::set<std::string>& accountKeys,
+                                 const std::set<std::string>& stockKeys) const;
+    double largestDealAmplitude(const std::set<std::string>& accountKeys,
+                                const std::set<std::string>& stockKeys) const;
+
+    /// Every account that was ever seen. May be called without the manager's lock.
+    std::vector<std::string> accountKeys() const;
+
     int lotsAtLevel(const std::string& strategy, int level) const;
 
     /// Drops what was derived for an account on a day, and its figures.
     void removeAccount(const std::string& accountKey, int day);
+
+    /// Takes away records that were only filed; one that stands in any figure stays.
+    void removeFiledOrders(int day, const std::string& accountKey,
+                           const std::set<std::uint64_t>& keys);
+    void removeFiledDeals(int day, const std::string& accountKey,
+                          const std::set<std::uint64_t>& keys);
 
     void describe(ManagerState& state) const;
 
@@ -397,6 +448,9 @@ private:
     void removeFigures(Account& account);
     void removeRecords(Account& account, int day);
     void refresh(Listing& listing) const;
+    template <class Visit>
+    void forEachHolding(const std::set<std::string>& accountKeys,
+                        const std::set<std::string>& stockKeys, Visit visit) const;
     void describeAccount(const Account& account, ManagerState& state) const;
     void describePair(const Pair& pair, ManagerState& state) const;
 

@@ -2,6 +2,69 @@
 
 namespace TC {
 
+namespace {
+
+template <class Entry>
+void unchain(CArena<Entry>& entries, CKeyIndex& index, std::uint32_t at) {
+    const std::uint64_t key = entries[at].key;
+    const std::uint64_t hash = mixHash(key);
+    const std::uint32_t next = entries[at].nextOfKey;
+    std::uint32_t before =
+        index.find(hash, [&](std::uint32_t each) { return entries[each].key == key; });
+    if (before == at) {
+        if (next == NONE) {
+            index.remove(hash, at);
+        } else {
+            index.replace(hash, at, next);
+        }
+        return;
+    }
+    while (entries[before].nextOfKey != at) before = entries[before].nextOfKey;
+    entries[before].nextOfKey = next;
+}
+
+// Drops the entries of a cell that have one of the keys and `mayGo`.
+template <class Entry, class MayGo>
+void dropFiled(CArena<Entry>& entries, CKeyIndex& index, std::uint32_t& first,
+               const std::set<std::uint64_t>& keys, MayGo mayGo) {
+    for (std::uint32_t* link = &first; *link != NONE;) {
+        const std::uint32_t at = *link;
+        if (keys.count(entries[at].key) == 0 || !mayGo(entries[at])) {
+            link = &entries[at].nextInCell;
+            continue;
+        }
+        *link = entries[at].nextInCell;
+        unchain(entries, index, at);
+        entries.drop(at);
+    }
+}
+
+}  // namespace
+
+void CLedger::removeFiledOrders(int day, const std::string& accountKey,
+                                const std::set<std::uint64_t>& keys) {
+    const std::uint32_t at = findAccount(accountKey);
+    if (at == NONE || keys.empty()) return;
+    Account& account = m_accounts[at];
+    for (const std::uint32_t cell : account.cells) {
+        if (m_cells[cell].day != day) continue;
+        dropFiled(m_orders, account.orders, m_cells[cell].firstOrder, keys,
+                  [](const OrderEntry& entry) { return entry.facets == FILED; });
+    }
+}
+
+void CLedger::removeFiledDeals(int day, const std::string& accountKey,
+                               const std::set<std::uint64_t>& keys) {
+    const std::uint32_t at = findAccount(accountKey);
+    if (at == NONE || keys.empty()) return;
+    Account& account = m_accounts[at];
+    for (const std::uint32_t cell : account.cells) {
+        if (m_cells[cell].day != day) continue;
+        dropFiled(m_deals, account.deals, m_cells[cell].firstDeal, keys,
+                  [](const DealEntry&) { return true; });
+    }
+}
+
 void CLedger::removeAccount(const std::string& accountKey, int day) {
     Day& today = m_days[day];
     today.hasOrders = today.hasDeals = true;

@@ -46,8 +46,8 @@ CLinkageManager::CLinkageManager()
       m_pPositionReports(std::make_unique<PositionReports>()),
       m_pBalance(std::make_unique<BalanceState>()),
       m_pHistory(std::make_unique<HistoryState>()),
-      m_pServerHistory(std::make_unique<CServerHistory>()) {
-    m_pSaver = makeSaver();
+      m_pServerHistory(std::make_unique<CServerHistory>()),
+      m_pSaver(makeSaver()) {
     registerMetaTypes();
     readFromFile();
 }
@@ -89,10 +89,12 @@ void CLinkageManager::init() {
     }
     runStatCalculator();
     runHistoryStatCalculator();
+    runExtCalculator();
 }
 
 void CLinkageManager::post(boost::function<void()> work) {
-    if (m_pAsync->hasStrand() && m_pAsync->m_inbox.push(std::string(), std::move(work))) drainLater();
+    if (m_pAsync->hasStrand() && m_pAsync->m_inbox.push(std::string(), std::move(work)))
+        drainLater();
 }
 
 void CLinkageManager::drainLater() {

@@ -58,8 +58,7 @@ void CLinkageManager::doTaskDetail(const TaskPtr& task) {
     if (command.m_strUser != m_strUserData) return;
     if (command.m_strTradeDate != m_pTradeDate->get()) return;
     if (command.m_nKind != 0 && command.m_nKind != 1) return;
-    if (task->m_items.empty() || !task->m_items.front() ||
-        !task->m_items.front()->m_pAccountInfo) {
+    if (task->m_items.empty() || !task->m_items.front() || !task->m_items.front()->m_pAccountInfo) {
         return;
     }
     const std::string accountKey = task->m_items.front()->m_pAccountInfo->getKey();

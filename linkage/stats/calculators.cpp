@@ -4,9 +4,8 @@
 #include "linkage/core/ledger.h"
 #include "linkage/core/published.h"
 #include "linkage/stats/periodcurves.h"
-#include "linkage/stats/profitrule.h"
+#include "linkage/stats/valuerule.h"
 #include "linkage/store/historystate.h"
-#include "platform/services/clientconfig.h"
 #include "platform/services/quoteclient.h"
 #include "platform/services/stockmanager.h"
 #include "platform/utils/text.h"
@@ -20,14 +19,7 @@ namespace {
 constexpr std::int64_t CALCULATOR_MICROS = 3'000'000;
 
 ValuePrices pricesOf(const std::string& stockKey, double last) {
-    const auto detail =
-        utils::CSingletonT<CStockManager>::instance()->getInstrumentDetail(Pim::sToQs(stockKey));
-    if (!detail) return valuePrices(last, nullptr, 0.0);
-    const EUserMember member =
-        isSpecialTreatment(stockKey) ? USER_LIMIT_PERCENT_ST : USER_LIMIT_PERCENT;
-    const double rate = getUserConfig()->getUserDataDouble(member) / 100.0;
-    const DayLimits limits{detail->m_dLimitUp, detail->m_dLimitDown};
-    return valuePrices(last, &limits, rate);
+    return valueRule(stockKey).at(last);
 }
 
 }  // namespace
@@ -97,7 +89,9 @@ void CLinkageManager::historyStatCalculator() {
     }
 }
 
-void CLinkageManager::startProfitCalculator() { switchCalculator(&CPeriodCurves::m_bProfitCalcRunning); }
+void CLinkageManager::startProfitCalculator() {
+    switchCalculator(&CPeriodCurves::m_bProfitCalcRunning);
+}
 
 void CLinkageManager::startBalanceCalculator() {
     switchCalculator(&CPeriodCurves::m_bBalanceCalcRunning);

@@ -1,10 +1,80 @@
 #pragma once
 
+#include "linkage/core/managerstate.h"
+#include "linkage/stats/periodrule.h"
 #include "linkage/stats/quotestate.h"
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
 
 namespace TC {
 
-/// The profit and balance curves of the day. Guarded by the manager's lock.
-class CPeriodCurves : public QuoteState {};
+/// What the profit and balance curves of the day are made of: the closes of each stock's
+/// minutes, and the deal totals at the end of each minute per account, stock and
+/// strategy. Curves themselves are valued when they are asked for, so that no price, bar
+/// or limit that changes can leave a point behind.
+///
+/// Guarded by the manager's lock.
+class CPeriodCurves : public QuoteState {
+public:
+    using ByStrategy = std::map<std::string, PeriodTotals>;
+    using Closes = std::map<int, double>;
+
+    bool m_bProfitCalcRunning = false;
+    bool m_bBalanceCalcRunning = false;
+
+    bool isWanted() const { return m_bProfitCalcRunning || m_bBalanceCalcRunning; }
+
+    /// Counts the runs of the period calculation; only the newest one's timer counts.
+    std::uint64_t m_nRun = 0;
+
+    /// A new trade date: bars, totals and subscriptions of the old one go.
+    void newDay();
+
+    /// The account's day is rebuilt from scratch.
+    void forgetAccount(const std::string& accountKey);
+
+    void describe(ManagerState& state) const;
+
+    /// Gives out the markers and notes that a run has begun.
+    std::map<std::string, std::map<std::string, int>> takeMarkers();
+    bool hasRunToday() const { return m_bRunToday; }
+
+    /// The totals of an account's stock by strategy, to be renewed. The stock is followed
+    /// from now on.
+    ByStrategy& totalsOf(const std::string& accountKey, const std::string& stockKey);
+    const PeriodTotals* findTotals(const std::string& accountKey, const std::string& stockKey,
+                                   const std::string& strategy) const;
+
+    /// The followed stocks whose bars are due: those that lack the minute that finished
+    /// last, once for each such minute; and those that lack any, once a minute. Counts
+    /// them as asked for.
+    std::vector<std::string> takeDueStocks(const DayMoment& moment, std::int64_t nowMicros);
+
+    /// Takes the answer to a question that was put when the minute `finished` had ended:
+    /// bars of later minutes were not complete yet. The newest answer wins. True when a
+    /// close is new or different.
+    bool addBars(const std::string& stockKey, int finished, const std::vector<CMinuteBar>& bars);
+
+    /// The closes of a stock; null without any.
+    const Closes* findCloses(const std::string& stockKey) const;
+
+private:
+    struct Bars {
+        Closes closes;
+        int tradingMinutes = 0;  ///< of those
+        int answered = 0;        ///< `finished` of the newest answer
+        int askedFinished = 0;
+        std::int64_t askedMicros = 0;
+    };
+
+    static bool isDue(const Bars& bars, const DayMoment& moment, std::int64_t nowMicros);
+
+    std::map<std::string, Bars> m_bars;
+    std::map<std::string, std::map<std::string, ByStrategy>> m_totals;  ///< account, stock
+    bool m_bRunToday = false;
+};
 
 }  // namespace TC

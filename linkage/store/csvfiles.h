@@ -8,6 +8,16 @@
 #include <string>
 #include <vector>
 
+namespace TC {
+
+/// The history statistics (and, after one of the two writers, the balance times), the
+/// unbalanced stocks, and the deals that were counted into history today.
+inline constexpr char STAT_FILE[] = "historystatdata.csv";
+inline constexpr char BALANCE_FILE[] = "balancedata.csv";
+inline constexpr char DETAIL_FILE[] = "detail.csv";
+
+}  // namespace TC
+
 /// The three files of the Balance directory as text: rows in, text out, and back.
 ///
 /// A file is a header line and rows of fields separated by commas; nothing is quoted or
@@ -16,12 +26,6 @@
 /// whatever it holds and drops, without a word, every row that has not exactly the
 /// file's number of fields; a field that is not a number reads as 0.
 namespace TC::csv {
-
-/// The history statistics (and, after one of the two writers, the balance times), the
-/// unbalanced stocks, and the deals that were counted into history today.
-inline constexpr char STAT_FILE[] = "historystatdata.csv";
-inline constexpr char BALANCE_FILE[] = "balancedata.csv";
-inline constexpr char DETAIL_FILE[] = "detail.csv";
 
 /// The header lines, "\n" included. Their texts can be translated.
 LINKAGE_EXPORT std::string statHeader();

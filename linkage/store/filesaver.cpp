@@ -1,7 +1,5 @@
 #include "linkage/store/filesaver.h"
 
-#include "linkage/store/balancedirectory.h"
-#include "linkage/store/csvfiles.h"
 #include "platform/log.h"
 
 #include <utility>
@@ -12,7 +10,7 @@ namespace TC {
 namespace {
 
 // The order in which a save puts its files into place.
-constexpr const char* FILES[] = {csv::STAT_FILE, csv::BALANCE_FILE, csv::DETAIL_FILE};
+constexpr const char* FILES[] = {STAT_FILE, BALANCE_FILE, DETAIL_FILE};
 
 std::string stagePath(const std::string& path) { return path + ".new"; }
 
@@ -29,13 +27,13 @@ struct CFileSaver::Writing {
     CFileSaver& saver;
 };
 
-CFileSaver::CFileSaver(CRecursiveMutex& mutex, boost::shared_ptr<CDoor> door, Composer composer,
-                       EFileEncoding encoding, std::unique_ptr<IFileSystem> files,
+CFileSaver::CFileSaver(CRecursiveMutex& mutex, boost::shared_ptr<CDoor> door, Place place,
+                       Composer composer, std::unique_ptr<IFileSystem> files,
                        StartThread startThread)
     : m_managerMutex(mutex),
       m_pDoor(std::move(door)),
+      m_place(std::move(place)),
       m_composer(std::move(composer)),
-      m_eEncoding(encoding),
       m_pFiles(std::move(files)),
       m_startThread(std::move(startThread)) {}
 
@@ -49,38 +47,40 @@ CFileSaver::~CFileSaver() {
     }
 }
 
-std::optional<std::string> CFileSaver::load(const std::string& directory,
-                                            const std::string& name) {
+std::string CFileSaver::pathOf(const std::string& name) const {
+    return m_place.directory + "/" + name;
+}
+
+std::optional<std::string> CFileSaver::load(const std::string& name) {
     std::string bytes;
-    const IFileSystem::ERead read = m_pFiles->read(fileIn(directory, name), bytes);
+    const IFileSystem::ERead read = m_pFiles->read(pathOf(name), bytes);
     if (read == IFileSystem::ERead::Missing) return std::nullopt;
     if (read == IFileSystem::ERead::Done) {
         if (auto text = decodeText(bytes)) return text;
     }
     VEX_INFO("TC::CLinkageManager::readFromFile", "file not readable, left as it is : {0}",
-             fileIn(directory, name));
+             pathOf(name));
     std::lock_guard lock(m_diskMutex);
     m_unreadable.insert(name);
     return std::nullopt;
 }
 
-void CFileSaver::saveAll(const std::string& directory, bool withTime) {
-    ask(directory, [&](Wishes& wishes) {
+void CFileSaver::saveAll(bool withTime) {
+    ask([&](Wishes& wishes) {
         wishes.all = withTime;
         wishes.balanceTimes = false;
     });
 }
 
-void CFileSaver::saveBalanceTimes(const std::string& directory) {
-    ask(directory, [](Wishes& wishes) { wishes.balanceTimes = true; });
+void CFileSaver::saveBalanceTimes() {
+    ask([](Wishes& wishes) { wishes.balanceTimes = true; });
 }
 
 template <class Note>
-void CFileSaver::ask(const std::string& directory, Note note) {
-    if (!m_pFiles->makeDirectory(directory)) return;
+void CFileSaver::ask(Note note) {
+    if (!m_pFiles->makeDirectory(m_place.directory)) return;
     std::lock_guard lock(m_mutex);
     if (!m_wishes) m_wishes.emplace();
-    m_wishes->directory = directory;
     note(*m_wishes);
     if (m_bThread) return;
 
@@ -124,7 +124,6 @@ bool CFileSaver::serve(bool onSaveThread) {
     if (!wishes) return false;
     const Writing writing(*this);
     Save save;
-    save.directory = wishes->directory;
     save.number = ++m_nNumber;
     if (wishes->all) save.texts = m_composer.all(*wishes->all);
     if (wishes->balanceTimes) {
@@ -141,49 +140,44 @@ void CFileSaver::commit(const Save& save) {
     for (const char* name : FILES) {
         const auto text = save.texts.find(name);
         if (text == save.texts.end() || m_newest[name] > save.number) continue;
-        if (freeName(save.directory, name) && stage(fileIn(save.directory, name), text->second)) {
+        const std::string path = pathOf(name);
+        if (freeName(name) &&
+            writeWhole(stagePath(path), path, encodeText(text->second, m_place.encoding))) {
             staged.push_back(name);
         }
     }
     for (const std::string& name : staged) {
-        const std::string path = fileIn(save.directory, name);
+        const std::string path = pathOf(name);
         if (m_pFiles->rename(stagePath(path), path)) {
             m_newest[name] = save.number;
         } else {
             m_pFiles->remove(stagePath(path));
         }
     }
-    if (!staged.empty()) m_pFiles->flushDirectory(save.directory);
+    if (!staged.empty()) m_pFiles->flushDirectory(m_place.directory);
 }
 
-bool CFileSaver::stage(const std::string& path, const std::string& text) {
-    const int file = m_pFiles->create(stagePath(path), path);
+bool CFileSaver::writeWhole(const std::string& path, const std::string& like,
+                            const std::string& bytes) {
+    const int file = m_pFiles->create(path, like);
     if (file < 0) return false;
-    const bool written =
-        m_pFiles->write(file, encodeText(text, m_eEncoding)) && m_pFiles->flush(file);
+    const bool written = m_pFiles->write(file, bytes) && m_pFiles->flush(file);
     const bool closed = m_pFiles->close(file);
     if (written && closed) return true;
-    m_pFiles->remove(stagePath(path));
+    m_pFiles->remove(path);
     return false;
 }
 
 // Makes sure that nothing is lost when the file goes.
-bool CFileSaver::freeName(const std::string& directory, const std::string& name) {
+bool CFileSaver::freeName(const std::string& name) {
     if (!m_unreadable.count(name)) return true;
-    const std::string path = fileIn(directory, name);
+    const std::string path = pathOf(name);
     std::string bytes;
     const IFileSystem::ERead read = m_pFiles->read(path, bytes);
     if (read == IFileSystem::ERead::Failed) return false;
     if (read == IFileSystem::ERead::Done && !decodeText(bytes)) {
         const std::optional<std::string> beside = freshNameBeside(path);
-        if (!beside) return false;
-        const int file = m_pFiles->create(*beside, path);
-        if (file < 0) return false;
-        const bool written = m_pFiles->write(file, bytes) && m_pFiles->flush(file);
-        if (!m_pFiles->close(file) || !written) {
-            m_pFiles->remove(*beside);
-            return false;
-        }
+        if (!beside || !writeWhole(*beside, path, bytes)) return false;
         VEX_INFO("TC::CLinkageManager::writedata", "file not readable : {0}, kept as {1}", path,
                  *beside);
     }
@@ -208,14 +202,14 @@ void CFileSaver::finish() {
     m_written.wait(lock, [&] { return m_nWriting == 0; });
 }
 
-void CFileSaver::remove(const std::string& directory, std::initializer_list<const char*> names) {
+void CFileSaver::remove(std::initializer_list<const char*> names) {
     const std::uint64_t number = ++m_nNumber;
     std::lock_guard lock(m_diskMutex);
     for (const char* name : names) {
         m_newest[name] = number;
-        if (freeName(directory, name)) m_pFiles->remove(fileIn(directory, name));
+        if (freeName(name)) m_pFiles->remove(pathOf(name));
     }
-    m_pFiles->flushDirectory(directory);
+    m_pFiles->flushDirectory(m_place.directory);
 }
 
 }  // namespace TC

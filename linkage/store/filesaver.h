@@ -3,6 +3,7 @@
 #include "linkage/core/door.h"
 #include "linkage/core/mutex.h"
 #include "linkage/export.h"
+#include "linkage/store/csvfiles.h"
 #include "linkage/store/fileencoding.h"
 #include "linkage/store/filesystem.h"
 
@@ -54,24 +55,29 @@ public:
 
     using StartThread = std::function<boost::thread(std::function<void()>)>;
 
+    /// Where and how the files are kept.
+    struct Place {
+        std::string directory;
+        EFileEncoding encoding = EFileEncoding::Utf8;
+    };
+
     /// `mutex` is the manager's lock and `door` its door; both outlive the saver.
-    CFileSaver(CRecursiveMutex& mutex, boost::shared_ptr<CDoor> door, Composer composer,
-               EFileEncoding encoding, std::unique_ptr<IFileSystem> files,
-               StartThread startThread = {});
+    CFileSaver(CRecursiveMutex& mutex, boost::shared_ptr<CDoor> door, Place place,
+               Composer composer, std::unique_ptr<IFileSystem> files, StartThread startThread = {});
     /// Drops what is still asked for; call finish() first.
     ~CFileSaver();
     CFileSaver(const CFileSaver&) = delete;
     CFileSaver& operator=(const CFileSaver&) = delete;
 
     /// The text of a file; nothing when it is missing or cannot be read.
-    std::optional<std::string> load(const std::string& directory, const std::string& name);
+    std::optional<std::string> load(const std::string& name);
 
     /// Ask for all three files, or for the statistics with the balance times. Nothing
     /// happens when the directory cannot be made. Throws boost::thread_resource_error
     /// when the thread cannot be started; the request then stands and is served with the
     /// next one or by finish().
-    void saveAll(const std::string& directory, bool withTime);
-    void saveBalanceTimes(const std::string& directory);
+    void saveAll(bool withTime);
+    void saveBalanceTimes();
 
     /// Serves what is still asked for and waits until it, and what other threads are
     /// writing, is on disk or has failed. Never waits for a thread that waits for the
@@ -80,37 +86,36 @@ public:
 
     /// Removes files. Hold the manager's lock and change the manager's state under the
     /// same hold; waits for a write in progress.
-    void remove(const std::string& directory, std::initializer_list<const char*> names);
+    void remove(std::initializer_list<const char*> names);
 
 private:
     /// What is asked for. All files supersede a wish for the balance times made earlier,
     /// because both write the statistics and the last one decides.
     struct Wishes {
-        std::string directory;
         std::optional<bool> all;  ///< with time
         bool balanceTimes = false;
     };
     struct Save {
-        std::string directory;
         std::uint64_t number = 0;
         Texts texts;
     };
     struct Writing;
 
     template <class Note>
-    void ask(const std::string& directory, Note note);
+    void ask(Note note);
     void run();
     bool serve(bool onSaveThread);
     std::optional<Wishes> take(bool onSaveThread);
     void commit(const Save& save);
-    bool stage(const std::string& path, const std::string& text);
-    bool freeName(const std::string& directory, const std::string& name);
+    std::string pathOf(const std::string& name) const;
+    bool writeWhole(const std::string& path, const std::string& like, const std::string& bytes);
+    bool freeName(const std::string& name);
     std::optional<std::string> freshNameBeside(const std::string& path);
 
     CRecursiveMutex& m_managerMutex;
     const boost::shared_ptr<CDoor> m_pDoor;
+    const Place m_place;
     const Composer m_composer;
-    const EFileEncoding m_eEncoding;
     const std::unique_ptr<IFileSystem> m_pFiles;
     const StartThread m_startThread;
 

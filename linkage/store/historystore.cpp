@@ -1,7 +1,6 @@
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/door.h"
-#include "linkage/store/balancedirectory.h"
-#include "linkage/store/csvfiles.h"
+#include "linkage/core/orderrule.h"
 #include "linkage/store/filesaver.h"
 #include "linkage/store/historystate.h"
 #include "platform/log.h"
@@ -18,8 +17,8 @@ namespace {
 // that the figures were read from.
 void addFigures(LinkagePeriodExtData& record, const EffectiveFigures& figures, double closeValue) {
     DealFigures& deals = record.deals();
-    deals.m_nSellVolume += figures.sellVolume;
-    deals.m_nBuyVolume += figures.buyVolume;
+    deals.m_nSellVolume = wrapAdd(deals.m_nSellVolume, figures.sellVolume);
+    deals.m_nBuyVolume = wrapAdd(deals.m_nBuyVolume, figures.buyVolume);
     deals.m_dBuyAmount += figures.buyAmount;
     deals.m_dSellAmount += figures.sellAmount;
     record.m_dCloseValue += closeValue;
@@ -139,7 +138,7 @@ void CLinkageManager::deleteAllHisTorydata() {
     m_pHistory->m_historyStatData.set({});
     m_pHistory->m_historyLinkageData.clear();
     m_pHistory->m_alreadyAddedKeys.clear();
-    m_pSaver->remove(balanceDirectory(), {csv::STAT_FILE, csv::BALANCE_FILE});
+    m_pSaver->remove({STAT_FILE, BALANCE_FILE});
     sigHistoryCleared();
 }
 

@@ -1,7 +1,6 @@
 #include "linkage/balance/balancestate.h"
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/daykey.h"
-#include "linkage/store/balancedirectory.h"
 #include "linkage/store/csvfiles.h"
 #include "linkage/store/filesaver.h"
 #include "linkage/store/historystate.h"
@@ -50,14 +49,13 @@ void takeDetailRows(const std::string& text, HistoryState& history) {
 
 void CLinkageManager::readFromFile() {
     const CLock lock(m_mutex);
-    const std::string directory = balanceDirectory();
-    if (const auto text = m_pSaver->load(directory, csv::STAT_FILE)) {
+    if (const auto text = m_pSaver->load(STAT_FILE)) {
         takeStatRows(*text, *m_pHistory, *m_pBalance);
     }
-    if (const auto text = m_pSaver->load(directory, csv::BALANCE_FILE)) {
+    if (const auto text = m_pSaver->load(BALANCE_FILE)) {
         takeBalanceRows(*text, *m_pHistory);
     }
-    if (const auto text = m_pSaver->load(directory, csv::DETAIL_FILE)) {
+    if (const auto text = m_pSaver->load(DETAIL_FILE)) {
         takeDetailRows(*text, *m_pHistory);
     }
 }

@@ -1,10 +1,12 @@
 #include "linkage/balance/balancestate.h"
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/daykey.h"
-#include "linkage/store/balancedirectory.h"
 #include "linkage/store/csvfiles.h"
 #include "linkage/store/filesaver.h"
 #include "linkage/store/historystate.h"
+#include "platform/services/clientconfig.h"
+
+#include <QFile>
 
 namespace TC {
 
@@ -43,26 +45,39 @@ std::string detailText(const HistoryState& history, const std::string& today) {
 
 }  // namespace
 
-void CLinkageManager::writedata(bool withTime) {
-    m_pSaver->saveAll(balanceDirectory(), withTime);
+// Everybody who reads, writes or removes a data file does it through the saver, so that
+// all of them mean the same three files of this directory.
+std::unique_ptr<CFileSaver> CLinkageManager::makeSaver() {
+    const QString directory = getDataDir() + "/" + "Balance";
+    const std::string encoding = utils::CSingletonT<CAppConfig>::instance()->fileEncoding();
+    return std::make_unique<CFileSaver>(
+        m_mutex, m_pDoor,
+        CFileSaver::Place{QFile::encodeName(directory).toStdString(), fileEncodingFrom(encoding)},
+        CFileSaver::Composer{[this](bool withTime) { return writeToFile(withTime); },
+                             [this] { return writeBlanaceTimeToFile(); }},
+        std::make_unique<CDiskFiles>());
 }
 
-void CLinkageManager::writeBlanaceTime() { m_pSaver->saveBalanceTimes(balanceDirectory()); }
+void CLinkageManager::writedata(bool withTime) { m_pSaver->saveAll(withTime); }
+
+void CLinkageManager::writeBlanaceTime() { m_pSaver->saveBalanceTimes(); }
+
+void CLinkageManager::finishSaves() { m_pSaver->finish(); }
 
 std::map<std::string, std::string> CLinkageManager::writeToFile(bool withTime) {
     const CLock lock(m_mutex);
     const std::string today = todayText();
     m_pHistory->m_strWriteTime = withTime ? nowText() : csv::dayStamp(today);
     // This writer leaves the balance times out of the file; it always has.
-    return {{csv::STAT_FILE, statText(*m_pHistory, {})},
-            {csv::BALANCE_FILE, balanceText(*m_pHistory, m_bClientType3)},
-            {csv::DETAIL_FILE, detailText(*m_pHistory, today)}};
+    return {{STAT_FILE, statText(*m_pHistory, {})},
+            {BALANCE_FILE, balanceText(*m_pHistory, m_bClientType3)},
+            {DETAIL_FILE, detailText(*m_pHistory, today)}};
 }
 
 std::map<std::string, std::string> CLinkageManager::writeBlanaceTimeToFile() {
     const CLock lock(m_mutex);
     m_pHistory->m_strWriteTime = csv::dayStamp(todayText());
-    return {{csv::STAT_FILE,
+    return {{STAT_FILE,
              statText(*m_pHistory, csv::timesByHistoryKey(m_pBalance->m_balanceTimes.get()))}};
 }
 

@@ -1,0 +1,118 @@
+#include "linkage/core/asyncstate.h"
+#include "linkage/core/clinkagemanager.h"
+#include "linkage/core/daykey.h"
+#include "linkage/core/guarded.h"
+#include "linkage/core/ledger.h"
+#include "linkage/core/published.h"
+#include "linkage/stats/periodcurves.h"
+#include "linkage/stats/valuerule.h"
+#include "platform/services/quoteclient.h"
+#include "platform/utils/clock.h"
+#include "platform/utils/text.h"
+
+namespace TC {
+
+namespace {
+
+constexpr std::int64_t EXT_MICROS = 10'000'000;
+
+using Minutes = std::map<int, LinkagePeriodTradeData>;
+
+void addMinutes(const CLedger& ledger, const Figures& figures, Minutes& minutes) {
+    ledger.forEachMinute(figures, [&](int minute, const LinkagePeriodTradeData& deals) {
+        LinkagePeriodTradeData& sum = minutes[minute];
+        sum.m_nBuyVolume += deals.m_nBuyVolume;
+        sum.m_nSellVolume += deals.m_nSellVolume;
+        sum.m_dBuyAmount += deals.m_dBuyAmount;
+        sum.m_dSellAmount += deals.m_dSellAmount;
+        sum.m_dCommission += deals.m_dCommission;
+    });
+}
+
+}  // namespace
+
+void CLinkageManager::runExtCalculator() {
+    const CLock lock(m_mutex);
+    if (!m_bInited || !m_pCurves->isWanted()) return;
+    for (const auto& [account, stocks] : m_pCurves->takeMarkers()) {
+        for (const auto& [stock, minute] : stocks) renewPeriodTotals(account, stock, minute);
+    }
+    requestQuote();
+
+    // Switched off and on again, the wait of the run before may still be there.
+    const std::uint64_t run = ++m_pCurves->m_nRun;
+    armTimer(*m_pAsync->m_extTimer, *m_pAsync->m_strand, EXT_MICROS, guarded([this, run] {
+        const CLock runLock(m_mutex);
+        if (m_pCurves->m_nRun == run) runExtCalculator();
+    }));
+}
+
+void CLinkageManager::renewPeriodTotals(const std::string& accountKey, const std::string& stockKey,
+                                        int from) {
+    CPeriodCurves::ByStrategy& totals = m_pCurves->totalsOf(accountKey, stockKey);
+    // Deals without strategy stand under "" in the ledger; here "" is the account as a
+    // whole, as in every other figure.
+    Minutes wide;
+    for (const auto& [strategy, figures] : m_pLedger->figuresOfStock(accountKey, stockKey)) {
+        addMinutes(*m_pLedger, *figures, wide);
+        if (strategy.empty()) continue;
+        Minutes own;
+        addMinutes(*m_pLedger, *figures, own);
+        renewTotals(totals[strategy], own, from);
+    }
+    renewTotals(totals[std::string()], wide, from);
+    renewCloseValues(stockKey);
+}
+
+void CLinkageManager::renewCloseValues(const std::string& stockKey) {
+    const CPeriodCurves::Closes* const closes = m_pCurves->findCloses(stockKey);
+    if (!closes) return;
+    const double close = closes->rbegin()->second;
+    m_pLedger->forEachOfStock(stockKey, [&](Figures& figures) {
+        const std::int32_t net = effectiveFigures(figures.record, m_bClientType3).net();
+        figures.record.m_dCloseValue = positionValueOf(net, close);
+    });
+}
+
+void CLinkageManager::requestQuote() {
+    const CLock lock(m_mutex);
+    const std::string day = m_pTradeDate->get();
+    const DayMoment moment = dayMoment(nowText(), day);
+    for (const std::string& stock :
+         m_pCurves->takeDueStocks(moment, utils::currentClock().nowMicros())) {
+        const auto answer = [this, stock, day,
+                             finished = moment.finished](const std::vector<CMinuteBar>& bars) {
+            post(
+                [this, stock, day, finished, bars] { onRequestQuote(stock, day, finished, bars); });
+        };
+        utils::CManualSingletonT<CQuoteClient>::instance()->queryMinuteBars(Pim::sToQs(stock), day,
+                                                                            guarded(answer));
+    }
+}
+
+void CLinkageManager::onRequestQuote(const std::string& stockKey, const std::string& day,
+                                     int finished, const std::vector<CMinuteBar>& bars) {
+    const CLock lock(m_mutex);
+    if (day != m_pTradeDate->get()) return;
+    if (m_pCurves->addBars(stockKey, finished, bars)) renewCloseValues(stockKey);
+}
+
+std::map<int, PeriodPoint> CLinkageManager::getPeriodCurve(const std::string& accountKey,
+                                                           const std::string& strategy) const {
+    const CLock lock(m_mutex);
+    if (!m_pCurves->hasRunToday()) return {};
+    std::vector<CurveStock> stocks;
+    for (const auto& [key, record] : m_pLedger->figuresOf(accountKey, strategy)) {
+        CurveStock& stock = stocks.emplace_back();
+        stock.totals = m_pCurves->findTotals(accountKey, key, strategy);
+        stock.closes = m_pCurves->findCloses(key);
+        stock.rule = valueRule(key);
+        const auto latest = m_pCurves->m_lastPrices.find(key);
+        if (latest != m_pCurves->m_lastPrices.end()) stock.latest = latest->second;
+        stock.figures = effectiveFigures(*record, m_bClientType3);
+        stock.commission = record->deals().m_dCommission;
+    }
+    return periodCurve(stocks, dayMoment(nowText(), m_pTradeDate->get()).running);
+}
+
+}  // namespace TC

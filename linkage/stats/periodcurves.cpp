@@ -1,0 +1,105 @@
+#include "linkage/stats/periodcurves.h"
+
+#include <cmath>
+#include <utility>
+
+namespace TC {
+
+namespace {
+
+constexpr std::int64_t ASK_AGAIN_MICROS = 60'000'000;
+
+}  // namespace
+
+void CPeriodCurves::newDay() {
+    m_quoteRequests.clear();
+    m_markers.clear();
+    m_bars.clear();
+    m_totals.clear();
+    m_bRunToday = false;
+    ++m_nMarkerEpoch;
+    ++m_nRequestEpoch;
+}
+
+void CPeriodCurves::forgetAccount(const std::string& accountKey) {
+    m_totals.erase(accountKey);
+    if (m_markers.erase(accountKey) > 0) ++m_nMarkerEpoch;
+}
+
+void CPeriodCurves::describe(ManagerState& state) const {
+    state.historyPrices = m_historyPrices;
+    for (const auto& [stock, request] : m_quoteRequests) state.quoteRequests.insert(stock);
+}
+
+std::map<std::string, std::map<std::string, int>> CPeriodCurves::takeMarkers() {
+    m_bRunToday = true;
+    ++m_nMarkerEpoch;
+    return std::exchange(m_markers, {});
+}
+
+CPeriodCurves::ByStrategy& CPeriodCurves::totalsOf(const std::string& accountKey,
+                                                   const std::string& stockKey) {
+    m_bars.try_emplace(stockKey);
+    return m_totals[accountKey][stockKey];
+}
+
+const PeriodTotals* CPeriodCurves::findTotals(const std::string& accountKey,
+                                              const std::string& stockKey,
+                                              const std::string& strategy) const {
+    const auto account = m_totals.find(accountKey);
+    if (account == m_totals.end()) return nullptr;
+    const auto stock = account->second.find(stockKey);
+    if (stock == account->second.end()) return nullptr;
+    const auto totals = stock->second.find(strategy);
+    return totals == stock->second.end() ? nullptr : &totals->second;
+}
+
+bool CPeriodCurves::isDue(const Bars& bars, const DayMoment& moment, std::int64_t nowMicros) {
+    const int newest = tradingMinuteAt(moment.finished);
+    if (newest == 0 || bars.tradingMinutes >= countTradingMinutes(newest)) return false;
+    if (bars.askedFinished < newest && bars.closes.count(newest) == 0) return true;
+    return nowMicros - bars.askedMicros >= ASK_AGAIN_MICROS;
+}
+
+std::vector<std::string> CPeriodCurves::takeDueStocks(const DayMoment& moment,
+                                                      std::int64_t nowMicros) {
+    std::vector<std::string> due;
+    for (auto& [stock, bars] : m_bars) {
+        if (!isDue(bars, moment, nowMicros)) continue;
+        bars.askedFinished = moment.finished;
+        bars.askedMicros = nowMicros;
+        due.push_back(stock);
+    }
+    return due;
+}
+
+bool CPeriodCurves::addBars(const std::string& stockKey, int finished,
+                            const std::vector<CMinuteBar>& bars) {
+    const auto followed = m_bars.find(stockKey);
+    if (followed == m_bars.end()) return false;
+    Bars& held = followed->second;
+    const bool newest = finished >= held.answered;
+    if (newest) held.answered = finished;
+    bool changed = false;
+    for (const CMinuteBar& bar : bars) {
+        if (bar.m_nMinute > finished || !std::isfinite(bar.m_dClose) || !(bar.m_dClose > 0.0)) {
+            continue;
+        }
+        const auto [at, isNew] = held.closes.try_emplace(bar.m_nMinute, bar.m_dClose);
+        if (isNew) {
+            held.tradingMinutes += isTradingMinute(bar.m_nMinute);
+            changed = true;
+        } else if (newest && at->second != bar.m_dClose) {
+            at->second = bar.m_dClose;
+            changed = true;
+        }
+    }
+    return changed;
+}
+
+const CPeriodCurves::Closes* CPeriodCurves::findCloses(const std::string& stockKey) const {
+    const auto bars = m_bars.find(stockKey);
+    return bars == m_bars.end() || bars->second.closes.empty() ? nullptr : &bars->second.closes;
+}
+
+}  // namespace TC

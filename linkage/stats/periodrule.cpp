@@ -1,0 +1,174 @@
+#include "linkage/stats/periodrule.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+#include <set>
+
+namespace TC {
+
+int tradingMinuteAt(int minute) {
+    if (minute < FIRST_MINUTE) return 0;
+    return isPauseMinute(minute) ? NOON_MINUTE : std::min(minute, LAST_MINUTE);
+}
+
+int countTradingMinutes(int minute) {
+    const int last = tradingMinuteAt(minute);
+    if (last == 0) return 0;
+    const int pause = last > NOON_MINUTE ? AFTERNOON_MINUTE - NOON_MINUTE - 1 : 0;
+    return last - FIRST_MINUTE + 1 - pause;
+}
+
+DayMoment dayMoment(const std::string& now, const std::string& tradeDate) {
+    const int order = now.compare(0, 8, tradeDate);
+    if (order < 0) return {};
+    if (order > 0) return {LAST_MINUTE, LAST_MINUTE};
+    const int time = std::atoi(now.c_str() + 8);
+    return {time / 10000 * 60 + time / 100 % 100, tradingMinuteAt(dealMinute(time))};
+}
+
+namespace {
+
+void add(LinkagePeriodTradeData& total, const LinkagePeriodTradeData& deals) {
+    total.m_nBuyVolume += deals.m_nBuyVolume;
+    total.m_nSellVolume += deals.m_nSellVolume;
+    total.m_dBuyAmount += deals.m_dBuyAmount;
+    total.m_dSellAmount += deals.m_dSellAmount;
+    total.m_dCommission += deals.m_dCommission;
+}
+
+}  // namespace
+
+void renewTotals(PeriodTotals& totals, const std::map<int, LinkagePeriodTradeData>& deals,
+                 int from) {
+    totals.erase(totals.lower_bound(from), totals.end());
+    const LinkagePeriodTradeData* const before = findPrevExtData(totals, from - 1);
+    LinkagePeriodTradeData total = before ? *before : LinkagePeriodTradeData();
+    for (auto minute = deals.lower_bound(from); minute != deals.end(); ++minute) {
+        add(total, minute->second);
+        totals.emplace_hint(totals.end(), minute->first, total);
+    }
+}
+
+namespace {
+
+bool hasTotals(const CurveStock& stock) { return stock.totals && !stock.totals->empty(); }
+bool hasCloses(const CurveStock& stock) { return stock.closes && !stock.closes->empty(); }
+
+bool hasTraded(const CurveStock& stock) {
+    return stock.figures.buyVolume != 0 || stock.figures.sellVolume != 0;
+}
+
+std::vector<int> curveMinutes(const std::vector<CurveStock>& stocks, int running) {
+    std::set<int> minutes;
+    int first = std::numeric_limits<int>::max();
+    int last = running;
+    bool anything = false;
+    for (const CurveStock& stock : stocks) {
+        anything = anything || hasTotals(stock) || hasTraded(stock);
+        if (!hasTotals(stock)) continue;
+        first = std::min(first, stock.totals->begin()->first);
+        for (const auto& [minute, total] : *stock.totals) {
+            if (!isPauseMinute(minute)) minutes.insert(minute);
+            // The exchange's clock may be ahead of ours.
+            if (isTradingMinute(minute)) last = std::max(last, minute);
+        }
+    }
+    for (int minute = std::max(first, FIRST_MINUTE); minute <= last; ++minute) {
+        if (isTradingMinute(minute)) minutes.insert(minute);
+    }
+    if (minutes.empty() && anything && running > 0) minutes.insert(running);
+    return {minutes.begin(), minutes.end()};
+}
+
+/// Walks one stock through the minutes of a curve, in their order.
+class CStockWalk {
+public:
+    explicit CStockWalk(const CurveStock& stock)
+        : m_stock(stock), m_bValued(hasCloses(stock) || stock.latest) {
+        if (hasTotals(stock)) m_nextTotal = stock.totals->begin();
+        if (hasCloses(stock)) m_nextClose = stock.closes->begin();
+        if (m_bValued) setPrice(openingPrice());
+    }
+
+    void addMinute(int minute, PeriodPoint& point) {
+        if (!hasTotals(m_stock)) return;
+        for (; m_nextTotal != m_stock.totals->end() && m_nextTotal->first <= minute;
+             ++m_nextTotal) {
+            m_pTotal = &m_nextTotal->second;
+        }
+        if (!m_pTotal) return;
+        moveToClose(minute);
+        addFigures(*m_pTotal, point);
+    }
+
+    void addPresent(int minute, PeriodPoint& point) {
+        const EffectiveFigures& now = m_stock.figures;
+        if (m_stock.latest) {
+            setPrice(*m_stock.latest);
+        } else {
+            moveToClose(minute);
+        }
+        addFigures(
+            {now.buyVolume, now.sellVolume, now.buyAmount, now.sellAmount, m_stock.commission},
+            point);
+    }
+
+private:
+    double openingPrice() const {
+        if (m_stock.rule.reference > 0.0) return m_stock.rule.reference;
+        return hasCloses(m_stock) ? m_stock.closes->begin()->second : *m_stock.latest;
+    }
+
+    void moveToClose(int minute) {
+        if (!hasCloses(m_stock)) return;
+        for (; m_nextClose != m_stock.closes->end() && m_nextClose->first <= minute;
+             ++m_nextClose) {
+            if (m_nextClose->second != m_prices.price) setPrice(m_nextClose->second);
+        }
+    }
+
+    void setPrice(double price) { m_prices = m_stock.rule.at(price); }
+
+    void addFigures(const LinkagePeriodTradeData& total, PeriodPoint& point) const {
+        point.buyVolume += total.m_nBuyVolume;
+        point.sellVolume += total.m_nSellVolume;
+        point.buyAmount += total.m_dBuyAmount;
+        point.sellAmount += total.m_dSellAmount;
+        point.commission += total.m_dCommission;
+        if (!m_bValued) return;
+        const auto net = static_cast<std::int32_t>(total.m_nBuyVolume - total.m_nSellVolume);
+        point.profit +=
+            profitOf(net, total.m_dBuyAmount, total.m_dSellAmount, total.m_dCommission, m_prices);
+        point.positionValue += positionValueOf(net, m_prices.price);
+    }
+
+    const CurveStock& m_stock;
+    const bool m_bValued;
+    ValuePrices m_prices;
+    const LinkagePeriodTradeData* m_pTotal = nullptr;
+    PeriodTotals::const_iterator m_nextTotal;
+    std::map<int, double>::const_iterator m_nextClose;
+};
+
+}  // namespace
+
+std::map<int, PeriodPoint> periodCurve(const std::vector<CurveStock>& stocks, int running) {
+    const std::vector<int> minutes = curveMinutes(stocks, running);
+    std::map<int, PeriodPoint> curve;
+    if (minutes.empty()) return curve;
+    std::vector<PeriodPoint> points(minutes.size());
+    for (const CurveStock& stock : stocks) {
+        CStockWalk walk(stock);
+        for (std::size_t at = 0; at + 1 < minutes.size(); ++at) {
+            walk.addMinute(minutes[at], points[at]);
+        }
+        walk.addPresent(minutes.back(), points.back());
+    }
+    for (std::size_t at = 0; at < minutes.size(); ++at) {
+        curve.emplace_hint(curve.end(), minutes[at], points[at]);
+    }
+    return curve;
+}
+
+}  // namespace TC

@@ -1,0 +1,194 @@
+#include "linkage/core/asyncstate.h"
+#include "linkage/core/clinkagemanager.h"
+#include "linkage/core/daykey.h"
+#include "linkage/core/ledger.h"
+#include "linkage/core/published.h"
+#include "linkage/stats/periodcurves.h"
+#include "linkage/stats/totalsrule.h"
+#include "linkage/stats/valuerule.h"
+#include "platform/utils/keys.h"
+#include "platform/utils/text.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace TC {
+
+namespace {
+
+bool selects(const std::set<std::string>& keys, const std::string& key) {
+    return keys.empty() || keys.count(key) > 0;
+}
+
+std::set<std::string> keySet(const QList<QString>& texts) {
+    std::set<std::string> keys;
+    for (const QString& text : texts) keys.insert(text.toStdString());
+    return keys;
+}
+
+TradedValue valueOf(const LinkagePeriodExtData& record, bool clientType3) {
+    const DealFigures& deals = record.deals();
+    return {effectiveFigures(record, clientType3), deals.m_dCommission, deals.m_dProfit,
+            deals.m_dPositionValue};
+}
+
+}  // namespace
+
+template <class Visit>
+void CLinkageManager::forEachTotal(const std::set<std::string>& accountKeys,
+                                   const std::set<std::string>& strategies,
+                                   const std::set<std::string>& stockKeys, Visit visit) const {
+    const std::vector<CLedger::Selected> rows = m_pLedger->selectFigures(accountKeys, stockKeys);
+    for (std::size_t first = 0; first < rows.size();) {
+        // One stock of one account: the account-wide record, then those of strategies.
+        std::size_t end = first;
+        std::vector<TradedValue> named;
+        TradedValue wide;
+        for (; end < rows.size() && *rows[end].account == *rows[first].account &&
+               *rows[end].stock == *rows[first].stock;
+             ++end) {
+            const TradedValue value = valueOf(*rows[end].record, m_bClientType3);
+            if (rows[end].strategy->empty()) {
+                wide = value;
+                continue;
+            }
+            named.push_back(value);
+            if (selects(strategies, *rows[end].strategy)) visit(value);
+        }
+        if (selects(strategies, std::string())) {
+            const std::string& stock = *rows[first].stock;
+            visit(remainder(wide, named, [&]() -> std::optional<ValuePrices> {
+                const auto last = m_pCurves->m_lastPrices.find(stock);
+                if (last == m_pCurves->m_lastPrices.end()) return std::nullopt;
+                return valueRule(stock).at(last->second);
+            }));
+        }
+        first = end;
+    }
+}
+
+std::map<int, double> CLinkageManager::getTotalProfits(const std::set<std::string>& accountKeys,
+                                                       const std::set<std::string>& strategies,
+                                                       const std::set<std::string>& stockKeys,
+                                                       bool) const {
+    const CLock lock(m_mutex);
+    double total = 0.0;
+    forEachTotal(accountKeys, strategies, stockKeys,
+                 [&](const TradedValue& value) { total += value.profit; });
+    return {{dayKey(m_pTradeDate->get()), total}};
+}
+
+std::map<int, double> CLinkageManager::getTotalBalances(const std::set<std::string>& accountKeys,
+                                                        const std::set<std::string>& strategies,
+                                                        const std::set<std::string>& stockKeys,
+                                                        bool) const {
+    const CLock lock(m_mutex);
+    double total = 0.0;
+    forEachTotal(accountKeys, strategies, stockKeys,
+                 [&](const TradedValue& value) { total += value.positionValue; });
+    return {{dayKey(m_pTradeDate->get()), total}};
+}
+
+std::map<int, std::pair<double, double>> CLinkageManager::getTotalBuySellAmounts(
+    const std::set<std::string>& accountKeys, const std::set<std::string>& strategies,
+    const std::set<std::string>& stockKeys, bool todayOnly) const {
+    const CLock lock(m_mutex);
+    const int today = dayKey(m_pTradeDate->get());
+    std::map<int, std::pair<double, double>> totals;
+    if (!todayOnly) {
+        totals = m_pLedger->amountsOfDeals(accountKeys, strategies, stockKeys, today);
+    }
+    auto& [bought, sold] = totals[today];
+    forEachTotal(accountKeys, strategies, stockKeys, [&](const TradedValue& value) {
+        bought += value.figures.buyAmount;
+        sold += value.figures.sellAmount;
+    });
+    return totals;
+}
+
+double CLinkageManager::getDealAmplitude(const std::set<std::string>& accountKeys,
+                                         const std::set<std::string>& stockKeys) const {
+    const CLock lock(m_mutex);
+    return m_pLedger->largestDealAmplitude(accountKeys, stockKeys);
+}
+
+double CLinkageManager::getOrderAmplitude(const std::set<std::string>& accountKeys,
+                                          const std::set<std::string>& stockKeys) const {
+    const CLock lock(m_mutex);
+    return m_pLedger->largestOrderAmplitude(accountKeys, stockKeys);
+}
+
+int CLinkageManager::getOrderNumberByPrice(const QString& strategy, double price,
+                                           double tick) const {
+    const CLock lock(m_mutex);
+    return m_pLedger->lotsAtLevel(strategy.toStdString(), priceLevel(price, tick));
+}
+
+void CLinkageManager::getPositionNumber(const QString& stockKey, QList<QString>& accountIds,
+                                        QList<int>& volumes, QList<int>& availables,
+                                        const QList<QString>& accountKeys) const {
+    const std::set<std::string> wanted = keySet(accountKeys);
+    accountIds.clear();
+    volumes.clear();
+    availables.clear();
+    const CLock lock(m_mutex);
+    const auto stock = m_pLedger->m_positions.find(stockKey.toStdString());
+    if (stock == m_pLedger->m_positions.end()) return;
+    for (const auto& [key, positions] : stock->second) {
+        const auto account = m_pAsync->m_accounts.find(key);
+        if (positions.empty() || account == m_pAsync->m_accounts.end() || !selects(wanted, key)) {
+            continue;
+        }
+        std::int32_t volume = 0;
+        std::int32_t available = 0;
+        for (const auto& [record, position] : positions) {
+            volume = wrapAdd(volume, position->m_nVolume);
+            available = wrapAdd(available, position->m_nAvailable);
+        }
+        accountIds.append(Pim::sToQs(account->second->m_strID));
+        volumes.append(volume);
+        availables.append(available);
+    }
+}
+
+int CLinkageManager::getTaskItemFinishNumber(const boost::shared_ptr<vexservice::CTaskDetail>& task,
+                                             const std::string& stockKey) const {
+    std::int32_t traded = 0;
+    if (!task) return traded;
+    for (const auto& item : task->m_items) {
+        if (item && utils::zorStockKey(item->m_strMarket, item->m_strCode) == stockKey) {
+            traded = wrapAdd(traded, item->m_nTradedVolume);
+        }
+    }
+    return traded;
+}
+
+bool CLinkageManager::getAccounts(const QList<QString>& accountIds,
+                                  std::set<std::string>& accountKeys) const {
+    std::set<std::string> missing = keySet(accountIds);
+    const std::set<std::string> wanted = missing;
+    const CLock lock(m_mutex);
+    for (const auto& [key, account] : m_pAsync->m_accounts) {
+        if (wanted.count(account->m_strID) == 0) continue;
+        accountKeys.insert(key);
+        missing.erase(account->m_strID);
+    }
+    return missing.empty();
+}
+
+void CLinkageManager::getTradeStatDatas(
+    const std::list<std::string>& accountKeys, const std::string& strategy,
+    std::map<std::string, std::map<std::string, FiguresPtr>>& out) const {
+    out.clear();
+    const auto take = [&](const std::string& account) {
+        auto figures = m_pLedger->figuresOf(account, strategy);
+        if (!figures.empty()) out[account] = std::move(figures);
+    };
+    if (accountKeys.empty()) {
+        for (const std::string& account : m_pLedger->accountKeys()) take(account);
+    } else {
+        for (const std::string& account : accountKeys) take(account);
+    }
+}
+
+}  // namespace TC

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "linkage/core/types.h"
+#include "linkage/stats/profitrule.h"
+
+#include <optional>
+#include <vector>
+
+namespace TC {
+
+/// What a record adds to a total.
+struct TradedValue {
+    EffectiveFigures figures;
+    double commission = 0.0;
+    double profit = 0.0;
+    double positionValue = 0.0;
+};
+
+/// What the account-wide figures of a stock have beyond those of the account's
+/// strategies. Without any strategy that is the account-wide record itself; otherwise it
+/// is valued by the profit rule, because neither profits at a price limit nor position
+/// values of opposite positions can be subtracted. A side with no volume left has no
+/// amount left; subtraction would leave the rounding of its terms.
+template <class PricesNow>
+TradedValue remainder(const TradedValue& wide, const std::vector<TradedValue>& named,
+                      PricesNow pricesNow) {
+    if (named.empty()) return wide;
+    TradedValue rest{wide.figures, wide.commission};
+    EffectiveFigures& figures = rest.figures;
+    for (const TradedValue& value : named) {
+        figures.buyVolume = wrapSub(figures.buyVolume, value.figures.buyVolume);
+        figures.sellVolume = wrapSub(figures.sellVolume, value.figures.sellVolume);
+        figures.buyAmount -= value.figures.buyAmount;
+        figures.sellAmount -= value.figures.sellAmount;
+        rest.commission -= value.commission;
+    }
+    if (figures.buyVolume == 0) figures.buyAmount = 0.0;
+    if (figures.sellVolume == 0) figures.sellAmount = 0.0;
+    if (figures.buyVolume == 0 && figures.sellVolume == 0) return {};
+    const std::optional<ValuePrices> prices = pricesNow();
+    if (!prices) return rest;
+    rest.profit =
+        profitOf(figures.net(), figures.buyAmount, figures.sellAmount, rest.commission, *prices);
+    rest.positionValue = positionValueOf(figures.net(), prices->price);
+    return rest;
+}
+
+}  // namespace TC

@@ -1,0 +1,102 @@
+#include "linkage/core/clinkagemanager.h"
+#include "linkage/core/intake.h"
+#include "linkage/core/orderrule.h"
+#include "linkage/store/csvfiles.h"
+#include "linkage/store/historystate.h"
+#include "platform/log.h"
+#include "platform/records/dealdetail.h"
+#include "platform/records/orderdetail.h"
+#include "platform/records/taskdetail.h"
+
+#include <boost/thread/exceptions.hpp>
+
+namespace TC {
+
+namespace {
+
+template <class Record>
+void keepRunning(HistoryState::Running<Record>& running, const std::string& accountKey,
+                 const std::string& strategy, const boost::shared_ptr<Record>& record, bool runs) {
+    if (runs) {
+        running[accountKey][strategy][record->recordKey()] = record;
+        return;
+    }
+    const auto account = running.find(accountKey);
+    if (account == running.end()) return;
+    const auto records = account->second.find(strategy);
+    if (records != account->second.end()) records->second.erase(record->recordKey());
+}
+
+template <class Record>
+void keepRunningOf(HistoryState::Running<Record>& running, const std::string& accountKey,
+                   const boost::shared_ptr<Record>& record, bool runs) {
+    const std::string& strategy = strategyOf(record->m_pCommand.get());
+    keepRunning(running, accountKey, strategy, record, runs);
+    if (!strategy.empty()) keepRunning(running, accountKey, std::string(), record, runs);
+}
+
+// A deal that balances history counts on its own side, so that both sides meet.
+void addDeal(LinkagePeriodExtData& record, const vexservice::CDealDetail& deal, bool buys,
+             double commission, bool bySums) {
+    DealFigures& deals = record.deals();
+    auto& volume = buys ? deals.m_nBuyVolume : deals.m_nSellVolume;
+    auto& amount = buys ? deals.m_dBuyAmount : deals.m_dSellAmount;
+    volume = wrapAdd(volume, deal.m_nVolume);
+    amount += deal.m_dAmount;
+    deals.m_dCommission += commission;
+    if (!bySums) return;
+    (buys ? record.m_buyVolumes : record.m_sellVolumes).replace(0, deal.m_nVolume);
+    (buys ? record.m_buyAmounts : record.m_sellAmounts).replace(0.0, deal.m_dAmount);
+}
+
+void addDeal(TradeStatData& record, const vexservice::CDealDetail& deal, bool buys) {
+    (buys ? record.m_nTotalBuyVolume : record.m_nTotalSellVolume) += deal.m_nVolume;
+    (buys ? record.m_dTotalBuyAmount : record.m_dTotalSellAmount) += deal.m_dAmount;
+}
+
+}  // namespace
+
+void CLinkageManager::doHistoryOrder(const boost::shared_ptr<vexservice::COrderDetail>& order,
+                                     const std::string& accountKey, bool /*stockIsNew*/,
+                                     bool /*recordIsNew*/, bool running) {
+    keepRunningOf(m_pHistory->m_historyOrders, accountKey, order, running);
+}
+
+void CLinkageManager::doHistoryTask(const boost::shared_ptr<vexservice::CTaskDetail>& task,
+                                    const std::string& accountKey, std::uint64_t /*recordKey*/,
+                                    bool running) {
+    keepRunningOf(m_pHistory->m_historyTasks, accountKey, task, running);
+}
+
+// A deal moves what is there and makes nothing: of a stock that has left the store no
+// imbalance is wanted any more, and a record made of the deal alone would be balanced
+// away by the opposite order.
+void CLinkageManager::doHistoryDeal(const boost::shared_ptr<vexservice::CDealDetail>& deal,
+                                    const boost::shared_ptr<vexservice::CAccountData>&,
+                                    const std::string& historyKey, const std::string& stockKey,
+                                    const std::string&, bool /*stockIsNew*/, bool buys,
+                                    double commission) {
+    HistoryState& history = *m_pHistory;
+    const std::string key = csv::tradeKey(deal->m_strTradeDate, deal->m_strDealID);
+    history.m_writtenTradeKeys[historyKey].insert(key);
+
+    const auto stocks = history.m_historyLinkageData.find(historyKey);
+    if (stocks != history.m_historyLinkageData.end()) {
+        const auto at = stocks->second.find(stockKey);
+        if (at != stocks->second.end()) {
+            addDeal(*at->second, *deal, buys, commission, m_bClientType3 && !at->second->m_bPlain);
+        }
+    }
+    history.m_historyStatData.with([&](auto& records) {
+        const auto at = records.find(historyKey);
+        if (at != records.end()) addDeal(at->second, *deal, buys);
+    });
+    try {
+        writedata(false);
+    } catch (const boost::thread_resource_error& error) {
+        // Nobody behind a report could take this; the save stands and goes with the next.
+        g_VexStdLogger.error("TC::CLinkageManager::doHistoryDeal", error.what());
+    }
+}
+
+}  // namespace TC

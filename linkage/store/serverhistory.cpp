@@ -1,0 +1,223 @@
+#include "linkage/store/serverhistory.h"
+
+#include "linkage/core/asyncstate.h"
+#include "linkage/core/clinkagemanager.h"
+#include "linkage/core/daykey.h"
+#include "linkage/core/guarded.h"
+#include "linkage/core/ledger.h"
+#include "linkage/core/published.h"
+#include "platform/log.h"
+#include "platform/services/tradercenter.h"
+#include "platform/utils/keys.h"
+#include "platform/utils/text.h"
+
+#include <boost/make_shared.hpp>
+
+#include <type_traits>
+
+namespace TC {
+
+namespace {
+
+constexpr char FORMAT[] = "yyyyMMdd";
+
+const char* operationOf(EHistoryRecords records) {
+    return records == EHistoryRecords::Deals ? "TC::CLinkageManager::onQueryHistoryDeal"
+                                             : "TC::CLinkageManager::onQueryHistoryOrder";
+}
+
+bool isKnownAccount(const std::string& accountKey) {
+    auto* center = vexservice::TraderCenter::instance()->getDataCenter();
+    return center->getAccountData(utils::hash(accountKey)) != nullptr;
+}
+
+// Puts an answer in the place of what the server filed before.
+template <class Record>
+void fileAnswer(CLedger& ledger, const HistoryQuery& query, CServerHistory::Keys& filed,
+                const std::vector<boost::shared_ptr<Record>>& records) {
+    const std::string date = query.day.toString(FORMAT).toStdString();
+    const int day = dayKey(date);
+    constexpr bool DEALS = std::is_same_v<Record, vexservice::CDealDetail>;
+    if constexpr (DEALS) {
+        ledger.removeFiledDeals(day, query.accountKey, filed);
+    } else {
+        ledger.removeFiledOrders(day, query.accountKey, filed);
+    }
+    filed.clear();
+    int strays = 0;
+    for (const auto& record : records) {
+        if (!record) continue;
+        if (!record->m_strTradeDate.empty() && record->m_strTradeDate != date) {
+            ++strays;
+            continue;
+        }
+        const auto listing = ledger.listingId(record->m_strMarket, record->m_strCode);
+        if (ledger.listing(listing).excluded) continue;
+        const std::string& stockKey = ledger.stockKey(listing);
+        bool isNew = false;
+        if constexpr (DEALS) {
+            isNew = ledger.fileDeal(day, stockKey, query.accountKey, record);
+        } else {
+            isNew = ledger.fileOrder(day, stockKey, query.accountKey, record);
+        }
+        if (isNew) filed.insert(record->recordKey());
+    }
+    if (strays > 0) {
+        VEX_INFO(operationOf(query.records),
+                 "account {0}, day {1}: {2} records of other days left out", query.accountKey, date,
+                 strays);
+    }
+}
+
+}  // namespace
+
+QDate historyDay(const std::string& text) { return QDate::fromString(Pim::sToQs(text), FORMAT); }
+
+std::string historyRangeFault(const QDate& first, const QDate& last, const QDate& tradeDate) {
+    if (!first.isValid() || !last.isValid()) return "no such day";
+    if (first > last) return "the first day is after the last";
+    if (last > tradeDate) return "the last day has not come yet";
+    return {};
+}
+
+std::uint64_t CServerHistory::open(const HistoryQuery& query, const Timer& deadline) {
+    m_open[++m_nLast] = {query, deadline};
+    return m_nLast;
+}
+
+std::optional<HistoryQuery> CServerHistory::close(std::uint64_t number) {
+    const auto at = m_open.find(number);
+    if (at == m_open.end()) return std::nullopt;
+    at->second.deadline->cancel();
+    const HistoryQuery query = at->second.query;
+    m_open.erase(at);
+    return query;
+}
+
+CServerHistory::Keys& CServerHistory::filed(const HistoryQuery& query) {
+    return m_filed[{query.records, query.accountKey, query.day}];
+}
+
+void CLinkageManager::requestAccountDeals(const std::string& accountKey,
+                                          const std::string& firstDay, const std::string& lastDay) {
+    const HistoryQuery query{EHistoryRecords::Deals, accountKey, historyDay(firstDay), {}};
+    post([this, query, lastDay] { startHistoryQuery(query, lastDay); });
+}
+
+void CLinkageManager::requestAccountOrders(const std::string& accountKey,
+                                           const std::string& firstDay,
+                                           const std::string& lastDay) {
+    const HistoryQuery query{EHistoryRecords::Orders, accountKey, historyDay(firstDay), {}};
+    post([this, query, lastDay] { startHistoryQuery(query, lastDay); });
+}
+
+void CLinkageManager::startHistoryQuery(HistoryQuery query, const std::string& lastDay) {
+    query.last = historyDay(lastDay);
+    std::string fault = historyRangeFault(query.day, query.last, historyDay(m_pTradeDate->get()));
+    if (fault.empty() && !isKnownAccount(query.accountKey)) fault = "no such account";
+    if (fault.empty()) {
+        askHistoryDay(query);
+        return;
+    }
+    query.last = query.day;
+    endHistoryDay(query, fault);
+}
+
+void CLinkageManager::askHistoryDay(const HistoryQuery& query) {
+    const std::string date = query.day.toString(FORMAT).toStdString();
+    if (date == m_pTradeDate->get()) {
+        endHistoryDay(query, "records of the running day come with its reports");
+        return;
+    }
+    const auto deadline = boost::make_shared<utils::DeadlineTimer>(m_pAsync->m_strand->context());
+    std::uint64_t number = 0;
+    {
+        const CLock lock(m_mutex);
+        number = m_pServerHistory->open(query, deadline);
+    }
+    deadline->expires_from_now(boost::posix_time::seconds(CServerHistory::ANSWER_SECONDS));
+    deadline->async_wait(guarded([this, number](const boost::system::error_code& error) {
+        if (!error) post([this, number] { giveHistoryDayUp(number); });
+    }));
+
+    CTradeClient& client = *utils::CManualSingletonT<CTradeClient>::instance();
+    if (query.records == EHistoryRecords::Deals) {
+        client.queryHistoryDeals(query.accountKey, date,
+                                 guarded([this, number](const utils::VexError& error,
+                                                        const std::vector<DealPtr>& deals) {
+                                     post([=, this] { onQueryHistoryDeal(number, error, deals); });
+                                 }));
+    } else {
+        client.queryHistoryOrders(
+            query.accountKey, date,
+            guarded(
+                [this, number](const utils::VexError& error, const std::vector<OrderPtr>& orders) {
+                    post([=, this] { onQueryHistoryOrder(number, error, orders); });
+                }));
+    }
+}
+
+void CLinkageManager::giveHistoryDayUp(std::uint64_t number) {
+    CLock lock(m_mutex);
+    const auto query = m_pServerHistory->close(number);
+    lock.unlock();
+    if (query) endHistoryDay(*query, "no answer");
+}
+
+void CLinkageManager::onQueryHistoryDeal(std::uint64_t number, const utils::VexError& error,
+                                         const std::vector<DealPtr>& deals) {
+    takeHistoryAnswer(number, error, deals);
+}
+
+void CLinkageManager::onQueryHistoryOrder(std::uint64_t number, const utils::VexError& error,
+                                          const std::vector<OrderPtr>& orders) {
+    takeHistoryAnswer(number, error, orders);
+}
+
+template <class Record>
+void CLinkageManager::takeHistoryAnswer(std::uint64_t number, const utils::VexError& error,
+                                        const std::vector<boost::shared_ptr<Record>>& records) {
+    CLock lock(m_mutex);
+    const auto query = m_pServerHistory->close(number);
+    if (!query) return;
+    std::string fault;
+    if (error.isOk()) {
+        fileAnswer(*m_pLedger, *query, m_pServerHistory->filed(*query), records);
+    } else {
+        fault = fmt::format("error {0} {1}", error.m_nError, error.m_strText);
+    }
+    lock.unlock();
+    endHistoryDay(*query, fault);
+}
+
+// Tells that a day is over, as a slot outside the manager's lock can take it, and goes on
+// to the next one.
+void CLinkageManager::endHistoryDay(HistoryQuery query, const std::string& fault) {
+    if (!fault.empty()) {
+        VEX_INFO(operationOf(query.records), "account {0}, day {1}: {2}", query.accountKey,
+                 query.day.toString(FORMAT).toStdString(), fault);
+    }
+    const QDateTime day = query.day.isValid() ? query.day.startOfDay() : QDateTime();
+    if (query.records == EHistoryRecords::Deals) {
+        Q_EMIT sigHistoryDealsDone(day, query.accountKey);
+    } else {
+        Q_EMIT sigHistoryOrdersDone(day, query.accountKey);
+    }
+    if (query.day >= query.last) return;
+    query.day = query.day.addDays(1);
+    askHistoryDay(query);
+}
+
+std::map<unsigned long long, DealPtr> CLinkageManager::getAccountDeals(
+    const std::string& accountKey, int day) const {
+    const CLock lock(m_mutex);
+    return m_pLedger->accountDeals(accountKey, day);
+}
+
+std::map<unsigned long long, OrderPtr> CLinkageManager::getAccountOrders(
+    const std::string& accountKey, int day) const {
+    const CLock lock(m_mutex);
+    return m_pLedger->accountOrders(accountKey, day);
+}
+
+}  // namespace TC

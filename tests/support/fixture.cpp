@@ -1,0 +1,440 @@
+#include "tests/support/fixture.h"
+
+#include "platform/log.h"
+#include "platform/utils/text.h"
+
+#include <fmt/format.h>
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+
+#include <boost/make_shared.hpp>
+
+#include <cstdlib>
+#include <stdexcept>
+
+namespace tests {
+
+using namespace vexservice;
+
+namespace {
+
+using Manager = utils::CSingletonT<TC::CLinkageManager>;
+
+QDateTime local(const std::string& text) {
+    const auto time =
+        QDateTime::fromString(Pim::sToQs(text), QStringLiteral("yyyy-MM-dd hh:mm:ss"));
+    if (!time.isValid()) throw std::invalid_argument("no time: " + text);
+    return time;
+}
+
+std::int64_t micros(const std::string& text) { return local(text).toMSecsSinceEpoch() * 1000; }
+
+QDateTime current() {
+    return QDateTime::fromMSecsSinceEpoch(utils::currentClock().nowMicros() / 1000);
+}
+
+std::string marketOf(const std::string& stock) { return stock.substr(0, 2); }
+std::string codeOf(const std::string& stock) { return stock.substr(2); }
+
+template <class Spec>
+boost::shared_ptr<CCommandRecord> carrierOf(const Spec& spec) {
+    if (spec.strategy.empty() && spec.strategy2.empty() && spec.tag.empty()) return {};
+    auto carrier = boost::make_shared<CCommandRecord>();
+    carrier->m_strStrategyName = spec.strategy;
+    carrier->m_strStrategyName2 = spec.strategy2;
+    carrier->m_strTag = spec.tag;
+    return carrier;
+}
+
+std::vector<CPriceLevel> levelsOf(const std::vector<std::pair<double, long long>>& side) {
+    std::vector<CPriceLevel> levels;
+    for (const auto& [price, volume] : side) levels.push_back({price, volume});
+    return levels;
+}
+
+EEntrustBS direction(Side side) { return side == Side::Buy ? ENTRUST_BUY : ENTRUST_SELL; }
+
+}  // namespace
+
+Fixture::Fixture(Settings settings) : m_settings(std::move(settings)) {
+    ::setenv("TZ", "Asia/Shanghai", 1);
+    ::tzset();
+    if (m_settings.tradeDate.empty()) {
+        m_settings.tradeDate =
+            local(m_settings.now).toString(QStringLiteral("yyyyMMdd")).toStdString();
+    }
+    m_pLoop = std::make_unique<paper::CVirtualLoop>(micros(m_settings.now));
+    m_pLoop->setSettle([] {
+        if (Manager::exists()) Manager::instance()->finishSaves();
+        return false;
+    });
+    g_VexStdLogger.setTap([this](std::string_view operation, const std::string& text) {
+        const std::lock_guard lock(m_seenMutex);
+        m_seen.log.push_back({now(), std::string(operation), text});
+    });
+    paper::ClientConfig config;
+    config.clientType = m_settings.clientType;
+    config.tradeDate = m_settings.tradeDate;
+    config.userName = m_settings.userName;
+    config.limitPercent = m_settings.limitPercent;
+    config.limitPercentST = m_settings.limitPercentST;
+    config.registRules = m_settings.registRules;
+    config.executes = m_settings.executes;
+    config.scheduler = m_settings.scheduler;
+    config.dataDir = m_directory.path();
+    config.fileEncoding = m_settings.fileEncoding;
+    m_pClient = std::make_unique<paper::CPaperClient>(m_pLoop->service(), config, this);
+}
+
+Fixture::~Fixture() {
+    release();
+    m_pClient.reset();
+    m_pLoop.reset();
+    g_VexStdLogger.setTap({});
+}
+
+// ----------------------------------------------------------------- reference data
+
+void Fixture::instrument(const Stock& stock) {
+    paper::Instrument instrument;
+    instrument.market = marketOf(stock.stock);
+    instrument.code = codeOf(stock.stock);
+    instrument.name = stock.name;
+    instrument.tick = stock.tick;
+    instrument.reference = stock.reference;
+    instrument.limitUp = stock.limitUp;
+    instrument.limitDown = stock.limitDown;
+    instrument.unit = stock.unit;
+    instrument.types = stock.types;
+    instrument.detail = stock.detail;
+    m_pClient->setInstrument(instrument);
+    settle();
+}
+
+void Fixture::account(paper::Account account) {
+    if (account.id.empty()) account.id = account.key;
+    m_pClient->setAccount(account);
+    settle();
+}
+
+void Fixture::tradeSetting(int block, EPriceType priceType, double price) {
+    m_pClient->setTradeSetting(block, priceType, price);
+}
+
+// -------------------------------------------------------------------- the manager
+
+void Fixture::create() {
+    watch(*Manager::instance());
+    settle();
+}
+
+void Fixture::init() {
+    create();
+    Manager::instance()->init();
+    settle();
+}
+
+void Fixture::release() {
+    Manager::release();
+    m_pWatched = nullptr;
+    settle();
+}
+
+bool Fixture::hasManager() const { return Manager::exists(); }
+
+TC::CLinkageManager& Fixture::manager() {
+    if (!hasManager()) create();
+    return *Manager::instance();
+}
+
+void Fixture::watch(TC::CLinkageManager& manager) {
+    if (m_pWatched == &manager) return;
+    m_pWatched = &manager;
+    manager.sigStocksChanged.connect([this] { saw("stocksChanged"); });
+    manager.sigStrategysChanged.connect([this] { saw("strategysChanged"); });
+    manager.sigStatDataChanged.connect([this] { saw("statDataChanged"); });
+    manager.sigHistoryCleared.connect([this] { saw("historyCleared"); });
+    manager.m_sigNewTradingDay.connect(
+        [this](const std::string& date) { saw("newTradingDay", {date}); });
+    manager.sigProfitChanged.connect(
+        [this](const std::string& account, const std::string& strategy, double profit) {
+            saw("profitChanged", {account, strategy, fmt::format("{}", profit)});
+        });
+    const auto direct = Qt::DirectConnection;
+    QObject::connect(
+        &manager, &TC::CLinkageManager::sigCancelTask, &manager,
+        [this](int number, const QString& text) {
+            saw("cancelTask", {std::to_string(number), text.toStdString()});
+        },
+        direct);
+    const auto watchDone = [&](auto signal, const char* name) {
+        QObject::connect(
+            &manager, signal, &manager,
+            [this, name](const QDateTime& day, const std::string& account) {
+                saw(name, {day.toString(QStringLiteral("yyyyMMdd")).toStdString(), account});
+            },
+            direct);
+    };
+    watchDone(&TC::CLinkageManager::sigHistoryDealsDone, "historyDealsDone");
+    watchDone(&TC::CLinkageManager::sigHistoryOrdersDone, "historyOrdersDone");
+}
+
+// ------------------------------------------------------------- reports and quotes
+
+boost::shared_ptr<CAccountInfo> Fixture::info(const std::string& accountKey) const {
+    return m_pClient->accountInfo(accountKey);
+}
+
+boost::shared_ptr<COrderDetail> Fixture::makeOrder(const Order& order) const {
+    auto detail = boost::make_shared<COrderDetail>();
+    detail->m_nRecordKey = order.key;
+    detail->m_eDirection = direction(order.side);
+    detail->m_eStatus = static_cast<EEntrustStatus>(order.status);
+    detail->m_nVolume = order.volume;
+    detail->m_nTradedVolume = order.traded;
+    detail->m_dPrice = order.price;
+    detail->m_dTradedAmount = order.amount.value_or(order.price * order.traded);
+    detail->m_strMarket = marketOf(order.stock);
+    detail->m_strCode = codeOf(order.stock);
+    detail->m_strTradeDate = order.tradeDate.empty() ? m_pClient->tradeDate() : order.tradeDate;
+    detail->m_strSysID = order.sysId;
+    detail->m_pAccountInfo = info(order.account);
+    detail->m_pCommand = carrierOf(order);
+    return detail;
+}
+
+boost::shared_ptr<CDealDetail> Fixture::makeDeal(const Deal& deal) const {
+    auto detail = boost::make_shared<CDealDetail>();
+    detail->m_nRecordKey = deal.key;
+    detail->m_eDirection = direction(deal.side);
+    detail->m_nVolume = deal.volume;
+    detail->m_dPrice = deal.price;
+    detail->m_dAmount = deal.amount.value_or(deal.price * deal.volume);
+    detail->m_strMarket = marketOf(deal.stock);
+    detail->m_strCode = codeOf(deal.stock);
+    detail->m_strTradeDate = deal.tradeDate.empty() ? m_pClient->tradeDate() : deal.tradeDate;
+    detail->m_strTradeTime =
+        deal.time.value_or(current().toString(QStringLiteral("hhmmss")).toStdString());
+    detail->m_strDealID = deal.dealId.empty() ? std::to_string(deal.key) : deal.dealId;
+    detail->m_pAccountInfo = info(deal.account);
+    detail->m_pCommand = carrierOf(deal);
+    return detail;
+}
+
+boost::shared_ptr<CTaskDetail> Fixture::makeTask(const Task& task) const {
+    auto detail = boost::make_shared<CTaskDetail>();
+    detail->m_nRecordKey = task.key;
+    detail->m_eStatus = static_cast<ETaskStatus>(task.status);
+    detail->m_bServerTask = task.server;
+    for (const TaskItem& each : task.items) {
+        auto item = boost::make_shared<CTaskItem>();
+        item->m_strMarket = marketOf(each.stock);
+        item->m_strCode = codeOf(each.stock);
+        item->m_nVolume = each.volume;
+        item->m_nTradedVolume = each.traded;
+        item->m_pAccountInfo = info(each.account.empty() ? task.account : each.account);
+        detail->m_items.push_back(item);
+    }
+    if (task.command) {
+        const std::string user =
+            m_settings.clientType == TC::CLIENT_TYPE_3 ? std::string() : m_settings.userName;
+        auto command = boost::make_shared<CCommandRecord>();
+        command->m_strUser = task.user.value_or(user);
+        command->m_nKind = task.kind;
+        command->m_strTradeDate = task.tradeDate.empty() ? m_pClient->tradeDate() : task.tradeDate;
+        command->m_strStrategyName = task.strategy;
+        command->m_strStrategyName2 = task.strategy2;
+        command->m_strTag = task.tag;
+        detail->m_pCommand = command;
+    }
+    return detail;
+}
+
+void Fixture::order(const Order& order) {
+    m_pClient->report(order.account, makeOrder(order), order.push);
+    settle();
+}
+
+void Fixture::deal(const Deal& deal) {
+    m_pClient->report(deal.account, makeDeal(deal), deal.push);
+    settle();
+}
+
+void Fixture::task(const Task& task) {
+    m_pClient->report(makeTask(task), task.push);
+    settle();
+}
+
+void Fixture::position(const Position& position) {
+    auto detail = boost::make_shared<CPositionStatics>();
+    detail->m_nRecordKey = position.key;
+    detail->m_strMarket = marketOf(position.stock);
+    detail->m_strCode = codeOf(position.stock);
+    detail->m_nVolume = position.volume;
+    detail->m_nAvailable = position.available;
+    detail->m_dCost = position.cost;
+    detail->m_pAccountInfo = info(position.account);
+    m_pClient->report(position.account, detail, position.push);
+    settle();
+}
+
+void Fixture::price(const Quote& quote) {
+    auto data = boost::make_shared<CPriceData>();
+    data->m_strStockKey = quote.stock;
+    data->m_dLastPrice = quote.last.value_or(CPriceData::UNKNOWN);
+    data->m_asks = levelsOf(quote.asks);
+    data->m_bids = levelsOf(quote.bids);
+    m_pClient->setPrice(quote.stock, data, quote.push);
+    settle();
+}
+
+void Fixture::bars(const std::string& stock, const std::string& day,
+                   const std::vector<std::pair<std::string, double>>& closes) {
+    std::vector<TC::CMinuteBar> bars;
+    for (const auto& [time, close] : closes) {
+        bars.push_back({std::stoi(time.substr(0, 2)) * 60 + std::stoi(time.substr(2)), close});
+    }
+    m_pClient->setBars(stock, day, bars);
+    settle();
+}
+
+// ------------------------------------------------- announcements, paper exchange
+
+void Fixture::newTradingDate(const std::string& date, const std::string& signalDate) {
+    m_pClient->newTradingDate(date, signalDate.empty() ? date : signalDate);
+    settle();
+}
+
+void Fixture::login(bool ok) {
+    m_pClient->login(ok, QString());
+    settle();
+}
+
+void Fixture::accountReady(const std::string& accountKey) {
+    m_pClient->accountReady(accountKey);
+    settle();
+}
+
+void Fixture::userDataChanged() {
+    m_pClient->userDataChanged();
+    settle();
+}
+
+void Fixture::send(const std::string& account, const std::string& stock, Side side, int volume,
+                   double price, const std::string& strategy, const std::string& tag) {
+    m_pClient->send(account, marketOf(stock), codeOf(stock), side == Side::Buy, volume, price,
+                    strategy, tag);
+    settle();
+}
+
+void Fixture::startTask(const std::string& account, const std::string& stock, Side side, int volume,
+                        int slices, double seconds, const std::string& strategy, bool server) {
+    m_pClient->startTask(account, marketOf(stock), codeOf(stock), side == Side::Buy, volume, slices,
+                         seconds, strategy, server);
+    settle();
+}
+
+// --------------------------------------------------------------------------- time
+
+void Fixture::advance(double seconds) { m_pLoop->advanceSeconds(seconds); }
+
+void Fixture::advanceTo(const std::string& time) {
+    const std::string day = current().toString(QStringLiteral("yyyy-MM-dd ")).toStdString();
+    m_pLoop->advanceTo(micros(time.size() > 8 ? time : day + time));
+}
+
+void Fixture::settle() { m_pLoop->runToRest(); }
+
+std::string Fixture::now() const {
+    return current().toString(QStringLiteral("hh:mm:ss.zzz")).toStdString();
+}
+
+int Fixture::day(const std::string& date) {
+    const auto midnight = QDateTime::fromString(Pim::sToQs(date), QStringLiteral("yyyyMMdd"));
+    return static_cast<int>(midnight.toSecsSinceEpoch());
+}
+
+// -------------------------------------------------------------------------- files
+
+void Fixture::writeFile(const std::string& name, const std::string& text) {
+    QDir(dataDir()).mkpath(QStringLiteral("Balance"));
+    QFile file(dataDir() + QStringLiteral("/Balance/") + Pim::sToQs(name));
+    const auto size = static_cast<qint64>(text.size());
+    if (!file.open(QIODevice::WriteOnly) || file.write(text.data(), size) != size) {
+        throw std::runtime_error("cannot write " + name);
+    }
+}
+
+std::optional<std::string> Fixture::file(const std::string& name) const {
+    QFile file(dataDir() + QStringLiteral("/Balance/") + Pim::sToQs(name));
+    if (!file.open(QIODevice::ReadOnly)) return std::nullopt;
+    return file.readAll().toStdString();
+}
+
+// ------------------------------------------------------------------- what was seen
+
+void Fixture::saw(const std::string& name, std::vector<std::string> args) {
+    const std::lock_guard lock(m_seenMutex);
+    m_seen.signals.push_back({now(), name, std::move(args)});
+}
+
+void Fixture::onCancelOrder(const COrderDetail& order) {
+    const std::lock_guard lock(m_seenMutex);
+    m_seen.cancels.push_back({now(), order.recordKey()});
+}
+
+void Fixture::onOperateTask(std::uint64_t taskKey, bool server, const CTaskOpRecord& record) {
+    const std::lock_guard lock(m_seenMutex);
+    m_seen.operations.push_back({now(), taskKey, server, record});
+}
+
+void Fixture::onCommand(const COrderComandParam& command) {
+    const std::lock_guard lock(m_seenMutex);
+    m_seen.commands.push_back({now(), command});
+}
+
+std::vector<LogLine> Fixture::log() const {
+    const std::lock_guard lock(m_seenMutex);
+    return m_seen.log;
+}
+
+std::vector<std::string> Fixture::logTexts() const {
+    std::vector<std::string> texts;
+    for (const LogLine& line : log()) texts.push_back(line.text);
+    return texts;
+}
+
+std::vector<SeenSignal> Fixture::signals() const {
+    const std::lock_guard lock(m_seenMutex);
+    return m_seen.signals;
+}
+
+std::vector<std::string> Fixture::signalNames() const {
+    std::vector<std::string> names;
+    for (const SeenSignal& each : signals()) names.push_back(each.name);
+    return names;
+}
+
+std::vector<SentCommand> Fixture::commands() const {
+    const std::lock_guard lock(m_seenMutex);
+    return m_seen.commands;
+}
+
+std::vector<AskedCancel> Fixture::cancels() const {
+    const std::lock_guard lock(m_seenMutex);
+    return m_seen.cancels;
+}
+
+std::vector<TaskOperation> Fixture::taskOperations() const {
+    const std::lock_guard lock(m_seenMutex);
+    return m_seen.operations;
+}
+
+void Fixture::forget() {
+    const std::lock_guard lock(m_seenMutex);
+    m_seen = {};
+}
+
+}  // namespace tests
