@@ -155,15 +155,6 @@ CLinkageManager::getHistoryLinkageData(const std::string& historyKey) const {
     return stocks->second;
 }
 
-bool CLinkageManager::historyBalance(const std::string& key, TradeStatData& out) const {
-    return m_pHistory->m_historyStatData.with([&](const auto& records) {
-        const auto at = records.find(key);
-        if (at == records.end()) return false;
-        out = at->second;
-        return true;
-    });
-}
-
 int CLinkageManager::getHistoryRunningOrders(const std::string& accountKey,
                                              const std::string& strategy) const {
     const CLock lock(m_mutex);

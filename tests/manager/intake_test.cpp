@@ -1,0 +1,154 @@
+#include "tests/support/fixture.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace tests;
+using Texts = std::vector<std::string>;
+
+struct Intake : testing::Test {
+    Fixture f;
+    void SetUp() override {
+        f.instrument({.stock = "SH600000", .reference = 10.0});
+        f.instrument({.stock = "SH204001", .types = {126}});
+        f.account({.key = "A", .fee = vexservice::CStkExchangeRateLimit{0.0003, 5, 0.00001, 0.001}});
+        f.init();
+        f.forget();
+    }
+};
+
+TEST_F(Intake, OrderLineIsLoggedForBothSetsAndOnlyOnChange) {
+    f.order({.key = 1, .volume = 200, .sysId = "X1", .strategy = "S"});
+    const std::string line =
+        "CLinkageManager::doOrderDetail A , strategy S, sys X1, stat 50,  vol 200, volTraded 0,  "
+        "bIsBuy true stock 600000";
+    EXPECT_EQ(f.logTexts(), (Texts{line, line}));
+    f.forget();
+    f.order({.key = 1, .price = 10.0, .volume = 200, .sysId = "X1", .strategy = "S"});
+    EXPECT_TRUE(f.logTexts().empty()) << "the same again says nothing";
+    f.order({.key = 1, .volume = 200, .status = 55, .traded = 100, .strategy = "S"});
+    EXPECT_EQ(f.logTexts().size(), 2u);
+    f.forget();
+    f.order({.key = 1, .volume = 200, .status = 56, .traded = 200, .strategy = "S"});
+    const Texts end = f.logTexts();
+    ASSERT_EQ(end.size(), 4u) << "each set logs the line, then asks for a balance";
+    EXPECT_EQ(end[1], "A : balancing data is empty");
+    EXPECT_EQ(end[3], "A : balancing data is empty");
+    f.forget();
+    f.order({.key = 1, .volume = 200, .status = 56, .traded = 200, .strategy = "S"});
+    EXPECT_TRUE(f.logTexts().empty()) << "it is no longer in the running sets";
+}
+
+TEST_F(Intake, NotificationsInOrderAndOnlyForNews) {
+    f.order({.key = 1, .strategy = "S"});
+    EXPECT_EQ(f.signalNames(), (Texts{"stocksChanged", "strategysChanged", "statDataChanged"}));
+    f.forget();
+    f.order({.key = 1, .status = 56, .traded = 100, .strategy = "S"});
+    EXPECT_TRUE(f.signalNames().empty()) << "client type 1: an old order announces nothing";
+    f.deal({.key = 1, .strategy = "T"});
+    EXPECT_EQ(f.signalNames(), (Texts{"strategysChanged", "stocksChanged", "statDataChanged"}));
+    f.forget();
+    f.deal({.key = 1, .strategy = "T"});
+    EXPECT_EQ(f.signalNames(), (Texts{"statDataChanged"})) << "a deal always does";
+}
+
+TEST_F(Intake, ExcludedStocksAndHistoryBalances) {
+    f.order({.key = 1, .stock = "SH204001", .strategy = "S"});
+    f.deal({.key = 1, .stock = "SH204001", .strategy = "S"});
+    EXPECT_TRUE(f.state().orderDetails.at(Fixture::day("20240102")).empty());
+    EXPECT_TRUE(f.state().strategys.empty());
+
+    f.order({.key = 2, .strategy = "S", .tag = "历史配平"});
+    const TC::ManagerState state = f.state();
+    EXPECT_EQ(state.orderDetails.at(Fixture::day("20240102")).count("SH600000"), 1u);
+    EXPECT_TRUE(state.runningOrders.empty());
+    EXPECT_TRUE(state.orderPrices.empty());
+    EXPECT_TRUE(state.tradeStatDatas.empty());
+    f.forget();
+    f.deal({.key = 3, .volume = 100, .strategy = "S", .tag = "历史配平"});
+    EXPECT_TRUE(f.signalNames().empty());
+    EXPECT_EQ(f.manager().getBuySellVolumes(Fixture::day("20240102"), "SH600000", {"A"}).first, 100);
+    EXPECT_TRUE(f.state().tradeStatDatas.empty());
+    EXPECT_TRUE(f.state().periodTrades.empty());
+    f.deal({.key = 4, .volume = 100, .tag = "历史配平"});
+    EXPECT_EQ(f.state().tradeStatDatas.size(), 1u) << "without a strategy it is an ordinary deal";
+}
+
+TEST_F(Intake, DealIsCountedAtItsFirstReportOnly) {
+    f.price({.last = 10.5, .push = false});
+    f.deal({.key = 1, .price = 10.0, .volume = 1000, .time = "093000", .strategy = "S"});
+    f.deal({.key = 1, .price = 10.0, .volume = 3000, .time = "093000", .strategy = "S"});
+    f.deal({.key = 2, .side = Side::Sell, .price = 20.0, .volume = 1000, .time = "", .strategy = "S"});
+    const TC::ManagerState state = f.state();
+    const auto& record = *state.tradeStatDatas.at("A").at("S").at("SH600000");
+    EXPECT_EQ(record.deals().m_nBuyVolume, 1000);
+    EXPECT_EQ(record.deals().m_nSellVolume, 1000);
+    // max(3, 5) + 0.1 bought; max(6, 5) + 0.2 + 20 sold
+    EXPECT_DOUBLE_EQ(record.deals().m_dCommission, 5.1 + 26.2);
+    EXPECT_EQ(state.tradeStatDatas.at("A").at("").at("SH600000")->deals().m_nBuyVolume, 1000);
+    const auto& minutes = state.periodTrades.at("SH600000").at("A").at("S");
+    ASSERT_EQ(minutes.size(), 1u) << "a deal without a time has no minute";
+    EXPECT_EQ(minutes.begin()->first, 570);
+    EXPECT_EQ(state.dealDetails.begin()->second.at("SH600000").at("A").at(1)->m_nVolume, 3000)
+        << "the newer report replaces the older";
+    EXPECT_DOUBLE_EQ(state.latestPrices.at("SH600000"), 10.5);
+    EXPECT_EQ(state.quoteRequests.size(), 1u);
+    EXPECT_DOUBLE_EQ(state.dealAmplitudes.at("SH600000").at("A"), 1.0);
+}
+
+TEST_F(Intake, UnknownPriceStillOpensTheSubscription) {
+    f.deal({.key = 1});
+    EXPECT_TRUE(f.state().latestPrices.empty());
+    f.price({.last = std::nullopt});
+    EXPECT_EQ(f.logTexts().back(), "pricedata is InvalidValue");
+    f.price({.last = 9.9});
+    EXPECT_DOUBLE_EQ(f.state().latestPrices.at("SH600000"), 9.9);
+    EXPECT_DOUBLE_EQ(f.state().historyPrices.at("SH600000"), 9.9);
+}
+
+TEST_F(Intake, TasksPassTheirFilters) {
+    f.account({.key = "B"});
+    struct Row {
+        const char* name;
+        Task task;
+        bool taken;
+    };
+    const Row rows[] = {
+        {"running", {.key = 1, .strategy = "S"}, true},
+        {"no command record", {.key = 2, .command = false}, false},
+        {"another user", {.key = 3, .user = "wang"}, false},
+        {"another day", {.key = 4, .tradeDate = "20240101"}, false},
+        {"kind 1", {.key = 5, .kind = 1}, true},
+        {"kind 2", {.key = 6, .kind = 2}, false},
+        {"no items", {.key = 7, .items = {}}, false},
+    };
+    for (const Row& row : rows) {
+        f.task(row.task);
+        const auto details = f.manager().getTaskDetails("SH600000", {"A"});
+        const bool taken = details.count("A") && details.at("A").count(row.task.key);
+        EXPECT_EQ(taken, row.taken) << row.name;
+    }
+    f.task({.key = 8, .items = {{.stock = "SH600001"}, {.stock = "SH600002"}}, .strategy = "S"});
+    EXPECT_EQ(f.state().taskDetails.size(), 3u) << "a task stands under each of its stocks";
+    EXPECT_EQ(f.manager().getRunningTasks("A", "S"), 2);
+    EXPECT_EQ(f.manager().getRunningTasks("A", ""), 3);
+    f.forget();
+    for (const int status : {7, 12}) f.task({.key = 1, .status = status, .strategy = "S"});
+    f.task({.key = 8, .status = 11, .items = {{.stock = "SH600001"}}, .strategy = "S"});
+    EXPECT_EQ(f.logTexts(), (Texts{"A : balancing data is empty"})) << "the last of the strategy";
+    f.task({.key = 5, .status = 9, .kind = 1});
+    EXPECT_EQ(f.logTexts().size(), 2u) << "and the last of the account";
+}
+
+TEST(IntakeOfClientType3, MarksTheEndOfTheAccountsLastOrder) {
+    Fixture f({.clientType = 3});
+    f.account({.key = "A"});
+    f.init();
+    f.order({.key = 1, .strategy = "S"});
+    f.forget();
+    f.order({.key = 1, .status = 54, .strategy = "S"});
+    EXPECT_EQ(f.signalNames(), (Texts{"statDataChanged"}));
+}
+
+}  // namespace

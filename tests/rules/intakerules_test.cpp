@@ -1,0 +1,156 @@
+#include "linkage/core/orderrule.h"
+#include "linkage/stats/profitrule.h"
+#include "platform/utils/numberformat.h"
+#include "platform/utils/stringmapsum.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <random>
+
+namespace {
+
+using namespace TC;
+
+TEST(OpenLots, CountByStatusAndRemainder) {
+    struct Row {
+        const char* name;
+        int status, volume, traded, unit, lots;
+    };
+    const Row rows[] = {
+        {"reported, half a lot over", 50, 150, 0, 100, 2},    // 150/100 + 0.5 = 2.0
+        {"reported, just under half", 50, 149, 0, 100, 1},    // 1.99
+        {"partly filled", 55, 1000, 300, 100, 7},
+        {"less than a lot", 50, 100, 60, 100, 1},
+        {"nothing remains yet still reported", 55, 100, 100, 100, 1},
+        {"more traded than ordered", 50, 100, 300, 100, 1},
+        {"waiting to be reported", 49, 1000, 0, 100, 0},
+        {"cancel pending", 52, 1000, 0, 100, 0},
+        {"filled", 56, 1000, 1000, 100, 0},
+        {"unit of one", 50, 7, 2, 1, 5},
+        {"largest volume", 50, std::numeric_limits<int>::max(), 0, 100, 21474836},  // ….47 + 0.5
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(openLots(row.status, row.volume, row.traded, row.unit), row.lots) << row.name;
+    }
+}
+
+TEST(PriceLevel, RoundsToTicksAndStaysInRange) {
+    EXPECT_EQ(priceLevel(10.01, 0.01), 1001);
+    EXPECT_EQ(priceLevel(10.014, 0.01), 1001);
+    EXPECT_EQ(priceLevel(10.016, 0.01), 1002);
+    EXPECT_EQ(priceLevel(0.0, 0.01), 0);
+    EXPECT_EQ(priceLevel(-0.02, 0.01), -1);  // -2 + 0.5 loses its fraction towards zero
+    EXPECT_EQ(priceLevel(10.0, 0.0), 10000) << "no step at all counts as 0.001";
+    EXPECT_EQ(priceLevel(1e12, 0.01), std::numeric_limits<int>::max());
+    EXPECT_EQ(priceLevel(-1e12, 0.01), std::numeric_limits<int>::min());
+    EXPECT_EQ(priceLevel(std::numeric_limits<double>::quiet_NaN(), 0.01), 0);
+}
+
+TEST(DealMinute, EndsAtOrAfterTheDeal) {
+    EXPECT_EQ(dealMinute(93000), 570);
+    EXPECT_EQ(dealMinute(93001), 571);
+    EXPECT_EQ(dealMinute(92500), 565);
+    EXPECT_EQ(dealMinute(145959), 900);
+    EXPECT_EQ(dealMinute(0), -1);
+}
+
+TEST(Amplitude, NeedsAReference) {
+    EXPECT_DOUBLE_EQ(*amplitude(11.0, 10.0), 0.1);
+    EXPECT_DOUBLE_EQ(*amplitude(9.0, 10.0), 0.1);
+    EXPECT_FALSE(amplitude(10.0, 0.0));
+    EXPECT_FALSE(amplitude(std::numeric_limits<double>::infinity(), 10.0));
+}
+
+TEST(Profit, AtAndBesideTheLimits) {
+    struct Row {
+        const char* name;
+        double price, up, down, rate;
+        int net;
+        double bought, sold, commission, profit;
+    };
+    // Up 11, down 9; 1,000 shares traded each way cost and brought as given.
+    const Row rows[] = {
+        {"between the limits, long", 10, 11, 9, 0.1, 100, 2000, 1500, 5, 495},
+        {"between the limits, short", 10, 11, 9, 0.1, -100, 1500, 2600, 5, 95},
+        {"limit-up, short: 11 + 1.1 = 12.1", 11, 11, 9, 0.1, -100, 0, 1000, 0, -210},
+        {"limit-up, long: at the price", 11, 11, 9, 0.1, 100, 1000, 0, 0, 100},
+        {"limit-up, nothing open", 11, 11, 9, 0.1, 0, 1000, 1100, 2, 98},
+        {"limit-down, long of one: 9 - 0.9 = 8.1", 9, 11, 9, 0.1, 1, 9, 0, 0, -0.9},
+        {"limit-down, short: at the price", 9, 11, 9, 0.1, -100, 0, 1000, 0, 100},
+        {"within the tolerance of limit-up", 11 - 0.9e-5, 11, 9, 0.1, -1, 0, 0, 0,
+         -(11 - 0.9e-5) * 1.1},
+        {"outside the tolerance of limit-up", 11 - 1.2e-5, 11, 9, 0.1, -1, 0, 0, 0,
+         -(11 - 1.2e-5)},
+        {"special treatment, 5 %", 11, 11, 9, 0.05, -100, 0, 1155, 0, 0},
+    };
+    for (const Row& row : rows) {
+        const DayLimits limits{row.up, row.down};
+        const ValuePrices values = valuePrices(row.price, &limits, row.rate);
+        EXPECT_NEAR(profitOf(row.net, row.bought, row.sold, row.commission, values), row.profit,
+                    1e-9)
+            << row.name;
+    }
+    EXPECT_DOUBLE_EQ(profitOf(-100, 0, 1000, 0, valuePrices(11, nullptr, 0.1)), -100)
+        << "without instrument detail there is no limit";
+    EXPECT_TRUE(isSpecialTreatment("SZST0001"));
+    EXPECT_TRUE(isSpecialTreatment("ST600000"));
+    EXPECT_TRUE(isSpecialTreatment("SH6000ST"));
+    EXPECT_FALSE(isSpecialTreatment("SZ000001"));
+    EXPECT_FALSE(isSpecialTreatment("S"));
+}
+
+TEST(RecordSums, SetAndNeverAdd) {
+    utils::TStringMapSum<int> volumes;
+    for (const int traded : {100, 300, 300, 250}) volumes.update(7, traded);
+    volumes.update(8, 50);
+    EXPECT_EQ(volumes.sum(), 300);
+
+    utils::TStringMapSum<int> large;
+    large.update(1, std::numeric_limits<int>::max());
+    large.update(2, -5);
+    EXPECT_EQ(large.sum(), std::numeric_limits<int>::max() - 5);
+}
+
+// Amounts that come and go leave nothing behind, in whatever order.
+TEST(RecordSums, KeepAmountsExactly) {
+    std::mt19937 random(5);
+    std::vector<double> values(200);
+    for (double& value : values) value = (random() % 1'000'000'000) / 100.0;
+    utils::TStringMapSum<double> forwards, backwards;
+    for (int round = 0; round < 50; ++round) {
+        for (std::size_t at = 0; at < values.size(); ++at) {
+            forwards.update(at, values[(at + round) % values.size()]);
+            backwards.update(values.size() - at, (random() % 1'000'000'000) / 300.0);
+        }
+    }
+    for (std::size_t at = 0; at < values.size(); ++at) {
+        forwards.update(at, values[at]);
+        backwards.update(values.size() - at, values[at]);
+    }
+    EXPECT_EQ(forwards.sum(), backwards.sum());
+    for (std::size_t at = 0; at < values.size(); ++at) forwards.update(at, 0.0);
+    EXPECT_EQ(forwards.sum(), 0.0);
+
+    utils::TStringMapSum<double> spoiled;
+    spoiled.update(1, 10.5);
+    spoiled.update(2, std::numeric_limits<double>::infinity());
+    EXPECT_EQ(spoiled.sum(), 10.5);
+    spoiled.update(2, 1.0);
+    EXPECT_EQ(spoiled.sum(), 11.5);
+}
+
+TEST(NumberTexts, ByFlags) {
+    using namespace utils;
+    EXPECT_EQ(formatDoubleNumber(10.0, FORMAT_NUMBER_SHORTEST), "10");
+    EXPECT_EQ(formatDoubleNumber(0.1, FORMAT_NUMBER_SHORTEST), "0.1");
+    EXPECT_EQ(formatDoubleNumber(1234567.891), "1234567.89");
+    EXPECT_EQ(formatDoubleNumber(-1234567.891, FORMAT_NUMBER_GROUPED), "-1,234,567.89");
+    EXPECT_EQ(formatDoubleNumber(5.0, FORMAT_NUMBER_SIGNED), "+5.00");
+    EXPECT_EQ(formatDoubleNumber(std::numeric_limits<double>::infinity()), "--");
+    EXPECT_EQ(formatIntNumber(7, 3), "007");
+    EXPECT_EQ(formatIntNumber(std::numeric_limits<long long>::min()), "-9223372036854775808");
+    EXPECT_EQ(formatIntNumber(1000000, 0, FORMAT_NUMBER_GROUPED), "1,000,000");
+}
+
+}  // namespace
