@@ -40,7 +40,9 @@ public:
         m_saver = std::make_unique<CFileSaver>(
             m_mutex, boost::make_shared<CDoor>(), CFileSaver::Place{directory()},
             CFileSaver::Composer{[this](bool) { return compose(); },
-                                 [this] { return CFileSaver::Texts{{STAT_FILE, text("times")}}; }},
+                                 [this] {
+                                     return CFileSaver::Texts{{STAT_FILE, text("times")}};
+                                 }},
             std::move(files), m_start);
     }
 
@@ -125,7 +127,8 @@ TEST(FileSaver, AKillAtAnyStepLeavesWholeFilesAndTheNextSaveWorks) {
         killed = WEXITSTATUS(status) == 9;
         for (const char* name : FILES) {
             const std::string found = saver.file(name);
-            EXPECT_TRUE(found == "all 1" || found == "all 2") << name << " " << found << " " << kills;
+            EXPECT_TRUE(found == "all 1" || found == "all 2")
+                << name << " " << found << " " << kills;
         }
         saver.reopen();
         saver.save(killed ? 1 : 3);

@@ -91,8 +91,12 @@ TEST(CsvFiles, NumbersThatAreNoneReadAsNothing) {
         int soldRead;
         double amountRead;
     } cases[] = {
-        {"100", "12.5000000000", 100, 12.5}, {"-100", "-1", -100, -1.0}, {" 7 ", "1e3", 7, 1000.0},
-        {"1e3", "", 0, 0.0},                 {"12.5", "x", 0, 0.0},      {"2147483648", "1.2.3", 0, 0.0},
+        {"100", "12.5000000000", 100, 12.5},
+        {"-100", "-1", -100, -1.0},
+        {" 7 ", "1e3", 7, 1000.0},
+        {"1e3", "", 0, 0.0},
+        {"12.5", "x", 0, 0.0},
+        {"2147483648", "1.2.3", 0, 0.0},
         {"0x10", "12;5", 0, 0.0},
     };
     for (const auto& each : cases) {
@@ -121,6 +125,7 @@ TEST(CsvFiles, StampsTradeKeysAndBalanceTimes) {
     EXPECT_FALSE(csv::isTradeKeyOf("20240104_1", "20240105"));
     EXPECT_FALSE(csv::isTradeKeyOf("202401051", "20240105"));
 
-    const auto times = csv::timesByHistoryKey({{"A:B:S", "100000"}, {"AB:S", "110000"}, {"C:", "x"}});
+    const auto times =
+        csv::timesByHistoryKey({{"A:B:S", "100000"}, {"AB:S", "110000"}, {"C:", "x"}});
     EXPECT_EQ(times, (std::map<std::string, std::string>{{"ABS", "100000"}, {"C", "x"}}));
 }

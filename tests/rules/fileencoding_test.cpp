@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+#include <string>
+
 using namespace TC;
 
 TEST(FileEncoding, NamesOfTheConfiguration) {
@@ -16,7 +19,8 @@ TEST(FileEncoding, NamesOfTheConfiguration) {
 TEST(FileEncoding, WritesThePageAndLosesNothing) {
     EXPECT_EQ(encodeText("a配平\n", EFileEncoding::Utf8), "a配平\n");
     EXPECT_EQ(encodeText("a配平\n", EFileEncoding::Gbk), "a\xC5\xE4\xC6\xBD\n");
-    for (const char* text : {"", "plain\n", "资金账号ID,买额\n", "euro € and 😀 and ä and \xEF\xBB\xBF"}) {
+    for (const char* text :
+         {"", "plain\n", "资金账号ID,买额\n", "euro € and 😀 and ä and \xEF\xBB\xBF"}) {
         for (const EFileEncoding encoding : {EFileEncoding::Utf8, EFileEncoding::Gbk}) {
             EXPECT_EQ(decodeText(encodeText(text, encoding)), std::string(text));
         }
@@ -37,9 +41,15 @@ TEST(FileEncoding, ReadsEitherPageAndNothingElse) {
         {"GB18030, four bytes", "\xD7\xCA\x94\x39\xFC\x36", "资😀"},
         {"the system page's euro sign", "\xD7\xCA\x80", "资€"},
         {"zero bytes", std::string("a\0b", 3), std::string("a\0b", 3)},
-        {"cut within a character of UTF-8", "ab\xE8\xB5", std::nullopt},
+        {"GBK of even length that is UTF-8 of some sort", "key\n\xE8\xB5", "key\n璧"},
+        {"UTF-8, cut within a character", "买额\nab\xE8\xB5", std::nullopt},
+        {"UTF-8 with a damaged row", "买额\n资\xE9\x87\x28\n", std::nullopt},
         {"cut within a character of GBK", "\xD7\xCA\xBD", std::nullopt},
-        {"UTF-16", std::string("\xFF\xFE" "a\0", 4), std::nullopt},
+        {"UTF-16",
+         std::string("\xFF\xFE"
+                     "a\0",
+                     4),
+         std::nullopt},
         {"a trail byte that GBK has not", "\xD7\xCA\xD7 x", std::nullopt},
         {"neither throughout", "资金\xD7\xCA\xFF", std::nullopt},
     };

@@ -24,8 +24,7 @@ public:
     }
     bool write(int file, std::string_view bytes) override {
         CDiskFiles::write(file, bytes.substr(0, bytes.size() / 2));
-        return m_allow("write", "") &&
-               CDiskFiles::write(file, bytes.substr(bytes.size() / 2));
+        return m_allow("write", "") && CDiskFiles::write(file, bytes.substr(bytes.size() / 2));
     }
     bool flush(int file) override { return m_allow("flush", "") && CDiskFiles::flush(file); }
     bool close(int file) override { return CDiskFiles::close(file) && m_allow("close", ""); }
