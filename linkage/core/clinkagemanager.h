@@ -34,6 +34,10 @@ struct CPriceData;
 
 namespace TC {
 
+namespace statement {
+struct Statement;
+}
+
 class CDoor;
 class CFileSaver;
 class CLedger;
@@ -353,7 +357,9 @@ public:
         const std::string& accountKey, int day) const;
 
     /// Imports a statement file (workbook, CSV or tab-separated text); asks for one
-    /// with a file dialog when the path is empty (then on the GUI thread only).
+    /// with a file dialog when the path is empty (then on the GUI thread only). What is
+    /// taken is filed under its day and changes no figure of the day; importing the
+    /// same file again changes nothing. See linkage/store/importreport.h.
     ImportReport importData(const QString& path = QString());
 
     // --------------------------------------------------------------- signals
@@ -502,6 +508,15 @@ protected:
                            const std::vector<boost::shared_ptr<Record>>& records);
     void giveHistoryDayUp(std::uint64_t number);
     void endHistoryDay(HistoryQuery query, const std::string& fault);
+
+    // import: linkage/store/importrecords.cpp
+    /// File one imported record and nothing more: no figure changes, nothing is
+    /// announced. True when it was not there before.
+    bool importDeal(const std::string& accountKey,
+                    const boost::shared_ptr<vexservice::CDealDetail>& deal) REQUIRES(m_mutex);
+    bool importOrder(const std::string& accountKey,
+                     const boost::shared_ptr<vexservice::COrderDetail>& order) REQUIRES(m_mutex);
+    void importRows(const statement::Statement& rows, ImportReport& report);
 
     mutable CRecursiveMutex m_mutex;
     bool m_bInited GUARDED_BY(m_mutex) = false;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "linkage/core/managerstate.h"
+#include "linkage/export.h"
 #include "linkage/stats/periodrule.h"
 #include "linkage/stats/quotestate.h"
 
@@ -17,7 +18,7 @@ namespace TC {
 /// or limit that changes can leave a point behind.
 ///
 /// Guarded by the manager's lock.
-class CPeriodCurves : public QuoteState {
+class LINKAGE_EXPORT CPeriodCurves : public QuoteState {
 public:
     using ByStrategy = std::map<std::string, PeriodTotals>;
     using Closes = std::map<int, double>;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "linkage/core/types.h"
+#include "linkage/export.h"
 #include "linkage/stats/periodpoint.h"
 #include "linkage/stats/valuerule.h"
 
@@ -26,10 +27,10 @@ inline bool isTradingMinute(int minute) {
 }
 
 /// The newest trading minute at or before a minute; 0 before the first one.
-int tradingMinuteAt(int minute);
+LINKAGE_EXPORT int tradingMinuteAt(int minute);
 
 /// How many trading minutes there are up to and including a minute.
-int countTradingMinutes(int minute);
+LINKAGE_EXPORT int countTradingMinutes(int minute);
 
 /// How far the trade date has come.
 struct DayMoment {
@@ -39,7 +40,7 @@ struct DayMoment {
 
 /// `now` is "yyyyMMddhhmmss". Another day than the trade date is wholly over, or has not
 /// begun.
-DayMoment dayMoment(const std::string& now, const std::string& tradeDate);
+LINKAGE_EXPORT DayMoment dayMoment(const std::string& now, const std::string& tradeDate);
 
 /// Deal totals since the start of the day at the end of each minute with deals.
 using PeriodTotals = std::map<int, LinkagePeriodTradeData>;
@@ -53,8 +54,8 @@ const Figures* findPrevExtData(const std::map<int, Figures>& byMinute, int minut
 
 /// Computes totals anew from a minute on. `deals` holds the sums of single minutes; those
 /// before `from` must be in the totals already.
-void renewTotals(PeriodTotals& totals, const std::map<int, LinkagePeriodTradeData>& deals,
-                 int from);
+LINKAGE_EXPORT void renewTotals(PeriodTotals& totals,
+                                const std::map<int, LinkagePeriodTradeData>& deals, int from);
 
 /// What is known of one stock of a curve.
 struct CurveStock {
@@ -77,6 +78,7 @@ struct CurveStock {
 /// without one, at the close before; before the first, at yesterday's close, else at the
 /// first close of the day, else at the newest price. A stock without any close or price
 /// of today is not valued: its profit and position value are 0, as they are live.
-std::map<int, PeriodPoint> periodCurve(const std::vector<CurveStock>& stocks, int running);
+LINKAGE_EXPORT std::map<int, PeriodPoint> periodCurve(const std::vector<CurveStock>& stocks,
+                                                      int running);
 
 }  // namespace TC

@@ -1,6 +1,7 @@
 #include "tests/support/fixture.h"
 
 #include "platform/log.h"
+#include "platform/services/clientconfig.h"
 #include "platform/utils/text.h"
 
 #include <fmt/format.h>
@@ -85,7 +86,8 @@ Fixture::Fixture(Settings settings) : m_settings(std::move(settings)) {
     config.scheduler = m_settings.scheduler;
     config.dataDir = m_directory.path();
     config.fileEncoding = m_settings.fileEncoding;
-    m_pClient = std::make_unique<paper::CPaperClient>(m_pLoop->service(), config, this);
+    m_pClient = std::make_unique<paper::CPaperClient>(m_pLoop->service(), config,
+                                                      static_cast<paper::IClientObserver*>(this));
 }
 
 Fixture::~Fixture() {

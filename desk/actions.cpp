@@ -1,0 +1,120 @@
+#include "desk/actions.h"
+
+#include "desk/engine.h"
+#include "linkage/core/clinkagemanager.h"
+#include "platform/services/clientconfig.h"
+
+#include <utility>
+
+namespace desk {
+
+namespace {
+
+using Manager = utils::CSingletonT<TC::CLinkageManager>;
+
+/// A job for the manager; it is skipped while there is none.
+template <class Work>
+CEngine::Job onManager(Work work) {
+    return [work = std::move(work)] {
+        if (Manager::exists()) work(*Manager::instance());
+    };
+}
+
+/// What a pair has traded today, as the history store keeps it.
+TC::TradeStatData statOf(const TC::CLinkageManager& manager, const Selection& pair) {
+    TC::TradeStatData stat;
+    stat.m_strAccountKey = pair.account;
+    stat.m_strStrategy = pair.strategy;
+    stat.m_strAddDate = manager.getTradeDate();
+    for (const auto& account : manager.getAccounts()) {
+        if (account->m_strKey != pair.account) continue;
+        stat.m_strFundAccountId = account->m_strID;
+        stat.m_strAccountName = account->m_strName;
+        stat.m_strAccountType = std::to_string(account->m_nType);
+        stat.m_strBroker = account->m_strBroker;
+    }
+    const bool type3 = utils::CSingletonT<TC::CAppConfig>::instance()->isClientType(TC::CLIENT_TYPE_3);
+    for (const auto& [stock, record] : manager.getTradeStatDatas(pair.account, pair.strategy)) {
+        const TC::EffectiveFigures figures = TC::effectiveFigures(*record, type3);
+        stat.m_nTotalBuyVolume += figures.buyVolume;
+        stat.m_nTotalSellVolume += figures.sellVolume;
+        stat.m_dTotalBuyAmount += figures.buyAmount;
+        stat.m_dTotalSellAmount += figures.sellAmount;
+    }
+    return stat;
+}
+
+}  // namespace
+
+std::string balanceKey(const std::string& account, const std::string& strategy) {
+    return account + ":" + strategy;
+}
+
+void CActions::preview(const Selection& pair, bool history, PlanAnswer answer) {
+    m_engine.post(onManager([this, pair, history, answer](TC::CLinkageManager& manager) {
+        const TC::BalancePlan plan = history
+                                         ? manager.previewHistoryBalance(pair.account, pair.strategy)
+                                         : manager.previewBalance(pair.account, pair.strategy);
+        m_engine.answer([answer, plan] { answer(plan); });
+    }));
+}
+
+void CActions::balance(const Selection& pair, std::function<void(bool)> answer) {
+    m_engine.post(onManager([this, pair, answer](TC::CLinkageManager& manager) {
+        const bool asked = manager.runAutoBalance(pair.account, pair.strategy);
+        m_engine.answer([answer, asked] { answer(asked); });
+    }));
+}
+
+void CActions::balanceHistory(const Selection& pair) {
+    m_engine.post(onManager([pair](TC::CLinkageManager& manager) {
+        manager.doHistoryBalanceBySignalTask(pair.account, pair.strategy);
+    }));
+}
+
+void CActions::setBalanceTime(const std::string& key, const std::string& time) {
+    m_engine.post(onManager(
+        [key, time](TC::CLinkageManager& manager) { manager.addBalanceTime(key, time); }));
+}
+
+void CActions::deleteBalanceTime(const std::string& key) {
+    m_engine.post(
+        onManager([key](TC::CLinkageManager& manager) { manager.deleteBalanceTime(key); }));
+}
+
+void CActions::carryOver(const Selection& pair, std::function<void(bool)> answer) {
+    m_engine.post(onManager([this, pair, answer](TC::CLinkageManager& manager) {
+        const std::string key = pair.account + pair.strategy;
+        const bool fresh = !manager.isAlreadyAdd(key);
+        if (fresh) {
+            manager.addHistoryStat(key, statOf(manager, pair));
+            manager.addHistoryLinkdata(pair.account, pair.strategy);
+            manager.writedata(false);
+        }
+        m_engine.answer([answer, fresh] { answer(fresh); });
+    }));
+}
+
+void CActions::deleteHistoryStock(const std::string& historyKey, const std::string& stock) {
+    m_engine.post(onManager([historyKey, stock](TC::CLinkageManager& manager) {
+        manager.deleteHistoryLinkageData(historyKey, stock);
+    }));
+}
+
+void CActions::deleteBalancedHistory() {
+    m_engine.post(onManager(
+        [](TC::CLinkageManager& manager) { manager.deleteHistoryAlreadyBalancedata(); }));
+}
+
+void CActions::deleteAllHistory() {
+    m_engine.post(onManager([](TC::CLinkageManager& manager) { manager.deleteAllHisTorydata(); }));
+}
+
+void CActions::import(const QString& path, std::function<void(const TC::ImportReport&)> answer) {
+    m_engine.post(onManager([this, path, answer](TC::CLinkageManager& manager) {
+        const TC::ImportReport report = manager.importData(path);
+        m_engine.answer([answer, report] { answer(report); });
+    }));
+}
+
+}  // namespace desk

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "desk/actions.h"
+#include "desk/rowsview.h"
+
+#include <QWidget>
+
+#include <map>
+
+class QLabel;
+class QPushButton;
+class QTimeEdit;
+
+namespace desk {
+
+/// The balance-time table: times are edited in place; the chosen strategy gets one, or
+/// another one, by the line below.
+class CBalanceTimesPage final : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit CBalanceTimesPage(CActions& actions, QWidget* parent = nullptr);
+
+    void show(const std::map<std::string, std::string>& times, const Selection& chosen);
+
+private:
+    CActions& m_actions;
+    Selection m_chosen;
+    CRowsView* m_pTable;
+    QLabel* m_pChosen;
+    QTimeEdit* m_pTime;
+    QPushButton* m_pSet;
+    QPushButton* m_pDelete;
+};
+
+}  // namespace desk

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "desk/axes.h"
+#include "desk/picture.h"
+
+#include <QWidget>
+
+#include <memory>
+
+class QPainter;
+
+namespace desk {
+
+/// The day of the chosen strategy and stock: the price with its deals and resting
+/// orders above, the profit curve below. Deals, orders and labels are graphics of the
+/// library's draw manager; this widget gives it the mapping.
+class CChart final : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit CChart(QWidget* parent = nullptr);
+    ~CChart() override;
+
+    void show(std::shared_ptr<const Picture> picture);
+
+    QSize sizeHint() const override { return {640, 380}; }
+    QSize minimumSizeHint() const override { return {420, 260}; }
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    struct Pane {
+        QRect area;
+        ValueAxis values;
+    };
+
+    void layOut();
+    void fileMarks();
+    void fileDeals();
+    void fileOrders();
+    void fileLabel(int type, double minute, double value, const QString& text, QColor colour,
+                   bool above);
+    QPointF pixel(const Pane& pane, double minute, double value) const;
+    void paintPane(QPainter& painter, const Pane& pane, const QString& title, int decimals) const;
+    void paintCurve(QPainter& painter, const Pane& pane, const std::vector<QPointF>& points,
+                    QColor colour, bool filled) const;
+    void paintMarks(QPainter& painter, int type, const Pane& pane) const;
+    QString priceTitle() const;
+    QString profitTitle() const;
+
+    std::shared_ptr<const Picture> m_pPicture;
+    CTimeAxis m_time;
+    Pane m_price;
+    Pane m_profit;
+    bool m_bStale = true;
+};
+
+}  // namespace desk

@@ -1,0 +1,120 @@
+#include "desk/detailtables.h"
+
+#include "desk/picture.h"
+#include "desk/texts.h"
+#include "linkage/core/clinkagemanager.h"
+
+#include <QCoreApplication>
+#include <QTabWidget>
+
+namespace desk {
+
+namespace {
+
+struct Tables {
+    Q_DECLARE_TR_FUNCTIONS(Tables)
+};
+
+QString text(const std::string& utf8) { return QString::fromStdString(utf8); }
+
+CRowsView* makeTable(QWidget* parent, const char* name, std::vector<Column> columns) {
+    auto* table = new CRowsView(std::move(columns), CRowsView::ESorting::ByUser, parent);
+    table->setObjectName(name);
+    return table;
+}
+
+Row stockRow(const StockRow& row) {
+    const QVariant last = row.lastPrice > 0.0 ? QVariant(row.lastPrice) : QVariant();
+    return {text(row.stock),
+            {text(row.stock), text(row.name), last, qlonglong(row.bought), qlonglong(row.sold),
+             qlonglong(row.bought - row.sold), row.boughtAmount, row.soldAmount, row.commission,
+             row.profit, row.positionValue},
+            false};
+}
+
+Row orderRow(const OrderRow& row) {
+    const QString key = QString::number(row.key);
+    return {key,
+            {key, row.buys, row.price, row.volume, row.traded,
+             libraryText(TC::getOrderStatusQString(row.status))},
+            false};
+}
+
+Row dealRow(const DealRow& row) {
+    return {QString::number(row.key),
+            {text(row.time), row.buys, row.price, row.volume, row.amount},
+            false};
+}
+
+Row taskRow(const TaskRow& row) {
+    const QString key = QString::number(row.key);
+    return {key,
+            {key, libraryText(TC::getTaskStatusQString(row.status)),
+             row.server ? Tables::tr("Server") : Tables::tr("Client"), row.volume, row.traded},
+            false};
+}
+
+Row levelRow(const LevelRow& row) {
+    return {QString::number(row.price, 'f', 4), {row.price, row.lots}, false};
+}
+
+template <class Source>
+void fill(CRowsView* table, const std::vector<Source>& source, Row (*make)(const Source&)) {
+    std::vector<Row> rows;
+    rows.reserve(source.size());
+    for (const Source& row : source) rows.push_back(make(row));
+    table->rows().setRows(std::move(rows));
+}
+
+}  // namespace
+
+CDetailTables::CDetailTables(QWidget* parent, QTabWidget* tabs) {
+    m_pStocks = makeTable(parent, "stocks",
+                          {{Tables::tr("Stock")},
+                           {Tables::tr("Name")},
+                           {Tables::tr("Last"), EFormat::Price},
+                           {Tables::tr("Bought"), EFormat::Count},
+                           {Tables::tr("Sold"), EFormat::Count},
+                           {Tables::tr("Net"), EFormat::Count},
+                           {Tables::tr("Bought amount"), EFormat::Money},
+                           {Tables::tr("Sold amount"), EFormat::Money},
+                           {Tables::tr("Commission"), EFormat::Money},
+                           {Tables::tr("Profit"), EFormat::Profit},
+                           {Tables::tr("Position value"), EFormat::Money}});
+    m_pOrders = makeTable(tabs, "orders",
+                          {{Tables::tr("Order")},
+                           {Tables::tr("Side"), EFormat::Side},
+                           {Tables::tr("Price"), EFormat::Price},
+                           {Tables::tr("Volume"), EFormat::Count},
+                           {Tables::tr("Traded"), EFormat::Count},
+                           {Tables::tr("Status")}});
+    m_pDeals = makeTable(tabs, "deals",
+                         {{Tables::tr("Time"), EFormat::Time},
+                          {Tables::tr("Side"), EFormat::Side},
+                          {Tables::tr("Price"), EFormat::Price},
+                          {Tables::tr("Volume"), EFormat::Count},
+                          {Tables::tr("Amount"), EFormat::Money}});
+    m_pTasks = makeTable(tabs, "tasks",
+                         {{Tables::tr("Task")},
+                          {Tables::tr("Status")},
+                          {Tables::tr("Runs on")},
+                          {Tables::tr("Volume"), EFormat::Count},
+                          {Tables::tr("Traded"), EFormat::Count}});
+    m_pLevels = makeTable(
+        tabs, "levels",
+        {{Tables::tr("Price"), EFormat::Price}, {Tables::tr("Open lots"), EFormat::Count}});
+    tabs->addTab(m_pOrders, Tables::tr("Orders"));
+    tabs->addTab(m_pDeals, Tables::tr("Deals"));
+    tabs->addTab(m_pTasks, Tables::tr("Tasks"));
+    tabs->addTab(m_pLevels, Tables::tr("Open lots"));
+}
+
+void CDetailTables::show(const Picture& picture) {
+    fill(m_pStocks, picture.stocks, stockRow);
+    fill(m_pOrders, picture.orders, orderRow);
+    fill(m_pDeals, picture.deals, dealRow);
+    fill(m_pTasks, picture.tasks, taskRow);
+    fill(m_pLevels, picture.levels, levelRow);
+}
+
+}  // namespace desk

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "desk/rowsview.h"
+
+class QTabWidget;
+
+namespace desk {
+
+struct Picture;
+
+/// The tables of the chosen strategy and stock.
+class CDetailTables {
+public:
+    /// Adds a tab for each table but that of the stocks.
+    CDetailTables(QWidget* parent, QTabWidget* tabs);
+
+    void show(const Picture& picture);
+
+    CRowsView* stocks() { return m_pStocks; }
+
+private:
+    CRowsView* m_pStocks;
+    CRowsView* m_pOrders;
+    CRowsView* m_pDeals;
+    CRowsView* m_pTasks;
+    CRowsView* m_pLevels;
+};
+
+}  // namespace desk

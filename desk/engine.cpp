@@ -1,0 +1,176 @@
+#include "desk/engine.h"
+
+#include "desk/picturetaker.h"
+
+#include <QCoreApplication>
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+namespace desk {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using namespace std::chrono_literals;
+
+constexpr auto TICK = 10ms;
+constexpr auto PICTURE_EVERY = 100ms;
+/// A picture may cost a tenth of the engine's time, not more.
+constexpr int PICTURE_SHARE = 10;
+
+double seconds(Clock::duration duration) { return std::chrono::duration<double>(duration).count(); }
+
+}  // namespace
+
+CEngine::CEngine(EngineOptions options)
+    : m_options(std::move(options)), m_dSpeed(m_options.speed), m_bPaused(m_options.paused) {}
+
+CEngine::~CEngine() {
+    {
+        const std::lock_guard lock(m_mutex);
+        m_bStop = true;
+    }
+    m_wake.notify_all();
+    if (m_thread.joinable()) m_thread.join();
+}
+
+void CEngine::start() {
+    m_thread = std::thread([this] { run(); });
+}
+
+void CEngine::post(Job job) {
+    {
+        const std::lock_guard lock(m_mutex);
+        m_jobs.push_back(std::move(job));
+    }
+    m_wake.notify_all();
+}
+
+void CEngine::answer(Job answer) {
+    {
+        const std::lock_guard lock(m_mutex);
+        m_answers.push_back(std::move(answer));
+    }
+    ring();
+}
+
+void CEngine::select(const Selection& selection) {
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_selection == selection) return;
+        m_selection = selection;
+        m_bSelectionNew = true;
+    }
+    m_wake.notify_all();
+}
+
+void CEngine::setSpeed(double speed) { m_dSpeed = speed; }
+
+void CEngine::setPaused(bool paused) { m_bPaused = paused; }
+
+std::shared_ptr<const Picture> CEngine::collect() {
+    std::vector<Job> answers;
+    std::shared_ptr<const Picture> picture;
+    {
+        const std::lock_guard lock(m_mutex);
+        m_bRung = false;
+        answers.swap(m_answers);
+        picture.swap(m_pPicture);
+    }
+    for (const Job& answer : answers) answer();
+    return picture;
+}
+
+QString CEngine::stageFault() const {
+    const std::lock_guard lock(m_mutex);
+    return m_strStageFault;
+}
+
+void CEngine::ring() {
+    {
+        const std::lock_guard lock(m_mutex);
+        if (std::exchange(m_bRung, true)) return;
+    }
+    Q_EMIT sigNews();
+}
+
+void CEngine::runJobs() {
+    std::vector<Job> jobs;
+    {
+        const std::lock_guard lock(m_mutex);
+        jobs.swap(m_jobs);
+    }
+    for (const Job& job : jobs) job();
+}
+
+void CEngine::takePicture(CPictureTaker& taker, const IStage& stage) {
+    auto picture = std::make_shared<Picture>();
+    {
+        const std::lock_guard lock(m_mutex);
+        picture->selection = m_selection;
+        m_bSelectionNew = false;
+    }
+    picture->time = clockText();
+    picture->minute = clockMinute();
+    picture->progress = stage.progress();
+    picture->ended = stage.ended();
+    picture->halted = stage.halted();
+    picture->fault = stage.fault();
+    taker.take(*picture);
+    {
+        const std::lock_guard lock(m_mutex);
+        m_pPicture = std::move(picture);
+    }
+    ring();
+}
+
+void CEngine::step(IStage& stage, double elapsed) {
+    double speed = m_dSpeed;
+    // Behind the end of a recording nothing is left to hurry for.
+    if (stage.ended()) speed = speed == UNPACED ? 0.0 : std::min(1.0, speed);
+    if (m_bPaused) speed = 0.0;
+    stage.step(static_cast<std::int64_t>(elapsed * speed * 1e6));
+}
+
+void CEngine::run() {
+    std::unique_ptr<IStage> stage;
+    try {
+        stage = m_options.scenario.isEmpty()
+                    ? makeLiveStage(m_options.dataDir)
+                    : makeRecordedStage(m_options.scenario, m_options.dataDir, m_options.haltAt);
+    } catch (const StageError& fault) {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_strStageFault = QString::fromUtf8(fault.what());
+        }
+        ring();
+        return;
+    }
+
+    CPictureTaker taker;
+    Clock::time_point last = Clock::now();
+    Clock::time_point nextPicture = last;
+    while (!m_bStop) {
+        runJobs();
+        const Clock::time_point now = Clock::now();
+        step(*stage, seconds(now - std::exchange(last, now)));
+        QCoreApplication::sendPostedEvents();  // the manager's slots, called from other threads
+
+        const Clock::time_point before = Clock::now();
+        std::unique_lock lock(m_mutex);
+        if (before >= nextPicture || m_bSelectionNew) {
+            lock.unlock();
+            takePicture(taker, *stage);
+            const auto cost = Clock::now() - before;
+            nextPicture = before + std::max<Clock::duration>(PICTURE_EVERY, cost * PICTURE_SHARE);
+            lock.lock();
+        }
+        m_wake.wait_until(lock, now + TICK,
+                          [this] { return m_bStop || !m_jobs.empty() || m_bSelectionNew; });
+    }
+    taker.letGo();
+}
+
+}  // namespace desk

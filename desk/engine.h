@@ -1,0 +1,99 @@
+#pragma once
+
+#include "desk/picture.h"
+#include "desk/stage.h"
+
+#include <QObject>
+#include <QString>
+
+#include <atomic>
+#include <condition_variable>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace desk {
+
+/// A speed at which a recording is played as fast as it goes, and stands at its end.
+constexpr double UNPACED = 1e9;
+
+struct EngineOptions {
+    QString scenario;  ///< empty: the built-in market, live
+    QString dataDir;
+    double speed = 1.0;
+    bool paused = false;
+    std::string haltAt;  ///< time of day "hh:mm" at which a recording halts
+};
+
+/// Runs the library and its client on a thread of its own and hands pictures of them to
+/// the window.
+///
+/// The window never calls the library: it posts jobs, which run between two steps of
+/// the stage, and finds their answers and the newest picture in a mailbox. So it stays
+/// fluent however busy the intake is.
+///
+/// Threads: public operations from the window's; jobs run on the engine's, answers on
+/// the window's, inside collect().
+class CEngine : public QObject {
+    Q_OBJECT
+
+public:
+    using Job = std::function<void()>;
+
+    explicit CEngine(EngineOptions options);
+    /// Takes the manager and the client down; waits for the running job.
+    ~CEngine() override;
+
+    /// Starts the thread; sigNews must be connected (queued) by then.
+    void start();
+
+    void post(Job job);
+    /// From inside a job: runs `answer` on the window's thread.
+    void answer(Job answer);
+
+    void select(const Selection& selection);
+    void setSpeed(double speed);
+    void setPaused(bool paused);
+    bool canBePaced() const { return !m_options.scenario.isEmpty(); }
+    double speed() const { return m_dSpeed; }
+    bool paused() const { return m_bPaused; }
+
+    /// Runs the answers that have come and returns the newest picture, empty when there
+    /// is no new one.
+    std::shared_ptr<const Picture> collect();
+
+    /// Why the stage could not be set up; empty while it could.
+    QString stageFault() const;
+
+Q_SIGNALS:
+    /// Something is in the mailbox. Rung once until it is collected.
+    void sigNews();
+
+private:
+    void run();
+    void runJobs();
+    void takePicture(class CPictureTaker& taker, const IStage& stage);
+    void ring();
+    void step(IStage& stage, double elapsed);
+
+    const EngineOptions m_options;
+    std::atomic<double> m_dSpeed;
+    std::atomic<bool> m_bPaused;
+    std::atomic<bool> m_bStop{false};
+
+    mutable std::mutex m_mutex;
+    std::condition_variable m_wake;
+    std::vector<Job> m_jobs;
+    std::vector<Job> m_answers;
+    std::shared_ptr<const Picture> m_pPicture;
+    Selection m_selection;
+    bool m_bSelectionNew = false;
+    bool m_bRung = false;
+    QString m_strStageFault;
+
+    std::thread m_thread;
+};
+
+}  // namespace desk

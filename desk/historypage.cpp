@@ -1,0 +1,114 @@
+#include "desk/historypage.h"
+
+#include <QHBoxLayout>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace desk {
+
+namespace {
+
+QString rowKey(const HistoryRow& row) {
+    return QString::fromStdString(row.key) + '\n' + QString::fromStdString(row.stock);
+}
+
+}  // namespace
+
+CHistoryPage::CHistoryPage(CActions& actions, QWidget* parent)
+    : QWidget(parent), m_actions(actions) {
+    m_pTable = new CRowsView({{tr("Account")},
+                              {tr("Strategy")},
+                              {tr("Stock")},
+                              {tr("Bought"), EFormat::Count},
+                              {tr("Sold"), EFormat::Count},
+                              {tr("Difference"), EFormat::Count},
+                              {tr("Bought amount"), EFormat::Money},
+                              {tr("Sold amount"), EFormat::Money}},
+                             CRowsView::ESorting::Off, this);
+    m_pTable->setObjectName("history");
+
+    m_pButtons = new QHBoxLayout;
+    m_pCarry = addButton(tr("Carry over today"), "historyCarry");
+    m_pBalance = addButton(tr("Balance history…"), "historyBalance");
+    m_pButtons->addStretch();
+    m_pDeleteStock = addButton(tr("Delete stock"), "historyDeleteStock");
+    m_pDeleteBalanced = addButton(tr("Delete balanced"), "historyDeleteBalanced");
+    m_pDeleteAll = addButton(tr("Delete all…"), "historyDeleteAll");
+    connect(m_pCarry, &QPushButton::clicked, this, &CHistoryPage::carryOver);
+    connect(m_pBalance, &QPushButton::clicked, this, [this] {
+        if (const HistoryRow* row = current())
+            Q_EMIT sigBalance(QString::fromStdString(row->account),
+                              QString::fromStdString(row->strategy));
+    });
+    connect(m_pDeleteStock, &QPushButton::clicked, this, [this] {
+        if (const HistoryRow* row = current()) m_actions.deleteHistoryStock(row->key, row->stock);
+    });
+    connect(m_pDeleteBalanced, &QPushButton::clicked, this,
+            [this] { m_actions.deleteBalancedHistory(); });
+    connect(m_pDeleteAll, &QPushButton::clicked, this, &CHistoryPage::confirmDeleteAll);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(m_pTable);
+    layout->addLayout(m_pButtons);
+    show({}, {});
+}
+
+QPushButton* CHistoryPage::addButton(const QString& text, const char* name) {
+    auto* button = new QPushButton(text, this);
+    button->setObjectName(name);
+    m_pButtons->addWidget(button);
+    return button;
+}
+
+const HistoryRow* CHistoryPage::current() const {
+    const QString key = m_pTable->currentKey();
+    const auto found = std::find_if(m_history.begin(), m_history.end(),
+                                    [&key](const HistoryRow& row) { return rowKey(row) == key; });
+    return found == m_history.end() ? nullptr : &*found;
+}
+
+void CHistoryPage::carryOver() {
+    const QString pair = QString::fromStdString(m_chosen.account + " / " + m_chosen.strategy);
+    m_actions.carryOver(m_chosen, [this, pair](bool fresh) {
+        Q_EMIT sigMessage(fresh ? tr("%1 was carried over into the history.").arg(pair)
+                                : tr("%1 was carried over today already.").arg(pair));
+    });
+}
+
+void CHistoryPage::confirmDeleteAll() {
+    auto* box = new QMessageBox(QMessageBox::Warning, tr("Delete history"),
+                                tr("Delete the whole history store? This cannot be undone."),
+                                QMessageBox::NoButton, this);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setObjectName("historyDeleteAllBox");
+    QPushButton* go = box->addButton(tr("Delete"), QMessageBox::DestructiveRole);
+    box->addButton(tr("Cancel"), QMessageBox::RejectRole);
+    connect(go, &QPushButton::clicked, this, [this] { m_actions.deleteAllHistory(); });
+    box->open();
+}
+
+void CHistoryPage::show(const std::vector<HistoryRow>& history, const Selection& chosen) {
+    m_history = history;
+    m_chosen = chosen;
+    std::vector<Row> rows;
+    for (const HistoryRow& row : history) {
+        rows.push_back({rowKey(row),
+                        {QString::fromStdString(row.account), QString::fromStdString(row.strategy),
+                         QString::fromStdString(row.stock), qlonglong(row.bought),
+                         qlonglong(row.sold), qlonglong(row.bought - row.sold), row.boughtAmount,
+                         row.soldAmount},
+                        false});
+    }
+    m_pTable->rows().setRows(std::move(rows));
+    m_pCarry->setEnabled(!chosen.strategy.empty());
+    const HistoryRow* row = current();
+    m_pBalance->setEnabled(row);
+    m_pDeleteStock->setEnabled(row && !row->stock.empty());
+    m_pDeleteBalanced->setEnabled(!history.empty());
+    m_pDeleteAll->setEnabled(!history.empty());
+}
+
+}  // namespace desk

@@ -1,0 +1,58 @@
+#include "desk/samplemarket.h"
+#include "desk/stage.h"
+#include "linkage/core/clinkagemanager.h"
+#include "paper/loop.h"
+#include "paper/paperclient.h"
+
+#include <QDate>
+
+#include <optional>
+
+namespace desk {
+
+namespace {
+
+using Manager = utils::CSingletonT<TC::CLinkageManager>;
+
+paper::ClientConfig liveConfig(const QString& dataDir) {
+    paper::ClientConfig config;
+    config.tradeDate = QDate::currentDate().toString("yyyyMMdd").toStdString();
+    config.executes = true;
+    config.scheduler = true;
+    config.dataDir = dataDir;
+    return config;
+}
+
+class CLiveStage final : public IStage {
+public:
+    explicit CLiveStage(const QString& dataDir)
+        : m_loop(std::in_place),
+          m_client(m_loop->service(), liveConfig(dataDir)),
+          m_market(m_loop->service(), m_client) {
+        Manager::instance()->init();
+        m_market.open();
+    }
+
+    /// The manager first, while the loop still ends what it had begun; then the loop's
+    /// threads; then what they worked on.
+    ~CLiveStage() override {
+        Manager::release();
+        m_loop->stop();
+    }
+
+    void step(std::int64_t) override {}
+    bool canBePaced() const override { return false; }
+
+private:
+    std::optional<paper::CRealLoop> m_loop;
+    paper::CPaperClient m_client;
+    CSampleMarket m_market;
+};
+
+}  // namespace
+
+std::unique_ptr<IStage> makeLiveStage(const QString& dataDir) {
+    return std::make_unique<CLiveStage>(dataDir);
+}
+
+}  // namespace desk

@@ -1,0 +1,116 @@
+#include "desk/engine.h"
+#include "desk/mainwindow.h"
+#include "desk/shot.h"
+#include "desk/style.h"
+#include "desk/texts.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QLocale>
+#include <QTemporaryDir>
+#include <QTextStream>
+#include <QTimer>
+
+#include <optional>
+
+namespace {
+
+constexpr int USAGE_ERROR = 2;
+
+struct Arguments {
+    desk::EngineOptions engine;
+    QString shot;
+    QSize size;
+    QLocale locale;
+};
+
+int refuse(const QString& text) {
+    QTextStream(stderr) << "linkage-desk: " << text << '\n';
+    return USAGE_ERROR;
+}
+
+/// Empty when the arguments can be understood, else what is wrong.
+QString readArguments(const QCoreApplication& application, Arguments& arguments) {
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        "Shows the linkage library at work: on the built-in market, live, or on a recorded\n"
+        "scenario at any speed.");
+    parser.addHelpOption();
+    parser.addPositionalArgument("SCENARIO", "Scenario file, plain or compressed with gzip.",
+                                 "[SCENARIO]");
+    const QCommandLineOption speed("speed", "Speed of a recording, 1 to 1000.", "N", "60");
+    const QCommandLineOption halt("until", "Halt a recording at this time of day.", "HH:MM");
+    const QCommandLineOption dir("data-dir", "The client's data directory; else a temporary one.",
+                                 "DIR");
+    const QCommandLineOption lang("lang", "Language (zh_CN or en); else the system's.", "NAME");
+    const QCommandLineOption size("size", "Size of the window in pixels.", "WxH", "1480x920");
+    const QCommandLineOption shot(
+        "shot", "Play the scenario without a display, save a picture of the window and exit.",
+        "FILE.png");
+    parser.addOptions({speed, halt, dir, lang, size, shot});
+    parser.process(application);
+
+    const QStringList files = parser.positionalArguments();
+    if (files.size() > 1) return "more than one scenario";
+    if (!files.isEmpty()) arguments.engine.scenario = files.front();
+    arguments.engine.speed = parser.value(speed).toDouble();
+    if (arguments.engine.speed < 1.0 || arguments.engine.speed > 1000.0)
+        return "--speed takes a number from 1 to 1000";
+    arguments.engine.haltAt = parser.value(halt).toStdString();
+    if (parser.isSet(halt) && !QTime::fromString(parser.value(halt), "HH:mm").isValid())
+        return "--until takes a time as HH:MM";
+    arguments.engine.dataDir = parser.value(dir);
+    arguments.locale = parser.isSet(lang) ? QLocale(parser.value(lang)) : QLocale::system();
+    const QStringList sides = parser.value(size).split('x');
+    arguments.size = sides.size() == 2 ? QSize(sides[0].toInt(), sides[1].toInt()) : QSize();
+    if (arguments.size.isEmpty()) return "--size takes a size as WIDTHxHEIGHT";
+    arguments.shot = parser.value(shot);
+    if (parser.isSet(shot) && arguments.engine.scenario.isEmpty())
+        return "--shot needs a scenario";
+    return {};
+}
+
+/// A picture needs no display, and Qt chooses its platform before arguments are read.
+void chooseTheDisplay(int argc, char** argv) {
+    for (int i = 1; i < argc; ++i) {
+        const QByteArray argument = argv[i];
+        const bool needsNone = argument == "--shot" || argument.startsWith("--shot=") ||
+                               argument == "--help" || argument == "-h";
+        if (needsNone && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+            qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    chooseTheDisplay(argc, argv);
+    QApplication application(argc, argv);
+    QCoreApplication::setApplicationName("linkage-desk");
+
+    Arguments arguments;
+    const QString fault = readArguments(application, arguments);
+    if (!fault.isEmpty()) return refuse(fault);
+    std::optional<QTemporaryDir> temporary;
+    if (arguments.engine.dataDir.isEmpty())
+        arguments.engine.dataDir = temporary.emplace().path();
+
+    const desk::CTranslation translation(arguments.locale);
+    desk::style::apply(application);
+    if (!arguments.shot.isEmpty()) arguments.engine.speed = desk::UNPACED;
+    desk::CEngine engine(arguments.engine);
+    desk::CMainWindow window(engine);
+    window.resize(arguments.size);
+    static_cast<QWidget&>(window).show();
+
+    QString shotFault;
+    if (!arguments.shot.isEmpty())
+        desk::takeShot(window, arguments.shot, [&](const QString& text) {
+            shotFault = text;
+            QCoreApplication::quit();
+        });
+    engine.start();
+    const int status = QApplication::exec();
+    if (!shotFault.isEmpty()) return refuse(shotFault);
+    return status;
+}

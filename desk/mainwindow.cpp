@@ -1,0 +1,169 @@
+#include "desk/mainwindow.h"
+
+#include "desk/balancetimespage.h"
+#include "desk/chart.h"
+#include "desk/detailtables.h"
+#include "desk/historypage.h"
+#include "desk/importpage.h"
+#include "desk/plandialog.h"
+#include "desk/rowsview.h"
+
+#include <QLabel>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QTabWidget>
+
+#include <algorithm>
+
+namespace desk {
+
+namespace {
+
+QString pairKey(const std::string& account, const std::string& strategy) {
+    return QString::fromStdString(account) + '\n' + QString::fromStdString(strategy);
+}
+
+}  // namespace
+
+CMainWindow::CMainWindow(CEngine& engine) : m_engine(engine), m_actions(engine) {
+    setWindowTitle(tr("Linkage Desk"));
+    setMenuWidget(makeTopBar());
+    setCentralWidget(makeBody());
+    resize(1480, 920);
+
+    connect(&m_engine, &CEngine::sigNews, this, &CMainWindow::collect, Qt::QueuedConnection);
+    connect(m_pPairs, &CRowsView::sigChosen, this, &CMainWindow::choosePair);
+    connect(m_pTables->stocks(), &CRowsView::sigChosen, this, &CMainWindow::chooseStock);
+    connect(m_pPause, &QPushButton::clicked, this, [this] { setPaused(!m_engine.paused()); });
+    connect(m_pBalance, &QPushButton::clicked, this, [this] { askBalance(m_selection, false); });
+    connect(m_pHistory, &CHistoryPage::sigMessage, this, &CMainWindow::showMessage);
+    connect(m_pHistory, &CHistoryPage::sigBalance, this,
+            [this](const QString& account, const QString& strategy) {
+                askBalance({account.toStdString(), strategy.toStdString(), {}}, true);
+            });
+    setPaused(m_engine.paused());
+}
+
+CMainWindow::~CMainWindow() = default;
+
+void CMainWindow::collect() {
+    if (auto picture = m_engine.collect()) show(std::move(picture));
+    const QString fault = m_engine.stageFault();
+    if (!fault.isEmpty()) showMessage(fault);
+}
+
+void CMainWindow::show(std::shared_ptr<const Picture> picture) {
+    m_pShown = std::move(picture);
+    const Picture& now = *m_pShown;
+    showClock(now);
+    showPairs(now);
+    showCounts(now);
+    // A picture of an earlier choice would make the tables flicker.
+    if (now.selection == m_selection) {
+        m_pTables->show(now);
+        m_pChart->show(m_pShown);
+    }
+    m_pTimes->show(now.balanceTimes, m_selection);
+    m_pHistory->show(now.history, m_selection);
+    m_pBalance->setEnabled(!m_selection.strategy.empty());
+    if (!now.fault.empty()) showMessage(QString::fromStdString(now.fault));
+    chooseForTheUser(now);
+    Q_EMIT sigShown();
+}
+
+void CMainWindow::showClock(const Picture& picture) {
+    m_pClock->setText(QString::fromStdString(picture.time));
+    const QString date = QString::fromStdString(picture.date);
+    m_pDate->setText(date.left(4) + '-' + date.mid(4, 2) + '-' + date.mid(6));
+    m_pProgress->setVisible(picture.progress >= 0.0);
+    m_pProgress->setValue(static_cast<int>(picture.progress * m_pProgress->maximum()));
+}
+
+void CMainWindow::showPairs(const Picture& picture) {
+    std::vector<Row> rows;
+    for (const PairRow& pair : picture.pairs) {
+        const bool whole = pair.strategy.empty();
+        const QString name =
+            whole ? QString::fromStdString(pair.account + "  " + pair.accountName).trimmed()
+                  : "    " + QString::fromStdString(pair.strategy);
+        rows.push_back({pairKey(pair.account, pair.strategy),
+                        {name, pair.profit, qlonglong(pair.bought), qlonglong(pair.sold),
+                         pair.runningOrders, pair.runningTasks,
+                         QString::fromStdString(pair.balanceTime)},
+                        whole});
+    }
+    m_pPairs->rows().setRows(std::move(rows));
+}
+
+void CMainWindow::showCounts(const Picture& picture) {
+    int orders = 0, tasks = 0;
+    double profit = 0.0;
+    for (const PairRow& pair : picture.pairs) {
+        if (!pair.strategy.empty()) continue;
+        orders += pair.runningOrders;
+        tasks += pair.runningTasks;
+        profit += pair.profit;
+    }
+    m_pCounts->setText(tr("Profit %1    running orders %2    running tasks %3")
+                           .arg(formatted(profit, EFormat::Profit),
+                                formatted(orders, EFormat::Count),
+                                formatted(tasks, EFormat::Count)));
+}
+
+/// Until the user has chosen, the first strategy that has traded, and its first stock.
+void CMainWindow::chooseForTheUser(const Picture& picture) {
+    if (m_selection.account.empty()) {
+        const auto first = std::find_if(
+            picture.pairs.begin(), picture.pairs.end(), [](const PairRow& pair) {
+                return !pair.strategy.empty() && pair.bought + pair.sold > 0;
+            });
+        if (first != picture.pairs.end())
+            m_pPairs->chooseKey(pairKey(first->account, first->strategy));
+    } else if (m_selection.stock.empty() && picture.selection == m_selection &&
+               !picture.stocks.empty()) {
+        m_pTables->stocks()->chooseKey(QString::fromStdString(picture.stocks.front().stock));
+    }
+}
+
+void CMainWindow::choosePair(const QString& key) {
+    const Selection pair{key.section('\n', 0, 0).toStdString(),
+                         key.section('\n', 1).toStdString(), m_selection.stock};
+    if (pair == m_selection) return;
+    m_selection = pair;
+    m_engine.select(m_selection);
+}
+
+void CMainWindow::chooseStock(const QString& key) {
+    m_selection.stock = key.toStdString();
+    m_engine.select(m_selection);
+}
+
+void CMainWindow::askBalance(const Selection& pair, bool history) {
+    m_actions.preview(pair, history, [this, pair, history](const TC::BalancePlan& plan) {
+        const QString name = QString::fromStdString(pair.account + " / " + pair.strategy);
+        auto* dialog = new CPlanDialog(
+            history ? tr("Balance the history of %1").arg(name) : tr("Balance %1").arg(name), plan,
+            this);
+        connect(dialog, &QDialog::accepted, this, [this, pair, history, name] {
+            if (history) {
+                m_actions.balanceHistory(pair);
+                showMessage(tr("The history of %1 is being balanced.").arg(name));
+                return;
+            }
+            m_actions.balance(pair, [this, name](bool asked) {
+                showMessage(asked ? tr("%1 will be balanced in 5 seconds.").arg(name)
+                                  : tr("%1 is being balanced already.").arg(name));
+            });
+        });
+        dialog->open();
+    });
+}
+
+void CMainWindow::setPaused(bool paused) {
+    m_engine.setPaused(paused);
+    m_pPause->setText(paused ? tr("Play") : tr("Pause"));
+}
+
+void CMainWindow::showMessage(const QString& text) { m_pMessage->setText(text); }
+
+}  // namespace desk

@@ -1,0 +1,80 @@
+#pragma once
+
+#include "desk/actions.h"
+#include "desk/engine.h"
+
+#include <QMainWindow>
+
+#include <memory>
+
+class QComboBox;
+class QLabel;
+class QProgressBar;
+class QPushButton;
+class QTabWidget;
+
+namespace desk {
+
+class CBalanceTimesPage;
+class CChart;
+class CDetailTables;
+class CHistoryPage;
+class CImportPage;
+class CRowsView;
+
+/// The one window of the desk. It shows pictures of the library and passes wishes on;
+/// it never waits for either.
+class CMainWindow final : public QMainWindow {
+    Q_OBJECT
+
+public:
+    /// The engine must outlive the window and not be started before it.
+    explicit CMainWindow(CEngine& engine);
+    ~CMainWindow() override;
+
+    /// The picture that is on the screen; empty before the first.
+    std::shared_ptr<const Picture> shown() const { return m_pShown; }
+
+Q_SIGNALS:
+    /// Another picture is on the screen.
+    void sigShown();
+
+private:
+    QWidget* makeTopBar();
+    QWidget* makeBody();
+    QWidget* titled(const QString& title, QWidget* content);
+    void collect();
+    void show(std::shared_ptr<const Picture> picture);
+    void showPairs(const Picture& picture);
+    void showClock(const Picture& picture);
+    void showCounts(const Picture& picture);
+    void chooseForTheUser(const Picture& picture);
+    void choosePair(const QString& key);
+    void chooseStock(const QString& key);
+    void setPaused(bool paused);
+    void askBalance(const Selection& pair, bool history);
+    void showMessage(const QString& text);
+
+    CEngine& m_engine;
+    CActions m_actions;
+    Selection m_selection;
+    std::shared_ptr<const Picture> m_pShown;
+
+    QLabel* m_pClock = nullptr;
+    QLabel* m_pDate = nullptr;
+    QPushButton* m_pPause = nullptr;
+    QComboBox* m_pSpeed = nullptr;
+    QProgressBar* m_pProgress = nullptr;
+    QPushButton* m_pBalance = nullptr;
+    CRowsView* m_pPairs = nullptr;
+    CChart* m_pChart = nullptr;
+    QTabWidget* m_pTabs = nullptr;
+    std::unique_ptr<CDetailTables> m_pTables;
+    CBalanceTimesPage* m_pTimes = nullptr;
+    CHistoryPage* m_pHistory = nullptr;
+    CImportPage* m_pImport = nullptr;
+    QLabel* m_pCounts = nullptr;
+    QLabel* m_pMessage = nullptr;
+};
+
+}  // namespace desk

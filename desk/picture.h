@@ -1,0 +1,130 @@
+#pragma once
+
+#include "linkage/stats/periodpoint.h"
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+/// What the screen shows, as plain values: taken on the engine's thread, shown on the
+/// window's. Volumes are shares, money is yuan, minutes are minutes of the day.
+namespace desk {
+
+/// What the user has chosen to look at.
+struct Selection {
+    std::string account;
+    std::string strategy;
+    std::string stock;  ///< stock key
+
+    bool operator==(const Selection&) const = default;
+};
+
+/// One strategy of an account; an empty strategy stands for the whole account.
+struct PairRow {
+    std::string account;
+    std::string accountName;
+    std::string strategy;
+    double profit = 0.0;
+    double positionValue = 0.0;
+    std::int64_t bought = 0;
+    std::int64_t sold = 0;
+    int runningOrders = 0;
+    int runningTasks = 0;
+    std::string balanceTime;  ///< "hhmmss", empty: none
+};
+
+struct StockRow {
+    std::string stock;
+    std::string name;
+    std::int64_t bought = 0;
+    std::int64_t sold = 0;
+    double boughtAmount = 0.0;
+    double soldAmount = 0.0;
+    double commission = 0.0;
+    double profit = 0.0;
+    double positionValue = 0.0;
+    double lastPrice = 0.0;  ///< 0: not known
+};
+
+struct OrderRow {
+    std::uint64_t key = 0;
+    bool buys = true;
+    bool running = false;
+    double price = 0.0;
+    int volume = 0;
+    int traded = 0;
+    int status = 0;
+};
+
+struct DealRow {
+    std::uint64_t key = 0;
+    std::string time;  ///< "hhmmss"
+    bool buys = true;
+    double price = 0.0;
+    int volume = 0;
+    double amount = 0.0;
+};
+
+struct TaskRow {
+    std::uint64_t key = 0;
+    int status = 0;
+    bool server = true;
+    int volume = 0;
+    int traded = 0;
+};
+
+/// Open lots of a strategy, over all accounts, at one price level.
+struct LevelRow {
+    double price = 0.0;
+    int lots = 0;
+};
+
+struct HistoryRow {
+    std::string key;  ///< history key
+    std::string account;
+    std::string strategy;
+    std::string stock;  ///< empty: the pair has no stock left
+    std::int64_t bought = 0;
+    std::int64_t sold = 0;
+    double boughtAmount = 0.0;
+    double soldAmount = 0.0;
+};
+
+/// Deals of one minute and side, for the chart.
+struct DealDot {
+    int minute = 0;
+    bool buys = true;
+    double price = 0.0;  ///< mean price
+    std::int64_t volume = 0;
+};
+
+struct Picture {
+    std::string date;  ///< trade date "yyyyMMdd"
+    std::string time;  ///< client time "hh:mm:ss"
+    int minute = 0;
+    double progress = -1.0;  ///< of a recording, 0 to 1; negative: none
+    bool ended = false;      ///< the recording was played to its end
+    bool halted = false;     ///< the moment to stop at was reached
+    std::string fault;       ///< why the recording stopped early
+    std::string userName;
+
+    std::vector<PairRow> pairs;
+    std::map<std::string, std::string> balanceTimes;
+    std::vector<HistoryRow> history;
+
+    // of the selection
+    Selection selection;
+    std::vector<StockRow> stocks;
+    std::map<int, TC::PeriodPoint> curve;
+    std::map<int, double> prices;
+    double referencePrice = 0.0;
+    double tick = 0.01;
+    std::vector<OrderRow> orders;  ///< running first, then the newest
+    std::vector<DealRow> deals;    ///< the newest first
+    std::vector<DealDot> dots;
+    std::vector<TaskRow> tasks;
+    std::vector<LevelRow> levels;  ///< highest price first
+};
+
+}  // namespace desk

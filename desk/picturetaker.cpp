@@ -1,0 +1,197 @@
+#include "desk/picturetaker.h"
+
+#include "linkage/core/clinkagemanager.h"
+#include "linkage/core/types.h"
+#include "platform/services/clientconfig.h"
+#include "platform/services/stockmanager.h"
+#include "platform/utils/clock.h"
+#include "platform/utils/text.h"
+
+#include <QDateTime>
+
+#include <atomic>
+
+namespace desk {
+
+struct StatFlag {
+    std::atomic<bool> changed{true};
+};
+
+namespace {
+
+using Manager = utils::CSingletonT<TC::CLinkageManager>;
+
+QDateTime clockNow() {
+    return QDateTime::fromMSecsSinceEpoch(utils::currentClock().nowMicros() / 1000);
+}
+
+std::string instrumentName(const std::string& stockKey) {
+    const auto detail =
+        utils::CSingletonT<TC::CStockManager>::instance()->getInstrumentDetail(
+            Pim::sToQs(stockKey));
+    return detail ? detail->m_strName : std::string();
+}
+
+}  // namespace
+
+std::string clockText() { return clockNow().toString("hh:mm:ss").toStdString(); }
+
+int clockMinute() {
+    const QTime time = clockNow().time();
+    return time.hour() * 60 + time.minute();
+}
+
+int minuteOf(const std::string& time) {
+    if (time.size() != 6 || time.find_first_not_of("0123456789") != std::string::npos) return 0;
+    return std::stoi(time.substr(0, 2)) * 60 + std::stoi(time.substr(2, 2));
+}
+
+void CPriceTape::follow(const std::string& stockKey) {
+    auto& request = m_requests[stockKey];
+    if (request) return;
+    const auto note = [notes = m_pNotes,
+                       stockKey](const boost::shared_ptr<vexservice::CPriceData>& price) {
+        if (!price || !price->hasLastPrice()) return;
+        const int minute = clockMinute();
+        const std::lock_guard lock(notes->mutex);
+        notes->prices[stockKey][minute] = price->m_dLastPrice;
+    };
+    request = TC::CQuoteRequest::makeRequest(Pim::sToQs(stockKey), note);
+    note(utils::CManualSingletonT<TC::CQuoteClient>::instance()->getStockPrice(
+        Pim::sToQs(stockKey)));
+}
+
+std::map<int, double> CPriceTape::of(const std::string& stockKey) const {
+    const std::lock_guard lock(m_pNotes->mutex);
+    const auto found = m_pNotes->prices.find(stockKey);
+    return found == m_pNotes->prices.end() ? std::map<int, double>() : found->second;
+}
+
+void CPriceTape::clear() {
+    m_requests.clear();
+    m_pNotes = std::make_shared<Notes>();
+}
+
+void CPictureTaker::followManager(TC::CLinkageManager& manager) {
+    if (m_statConnection.connected()) return;
+    m_bClientType3 = utils::CSingletonT<TC::CAppConfig>::instance()->isClientType(TC::CLIENT_TYPE_3);
+    m_pStatChanged = std::make_shared<StatFlag>();
+    m_statConnection = manager.sigStatDataChanged.connect(
+        [flag = m_pStatChanged] { flag->changed.store(true, std::memory_order_relaxed); });
+    // Without these there is no curve to show.
+    manager.startProfitCalculator();
+    manager.startBalanceCalculator();
+}
+
+void CPictureTaker::letGo() {
+    m_statConnection.disconnect();
+    m_tape.clear();
+}
+
+void CPictureTaker::take(Picture& picture) {
+    if (!Manager::exists()) return;
+    TC::CLinkageManager& manager = *Manager::instance();
+    followManager(manager);
+    picture.date = manager.getTradeDate();
+    if (picture.date != m_strTapeDate) m_tape.clear();
+    m_strTapeDate = picture.date;
+    for (const std::string& stock : manager.getStocks()) m_tape.follow(stock);
+
+    picture.userName =
+        TC::getUserConfig()->getUserDataString(TC::USER_NAME).toStdString();
+    picture.balanceTimes = manager.getBalanceTime();
+    takePairs(manager, picture);
+    takeHistory(manager, picture);
+    takeStocks(manager, picture);
+    picture.curve = manager.getPeriodCurve(picture.selection.account, picture.selection.strategy);
+    if (!picture.selection.stock.empty()) takeStock(manager, picture);
+}
+
+void CPictureTaker::takePairs(TC::CLinkageManager& manager, Picture& picture) {
+    std::set<std::string> strategies = manager.getStrategys();
+    strategies.insert(std::string());
+    for (const auto& account : manager.getAccounts()) {
+        for (const std::string& strategy : strategies) {
+            PairRow row;
+            row.account = account->m_strKey;
+            row.accountName = account->m_strName;
+            row.strategy = strategy;
+            row.runningOrders = manager.getRunningOrders(row.account, strategy);
+            row.runningTasks = manager.getRunningTasks(row.account, strategy);
+            const auto records = manager.getTradeStatDatas(row.account, strategy);
+            for (const auto& [stock, record] : records) {
+                const TC::EffectiveFigures figures =
+                    TC::effectiveFigures(*record, m_bClientType3);
+                row.bought += figures.buyVolume;
+                row.sold += figures.sellVolume;
+                row.profit += record->deals().m_dProfit;
+                row.positionValue += record->deals().m_dPositionValue;
+            }
+            const auto time = picture.balanceTimes.find(row.account + ":" + strategy);
+            if (time != picture.balanceTimes.end()) row.balanceTime = time->second;
+            const bool idle = records.empty() && row.runningOrders == 0 && row.runningTasks == 0;
+            if (strategy.empty() || !idle) picture.pairs.push_back(std::move(row));
+        }
+    }
+}
+
+void CPictureTaker::takeStocks(TC::CLinkageManager& manager, Picture& picture) {
+    const Selection& chosen = picture.selection;
+    for (const auto& [stock, record] :
+         manager.getTradeStatDatas(chosen.account, chosen.strategy)) {
+        const TC::EffectiveFigures figures = TC::effectiveFigures(*record, m_bClientType3);
+        StockRow row;
+        row.stock = stock;
+        row.name = instrumentName(stock);
+        row.bought = figures.buyVolume;
+        row.sold = figures.sellVolume;
+        row.boughtAmount = figures.buyAmount;
+        row.soldAmount = figures.sellAmount;
+        row.commission = record->deals().m_dCommission;
+        row.profit = record->deals().m_dProfit;
+        row.positionValue = record->deals().m_dPositionValue;
+        const auto price =
+            utils::CManualSingletonT<TC::CQuoteClient>::instance()->getStockPrice(
+                Pim::sToQs(stock));
+        if (price && price->hasLastPrice()) row.lastPrice = price->m_dLastPrice;
+        picture.stocks.push_back(std::move(row));
+    }
+}
+
+void CPictureTaker::takeStock(TC::CLinkageManager& manager, Picture& picture) {
+    const std::string& stock = picture.selection.stock;
+    const auto detail =
+        utils::CSingletonT<TC::CStockManager>::instance()->getInstrumentDetail(Pim::sToQs(stock));
+    if (detail) {
+        picture.referencePrice = detail->m_dReferencePrice;
+        picture.tick = detail->m_dPriceTick;
+    }
+    picture.prices = m_tape.of(stock);
+    takeOrders(manager, picture);
+    takeDeals(manager, picture);
+    takeTasks(manager, picture);
+}
+
+void CPictureTaker::takeHistory(TC::CLinkageManager& manager, Picture& picture) {
+    const auto stats = manager.getHistoryStatData();
+    if (!stats.empty() && m_pStatChanged->changed.exchange(false)) manager.historyStatCalculator();
+    for (const auto& [key, stat] : stats) {
+        HistoryRow row;
+        row.key = key;
+        row.account = stat.m_strAccountKey;
+        row.strategy = stat.m_strStrategy;
+        const auto records = manager.getHistoryLinkageData(key);
+        if (records.empty()) picture.history.push_back(row);
+        for (const auto& [stock, record] : records) {
+            const TC::EffectiveFigures figures = TC::effectiveFigures(*record, m_bClientType3);
+            row.stock = stock;
+            row.bought = figures.buyVolume;
+            row.sold = figures.sellVolume;
+            row.boughtAmount = figures.buyAmount;
+            row.soldAmount = figures.sellAmount;
+            picture.history.push_back(row);
+        }
+    }
+}
+
+}  // namespace desk

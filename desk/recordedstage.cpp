@@ -1,0 +1,131 @@
+#include "desk/stage.h"
+#include "replay/eventparser.h"
+#include "replay/linereader.h"
+#include "replay/output.h"
+#include "replay/session.h"
+#include "replay/times.h"
+
+#include <algorithm>
+#include <chrono>
+#include <optional>
+
+namespace desk {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/// How long a step may keep the engine from its jobs and pictures.
+constexpr auto LONGEST_STEP = std::chrono::milliseconds(30);
+/// Moves of the clock between two looks at how long the step has taken.
+constexpr std::int64_t STRIDE_MICROS = 2'000'000;
+
+class CRecordedStage final : public IStage {
+public:
+    CRecordedStage(const QString& scenario, const QString& dataDir, std::string haltAt)
+        : m_scenario(scenario.toStdString()),
+          m_haltAt(std::move(haltAt)),
+          m_reader(m_scenario),
+          m_output([](std::string_view) {}),
+          m_session({dataDir, false, nullptr}, m_output) {}
+
+    bool canBePaced() const override { return true; }
+    double progress() const override { return m_bEnded ? 1.0 : m_reader.progress(); }
+    bool ended() const override { return m_bEnded; }
+    bool halted() const override { return m_bHalted; }
+    std::string fault() const override { return m_fault; }
+
+    void step(std::int64_t micros) override {
+        const auto deadline = Clock::now() + LONGEST_STEP;
+        // The first lines set up the client; they take no time of their own.
+        while (!m_session.started() && !m_bEnded) playLine();
+        if (!m_session.started()) return;
+        if (micros == 0) return m_session.loop().runToRest();  // what jobs have queued
+        const std::int64_t now = m_session.loop().nowMicros();
+        std::int64_t until = micros > NEVER - now ? NEVER : now + micros;
+        if (m_haltMicros) until = std::min(until, *m_haltMicros);
+        playUntil(until, deadline);
+        m_bHalted = m_haltMicros && m_session.loop().nowMicros() >= *m_haltMicros;
+    }
+
+private:
+    void playUntil(std::int64_t until, Clock::time_point deadline) {
+        const bool wasEnded = m_bEnded;
+        m_session.loop().runToRest();
+        while (Clock::now() < deadline) {
+            const std::int64_t now = m_session.loop().nowMicros();
+            if (m_target && now >= *m_target) m_target.reset();
+            if (!m_target && !m_bEnded) {
+                if (m_bHalted) return;
+                playLine();
+                continue;
+            }
+            // Time that a fast step has left over is not for the time behind the end.
+            if (now >= until || m_bEnded != wasEnded) return;
+            std::int64_t next = std::min(until, now + STRIDE_MICROS);
+            if (m_target) next = std::min(next, *m_target);
+            m_session.advanceTo(next);
+        }
+    }
+
+    void playLine() {
+        try {
+            std::string_view line;
+            if (!m_reader.next(line)) {
+                m_bEnded = true;
+                return;
+            }
+            const replay::Event event = m_parser.parse(line);
+            if (const auto* advance = std::get_if<replay::AdvanceEvent>(&event);
+                advance && m_session.started()) {
+                m_target = m_session.player().target(*advance);
+                return;
+            }
+            const bool first = !m_session.started();
+            m_session.play(event);
+            if (first) setHalt();
+        } catch (const replay::LineError& fault) {
+            fail(fault);
+        } catch (const replay::InputError& fault) {
+            fail(fault);
+        }
+    }
+
+    void fail(const std::exception& fault) {
+        m_bEnded = true;
+        m_fault = m_scenario + ":" + std::to_string(m_reader.number()) + ": " + fault.what();
+    }
+
+    void setHalt() {
+        if (m_haltAt.empty()) return;
+        const std::string day = replay::todayText(m_session.loop().nowMicros());
+        const std::string moment = day.substr(0, 4) + "-" + day.substr(4, 2) + "-" +
+                                   day.substr(6, 2) + " " + m_haltAt + ":00";
+        m_haltMicros = replay::parseMoment(moment);
+    }
+
+    const std::string m_scenario;
+    const std::string m_haltAt;
+    replay::CLineReader m_reader;
+    replay::CEventParser m_parser;
+    replay::COutput m_output;
+    replay::CSession m_session;
+    std::optional<std::int64_t> m_target;  ///< where the advance that is being played ends
+    std::optional<std::int64_t> m_haltMicros;
+    bool m_bHalted = false;
+    bool m_bEnded = false;
+    std::string m_fault;
+};
+
+}  // namespace
+
+std::unique_ptr<IStage> makeRecordedStage(const QString& scenario, const QString& dataDir,
+                                          const std::string& haltAt) {
+    try {
+        return std::make_unique<CRecordedStage>(scenario, dataDir, haltAt);
+    } catch (const replay::InputError& fault) {
+        throw StageError(scenario.toStdString() + ": " + fault.what());
+    }
+}
+
+}  // namespace desk

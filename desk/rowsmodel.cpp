@@ -1,0 +1,163 @@
+#include "desk/rowsmodel.h"
+
+#include "desk/style.h"
+#include "platform/utils/numberformat.h"
+
+#include <QFont>
+#include <QSet>
+
+#include <algorithm>
+#include <utility>
+
+namespace desk {
+
+namespace {
+
+QString money(double value, int flags) {
+    return QString::fromStdString(utils::formatDoubleNumber(value, flags));
+}
+
+bool isNumber(EFormat format) {
+    return format != EFormat::Text && format != EFormat::Side && format != EFormat::Time;
+}
+
+QVariant colourOf(const QVariant& value, EFormat format) {
+    if (format == EFormat::Side) return value.toBool() ? style::RISE : style::FALL;
+    if (format != EFormat::Profit || value.toDouble() == 0.0) return {};
+    return value.toDouble() > 0.0 ? style::RISE : style::FALL;
+}
+
+}  // namespace
+
+QString formatted(const QVariant& value, EFormat format) {
+    if (!value.isValid()) return {};
+    switch (format) {
+        case EFormat::Text: return value.toString();
+        case EFormat::Count:
+            return QString::fromStdString(utils::formatIntNumber(
+                value.toLongLong(), 0, utils::FORMAT_NUMBER_GROUPED));
+        case EFormat::Money:
+        case EFormat::Price: return money(value.toDouble(), utils::FORMAT_NUMBER_GROUPED);
+        case EFormat::Profit:
+            return money(value.toDouble(),
+                         utils::FORMAT_NUMBER_GROUPED | utils::FORMAT_NUMBER_SIGNED);
+        case EFormat::Side: return value.toBool() ? CRowsModel::tr("Buy") : CRowsModel::tr("Sell");
+        case EFormat::Time: {
+            const QString text = value.toString();
+            if (text.size() != 6) return text;
+            return text.left(2) + ':' + text.mid(2, 2) + ':' + text.right(2);
+        }
+    }
+    return {};
+}
+
+CRowsModel::CRowsModel(std::vector<Column> columns, QObject* parent)
+    : QAbstractTableModel(parent), m_columns(std::move(columns)) {}
+
+int CRowsModel::indexOf(const QString& key) const {
+    const auto found = std::find_if(m_rows.begin(), m_rows.end(),
+                                    [&key](const Row& row) { return row.key == key; });
+    return found == m_rows.end() ? -1 : static_cast<int>(found - m_rows.begin());
+}
+
+void CRowsModel::setRows(std::vector<Row> rows) {
+    removeMissing(rows);
+    for (std::size_t i = 0; i < rows.size(); ++i) place(static_cast<int>(i), std::move(rows[i]));
+}
+
+void CRowsModel::removeMissing(const std::vector<Row>& rows) {
+    QSet<QString> keys;
+    for (const Row& row : rows) keys.insert(row.key);
+    for (int last = static_cast<int>(m_rows.size()) - 1; last >= 0; --last) {
+        if (keys.contains(row(last).key)) continue;
+        int first = last;
+        while (first > 0 && !keys.contains(row(first - 1).key)) --first;
+        beginRemoveRows({}, first, last);
+        m_rows.erase(m_rows.begin() + first, m_rows.begin() + last + 1);
+        endRemoveRows();
+        last = first;
+    }
+}
+
+void CRowsModel::place(int index, Row&& row) {
+    const auto here = m_rows.begin() + index;
+    if (here != m_rows.end() && here->key == row.key) return update(index, std::move(row));
+    const auto found = std::find_if(here, m_rows.end(),
+                                    [&row](const Row& other) { return other.key == row.key; });
+    if (found == m_rows.end()) {
+        beginInsertRows({}, index, index);
+        m_rows.insert(here, std::move(row));
+        endInsertRows();
+        return;
+    }
+    const int from = static_cast<int>(found - m_rows.begin());
+    beginMoveRows({}, from, from, {}, index);
+    std::rotate(here, found, found + 1);
+    endMoveRows();
+    update(index, std::move(row));
+}
+
+void CRowsModel::update(int index, Row&& row) {
+    Row& present = m_rows[static_cast<std::size_t>(index)];
+    if (present == row) return;
+    present = std::move(row);
+    Q_EMIT dataChanged(this->index(index, 0), this->index(index, columnCount() - 1));
+}
+
+int CRowsModel::rowCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : static_cast<int>(m_rows.size());
+}
+
+int CRowsModel::columnCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : static_cast<int>(m_columns.size());
+}
+
+QVariant CRowsModel::data(const QModelIndex& index, int role) const {
+    if (!index.isValid()) return {};
+    const Row& shown = row(index.row());
+    const auto column = static_cast<std::size_t>(index.column());
+    const EFormat format = m_columns[column].format;
+    const QVariant value = column < shown.cells.size() ? shown.cells[column] : QVariant();
+    switch (role) {
+        case Qt::DisplayRole: return formatted(value, format);
+        case Qt::EditRole:
+        case ROLE_VALUE: return value;
+        case ROLE_KEY: return shown.key;
+        case Qt::ForegroundRole: return colourOf(value, format);
+        case Qt::TextAlignmentRole:
+            return int((isNumber(format) ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
+        case Qt::FontRole:
+            if (shown.heading) {
+                QFont font;
+                font.setBold(true);
+                return font;
+            }
+            return {};
+        case Qt::BackgroundRole: return shown.heading ? QVariant(style::RAISED) : QVariant();
+        default: return {};
+    }
+}
+
+QVariant CRowsModel::headerData(int section, Qt::Orientation orientation, int role) const {
+    if (orientation != Qt::Horizontal) return {};
+    const Column& column = m_columns[static_cast<std::size_t>(section)];
+    if (role == Qt::DisplayRole) return column.title;
+    if (role == Qt::TextAlignmentRole)
+        return int((isNumber(column.format) ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
+    return {};
+}
+
+Qt::ItemFlags CRowsModel::flags(const QModelIndex& index) const {
+    Qt::ItemFlags flags = QAbstractTableModel::flags(index);
+    if (index.isValid() && m_columns[static_cast<std::size_t>(index.column())].editable)
+        flags |= Qt::ItemIsEditable;
+    return flags;
+}
+
+bool CRowsModel::setData(const QModelIndex& index, const QVariant& value, int role) {
+    if (role != Qt::EditRole || !(flags(index) & Qt::ItemIsEditable)) return false;
+    Q_EMIT sigEdited(row(index.row()).key, index.column(), value);
+    return true;
+}
+
+}  // namespace desk

@@ -1,0 +1,113 @@
+#include "desk/rowsview.h"
+
+#include <QFontMetrics>
+#include <QHeaderView>
+#include <QSortFilterProxyModel>
+
+#include <algorithm>
+#include <numeric>
+#include <utility>
+
+namespace desk {
+
+namespace {
+
+constexpr int PADDING = 18;
+constexpr int SORT_MARK = 14;
+/// More rows than this at a time are a table that was just filled; its first rows tell.
+constexpr int MEASURED_AT_MOST = 200;
+
+QFont bold(QFont font) {
+    font.setBold(true);
+    return font;
+}
+
+}  // namespace
+
+CRowsView::CRowsView(std::vector<Column> columns, ESorting sorting, QWidget* parent)
+    : QTableView(parent), m_pRows(new CRowsModel(std::move(columns), this)) {
+    if (sorting == ESorting::ByUser) {
+        m_pSorted = new QSortFilterProxyModel(this);
+        m_pSorted->setSourceModel(m_pRows);
+        m_pSorted->setSortRole(CRowsModel::ROLE_VALUE);
+        setModel(m_pSorted);
+        setSortingEnabled(true);
+        sortByColumn(-1, Qt::AscendingOrder);  // the source's order until the user asks
+    } else {
+        setModel(m_pRows);
+    }
+    setSelectionBehavior(SelectRows);
+    setSelectionMode(SingleSelection);
+    setShowGrid(false);
+    setWordWrap(false);
+    setTextElideMode(Qt::ElideRight);
+    setHorizontalScrollMode(ScrollPerPixel);
+    verticalHeader()->hide();
+    verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 8);
+    horizontalHeader()->setHighlightSections(false);
+    horizontalHeader()->setSectionResizeMode(QHeaderView::Interactive);
+
+    const QFontMetrics metrics(bold(horizontalHeader()->font()));
+    for (const Column& column : m_pRows->columns()) {
+        const int mark = m_pSorted ? SORT_MARK : 0;
+        m_widths.push_back(metrics.horizontalAdvance(column.title) + PADDING + mark);
+    }
+    connect(m_pRows, &QAbstractItemModel::rowsInserted, this,
+            [this](const QModelIndex&, int first, int last) { measure(first, last); });
+    connect(m_pRows, &QAbstractItemModel::dataChanged, this,
+            [this](const QModelIndex& first, const QModelIndex& last) {
+                measure(first.row(), last.row());
+            });
+}
+
+int CRowsView::neededWidth() const { return std::accumulate(m_widths.begin(), m_widths.end(), 0); }
+
+void CRowsView::measure(int first, int last) {
+    const QFontMetrics metrics(bold(font()));
+    bool wider = false;
+    for (int i = first; i <= std::min(last, first + MEASURED_AT_MOST); ++i) {
+        for (std::size_t column = 0; column < m_widths.size(); ++column) {
+            const QModelIndex cell = m_pRows->index(i, static_cast<int>(column));
+            const QString text = m_pRows->data(cell, Qt::DisplayRole).toString();
+            const int width = metrics.horizontalAdvance(text) + PADDING;
+            wider |= width > m_widths[column];
+            m_widths[column] = std::max(m_widths[column], width);
+        }
+    }
+    if (wider) spread();
+}
+
+void CRowsView::spread() {
+    const int count = static_cast<int>(m_widths.size());
+    const int spare = std::max(0, viewport()->width() - neededWidth());
+    for (int i = 0; i < count; ++i) {
+        // The first columns take the pixels that do not divide evenly.
+        const int share = spare / count + (i < spare % count ? 1 : 0);
+        setColumnWidth(i, m_widths[static_cast<std::size_t>(i)] + share);
+    }
+}
+
+void CRowsView::resizeEvent(QResizeEvent* event) {
+    QTableView::resizeEvent(event);
+    spread();
+}
+
+QString CRowsView::currentKey() const {
+    return currentIndex().isValid() ? currentIndex().data(CRowsModel::ROLE_KEY).toString()
+                                    : QString();
+}
+
+void CRowsView::chooseKey(const QString& key) {
+    const int row = m_pRows->indexOf(key);
+    if (row < 0) return;
+    const QModelIndex source = m_pRows->index(row, 0);
+    setCurrentIndex(m_pSorted ? m_pSorted->mapFromSource(source) : source);
+}
+
+void CRowsView::currentChanged(const QModelIndex& current, const QModelIndex& previous) {
+    QTableView::currentChanged(current, previous);
+    if (current.isValid() && current.row() != previous.row())
+        Q_EMIT sigChosen(current.data(CRowsModel::ROLE_KEY).toString());
+}
+
+}  // namespace desk

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QString>
+
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+namespace desk {
+
+/// The stage cannot be set up; the text says why.
+struct StageError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// What plays: the client that feeds the library, and the time on which it runs.
+///
+/// Threads: the engine's, from construction to destruction. The client and, when the
+/// stage is taken down, the manager live inside.
+class IStage {
+public:
+    static constexpr std::int64_t NEVER = std::numeric_limits<std::int64_t>::max();
+
+    virtual ~IStage() = default;
+
+    /// Lets up to `micros` of client time pass, but gives the thread back after a few
+    /// hundredths of a second; time that was not used then is lost, not owed. A stage
+    /// on the machine's clock ignores `micros`.
+    virtual void step(std::int64_t micros) = 0;
+
+    /// Whether speed and pause mean anything here.
+    virtual bool canBePaced() const = 0;
+
+    /// Share of the recording played, 0 to 1; negative where there is none.
+    virtual double progress() const { return -1.0; }
+    virtual bool ended() const { return false; }
+    /// Whether the moment was reached at which the stage was told to stop.
+    virtual bool halted() const { return false; }
+    /// Why the recording ended early; empty otherwise.
+    virtual std::string fault() const { return {}; }
+};
+
+/// Plays a scenario file on virtual time, up to the time of day `haltAt` ("hh:mm",
+/// empty: to its end). Throws StageError when the file cannot be opened.
+std::unique_ptr<IStage> makeRecordedStage(const QString& scenario, const QString& dataDir,
+                                          const std::string& haltAt);
+
+/// Runs the built-in market on the machine's clock.
+std::unique_ptr<IStage> makeLiveStage(const QString& dataDir);
+
+}  // namespace desk

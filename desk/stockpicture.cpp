@@ -1,0 +1,120 @@
+#include "desk/picturetaker.h"
+#include "linkage/core/clinkagemanager.h"
+#include "platform/records/dealdetail.h"
+#include "platform/records/orderdetail.h"
+#include "platform/records/taskdetail.h"
+#include "platform/utils/keys.h"
+#include "platform/utils/text.h"
+#include "replay/times.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace desk {
+
+namespace {
+
+/// Tables longer than this help nobody and cost a copy each time.
+constexpr std::size_t LONGEST_TABLE = 300;
+
+const std::string& strategyOf(const boost::shared_ptr<vexservice::CCommandRecord>& command) {
+    static const std::string NONE;
+    if (!command) return NONE;
+    return command->m_strStrategyName.empty() ? command->m_strStrategyName2
+                                              : command->m_strStrategyName;
+}
+
+/// The empty strategy stands for all of the account.
+bool belongs(const boost::shared_ptr<vexservice::CCommandRecord>& command,
+             const std::string& strategy) {
+    return strategy.empty() || strategyOf(command) == strategy;
+}
+
+template <class Row, class Less>
+void keepFirst(std::vector<Row>& rows, Less less) {
+    const std::size_t kept = std::min(rows.size(), LONGEST_TABLE);
+    std::partial_sort(rows.begin(), rows.begin() + static_cast<std::ptrdiff_t>(kept), rows.end(),
+                      less);
+    rows.resize(kept);
+}
+
+}  // namespace
+
+void CPictureTaker::takeOrders(TC::CLinkageManager& manager, Picture& picture) {
+    const Selection& chosen = picture.selection;
+    std::set<std::string> accounts;
+    for (const auto& account : manager.getAccounts()) accounts.insert(account->m_strKey);
+
+    std::map<long long, double, std::greater<>> prices;  // by tick
+    for (const auto& [account, orders] :
+         manager.getOrderDetails(replay::dayNumber(picture.date), chosen.stock, accounts)) {
+        for (const auto& [key, order] : orders) {
+            if (!belongs(order->m_pCommand, chosen.strategy)) continue;
+            const bool running = vexservice::isRunningStatus(order->m_eStatus);
+            if (running && picture.tick > 0)
+                prices[std::llround(order->m_dPrice / picture.tick)] = order->m_dPrice;
+            if (account != chosen.account) continue;
+            const bool buys =
+                vexservice::isBuyByDirection(order->m_eDirection, order->m_eOffsetFlag);
+            picture.orders.push_back({key, buys, running, order->m_dPrice, order->m_nVolume,
+                                      order->m_nTradedVolume, order->m_eStatus});
+        }
+    }
+    keepFirst(picture.orders, [](const OrderRow& left, const OrderRow& right) {
+        return std::pair(right.running, right.key) < std::pair(left.running, left.key);
+    });
+
+    if (chosen.strategy.empty()) return;  // levels are kept by strategy
+    for (const auto& [ticks, price] : prices) {
+        if (picture.levels.size() == LONGEST_TABLE) break;
+        const int lots =
+            manager.getOrderNumberByPrice(Pim::sToQs(chosen.strategy), price, picture.tick);
+        if (lots != 0) picture.levels.push_back({price, lots});
+    }
+}
+
+void CPictureTaker::takeDeals(TC::CLinkageManager& manager, Picture& picture) {
+    const Selection& chosen = picture.selection;
+    std::map<std::pair<int, bool>, std::pair<std::int64_t, double>> minutes;  // volume, amount
+    for (const auto& [account, deals] : manager.getDealDetails(
+             replay::dayNumber(picture.date), chosen.stock, {chosen.account})) {
+        for (const auto& [key, deal] : deals) {
+            if (!belongs(deal->m_pCommand, chosen.strategy)) continue;
+            const bool buys = vexservice::isBuyByDirection(deal->m_eDirection, deal->m_eOffsetFlag);
+            picture.deals.push_back({key, deal->m_strTradeTime, buys, deal->m_dPrice,
+                                     deal->m_nVolume, deal->m_dAmount});
+            auto& minute = minutes[{minuteOf(deal->m_strTradeTime), buys}];
+            minute.first += deal->m_nVolume;
+            minute.second += deal->m_dPrice * deal->m_nVolume;
+        }
+    }
+    for (const auto& [when, total] : minutes) {
+        if (total.first <= 0) continue;
+        picture.dots.push_back({when.first, when.second,
+                                total.second / static_cast<double>(total.first), total.first});
+    }
+    keepFirst(picture.deals, [](const DealRow& left, const DealRow& right) {
+        return std::pair(right.time, right.key) < std::pair(left.time, left.key);
+    });
+}
+
+void CPictureTaker::takeTasks(TC::CLinkageManager& manager, Picture& picture) {
+    const Selection& chosen = picture.selection;
+    for (const auto& [account, tasks] : manager.getTaskDetails(chosen.stock, {chosen.account})) {
+        for (const auto& [key, task] : tasks) {
+            if (!belongs(task->m_pCommand, chosen.strategy)) continue;
+            TaskRow row{key, task->m_eStatus, task->m_bServerTask, 0,
+                        manager.getTaskItemFinishNumber(task, chosen.stock)};
+            for (const auto& item : task->m_items) {
+                if (utils::zorStockKey(item->m_strMarket, item->m_strCode) == chosen.stock)
+                    row.volume += item->m_nVolume;
+            }
+            picture.tasks.push_back(row);
+        }
+    }
+    keepFirst(picture.tasks,
+              [](const TaskRow& left, const TaskRow& right) { return right.key < left.key; });
+}
+
+}  // namespace desk

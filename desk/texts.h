@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QString>
+
+#include <memory>
+#include <string>
+
+class QApplication;
+class QLocale;
+class QTranslator;
+
+/// Languages of the desk. The source texts are English; the library's own texts are
+/// Chinese.
+namespace desk {
+
+/// The translation of the desk in use; it ends when the object goes.
+class CTranslation {
+public:
+    /// The language of `locale`: Chinese, or English for any other.
+    explicit CTranslation(const QLocale& locale);
+    ~CTranslation();
+
+private:
+    std::unique_ptr<QTranslator> m_pDesk;
+    std::unique_ptr<QTranslator> m_pQt;
+};
+
+/// A text of the library, in the language of the desk.
+QString libraryText(const QString& text);
+
+}  // namespace desk

@@ -1,0 +1,137 @@
+#include "desk/balancetimespage.h"
+#include "desk/chart.h"
+#include "desk/detailtables.h"
+#include "desk/historypage.h"
+#include "desk/importpage.h"
+#include "desk/mainwindow.h"
+#include "desk/rowsview.h"
+
+#include <QComboBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QSplitter>
+#include <QStatusBar>
+#include <QTabWidget>
+#include <QVBoxLayout>
+
+/// How the main window is put together.
+namespace desk {
+
+namespace {
+
+constexpr int SPEEDS[] = {1, 2, 5, 10, 20, 60, 100, 300, 1000};
+
+QLabel* makeLabel(QWidget* parent, const char* role, const QString& text = {}) {
+    auto* label = new QLabel(text, parent);
+    label->setProperty("role", role);
+    return label;
+}
+
+}  // namespace
+
+QWidget* CMainWindow::makeTopBar() {
+    auto* bar = new QWidget(this);
+    m_pClock = makeLabel(bar, "clock", "00:00:00");
+    m_pDate = makeLabel(bar, "faint", "0000-00-00");
+    m_pPause = new QPushButton(bar);
+    m_pPause->setObjectName("pause");
+    m_pSpeed = new QComboBox(bar);
+    m_pSpeed->setObjectName("speed");
+    for (const int speed : SPEEDS) m_pSpeed->addItem(QString("%1×").arg(speed), speed);
+    const int given = m_pSpeed->findData(static_cast<int>(m_engine.speed()));
+    m_pSpeed->setCurrentIndex(given);
+    connect(m_pSpeed, QOverload<int>::of(&QComboBox::activated), this,
+            [this](int index) { m_engine.setSpeed(m_pSpeed->itemData(index).toDouble()); });
+    m_pProgress = new QProgressBar(bar);
+    m_pProgress->setRange(0, 1000);
+    m_pProgress->setTextVisible(false);
+    m_pProgress->setFixedWidth(220);
+    auto* live = makeLabel(bar, "faint", tr("Built-in market, live"));
+    m_pBalance = new QPushButton(tr("Balance now…"), bar);
+    m_pBalance->setObjectName("balanceNow");
+    m_pBalance->setProperty("primary", true);
+    m_pBalance->setEnabled(false);
+    auto* import = new QPushButton(tr("Import…"), bar);
+    connect(import, &QPushButton::clicked, this, [this] {
+        m_pTabs->setCurrentWidget(m_pImport);
+        m_pImport->chooseFile();
+    });
+
+    const bool paced = m_engine.canBePaced();
+    for (QWidget* control : std::initializer_list<QWidget*>{m_pPause, m_pSpeed, m_pProgress})
+        control->setVisible(paced);
+    live->setVisible(!paced);
+
+    auto* line = new QHBoxLayout(bar);
+    line->setContentsMargins(12, 8, 12, 4);
+    line->setSpacing(10);
+    for (QWidget* control : std::initializer_list<QWidget*>{m_pClock, m_pDate, m_pPause, m_pSpeed,
+                                                            m_pProgress, live})
+        line->addWidget(control);
+    line->addStretch();
+    line->addWidget(import);
+    line->addWidget(m_pBalance);
+    return bar;
+}
+
+QWidget* CMainWindow::titled(const QString& title, QWidget* content) {
+    auto* box = new QWidget(this);
+    auto* layout = new QVBoxLayout(box);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(2);
+    layout->addWidget(makeLabel(box, "title", title));
+    layout->addWidget(content);
+    return box;
+}
+
+QWidget* CMainWindow::makeBody() {
+    m_pPairs = new CRowsView({{tr("Account, strategy")},
+                              {tr("Profit"), EFormat::Profit},
+                              {tr("Bought"), EFormat::Count},
+                              {tr("Sold"), EFormat::Count},
+                              {tr("Orders"), EFormat::Count},
+                              {tr("Tasks"), EFormat::Count},
+                              {tr("Balance"), EFormat::Time}},
+                             CRowsView::ESorting::Off, this);
+    m_pPairs->setObjectName("pairs");
+
+    m_pTabs = new QTabWidget(this);
+    m_pTabs->setObjectName("tabs");
+    m_pTables = std::make_unique<CDetailTables>(this, m_pTabs);
+    m_pTimes = new CBalanceTimesPage(m_actions, m_pTabs);
+    m_pHistory = new CHistoryPage(m_actions, m_pTabs);
+    m_pImport = new CImportPage(m_actions, m_pTabs);
+    m_pTabs->addTab(m_pTimes, tr("Balance times"));
+    m_pTabs->addTab(m_pHistory, tr("History"));
+    m_pTabs->addTab(m_pImport, tr("Import"));
+    m_pChart = new CChart(this);
+
+    auto* right = new QSplitter(Qt::Vertical, this);
+    right->addWidget(titled(tr("Stocks of the strategy"), m_pTables->stocks()));
+    right->addWidget(m_pChart);
+    right->addWidget(m_pTabs);
+    right->setSizes({170, 440, 240});
+    right->setStretchFactor(1, 1);
+    auto* both = new QSplitter(Qt::Horizontal, this);
+    both->addWidget(titled(tr("Accounts and strategies"), m_pPairs));
+    both->addWidget(right);
+    both->setSizes({520, 940});
+    both->setStretchFactor(1, 1);
+
+    auto* body = new QWidget(this);
+    auto* layout = new QVBoxLayout(body);
+    layout->setContentsMargins(12, 4, 12, 4);
+    layout->addWidget(both);
+
+    m_pMessage = makeLabel(this, "faint");
+    m_pMessage->setObjectName("message");
+    m_pCounts = makeLabel(this, "faint");
+    statusBar()->addWidget(m_pMessage, 1);
+    statusBar()->addPermanentWidget(m_pCounts);
+    statusBar()->setSizeGripEnabled(false);
+    return body;
+}
+
+}  // namespace desk

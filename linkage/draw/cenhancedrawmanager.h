@@ -1,0 +1,164 @@
+#pragma once
+
+#include "linkage/export.h"
+#include "platform/utils/singleton.h"
+
+#include <QPointF>
+#include <QRect>
+
+#include <boost/function.hpp>
+#include <boost/shared_ptr.hpp>
+#include <boost/thread/recursive_mutex.hpp>
+
+#include <atomic>
+#include <map>
+#include <string>
+#include <vector>
+
+class QPainter;
+
+namespace TC {
+
+/// One graphic over a chart. Points are in the chart's data space (for example bar
+/// index and price); colours are 0xRRGGBB, transparencies percent (0: opaque).
+///
+/// Graphics are made and held as their concrete type, so that the shared pointer
+/// destroys that type: the base has no virtual destructor.
+class LINKAGE_EXPORT IEnhanceDataBase {
+public:
+    /// Which of the two stores a graphic is filed in: 0 is the first, any other value
+    /// the second.
+    enum EDrawType : int { DRAW_FIRST = 0, DRAW_SECOND = 1 };
+
+    IEnhanceDataBase(EDrawType type, double x, double y, int colour, int transparency)
+        : m_dX(x), m_dY(y), m_eDrawType(type), m_nTransparency(transparency), m_nColour(colour) {}
+    IEnhanceDataBase(const IEnhanceDataBase&) = default;
+    IEnhanceDataBase& operator=(const IEnhanceDataBase&) = default;
+
+    virtual EDrawType getDrawType() { return m_eDrawType; }
+
+    /// Paints the graphic; `map` turns a data-space point into a pixel. An empty `map`
+    /// throws boost::bad_function_call. Pen, brush and font stay set.
+    virtual void drawGraph(QPainter* painter, boost::function<QPointF(QPointF const&)>& map) = 0;
+
+    double m_dX;  ///< anchor
+    double m_dY;
+    EDrawType m_eDrawType;
+    int m_nTransparency;
+    int m_nColour;
+
+protected:
+    ~IEnhanceDataBase() = default;
+};
+
+/// A polyline through the points that both vectors have.
+class LINKAGE_EXPORT EnhanceLineData final : public IEnhanceDataBase {
+public:
+    EnhanceLineData() : IEnhanceDataBase(DRAW_FIRST, 0.0, 0.0, 0xff0000, 0) {}
+
+    void drawGraph(QPainter* painter, boost::function<QPointF(QPointF const&)>& map) override;
+
+    std::vector<double> m_xs;
+    std::vector<double> m_ys;
+    int m_nWidth = 1;  ///< pixels
+    bool m_bDotted = false;
+    bool m_bFlag2 = false;  ///< kept for the caller; painting does not read it
+};
+
+/// A dot centred on its anchor, and a second circle whose top left corner is there.
+class LINKAGE_EXPORT EnhanceRoundData final : public IEnhanceDataBase {
+public:
+    EnhanceRoundData(int secondDiameter, int mainDiameter, double x, double y, int colour,
+                     int transparency)
+        : IEnhanceDataBase(DRAW_FIRST, x, y, colour, transparency),
+          m_nSecondDiameter(secondDiameter),
+          m_nMainDiameter(mainDiameter) {}
+
+    void drawGraph(QPainter* painter, boost::function<QPointF(QPointF const&)>& map) override;
+
+    int m_nSecondDiameter;  ///< pixels; 0: no second circle
+    int m_nMainDiameter;    ///< pixels
+};
+
+/// A label: in a box when width and height are at least 1, else from its baseline.
+class LINKAGE_EXPORT EnhanceTextData final : public IEnhanceDataBase {
+public:
+    EnhanceTextData() : IEnhanceDataBase(DRAW_FIRST, 0.0, 0.0, 0xff0000, 0) {}
+
+    void drawGraph(QPainter* painter, boost::function<QPointF(QPointF const&)>& map) override;
+
+    std::string m_strText;  ///< UTF-8
+    std::string m_strFontFamily = "宋体";
+    int m_nFontSize = 12;  ///< kept for the caller; texts have the default size
+    int m_nTextColour = 0xff0000;
+    int m_nTextTransparency = 0;
+    int m_nBorderColour = 0xff0000;
+    int m_nBoxWidth = -1;  ///< pixels
+    int m_nBoxHeight = -1;
+    int m_nBorderTransparency = 100;
+    int m_nOffsetX = 0;  ///< pixels
+    int m_nOffsetY = 0;
+};
+
+/// Keeps graphics by type and key, and paints them over a chart.
+///
+/// Graphics of a key are painted in the order in which they were added; adding the
+/// same one twice paints it twice.
+///
+/// Threads: every operation from any thread. Each of the two stores has a recursive
+/// lock of its own, held for the whole of an append, an erase or a paint, and never
+/// together with the other. The map function of a paint runs under its store's lock
+/// and may itself add and clear; what it changes shows from the next paint on.
+class LINKAGE_EXPORT CEnhanceDrawManager {
+public:
+    using EDrawType = IEnhanceDataBase::EDrawType;
+
+    void init();
+
+    /// Adds a polyline, unless one of the vectors has fewer than two values. Every
+    /// line is 0xff0000 and opaque: the last two numbers are not used.
+    void addDrawLineData(EDrawType type, std::string const& key, std::vector<double>& xs,
+                         std::vector<double>& ys, int width, bool dotted, bool flag2, int, int);
+
+    /// Adds a dot. Mind the order: the main diameter comes first here.
+    void addDrawRoundData(EDrawType type, std::string const& key, double x, double y,
+                          int mainDiameter, int secondDiameter, int colour, int transparency);
+
+    void addDrawTextData(EDrawType type, std::string const& key, double x, double y,
+                         std::string const& text, int textColour, std::string fontFamily,
+                         int fontSize, int textTransparency, int boxWidth, int boxHeight,
+                         int borderColour, int borderTransparency, int offsetX, int offsetY);
+
+    /// Removes a key, or everything, from both stores, one after the other.
+    void clearDatas(std::string const& key);
+    void clearDatas();
+
+    /// Paints what a store has under a key. Sets the painter's clip to `clip` in any
+    /// case and leaves it set. An empty `map` throws boost::bad_function_call at the
+    /// first graphic.
+    void drawGraph(EDrawType type, std::string const& key, QPainter* painter, QRect const& clip,
+                   boost::function<QPointF(QPointF const&)> map);
+
+private:
+    friend class utils::CSingletonT<CEnhanceDrawManager>;
+    using Graphics = std::vector<boost::shared_ptr<IEnhanceDataBase>>;
+    struct Store {
+        boost::recursive_mutex m_mutex;
+        std::map<std::string, Graphics> m_graphics;
+    };
+
+    CEnhanceDrawManager() = default;
+    ~CEnhanceDrawManager() = default;
+
+    Store& store(EDrawType type) { return type == 0 ? m_first : m_second; }
+    void append(EDrawType type, std::string const& key,
+                boost::shared_ptr<IEnhanceDataBase> graphic);
+
+    Store m_first;
+    Store m_second;
+    std::atomic<bool> m_bInited{false};
+};
+
+}  // namespace TC
+
+extern template class LINKAGE_EXPORT utils::CSingletonT<TC::CEnhanceDrawManager>;

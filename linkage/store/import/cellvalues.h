@@ -1,0 +1,72 @@
+#pragma once
+
+#include "linkage/export.h"
+
+#include <QString>
+
+#include <optional>
+#include <string>
+
+/// What the cells of statements mean. Pure: values in, values out.
+namespace TC::statement {
+
+/// A cell as a statement's columns see it. Empty, or a text, or a number.
+struct LINKAGE_EXPORT Value {
+    bool isNumber = false;
+    double number = 0.0;
+    QString text;
+
+    /// Nothing, or one of the dashes that stand for nothing.
+    bool isEmpty() const;
+    /// As a person reads it: whole numbers without a point.
+    QString display() const;
+};
+
+/// Without blanks, full-width characters in their plain form, upper case.
+QString plainText(const QString& text);
+
+/// Finite number out of a cell: thousands separators, full-width digits, a currency
+/// sign and a unit are taken; anything else is not.
+LINKAGE_EXPORT std::optional<double> numberOf(const Value& value);
+
+struct DateTime {
+    std::string date;  ///< "yyyyMMdd"
+    std::string time;  ///< "hhmmss", empty when the cell has none
+};
+
+/// A date out of a number (20230201, or days of a workbook) or a text ("20230201",
+/// "2023-02-01", "2023/2/1", "2023年2月1日"), which a time may follow. Only dates that a
+/// day key can hold and that exchanges have seen: 1990 to 2037.
+LINKAGE_EXPORT std::optional<DateTime> dateOf(const Value& value, bool dates1904 = false);
+
+/// A time of day, "hhmmss", out of "9:48:13", "09:48", 94813, 09481312 (hundredths
+/// follow), a fraction of a day, or the end of a date; empty when it is none of these.
+LINKAGE_EXPORT std::string timeOf(const Value& value);
+
+enum class ESide { Buy, Sell };
+
+/// The side that a text names; nothing for whatever is no deal (dividends, fees,
+/// subscriptions, transfers, designations, cancellations).
+LINKAGE_EXPORT std::optional<ESide> sideOf(const QString& text);
+
+struct Instrument {
+    std::string market;  ///< "SH", "SZ" or "BJ"
+    std::string code;    ///< six digits
+};
+
+/// An instrument out of its code, which may have lost its leading zeros or carry its
+/// market ("600000.SH"). The market comes from the code's own mark, from the market's
+/// name, from the code where only one exchange has such codes, from the holder code
+/// (letters in Shanghai, digits in Shenzhen and Beijing), and last from the code's
+/// more frequent use. Nothing for codes of other markets.
+LINKAGE_EXPORT std::optional<Instrument> instrumentOf(const Value& code, const QString& marketName,
+                                                      const QString& holderCode);
+
+/// The status (EEntrustStatus) that a text of an order list names.
+std::optional<int> orderStatusOf(const QString& text);
+
+/// Whether a deal or order number can tell rows apart: not empty, not all zeros, and
+/// not cut down to a power of ten by a spreadsheet program.
+bool isUsableNumber(const QString& number);
+
+}  // namespace TC::statement

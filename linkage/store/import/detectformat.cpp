@@ -1,0 +1,77 @@
+#include "linkage/store/import/readers.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <algorithm>
+#include <new>
+
+namespace TC::statement {
+
+namespace {
+
+bool hasControlCharacters(const QByteArray& bytes) {
+    return std::any_of(bytes.begin(), bytes.end(), [](char c) {
+        const auto byte = static_cast<unsigned char>(c);
+        return byte < 0x20 && c != '\t' && c != '\n' && c != '\r' && c != '\f' && c != '\x1a';
+    });
+}
+
+bool isUtf16(const QByteArray& bytes) {
+    return bytes.startsWith("\xff\xfe") || bytes.startsWith("\xfe\xff");
+}
+
+QByteArray wholeFile(const QString& path) {
+    const QFileInfo info(path);
+    if (!info.exists()) throw Refusal(QStringLiteral("the file does not exist"));
+    // A pipe or a device could keep the reader waiting, or giving, for ever.
+    if (!info.isFile()) throw Refusal(QStringLiteral("this is not a plain file"));
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        throw Refusal(QStringLiteral("the file cannot be opened: %1").arg(file.errorString()));
+    }
+    const QByteArray bytes = file.read(kMaxFileBytes + 1);
+    if (file.error() != QFile::NoError) {
+        throw Refusal(QStringLiteral("the file cannot be read: %1").arg(file.errorString()));
+    }
+    if (bytes.size() > kMaxFileBytes) {
+        throw Refusal(QStringLiteral("the file is larger than %1 MB").arg(kMaxFileBytes >> 20));
+    }
+    return bytes;
+}
+
+}  // namespace
+
+EFormat detectFormat(const QByteArray& bytes) {
+    if (bytes.isEmpty()) throw Refusal(QStringLiteral("the file is empty"));
+    if (bytes.startsWith("PK\x03\x04")) return EFormat::Xlsx;
+    if (bytes.startsWith("\xd0\xcf\x11\xe0\xa1\xb1\x1a\xe1")) return EFormat::Xls;
+    if (isUtf16(bytes)) return EFormat::Text;
+    if (hasControlCharacters(bytes)) {
+        throw Refusal(QStringLiteral("the file is neither a workbook nor a text"));
+    }
+    const QByteArray head = bytes.left(512).trimmed();
+    if (head.startsWith('<') || head.startsWith("\xef\xbb\xbf<")) {
+        throw Refusal(QStringLiteral("the file is a web page or XML; save it as a workbook"));
+    }
+    return EFormat::Text;
+}
+
+CWorkbook readFile(const QString& path) {
+    try {
+        const QByteArray bytes = wholeFile(path);
+        switch (detectFormat(bytes)) {
+            case EFormat::Xlsx:
+                return readXlsx(bytes);
+            case EFormat::Xls:
+                return readXls(bytes);
+            case EFormat::Text:
+                break;
+        }
+        return readText(bytes);
+    } catch (const std::bad_alloc&) {
+        throw Refusal(QStringLiteral("there is not enough memory to read the file"));
+    }
+}
+
+}  // namespace TC::statement

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "linkage/export.h"
+#include "linkage/store/import/workbook.h"
+
+#include <QByteArray>
+#include <QString>
+
+namespace TC::statement {
+
+// Each reader takes the whole file and throws Refusal when it cannot vouch for it.
+
+/// Comma-separated or tab-separated text in UTF-8, UTF-16 with a mark, or GB18030.
+LINKAGE_EXPORT CWorkbook readText(const QByteArray& bytes);
+/// A zipped XML workbook (.xlsx).
+LINKAGE_EXPORT CWorkbook readXlsx(const QByteArray& bytes);
+/// A binary workbook (.xls, BIFF8).
+LINKAGE_EXPORT CWorkbook readXls(const QByteArray& bytes);
+
+enum class EFormat { Text, Xlsx, Xls };
+
+/// What a file is, from its content alone; throws Refusal for what is none of these.
+LINKAGE_EXPORT EFormat detectFormat(const QByteArray& bytes);
+
+/// Reads a file of any of the formats. Throws Refusal: missing, not a plain file,
+/// too large, or unreadable.
+LINKAGE_EXPORT CWorkbook readFile(const QString& path);
+
+}  // namespace TC::statement

@@ -1,0 +1,97 @@
+#pragma once
+
+#include "linkage/export.h"
+
+#include <QHash>
+#include <QString>
+
+#include <cstdint>
+#include <deque>
+#include <span>
+#include <stdexcept>
+#include <vector>
+
+/// Reading statement files: from bytes to tables, from tables to deals and orders.
+namespace TC::statement {
+
+// What a file may ask for at most; whatever goes beyond is refused. The statement of a
+// very busy day (some fifty thousand deals) stays well within all of them.
+inline constexpr qint64 kMaxFileBytes = 32 << 20;      ///< the file itself
+inline constexpr qint64 kMaxUnpackedBytes = 64 << 20;  ///< all that is read of an archive
+inline constexpr int kMaxArchiveParts = 1000;
+inline constexpr int kMaxSheets = 64;
+inline constexpr int kMaxRows = 200'000;
+inline constexpr int kMaxColumns = 256;
+inline constexpr int kMaxCells = 4'000'000;         ///< cells that are not empty, all sheets
+inline constexpr int kMaxTexts = 1'000'000;         ///< different texts
+inline constexpr int kMaxCellLength = 32'767;       ///< characters
+inline constexpr qint64 kMaxTextLength = 16 << 20;  ///< characters of all different texts
+
+/// A file that is not taken at all. Thrown and caught inside the reader only.
+struct LINKAGE_EXPORT Refusal : std::runtime_error {
+    explicit Refusal(const QString& why) : std::runtime_error(why.toStdString()), text(why) {}
+    QString text;
+};
+
+/// One cell that is not empty. Dates of workbooks are numbers: days since the epoch
+/// of the workbook, brought to the one that counts 1900-01-01 as day 1.
+struct Cell {
+    std::int32_t row;
+    std::int16_t column;
+    bool isNumber;
+    union {
+        double number;
+        std::uint32_t text;
+    };
+};
+
+/// The sheets of one file as sparse tables. Equal texts are kept once, so a file
+/// cannot make memory grow by repeating a reference to a long text.
+///
+/// Adding throws Refusal when a limit is reached.
+class LINKAGE_EXPORT CWorkbook {
+public:
+    struct Sheet {
+        QString name;
+        std::vector<Cell> cells;
+    };
+
+    int addSheet(const QString& name);
+    void addText(int sheet, qint64 row, qint64 column, const QString& text);
+    void addNumber(int sheet, qint64 row, qint64 column, double number);
+
+    /// The workbook counts days from 1904-01-01.
+    void setDates1904(bool on) { m_bDates1904 = on; }
+    bool dates1904() const { return m_bDates1904; }
+
+    /// Puts the cells of every sheet into the order of rows and columns; of two cells
+    /// in one place the later one stays.
+    void finish();
+
+    const std::deque<Sheet>& sheets() const { return m_sheets; }
+    const QString& text(const Cell& cell) const { return m_texts[cell.text]; }
+
+private:
+    Cell& add(int sheet, qint64 row, qint64 column);
+
+    std::deque<Sheet> m_sheets;
+    std::vector<QString> m_texts;
+    QHash<QString, std::uint32_t> m_textIndex;
+    qint64 m_nTextLength = 0;
+    int m_nCells = 0;
+    bool m_bDates1904 = false;
+};
+
+/// The rows of a sheet, each as its cells, with the row's number counted from 0.
+template <class Visit>
+void forEachRow(const CWorkbook::Sheet& sheet, Visit visit) {
+    const std::span<const Cell> cells(sheet.cells);
+    for (std::size_t begin = 0; begin < cells.size();) {
+        std::size_t end = begin;
+        while (end < cells.size() && cells[end].row == cells[begin].row) ++end;
+        visit(cells[begin].row, cells.subspan(begin, end - begin));
+        begin = end;
+    }
+}
+
+}  // namespace TC::statement

@@ -1,0 +1,163 @@
+#include "linkage/store/importreport.h"
+#include "tests/support/fixture.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QFileDialog>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using tests::Fixture;
+
+QString sample(const char* name) {
+    return QStringLiteral(LINKAGE_SOURCE_DIR "/tests/data/import/") + name;
+}
+
+class Import : public testing::Test {
+protected:
+    Import() {
+        f.account({.key = "A", .id = "0010001"});
+        f.account({.key = "B", .id = "20002"});
+        f.init();
+        f.forget();
+    }
+
+    QString csv(const QByteArray& rows) {
+        const QString path = f.dataDir() + "/statement.csv";
+        QFile file(path);
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("资金账号,成交日期,证券代码,买卖,价格,数量,成交编号\n" + rows);
+        return path;
+    }
+
+    std::size_t dealsOf(const std::string& account, const std::string& date) {
+        return f.manager().getAccountDeals(account, Fixture::day(date)).size();
+    }
+
+    Fixture f;
+};
+
+TEST_F(Import, FilesDealsOfTheNamedAccountOnce) {
+    const auto first = f.manager().importData(sample("deals.xls"));
+    ASSERT_TRUE(first.ok()) << first.refusal.toStdString();
+    EXPECT_EQ(first.kind, TC::ImportReport::Kind::Deals);
+    EXPECT_EQ(first.read, 7);
+    EXPECT_EQ(first.taken, 5);
+    EXPECT_EQ(first.added, 5);
+    EXPECT_EQ(first.skipped.size(), 2u);
+    EXPECT_EQ(dealsOf("A", "20230201"), 3u);  // two of them equal
+    EXPECT_EQ(dealsOf("A", "20230202"), 2u);
+    EXPECT_EQ(dealsOf("B", "20230201"), 0u);
+
+    const auto details =
+        f.manager().getDealDetails(Fixture::day("20230201"), "SZ000878", {"A", "B"});
+    ASSERT_EQ(details.size(), 1u);
+    for (const auto& [key, deal] : details.at("A")) {
+        EXPECT_EQ(key, deal->recordKey());
+        EXPECT_TRUE(deal->m_bImported);
+        EXPECT_EQ(deal->m_pAccountInfo->m_strKey, "A");
+        EXPECT_EQ(deal->m_nVolume, 1000);
+    }
+
+    // The same deals again, in the same file and in one of another format.
+    for (const char* file : {"deals.xls", "deals_text.xls", "deals.xlsx"}) {
+        const auto again = f.manager().importData(sample(file));
+        EXPECT_EQ(again.taken, 5) << file;
+        EXPECT_EQ(again.added, 0) << file;
+    }
+    EXPECT_EQ(dealsOf("A", "20230201"), 3u);
+}
+
+TEST_F(Import, ChangesNoFigureAndAnnouncesNothing) {
+    f.deal({.account = "A", .key = 5, .strategy = "S"});
+    const auto before = f.state();
+    f.forget();
+    f.manager().importData(csv("10001,20240102,600000,买入,10,500,N1\n"));
+    const auto after = f.state();
+    EXPECT_EQ(f.manager().getAccountDeals("A", Fixture::day("20240102")).size(), 2u);
+    EXPECT_EQ(after.buySellVolumes, before.buySellVolumes);
+    EXPECT_EQ(after.buySellAmounts, before.buySellAmounts);
+    EXPECT_EQ(after.tradeStatDatas, before.tradeStatDatas);
+    EXPECT_EQ(after.dealAmplitudes, before.dealAmplitudes);
+    EXPECT_TRUE(f.signalNames().empty());
+    EXPECT_EQ(f.logTexts(), (std::vector<std::string>{"Imported " + f.dataDir().toStdString() +
+                                                      "/statement.csv: 1 rows read, 1 taken, 1 "
+                                                      "new, 0 skipped"}));
+}
+
+TEST_F(Import, LeavesOutWhatIsKnownOrNotFollowed) {
+    f.instrument({.stock = "SH204001", .types = {vexservice::STOCKTYPE_REPURCHASE}});
+    f.deal({.account = "A", .key = 5, .volume = 100, .dealId = "N1"});
+    const auto report =
+        f.manager().importData(csv("10001,20240102,600000,买入,10,100,N1\n"
+                                   "10001,20240102,600000,卖出,10,100,N1\n"
+                                   "10001,20240102,204001,卖出,2,100,N2\n"
+                                   "777,20240102,600000,买入,10,100,N3\n"
+                                   "20002,20240102,600000,买入,10,x,N4\n"
+                                   "20002,20240102,600000,买入,10,100,N5\n"));
+    ASSERT_TRUE(report.ok()) << report.refusal.toStdString();
+    EXPECT_EQ(report.read, 6);
+    EXPECT_EQ(report.taken, 2);
+    std::vector<std::pair<int, std::string>> skipped;
+    for (const auto& row : report.skipped) skipped.emplace_back(row.row, row.reason.toStdString());
+    const std::vector<std::pair<int, std::string>> expected = {
+        {2, "already reported by the trading system"},
+        {4, "repurchase or subscription, which is not followed"},
+        {5, "account 777 is not followed"},
+        {6, "volume is not a number: x"},
+    };
+    EXPECT_EQ(skipped, expected);
+    EXPECT_EQ(dealsOf("A", "20240102"), 2u);
+    EXPECT_EQ(dealsOf("B", "20240102"), 1u);
+}
+
+TEST_F(Import, FilesOrdersWithoutRunningThem) {
+    const auto refused = f.manager().importData(sample("orders_gb18030.csv"));
+    EXPECT_EQ(refused.refusal, "the file names no account, and several are followed");
+
+    Fixture one;
+    one.account({.key = "A", .id = "0010001"});
+    one.init();
+    const auto report = one.manager().importData(sample("orders_gb18030.csv"));
+    ASSERT_TRUE(report.ok()) << report.refusal.toStdString();
+    EXPECT_EQ(report.kind, TC::ImportReport::Kind::Orders);
+    EXPECT_EQ(report.taken, 6);
+    EXPECT_EQ(report.skipped.size(), 3u);
+    EXPECT_EQ(one.manager().getAccountOrders("A", Fixture::day("20230203")).size(), 6u);
+    EXPECT_EQ(one.manager().getRunningOrders("A", ""), 0);
+}
+
+TEST_F(Import, TakesNothingOfAnUnreadableFile) {
+    const auto before = f.state();
+    const std::pair<QString, QString> rows[] = {
+        {f.dataDir() + "/missing.xls", "the file does not exist"},
+        {f.dataDir(), "this is not a plain file"},
+        {sample("make_samples.py"), "no row of column names was found in the first 50 rows"},
+        {csv("777,20240102,600000,买入,10,100,N3\n"),
+         "the file is of account 777, which is not followed"},
+    };
+    for (const auto& [path, refusal] : rows) {
+        const auto report = f.manager().importData(path);
+        EXPECT_EQ(report.refusal, refusal);
+        EXPECT_EQ(report.read + report.taken + report.added, 0);
+        EXPECT_TRUE(report.skipped.empty());
+    }
+    EXPECT_EQ(f.state().dealDetails, before.dealDetails);
+}
+
+TEST_F(Import, AsksForAFileWithTheDocumentedFilter) {
+    QStringList filters;
+    QTimer::singleShot(0, qApp, [&] {
+        auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+        ASSERT_NE(dialog, nullptr);
+        filters = dialog->nameFilters();
+        dialog->reject();
+    });
+    EXPECT_EQ(f.manager().importData().refusal, "no file was chosen");
+    EXPECT_EQ(filters, (QStringList{"Excel Files(*.xls *.xlsx)", "Excel Files(*.csv)"}));
+}
+
+}  // namespace

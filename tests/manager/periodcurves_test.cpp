@@ -1,0 +1,244 @@
+#include "linkage/stats/periodpoint.h"
+#include "tests/support/fixture.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <random>
+
+namespace tests {
+namespace {
+
+using Curve = std::map<int, TC::PeriodPoint>;
+
+const std::string DAY = "20240102";
+
+std::vector<int> minutesOf(const Curve& curve) {
+    std::vector<int> minutes;
+    for (const auto& [minute, point] : curve) minutes.push_back(minute);
+    return minutes;
+}
+
+double liveProfit(Fixture& f, const std::string& account, const std::string& strategy) {
+    double sum = 0.0;
+    for (const auto& [stock, record] : f.manager().getTradeStatDatas(account, strategy)) {
+        sum += record->deals().m_dProfit;
+    }
+    return sum;
+}
+
+TEST(PeriodCurves, followAStrategyThroughTheDay) {
+    Fixture f({.now = "2024-01-02 09:29:55"});
+    f.instrument({.stock = "SH600000", .reference = 9.5});
+    paper::Account account{.key = "A"};
+    account.fee.emplace().m_dMinimum = 1.0;
+    f.account(account);
+    f.init();
+    f.deal({.key = 1, .price = 10.0, .volume = 300, .time = "092500", .strategy = "S"});
+    EXPECT_TRUE(f.manager().getPeriodCurve("A", "S").empty()) << "no calculation has run";
+
+    f.manager().startProfitCalculator();
+    f.advanceTo("09:31:00");
+    f.deal({.key = 2, .side = Side::Sell, .price = 11.0, .volume = 100, .strategy = "S"});
+    f.bars("SH600000", DAY, {{"0931", 10.5}, {"0932", 10.75}, {"0933", 99.0}});
+    f.price({.last = 10.25});
+    f.advanceTo("09:32:15");
+
+    const Curve expected = {
+        {565, {300 * 9.5 - 3000 - 1, 300 * 9.5, 300, 0, 3000, 0, 1}},
+        {571, {200 * 10.5 - 1900 - 2, 200 * 10.5, 300, 100, 3000, 1100, 2}},
+        {572, {200 * 10.75 - 1900 - 2, 200 * 10.75, 300, 100, 3000, 1100, 2}},
+        {573, {200 * 10.25 - 1900 - 2, 200 * 10.25, 300, 100, 3000, 1100, 2}},
+    };
+    EXPECT_EQ(f.manager().getPeriodCurve("A", "S"), expected);
+    EXPECT_EQ(f.manager().getPeriodCurve("A", ""), expected) << "the account as a whole";
+    EXPECT_TRUE(f.manager().getPeriodCurve("A", "T").empty());
+    EXPECT_TRUE(f.manager().getPeriodCurve("B", "S").empty());
+    const auto record = f.manager().getTradeStatDatas("A", "S").at("SH600000");
+    EXPECT_EQ(record->m_dCloseValue, 200 * 10.75);
+
+    f.advanceTo("13:00:30");
+    const Curve afternoon = f.manager().getPeriodCurve("A", "S");
+    EXPECT_EQ(afternoon.size(), 1 + 120 + 1);
+    EXPECT_EQ(afternoon.at(573).positionValue, 200 * 99.0) << "the bar, once it is complete";
+    EXPECT_EQ(std::next(afternoon.find(690))->first, 781);
+}
+
+TEST(PeriodCurves, areComputedEveryTenSecondsWhileASwitchIsOn) {
+    Fixture f({.now = "2024-01-02 10:00:02"});
+    f.account({.key = "A"});
+    auto& manager = f.manager();
+    manager.startBalanceCalculator();  // the client may be early
+    f.init();
+    std::uint64_t key = 0;
+    const auto dealIsSeenAfter = [&](double seconds) {
+        f.deal({.key = ++key, .volume = 100, .time = "100001", .strategy = "S"});
+        f.advance(seconds);
+        const Curve curve = manager.getPeriodCurve("A", "S");
+        return curve.count(601) > 0 && curve.begin()->second.buyVolume == 100 * std::int64_t(key);
+    };
+    f.advanceTo("10:01:05");
+    EXPECT_TRUE(dealIsSeenAfter(10));
+    manager.startProfitCalculator();
+    manager.stopBalanceCalculator();
+    EXPECT_TRUE(dealIsSeenAfter(10)) << "the other switch is on";
+    manager.stopProfitCalculator();
+    EXPECT_FALSE(dealIsSeenAfter(30)) << "both are off";
+
+    manager.startProfitCalculator();
+    manager.stopProfitCalculator();
+    manager.startProfitCalculator();
+    f.advance(3);
+    manager.stopProfitCalculator();
+    manager.startBalanceCalculator();
+    EXPECT_TRUE(dealIsSeenAfter(10)) << "switched off and on between two runs";
+    EXPECT_TRUE(dealIsSeenAfter(10));
+}
+
+TEST(PeriodCurves, endInTheLiveProfitToTheBit) {
+    for (const int clientType : {1, 3}) {
+        Fixture f({.now = "2024-01-02 10:00:02", .clientType = clientType});
+        f.account({.key = "A"});
+        f.init();
+        f.manager().startProfitCalculator();
+        const std::vector<std::string> stocks = {"SZ000001", "SH600000", "SH6ST001"};
+        std::uint64_t key = 0;
+        for (const std::string& stock : stocks) {
+            f.instrument({.stock = stock, .reference = 9.01, .limitUp = 10.13, .limitDown = 8.11});
+            for (const Side side : {Side::Buy, Side::Sell, Side::Sell}) {
+                ++key;
+                const int volume = 100 * static_cast<int>(key);
+                f.deal({.key = key,
+                        .stock = stock,
+                        .side = side,
+                        .price = 9.03 + 0.01 * key,
+                        .volume = volume,
+                        .time = key % 4 ? "100001" : "",
+                        .strategy = "S"});
+                f.order({.key = key,
+                         .stock = stock,
+                         .side = side,
+                         .price = 9.05,
+                         .volume = 2000,
+                         .status = 55,
+                         .traded = volume + 100,
+                         .strategy = "S"});
+            }
+        }
+        for (const double price : {9.07, 10.13, 8.11}) {
+            for (const std::string& stock : stocks) f.price({.stock = stock, .last = price});
+            f.advance(20);
+            for (const std::string strategy : {"S", ""}) {
+                const Curve curve = f.manager().getPeriodCurve("A", strategy);
+                ASSERT_FALSE(curve.empty());
+                EXPECT_EQ(curve.rbegin()->second.profit, liveProfit(f, "A", strategy))
+                    << "client type " << clientType << " strategy '" << strategy << "' at "
+                    << price;
+                EXPECT_NE(curve.rbegin()->second.profit, 0.0);
+            }
+        }
+        const Curve curve = f.manager().getPeriodCurve("A", "S");
+        const std::int64_t timed = 100 * (1 + 7);
+        EXPECT_EQ(curve.at(601).buyVolume, timed) << "minutes know deals with a time";
+        EXPECT_EQ(curve.rbegin()->second.buyVolume, clientType == 3 ? timed + 700 : timed + 400);
+    }
+}
+
+TEST(PeriodCurves, areRebuiltWithTheAccountAndEndWithTheDay) {
+    Fixture f({.now = "2024-01-02 10:00:02"});
+    f.account({.key = "A"});
+    f.init();
+    f.manager().startProfitCalculator();
+    f.deal({.key = 1, .volume = 100, .strategy = "S"});
+    f.deal({.key = 2, .stock = "SH600001", .volume = 100, .strategy = "S"});
+    f.bars("SH600000", DAY, {{"1001", 11.0}});
+    f.advanceTo("10:02:30");
+    const Curve before = f.manager().getPeriodCurve("A", "S");
+    ASSERT_EQ(minutesOf(before), (std::vector<int>{601, 602, 603}));
+    f.accountReady("A");
+    f.advance(10);
+    EXPECT_EQ(f.manager().getPeriodCurve("A", "S"), before);
+
+    f.advanceTo("2024-01-03 09:00:00");
+    f.newTradingDate("20240103");
+    f.advanceTo("09:40:30");
+    EXPECT_TRUE(f.manager().getPeriodCurve("A", "S").empty());
+    f.deal({.key = 3, .volume = 100, .strategy = "S"});
+    f.bars("SH600000", "20240103", {{"0941", 12.0}});
+    f.bars("SH600000", DAY, {{"0941", 13.0}});
+    f.advanceTo("09:41:30");
+    const Curve next = f.manager().getPeriodCurve("A", "S");
+    ASSERT_EQ(minutesOf(next), (std::vector<int>{581, 582}));
+    EXPECT_EQ(next.at(581).positionValue, 1200.0);
+}
+
+/// What happens in half an hour, as actions that may come in any order.
+std::vector<std::function<void(Fixture&)>> arrivals() {
+    std::vector<std::function<void(Fixture&)>> all;
+    const std::vector<std::string> stocks = {"SH600000", "SH600001", "SZ000001"};
+    const std::vector<std::string> strategies = {"S", "T", ""};
+    std::mt19937 random(3);
+    for (std::uint64_t key = 1; key <= 40; ++key) {
+        Deal deal;
+        deal.key = key;
+        deal.account = random() % 3 ? "A" : "B";
+        deal.stock = stocks[random() % 3];
+        deal.strategy = strategies[random() % 3];
+        deal.side = random() % 2 ? Side::Buy : Side::Sell;
+        deal.price = 10.0 + 0.25 * static_cast<double>(random() % 8);
+        deal.volume = 100 * (1 + static_cast<int>(random() % 9));
+        deal.time = std::to_string(100000 + random() % 15 * 100 + random() % 60);
+        all.push_back([deal](Fixture& f) { f.deal(deal); });
+    }
+    for (std::size_t at = 0; at < 2; ++at) {  // the third stock has neither bars nor a price
+        const std::string stock = stocks[at];
+        all.push_back([stock](Fixture& f) { f.price({.stock = stock, .last = 11.25}); });
+        for (int minute = 1; minute <= 20; ++minute) {
+            if (random() % 4 == 0) continue;
+            const std::string time = std::to_string(1000 + minute);
+            const double close = 10.0 + 0.25 * static_cast<double>(random() % 8);
+            all.push_back([=](Fixture& f) { f.bars(stock, DAY, {{time, close}}); });
+        }
+    }
+    all.push_back([](Fixture& f) { f.manager().startProfitCalculator(); });
+    all.push_back([](Fixture& f) { f.accountReady("A"); });
+    return all;
+}
+
+TEST(PeriodCurves, areTheSameInWhateverOrderThingsArrive) {
+    std::map<std::pair<std::string, std::string>, Curve> expected;
+    auto all = arrivals();
+    std::mt19937 random(5);
+    for (int round = 0; round < 12; ++round) {
+        Fixture f({.now = "2024-01-02 10:00:00"});
+        for (const char* stock : {"SH600000", "SH600001", "SZ000001"}) {
+            f.instrument({.stock = stock, .reference = 10.0, .limitUp = 11.25, .limitDown = 9.0});
+        }
+        f.account({.key = "A"});
+        f.account({.key = "B"});
+        f.init();
+        for (const auto& arrive : all) {
+            arrive(f);
+            if (round > 0) f.advance(static_cast<double>(random() % 40));
+        }
+        f.advanceTo("10:40:00");
+        f.manager().startProfitCalculator();
+        f.advanceTo("10:42:30");
+        for (const std::string account : {"A", "B"}) {
+            for (const std::string strategy : {"S", "T", ""}) {
+                const Curve curve = f.manager().getPeriodCurve(account, strategy);
+                if (round == 0) {
+                    expected[{account, strategy}] = curve;
+                    EXPECT_GT(curve.size(), 30u);
+                }
+                EXPECT_EQ(curve, (expected[{account, strategy}]))
+                    << "round " << round << " " << account << " " << strategy;
+            }
+        }
+        std::shuffle(all.begin(), all.end(), random);
+    }
+}
+
+}  // namespace
+}  // namespace tests

@@ -1,0 +1,317 @@
+#include "linkage/stats/periodcurves.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <vector>
+
+namespace TC {
+namespace {
+
+struct MinuteDeal {
+    int minute;
+    int volume;  ///< negative: sold
+    double price;
+    double commission = 0.0;
+};
+
+/// One stock with its deals, closes and prices in the form that curves are made of.
+struct CStock {
+    std::map<int, LinkagePeriodTradeData> minutes;
+    PeriodTotals totals;
+    std::map<int, double> closes;
+    CurveStock curve;
+
+    void deal(const MinuteDeal& deal, bool timed = true) {
+        const int volume = std::abs(deal.volume);
+        const double amount = volume * deal.price;
+        LinkagePeriodTradeData& minute = minutes[timed ? deal.minute : 0];
+        EffectiveFigures& now = curve.figures;
+        (deal.volume > 0 ? minute.m_nBuyVolume : minute.m_nSellVolume) += volume;
+        (deal.volume > 0 ? minute.m_dBuyAmount : minute.m_dSellAmount) += amount;
+        minute.m_dCommission += deal.commission;
+        (deal.volume > 0 ? now.buyVolume : now.sellVolume) += volume;
+        (deal.volume > 0 ? now.buyAmount : now.sellAmount) += amount;
+        curve.commission += deal.commission;
+        if (!timed) minutes.erase(0);
+    }
+
+    const CurveStock& ready() {
+        totals.clear();
+        renewTotals(totals, minutes, 0);
+        curve.totals = &totals;
+        curve.closes = &closes;
+        return curve;
+    }
+};
+
+CStock stockOf(const std::vector<MinuteDeal>& deals, std::map<int, double> closes = {}) {
+    CStock stock;
+    for (const MinuteDeal& deal : deals) stock.deal(deal);
+    stock.closes = std::move(closes);
+    return stock;
+}
+
+std::map<int, double> profits(const std::map<int, PeriodPoint>& curve) {
+    std::map<int, double> result;
+    for (const auto& [minute, point] : curve) result[minute] = point.profit;
+    return result;
+}
+
+std::vector<int> minutesOf(const std::map<int, PeriodPoint>& curve) {
+    std::vector<int> result;
+    for (const auto& [minute, point] : curve) result.push_back(minute);
+    return result;
+}
+
+// Bought 100 at 10 with a fee of 1 in minute 600, sold 40 at 11 with a fee of 0.5 in 602.
+TEST(PeriodCurve, valuesEachMinuteAtItsCloseAndTheLastAtTheNewestPrice) {
+    CStock stock = stockOf({{600, 100, 10.0, 1.0}, {602, -40, 11.0, 0.5}},
+                           {{599, 9.0}, {600, 10.5}, {601, 10.75}, {603, 11.0}});
+    stock.curve.latest = 12.0;
+    const auto curve = periodCurve({stock.ready()}, 604);
+
+    const std::map<int, PeriodPoint> expected = {
+        {600, {49.0, 1050.0, 100, 0, 1000.0, 0.0, 1.0}},
+        {601, {74.0, 1075.0, 100, 0, 1000.0, 0.0, 1.0}},
+        {602, {83.5, 645.0, 100, 40, 1000.0, 440.0, 1.5}},  // no bar: at 10.75
+        {603, {98.5, 660.0, 100, 40, 1000.0, 440.0, 1.5}},
+        {604, {158.5, 720.0, 100, 40, 1000.0, 440.0, 1.5}},
+    };
+    EXPECT_EQ(curve, expected);
+}
+
+TEST(PeriodCurve, hasAPointForEachTradingMinuteAndForDealsOutsideTradingHours) {
+    struct Case {
+        const char* what;
+        std::vector<int> deals;
+        int running;
+        std::vector<int> expected;
+    };
+    const Case cases[] = {
+        {"nothing traded", {}, 600, {}},
+        {"call auction before the first minute", {565}, 0, {565}},
+        {"call auction, then trading", {565, 570}, 572, {565, 570, 571, 572}},
+        {"over the pause", {689}, 782, {689, 690, 781, 782}},
+        {"during the pause", {688}, 690, {688, 689, 690}},
+        {"a deal in the pause shows at the next point", {689, 720}, 781, {689, 690, 781}},
+        {"deals ahead of the clock", {600, 603}, 601, {600, 601, 602, 603}},
+        {"deals after the close", {899, 905}, 900, {899, 900, 905}},
+        {"a late time does not fill the day", {600, 905}, 601, {600, 601, 905}},
+    };
+    for (const Case& each : cases) {
+        std::vector<MinuteDeal> deals;
+        for (const int minute : each.deals) deals.push_back({minute, 100, 10.0});
+        CStock stock = stockOf(deals, {{571, 10.0}});
+        const auto curve = periodCurve({stock.ready()}, each.running);
+        EXPECT_EQ(minutesOf(curve), each.expected) << each.what;
+        if (!curve.empty()) {
+            EXPECT_EQ(curve.rbegin()->second.buyVolume, 100 * std::ssize(each.deals)) << each.what;
+        }
+    }
+}
+
+TEST(PeriodCurve, valuesMinutesBeforeTheFirstCloseAsWellAsItCan) {
+    struct Case {
+        const char* what;
+        double reference;
+        std::map<int, double> closes;
+        std::optional<double> latest;
+        std::map<int, double> expected;
+    };
+    const Case cases[] = {
+        {"yesterday's close", 9.0, {{602, 11.0}}, 12.0, {{601, -100}, {602, 100}, {603, 200}}},
+        {"no reference: the first close", 0, {{602, 11}}, 12, {{601, 100}, {602, 100}, {603, 200}}},
+        {"no bars: yesterday's close", 9.0, {}, 12.0, {{601, -100}, {602, -100}, {603, 200}}},
+        {"only a price", 0.0, {}, 12.0, {{601, 200}, {602, 200}, {603, 200}}},
+        {"no price: the last close", 9.0, {{602, 11}}, {}, {{601, -100}, {602, 100}, {603, 100}}},
+        {"never quoted: not valued", 9.0, {}, {}, {{601, 0}, {602, 0}, {603, 0}}},
+    };
+    for (const Case& each : cases) {
+        CStock stock = stockOf({{601, 100, 10.0}}, each.closes);
+        stock.curve.rule.reference = each.reference;
+        stock.curve.latest = each.latest;
+        EXPECT_EQ(profits(periodCurve({stock.ready()}, 603)), each.expected) << each.what;
+    }
+}
+
+TEST(PeriodCurve, valuesOpenPositionsAtALimitOneStepFurther) {
+    CStock sold = stockOf({{600, -100, 10.0}}, {{600, 11.0}, {601, 10.5}});
+    CStock bought = stockOf({{600, 100, 10.0}}, {{600, 9.0}, {601, 9.5}});
+    for (CStock* stock : {&sold, &bought}) {
+        stock->curve.rule.limits = DayLimits{11.0, 9.0};
+        stock->curve.rule.rate = 0.5;
+    }
+    sold.curve.latest = 11.0;
+    bought.curve.latest = 9.0;
+    EXPECT_EQ(profits(periodCurve({sold.ready()}, 602)),
+              (std::map<int, double>{{600, 1000 - 1650}, {601, 1000 - 1050}, {602, 1000 - 1650}}));
+    EXPECT_EQ(profits(periodCurve({bought.ready()}, 602)),
+              (std::map<int, double>{{600, 450 - 1000}, {601, 950 - 1000}, {602, 450 - 1000}}));
+}
+
+TEST(PeriodCurve, putsWhatNoMinuteKnowsIntoTheLastPoint) {
+    CStock stock = stockOf({{600, 100, 10.0}}, {{600, 10.0}});
+    stock.deal({0, 200, 10.0}, false);
+    stock.curve.latest = 11.0;
+    EXPECT_EQ(profits(periodCurve({stock.ready()}, 602)),
+              (std::map<int, double>{{600, 0}, {601, 0}, {602, 300}}));
+
+    CStock untimed;
+    untimed.deal({0, 200, 10.0}, false);
+    untimed.curve.latest = 11.0;
+    EXPECT_EQ(profits(periodCurve({untimed.ready()}, 602)), (std::map<int, double>{{602, 200}}));
+    EXPECT_TRUE(periodCurve({untimed.ready()}, 0).empty());
+}
+
+// Each point worked out apart: walk all deals and search the close for every minute.
+TEST(PeriodCurve, agreesWithAWalkOverAllDealsForEachMinute) {
+    std::mt19937 random(7);
+    const auto below = [&](int bound) { return static_cast<int>(random() % bound); };
+    for (int round = 0; round < 60; ++round) {
+        std::vector<std::vector<MinuteDeal>> deals(1 + below(4));
+        std::vector<CStock> stocks;
+        for (auto& own : deals) {
+            for (int count = below(12); count > 0; --count) {
+                own.push_back({571 + below(60), (below(2) ? 100 : -100) * (1 + below(9)),
+                               10.0 + below(8) * 0.25, below(4) * 0.5});
+            }
+            stocks.push_back(stockOf(own, {}));
+            CStock& stock = stocks.back();
+            stock.curve.rule.reference = 9.5;
+            stock.curve.latest = 10.0 + below(8) * 0.25;
+            for (int minute = 571; minute < 640; ++minute) {
+                if (below(3)) stock.closes[minute] = 10.0 + below(8) * 0.25;
+            }
+        }
+        std::vector<CurveStock> rows;
+        for (CStock& stock : stocks) rows.push_back(stock.ready());
+        const auto curve = periodCurve(rows, 640);
+        for (const auto& [minute, point] : curve) {
+            double profit = 0.0;
+            double value = 0.0;
+            for (std::size_t at = 0; at < deals.size(); ++at) {
+                double price = 9.5;
+                for (const auto& [end, close] : stocks[at].closes) {
+                    if (end <= minute) price = close;
+                }
+                if (minute == curve.rbegin()->first) price = *stocks[at].curve.latest;
+                int net = 0;
+                for (const MinuteDeal& deal : deals[at]) {
+                    if (deal.minute > minute) continue;
+                    net += deal.volume;
+                    profit += deal.volume * (price - deal.price) - deal.commission;
+                }
+                value += std::abs(net) * price;
+            }
+            ASSERT_EQ(point.profit, profit) << "round " << round << " minute " << minute;
+            ASSERT_EQ(point.positionValue, value) << "round " << round << " minute " << minute;
+        }
+    }
+}
+
+TEST(PeriodTotals, renewedFromAMinuteEqualThoseComputedWhole) {
+    std::mt19937 random(11);
+    for (int round = 0; round < 200; ++round) {
+        std::map<int, LinkagePeriodTradeData> minutes;
+        PeriodTotals renewed;
+        for (int step = 0; step < 8; ++step) {
+            const int minute = 571 + static_cast<int>(random() % 12);
+            minutes[minute].m_nBuyVolume += 100;
+            minutes[minute].m_dBuyAmount += 1000.25;
+            renewTotals(renewed, minutes, minute);
+        }
+        std::int64_t volume = 0;
+        double amount = 0.0;
+        ASSERT_EQ(renewed.size(), minutes.size());
+        for (const auto& [minute, deals] : minutes) {
+            ASSERT_EQ(renewed[minute].m_nBuyVolume, volume += deals.m_nBuyVolume);
+            ASSERT_EQ(renewed[minute].m_dBuyAmount, amount += deals.m_dBuyAmount);
+        }
+    }
+}
+
+TEST(PeriodMinutes, findPrevExtDataGivesTheFiguresAtOrBeforeAMinute) {
+    const auto first = LinkagePeriodExtData::make();
+    const auto second = LinkagePeriodExtData::make();
+    const std::map<int, boost::shared_ptr<LinkagePeriodExtData>> figures = {{600, first},
+                                                                            {605, second}};
+    const auto at = [&](int minute) {
+        const auto* const found = findPrevExtData(figures, minute);
+        return found ? found->get() : nullptr;
+    };
+    EXPECT_EQ(at(599), nullptr);
+    EXPECT_EQ(at(600), first.get());
+    EXPECT_EQ(at(604), first.get());
+    EXPECT_EQ(at(900), second.get());
+}
+
+TEST(PeriodMinutes, countAsADayOfTrading) {
+    int counted = 0;
+    int newest = 0;
+    for (int minute = 0; minute < 1440; ++minute) {
+        if (isTradingMinute(minute)) ++counted, newest = minute;
+        ASSERT_EQ(countTradingMinutes(minute), counted) << minute;
+        ASSERT_EQ(tradingMinuteAt(minute), newest) << minute;
+    }
+    EXPECT_EQ(counted, 240);
+}
+
+TEST(PeriodMinutes, followTheClockOnTheTradeDateOnly) {
+    struct Case {
+        const char* now;
+        int finished;
+        int running;
+    };
+    const Case cases[] = {
+        {"20240102092500", 565, 0},   {"20240102093000", 570, 0},   {"20240102093001", 570, 571},
+        {"20240102093100", 571, 571}, {"20240102113001", 690, 690}, {"20240102130000", 780, 690},
+        {"20240102130001", 780, 781}, {"20240102150001", 900, 900}, {"20240102233000", 1410, 900},
+        {"20240101140000", 0, 0},     {"20240103080000", 900, 900},
+    };
+    for (const Case& each : cases) {
+        const DayMoment moment = dayMoment(each.now, "20240102");
+        EXPECT_EQ(moment.finished, each.finished) << each.now;
+        EXPECT_EQ(moment.running, each.running) << each.now;
+    }
+}
+
+constexpr std::int64_t SECOND = 1'000'000;
+
+TEST(MinuteBars, areAskedForWhenAMinuteHasEndedAndAgainWhileAnyIsMissing) {
+    CPeriodCurves curves;
+    const std::vector<std::string> due = {"SH600000"};
+    const std::vector<std::string> none;
+    EXPECT_EQ(curves.takeDueStocks({573, 574}, 0), none) << "nothing is followed";
+    curves.totalsOf("A", "SH600000");
+    EXPECT_EQ(curves.takeDueStocks({570, 0}, 0), none) << "no minute has ended";
+    EXPECT_EQ(curves.takeDueStocks({573, 574}, 600 * SECOND), due);
+    EXPECT_EQ(curves.takeDueStocks({573, 574}, 610 * SECOND), none) << "asked a moment ago";
+    EXPECT_EQ(curves.takeDueStocks({573, 574}, 660 * SECOND), due) << "no answer";
+    EXPECT_TRUE(curves.addBars("SH600000", 573, {{571, 10.0}, {573, 10.5}}));
+    EXPECT_EQ(curves.takeDueStocks({573, 574}, 670 * SECOND), none);
+    EXPECT_EQ(curves.takeDueStocks({573, 574}, 720 * SECOND), due) << "572 is missing";
+    EXPECT_EQ(curves.takeDueStocks({574, 575}, 722 * SECOND), due) << "574 has ended";
+    EXPECT_TRUE(curves.addBars("SH600000", 574, {{572, 10.25}, {574, 10.5}}));
+    EXPECT_EQ(curves.takeDueStocks({574, 575}, 999 * SECOND), none) << "complete";
+    curves.newDay();
+    EXPECT_EQ(curves.takeDueStocks({575, 576}, 9999 * SECOND), none) << "another day";
+}
+
+TEST(MinuteBars, keepTheNewestAnswerAndNoUnfinishedMinute) {
+    CPeriodCurves curves;
+    EXPECT_FALSE(curves.addBars("SH600000", 573, {{571, 10.0}})) << "not followed";
+    curves.totalsOf("A", "SH600000");
+    EXPECT_TRUE(curves.addBars("SH600000", 573, {{571, 10.0}, {573, 10.5}, {574, 9.0}}));
+    EXPECT_FALSE(curves.addBars("SH600000", 573, {{571, 10.0}, {572, 0.0}})) << "nothing new";
+    EXPECT_TRUE(curves.addBars("SH600000", 574, {{573, 10.75}})) << "corrected";
+    EXPECT_TRUE(curves.addBars("SH600000", 572, {{573, 8.0}, {571, 8.0}, {572, 10.25}}))
+        << "an old answer fills gaps";
+    ASSERT_NE(curves.findCloses("SH600000"), nullptr);
+    EXPECT_EQ(*curves.findCloses("SH600000"),
+              (std::map<int, double>{{571, 10.0}, {572, 10.25}, {573, 10.75}}));
+}
+
+}  // namespace
+}  // namespace TC

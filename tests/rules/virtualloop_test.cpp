@@ -1,0 +1,143 @@
+#include "paper/loop.h"
+#include "platform/utils/deadlinetimer.h"
+
+#include <QCoreApplication>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+#include <boost/asio/post.hpp>
+
+#include <memory>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+/// Time that only its owner moves.
+namespace {
+
+using utils::DeadlineTimer;
+using Times = std::vector<std::int64_t>;
+
+constexpr std::int64_t START = 1'704'157'200'000'000;  // some morning
+constexpr std::int64_t SECOND = 1'000'000;
+
+/// Calls `work` after a delay; the timer lives until then.
+template <class Work>
+void after(paper::CVirtualLoop& loop, std::int64_t micros, Work work) {
+    auto timer = std::make_shared<DeadlineTimer>(loop.service());
+    timer->expires_from_now(boost::posix_time::microseconds(micros));
+    timer->async_wait([timer, work](const boost::system::error_code& error) {
+        if (!error) work();
+    });
+}
+
+TEST(VirtualLoop, firesEachTimerAtItsOwnMomentTheLastOneIncluded) {
+    paper::CVirtualLoop loop(START);
+    Times fired;
+    for (const std::int64_t due : {3 * SECOND, SECOND, SECOND + 1, 5 * SECOND, 5 * SECOND + 1}) {
+        after(loop, due, [&] { fired.push_back(loop.nowMicros() - START); });
+    }
+    loop.runToRest();
+    EXPECT_EQ(fired, Times{});
+    loop.advanceTo(START + 5 * SECOND);
+    EXPECT_EQ(fired, (Times{SECOND, SECOND + 1, 3 * SECOND, 5 * SECOND}));
+    EXPECT_EQ(loop.nowMicros(), START + 5 * SECOND);
+    loop.advanceTo(START);
+    EXPECT_EQ(loop.nowMicros(), START + 5 * SECOND) << "time never goes back";
+    loop.advanceSeconds(0.000001);
+    EXPECT_EQ(fired.back(), 5 * SECOND + 1);
+}
+
+TEST(VirtualLoop, firesTimersOfOneMomentInTheOrderInWhichTheyWereArmed) {
+    paper::CVirtualLoop loop(START);
+    std::string fired;
+    const auto write = [&](char name) { return [&fired, name] { fired += name; }; };
+    after(loop, 2 * SECOND, write('a'));
+    after(loop, SECOND, [&] { after(loop, SECOND, write('e')); });
+    after(loop, 2 * SECOND, write('b'));
+    DeadlineTimer moved(loop.service());
+    moved.expires_from_now(boost::posix_time::seconds(1));
+    moved.expires_from_now(boost::posix_time::seconds(2));
+    moved.async_wait([&](const auto&) { fired += 'c'; });
+    after(loop, 2 * SECOND, [&] {
+        fired += 'd';
+        after(loop, 0, write('f'));
+    });
+    loop.advanceSeconds(2);
+    EXPECT_EQ(fired, "abcdef");
+}
+
+TEST(VirtualLoop, missesNoneOfThousandsOfTimers) {
+    paper::CVirtualLoop loop(START);
+    // Four hours of calculators that re-arm themselves every 3 s, and twenty thousand
+    // single timers at moments of their own.
+    std::size_t rounds = 0;
+    std::function<void()> calculate = [&] {
+        EXPECT_EQ((loop.nowMicros() - START) % (3 * SECOND), 0);
+        ++rounds;
+        after(loop, 3 * SECOND, calculate);
+    };
+    after(loop, 3 * SECOND, calculate);
+    std::mt19937_64 random(1);
+    std::size_t single = 0;
+    std::size_t late = 0;
+    for (int i = 0; i < 20'000; ++i) {
+        const auto due = static_cast<std::int64_t>(random() % (14'400 * SECOND));
+        after(loop, due, [&, due] {
+            ++single;
+            late += loop.nowMicros() != START + due;
+        });
+    }
+    loop.advanceTo(START + 14'400 * SECOND);
+    EXPECT_EQ(rounds, 4'800u);
+    EXPECT_EQ(single, 20'000u);
+    EXPECT_EQ(late, 0u);
+}
+
+TEST(VirtualLoop, runsHandlersQtCallsAndSettlingUntilNothingIsLeft) {
+    paper::CVirtualLoop loop(START);
+    std::string done;
+    QObject receiver;
+    int settled = 0;
+    loop.setSettle([&] { return ++settled == 1; });
+    boost::asio::post(loop.service(), [&] {
+        done += 'a';
+        QMetaObject::invokeMethod(
+            &receiver,
+            [&] {
+                done += 'b';
+                QMetaObject::invokeMethod(
+                    &receiver,
+                    [&] {
+                        done += 'c';
+                        boost::asio::post(loop.service(), [&] { done += 'd'; });
+                    },
+                    Qt::QueuedConnection);
+            },
+            Qt::QueuedConnection);
+    });
+    loop.runToRest();
+    EXPECT_EQ(done, "abcd");
+    EXPECT_GE(settled, 2) << "what settling did may have queued more";
+}
+
+TEST(VirtualLoop, staysUsableAfterAHandlerThrew) {
+    paper::CVirtualLoop loop(START);
+    std::string done;
+    boost::asio::post(loop.service(), [] { throw std::runtime_error("fault"); });
+    boost::asio::post(loop.service(), [&] { done += 'a'; });
+    EXPECT_THROW(loop.runToRest(), std::runtime_error);
+    loop.runToRest();
+    EXPECT_EQ(done, "a");
+}
+
+TEST(VirtualLoop, isTheClockWhileItLives) {
+    {
+        const paper::CVirtualLoop loop(START);
+        EXPECT_EQ(utils::currentClock().nowMicros(), START);
+    }
+    EXPECT_FALSE(utils::currentClock().isVirtual());
+}
+
+}  // namespace
