@@ -55,11 +55,13 @@ void CVirtualLoop::noteDue(std::int64_t dueMicros) {
 }
 
 bool CVirtualLoop::runOnce() {
+    // A poll comes back when no handler and no due timer is left; only what happens
+    // beside it can make another one necessary.
     m_service.restart();
-    bool busy = m_service.poll() > 0;
-    if (deliverQtCalls()) busy = true;
-    if (m_settle && m_settle()) busy = true;
-    return busy;
+    m_service.poll();
+    const bool delivered = deliverQtCalls();
+    const bool settled = m_settle && m_settle();
+    return delivered || settled;
 }
 
 void CVirtualLoop::runToRest() {

@@ -44,6 +44,7 @@ public:
     void noteDue(std::int64_t dueMicros) override;
 
 private:
+    /// True when Qt calls or settling may have queued more.
     bool runOnce();
 
     std::atomic<std::int64_t> m_now;

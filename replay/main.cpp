@@ -1,1 +1,101 @@
-int main(){}
+#include "replay/replay.h"
+
+#include <QCoreApplication>
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+
+namespace {
+
+constexpr int USAGE_ERROR = 2;
+constexpr int LINE_ERROR = 2;
+constexpr int FAILURE = 1;
+
+constexpr const char* USAGE =
+    "usage: linkage-replay [--data-dir DIR] [--journal FILE] [--no-log] SCENARIO...\n"
+    "Plays scenario files (\"-\": standard input) against the linkage library and prints\n"
+    "what the library did, one JSON object a line.\n";
+
+struct Arguments {
+    replay::ReplayOptions options;
+    std::vector<std::string> scenarios;
+    bool help = false;
+};
+
+/// False when they cannot be understood.
+bool readArguments(int argc, char** argv, Arguments& arguments) {
+    bool optionsEnded = false;
+    for (int i = 1; i < argc; ++i) {
+        const std::string text = argv[i];
+        const bool hasNext = i + 1 < argc;
+        if (optionsEnded || text == "-" || !text.starts_with("-")) {
+            arguments.scenarios.push_back(text);
+        } else if (text == "--") {
+            optionsEnded = true;
+        } else if (text == "--no-log") {
+            arguments.options.log = false;
+        } else if (text == "--help") {
+            arguments.help = true;
+        } else if (text == "--data-dir" && hasNext) {
+            arguments.options.dataDir = argv[++i];
+        } else if (text == "--journal" && hasNext) {
+            arguments.options.journal = argv[++i];
+        } else {
+            return false;
+        }
+    }
+    return arguments.help || !arguments.scenarios.empty();
+}
+
+void writeAll(std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t count = write(STDOUT_FILENO, text.data(), text.size());
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) throw std::runtime_error(std::string("output: ") + std::strerror(errno));
+        text.remove_prefix(static_cast<std::size_t>(count));
+    }
+}
+
+/// Each scenario has a journal of its own, because a scenario has one config.
+std::string journalPath(const std::string& given, std::size_t index) {
+    return given.empty() || index == 0 ? given : given + "." + std::to_string(index + 1);
+}
+
+int playAll(const Arguments& arguments) {
+    replay::COutput output(writeAll);
+    for (std::size_t i = 0; i < arguments.scenarios.size(); ++i) {
+        replay::ReplayOptions options = arguments.options;
+        options.journal = journalPath(options.journal, i);
+        const std::string fault = replay::playFile(arguments.scenarios[i], options, output);
+        output.flush();
+        if (fault.empty()) continue;
+        std::fprintf(stderr, "%s\n", fault.c_str());
+        return LINE_ERROR;
+    }
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    Arguments arguments;
+    if (!readArguments(argc, argv, arguments)) {
+        std::fputs(USAGE, stderr);
+        return USAGE_ERROR;
+    }
+    if (arguments.help) {
+        std::fputs(USAGE, stdout);
+        return 0;
+    }
+    const QCoreApplication application(argc, argv);
+    try {
+        return playAll(arguments);
+    } catch (const std::exception& fault) {
+        std::fprintf(stderr, "linkage-replay: %s\n", fault.what());
+        return FAILURE;
+    }
+}

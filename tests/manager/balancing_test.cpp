@@ -1,5 +1,6 @@
 #include "linkage/balance/balanceplan.h"
 #include "linkage/core/clinkagemanager.h"
+#include "replay/manageraccess.h"
 #include "tests/support/fixture.h"
 
 #include <fmt/format.h>
@@ -13,15 +14,10 @@
 using namespace tests;
 using TC::EBalanceOutcome;
 using TC::EBalanceRefusal;
+using TC::ManagerAccess;
 using Lines = std::vector<std::string>;
 
 namespace {
-
-/// Opens what the manager keeps for its own rooms.
-struct Open : TC::CLinkageManager {
-    using CLinkageManager::doStockBalance;
-    using CLinkageManager::doStockBalanceBySignalTask;
-};
 
 const std::string SH = "SH600000";
 const std::string SZ = "SZ000001";
@@ -434,7 +430,7 @@ std::string orderLine(const std::string& stock, int bought, int sold) {
 
 TEST(BalanceForms, PerStockSendsOddLotsAndSaysWhatItDoes) {
     Cases f;
-    (f.manager().*&Open::doStockBalanceBySignalTask)("A", "S");
+    ManagerAccess::doStockBalanceBySignalTask(f.manager(), "A", "S");
     EXPECT_EQ(f.sent(), PER_STOCK);
     EXPECT_EQ(linesOf(f, "doStockBalanceBySignalTask"),
               (Lines{"start：A ", "stock SH600001 balance volume is zero",
@@ -442,10 +438,10 @@ TEST(BalanceForms, PerStockSendsOddLotsAndSaysWhatItDoes) {
                      "stock SH600005 CInstrumentDetailPtr is empty", orderLine("SH688001", 0, 150),
                      orderLine("SZ300001", 350, 100)}));
     f.forget();
-    (f.manager().*&Open::doStockBalanceBySignalTask)("A", "unknown");
-    (f.manager().*&Open::doStockBalanceBySignalTask)("Z", "S");
+    ManagerAccess::doStockBalanceBySignalTask(f.manager(), "A", "unknown");
+    ManagerAccess::doStockBalanceBySignalTask(f.manager(), "Z", "S");
     f.account({.key = "Z", .info = false});
-    (f.manager().*&Open::doStockBalanceBySignalTask)("Z", "S");
+    ManagerAccess::doStockBalanceBySignalTask(f.manager(), "Z", "S");
     EXPECT_EQ(f.logTexts(),
               (Lines{"start：A ", "A ：trade datas is empty", "start：Z ",
                      "Z : accountData is empty", "start：Z ", "Z : accountinfoPtr is empty"}));
@@ -453,9 +449,9 @@ TEST(BalanceForms, PerStockSendsOddLotsAndSaysWhatItDoes) {
 
 TEST(BalanceForms, GroupedSendsWholeLotsInOneCommandAndSaysNothing) {
     Cases f;
-    (f.manager().*&Open::doStockBalance)("A", "S");
-    (f.manager().*&Open::doStockBalance)("A", "unknown");
-    (f.manager().*&Open::doStockBalance)("Z", "S");
+    ManagerAccess::doStockBalance(f.manager(), "A", "S");
+    ManagerAccess::doStockBalance(f.manager(), "A", "unknown");
+    ManagerAccess::doStockBalance(f.manager(), "Z", "S");
     EXPECT_EQ(f.sent(), Lines{"09:00:00.000 type 4: S buy 200 SH600002 buy 150 SH688001 "
                               "sell 250 SZ300001"});
     EXPECT_TRUE(f.log().empty());
@@ -507,8 +503,8 @@ TEST(BalanceForms, CommandsAndOrdersAreFilledInFull) {
     for (const std::string strategy : {"S", ""}) {
         Started f;
         f.trade(SH, 200, 0);
-        (f.manager().*&Open::doStockBalanceBySignalTask)("A", strategy);
-        (f.manager().*&Open::doStockBalance)("A", strategy);
+        ManagerAccess::doStockBalanceBySignalTask(f.manager(), "A", strategy);
+        ManagerAccess::doStockBalance(f.manager(), "A", strategy);
         const int marker = strategy.empty() ? 0 : 9;
         const auto commands = f.commands();
         ASSERT_EQ(commands.size(), 2u);
@@ -559,7 +555,7 @@ TEST(BalancePrices, FollowTheSettingsAndTheRegistrationRule) {
         f.tradeSetting(row.type == 3 ? 2 : 1, row.priceType, 9.87);
         const auto plan = f.manager().previewBalance("A", "S");
         ASSERT_EQ(plan.stocks.size(), 2u);
-        (f.manager().*&Open::doStockBalanceBySignalTask)("A", "S");
+        ManagerAccess::doStockBalanceBySignalTask(f.manager(), "A", "S");
         const auto commands = f.commands();
         ASSERT_EQ(commands.size(), 2u);
         for (std::size_t at = 0; at < 2; ++at) {

@@ -427,7 +427,7 @@ TEST(PaperExchange, forgetsWorkingOrdersAndTasksWhenATradeDateBegins) {
 // an order's price or volume or beyond what a quote offered, nothing follows a final
 // report, and a cancelled day ends with nothing running.
 TEST(PaperExchange, keepsItsBooksWithAnySeed) {
-    for (unsigned seed = 1; seed <= 300; ++seed) {
+    for (unsigned seed = 1; seed <= 100; ++seed) {
         SCOPED_TRACE(seed);
         Market market;
         std::mt19937 random(seed);

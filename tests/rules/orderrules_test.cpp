@@ -1,6 +1,7 @@
 #include "paper/orderrules.h"
 
 #include <gtest/gtest.h>
+#include <boost/make_shared.hpp>
 
 #include <string>
 

@@ -1,0 +1,102 @@
+#include "replay/dayreport.h"
+
+#include "platform/utils/numberformat.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace replay {
+
+namespace {
+
+/// A table of right-aligned columns; the first two are names and left-aligned, a last
+/// one without a width is text.
+class CTable {
+public:
+    explicit CTable(std::vector<std::string> heads) { m_rows.push_back(std::move(heads)); }
+
+    void add(std::vector<std::string> row) { m_rows.push_back(std::move(row)); }
+    bool empty() const { return m_rows.size() == 1; }
+
+    std::string text() const {
+        std::vector<std::size_t> widths(m_rows.front().size());
+        for (const auto& row : m_rows) {
+            for (std::size_t i = 0; i < row.size(); ++i) {
+                widths[i] = std::max(widths[i], row[i].size());
+            }
+        }
+        std::string result;
+        for (const auto& row : m_rows) {
+            std::string line;
+            for (std::size_t i = 0; i < row.size(); ++i) {
+                const bool names = i < NAMES || i + 1 == row.size();
+                line += names ? fmt::format("{:<{}}  ", row[i], widths[i])
+                              : fmt::format("{:>{}}  ", row[i], widths[i]);
+            }
+            line.erase(line.find_last_not_of(' ') + 1);
+            result += line + "\n";
+        }
+        return result;
+    }
+
+private:
+    static constexpr std::size_t NAMES = 2;
+    std::vector<std::vector<std::string>> m_rows;
+};
+
+std::string money(double amount) {
+    return utils::formatDoubleNumber(amount, utils::FORMAT_NUMBER_GROUPED);
+}
+
+std::string whole(long long number) {
+    return utils::formatIntNumber(number, 0, utils::FORMAT_NUMBER_GROUPED);
+}
+
+std::string count(std::size_t number) { return whole(static_cast<long long>(number)); }
+
+std::string pairsTable(const DayFigures& day) {
+    CTable table({"account", "strategy", "orders", "deals", "bought", "sold", "buy amount",
+                  "sell amount", "commission", "profit", "position value", "running", ""});
+    for (const auto& [pair, figures] : day.pairs) {
+        table.add({pair.first, pair.second.empty() ? "(all)" : pair.second, count(figures.orders),
+                   count(figures.deals), whole(figures.bought), whole(figures.sold),
+                   money(figures.buyAmount), money(figures.sellAmount), money(figures.commission),
+                   money(figures.profit), money(figures.positionValue), count(figures.running),
+                   ""});
+    }
+    return table.empty() ? "nothing was traded\n" : table.text();
+}
+
+std::string balanceTable(const std::map<PairKey, BalanceFigures>& balances) {
+    CTable table(
+        {"account", "strategy", "asked", "cancelled", "orders", "sent", "filled", "remains"});
+    for (const auto& [pair, figures] : balances) {
+        table.add({pair.first, pair.second, figures.asked.empty() ? "-" : figures.asked,
+                   count(figures.cancelledOrders + figures.cancelledTasks), count(figures.orders),
+                   whole(figures.sent), whole(figures.filled),
+                   fmt::format("{}", fmt::join(figures.remains, "; "))});
+    }
+    return table.text();
+}
+
+}  // namespace
+
+std::string reportText(const std::vector<DayFigures>& days) {
+    std::string text;
+    for (const DayFigures& day : days) {
+        text += "Trade date " + day.date + "\n\n" + pairsTable(day) + "\n";
+        if (!day.balances.empty()) {
+            text +=
+                "Balances: shares sent and filled, and what is still unequal (bought less "
+                "sold)\n\n" +
+                balanceTable(day.balances) + "\n";
+        }
+        if (!day.historyBalances.empty()) {
+            text += "Balances of earlier days\n\n" + balanceTable(day.historyBalances) + "\n";
+        }
+    }
+    return text;
+}
+
+}  // namespace replay

@@ -1,0 +1,144 @@
+#include "tests/support/playing.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+/// Lines that cannot be used: what is said of each, and that everything before it counts.
+namespace {
+
+constexpr const char* START =
+    "{\"do\":\"config\",\"now\":\"2024-01-02 09:30:00\"}\n"
+    "# a comment, and a blank line\n"
+    "\n"
+    "{\"do\":\"account\",\"key\":\"A\"}\n"
+    "{\"do\":\"create\"}\n"
+    "{\"do\":\"call\",\"op\":\"getTradeDate\"}\n";
+constexpr const char* START_OUTPUT =
+    "{\"at\":\"09:30:00.000\",\"op\":\"getTradeDate\",\"out\":\"result\",\"value\":\"\"}\n";
+constexpr int BAD_LINE = 7;
+
+struct Row {
+    const char* line;
+    const char* fault;
+};
+
+const std::vector<Row> ROWS = {
+    {"{\"do\":", "not JSON: "},
+    {"not JSON", "not JSON: "},
+    {"{\"do\":\"login\",\"ok\":01}", "not JSON: "},
+    {"[1]", "a line must be a JSON object"},
+    {"{\"op\":1}", "missing field \"do\""},
+    {"{\"do\":1}", "field \"do\": wrong type: a text is needed, not a number"},
+    {"{\"do\":\"jump\"}", "unknown \"do\": \"jump\""},
+    {"{\"do\":\"config\",\"now\":\"2024-01-02 09:30:00\"}", "a second \"config\""},
+    {"{\"do\":\"call\",\"op\":\"sing\"}", "unknown \"op\": \"sing\""},
+    {"{\"do\":\"call\",\"op\":\"getRunningOrders\",\"args\":[\"A\"]}",
+     "field \"args\": getRunningOrders takes 2 arguments, not 1"},
+    {"{\"do\":\"call\",\"op\":\"getRunningOrders\",\"args\":[\"A\",5]}",
+     "field \"args[1]\": wrong type: a text is needed, not a number"},
+    {"{\"do\":\"call\",\"op\":\"getBuySellVolumes\",\"args\":[\"20240230\",\"X\",[]]}",
+     "field \"args[0]\": \"20240230\" is no date \"yyyyMMdd\""},
+    {"{\"do\":\"call\",\"op\":\"getAccountIds\",\"args\":[3000000000]}",
+     "field \"args[0]\": number out of range: 3000000000 is not within -2147483648 to 2147483647"},
+    {"{\"do\":\"order\",\"account\":\"A\"}", "missing field \"key\""},
+    {"{\"do\":\"order\",\"account\":\"A\",\"key\":-1}",
+     "field \"key\": number out of range: -1 is not within 0 to 18446744073709551615"},
+    {"{\"do\":\"order\",\"account\":\"A\",\"key\":18446744073709551616}",
+     "number out of range: 18446744073709551616"},
+    {"{\"do\":\"order\",\"account\":\"A\",\"key\":1.5}",
+     "field \"key\": wrong type: a whole number is needed, not a number"},
+    {"{\"do\":\"order\",\"account\":\"A\",\"key\":1,\"market\":\"SH\",\"code\":\"1\","
+     "\"side\":\"hold\"}",
+     "field \"side\": \"hold\" is neither \"buy\" nor \"sell\""},
+    {"{\"do\":\"order\",\"account\":\"A\",\"key\":1,\"market\":\"SH\",\"code\":\"1\","
+     "\"side\":\"buy\",\"price\":1e999}",
+     "number out of range: 1e999"},
+    {"{\"do\":\"order\",\"account\":\"A\",\"key\":1,\"market\":\"SH\",\"code\":\"1\","
+     "\"side\":\"buy\",\"price\":null}",
+     "field \"price\": wrong type: a number is needed, not null"},
+    {"{\"do\":\"order\",\"account\":\"A\",\"key\":1,\"market\":\"SH\",\"code\":\"1\","
+     "\"side\":\"buy\",\"price\":1,\"volume\":2147483648}",
+     "field \"volume\": number out of range: 2147483648 is not within -2147483648 to 2147483647"},
+    {"{\"do\":\"order\",\"account\":\"A\",\"key\":1,\"market\":\"SH\",\"code\":\"1\","
+     "\"side\":\"buy\",\"price\":1,\"volume\":1,\"status\":\"50\"}",
+     "field \"status\": wrong type: a whole number is needed, not a text"},
+    {"{\"do\":\"position\",\"account\":\"Z\",\"key\":1,\"market\":\"SH\",\"code\":\"1\","
+     "\"volume\":1}",
+     "account \"Z\" has no \"account\" line"},
+    {"{\"do\":\"task\",\"key\":1,\"status\":3,\"items\":[{\"account\":\"A\",\"market\":\"SH\","
+     "\"code\":\"1\"},{\"account\":\"Z\",\"market\":\"SH\",\"code\":\"1\"}]}",
+     "account \"Z\" has no \"account\" line"},
+    {"{\"do\":\"task\",\"key\":1,\"status\":3,\"items\":[{\"account\":\"A\",\"market\":\"SH\"}]}",
+     "items[0]: missing field \"code\""},
+    {"{\"do\":\"price\",\"market\":\"SH\",\"code\":\"1\",\"last\":1,\"asks\":[[1,2],[3]]}",
+     "field \"asks[1]\": value 2 of the list is missing"},
+    {"{\"do\":\"bars\",\"market\":\"SH\",\"code\":\"1\",\"date\":\"20240102\","
+     "\"closes\":[[\"0960\",1]]}",
+     "field \"closes[0][0]\": \"0960\" is no time \"hhmm\""},
+    {"{\"do\":\"advance\"}", "missing field \"seconds\" or \"to\""},
+    {"{\"do\":\"advance\",\"seconds\":-1}",
+     "field \"seconds\": number out of range: -1 is less than 0"},
+    {"{\"do\":\"advance\",\"to\":\"2024-01-02 09:29:59\"}",
+     "field \"to\": \"2024-01-02 09:29:59\" has passed"},
+    {"{\"do\":\"tradeSetting\",\"block\":3}",
+     "field \"block\": number out of range: 3 is not within 1 to 2"},
+    {"{\"do\":\"send\",\"account\":\"A\",\"market\":\"SH\",\"code\":\"1\",\"side\":\"buy\","
+     "\"volume\":100,\"price\":1}",
+     "\"send\" needs the paper exchange"},
+    {"{\"do\":\"startTask\",\"account\":\"A\",\"market\":\"SH\",\"code\":\"1\",\"side\":\"buy\","
+     "\"volume\":100,\"slices\":0,\"seconds\":1}",
+     "field \"slices\": number out of range: 0 is not within 1 to 2147483647"},
+    {"{\"do\":\"file\",\"name\":\"../x\"}", "field \"name\": \"../x\" is no plain file name"},
+    {"{\"do\":\"writeFile\",\"name\":\"..\",\"text\":\"\"}",
+     "field \"name\": \"..\" is no plain file name"},
+};
+
+TEST(ReplayErrors, EachBadLineIsNamedAndEndsThePlay) {
+    const tests::ScenarioFolder folder;
+    const std::string where = folder.path("in.jsonl") + ":" + std::to_string(BAD_LINE) + ": ";
+    for (const Row& row : ROWS) {
+        const tests::Played played = folder.play(std::string(START) + row.line +
+                                                 "\n{\"do\":\"call\",\"op\":\"getTradeDate\"}\n");
+        // What a parser finds wrong is said in its own words.
+        const bool whole = !std::string_view(row.fault).ends_with(": ");
+        if (whole) {
+            EXPECT_EQ(played.fault, where + row.fault) << row.line;
+        } else {
+            EXPECT_TRUE(played.fault.starts_with(where + row.fault)) << played.fault;
+        }
+        EXPECT_EQ(played.output, START_OUTPUT) << row.line;
+    }
+}
+
+TEST(ReplayErrors, NothingHappensBeforeTheConfigOrWithoutAManager) {
+    const tests::ScenarioFolder folder;
+    const std::string file = folder.path("in.jsonl");
+    const std::string config = "{\"do\":\"config\",\"now\":\"2024-01-02 09:30:00\"}\n";
+    EXPECT_EQ(folder.play("{\"do\":\"init\"}").fault, file + ":1: \"init\" before \"config\"");
+    EXPECT_EQ(folder.play(config + "{\"do\":\"dump\"}").fault,
+              file + ":2: \"dump\" without a manager");
+    EXPECT_EQ(folder
+                  .play(config + "{\"do\":\"create\"}\n{\"do\":\"release\"}\n"
+                                 "{\"do\":\"call\",\"op\":\"getStocks\"}")
+                  .fault,
+              file + ":4: \"call\" without a manager");
+    EXPECT_EQ(folder.play("{\"do\":\"config\",\"now\":\"2024-01-02\"}").fault,
+              file + ":1: field \"now\": \"2024-01-02\" is no date and time");
+    EXPECT_EQ(folder
+                  .play("{\"do\":\"config\",\"now\":\"2024-01-02 09:30:00\","
+                        "\"timeZone\":\"Mars/Olympus\"}")
+                  .fault,
+              file + ":1: field \"timeZone\": \"Mars/Olympus\" is unknown");
+    EXPECT_EQ(folder.play("").fault, "");
+}
+
+TEST(ReplayErrors, AFileThatCannotBeReadIsNamed) {
+    const tests::ScenarioFolder folder;
+    EXPECT_EQ(tests::playFile(folder.path("none")).fault,
+              folder.path("none") + ": No such file or directory");
+    tests::writeText(folder.path("torn.gz"), std::string("\x1f\x8b\x08\0\0\0\0\0\0\3torn", 14));
+    EXPECT_TRUE(tests::playFile(folder.path("torn.gz")).fault.starts_with(folder.path("torn.gz")));
+}
+
+}  // namespace

@@ -1,0 +1,246 @@
+#include "paper/datacenter.h"
+#include "paper/instruments.h"
+#include "paper/loop.h"
+#include "paper/quotes.h"
+#include "paper/tradeclient.h"
+#include "paper/usersettings.h"
+#include "platform/utils/keys.h"
+#include "platform/utils/referencedata.h"
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include <boost/make_shared.hpp>
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+/// What the library relies on in the client's data services.
+namespace {
+
+using namespace vexservice;
+
+paper::Account accountOf(const std::string& key, bool info = true) {
+    paper::Account account;
+    account.key = key;
+    account.info = info;
+    return account;
+}
+
+boost::shared_ptr<COrderDetail> orderOf(std::uint64_t key, int traded,
+                                        const std::string& date = "20240102") {
+    auto order = boost::make_shared<COrderDetail>();
+    order->m_nRecordKey = key;
+    order->m_nTradedVolume = traded;
+    order->m_strTradeDate = date;
+    return order;
+}
+
+boost::shared_ptr<CTaskDetail> taskOf(std::uint64_t key, const char* date) {
+    auto task = boost::make_shared<CTaskDetail>();
+    task->m_nRecordKey = key;
+    if (!date) return task;
+    task->m_pCommand = boost::make_shared<CCommandRecord>();
+    task->m_pCommand->m_strTradeDate = date;
+    return task;
+}
+
+/// The record keys of a type, in order; an order's with its traded volume.
+std::string recordsOf(const CAccountData& data, int type) {
+    std::vector<boost::shared_ptr<IData>> records;
+    data.getVector(type, records);
+    std::string text;
+    for (const auto& record : records) {
+        const auto order = boost::dynamic_pointer_cast<COrderDetail>(record);
+        text += record->getKey() + (order ? fmt::format(":{} ", order->m_nTradedVolume) : " ");
+    }
+    return text;
+}
+
+TEST(DataCenter, handsOutTheNewestReportsInTheOrderOfTheFirstOnes) {
+    paper::CDataCenter center("20240102");
+    for (const char* key : {"C", "A", "B"}) center.setAccount(accountOf(key));
+    for (const auto& [key, traded] : {std::pair{9, 0}, {2, 0}, {9, 100}, {5, 0}, {2, 300}}) {
+        center.report("A", DATA_ORDER, orderOf(key, traded), false);
+    }
+    center.setAccount(accountOf("A", false));
+    std::vector<boost::shared_ptr<CAccountData>> accounts;
+    center.getAllAccountData(accounts);
+    ASSERT_EQ(accounts.size(), 3u);
+    EXPECT_EQ(accounts[0]->getKey() + accounts[1]->getKey() + accounts[2]->getKey(), "CAB");
+    const auto found = center.getAccountData(utils::hash("A"));
+    ASSERT_TRUE(found);
+    EXPECT_EQ(recordsOf(*found, DATA_ORDER), "9:100 2:300 5:0 ");
+    EXPECT_EQ(recordsOf(*found, DATA_DEAL), "");
+    EXPECT_FALSE(found->getAccountInfo());
+    EXPECT_FALSE(center.getAccountData(utils::hash("D")));
+}
+
+TEST(DataCenter, forgetsOtherTradeDatesWithTheNewOne) {
+    paper::CDataCenter center("20240102");
+    center.setAccount(accountOf("A"));
+    center.report("A", DATA_ORDER, orderOf(1, 0, "20240103"), false);
+    center.report("A", DATA_ORDER, orderOf(2, 0, "20240102"), false);
+    center.report("A", DATA_ORDER, orderOf(3, 0, "20240103"), false);
+    auto position = boost::make_shared<CPositionStatics>();
+    position->m_nRecordKey = 1;
+    center.report("A", DATA_POSITION, position, false);
+    center.report("", DATA_TASK, taskOf(1, "20240102"), false);
+    center.report("", DATA_TASK, taskOf(2, "20240103"), false);
+    center.report("", DATA_TASK, taskOf(3, nullptr), false);
+    center.beginTradingDate("20240103");
+    const auto& data = *center.account("A");
+    EXPECT_EQ(center.getTradingDate(), "20240103");
+    EXPECT_EQ(recordsOf(data, DATA_ORDER), "1:0 3:0 ");
+    EXPECT_EQ(recordsOf(data, DATA_POSITION), "1 ");
+    EXPECT_EQ(recordsOf(center.globalData(), DATA_TASK), "2 3 ");
+    center.report("A", DATA_ORDER, orderOf(3, 100, "20240103"), false);
+    center.report("A", DATA_ORDER, orderOf(2, 0, "20240103"), false);
+    EXPECT_EQ(recordsOf(data, DATA_ORDER), "1:0 3:100 2:0 ");
+}
+
+TEST(DataCenter, tellsTheSubscribersOfTheAccountAndThoseOfAll) {
+    paper::CDataCenter center("20240102");
+    center.setAccount(accountOf("A"));
+    center.setAccount(accountOf("B"));
+    std::string heard;
+    const auto listen = [&](const char* name, const char* account, int type) {
+        return center.subscribe(account, type, "", [&heard, name](auto& key, auto& record) {
+            heard += fmt::format("{}:{}{} ", name, key, record->getKey());
+        });
+    };
+    center.report("A", DATA_ORDER, orderOf(1, 0), true);
+    boost::signals2::connection second;
+    center.subscribe("A", DATA_ORDER, "", [&](auto&, auto&) {
+        heard += "cuts ";
+        second.disconnect();
+        throw std::runtime_error("a module's fault");
+    });
+    second = listen("second", "A", DATA_ORDER);
+    listen("third", "A", DATA_ORDER);
+    listen("all", "", DATA_ORDER);
+    listen("deals", "A", DATA_DEAL);
+    EXPECT_EQ(heard, "") << "subscribing delivers nothing";
+    center.report("A", DATA_ORDER, orderOf(2, 0), true);
+    EXPECT_EQ(std::exchange(heard, {}), "cuts third:A2 all:A2 ");
+    center.report("B", DATA_ORDER, orderOf(3, 0), true);
+    EXPECT_EQ(std::exchange(heard, {}), "all:B3 ");
+    center.report("A", DATA_ORDER, orderOf(4, 0), false);
+    center.report("nobody", DATA_ORDER, orderOf(5, 0), true);
+    EXPECT_EQ(heard, "");
+}
+
+TEST(ReferenceData, announcesEveryChangeAndKeepsWhatWasHandedOut) {
+    paper::CInstruments instruments;
+    paper::CDataCenter center("20240102");
+    paper::Instrument instrument;
+    instrument.market = "SH";
+    instrument.code = "600000";
+    instrument.unit = 0;
+    instrument.types = {126};
+    auto revision = utils::referenceDataRevision();
+    const auto changed = [&] {
+        const auto before = revision;
+        revision = utils::referenceDataRevision();
+        return revision != before;
+    };
+    EXPECT_EQ(instruments.unit("SH600000"), 100) << "a stock nobody described";
+    EXPECT_FALSE(changed());
+    instruments.set(instrument);
+    EXPECT_TRUE(changed());
+    EXPECT_EQ(instruments.unit("SH600000"), 1) << "at least one share";
+    EXPECT_TRUE(instruments.isTyped(126, "SH600000"));
+    EXPECT_FALSE(instruments.isTyped(126, "SZ600000"));
+    const auto before = instruments.detail("SH600000");
+    instrument.reference = 10.0;
+    instruments.set(instrument);
+    EXPECT_EQ(before->m_dReferencePrice, 0.0);
+    EXPECT_EQ(instruments.detail("SH600000")->m_dReferencePrice, 10.0);
+    instrument.detail = false;
+    instruments.set(instrument);
+    EXPECT_FALSE(instruments.detail("SH600000"));
+    changed();
+    paper::Account account = accountOf("A");
+    account.fee = CStkExchangeRateLimit{0.0003, 5.0, 0.0, 0.001};
+    center.setAccount(account);
+    EXPECT_TRUE(changed());
+    const auto info = center.account("A")->getAccountInfo();
+    ASSERT_TRUE(center.getFeeLimits(info, "SH", "600000"));
+    center.setAccount(accountOf("A"));
+    EXPECT_FALSE(center.getFeeLimits(info, "SH", "600000"));
+}
+
+TEST(TradeClient, answersHistoryQueriesLaterOnceOrNever) {
+    paper::CVirtualLoop loop(1'704'168'000'000'000);
+    paper::CPaperTradeClient client(loop.service(), nullptr, nullptr);
+    paper::ServerDay day;
+    day.orders = {orderOf(1, 0), orderOf(2, 0)};
+    client.setHistory("A", "20231229", day);
+    day.error = "refused";
+    client.setHistory("A", "20231228", day);
+    day.lost = true;
+    client.setHistory("A", "20231227", day);
+    std::string answers;
+    for (const char* date : {"20231229", "20231228", "20231227", "20231226"}) {
+        client.queryHistoryOrders("A", date, [&answers, date](const auto& error, auto& orders) {
+            answers += fmt::format("{}:{}{} ", date, orders.size(), error.m_strText);
+        });
+    }
+    EXPECT_EQ(answers, "") << "the caller may hold locks";
+    loop.runToRest();
+    EXPECT_EQ(answers, "20231229:2 20231228:0refused 20231226:0 ");
+}
+
+TEST(Quotes, keepThePriceAndPushItWhileTheRequestLives) {
+    paper::CVirtualLoop loop(1'704'168'000'000'000);
+    paper::CQuotes quotes(loop.service());
+    const auto price = [](double last) {
+        auto data = boost::make_shared<CPriceData>();
+        data->m_dLastPrice = last;
+        return data;
+    };
+    std::string heard;
+    auto request = quotes.request(
+        "SH600000", [&](auto& data) { heard += fmt::format("{} ", data->m_dLastPrice); });
+    EXPECT_FALSE(quotes.getStockPrice("SH600000"));
+    quotes.setPrice("SH600000", price(10.0), true);
+    quotes.setPrice("SZ000001", price(11.0), true);
+    quotes.setPrice("SH600000", price(10.1), false);
+    EXPECT_EQ(quotes.getStockPrice("SH600000")->m_dLastPrice, 10.1);
+    request.reset();
+    quotes.setPrice("SH600000", price(10.2), true);
+    EXPECT_EQ(heard, "10 ");
+
+    quotes.setBars("SH600000", "20240102", {{571, 10.0}, {573, 10.2}});
+    quotes.setBars("SH600000", "20240102", {{572, 10.1}, {573, 10.3}});
+    std::string bars;
+    for (const char* day : {"20240102", "20240103"}) {
+        quotes.queryMinuteBars("SH600000", day, [&](auto& answer) {
+            bars += "[";
+            for (const auto& bar : answer)
+                bars += fmt::format("{}={} ", bar.m_nMinute, bar.m_dClose);
+            bars += "]";
+        });
+    }
+    EXPECT_EQ(bars, "");
+    loop.runToRest();
+    EXPECT_EQ(bars, "[571=10 572=10.1 573=10.3 ][]");
+}
+
+TEST(UserSettings, haveNoTradeSettingUntilOneIsMade) {
+    paper::ClientConfig config;
+    paper::CUserSettings settings(config);
+    EXPECT_EQ(settings.getUserDataAddress(TC::USER_TRADE_SETTING), nullptr);
+    settings.setTradeSetting(2, PRTP_FIX, 9.5);
+    const void* first = settings.getUserDataAddress(TC::USER_TRADE_SETTING);
+    settings.setTradeSetting(1, PRTP_MARKET, 0.0);
+    const TC::CTradeSetting before(first);
+    EXPECT_EQ(before.m_stock.m_ePriceType, PRTP_COMPETE);
+    EXPECT_EQ(before.m_credit.m_ePriceType, PRTP_FIX);
+    const TC::CTradeSetting now(settings.getUserDataAddress(TC::USER_TRADE_SETTING));
+    EXPECT_EQ(now.m_stock.m_ePriceType, PRTP_MARKET);
+    EXPECT_EQ(now.m_credit.m_dPrice, 9.5);
+}
+
+}  // namespace

@@ -1,0 +1,91 @@
+#include "paper/scheduler.h"
+#include "paper/loop.h"
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+/// When the client starts a balance by itself.
+namespace {
+
+constexpr std::int64_t SECOND = 1'000'000;
+constexpr std::int64_t DAY = 24 * 60 * 60 * SECOND;
+constexpr std::int64_t NOON = 1'704'168'000 * SECOND;  // 2024-01-02 12:00:00 in Shanghai
+
+TEST(BalanceKey, beginsWithTheLongestAccountBeforeAColon) {
+    const std::vector<std::string> accounts = {"A", "A:1", "AB", "B"};
+    struct Row {
+        const char* key;
+        const char* parts;
+    };
+    const Row rows[] = {
+        {"A:S", "A|S"},    {"A:1:S", "A:1|S"}, {"A:2:S", "A|2:S"}, {"AB:S", "AB|S"},
+        {"A:", "A|"},      {"A:1", "A|1"},     {"A:1:", "A:1|"},   {"C:S", "none"},
+        {"ABC:S", "none"}, {"A", "none"},      {"", "none"},       {":S", "none"},
+    };
+    for (const Row& row : rows) {
+        std::string account;
+        std::string strategy;
+        const bool found = paper::splitBalanceKey(row.key, accounts, account, strategy);
+        EXPECT_EQ(found ? account + "|" + strategy : "none", row.parts) << row.key;
+    }
+}
+
+TEST(BalanceTimes, areDueOnceAfterTheyCame) {
+    struct Row {
+        const char* name;
+        const char* time;
+        std::int64_t from, to;
+        bool due;
+    };
+    const Row rows[] = {
+        {"at the moment", "120000", NOON - SECOND, NOON, true},
+        {"not again", "120000", NOON, NOON + SECOND, false},
+        {"not before", "120001", NOON - SECOND, NOON, false},
+        {"after a late tick", "120000", NOON - SECOND, NOON + 90 * SECOND, true},
+        {"the next day", "120000", NOON + DAY - SECOND, NOON + DAY, true},
+        {"over midnight", "235959", NOON + 12 * 3600 * SECOND - SECOND * 2,
+         NOON + 12 * 3600 * SECOND + SECOND, true},
+        {"midnight", "000000", NOON + 12 * 3600 * SECOND - SECOND, NOON + 12 * 3600 * SECOND, true},
+        {"too short", "12000", NOON - SECOND, NOON, false},
+        {"no time of day", "126000", NOON - SECOND, NOON, false},
+        {"no number", "noon", NOON - SECOND, NOON, false},
+        {"empty", "", NOON - SECOND, NOON, false},
+    };
+    for (const Row& row : rows) {
+        const auto due = paper::dueKeys({{"A:S", row.time}}, row.from, row.to);
+        EXPECT_EQ(due.size(), row.due ? 1u : 0u) << row.name;
+    }
+}
+
+TEST(Scheduler, startsEachBalanceAtItsTimeInTheOrderOfTheTable) {
+    paper::CVirtualLoop loop(NOON + 300'000);  // between two seconds
+    paper::CScheduler::Table table = {{"A:S", "120000"},
+                                      {"A:late", "120002"},
+                                      {"A:T", "120002"},
+                                      {"B:S", "120001"},
+                                      {"unknown:S", "120001"}};
+    std::string started;
+    paper::CScheduler::Client client;
+    client.table = [&] { return table; };
+    client.accounts = [] { return std::vector<std::string>{"A", "B"}; };
+    client.balance = [&](const std::string& account, const std::string& strategy) {
+        started += fmt::format(" {}/{}@{}", account, strategy, (loop.nowMicros() - NOON) / 1000);
+    };
+    auto scheduler = std::make_shared<paper::CScheduler>(loop.service(), client);
+    scheduler->start();
+    loop.advanceTo(NOON + 2 * SECOND);
+    EXPECT_EQ(std::exchange(started, {}), " B/S@1000 A/T@2000 A/late@2000");
+    table["A:S"] = "120001";  // already past: tomorrow
+    table["B:S"] = "120004";  // a new time of today
+    loop.advanceTo(NOON + 10 * SECOND);
+    EXPECT_EQ(std::exchange(started, {}), " B/S@4000");
+    table["A:S"] = "120012";
+    scheduler->stop();
+    loop.advanceTo(NOON + 20 * SECOND);
+    EXPECT_EQ(started, "");
+}
+
+}  // namespace

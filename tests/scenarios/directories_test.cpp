@@ -1,0 +1,74 @@
+#include "tests/support/playing.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <sstream>
+
+/// Every folder beside this file is a scenario and what it must print.
+namespace {
+
+namespace fs = std::filesystem;
+
+std::vector<std::string> lines(const std::string& text) {
+    std::vector<std::string> all;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) all.push_back(line);
+    return all;
+}
+
+std::vector<fs::path> folders() {
+    std::vector<fs::path> all;
+    for (const auto& entry : fs::directory_iterator(LINKAGE_SOURCE_DIR "/tests/scenarios")) {
+        if (fs::exists(entry.path() / "input.jsonl")) all.push_back(entry.path());
+    }
+    return all;
+}
+
+TEST(Scenarios, PrintWhatIsExpected) {
+    const auto all = folders();
+    ASSERT_FALSE(all.empty());
+    for (const fs::path& folder : all) {
+        SCOPED_TRACE(folder.filename().string());
+        const tests::Played played = tests::playFile(folder / "input.jsonl");
+        EXPECT_EQ(played.fault, "");
+        const std::string expected = tests::readText(folder / "expected.jsonl");
+        if (played.output == expected) continue;
+        const auto got = lines(played.output);
+        const auto wanted = lines(expected);
+        for (std::size_t i = 0; i < std::max(got.size(), wanted.size()); ++i) {
+            const std::string left = i < got.size() ? got[i] : "(nothing)";
+            const std::string right = i < wanted.size() ? wanted[i] : "(nothing)";
+            EXPECT_EQ(left, right) << "output line " << i + 1;
+            if (left != right) break;
+        }
+        EXPECT_TRUE(played.output == expected);
+    }
+}
+
+TEST(Scenarios, AJournalGivesTheSameOutputAgain) {
+    const tests::ScenarioFolder folder;
+    for (const fs::path& scenario : folders()) {
+        SCOPED_TRACE(scenario.filename().string());
+        const std::string journal = folder.path("journal.jsonl");
+        const auto first = tests::playFile(scenario / "input.jsonl", {.journal = journal});
+        EXPECT_EQ(tests::playFile(journal).output, first.output);
+    }
+}
+
+TEST(Scenarios, AJournalCarriesTheFilesThatWereThere) {
+    const tests::ScenarioFolder folder;
+    const std::string dir = folder.path("data");
+    const std::string config = "{\"do\":\"config\",\"now\":\"2024-01-02 09:00:00\"}\n";
+    folder.play(config +
+                    "{\"do\":\"writeFile\",\"name\":\"historystatdata.csv\","
+                    "\"text\":\"h\\nBT,88,B,n,3,br,T,20240101000000,145000\\n\"}\n",
+                {.dataDir = dir});
+    const auto second =
+        folder.play(config + "{\"do\":\"create\"}\n{\"do\":\"call\",\"op\":\"getBalanceTime\"}\n",
+                    {.dataDir = dir, .journal = folder.path("journal.jsonl")});
+    EXPECT_NE(second.output.find("145000"), std::string::npos);
+    EXPECT_EQ(tests::playFile(folder.path("journal.jsonl")).output, second.output);
+}
+
+}  // namespace

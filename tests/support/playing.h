@@ -1,0 +1,54 @@
+#pragma once
+
+#include "replay/replay.h"
+
+#include <QTemporaryDir>
+
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <string_view>
+
+/// Scenarios played inside a test program.
+namespace tests {
+
+struct Played {
+    std::string output;
+    std::string fault;  ///< "" when every line was played
+};
+
+inline Played playFile(const std::string& path, const replay::ReplayOptions& options = {}) {
+    Played played;
+    replay::COutput output([&](std::string_view text) { played.output += text; });
+    played.fault = replay::playFile(path, options, output);
+    output.flush();
+    return played;
+}
+
+inline std::string readText(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+inline void writeText(const std::string& path, std::string_view text) {
+    std::ofstream(path, std::ios::binary) << text;
+}
+
+/// A folder for a test's scenarios.
+class ScenarioFolder {
+public:
+    std::string path(const std::string& name) const {
+        return m_dir.filePath(QString::fromStdString(name)).toStdString();
+    }
+    Played play(std::string_view text, const replay::ReplayOptions& options = {}) const {
+        writeText(path("in.jsonl"), text);
+        return playFile(path("in.jsonl"), options);
+    }
+
+private:
+    QTemporaryDir m_dir;
+};
+
+}  // namespace tests
