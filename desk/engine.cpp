@@ -135,22 +135,25 @@ void CEngine::step(IStage& stage, double elapsed) {
     stage.step(static_cast<std::int64_t>(elapsed * speed * 1e6));
 }
 
-void CEngine::run() {
-    std::unique_ptr<IStage> stage;
+std::unique_ptr<IStage> CEngine::makeStage(CPriceTape& tape) {
     try {
-        stage = m_options.scenario.isEmpty()
-                    ? makeLiveStage(m_options.dataDir)
-                    : makeRecordedStage(m_options.scenario, m_options.dataDir, m_options.haltAt);
+        if (m_options.scenario.isEmpty()) return makeLiveStage(m_options.dataDir, tape);
+        return makeRecordedStage(m_options.scenario, m_options.dataDir, m_options.haltAt, tape);
     } catch (const StageError& fault) {
         {
             const std::lock_guard lock(m_mutex);
             m_strStageFault = QString::fromUtf8(fault.what());
         }
         ring();
-        return;
+        return nullptr;
     }
+}
 
-    CPictureTaker taker;
+void CEngine::run() {
+    CPriceTape tape;
+    const std::unique_ptr<IStage> stage = makeStage(tape);
+    if (!stage) return;
+    CPictureTaker taker(tape);
     Clock::time_point last = Clock::now();
     Clock::time_point nextPicture = last;
     while (!m_bStop) {
@@ -171,7 +174,6 @@ void CEngine::run() {
         m_wake.wait_until(lock, now + TICK,
                           [this] { return m_bStop || !m_jobs.empty() || m_bSelectionNew; });
     }
-    taker.letGo();
 }
 
 }  // namespace desk

@@ -25,8 +25,8 @@ CHistoryPage::CHistoryPage(CActions& actions, QWidget* parent)
                               {tr("Bought"), EFormat::Count},
                               {tr("Sold"), EFormat::Count},
                               {tr("Difference"), EFormat::Count},
-                              {tr("Bought amount"), EFormat::Money},
-                              {tr("Sold amount"), EFormat::Money}},
+                              {tr("Bought amount"), EFormat::Yuan},
+                              {tr("Sold amount"), EFormat::Yuan}},
                              CRowsView::ESorting::Off, this);
     m_pTable->setObjectName("history");
 

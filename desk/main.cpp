@@ -44,7 +44,7 @@ QString readArguments(const QCoreApplication& application, Arguments& arguments)
     const QCommandLineOption dir("data-dir", "The client's data directory; else a temporary one.",
                                  "DIR");
     const QCommandLineOption lang("lang", "Language (zh_CN or en); else the system's.", "NAME");
-    const QCommandLineOption size("size", "Size of the window in pixels.", "WxH", "1480x920");
+    const QCommandLineOption size("size", "Size of the window in pixels.", "WxH", "1600x940");
     const QCommandLineOption shot(
         "shot", "Play the scenario without a display, save a picture of the window and exit.",
         "FILE.png");

@@ -29,7 +29,7 @@ CMainWindow::CMainWindow(CEngine& engine) : m_engine(engine), m_actions(engine) 
     setWindowTitle(tr("Linkage Desk"));
     setMenuWidget(makeTopBar());
     setCentralWidget(makeBody());
-    resize(1480, 920);
+    resize(1600, 940);
 
     connect(&m_engine, &CEngine::sigNews, this, &CMainWindow::collect, Qt::QueuedConnection);
     connect(m_pPairs, &CRowsView::sigChosen, this, &CMainWindow::choosePair);

@@ -3,13 +3,12 @@
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/types.h"
 #include "platform/services/clientconfig.h"
+#include "platform/services/quoteclient.h"
 #include "platform/services/stockmanager.h"
-#include "platform/utils/clock.h"
 #include "platform/utils/text.h"
 
-#include <QDateTime>
-
 #include <atomic>
+#include <set>
 
 namespace desk {
 
@@ -21,10 +20,6 @@ namespace {
 
 using Manager = utils::CSingletonT<TC::CLinkageManager>;
 
-QDateTime clockNow() {
-    return QDateTime::fromMSecsSinceEpoch(utils::currentClock().nowMicros() / 1000);
-}
-
 std::string instrumentName(const std::string& stockKey) {
     const auto detail = utils::CSingletonT<TC::CStockManager>::instance()->getInstrumentDetail(
         Pim::sToQs(stockKey));
@@ -33,42 +28,9 @@ std::string instrumentName(const std::string& stockKey) {
 
 }  // namespace
 
-std::string clockText() { return clockNow().toString("hh:mm:ss").toStdString(); }
-
-int clockMinute() {
-    const QTime time = clockNow().time();
-    return time.hour() * 60 + time.minute();
-}
-
 int minuteOf(const std::string& time) {
     if (time.size() != 6 || time.find_first_not_of("0123456789") != std::string::npos) return 0;
     return std::stoi(time.substr(0, 2)) * 60 + std::stoi(time.substr(2, 2));
-}
-
-void CPriceTape::follow(const std::string& stockKey) {
-    auto& request = m_requests[stockKey];
-    if (request) return;
-    const auto note = [notes = m_pNotes,
-                       stockKey](const boost::shared_ptr<vexservice::CPriceData>& price) {
-        if (!price || !price->hasLastPrice()) return;
-        const int minute = clockMinute();
-        const std::lock_guard lock(notes->mutex);
-        notes->prices[stockKey][minute] = price->m_dLastPrice;
-    };
-    request = TC::CQuoteRequest::makeRequest(Pim::sToQs(stockKey), note);
-    note(utils::CManualSingletonT<TC::CQuoteClient>::instance()->getStockPrice(
-        Pim::sToQs(stockKey)));
-}
-
-std::map<int, double> CPriceTape::of(const std::string& stockKey) const {
-    const std::lock_guard lock(m_pNotes->mutex);
-    const auto found = m_pNotes->prices.find(stockKey);
-    return found == m_pNotes->prices.end() ? std::map<int, double>() : found->second;
-}
-
-void CPriceTape::clear() {
-    m_requests.clear();
-    m_pNotes = std::make_shared<Notes>();
 }
 
 void CPictureTaker::followManager(TC::CLinkageManager& manager) {
@@ -83,17 +45,12 @@ void CPictureTaker::followManager(TC::CLinkageManager& manager) {
     manager.startBalanceCalculator();
 }
 
-void CPictureTaker::letGo() {
-    m_statConnection.disconnect();
-    m_tape.clear();
-}
-
 void CPictureTaker::take(Picture& picture) {
     if (!Manager::exists()) return;
     TC::CLinkageManager& manager = *Manager::instance();
     followManager(manager);
     picture.date = manager.getTradeDate();
-    if (picture.date != m_strTapeDate) m_tape.clear();
+    if (picture.date != m_strTapeDate) m_tape.forget();
     m_strTapeDate = picture.date;
     for (const std::string& stock : manager.getStocks()) m_tape.follow(stock);
 
@@ -128,7 +85,10 @@ void CPictureTaker::takePairs(TC::CLinkageManager& manager, Picture& picture) {
             const auto time = picture.balanceTimes.find(row.account + ":" + strategy);
             if (time != picture.balanceTimes.end()) row.balanceTime = time->second;
             const bool idle = records.empty() && row.runningOrders == 0 && row.runningTasks == 0;
-            if (strategy.empty() || !idle) picture.pairs.push_back(std::move(row));
+            // What the user looks at stays, also when a new day has emptied it.
+            const bool chosen =
+                picture.selection.account == row.account && picture.selection.strategy == strategy;
+            if (strategy.empty() || chosen || !idle) picture.pairs.push_back(std::move(row));
         }
     }
 }

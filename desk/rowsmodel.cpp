@@ -7,6 +7,7 @@
 #include <QSet>
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace desk {
@@ -37,6 +38,9 @@ QString formatted(const QVariant& value, EFormat format) {
         case EFormat::Count:
             return QString::fromStdString(
                 utils::formatIntNumber(value.toLongLong(), 0, utils::FORMAT_NUMBER_GROUPED));
+        case EFormat::Yuan:
+            return QString::fromStdString(utils::formatIntNumber(std::llround(value.toDouble()), 0,
+                                                                 utils::FORMAT_NUMBER_GROUPED));
         case EFormat::Money:
         case EFormat::Price:
             return money(value.toDouble(), utils::FORMAT_NUMBER_GROUPED);

@@ -13,6 +13,7 @@ enum class EFormat {
     Text,
     Count,   ///< whole number, grouped
     Money,   ///< two decimals, grouped
+    Yuan,    ///< money in whole yuan, grouped
     Profit,  ///< the same with its sign, and in the colour of gain or loss
     Price,
     Side,  ///< true: buy

@@ -53,6 +53,12 @@ void CSampleMarket::open() {
     arm();
 }
 
+std::vector<std::string> CSampleMarket::stockKeys() const {
+    std::vector<std::string> keys;
+    for (const Stock& stock : m_stocks) keys.push_back(stock.market + stock.code);
+    return keys;
+}
+
 void CSampleMarket::arm() {
     m_timer.expires_from_now(boost::posix_time::milliseconds(TICK_MILLIS));
     m_timer.async_wait([this](const boost::system::error_code& error) {

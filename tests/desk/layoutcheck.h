@@ -71,10 +71,7 @@ private:
     void lookAtTable(const QTableView& table) {
         if (table.horizontalScrollBar()->maximum() > 0)
             fault("columns wider than the table", table.objectName());
-        QFont bold = table.horizontalHeader()->font();
-        bold.setBold(true);
         const QFontMetrics header(table.horizontalHeader()->font());
-        const QFontMetrics cells(bold);
         for (int column = 0; column < table.model()->columnCount(); ++column) {
             const int width = table.columnWidth(column);
             const QString title = table.model()->headerData(column, Qt::Horizontal).toString();
@@ -82,7 +79,9 @@ private:
             for (int row = 0; row < table.model()->rowCount(); ++row) {
                 const QModelIndex index = table.model()->index(row, column);
                 const QString text = index.data().toString();
-                if (cells.horizontalAdvance(text) + 6 > width) fault("cell cut off", text);
+                const QVariant font = index.data(Qt::FontRole);
+                const QFontMetrics cells(font.isValid() ? font.value<QFont>() : table.font());
+                if (cells.horizontalAdvance(text) + 16 > width) fault("cell cut off", text);
                 if (cells.height() > table.rowHeight(row)) fault("row too low", text);
             }
         }
