@@ -1,4 +1,5 @@
 #include "paper/datacenter.h"
+#include "paper/instruments.h"
 #include "paper/loop.h"
 #include "paper/quotes.h"
 #include "paper/tradeclient.h"
@@ -140,7 +141,9 @@ TEST(ReferenceData, announcesEveryChangeAndKeepsWhatWasHandedOut) {
     instrument.types = {126};
     auto revision = utils::referenceDataRevision();
     const auto changed = [&] {
-        return std::exchange(revision, utils::referenceDataRevision()) != revision;
+        const auto before = revision;
+        revision = utils::referenceDataRevision();
+        return revision != before;
     };
     EXPECT_EQ(instruments.unit("SH600000"), 100) << "a stock nobody described";
     EXPECT_FALSE(changed());

@@ -1,0 +1,128 @@
+#include "bench/measure.h"
+#include "bench/programs.h"
+
+#include <benchmark/benchmark.h>
+
+#include <fmt/format.h>
+
+#include <memory>
+#include <thread>
+
+// Reports: one after another, through the strand, in growing numbers, and their memory.
+
+namespace bench {
+
+namespace {
+
+/// A workload that is made when it is first used, and only kept for as long.
+class CLazyDay {
+public:
+    explicit CLazyDay(Size size) : m_size(size) {}
+    const Workload& get() {
+        if (m_reports.reports.empty()) m_reports = makeDay(m_size);
+        return m_reports;
+    }
+    double reports() const { return static_cast<double>(m_size.orderReports + m_size.dealReports); }
+
+private:
+    Size m_size;
+    Workload m_reports;
+};
+
+template <class Program>
+double playSeconds(const Workload& day) {
+    Program program(day);
+    return seconds([&] { play(program, day); });
+}
+
+double strandSeconds(const Workload& day, std::uint32_t producers) {
+    CLibraryProgram program(day, CWorld::Time::Real);
+    return seconds([&] {
+        std::vector<std::thread> threads;
+        for (std::uint32_t mine = 0; mine < producers; ++mine) {
+            // Reports of one account come on one thread, as from a data center.
+            threads.emplace_back([&, mine] {
+                for (const Report& report : day.reports) {
+                    if (report.account % producers == mine) program.callback(report);
+                }
+            });
+        }
+        for (std::thread& thread : threads) thread.join();
+        program.waitApplied();
+    });
+}
+
+/// Bytes that a program takes for the orders, which must outlive it.
+template <class Program>
+double bytesFor(const Workload& orders) {
+    const double before = bytesInUse();
+    double after = 0.0;
+    {
+        // What stands there before the first order is not the orders'.
+        Program program(orders);
+        const double empty = std::is_same_v<Program, CLimitProgram> ? before : bytesInUse();
+        play(program, orders);
+        after = bytesInUse() - empty;
+    }
+    return after;
+}
+
+// Two workloads over the same figures, one with more orders: their difference is the
+// orders' part, the rest is the figures'.
+template <class Program>
+void addMemory(const std::string& name) {
+    benchmark::RegisterBenchmark(("bytes/" + name).c_str(), [name](benchmark::State& state) {
+        for (auto _ : state) {
+            constexpr std::size_t MORE = 8;
+            const Workload few = makeOrders({}, 1);
+            const Workload many = makeOrders({}, MORE);
+            const double orders = static_cast<double>(few.reports.size());
+            const double records = orders + few.size.accounts * few.size.stocks;
+            const double bytesFew = bytesFor<Program>(few);
+            const double bytesMany = bytesFor<Program>(many);
+            const double order = (bytesMany - bytesFew) / (orders * (MORE - 1));
+            const double record = (bytesFew - order * orders) / records;
+            figures().note("bytes/order " + name, order);
+            figures().note("bytes/figures " + name, record);
+            state.counters["bytes_per_order"] = order;
+            state.counters["bytes_per_figures"] = record;
+        }
+    })->Iterations(1);
+}
+
+void addCurve(const std::string& label, std::size_t factor) {
+    constexpr std::size_t ORDERS = 153'239;
+    constexpr std::size_t DEALS = 96'761;
+    Size size;
+    size.orderReports = ORDERS * factor;
+    size.dealReports = DEALS * factor;
+    const auto day = std::make_shared<CLazyDay>(size);
+    add("curve/limit " + label, 3, day->reports(),
+        [day] { return playSeconds<CLimitProgram>(day->get()); });
+    add("curve/library " + label, 3, day->reports(),
+        [day] { return playSeconds<CLibraryProgram>(day->get()); });
+    add("curve/textbook " + label, 1, day->reports(),
+        [day] { return playSeconds<CTextbookProgram>(day->get()); });
+}
+
+}  // namespace
+
+void addIntake() {
+    const auto day = std::make_shared<CLazyDay>(Size{});
+    add("report/limit", 5, day->reports(),
+        [day] { return playSeconds<CLimitProgram>(day->get()); });
+    add("report/library", 5, day->reports(),
+        [day] { return playSeconds<CLibraryProgram>(day->get()); });
+    add("report/textbook", 2, day->reports(),
+        [day] { return playSeconds<CTextbookProgram>(day->get()); });
+    add("strand/one", 5, day->reports(), [day] { return strandSeconds(day->get(), 1); });
+    add("strand/two", 5, day->reports(), [day] { return strandSeconds(day->get(), 2); });
+    addMemory<CLimitProgram>("limit");
+    addMemory<CLibraryProgram>("library");
+    addMemory<CTextbookProgram>("textbook");
+    addCurve("x1", 1);
+    addCurve("x4", 4);
+    addCurve("x16", 16);
+}
+
+}  // namespace bench

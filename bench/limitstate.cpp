@@ -1,0 +1,92 @@
+#include "bench/limit.h"
+
+#include <QDateTime>
+
+namespace bench {
+
+TC::ManagerState CLimit::state(const Workload& world) const {
+    TC::ManagerState state;
+    const int day =
+        static_cast<int>(QDateTime::fromString(QString::fromStdString(world.tradeDate), "yyyyMMdd")
+                             .toSecsSinceEpoch());
+    state.tradeDate = world.tradeDate;
+    state.orderDetails[day];
+    state.dealDetails[day];
+    const auto keyOf = [&](std::uint32_t account) { return world.accounts[account].key; };
+
+    // What exists at all follows from the orders and deals that were filed.
+    std::vector<bool> seen(m_deals.size());
+    for (const Order& kept : m_orders) {
+        const Report& report = world.reports[kept.report];
+        const std::string& account = keyOf(report.account);
+        const std::string& strategy = world.strategies[report.strategy];
+        state.strategys.insert(strategy);
+        state.orderDetails[day][world.stockKeys[kept.stock]][account][report.order->recordKey()] =
+            report.order;
+        state.orderPrices[strategy][account][static_cast<int>(kept.level % LEVELS)] =
+            m_lots[kept.level];
+        seen[placeOf(kept.pair, kept.stock)] = true;
+        seen[placeOf(kept.pair - report.strategy, kept.stock)] = true;
+        for (const std::uint32_t name : {report.strategy, 0u}) {
+            auto& running = state.runningOrders[account][world.strategies[name]];
+            if (kept.place[0] != NOWHERE) running.insert(report.order->recordKey());
+        }
+    }
+    for (const std::uint32_t number : m_dealReports) {
+        const Report& report = world.reports[number];
+        const std::string& stock = world.stockKeys[report.stock];
+        const std::uint32_t pair = pairOf(report.account, report.strategy);
+        state.strategys.insert(world.strategies[report.strategy]);
+        state.dealDetails[day][stock][keyOf(report.account)][report.deal->recordKey()] =
+            report.deal;
+        seen[placeOf(pair, report.stock)] = true;
+        seen[placeOf(pair - report.strategy, report.stock)] = true;
+        state.quoteRequests.insert(stock);
+        state.latestPrices[stock] = m_latest[report.stock];
+    }
+    for (std::uint32_t stock = 0; stock < world.size.stocks; ++stock) {
+        const std::string& stockKey = world.stockKeys[stock];
+        for (std::uint32_t account = 0; account < m_nAccounts; ++account) {
+            const std::size_t holding = stock * m_nAccounts + account;
+            const std::string& key = keyOf(account);
+            if (m_orderAmplitudes[holding] >= 0.0) {
+                state.orderAmplitudes[stockKey][key] = m_orderAmplitudes[holding];
+            }
+            if (m_dealAmplitudes[holding] >= 0.0) {
+                state.dealAmplitudes[stockKey][key] = m_dealAmplitudes[holding];
+                const Day& totals = m_days[holding];
+                state.buySellVolumes[day][stockKey][key] = {totals.boughtVolume, totals.soldVolume};
+                state.buySellAmounts[day][stockKey][key] = {totals.boughtAmount, totals.soldAmount};
+            }
+            for (std::uint32_t strategy = 0; strategy < m_nStrategies; ++strategy) {
+                const std::size_t place = placeOf(pairOf(account, strategy), stock);
+                if (!seen[place]) continue;
+                const Deals& deals = m_deals[place];
+                auto record = TC::LinkagePeriodExtData::make();
+                record->deals().m_nBuyVolume = deals.boughtVolume;
+                record->deals().m_nSellVolume = deals.soldVolume;
+                record->deals().m_dBuyAmount = deals.boughtAmount;
+                record->deals().m_dSellAmount = deals.soldAmount;
+                record->deals().m_dCommission = deals.commission;
+                record->deals().m_dProfit = m_profits[place];
+                record->deals().m_dPositionValue = m_values[place];
+                record->m_buyVolumes.replace(0, m_sums[place].boughtVolume);
+                record->m_sellVolumes.replace(0, m_sums[place].soldVolume);
+                record->m_buyAmounts.replace(0.0, m_sums[place].boughtAmount);
+                record->m_sellAmounts.replace(0.0, m_sums[place].soldAmount);
+                const std::string& name = world.strategies[strategy];
+                state.tradeStatDatas[key][name][stockKey] = record;
+                for (std::uint32_t at = m_minutesOf[place]; at != NOWHERE;
+                     at = m_minutes[at].older) {
+                    const Minute& minute = m_minutes[at];
+                    state.periodTrades[stockKey][key][name][minute.minute] = {
+                        minute.boughtVolume, minute.soldVolume, minute.boughtAmount,
+                        minute.soldAmount, minute.commission};
+                }
+            }
+        }
+    }
+    return state;
+}
+
+}  // namespace bench

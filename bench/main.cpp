@@ -1,0 +1,58 @@
+#include "bench/measure.h"
+#include "bench/programs.h"
+
+#include <QCoreApplication>
+
+#include <benchmark/benchmark.h>
+#include <log4cxx/logger.h>
+
+#include <fmt/format.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+namespace {
+
+/// The same million reports leave the same state in all three programs, or no number is
+/// worth printing.
+std::string stateDifference() {
+    const bench::Workload day = bench::makeDay({});
+    const auto stateAfter = [&day](auto&& program) {
+        play(program, day);
+        return program.state();
+    };
+    const TC::ManagerState expected = stateAfter(bench::CTextbookProgram(day));
+    const std::string library =
+        tests::firstDifference(expected, stateAfter(bench::CLibraryProgram(day)));
+    if (!library.empty()) return "the library: " + library;
+    const std::string limit =
+        tests::firstDifference(expected, stateAfter(bench::CLimitProgram(day)));
+    return limit.empty() ? "" : "the limit: " + limit;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    setenv("TZ", "Asia/Shanghai", 1);
+    const QCoreApplication application(argc, argv);
+    log4cxx::Logger::getLogger("linkage")->setLevel(log4cxx::Level::getOff());
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
+
+    const std::string difference = stateDifference();
+    if (!difference.empty()) {
+        fmt::print(stderr, "the three programs disagree; {}\n", difference);
+        return 1;
+    }
+    fmt::print("1,000,000 reports: textbook, library and limit agree on every figure\n");
+    std::fflush(stdout);
+
+    bench::addIntake();
+    bench::addCalculators();
+    bench::addQueries();
+    bench::addFiles();
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return bench::printTable() ? 0 : 1;
+}

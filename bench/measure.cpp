@@ -1,0 +1,83 @@
+#include "bench/measure.h"
+
+#include <benchmark/benchmark.h>
+
+#include <fmt/format.h>
+
+#include <cstdio>
+#include <vector>
+
+namespace bench {
+
+void add(const std::string& name, int repetitions, double items, std::function<double()> body) {
+    benchmark::RegisterBenchmark(name.c_str(),
+                                 [name, items, body = std::move(body)](benchmark::State& state) {
+                                     for (auto _ : state) {
+                                         const double taken = body();
+                                         state.SetIterationTime(taken);
+                                         figures().note(name, taken / items);
+                                         state.counters["ns_per_item"] = taken / items * 1e9;
+                                     }
+                                 })
+        ->UseManualTime()
+        ->Iterations(1)
+        ->Repetitions(repetitions)
+        ->ReportAggregatesOnly(false)
+        ->Unit(benchmark::kMillisecond);
+}
+
+namespace {
+
+struct Bound {
+    std::string what;
+    std::string measured;  ///< names of figures
+    std::string against;
+    double atMost;
+    const char* unit;
+    double scale;  ///< of the figures, to be shown
+};
+
+const std::vector<Bound>& bounds() {
+    static const std::vector<Bound> all = {
+        {"a report, handed to the handler", "report/library", "report/limit", 3.0, "ns", 1e9},
+        {"a report, from callback to applied, one producer", "strand/one", "report/limit", 5.0,
+         "ns", 1e9},
+        {"a pass with all prices new", "pass/all", "pass/limit", 2.0, "us", 1e6},
+        {"a pass with 1 % of the prices new", "pass/one-percent", "pass/all", 0.05, "us", 1e6},
+        {"the last of 20,000 deals on one record, against the first", "deals/last thousand",
+         "deals/first thousand", 1.2, "ns", 1e9},
+        {"16 times as many records, per report", "curve/library x16", "curve/library x1", 1.5, "ns",
+         1e9},
+        {"memory of a traded-figures record", "bytes/figures library", "bytes/figures limit", 3.0,
+         "bytes", 1.0},
+        {"memory of an order", "bytes/order library", "bytes/order limit", 3.0, "bytes", 1.0},
+        {"the recorded day, against parsing it", "day/replay", "day/parse", 3.0, "ms", 1e3},
+    };
+    return all;
+}
+
+}  // namespace
+
+bool printTable() {
+    bool well = true;
+    fmt::print("\n{:<58} | {:<38} | {:<8} | ok\n", "what", "measured", "at most");
+    for (const Bound& bound : bounds()) {
+        if (!figures().has(bound.measured) || !figures().has(bound.against)) {
+            fmt::print("{:<58} | {:<38} | {:<8} |\n", bound.what, "not measured",
+                       fmt::format("{} x", bound.atMost));
+            continue;
+        }
+        const double value = figures()[bound.measured];
+        const double base = figures()[bound.against];
+        const bool ok = value <= bound.atMost * base;
+        well = well && ok;
+        fmt::print("{:<58} | {:<38} | {:<8} | {}\n", bound.what,
+                   fmt::format("{:.2f} x ({:.1f} {} / {:.1f})", value / base, value * bound.scale,
+                               bound.unit, base * bound.scale),
+                   fmt::format("{} x", bound.atMost), ok ? "yes" : "NO");
+    }
+    std::fflush(stdout);
+    return well;
+}
+
+}  // namespace bench

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <malloc.h>
+
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <map>
+#include <string>
+
+/// What the benchmark keeps of its measurements and holds against what is allowed.
+namespace bench {
+
+/// Seconds that something takes. Measuring is the one reading of the machine's clock
+/// beside the platform's own.
+template <class Work>
+double seconds(Work work) {
+    const auto begin = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+}
+
+/// Bytes that are allocated now. Exact on the main thread while others allocate nothing.
+inline double bytesInUse() {
+    const auto heap = mallinfo2();
+    return static_cast<double>(heap.uordblks + heap.hblkhd);
+}
+
+/// The least of each figure over all repetitions, by name: what the machine can do when
+/// nothing disturbs it.
+class CFigures {
+public:
+    void note(const std::string& name, double value) {
+        const auto [at, fresh] = m_figures.emplace(name, value);
+        if (!fresh && value < at->second) at->second = value;
+    }
+    bool has(const std::string& name) const { return m_figures.count(name) != 0; }
+    double operator[](const std::string& name) const { return m_figures.at(name); }
+
+private:
+    std::map<std::string, double> m_figures;
+};
+
+inline CFigures& figures() {
+    static CFigures instance;
+    return instance;
+}
+
+/// Registers a benchmark whose body measures itself: it gives the seconds of one run,
+/// which handled `items` things of the given kind, and is run `repetitions` times.
+void add(const std::string& name, int repetitions, double items, std::function<double()> body);
+
+void addIntake();
+void addCalculators();
+void addQueries();
+void addFiles();
+
+/// "what | measured | at most | ok"; false when something is more than allowed.
+bool printTable();
+
+}  // namespace bench

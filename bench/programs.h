@@ -1,0 +1,112 @@
+#pragma once
+
+#include "bench/limit.h"
+#include "bench/workload.h"
+#include "linkage/core/clinkagemanager.h"
+#include "paper/loop.h"
+#include "paper/paperclient.h"
+#include "tests/support/textbook.h"
+
+#include <QTemporaryDir>
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+/// The three programs that do the same work, driven in the same way.
+namespace bench {
+
+/// The client of a workload, on standing time or on the machine's with a thread.
+class CWorld {
+public:
+    enum class Time { Standing, Real };
+
+    explicit CWorld(const Workload& workload, Time time = Time::Standing);
+
+    paper::CPaperClient& client() { return *m_pClient; }
+    void runToRest() {
+        if (m_standing) m_standing->runToRest();
+    }
+
+private:
+    QTemporaryDir m_directory;
+    std::optional<paper::CVirtualLoop> m_standing;
+    std::unique_ptr<paper::CPaperClient> m_pClient;
+    std::optional<paper::CRealLoop> m_real;  ///< its thread ends before the client goes
+};
+
+class CTextbookProgram {
+public:
+    explicit CTextbookProgram(const Workload& workload)
+        : m_workload(workload), m_world(workload), m_textbook(workload.tradeDate) {
+        for (const auto& account : workload.accounts) m_textbook.requestAccount(account.key);
+    }
+    void order(std::uint32_t, const Report& report) {
+        m_textbook.order(m_workload.accounts[report.account].key, report.order);
+    }
+    void deal(std::uint32_t, const Report& report) {
+        m_textbook.deal(m_workload.accounts[report.account].key, report.deal);
+    }
+    TC::ManagerState state() const { return m_textbook.state(); }
+
+private:
+    const Workload& m_workload;
+    CWorld m_world;
+    tests::CTextbook m_textbook;
+};
+
+class CLibraryProgram {
+public:
+    explicit CLibraryProgram(const Workload& workload, CWorld::Time time = CWorld::Time::Standing);
+    ~CLibraryProgram();
+    CLibraryProgram(const CLibraryProgram&) = delete;
+    CLibraryProgram& operator=(const CLibraryProgram&) = delete;
+
+    void order(std::uint32_t, const Report& report);
+    void deal(std::uint32_t, const Report& report);
+
+    /// As the data center calls it, on any thread.
+    void callback(const Report& report);
+    /// Waits until everything that was called back is applied.
+    void waitApplied();
+
+    /// A new price of a stock, as the quote client calls it.
+    void price(std::uint32_t stock, double last);
+    void runCalculator();
+
+    TC::CLinkageManager& manager() { return *m_pManager; }
+    TC::ManagerState state() { return m_pManager->state(); }
+
+private:
+    const Workload& m_workload;
+    CWorld m_world;
+    TC::CLinkageManager* m_pManager;
+};
+
+class CLimitProgram {
+public:
+    explicit CLimitProgram(const Workload& workload) : m_workload(workload), m_limit(workload) {}
+    void order(std::uint32_t number, const Report& report) { m_limit.order(number, report); }
+    void deal(std::uint32_t number, const Report& report) { m_limit.deal(number, report); }
+    CLimit& limit() { return m_limit; }
+    TC::ManagerState state() const { return m_limit.state(m_workload); }
+
+private:
+    const Workload& m_workload;
+    CLimit m_limit;
+};
+
+template <class Program>
+void play(Program& program, const Workload& workload) {
+    std::uint32_t number = 0;
+    for (const Report& report : workload.reports) {
+        if (report.order) {
+            program.order(number, report);
+        } else {
+            program.deal(number, report);
+        }
+        ++number;
+    }
+}
+
+}  // namespace bench

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "paper/paperclient.h"
+#include "platform/records/dealdetail.h"
+#include "platform/records/orderdetail.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+/// How much a workload is of everything.
+struct Size {
+    std::uint32_t accounts = 10;
+    std::uint32_t strategies = 20;
+    std::uint32_t stocks = 500;
+    std::size_t orderReports = 612'957;
+    std::size_t dealReports = 387'043;
+    std::uint64_t seed = 20240102;
+};
+
+/// One report with the integers that its texts stand for: a program that resolves texts
+/// does not read them. Either an order or a deal.
+struct Report {
+    boost::shared_ptr<vexservice::COrderDetail> order;
+    boost::shared_ptr<vexservice::CDealDetail> deal;
+    std::uint32_t account = 0;
+    std::uint32_t strategy = 0;  ///< from 1; 0 is the account as a whole
+    std::uint32_t stock = 0;     ///< in stock-key order
+};
+
+/// Reports and the world that they speak of.
+struct Workload {
+    Size size;
+    std::string tradeDate = "20240102";
+    std::vector<paper::Account> accounts;
+    std::vector<boost::shared_ptr<vexservice::CAccountInfo>> accountInfos;
+    std::vector<std::string> strategies;                                  ///< [0] is ""
+    std::vector<boost::shared_ptr<vexservice::CCommandRecord>> carriers;  ///< by strategy
+    std::vector<paper::Instrument> stocks;
+    std::vector<std::string> stockKeys;
+    std::vector<double> prices;  ///< newest quote, by stock
+    std::vector<Report> reports;
+};
+
+/// The world alone.
+Workload makeWorld(const Size& size);
+
+/// A trading day in the order of arrival: orders come, trade, are filled or cancelled;
+/// deals spread over the session; 5 % of the reports repeat a recent one.
+Workload makeDay(const Size& size);
+
+/// One resting or filled order after another over every account, strategy and stock.
+Workload makeOrders(const Size& size, std::size_t ordersPerRecord);
+
+boost::shared_ptr<vexservice::COrderDetail> makeOrder(const Workload& workload, const Report& ids,
+                                                      std::uint64_t key);
+boost::shared_ptr<vexservice::CDealDetail> makeDeal(const Workload& workload, const Report& ids,
+                                                    std::uint64_t key, int secondOfDay);
+
+}  // namespace bench
