@@ -6,6 +6,7 @@
 #include <QString>
 #include <QTextCodec>
 
+#include <algorithm>
 #include <initializer_list>
 
 namespace TC {
@@ -26,6 +27,22 @@ std::optional<QString> decodedUtf8(const QByteArray& bytes) {
     QTextCodec* codec = QTextCodec::codecForName("UTF-8");
     const QString text = codec->toUnicode(bytes.constData(), bytes.size(), &state);
     if (state.invalidChars > 0 || state.remainingChars > 0) return std::nullopt;
+    return text;
+}
+
+std::optional<QString> decodedGbk(const QByteArray& bytes) {
+    // A header in UTF-8 has rows in UTF-8 below it: damaged ones are not to be taken for
+    // GBK, where every second pair of bytes means something.
+    const QByteArray header = bytes.left(bytes.indexOf('\n'));
+    const auto beyondAscii = [](char c) { return static_cast<unsigned char>(c) >= 0x80; };
+    if (std::any_of(header.begin(), header.end(), beyondAscii) && decodedUtf8(header)) {
+        return std::nullopt;
+    }
+    // No character of either page has this byte; the system page gives it a private one.
+    if (bytes.contains('\xff')) return std::nullopt;
+    auto text = decodedBy(QTextCodec::codecForName("GB18030"), bytes);
+    // The single-byte euro sign is of the system page only.
+    if (!text) text = decodedBy(QTextCodec::codecForName("GBK"), bytes);
     return text;
 }
 
@@ -51,9 +68,7 @@ std::string encodeText(const std::string& text, EFileEncoding encoding) {
 std::optional<std::string> decodeText(const std::string& bytes) {
     const QByteArray raw = QByteArray::fromStdString(bytes);
     std::optional<QString> text = decodedUtf8(raw);
-    // The single-byte euro sign is GBK of the system page only.
-    if (!text) text = decodedBy(QTextCodec::codecForName("GB18030"), raw);
-    if (!text) text = decodedBy(QTextCodec::codecForName("GBK"), raw);
+    if (!text) text = decodedGbk(raw);
     if (!text) return std::nullopt;
     return text->toStdString();
 }

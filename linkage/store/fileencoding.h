@@ -21,9 +21,10 @@ LINKAGE_EXPORT EFileEncoding fileEncodingFrom(const std::string& name);
 LINKAGE_EXPORT std::string encodeText(const std::string& text, EFileEncoding encoding);
 
 /// Bytes as text: UTF-8 (with or without a mark) when they are that as a whole, else GBK
-/// or GB18030 when they are that as a whole, else nothing. Whatever the configuration
-/// says, a file of the other kind is read too: GBK text of more than a few characters is
-/// never valid UTF-8, so one cannot be taken for the other.
+/// or GB18030 when they are that as a whole and their first line is not UTF-8, else
+/// nothing. Whatever the configuration says, a file of the other kind is read too: the
+/// headers of the data files in GBK are never valid UTF-8, so one cannot be taken for
+/// the other.
 LINKAGE_EXPORT std::optional<std::string> decodeText(const std::string& bytes);
 
 }  // namespace TC

@@ -1,0 +1,131 @@
+#include "linkage/store/csvfiles.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+using namespace TC;
+
+namespace {
+
+TradeStatData record() {
+    TradeStatData data;
+    data.m_nId = 7;
+    data.m_strAccountKey = "A1";
+    data.m_strFundAccountId = "8800";
+    data.m_strAccountName = "张三";
+    data.m_strAccountType = "2";
+    data.m_strBroker = "某证券";
+    data.m_strStrategy = "打板";
+    data.m_nTotalBuyVolume = 5;
+    return data;
+}
+
+}  // namespace
+
+TEST(CsvFiles, TextsToTheByte) {
+    EXPECT_EQ(csv::statHeader(),
+              "key,资金账号ID,账号key值,账号名称,账号类型,经纪公司,策略名称,添加日期,配平时间,\n");
+    EXPECT_EQ(csv::balanceHeader(), "key,股票代码,卖量,买量,买额,卖额,添加日期\n");
+    EXPECT_EQ(csv::detailHeader(), "账号策略,交易key,\n");
+
+    EXPECT_EQ(csv::statRow("A1打板", record(), "20240102000000", ""),
+              "A1打板,8800,A1,张三,2,某证券,打板,20240102000000,\n");
+    EXPECT_EQ(csv::statRow("A1打板", record(), "20240102093000", "153000"),
+              "A1打板,8800,A1,张三,2,某证券,打板,20240102093000,153000\n");
+    EXPECT_EQ(csv::statRow("", {}, "", ""), ",,,,,,,,\n");
+    EXPECT_EQ(csv::detailRow("A1打板", "20240102_9"), "A1打板,20240102_9\n");
+
+    // Sold stands before bought in the volumes, bought before sold in the amounts.
+    EXPECT_EQ(csv::balanceRow("K", "SH600000", {300, 100, 3012.5, 1000.00000000005}, "S"),
+              "K,SH600000,100,300,3012.5000000000,1000.0000000001,S\n");
+    constexpr int MIN = std::numeric_limits<int>::min();
+    EXPECT_EQ(csv::balanceRow("K", "", {MIN, 0, 1e15, -0.25}, ""),
+              "K,,0,-2147483648,1000000000000000.0000000000,-0.2500000000,\n");
+}
+
+TEST(CsvFiles, ReaderTakesRowsOfTheRightLengthOnly) {
+    const std::string row = "K,F,A,N,T,B,S,20240102000000,";
+    const struct {
+        const char* name;
+        std::string text;
+        std::size_t rows;
+    } cases[] = {
+        {"nothing", "", 0},
+        {"header only", "h\n", 0},
+        {"one line, which is the header", row, 0},
+        {"no end of the last line", "h\n" + row, 1},
+        {"with the balance time", "h\n" + row + "153000\n", 1},
+        {"carriage returns", "h\r\n" + row + "\r\n" + row + "\r\n", 2},
+        {"blank lines between", "h\n\n" + row + "\n\n", 1},
+        {"a comma too many, one too few", "h\nx," + row + "\nK,F,A,N,T,B,S,\n" + row + "\n", 1},
+        {"an empty key", "h\n,F,A,N,T,B,S,20240102000000,\n", 1},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.name);
+        EXPECT_EQ(csv::readStatRows(each.text).size(), each.rows);
+    }
+
+    const auto read = csv::readStatRows("h\nK,F,A,N,T,B,S,20240102000000,153000\r\n").at(0);
+    EXPECT_EQ(read.key, "K");
+    EXPECT_EQ(read.record.m_nId, -1);
+    EXPECT_EQ(read.record.m_strFundAccountId, "F");
+    EXPECT_EQ(read.record.m_strAccountKey, "A");
+    EXPECT_EQ(read.record.m_strAccountName, "N");
+    EXPECT_EQ(read.record.m_strAccountType, "T");
+    EXPECT_EQ(read.record.m_strBroker, "B");
+    EXPECT_EQ(read.record.m_strStrategy, "S");
+    EXPECT_EQ(read.stamp, "20240102000000");
+    EXPECT_EQ(read.balanceTime, "153000");
+
+    const auto deals = csv::readDetailRows("h\nK,20240102_1\nK,20240102_2,\n,x\n");
+    ASSERT_EQ(deals.size(), 2u);
+    EXPECT_EQ(deals[0].tradeKey, "20240102_1");
+    EXPECT_EQ(deals[1].key, "");
+}
+
+TEST(CsvFiles, NumbersThatAreNoneReadAsNothing) {
+    const struct {
+        const char* sold;
+        const char* amount;
+        int soldRead;
+        double amountRead;
+    } cases[] = {
+        {"100", "12.5000000000", 100, 12.5},
+        {"-100", "-1", -100, -1.0},
+        {" 7 ", "1e3", 7, 1000.0},
+        {"1e3", "", 0, 0.0},
+        {"12.5", "x", 0, 0.0},
+        {"2147483648", "1.2.3", 0, 0.0},
+        {"0x10", "12;5", 0, 0.0},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.sold);
+        const std::string text =
+            std::string("h\nK,SH600000,") + each.sold + ",300," + each.amount + ",2,ignored\n";
+        const auto rows = csv::readBalanceRows(text);
+        ASSERT_EQ(rows.size(), 1u);
+        EXPECT_EQ(rows[0].figures.sellVolume, each.soldRead);
+        EXPECT_EQ(rows[0].figures.buyVolume, 300);
+        EXPECT_EQ(rows[0].figures.buyAmount, each.amountRead);
+        EXPECT_EQ(rows[0].figures.sellAmount, 2.0);
+    }
+    EXPECT_TRUE(csv::readBalanceRows("h\n,SH600000,1,1,1,1,d\nK,SH600000,1,1,1,1\n").empty());
+}
+
+TEST(CsvFiles, StampsTradeKeysAndBalanceTimes) {
+    EXPECT_TRUE(csv::countsAsAdded("20240105153000", "20240105"));
+    EXPECT_FALSE(csv::countsAsAdded("20240105152959", "20240105"));
+    EXPECT_FALSE(csv::countsAsAdded(csv::dayStamp("20240105"), "20240105"));
+    EXPECT_FALSE(csv::countsAsAdded("20240104235959", "20240105"));
+    EXPECT_TRUE(csv::countsAsAdded("20240106000000", "20240105"));
+
+    EXPECT_EQ(csv::tradeKey("20240105", "x_1"), "20240105_x_1");
+    EXPECT_TRUE(csv::isTradeKeyOf("20240105_x_1", "20240105"));
+    EXPECT_FALSE(csv::isTradeKeyOf("20240104_1", "20240105"));
+    EXPECT_FALSE(csv::isTradeKeyOf("202401051", "20240105"));
+
+    const auto times =
+        csv::timesByHistoryKey({{"A:B:S", "100000"}, {"AB:S", "110000"}, {"C:", "x"}});
+    EXPECT_EQ(times, (std::map<std::string, std::string>{{"ABS", "100000"}, {"C", "x"}}));
+}
