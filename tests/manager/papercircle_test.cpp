@@ -44,7 +44,7 @@ TEST(PaperCircle, balancesAStrategyAtItsTimeThroughTheExchange) {
     EXPECT_EQ(f.manager().getRunningTasks("A", ""), 0);
     const auto bought = f.manager().getBuySellVolumes(Fixture::day("20240102"), "SH600000", {"A"});
     EXPECT_EQ(bought, std::pair(1100, 1100));
-    f.advanceTo("15:00:00");
+    f.advanceTo("09:40:00");
     EXPECT_EQ(f.commands().size(), 1u) << "a time is served once";
 }
 
