@@ -12,6 +12,7 @@
 #include <map>
 #include <random>
 
+namespace importfilestest {
 namespace {
 
 using namespace TC::statement;
@@ -373,3 +374,4 @@ TEST(ImportFiles, DamagedSamplesAreReadOrRefused) {
 }
 
 }  // namespace
+}  // namespace importfilestest
