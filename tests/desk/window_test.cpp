@@ -57,6 +57,9 @@ TEST_F(DeskWindow, TablesAgreeWithTheLibraryWhenAStrategyIsChosen) {
     EXPECT_EQ(cell(find<CRowsView>("levels"), "10.0500", 1), "4");
     EXPECT_EQ(shown()->dots.size(), 2u);
     EXPECT_NEAR(shown()->curve.rbegin()->second.profit, profit, 1e-6);
+    // The recording has no bars; the minutes have the prices that were quoted in them.
+    EXPECT_NEAR(shown()->curve.at(9 * 60 + 35).profit, 800 * 10.00 - 8008 - 5, 1e-6);
+    EXPECT_NEAR(shown()->curve.at(9 * 60 + 50).profit, 500 * 10.20 + 3057 - 8008 - 10, 1e-6);
 
     choosePair("A01\ngrid");
     ASSERT_TRUE(until([&] { return stocks->rows().indexOf("SZ000001") == 0; }));
