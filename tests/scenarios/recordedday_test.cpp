@@ -34,15 +34,21 @@ protected:
         if (!folder) GTEST_SKIP() << "LINKAGE_DATA names no folder with the recorded day";
         m_path = std::string(folder) + "/" + NAME + ".jsonl.gz";
         simdjson::dom::parser parser;
-        const auto expect = parser.load(std::string(folder) + "/" + NAME + ".expect.json").value();
-        for (const auto [key, totals] : expect["strategies"].get_object().value()) {
-            m_expected.strategies[std::string(key)] = {
-                totals["buyVolume"].get_int64(), totals["sellVolume"].get_int64(),
-                totals["buyAmount"].get_double(), totals["sellAmount"].get_double()};
+        const simdjson::dom::element expect =
+            parser.load(std::string(folder) + "/" + NAME + ".expect.json");
+        const simdjson::dom::object strategies = expect["strategies"];
+        for (const auto& [key, totals] : strategies) {
+            m_expected.strategies[std::string(key)] = readTotals(totals);
         }
-        for (const auto [key, count] : expect["running"].get_object().value()) {
+        const simdjson::dom::object running = expect["running"];
+        for (const auto& [key, count] : running) {
             m_expected.running[std::string(key)] = count.get_int64();
         }
+    }
+
+    static Totals readTotals(simdjson::dom::element from) {
+        return {from["buyVolume"].get_int64(), from["sellVolume"].get_int64(),
+                from["buyAmount"].get_double(), from["sellAmount"].get_double()};
     }
 
     /// The day with each line as `edit` writes it, and calls for all figures at its end.
@@ -77,13 +83,12 @@ protected:
         DayEnd day;
         simdjson::dom::parser parser;
         for (const auto& [pair, totals] : m_expected.strategies) {
-            const auto stock = parser.parse(*next++)["value"]["SH600519"];
-            day.strategies[pair] = {stock["buyVolume"].get_int64(), stock["sellVolume"].get_int64(),
-                                    stock["buyAmount"].get_double(),
-                                    stock["sellAmount"].get_double()};
+            const simdjson::dom::element result = parser.parse(*next++);
+            day.strategies[pair] = readTotals(result["value"]["SH600519"]);
         }
         for (const auto& [pair, count] : m_expected.running) {
-            day.running[pair] = parser.parse(*next++)["value"].get_int64();
+            const simdjson::dom::element result = parser.parse(*next++);
+            day.running[pair] = result["value"].get_int64();
         }
         return day;
     }
