@@ -37,7 +37,7 @@ public:
     CHistory& operator=(const CHistory&) = delete;
 
     double save() {
-        return seconds([] {
+        return wallSeconds([] {
             manager().writedata(false);
             manager().finishSaves();
         });
@@ -46,7 +46,7 @@ public:
     double load() {
         save();
         Manager::release();
-        const double taken = seconds([] { manager(); });
+        const double taken = wallSeconds([] { manager(); });
         if (manager().getHistoryStatData().size() != ROWS) {
             throw std::runtime_error("history rows are missing");
         }

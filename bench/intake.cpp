@@ -37,7 +37,7 @@ double playSeconds(const Workload& day) {
 
 double strandSeconds(const Workload& day, std::uint32_t producers) {
     CLibraryProgram program(day, CWorld::Time::Real);
-    return seconds([&] {
+    return wallSeconds([&] {
         std::vector<std::thread> threads;
         for (std::uint32_t mine = 0; mine < producers; ++mine) {
             // Reports of one account come on one thread, as from a data center.

@@ -22,7 +22,7 @@ void add(const std::string& name, int repetitions, double items, std::function<d
         ->UseManualTime()
         ->Iterations(1)
         ->Repetitions(repetitions)
-        ->ReportAggregatesOnly(false)
+        ->DisplayAggregatesOnly(true)
         ->Unit(benchmark::kMillisecond);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <malloc.h>
+#include <time.h>
 
 #include <chrono>
 #include <cstddef>
@@ -11,13 +12,27 @@
 /// What the benchmark keeps of its measurements and holds against what is allowed.
 namespace bench {
 
-/// Seconds that something takes. Measuring is the one reading of the machine's clock
-/// beside the platform's own.
+/// Seconds that something takes by the clock on the wall. Measuring is the one reading
+/// of the machine's clock beside the platform's own.
 template <class Work>
-double seconds(Work work) {
+double wallSeconds(Work work) {
     const auto begin = std::chrono::steady_clock::now();
     work();
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+}
+
+/// Seconds of processor time that something takes on this thread: on a busy machine the
+/// better measure of work that stays on it.
+template <class Work>
+double seconds(Work work) {
+    const auto now = [] {
+        timespec time;
+        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+    };
+    const double begin = now();
+    work();
+    return now() - begin;
 }
 
 /// Bytes that are allocated now. Exact on the main thread while others allocate nothing.

@@ -116,8 +116,7 @@ void CChart::fileLabel(int type, double minute, double value, const QString& tex
     Draw::instance()->addDrawTextData(
         Type(type), LABELS, minute, value, text.toStdString(), rgb(colour),
         font().family().toStdString(), font().pointSize(), 0, width, height, rgb(colour),
-        BORDER_TRANSPARENCY, static_cast<int>(left - point.x()),
-        static_cast<int>(top - point.y()));
+        BORDER_TRANSPARENCY, static_cast<int>(left - point.x()), static_cast<int>(top - point.y()));
 }
 
 void CChart::paintMarks(QPainter& painter, int type, const Pane& pane) const {

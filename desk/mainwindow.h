@@ -38,6 +38,8 @@ public:
 Q_SIGNALS:
     /// Another picture is on the screen.
     void sigShown();
+    /// The engine could not be set up.
+    void sigFault(const QString& text);
 
 private:
     QWidget* makeTopBar();

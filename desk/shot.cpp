@@ -14,8 +14,8 @@ constexpr int SETTLED_AFTER = 4;
 
 }  // namespace
 
-void takeShot(CMainWindow& window, const QString& file,
-              std::function<void(const QString&)> done) {
+void takeShot(CMainWindow& window, const QString& file, std::function<void(const QString&)> done) {
+    QObject::connect(&window, &CMainWindow::sigFault, &window, done);
     auto settled = std::make_shared<int>(0);
     QObject::connect(&window, &CMainWindow::sigShown, &window,
                      [&window, file, done = std::move(done), settled] {

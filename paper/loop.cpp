@@ -102,9 +102,12 @@ CRealLoop::CRealLoop(int threads) : m_work(boost::asio::make_work_guard(m_servic
     }
 }
 
-CRealLoop::~CRealLoop() {
+CRealLoop::~CRealLoop() { stop(); }
+
+void CRealLoop::stop() {
     m_service.stop();
     for (std::thread& thread : m_threads) thread.join();
+    m_threads.clear();
 }
 
 }  // namespace paper

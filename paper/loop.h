@@ -59,8 +59,12 @@ private:
 class CRealLoop {
 public:
     explicit CRealLoop(int threads = 1);
-    /// Stops and joins the threads; what is queued is dropped.
+    /// Stops; what is queued is dropped.
     ~CRealLoop();
+
+    /// Stops and joins the threads. The service stays, so that what lives on it can be
+    /// taken down while nothing runs.
+    void stop();
 
     boost::asio::io_service& service() { return m_service; }
 

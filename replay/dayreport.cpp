@@ -107,6 +107,7 @@ void CDayReport::noteCall(const CallEvent& event, CSession& session) {
 
 void CDayReport::closeDay(CSession& session) {
     if (!Singleton::exists()) return;
+    session.rest();
     const TC::ManagerState state = Singleton::instance()->state();
     m_day.date = state.tradeDate;
     addFigures(state, m_day);

@@ -24,16 +24,26 @@ public:
     }
 
     void run() {
-        std::string_view line;
-        while (m_reader.next(line)) {
-            play(m_parser.parse(line));
-            if (m_reader.number() % PROGRESS_LINES == 0) m_watcher.progress(m_reader.progress());
+        try {
+            playLines();
+        } catch (const LineError&) {
+            m_session.rest();
+            throw;
         }
+        m_session.rest();
         if (m_journal) m_journal->flush();
         m_watcher.finished(m_session);
     }
 
 private:
+    void playLines() {
+        std::string_view line;
+        while (m_reader.next(line)) {
+            play(m_parser.parse(line));
+            if (m_reader.number() % PROGRESS_LINES == 0) m_watcher.progress(m_reader.progress());
+        }
+    }
+
     void play(const Event& event) {
         const bool first = !m_session.started();
         m_watcher.before(event, m_session);

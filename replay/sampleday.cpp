@@ -293,7 +293,7 @@ private:
             line(R"({{"do":"call","op":"doHistoryBalanceBySignalTask","args":["{}","{}"]}})",
                  pair.account, pair.strategy);
         }
-        for (int second = MORNING; second < MORNING + 300; second += QUOTE_SECONDS) {
+        for (int second = MORNING; second < MORNING + 1200; second += QUOTE_SECONDS) {
             line(R"({{"do":"advance","seconds":{}}})", QUOTE_SECONDS);
             moveAndQuote(second);
         }

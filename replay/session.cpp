@@ -7,6 +7,12 @@
 
 namespace replay {
 
+namespace {
+
+constexpr int MOST_TOGETHER = 256;
+
+}  // namespace
+
 /// Writes requests out and passes them on.
 class CSession::CRequests final : public paper::IClientObserver {
 public:
@@ -86,7 +92,21 @@ void CSession::play(const Event& event) {
     if (!m_pPlayer) {
         throw LineError("\"" + std::string(eventName(event)) + "\" before \"config\"");
     }
+    const bool report = joins(event);
+    if (!report) rest();
     m_pPlayer->play(event);
+    if (++m_nWaiting >= (report ? MOST_TOGETHER : 1)) rest();
+}
+
+bool CSession::joins(const Event& event) const {
+    const bool report =
+        std::holds_alternative<OrderEvent>(event) || std::holds_alternative<DealEvent>(event);
+    return report && !m_pClient->executes();
+}
+
+void CSession::rest() {
+    if (m_nWaiting == 0) return;
+    m_nWaiting = 0;
     m_pLoop->runToRest();
 }
 

@@ -33,7 +33,12 @@ public:
     CSession& operator=(const CSession&) = delete;
 
     /// Plays one event and everything that it queues. Throws LineError.
+    ///
+    /// Reports of orders and deals in a row are handed over together: while the exchange
+    /// only records, nothing that one of them sets off can reach the next, and coming to
+    /// rest costs more than a report. Whoever looks at the manager calls rest() first.
     void play(const Event& event);
+    void rest();
 
     /// Moves the clock in one step of its own: see CEventPlayer::target.
     void advanceTo(std::int64_t micros);
@@ -52,6 +57,7 @@ private:
 
     void start(const ConfigEvent& event);
     bool settle();
+    bool joins(const Event& event) const;
 
     const SessionOptions m_options;
     COutput& m_output;
@@ -62,6 +68,7 @@ private:
     std::unique_ptr<CRequests> m_pRequests;
     std::unique_ptr<paper::CPaperClient> m_pClient;
     std::unique_ptr<CEventPlayer> m_pPlayer;
+    int m_nWaiting = 0;  ///< reports handed over since the last rest
 };
 
 }  // namespace replay

@@ -21,9 +21,9 @@ public:
     explicit Morning(unsigned seed) : m_random(seed), m_fixture(settings()) {
         using namespace vexservice;
         m_fixture.account({.key = "A", .type = pick({2, 3})});
-        const EPriceType priceType = pick({PRTP_COMPETE, PRTP_MARKET, PRTP_SALE2, PRTP_BUY2});
-        m_fixture.tradeSetting(1, priceType);
-        m_fixture.tradeSetting(2, priceType);
+        m_priceType = pick({PRTP_COMPETE, PRTP_MARKET, PRTP_SALE2, PRTP_BUY2});
+        m_fixture.tradeSetting(1, m_priceType);
+        m_fixture.tradeSetting(2, m_priceType);
         for (const char* key : {"SH600000", "SH688001", "SZ000001", "SZ300001"}) {
             Stock stock{.stock = key, .unit = pick({1, 100, 100, 200})};
             if (chance(4)) stock.types = {pick({1172, 1173})};
@@ -63,6 +63,10 @@ public:
 
     /// Asks for a balance of "S" and follows it until it is sent and filled.
     void balance() {
+        // What a market order does not get at once is cancelled, and would stay unbalanced.
+        if (m_priceType == vexservice::PRTP_MARKET) {
+            for (const auto& [stock, ticks] : m_ticks) quote(stock, 1000000, 1000000);
+        }
         m_fixture.forget();
         // Slices of tasks fall on half seconds; what is previewed must not change any more.
         m_fixture.advance(0.25);
@@ -82,7 +86,14 @@ public:
             }
             m_fixture.advance(2.0);
         }
-        checkResult();
+        checkResult(preview);
+    }
+
+    /// Every stock of the pair is equal, or there is a reason why it is not.
+    void checkSettled() {
+        for (const auto& stock : m_fixture.manager().previewBalance("A", "S").stocks) {
+            EXPECT_NE(stock.outcome, EBalanceOutcome::Order) << stock.stockKey;
+        }
     }
 
     std::size_t sentOrders() const { return m_fixture.commands().size(); }
@@ -139,9 +150,9 @@ private:
         EXPECT_EQ(at, commands.size());
     }
 
-    /// Every stock of the pair is equal now, by its deals and by its figures, or stands
-    /// in the preview with the reason why it cannot be.
-    void checkResult() {
+    /// What was sent was filled, and nothing else: by the deals and by the figures each
+    /// stock is off by the volume that its order had rounded away.
+    void checkResult(const TC::BalancePlan& sent) {
         std::map<std::string, int> left;
         for (const auto& [day, stocks] : m_fixture.state().dealDetails) {
             for (const auto& [stock, accounts] : stocks) {
@@ -154,17 +165,24 @@ private:
         }
         EXPECT_EQ(m_fixture.manager().getRunningOrders("A", "S"), 0);
         const auto plan = m_fixture.manager().previewBalance("A", "S");
-        for (const auto& stock : plan.stocks) {
-            EXPECT_NE(stock.outcome, EBalanceOutcome::Order) << stock.stockKey;
-            EXPECT_EQ(stock.difference, left[stock.stockKey]) << stock.stockKey;
-            left.erase(stock.stockKey);
+        ASSERT_EQ(plan.stocks.size(), sent.stocks.size());
+        for (std::size_t at = 0; at < plan.stocks.size(); ++at) {
+            const auto& before = sent.stocks[at];
+            const auto& after = plan.stocks[at];
+            const bool sells = before.side == vexservice::OPT_SELL;
+            EXPECT_EQ(after.difference,
+                      before.difference + (sells ? -before.volume : before.volume))
+                << after.stockKey;
+            EXPECT_EQ(after.difference, left[after.stockKey]) << after.stockKey;
+            left.erase(after.stockKey);
         }
         for (const auto& [stock, volume] : left) EXPECT_EQ(volume, 0) << stock;
     }
 
     std::mt19937 m_random;
     Fixture m_fixture;
-    std::map<std::string, int> m_ticks;
+    std::map<std::string, int> m_ticks;  ///< best bid
+    vexservice::EPriceType m_priceType = vexservice::PRTP_COMPETE;
 };
 
 }  // namespace
@@ -176,8 +194,11 @@ TEST(BalancingSeeds, EveryBalanceThatWasFilledLeavesOnlyWhatThePreviewExplains) 
         Morning morning(seed);
         morning.trade();
         morning.balance();
-        if (::testing::Test::HasFailure()) return;
         orders += morning.sentOrders();
+        // A surplus that was rounded down is an odd lot now, which the next balance sells.
+        if (!::testing::Test::HasFailure()) morning.balance();
+        morning.checkSettled();
+        if (::testing::Test::HasFailure()) return;
     }
     EXPECT_GT(orders, 1000u);  // the mornings leave something to balance
 }

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "platform/services/quoteclient.h"
+
+#include <boost/shared_ptr.hpp>
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+
+namespace desk {
+
+/// The course of each stock over the day, one price a minute, noted as prices come in.
+///
+/// Threads: one for all operations; prices come on the quote client's.
+class CPriceTape {
+public:
+    /// From now on notes the prices of a stock; nothing happens when it does already.
+    void follow(const std::string& stockKey);
+    std::map<int, double> of(const std::string& stockKey) const;
+
+    /// Forgets the prices of the day.
+    void forget();
+    /// Gives the subscriptions back; to be called before the client goes.
+    void letGo() { m_requests.clear(); }
+
+private:
+    struct Notes {
+        std::mutex mutex;
+        std::map<std::string, std::map<int, double>> prices;
+    };
+    /// Shared with callbacks that may still be under way.
+    std::shared_ptr<Notes> m_pNotes = std::make_shared<Notes>();
+    std::map<std::string, boost::shared_ptr<TC::CQuoteRequest>> m_requests;
+};
+
+/// Client time as "hh:mm:ss" and the minute of the day, by the platform's clock.
+std::string clockText();
+int clockMinute();
+
+}  // namespace desk
