@@ -225,6 +225,15 @@ TEST_F(DeskWindow, PauseStopsTheClockAndSpeedSetsItsPace) {
     EXPECT_TRUE(until([this] { return shown()->ended; }));
 }
 
+TEST_F(DeskWindow, BuiltInMarketTradesLiveAndStops) {
+    open(nullptr);
+    ASSERT_TRUE(until([this] { return shown() && !shown()->deals.empty(); }));
+    EXPECT_EQ(shown()->date, QDate::currentDate().toString("yyyyMMdd").toStdString());
+    EXPECT_LT(shown()->progress, 0.0);
+    EXPECT_FALSE(find<QPushButton>("pause")->isVisible());
+    EXPECT_FALSE(shown()->prices.empty());
+}
+
 TEST_F(DeskWindow, BrokenLineIsNamedAndWhatWasPlayedStays) {
     open(R"({"do":"config","now":"2024-01-05 09:29:00"}
 {"do":"account","key":"A01"}
