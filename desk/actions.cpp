@@ -33,7 +33,8 @@ TC::TradeStatData statOf(const TC::CLinkageManager& manager, const Selection& pa
         stat.m_strAccountType = std::to_string(account->m_nType);
         stat.m_strBroker = account->m_strBroker;
     }
-    const bool type3 = utils::CSingletonT<TC::CAppConfig>::instance()->isClientType(TC::CLIENT_TYPE_3);
+    const bool type3 =
+        utils::CSingletonT<TC::CAppConfig>::instance()->isClientType(TC::CLIENT_TYPE_3);
     for (const auto& [stock, record] : manager.getTradeStatDatas(pair.account, pair.strategy)) {
         const TC::EffectiveFigures figures = TC::effectiveFigures(*record, type3);
         stat.m_nTotalBuyVolume += figures.buyVolume;
@@ -52,9 +53,9 @@ std::string balanceKey(const std::string& account, const std::string& strategy) 
 
 void CActions::preview(const Selection& pair, bool history, PlanAnswer answer) {
     m_engine.post(onManager([this, pair, history, answer](TC::CLinkageManager& manager) {
-        const TC::BalancePlan plan = history
-                                         ? manager.previewHistoryBalance(pair.account, pair.strategy)
-                                         : manager.previewBalance(pair.account, pair.strategy);
+        const TC::BalancePlan plan =
+            history ? manager.previewHistoryBalance(pair.account, pair.strategy)
+                    : manager.previewBalance(pair.account, pair.strategy);
         m_engine.answer([answer, plan] { answer(plan); });
     }));
 }
@@ -102,8 +103,8 @@ void CActions::deleteHistoryStock(const std::string& historyKey, const std::stri
 }
 
 void CActions::deleteBalancedHistory() {
-    m_engine.post(onManager(
-        [](TC::CLinkageManager& manager) { manager.deleteHistoryAlreadyBalancedata(); }));
+    m_engine.post(
+        onManager([](TC::CLinkageManager& manager) { manager.deleteHistoryAlreadyBalancedata(); }));
 }
 
 void CActions::deleteAllHistory() {

@@ -40,10 +40,9 @@ public:
 
 CBalanceTimesPage::CBalanceTimesPage(CActions& actions, QWidget* parent)
     : QWidget(parent), m_actions(actions) {
-    m_pTable = new CRowsView({{tr("Account")},
-                              {tr("Strategy")},
-                              {tr("Balanced at"), EFormat::Time, true}},
-                             CRowsView::ESorting::Off, this);
+    m_pTable =
+        new CRowsView({{tr("Account")}, {tr("Strategy")}, {tr("Balanced at"), EFormat::Time, true}},
+                      CRowsView::ESorting::Off, this);
     m_pTable->setObjectName("balanceTimes");
     m_pTable->setItemDelegateForColumn(TIME_COLUMN, new CTimeDelegate(m_pTable));
     connect(&m_pTable->rows(), &CRowsModel::sigEdited, this,
@@ -83,15 +82,17 @@ void CBalanceTimesPage::show(const std::map<std::string, std::string>& times,
     std::vector<Row> rows;
     for (const auto& [key, time] : times) {
         const QString text = QString::fromStdString(key);
-        rows.push_back({text,
-                        {text.section(':', 0, 0), text.section(':', 1), QString::fromStdString(time)},
-                        false});
+        rows.push_back(
+            {text,
+             {text.section(':', 0, 0), text.section(':', 1), QString::fromStdString(time)},
+             false});
     }
     m_pTable->rows().setRows(std::move(rows));
     m_chosen = chosen;
     const bool pair = !chosen.strategy.empty();
-    m_pChosen->setText(pair ? tr("%1 / %2 at").arg(QString::fromStdString(chosen.account),
-                                                   QString::fromStdString(chosen.strategy))
+    m_pChosen->setText(pair ? tr("%1 / %2 at")
+                                  .arg(QString::fromStdString(chosen.account),
+                                       QString::fromStdString(chosen.strategy))
                             : tr("Choose a strategy to give it a time"));
     m_pTime->setEnabled(pair);
     m_pSet->setEnabled(pair);

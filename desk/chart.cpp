@@ -146,11 +146,8 @@ void CChart::paintEvent(QPaintEvent*) {
     paintPane(painter, m_price, priceTitle(), 2);
     paintPane(painter, m_profit, profitTitle(), 0);
 
+    paintCurve(painter, m_price, pricePoints(), style::ACCENT, false);
     std::vector<QPointF> points;
-    for (const auto& [minute, price] : m_pPicture->prices)
-        points.push_back(pixel(m_price, minute, price));
-    paintCurve(painter, m_price, points, style::ACCENT, false);
-    points.clear();
     for (const auto& [minute, point] : m_pPicture->curve)
         points.push_back(pixel(m_profit, minute, point.profit));
     const bool gains = m_pPicture->curve.empty() || m_pPicture->curve.rbegin()->second.profit >= 0;
@@ -158,6 +155,23 @@ void CChart::paintEvent(QPaintEvent*) {
 
     paintMarks(painter, 0, m_price);
     paintMarks(painter, 1, m_profit);
+}
+
+/// A price holds until the next one, the last one until now.
+std::vector<QPointF> CChart::pricePoints() const {
+    std::vector<QPointF> points;
+    std::pair<int, double> last(-1, 0.0);
+    const auto holdUntil = [&](int minute) {
+        if (last.first >= 0 && minute > last.first)
+            points.push_back(pixel(m_price, minute, last.second));
+    };
+    for (const auto& noted : m_pPicture->prices) {
+        holdUntil(noted.first - 1);
+        points.push_back(pixel(m_price, noted.first, noted.second));
+        last = noted;
+    }
+    holdUntil(m_pPicture->minute);
+    return points;
 }
 
 QString CChart::priceTitle() const {
@@ -175,8 +189,8 @@ QString CChart::priceTitle() const {
 QString CChart::profitTitle() const {
     const Selection& chosen = m_pPicture->selection;
     if (chosen.account.empty()) return tr("Profit: choose a strategy");
-    const QString strategy = chosen.strategy.empty() ? tr("all strategies")
-                                                     : QString::fromStdString(chosen.strategy);
+    const QString strategy =
+        chosen.strategy.empty() ? tr("all strategies") : QString::fromStdString(chosen.strategy);
     return tr("Profit of %1 / %2 over the day (yuan)")
         .arg(QString::fromStdString(chosen.account), strategy);
 }

@@ -47,6 +47,7 @@ private:
     void paintCurve(QPainter& painter, const Pane& pane, const std::vector<QPointF>& points,
                     QColor colour, bool filled) const;
     void paintMarks(QPainter& painter, int type, const Pane& pane) const;
+    std::vector<QPointF> pricePoints() const;
     QString priceTitle() const;
     QString profitTitle() const;
 

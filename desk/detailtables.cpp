@@ -76,11 +76,11 @@ CDetailTables::CDetailTables(QWidget* parent, QTabWidget* tabs) {
                            {Tables::tr("Bought"), EFormat::Count},
                            {Tables::tr("Sold"), EFormat::Count},
                            {Tables::tr("Net"), EFormat::Count},
-                           {Tables::tr("Bought amount"), EFormat::Money},
-                           {Tables::tr("Sold amount"), EFormat::Money},
+                           {Tables::tr("Bought amount"), EFormat::Yuan},
+                           {Tables::tr("Sold amount"), EFormat::Yuan},
                            {Tables::tr("Commission"), EFormat::Money},
                            {Tables::tr("Profit"), EFormat::Profit},
-                           {Tables::tr("Position value"), EFormat::Money}});
+                           {Tables::tr("Position value"), EFormat::Yuan}});
     m_pOrders = makeTable(tabs, "orders",
                           {{Tables::tr("Order")},
                            {Tables::tr("Side"), EFormat::Side},

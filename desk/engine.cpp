@@ -19,6 +19,7 @@ constexpr auto TICK = 10ms;
 constexpr auto PICTURE_EVERY = 100ms;
 /// A picture may cost a tenth of the engine's time, not more.
 constexpr int PICTURE_SHARE = 10;
+constexpr double FASTEST_AT_THE_END = 10.0;
 
 double seconds(Clock::duration duration) { return std::chrono::duration<double>(duration).count(); }
 
@@ -128,28 +129,31 @@ void CEngine::takePicture(CPictureTaker& taker, const IStage& stage) {
 
 void CEngine::step(IStage& stage, double elapsed) {
     double speed = m_dSpeed;
-    // Behind the end of a recording nothing is left to hurry for.
-    if (stage.ended()) speed = speed == UNPACED ? 0.0 : std::min(1.0, speed);
+    // Behind the end of a recording only what the user asks for is waited for.
+    if (stage.ended()) speed = speed == UNPACED ? 0.0 : std::min(FASTEST_AT_THE_END, speed);
     if (m_bPaused) speed = 0.0;
     stage.step(static_cast<std::int64_t>(elapsed * speed * 1e6));
 }
 
-void CEngine::run() {
-    std::unique_ptr<IStage> stage;
+std::unique_ptr<IStage> CEngine::makeStage(CPriceTape& tape) {
     try {
-        stage = m_options.scenario.isEmpty()
-                    ? makeLiveStage(m_options.dataDir)
-                    : makeRecordedStage(m_options.scenario, m_options.dataDir, m_options.haltAt);
+        if (m_options.scenario.isEmpty()) return makeLiveStage(m_options.dataDir, tape);
+        return makeRecordedStage(m_options.scenario, m_options.dataDir, m_options.haltAt, tape);
     } catch (const StageError& fault) {
         {
             const std::lock_guard lock(m_mutex);
             m_strStageFault = QString::fromUtf8(fault.what());
         }
         ring();
-        return;
+        return nullptr;
     }
+}
 
-    CPictureTaker taker;
+void CEngine::run() {
+    CPriceTape tape;
+    const std::unique_ptr<IStage> stage = makeStage(tape);
+    if (!stage) return;
+    CPictureTaker taker(tape);
     Clock::time_point last = Clock::now();
     Clock::time_point nextPicture = last;
     while (!m_bStop) {
@@ -170,7 +174,6 @@ void CEngine::run() {
         m_wake.wait_until(lock, now + TICK,
                           [this] { return m_bStop || !m_jobs.empty() || m_bSelectionNew; });
     }
-    taker.letGo();
 }
 
 }  // namespace desk

@@ -73,6 +73,8 @@ Q_SIGNALS:
 
 private:
     void run();
+    /// Empty when it cannot be set up; the fault is in the mailbox then.
+    std::unique_ptr<IStage> makeStage(class CPriceTape& tape);
     void runJobs();
     void takePicture(class CPictureTaker& taker, const IStage& stage);
     void ring();

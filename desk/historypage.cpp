@@ -25,8 +25,8 @@ CHistoryPage::CHistoryPage(CActions& actions, QWidget* parent)
                               {tr("Bought"), EFormat::Count},
                               {tr("Sold"), EFormat::Count},
                               {tr("Difference"), EFormat::Count},
-                              {tr("Bought amount"), EFormat::Money},
-                              {tr("Sold amount"), EFormat::Money}},
+                              {tr("Bought amount"), EFormat::Yuan},
+                              {tr("Sold amount"), EFormat::Yuan}},
                              CRowsView::ESorting::Off, this);
     m_pTable->setObjectName("history");
 
@@ -95,12 +95,12 @@ void CHistoryPage::show(const std::vector<HistoryRow>& history, const Selection&
     m_chosen = chosen;
     std::vector<Row> rows;
     for (const HistoryRow& row : history) {
-        rows.push_back({rowKey(row),
-                        {QString::fromStdString(row.account), QString::fromStdString(row.strategy),
-                         QString::fromStdString(row.stock), qlonglong(row.bought),
-                         qlonglong(row.sold), qlonglong(row.bought - row.sold), row.boughtAmount,
-                         row.soldAmount},
-                        false});
+        rows.push_back(
+            {rowKey(row),
+             {QString::fromStdString(row.account), QString::fromStdString(row.strategy),
+              QString::fromStdString(row.stock), qlonglong(row.bought), qlonglong(row.sold),
+              qlonglong(row.bought - row.sold), row.boughtAmount, row.soldAmount},
+             false});
     }
     m_pTable->rows().setRows(std::move(rows));
     m_pCarry->setEnabled(!chosen.strategy.empty());

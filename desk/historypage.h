@@ -5,6 +5,7 @@
 
 #include <QWidget>
 
+class QHBoxLayout;
 class QPushButton;
 
 namespace desk {
@@ -33,7 +34,7 @@ private:
     Selection m_chosen;
     std::vector<HistoryRow> m_history;
     CRowsView* m_pTable;
-    class QHBoxLayout* m_pButtons;
+    QHBoxLayout* m_pButtons;
     QPushButton* m_pCarry;
     QPushButton* m_pBalance;
     QPushButton* m_pDeleteStock;

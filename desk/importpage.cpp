@@ -17,8 +17,9 @@ CImportPage::CImportPage(CActions& actions, QWidget* parent) : QWidget(parent), 
     m_pSummary->setObjectName("importSummary");
     m_pSummary->setWordWrap(true);
     m_pSummary->setTextFormat(Qt::PlainText);
-    m_pSkipped = new CRowsView({{tr("Sheet")}, {tr("Row"), EFormat::Count}, {tr("Not taken because")}},
-                               CRowsView::ESorting::Off, this);
+    m_pSkipped =
+        new CRowsView({{tr("Sheet")}, {tr("Row"), EFormat::Count}, {tr("Not taken because")}},
+                      CRowsView::ESorting::Off, this);
     m_pSkipped->setObjectName("importSkipped");
 
     auto* line = new QHBoxLayout;

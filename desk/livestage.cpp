@@ -1,3 +1,4 @@
+#include "desk/pricetape.h"
 #include "desk/samplemarket.h"
 #include "desk/stage.h"
 #include "linkage/core/clinkagemanager.h"
@@ -5,8 +6,6 @@
 #include "paper/paperclient.h"
 
 #include <QDate>
-
-#include <optional>
 
 namespace desk {
 
@@ -25,11 +24,12 @@ paper::ClientConfig liveConfig(const QString& dataDir) {
 
 class CLiveStage final : public IStage {
 public:
-    explicit CLiveStage(const QString& dataDir)
-        : m_loop(std::in_place),
-          m_client(m_loop->service(), liveConfig(dataDir)),
-          m_market(m_loop->service(), m_client) {
+    CLiveStage(const QString& dataDir, CPriceTape& tape)
+        : m_tape(tape),
+          m_client(m_loop.service(), liveConfig(dataDir)),
+          m_market(m_loop.service(), m_client) {
         Manager::instance()->init();
+        for (const std::string& stock : m_market.stockKeys()) m_tape.follow(stock);
         m_market.open();
     }
 
@@ -37,22 +37,24 @@ public:
     /// threads; then what they worked on.
     ~CLiveStage() override {
         Manager::release();
-        m_loop->stop();
+        m_loop.stop();
+        m_tape.letGo();
     }
 
-    void step(std::int64_t) override {}
+    void step(std::int64_t) override { m_tape.giveBars(m_client); }
     bool canBePaced() const override { return false; }
 
 private:
-    std::optional<paper::CRealLoop> m_loop;
+    CPriceTape& m_tape;
+    paper::CRealLoop m_loop;
     paper::CPaperClient m_client;
     CSampleMarket m_market;
 };
 
 }  // namespace
 
-std::unique_ptr<IStage> makeLiveStage(const QString& dataDir) {
-    return std::make_unique<CLiveStage>(dataDir);
+std::unique_ptr<IStage> makeLiveStage(const QString& dataDir, CPriceTape& tape) {
+    return std::make_unique<CLiveStage>(dataDir, tape);
 }
 
 }  // namespace desk

@@ -3,12 +3,14 @@
 #include "desk/shot.h"
 #include "desk/style.h"
 #include "desk/texts.h"
+#include "platform/log.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QLocale>
 #include <QTemporaryDir>
 #include <QTextStream>
+#include <QTime>
 #include <QTimer>
 
 #include <optional>
@@ -43,7 +45,7 @@ QString readArguments(const QCoreApplication& application, Arguments& arguments)
     const QCommandLineOption dir("data-dir", "The client's data directory; else a temporary one.",
                                  "DIR");
     const QCommandLineOption lang("lang", "Language (zh_CN or en); else the system's.", "NAME");
-    const QCommandLineOption size("size", "Size of the window in pixels.", "WxH", "1480x920");
+    const QCommandLineOption size("size", "Size of the window in pixels.", "WxH", "1600x940");
     const QCommandLineOption shot(
         "shot", "Play the scenario without a display, save a picture of the window and exit.",
         "FILE.png");
@@ -65,8 +67,7 @@ QString readArguments(const QCoreApplication& application, Arguments& arguments)
     arguments.size = sides.size() == 2 ? QSize(sides[0].toInt(), sides[1].toInt()) : QSize();
     if (arguments.size.isEmpty()) return "--size takes a size as WIDTHxHEIGHT";
     arguments.shot = parser.value(shot);
-    if (parser.isSet(shot) && arguments.engine.scenario.isEmpty())
-        return "--shot needs a scenario";
+    if (parser.isSet(shot) && arguments.engine.scenario.isEmpty()) return "--shot needs a scenario";
     return {};
 }
 
@@ -92,9 +93,11 @@ int main(int argc, char** argv) {
     const QString fault = readArguments(application, arguments);
     if (!fault.isEmpty()) return refuse(fault);
     std::optional<QTemporaryDir> temporary;
-    if (arguments.engine.dataDir.isEmpty())
-        arguments.engine.dataDir = temporary.emplace().path();
+    if (arguments.engine.dataDir.isEmpty()) arguments.engine.dataDir = temporary.emplace().path();
 
+    // Without a configuration the log would only complain of having none.
+    if (!qEnvironmentVariableIsSet("LOG4CXX_CONFIGURATION"))
+        g_VexStdLogger.setTap([](std::string_view, const std::string&) {});
     const desk::CTranslation translation(arguments.locale);
     desk::style::apply(application);
     if (!arguments.shot.isEmpty()) arguments.engine.speed = desk::UNPACED;

@@ -29,7 +29,7 @@ CMainWindow::CMainWindow(CEngine& engine) : m_engine(engine), m_actions(engine) 
     setWindowTitle(tr("Linkage Desk"));
     setMenuWidget(makeTopBar());
     setCentralWidget(makeBody());
-    resize(1480, 920);
+    resize(1600, 940);
 
     connect(&m_engine, &CEngine::sigNews, this, &CMainWindow::collect, Qt::QueuedConnection);
     connect(m_pPairs, &CRowsView::sigChosen, this, &CMainWindow::choosePair);
@@ -49,7 +49,9 @@ CMainWindow::~CMainWindow() = default;
 void CMainWindow::collect() {
     if (auto picture = m_engine.collect()) show(std::move(picture));
     const QString fault = m_engine.stageFault();
-    if (!fault.isEmpty()) showMessage(fault);
+    if (fault.isEmpty()) return;
+    showMessage(fault);
+    Q_EMIT sigFault(fault);
 }
 
 void CMainWindow::show(std::shared_ptr<const Picture> picture) {
@@ -86,11 +88,11 @@ void CMainWindow::showPairs(const Picture& picture) {
         const QString name =
             whole ? QString::fromStdString(pair.account + "  " + pair.accountName).trimmed()
                   : "    " + QString::fromStdString(pair.strategy);
-        rows.push_back({pairKey(pair.account, pair.strategy),
-                        {name, pair.profit, qlonglong(pair.bought), qlonglong(pair.sold),
-                         pair.runningOrders, pair.runningTasks,
-                         QString::fromStdString(pair.balanceTime)},
-                        whole});
+        rows.push_back(
+            {pairKey(pair.account, pair.strategy),
+             {name, pair.profit, qlonglong(pair.bought), qlonglong(pair.sold), pair.runningOrders,
+              pair.runningTasks, QString::fromStdString(pair.balanceTime)},
+             whole});
     }
     m_pPairs->rows().setRows(std::move(rows));
 }
@@ -113,8 +115,8 @@ void CMainWindow::showCounts(const Picture& picture) {
 /// Until the user has chosen, the first strategy that has traded, and its first stock.
 void CMainWindow::chooseForTheUser(const Picture& picture) {
     if (m_selection.account.empty()) {
-        const auto first = std::find_if(
-            picture.pairs.begin(), picture.pairs.end(), [](const PairRow& pair) {
+        const auto first =
+            std::find_if(picture.pairs.begin(), picture.pairs.end(), [](const PairRow& pair) {
                 return !pair.strategy.empty() && pair.bought + pair.sold > 0;
             });
         if (first != picture.pairs.end())
@@ -125,9 +127,16 @@ void CMainWindow::chooseForTheUser(const Picture& picture) {
     }
 }
 
+void CMainWindow::chooseFirst() {
+    m_pPairs->setCurrentIndex({});
+    m_pTables->stocks()->setCurrentIndex({});
+    m_selection = {};
+    if (m_pShown) chooseForTheUser(*m_pShown);
+}
+
 void CMainWindow::choosePair(const QString& key) {
-    const Selection pair{key.section('\n', 0, 0).toStdString(),
-                         key.section('\n', 1).toStdString(), m_selection.stock};
+    const Selection pair{key.section('\n', 0, 0).toStdString(), key.section('\n', 1).toStdString(),
+                         m_selection.stock};
     if (pair == m_selection) return;
     m_selection = pair;
     m_engine.select(m_selection);

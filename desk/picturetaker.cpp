@@ -3,13 +3,12 @@
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/types.h"
 #include "platform/services/clientconfig.h"
+#include "platform/services/quoteclient.h"
 #include "platform/services/stockmanager.h"
-#include "platform/utils/clock.h"
 #include "platform/utils/text.h"
 
-#include <QDateTime>
-
 #include <atomic>
+#include <set>
 
 namespace desk {
 
@@ -21,60 +20,23 @@ namespace {
 
 using Manager = utils::CSingletonT<TC::CLinkageManager>;
 
-QDateTime clockNow() {
-    return QDateTime::fromMSecsSinceEpoch(utils::currentClock().nowMicros() / 1000);
-}
-
 std::string instrumentName(const std::string& stockKey) {
-    const auto detail =
-        utils::CSingletonT<TC::CStockManager>::instance()->getInstrumentDetail(
-            Pim::sToQs(stockKey));
+    const auto detail = utils::CSingletonT<TC::CStockManager>::instance()->getInstrumentDetail(
+        Pim::sToQs(stockKey));
     return detail ? detail->m_strName : std::string();
 }
 
 }  // namespace
-
-std::string clockText() { return clockNow().toString("hh:mm:ss").toStdString(); }
-
-int clockMinute() {
-    const QTime time = clockNow().time();
-    return time.hour() * 60 + time.minute();
-}
 
 int minuteOf(const std::string& time) {
     if (time.size() != 6 || time.find_first_not_of("0123456789") != std::string::npos) return 0;
     return std::stoi(time.substr(0, 2)) * 60 + std::stoi(time.substr(2, 2));
 }
 
-void CPriceTape::follow(const std::string& stockKey) {
-    auto& request = m_requests[stockKey];
-    if (request) return;
-    const auto note = [notes = m_pNotes,
-                       stockKey](const boost::shared_ptr<vexservice::CPriceData>& price) {
-        if (!price || !price->hasLastPrice()) return;
-        const int minute = clockMinute();
-        const std::lock_guard lock(notes->mutex);
-        notes->prices[stockKey][minute] = price->m_dLastPrice;
-    };
-    request = TC::CQuoteRequest::makeRequest(Pim::sToQs(stockKey), note);
-    note(utils::CManualSingletonT<TC::CQuoteClient>::instance()->getStockPrice(
-        Pim::sToQs(stockKey)));
-}
-
-std::map<int, double> CPriceTape::of(const std::string& stockKey) const {
-    const std::lock_guard lock(m_pNotes->mutex);
-    const auto found = m_pNotes->prices.find(stockKey);
-    return found == m_pNotes->prices.end() ? std::map<int, double>() : found->second;
-}
-
-void CPriceTape::clear() {
-    m_requests.clear();
-    m_pNotes = std::make_shared<Notes>();
-}
-
 void CPictureTaker::followManager(TC::CLinkageManager& manager) {
     if (m_statConnection.connected()) return;
-    m_bClientType3 = utils::CSingletonT<TC::CAppConfig>::instance()->isClientType(TC::CLIENT_TYPE_3);
+    m_bClientType3 =
+        utils::CSingletonT<TC::CAppConfig>::instance()->isClientType(TC::CLIENT_TYPE_3);
     m_pStatChanged = std::make_shared<StatFlag>();
     m_statConnection = manager.sigStatDataChanged.connect(
         [flag = m_pStatChanged] { flag->changed.store(true, std::memory_order_relaxed); });
@@ -83,22 +45,16 @@ void CPictureTaker::followManager(TC::CLinkageManager& manager) {
     manager.startBalanceCalculator();
 }
 
-void CPictureTaker::letGo() {
-    m_statConnection.disconnect();
-    m_tape.clear();
-}
-
 void CPictureTaker::take(Picture& picture) {
     if (!Manager::exists()) return;
     TC::CLinkageManager& manager = *Manager::instance();
     followManager(manager);
     picture.date = manager.getTradeDate();
-    if (picture.date != m_strTapeDate) m_tape.clear();
+    if (picture.date != m_strTapeDate) m_tape.forget();
     m_strTapeDate = picture.date;
     for (const std::string& stock : manager.getStocks()) m_tape.follow(stock);
 
-    picture.userName =
-        TC::getUserConfig()->getUserDataString(TC::USER_NAME).toStdString();
+    picture.userName = TC::getUserConfig()->getUserDataString(TC::USER_NAME).toStdString();
     picture.balanceTimes = manager.getBalanceTime();
     takePairs(manager, picture);
     takeHistory(manager, picture);
@@ -120,8 +76,7 @@ void CPictureTaker::takePairs(TC::CLinkageManager& manager, Picture& picture) {
             row.runningTasks = manager.getRunningTasks(row.account, strategy);
             const auto records = manager.getTradeStatDatas(row.account, strategy);
             for (const auto& [stock, record] : records) {
-                const TC::EffectiveFigures figures =
-                    TC::effectiveFigures(*record, m_bClientType3);
+                const TC::EffectiveFigures figures = TC::effectiveFigures(*record, m_bClientType3);
                 row.bought += figures.buyVolume;
                 row.sold += figures.sellVolume;
                 row.profit += record->deals().m_dProfit;
@@ -130,15 +85,17 @@ void CPictureTaker::takePairs(TC::CLinkageManager& manager, Picture& picture) {
             const auto time = picture.balanceTimes.find(row.account + ":" + strategy);
             if (time != picture.balanceTimes.end()) row.balanceTime = time->second;
             const bool idle = records.empty() && row.runningOrders == 0 && row.runningTasks == 0;
-            if (strategy.empty() || !idle) picture.pairs.push_back(std::move(row));
+            // What the user looks at stays, also when a new day has emptied it.
+            const bool chosen =
+                picture.selection.account == row.account && picture.selection.strategy == strategy;
+            if (strategy.empty() || chosen || !idle) picture.pairs.push_back(std::move(row));
         }
     }
 }
 
 void CPictureTaker::takeStocks(TC::CLinkageManager& manager, Picture& picture) {
     const Selection& chosen = picture.selection;
-    for (const auto& [stock, record] :
-         manager.getTradeStatDatas(chosen.account, chosen.strategy)) {
+    for (const auto& [stock, record] : manager.getTradeStatDatas(chosen.account, chosen.strategy)) {
         const TC::EffectiveFigures figures = TC::effectiveFigures(*record, m_bClientType3);
         StockRow row;
         row.stock = stock;
@@ -150,9 +107,8 @@ void CPictureTaker::takeStocks(TC::CLinkageManager& manager, Picture& picture) {
         row.commission = record->deals().m_dCommission;
         row.profit = record->deals().m_dProfit;
         row.positionValue = record->deals().m_dPositionValue;
-        const auto price =
-            utils::CManualSingletonT<TC::CQuoteClient>::instance()->getStockPrice(
-                Pim::sToQs(stock));
+        const auto price = utils::CManualSingletonT<TC::CQuoteClient>::instance()->getStockPrice(
+            Pim::sToQs(stock));
         if (price && price->hasLastPrice()) row.lastPrice = price->m_dLastPrice;
         picture.stocks.push_back(std::move(row));
     }

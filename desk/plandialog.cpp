@@ -33,13 +33,13 @@ Row planRow(const TC::StockBalance& stock) {
     row.key = Pim::sToQs(stock.stockKey);
     row.cells = {row.key, stock.bought, stock.sold, stock.difference};
     if (stock.outcome == TC::EBalanceOutcome::Order) {
-        row.cells.insert(row.cells.end(),
-                         {stock.side == vexservice::OPT_BUY, qlonglong(stock.volume),
-                          libraryText(TC::getPriceTypeQString(stock.priceType)), stock.price,
-                          QString()});
+        row.cells.insert(
+            row.cells.end(),
+            {stock.side == vexservice::OPT_BUY, qlonglong(stock.volume),
+             libraryText(TC::getPriceTypeQString(stock.priceType)), stock.price, QString()});
     } else {
-        row.cells.insert(row.cells.end(),
-                         {QVariant(), QVariant(), QVariant(), QVariant(), outcomeText(stock.outcome)});
+        row.cells.insert(row.cells.end(), {QVariant(), QVariant(), QVariant(), QVariant(),
+                                           outcomeText(stock.outcome)});
     }
     return row;
 }
@@ -48,7 +48,8 @@ Row planRow(const TC::StockBalance& stock) {
 
 QString refusalText(TC::EBalanceRefusal refusal) {
     switch (refusal) {
-        case TC::EBalanceRefusal::None: return {};
+        case TC::EBalanceRefusal::None:
+            return {};
         case TC::EBalanceRefusal::NoAccountData:
             return CPlanDialog::tr("The account is not known to the data center.");
         case TC::EBalanceRefusal::NoAccountInfo:
@@ -63,10 +64,14 @@ QString refusalText(TC::EBalanceRefusal refusal) {
 
 QString outcomeText(TC::EBalanceOutcome outcome) {
     switch (outcome) {
-        case TC::EBalanceOutcome::Order: return {};
-        case TC::EBalanceOutcome::Balanced: return CPlanDialog::tr("Already balanced");
-        case TC::EBalanceOutcome::BelowLot: return CPlanDialog::tr("Less than one lot");
-        case TC::EBalanceOutcome::NoInstrument: return CPlanDialog::tr("Instrument not known");
+        case TC::EBalanceOutcome::Order:
+            return {};
+        case TC::EBalanceOutcome::Balanced:
+            return CPlanDialog::tr("Already balanced");
+        case TC::EBalanceOutcome::BelowLot:
+            return CPlanDialog::tr("Less than one lot");
+        case TC::EBalanceOutcome::NoInstrument:
+            return CPlanDialog::tr("Instrument not known");
     }
     return {};
 }
@@ -78,9 +83,9 @@ CPlanDialog::CPlanDialog(const QString& title, const TC::BalancePlan& plan, QWid
     setWindowTitle(title);
     auto* layout = new QVBoxLayout(this);
 
-    const auto orders = std::count_if(plan.stocks.begin(), plan.stocks.end(), [](const auto& stock) {
-        return stock.outcome == TC::EBalanceOutcome::Order;
-    });
+    const auto orders = std::count_if(
+        plan.stocks.begin(), plan.stocks.end(),
+        [](const auto& stock) { return stock.outcome == TC::EBalanceOutcome::Order; });
     const bool refused = plan.refusal != TC::EBalanceRefusal::None;
     auto* summary = new QLabel(
         refused ? refusalText(plan.refusal)

@@ -1,3 +1,4 @@
+#include "desk/pricetape.h"
 #include "desk/stage.h"
 #include "replay/eventparser.h"
 #include "replay/linereader.h"
@@ -22,12 +23,16 @@ constexpr std::int64_t STRIDE_MICROS = 2'000'000;
 
 class CRecordedStage final : public IStage {
 public:
-    CRecordedStage(const QString& scenario, const QString& dataDir, std::string haltAt)
-        : m_scenario(scenario.toStdString()),
+    CRecordedStage(const QString& scenario, const QString& dataDir, std::string haltAt,
+                   CPriceTape& tape)
+        : m_tape(tape),
+          m_scenario(scenario.toStdString()),
           m_haltAt(std::move(haltAt)),
           m_reader(m_scenario),
           m_output([](std::string_view) {}),
           m_session({dataDir, false, nullptr}, m_output) {}
+
+    ~CRecordedStage() override { m_tape.letGo(); }
 
     bool canBePaced() const override { return true; }
     double progress() const override { return m_bEnded ? 1.0 : m_reader.progress(); }
@@ -65,6 +70,7 @@ private:
             std::int64_t next = std::min(until, now + STRIDE_MICROS);
             if (m_target) next = std::min(next, *m_target);
             m_session.advanceTo(next);
+            m_tape.giveBars(m_session.client());
         }
     }
 
@@ -82,6 +88,11 @@ private:
                 return;
             }
             const bool first = !m_session.started();
+            if (const auto* price = std::get_if<replay::PriceEvent>(&event); price && !first)
+                m_tape.follow(price->stockKey);
+            if (const auto* bars = std::get_if<replay::BarsEvent>(&event);
+                bars && !bars->bars.empty())
+                m_tape.leaveBars(bars->stockKey, bars->bars.back().m_nMinute);
             m_session.play(event);
             if (first) setHalt();
         } catch (const replay::LineError& fault) {
@@ -104,6 +115,7 @@ private:
         m_haltMicros = replay::parseMoment(moment);
     }
 
+    CPriceTape& m_tape;
     const std::string m_scenario;
     const std::string m_haltAt;
     replay::CLineReader m_reader;
@@ -120,9 +132,9 @@ private:
 }  // namespace
 
 std::unique_ptr<IStage> makeRecordedStage(const QString& scenario, const QString& dataDir,
-                                          const std::string& haltAt) {
+                                          const std::string& haltAt, CPriceTape& tape) {
     try {
-        return std::make_unique<CRecordedStage>(scenario, dataDir, haltAt);
+        return std::make_unique<CRecordedStage>(scenario, dataDir, haltAt, tape);
     } catch (const replay::InputError& fault) {
         throw StageError(scenario.toStdString() + ": " + fault.what());
     }

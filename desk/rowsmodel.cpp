@@ -7,6 +7,7 @@
 #include <QSet>
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace desk {
@@ -32,16 +33,22 @@ QVariant colourOf(const QVariant& value, EFormat format) {
 QString formatted(const QVariant& value, EFormat format) {
     if (!value.isValid()) return {};
     switch (format) {
-        case EFormat::Text: return value.toString();
+        case EFormat::Text:
+            return value.toString();
         case EFormat::Count:
-            return QString::fromStdString(utils::formatIntNumber(
-                value.toLongLong(), 0, utils::FORMAT_NUMBER_GROUPED));
+            return QString::fromStdString(
+                utils::formatIntNumber(value.toLongLong(), 0, utils::FORMAT_NUMBER_GROUPED));
+        case EFormat::Yuan:
+            return QString::fromStdString(utils::formatIntNumber(std::llround(value.toDouble()), 0,
+                                                                 utils::FORMAT_NUMBER_GROUPED));
         case EFormat::Money:
-        case EFormat::Price: return money(value.toDouble(), utils::FORMAT_NUMBER_GROUPED);
+        case EFormat::Price:
+            return money(value.toDouble(), utils::FORMAT_NUMBER_GROUPED);
         case EFormat::Profit:
             return money(value.toDouble(),
                          utils::FORMAT_NUMBER_GROUPED | utils::FORMAT_NUMBER_SIGNED);
-        case EFormat::Side: return value.toBool() ? CRowsModel::tr("Buy") : CRowsModel::tr("Sell");
+        case EFormat::Side:
+            return value.toBool() ? CRowsModel::tr("Buy") : CRowsModel::tr("Sell");
         case EFormat::Time: {
             const QString text = value.toString();
             if (text.size() != 6) return text;
@@ -82,8 +89,8 @@ void CRowsModel::removeMissing(const std::vector<Row>& rows) {
 void CRowsModel::place(int index, Row&& row) {
     const auto here = m_rows.begin() + index;
     if (here != m_rows.end() && here->key == row.key) return update(index, std::move(row));
-    const auto found = std::find_if(here, m_rows.end(),
-                                    [&row](const Row& other) { return other.key == row.key; });
+    const auto found =
+        std::find_if(here, m_rows.end(), [&row](const Row& other) { return other.key == row.key; });
     if (found == m_rows.end()) {
         beginInsertRows({}, index, index);
         m_rows.insert(here, std::move(row));
@@ -119,11 +126,15 @@ QVariant CRowsModel::data(const QModelIndex& index, int role) const {
     const EFormat format = m_columns[column].format;
     const QVariant value = column < shown.cells.size() ? shown.cells[column] : QVariant();
     switch (role) {
-        case Qt::DisplayRole: return formatted(value, format);
+        case Qt::DisplayRole:
+            return formatted(value, format);
         case Qt::EditRole:
-        case ROLE_VALUE: return value;
-        case ROLE_KEY: return shown.key;
-        case Qt::ForegroundRole: return colourOf(value, format);
+        case ROLE_VALUE:
+            return value;
+        case ROLE_KEY:
+            return shown.key;
+        case Qt::ForegroundRole:
+            return colourOf(value, format);
         case Qt::TextAlignmentRole:
             return int((isNumber(format) ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
         case Qt::FontRole:
@@ -133,8 +144,10 @@ QVariant CRowsModel::data(const QModelIndex& index, int role) const {
                 return font;
             }
             return {};
-        case Qt::BackgroundRole: return shown.heading ? QVariant(style::RAISED) : QVariant();
-        default: return {};
+        case Qt::BackgroundRole:
+            return shown.heading ? QVariant(style::RAISED) : QVariant();
+        default:
+            return {};
     }
 }
 

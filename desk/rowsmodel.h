@@ -13,10 +13,11 @@ enum class EFormat {
     Text,
     Count,   ///< whole number, grouped
     Money,   ///< two decimals, grouped
+    Yuan,    ///< money in whole yuan, grouped
     Profit,  ///< the same with its sign, and in the colour of gain or loss
     Price,
-    Side,    ///< true: buy
-    Time,    ///< "hhmmss" as hh:mm:ss
+    Side,  ///< true: buy
+    Time,  ///< "hhmmss" as hh:mm:ss
 };
 
 struct Column {

@@ -3,6 +3,7 @@
 #include <QFontMetrics>
 #include <QHeaderView>
 #include <QSortFilterProxyModel>
+#include <QStyledItemDelegate>
 
 #include <algorithm>
 #include <numeric>
@@ -12,10 +13,22 @@ namespace desk {
 
 namespace {
 
-constexpr int PADDING = 18;
-constexpr int SORT_MARK = 14;
+constexpr int PADDING = 17;
+constexpr int SORT_MARK = 16;
 /// More rows than this at a time are a table that was just filled; its first rows tell.
 constexpr int MEASURED_AT_MOST = 200;
+
+/// Gain and loss keep their colours in the chosen row.
+class CRowsDelegate final : public QStyledItemDelegate {
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+protected:
+    void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override {
+        QStyledItemDelegate::initStyleOption(option, index);
+        option->palette.setBrush(QPalette::HighlightedText, option->palette.brush(QPalette::Text));
+    }
+};
 
 QFont bold(QFont font) {
     font.setBold(true);
@@ -36,6 +49,7 @@ CRowsView::CRowsView(std::vector<Column> columns, ESorting sorting, QWidget* par
     } else {
         setModel(m_pRows);
     }
+    setItemDelegate(new CRowsDelegate(this));
     setSelectionBehavior(SelectRows);
     setSelectionMode(SingleSelection);
     setShowGrid(false);
@@ -47,11 +61,11 @@ CRowsView::CRowsView(std::vector<Column> columns, ESorting sorting, QWidget* par
     horizontalHeader()->setHighlightSections(false);
     horizontalHeader()->setSectionResizeMode(QHeaderView::Interactive);
 
-    const QFontMetrics metrics(bold(horizontalHeader()->font()));
-    for (const Column& column : m_pRows->columns()) {
-        const int mark = m_pSorted ? SORT_MARK : 0;
-        m_widths.push_back(metrics.horizontalAdvance(column.title) + PADDING + mark);
-    }
+    const QFontMetrics metrics(horizontalHeader()->font());
+    for (const Column& column : m_pRows->columns())
+        m_widths.push_back(metrics.horizontalAdvance(column.title) + PADDING);
+    connect(horizontalHeader(), &QHeaderView::sortIndicatorChanged, this,
+            &CRowsView::makeRoomForMark);
     connect(m_pRows, &QAbstractItemModel::rowsInserted, this,
             [this](const QModelIndex&, int first, int last) { measure(first, last); });
     connect(m_pRows, &QAbstractItemModel::dataChanged, this,
@@ -63,9 +77,11 @@ CRowsView::CRowsView(std::vector<Column> columns, ESorting sorting, QWidget* par
 int CRowsView::neededWidth() const { return std::accumulate(m_widths.begin(), m_widths.end(), 0); }
 
 void CRowsView::measure(int first, int last) {
-    const QFontMetrics metrics(bold(font()));
+    const QFontMetrics plain(font());
+    const QFontMetrics heading(bold(font()));
     bool wider = false;
     for (int i = first; i <= std::min(last, first + MEASURED_AT_MOST); ++i) {
+        const QFontMetrics& metrics = m_pRows->row(i).heading ? heading : plain;
         for (std::size_t column = 0; column < m_widths.size(); ++column) {
             const QModelIndex cell = m_pRows->index(i, static_cast<int>(column));
             const QString text = m_pRows->data(cell, Qt::DisplayRole).toString();
@@ -75,6 +91,16 @@ void CRowsView::measure(int first, int last) {
         }
     }
     if (wider) spread();
+}
+
+/// The mark of the sorted column stands beside its title.
+void CRowsView::makeRoomForMark(int column) {
+    if (column < 0) return;
+    const QString title = m_pRows->columns()[static_cast<std::size_t>(column)].title;
+    const int width = QFontMetrics(horizontalHeader()->font()).horizontalAdvance(title);
+    int& kept = m_widths[static_cast<std::size_t>(column)];
+    kept = std::max(kept, width + PADDING + SORT_MARK);
+    spread();
 }
 
 void CRowsView::spread() {

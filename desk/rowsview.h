@@ -40,6 +40,7 @@ protected:
 
 private:
     void measure(int first, int last);
+    void makeRoomForMark(int column);
     void spread();
 
     CRowsModel* m_pRows;

@@ -20,8 +20,10 @@ double yuan(int ticks) { return ticks / 100.0; }
 
 CSampleMarket::CSampleMarket(boost::asio::io_service& service, paper::CPaperClient& client)
     : m_client(client), m_timer(service) {
-    m_stocks = {{"SH", "600001", "样本银行", 1285, 1285},  {"SH", "600002", "样本能源", 842, 842},
-                {"SH", "600003", "样本科技", 5630, 5630},  {"SZ", "000001", "样本医药", 3318, 3318},
+    m_stocks = {{"SH", "600001", "样本银行", 1285, 1285},
+                {"SH", "600002", "样本能源", 842, 842},
+                {"SH", "600003", "样本科技", 5630, 5630},
+                {"SZ", "000001", "样本医药", 3318, 3318},
                 {"SZ", "000002", "样本消费", 12450, 12450}};
     for (const Stock& stock : m_stocks) {
         paper::Instrument instrument;
@@ -38,8 +40,8 @@ CSampleMarket::CSampleMarket(boost::asio::io_service& service, paper::CPaperClie
         account.key = key;
         account.id = key;
         account.name = std::string("Paper ") + key;
-        account.type = key == ACCOUNTS.back() ? vexservice::ACCOUNT_CREDIT
-                                              : vexservice::ACCOUNT_STOCK;
+        account.type =
+            key == ACCOUNTS.back() ? vexservice::ACCOUNT_CREDIT : vexservice::ACCOUNT_STOCK;
         account.broker = "Paper";
         account.fee = vexservice::CStkExchangeRateLimit{0.00025, 5.0, 0.00001, 0.0005};
         m_client.setAccount(account);
@@ -49,6 +51,12 @@ CSampleMarket::CSampleMarket(boost::asio::io_service& service, paper::CPaperClie
 void CSampleMarket::open() {
     for (const Stock& stock : m_stocks) quote(stock);
     arm();
+}
+
+std::vector<std::string> CSampleMarket::stockKeys() const {
+    std::vector<std::string> keys;
+    for (const Stock& stock : m_stocks) keys.push_back(stock.market + stock.code);
+    return keys;
 }
 
 void CSampleMarket::arm() {

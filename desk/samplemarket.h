@@ -26,6 +26,8 @@ public:
     /// Starts trading; the library should be listening by now.
     void open();
 
+    std::vector<std::string> stockKeys() const;
+
 private:
     struct Stock {
         std::string market;

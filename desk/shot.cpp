@@ -14,8 +14,8 @@ constexpr int SETTLED_AFTER = 4;
 
 }  // namespace
 
-void takeShot(CMainWindow& window, const QString& file,
-              std::function<void(const QString&)> done) {
+void takeShot(CMainWindow& window, const QString& file, std::function<void(const QString&)> done) {
+    QObject::connect(&window, &CMainWindow::sigFault, &window, done);
     auto settled = std::make_shared<int>(0);
     QObject::connect(&window, &CMainWindow::sigShown, &window,
                      [&window, file, done = std::move(done), settled] {
@@ -23,7 +23,9 @@ void takeShot(CMainWindow& window, const QString& file,
                          if (!picture.fault.empty())
                              return done(QString::fromStdString(picture.fault));
                          if (!picture.ended && !picture.halted) return;
-                         if (++*settled != SETTLED_AFTER) return;
+                         // What was chosen on the way depends on the machine's speed.
+                         if (++*settled == 1) window.chooseFirst();
+                         if (*settled != SETTLED_AFTER) return;
                          const bool saved = window.grab().save(file);
                          done(saved ? QString() : CMainWindow::tr("cannot write %1").arg(file));
                      });

@@ -10,7 +10,6 @@ class CMainWindow;
 
 /// Saves a picture of the window once its recording is over, or halted, and everything
 /// is on the screen. `done` gets "" or what went wrong.
-void takeShot(CMainWindow& window, const QString& file,
-              std::function<void(const QString&)> done);
+void takeShot(CMainWindow& window, const QString& file, std::function<void(const QString&)> done);
 
 }  // namespace desk

@@ -10,6 +10,8 @@
 
 namespace desk {
 
+class CPriceTape;
+
 /// The stage cannot be set up; the text says why.
 struct StageError : std::runtime_error {
     using std::runtime_error::runtime_error;
@@ -43,11 +45,12 @@ public:
 };
 
 /// Plays a scenario file on virtual time, up to the time of day `haltAt` ("hh:mm",
-/// empty: to its end). Throws StageError when the file cannot be opened.
+/// empty: to its end). Throws StageError when the file cannot be opened. The tape notes
+/// the prices of all stocks that are quoted, and must outlive the stage.
 std::unique_ptr<IStage> makeRecordedStage(const QString& scenario, const QString& dataDir,
-                                          const std::string& haltAt);
+                                          const std::string& haltAt, CPriceTape& tape);
 
 /// Runs the built-in market on the machine's clock.
-std::unique_ptr<IStage> makeLiveStage(const QString& dataDir);
+std::unique_ptr<IStage> makeLiveStage(const QString& dataDir, CPriceTape& tape);
 
 }  // namespace desk

@@ -77,8 +77,8 @@ void CPictureTaker::takeOrders(TC::CLinkageManager& manager, Picture& picture) {
 void CPictureTaker::takeDeals(TC::CLinkageManager& manager, Picture& picture) {
     const Selection& chosen = picture.selection;
     std::map<std::pair<int, bool>, std::pair<std::int64_t, double>> minutes;  // volume, amount
-    for (const auto& [account, deals] : manager.getDealDetails(
-             replay::dayNumber(picture.date), chosen.stock, {chosen.account})) {
+    for (const auto& [account, deals] :
+         manager.getDealDetails(replay::dayNumber(picture.date), chosen.stock, {chosen.account})) {
         for (const auto& [key, deal] : deals) {
             if (!belongs(deal->m_pCommand, chosen.strategy)) continue;
             const bool buys = vexservice::isBuyByDirection(deal->m_eDirection, deal->m_eOffsetFlag);

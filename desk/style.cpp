@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QFont>
 #include <QPalette>
+#include <QProxyStyle>
 #include <QStyleFactory>
 
 namespace desk::style {
@@ -10,6 +11,7 @@ namespace desk::style {
 namespace {
 
 constexpr int POINT_SIZE = 9;
+constexpr int CELL_MARGIN = 8;
 
 QPalette palette() {
     QPalette palette;
@@ -36,8 +38,7 @@ QPalette palette() {
 }
 
 const char* const SHEET = R"(
-QTableView { border: 1px solid #2d3849; selection-background-color: #27456e;
-             selection-color: #dce3ee; }
+QTableView { border: 1px solid #2d3849; selection-background-color: #27456e; }
 QHeaderView { background: #202937; }
 QHeaderView::section { background: #202937; color: #8b97aa; border: 0; padding: 4px 8px;
                        border-bottom: 1px solid #2d3849; }
@@ -61,10 +62,22 @@ QLabel[role="faint"] { color: #8b97aa; }
 QToolTip { border: 1px solid #2d3849; }
 )";
 
+/// Cells of tables keep the distance that their headers keep.
+class CDeskStyle final : public QProxyStyle {
+public:
+    CDeskStyle() : QProxyStyle(QStyleFactory::create("Fusion")) {}
+
+    int pixelMetric(PixelMetric metric, const QStyleOption* option,
+                    const QWidget* widget) const override {
+        if (metric == PM_FocusFrameHMargin) return CELL_MARGIN - 1;
+        return QProxyStyle::pixelMetric(metric, option, widget);
+    }
+};
+
 }  // namespace
 
 void apply(QApplication& application) {
-    application.setStyle(QStyleFactory::create("Fusion"));
+    application.setStyle(new CDeskStyle);
     application.setPalette(palette());
     QFont font = application.font();
     font.setPointSize(POINT_SIZE);

@@ -41,7 +41,7 @@ QWidget* CMainWindow::makeTopBar() {
     m_pSpeed->setObjectName("speed");
     for (const int speed : SPEEDS) m_pSpeed->addItem(QString("%1×").arg(speed), speed);
     const int given = m_pSpeed->findData(static_cast<int>(m_engine.speed()));
-    m_pSpeed->setCurrentIndex(given);
+    m_pSpeed->setCurrentIndex(given < 0 ? m_pSpeed->count() - 1 : given);
     connect(m_pSpeed, QOverload<int>::of(&QComboBox::activated), this,
             [this](int index) { m_engine.setSpeed(m_pSpeed->itemData(index).toDouble()); });
     m_pProgress = new QProgressBar(bar);
@@ -67,8 +67,8 @@ QWidget* CMainWindow::makeTopBar() {
     auto* line = new QHBoxLayout(bar);
     line->setContentsMargins(12, 8, 12, 4);
     line->setSpacing(10);
-    for (QWidget* control : std::initializer_list<QWidget*>{m_pClock, m_pDate, m_pPause, m_pSpeed,
-                                                            m_pProgress, live})
+    for (QWidget* control :
+         std::initializer_list<QWidget*>{m_pClock, m_pDate, m_pPause, m_pSpeed, m_pProgress, live})
         line->addWidget(control);
     line->addStretch();
     line->addWidget(import);
@@ -87,7 +87,7 @@ QWidget* CMainWindow::titled(const QString& title, QWidget* content) {
 }
 
 QWidget* CMainWindow::makeBody() {
-    m_pPairs = new CRowsView({{tr("Account, strategy")},
+    m_pPairs = new CRowsView({{tr("Account")},
                               {tr("Profit"), EFormat::Profit},
                               {tr("Bought"), EFormat::Count},
                               {tr("Sold"), EFormat::Count},
@@ -117,7 +117,7 @@ QWidget* CMainWindow::makeBody() {
     auto* both = new QSplitter(Qt::Horizontal, this);
     both->addWidget(titled(tr("Accounts and strategies"), m_pPairs));
     both->addWidget(right);
-    both->setSizes({520, 940});
+    both->setSizes({580, 1000});
     both->setStretchFactor(1, 1);
 
     auto* body = new QWidget(this);
@@ -131,6 +131,7 @@ QWidget* CMainWindow::makeBody() {
     statusBar()->addWidget(m_pMessage, 1);
     statusBar()->addPermanentWidget(m_pCounts);
     statusBar()->setSizeGripEnabled(false);
+    statusBar()->setContentsMargins(12, 0, 12, 4);
     return body;
 }
 

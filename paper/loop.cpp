@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <exception>
+#include <optional>
 
 namespace paper {
 
@@ -69,16 +70,23 @@ void CVirtualLoop::runToRest() {
     }
 }
 
+void CVirtualLoop::wakeTimers() {
+    m_waker.expires_at(utils::TimePoint());
+    m_waker.async_wait([](const boost::system::error_code&) {});
+}
+
 void CVirtualLoop::advanceTo(std::int64_t micros) {
     runToRest();
     while (nowMicros() < micros) {
-        std::int64_t next = micros;
+        std::optional<std::int64_t> due;
         {
             const std::lock_guard lock(m_dueMutex);
             m_due.erase(m_due.begin(), m_due.upper_bound(nowMicros()));
-            if (!m_due.empty()) next = std::min(next, *m_due.begin());
+            if (!m_due.empty() && *m_due.begin() <= micros) due = *m_due.begin();
         }
-        m_now.store(next, std::memory_order_release);
+        m_now.store(due.value_or(micros), std::memory_order_release);
+        if (!due) return;
+        wakeTimers();
         runToRest();
     }
 }
@@ -102,9 +110,12 @@ CRealLoop::CRealLoop(int threads) : m_work(boost::asio::make_work_guard(m_servic
     }
 }
 
-CRealLoop::~CRealLoop() {
+CRealLoop::~CRealLoop() { stop(); }
+
+void CRealLoop::stop() {
     m_service.stop();
     for (std::thread& thread : m_threads) thread.join();
+    m_threads.clear();
 }
 
 }  // namespace paper

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/utils/clock.h"
+#include "platform/utils/deadlinetimer.h"
 
 #include <utility>
 
@@ -46,9 +47,12 @@ public:
 private:
     /// True when Qt calls or settling may have queued more.
     bool runOnce();
+    /// The reactor looks at its timers when one is armed that is due before all others.
+    void wakeTimers();
 
     std::atomic<std::int64_t> m_now;
     boost::asio::io_service m_service;
+    utils::DeadlineTimer m_waker{m_service};
     boost::asio::executor_work_guard<boost::asio::io_service::executor_type> m_work;
     std::function<bool()> m_settle;
     std::mutex m_dueMutex;  ///< timers may be armed on any thread
@@ -59,8 +63,12 @@ private:
 class CRealLoop {
 public:
     explicit CRealLoop(int threads = 1);
-    /// Stops and joins the threads; what is queued is dropped.
+    /// Stops; what is queued is dropped.
     ~CRealLoop();
+
+    /// Stops and joins the threads. The service stays, so that what lives on it can be
+    /// taken down while nothing runs.
+    void stop();
 
     boost::asio::io_service& service() { return m_service; }
 

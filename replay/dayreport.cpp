@@ -2,6 +2,7 @@
 
 #include "linkage/balance/balanceplan.h"
 #include "linkage/core/clinkagemanager.h"
+#include "paper/scheduler.h"
 #include "replay/records.h"
 #include "replay/times.h"
 
@@ -203,10 +204,13 @@ void CDayReport::addScheduled(const TC::ManagerState& state, CSession& session, 
     if (todayText(session.loop().nowMicros()) < state.tradeDate) return;
     const bool over = todayText(session.loop().nowMicros()) > state.tradeDate;
     const std::string now = timeText(session.loop().nowMicros());
+    std::vector<std::string> accounts;
+    for (const auto& account : state.accounts) accounts.push_back(account.first);
     for (const auto& [key, time] : state.balanceTimes) {
-        const std::size_t colon = key.find(':');
-        if (colon == std::string::npos || (!over && time > now)) continue;
-        std::string& asked = day.balances[{key.substr(0, colon), key.substr(colon + 1)}].asked;
+        PairKey pair;
+        if (!over && time > now) continue;
+        if (!paper::splitBalanceKey(key, accounts, pair.first, pair.second)) continue;
+        std::string& asked = day.balances[pair].asked;
         if (asked.empty()) asked = clockText(time);
     }
 }

@@ -347,10 +347,6 @@
         <translation>导入…</translation>
     </message>
     <message>
-        <source>Account, strategy</source>
-        <translation>账户、策略</translation>
-    </message>
-    <message>
         <source>Profit</source>
         <translation>盈亏</translation>
     </message>
@@ -393,6 +389,10 @@
     <message>
         <source>Accounts and strategies</source>
         <translation>账户与策略</translation>
+    </message>
+    <message>
+        <source>Account</source>
+        <translation>账户</translation>
     </message>
 </context>
 <context>

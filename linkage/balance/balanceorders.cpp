@@ -70,14 +70,14 @@ OrderParamPtr makeOrder(const boost::shared_ptr<vexservice::CAccountInfo>& accou
 
 void prepareStock(const BalanceRequest& request, const std::string& stockKey,
                   const EffectiveFigures& figures, PreparedBalance& prepared) {
-    const int difference = balanceDifference(figures.buyVolume, figures.sellVolume);
+    const int difference = figures.net();
     std::shared_ptr<vexservice::CInstrumentDetail> detail;
     if (difference != 0) {
         detail = utils::CSingletonT<CStockManager>::instance()->getInstrumentDetail(
             Pim::sToQs(stockKey));
     }
     const auto lot = detail ? std::optional(lotOf(*detail)) : std::nullopt;
-    const auto decision = decideBalance(figures.buyVolume, figures.sellVolume, lot, request.form);
+    const auto decision = decideBalance(figures, lot, request.form);
 
     StockBalance stock{stockKey, figures.buyVolume, figures.sellVolume, difference,
                        decision.outcome};

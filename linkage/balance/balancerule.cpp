@@ -21,21 +21,18 @@ std::int32_t orderVolume(std::int32_t size, vexservice::EOperationType side, con
 
 }  // namespace
 
-std::int32_t balanceDifference(std::int32_t bought, std::int32_t sold) {
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(bought) -
-                                     static_cast<std::uint32_t>(sold));
-}
-
-BalanceDecision decideBalance(std::int32_t bought, std::int32_t sold,
-                              const std::optional<BalanceLot>& lot, EBalanceForm form) {
+BalanceDecision decideBalance(const EffectiveFigures& figures, const std::optional<BalanceLot>& lot,
+                              EBalanceForm form) {
     using enum EBalanceOutcome;
-    const std::int32_t difference = balanceDifference(bought, sold);
+    const std::int32_t difference = figures.net();
     if (difference == 0) return {Balanced};
     if (!lot) return {NoInstrument};
     if (difference == std::numeric_limits<std::int32_t>::min()) return {BelowLot};
 
     // The forms differ here only where the difference has wrapped.
-    const bool sells = form == EBalanceForm::GroupedHistory ? difference > 0 : bought > sold;
+    const bool sells = form == EBalanceForm::GroupedHistory
+                           ? difference > 0
+                           : figures.buyVolume > figures.sellVolume;
     const auto side = sells ? vexservice::OPT_SELL : vexservice::OPT_BUY;
     const std::int32_t size = difference < 0 ? -difference : difference;
     const std::int32_t volume = orderVolume(size, side, *lot, form);

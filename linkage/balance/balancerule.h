@@ -1,5 +1,6 @@
 #pragma once
 
+#include "linkage/core/types.h"
 #include "linkage/export.h"
 #include "platform/records/enums.h"
 
@@ -36,14 +37,11 @@ struct BalanceDecision {
     std::int32_t volume = 0;                                ///< shares, positive with Order
 };
 
-/// Bought less sold in 32-bit arithmetic, which wraps.
-LINKAGE_EXPORT std::int32_t balanceDifference(std::int32_t bought, std::int32_t sold);
-
 /// Decides for one stock. `lot` is empty when the stock has no instrument detail; it
 /// is not looked at when the stock is balanced.
 ///
 /// A difference of -2^31 has no size in 32 bits; it counts as below a lot.
-LINKAGE_EXPORT BalanceDecision decideBalance(std::int32_t bought, std::int32_t sold,
+LINKAGE_EXPORT BalanceDecision decideBalance(const EffectiveFigures& figures,
                                              const std::optional<BalanceLot>& lot,
                                              EBalanceForm form);
 

@@ -135,6 +135,8 @@ void CLinkageManager::retire() {
 }
 
 CLinkageManager::~CLinkageManager() {
+    // A handler that released the manager may have asked for a save afterwards.
+    finishSaves();
     CLock lock(m_mutex);
     QObject::disconnect(this, nullptr, nullptr, nullptr);
     AsyncState& async = *m_pAsync;

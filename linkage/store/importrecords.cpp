@@ -80,10 +80,15 @@ private:
     std::map<std::pair<std::string, int>, std::optional<std::set<Traits>>> m_known;
 };
 
-/// Files the rows of one kind through the manager's operations.
-template <class Record, class Import, class Load>
-void takeRows(const std::vector<Parsed<Record>>& rows, const CAccountChoice& accounts,
-              CLedger& ledger, ImportReport& report, Import import, Load load) {
+template <class Record>
+using Chosen = std::vector<std::pair<std::string, boost::shared_ptr<Record>>>;
+
+/// The rows to file, each with its account key; what is left out goes to the report.
+/// `load` gives what is filed of an account under a day.
+template <class Record, class Load>
+Chosen<Record> chooseRows(const std::vector<Parsed<Record>>& rows, const CAccountChoice& accounts,
+                          CLedger& ledger, ImportReport& report, Load load) {
+    Chosen<Record> chosen;
     CReported<Record> reported;
     const auto skip = [&](const Parsed<Record>& row, const QString& why) {
         report.skipped.push_back({row.sheet, row.row, why});
@@ -106,9 +111,9 @@ void takeRows(const std::vector<Parsed<Record>>& rows, const CAccountChoice& acc
             skip(row, QStringLiteral("already reported by the trading system"));
             continue;
         }
-        ++report.taken;
-        report.added += import(key, row.record);
+        chosen.emplace_back(key, row.record);
     }
+    return chosen;
 }
 
 /// Rows in the order of the file, whatever stage left them out.
@@ -145,14 +150,21 @@ void CLinkageManager::importRows(const statement::Statement& rows, ImportReport&
     report.refusal = accounts.refusal();
     if (!report.ok()) return;
     if (!accounts.note().isEmpty()) report.notes << accounts.note();
-    takeRows(
-        rows.orders, accounts, *m_pLedger, report,
-        [&](const auto& key, const auto& order) { return importOrder(key, order); },
-        [&](const auto& key, int day) { return m_pLedger->accountOrders(key, day); });
-    takeRows(
-        rows.deals, accounts, *m_pLedger, report,
-        [&](const auto& key, const auto& deal) { return importDeal(key, deal); },
-        [&](const auto& key, int day) { return m_pLedger->accountDeals(key, day); });
+    const auto ordersOf = [&](const std::string& key, int day) {
+        return m_pLedger->accountOrders(key, day);
+    };
+    const auto dealsOf = [&](const std::string& key, int day) {
+        return m_pLedger->accountDeals(key, day);
+    };
+    for (const auto& [key, order] :
+         chooseRows(rows.orders, accounts, *m_pLedger, report, ordersOf)) {
+        ++report.taken;
+        report.added += importOrder(key, order);
+    }
+    for (const auto& [key, deal] : chooseRows(rows.deals, accounts, *m_pLedger, report, dealsOf)) {
+        ++report.taken;
+        report.added += importDeal(key, deal);
+    }
 }
 
 ImportReport CLinkageManager::importData(const QString& path) {

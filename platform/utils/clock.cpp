@@ -49,7 +49,9 @@ ClockTimeTraits::duration_type ClockTimeTraits::subtract(const time_type& left,
 }
 
 boost::posix_time::time_duration ClockTimeTraits::to_posix_duration(const duration_type& duration) {
-    return currentClock().isVirtual() ? duration_type() : duration;
+    if (!currentClock().isVirtual()) return duration;
+    const bool due = duration.total_microseconds() <= 0;
+    return due ? duration_type() : boost::posix_time::hours(1);
 }
 
 }  // namespace utils

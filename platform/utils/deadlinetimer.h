@@ -32,8 +32,9 @@ struct PLATFORM_EXPORT ClockTimeTraits {
         return left.micros != right.micros ? left.micros < right.micros : left.order < right.order;
     }
 
-    /// How long the reactor may sleep; not at all while the clock is virtual,
-    /// because then only the owner of the clock lets time pass.
+    /// How long the reactor may sleep. While the clock is virtual, machine time says
+    /// nothing about what is due: a timer that is due wakes the reactor at once, others
+    /// wait until the owner of the clock has moved it and arms a timer that is due.
     static boost::posix_time::time_duration to_posix_duration(const duration_type& duration);
 };
 

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+namespace importtest {
 namespace {
 
 using tests::Fixture;
@@ -159,3 +160,4 @@ TEST_F(Import, AsksForAFileWithTheDocumentedFilter) {
 }
 
 }  // namespace
+}  // namespace importtest

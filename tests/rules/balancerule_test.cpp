@@ -38,7 +38,8 @@ struct Row {
 
 void check(const Row& row, EBalanceForm form, const Want& want) {
     SCOPED_TRACE(std::string(row.name) + ", form " + std::to_string(static_cast<int>(form)));
-    const auto got = decideBalance(row.bought, row.sold, BalanceLot{row.unit, row.anyVolume}, form);
+    const auto got =
+        decideBalance({row.bought, row.sold}, BalanceLot{row.unit, row.anyVolume}, form);
     ASSERT_EQ(static_cast<int>(got.outcome), static_cast<int>(want.outcome));
     if (want.outcome != EBalanceOutcome::Order) return;
     EXPECT_EQ(got.side, want.signedVolume > 0 ? OPT_BUY : OPT_SELL);
@@ -104,9 +105,10 @@ TEST(BalanceRule, EveryFormDecidesAsWorkedByHand) {
 TEST(BalanceRule, WithoutInstrumentDetailOnlyBalancedStocksAreDecided) {
     for (const auto form :
          {EBalanceForm::SignalTask, EBalanceForm::Grouped, EBalanceForm::GroupedHistory}) {
-        EXPECT_EQ(decideBalance(500, 500, std::nullopt, form).outcome, EBalanceOutcome::Balanced);
-        EXPECT_EQ(decideBalance(500, 400, std::nullopt, form).outcome,
+        EXPECT_EQ(decideBalance({500, 500}, std::nullopt, form).outcome, EBalanceOutcome::Balanced);
+        EXPECT_EQ(decideBalance({500, 400}, std::nullopt, form).outcome,
                   EBalanceOutcome::NoInstrument);
-        EXPECT_EQ(decideBalance(50, 0, std::nullopt, form).outcome, EBalanceOutcome::NoInstrument);
+        EXPECT_EQ(decideBalance({50, 0}, std::nullopt, form).outcome,
+                  EBalanceOutcome::NoInstrument);
     }
 }

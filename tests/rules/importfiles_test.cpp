@@ -12,6 +12,7 @@
 #include <map>
 #include <random>
 
+namespace importfilestest {
 namespace {
 
 using namespace TC::statement;
@@ -257,6 +258,15 @@ TEST(ImportFiles, HostileContentIsRefused) {
     const QByteArray row = "20230201,600000,买,7,100\n";
     QByteArray twice = workbook("");
     twice.replace("xl/worksheets/sheet1.xml", "xl/worksheets/sheet2.xml");
+    QByteArray checksum = workbook("");
+    checksum[checksum.indexOf("PK\x01\x02") + 16] =
+        static_cast<char>(~checksum[checksum.indexOf("PK\x01\x02") + 16]);
+    // The directory's first sector is followed by itself.
+    QByteArray circle = bytesOf(sample("deals.xls"));
+    const int directory = static_cast<unsigned char>(circle[48]);
+    const int table = (static_cast<unsigned char>(circle[76]) + 1) * 512;
+    circle[table + 4 * directory] = static_cast<char>(directory);
+    circle.replace(table + 4 * directory + 1, 3, QByteArray(3, '\0'));
     const std::tuple<const char*, QByteArray, std::string> rows[] = {
         {"empty", "", "the file is empty"},
         {"binary",
@@ -289,6 +299,13 @@ TEST(ImportFiles, HostileContentIsRefused) {
         {"overstated size", zipped(workbookParts(""), 1), "the workbook's archive is broken"},
         {"size of a bomb", zipped(workbookParts(""), 0x7fffff00),
          "the workbook unpacks to more than 64 MB"},
+        {"wrong checksum", checksum, "the workbook's archive is broken"},
+        {"deep nesting",
+         workbook(QByteArray("<a>").repeated(100) + QByteArray("</a>").repeated(100)),
+         "the workbook is broken: nested too deep"},
+        {"endless tag", workbook("<c t='" + QByteArray(200'000, 'x') + "'/>"),
+         "the workbook is broken: endless text"},
+        {"circle of sectors", circle, "the workbook is broken: its container is damaged"},
         {"missing part", twice, "the workbook's archive is broken"},
         {"real bomb", workbook(QByteArray(kMaxUnpackedBytes, ' ')),
          "the workbook unpacks to more than 64 MB"},
@@ -373,3 +390,4 @@ TEST(ImportFiles, DamagedSamplesAreReadOrRefused) {
 }
 
 }  // namespace
+}  // namespace importfilestest

@@ -10,6 +10,7 @@
 #include <limits>
 #include <set>
 
+namespace statementtest {
 namespace {
 
 using namespace TC::statement;
@@ -346,3 +347,4 @@ TEST(AccountChoice, FollowsTheNameThenTheOnlyAccount) {
 }
 
 }  // namespace
+}  // namespace statementtest

@@ -9,7 +9,7 @@ namespace TC::statement {
 namespace {
 
 constexpr std::size_t kEndSize = 22;
-constexpr std::size_t kArchiveEntrySize = 46;
+constexpr std::size_t kDirectoryEntrySize = 46;
 constexpr std::size_t kLocalSize = 30;
 constexpr std::uint16_t kEncrypted = 1;
 constexpr std::uint16_t kStored = 0;
@@ -62,8 +62,8 @@ CArchive::CArchive(const QByteArray& bytes) {
     std::size_t entry = file.u32(end + 16);
     for (int i = 0; i < count; ++i) {
         addPart(file, entry);
-        entry +=
-            kArchiveEntrySize + file.u16(entry + 28) + file.u16(entry + 30) + file.u16(entry + 32);
+        entry += kDirectoryEntrySize + file.u16(entry + 28) + file.u16(entry + 30) +
+                 file.u16(entry + 32);
     }
     if (file.overrun() || entry > end) brokenArchive();
 }
@@ -77,7 +77,7 @@ void CArchive::addPart(const CBytes& file, std::size_t entry) {
     const std::size_t local = file.u32(entry + 42);
     const std::size_t data = local + kLocalSize + file.u16(local + 26) + file.u16(local + 28);
     if (file.u32(local) != 0x04034b50 || !file.holds(data, packedSize)) brokenArchive();
-    const auto name = file.part(entry + kArchiveEntrySize, file.u16(entry + 28));
+    const auto name = file.part(entry + kDirectoryEntrySize, file.u16(entry + 28));
     const QString text = QString::fromUtf8(reinterpret_cast<const char*>(name.data()),
                                            static_cast<int>(name.size()));
     m_parts.insert(text.toLower(), {file.u16(entry + 10), file.u32(entry + 16),

@@ -26,7 +26,7 @@ enum ERecord : std::uint16_t {
 };
 constexpr std::uint16_t kBiff8 = 0x0600;
 
-[[noreturn]] void brokenBook() {
+[[noreturn]] void brokenRecords() {
     throw Refusal(QStringLiteral("the workbook is broken: its records are damaged"));
 }
 
@@ -58,7 +58,7 @@ public:
         const std::uint16_t length = m_stream.u16(place + 2);
         Record record{m_stream.u16(place), CBytes(m_stream.part(place + 4, length)),
                       place + 4 + length};
-        if (m_stream.overrun()) brokenBook();
+        if (m_stream.overrun()) brokenRecords();
         return record;
     }
     std::size_t size() const { return m_stream.size(); }
@@ -75,7 +75,7 @@ public:
 
     std::uint8_t u8() {
         while (m_record < m_records.size() && m_at >= m_records[m_record].size()) nextRecord();
-        if (m_record >= m_records.size()) brokenBook();
+        if (m_record >= m_records.size()) brokenRecords();
         return m_records[m_record].u8(m_at++);
     }
     std::uint32_t number(int bytes) {
@@ -85,7 +85,7 @@ public:
     }
     void skip(std::size_t bytes) {
         while (bytes > 0) {
-            if (m_record >= m_records.size()) brokenBook();
+            if (m_record >= m_records.size()) brokenRecords();
             const std::size_t here = std::min(bytes, m_records[m_record].size() - m_at);
             m_at += here;
             bytes -= here;
@@ -122,7 +122,7 @@ private:
 };
 
 QString singleText(const CBytes& data, std::size_t at, int lengthBytes) {
-    if (!data.holds(at, 1)) brokenBook();
+    if (!data.holds(at, 1)) brokenRecords();
     CTextCursor cursor({CBytes(data.part(at, data.size() - at))});
     return cursor.text(cursor.number(lengthBytes));
 }
@@ -137,7 +137,7 @@ struct Globals {
     bool dates1904 = false;
 };
 
-std::vector<QString> sharedTexts(const CRecords& records, const Record& first) {
+std::vector<QString> sharedTextsOf(const CRecords& records, const Record& first) {
     std::vector<CBytes> parts{first.data};
     for (std::size_t at = first.next; at + 4 <= records.size();) {
         const Record record = records.at(at);
@@ -165,12 +165,12 @@ Globals readGlobals(const CRecords& records) {
             throw Refusal(QStringLiteral("the workbook is protected by a password"));
         }
         if (record.type == kDateMode) globals.dates1904 = record.data.u16(0) != 0;
-        if (record.type == kSharedTexts) globals.texts = sharedTexts(records, record);
+        if (record.type == kSharedTexts) globals.texts = sharedTextsOf(records, record);
         constexpr int kWorksheet = 0;
         if (record.type == kBoundSheet && record.data.u8(5) == kWorksheet) {
             globals.sheets.push_back({singleText(record.data, 6, 1), record.data.u32(0)});
         }
-        if (record.data.overrun()) brokenBook();
+        if (record.data.overrun()) brokenRecords();
         record = records.at(record.next);
     }
     return globals;
@@ -183,14 +183,14 @@ public:
 
     void read(const CRecords& records, std::size_t at) {
         Record record = records.at(at);
-        if (record.type != kBeginOfPart) brokenBook();
+        if (record.type != kBeginOfPart) brokenRecords();
         // Charts stand inside a sheet as parts of their own.
         for (int depth = 1; depth > 0;) {
             record = records.at(record.next);
             if (record.type == kBeginOfPart) ++depth;
             if (record.type == kEndOfPart) --depth;
             if (depth == 1) take(record);
-            if (record.data.overrun()) brokenBook();
+            if (record.data.overrun()) brokenRecords();
         }
     }
 
@@ -235,7 +235,7 @@ private:
         if (data.u16(12) != 0xffff) number(data, 0, data.real(6));
     }
     const QString& sharedText(std::uint32_t index) const {
-        if (index >= m_globals.texts.size()) brokenBook();
+        if (index >= m_globals.texts.size()) brokenRecords();
         return m_globals.texts[index];
     }
 

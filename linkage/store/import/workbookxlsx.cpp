@@ -10,7 +10,7 @@ namespace TC::statement {
 
 namespace {
 
-[[noreturn]] void broken(const QString& why) {
+[[noreturn]] void brokenWorkbook(const QString& why) {
     throw Refusal(QStringLiteral("the workbook is broken: %1").arg(why));
 }
 
@@ -112,7 +112,7 @@ private:
         if (name.isEmpty()) {
             ++m_column;
         } else if (!placeOf(name, m_row, m_column)) {
-            broken(QStringLiteral("cell \"%1\"").arg(name.left(20)));
+            brokenWorkbook(QStringLiteral("cell \"%1\"").arg(name.left(20)));
         }
         m_type = type;
         m_value = QString();
@@ -122,7 +122,7 @@ private:
         bool ok = true;
         if (m_type == QLatin1String("s")) {
             const uint index = m_value.toUInt(&ok);
-            if (!ok || index >= m_texts.size()) broken(QStringLiteral("missing text"));
+            if (!ok || index >= m_texts.size()) brokenWorkbook(QStringLiteral("missing text"));
             m_book.addText(m_sheet, m_row, m_column, m_texts[index]);
         } else if (m_type.isEmpty() || m_type == QLatin1String("n")) {
             const double number = m_value.toDouble(&ok);

@@ -11,7 +11,7 @@ namespace {
 constexpr std::size_t kMaxPiece = 4 * kMaxCellLength;  ///< bytes of one text or tag
 constexpr int kMaxDepth = 64;
 
-[[noreturn]] void broken(const QString& why) {
+[[noreturn]] void brokenXml(const QString& why) {
     throw Refusal(QStringLiteral("the workbook is broken: %1").arg(why));
 }
 
@@ -29,7 +29,7 @@ void checkPieces(std::string_view rest) {
         const std::string_view end = rest.front() == '<' ? endOf(rest) : "<";
         std::size_t length = rest.find(end);
         if (length == std::string_view::npos) length = rest.size();
-        if (length > kMaxPiece) broken(QStringLiteral("endless text"));
+        if (length > kMaxPiece) brokenXml(QStringLiteral("endless text"));
         if (rest.front() == '<') length = std::min(rest.size(), length + end.size());
         rest.remove_prefix(length);
     }
@@ -49,13 +49,13 @@ bool CXmlPart::next() {
     m_text.clear();
     for (;;) {
         const auto token = m_xml.readNext();
-        if (token == QXmlStreamReader::DTD) broken(QStringLiteral("document type"));
-        if (m_xml.hasError()) broken(m_xml.errorString().left(100));
+        if (token == QXmlStreamReader::DTD) brokenXml(QStringLiteral("document type"));
+        if (m_xml.hasError()) brokenXml(m_xml.errorString().left(100));
         if (token == QXmlStreamReader::EndDocument) return false;
         if (token == QXmlStreamReader::Characters) m_text += m_xml.text();
-        if (m_text.size() > static_cast<int>(kMaxPiece)) broken(QStringLiteral("endless text"));
+        if (m_text.size() > static_cast<int>(kMaxPiece)) brokenXml(QStringLiteral("endless text"));
         if (token == QXmlStreamReader::StartElement && ++m_nDepth > kMaxDepth) {
-            broken(QStringLiteral("nested too deep"));
+            brokenXml(QStringLiteral("nested too deep"));
         }
         if (token == QXmlStreamReader::EndElement) --m_nDepth;
         if (m_xml.isStartElement() || m_xml.isEndElement()) return true;

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "platform/services/quoteclient.h"
+
+#include <boost/shared_ptr.hpp>
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+
+namespace paper {
+class CPaperClient;
+}
+
+namespace desk {
+
+/// The course of each stock over the day, one price a minute, noted as prices come in.
+///
+/// Threads: one for all operations; prices come on the quote client's.
+class CPriceTape {
+public:
+    /// From now on notes the prices of a stock; nothing happens when it does already.
+    void follow(const std::string& stockKey);
+    std::map<int, double> of(const std::string& stockKey) const;
+
+    /// Gives the minutes that have ended since the last time to the client's history
+    /// service as bars, so that a recording without bars has them, too.
+    void giveBars(paper::CPaperClient& client);
+    /// The client has bars of its own for this stock up to a minute.
+    void leaveBars(const std::string& stockKey, int minute) { m_ownBars[stockKey] = minute; }
+
+    /// Forgets the prices of the day.
+    void forget();
+    /// Gives the subscriptions back; to be called before the client goes.
+    void letGo() { m_requests.clear(); }
+
+private:
+    struct Notes {
+        std::mutex mutex;
+        std::map<std::string, std::map<int, double>> prices;
+    };
+    /// Shared with callbacks that may still be under way.
+    std::shared_ptr<Notes> m_pNotes = std::make_shared<Notes>();
+    std::map<std::string, boost::shared_ptr<TC::CQuoteRequest>> m_requests;
+    std::map<std::string, int> m_ownBars;
+    int m_nGivenUntil = 0;
+};
+
+/// Client time as "hh:mm:ss" and the minute of the day, by the platform's clock.
+std::string clockText();
+int clockMinute();
+
+}  // namespace desk

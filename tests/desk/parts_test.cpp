@@ -1,0 +1,210 @@
+#include "desk/axes.h"
+#include "desk/chart.h"
+#include "desk/pricetape.h"
+#include "desk/rowsmodel.h"
+#include "desk/stage.h"
+#include "linkage/core/clinkagemanager.h"
+#include "platform/utils/clock.h"
+
+#include <QFile>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using desk::CRowsModel;
+using desk::Row;
+
+TEST(DeskAxes, LunchTakesNoRoomInASessionAndTimeIsPlainOutside) {
+    const desk::CTimeAxis session(9 * 60 + 31, 14 * 60 + 57);
+    EXPECT_TRUE(session.isSession());
+    EXPECT_EQ(session.place(9 * 60), 0.0);
+    EXPECT_EQ(session.place(15 * 60), 1.0);
+    EXPECT_EQ(session.place(11 * 60 + 30), session.place(13 * 60));
+    EXPECT_NEAR(session.place(13 * 60), 135.0 / 255.0, 1e-12);
+
+    const desk::CTimeAxis night(22 * 60 + 10, 22 * 60 + 20);
+    EXPECT_FALSE(night.isSession());
+    EXPECT_EQ(night.first(), 22 * 60);
+    EXPECT_EQ(night.last(), 23 * 60) << "never less than an hour";
+    EXPECT_NEAR(night.place(22 * 60 + 15), 0.25, 1e-12);
+    EXPECT_TRUE(desk::CTimeAxis(1440, 0).isSession()) << "a day without data";
+
+    for (const int most : {2, 4, 9, 30}) EXPECT_LE(int(session.marks(most).size()), most);
+    for (const int mark : session.marks(30)) EXPECT_FALSE(mark > 690 && mark <= 780) << mark;
+}
+
+TEST(DeskAxes, ValueStepsAreRoundAndHoldTheData) {
+    struct Case {
+        double least, most, finest, step;
+    } const cases[] = {{9.9, 10.3, 0.01, 0.1},
+                       {1661.0, 1890.0, 0.01, 100.0},
+                       {-1200.0, 5300.0, 1.0, 2000.0},
+                       {10.0, 10.0, 0.01, 0.01},
+                       {0.0, 0.0, 1.0, 1.0}};
+    for (const auto& [least, most, finest, step] : cases) {
+        const desk::ValueAxis axis = desk::ValueAxis::over(least, most, 5, finest);
+        EXPECT_NEAR(axis.step, step, step * 1e-9) << least << " to " << most;
+        EXPECT_LT(axis.low, least);
+        EXPECT_GT(axis.high, most);
+        EXPECT_FALSE(axis.marks().empty());
+        for (const double mark : axis.marks()) {
+            EXPECT_GE(axis.place(mark), 0.0);
+            EXPECT_LE(axis.place(mark), 1.0);
+        }
+    }
+}
+
+std::vector<Row> rowsOf(std::initializer_list<std::pair<const char*, int>> rows) {
+    std::vector<Row> made;
+    for (const auto& [key, value] : rows) made.push_back({key, {QString(key), value}, false});
+    return made;
+}
+
+TEST(DeskRows, OnlyWhatChangedIsTouched) {
+    CRowsModel model({{"Key"}, {"Value", desk::EFormat::Count}});
+    QSignalSpy inserted(&model, &CRowsModel::rowsInserted);
+    QSignalSpy removed(&model, &CRowsModel::rowsRemoved);
+    QSignalSpy moved(&model, &CRowsModel::rowsMoved);
+    QSignalSpy changed(&model, &CRowsModel::dataChanged);
+    QSignalSpy reset(&model, &CRowsModel::modelReset);
+    const auto counts = [&] {
+        const std::vector<int> now = {inserted.count(), removed.count(), moved.count(),
+                                      changed.count(), reset.count()};
+        for (QSignalSpy* spy : {&inserted, &removed, &moved, &changed, &reset}) spy->clear();
+        return now;
+    };
+    struct Case {
+        const char* name;
+        std::initializer_list<std::pair<const char*, int>> rows;
+        std::vector<int> signalled;  // inserted, removed, moved, changed, reset
+    } const cases[] = {
+        {"first", {{"a", 1}, {"b", 2}, {"c", 3}}, {3, 0, 0, 0, 0}},
+        {"the same", {{"a", 1}, {"b", 2}, {"c", 3}}, {0, 0, 0, 0, 0}},
+        {"one value", {{"a", 1}, {"b", 5}, {"c", 3}}, {0, 0, 0, 1, 0}},
+        {"a row between", {{"a", 1}, {"x", 9}, {"b", 5}, {"c", 3}}, {1, 0, 0, 0, 0}},
+        {"order", {{"c", 3}, {"a", 1}, {"x", 9}, {"b", 5}}, {0, 0, 1, 0, 0}},
+        {"two gone together", {{"c", 3}, {"b", 5}}, {0, 1, 0, 0, 0}},
+        {"moved and changed", {{"b", 6}, {"c", 3}}, {0, 0, 1, 1, 0}},
+        {"nothing left", {}, {0, 1, 0, 0, 0}},
+    };
+    for (const auto& [name, rows, signalled] : cases) {
+        model.setRows(rowsOf(rows));
+        EXPECT_EQ(counts(), signalled) << name;
+        int index = 0;
+        for (const auto& [key, value] : rows) {
+            EXPECT_EQ(model.index(index, 0).data().toString(), QString(key)) << name;
+            EXPECT_EQ(model.index(index++, 1).data(CRowsModel::ROLE_VALUE).toInt(), value) << name;
+        }
+        EXPECT_EQ(model.rowCount(), index) << name;
+    }
+}
+
+TEST(DeskRows, CellsAreWrittenAsTheirColumnSays) {
+    using desk::EFormat;
+    struct Case {
+        QVariant value;
+        EFormat format;
+        const char* text;
+    } const cases[] = {
+        {1234567, EFormat::Count, "1,234,567"}, {-1234.5, EFormat::Money, "-1,234.50"},
+        {99.0, EFormat::Profit, "+99.00"},      {-0.5, EFormat::Profit, "-0.50"},
+        {"145005", EFormat::Time, "14:50:05"},  {"soon", EFormat::Time, "soon"},
+        {true, EFormat::Side, "Buy"},           {QVariant(), EFormat::Money, ""},
+        {qInf(), EFormat::Money, "--"}};
+    for (const auto& [value, format, text] : cases)
+        EXPECT_EQ(desk::formatted(value, format), QString(text));
+}
+
+class DeskStage : public testing::Test {
+protected:
+    std::unique_ptr<desk::IStage> stage(const char* text, const char* haltAt = "") {
+        QFile file(m_dir.filePath("s.jsonl"));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(text);
+        file.close();
+        return desk::makeRecordedStage(file.fileName(), m_dir.filePath("data"), haltAt, m_tape);
+    }
+
+    /// Steps until the stage has used `seconds`, which a slow machine may do in parts.
+    static void pass(desk::IStage& stage, double seconds) {
+        const double until = utils::clock() + seconds;
+        for (double left = seconds; left > 1e-6 && !stage.ended(); left = until - utils::clock())
+            stage.step(static_cast<std::int64_t>(left * 1e6 + 0.5));
+    }
+
+    QTemporaryDir m_dir;
+    desk::CPriceTape m_tape;
+};
+
+TEST_F(DeskStage, TimePassesAsItIsToldAndEventsHappenOnTheWay) {
+    const auto played = stage(R"({"do":"config","now":"2024-01-05 09:30:00"}
+{"do":"account","key":"A"}
+{"do":"init"}
+{"do":"advance","seconds":60}
+{"do":"order","account":"A","key":1,"market":"SH","code":"600001","side":"buy","price":10,"volume":100,"status":50,"strategy":"s"}
+{"do":"advance","seconds":3600}
+)");
+    played->step(1);
+    const double start = utils::clock();
+    const auto running = [] {
+        return utils::CSingletonT<TC::CLinkageManager>::instance()->getRunningOrders("A", "s");
+    };
+    pass(*played, 59.5);
+    EXPECT_NEAR(utils::clock(), start + 59.5, 1e-3);
+    EXPECT_EQ(running(), 0) << "the order comes after a minute";
+    pass(*played, 1.0);
+    EXPECT_EQ(running(), 1);
+    const double now = utils::clock();
+    played->step(0);
+    EXPECT_EQ(utils::clock(), now) << "paused";
+    EXPECT_FALSE(played->ended());
+    while (!played->ended()) played->step(60'000'000);
+    EXPECT_NEAR(utils::clock(), start + 3660, 1e-3) << "a fast step does not run past the end";
+    EXPECT_EQ(played->progress(), 1.0);
+    EXPECT_EQ(played->fault(), "");
+}
+
+TEST_F(DeskStage, HaltsAtATimeOfDay) {
+    const auto played = stage(R"({"do":"config","now":"2024-01-05 09:30:00"}
+{"do":"advance","to":"2024-01-05 15:00:00"}
+)",
+                              "10:00");
+    while (!played->halted()) played->step(100'000'000'000);
+    EXPECT_FALSE(played->ended());
+    EXPECT_EQ(std::fmod(utils::clock(), 86400.0), 2 * 3600.0) << "10:00 in Shanghai";
+    EXPECT_THROW(desk::makeRecordedStage("/nowhere/x", "", "", m_tape), desk::StageError);
+}
+
+TEST(DeskChart, PaintsDealsAndRestingOrdersWhereTheyBelong) {
+    auto picture = std::make_shared<desk::Picture>();
+    picture->selection = {"A", "s", "SH600001"};
+    picture->prices = {{600, 10.0}, {660, 10.0}};
+    picture->dots = {{800, true, 10.5, 100}, {860, false, 9.5, 100}};
+    picture->orders = {{1, true, true, 9.7, 300, 0, 50}};
+    desk::CChart chart;
+    chart.resize(800, 500);
+    const auto count = [&chart](const std::function<bool(QColor)>& wanted) {
+        const QImage image = chart.grab().toImage();
+        int found = 0;
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x) found += wanted(image.pixelColor(x, y));
+        return found;
+    };
+    const auto red = [](QColor c) { return c.red() > 180 && c.green() < 110 && c.blue() < 120; };
+    const auto green = [](QColor c) { return c.green() > 140 && c.red() < 80 && c.blue() < 150; };
+    const auto line = [](QColor c) { return c.red() > 100 && c.green() < 30 && c.blue() < 40; };
+    chart.show(picture);
+    EXPECT_GT(count(red), 40);
+    EXPECT_GT(count(green), 40) << "the sale";
+    EXPECT_GT(count(line), 100) << "the dotted line of the resting order";
+    auto empty = std::make_shared<desk::Picture>(*picture);
+    empty->dots.clear();
+    empty->orders.clear();
+    chart.show(empty);
+    EXPECT_EQ(count(red) + count(green) + count(line), 0);
+}
+
+}  // namespace

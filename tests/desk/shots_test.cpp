@@ -1,0 +1,143 @@
+#include "desk/texts.h"
+#include "tests/desk/deskfixture.h"
+#include "tests/desk/layoutcheck.h"
+
+#include <QDialog>
+#include <QImage>
+#include <QLabel>
+#include <QProcess>
+#include <QPushButton>
+#include <QTabWidget>
+
+#include <algorithm>
+
+namespace {
+
+using support::CLayoutCheck;
+using support::DeskTest;
+
+bool isChinese(const QString& text) {
+    return std::any_of(text.begin(), text.end(),
+                       [](QChar letter) { return letter.script() == QChar::Script_Han; });
+}
+
+class DeskLanguages : public DeskTest, public testing::WithParamInterface<const char*> {
+protected:
+    bool chinese() const { return QString(GetParam()).startsWith("zh"); }
+
+    void expectWhole(const QWidget& window, const QString& what) {
+        const QStringList faults = CLayoutCheck::faults(window);
+        EXPECT_TRUE(faults.isEmpty())
+            << what.toStdString() << ": " << faults.join(" | ").toStdString();
+    }
+};
+
+TEST_P(DeskLanguages, NothingIsCutOffOrOverlapsOnAnyPage) {
+    openAtTheEnd(GetParam());
+    openTab("balanceTimes");
+    click(find<QPushButton>("balanceTimeSet"));
+    openTab("history");
+    click(find<QPushButton>("historyCarry"));
+    ASSERT_TRUE(until([&] { return !shown()->history.empty() && !shown()->balanceTimes.empty(); }));
+    auto* tabs = find<QTabWidget>("tabs");
+    for (int i = 0; i < tabs->count(); ++i) {
+        tabs->setCurrentIndex(i);
+        QApplication::processEvents();
+        expectWhole(*m_window, tabs->tabText(i));
+        EXPECT_EQ(isChinese(tabs->tabText(i)), chinese()) << tabs->tabText(i).toStdString();
+        for (const auto* table : m_window->findChildren<desk::CRowsView*>()) {
+            for (int column = 0; table->isVisible() && column < table->model()->columnCount();
+                 ++column) {
+                const QString title = table->model()->headerData(column, Qt::Horizontal).toString();
+                EXPECT_EQ(isChinese(title), chinese()) << title.toStdString();
+            }
+        }
+    }
+    for (const auto* button : m_window->findChildren<QPushButton*>()) {
+        const QString text = button->text();
+        EXPECT_TRUE(text.isEmpty() || isChinese(text) == chinese()) << text.toStdString();
+    }
+}
+
+TEST_P(DeskLanguages, PlanDialogIsWhole) {
+    openAtTheEnd(GetParam());
+    click(find<QPushButton>("balanceNow"));
+    QDialog* dialog = nullptr;
+    ASSERT_TRUE(until([&] { return (dialog = m_window->findChild<QDialog*>("planDialog")); }));
+    QApplication::processEvents();
+    expectWhole(*dialog, "plan");
+    const QString summary = dialog->findChild<QLabel*>("planSummary")->text();
+    EXPECT_EQ(isChinese(summary), chinese()) << summary.toStdString();
+    EXPECT_TRUE(summary.contains('1'));
+}
+
+TEST_P(DeskLanguages, LibraryTextsFollowTheLanguage) {
+    const desk::CTranslation translation{QLocale(GetParam())};
+    for (int code = -1; code <= 60; ++code) {
+        for (QString (*textOf)(int) :
+             {TC::getOrderStatusQString, TC::getTaskStatusQString, TC::getPriceTypeQString}) {
+            const QString text = desk::libraryText(textOf(code));
+            EXPECT_EQ(isChinese(text), chinese()) << code << " " << text.toStdString();
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Languages, DeskLanguages, testing::Values("en", "zh_CN"),
+                         [](const auto& language) { return std::string(language.param); });
+
+class DeskCommand : public testing::Test {
+protected:
+    /// Exit status and standard error.
+    static std::pair<int, QString> run(const QStringList& arguments) {
+        QProcess process;
+        process.start(LINKAGE_DESK, arguments);
+        EXPECT_TRUE(process.waitForFinished(120'000));
+        return {process.exitCode(), QString::fromUtf8(process.readAllStandardError())};
+    }
+
+    QString write(const char* name, const char* text) {
+        QFile file(m_dir.filePath(name));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(text);
+        return file.fileName();
+    }
+
+    QTemporaryDir m_dir;
+};
+
+TEST_F(DeskCommand, ShotShowsTheDayWithoutADisplay) {
+    const QString file = m_dir.filePath("desk.png");
+    const auto [status, error] = run({"--shot", file, "--lang", "zh_CN", "--size", "1300x800",
+                                      write("day.jsonl", support::MORNING)});
+    EXPECT_EQ(status, 0) << error.toStdString();
+    const QImage image(file);
+    EXPECT_EQ(image.size(), QSize(1300, 800));
+    int bright = 0;
+    for (int y = 0; y < image.height(); y += 2)
+        for (int x = 0; x < image.width(); x += 2)
+            bright += image.pixelColor(x, y).lightness() > 150;
+    EXPECT_GT(bright, 1000) << "texts and curves are there";
+}
+
+TEST_F(DeskCommand, WhatCannotBePlayedIsRefusedWithTheReason) {
+    const QString broken =
+        write("broken.jsonl", "{\"do\":\"config\",\"now\":\"2024-01-05 09:29:00\"}\n{}\n");
+    const QString shot = m_dir.filePath("x.png");
+    const std::tuple<QStringList, const char*> cases[] = {
+        {{"--shot", shot, broken}, "broken.jsonl:2: "},
+        {{"--shot", shot}, "--shot needs a scenario"},
+        {{"--shot", shot, m_dir.filePath("missing.jsonl")}, "missing.jsonl"},
+        {{"--shot", "/nowhere/x.png", write("day.jsonl", support::MORNING)}, "/nowhere/x.png"},
+        {{"--speed", "0", broken, "--shot", shot}, "--speed"},
+        {{"--until", "25:00", broken, "--shot", shot}, "--until"},
+        {{"--size", "10", broken, "--shot", shot}, "--size"},
+    };
+    for (const auto& [arguments, text] : cases) {
+        const auto [status, error] = run(arguments);
+        EXPECT_EQ(status, 2) << text;
+        EXPECT_TRUE(error.contains(text)) << error.toStdString();
+        EXPECT_FALSE(QFile::exists(shot));
+    }
+}
+
+}  // namespace

@@ -1,0 +1,227 @@
+#include "linkage/core/clinkagemanager.h"
+#include "linkage/store/csvfiles.h"
+#include "linkage/store/fileencoding.h"
+#include "tests/support/fixture.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+
+using namespace tests;
+
+namespace {
+
+const std::string STAT_HEADER =
+    "key,资金账号ID,账号key值,账号名称,账号类型,经纪公司,策略名称,添加日期,配平时间,\n";
+const std::string BALANCE_HEADER = "key,股票代码,卖量,买量,买额,卖额,添加日期\n";
+const std::string DETAIL_HEADER = "账号策略,交易key,\n";
+
+using Manager = utils::CSingletonT<TC::CLinkageManager>;
+
+TC::TradeStatData stat(const std::string& account, const std::string& strategy) {
+    TC::TradeStatData data;
+    data.m_strAccountKey = account;
+    data.m_strFundAccountId = "8800";
+    data.m_strAccountName = "张三";
+    data.m_strAccountType = "2";
+    data.m_strBroker = "某证券";
+    data.m_strStrategy = strategy;
+    data.m_nTotalBuyVolume = 300;
+    return data;
+}
+
+/// Bought 300 for 3000 by orders, of which 200 for 2002 are known as deals.
+void trade(Fixture& f) {
+    f.instrument({.stock = "SH600000"});
+    f.account({.key = "A"});
+    f.init();
+    f.order({.volume = 300, .status = 56, .traded = 300, .strategy = "S"});
+    f.deal({.price = 10.01, .volume = 200, .strategy = "S"});
+    f.manager().addHistoryStat("AS", stat("A", "S"));
+    f.manager().addHistoryLinkdata("A", "S");
+}
+
+struct SaveFiles : testing::TestWithParam<int> {};
+
+}  // namespace
+
+TEST_P(SaveFiles, BothWritersToTheByteAndBackThroughARestart) {
+    Fixture f({.now = "2024-01-02 14:00:00", .clientType = GetParam()});
+    trade(f);
+    f.settle();
+    EXPECT_FALSE(f.file("historystatdata.csv")) << "carrying over writes no file";
+
+    f.manager().writedata(false);
+    f.settle();
+    const std::string row = "AS,8800,A,张三,2,某证券,S,20240102000000,";
+    const std::string figures = GetParam() == 3 ? "0,300,3000.0000000000,0.0000000000"
+                                                : "0,200,2002.0000000000,0.0000000000";
+    const std::string balance = BALANCE_HEADER + "AS,SH600000," + figures + ",20240102000000\n";
+    EXPECT_EQ(f.file("historystatdata.csv"), STAT_HEADER + row + "\n");
+    EXPECT_EQ(f.file("balancedata.csv"), balance);
+    EXPECT_EQ(f.file("detail.csv"), DETAIL_HEADER);
+
+    f.manager().writedata(true);
+    f.settle();
+    EXPECT_EQ(f.file("historystatdata.csv"),
+              STAT_HEADER + "AS,8800,A,张三,2,某证券,S,20240102140000,\n");
+
+    f.manager().addBalanceTime("A:S", "103000");
+    f.settle();
+    EXPECT_EQ(f.file("historystatdata.csv"), STAT_HEADER + row + "103000\n");
+    EXPECT_EQ(f.file("detail.csv"), DETAIL_HEADER);
+
+    f.release();
+    f.init();
+    const TC::ManagerState state = f.state();
+    EXPECT_EQ(state.balanceTimes, (TC::ByText<std::string>{{"A:S", "103000"}}));
+    const TC::TradeStatData& loaded = state.historyStatData.at("AS");
+    EXPECT_EQ(loaded.m_nId, -1);
+    EXPECT_EQ(loaded.m_strAccountName, "张三");
+    EXPECT_EQ(loaded.m_strBroker, "某证券");
+    EXPECT_EQ(loaded.m_nTotalBuyVolume, 0) << "the file has no totals";
+    EXPECT_TRUE(state.alreadyAddedKeys.empty());
+    const auto record = state.historyLinkageData.at("AS").at("SH600000");
+    EXPECT_TRUE(record->m_bPlain);
+    EXPECT_EQ(record->deals().m_nBuyVolume, GetParam() == 3 ? 300 : 200);
+
+    // Writer 1 loses the balance times of the file, and only of the file.
+    f.manager().deleteHistoryAlreadyBalancedata();
+    f.settle();
+    EXPECT_EQ(f.file("historystatdata.csv"), STAT_HEADER) << "0 bought, 0 sold: balanced";
+    EXPECT_EQ(f.manager().getBalanceTime().size(), 1u);
+}
+INSTANTIATE_TEST_SUITE_P(ClientTypes, SaveFiles, testing::Values(1, 3));
+
+TEST(SaveFilesOnce, LoadedFiguresAreWrittenBackAsTheyStand) {
+    const std::string balance =
+        BALANCE_HEADER + "AS,SH600000,5,7,1.2500000000,2.5000000000,20240103000000\n";
+    for (const int type : {1, 3}) {
+        Fixture f({.now = "2024-01-03 10:00:00", .clientType = type});
+        f.writeFile("balancedata.csv", balance);
+        f.create();
+        f.manager().writedata(false);
+        f.settle();
+        EXPECT_EQ(f.file("balancedata.csv"), balance);
+    }
+}
+
+TEST(SaveFilesOnce, StampsOfTheFileDecideWhatIsAlreadyAdded) {
+    Fixture f({.now = "2024-01-05 16:00:00"});
+    f.writeFile("historystatdata.csv", STAT_HEADER + "N,,A,,,,N,20240105152959,\n" +
+                                           "Y,,A,,,,Y,20240105153000,093000\n" +
+                                           "L,,A,,,,L,20240106000000,\n");
+    f.create();
+    EXPECT_FALSE(f.manager().isAlreadyAdd("N"));
+    EXPECT_TRUE(f.manager().isAlreadyAdd("Y"));
+    EXPECT_TRUE(f.manager().isAlreadyAdd("L"));
+    EXPECT_EQ(f.manager().getBalanceTime(),
+              (std::map<std::string, std::string>{{"A:Y", "093000"}}));
+}
+
+TEST(SaveFilesOnce, DetailKeepsTodaysDealsAndTheRolloverRemovesIt) {
+    Fixture f({.now = "2024-01-05 10:00:00"});
+    f.writeFile("detail.csv",
+                DETAIL_HEADER + "AS,20240104_1\nAS,20240105_2\nAS,nothing\nAT,20240105_1_3\n");
+    f.init();
+    EXPECT_EQ(f.state().writtenTradeKeys.at("AS").size(), 3u);
+    f.manager().writedata(false);
+    f.settle();
+    EXPECT_EQ(f.file("detail.csv"), DETAIL_HEADER + "AS,20240105_2\nAT,20240105_1_3\n");
+
+    f.manager().writedata(false);  // still waiting when the day changes, or not
+    f.newTradingDate("20240108");
+    EXPECT_TRUE(f.state().writtenTradeKeys.empty());
+    const auto detail = f.file("detail.csv");
+    EXPECT_TRUE(!detail || *detail == DETAIL_HEADER) << *detail;
+}
+
+TEST(SaveFilesOnce, TheSystemPageAndAFileThatIsInNone) {
+    Fixture f({.now = "2024-01-02 14:00:00", .fileEncoding = "GBK"});
+    trade(f);
+    f.manager().writedata(false);
+    f.settle();
+    const std::string row = "AS,8800,A,张三,2,某证券,S,20240102000000,\n";
+    const auto gbk = [](const std::string& text) {
+        return TC::encodeText(text, TC::EFileEncoding::Gbk);
+    };
+    EXPECT_EQ(f.file("historystatdata.csv"), gbk(STAT_HEADER + row));
+    EXPECT_NE(gbk(STAT_HEADER), STAT_HEADER);
+
+    f.release();
+    const std::string broken = BALANCE_HEADER + "A\xFFS,SH600000,1,2,3,4,5\n";
+    f.writeFile("balancedata.csv", broken);
+    f.forget();
+    f.create();
+    EXPECT_EQ(f.manager().getHistoryStatData().at("AS").m_strAccountName, "张三");
+    EXPECT_TRUE(f.state().historyLinkageData.empty());
+    EXPECT_EQ(f.file("balancedata.csv"), broken);
+    const auto texts = f.logTexts();
+    EXPECT_TRUE(std::any_of(texts.begin(), texts.end(), [](const std::string& text) {
+        return text.find("balancedata.csv") != std::string::npos;
+    }));
+    f.manager().writedata(false);
+    f.settle();
+    EXPECT_EQ(f.file("balancedata.csv"), gbk(BALANCE_HEADER));
+    EXPECT_EQ(f.file("balancedata.csv.unreadable"), broken);
+}
+
+TEST(SaveFilesOnce, ReleaseFinishesWhatWasAskedForEvenFromASlotUnderTheLock) {
+    Fixture f({.now = "2024-01-02 14:00:00"});
+    trade(f);
+    for (int each = 0; each < 1000; ++each) f.manager().writedata(false);
+    f.release();
+    EXPECT_EQ(f.file("detail.csv"), DETAIL_HEADER);
+    ASSERT_TRUE(f.file("balancedata.csv"));
+    EXPECT_NE(f.file("balancedata.csv"), BALANCE_HEADER);
+
+    f.create();
+    std::filesystem::remove((f.dataDir() + "/Balance/detail.csv").toStdString());
+    f.manager().sigHistoryCleared.connect([&] {
+        f.manager().writedata(false);
+        Manager::release();
+        EXPECT_TRUE(f.file("detail.csv")) << "on disk when release() returns";
+    });
+    f.manager().deleteAllHisTorydata();
+    EXPECT_FALSE(f.hasManager());
+    EXPECT_EQ(f.file("balancedata.csv"), BALANCE_HEADER);
+}
+
+TEST(SaveFilesOnce, TenThousandBalancingDealsEndOnDisk) {
+    Fixture f({.now = "2024-01-02 14:00:00"});
+    trade(f);
+    constexpr int DEALS = 10000;
+    for (int each = 1; each <= DEALS; ++each) {
+        const auto deal = f.makeDeal({.key = 100u + static_cast<unsigned>(each),
+                                      .side = Side::Sell,
+                                      .volume = 1,
+                                      .strategy = "S",
+                                      .tag = "历史配平"});
+        f.client().report("A", deal);
+    }
+    f.settle();
+    const std::string detail = f.file("detail.csv").value();
+    EXPECT_EQ(std::count(detail.begin(), detail.end(), '\n'), DEALS + 1);
+    EXPECT_EQ(f.file("balancedata.csv"),
+              BALANCE_HEADER +
+                  "AS,SH600000,10000,200,2002.0000000000,100000.0000000000,20240102000000\n");
+}
+
+TEST(SaveFilesOnce, ADataDirectoryThatCannotBeThereIsNoHindrance) {
+    Fixture f;
+    f.init();
+    const std::string place = (f.dataDir() + "/Balance").toStdString();
+    std::filesystem::remove_all(place);
+    f.writeFile("../Balance.txt", "");  // makes the directory on the way
+    std::filesystem::remove_all(place);
+    std::filesystem::rename(place + ".txt", place);
+    f.manager().addBalanceTime("A:S", "100000");
+    f.manager().deleteAllHisTorydata();
+    f.settle();
+    std::filesystem::remove(place);
+    f.manager().addBalanceTime("A:S", "110000");
+    f.settle();
+    EXPECT_EQ(f.file("historystatdata.csv"), STAT_HEADER);
+    EXPECT_FALSE(f.file("detail.csv"));
+}

@@ -1,0 +1,175 @@
+#include "linkage/store/serverhistory.h"
+#include "linkage/core/clinkagemanager.h"
+#include "tests/support/fixture.h"
+
+#include <gtest/gtest.h>
+
+using namespace tests;
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+struct ServerHistory : testing::Test {
+    Fixture f{{.now = "2024-01-05 10:00:00"}};
+    void SetUp() override {
+        f.instrument({.stock = "SH600000"});
+        f.instrument({.stock = "SH204001", .types = {126}});
+        f.account({.key = "A"});
+        f.init();
+        f.forget();
+    }
+    TC::CLinkageManager& manager() { return f.manager(); }
+    void server(const std::string& day, paper::ServerDay history) {
+        f.client().setServerHistory("A", day, std::move(history));
+    }
+    boost::shared_ptr<vexservice::CDealDetail> deal(std::uint64_t key, const std::string& day,
+                                                    const std::string& stock = "SH600000") {
+        return f.makeDeal({.key = key, .stock = stock, .tradeDate = day, .strategy = "S"});
+    }
+    /// "name day account" of each signal.
+    Texts done() const {
+        Texts texts;
+        for (const SeenSignal& each : f.signals()) {
+            texts.push_back(each.name + " " + each.args.at(0) + " " + each.args.at(1));
+        }
+        return texts;
+    }
+    Texts keys(const std::string& day) {
+        Texts texts;
+        for (const auto& [key, deal] : manager().getAccountDeals("A", Fixture::day(day))) {
+            texts.push_back(std::to_string(key));
+        }
+        return texts;
+    }
+};
+
+}  // namespace
+
+TEST_F(ServerHistory, FilesEachDayAndTouchesNoFigure) {
+    server("20240102", {.deals = {deal(1, "20240102"), deal(2, "20240102"), nullptr,
+                                  deal(3, "20240102", "SH204001"), deal(4, "20240105")}});
+    server("20240104",
+           {.orders = {f.makeOrder({.key = 9, .tradeDate = "20240104", .strategy = "S"})},
+            .deals = {deal(5, "20240104")}});
+    const auto before = f.state();
+    manager().requestAccountDeals("A", "20240102", "20240104");
+    EXPECT_TRUE(done().empty()) << "asked later, on the strand";
+    f.settle();
+    EXPECT_EQ(done(), (Texts{"historyDealsDone 20240102 A", "historyDealsDone 20240103 A",
+                             "historyDealsDone 20240104 A"}));
+    EXPECT_EQ(keys("20240102"), (Texts{"1", "2"})) << "no excluded stock, no other day";
+    EXPECT_EQ(keys("20240104"), (Texts{"5"}));
+
+    f.forget();
+    manager().requestAccountOrders("A", "20240104", "20240104");
+    f.settle();
+    EXPECT_EQ(done(), (Texts{"historyOrdersDone 20240104 A"}));
+    EXPECT_EQ(manager().getAccountOrders("A", Fixture::day("20240104")).count(9), 1u);
+    EXPECT_EQ(manager().getDealDetails(Fixture::day("20240104"), "SH600000", {"A"}).at("A").size(),
+              1u);
+
+    const auto after = f.state();
+    EXPECT_EQ(after.buySellVolumes, before.buySellVolumes);
+    EXPECT_EQ(after.tradeStatDatas, before.tradeStatDatas);
+    EXPECT_EQ(after.runningOrders, before.runningOrders);
+    EXPECT_EQ(after.strategys, before.strategys);
+    EXPECT_EQ(manager().getStocks(), std::set<std::string>());
+}
+
+TEST_F(ServerHistory, ARepeatedQueryReplacesWhatTheServerFiledAndNothingElse) {
+    f.deal({.key = 7, .tradeDate = "20240104"});  // reported, and so counted
+    server("20240104", {.deals = {deal(1, "20240104"), deal(2, "20240104"), deal(7, "20240104")}});
+    const auto ask = [&] {
+        manager().requestAccountDeals("A", "20240104", "20240104");
+        f.settle();
+    };
+    ask();
+    EXPECT_EQ(keys("20240104"), (Texts{"1", "2", "7"}));
+    server("20240104", {.deals = {deal(2, "20240104"), deal(3, "20240104")}});
+    ask();
+    EXPECT_EQ(keys("20240104"), (Texts{"2", "3", "7"}));
+    server("20240104", {.error = "down"});
+    ask();
+    EXPECT_EQ(keys("20240104"), (Texts{"2", "3", "7"})) << "an error takes nothing away";
+    server("20240104", {});
+    ask();
+    EXPECT_EQ(keys("20240104"), (Texts{"7"}));
+    f.deal({.key = 7, .tradeDate = "20240104"});
+    EXPECT_EQ(manager().getBuySellVolumes(Fixture::day("20240104"), "SH600000", {"A"}).first, 100);
+
+    // The same for orders, over the limits of small tables.
+    std::vector<boost::shared_ptr<vexservice::COrderDetail>> orders;
+    for (std::uint64_t key = 1; key <= 500; ++key) {
+        orders.push_back(f.makeOrder({.key = key, .tradeDate = "20240103"}));
+    }
+    for (const std::size_t count : {500u, 123u, 500u, 0u}) {
+        server("20240103", {.orders = {orders.end() - static_cast<long>(count), orders.end()}});
+        manager().requestAccountOrders("A", "20240103", "20240103");
+        f.settle();
+        EXPECT_EQ(manager().getAccountOrders("A", Fixture::day("20240103")).size(), count);
+    }
+}
+
+TEST_F(ServerHistory, EveryDayEndsWithItsSignalWhateverHappens) {
+    server("20240102", {.error = "no permission"});
+    server("20240103", {.lost = true});
+    server("20240104", {.deals = {deal(1, "20240104")}});
+    manager().requestAccountDeals("A", "20240102", "20240105");
+    f.settle();
+    EXPECT_EQ(done(), (Texts{"historyDealsDone 20240102 A"}));
+    f.advance(TC::CServerHistory::ANSWER_SECONDS - 0.001);
+    EXPECT_EQ(done().size(), 1u);
+    f.advance(0.001);
+    EXPECT_EQ(done(), (Texts{"historyDealsDone 20240102 A", "historyDealsDone 20240103 A",
+                             "historyDealsDone 20240104 A", "historyDealsDone 20240105 A"}));
+    const Texts log = f.logTexts();
+    ASSERT_EQ(log.size(), 3u);
+    EXPECT_NE(log[0].find("20240102"), std::string::npos);
+    EXPECT_NE(log[0].find("no permission"), std::string::npos);
+    EXPECT_NE(log[1].find("20240103: no answer"), std::string::npos);
+    EXPECT_NE(log[2].find("20240105"), std::string::npos) << "today is not asked for";
+    EXPECT_EQ(keys("20240104"), (Texts{"1"}));
+    f.advance(60);
+    EXPECT_EQ(done().size(), 4u);
+}
+
+TEST_F(ServerHistory, WhatCannotBeAskedIsSaidAndEnded) {
+    const struct {
+        const char* account;
+        const char* first;
+        const char* last;
+        const char* signal;
+        const char* why;
+    } cases[] = {
+        {"none", "20240102", "20240104", "historyOrdersDone 20240102 none", "no such account"},
+        {"A", "20240104", "20240102", "historyOrdersDone 20240104 A", "after the last"},
+        {"A", "20240104", "20240108", "historyOrdersDone 20240104 A", "not come yet"},
+        {"A", "20240104", "20240230", "historyOrdersDone 20240104 A", "no such day"},
+        {"A", "", "20240104", "historyOrdersDone  A", "no such day"},
+        {"A", "2024-1-2", "20240104", "historyOrdersDone  A", "no such day"},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(std::string(each.account) + " " + each.first + " " + each.last);
+        f.forget();
+        manager().requestAccountOrders(each.account, each.first, each.last);
+        f.settle();
+        EXPECT_EQ(done(), (Texts{each.signal}));
+        const Texts log = f.logTexts();
+        ASSERT_EQ(log.size(), 1u);
+        EXPECT_NE(log[0].find(each.why), std::string::npos) << log[0];
+    }
+}
+
+TEST_F(ServerHistory, BeforeInitAndAfterReleaseNothingHappens) {
+    server("20240104", {.lost = true});
+    manager().requestAccountDeals("A", "20240104", "20240104");
+    f.release();  // with the deadline running
+    f.forget();
+    f.advance(30);
+    f.create();
+    manager().requestAccountDeals("A", "20240104", "20240104");
+    f.settle();
+    EXPECT_TRUE(f.signals().empty());
+    EXPECT_TRUE(f.logTexts().empty());
+}
