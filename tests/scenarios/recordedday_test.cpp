@@ -84,7 +84,7 @@ protected:
         const std::size_t added = m_expected.strategies.size() + m_expected.running.size();
         auto next = results.end() - static_cast<std::ptrdiff_t>(added);
         DayEnd day;
-        const auto value = [&] {
+        const auto value = [&]() -> QJsonValue {
             return QJsonDocument::fromJson(QByteArray::fromStdString(*next++)).object()["value"];
         };
         for (const auto& [pair, totals] : m_expected.strategies) {
