@@ -497,9 +497,8 @@ protected:
         REQUIRES(m_mutex);
     void startHistoryQuery(HistoryQuery query, const std::string& lastDay);
     void askHistoryDay(const HistoryQuery& query);
-    void onQueryHistoryDeal(
-        std::uint64_t number, const utils::VexError& error,
-        const std::vector<boost::shared_ptr<vexservice::CDealDetail>>& deals);
+    void onQueryHistoryDeal(std::uint64_t number, const utils::VexError& error,
+                            const std::vector<boost::shared_ptr<vexservice::CDealDetail>>& deals);
     void onQueryHistoryOrder(
         std::uint64_t number, const utils::VexError& error,
         const std::vector<boost::shared_ptr<vexservice::COrderDetail>>& orders);

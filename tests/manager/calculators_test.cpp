@@ -29,9 +29,19 @@ struct Calculators : testing::TestWithParam<int> {
     /// A filled order and its deal, so that figures of both kinds agree.
     void trade(std::uint64_t key, const std::string& stock, Side side, double price, int volume,
                const std::string& strategy) {
-        f.order({.key = key, .stock = stock, .side = side, .price = price, .volume = volume,
-                 .status = 56, .traded = volume, .strategy = strategy});
-        f.deal({.key = key, .stock = stock, .side = side, .price = price, .volume = volume,
+        f.order({.key = key,
+                 .stock = stock,
+                 .side = side,
+                 .price = price,
+                 .volume = volume,
+                 .status = 56,
+                 .traded = volume,
+                 .strategy = strategy});
+        f.deal({.key = key,
+                .stock = stock,
+                .side = side,
+                .price = price,
+                .volume = volume,
                 .strategy = strategy});
     }
 };

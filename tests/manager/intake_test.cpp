@@ -12,7 +12,8 @@ struct Intake : testing::Test {
     void SetUp() override {
         f.instrument({.stock = "SH600000", .reference = 10.0});
         f.instrument({.stock = "SH204001", .types = {126}});
-        f.account({.key = "A", .fee = vexservice::CStkExchangeRateLimit{0.0003, 5, 0.00001, 0.001}});
+        f.account(
+            {.key = "A", .fee = vexservice::CStkExchangeRateLimit{0.0003, 5, 0.00001, 0.001}});
         f.init();
         f.forget();
     }
@@ -68,7 +69,8 @@ TEST_F(Intake, ExcludedStocksAndHistoryBalances) {
     f.forget();
     f.deal({.key = 3, .volume = 100, .strategy = "S", .tag = "历史配平"});
     EXPECT_TRUE(f.signalNames().empty());
-    EXPECT_EQ(f.manager().getBuySellVolumes(Fixture::day("20240102"), "SH600000", {"A"}).first, 100);
+    EXPECT_EQ(f.manager().getBuySellVolumes(Fixture::day("20240102"), "SH600000", {"A"}).first,
+              100);
     EXPECT_TRUE(f.state().tradeStatDatas.empty());
     EXPECT_TRUE(f.state().periodTrades.empty());
     f.deal({.key = 4, .volume = 100, .tag = "历史配平"});
@@ -79,7 +81,8 @@ TEST_F(Intake, DealIsCountedAtItsFirstReportOnly) {
     f.price({.last = 10.5, .push = false});
     f.deal({.key = 1, .price = 10.0, .volume = 1000, .time = "093000", .strategy = "S"});
     f.deal({.key = 1, .price = 10.0, .volume = 3000, .time = "093000", .strategy = "S"});
-    f.deal({.key = 2, .side = Side::Sell, .price = 20.0, .volume = 1000, .time = "", .strategy = "S"});
+    f.deal(
+        {.key = 2, .side = Side::Sell, .price = 20.0, .volume = 1000, .time = "", .strategy = "S"});
     const TC::ManagerState state = f.state();
     const auto& record = *state.tradeStatDatas.at("A").at("S").at("SH600000");
     EXPECT_EQ(record.deals().m_nBuyVolume, 1000);

@@ -2,8 +2,8 @@
 #include "platform/services/clientconfig.h"
 #include "tests/support/fixture.h"
 
-#include <boost/make_shared.hpp>
 #include <gtest/gtest.h>
+#include <boost/make_shared.hpp>
 
 #include <algorithm>
 

@@ -18,8 +18,8 @@ TEST(OpenLots, CountByStatusAndRemainder) {
         int status, volume, traded, unit, lots;
     };
     const Row rows[] = {
-        {"reported, half a lot over", 50, 150, 0, 100, 2},    // 150/100 + 0.5 = 2.0
-        {"reported, just under half", 50, 149, 0, 100, 1},    // 1.99
+        {"reported, half a lot over", 50, 150, 0, 100, 2},  // 150/100 + 0.5 = 2.0
+        {"reported, just under half", 50, 149, 0, 100, 1},  // 1.99
         {"partly filled", 55, 1000, 300, 100, 7},
         {"less than a lot", 50, 100, 60, 100, 1},
         {"nothing remains yet still reported", 55, 100, 100, 100, 1},
@@ -80,8 +80,7 @@ TEST(Profit, AtAndBesideTheLimits) {
         {"limit-down, short: at the price", 9, 11, 9, 0.1, -100, 0, 1000, 0, 100},
         {"within the tolerance of limit-up", 11 - 0.9e-5, 11, 9, 0.1, -1, 0, 0, 0,
          -(11 - 0.9e-5) * 1.1},
-        {"outside the tolerance of limit-up", 11 - 1.2e-5, 11, 9, 0.1, -1, 0, 0, 0,
-         -(11 - 1.2e-5)},
+        {"outside the tolerance of limit-up", 11 - 1.2e-5, 11, 9, 0.1, -1, 0, 0, 0, -(11 - 1.2e-5)},
         {"special treatment, 5 %", 11, 11, 9, 0.05, -100, 0, 1155, 0, 0},
     };
     for (const Row& row : rows) {

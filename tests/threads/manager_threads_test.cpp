@@ -130,7 +130,8 @@ TEST(ManagerThreads, IntakeWhileOthersAskRequestAndBalance) {
         return static_cast<int>(midnight.toSecsSinceEpoch());
     }();
     for (int tries = 0; tries < 1'000'000; ++tries) {
-        if (manager.getBuySellVolumes(day, "SH600000", {"A", "B"}).first == 2 * REPORTS * 100) break;
+        if (manager.getBuySellVolumes(day, "SH600000", {"A", "B"}).first == 2 * REPORTS * 100)
+            break;
         drain(market);
     }
     EXPECT_EQ(manager.getBuySellVolumes(day, "SH600000", {"A", "B"}).first, 2 * REPORTS * 100);
