@@ -142,7 +142,7 @@ private:
     const std::uint32_t m_nStrategies;  ///< with ""
     const std::uint32_t m_nPairs;
     const std::uint32_t m_nAccounts;
-    static constexpr std::uint32_t LEVELS = 8192;
+    std::uint32_t m_nLevels = 0;
 
     std::vector<Terms> m_terms;
     std::vector<vexservice::CStkExchangeRateLimit> m_fees;
@@ -174,6 +174,7 @@ inline CLimit::CLimit(const Workload& world)
     for (const auto& stock : world.stocks) {
         m_terms.push_back(
             {stock.tick, stock.reference, stock.limitUp, stock.limitDown, stock.unit});
+        m_nLevels = std::max(m_nLevels, static_cast<std::uint32_t>(stock.limitUp / stock.tick) + 2);
     }
     for (const auto& account : world.accounts) m_fees.push_back(*account.fee);
     const std::size_t places = static_cast<std::size_t>(m_nPairs) * world.size.stocks;
@@ -183,7 +184,7 @@ inline CLimit::CLimit(const Workload& world)
     m_values.resize(places);
     m_sums.resize(places);
     m_minutesOf.resize(places, NOWHERE);
-    m_lots.resize(static_cast<std::size_t>(m_nPairs) * LEVELS);
+    m_lots.resize(static_cast<std::size_t>(m_nPairs) * m_nLevels);
     m_running.resize(m_nPairs);
     m_orderAmplitudes.resize(holdings, -1.0);
     m_dealAmplitudes.resize(holdings, -1.0);
@@ -201,7 +202,7 @@ inline void CLimit::order(std::uint32_t number, const Report& report) {
         fresh.pair = pairOf(report.account, report.strategy);
         fresh.stock = report.stock;
         fresh.level =
-            fresh.pair * LEVELS + static_cast<std::uint32_t>(order.m_dPrice / terms.tick + 0.5);
+            fresh.pair * m_nLevels + static_cast<std::uint32_t>(order.m_dPrice / terms.tick + 0.5);
         m_orders.push_back(fresh);
         double& amplitude = m_orderAmplitudes[report.stock * m_nAccounts + report.account];
         amplitude =

@@ -23,7 +23,7 @@ TC::ManagerState CLimit::state(const Workload& world) const {
         state.strategys.insert(strategy);
         state.orderDetails[day][world.stockKeys[kept.stock]][account][report.order->recordKey()] =
             report.order;
-        state.orderPrices[strategy][account][static_cast<int>(kept.level % LEVELS)] =
+        state.orderPrices[strategy][account][static_cast<int>(kept.level % m_nLevels)] =
             m_lots[kept.level];
         seen[placeOf(kept.pair, kept.stock)] = true;
         seen[placeOf(kept.pair - report.strategy, kept.stock)] = true;

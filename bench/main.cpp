@@ -5,11 +5,13 @@
 
 #include <benchmark/benchmark.h>
 #include <log4cxx/logger.h>
+#include <malloc.h>
 
 #include <fmt/format.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <limits>
 #include <string>
 
 namespace {
@@ -35,6 +37,10 @@ std::string stateDifference() {
 
 int main(int argc, char** argv) {
     setenv("TZ", "Asia/Shanghai", 1);
+    // A client runs for days: its heap has its pages. Without this the system would take
+    // them back between the runs, and each would measure how it gets them again.
+    mallopt(M_MMAP_THRESHOLD, 1 << 30);
+    mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
     const QCoreApplication application(argc, argv);
     log4cxx::Logger::getLogger("linkage")->setLevel(log4cxx::Level::getOff());
     benchmark::Initialize(&argc, argv);

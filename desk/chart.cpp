@@ -18,7 +18,8 @@ namespace desk {
 namespace {
 
 constexpr int MARGIN = 8;
-constexpr int LINES = 5;
+constexpr int PRICE_LINES = 8;
+constexpr int PROFIT_LINES = 4;
 constexpr double FINEST_MONEY = 1.0;
 
 }  // namespace
@@ -62,8 +63,8 @@ void CChart::layOut() {
     }
     if (low > high) low = 0.0, high = 1.0;
     m_time = CTimeAxis(first, last);
-    m_price.values = ValueAxis::over(low, high, LINES, std::max(picture.tick, 0.001));
-    m_profit.values = ValueAxis::over(least, most, LINES - 2, FINEST_MONEY);
+    m_price.values = ValueAxis::over(low, high, PRICE_LINES, std::max(picture.tick, 0.001));
+    m_profit.values = ValueAxis::over(least, most, PROFIT_LINES, FINEST_MONEY);
 
     const QFontMetrics metrics(font());
     const int line = metrics.height() + 6;

@@ -100,7 +100,8 @@ void CChart::fileOrders() {
     }
 }
 
-/// A framed label left of a point, over it or beside it, kept inside its pane.
+/// A framed label beside a point: right of it, where the day is still empty, if there is
+/// room; over it or at its height; kept inside its pane.
 void CChart::fileLabel(int type, double minute, double value, const QString& text, QColor colour,
                        bool above) {
     const QFontMetrics metrics(font());
@@ -108,7 +109,9 @@ void CChart::fileLabel(int type, double minute, double value, const QString& tex
     const int height = metrics.height() + 2;
     const Pane& pane = type == 0 ? m_price : m_profit;
     const QPointF point = pixel(pane, minute, value);
-    const double left = std::clamp<double>(point.x() - width - 4, pane.area.left(),
+    const bool roomAtRight = point.x() + width + 4 < pane.area.right();
+    const double beside = roomAtRight ? point.x() + 4 : point.x() - width - 4;
+    const double left = std::clamp<double>(beside, pane.area.left(),
                                            std::max(pane.area.left(), pane.area.right() - width));
     const double wanted = above ? point.y() - height - 4 : point.y() - height / 2.0;
     const double top = std::clamp<double>(wanted, pane.area.top(),

@@ -41,7 +41,7 @@ public:
         m_tape.letGo();
     }
 
-    void step(std::int64_t) override {}
+    void step(std::int64_t) override { m_tape.giveBars(m_client); }
     bool canBePaced() const override { return false; }
 
 private:

@@ -3,6 +3,7 @@
 #include "desk/shot.h"
 #include "desk/style.h"
 #include "desk/texts.h"
+#include "platform/log.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -94,6 +95,9 @@ int main(int argc, char** argv) {
     std::optional<QTemporaryDir> temporary;
     if (arguments.engine.dataDir.isEmpty()) arguments.engine.dataDir = temporary.emplace().path();
 
+    // Without a configuration the log would only complain of having none.
+    if (!qEnvironmentVariableIsSet("LOG4CXX_CONFIGURATION"))
+        g_VexStdLogger.setTap([](std::string_view, const std::string&) {});
     const desk::CTranslation translation(arguments.locale);
     desk::style::apply(application);
     if (!arguments.shot.isEmpty()) arguments.engine.speed = desk::UNPACED;

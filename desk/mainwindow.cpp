@@ -127,6 +127,13 @@ void CMainWindow::chooseForTheUser(const Picture& picture) {
     }
 }
 
+void CMainWindow::chooseFirst() {
+    m_pPairs->setCurrentIndex({});
+    m_pTables->stocks()->setCurrentIndex({});
+    m_selection = {};
+    if (m_pShown) chooseForTheUser(*m_pShown);
+}
+
 void CMainWindow::choosePair(const QString& key) {
     const Selection pair{key.section('\n', 0, 0).toStdString(), key.section('\n', 1).toStdString(),
                          m_selection.stock};

@@ -35,6 +35,9 @@ public:
     /// The picture that is on the screen; empty before the first.
     std::shared_ptr<const Picture> shown() const { return m_pShown; }
 
+    /// Chooses the first strategy that has traded and its first stock.
+    void chooseFirst();
+
 Q_SIGNALS:
     /// Another picture is on the screen.
     void sigShown();

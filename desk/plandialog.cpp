@@ -8,6 +8,7 @@
 #include <QDialogButtonBox>
 #include <QLabel>
 #include <QPushButton>
+#include <QStyle>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -89,7 +90,7 @@ CPlanDialog::CPlanDialog(const QString& title, const TC::BalancePlan& plan, QWid
     const bool refused = plan.refusal != TC::EBalanceRefusal::None;
     auto* summary = new QLabel(
         refused ? refusalText(plan.refusal)
-                : tr("Orders to be sent now: %1. Until then figures and prices may change.")
+                : tr("Orders that would be sent now: %1. Figures and prices may still change.")
                       .arg(orders),
         this);
     summary->setObjectName("planSummary");
@@ -109,6 +110,7 @@ CPlanDialog::CPlanDialog(const QString& title, const TC::BalancePlan& plan, QWid
     QPushButton* go = buttons->addButton(tr("Balance"), QDialogButtonBox::AcceptRole);
     go->setObjectName("planAccept");
     go->setProperty("primary", true);
+    go->style()->polish(go);  // the box has polished it already
     go->setEnabled(!refused);
     buttons->addButton(tr("Cancel"), QDialogButtonBox::RejectRole)->setObjectName("planReject");
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);

@@ -1,9 +1,13 @@
 #include "desk/pricetape.h"
 
+#include "paper/paperclient.h"
 #include "platform/utils/clock.h"
 #include "platform/utils/text.h"
 
 #include <QDateTime>
+
+#include <algorithm>
+#include <vector>
 
 namespace desk {
 
@@ -43,9 +47,29 @@ std::map<int, double> CPriceTape::of(const std::string& stockKey) const {
     return found == m_pNotes->prices.end() ? std::map<int, double>() : found->second;
 }
 
+void CPriceTape::giveBars(paper::CPaperClient& client) {
+    const int minute = clockMinute();
+    if (minute == m_nGivenUntil) return;
+    const int from = minute > m_nGivenUntil ? m_nGivenUntil : 0;
+    m_nGivenUntil = minute;
+    std::map<std::string, std::vector<TC::CMinuteBar>> bars;
+    {
+        const std::lock_guard lock(m_pNotes->mutex);
+        for (const auto& [stock, prices] : m_pNotes->prices) {
+            const auto own = m_ownBars.find(stock);
+            const int first = own == m_ownBars.end() ? from : std::max(from, own->second);
+            for (auto at = prices.lower_bound(first); at != prices.end() && at->first < minute;
+                 ++at)
+                bars[stock].push_back({at->first + 1, at->second});  // named by its end
+        }
+    }
+    for (const auto& [stock, ended] : bars) client.setBars(stock, client.tradeDate(), ended);
+}
+
 void CPriceTape::forget() {
     const std::lock_guard lock(m_pNotes->mutex);
     m_pNotes->prices.clear();
+    m_ownBars.clear();
 }
 
 }  // namespace desk

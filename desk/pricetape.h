@@ -9,6 +9,10 @@
 #include <mutex>
 #include <string>
 
+namespace paper {
+class CPaperClient;
+}
+
 namespace desk {
 
 /// The course of each stock over the day, one price a minute, noted as prices come in.
@@ -19,6 +23,12 @@ public:
     /// From now on notes the prices of a stock; nothing happens when it does already.
     void follow(const std::string& stockKey);
     std::map<int, double> of(const std::string& stockKey) const;
+
+    /// Gives the minutes that have ended since the last time to the client's history
+    /// service as bars, so that a recording without bars has them, too.
+    void giveBars(paper::CPaperClient& client);
+    /// The client has bars of its own for this stock up to a minute.
+    void leaveBars(const std::string& stockKey, int minute) { m_ownBars[stockKey] = minute; }
 
     /// Forgets the prices of the day.
     void forget();
@@ -33,6 +43,8 @@ private:
     /// Shared with callbacks that may still be under way.
     std::shared_ptr<Notes> m_pNotes = std::make_shared<Notes>();
     std::map<std::string, boost::shared_ptr<TC::CQuoteRequest>> m_requests;
+    std::map<std::string, int> m_ownBars;
+    int m_nGivenUntil = 0;
 };
 
 /// Client time as "hh:mm:ss" and the minute of the day, by the platform's clock.

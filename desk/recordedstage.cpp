@@ -70,6 +70,7 @@ private:
             std::int64_t next = std::min(until, now + STRIDE_MICROS);
             if (m_target) next = std::min(next, *m_target);
             m_session.advanceTo(next);
+            m_tape.giveBars(m_session.client());
         }
     }
 
@@ -89,6 +90,9 @@ private:
             const bool first = !m_session.started();
             if (const auto* price = std::get_if<replay::PriceEvent>(&event); price && !first)
                 m_tape.follow(price->stockKey);
+            if (const auto* bars = std::get_if<replay::BarsEvent>(&event);
+                bars && !bars->bars.empty())
+                m_tape.leaveBars(bars->stockKey, bars->bars.back().m_nMinute);
             m_session.play(event);
             if (first) setHalt();
         } catch (const replay::LineError& fault) {

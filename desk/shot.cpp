@@ -23,7 +23,9 @@ void takeShot(CMainWindow& window, const QString& file, std::function<void(const
                          if (!picture.fault.empty())
                              return done(QString::fromStdString(picture.fault));
                          if (!picture.ended && !picture.halted) return;
-                         if (++*settled != SETTLED_AFTER) return;
+                         // What was chosen on the way depends on the machine's speed.
+                         if (++*settled == 1) window.chooseFirst();
+                         if (*settled != SETTLED_AFTER) return;
                          const bool saved = window.grab().save(file);
                          done(saved ? QString() : CMainWindow::tr("cannot write %1").arg(file));
                      });

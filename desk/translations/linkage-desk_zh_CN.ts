@@ -462,8 +462,8 @@
         <translation>没有该合约信息</translation>
     </message>
     <message>
-        <source>Orders to be sent now: %1. Until then figures and prices may change.</source>
-        <translation>现在将发送 %1 笔委托。在发送之前，数量和价格仍可能变化。</translation>
+        <source>Orders that would be sent now: %1. Figures and prices may still change.</source>
+        <translation>现在将发送 %1 笔委托。数量和价格仍可能变化。</translation>
     </message>
     <message>
         <source>Balance</source>

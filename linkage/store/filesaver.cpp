@@ -60,7 +60,7 @@ std::optional<std::string> CFileSaver::load(const std::string& name) {
     }
     VEX_INFO("TC::CLinkageManager::readFromFile", "file not readable, left as it is : {0}",
              pathOf(name));
-    std::lock_guard lock(m_diskMutex);
+    std::lock_guard lock(m_placeMutex);
     m_unreadable.insert(name);
     return std::nullopt;
 }
@@ -135,26 +135,31 @@ bool CFileSaver::serve(bool onSaveThread) {
 }
 
 void CFileSaver::commit(const Save& save) {
-    std::lock_guard lock(m_diskMutex);
+    const std::lock_guard turn(m_stageMutex);
     std::vector<std::string> staged;
     for (const char* name : FILES) {
         const auto text = save.texts.find(name);
-        if (text == save.texts.end() || m_newest[name] > save.number) continue;
+        if (text == save.texts.end()) continue;
         const std::string path = pathOf(name);
-        if (freeName(name) &&
-            writeWhole(stagePath(path), path, encodeText(text->second, m_place.encoding))) {
+        if (writeWhole(stagePath(path), path, encodeText(text->second, m_place.encoding))) {
             staged.push_back(name);
         }
     }
+    if (staged.empty()) return;
+    putInPlace(staged, save.number);
+    m_pFiles->flushDirectory(m_place.directory);
+}
+
+void CFileSaver::putInPlace(const std::vector<std::string>& staged, std::uint64_t number) {
+    const std::lock_guard lock(m_placeMutex);
     for (const std::string& name : staged) {
         const std::string path = pathOf(name);
-        if (m_pFiles->rename(stagePath(path), path)) {
-            m_newest[name] = save.number;
+        if (m_newest[name] < number && freeName(name) && m_pFiles->rename(stagePath(path), path)) {
+            m_newest[name] = number;
         } else {
             m_pFiles->remove(stagePath(path));
         }
     }
-    if (!staged.empty()) m_pFiles->flushDirectory(m_place.directory);
 }
 
 bool CFileSaver::writeWhole(const std::string& path, const std::string& like,
@@ -204,7 +209,7 @@ void CFileSaver::finish() {
 
 void CFileSaver::remove(std::initializer_list<const char*> names) {
     const std::uint64_t number = ++m_nNumber;
-    std::lock_guard lock(m_diskMutex);
+    std::lock_guard lock(m_placeMutex);
     for (const char* name : names) {
         m_newest[name] = number;
         if (freeName(name)) m_pFiles->remove(pathOf(name));

@@ -20,6 +20,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace TC {
 
@@ -85,7 +86,7 @@ public:
     void finish();
 
     /// Removes files. Hold the manager's lock and change the manager's state under the
-    /// same hold; waits for a write in progress.
+    /// same hold. Waits for files being put in place, not for their writing.
     void remove(std::initializer_list<const char*> names);
 
 private:
@@ -107,6 +108,7 @@ private:
     bool serve(bool onSaveThread);
     std::optional<Wishes> take(bool onSaveThread);
     void commit(const Save& save);
+    void putInPlace(const std::vector<std::string>& staged, std::uint64_t number);
     std::string pathOf(const std::string& name) const;
     bool writeWhole(const std::string& path, const std::string& like, const std::string& bytes);
     bool freeName(const std::string& name);
@@ -128,7 +130,8 @@ private:
     int m_nWriting = 0;      ///< saves composed and not yet done with
     boost::thread m_thread;
 
-    std::mutex m_diskMutex;  ///< one at a time changes files; nothing else is taken inside
+    std::mutex m_stageMutex;  ///< one save at a time is written beside; taken before the next
+    std::mutex m_placeMutex;  ///< files change names; held for moments
     std::map<std::string, std::uint64_t> m_newest;  ///< by file, the number on disk
     std::set<std::string> m_unreadable;             ///< files that must not be lost
 };

@@ -50,18 +50,17 @@ inline const char* const MORNING = R"(
 /// condition.
 class DeskTest : public testing::Test {
 protected:
-    /// `haltAt`: where the clock stops, so that what is seen does not depend on how
-    /// fast the machine is.
+    /// Without a scenario: the built-in market.
     void open(const char* scenario = MORNING, double speed = desk::UNPACED,
               const char* language = "en") {
-        QFile file(m_dir.filePath("scenario.jsonl"));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(scenario);
-        file.close();
+        desk::EngineOptions options;
+        if (scenario) {
+            QFile file(options.scenario = m_dir.filePath("scenario.jsonl"));
+            ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+            file.write(scenario);
+        }
         desk::style::apply(*static_cast<QApplication*>(QApplication::instance()));
         m_translation.emplace(QLocale(language));
-        desk::EngineOptions options;
-        options.scenario = file.fileName();
         options.dataDir = m_dir.filePath("data");
         options.speed = speed;
         m_engine = std::make_unique<desk::CEngine>(options);

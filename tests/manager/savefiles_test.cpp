@@ -188,6 +188,26 @@ TEST(SaveFilesOnce, ReleaseFinishesWhatWasAskedForEvenFromASlotUnderTheLock) {
     EXPECT_EQ(f.file("balancedata.csv"), BALANCE_HEADER);
 }
 
+TEST(SaveFilesOnce, TenThousandBalancingDealsEndOnDisk) {
+    Fixture f({.now = "2024-01-02 14:00:00"});
+    trade(f);
+    constexpr int DEALS = 10000;
+    for (int each = 1; each <= DEALS; ++each) {
+        const auto deal = f.makeDeal({.key = 100u + static_cast<unsigned>(each),
+                                      .side = Side::Sell,
+                                      .volume = 1,
+                                      .strategy = "S",
+                                      .tag = "历史配平"});
+        f.client().report("A", deal);
+    }
+    f.settle();
+    const std::string detail = f.file("detail.csv").value();
+    EXPECT_EQ(std::count(detail.begin(), detail.end(), '\n'), DEALS + 1);
+    EXPECT_EQ(f.file("balancedata.csv"),
+              BALANCE_HEADER +
+                  "AS,SH600000,10000,200,2002.0000000000,100000.0000000000,20240102000000\n");
+}
+
 TEST(SaveFilesOnce, ADataDirectoryThatCannotBeThereIsNoHindrance) {
     Fixture f;
     f.init();

@@ -2,7 +2,9 @@
 #include "tests/support/playing.h"
 
 #include <gtest/gtest.h>
-#include <simdjson.h>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
 
 #include <cstdlib>
 #include <functional>
@@ -33,22 +35,23 @@ protected:
         const char* folder = std::getenv("LINKAGE_DATA");
         if (!folder) GTEST_SKIP() << "LINKAGE_DATA names no folder with the recorded day";
         m_path = std::string(folder) + "/" + NAME + ".jsonl.gz";
-        simdjson::dom::parser parser;
-        const simdjson::dom::element expect =
-            parser.load(std::string(folder) + "/" + NAME + ".expect.json");
-        const simdjson::dom::object strategies = expect["strategies"];
-        for (const auto& [key, totals] : strategies) {
-            m_expected.strategies[std::string(key)] = readTotals(totals);
+        QFile file(QString::fromStdString(std::string(folder) + "/" + NAME + ".expect.json"));
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+        const QJsonObject expect = QJsonDocument::fromJson(file.readAll()).object();
+        const QJsonObject strategies = expect["strategies"].toObject();
+        for (const QString& key : strategies.keys()) {
+            m_expected.strategies[key.toStdString()] = readTotals(strategies[key].toObject());
         }
-        const simdjson::dom::object running = expect["running"];
-        for (const auto& [key, count] : running) {
-            m_expected.running[std::string(key)] = count.get_int64();
+        const QJsonObject running = expect["running"].toObject();
+        for (const QString& key : running.keys()) {
+            m_expected.running[key.toStdString()] = running[key].toInt();
         }
+        ASSERT_FALSE(m_expected.strategies.empty());
     }
 
-    static Totals readTotals(simdjson::dom::element from) {
-        return {from["buyVolume"].get_int64(), from["sellVolume"].get_int64(),
-                from["buyAmount"].get_double(), from["sellAmount"].get_double()};
+    static Totals readTotals(const QJsonObject& from) {
+        return {from["buyVolume"].toInt(), from["sellVolume"].toInt(), from["buyAmount"].toDouble(),
+                from["sellAmount"].toDouble()};
     }
 
     /// The day with each line as `edit` writes it, and calls for all figures at its end.
@@ -81,15 +84,13 @@ protected:
         const std::size_t added = m_expected.strategies.size() + m_expected.running.size();
         auto next = results.end() - static_cast<std::ptrdiff_t>(added);
         DayEnd day;
-        simdjson::dom::parser parser;
+        const auto value = [&] {
+            return QJsonDocument::fromJson(QByteArray::fromStdString(*next++)).object()["value"];
+        };
         for (const auto& [pair, totals] : m_expected.strategies) {
-            const simdjson::dom::element result = parser.parse(*next++);
-            day.strategies[pair] = readTotals(result["value"]["SH600519"]);
+            day.strategies[pair] = readTotals(value().toObject()["SH600519"].toObject());
         }
-        for (const auto& [pair, count] : m_expected.running) {
-            const simdjson::dom::element result = parser.parse(*next++);
-            day.running[pair] = result["value"].get_int64();
-        }
+        for (const auto& [pair, count] : m_expected.running) day.running[pair] = value().toInt();
         return day;
     }
 

@@ -1,0 +1,159 @@
+#include "linkage/core/clinkagemanager.h"
+#include "paper/loop.h"
+#include "paper/paperclient.h"
+
+#include <QCoreApplication>
+#include <QTemporaryDir>
+
+#include <boost/make_shared.hpp>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <future>
+#include <thread>
+#include <vector>
+
+// The manager as a client runs it: reports on threads of the data center, handlers on the
+// strand, screens asking from elsewhere. The thread sanitizer judges the rest.
+
+namespace {
+
+using Manager = utils::CSingletonT<TC::CLinkageManager>;
+
+constexpr int REPORTS = 3000;
+
+struct Market {
+    QTemporaryDir directory;
+    paper::CRealLoop loop{2};
+    std::unique_ptr<paper::CPaperClient> client;
+
+    Market() {
+        paper::ClientConfig config;
+        config.tradeDate = "20240102";
+        config.dataDir = directory.path();
+        client = std::make_unique<paper::CPaperClient>(loop.service(), config);
+        client->setInstrument({.market = "SH", .code = "600000", .reference = 10.0});
+        for (const char* key : {"A", "B"}) client->setAccount({.key = key, .id = key});
+        Manager::instance()->init();
+    }
+    ~Market() {
+        Manager::release();
+        client.reset();
+    }
+
+    void report(const std::string& account, std::uint64_t key) {
+        auto order = boost::make_shared<vexservice::COrderDetail>();
+        fill(*order, account, key);
+        order->m_eStatus = key % 3 ? vexservice::STATUS_REPORTED : vexservice::STATUS_SUCCEEDED;
+        order->m_nTradedVolume = key % 3 ? 0 : 100;
+        client->report(account, order);
+        auto deal = boost::make_shared<vexservice::CDealDetail>();
+        fill(*deal, account, key);
+        deal->m_dAmount = 1000.0;
+        deal->m_strTradeTime = "100000";
+        client->report(account, deal);
+    }
+
+    template <class Record>
+    void fill(Record& record, const std::string& account, std::uint64_t key) {
+        record.m_nRecordKey = key;
+        record.m_strMarket = "SH";
+        record.m_strCode = "600000";
+        record.m_dPrice = 10.0;
+        record.m_nVolume = 100;
+        record.m_strTradeDate = "20240102";
+        record.m_pAccountInfo = client->accountInfo(account);
+        record.m_pCommand = boost::make_shared<vexservice::CCommandRecord>();
+        record.m_pCommand->m_strStrategyName = key % 2 ? "S" : "T";
+    }
+
+    void price(double last) {
+        auto price = boost::make_shared<vexservice::CPriceData>();
+        price->m_strStockKey = "SH600000";
+        price->m_dLastPrice = last;
+        client->setPrice("SH600000", price);
+    }
+};
+
+/// Waits until everything that was posted before has been handled.
+void drain(Market& market) {
+    std::promise<void> done;
+    market.loop.service().post([&] { done.set_value(); });
+    done.get_future().wait();
+}
+
+TEST(ManagerThreads, IntakeWhileOthersAskRequestAndBalance) {
+    Market market;
+    TC::CLinkageManager& manager = *Manager::instance();
+    while (manager.getAccounts().size() < 2) drain(market);
+
+    std::atomic<bool> stop{false};
+    std::vector<std::thread> threads;
+    for (const char* account : {"A", "B"}) {
+        threads.emplace_back([&market, account] {
+            for (int key = 1; key <= REPORTS; ++key) {
+                market.report(account, static_cast<std::uint64_t>(key));
+                if (key % 50 == 0) market.price(10.0 + key / 1000.0);
+            }
+        });
+    }
+    std::vector<std::thread> askers;
+    askers.emplace_back([&] {
+        while (!stop) {
+            double sum = 0.0;
+            for (const auto& [stock, record] : manager.getTradeStatDatas("A", "S")) {
+                sum += record->deals().m_dBuyAmount + record->m_buyAmounts.sum();
+            }
+            EXPECT_GE(sum, 0.0);
+            EXPECT_EQ(manager.getTradeDate(), "20240102");
+            TC::TradeStatData stat;
+            manager.historyBalance("AS", stat);
+        }
+    });
+    askers.emplace_back([&] {
+        for (int round = 0; !stop; ++round) {
+            manager.requestAccount(round % 2 ? "A" : "B");
+            manager.addBalanceTime("A:S", "15300" + std::to_string(round % 10));
+            manager.getStocks();
+            manager.runAutoBalance("A", "S");
+            manager.state();
+        }
+    });
+    for (std::thread& each : threads) each.join();
+    stop = true;
+    for (std::thread& each : askers) each.join();
+
+    manager.requestAccounts();
+    const int day = [] {
+        QDateTime midnight = QDateTime::fromString("20240102", "yyyyMMdd");
+        return static_cast<int>(midnight.toSecsSinceEpoch());
+    }();
+    for (int tries = 0; tries < 1'000'000; ++tries) {
+        if (manager.getBuySellVolumes(day, "SH600000", {"A", "B"}).first == 2 * REPORTS * 100) break;
+        drain(market);
+    }
+    EXPECT_EQ(manager.getBuySellVolumes(day, "SH600000", {"A", "B"}).first, 2 * REPORTS * 100);
+    EXPECT_EQ(manager.getRunningOrders("A", ""), REPORTS - REPORTS / 3);
+}
+
+TEST(ManagerThreads, ReleaseInTheMiddleOfAStorm) {
+    for (int round = 0; round < 5; ++round) {
+        Market market;
+        std::atomic<bool> stop{false};
+        std::thread reporter([&] {
+            for (std::uint64_t key = 1; !stop; ++key) {
+                market.report("A", key);
+                market.price(10.0);
+            }
+        });
+        while (Manager::instance()->getRunningOrders("A", "") < 20 * round) drain(market);
+        Manager::instance()->addBalanceTime("A:S", "150000");
+        Manager::release();
+        EXPECT_FALSE(Manager::exists());
+        stop = true;
+        reporter.join();
+    }
+}
+
+}  // namespace
