@@ -5,6 +5,7 @@
 struct CVexLogger::Sink {
     log4cxx::LoggerPtr logger = log4cxx::Logger::getLogger("linkage");
     Tap tap;
+    bool silent = false;
 };
 
 CVexLogger g_VexStdLogger;
@@ -13,6 +14,7 @@ CVexLogger::CVexLogger() : m_pSink(std::make_unique<Sink>()) {}
 CVexLogger::~CVexLogger() = default;
 
 bool CVexLogger::isInfoEnabled() const {
+    if (m_pSink->silent) return false;
     return m_pSink->tap || log4cxx::Logger::isInfoEnabledFor(m_pSink->logger);
 }
 
@@ -26,6 +28,7 @@ void CVexLogger::error(const char* operation, const std::string& message) noexce
 
 void CVexLogger::write(bool error, const char* operation, const std::string& message) noexcept {
     try {
+        if (m_pSink->silent) return;
         if (m_pSink->tap) {
             m_pSink->tap(operation, message);
             return;
@@ -40,6 +43,8 @@ void CVexLogger::write(bool error, const char* operation, const std::string& mes
 }
 
 void CVexLogger::setTap(Tap tap) { m_pSink->tap = std::move(tap); }
+
+void CVexLogger::setSilent(bool silent) { m_pSink->silent = silent; }
 
 namespace LOGPRINT {
 

@@ -35,6 +35,10 @@ public:
     /// Diverts the log (an empty tap ends it). Not while other threads are logging.
     void setTap(Tap tap);
 
+    /// A silent log drops every line, and none is composed. Not while other threads are
+    /// logging.
+    void setSilent(bool silent);
+
 private:
     struct Sink;
     void write(bool error, const char* operation, const std::string& message) noexcept;

@@ -123,8 +123,8 @@ void CSignalObserver::plain(boost::signals2::signal<void()>& signal, std::string
 }
 
 CLogObserver::CLogObserver(COutput* output) : m_output(output) {
+    g_VexStdLogger.setSilent(!m_output);
     g_VexStdLogger.setTap([this](std::string_view, const std::string& message) {
-        if (!m_output) return;
         if (std::this_thread::get_id() == m_owner) {
             line(message);
             return;
@@ -134,7 +134,10 @@ CLogObserver::CLogObserver(COutput* output) : m_output(output) {
     });
 }
 
-CLogObserver::~CLogObserver() { g_VexStdLogger.setTap({}); }
+CLogObserver::~CLogObserver() {
+    g_VexStdLogger.setTap({});
+    g_VexStdLogger.setSilent(false);
+}
 
 void CLogObserver::collect() {
     std::vector<std::string> lines;

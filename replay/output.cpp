@@ -21,6 +21,15 @@ constexpr std::string_view REPLACEMENT = "\xEF\xBF\xBD";
 
 bool needsEscape(char c) { return static_cast<unsigned char>(c) < 0x20 || c == '"' || c == '\\'; }
 
+/// Most texts: they stand in JSON as they are.
+bool isPlain(std::string_view text) {
+    bool plain = true;
+    for (const char c : text) {
+        plain &= static_cast<signed char>(c) >= 0x20 && c != '"' && c != '\\';
+    }
+    return plain;
+}
+
 void appendEscaped(std::string& out, char c) {
     switch (c) {
         case '"':
@@ -155,7 +164,11 @@ void CJsonWriter::textKey(std::string_view name) {
 
 void CJsonWriter::value(std::string_view text) {
     separate();
-    if (simdjson::validate_utf8(text.data(), text.size())) {
+    if (isPlain(text)) {
+        m_out.push_back('"');
+        m_out += text;
+        m_out.push_back('"');
+    } else if (simdjson::validate_utf8(text.data(), text.size())) {
         quoted(text);
     } else {
         quoted(repaired(text));
