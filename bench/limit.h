@@ -135,6 +135,8 @@ private:
     std::size_t placeOf(std::uint32_t pair, std::uint32_t stock) const {
         return static_cast<std::size_t>(stock) * m_nPairs + pair;
     }
+    void describeFigures(const Workload& world, const std::vector<bool>& seen,
+                         TC::ManagerState& state) const;
     void settle(Order& kept, const vexservice::COrderDetail& order, const Report& report);
     void setRunning(Order& kept, std::uint32_t number, std::uint32_t pair, int which, bool runs);
     Minute& minuteOf(std::size_t place, int minute);

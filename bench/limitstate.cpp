@@ -58,6 +58,18 @@ TC::ManagerState CLimit::state(const Workload& world) const {
                 state.buySellVolumes[day][stockKey][key] = {totals.boughtVolume, totals.soldVolume};
                 state.buySellAmounts[day][stockKey][key] = {totals.boughtAmount, totals.soldAmount};
             }
+        }
+    }
+    describeFigures(world, seen, state);
+    return state;
+}
+
+void CLimit::describeFigures(const Workload& world, const std::vector<bool>& seen,
+                             TC::ManagerState& state) const {
+    for (std::uint32_t stock = 0; stock < world.size.stocks; ++stock) {
+        const std::string& stockKey = world.stockKeys[stock];
+        for (std::uint32_t account = 0; account < m_nAccounts; ++account) {
+            const std::string& key = world.accounts[account].key;
             for (std::uint32_t strategy = 0; strategy < m_nStrategies; ++strategy) {
                 const std::size_t place = placeOf(pairOf(account, strategy), stock);
                 if (!seen[place]) continue;
@@ -86,7 +98,6 @@ TC::ManagerState CLimit::state(const Workload& world) const {
             }
         }
     }
-    return state;
 }
 
 }  // namespace bench

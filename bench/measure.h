@@ -1,10 +1,10 @@
 #pragma once
 
 #include <malloc.h>
-#include <time.h>
 
 #include <chrono>
 #include <cstddef>
+#include <ctime>
 #include <functional>
 #include <map>
 #include <string>

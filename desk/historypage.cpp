@@ -94,6 +94,7 @@ void CHistoryPage::show(const std::vector<HistoryRow>& history, const Selection&
     m_history = history;
     m_chosen = chosen;
     std::vector<Row> rows;
+    rows.reserve(history.size());
     for (const HistoryRow& row : history) {
         rows.push_back(
             {rowKey(row),

@@ -50,7 +50,7 @@ QString formatted(const QVariant& value, EFormat format) {
         case EFormat::Side:
             return value.toBool() ? CRowsModel::tr("Buy") : CRowsModel::tr("Sell");
         case EFormat::Time: {
-            const QString text = value.toString();
+            QString text = value.toString();
             if (text.size() != 6) return text;
             return text.left(2) + ':' + text.mid(2, 2) + ':' + text.right(2);
         }
@@ -124,7 +124,7 @@ QVariant CRowsModel::data(const QModelIndex& index, int role) const {
     const Row& shown = row(index.row());
     const auto column = static_cast<std::size_t>(index.column());
     const EFormat format = m_columns[column].format;
-    const QVariant value = column < shown.cells.size() ? shown.cells[column] : QVariant();
+    QVariant value = column < shown.cells.size() ? shown.cells[column] : QVariant();
     switch (role) {
         case Qt::DisplayRole:
             return formatted(value, format);

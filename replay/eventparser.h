@@ -29,7 +29,20 @@ private:
     /// reports share them.
     boost::shared_ptr<vexservice::CCommandRecord> carrier(const CFields& fields);
     using CarrierKey = std::tuple<std::string, std::string, std::string>;
-    std::map<CarrierKey, boost::shared_ptr<vexservice::CCommandRecord>, std::less<>> m_carriers;
+    /// Also compares keys of views, which copy no text.
+    struct CarrierLess {
+        using is_transparent = void;
+        template <class Left, class Right>
+        bool operator()(const Left& left, const Right& right) const {
+            return views(left) < views(right);
+        }
+        template <class Key>
+        static std::tuple<std::string_view, std::string_view, std::string_view> views(
+            const Key& key) {
+            return {std::get<0>(key), std::get<1>(key), std::get<2>(key)};
+        }
+    };
+    std::map<CarrierKey, boost::shared_ptr<vexservice::CCommandRecord>, CarrierLess> m_carriers;
 };
 
 /// Parses every line of a scenario file without playing it; returns their number.

@@ -479,8 +479,8 @@ protected:
     std::unique_ptr<CFileSaver> makeSaver();
     void readFromFile();
     /// The rows of each file as they stand now; also sets the write stamp.
-    std::map<std::string, std::string> writeToFile(bool withTime) REQUIRES(m_mutex);
-    std::map<std::string, std::string> writeBlanaceTimeToFile() REQUIRES(m_mutex);
+    std::map<std::string, std::string> writeToFile(bool withTime);
+    std::map<std::string, std::string> writeBlanaceTimeToFile();
     bool isCanWriteToFile(const std::string& historyKey, const std::string& tradeKey) const;
 
     // history of the server: linkage/store/serverhistory.cpp, linkage/store/historyintake.cpp

@@ -441,7 +441,17 @@ private:
     void chainDeal(Account& account, std::uint32_t entry);
     std::uint32_t addOrder(Account& account, std::uint64_t key, std::uint32_t cell);
     void headOfKey(Account& account, std::uint64_t key, std::uint32_t entry);
-    void settleFacets(OrderStep& step, OrderEntry& entry, std::int32_t level);
+    /// What an order takes along from the entries of its key.
+    struct Gathered {
+        std::uint8_t facets = 0;
+        std::int32_t lots = 0;
+        std::int32_t runTraded = 0;
+        std::int32_t status = 0;
+        std::uint32_t places[2] = {NONE, NONE};
+    };
+    void settleFacets(OrderStep& step, OrderEntry& target, std::int32_t level);
+    void gatherFacets(OrderStep& step, OrderEntry& entry, std::int32_t level, Gathered& held) const;
+    std::uint32_t parkFacets(std::uint32_t account, OrderEntry& entry, std::uint8_t stays);
     std::uint32_t levelCellOf(std::uint32_t pair, std::int32_t level);
     void enterRunning(Pair& pair, std::uint32_t entry, bool wide);
     void leaveRunning(Pair& pair, std::uint32_t entry, bool wide);

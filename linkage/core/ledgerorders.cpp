@@ -105,12 +105,10 @@ void CLedger::placeOrder(OrderStep& step) {
 // stood elsewhere: what the totals hold under the key is gathered from wherever it is,
 // and what belongs to another strategy, stock, side or level stays behind.
 void CLedger::settleFacets(OrderStep& step, OrderEntry& target, std::int32_t level) {
-    const std::uint32_t stock = m_cells[target.cell].stock;
-    std::uint8_t held = target.facets & FILED;
-    std::int32_t heldLots = 0;
-    std::int32_t runTraded = target.runTraded;
-    std::int32_t runStatus = target.status;
-    std::uint32_t places[2] = {NONE, NONE};
+    Gathered held;
+    held.facets = target.facets & FILED;
+    held.runTraded = target.runTraded;
+    held.status = target.status;
     step.before = {};
 
     std::uint32_t next = NONE;
@@ -118,55 +116,10 @@ void CLedger::settleFacets(OrderStep& step, OrderEntry& target, std::int32_t lev
     for (std::uint32_t at = step.entry; at != NONE; at = next) {
         OrderEntry& entry = m_orders[at];
         next = entry.nextOfKey;
-        const bool sameSide =
-            entry.buys == step.buys && entry.figures && entry.figures->stock == stock;
-        std::uint8_t taken = 0;
-        if ((entry.facets & TRADED) && sameSide && entry.pair == step.pair) {
-            step.before.traded = entry.traded;
-            step.before.amount = entry.amount;
-            taken |= TRADED;
-        }
-        if ((entry.facets & WIDE) && sameSide) {
-            step.before.wideTraded = entry.traded;
-            step.before.wideAmount = entry.amount;
-            taken |= WIDE;
-        }
-        if ((entry.facets & LOTS) && entry.pair == step.pair && entry.level == level) {
-            heldLots = entry.lots;
-            taken |= LOTS;
-        }
-        if ((entry.facets & RUNS) && entry.pair == step.pair) {
-            places[0] = entry.placeRunning[0];
-            runTraded = entry.runTraded;
-            runStatus = entry.status;
-            taken |= RUNS;
-        }
-        if (entry.facets & RUNS_WIDE) {
-            places[1] = entry.placeRunning[1];
-            if (!(held & RUNS)) {
-                runTraded = entry.runTraded;
-                runStatus = entry.status;
-            }
-            taken |= RUNS_WIDE;
-        }
-        held |= taken;
-        entry.facets &= static_cast<std::uint8_t>(~taken);
+        gatherFacets(step, entry, level, held);
         const std::uint8_t stays = entry.facets & static_cast<std::uint8_t>(~FILED);
         if (at == step.entry && stays != 0) {
-            // Its totals stay behind in an entry of their own.
-            const std::uint32_t parked = m_orders.make();
-            m_accounts[step.account].parked.push_back(parked);
-            OrderEntry& behind = m_orders[parked];
-            behind = entry;
-            behind.cell = NONE;
-            behind.nextInCell = NONE;
-            behind.facets = stays;
-            behind.nextOfKey = next;
-            entry.nextOfKey = parked;
-            last = parked;
-            if (stays & RUNS) {
-                m_pairs[behind.pair].running[behind.placeRunning[0]] = parked;
-            }
+            last = parkFacets(step.account, entry, stays);
         } else if (at != step.entry && entry.facets == 0) {
             m_orders[last].nextOfKey = next;
             std::erase(m_accounts[step.account].parked, at);
@@ -176,21 +129,73 @@ void CLedger::settleFacets(OrderStep& step, OrderEntry& target, std::int32_t lev
         }
     }
 
-    target.facets = held;
+    target.facets = held.facets;
     target.pair = step.pair;
     target.buys = step.buys;
     target.level = level;
     target.levelCell = NONE;
-    target.lots = heldLots;
+    target.lots = held.lots;
     target.figures = nullptr;
-    target.runTraded = runTraded;
-    target.status = runStatus;
-    target.placeRunning[0] = places[0];
-    target.placeRunning[1] = places[1];
-    if (held & RUNS) m_pairs[step.pair].running[places[0]] = step.entry;
-    if (held & RUNS_WIDE) {
-        m_pairs[pairOf(step.account, 0)].running[places[1]] = step.entry;
+    target.runTraded = held.runTraded;
+    target.status = held.status;
+    target.placeRunning[0] = held.places[0];
+    target.placeRunning[1] = held.places[1];
+    if (held.facets & RUNS) m_pairs[step.pair].running[held.places[0]] = step.entry;
+    if (held.facets & RUNS_WIDE) {
+        m_pairs[pairOf(step.account, 0)].running[held.places[1]] = step.entry;
     }
+}
+
+// Moves out of an entry what the report of this step goes on with.
+void CLedger::gatherFacets(OrderStep& step, OrderEntry& entry, std::int32_t level,
+                           Gathered& held) const {
+    const std::uint32_t stock = m_cells[m_orders[step.entry].cell].stock;
+    const bool sameSide = entry.buys == step.buys && entry.figures && entry.figures->stock == stock;
+    std::uint8_t taken = 0;
+    if ((entry.facets & TRADED) && sameSide && entry.pair == step.pair) {
+        step.before.traded = entry.traded;
+        step.before.amount = entry.amount;
+        taken |= TRADED;
+    }
+    if ((entry.facets & WIDE) && sameSide) {
+        step.before.wideTraded = entry.traded;
+        step.before.wideAmount = entry.amount;
+        taken |= WIDE;
+    }
+    if ((entry.facets & LOTS) && entry.pair == step.pair && entry.level == level) {
+        held.lots = entry.lots;
+        taken |= LOTS;
+    }
+    if ((entry.facets & RUNS) && entry.pair == step.pair) {
+        held.places[0] = entry.placeRunning[0];
+        held.runTraded = entry.runTraded;
+        held.status = entry.status;
+        taken |= RUNS;
+    }
+    if (entry.facets & RUNS_WIDE) {
+        held.places[1] = entry.placeRunning[1];
+        if (!(held.facets & RUNS)) {
+            held.runTraded = entry.runTraded;
+            held.status = entry.status;
+        }
+        taken |= RUNS_WIDE;
+    }
+    held.facets |= taken;
+    entry.facets &= static_cast<std::uint8_t>(~taken);
+}
+
+// The totals of an entry stay behind in one of their own, next in the key's chain.
+std::uint32_t CLedger::parkFacets(std::uint32_t account, OrderEntry& entry, std::uint8_t stays) {
+    const std::uint32_t parked = m_orders.make();
+    m_accounts[account].parked.push_back(parked);
+    OrderEntry& behind = m_orders[parked];
+    behind = entry;
+    behind.cell = NONE;
+    behind.nextInCell = NONE;
+    behind.facets = stays;
+    entry.nextOfKey = parked;
+    if (stays & RUNS) m_pairs[behind.pair].running[behind.placeRunning[0]] = parked;
+    return parked;
 }
 
 std::uint32_t CLedger::levelCellOf(std::uint32_t pairAt, std::int32_t level) {

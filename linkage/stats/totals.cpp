@@ -98,10 +98,10 @@ std::map<int, std::pair<double, double>> CLinkageManager::getTotalBuySellAmounts
     if (!todayOnly) {
         totals = m_pLedger->amountsOfDeals(accountKeys, strategies, stockKeys, today);
     }
-    auto& [bought, sold] = totals[today];
+    auto& amounts = totals[today];
     forEachTotal(accountKeys, strategies, stockKeys, [&](const TradedValue& value) {
-        bought += value.figures.buyAmount;
-        sold += value.figures.sellAmount;
+        amounts.first += value.figures.buyAmount;
+        amounts.second += value.figures.sellAmount;
     });
     return totals;
 }

@@ -80,7 +80,7 @@ template <class Note>
 void CFileSaver::ask(Note note) {
     if (!m_pFiles->makeDirectory(m_place.directory)) return;
     std::lock_guard lock(m_mutex);
-    if (!m_wishes) m_wishes.emplace();
+    if (!m_wishes) m_wishes = Wishes{};
     note(*m_wishes);
     if (m_bThread) return;
 

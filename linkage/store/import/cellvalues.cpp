@@ -43,7 +43,7 @@ std::string clockOfDigits(qint64 digits, int length) {
     };
     if (length <= 6) return clock(digits);
     if (length <= 8) {
-        if (const std::string time = clock(digits / 100); !time.empty() || length == 7) return time;
+        if (std::string time = clock(digits / 100); !time.empty() || length == 7) return time;
     }
     return length <= 9 ? clock(digits / 1000) : std::string();
 }

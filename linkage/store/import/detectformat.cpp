@@ -30,7 +30,7 @@ QByteArray wholeFile(const QString& path) {
     if (!file.open(QIODevice::ReadOnly)) {
         throw Refusal(QStringLiteral("the file cannot be opened: %1").arg(file.errorString()));
     }
-    const QByteArray bytes = file.read(kMaxFileBytes + 1);
+    QByteArray bytes = file.read(kMaxFileBytes + 1);
     if (file.error() != QFile::NoError) {
         throw Refusal(QStringLiteral("the file cannot be read: %1").arg(file.errorString()));
     }
