@@ -208,6 +208,7 @@ void CFileSaver::finish() {
 }
 
 void CFileSaver::remove(std::initializer_list<const char*> names) {
+    const CLock held(m_managerMutex);  // once more, for who calls without
     const std::uint64_t number = ++m_nNumber;
     std::lock_guard lock(m_placeMutex);
     for (const char* name : names) {
