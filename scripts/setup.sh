@@ -9,7 +9,7 @@ packages=(
     qtbase5-dev qttools5-dev qttools5-dev-tools fonts-wqy-microhei
     libboost-dev libboost-system-dev libboost-thread-dev
     libfmt-dev liblog4cxx-dev libmongoclient-dev libsimdjson-dev
-    liborcus-dev libfreexl-dev zlib1g-dev libbenchmark-dev
+    zlib1g-dev libbenchmark-dev
 )
 if [[ ${1:-} == --check ]]; then
     packages+=(libgtest-dev clang-14 clang-format-14 clang-tidy-14)
