@@ -3,6 +3,7 @@
 #include "linkage/core/guarded.h"
 #include "linkage/core/intake.h"
 #include "linkage/core/ledger.h"
+#include "linkage/core/raise.h"
 #include "linkage/stats/periodcurves.h"
 #include "platform/services/quoteclient.h"
 #include "platform/services/tradercenter.h"
@@ -15,6 +16,8 @@
 namespace TC {
 
 namespace {
+
+constexpr char OPERATION[] = "CLinkageManager::doDealDetail";
 
 boost::shared_ptr<vexservice::CAccountData> accountData(const std::string& accountKey) {
     return vexservice::TraderCenter::instance()->getDataCenter()->getAccountData(
@@ -90,9 +93,9 @@ void CLinkageManager::countDealDetail(const std::string& accountKey, const DealP
         ledger.countDeal(step);
         followPrice(step.account, ledger.listing(step.listing).stock, held);
     }
-    if (step.strategyIsNew) sigStrategysChanged();
-    if (step.stockIsNew) sigStocksChanged();
-    sigStatDataChanged();
+    if (step.strategyIsNew) raise(OPERATION, sigStrategysChanged);
+    if (step.stockIsNew) raise(OPERATION, sigStocksChanged);
+    raise(OPERATION, sigStatDataChanged);
 }
 
 void CLinkageManager::followPrice(std::uint32_t account, std::uint32_t stockAt, Holding& held) {
@@ -102,8 +105,7 @@ void CLinkageManager::followPrice(std::uint32_t account, std::uint32_t stockAt, 
     if (price && price->hasLastPrice() && m_pLedger->setLatestPrice(stockAt, price->m_dLastPrice)) {
         m_pCurves->m_lastPrices[stock.key] = price->m_dLastPrice;
     }
-    if (stock.requestEpoch != m_pCurves->m_nRequestEpoch) {
-        requestPrice(stock.key);
+    if (stock.requestEpoch != m_pCurves->m_nRequestEpoch && requestPrice(stock.key)) {
         stock.requestEpoch = m_pCurves->m_nRequestEpoch;
     }
     if (held.markerEpoch != m_pCurves->m_nMarkerEpoch) {
@@ -112,14 +114,16 @@ void CLinkageManager::followPrice(std::uint32_t account, std::uint32_t stockAt, 
     }
 }
 
-void CLinkageManager::requestPrice(const std::string& stockKey) {
-    boost::shared_ptr<CQuoteRequest>& request = m_pCurves->m_quoteRequests[stockKey];
-    if (request) return;
-    request = CQuoteRequest::makeRequest(
+bool CLinkageManager::requestPrice(const std::string& stockKey) {
+    auto& requests = m_pCurves->m_quoteRequests;
+    if (requests.count(stockKey) > 0) return true;
+    const auto request = CQuoteRequest::makeRequest(
         Pim::sToQs(stockKey),
         guarded([this, stockKey](const boost::shared_ptr<vexservice::CPriceData>& price) {
             onPriceData(stockKey, price);
         }));
+    if (request) requests.emplace(stockKey, request);
+    return request != nullptr;
 }
 
 }  // namespace TC
