@@ -52,18 +52,19 @@ std::string balanceKey(const std::string& account, const std::string& strategy) 
 }
 
 void CActions::preview(const Selection& pair, bool history, PlanAnswer answer) {
-    m_engine.post(onManager([this, pair, history, answer](TC::CLinkageManager& manager) {
-        const TC::BalancePlan plan =
-            history ? manager.previewHistoryBalance(pair.account, pair.strategy)
-                    : manager.previewBalance(pair.account, pair.strategy);
-        m_engine.answer([answer, plan] { answer(plan); });
-    }));
+    m_engine.post(
+        onManager([&engine = m_engine, pair, history, answer](TC::CLinkageManager& manager) {
+            const TC::BalancePlan plan =
+                history ? manager.previewHistoryBalance(pair.account, pair.strategy)
+                        : manager.previewBalance(pair.account, pair.strategy);
+            engine.answer([answer, plan] { answer(plan); });
+        }));
 }
 
 void CActions::balance(const Selection& pair, std::function<void(bool)> answer) {
-    m_engine.post(onManager([this, pair, answer](TC::CLinkageManager& manager) {
+    m_engine.post(onManager([&engine = m_engine, pair, answer](TC::CLinkageManager& manager) {
         const bool asked = manager.runAutoBalance(pair.account, pair.strategy);
-        m_engine.answer([answer, asked] { answer(asked); });
+        engine.answer([answer, asked] { answer(asked); });
     }));
 }
 
@@ -84,7 +85,7 @@ void CActions::deleteBalanceTime(const std::string& key) {
 }
 
 void CActions::carryOver(const Selection& pair, std::function<void(bool)> answer) {
-    m_engine.post(onManager([this, pair, answer](TC::CLinkageManager& manager) {
+    m_engine.post(onManager([&engine = m_engine, pair, answer](TC::CLinkageManager& manager) {
         const std::string key = pair.account + pair.strategy;
         const bool fresh = !manager.isAlreadyAdd(key);
         if (fresh) {
@@ -92,7 +93,7 @@ void CActions::carryOver(const Selection& pair, std::function<void(bool)> answer
             manager.addHistoryLinkdata(pair.account, pair.strategy);
             manager.writedata(false);
         }
-        m_engine.answer([answer, fresh] { answer(fresh); });
+        engine.answer([answer, fresh] { answer(fresh); });
     }));
 }
 
@@ -112,9 +113,9 @@ void CActions::deleteAllHistory() {
 }
 
 void CActions::import(const QString& path, std::function<void(const TC::ImportReport&)> answer) {
-    m_engine.post(onManager([this, path, answer](TC::CLinkageManager& manager) {
+    m_engine.post(onManager([&engine = m_engine, path, answer](TC::CLinkageManager& manager) {
         const TC::ImportReport report = manager.importData(path);
-        m_engine.answer([answer, report] { answer(report); });
+        engine.answer([answer, report] { answer(report); });
     }));
 }
 

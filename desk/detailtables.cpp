@@ -35,7 +35,7 @@ Row stockRow(const StockRow& row) {
 Row orderRow(const OrderRow& row) {
     const QString key = QString::number(row.key);
     return {key,
-            {key, row.buys, row.price, row.volume, row.traded,
+            {qulonglong(row.key), row.buys, row.price, row.volume, row.traded,
              libraryText(TC::getOrderStatusQString(row.status))},
             false};
 }
@@ -49,7 +49,7 @@ Row dealRow(const DealRow& row) {
 Row taskRow(const TaskRow& row) {
     const QString key = QString::number(row.key);
     return {key,
-            {key, libraryText(TC::getTaskStatusQString(row.status)),
+            {qulonglong(row.key), libraryText(TC::getTaskStatusQString(row.status)),
              row.server ? Tables::tr("Server") : Tables::tr("Client"), row.volume, row.traded},
             false};
 }

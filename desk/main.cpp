@@ -56,7 +56,7 @@ QString readArguments(const QCoreApplication& application, Arguments& arguments)
     if (files.size() > 1) return "more than one scenario";
     if (!files.isEmpty()) arguments.engine.scenario = files.front();
     arguments.engine.speed = parser.value(speed).toDouble();
-    if (arguments.engine.speed < 1.0 || arguments.engine.speed > 1000.0)
+    if (!(arguments.engine.speed >= 1.0 && arguments.engine.speed <= 1000.0))
         return "--speed takes a number from 1 to 1000";
     arguments.engine.haltAt = parser.value(halt).toStdString();
     if (parser.isSet(halt) && !QTime::fromString(parser.value(halt), "HH:mm").isValid())

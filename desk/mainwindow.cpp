@@ -121,8 +121,10 @@ void CMainWindow::chooseForTheUser(const Picture& picture) {
             });
         if (first != picture.pairs.end())
             m_pPairs->chooseKey(pairKey(first->account, first->strategy));
-    } else if (m_selection.stock.empty() && picture.selection == m_selection &&
-               !picture.stocks.empty()) {
+    } else if (picture.selection == m_selection && !picture.stocks.empty() &&
+               std::none_of(
+                   picture.stocks.begin(), picture.stocks.end(),
+                   [&](const StockRow& stock) { return stock.stock == m_selection.stock; })) {
         m_pTables->stocks()->chooseKey(QString::fromStdString(picture.stocks.front().stock));
     }
 }

@@ -50,7 +50,8 @@ void CPictureTaker::take(Picture& picture) {
     TC::CLinkageManager& manager = *Manager::instance();
     followManager(manager);
     picture.date = manager.getTradeDate();
-    if (picture.date != m_strTapeDate) m_tape.forget();
+    // What was quoted before the first picture belongs to its day.
+    if (!m_strTapeDate.empty() && picture.date != m_strTapeDate) m_tape.forget();
     m_strTapeDate = picture.date;
     for (const std::string& stock : manager.getStocks()) m_tape.follow(stock);
 

@@ -10,8 +10,8 @@ void writeOrder(CJsonWriter& out, const vexservice::CCodeOrderParam& order) {
     out.beginObject();
     out.member("account", order.m_pAccountInfo ? order.m_pAccountInfo->getKey() : std::string());
     out.member("code", order.m_stock.m_strCode);
-    out.member("market", order.m_stock.m_strMarket);
     out.member("marker", order.m_nStrategyMarker);
+    out.member("market", order.m_stock.m_strMarket);
     out.member("operationType", static_cast<int>(order.m_eOperationType));
     out.member("orderKind", order.m_nOrderKind);
     out.member("price", order.m_dPrice);

@@ -63,6 +63,7 @@ void CLinkageManager::slotNewTradingDate(std::string date) {
     {
         const CLock lock(m_mutex);
         m_pCurves->newDay();
+        m_pLedger->forgetPrices();
         m_pBalance->m_autoBalanceStarts.clear();
         m_pHistory->m_alreadyAddedKeys.clear();
         m_pHistory->m_writtenTradeKeys.clear();

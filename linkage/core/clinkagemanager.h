@@ -218,8 +218,8 @@ public:
     // added in the order of account, stock and strategy.
 
     /// Profit in yuan: the records' present profit, as the statistics calculator left
-    /// it. What belongs to no strategy is valued at the newest price where the stock has
-    /// records of strategies too. Of earlier days no profit is kept: with or without
+    /// it. What belongs to no strategy is valued at the price of the last pass where the
+    /// stock has records of strategies too. Of earlier days no profit is kept: with or without
     /// `todayOnly` there is today's entry alone.
     std::map<int, double> getTotalProfits(const std::set<std::string>& accountKeys,
                                           const std::set<std::string>& strategies,

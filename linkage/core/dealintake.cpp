@@ -102,9 +102,7 @@ void CLinkageManager::followPrice(std::uint32_t account, std::uint32_t stockAt, 
     CLedger::Stock& stock = m_pLedger->stock(stockAt);
     const auto price =
         utils::CManualSingletonT<CQuoteClient>::instance()->getStockPrice(stock.quoteKey);
-    if (price && price->hasLastPrice() && m_pLedger->setLatestPrice(stockAt, price->m_dLastPrice)) {
-        m_pCurves->m_lastPrices[stock.key] = price->m_dLastPrice;
-    }
+    if (price && price->hasLastPrice()) m_pLedger->setLatestPrice(stockAt, price->m_dLastPrice);
     if (stock.requestEpoch != m_pCurves->m_nRequestEpoch && requestPrice(stock.key)) {
         stock.requestEpoch = m_pCurves->m_nRequestEpoch;
     }

@@ -83,8 +83,9 @@ public:
         std::string key;
         QString quoteKey;  ///< the key, as the quote client wants it
         CFigureBlocks figures;
-        double lastPrice = 0.0;
-        bool hasNewPrice = false;  ///< in m_latestPrices
+        std::optional<double> lastPrice;    ///< newest of the day
+        std::optional<double> valuedPrice;  ///< that the last pass with a new one has used
+        bool hasNewPrice = false;           ///< in m_latestPrices
         std::uint64_t requestEpoch = 0;
         bool hasOrderAmplitudes = false;
         bool hasDealAmplitudes = false;
@@ -412,16 +413,26 @@ public:
         for (const std::uint32_t at : m_newPrices) {
             Stock& stock = m_stocks[at];
             stock.hasNewPrice = false;
+            stock.valuedPrice = stock.lastPrice;
             if (!stock.figures.blocks().empty()) {
-                revalueStock(stock, pricesOf(stock.key, stock.lastPrice));
+                revalueStock(stock, pricesOf(stock.key, *stock.lastPrice));
             }
         }
         m_newPrices.clear();
         return sumTouched();
     }
 
-    /// A price that the next pass will use. True when it differs from the last one.
-    bool setLatestPrice(std::uint32_t stock, double price);
+    /// A price that the next pass will use.
+    void setLatestPrice(std::uint32_t stock, double price);
+
+    /// The newest price of the day; nothing before there is one.
+    std::optional<double> lastPrice(const std::string& stockKey) const;
+
+    /// The price of the day at which the records of a stock stand; nothing before a pass.
+    std::optional<double> valuedPrice(const std::string& stockKey) const;
+
+    /// A new day begins: what no pass has used yet still awaits one.
+    void forgetPrices();
 
     // ---------------------------------------------------- kept in documented form
     // Few records, no storm: tasks and positions.

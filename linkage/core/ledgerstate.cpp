@@ -40,7 +40,7 @@ void CLedger::describe(ManagerState& state) const {
         if (stock.hasPeriods) state.periodTrades[stock.key];
     }
     for (const std::uint32_t at : m_newPrices) {
-        state.latestPrices[m_stocks[at].key] = m_stocks[at].lastPrice;
+        state.latestPrices[m_stocks[at].key] = *m_stocks[at].lastPrice;
     }
     for (const Strategy& strategy : m_strategies) {
         if (strategy.hasLevels) state.orderPrices[strategy.name];

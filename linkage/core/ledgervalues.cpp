@@ -42,15 +42,30 @@ void CLedger::sortGrownPairs() {
     }
 }
 
-bool CLedger::setLatestPrice(std::uint32_t at, double price) {
+void CLedger::setLatestPrice(std::uint32_t at, double price) {
     Stock& stock = m_stocks[at];
-    const bool changed = stock.lastPrice != price;
     stock.lastPrice = price;
     if (!stock.hasNewPrice) {
         stock.hasNewPrice = true;
         m_newPrices.push_back(at);
     }
-    return changed;
+}
+
+std::optional<double> CLedger::lastPrice(const std::string& stockKey) const {
+    const std::uint32_t at = findStock(stockKey);
+    return at == NONE ? std::nullopt : m_stocks[at].lastPrice;
+}
+
+std::optional<double> CLedger::valuedPrice(const std::string& stockKey) const {
+    const std::uint32_t at = findStock(stockKey);
+    return at == NONE ? std::nullopt : m_stocks[at].valuedPrice;
+}
+
+void CLedger::forgetPrices() {
+    for (Stock& stock : m_stocks) {
+        stock.valuedPrice.reset();
+        if (!stock.hasNewPrice) stock.lastPrice.reset();
+    }
 }
 
 void CLedger::revalueStock(Stock& stock, const ValuePrices& prices) {

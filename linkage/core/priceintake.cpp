@@ -34,7 +34,6 @@ void CLinkageManager::onPriceData(const std::string& stockKey,
     const CLock lock(m_mutex);
     m_pLedger->setLatestPrice(m_pLedger->stockId(stockKey), price->m_dLastPrice);
     m_pCurves->m_historyPrices[stockKey] = price->m_dLastPrice;
-    m_pCurves->m_lastPrices[stockKey] = price->m_dLastPrice;
 }
 
 }  // namespace TC

@@ -107,8 +107,7 @@ std::map<int, PeriodPoint> CLinkageManager::getPeriodCurve(const std::string& ac
         stock.totals = m_pCurves->findTotals(accountKey, key, strategy);
         stock.closes = m_pCurves->findCloses(key);
         stock.rule = valueRule(key);
-        const auto latest = m_pCurves->m_lastPrices.find(key);
-        if (latest != m_pCurves->m_lastPrices.end()) stock.latest = latest->second;
+        stock.latest = m_pLedger->lastPrice(key);
         stock.figures = effectiveFigures(*record, m_bClientType3);
         stock.commission = record->deals().m_dCommission;
     }

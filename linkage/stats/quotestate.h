@@ -17,10 +17,7 @@ struct QuoteState {
     /// (Those of the statistics pass stand with the stocks, in the ledger.)
     std::map<std::string, double> m_historyPrices;
 
-    /// The last known price of each stock; nothing takes it out.
-    std::map<std::string, double> m_lastPrices;
-
-    /// The price subscriptions, one per stock, for the manager's life.
+    /// The price subscriptions, one per stock, until the trade date changes.
     std::map<std::string, boost::shared_ptr<CQuoteRequest>> m_quoteRequests;
 
     /// Account key, stock key: the minute of the day from which the curve must be

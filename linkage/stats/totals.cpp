@@ -58,9 +58,9 @@ void CLinkageManager::forEachTotal(const std::set<std::string>& accountKeys,
         if (selects(strategies, std::string())) {
             const std::string& stock = *rows[first].stock;
             visit(remainder(wide, named, [&]() -> std::optional<ValuePrices> {
-                const auto last = m_pCurves->m_lastPrices.find(stock);
-                if (last == m_pCurves->m_lastPrices.end()) return std::nullopt;
-                return valueRule(stock).at(last->second);
+                const std::optional<double> price = m_pLedger->valuedPrice(stock);
+                if (!price) return std::nullopt;
+                return valueRule(stock).at(*price);
             }));
         }
         first = end;

@@ -153,6 +153,32 @@ TEST(Totals, areTheSumsOfTheRecordsAsTheyStand) {
     EXPECT_EQ(totalsOf(f, {}, {""}, {}), (Totals{50.0, 1050.0, 1000.0, 0.0}));
 }
 
+// What belongs to no strategy has no record where strategies trade the stock too: it is
+// valued as the records are, by the last pass of the day.
+TEST(Totals, stayAtThePriceOfTheLastPass) {
+    Fixture f({.now = "2024-01-02 09:30:00"});
+    f.account({.key = "A"});
+    f.init();
+    f.price({.last = 10.0});
+    f.deal({.key = 1, .price = 10.0, .volume = 100, .strategy = "S"});
+    f.deal({.key = 2, .price = 10.0, .volume = 100});
+    f.advance(4);
+    f.price({.last = 11.0});
+    EXPECT_EQ(totalsOf(f, {}, {}, {}).profit, 0.0);
+    f.advance(4);
+    EXPECT_EQ(totalsOf(f, {}, {}, {}).profit, 200.0);
+    f.price({.last = 0.0});
+    f.advance(4);
+    EXPECT_EQ(totalsOf(f, {}, {""}, {}).profit, -1000.0) << "0 is a price";
+
+    f.price({.last = std::nullopt, .push = false});
+    f.newTradingDate("20240103");
+    f.deal({.key = 3, .price = 10.0, .volume = 100, .strategy = "S"});
+    f.deal({.key = 4, .price = 10.0, .volume = 100});
+    f.advance(4);
+    EXPECT_EQ(totalsOf(f, {}, {}, {}).profit, 0.0) << "yesterday's price values nothing today";
+}
+
 TEST(Totals, haveTheDealsOfEarlierDays) {
     Fixture f({.now = "2024-01-02 10:00:00"});
     f.account({.key = "A"});
