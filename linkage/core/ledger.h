@@ -459,8 +459,8 @@ private:
     std::uint32_t cellOf(std::uint32_t account, std::uint32_t stock, int day);
     std::uint32_t pairOf(std::uint32_t account, std::uint32_t strategy);
     const Pair* findPair(std::uint32_t account, std::uint32_t strategy) const;
-    const Figures* prefetchPlaces(std::uint32_t account, std::uint32_t stock,
-                                  const Pair* pair) const;
+    void prefetchPlaces(std::uint32_t account, std::uint32_t stock, const Pair* pair) const;
+    void prefetchFigures(std::uint32_t account, std::uint32_t strategy, std::uint32_t stock) const;
     Figures* figuresIn(std::uint32_t pair, std::uint32_t stock);
     std::uint32_t findOrder(const Account& account, std::uint64_t key) const;
     const Pair* findPair(const std::string& accountKey, const std::string& strategy) const;
