@@ -3,6 +3,7 @@
 #include "linkage/core/guarded.h"
 #include "linkage/core/intake.h"
 #include "linkage/core/ledger.h"
+#include "linkage/core/raise.h"
 #include "linkage/stats/periodcurves.h"
 #include "linkage/store/csvfiles.h"
 #include "platform/services/quoteclient.h"
@@ -16,6 +17,8 @@
 namespace TC {
 
 namespace {
+
+constexpr char OPERATION[] = "CLinkageManager::doDealDetail";
 
 boost::shared_ptr<vexservice::CAccountData> accountData(const std::string& accountKey) {
     return vexservice::TraderCenter::instance()->getDataCenter()->getAccountData(
@@ -89,9 +92,9 @@ void CLinkageManager::countDealDetail(const std::string& accountKey, const DealP
         ledger.countDeal(step);
         followPrice(step.account, ledger.listing(step.listing).stock, held);
     }
-    if (step.strategyIsNew) sigStrategysChanged();
-    if (step.stockIsNew) sigStocksChanged();
-    sigStatDataChanged();
+    if (step.strategyIsNew) raise(OPERATION, sigStrategysChanged);
+    if (step.stockIsNew) raise(OPERATION, sigStocksChanged);
+    raise(OPERATION, sigStatDataChanged);
 }
 
 void CLinkageManager::followPrice(std::uint32_t account, std::uint32_t stockAt, Holding& held) {
@@ -99,8 +102,7 @@ void CLinkageManager::followPrice(std::uint32_t account, std::uint32_t stockAt, 
     const auto price =
         utils::CManualSingletonT<CQuoteClient>::instance()->getStockPrice(stock.quoteKey);
     if (price && price->hasLastPrice()) m_pLedger->setLatestPrice(stockAt, price->m_dLastPrice);
-    if (stock.requestEpoch != m_pCurves->m_nRequestEpoch) {
-        requestPrice(stock.key);
+    if (stock.requestEpoch != m_pCurves->m_nRequestEpoch && requestPrice(stock.key)) {
         stock.requestEpoch = m_pCurves->m_nRequestEpoch;
     }
     if (held.markerEpoch != m_pCurves->m_nMarkerEpoch) {
@@ -109,14 +111,16 @@ void CLinkageManager::followPrice(std::uint32_t account, std::uint32_t stockAt, 
     }
 }
 
-void CLinkageManager::requestPrice(const std::string& stockKey) {
-    boost::shared_ptr<CQuoteRequest>& request = m_pCurves->m_quoteRequests[stockKey];
-    if (request) return;
-    request = CQuoteRequest::makeRequest(
+bool CLinkageManager::requestPrice(const std::string& stockKey) {
+    auto& requests = m_pCurves->m_quoteRequests;
+    if (requests.count(stockKey) > 0) return true;
+    const auto request = CQuoteRequest::makeRequest(
         Pim::sToQs(stockKey),
         guarded([this, stockKey](const boost::shared_ptr<vexservice::CPriceData>& price) {
             onPriceData(stockKey, price);
         }));
+    if (request) requests.emplace(stockKey, request);
+    return request != nullptr;
 }
 
 }  // namespace TC

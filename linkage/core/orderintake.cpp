@@ -2,6 +2,7 @@
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/intake.h"
 #include "linkage/core/ledger.h"
+#include "linkage/core/raise.h"
 #include "platform/log.h"
 
 #include <boost/pointer_cast.hpp>
@@ -10,8 +11,10 @@ namespace TC {
 
 namespace {
 
+constexpr char OPERATION[] = "CLinkageManager::doOrderDetail";
+
 void logOrder(const vexservice::COrderDetail& order, const std::string& strategy, bool buys) {
-    VEX_INFO("CLinkageManager::doOrderDetail",
+    VEX_INFO(OPERATION,
              "CLinkageManager::doOrderDetail {0} , strategy {1}, sys {2}, stat {3},  vol {4}, "
              "volTraded {5},  bIsBuy {6} stock {7}",
              LOGPRINT::accountLogKey(order.m_pAccountInfo), strategy, order.m_strSysID,
@@ -66,9 +69,9 @@ void CLinkageManager::doOrderDetail(const std::string& accountKey, const OrderPt
     ledger.countTraded(step);
     ledger.widenOrderAmplitude(step);
 
-    if (step.stockIsNew) sigStocksChanged();
-    if (step.strategyIsNew) sigStrategysChanged();
-    if (dataChanged) sigStatDataChanged();
+    if (step.stockIsNew) raise(OPERATION, sigStocksChanged);
+    if (step.strategyIsNew) raise(OPERATION, sigStrategysChanged);
+    if (dataChanged) raise(OPERATION, sigStatDataChanged);
 }
 
 }  // namespace TC

@@ -1,6 +1,7 @@
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/daykey.h"
 #include "linkage/core/ledger.h"
+#include "linkage/core/raise.h"
 #include "linkage/store/import/accountchoice.h"
 #include "linkage/store/import/readers.h"
 #include "linkage/store/import/samerecord.h"
@@ -26,6 +27,8 @@ namespace TC {
 namespace {
 
 using namespace statement;
+
+constexpr char OPERATION[] = "TC::CLinkageManager::importData";
 
 QString askForFile() {
     // Without a screen, or on another thread, a dialog would bring the client down.
@@ -187,7 +190,7 @@ void CLinkageManager::importRows(const std::vector<Parsed<Record>>& rows, Import
     report.notes << QStringLiteral(
         "records of the running day stay until the account is requested again");
     lock.relock();
-    if (m_pLedger->countStocks(today) != stocks) sigStocksChanged();
+    if (m_pLedger->countStocks(today) != stocks) raise(OPERATION, sigStocksChanged);
 }
 
 ImportReport CLinkageManager::importData(const QString& path) {
@@ -219,11 +222,10 @@ ImportReport CLinkageManager::importData(const QString& path) {
         report.read = 0;
         report.skipped.clear();
         report.notes.clear();
-        VEX_INFO("TC::CLinkageManager::importData", "Import of {0} refused: {1}",
-                 report.path.toStdString(), report.refusal.toStdString());
+        VEX_INFO(OPERATION, "Import of {0} refused: {1}", report.path.toStdString(),
+                 report.refusal.toStdString());
     } else {
-        VEX_INFO("TC::CLinkageManager::importData",
-                 "Imported {0}: {1} rows read, {2} taken, {3} new, {4} skipped",
+        VEX_INFO(OPERATION, "Imported {0}: {1} rows read, {2} taken, {3} new, {4} skipped",
                  report.path.toStdString(), report.read, report.taken, report.added,
                  report.skippedCount());
     }
