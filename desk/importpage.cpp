@@ -57,7 +57,7 @@ void CImportPage::show(const TC::ImportReport& report) {
                              .arg(report.read)
                              .arg(report.taken)
                              .arg(report.added)
-                             .arg(report.skipped.size())};
+                             .arg(report.skippedCount())};
         m_pSummary->setText((text + report.notes).join(' '));
     }
     std::vector<Row> rows;

@@ -18,6 +18,10 @@
 #include <unordered_map>
 #include <vector>
 
+namespace vexservice {
+class CAccountData;
+}
+
 namespace TC {
 
 using OrderPtr = boost::shared_ptr<vexservice::COrderDetail>;
@@ -43,6 +47,7 @@ struct alignas(64) Holding {
 /// A deal report on its way through intake.
 struct DealStep {
     const vexservice::CDealDetail* deal = nullptr;
+    boost::shared_ptr<vexservice::CAccountData> accountData;  ///< of deals that balance history
     std::uint32_t account = NONE;
     std::uint32_t listing = NONE;
     std::uint32_t stock = NONE;
@@ -315,6 +320,9 @@ public:
 
     /// Stock keys under a day, of orders and deals; makes the day's entries.
     std::set<std::string> stocksOfDay(int day);
+
+    /// How many stocks have orders or deals under a day.
+    std::size_t countStocks(int day) const;
 
     /// Running orders of a pair in record key order; nothing when there never was one.
     std::optional<std::vector<OrderPtr>> runningOrders(const std::string& accountKey,
