@@ -9,6 +9,7 @@
 #include <mongo/bson/bson.h>
 #include <boost/make_shared.hpp>
 
+#include <limits>
 #include <map>
 #include <random>
 #include <string>
@@ -221,6 +222,14 @@ TEST(PaperExchange, rejectsWhatCannotBeTraded) {
     }
 }
 
+TEST(PaperExchange, countsTheLargestAmountThereCanBe) {
+    Market market;
+    market.price(1e8);
+    market.send(BUY, std::numeric_limits<int>::max(), 1e8);
+    EXPECT_DOUBLE_EQ(market.orders[1].m_dTradedAmount, 2147483647e8);
+    EXPECT_DOUBLE_EQ(market.deals.at(0).m_dAmount, 2147483647e8);
+}
+
 TEST(PaperExchange, servesRestingOrdersOldestFirstFromWhatAPriceEventOffers) {
     Market market;
     market.send(BUY, 500, 10.00);
@@ -283,8 +292,11 @@ TEST(PaperExchange, cancelsOrdersThatOnlyTheDataCenterKnows) {
     report(7, STATUS_PART_SUCC, 200);
     report(8, STATUS_SUCCEEDED, 500);
     for (const std::uint64_t key : {1, 7, 8, 9}) market.cancel(key);
+    report(11, STATUS_REPORTED, 0);
+    market.exchange->cancel("", 11);  // without account info nobody says whose it is
+    market.exchange->cancel("", 12);
     market.loop.advanceSeconds(1);
-    EXPECT_EQ(market.said(), "o1:54:0 o7:53:200");
+    EXPECT_EQ(market.said(), "o1:54:0 o7:53:200 o11:54:0");
     market.send(BUY, 100, 10.0);
     EXPECT_EQ(market.said(), "o2:49:0 o2:50:0") << "key 1 is taken";
 }
@@ -347,7 +359,52 @@ TEST(PaperTasks, keepOneSliceOpenAndCatchUpWhenItIsFilled) {
     EXPECT_EQ(market.said(), "") << "the second and third slice wait";
     market.price(10.0, {{9.99, 1000}});
     EXPECT_EQ(market.said(),
-              "d2:200@9.99 o1:56:300 t1:3:300 o2:49:0 o2:50:0 d3:600@9.99 o2:56:600 t1:7:900");
+              "d2:200@9.99 o1:56:300 t1:3:300 o2:49:0 o2:50:0 d3:300@9.99 o2:56:300 t1:3:600 "
+              "o3:49:0 o3:50:0 d4:300@9.99 o3:56:300 t1:7:900");
+}
+
+TEST(PaperTasks, sendTheirPartsWhateverTheirNumberAndTime) {
+    struct Row {
+        const char* name;
+        int volume, slices;
+        double seconds;
+        const char* orders;  // "volume@second" in order
+    };
+    const int MANY = std::numeric_limits<int>::max();
+    const Row rows[] = {
+        {"all at once", 1000, 3, 0, " 333@0 333@0 334@0"},
+        {"less than a microsecond apart", 700, 2, 1e-7, " 350@0 350@0"},
+        {"more parts than shares", 2, 5, 50, " 1@20 1@40"},
+        {"more parts than can be counted", 3, MANY, 0, " 1@0 1@0 1@0"},
+        {"and over a time", 3, MANY, 90, " 1@30 1@60 1@90"},
+        {"once in the longest time", 400, 1, 1e300, " 400@0"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        Market market;
+        std::string orders;
+        market.dataCenter->subscribe("A", DATA_ORDER, "", [&](auto&, auto& data) {
+            const auto& order = static_cast<const COrderDetail&>(*data);
+            const auto passed = (market.loop.nowMicros() - START + 500'000) / 1'000'000;
+            if (order.m_eStatus != STATUS_WAIT_REPORTING) return;
+            orders += fmt::format(" {}@{}", order.m_nVolume, passed);
+        });
+        market.price(10.0, {{10.00, 100'000}});
+        market.startTask(row.volume, row.slices, row.seconds);
+        market.loop.advanceSeconds(100);
+        EXPECT_EQ(orders, row.orders);
+        EXPECT_TRUE(market.said().ends_with(fmt::format("t1:7:{}", row.volume)));
+    }
+}
+
+TEST(PaperTasks, endRejectedWhenASliceIs) {
+    Market market;
+    market.limits(9.0, 11.0);
+    market.price(11.0, {{11.5, 1000}});
+    market.startTask(900, 3, 30);
+    EXPECT_EQ(market.said(), "t1:3:0 o1:49:0 o1:50:0 o1:57:0 t1:9:0");
+    market.loop.advanceSeconds(3600);
+    EXPECT_EQ(market.said(), "");
 }
 
 TEST(PaperTasks, sendAgainWhatASliceDidNotTrade) {
