@@ -1,6 +1,7 @@
 #include "linkage/balance/balanceorders.h"
 
 #include "linkage/balance/balanceaccount.h"
+#include "linkage/balance/balancestate.h"
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/intake.h"
 #include "platform/log.h"
@@ -197,8 +198,10 @@ void sendPerStock(const BalanceRequest& request, const PreparedBalance& prepared
                          prepared.account->m_strID, request.strategy, stock.stockKey, stock.bought,
                          stock.sold);
                 const bool credit = prepared.account->m_nType == vexservice::ACCOUNT_CREDIT;
-                send(request, credit ? vexservice::COMMAND_CREDIT : vexservice::COMMAND_STOCK,
-                     {prepared.orders[at]}, false);
+                balancePart(texts.operation, [&] {
+                    send(request, credit ? vexservice::COMMAND_CREDIT : vexservice::COMMAND_STOCK,
+                         {prepared.orders[at]}, false);
+                });
                 break;
         }
     }
