@@ -132,25 +132,25 @@ void logRefusal(const BalanceRequest& request, const PreparedBalance& prepared,
 BalanceRequest BalanceRequest::today(const CLinkageManager& manager, const std::string& accountkey,
                                      const std::string& strategy, EBalanceForm form,
                                      bool clientType3) {
-    return {accountkey,
-            strategy,
-            form,
-            false,
-            false,
-            clientType3,
-            manager.getTradeStatDatas(accountkey, strategy)};
+    return {.accountkey = accountkey,
+            .strategy = strategy,
+            .form = form,
+            .history = false,
+            .checkType = false,
+            .clientType3 = clientType3,
+            .figures = manager.getTradeStatDatas(accountkey, strategy)};
 }
 
 BalanceRequest BalanceRequest::ofHistory(const CLinkageManager& manager,
                                          const std::string& accountkey, const std::string& strategy,
                                          EBalanceForm form, bool clientType3) {
-    return {accountkey,
-            strategy,
-            form,
-            true,
-            true,
-            clientType3,
-            manager.getHistoryLinkageData(accountkey + strategy)};
+    return {.accountkey = accountkey,
+            .strategy = strategy,
+            .form = form,
+            .history = true,
+            .checkType = true,
+            .clientType3 = clientType3,
+            .figures = manager.getHistoryLinkageData(accountkey + strategy)};
 }
 
 PreparedBalance prepareBalance(const BalanceRequest& request) {
