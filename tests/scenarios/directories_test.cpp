@@ -1,3 +1,4 @@
+#include "replay/eventparser.h"
 #include "replay/operations.h"
 #include "tests/support/playing.h"
 
@@ -48,7 +49,12 @@ TEST(Scenarios, PrintWhatIsExpected) {
     }
 }
 
-TEST(Scenarios, CallEveryOperation) {
+template <std::size_t... I>
+std::vector<std::string_view> eventNames(std::index_sequence<I...>) {
+    return {replay::eventName(replay::Event(std::in_place_index<I>))...};
+}
+
+TEST(Scenarios, HaveEveryLineAndOperation) {
     std::string all;
     for (const fs::path& folder : folders()) all += tests::readText(folder / "input.jsonl");
     for (const auto family : {replay::actionOperations(), replay::queryOperations()}) {
@@ -56,6 +62,10 @@ TEST(Scenarios, CallEveryOperation) {
             const std::string call = "\"op\":\"" + std::string(operation.name) + "\"";
             EXPECT_NE(all.find(call), std::string::npos) << call;
         }
+    }
+    constexpr std::make_index_sequence<std::variant_size_v<replay::Event>> KINDS;
+    for (const std::string_view name : eventNames(KINDS)) {
+        EXPECT_NE(all.find("{\"do\":\"" + std::string(name) + "\""), std::string::npos) << name;
     }
 }
 
