@@ -51,10 +51,12 @@ void CLinkageManager::doDealDetail(const std::string& accountKey, const DealPtr&
     DealStep step;
     step.listing = ledger.listingId(deal->m_strMarket, deal->m_strCode);
     if (ledger.listing(step.listing).excluded) return;
+    step.stock = ledger.listing(step.listing).stock;
     step.account = ledger.accountId(accountKey);
-    const std::uint32_t stock = ledger.listing(step.listing).stock;
+    step.strategy = ledger.strategyId(strategyOf(deal->m_pCommand.get()));
+    ledger.prefetchDeal(step, *deal);
 
-    Holding& held = ledger.holding(step.account, stock);
+    Holding& held = ledger.holding(step.account, step.stock);
     if (held.feeRevision != utils::referenceDataRevision()) {
         // The trade services are asked without the manager's lock.
         const std::uint64_t revision = utils::referenceDataRevision();
@@ -71,16 +73,17 @@ void CLinkageManager::countDealDetail(const std::string& accountKey, const DealP
                                       DealStep& step, Holding& held) {
     CLedger& ledger = *m_pLedger;
     ledger.fileDeal(step, deal);
-    const std::string& strategy = strategyOf(deal->m_pCommand.get());
-    step.strategy = ledger.strategyId(strategy);
     step.strategyIsNew = ledger.listStrategy(step.strategy);
     ledger.widenDealAmplitude(step);
 
     if (step.dealIsNew) {
+        const std::string& strategy = strategyOf(deal->m_pCommand.get());
+        const bool ofHistory = isHistoryBalance(deal->m_pCommand.get()) && !strategy.empty();
+        if (!ofHistory) ledger.findFigures(step);
         step.buys = vexservice::isBuyByDirection(deal->m_eDirection, deal->m_eOffsetFlag);
         ledger.countDay(step);
         step.commission = vexservice::COrderDetailHelper::calcDealCommission(held.fee, deal);
-        if (isHistoryBalance(deal->m_pCommand.get()) && !strategy.empty()) {
+        if (ofHistory) {
             const std::string historyKey = accountKey + strategy;
             if (isCanWriteToFile(historyKey, tradeKeyOf(*deal))) {
                 doHistoryDeal(deal, accountData(accountKey), historyKey,
@@ -91,7 +94,7 @@ void CLinkageManager::countDealDetail(const std::string& accountKey, const DealP
         }
         ledger.countMinute(step);
         ledger.countDeal(step);
-        followPrice(step.account, ledger.listing(step.listing).stock, held);
+        followPrice(step.account, step.stock, held);
     }
     if (step.strategyIsNew) raise(OPERATION, sigStrategysChanged);
     if (step.stockIsNew) raise(OPERATION, sigStocksChanged);

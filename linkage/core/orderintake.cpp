@@ -2,6 +2,7 @@
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/intake.h"
 #include "linkage/core/ledger.h"
+#include "linkage/core/orderrule.h"
 #include "linkage/core/raise.h"
 #include "platform/log.h"
 
@@ -37,18 +38,22 @@ void CLinkageManager::doOrderDetail(const std::string& accountKey, const OrderPt
     CLedger& ledger = *m_pLedger;
     CLedger::OrderStep step;
     step.listing = ledger.listingId(order->m_strMarket, order->m_strCode);
-    if (ledger.listing(step.listing).excluded) return;
+    const CLedger::Listing& listed = ledger.listing(step.listing);
+    if (listed.excluded) return;
+    step.stock = listed.stock;
+    step.level = priceLevel(order->m_dPrice, listed.tick);
     step.account = ledger.accountId(accountKey);
+    const std::string& strategy = strategyOf(order->m_pCommand.get());
+    step.strategy = ledger.strategyId(strategy);
     step.runs = vexservice::COrderDetailHelper::isRunning(order->m_eStatus);
     step.buys = vexservice::isBuyByDirection(order->m_eDirection, order->m_eOffsetFlag);
 
+    ledger.prefetchOrder(step, *order);
     ledger.fileOrder(step, order);
     if (isHistoryBalance(order->m_pCommand.get())) {
         doHistoryOrder(order, accountKey, step.stockIsNew, step.recordIsNew, step.runs);
         return;
     }
-    const std::string& strategy = strategyOf(order->m_pCommand.get());
-    step.strategy = ledger.strategyId(strategy);
     step.strategyIsNew = ledger.listStrategy(step.strategy);
 
     ledger.placeOrder(step);
