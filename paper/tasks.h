@@ -60,7 +60,7 @@ protected:
 
 /// The algorithmic tasks of the exchange.
 ///
-/// Part i of n is due i/n of the time after the start, at the best price of the opposite
+/// Its parts fall due evenly over its time, the first at once, at the best price of the opposite
 /// side. A task has one slice open at a time: parts that fall due meanwhile go out one by
 /// one, each when the one before is filled. What a slice did not trade because it was
 /// cancelled, or because there was no price, is sent with the next part, and after the
