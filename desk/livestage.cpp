@@ -33,9 +33,10 @@ public:
         m_market.open();
     }
 
-    /// The manager first, while the loop still ends what it had begun; then the loop's
-    /// threads; then what they worked on.
+    /// First who asks the manager by itself; then the manager, while the loop still ends
+    /// what it had begun; then the loop's threads; then what they worked on.
     ~CLiveStage() override {
+        m_client.stopScheduler();
         Manager::release();
         m_loop.stop();
         m_tape.letGo();

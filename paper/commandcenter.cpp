@@ -47,7 +47,9 @@ void CCommandCenter::createCommand(const boost::shared_ptr<COrderComandParam>& c
     if (m_pExchange) {
         for (const auto& order : command->m_orders) {
             if (!order || !order->m_pAccountInfo) continue;
-            m_pExchange->submit(requestOf(*order, command->m_strStrategyName2));
+            const OrderRequest request = requestOf(*order, command->m_strStrategyName2);
+            const std::uint64_t key = m_pExchange->submit(request);
+            if (m_pObserver) m_pObserver->onCommandOrder(*command, request.account, key);
         }
     }
     const int number = ++m_nCommands;

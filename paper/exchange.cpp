@@ -37,10 +37,11 @@ CExchange::CExchange(const Services& services)
 
 // ------------------------------------------------------------------- from outside
 
-void CExchange::submit(const OrderRequest& request) {
+std::uint64_t CExchange::submit(const OrderRequest& request) {
     const std::lock_guard lock(m_mutex);
-    place(request);
+    const std::uint64_t key = place(request);
     tellTasks();
+    return key;
 }
 
 void CExchange::cancel(const std::string& accountKey, std::uint64_t orderKey) {
@@ -167,7 +168,7 @@ void CExchange::match(Stock& stock, std::uint64_t key) {
 }
 
 void CExchange::fill(Order& order, const Fill& fill) {
-    order.amount += fill.price * fill.volume;
+    order.amount += fill.amount();
     reportDeal(order, fill);
     const int traded = order.report->m_nTradedVolume + fill.volume;
     const bool complete = traded == order.report->m_nVolume;
@@ -200,7 +201,7 @@ void CExchange::reportDeal(const Order& order, const Fill& fill) {
     deal->m_eDirection = order.report->m_eDirection;
     deal->m_nVolume = fill.volume;
     deal->m_dPrice = toYuan(fill.price);
-    deal->m_dAmount = toYuan(fill.price * fill.volume);
+    deal->m_dAmount = toYuan(fill.amount());
     deal->m_strMarket = order.report->m_strMarket;
     deal->m_strCode = order.report->m_strCode;
     deal->m_strTradeDate = order.report->m_strTradeDate;
@@ -240,6 +241,11 @@ void CExchange::cancelSoon(const std::string& accountKey, std::uint64_t orderKey
 }
 
 void CExchange::cancelNow(const std::string& accountKey, std::uint64_t orderKey) {
+    if (accountKey.empty()) {
+        const std::string owner = ownerOf(orderKey);
+        if (!owner.empty()) cancelNow(owner, orderKey);
+        return;
+    }
     const auto issued = m_issued.find(orderKey);
     if (issued == m_issued.end() || issued->second.account != accountKey) {
         cancelForeign(accountKey, orderKey);
@@ -249,6 +255,16 @@ void CExchange::cancelNow(const std::string& accountKey, std::uint64_t orderKey)
     const auto at = stock.working.find(orderKey);
     if (at == stock.working.end()) return;
     finish(stock, orderKey, cancelledStatus(*at->second.report));
+}
+
+/// The account that has a running order of this key without account info; "" for none.
+std::string CExchange::ownerOf(std::uint64_t orderKey) const {
+    for (const std::string& key : m_services.dataCenter->accountKeys()) {
+        const auto known = boost::static_pointer_cast<COrderDetail>(
+            m_services.dataCenter->account(key)->find(DATA_ORDER, orderKey));
+        if (known && !known->m_pAccountInfo && isRunningStatus(known->m_eStatus)) return key;
+    }
+    return {};
 }
 
 void CExchange::cancelForeign(const std::string& accountKey, std::uint64_t orderKey) {

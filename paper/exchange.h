@@ -33,10 +33,12 @@ public:
 
     explicit CExchange(const Services& services);
 
-    void submit(const OrderRequest& request);
+    /// The order's record key.
+    std::uint64_t submit(const OrderRequest& request);
 
     /// In one second the order is cancelled, if it still runs then. Also orders that
-    /// only the data center knows.
+    /// only the data center knows. An order that carries no account info does not say
+    /// whose it is; the account is "" then.
     void cancel(const std::string& accountKey, std::uint64_t orderKey);
 
     void quote(const std::string& stockKey, const vexservice::CPriceData& price);
@@ -56,7 +58,7 @@ private:
         boost::shared_ptr<const vexservice::COrderDetail> report;  ///< the newest
         bool buys = true;
         std::optional<Price> limit;
-        std::int64_t amount = 0;  ///< traded, in ten-thousandths of a yuan
+        double amount = 0.0;  ///< traded, in ten-thousandths of a yuan
         std::uint64_t task = 0;
     };
     struct Stock {
@@ -89,6 +91,7 @@ private:
     void finish(Stock& stock, std::uint64_t key, vexservice::EEntrustStatus status);
     void cancelNow(const std::string& accountKey, std::uint64_t orderKey);
     void cancelForeign(const std::string& accountKey, std::uint64_t orderKey);
+    std::string ownerOf(std::uint64_t orderKey) const;
     void tellTasks();
     std::uint64_t nextKey(const std::string& accountKey, int type, std::uint64_t& last) const;
 

@@ -11,6 +11,9 @@ namespace paper {
 struct Fill {
     Price price = 0;
     int volume = 0;
+
+    /// In ten-thousandths of a yuan; the largest ones leave 64 bits.
+    double amount() const { return static_cast<double>(price) * volume; }
 };
 
 /// What a stock's newest quote offers. What is taken from a level stays taken until the

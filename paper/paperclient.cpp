@@ -37,15 +37,18 @@ private:
 };
 
 std::shared_ptr<CScheduler> makeScheduler(boost::asio::io_service& service,
-                                          const std::shared_ptr<CDataCenter>& dataCenter) {
+                                          const std::shared_ptr<CDataCenter>& dataCenter,
+                                          IClientObserver* observer) {
     CScheduler::Client client;
     client.table = [] {
         // Asking must not make a manager that is not there.
         return Manager::exists() ? Manager::instance()->getBalanceTime() : CScheduler::Table();
     };
     client.accounts = [dataCenter] { return dataCenter->accountKeys(); };
-    client.balance = [](const std::string& account, const std::string& strategy) {
-        if (Manager::exists()) Manager::instance()->runAutoBalance(account, strategy);
+    client.balance = [observer](const std::string& account, const std::string& strategy) {
+        if (!Manager::exists()) return;
+        if (observer) observer->onBalanceTime(account, strategy);
+        Manager::instance()->runAutoBalance(account, strategy);
     };
     return std::make_shared<CScheduler>(service, std::move(client));
 }
@@ -91,7 +94,7 @@ CPaperClient::Services::Services(boost::asio::io_service& service, const ClientC
     tradeClient = boost::make_shared<CPaperTradeClient>(service, exchange, observer);
     install(service, config, observer);
     if (config.scheduler) {
-        scheduler = makeScheduler(service, dataCenter);
+        scheduler = makeScheduler(service, dataCenter, observer);
         scheduler->start();
     }
 }
@@ -147,8 +150,12 @@ CPaperClient::CPaperClient(boost::asio::io_service& service, const ClientConfig&
     : m_pServices(std::make_unique<Services>(service, config, observer)) {}
 
 CPaperClient::~CPaperClient() {
-    if (m_pServices->scheduler) m_pServices->scheduler->stop();
+    stopScheduler();
     Services::uninstall();
+}
+
+void CPaperClient::stopScheduler() {
+    if (m_pServices->scheduler) m_pServices->scheduler->stop();
 }
 
 // ----------------------------------------------------------------- reference data
@@ -214,8 +221,9 @@ void CPaperClient::setServerHistory(const std::string& accountKey, const std::st
 // ------------------------------------------------------------------- announcements
 
 void CPaperClient::newTradingDate(const std::string& date, const std::string& signalDate) {
+    const bool another = date != m_pServices->dataCenter->getTradingDate();
     m_pServices->dataCenter->beginTradingDate(date);
-    if (m_pServices->exchange) m_pServices->exchange->beginTradingDate();
+    if (m_pServices->exchange && another) m_pServices->exchange->beginTradingDate();
     Q_EMIT m_pServices->exchangeClient->sigNewTradingDate(signalDate);
 }
 

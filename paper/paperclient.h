@@ -70,8 +70,8 @@ struct ServerDay {
     bool lost = false;  ///< the answer never comes
 };
 
-/// Sees what the library asks of the client. Called on the thread that asks; must
-/// not call back into the client.
+/// Sees what the library asks of the client, and what the client does about it. Called on the
+/// thread that asks; must not call back into the client.
 class IClientObserver {
 public:
     virtual ~IClientObserver() = default;
@@ -80,6 +80,12 @@ public:
     virtual void onOperateTask(std::uint64_t taskKey, bool server,
                                const vexservice::CTaskOpRecord& record) = 0;
     virtual void onCommand(const vexservice::COrderComandParam& command) = 0;
+    /// The paper exchange made this order for the command.
+    virtual void onCommandOrder(const vexservice::COrderComandParam& /*command*/,
+                                const std::string& /*accountKey*/, std::uint64_t /*orderKey*/) {}
+    /// The client itself asks the library for a balance, at its time of the table.
+    virtual void onBalanceTime(const std::string& /*accountKey*/, const std::string& /*strategy*/) {
+    }
 };
 
 class CInstruments;
@@ -99,6 +105,9 @@ public:
                  IClientObserver* observer = nullptr);
     /// Takes all services out of the platform. The manager must be gone by now.
     ~CPaperClient();
+    /// Where the loop has threads, the scheduler must be stopped before the manager is
+    /// released: it may be asking the manager for a balance at this moment.
+    void stopScheduler();
     CPaperClient(const CPaperClient&) = delete;
     CPaperClient& operator=(const CPaperClient&) = delete;
 

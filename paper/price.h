@@ -18,6 +18,8 @@ inline Price toPrice(double yuan) {
     return std::llround(std::clamp(yuan, -1e8, 1e8) * PRICES_PER_YUAN);
 }
 
-inline double toYuan(std::int64_t amount) { return static_cast<double>(amount) / PRICES_PER_YUAN; }
+/// Exact as long as the amount stays below 900 billion yuan.
+inline double toYuan(double amount) { return amount / PRICES_PER_YUAN; }
+inline double toYuan(Price price) { return toYuan(static_cast<double>(price)); }
 
 }  // namespace paper

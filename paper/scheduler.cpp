@@ -11,17 +11,26 @@ namespace {
 
 constexpr std::int64_t SECOND = 1'000'000;
 
-/// The last moment of this time of day that is not after `micros`; before all time for
-/// a text that is no time.
-std::int64_t lastComing(const std::string& time, std::int64_t micros) {
+constexpr std::int64_t NEVER = std::numeric_limits<std::int64_t>::max();
+
+std::int64_t momentOf(const QDate& date, const QTime& time) {
+    return QDateTime(date, time).toMSecsSinceEpoch() * 1000;
+}
+
+/// The comings of a time of day on both sides of a moment.
+struct Comings {
+    std::int64_t last = -NEVER;  ///< not after it; before all time for a text that is no time
+    std::int64_t next = NEVER;   ///< after it
+};
+
+Comings comingsOf(const std::string& time, std::int64_t micros) {
     const QTime timeOfDay =
         QTime::fromString(QString::fromStdString(time), QStringLiteral("hhmmss"));
-    if (!timeOfDay.isValid()) return std::numeric_limits<std::int64_t>::min();
+    if (!timeOfDay.isValid()) return {};
     const QDate today = QDateTime::fromMSecsSinceEpoch(micros / 1000).date();
-    const auto on = [&](const QDate& date) {
-        return QDateTime(date, timeOfDay).toMSecsSinceEpoch() * 1000;
-    };
-    return on(today) <= micros ? on(today) : on(today.addDays(-1));
+    const std::int64_t moment = momentOf(today, timeOfDay);
+    if (moment <= micros) return {moment, momentOf(today.addDays(1), timeOfDay)};
+    return {momentOf(today.addDays(-1), timeOfDay), moment};
 }
 
 }  // namespace
@@ -44,34 +53,57 @@ std::vector<std::string> dueKeys(const CScheduler::Table& table, std::int64_t fr
                                  std::int64_t toMicros) {
     std::vector<std::string> due;
     for (const auto& [key, time] : table) {
-        if (lastComing(time, toMicros) > fromMicros) due.push_back(key);
+        if (comingsOf(time, toMicros).last > fromMicros) due.push_back(key);
     }
     return due;
+}
+
+std::int64_t nextDue(const CScheduler::Table& table, std::int64_t micros) {
+    std::int64_t next = NEVER;
+    for (const auto& [key, time] : table) next = std::min(next, comingsOf(time, micros).next);
+    return next;
 }
 
 CScheduler::CScheduler(boost::asio::io_service& service, Client client)
     : m_client(std::move(client)), m_timer(service) {}
 
 void CScheduler::start() {
+    const std::lock_guard lock(m_mutex);
     m_nServedMicros = utils::currentClock().nowMicros();
     arm();
 }
 
-void CScheduler::stop() { m_bStopped = true; }
+void CScheduler::stop() {
+    const std::lock_guard lock(m_mutex);
+    m_bStopped = true;
+    m_timer.cancel();
+}
 
 void CScheduler::arm() {
     const std::int64_t now = utils::currentClock().nowMicros();
     m_timer.expires_from_now(boost::posix_time::microseconds(SECOND - now % SECOND));
     m_timer.async_wait([weak = weak_from_this()](const boost::system::error_code& error) {
         const auto self = weak.lock();
-        if (!error && self && !self->m_bStopped) self->tick();
+        if (error || !self) return;
+        const std::lock_guard lock(self->m_mutex);
+        if (!self->m_bStopped) self->tick();
     });
 }
 
 void CScheduler::tick() {
     const std::int64_t now = utils::currentClock().nowMicros();
-    const std::vector<std::string> due = dueKeys(m_client.table(), m_nServedMicros, now);
+    Table table = m_client.table();
+    if (now >= m_nNextMicros || table != m_table) {
+        serve(table, now);
+        m_table = std::move(table);
+        m_nNextMicros = nextDue(m_table, now);
+    }
     m_nServedMicros = std::max(m_nServedMicros, now);
+    arm();
+}
+
+void CScheduler::serve(const Table& table, std::int64_t now) {
+    const std::vector<std::string> due = dueKeys(table, m_nServedMicros, now);
     const std::vector<std::string> accounts =
         due.empty() ? std::vector<std::string>() : m_client.accounts();
     for (const std::string& key : due) {
@@ -79,7 +111,6 @@ void CScheduler::tick() {
         std::string strategy;
         if (splitBalanceKey(key, accounts, account, strategy)) m_client.balance(account, strategy);
     }
-    arm();
 }
 
 }  // namespace paper

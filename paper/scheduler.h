@@ -2,11 +2,11 @@
 
 #include "platform/utils/deadlinetimer.h"
 
-#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,10 +15,13 @@ namespace paper {
 
 /// Starts balances at the times of the balance-time table.
 ///
-/// Looks at the table at every whole second, on the loop, and serves the times of day
+/// Looks at the table at every whole second, on the loop (nobody tells it of changes; a look
+/// at an unchanged table before its next time does nothing more), and serves the times of day
 /// that have come since it last looked, in the order of the table: each time once a
 /// day, those that had passed when the scheduler started or the time was set not at
 /// all. Times that are no "hhmmss" are never due.
+///
+/// Threads: any.
 class CScheduler final : public std::enable_shared_from_this<CScheduler> {
 public:
     /// Key (account, ":", strategy) to time of day.
@@ -32,17 +35,22 @@ public:
     CScheduler(boost::asio::io_service& service, Client client);
 
     void start();
-    /// No balance is started after this.
+    /// No balance is started after this; waits for those that are being started. Must be
+    /// called by who takes the manager down, before that, and without its lock.
     void stop();
 
 private:
     void arm();
     void tick();
+    void serve(const Table& table, std::int64_t now);
 
     const Client m_client;
     utils::DeadlineTimer m_timer;
     std::int64_t m_nServedMicros = 0;
-    std::atomic<bool> m_bStopped{false};
+    Table m_table;                   ///< as last seen
+    std::int64_t m_nNextMicros = 0;  ///< before this nothing of it is due
+    std::mutex m_mutex;              ///< held while balances are started
+    bool m_bStopped = false;
 };
 
 /// The account and the strategy of a table key: the account is the longest of the
@@ -55,5 +63,8 @@ bool splitBalanceKey(const std::string& key, const std::vector<std::string>& acc
 /// epoch; the times are local), in key order.
 std::vector<std::string> dueKeys(const CScheduler::Table& table, std::int64_t fromMicros,
                                  std::int64_t toMicros);
+
+/// When the next time of the table comes after a moment; the end of time for none.
+std::int64_t nextDue(const CScheduler::Table& table, std::int64_t micros);
 
 }  // namespace paper

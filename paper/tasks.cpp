@@ -12,6 +12,35 @@ using namespace vexservice;
 namespace {
 
 constexpr double SHORTEST_RETRY_SECONDS = 1.0;
+constexpr double LONGEST_SECONDS = 1e9;
+constexpr double MICROS = 1e6;
+
+/// When a part falls due, in microseconds after the start; the first, 1, at once.
+std::int64_t dueMicros(const TaskRequest& request, std::int64_t part) {
+    const double share = request.seconds / request.slices;
+    return std::llround(static_cast<double>(part - 1) * share * MICROS);
+}
+
+/// How many parts are due so long after the start.
+std::int64_t partsDue(const TaskRequest& request, std::int64_t micros) {
+    const double whole = request.seconds * MICROS;
+    // Half a microsecond, because the moments at which parts fall due are rounded.
+    const double due = whole > 0.0
+                           ? std::ceil((static_cast<double>(micros) + 0.5) * request.slices / whole)
+                           : request.slices;
+    return static_cast<std::int64_t>(std::clamp<double>(due, 1.0, request.slices));
+}
+
+/// The shares of the first `parts`.
+int sharesOf(const TaskRequest& request, std::int64_t parts) {
+    return static_cast<int>(request.volume * parts / request.slices);
+}
+
+/// The first part that ends above so many shares; less than one share each, many do not.
+std::int64_t partAfter(const TaskRequest& request, int shares) {
+    const std::int64_t slices = request.slices;
+    return ((shares + std::int64_t{1}) * slices + request.volume - 1) / request.volume;
+}
 
 boost::shared_ptr<CTaskDetail> firstReport(const TaskRequest& request, std::uint64_t key) {
     auto item = boost::make_shared<CTaskItem>();
@@ -38,7 +67,7 @@ void CTaskRunner::start(const TaskRequest& request, std::uint64_t taskKey) {
     Task& task = m_running[taskKey];
     task.request = request;
     task.request.slices = std::max(request.slices, 1);
-    task.request.seconds = std::max(request.seconds, 0.0);
+    task.request.seconds = std::clamp(request.seconds, 0.0, LONGEST_SECONDS);
     task.report = firstReport(request, taskKey);
     task.startMicros = utils::currentClock().nowMicros();
     task.timer = std::make_unique<utils::DeadlineTimer>(m_service);
@@ -54,34 +83,42 @@ void CTaskRunner::onTime(std::uint64_t taskKey) {
     const auto at = m_running.find(taskKey);
     if (at == m_running.end() || at->second.terminating) return;
     Task& task = at->second;
-    // Several slices may have fallen due when the clock was late or they share a moment.
-    const double share = task.request.seconds / task.request.slices;
-    const std::int64_t now = utils::currentClock().nowMicros();
-    do {
-        ++task.slicesDue;
-    } while (task.slicesDue < task.request.slices &&
-             task.startMicros + std::llround(task.slicesDue * share * 1e6) <= now);
+    // Several parts may have fallen due when the clock was late or they share a moment.
+    const std::int64_t passed = utils::currentClock().nowMicros() - task.startMicros;
+    task.partsDue = std::max({task.partsDue, task.partArmed, partsDue(task.request, passed)});
     sendSlice(task);
     armNext(task);
 }
 
 void CTaskRunner::armNext(Task& task) {
-    const double share = task.request.seconds / task.request.slices;
-    const std::int64_t now = utils::currentClock().nowMicros();
-    const std::int64_t due =
-        task.slicesDue < task.request.slices
-            ? task.startMicros + std::llround(task.slicesDue * share * 1e6)
-            : now + std::llround(std::max(share, SHORTEST_RETRY_SECONDS) * 1e6);
-    task.timer->expires_from_now(boost::posix_time::microseconds(due - now));
+    const TaskRequest& request = task.request;
+    const std::int64_t passed = utils::currentClock().nowMicros() - task.startMicros;
+    const double share = std::max(request.seconds / request.slices, SHORTEST_RETRY_SECONDS);
+    const std::int64_t retry = passed + std::llround(share * MICROS);
+    std::int64_t due = retry;
+    task.partArmed = 0;
+    if (task.partsDue < request.slices) {
+        const int shares = sharesOf(request, task.partsDue);
+        const std::int64_t next = partAfter(request, shares);
+        const bool unsent = task.openSlice == 0 && task.traded < shares;
+        due = dueMicros(request, next);
+        if (unsent && retry < due) {
+            due = retry;
+        } else {
+            task.partArmed = next;
+        }
+    }
+    task.timer->expires_from_now(boost::posix_time::microseconds(due - passed));
     m_entry.wakeTask(*task.timer, task.report->recordKey());
 }
 
 void CTaskRunner::sendSlice(Task& task) {
     if (task.openSlice != 0) return;
-    const std::int64_t slices = task.request.slices;
-    const std::int64_t due = std::min<std::int64_t>(task.slicesDue, slices);
+    // One part an order; with it goes what an earlier one did not trade.
+    const std::int64_t next = std::max(task.partsSent + 1, partAfter(task.request, task.traded));
+    const std::int64_t part = std::min(next, task.partsDue);
     OrderRequest order;
-    order.volume = task.request.volume * due / slices - task.traded;
+    order.volume = sharesOf(task.request, part) - task.traded;
     if (order.volume <= 0) return;
     order.account = task.request.account;
     order.market = task.request.market;
@@ -92,6 +129,7 @@ void CTaskRunner::sendSlice(Task& task) {
     if (order.price <= 0.0) return;
     order.strategy = task.request.strategy;
     order.task = task.report->recordKey();
+    task.partsSent = part;
     task.openSlice = m_entry.place(order);
 }
 
@@ -108,6 +146,11 @@ void CTaskRunner::onSlice(std::uint64_t taskKey, int tradedMore, EEntrustStatus 
     }
     if (!open && task.terminating) {
         end(taskKey, TASK_CANCELED);
+        return;
+    }
+    if (status == STATUS_JUNK) {
+        // Prices beyond the day's limits stay so; nor would any other fault go away.
+        end(taskKey, TASK_REJECTED);
         return;
     }
     if (tradedMore > 0) report(task, TASK_RUNNING);

@@ -60,11 +60,12 @@ protected:
 
 /// The algorithmic tasks of the exchange.
 ///
-/// Slice i of n is due i/n of the time after the start, at the best price of the
-/// opposite side. A task has one slice open at a time: what falls due meanwhile goes
-/// out when that one is filled. What a slice did not trade because it was cancelled or
-/// rejected, or because there was no price, is sent again at the next due time, and
-/// after the last one at the same interval (at least a second).
+/// Its parts fall due evenly over its time, the first at once, at the best price of the opposite
+/// side. A task has one slice open at a time: parts that fall due meanwhile go out one by
+/// one, each when the one before is filled. What a slice did not trade because it was
+/// cancelled, or because there was no price, is sent with the next part, and after the
+/// last one at the same interval (at least a second). A slice that is rejected ends its
+/// task as rejected.
 ///
 /// Threads: every call with the exchange's lock held.
 class CTaskRunner {
@@ -84,7 +85,9 @@ private:
         TaskRequest request;
         boost::shared_ptr<const vexservice::CTaskDetail> report;  ///< the newest
         std::int64_t startMicros = 0;
-        int slicesDue = 0;
+        std::int64_t partsDue = 0;
+        std::int64_t partsSent = 0;
+        std::int64_t partArmed = 0;  ///< falls due when the timer does; 0: nothing new does
         int traded = 0;
         std::uint64_t openSlice = 0;
         bool terminating = false;

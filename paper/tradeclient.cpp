@@ -25,8 +25,9 @@ bool CPaperTradeClient::cancelOrder(const boost::shared_ptr<vexservice::COrderDe
         return false;
     }
     if (m_pObserver) m_pObserver->onCancelOrder(*order);
-    if (m_pExchange && order->m_pAccountInfo) {
-        m_pExchange->cancel(order->m_pAccountInfo->getKey(), order->recordKey());
+    if (m_pExchange) {
+        const auto& info = order->m_pAccountInfo;
+        m_pExchange->cancel(info ? info->getKey() : std::string(), order->recordKey());
     }
     return true;
 }

@@ -33,16 +33,23 @@ int main(int argc, char** argv) {
     replay::ReplayOptions options;
     options.log = false;
     std::string path;
+    bool help = false;
     for (int i = 1; i < argc; ++i) {
         const std::string text = argv[i];
         if (text == "--data-dir" && i + 1 < argc) {
             options.dataDir = argv[++i];
+        } else if (text == "--help") {
+            help = true;
         } else if (path.empty() && (text == "-" || !text.starts_with("-"))) {
             path = text;
         } else {
             path.clear();
             break;
         }
+    }
+    if (help) {
+        std::fputs(USAGE, stdout);
+        return 0;
     }
     if (path.empty()) {
         std::fputs(USAGE, stderr);

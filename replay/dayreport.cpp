@@ -2,14 +2,16 @@
 
 #include "linkage/balance/balanceplan.h"
 #include "linkage/core/clinkagemanager.h"
-#include "paper/scheduler.h"
+#include "linkage/core/intake.h"
+#include "platform/services/clientconfig.h"
+#include "platform/utils/clock.h"
+#include "platform/utils/keys.h"
 #include "replay/records.h"
 #include "replay/times.h"
 
 #include <fmt/format.h>
 
 #include <cstdio>
-#include <cstdlib>
 
 namespace replay {
 
@@ -17,13 +19,8 @@ namespace {
 
 using Singleton = utils::CSingletonT<TC::CLinkageManager>;
 
-constexpr const char* HISTORY_TAG = "历史配平";
-
-/// Orders that a balance sends name their strategy twice.
-bool isBalance(const vexservice::CCommandRecord& command) {
-    return !command.m_strStrategyName.empty() &&
-           command.m_strStrategyName2 == command.m_strStrategyName &&
-           command.m_strTag == command.m_strStrategyName;
+bool isHistory(const vexservice::COrderComandParam& command) {
+    return command.m_strStrategyName2 == TC::HISTORY_BALANCE_TAG;
 }
 
 std::string clockText(const std::string& hhmmss) {
@@ -31,35 +28,66 @@ std::string clockText(const std::string& hhmmss) {
     return hhmmss.substr(0, 2) + ":" + hhmmss.substr(2, 2) + ":" + hhmmss.substr(4, 2);
 }
 
-const char* outcomeText(TC::EBalanceOutcome outcome) {
-    switch (outcome) {
-        case TC::EBalanceOutcome::BelowLot:
-            return "less than a lot";
-        case TC::EBalanceOutcome::NoInstrument:
-            return "no instrument detail";
-        case TC::EBalanceOutcome::Order:
-            return "not filled";
+std::string now() { return clockText(timeText(utils::currentClock().nowMicros())); }
+
+/// Why a stock is not equal. `odd`: the difference is less than a lot.
+const char* reasonOf(TC::EBalanceOutcome outcome, bool odd, const BalancedStock* balanced) {
+    if (outcome == TC::EBalanceOutcome::BelowLot) return "less than a lot";
+    if (outcome == TC::EBalanceOutcome::NoInstrument) return "no instrument detail";
+    if (!balanced) return "not balanced";
+    if (balanced->filled < balanced->sent) return "not filled";
+    return odd ? "rounded to whole lots" : "not balanced";
+}
+
+/// `grouped` is the plan of the same pair in the form that sends whole lots only.
+/// Why no stock of a pair can be balanced; "" where nothing stands against it.
+const char* refusalText(TC::EBalanceRefusal refusal) {
+    switch (refusal) {
+        case TC::EBalanceRefusal::NoAccountData:
+            return "no account data";
+        case TC::EBalanceRefusal::NoAccountInfo:
+            return "no account info";
+        case TC::EBalanceRefusal::WrongAccountType:
+            return "accounts of this type are not balanced";
         default:
             return "";
     }
 }
 
-std::vector<std::string> remainsOf(const TC::BalancePlan& plan) {
-    std::vector<std::string> remains;
+std::vector<Remainder> remainsOf(const TC::BalancePlan& plan, const TC::BalancePlan& grouped,
+                                 const std::map<std::string, BalancedStock>& balanced) {
+    const std::string refusal = refusalText(plan.refusal);
+    if (!refusal.empty()) return {{"", 0, refusal}};
+    std::set<std::string> odd;
+    for (const TC::StockBalance& stock : grouped.stocks) {
+        if (stock.outcome == TC::EBalanceOutcome::BelowLot) odd.insert(stock.stockKey);
+    }
+    std::vector<Remainder> remains;
     for (const TC::StockBalance& stock : plan.stocks) {
         if (stock.outcome == TC::EBalanceOutcome::Balanced) continue;
-        remains.push_back(fmt::format("{} {:+}: {}", stock.stockKey, stock.difference,
-                                      outcomeText(stock.outcome)));
+        const auto at = balanced.find(stock.stockKey);
+        const BalancedStock* known = at == balanced.end() ? nullptr : &at->second;
+        remains.push_back({stock.stockKey, stock.difference,
+                           reasonOf(stock.outcome, odd.contains(stock.stockKey), known)});
     }
     return remains;
 }
 
+template <std::int64_t BalancedStock::*MEMBER>
+std::int64_t sumOf(const std::map<std::string, BalancedStock>& stocks) {
+    std::int64_t sum = 0;
+    for (const auto& [key, stock] : stocks) sum += stock.*MEMBER;
+    return sum;
+}
+
 }  // namespace
+
+std::int64_t BalanceFigures::sent() const { return sumOf<&BalancedStock::sent>(stocks); }
+std::int64_t BalanceFigures::filled() const { return sumOf<&BalancedStock::filled>(stocks); }
 
 void CDayReport::before(const Event& event, CSession& session) {
     if (const auto* config = std::get_if<ConfigEvent>(&event)) {
-        m_bScheduler = config->client.scheduler;
-        m_bClientType3 = config->client.clientType == 3;
+        m_bClientType3 = config->client.clientType == TC::CLIENT_TYPE_3;
     } else if (const auto* call = std::get_if<CallEvent>(&event)) {
         noteCall(*call, session);
     } else if (std::holds_alternative<NewTradingDateEvent>(event) ||
@@ -67,6 +95,8 @@ void CDayReport::before(const Event& event, CSession& session) {
         closeDay(session);
     }
 }
+
+void CDayReport::after(const Event&, CSession&) { m_bOwnCancels = false; }
 
 void CDayReport::finished(CSession& session) {
     if (session.started()) closeDay(session);
@@ -83,16 +113,45 @@ void CDayReport::progress(double share) {
     std::fflush(stderr);
 }
 
+// ----------------------------------------------------------------------- requests
+
 void CDayReport::onCancelOrder(const vexservice::COrderDetail& order) {
+    if (m_bOwnCancels) return;
     const std::string account = order.m_pAccountInfo ? order.m_pAccountInfo->getKey() : "";
     m_cancelledOrders[{account, strategyOf(order.m_pCommand)}].insert(order.recordKey());
 }
 
 void CDayReport::onOperateTask(std::uint64_t taskKey, bool, const vexservice::CTaskOpRecord&) {
-    m_cancelledTasks.insert(taskKey);
+    if (!m_bOwnCancels) m_cancelledTasks.insert(taskKey);
+}
+
+void CDayReport::onCommand(const vexservice::COrderComandParam& command) {
+    auto& balances = isHistory(command) ? m_day.historyBalances : m_day.balances;
+    for (const auto& order : command.m_orders) {
+        BalanceFigures& balance =
+            balances[{order->m_pAccountInfo->getKey(), command.m_strStrategyName}];
+        ++balance.orders;
+        const std::string stock =
+            utils::zorStockKey(order->m_stock.m_strMarket, order->m_stock.m_strCode);
+        balance.stocks[stock].sent += order->m_nVolume;
+    }
+}
+
+void CDayReport::onCommandOrder(const vexservice::COrderComandParam& command,
+                                const std::string& accountKey, std::uint64_t orderKey) {
+    m_sent[{accountKey, orderKey}] = {isHistory(command), command.m_strStrategyName};
+}
+
+void CDayReport::onBalanceTime(const std::string& accountKey, const std::string& strategy) {
+    m_day.balances[{accountKey, strategy}].asked = now();
 }
 
 void CDayReport::noteCall(const CallEvent& event, CSession& session) {
+    if (event.op == "cancelAllOrders" || event.op == "cancelAllTasks") {
+        session.rest();  // what earlier lines have queued is not of this call's making
+        m_bOwnCancels = true;
+        return;
+    }
     const bool history =
         event.op == "doHistoryBalance" || event.op == "doHistoryBalanceBySignalTask";
     const bool today = event.op == "runAutoBalance" || event.op == "runAutoBalanceTimer" ||
@@ -102,9 +161,10 @@ void CDayReport::noteCall(const CallEvent& event, CSession& session) {
     std::string_view strategy;
     if (!event.args || event.args->at(0).get(account) || event.args->at(1).get(strategy)) return;
     auto& balances = history ? m_day.historyBalances : m_day.balances;
-    balances[{std::string(account), std::string(strategy)}].asked =
-        clockText(timeText(session.loop().nowMicros()));
+    balances[{std::string(account), std::string(strategy)}].asked = now();
 }
+
+// --------------------------------------------------------------------- end of a day
 
 void CDayReport::closeDay(CSession& session) {
     if (!Singleton::exists()) return;
@@ -114,10 +174,10 @@ void CDayReport::closeDay(CSession& session) {
     addFigures(state, m_day);
     addOrders(state, m_day);
     addCancelled(state, m_day);
-    if (m_bScheduler) addScheduled(state, session, m_day);
     addRemains(m_day);
     m_days.push_back(std::move(m_day));
     m_day = {};
+    m_sent.clear();
     m_cancelledOrders.clear();
     m_cancelledTasks.clear();
 }
@@ -154,37 +214,54 @@ void CDayReport::addOrders(const TC::ManagerState& state, DayFigures& day) {
         if (found == days.end()) return;
         for (const auto& [stock, accounts] : found->second) {
             for (const auto& [account, records] : accounts) {
-                for (const auto& [key, record] : records) work(account, *record);
+                for (const auto& [key, record] : records) work(stock, account, *record);
             }
         }
     };
-    each(state.orderDetails,
-         [&](const std::string& account, const vexservice::COrderDetail& order) {
-             const std::string strategy = strategyOf(order.m_pCommand);
-             ++day.pairs[{account, ""}].orders;
-             if (!strategy.empty()) ++day.pairs[{account, strategy}].orders;
-             if (!order.m_pCommand) return;
-             const bool history = order.m_pCommand->m_strTag == HISTORY_TAG;
-             if (!history && !isBalance(*order.m_pCommand)) return;
-             BalanceFigures& balance =
-                 (history ? day.historyBalances : day.balances)[{account, strategy}];
-             ++balance.orders;
-             balance.sent += order.m_nVolume;
-             balance.filled += order.m_nTradedVolume;
-         });
-    each(state.dealDetails, [&](const std::string& account, const vexservice::CDealDetail& deal) {
-        const std::string strategy = strategyOf(deal.m_pCommand);
-        ++day.pairs[{account, ""}].deals;
-        if (!strategy.empty()) ++day.pairs[{account, strategy}].deals;
+    const auto count = [&](const std::string& account, const auto& record,
+                           std::size_t PairFigures::*counter) {
+        const std::string strategy = strategyOf(record.m_pCommand);
+        ++(day.pairs[{account, ""}].*counter);
+        if (!strategy.empty()) ++(day.pairs[{account, strategy}].*counter);
+    };
+    each(state.orderDetails, [&](const std::string& stock, const std::string& account,
+                                 const vexservice::COrderDetail& order) {
+        count(account, order, &PairFigures::orders);
+        addFill(account, stock, order, day);
     });
+    each(state.dealDetails,
+         [&](const std::string&, const std::string& account, const vexservice::CDealDetail& deal) {
+             count(account, deal, &PairFigures::deals);
+         });
+}
+
+/// Orders that the exchange made are known by their key. Others tell by their carrier: those
+/// of a balance name their strategy twice.
+void CDayReport::addFill(const std::string& account, const std::string& stock,
+                         const vexservice::COrderDetail& order, DayFigures& day) const {
+    Sent sent;
+    if (const auto made = m_sent.find({account, order.recordKey()}); made != m_sent.end()) {
+        sent = made->second;
+    } else {
+        if (!order.m_pCommand || order.m_pCommand->m_strStrategyName.empty()) return;
+        const vexservice::CCommandRecord& carrier = *order.m_pCommand;
+        sent = {carrier.m_strTag == TC::HISTORY_BALANCE_TAG, carrier.m_strStrategyName};
+        const std::string& tag = sent.history ? carrier.m_strTag : carrier.m_strStrategyName;
+        if (carrier.m_strStrategyName2 != sent.strategy || carrier.m_strTag != tag) return;
+    }
+    auto& balances = sent.history ? day.historyBalances : day.balances;
+    balances[{account, sent.strategy}].stocks[stock].filled += order.m_nTradedVolume;
 }
 
 void CDayReport::addCancelled(const TC::ManagerState& state, DayFigures& day) {
+    // A balance of the whole account cancels what runs of every strategy.
+    const auto balanceOf = [&](const PairKey& pair) -> BalanceFigures& {
+        const PairKey whole{pair.first, ""};
+        const bool covered = !day.balances.contains(pair) && day.balances.contains(whole);
+        return day.balances[covered ? whole : pair];
+    };
     for (const auto& [pair, keys] : m_cancelledOrders) {
-        const auto asked = day.balances.find(pair);
-        if (asked != day.balances.end() || m_bScheduler) {
-            day.balances[pair].cancelledOrders += keys.size();
-        }
+        balanceOf(pair).cancelledOrders += keys.size();
     }
     std::map<PairKey, std::set<std::uint64_t>> tasks;
     for (const auto& [stock, accounts] : state.taskDetails) {
@@ -196,32 +273,20 @@ void CDayReport::addCancelled(const TC::ManagerState& state, DayFigures& day) {
             }
         }
     }
-    for (const auto& [pair, keys] : tasks) day.balances[pair].cancelledTasks += keys.size();
-}
-
-/// The client's scheduler asks for a balance at each time of the table that has come.
-void CDayReport::addScheduled(const TC::ManagerState& state, CSession& session, DayFigures& day) {
-    if (todayText(session.loop().nowMicros()) < state.tradeDate) return;
-    const bool over = todayText(session.loop().nowMicros()) > state.tradeDate;
-    const std::string now = timeText(session.loop().nowMicros());
-    std::vector<std::string> accounts;
-    for (const auto& account : state.accounts) accounts.push_back(account.first);
-    for (const auto& [key, time] : state.balanceTimes) {
-        PairKey pair;
-        if (!over && time > now) continue;
-        if (!paper::splitBalanceKey(key, accounts, pair.first, pair.second)) continue;
-        std::string& asked = day.balances[pair].asked;
-        if (asked.empty()) asked = clockText(time);
-    }
+    for (const auto& [pair, keys] : tasks) balanceOf(pair).cancelledTasks += keys.size();
 }
 
 void CDayReport::addRemains(DayFigures& day) {
     const TC::CLinkageManager& manager = *Singleton::instance();
     for (auto& [pair, balance] : day.balances) {
-        balance.remains = remainsOf(manager.previewBalance(pair.first, pair.second));
+        balance.remains =
+            remainsOf(manager.previewBalance(pair.first, pair.second),
+                      manager.previewBalance(pair.first, pair.second, true), balance.stocks);
     }
     for (auto& [pair, balance] : day.historyBalances) {
-        balance.remains = remainsOf(manager.previewHistoryBalance(pair.first, pair.second));
+        balance.remains =
+            remainsOf(manager.previewHistoryBalance(pair.first, pair.second),
+                      manager.previewHistoryBalance(pair.first, pair.second, true), balance.stocks);
     }
 }
 

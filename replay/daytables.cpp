@@ -55,11 +55,15 @@ std::string whole(long long number) {
 
 std::string count(std::size_t number) { return whole(static_cast<long long>(number)); }
 
+std::string strategyText(const std::string& strategy) {
+    return strategy.empty() ? "(all)" : strategy;
+}
+
 std::string pairsTable(const DayFigures& day) {
     CTable table({"account", "strategy", "orders", "deals", "bought", "sold", "buy amount",
                   "sell amount", "commission", "profit", "position value", "running", ""});
     for (const auto& [pair, figures] : day.pairs) {
-        table.add({pair.first, pair.second.empty() ? "(all)" : pair.second, count(figures.orders),
+        table.add({pair.first, strategyText(pair.second), count(figures.orders),
                    count(figures.deals), whole(figures.bought), whole(figures.sold),
                    money(figures.buyAmount), money(figures.sellAmount), money(figures.commission),
                    money(figures.profit), money(figures.positionValue), count(figures.running),
@@ -72,10 +76,17 @@ std::string balanceTable(const std::map<PairKey, BalanceFigures>& balances) {
     CTable table(
         {"account", "strategy", "asked", "cancelled", "orders", "sent", "filled", "remains"});
     for (const auto& [pair, figures] : balances) {
-        table.add({pair.first, pair.second, figures.asked.empty() ? "-" : figures.asked,
+        std::vector<std::string> remains;
+        for (const Remainder& rest : figures.remains) {
+            remains.push_back(rest.stockKey.empty() ? rest.reason
+                                                    : fmt::format("{} {:+}: {}", rest.stockKey,
+                                                                  rest.difference, rest.reason));
+        }
+        table.add({pair.first, strategyText(pair.second),
+                   figures.asked.empty() ? "-" : figures.asked,
                    count(figures.cancelledOrders + figures.cancelledTasks), count(figures.orders),
-                   whole(figures.sent), whole(figures.filled),
-                   fmt::format("{}", fmt::join(figures.remains, "; "))});
+                   whole(figures.sent()), whole(figures.filled()),
+                   fmt::format("{}", fmt::join(remains, "; "))});
     }
     return table.text();
 }

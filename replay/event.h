@@ -85,9 +85,12 @@ struct ServerHistoryEvent {
     std::vector<bool> timed;  ///< of the deals, side by side
 };
 
+/// No line lets more time pass at once.
+inline constexpr double LONGEST_SECONDS = 1e9;
+
 struct AdvanceEvent {
     double seconds = 0.0;
-    std::string to;  ///< empty: `seconds` counts
+    std::optional<std::string> to;  ///< left out: `seconds` counts
 };
 
 struct NewTradingDateEvent {

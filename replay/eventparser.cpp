@@ -41,7 +41,7 @@ std::vector<vexservice::CPriceLevel> bookSide(const CFields& fields, std::string
     if (list.size() > BOOK_LEVELS) found->fail("a book has at most 10 levels");
     levels.reserve(list.size());
     list.each([&](const CValue& entry) {
-        const CList level = entry.list();
+        const CList level = entry.list(2);
         levels.push_back({level.at(0).real(), level.at(1).whole<long long>(0)});
     });
     return levels;
@@ -272,7 +272,7 @@ struct EventReader {
         event.stockKey = stockKey(in);
         event.date = in.need("date").date();
         in.need("closes").list().each([&](const CValue& entry) {
-            const CList bar = entry.list();
+            const CList bar = entry.list(2);
             event.bars.push_back({minuteOf(bar.at(0)), bar.at(1).real()});
         });
         return event;
@@ -305,13 +305,12 @@ struct EventReader {
 
     static Event advance(EventReader&, const CFields& in) {
         AdvanceEvent event;
-        if (const auto seconds = in.find("seconds")) {
-            event.seconds = seconds->realFrom(0.0);
-        } else if (const auto to = in.find("to")) {
-            event.to = to->text();
-        } else {
-            throw LineError("missing field \"seconds\" or \"to\"");
-        }
+        const auto seconds = in.find("seconds");
+        const auto to = in.find("to");
+        if (seconds && to) throw LineError("\"seconds\" and \"to\" in one line");
+        if (!seconds && !to) throw LineError("missing field \"seconds\" or \"to\"");
+        if (seconds) event.seconds = seconds->realWithin(0.0, LONGEST_SECONDS);
+        if (to) event.to = to->text();
         return event;
     }
 
@@ -351,7 +350,7 @@ struct EventReader {
         event.buys = side(in) == vexservice::ENTRUST_BUY;
         event.volume = in.need("volume").whole<int>(1);
         event.slices = in.need("slices").whole<int>(1);
-        event.seconds = in.need("seconds").realFrom(0.0);
+        event.seconds = in.need("seconds").realWithin(0.0, LONGEST_SECONDS);
         event.strategy = in.text("strategy", "");
         event.server = in.flag("server", true);
         return event;

@@ -3,6 +3,7 @@
 #include "platform/services/clientconfig.h"
 #include "platform/utils/text.h"
 #include "replay/operations.h"
+#include "replay/times.h"
 
 #include <QDir>
 #include <QFile>
@@ -16,7 +17,6 @@ namespace {
 using ManagerSingleton = utils::CSingletonT<TC::CLinkageManager>;
 
 constexpr double MICROS = 1e6;
-constexpr double LONGEST_ADVANCE = 1e9;  // seconds
 
 std::string inQuotes(std::string_view text) { return "\"" + std::string(text) + "\""; }
 
@@ -41,15 +41,15 @@ void CEventPlayer::play(const Event& event) {
 
 std::int64_t CEventPlayer::target(const AdvanceEvent& event) const {
     const std::int64_t now = m_loop.nowMicros();
-    if (event.to.empty()) {
-        if (event.seconds > LONGEST_ADVANCE) {
-            throw LineError("field \"seconds\": number out of range");
+    if (!event.to) {
+        const std::int64_t target = now + std::llround(event.seconds * MICROS);
+        if (target > LAST_MOMENT) {
+            throw LineError("field \"seconds\": number out of range: time ends in 2106");
         }
-        return now + std::llround(event.seconds * MICROS);
+        return target;
     }
-    const std::int64_t target = parseMoment(event.to);
-    if (target < 0) throw LineError("field \"to\": " + inQuotes(event.to) + " is no date and time");
-    if (target < now) throw LineError("field \"to\": " + inQuotes(event.to) + " has passed");
+    const std::int64_t target = readMoment("to", *event.to);
+    if (target < now) throw LineError("field \"to\": " + inQuotes(*event.to) + " has passed");
     return target;
 }
 

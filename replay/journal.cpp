@@ -2,10 +2,21 @@
 
 #include "replay/linereader.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstring>
 
 namespace replay {
+
+bool overwrites(const std::string& journal, const std::string& scenario) {
+    struct stat written {};
+    struct stat read {};
+    if (stat(journal.c_str(), &written) != 0 || !S_ISREG(written.st_mode)) return false;
+    const int found = scenario == "-" ? fstat(STDIN_FILENO, &read) : stat(scenario.c_str(), &read);
+    return found == 0 && written.st_dev == read.st_dev && written.st_ino == read.st_ino;
+}
 
 CJournal::CJournal(const std::string& path)
     : m_path(path), m_pFile(std::fopen(path.c_str(), "wb")) {

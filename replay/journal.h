@@ -9,6 +9,10 @@
 
 namespace replay {
 
+/// Whether writing a journal there would overwrite the scenario ("-": standard input),
+/// under whatever name.
+bool overwrites(const std::string& journal, const std::string& scenario);
+
 /// A scenario that is written while it happens: what reached the library and its client,
 /// in order. Played on an empty data directory it gives the same output again.
 ///

@@ -9,14 +9,15 @@
 
 namespace replay {
 
-/// A file that cannot be read; the text says why.
+/// A file that cannot be opened or written; the text says why.
 struct InputError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
 /// The lines of a scenario file, plain or gzip-compressed.
 ///
-/// Threads: one. Failure: throws InputError.
+/// Threads: one. Failure: throws InputError when the file cannot be opened, and LineError
+/// for the line at which it cannot be read on.
 class CLineReader {
 public:
     /// `path` "-" reads standard input.
@@ -25,9 +26,9 @@ public:
     CLineReader(const CLineReader&) = delete;
     CLineReader& operator=(const CLineReader&) = delete;
 
-    /// The next line that is neither blank nor a comment; false at the end. The text
-    /// holds until the next call, and memory behind it may be read as a JSON parser
-    /// with wide loads does.
+    /// The next line that is neither blank nor a comment; false at the end. A byte-order
+    /// mark in front of the first is left out. The text holds until the next call, and memory
+    /// behind it may be read as a JSON parser with wide loads does.
     bool next(std::string_view& line);
 
     /// Number of the line given last, counted from 1 over all lines.

@@ -1,3 +1,4 @@
+#include "replay/journal.h"
 #include "replay/replay.h"
 
 #include <QCoreApplication>
@@ -65,7 +66,22 @@ std::string journalPath(const std::string& given, std::size_t index) {
     return given.empty() || index == 0 ? given : given + "." + std::to_string(index + 1);
 }
 
+/// A journal must not take the place of a scenario, not even of one that comes later.
+bool journalsAreApart(const Arguments& arguments) {
+    const auto& scenarios = arguments.scenarios;
+    for (std::size_t i = 0; i < scenarios.size(); ++i) {
+        const std::string journal = journalPath(arguments.options.journal, i);
+        for (const std::string& scenario : scenarios) {
+            if (journal.empty() || !replay::overwrites(journal, scenario)) continue;
+            std::fprintf(stderr, "%s: the journal would overwrite it\n", scenario.c_str());
+            return false;
+        }
+    }
+    return true;
+}
+
 int playAll(const Arguments& arguments) {
+    if (!journalsAreApart(arguments)) return USAGE_ERROR;
     replay::COutput output(writeAll);
     for (std::size_t i = 0; i < arguments.scenarios.size(); ++i) {
         replay::ReplayOptions options = arguments.options;

@@ -27,15 +27,19 @@ public:
         try {
             playLines();
         } catch (const LineError&) {
-            m_session.rest();
+            end();
             throw;
         }
-        m_session.rest();
-        if (m_journal) m_journal->flush();
+        end();
         m_watcher.finished(m_session);
     }
 
 private:
+    void end() {
+        m_session.rest();
+        if (m_journal) m_journal->flush();
+    }
+
     void playLines() {
         std::string_view line;
         while (m_reader.next(line)) {
@@ -71,6 +75,9 @@ std::string playFile(const std::string& path, const ReplayOptions& options, COut
     IReplayWatcher nobody;
     try {
         CLineReader reader(path);
+        if (!options.journal.empty() && overwrites(options.journal, path)) {
+            throw InputError("the journal would overwrite it");
+        }
         try {
             CFilePlay(reader, options, output, watcher ? *watcher : nobody).run();
         } catch (const LineError& fault) {

@@ -13,6 +13,10 @@ namespace {
 
 constexpr double EXACT_INTEGERS = 9007199254740992.0;  // 2^53
 
+/// Whole days in any time zone of what 32 bits of seconds hold.
+constexpr std::string_view FIRST_DATE = "19700102";
+constexpr std::string_view LAST_DATE = "21060206";
+
 std::string numberText(double number) {
     std::string text;
     appendNumber(text, number);
@@ -134,6 +138,14 @@ double CValue::realFrom(double least) const {
     return result;
 }
 
+double CValue::realWithin(double least, double most) const {
+    const double result = realFrom(least);
+    if (result > most) {
+        fail("number out of range: " + numberText(result) + " is more than " + numberText(most));
+    }
+    return result;
+}
+
 std::int64_t CValue::integer(std::int64_t least, std::int64_t most) const {
     std::int64_t result = 0;
     if (m_element.get(result)) {
@@ -170,6 +182,10 @@ std::string_view CValue::date() const {
                                                                 QStringLiteral("yyyyMMdd"))
                                                   .isValid();
     if (!exists) fail("\"" + std::string(result) + "\" is no date \"yyyyMMdd\"");
+    if (result < FIRST_DATE || result > LAST_DATE) {
+        fail("number out of range: " + std::string(result) + " is not within " +
+             std::string(FIRST_DATE) + " to " + std::string(LAST_DATE));
+    }
     return result;
 }
 
@@ -177,6 +193,12 @@ CList CValue::list() const {
     simdjson::dom::array result;
     if (m_element.get(result)) wrongType(*this, "a list");
     return CList(result, m_place);
+}
+
+CList CValue::list(std::size_t size) const {
+    const CList result = list();
+    if (result.size() > size) fail("the list has more than " + std::to_string(size) + " values");
+    return result;
 }
 
 CFields CValue::fields() const {

@@ -48,9 +48,12 @@ public:
     bool flag() const;
     double real() const;
     double realFrom(double least) const;
-    /// A date "yyyyMMdd" that exists.
+    double realWithin(double least, double most) const;
+    /// A date "yyyyMMdd" that exists and that the library can tell from others.
     std::string_view date() const;
     CList list() const;
+    /// A list of so many values.
+    CList list(std::size_t size) const;
     CFields fields() const;
 
     template <std::integral T>

@@ -31,6 +31,13 @@ public:
         m_written.onCommand(command);
         if (m_next) m_next->onCommand(command);
     }
+    void onCommandOrder(const vexservice::COrderComandParam& command, const std::string& accountKey,
+                        std::uint64_t orderKey) override {
+        if (m_next) m_next->onCommandOrder(command, accountKey, orderKey);
+    }
+    void onBalanceTime(const std::string& accountKey, const std::string& strategy) override {
+        if (m_next) m_next->onBalanceTime(accountKey, strategy);
+    }
 
 private:
     CRequestObserver m_written;
@@ -53,14 +60,17 @@ void CSession::start(const ConfigEvent& event) {
     if (!setTimeZone(event.timeZone)) {
         throw LineError("field \"timeZone\": \"" + event.timeZone + "\" is unknown");
     }
-    const std::int64_t now = parseMoment(event.now);
-    if (now < 0) throw LineError("field \"now\": \"" + event.now + "\" is no date and time");
+    const std::int64_t now = readMoment("now", event.now);
 
     paper::ClientConfig config = event.client;
     config.tradeDate = event.tradeDate.value_or(todayText(now));
     config.dataDir = m_options.dataDir;
     if (config.dataDir.isEmpty()) {
         m_pTemporary = std::make_unique<QTemporaryDir>();
+        if (!m_pTemporary->isValid()) {
+            throw std::runtime_error("no temporary directory can be made: " +
+                                     m_pTemporary->errorString().toStdString());
+        }
         config.dataDir = m_pTemporary->path();
     }
     m_balanceDir = config.dataDir + QStringLiteral("/Balance");

@@ -16,6 +16,8 @@ namespace TC {
 
 namespace {
 
+constexpr std::int64_t START_MICROS = 5'000'000;
+
 boost::shared_ptr<vexservice::CTaskOpRecord> terminationRecord() {
     boost::shared_ptr<vexservice::CTaskOpRecord> record(new vexservice::CTaskOpRecord);
     const std::string user = getUserConfig()->getUserDataString(USER_NAME).toStdString();
@@ -48,10 +50,8 @@ bool CLinkageManager::runAutoBalance(const std::string& accountkey, const std::s
     // One timer starts the balances of all pairs, and its handler does not look at the
     // wait's error code: a pair that is still waiting starts at once when another asks.
     const std::lock_guard arming(m_pAsync->m_balanceTimerMutex);
-    timer->expires_from_now(boost::posix_time::seconds(5));
-    timer->async_wait(strand->wrap(guarded([this, accountkey, strategy](const auto&...) {
-        runAutoBalanceTimer(accountkey, strategy);
-    })));
+    armTimer(*timer, *strand, START_MICROS,
+             guarded([this, accountkey, strategy] { runAutoBalanceTimer(accountkey, strategy); }));
     return true;
 }
 
@@ -74,12 +74,17 @@ void CLinkageManager::tryAutoBalance(const std::string& accountkey, const std::s
         VEX_INFO(operation, "{0} : task or order is running", accountkey);
         return;
     }
-    const auto account = findBalanceAccount(accountkey, operation, "{0} : account data is empty",
-                                            "{0} : accounntinfo is empty");
+    BalanceAccount account;
+    const bool answered = balancePart(operation, [&] {
+        account = findBalanceAccount(accountkey, operation, "{0} : account data is empty",
+                                     "{0} : accounntinfo is empty");
+    });
+    // Who does not answer now may do so at the next tick; nobody else would ask again.
+    if (!answered && !m_pBalance->m_bAutoBalanceRunning) armBalanceWatchdog();
     if (!account.info) return;
     if (isBalancedType(*account.info)) {
         VEX_INFO(operation, "accountkey {0}, strategy {1}", accountkey, strategy);
-        doStockBalanceBySignalTask(accountkey, strategy);
+        balancePart(operation, [&] { doStockBalanceBySignalTask(accountkey, strategy); });
     }
     starts[accountkey].erase(strategy);
 }
@@ -90,9 +95,11 @@ bool CLinkageManager::cancelAllOrders(const std::string& accountkey, const std::
     if (!orders) return false;
     for (const auto& order : *orders) {
         if (!order) continue;
-        QString error;
-        utils::CManualSingletonT<CTradeClient>::instance()->cancelOrder(order, error, -1, QString(),
-                                                                        {});
+        balancePart("TC::CLinkageManager::cancelAllOrders", [&] {
+            QString error;
+            utils::CManualSingletonT<CTradeClient>::instance()->cancelOrder(order, error, -1,
+                                                                            QString(), {});
+        });
     }
     return true;
 }
@@ -103,19 +110,22 @@ bool CLinkageManager::cancelAllTasks(const std::string& accountkey, const std::s
     if (!tasks) return false;
     if (tasks->empty()) return true;
     const auto record = terminationRecord();
-    for (const auto& task : *tasks) {
-        if (!task) continue;
+    const auto terminate = [&](const boost::shared_ptr<vexservice::CTaskDetail>& task) {
         if (task->m_bServerTask) {
             utils::CSingletonT<CDovCommandCenter>::instance()->operateServerTask(
                 vexservice::CTaskHelper::genServerTaskKey(task), record, taskAccount(*task),
                 guarded([this, task](const utils::VexError& error, const bson::BSONObj& result) {
                     onCancelServerTask(error, result, task);
                 }));
-            continue;
+            return;
         }
         const auto handler = vexservice::TraderCenter::instance()->getTaskCenter()->getTaskHandler(
             task->recordKey());
         if (handler) handler->operate(record);
+    };
+    for (const auto& task : *tasks) {
+        if (!task) continue;
+        balancePart("TC::CLinkageManager::cancelAllTasks", [&] { terminate(task); });
     }
     return true;
 }

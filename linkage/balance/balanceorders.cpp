@@ -1,6 +1,7 @@
 #include "linkage/balance/balanceorders.h"
 
 #include "linkage/balance/balanceaccount.h"
+#include "linkage/balance/balancestate.h"
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/intake.h"
 #include "platform/log.h"
@@ -131,25 +132,25 @@ void logRefusal(const BalanceRequest& request, const PreparedBalance& prepared,
 BalanceRequest BalanceRequest::today(const CLinkageManager& manager, const std::string& accountkey,
                                      const std::string& strategy, EBalanceForm form,
                                      bool clientType3) {
-    return {accountkey,
-            strategy,
-            form,
-            false,
-            false,
-            clientType3,
-            manager.getTradeStatDatas(accountkey, strategy)};
+    return {.accountkey = accountkey,
+            .strategy = strategy,
+            .form = form,
+            .history = false,
+            .checkType = false,
+            .clientType3 = clientType3,
+            .figures = manager.getTradeStatDatas(accountkey, strategy)};
 }
 
 BalanceRequest BalanceRequest::ofHistory(const CLinkageManager& manager,
                                          const std::string& accountkey, const std::string& strategy,
                                          EBalanceForm form, bool clientType3) {
-    return {accountkey,
-            strategy,
-            form,
-            true,
-            true,
-            clientType3,
-            manager.getHistoryLinkageData(accountkey + strategy)};
+    return {.accountkey = accountkey,
+            .strategy = strategy,
+            .form = form,
+            .history = true,
+            .checkType = true,
+            .clientType3 = clientType3,
+            .figures = manager.getHistoryLinkageData(accountkey + strategy)};
 }
 
 PreparedBalance prepareBalance(const BalanceRequest& request) {
@@ -197,8 +198,10 @@ void sendPerStock(const BalanceRequest& request, const PreparedBalance& prepared
                          prepared.account->m_strID, request.strategy, stock.stockKey, stock.bought,
                          stock.sold);
                 const bool credit = prepared.account->m_nType == vexservice::ACCOUNT_CREDIT;
-                send(request, credit ? vexservice::COMMAND_CREDIT : vexservice::COMMAND_STOCK,
-                     {prepared.orders[at]}, false);
+                balancePart(texts.operation, [&] {
+                    send(request, credit ? vexservice::COMMAND_CREDIT : vexservice::COMMAND_STOCK,
+                         {prepared.orders[at]}, false);
+                });
                 break;
         }
     }

@@ -7,6 +7,10 @@
 
 namespace TC {
 
+namespace {
+constexpr std::int64_t WATCHDOG_MICROS = 1'000'000;
+}
+
 // ------------------------------------------------------------- balance times
 
 void CLinkageManager::addBalanceTime(const std::string& key, const std::string& time) {
@@ -35,10 +39,11 @@ void CLinkageManager::runAutoBalanceTimer(const std::string& accountkey,
         tryAutoBalance(accountkey, strategy);
         return;
     }
-    cancelAllTasks(accountkey, strategy);
-    cancelAllOrders(accountkey, strategy);
-    VEX_INFO("TC::CLinkageManager::runAutoBalanceTimer",
-             "callcel task and order accountkey {0}, strategy {1}", accountkey, strategy);
+    constexpr auto operation = "TC::CLinkageManager::runAutoBalanceTimer";
+    balancePart(operation, [&] { cancelAllTasks(accountkey, strategy); });
+    balancePart(operation, [&] { cancelAllOrders(accountkey, strategy); });
+    VEX_INFO(operation, "callcel task and order accountkey {0}, strategy {1}", accountkey,
+             strategy);
     if (!m_pBalance->m_bAutoBalanceRunning) armBalanceWatchdog();
 }
 
@@ -46,10 +51,9 @@ void CLinkageManager::armBalanceWatchdog() {
     const auto& timer = m_pAsync->m_autoBalanceTimer;
     m_pBalance->m_bAutoBalanceRunning = timer != nullptr;
     if (!timer) return;
-    timer->expires_from_now(boost::posix_time::seconds(1));
-    // The wait's error code is left out: a cancelled wait ticks as well.
-    timer->async_wait(
-        m_pAsync->m_strand->wrap(guarded([this](const auto&...) { onAutoBalanceTimer(); })));
+    // A wait that is cut short ticks as well.
+    armTimer(*timer, *m_pAsync->m_strand, WATCHDOG_MICROS,
+             guarded([this] { onAutoBalanceTimer(); }));
 }
 
 void CLinkageManager::onAutoBalanceTimer() {
@@ -59,8 +63,12 @@ void CLinkageManager::onAutoBalanceTimer() {
     m_pBalance->m_bAutoBalanceRunning = false;
     const int now = balanceSecond();
     for (auto& [accountkey, strategies] : m_pBalance->m_autoBalanceStarts) {
-        const auto account = findBalanceAccount(accountkey, operation, "{0} accountdata is empty",
-                                                "{0} accountinfoPtr is empty");
+        BalanceAccount account;
+        const bool asked = balancePart(operation, [&, &key = accountkey] {
+            account = findBalanceAccount(key, operation, "{0} accountdata is empty",
+                                         "{0} accountinfoPtr is empty");
+        });
+        if (!asked && !strategies.empty()) again = true;
         if (!account.info) continue;
         for (auto at = strategies.begin(); at != strategies.end();) {
             if (waitsForCancellations(now, at->second)) {
@@ -71,7 +79,9 @@ void CLinkageManager::onAutoBalanceTimer() {
             // Whatever still runs: after so long the balance is sent regardless.
             if (isBalancedType(*account.info)) {
                 VEX_INFO(operation, "accountkey {0}, strategy {1}", accountkey, at->first);
-                doStockBalanceBySignalTask(accountkey, at->first);
+                balancePart(operation, [&, &account = accountkey] {
+                    doStockBalanceBySignalTask(account, at->first);
+                });
             }
             at = strategies.erase(at);
         }

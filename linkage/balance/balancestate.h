@@ -2,6 +2,7 @@
 
 #include "linkage/core/managerstate.h"
 #include "linkage/core/published.h"
+#include "linkage/core/raise.h"
 #include "platform/utils/clock.h"
 
 #include <cstdint>
@@ -33,6 +34,19 @@ struct BalanceState {
         return start == account->second.end() ? nullptr : &start->second;
     }
 };
+
+/// Does a part of a balance. A service of the client that throws costs this part; the
+/// other parts and pairs, and the watchdog, go on. False when it threw.
+template <class Work>
+bool balancePart(const char* operation, const Work& work) {
+    try {
+        work();
+        return true;
+    } catch (...) {
+        logThrown(operation);
+        return false;
+    }
+}
 
 /// The current second, as balances are timed.
 inline int balanceSecond() { return static_cast<int>(static_cast<std::int64_t>(utils::clock())); }

@@ -147,6 +147,24 @@ TEST(BalanceForms, CommandsAndOrdersAreFilledInFull) {
     }
 }
 
+TEST(BalanceForms, ClientType3BalancesWhatItsOrdersTraded) {
+    for (const int clientType : {1, 3}) {
+        Started f(2, {.clientType = clientType});
+        f.trade(SH, 200, 0);
+        f.order({.key = 1,
+                 .volume = 500,
+                 .status = vexservice::STATUS_PART_CANCEL,
+                 .traded = 300,
+                 .strategy = "S"});
+        ManagerAccess::doStockBalanceBySignalTask(f.manager(), "A", "S");
+        f.manager().addHistoryLinkdata("A", "S");
+        f.manager().doHistoryBalance("A", "S");
+        const std::string volume = clientType == 3 ? "300" : "200";
+        EXPECT_EQ(f.sent(), (Lines{"09:00:00.000 type 1: S sell " + volume + " SH600000",
+                                   "09:00:00.000 type 4: S sell " + volume + " SH600000"}));
+    }
+}
+
 // ---------------------------------------------------------------- prices and preview
 
 TEST(BalancePrices, FollowTheSettingsAndTheRegistrationRule) {

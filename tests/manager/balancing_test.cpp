@@ -1,9 +1,12 @@
 #include "tests/manager/balancing.h"
+#include "platform/services/tradercenter.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
+#include <boost/make_shared.hpp>
 
 #include <map>
+#include <stdexcept>
 #include <string>
 
 using namespace tests;
@@ -152,6 +155,72 @@ TEST(AutoBalance, OneWatchdogServesPairsThatStartedApart) {
                                "09:00:32.000 type 1: T sell 300 SH600000"}));
 }
 
+TEST(AutoBalance, TheWholeAccountIsBalancedOverItsStrategies) {
+    Started f;
+    f.trade(SH, 200, 0, "S");
+    f.trade(SH, 0, 500, "T");
+    f.runningOrder(1, vexservice::STATUS_REPORTED, "S");
+    f.runningOrder(2, vexservice::STATUS_REPORTED, "T");
+    f.ask("");
+    f.advanceTo("09:00:05");
+    EXPECT_EQ(f.cancels().size(), 2u);
+    f.runningOrder(1, vexservice::STATUS_CANCELED, "S");
+    EXPECT_TRUE(f.pending(""));
+    f.runningOrder(2, vexservice::STATUS_CANCELED, "T");
+    EXPECT_FALSE(f.pending(""));
+    EXPECT_EQ(f.sent(), Lines{"09:00:05.000 type 1:  buy 300 SH600000"});
+}
+
+TEST(AutoBalance, AServiceThatThrowsStallsNobody) {
+    Started f;
+    f.trade(SH, 200, 0, "S");
+    f.trade(SZ, 300, 0, "S");
+    f.trade(SH, 0, 100, "T");
+    f.runningOrder(1);
+    f.runningOrder(2);
+    f.runningTask(9);
+    f.runningOrder(3, vexservice::STATUS_REPORTED, "T");
+    f.onRequest = [] { throw std::runtime_error("gone"); };
+    f.manager().runAutoBalanceTimer("A", "S");
+    f.manager().runAutoBalanceTimer("A", "T");
+    EXPECT_EQ(f.cancels().size(), 3u);
+    EXPECT_EQ(f.taskOperations().size(), 1u);
+    EXPECT_TRUE(f.logged("gone"));
+    f.advanceTo("09:00:30");
+    EXPECT_EQ(f.sent(), (Lines{"09:00:30.000 type 1: S sell 200 SH600000",
+                               "09:00:30.000 type 1: S sell 300 SZ000001",
+                               "09:00:30.000 type 1: T buy 100 SH600000"}));
+    EXPECT_FALSE(f.pending("S") || f.pending("T"));
+}
+
+TEST(AutoBalance, ADataCenterThatIsBackIsAskedAgain) {
+    struct Center : vexservice::TraderCenter {
+        vexservice::IDataCenter* data = TraderCenter::instance()->getDataCenter();
+        vexservice::ITaskCenter* tasks = TraderCenter::instance()->getTaskCenter();
+        vexservice::IFeeLimitService* fees = TraderCenter::instance()->getFeeLimitService();
+        bool gone = false;
+
+        vexservice::IDataCenter* getDataCenter() override {
+            if (gone) throw std::runtime_error("gone");
+            return data;
+        }
+        vexservice::ITaskCenter* getTaskCenter() override { return tasks; }
+        vexservice::IFeeLimitService* getFeeLimitService() override { return fees; }
+    };
+    Started f;
+    f.trade(SH, 200, 0);
+    const auto center = boost::make_shared<Center>();
+    vexservice::TraderCenter::install(center);
+    center->gone = true;
+    f.manager().runAutoBalanceTimer("A", "S");
+    f.advance(2);
+    EXPECT_TRUE(f.pending());
+    center->gone = false;
+    f.advance(60);
+    EXPECT_EQ(f.sent(), Lines{"09:00:30.000 type 1: S sell 200 SH600000"});
+    EXPECT_FALSE(f.pending());
+}
+
 TEST(AutoBalance, BeforeInitNothingStarts) {
     Fixture f;
     f.account({.key = "A"});
@@ -263,6 +332,19 @@ TEST(AutoBalance, ARolloverDropsWhatIsPending) {
     EXPECT_TRUE(f.ask());
 }
 
+TEST(AutoBalance, ARolloverWithinTheFiveSecondsLeavesTheStart) {
+    Started f;
+    f.trade(SH, 200, 0);
+    f.ask();
+    f.advanceTo("09:00:02");
+    f.newTradingDate("20240103");
+    f.forget();
+    f.advanceTo("09:00:05");
+    EXPECT_TRUE(f.logged("A ：trade datas is empty")) << "of the new day";
+    EXPECT_FALSE(f.pending());
+    EXPECT_EQ(f.sent(), Lines{});
+}
+
 TEST(AutoBalance, ARestartForgetsWhatIsPendingOrWaiting) {
     Started f;
     f.trade(SH, 200, 0);
@@ -294,7 +376,24 @@ TEST(BalanceTimes, AreKeptOnePerKey) {
     f.manager().addBalanceTime("A:S", "143000");
     EXPECT_EQ(f.manager().getBalanceTime(),
               (std::map<std::string, std::string>{{"A:S", "143000"}, {"A:T", "150000"}}));
-    EXPECT_TRUE(f.manager().deleteBalanceTime("A:S"));
+    TC::TradeStatData record;
+    record.m_strAccountKey = "A";
+    record.m_strStrategy = "S";
+    f.manager().addHistoryStat("AS", record);
+    const auto written = [&](auto work) {
+        work();
+        f.settle();
+        return f.file("historystatdata.csv").value_or("");
+    };
+    const auto row = [](const std::string& time) { return "S,20240102000000," + time + "\n"; };
+    const auto set = [&] { f.manager().addBalanceTime("A:S", "143000"); };
+    const auto erase = [&] { f.manager().deleteBalanceTime("A:S"); };
+    EXPECT_TRUE(written(set).ends_with(row("143000")));
+    EXPECT_TRUE(written(erase).ends_with(row("")));
+    f.writeFile("historystatdata.csv", "untouched");
+    EXPECT_EQ(written(erase), "untouched") << "there is none any more";
     EXPECT_FALSE(f.manager().deleteBalanceTime("A:S"));
+    set();
+    EXPECT_TRUE(f.manager().deleteBalanceTime("A:S"));
     EXPECT_EQ(f.state().balanceTimes, (std::map<std::string, std::string>{{"A:T", "150000"}}));
 }

@@ -5,8 +5,6 @@
 #include <gtest/gtest.h>
 #include <boost/make_shared.hpp>
 
-#include <algorithm>
-
 /// The paper client and the manager together: from a strategy's trades to its balance.
 namespace {
 
@@ -48,32 +46,63 @@ TEST(PaperCircle, balancesAStrategyAtItsTimeThroughTheExchange) {
     EXPECT_EQ(f.commands().size(), 1u) << "a time is served once";
 }
 
-TEST(PaperCircle, announcesLoginsAccountsAndChangesOfUserData) {
-    Fixture f({.clientType = 3});
+TEST(PaperCircle, startsPairsOfOneTimeOneAfterTheOther) {
+    Fixture f({.now = "2024-01-02 09:30:00", .executes = true, .scheduler = true});
     f.account({.key = "A"});
-    f.account({.key = "silent", .info = false});
     f.init();
-    const std::string all = "CLinkageManager::doRequestAccounts";
-    const std::string one = "CLinkageManager::slotRefreshAccount, acc:A";
-    const auto count = [&](const std::string& text) {
-        const auto texts = f.logTexts();
-        f.forget();
-        return std::count(texts.begin(), texts.end(), text);
-    };
-    EXPECT_EQ(count(all), 1);
-    f.login(false);
-    EXPECT_EQ(count(all), 0);
-    f.login(true);
-    EXPECT_EQ(count(all), 1);
-    f.userDataChanged();
-    EXPECT_EQ(count(all), 1);
-    f.accountReady("A");
-    EXPECT_EQ(count(one), 1);
-    f.accountReady("stranger");
-    EXPECT_TRUE(f.log().empty());
-    f.newTradingDate("20240103", "20240104");
-    EXPECT_EQ(count(all), 1);
-    EXPECT_EQ(f.manager().getTradeDate(), "20240103");
+    for (const char* strategy : {"S", "T", "U"}) {
+        f.manager().addBalanceTime(std::string("A:") + strategy, "093100");
+    }
+    f.advanceTo("09:32:00");
+    // The manager has one start timer: who asks next starts who waits.
+    std::vector<std::string> starts;
+    for (const auto& line : f.log()) {
+        if (line.text == "start：A ") starts.push_back(line.at);
+    }
+    EXPECT_EQ(starts, (std::vector<std::string>{"09:31:00.000", "09:31:00.000", "09:31:05.000"}));
+}
+
+TEST(PaperCircle, balancesWhatIsFilledWhileItIsCancelled) {
+    Fixture f({.now = "2024-01-02 09:30:00", .executes = true});
+    f.instrument({.stock = "SH600000"});
+    f.account({.key = "A"});
+    f.init();
+    f.price({.stock = "SH600000", .last = 10.0, .bids = {{9.99, 1000}}});
+    f.send("A", "SH600000", Side::Buy, 500, 9.99, "S");
+    f.manager().runAutoBalance("A", "S");
+    f.advance(5.5);
+    ASSERT_EQ(f.cancels().size(), 1u);
+    f.price({.stock = "SH600000", .last = 9.99, .asks = {{9.99, 300}}, .bids = {{9.98, 1000}}});
+    EXPECT_TRUE(f.commands().empty()) << "200 are still on their way";
+    f.advance(60);
+    ASSERT_EQ(f.commands().size(), 1u);
+    EXPECT_EQ(f.commands()[0].at, "09:30:06.000");
+    EXPECT_EQ(f.commands()[0].command.m_orders.at(0)->m_nVolume, 300);
+    EXPECT_EQ(f.manager().getRunningOrders("A", "S"), 0);
+    const auto traded = f.manager().getBuySellVolumes(Fixture::day("20240102"), "SH600000", {"A"});
+    EXPECT_EQ(traded, std::pair(300, 300));
+}
+
+TEST(PaperCircle, keepsTodaysOrdersWhenTheSameDateIsAnnouncedAgain) {
+    Fixture f({.now = "2024-01-02 09:30:00", .executes = true});
+    f.account({.key = "A"});
+    f.init();
+    f.send("A", "SH600000", Side::Buy, 100, 10.00, "S");
+    f.newTradingDate("20240102");
+    EXPECT_EQ(f.manager().getRunningOrders("A", "S"), 1);
+    f.price({.stock = "SH600000", .last = 9.9});
+    EXPECT_EQ(f.manager().getRunningOrders("A", "S"), 0);
+}
+
+TEST(PaperCircle, cancelsOrdersOfAnAccountWithoutInfo) {
+    Fixture f({.now = "2024-01-02 09:30:00", .executes = true});
+    f.account({.key = "A"});
+    f.init();
+    f.account({.key = "A", .info = false});
+    f.send("A", "SH600000", Side::Buy, 100, 10.00, "S");
+    EXPECT_TRUE(f.manager().cancelAllOrders("A", "S"));
+    f.advance(1);
+    EXPECT_EQ(f.manager().getRunningOrders("A", "S"), 0);
 }
 
 TEST(PaperClient, goesWithItsServicesWhateverIsStillQueued) {

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -60,6 +61,15 @@ TEST(BalanceTimes, areDueOnceAfterTheyCame) {
     }
 }
 
+TEST(BalanceTimes, comeNextAtTheEarliestOfTheTable) {
+    constexpr auto NEVER = std::numeric_limits<std::int64_t>::max();
+    EXPECT_EQ(paper::nextDue({{"A:S", "120001"}, {"A:T", "noon"}}, NOON), NOON + SECOND);
+    EXPECT_EQ(paper::nextDue({{"A:S", "120000"}, {"A:T", "235959"}}, NOON),
+              NOON + DAY / 2 - SECOND);
+    EXPECT_EQ(paper::nextDue({{"A:S", "120000"}}, NOON), NOON + DAY);
+    EXPECT_EQ(paper::nextDue({{"A:T", "noon"}}, NOON), NEVER);
+}
+
 TEST(Scheduler, startsEachBalanceAtItsTimeInTheOrderOfTheTable) {
     paper::CVirtualLoop loop(NOON + 300'000);  // between two seconds
     paper::CScheduler::Table table = {{"A:S", "120000"},
@@ -82,9 +92,14 @@ TEST(Scheduler, startsEachBalanceAtItsTimeInTheOrderOfTheTable) {
     table["B:S"] = "120004";  // a new time of today
     loop.advanceTo(NOON + 10 * SECOND);
     EXPECT_EQ(std::exchange(started, {}), " B/S@4000");
+    loop.advanceTo(NOON + DAY);
+    EXPECT_EQ(std::exchange(started, {}), "") << "not yet again";
+    loop.advanceTo(NOON + DAY + 10 * SECOND);
+    EXPECT_EQ(std::exchange(started, {}),
+              " A/S@86401000 A/T@86402000 A/late@86402000 B/S@86404000");
     table["A:S"] = "120012";
     scheduler->stop();
-    loop.advanceTo(NOON + 20 * SECOND);
+    loop.advanceTo(NOON + DAY + 20 * SECOND);
     EXPECT_EQ(started, "");
 }
 

@@ -1,6 +1,9 @@
+#include "replay/eventparser.h"
+#include "replay/operations.h"
 #include "tests/support/playing.h"
 
 #include <gtest/gtest.h>
+#include <simdjson.h>
 
 #include <filesystem>
 #include <sstream>
@@ -43,6 +46,70 @@ TEST(Scenarios, PrintWhatIsExpected) {
             if (left != right) break;
         }
         EXPECT_TRUE(played.output == expected);
+    }
+}
+
+template <std::size_t... I>
+std::vector<std::string_view> eventNames(std::index_sequence<I...>) {
+    return {replay::eventName(replay::Event(std::in_place_index<I>))...};
+}
+
+TEST(Scenarios, HaveEveryLineAndOperation) {
+    std::string all;
+    for (const fs::path& folder : folders()) all += tests::readText(folder / "input.jsonl");
+    for (const auto family : {replay::actionOperations(), replay::queryOperations()}) {
+        for (const replay::Operation& operation : family) {
+            const std::string call = "\"op\":\"" + std::string(operation.name) + "\"";
+            EXPECT_NE(all.find(call), std::string::npos) << call;
+        }
+    }
+    constexpr std::make_index_sequence<std::variant_size_v<replay::Event>> KINDS;
+    for (const std::string_view name : eventNames(KINDS)) {
+        EXPECT_NE(all.find("{\"do\":\"" + std::string(name) + "\""), std::string::npos) << name;
+    }
+}
+
+void expectSortedKeys(const simdjson::dom::element& value) {
+    simdjson::dom::array list;
+    simdjson::dom::object object;
+    if (!value.get(list)) {
+        for (const auto entry : list) expectSortedKeys(entry);
+    } else if (!value.get(object)) {
+        std::string_view last;
+        for (const auto field : object) {
+            EXPECT_TRUE(last.empty() || last < field.key) << last << " before " << field.key;
+            last = field.key;
+            expectSortedKeys(field.value);
+        }
+    }
+}
+
+TEST(Scenarios, PrintKeysInByteOrder) {
+    simdjson::dom::parser parser;
+    for (const fs::path& folder : folders()) {
+        for (const std::string& line : lines(tests::playFile(folder / "input.jsonl").output)) {
+            simdjson::dom::element value;
+            const auto error = parser.parse(line).get(value);
+            if (error == simdjson::NUMBER_ERROR) continue;  // a whole number beyond 64 bits
+            ASSERT_EQ(error, simdjson::SUCCESS) << line;
+            expectSortedKeys(value);
+        }
+    }
+}
+
+/// Reports in a row are handed over together; that must not be seen.
+TEST(Scenarios, PrintTheSameWhenTheLibraryRestsAfterEachReport) {
+    const tests::ScenarioFolder folder;
+    for (const fs::path& scenario : folders()) {
+        SCOPED_TRACE(scenario.filename().string());
+        std::string apart;
+        for (const std::string& line : lines(tests::readText(scenario / "input.jsonl"))) {
+            apart += line + '\n';
+            const bool report =
+                line.starts_with("{\"do\":\"order\"") || line.starts_with("{\"do\":\"deal\"");
+            if (report) apart += "{\"do\":\"advance\",\"seconds\":0}\n";
+        }
+        EXPECT_EQ(folder.play(apart).output, tests::readText(scenario / "expected.jsonl"));
     }
 }
 

@@ -383,18 +383,23 @@ void Fixture::saw(const std::string& name, std::vector<std::string> args) {
 }
 
 void Fixture::onCancelOrder(const COrderDetail& order) {
-    const std::lock_guard lock(m_seenMutex);
-    m_seen.cancels.push_back({now(), order.recordKey()});
+    noteRequest([&] { m_seen.cancels.push_back({now(), order.recordKey()}); });
 }
 
 void Fixture::onOperateTask(std::uint64_t taskKey, bool server, const CTaskOpRecord& record) {
-    const std::lock_guard lock(m_seenMutex);
-    m_seen.operations.push_back({now(), taskKey, server, record});
+    noteRequest([&] { m_seen.operations.push_back({now(), taskKey, server, record}); });
 }
 
 void Fixture::onCommand(const COrderComandParam& command) {
-    const std::lock_guard lock(m_seenMutex);
-    m_seen.commands.push_back({now(), command});
+    noteRequest([&] { m_seen.commands.push_back({now(), command}); });
+}
+
+void Fixture::noteRequest(const std::function<void()>& note) {
+    {
+        const std::lock_guard lock(m_seenMutex);
+        note();
+    }
+    if (onRequest) onRequest();
 }
 
 std::vector<LogLine> Fixture::log() const {

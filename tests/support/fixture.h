@@ -8,6 +8,7 @@
 #include <QTemporaryDir>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -228,6 +229,9 @@ public:
     std::vector<TaskOperation> taskOperations() const;
     void forget();
 
+    /// Runs within each request of the library, after it was noted; may throw, as a service may.
+    std::function<void()> onRequest;
+
     paper::CVirtualLoop& loop() { return *m_pLoop; }
     paper::CPaperClient& client() { return *m_pClient; }
 
@@ -244,6 +248,7 @@ private:
     void onOperateTask(std::uint64_t taskKey, bool server,
                        const vexservice::CTaskOpRecord& record) override;
     void onCommand(const vexservice::COrderComandParam& command) override;
+    void noteRequest(const std::function<void()>& note);
     void watch(TC::CLinkageManager& manager);
     void saw(const std::string& name, std::vector<std::string> args = {});
     boost::shared_ptr<vexservice::CAccountInfo> info(const std::string& accountKey) const;

@@ -4,6 +4,8 @@
 
 #include <QTemporaryDir>
 
+#include <zlib.h>
+
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -34,6 +36,21 @@ inline std::string readText(const std::string& path) {
 
 inline void writeText(const std::string& path, std::string_view text) {
     std::ofstream(path, std::ios::binary) << text;
+}
+
+/// The text as gzip packs it.
+inline std::string packed(const std::string& text) {
+    z_stream stream{};
+    deflateInit2(&stream, 6, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY);
+    std::string bytes(deflateBound(&stream, text.size()), '\0');
+    stream.next_in = reinterpret_cast<unsigned char*>(const_cast<char*>(text.data()));
+    stream.avail_in = static_cast<unsigned>(text.size());
+    stream.next_out = reinterpret_cast<unsigned char*>(bytes.data());
+    stream.avail_out = static_cast<unsigned>(bytes.size());
+    deflate(&stream, Z_FINISH);
+    bytes.resize(stream.total_out);
+    deflateEnd(&stream);
+    return bytes;
 }
 
 /// A folder for a test's scenarios.
