@@ -68,6 +68,7 @@ void CMainWindow::show(std::shared_ptr<const Picture> picture) {
     m_pTimes->show(now.balanceTimes, m_selection);
     m_pHistory->show(now.history, m_selection);
     m_pBalance->setEnabled(!m_selection.strategy.empty());
+    divide();
     if (!now.fault.empty()) showMessage(QString::fromStdString(now.fault));
     chooseForTheUser(now);
     Q_EMIT sigShown();
@@ -133,6 +134,7 @@ void CMainWindow::chooseFirst() {
     m_pPairs->setCurrentIndex({});
     m_pTables->stocks()->setCurrentIndex({});
     m_selection = {};
+    for (auto* table : findChildren<CRowsView*>()) table->measureAnew();
     if (m_pShown) chooseForTheUser(*m_pShown);
 }
 

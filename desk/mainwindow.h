@@ -11,6 +11,7 @@ class QComboBox;
 class QLabel;
 class QProgressBar;
 class QPushButton;
+class QSplitter;
 class QTabWidget;
 
 namespace desk {
@@ -44,9 +45,13 @@ Q_SIGNALS:
     /// The engine could not be set up.
     void sigFault(const QString& text);
 
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
 private:
     QWidget* makeTopBar();
     QWidget* makeBody();
+    void divide();
     QWidget* titled(const QString& title, QWidget* content);
     void collect();
     void show(std::shared_ptr<const Picture> picture);
@@ -74,6 +79,9 @@ private:
     CRowsView* m_pPairs = nullptr;
     CChart* m_pChart = nullptr;
     QTabWidget* m_pTabs = nullptr;
+    QSplitter* m_pBoth = nullptr;
+    QSplitter* m_pRight = nullptr;
+    bool m_bSplitByHand = false;
     std::unique_ptr<CDetailTables> m_pTables;
     CBalanceTimesPage* m_pTimes = nullptr;
     CHistoryPage* m_pHistory = nullptr;

@@ -74,7 +74,7 @@ struct TaskRow {
     int traded = 0;
 };
 
-/// Open lots of a strategy, over all accounts, at one price level.
+/// Open lots of the chosen account, strategy and stock at one price level.
 struct LevelRow {
     double price = 0.0;
     int lots = 0;

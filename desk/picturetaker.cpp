@@ -7,6 +7,8 @@
 #include "platform/services/stockmanager.h"
 #include "platform/utils/text.h"
 
+#include <QTime>
+
 #include <atomic>
 #include <set>
 
@@ -28,9 +30,10 @@ std::string instrumentName(const std::string& stockKey) {
 
 }  // namespace
 
-int minuteOf(const std::string& time) {
-    if (time.size() != 6 || time.find_first_not_of("0123456789") != std::string::npos) return 0;
-    return std::stoi(time.substr(0, 2)) * 60 + std::stoi(time.substr(2, 2));
+std::optional<int> minuteOf(const std::string& time) {
+    const QTime parsed = QTime::fromString(QString::fromStdString(time), "HHmmss");
+    if (!parsed.isValid()) return std::nullopt;
+    return parsed.hour() * 60 + parsed.minute();
 }
 
 void CPictureTaker::followManager(TC::CLinkageManager& manager) {

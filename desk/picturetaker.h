@@ -6,6 +6,7 @@
 #include <boost/signals2/connection.hpp>
 
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace TC {
@@ -42,7 +43,7 @@ private:
     std::shared_ptr<struct StatFlag> m_pStatChanged;
 };
 
-/// The minute of the day of "hhmmss"; 0 when the text is none.
-int minuteOf(const std::string& time);
+/// The minute of the day of "hhmmss"; empty when the text is no time.
+std::optional<int> minuteOf(const std::string& time);
 
 }  // namespace desk

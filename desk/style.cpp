@@ -38,7 +38,7 @@ QPalette palette() {
 }
 
 const char* const SHEET = R"(
-QTableView { border: 1px solid #2d3849; selection-background-color: #27456e; }
+QTableView { border: 1px solid #2d3849; background: #181f2a; selection-background-color: #27456e; }
 QHeaderView { background: #202937; }
 QHeaderView::section { background: #202937; color: #8b97aa; border: 0; padding: 4px 8px;
                        border-bottom: 1px solid #2d3849; }

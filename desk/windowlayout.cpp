@@ -16,11 +16,16 @@
 #include <QTabWidget>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 /// How the main window is put together.
 namespace desk {
 
 namespace {
 
+constexpr int MOST_STOCK_ROWS = 6;
+/// Share of the tabs in what the stocks leave; the chart has the rest.
+constexpr int TABS_PERCENT = 36;
 constexpr int SPEEDS[] = {1, 2, 5, 10, 20, 60, 100, 300, 1000};
 
 QLabel* makeLabel(QWidget* parent, const char* role, const QString& text = {}) {
@@ -108,22 +113,24 @@ QWidget* CMainWindow::makeBody() {
     m_pTabs->addTab(m_pImport, tr("Import"));
     m_pChart = new CChart(this);
 
-    auto* right = new QSplitter(Qt::Vertical, this);
-    right->addWidget(titled(tr("Stocks of the strategy"), m_pTables->stocks()));
-    right->addWidget(m_pChart);
-    right->addWidget(m_pTabs);
-    right->setSizes({170, 440, 240});
-    right->setStretchFactor(1, 1);
-    auto* both = new QSplitter(Qt::Horizontal, this);
-    both->addWidget(titled(tr("Accounts and strategies"), m_pPairs));
-    both->addWidget(right);
-    both->setSizes({580, 1000});
-    both->setStretchFactor(1, 1);
+    m_pRight = new QSplitter(Qt::Vertical, this);
+    m_pRight->addWidget(titled(tr("Stocks of the strategy"), m_pTables->stocks()));
+    m_pRight->addWidget(m_pChart);
+    m_pRight->addWidget(m_pTabs);
+    m_pRight->setStretchFactor(1, 1);
+    m_pBoth = new QSplitter(Qt::Horizontal, this);
+    m_pBoth->addWidget(titled(tr("Accounts and strategies"), m_pPairs));
+    m_pBoth->addWidget(m_pRight);
+    m_pBoth->setStretchFactor(1, 1);
+    for (QSplitter* splitter : {m_pRight, m_pBoth}) {
+        splitter->setChildrenCollapsible(false);
+        connect(splitter, &QSplitter::splitterMoved, this, [this] { m_bSplitByHand = true; });
+    }
 
     auto* body = new QWidget(this);
     auto* layout = new QVBoxLayout(body);
     layout->setContentsMargins(12, 4, 12, 4);
-    layout->addWidget(both);
+    layout->addWidget(m_pBoth);
 
     m_pMessage = makeLabel(this, "faint");
     m_pMessage->setObjectName("message");
@@ -133,6 +140,28 @@ QWidget* CMainWindow::makeBody() {
     statusBar()->setSizeGripEnabled(false);
     statusBar()->setContentsMargins(12, 0, 12, 4);
     return body;
+}
+
+/// Gives the tables on the left and above what their columns and rows need; the user's
+/// own division of the window is left alone.
+void CMainWindow::divide() {
+    if (m_bSplitByHand) return;
+    const int left = std::min(m_pPairs->neededWidth(true), m_pBoth->width() / 2);
+    if (left != m_pPairs->parentWidget()->width())
+        m_pBoth->setSizes({left, m_pBoth->width() - left - m_pBoth->handleWidth()});
+
+    CRowsView* stocks = m_pTables->stocks();
+    const int title = stocks->parentWidget()->sizeHint().height() - stocks->sizeHint().height();
+    const int upper =
+        title + stocks->heightOf(std::clamp(stocks->rows().rowCount(), 3, MOST_STOCK_ROWS));
+    const int rest = m_pRight->height() - upper - 2 * m_pRight->handleWidth();
+    const int lower = rest * TABS_PERCENT / 100;
+    if (upper != stocks->parentWidget()->height()) m_pRight->setSizes({upper, rest - lower, lower});
+}
+
+void CMainWindow::resizeEvent(QResizeEvent* event) {
+    QMainWindow::resizeEvent(event);
+    divide();
 }
 
 }  // namespace desk

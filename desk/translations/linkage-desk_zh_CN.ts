@@ -32,10 +32,6 @@
         <translation>卖出</translation>
     </message>
     <message>
-        <source>Net</source>
-        <translation>净量</translation>
-    </message>
-    <message>
         <source>Bought amount</source>
         <translation>买入金额</translation>
     </message>
@@ -111,6 +107,30 @@
         <source>Tasks</source>
         <translation>任务</translation>
     </message>
+    <message>
+        <source>Net bought</source>
+        <translation>净买入</translation>
+    </message>
+    <message>
+        <source>Nothing traded yet</source>
+        <translation>尚无成交</translation>
+    </message>
+    <message>
+        <source>No orders of this stock yet</source>
+        <translation>该股票尚无委托</translation>
+    </message>
+    <message>
+        <source>No deals of this stock yet</source>
+        <translation>该股票尚无成交</translation>
+    </message>
+    <message>
+        <source>No tasks of this stock</source>
+        <translation>该股票没有任务</translation>
+    </message>
+    <message>
+        <source>No lots of this stock rest at the exchange</source>
+        <translation>该股票没有挂单</translation>
+    </message>
 </context>
 <context>
     <name>desk::CBalanceTimesPage</name>
@@ -146,24 +166,40 @@
 <context>
     <name>desk::CChart</name>
     <message>
-        <source>Price: choose a stock</source>
-        <translation>价格：请选择股票</translation>
-    </message>
-    <message>
-        <source>Price of %1 %2, with the deals and resting orders of the strategy</source>
-        <translation>%1 %2 价格，及该策略的成交与挂单</translation>
-    </message>
-    <message>
-        <source>Profit: choose a strategy</source>
-        <translation>盈亏：请选择策略</translation>
-    </message>
-    <message>
         <source>all strategies</source>
         <translation>全部策略</translation>
     </message>
     <message>
         <source>Profit of %1 / %2 over the day (yuan)</source>
         <translation>%1 / %2 当日盈亏（元）</translation>
+    </message>
+    <message>
+        <source>Price</source>
+        <translation>价格</translation>
+    </message>
+    <message>
+        <source>Price of %1 %2 (yuan), with the deals and resting orders of the strategy</source>
+        <translation>%1 %2 价格（元），及该策略的成交与挂单</translation>
+    </message>
+    <message>
+        <source>Profit</source>
+        <translation>盈亏</translation>
+    </message>
+    <message>
+        <source>Choose a stock</source>
+        <translation>请选择股票</translation>
+    </message>
+    <message>
+        <source>No price of the stock has come yet</source>
+        <translation>尚未收到该股票的行情</translation>
+    </message>
+    <message>
+        <source>Choose a strategy</source>
+        <translation>请选择策略</translation>
+    </message>
+    <message>
+        <source>No profit yet: nothing was traded</source>
+        <translation>尚无盈亏：没有成交</translation>
     </message>
 </context>
 <context>

@@ -69,11 +69,15 @@ private:
     }
 
     void lookAtTable(const QTableView& table) {
-        if (table.horizontalScrollBar()->maximum() > 0)
-            fault("columns wider than the table", table.objectName());
+        if (table.verticalScrollBar()->maximum() > 0 &&
+            table.viewport()->height() % table.rowHeight(0) != 0)
+            fault("row cut off", table.objectName());
         const QFontMetrics header(table.horizontalHeader()->font());
         for (int column = 0; column < table.model()->columnCount(); ++column) {
+            if (table.isColumnHidden(column)) continue;
             const int width = table.columnWidth(column);
+            if (table.columnViewportPosition(column) + width > table.viewport()->width())
+                fault("column cut off", table.objectName());
             const QString title = table.model()->headerData(column, Qt::Horizontal).toString();
             if (header.horizontalAdvance(title) + 16 > width) fault("title cut off", title);
             for (int row = 0; row < table.model()->rowCount(); ++row) {

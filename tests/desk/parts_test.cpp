@@ -1,7 +1,10 @@
 #include "desk/axes.h"
 #include "desk/chart.h"
+#include "desk/picturetaker.h"
 #include "desk/pricetape.h"
+#include "desk/restinglevels.h"
 #include "desk/rowsmodel.h"
+#include "desk/rowsview.h"
 #include "desk/stage.h"
 #include "linkage/core/clinkagemanager.h"
 #include "platform/utils/clock.h"
@@ -113,9 +116,59 @@ TEST(DeskRows, CellsAreWrittenAsTheirColumnSays) {
         {99.0, EFormat::Profit, "+99.00"},      {-0.5, EFormat::Profit, "-0.50"},
         {"145005", EFormat::Time, "14:50:05"},  {"soon", EFormat::Time, "soon"},
         {true, EFormat::Side, "Buy"},           {QVariant(), EFormat::Money, ""},
-        {qInf(), EFormat::Money, "--"}};
+        {qInf(), EFormat::Money, "--"},         {qInf(), EFormat::Price, "--"},
+        {10.005, EFormat::Price, "10.005"},     {10.01, EFormat::Price, "10.01"},
+        {9.9996, EFormat::Price, "10.00"},      {1234.5, EFormat::Price, "1,234.50"},
+        {-0.0001, EFormat::Price, "0.00"},      {-1.005, EFormat::Price, "-1.005"}};
     for (const auto& [value, format, text] : cases)
         EXPECT_EQ(desk::formatted(value, format), QString(text));
+}
+
+TEST(DeskRows, NarrowTablesLeaveColumnsOutAndShowWholeRows) {
+    desk::CRowsView table({{"Key"}, {"Value", desk::EFormat::Count}, {"Remark"}},
+                          desk::CRowsView::ESorting::Off);
+    std::vector<Row> rows;
+    for (int i = 0; i < 50; ++i) rows.push_back({QString::number(i), {"k", 1234567, "long text"}});
+    table.rows().setRows(rows);
+    table.show();
+    for (int cut = 0; cut < 25; ++cut) {
+        table.resize(table.neededWidth(true) - 4 * cut, table.heightOf(5) + cut);
+        EXPECT_EQ(table.isColumnHidden(2), cut > 0) << cut;
+        EXPECT_FALSE(table.isColumnHidden(0));
+        EXPECT_EQ(table.viewport()->height() % table.rowHeight(0), 0) << cut;
+        EXPECT_GE(table.viewport()->height(), 5 * table.rowHeight(0)) << cut;
+    }
+}
+
+TEST(DeskPicture, OnlyTimesAreMinutes) {
+    const std::pair<const char*, int> cases[] = {{"093001", 570}, {"235959", 1439}, {"000000", 0}};
+    for (const auto& [time, minute] : cases) EXPECT_EQ(desk::minuteOf(time), minute) << time;
+    for (const char* time : {"", "0", "9:30:01", "240000", "096001", "noon!!", "0930011"})
+        EXPECT_FALSE(desk::minuteOf(time)) << time;
+}
+
+/// A chart's prices, and what its running orders do to them.
+TEST(DeskChart, RestingOrdersStretchThePricesWithinBounds) {
+    desk::Picture picture;
+    picture.prices = {{600, 10.0}, {660, 10.4}};
+    const auto order = [](double price, bool buys, bool running) {
+        return desk::OrderRow{0, buys, running, price, 300, 100, 50};
+    };
+    picture.orders = {order(9.7, true, true),    order(9.7, true, true),  order(10.7, false, true),
+                      order(5.0, true, true),    order(9.0, true, false), order(0.0, true, true),
+                      order(qQNaN(), true, true)};
+    const auto levels = desk::restingLevels(picture.orders, desk::marketPrice(picture), 8);
+    const std::vector<desk::RestingLevel> expected = {
+        {10.7, false, 200}, {9.7, true, 400}, {5.0, true, 200}};
+    EXPECT_EQ(levels, expected) << "the nearest first, added up";
+    EXPECT_EQ(desk::restingLevels(picture.orders, 10.4, 1).size(), 1u);
+    desk::ChartRange range = desk::chartRange(picture, levels);
+    EXPECT_EQ(std::pair(range.low, range.high), std::pair(9.7, 10.7)) << "5.00 is too far away";
+    EXPECT_EQ(std::pair(range.first, range.last), std::pair(600, 660));
+    picture.prices.clear();
+    range = desk::chartRange(picture, levels);
+    EXPECT_EQ(std::pair(range.low, range.high), std::pair(5.0, 10.7)) << "nothing to press flat";
+    EXPECT_GT(range.first, range.last);
 }
 
 class DeskStage : public testing::Test {
@@ -200,6 +253,12 @@ TEST(DeskChart, PaintsDealsAndRestingOrdersWhereTheyBelong) {
     EXPECT_GT(count(red), 40);
     EXPECT_GT(count(green), 40) << "the sale";
     EXPECT_GT(count(line), 100) << "the dotted line of the resting order";
+    auto far = std::make_shared<desk::Picture>(*picture);
+    far->dots.clear();
+    far->orders[0].price = 5.0;
+    chart.show(far);
+    EXPECT_EQ(count(line), 0) << "its price is not on the axis";
+    EXPECT_GT(count(red), 40) << "its label is";
     auto empty = std::make_shared<desk::Picture>(*picture);
     empty->dots.clear();
     empty->orders.clear();

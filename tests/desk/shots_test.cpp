@@ -42,12 +42,17 @@ TEST_P(DeskLanguages, NothingIsCutOffOrOverlapsOnAnyPage) {
     auto* tabs = find<QTabWidget>("tabs");
     for (int i = 0; i < tabs->count(); ++i) {
         tabs->setCurrentIndex(i);
-        QApplication::processEvents();
-        expectWhole(*m_window, tabs->tabText(i));
+        for (const QSize size : {QSize(1280, 760), QSize(1600, 940)}) {
+            m_window->resize(size);
+            QApplication::processEvents();
+            EXPECT_EQ(m_window->size(), size);
+            expectWhole(*m_window, tabs->tabText(i));
+        }
         EXPECT_EQ(isChinese(tabs->tabText(i)), chinese()) << tabs->tabText(i).toStdString();
         for (const auto* table : m_window->findChildren<desk::CRowsView*>()) {
             for (int column = 0; table->isVisible() && column < table->model()->columnCount();
                  ++column) {
+                EXPECT_FALSE(table->isColumnHidden(column)) << "there is room for all";
                 const QString title = table->model()->headerData(column, Qt::Horizontal).toString();
                 EXPECT_EQ(isChinese(title), chinese()) << title.toStdString();
             }

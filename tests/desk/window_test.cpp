@@ -46,15 +46,17 @@ TEST_F(DeskWindow, TablesAgreeWithTheLibraryWhenAStrategyIsChosen) {
     EXPECT_EQ(traded("A01", "alpha", "SH600001"), std::pair(800, 300));
     // 500 × 10.12 + (300 × 10.19 − 800 × 10.01) − 5 − 5
     EXPECT_NEAR(profit, 99.0, 1e-6);
-    EXPECT_EQ(cell(stocks, "SH600001", 3), "800");
-    EXPECT_EQ(cell(stocks, "SH600001", 4), "300");
-    EXPECT_EQ(cell(stocks, "SH600001", 6), "8,008");
-    EXPECT_EQ(cell(stocks, "SH600001", 9), "+99.00");
+    EXPECT_EQ(cell(stocks, "SH600001", 4), "800");
+    EXPECT_EQ(cell(stocks, "SH600001", 5), "300");
+    EXPECT_EQ(cell(stocks, "SH600001", 8), "8,008");
+    EXPECT_EQ(cell(stocks, "SH600001", 3), "+99.00");
     EXPECT_EQ(cell(find<CRowsView>("pairs"), "A01\nalpha", 1), "+99.00");
     EXPECT_EQ(cell(find<CRowsView>("pairs"), "A01\n", 2), "900") << "the whole account";
     EXPECT_EQ(cell(find<CRowsView>("pairs"), "A01\nalpha", 4), "1") << "the resting order";
     EXPECT_EQ(find<CRowsView>("deals")->rows().rowCount(), 2);
-    EXPECT_EQ(cell(find<CRowsView>("levels"), "10.0500", 1), "4");
+    auto* levels = find<CRowsView>("levels");
+    EXPECT_EQ(cell(levels, "10.0500", 1), "4") << "not the lots of other accounts and stocks";
+    EXPECT_EQ(levels->rows().rowCount(), 1);
     EXPECT_EQ(shown()->dots.size(), 2u);
     EXPECT_NEAR(shown()->curve.rbegin()->second.profit, profit, 1e-6);
     // The recording has no bars; the minutes have the prices that were quoted in them.
@@ -63,7 +65,7 @@ TEST_F(DeskWindow, TablesAgreeWithTheLibraryWhenAStrategyIsChosen) {
 
     choosePair("A01\ngrid");
     ASSERT_TRUE(until([&] { return stocks->rows().indexOf("SZ000001") == 0; }));
-    EXPECT_EQ(cell(stocks, "SZ000001", 3), "100");
+    EXPECT_EQ(cell(stocks, "SZ000001", 4), "100");
     EXPECT_EQ(stocks->rows().indexOf("SH600001"), -1);
 }
 
@@ -118,7 +120,7 @@ TEST_F(DeskWindow, BalanceIsSentOnlyAfterItsPlanWasConfirmed) {
 
     click(find<QPushButton>("balanceNow"));
     click(planDialog()->findChild<QPushButton*>("planAccept"));
-    ASSERT_TRUE(until([&] { return cell(find<CRowsView>("stocks"), "SH600001", 4) == "800"; }))
+    ASSERT_TRUE(until([&] { return cell(find<CRowsView>("stocks"), "SH600001", 5) == "800"; }))
         << "the balance was filled";
     EXPECT_EQ(traded("A01", "alpha", "SH600001"), std::pair(800, 800));
     EXPECT_EQ(cell(find<CRowsView>("pairs"), "A01\nalpha", 4), "0") << "the rest was cancelled";
