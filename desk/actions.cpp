@@ -113,10 +113,16 @@ void CActions::deleteAllHistory() {
 }
 
 void CActions::import(const QString& path, std::function<void(const TC::ImportReport&)> answer) {
-    m_engine.post(onManager([&engine = m_engine, path, answer](TC::CLinkageManager& manager) {
-        const TC::ImportReport report = manager.importData(path);
+    m_engine.post([&engine = m_engine, path, answer] {
+        TC::ImportReport report;
+        if (Manager::exists()) {
+            report = Manager::instance()->importData(path);
+        } else {
+            report.path = path;
+            report.refusal = QT_TRANSLATE_NOOP("ImportText", "the library is not running");
+        }
         engine.answer([answer, report] { answer(report); });
-    }));
+    });
 }
 
 }  // namespace desk

@@ -15,7 +15,7 @@ class CEngine;
 
 /// What the user can ask of the library. Each call returns at once; the work is done on
 /// the engine's thread, the answer comes on the window's. Without a manager nothing is
-/// done and no answer comes.
+/// done, and only an import is answered, by a refusal.
 ///
 /// Threads: the window's.
 class CActions {

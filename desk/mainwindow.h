@@ -38,11 +38,15 @@ public:
 
     /// Chooses the first strategy that has traded and its first stock.
     void chooseFirst();
+    /// Whether the picture on the screen is that of the choice.
+    bool isSettled() const;
+    /// Makes the screen what it would be had it only shown this picture.
+    void tidy();
 
 Q_SIGNALS:
     /// Another picture is on the screen.
     void sigShown();
-    /// The engine could not be set up.
+    /// Nothing plays, or nothing any more.
     void sigFault(const QString& text);
 
 protected:
@@ -62,8 +66,10 @@ private:
     void choosePair(const QString& key);
     void chooseStock(const QString& key);
     void setPaused(bool paused);
+    void showPaused();
     void askBalance(const Selection& pair, bool history);
     void showMessage(const QString& text);
+    void enableActions(bool alive);
 
     CEngine& m_engine;
     CActions m_actions;
@@ -86,6 +92,9 @@ private:
     CBalanceTimesPage* m_pTimes = nullptr;
     CHistoryPage* m_pHistory = nullptr;
     CImportPage* m_pImport = nullptr;
+    QPushButton* m_pImportNow = nullptr;
+    bool m_bAlive = true;
+    bool m_bHalted = false;
     QLabel* m_pCounts = nullptr;
     QLabel* m_pMessage = nullptr;
 };

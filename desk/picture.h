@@ -104,6 +104,7 @@ struct Picture {
     std::string time;  ///< client time "hh:mm:ss"
     int minute = 0;
     double progress = -1.0;  ///< of a recording, 0 to 1; negative: none
+    bool alive = false;      ///< the library runs; without it nothing below is filled
     bool ended = false;      ///< the recording was played to its end
     bool halted = false;     ///< the moment to stop at was reached
     std::string fault;       ///< why the recording stopped early

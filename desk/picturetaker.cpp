@@ -36,6 +36,11 @@ std::optional<int> minuteOf(const std::string& time) {
     return parsed.hour() * 60 + parsed.minute();
 }
 
+void startCurves(TC::CLinkageManager& manager) {
+    manager.startProfitCalculator();
+    manager.startBalanceCalculator();
+}
+
 void CPictureTaker::followManager(TC::CLinkageManager& manager) {
     if (m_statConnection.connected()) return;
     m_bClientType3 =
@@ -43,13 +48,12 @@ void CPictureTaker::followManager(TC::CLinkageManager& manager) {
     m_pStatChanged = std::make_shared<StatFlag>();
     m_statConnection = manager.sigStatDataChanged.connect(
         [flag = m_pStatChanged] { flag->changed.store(true, std::memory_order_relaxed); });
-    // Without these there is no curve to show.
-    manager.startProfitCalculator();
-    manager.startBalanceCalculator();
+    startCurves(manager);
 }
 
 void CPictureTaker::take(Picture& picture) {
-    if (!Manager::exists()) return;
+    picture.alive = Manager::exists();
+    if (!picture.alive) return;
     TC::CLinkageManager& manager = *Manager::instance();
     followManager(manager);
     picture.date = manager.getTradeDate();

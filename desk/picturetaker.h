@@ -43,6 +43,9 @@ private:
     std::shared_ptr<struct StatFlag> m_pStatChanged;
 };
 
+/// Asks for the curves over the day, from now on.
+void startCurves(TC::CLinkageManager& manager);
+
 /// The minute of the day of "hhmmss"; empty when the text is no time.
 std::optional<int> minuteOf(const std::string& time);
 

@@ -58,8 +58,9 @@ QWidget* CMainWindow::makeTopBar() {
     m_pBalance->setObjectName("balanceNow");
     m_pBalance->setProperty("primary", true);
     m_pBalance->setEnabled(false);
-    auto* import = new QPushButton(tr("Import…"), bar);
-    connect(import, &QPushButton::clicked, this, [this] {
+    m_pImportNow = new QPushButton(tr("Import…"), bar);
+    m_pImportNow->setObjectName("importNow");
+    connect(m_pImportNow, &QPushButton::clicked, this, [this] {
         m_pTabs->setCurrentWidget(m_pImport);
         m_pImport->chooseFile();
     });
@@ -76,7 +77,7 @@ QWidget* CMainWindow::makeTopBar() {
          std::initializer_list<QWidget*>{m_pClock, m_pDate, m_pPause, m_pSpeed, m_pProgress, live})
         line->addWidget(control);
     line->addStretch();
-    line->addWidget(import);
+    line->addWidget(m_pImportNow);
     line->addWidget(m_pBalance);
     return bar;
 }

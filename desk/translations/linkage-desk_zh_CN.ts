@@ -2,6 +2,353 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="zh_CN">
 <context>
+    <name>ImportText</name>
+    <message>
+        <source>the library is not running</source>
+        <translation>程序库未在运行</translation>
+    </message>
+    <message>
+        <source>no file was chosen</source>
+        <translation>没有选择文件</translation>
+    </message>
+    <message>
+        <source>this is not a plain file</source>
+        <translation>这不是普通文件</translation>
+    </message>
+    <message>
+        <source>the file does not exist</source>
+        <translation>文件不存在</translation>
+    </message>
+    <message>
+        <source>the file cannot be opened: %1</source>
+        <translation>无法打开文件：%1</translation>
+    </message>
+    <message>
+        <source>the file cannot be read: %1</source>
+        <translation>无法读取文件：%1</translation>
+    </message>
+    <message>
+        <source>the file is larger than %1 MB</source>
+        <translation>文件大于 %1 MB</translation>
+    </message>
+    <message>
+        <source>the file is empty</source>
+        <translation>文件是空的</translation>
+    </message>
+    <message>
+        <source>the file is neither a workbook nor a text</source>
+        <translation>文件既不是工作簿，也不是文本</translation>
+    </message>
+    <message>
+        <source>the file is a web page or XML; save it as a workbook</source>
+        <translation>文件是网页或 XML，请另存为工作簿</translation>
+    </message>
+    <message>
+        <source>the file has too much text</source>
+        <translation>文件中的文字过多</translation>
+    </message>
+    <message>
+        <source>the file has more than %1 rows</source>
+        <translation>文件超过 %1 行</translation>
+    </message>
+    <message>
+        <source>the file has more than %1 columns</source>
+        <translation>文件超过 %1 列</translation>
+    </message>
+    <message>
+        <source>the file has more than %1 cells</source>
+        <translation>文件超过 %1 个单元格</translation>
+    </message>
+    <message>
+        <source>a cell has more than %1 characters</source>
+        <translation>有单元格超过 %1 个字符</translation>
+    </message>
+    <message>
+        <source>the file holds no workbook</source>
+        <translation>文件中没有工作簿</translation>
+    </message>
+    <message>
+        <source>there is not enough memory to read the file</source>
+        <translation>内存不足，无法读取文件</translation>
+    </message>
+    <message>
+        <source>the text is not valid UTF-16</source>
+        <translation>文本不是有效的 UTF-16</translation>
+    </message>
+    <message>
+        <source>the text is neither valid UTF-8 nor valid GB18030</source>
+        <translation>文本既不是有效的 UTF-8，也不是有效的 GB18030</translation>
+    </message>
+    <message>
+        <source>the archive is not a workbook</source>
+        <translation>压缩包不是工作簿</translation>
+    </message>
+    <message>
+        <source>the workbook has no sheets</source>
+        <translation>工作簿没有工作表</translation>
+    </message>
+    <message>
+        <source>the workbook has more than %1 sheets</source>
+        <translation>工作簿超过 %1 个工作表</translation>
+    </message>
+    <message>
+        <source>the workbook has more than %1 parts</source>
+        <translation>工作簿超过 %1 个部件</translation>
+    </message>
+    <message>
+        <source>the workbook unpacks to more than %1 MB</source>
+        <translation>工作簿解压后大于 %1 MB</translation>
+    </message>
+    <message>
+        <source>the workbook is protected by a password</source>
+        <translation>工作簿有密码保护</translation>
+    </message>
+    <message>
+        <source>the workbook&apos;s format is too old; save it anew</source>
+        <translation>工作簿格式过旧，请重新保存</translation>
+    </message>
+    <message>
+        <source>the workbook&apos;s archive is broken</source>
+        <translation>工作簿的压缩包已损坏</translation>
+    </message>
+    <message>
+        <source>the workbook is broken: %1</source>
+        <translation>工作簿已损坏：%1</translation>
+    </message>
+    <message>
+        <source>the workbook is broken: its container is damaged</source>
+        <translation>工作簿已损坏：容器受损</translation>
+    </message>
+    <message>
+        <source>the workbook is broken: its records are damaged</source>
+        <translation>工作簿已损坏：记录受损</translation>
+    </message>
+    <message>
+        <source>cell &quot;%1&quot;</source>
+        <translation>单元格“%1”</translation>
+    </message>
+    <message>
+        <source>missing text</source>
+        <translation>缺少文字</translation>
+    </message>
+    <message>
+        <source>endless text</source>
+        <translation>文字没有结尾</translation>
+    </message>
+    <message>
+        <source>document type</source>
+        <translation>含文档类型声明</translation>
+    </message>
+    <message>
+        <source>nested too deep</source>
+        <translation>嵌套过深</translation>
+    </message>
+    <message>
+        <source>not in UTF-8</source>
+        <translation>不是 UTF-8</translation>
+    </message>
+    <message>
+        <source>a tag with more than %1 attributes</source>
+        <translation>有标签超过 %1 个属性</translation>
+    </message>
+    <message>
+        <source>no row of column names was found in the first %1 rows</source>
+        <translation>前 %1 行中没有找到列名</translation>
+    </message>
+    <message>
+        <source>columns are missing: %1</source>
+        <translation>缺少列：%1</translation>
+    </message>
+    <message>
+        <source>%1 (left out because of the unit: %2)</source>
+        <translation>%1（因单位未采用：%2）</translation>
+    </message>
+    <message>
+        <source>column %1 was left out because of its unit</source>
+        <translation>列 %1 因单位未采用</translation>
+    </message>
+    <message>
+        <source>sheet &quot;%1&quot; was left out</source>
+        <translation>工作表“%1”未采用</translation>
+    </message>
+    <message>
+        <source>the rows have no dates, and the title names several</source>
+        <translation>各行没有日期，而标题中有多个日期</translation>
+    </message>
+    <message>
+        <source>the file names no day; rows without a date are taken for %1</source>
+        <translation>文件没有写明日期，没有日期的行视为 %1</translation>
+    </message>
+    <message>
+        <source>rows without a date are taken for %1, the day in the title</source>
+        <translation>没有日期的行视为标题中的日期 %1</translation>
+    </message>
+    <message>
+        <source>the column names again</source>
+        <translation>重复的列名</translation>
+    </message>
+    <message>
+        <source>belongs to another table</source>
+        <translation>属于另一个表</translation>
+    </message>
+    <message>
+        <source>no account is followed</source>
+        <translation>没有跟踪任何账户</translation>
+    </message>
+    <message>
+        <source>the row names no account</source>
+        <translation>该行没有写明账户</translation>
+    </message>
+    <message>
+        <source>the file names no account, and several are followed</source>
+        <translation>文件没有写明账户，而跟踪的账户有多个</translation>
+    </message>
+    <message>
+        <source>the file is of account %1, which is not followed</source>
+        <translation>文件属于账户 %1，该账户未被跟踪</translation>
+    </message>
+    <message>
+        <source>the file names account %1; it was taken for %2</source>
+        <translation>文件写明账户 %1，已视为 %2</translation>
+    </message>
+    <message>
+        <source>account %1 is not followed</source>
+        <translation>账户 %1 未被跟踪</translation>
+    </message>
+    <message>
+        <source>account %1 may be one of several that are followed</source>
+        <translation>账户 %1 可能是所跟踪的多个账户之一</translation>
+    </message>
+    <message>
+        <source>already reported by the trading system</source>
+        <translation>交易系统已回报</translation>
+    </message>
+    <message>
+        <source>repurchase or subscription, which is not followed</source>
+        <translation>回购或申购，不予跟踪</translation>
+    </message>
+    <message>
+        <source>records of the running day stay until the account is requested again</source>
+        <translation>当日的记录保留到重新请求该账户为止</translation>
+    </message>
+    <message>
+        <source>%1 more rows were left out than are listed</source>
+        <translation>另有 %1 行未采用，没有列出</translation>
+    </message>
+    <message>
+        <source>price</source>
+        <translation>价格</translation>
+    </message>
+    <message>
+        <source>volume</source>
+        <translation>数量</translation>
+    </message>
+    <message>
+        <source>traded volume</source>
+        <translation>成交数量</translation>
+    </message>
+    <message>
+        <source>no price</source>
+        <translation>没有价格</translation>
+    </message>
+    <message>
+        <source>no volume</source>
+        <translation>没有数量</translation>
+    </message>
+    <message>
+        <source>no traded volume</source>
+        <translation>没有成交数量</translation>
+    </message>
+    <message>
+        <source>no code</source>
+        <translation>没有代码</translation>
+    </message>
+    <message>
+        <source>no date</source>
+        <translation>没有日期</translation>
+    </message>
+    <message>
+        <source>%1 is not a number: %2</source>
+        <translation>%1不是数字：%2</translation>
+    </message>
+    <message>
+        <source>%1 is not whole: %2</source>
+        <translation>%1不是整数：%2</translation>
+    </message>
+    <message>
+        <source>%1 is out of range: %2</source>
+        <translation>%1超出范围：%2</translation>
+    </message>
+    <message>
+        <source>price is out of range: %1</source>
+        <translation>价格超出范围：%1</translation>
+    </message>
+    <message>
+        <source>amount is out of range: %1</source>
+        <translation>金额超出范围：%1</translation>
+    </message>
+    <message>
+        <source>amount %1 is not that of %2 at %3</source>
+        <translation>金额 %1 与数量 %2、价格 %3 不符</translation>
+    </message>
+    <message>
+        <source>a purchase of %1 shares</source>
+        <translation>买入 %1 股</translation>
+    </message>
+    <message>
+        <source>a day that has not come yet: %1</source>
+        <translation>日期尚未到来：%1</translation>
+    </message>
+    <message>
+        <source>no stock of Shanghai, Shenzhen or Beijing: %1</source>
+        <translation>不是上海、深圳或北京的股票：%1</translation>
+    </message>
+    <message>
+        <source>not a date: %1</source>
+        <translation>不是日期：%1</translation>
+    </message>
+    <message>
+        <source>not a deal: %1</source>
+        <translation>不是成交：%1</translation>
+    </message>
+    <message>
+        <source>not a deal: no side</source>
+        <translation>不是成交：没有买卖方向</translation>
+    </message>
+    <message>
+        <source>not a deal: price 0</source>
+        <translation>不是成交：价格为 0</translation>
+    </message>
+    <message>
+        <source>not a deal: volume 0</source>
+        <translation>不是成交：数量为 0</translation>
+    </message>
+    <message>
+        <source>not a deal: amount 0</source>
+        <translation>不是成交：金额为 0</translation>
+    </message>
+    <message>
+        <source>not an order: %1</source>
+        <translation>不是委托：%1</translation>
+    </message>
+    <message>
+        <source>not an order: volume 0</source>
+        <translation>不是委托：数量为 0</translation>
+    </message>
+    <message>
+        <source>traded %1 of %2 shares</source>
+        <translation>%2 股中成交了 %1 股</translation>
+    </message>
+    <message>
+        <source>two sides: %1, %2</source>
+        <translation>买卖方向矛盾：%1、%2</translation>
+    </message>
+    <message>
+        <source>unknown status: %1</source>
+        <translation>未知状态：%1</translation>
+    </message>
+</context>
+<context>
     <name>Tables</name>
     <message>
         <source>Server</source>
@@ -200,6 +547,13 @@
     <message>
         <source>No profit yet: nothing was traded</source>
         <translation>尚无盈亏：没有成交</translation>
+    </message>
+</context>
+<context>
+    <name>desk::CEngine</name>
+    <message>
+        <source>The run was stopped by a fault: %1</source>
+        <translation>运行因故障停止：%1</translation>
     </message>
 </context>
 <context>
@@ -429,6 +783,14 @@
     <message>
         <source>Account</source>
         <translation>账户</translation>
+    </message>
+    <message>
+        <source>Halted at %1; Play goes on.</source>
+        <translation>已在 %1 停住，按“播放”继续。</translation>
+    </message>
+    <message>
+        <source>The library is not running.</source>
+        <translation>程序库未在运行。</translation>
     </message>
 </context>
 <context>

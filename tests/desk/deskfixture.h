@@ -54,7 +54,7 @@ class DeskTest : public testing::Test {
 protected:
     /// Without a scenario: the built-in market.
     void open(const char* scenario = MORNING, double speed = desk::UNPACED,
-              const char* language = "en") {
+              const char* language = "en", const char* haltAt = "") {
         desk::EngineOptions options;
         if (scenario) {
             QFile file(options.scenario = m_dir.filePath("scenario.jsonl"));
@@ -65,6 +65,7 @@ protected:
         m_translation.emplace(QLocale(language));
         options.dataDir = m_dir.filePath("data");
         options.speed = speed;
+        options.haltAt = haltAt;
         m_engine = std::make_unique<desk::CEngine>(options);
         m_window = std::make_unique<desk::CMainWindow>(*m_engine);
         static_cast<QWidget&>(*m_window).show();

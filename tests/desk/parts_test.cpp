@@ -8,6 +8,7 @@
 #include "desk/stage.h"
 #include "linkage/core/clinkagemanager.h"
 #include "platform/utils/clock.h"
+#include "tests/desk/deskfixture.h"
 
 #include <QFile>
 #include <QSignalSpy>
@@ -222,13 +223,29 @@ TEST_F(DeskStage, TimePassesAsItIsToldAndEventsHappenOnTheWay) {
 
 TEST_F(DeskStage, HaltsAtATimeOfDay) {
     const auto played = stage(R"({"do":"config","now":"2024-01-05 09:30:00"}
+{"do":"advance","to":"2024-01-05 10:00:00"}
+{"do":"account","key":"A"}
+{"do":"init"}
 {"do":"advance","to":"2024-01-05 15:00:00"}
 )",
                               "10:00");
-    while (!played->halted()) played->step(100'000'000'000);
+    while (!played->halted()) played->step(desk::IStage::NEVER);
     EXPECT_FALSE(played->ended());
+    EXPECT_TRUE(utils::CSingletonT<TC::CLinkageManager>::exists()) << "played at that moment";
     EXPECT_EQ(std::fmod(utils::clock(), 86400.0), 2 * 3600.0) << "10:00 in Shanghai";
+    played->goOn();
+    while (!played->ended()) played->step(desk::IStage::NEVER);
+    EXPECT_EQ(std::fmod(utils::clock(), 86400.0), 7 * 3600.0) << "15:00";
     EXPECT_THROW(desk::makeRecordedStage("/nowhere/x", "", "", m_tape), desk::StageError);
+}
+
+TEST_F(DeskStage, CurvesBeginWithTheLibraryWhoeverLooks) {
+    const auto played = stage(support::MORNING);
+    while (!played->ended()) played->step(desk::IStage::NEVER);
+    const auto curve =
+        utils::CSingletonT<TC::CLinkageManager>::instance()->getPeriodCurve("A01", "alpha");
+    ASSERT_FALSE(curve.empty());
+    EXPECT_LE(curve.begin()->first, 9 * 60 + 32) << "no picture was taken on the way";
 }
 
 TEST(DeskChart, PaintsDealsAndRestingOrdersWhereTheyBelong) {

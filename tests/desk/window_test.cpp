@@ -230,6 +230,39 @@ TEST_F(DeskWindow, PauseStopsTheClockAndSpeedSetsItsPace) {
     EXPECT_TRUE(until([this] { return shown()->ended; }));
 }
 
+TEST_F(DeskWindow, HaltPausesAndPlayGoesOn) {
+    open(support::MORNING, 1000, "en", "09:40");
+    ASSERT_TRUE(until([this] { return shown() && shown()->halted && m_engine->paused(); }));
+    ASSERT_TRUE(until([this] { return find<QPushButton>("pause")->text() == "Play"; }));
+    EXPECT_EQ(shown()->time, "09:40:00");
+    EXPECT_EQ(find<QLabel>("message")->text(), "Halted at 09:40:00; Play goes on.");
+    click(find<QPushButton>("pause"));
+    EXPECT_TRUE(until([this] { return shown()->ended; }));
+}
+
+TEST_F(DeskWindow, FaultEndsTheRunNotTheProgram) {
+    openAtTheEnd();
+    m_engine->post([] { throw std::runtime_error("no more paper"); });
+    ASSERT_TRUE(until([&] { return find<QLabel>("message")->text().contains("no more paper"); }));
+    EXPECT_EQ(find<CRowsView>("deals")->rows().rowCount(), 2) << "what was reached stays";
+    for (const char* button : {"balanceNow", "importNow", "importChoose", "historyCarry"})
+        EXPECT_FALSE(find<QPushButton>(button)->isEnabled()) << button;
+}
+
+TEST_F(DeskWindow, WithoutTheLibraryNothingCanBeAskedFor) {
+    open(R"({"do":"config","now":"2024-01-05 09:29:00"}
+{"do":"advance","seconds":10}
+)");
+    ASSERT_TRUE(until([this] { return shown() && shown()->ended; }));
+    EXPECT_EQ(find<QLabel>("message")->text(), "The library is not running.");
+    for (const char* button : {"balanceNow", "importNow", "importChoose", "balanceTimeSet"})
+        EXPECT_FALSE(find<QPushButton>(button)->isEnabled()) << button;
+    desk::CActions actions(*m_engine);
+    QString refusal;
+    actions.import("x.csv", [&](const TC::ImportReport& report) { refusal = report.refusal; });
+    EXPECT_TRUE(until([&] { return refusal == "the library is not running"; }));
+}
+
 TEST_F(DeskWindow, BuiltInMarketTradesLiveAndStops) {
     open(nullptr);
     ASSERT_TRUE(until([this] { return shown() && !shown()->deals.empty(); }));
