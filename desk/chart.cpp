@@ -82,6 +82,11 @@ QPointF CChart::pixel(const Pane& pane, double minute, double value) const {
             pane.area.bottom() - pane.values.place(value) * pane.area.height()};
 }
 
+double CChart::valueAt(const Pane& pane, double y) const {
+    const ValueAxis& axis = pane.values;
+    return axis.low + (pane.area.bottom() - y) / pane.area.height() * (axis.high - axis.low);
+}
+
 void CChart::paintPane(QPainter& painter, const Pane& pane, const QString& title,
                        const QString& lack) const {
     const QFontMetrics metrics(font());

@@ -52,6 +52,7 @@ private:
     QString orderLabel(const RestingLevel& level) const;
     QString profitLabel() const;
     QPointF pixel(const Pane& pane, double minute, double value) const;
+    double valueAt(const Pane& pane, double y) const;
     void paintPane(QPainter& painter, const Pane& pane, const QString& title,
                    const QString& lack) const;
     void paintMinutes(QPainter& painter, const Pane& pane) const;

@@ -86,27 +86,31 @@ void CChart::fileDeals() {
 }
 
 /// Resting orders as dotted lines at their price, those nearest to the market first,
-/// with a framed label where there is room for one. What lies beyond the axis has its
-/// label at the edge.
+/// with a framed label where there is room for one. What lies beyond the axis has no line
+/// and its label at the edge, or inside of those that are there.
 void CChart::fileOrders() {
     const ValueAxis& axis = m_price.values;
-    const int height = QFontMetrics(font()).height() + 6;
+    const double height = QFontMetrics(font()).height() + 6;
+    const double top = m_price.area.top() + height / 2;
+    const double bottom = m_price.area.bottom() - height / 2;
     std::vector<double> labelled;
     for (const RestingLevel& level : m_resting) {
-        const double shown = std::clamp(level.price, axis.low, axis.high);
-        if (shown == level.price) {
+        const bool over = level.price > axis.high, under = level.price < axis.low;
+        if (!over && !under) {
             std::vector<double> xs = {double(m_time.first()), double(m_time.last())};
-            std::vector<double> ys = {shown, shown};
+            std::vector<double> ys = {level.price, level.price};
             Draw::instance()->addDrawLineData(Type(0), KEY, xs, ys, 1, true, false, 0, 0);
         }
-        const double y =
-            std::clamp<double>(pixel(m_price, 0, shown).y(), m_price.area.top() + height / 2.0,
-                               m_price.area.bottom() - height / 2.0);
-        const bool room = std::none_of(labelled.begin(), labelled.end(),
-                                       [&](double other) { return std::fabs(other - y) < height; });
-        if (!room) continue;
+        const auto taken = [&](double y) {
+            return std::any_of(labelled.begin(), labelled.end(),
+                               [&](double other) { return std::fabs(other - y) < height; });
+        };
+        double y = std::max(top, std::min(pixel(m_price, 0, level.price).y(), bottom));
+        const int inwards = int(over) - int(under);
+        while (inwards != 0 && taken(y) && y + inwards > top && y + inwards < bottom) y += inwards;
+        if (taken(y)) continue;
         labelled.push_back(y);
-        fileLabel(0, m_time.last(), shown, orderLabel(level),
+        fileLabel(0, m_time.last(), valueAt(m_price, y), orderLabel(level),
                   level.buys ? style::RISE : style::FALL, false);
     }
 }

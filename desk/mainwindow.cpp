@@ -181,7 +181,7 @@ void CMainWindow::chooseStock(const QString& key) {
 }
 
 void CMainWindow::askBalance(const Selection& pair, bool history) {
-    m_actions.preview(pair, history, [this, pair, history](const TC::BalancePlan& plan) {
+    m_actions.preview(pair, history, [this, pair, history](const PlanPreview& plan) {
         const QString name = QString::fromStdString(pair.account + " / " + pair.strategy);
         auto* dialog = new CPlanDialog(
             history ? tr("Balance the history of %1").arg(name) : tr("Balance %1").arg(name), plan,

@@ -5,13 +5,16 @@
 
 #include <boost/signals2/connection.hpp>
 
+#include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 
 namespace TC {
 class CLinkageManager;
-}
+struct TradeStatData;
+}  // namespace TC
 
 namespace desk {
 
@@ -36,8 +39,12 @@ private:
     void takeTasks(TC::CLinkageManager& manager, Picture& picture);
     void takeHistory(TC::CLinkageManager& manager, Picture& picture);
 
+    std::set<std::string> historyKeys(const std::map<std::string, TC::TradeStatData>& stats,
+                                      const Picture& picture) const;
+
     CPriceTape& m_tape;
     std::string m_strTapeDate;
+    std::set<std::string> m_fileKeys;  ///< history keys that the manager began with
     bool m_bClientType3 = false;
     boost::signals2::scoped_connection m_statConnection;
     std::shared_ptr<struct StatFlag> m_pStatChanged;

@@ -57,6 +57,7 @@ QProgressBar { background: #202937; border: 0; border-radius: 3px; max-height: 6
 QProgressBar::chunk { background: #4f9dff; border-radius: 3px; }
 QSplitter::handle { background: #11161f; }
 QLabel[role="title"] { color: #8b97aa; padding: 2px 0; }
+QLabel[role="heading"] { font-size: 12pt; }
 QLabel[role="clock"] { font-size: 15pt; }
 QLabel[role="faint"] { color: #8b97aa; }
 QToolTip { border: 1px solid #2d3849; }

@@ -509,6 +509,10 @@
         <source>Choose a strategy to give it a time</source>
         <translation>请先选择策略，再设定时间</translation>
     </message>
+    <message>
+        <source>No strategy has a balance time</source>
+        <translation>没有策略设了配平时间</translation>
+    </message>
 </context>
 <context>
     <name>desk::CChart</name>
@@ -599,14 +603,6 @@
         <translation>历史配平…</translation>
     </message>
     <message>
-        <source>Delete stock</source>
-        <translation>删除股票</translation>
-    </message>
-    <message>
-        <source>Delete balanced</source>
-        <translation>删除已配平</translation>
-    </message>
-    <message>
         <source>Delete all…</source>
         <translation>全部删除…</translation>
     </message>
@@ -633,6 +629,26 @@
     <message>
         <source>Cancel</source>
         <translation>取消</translation>
+    </message>
+    <message>
+        <source>Nothing was carried over from earlier days</source>
+        <translation>没有以前各日结转的记录</translation>
+    </message>
+    <message>
+        <source>Delete stock…</source>
+        <translation>删除股票…</translation>
+    </message>
+    <message>
+        <source>Delete balanced…</source>
+        <translation>删除已配平…</translation>
+    </message>
+    <message>
+        <source>Delete all pairs whose totals are balanced? This cannot be undone.</source>
+        <translation>删除所有已配平的历史？此操作无法撤销。</translation>
+    </message>
+    <message>
+        <source>Delete %1 of %2 / %3 from the history? This cannot be undone.</source>
+        <translation>从历史中删除 %2 / %3 的 %1？此操作无法撤销。</translation>
     </message>
 </context>
 <context>
@@ -860,16 +876,28 @@
         <translation>没有该合约信息</translation>
     </message>
     <message>
-        <source>Orders that would be sent now: %1. Figures and prices may still change.</source>
-        <translation>现在将发送 %1 笔委托。数量和价格仍可能变化。</translation>
-    </message>
-    <message>
         <source>Balance</source>
         <translation>配平</translation>
     </message>
     <message>
         <source>Cancel</source>
         <translation>取消</translation>
+    </message>
+    <message>
+        <source>Amount about</source>
+        <translation>金额约</translation>
+    </message>
+    <message>
+        <source>Cancelled first: running orders %1, running tasks %2.</source>
+        <translation>先撤销：未完委托 %1 笔，运行任务 %2 个。</translation>
+    </message>
+    <message>
+        <source>Orders that would be sent now: %1, buying for about %2 yuan and selling for about %3 yuan.</source>
+        <translation>现在将发出委托 %1 笔，买入约 %2 元，卖出约 %3 元。</translation>
+    </message>
+    <message>
+        <source>Figures and prices may still change.</source>
+        <translation>数量与价格仍可能变化。</translation>
     </message>
 </context>
 <context>

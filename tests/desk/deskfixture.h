@@ -24,7 +24,7 @@ namespace support {
 
 /// A morning of two accounts on the paper exchange. A01/alpha ends with 800 bought and
 /// 300 sold of SH600001 and an order that rests, beside one of A02/alpha at its price;
-/// A01/grid with 100 of SZ000001 bought.
+/// A01/grid with 100 of SZ000001 bought; a task of A02/twap is three quarters done.
 inline const char* const MORNING = R"(
 {"do":"config","now":"2024-01-05 09:29:00","exchange":"paper","scheduler":true}
 {"do":"instrument","market":"SH","code":"600001","name":"样本银行","reference":10,"limitUp":11,"limitDown":9}
@@ -43,6 +43,7 @@ inline const char* const MORNING = R"(
 {"do":"send","account":"A01","market":"SH","code":"600001","side":"sell","volume":300,"price":10.19,"strategy":"alpha"}
 {"do":"send","account":"A01","market":"SH","code":"600001","side":"buy","volume":400,"price":10.05,"strategy":"alpha"}
 {"do":"send","account":"A02","market":"SH","code":"600001","side":"buy","volume":700,"price":10.05,"strategy":"alpha"}
+{"do":"startTask","account":"A02","market":"SZ","code":"000001","side":"buy","volume":400,"slices":4,"seconds":3600,"strategy":"twap"}
 {"do":"advance","seconds":900}
 {"do":"price","market":"SH","code":"600001","last":10.12,"asks":[[10.13,100000]],"bids":[[10.11,100000]]}
 {"do":"advance","to":"2024-01-05 10:15:00"}

@@ -9,6 +9,7 @@
 #include "linkage/core/clinkagemanager.h"
 #include "platform/utils/clock.h"
 #include "tests/desk/deskfixture.h"
+#include "tests/support/paintrecorder.h"
 
 #include <QFile>
 #include <QSignalSpy>
@@ -192,6 +193,43 @@ protected:
     QTemporaryDir m_dir;
     desk::CPriceTape m_tape;
 };
+
+TEST(DeskChart, LabelsStandBesideTheCurvesAndInsideTheirPanes) {
+    auto picture = std::make_shared<desk::Picture>();
+    picture->selection = {"A", "s", "SH600001"};
+    picture->minute = 15 * 60;
+    for (int minute = 9 * 60 + 30; minute <= 15 * 60; ++minute) {
+        picture->prices[minute] = 10.0 + minute % 7 * 0.01;
+        picture->curve[minute].profit = minute % 5 * 100.0;
+    }
+    picture->orders = {{1, true, true, 9.9, 300, 0, 50},
+                       {2, false, true, 10.155, 1200, 0, 50},
+                       {3, true, true, 5.0, 100, 0, 50}};
+    desk::CChart chart;
+    chart.resize(700, 400);
+    chart.show(picture);
+    support::CPaintRecorder recorder;
+    chart.render(&recorder);
+
+    QStringList labels;
+    std::vector<QRectF> frames;
+    double curveEnd = 0.0;
+    for (const support::Painted& painted : recorder.painted) {
+        if (painted.kind == support::Painted::PATH && painted.pen.style() == Qt::SolidLine)
+            curveEnd = std::max(curveEnd, painted.path.boundingRect().right());
+        const bool label =
+            painted.pen.color() == desk::style::RISE || painted.pen.color() == desk::style::FALL;
+        if (painted.kind == support::Painted::TEXT && label) labels << painted.text;
+        if (painted.kind == support::Painted::RECT && painted.pen.color().alpha() == 178)
+            frames.push_back(painted.rect);
+    }
+    EXPECT_EQ(labels.join('|').remove(' '), "Sell10.155×1,200|Buy9.90×300|↓Buy5.00×100|0.00");
+    ASSERT_EQ(frames.size(), 4u);
+    for (const QRectF& frame : frames) {
+        EXPECT_GT(frame.left(), curveEnd) << "the day is over, and still no curve is covered";
+        EXPECT_TRUE(QRectF(chart.rect()).contains(frame));
+    }
+}
 
 TEST_F(DeskStage, TimePassesAsItIsToldAndEventsHappenOnTheWay) {
     const auto played = stage(R"({"do":"config","now":"2024-01-05 09:30:00"}

@@ -9,6 +9,8 @@
 #include <QTabWidget>
 #include <QTimeEdit>
 
+#include <fmt/format.h>
+
 #include <future>
 
 namespace {
@@ -23,6 +25,15 @@ protected:
         QDialog* dialog = nullptr;
         EXPECT_TRUE(until([&] { return (dialog = m_window->findChild<QDialog*>("planDialog")); }));
         return dialog;
+    }
+
+    /// Answers the question before a deletion.
+    void answerDelete(const char* button) {
+        QDialog* box = nullptr;
+        ASSERT_TRUE(
+            until([&] { return (box = m_window->findChild<QDialog*>("historyDeleteBox")); }));
+        click(box->findChild<QPushButton*>(button));
+        ASSERT_TRUE(until([&] { return !m_window->findChild<QDialog*>("historyDeleteBox"); }));
     }
 
     std::pair<int, int> traded(const char* account, const char* strategy, const char* stock) {
@@ -67,6 +78,16 @@ TEST_F(DeskWindow, TablesAgreeWithTheLibraryWhenAStrategyIsChosen) {
     ASSERT_TRUE(until([&] { return stocks->rows().indexOf("SZ000001") == 0; }));
     EXPECT_EQ(cell(stocks, "SZ000001", 4), "100");
     EXPECT_EQ(stocks->rows().indexOf("SH600001"), -1);
+
+    choosePair("A02\ntwap");
+    auto* tasks = find<CRowsView>("tasks");
+    ASSERT_TRUE(until([&] { return tasks->rows().rowCount() == 1; }));
+    const QString task = tasks->rows().row(0).key;
+    EXPECT_EQ(cell(tasks, task, 1), "Running");
+    EXPECT_EQ(cell(tasks, task, 2), "Server");
+    EXPECT_EQ(cell(tasks, task, 3), "400");
+    EXPECT_EQ(cell(tasks, task, 4), "300");
+    EXPECT_EQ(cell(find<CRowsView>("pairs"), "A02\ntwap", 5), "1");
 }
 
 TEST_F(DeskWindow, BalanceTimeIsSetEditedInPlaceAndDeleted) {
@@ -112,6 +133,11 @@ TEST_F(DeskWindow, BalanceIsSentOnlyAfterItsPlanWasConfirmed) {
     EXPECT_EQ(cell(table, "SH600001", 4), "Sell");
     EXPECT_EQ(cell(table, "SH600001", 5), "500");
     EXPECT_EQ(cell(table, "SH600001", 6), "Opposite best price");
+    EXPECT_EQ(cell(table, "SH600001", 8), "5,055") << "at the price of the order";
+    EXPECT_EQ(dialog->findChild<QLabel*>("planHeading")->text(), "Balance A01 / alpha");
+    const QString summary = dialog->findChild<QLabel*>("planSummary")->text();
+    EXPECT_TRUE(summary.contains("running orders 1, running tasks 0")) << summary.toStdString();
+    EXPECT_TRUE(summary.contains("selling for about 5,055 yuan")) << summary.toStdString();
     click(dialog->findChild<QPushButton*>("planReject"));
     m_engine->setSpeed(1000);
     const QString asked = shown() ? QString::fromStdString(shown()->time) : QString();
@@ -132,7 +158,7 @@ TEST_F(DeskWindow, WholeAccountIsNotBalanced) {
     EXPECT_TRUE(until([&] { return !find<QPushButton>("balanceNow")->isEnabled(); }));
 }
 
-TEST_F(DeskWindow, HistoryIsCarriedOverBalancedAndDeleted) {
+TEST_F(DeskWindow, HistoryIsCarriedOverAndBalanced) {
     openAtTheEnd();
     openTab("history");
     auto* table = find<CRowsView>("history");
@@ -150,12 +176,97 @@ TEST_F(DeskWindow, HistoryIsCarriedOverBalancedAndDeleted) {
     click(find<QPushButton>("historyBalance"));
     QDialog* dialog = planDialog();
     EXPECT_EQ(cell(dialog->findChild<CRowsView*>("planTable"), "SH600001", 5), "500");
-    click(dialog->findChild<QPushButton*>("planReject"));
+    EXPECT_FALSE(dialog->findChild<QLabel*>("planSummary")->text().contains("Cancelled"));
+    click(dialog->findChild<QPushButton*>("planAccept"));
+    m_engine->setSpeed(1000);
+    ASSERT_TRUE(until([&] { return cell(find<CRowsView>("stocks"), "SH600001", 5) == "800"; }))
+        << "the history was sold, as an order of the strategy";
+}
 
+TEST_F(DeskWindow, HistoryIsDeletedOnlyAfterAQuestion) {
+    openAtTheEnd();
+    openTab("history");
+    auto* table = find<CRowsView>("history");
+    const QString key = "A01alpha\nSH600001";
+    ask([](Manager& manager) { return manager.addHistoryLinkdata("A01", "alpha"), 0; });
+    ASSERT_TRUE(until([&] { return table->rows().indexOf(key) == 0; })) << "also without totals";
+    EXPECT_EQ(cell(table, key, 0) + cell(table, key, 1), "A01alpha");
+    click(find<QPushButton>("historyCarry"));
+    ASSERT_TRUE(until([&] { return cell(table, key, 5) == "1,000"; }));
+
+    const auto stocksLeft = [this] {
+        return ask([](Manager& manager) { return manager.getHistoryLinkageData("A01alpha"); })
+            .size();
+    };
+    const auto pairsLeft = [this] {
+        return ask([](Manager& manager) { return manager.getHistoryStatData(); }).size();
+    };
+    for (const char* button : {"historyDeleteStock", "historyDeleteBalanced", "historyDeleteAll"}) {
+        clickRow(table, key);
+        ASSERT_TRUE(until([&] { return find<QPushButton>(button)->isEnabled(); }));
+        click(find<QPushButton>(button));
+        answerDelete("historyDeleteNot");
+        EXPECT_EQ(stocksLeft(), 1u) << button;
+    }
     click(find<QPushButton>("historyDeleteStock"));
+    answerDelete("historyDeleteGo");
     ASSERT_TRUE(until([&] { return table->rows().indexOf(key) == -1; }));
-    EXPECT_TRUE(
-        ask([](Manager& manager) { return manager.getHistoryLinkageData("A01alpha"); }).empty());
+    EXPECT_EQ(std::pair(stocksLeft(), pairsLeft()), std::pair(std::size_t(0), std::size_t(1)));
+    ask([](Manager& manager) {
+        TC::TradeStatData level;
+        level.m_strAccountKey = "A02";
+        level.m_nTotalBuyVolume = level.m_nTotalSellVolume = 100;
+        return manager.addHistoryStat("A02x", level), 0;
+    });
+    EXPECT_EQ(pairsLeft(), 2u);
+    click(find<QPushButton>("historyDeleteBalanced"));
+    answerDelete("historyDeleteGo");
+    EXPECT_TRUE(until([&] { return pairsLeft() == 1; })) << "the unequal one stays";
+    click(find<QPushButton>("historyDeleteAll"));
+    answerDelete("historyDeleteGo");
+    EXPECT_TRUE(until([&] { return pairsLeft() == 0; }));
+}
+
+TEST_F(DeskWindow, StormOfReportsReachesTheScreenInFewRowsAndOnePiece) {
+    constexpr int STORM = 20'000;
+    std::string scenario = R"({"do":"config","now":"2024-01-05 09:29:00"}
+{"do":"account","key":"A01"}
+{"do":"init"}
+)";
+    for (int i = 1; i <= STORM; ++i)
+        scenario += fmt::format(
+            R"({{"do":"order","account":"A01","key":{},"market":"SH","code":"600001","side":"buy",)"
+            R"("price":10,"volume":100,"status":50,"strategy":"s"}})"
+            "\n",
+            i);
+    open(scenario.c_str());
+    auto* orders = find<CRowsView>("orders");
+    int inserted = 0, pictures = 0;
+    QObject::connect(
+        &orders->rows(), &desk::CRowsModel::rowsInserted, m_window.get(),
+        [&](const QModelIndex&, int first, int last) { inserted += last - first + 1; });
+    QObject::connect(m_window.get(), &desk::CMainWindow::sigShown, m_window.get(),
+                     [&] { ++pictures; });
+    ASSERT_TRUE(until([this] { return shown() && shown()->ended; }));
+    choosePair("A01\n");
+    m_engine->select({"A01", "s", "SH600001"});
+    ASSERT_TRUE(until([&] { return shown()->orders.size() == 300; }));
+    EXPECT_EQ(cell(find<CRowsView>("pairs"), "A01\ns", 4), "20,000");
+    EXPECT_LE(orders->rows().rowCount(), 300);
+    EXPECT_LE(inserted, 300 * pictures);
+
+    int rings = 0, answers = 0;
+    QObject::connect(
+        m_engine.get(), &desk::CEngine::sigNews, m_engine.get(), [&] { ++rings; },
+        Qt::DirectConnection);
+    std::promise<void> given;
+    m_engine->post([&] {
+        for (int i = 0; i < STORM; ++i) m_engine->answer([&] { ++answers; });
+        given.set_value();
+    });
+    given.get_future().wait();
+    EXPECT_LE(rings, 1) << "the window is woken once, however much waits for it";
+    EXPECT_TRUE(until([&] { return answers == STORM; }));
 }
 
 TEST_F(DeskWindow, ImportShowsItsReportAndTheLibraryHasTheDeals) {
