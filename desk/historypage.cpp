@@ -34,7 +34,7 @@ CHistoryPage::CHistoryPage(CActions& actions, QWidget* parent)
 
     m_pButtons = new QHBoxLayout;
     m_pCarry = addButton(tr("Carry over today"), "historyCarry");
-    m_pBalance = addButton(tr("Balance history…"), "historyBalance");
+    m_pBalance = addButton(tr("Balance…"), "historyBalance");
     m_pButtons->addStretch();
     m_pDeleteStock = addButton(tr("Delete stock…"), "historyDeleteStock");
     m_pDeleteBalanced = addButton(tr("Delete balanced…"), "historyDeleteBalanced");

@@ -71,7 +71,7 @@ void CMainWindow::show(std::shared_ptr<const Picture> picture) {
     m_pHistory->show(now.history, m_selection);
     enableActions(now.alive);
     divide();
-    if (now.halted && !m_bHalted)
+    if (now.halted && !m_bHalted && m_engine.paused())
         showMessage(tr("Halted at %1; Play goes on.").arg(QString::fromStdString(now.time)));
     m_bHalted = now.halted;
     if (!now.fault.empty()) showMessage(QString::fromStdString(now.fault));

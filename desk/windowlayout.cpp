@@ -17,6 +17,8 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <iterator>
+#include <set>
 
 /// How the main window is put together.
 namespace desk {
@@ -26,7 +28,7 @@ namespace {
 constexpr int MOST_STOCK_ROWS = 6;
 /// Share of the tabs in what the stocks leave; the chart has the rest.
 constexpr int TABS_PERCENT = 36;
-constexpr int SPEEDS[] = {1, 2, 5, 10, 20, 60, 100, 300, 1000};
+constexpr double SPEEDS[] = {1, 2, 5, 10, 20, 60, 100, 300, 1000};
 
 QLabel* makeLabel(QWidget* parent, const char* role, const QString& text = {}) {
     auto* label = new QLabel(text, parent);
@@ -44,9 +46,12 @@ QWidget* CMainWindow::makeTopBar() {
     m_pPause->setObjectName("pause");
     m_pSpeed = new QComboBox(bar);
     m_pSpeed->setObjectName("speed");
-    for (const int speed : SPEEDS) m_pSpeed->addItem(QString("%1×").arg(speed), speed);
-    const int given = m_pSpeed->findData(static_cast<int>(m_engine.speed()));
-    m_pSpeed->setCurrentIndex(given < 0 ? m_pSpeed->count() - 1 : given);
+    // A speed that was given on the command line has its place among the others.
+    std::set<double> speeds(std::begin(SPEEDS), std::end(SPEEDS));
+    const double given = std::min(m_engine.speed(), *speeds.rbegin());
+    speeds.insert(given);
+    for (const double speed : speeds) m_pSpeed->addItem(QString("%1×").arg(speed), speed);
+    m_pSpeed->setCurrentIndex(m_pSpeed->findData(given));
     connect(m_pSpeed, QOverload<int>::of(&QComboBox::activated), this,
             [this](int index) { m_engine.setSpeed(m_pSpeed->itemData(index).toDouble()); });
     m_pProgress = new QProgressBar(bar);

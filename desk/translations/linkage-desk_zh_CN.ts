@@ -599,10 +599,6 @@
         <translation>结转今日</translation>
     </message>
     <message>
-        <source>Balance history…</source>
-        <translation>历史配平…</translation>
-    </message>
-    <message>
         <source>Delete all…</source>
         <translation>全部删除…</translation>
     </message>
@@ -649,6 +645,10 @@
     <message>
         <source>Delete %1 of %2 / %3 from the history? This cannot be undone.</source>
         <translation>从历史中删除 %2 / %3 的 %1？此操作无法撤销。</translation>
+    </message>
+    <message>
+        <source>Balance…</source>
+        <translation>配平…</translation>
     </message>
 </context>
 <context>
