@@ -4,6 +4,7 @@
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/guarded.h"
 #include "linkage/core/ledger.h"
+#include "linkage/core/raise.h"
 #include "platform/log.h"
 #include "platform/services/clientconfig.h"
 #include "platform/services/dovcommandcenter.h"
@@ -120,7 +121,7 @@ bool CLinkageManager::cancelAllTasks(const std::string& accountkey, const std::s
 }
 
 void CLinkageManager::cancelTask(int number, const QString& text) {
-    Q_EMIT sigCancelTask(number, text);
+    raise("CLinkageManager::cancelTask", [&] { Q_EMIT sigCancelTask(number, text); });
 }
 
 // How a cancellation ended is seen in the reports of its task.

@@ -5,6 +5,7 @@
 #include "linkage/core/guarded.h"
 #include "linkage/core/ledger.h"
 #include "linkage/core/published.h"
+#include "linkage/core/raise.h"
 #include "linkage/stats/periodcurves.h"
 #include "linkage/stats/positionmerge.h"
 #include "linkage/store/csvfiles.h"
@@ -73,7 +74,9 @@ void CLinkageManager::slotNewTradingDate(std::string date) {
     post([this, date] { doNewTradingDay(date); });
 }
 
-void CLinkageManager::doNewTradingDay(const std::string& date) { m_sigNewTradingDay(date); }
+void CLinkageManager::doNewTradingDay(const std::string& date) {
+    raise("CLinkageManager::doNewTradingDay", m_sigNewTradingDay, date);
+}
 
 void CLinkageManager::doRequestAccounts() {
     VEX_INFO("CLinkageManager::doRequestAccounts", "CLinkageManager::doRequestAccounts");

@@ -39,7 +39,25 @@ public:
 
     std::uint32_t size() const { return m_nUsed; }
 
+    /// Asks the processor for an object that will be needed soon.
+    void prefetch(std::uint32_t index) const { __builtin_prefetch(&(*this)[index]); }
+
+    /// All objects in the order of their indexes, dropped ones too.
+    auto begin() { return Iterator<CArena>{this, 0}; }
+    auto end() { return Iterator<CArena>{this, m_nUsed}; }
+    auto begin() const { return Iterator<const CArena>{this, 0}; }
+    auto end() const { return Iterator<const CArena>{this, m_nUsed}; }
+
 private:
+    template <class Arena>
+    struct Iterator {
+        Arena* arena;
+        std::uint32_t at;
+        auto& operator*() const { return (*arena)[at]; }
+        void operator++() { ++at; }
+        bool operator!=(const Iterator& other) const { return at != other.at; }
+    };
+
     static constexpr std::uint32_t MASK = (1u << BLOCK_BITS) - 1;
 
     std::vector<std::unique_ptr<T[]>> m_blocks;

@@ -64,14 +64,18 @@ class CPublished;
 ///
 /// Life: `utils::CSingletonT<CLinkageManager>::instance()` makes it (its files are
 /// read then), `init()` connects it to the client, `release()` takes it down and
-/// returns when none of its handlers runs and every save asked for is on disk.
+/// returns when none of its handlers runs and every save asked for is on disk. Who asks
+/// for instance() while release() is at work, or in a handler that has released it, makes
+/// a second manager: stop asking first.
 ///
 /// Threads: every public operation may be called from any thread. Unless it says
 /// otherwise it takes the manager's one recursive lock for its whole run and returns
 /// copies. What arrives from the client's services is posted to the strand "linkage"
 /// and handled there, one report at a time, in the order of arrival.
 ///
-/// Failure: nothing throws. What cannot be done is logged and left undone.
+/// Failure: nothing throws. What cannot be done is logged and left undone. What a slot of
+/// the client's throws is logged and ends that one raise: slots connected behind it miss
+/// it, the manager's work goes on.
 class LINKAGE_EXPORT CLinkageManager : public QObject,
                                        public boost::enable_shared_from_this<CLinkageManager> {
     Q_OBJECT
@@ -85,8 +89,10 @@ public:
     void init();
 
     /// Called by release(): shuts the door to late callbacks, waits for handlers on
-    /// other threads and finishes saves. Inside a handler it does not wait; the
-    /// manager then goes when that handler has ended.
+    /// other threads and finishes saves. Inside a handler, or a slot that the manager
+    /// called, it does not wait; the manager then goes when that has ended, and reports
+    /// that still wait are dropped. Not from a thread that holds a lock which a handler
+    /// may want.
     void retire();
 
     /// Waits until every save asked for so far is on disk (or has failed).
@@ -374,7 +380,8 @@ public:
     boost::signals2::signal<void()> sigStocksChanged;
     boost::signals2::signal<void()> sigStrategysChanged;
     boost::signals2::signal<void()> sigStatDataChanged;
-    /// The whole history store was deleted. Raised under the manager's lock.
+    /// The whole history store was deleted. Raised under the manager's lock, on the thread
+    /// that deletes; a slot may release the manager all the same.
     boost::signals2::signal<void()> sigHistoryCleared;
 
 Q_SIGNALS:
@@ -464,8 +471,9 @@ protected:
     void renewPeriodTotals(const std::string& accountKey, const std::string& stockKey, int from)
         REQUIRES(m_mutex);
     void renewCloseValues(const std::string& stockKey) REQUIRES(m_mutex);
-    /// Opens the price subscription of a stock unless there is one.
-    void requestPrice(const std::string& stockKey) REQUIRES(m_mutex);
+    /// Opens the price subscription of a stock unless there is one. False when the quote
+    /// client gave none, so that the next deal asks again.
+    bool requestPrice(const std::string& stockKey) REQUIRES(m_mutex);
 
     // balancing: linkage/balance/
     void onAutoBalanceTimer();

@@ -3,6 +3,7 @@
 #include "linkage/core/guarded.h"
 #include "linkage/core/intake.h"
 #include "linkage/core/ledger.h"
+#include "linkage/core/raise.h"
 #include "linkage/stats/periodcurves.h"
 #include "platform/services/quoteclient.h"
 #include "platform/services/tradercenter.h"
@@ -15,6 +16,8 @@
 namespace TC {
 
 namespace {
+
+constexpr char OPERATION[] = "CLinkageManager::doDealDetail";
 
 boost::shared_ptr<vexservice::CAccountData> accountData(const std::string& accountKey) {
     return vexservice::TraderCenter::instance()->getDataCenter()->getAccountData(
@@ -48,10 +51,12 @@ void CLinkageManager::doDealDetail(const std::string& accountKey, const DealPtr&
     DealStep step;
     step.listing = ledger.listingId(deal->m_strMarket, deal->m_strCode);
     if (ledger.listing(step.listing).excluded) return;
+    step.stock = ledger.listing(step.listing).stock;
     step.account = ledger.accountId(accountKey);
-    const std::uint32_t stock = ledger.listing(step.listing).stock;
+    step.strategy = ledger.strategyId(strategyOf(deal->m_pCommand.get()));
+    ledger.prefetchDeal(step, *deal);
 
-    Holding& held = ledger.holding(step.account, stock);
+    Holding& held = ledger.holding(step.account, step.stock);
     if (held.feeRevision != utils::referenceDataRevision()) {
         // The trade services are asked without the manager's lock.
         const std::uint64_t revision = utils::referenceDataRevision();
@@ -68,16 +73,17 @@ void CLinkageManager::countDealDetail(const std::string& accountKey, const DealP
                                       DealStep& step, Holding& held) {
     CLedger& ledger = *m_pLedger;
     ledger.fileDeal(step, deal);
-    const std::string& strategy = strategyOf(deal->m_pCommand.get());
-    step.strategy = ledger.strategyId(strategy);
     step.strategyIsNew = ledger.listStrategy(step.strategy);
     ledger.widenDealAmplitude(step);
 
     if (step.dealIsNew) {
+        const std::string& strategy = strategyOf(deal->m_pCommand.get());
+        const bool ofHistory = isHistoryBalance(deal->m_pCommand.get()) && !strategy.empty();
+        if (!ofHistory) ledger.findFigures(step);
         step.buys = vexservice::isBuyByDirection(deal->m_eDirection, deal->m_eOffsetFlag);
         ledger.countDay(step);
         step.commission = vexservice::COrderDetailHelper::calcDealCommission(held.fee, deal);
-        if (isHistoryBalance(deal->m_pCommand.get()) && !strategy.empty()) {
+        if (ofHistory) {
             const std::string historyKey = accountKey + strategy;
             if (isCanWriteToFile(historyKey, tradeKeyOf(*deal))) {
                 doHistoryDeal(deal, accountData(accountKey), historyKey,
@@ -88,11 +94,11 @@ void CLinkageManager::countDealDetail(const std::string& accountKey, const DealP
         }
         ledger.countMinute(step);
         ledger.countDeal(step);
-        followPrice(step.account, ledger.listing(step.listing).stock, held);
+        followPrice(step.account, step.stock, held);
     }
-    if (step.strategyIsNew) sigStrategysChanged();
-    if (step.stockIsNew) sigStocksChanged();
-    sigStatDataChanged();
+    if (step.strategyIsNew) raise(OPERATION, sigStrategysChanged);
+    if (step.stockIsNew) raise(OPERATION, sigStocksChanged);
+    raise(OPERATION, sigStatDataChanged);
 }
 
 void CLinkageManager::followPrice(std::uint32_t account, std::uint32_t stockAt, Holding& held) {
@@ -100,8 +106,7 @@ void CLinkageManager::followPrice(std::uint32_t account, std::uint32_t stockAt, 
     const auto price =
         utils::CManualSingletonT<CQuoteClient>::instance()->getStockPrice(stock.quoteKey);
     if (price && price->hasLastPrice()) m_pLedger->setLatestPrice(stockAt, price->m_dLastPrice);
-    if (stock.requestEpoch != m_pCurves->m_nRequestEpoch) {
-        requestPrice(stock.key);
+    if (stock.requestEpoch != m_pCurves->m_nRequestEpoch && requestPrice(stock.key)) {
         stock.requestEpoch = m_pCurves->m_nRequestEpoch;
     }
     if (held.markerEpoch != m_pCurves->m_nMarkerEpoch) {
@@ -110,14 +115,16 @@ void CLinkageManager::followPrice(std::uint32_t account, std::uint32_t stockAt, 
     }
 }
 
-void CLinkageManager::requestPrice(const std::string& stockKey) {
-    boost::shared_ptr<CQuoteRequest>& request = m_pCurves->m_quoteRequests[stockKey];
-    if (request) return;
-    request = CQuoteRequest::makeRequest(
+bool CLinkageManager::requestPrice(const std::string& stockKey) {
+    auto& requests = m_pCurves->m_quoteRequests;
+    if (requests.count(stockKey) > 0) return true;
+    const auto request = CQuoteRequest::makeRequest(
         Pim::sToQs(stockKey),
         guarded([this, stockKey](const boost::shared_ptr<vexservice::CPriceData>& price) {
             onPriceData(stockKey, price);
         }));
+    if (request) requests.emplace(stockKey, request);
+    return request != nullptr;
 }
 
 }  // namespace TC

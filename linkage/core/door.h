@@ -2,6 +2,7 @@
 
 #include <boost/shared_ptr.hpp>
 
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
 #include <thread>
@@ -37,6 +38,9 @@ public:
     /// himself it does not wait: `keep` then lives until the last one has left.
     void close(boost::shared_ptr<void> keep);
 
+    /// For those inside who have further work to choose from.
+    bool isClosed() const { return m_bClosed.load(std::memory_order_relaxed); }
+
 private:
     bool enter();
     void leave();
@@ -49,7 +53,7 @@ private:
     std::mutex m_mutex;
     std::condition_variable m_empty;
     std::vector<Guest> m_guests;
-    bool m_bClosed = false;
+    std::atomic<bool> m_bClosed{false};
     boost::shared_ptr<void> m_pKeep;
 };
 

@@ -27,6 +27,25 @@ boost::shared_ptr<LinkagePeriodExtData> Figures::share() {
     return {block->shared_from_this(), &record};
 }
 
+void CFigureIndex::place(const Slot& slot) {
+    std::size_t at = start(slot.stock);
+    while (m_slots[at].figures) at = (at + 1) & m_nMask;
+    m_slots[at] = slot;
+}
+
+void CFigureIndex::add(std::uint32_t stock, Figures* figures) {
+    if ((m_nUsed + 1) * 8 > m_slots.size() * 5) {
+        std::vector<Slot> old(m_slots.empty() ? 4 : m_slots.size() * 2);
+        old.swap(m_slots);
+        m_nMask = m_slots.size() - 1;
+        for (const Slot& slot : old) {
+            if (slot.figures) place(slot);
+        }
+    }
+    place({figures, stock});
+    ++m_nUsed;
+}
+
 FigureBlock::FigureBlock(std::uint32_t room)
     : capacity(room),
       deals(std::make_unique<DealFigures[]>(room)),

@@ -15,19 +15,60 @@ namespace TC {
 
 struct FigureBlock;
 
-/// The traded figures of one stock, account and strategy, in their place.
-struct Figures {
+/// The traded figures of one stock, account and strategy, in their place. What a report
+/// of an order changes, and the way to the account's record, is one line of the cache.
+struct alignas(64) Figures {
     explicit Figures(DealFigures& deals) : record(deals) {}
 
+    Figures* wide = nullptr;  ///< of the whole account; null for itself
     LinkagePeriodExtData record;
     FigureBlock* block = nullptr;
-    Figures* wide = nullptr;  ///< of the whole account; null for itself
     std::uint32_t stock = NONE;
     std::uint32_t pair = NONE;     ///< NONE: taken out of the ledger
     std::uint32_t minutes = NONE;  ///< newest minute of its deals
     std::uint32_t inBlock = 0;
 
     boost::shared_ptr<LinkagePeriodExtData> share();
+
+    /// Asks the processor for all of it; it will be needed soon.
+    void prefetch() const {
+        __builtin_prefetch(this);
+        __builtin_prefetch(&block);
+    }
+};
+
+/// The records of one strategy of one account by stock.
+class CFigureIndex {
+public:
+    /// Null when there is none.
+    Figures* find(std::uint32_t stock) const {
+        if (m_slots.empty()) return nullptr;
+        std::size_t at = start(stock);
+        while (m_slots[at].figures && m_slots[at].stock != stock) at = (at + 1) & m_nMask;
+        return m_slots[at].figures;
+    }
+
+    /// Adds a record whose stock is not there yet.
+    void add(std::uint32_t stock, Figures* figures);
+
+    /// Asks the processor for what find() will look at.
+    void prefetch(std::uint32_t stock) const {
+        if (!m_slots.empty()) __builtin_prefetch(&m_slots[start(stock)]);
+    }
+
+private:
+    // The address stands beside the stock: a look-up needs nothing of the record.
+    struct Slot {
+        Figures* figures = nullptr;
+        std::uint32_t stock = NONE;
+    };
+
+    std::size_t start(std::uint32_t stock) const { return stock * 0x9e3779b1u >> 7 & m_nMask; }
+    void place(const Slot& slot);
+
+    std::vector<Slot> m_slots;
+    std::size_t m_nMask = 0;
+    std::size_t m_nUsed = 0;
 };
 
 /// Where a record's profit stands in the sum of its strategy.

@@ -38,13 +38,21 @@ public:
     }
 
     /// Everything that waits. Without anything the inbox wants to be told of again.
+    /// The room of `items` is what reports arrive in next, unless a storm is over: then
+    /// it is far too large to keep.
     bool take(std::vector<InboxItem>& items) {
         items.clear();
+        std::vector<InboxItem> spare;
         const std::lock_guard lock(m_mutex);
+        if (items.capacity() > KEPT_ROOM && m_items.size() < items.capacity() / 4) {
+            items.swap(spare);
+        }
         items.swap(m_items);
         if (items.empty()) m_bTold = false;
         return !items.empty();
     }
+
+    static constexpr std::size_t KEPT_ROOM = 4096;
 
 private:
     std::mutex m_mutex;

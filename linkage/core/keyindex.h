@@ -59,6 +59,11 @@ public:
         }
     }
 
+    /// Asks the processor for the line of the table that find() will look at.
+    void prefetch(std::uint64_t hash) const {
+        if (!m_slots.empty()) __builtin_prefetch(&m_slots[hash & m_nMask]);
+    }
+
     /// Adds an index that is not there yet.
     void add(std::uint64_t hash, std::uint32_t index) {
         if ((m_nUsed + 1) * 8 > m_slots.size() * 5) grow();

@@ -44,11 +44,10 @@ bool CLedger::putDeal(std::uint32_t accountAt, std::uint32_t cellAt, const DealP
 }
 
 void CLedger::fileDeal(DealStep& step, const DealPtr& deal) {
-    const std::uint32_t stock = m_listings[step.listing].stock;
     step.deal = deal.get();
-    step.cell = cellOf(step.account, stock, day(deal->m_strTradeDate));
+    step.cell = cellOf(step.account, step.stock, day(deal->m_strTradeDate));
     if (!m_cells[step.cell].hasDeals) {
-        step.stockIsNew = m_days[m_cells[step.cell].day].deals.count(stock) == 0;
+        step.stockIsNew = m_days[m_cells[step.cell].day].deals.count(step.stock) == 0;
     }
     step.dealIsNew = putDeal(step.account, step.cell, deal);
 }
@@ -58,10 +57,17 @@ void CLedger::widenDealAmplitude(const DealStep& step) {
     if (!listed.hasDetail) return;
     const std::optional<double> distance = amplitude(step.deal->m_dPrice, listed.reference);
     if (!distance) return;
-    Holding& held = holding(step.account, listed.stock);
-    held.hasDealAmplitude = true;
+    Holding& held = holding(step.account, step.stock);
+    if (!held.hasDealAmplitude) {
+        held.hasDealAmplitude = true;
+        m_stocks[step.stock].hasDealAmplitudes = true;
+    }
     held.dealAmplitude = std::max(held.dealAmplitude, *distance);
-    m_stocks[listed.stock].hasDealAmplitudes = true;
+}
+
+void CLedger::findFigures(DealStep& step) {
+    step.figures = figuresIn(pairOf(step.account, step.strategy), step.stock);
+    step.figures->prefetch();
 }
 
 void CLedger::countDay(const DealStep& step) {
@@ -77,10 +83,11 @@ void CLedger::countDay(const DealStep& step) {
 
 void CLedger::countMinute(const DealStep& step) {
     const int minute = dealMinute(std::atoi(step.deal->m_strTradeTime.c_str()));
+    Figures& figures = *step.figures;
+    __builtin_prefetch(&figures.record.deals());
+    if (figures.wide) __builtin_prefetch(&figures.wide->record.deals());
     if (minute < 0) return;
-    const std::uint32_t stock = m_cells[step.cell].stock;
-    Figures& figures = *figuresIn(pairOf(step.account, step.strategy), stock);
-    m_stocks[stock].hasPeriods = true;
+    m_stocks[step.stock].hasPeriods = true;
 
     std::uint32_t* link = &figures.minutes;
     while (*link != NONE && m_minutes[*link].minute > minute) link = &m_minutes[*link].older;
@@ -103,9 +110,8 @@ void CLedger::countDeal(const DealStep& step) {
         (step.buys ? deals.m_dBuyAmount : deals.m_dSellAmount) += step.deal->m_dAmount;
         deals.m_dCommission += step.commission;
     };
-    Figures& figures = *figuresIn(pairOf(step.account, step.strategy), m_cells[step.cell].stock);
-    add(figures.record.deals());
-    if (figures.wide) add(figures.wide->record.deals());
+    add(step.figures->record.deals());
+    if (step.figures->wide) add(step.figures->wide->record.deals());
 }
 
 }  // namespace TC

@@ -147,13 +147,15 @@ int CLedger::lotsAtLevel(const std::string& strategy, int level) const {
     return lots;
 }
 
+const CLedger::Pair* CLedger::findPair(std::uint32_t account, std::uint32_t strategy) const {
+    if (account == NONE) return nullptr;
+    const std::vector<std::uint32_t>& pairs = m_accounts[account].pairs;
+    return strategy < pairs.size() && pairs[strategy] != NONE ? &m_pairs[pairs[strategy]] : nullptr;
+}
+
 const CLedger::Pair* CLedger::findPair(const std::string& accountKey,
                                        const std::string& strategy) const {
-    const std::uint32_t account = findAccount(accountKey);
-    const std::uint32_t name = findStrategy(strategy);
-    if (account == NONE || name == NONE) return nullptr;
-    const std::vector<std::uint32_t>& pairs = m_accounts[account].pairs;
-    return name < pairs.size() && pairs[name] != NONE ? &m_pairs[pairs[name]] : nullptr;
+    return findPair(findAccount(accountKey), findStrategy(strategy));
 }
 
 }  // namespace TC

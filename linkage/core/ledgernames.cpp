@@ -8,57 +8,31 @@
 
 namespace TC {
 
-namespace {
-
-const std::string& nameOf(const CLedger::Account& account) { return account.key; }
-const std::string& nameOf(const CLedger::Strategy& strategy) { return strategy.name; }
-const std::string& nameOf(const CLedger::Stock& stock) { return stock.key; }
-
-template <class Table>
-std::uint32_t findName(const CKeyIndex& index, const Table& table, const std::string& text) {
-    return index.find(textHash(text), [&](std::uint32_t at) { return nameOf(table[at]) == text; });
-}
-
-}  // namespace
-
-std::uint32_t CLedger::findAccount(const std::string& key) const {
-    return findName(m_accountIndex, m_accounts, key);
-}
+std::uint32_t CLedger::findAccount(const std::string& key) const { return m_accounts.find(key); }
 
 std::uint32_t CLedger::findStrategy(const std::string& name) const {
-    return findName(m_strategyIndex, m_strategies, name);
+    return m_strategies.find(name);
 }
 
-std::uint32_t CLedger::findStock(const std::string& key) const {
-    return findName(m_stockIndex, m_stocks, key);
-}
+std::uint32_t CLedger::findStock(const std::string& key) const { return m_stocks.find(key); }
 
 std::uint32_t CLedger::accountId(const std::string& key) {
-    if (const std::uint32_t found = findAccount(key); found != NONE) return found;
+    if (const std::uint32_t found = m_accounts.find(key); found != NONE) return found;
     const std::lock_guard names(m_namesMutex);
-    const auto made = static_cast<std::uint32_t>(m_accounts.size());
-    m_accounts.emplace_back().key = key;
-    m_accountIndex.add(textHash(key), made);
-    return made;
+    return m_accounts.add(key);
 }
 
 std::uint32_t CLedger::strategyId(const std::string& name) {
-    if (const std::uint32_t found = findStrategy(name); found != NONE) return found;
+    if (const std::uint32_t found = m_strategies.find(name); found != NONE) return found;
     const std::lock_guard names(m_namesMutex);
-    const auto made = static_cast<std::uint32_t>(m_strategies.size());
-    m_strategies.emplace_back().name = name;
-    m_strategyIndex.add(textHash(name), made);
-    return made;
+    return m_strategies.add(name);
 }
 
 std::uint32_t CLedger::stockId(const std::string& key) {
-    if (const std::uint32_t found = findStock(key); found != NONE) return found;
+    if (const std::uint32_t found = m_stocks.find(key); found != NONE) return found;
     const std::lock_guard names(m_namesMutex);
-    const auto made = static_cast<std::uint32_t>(m_stocks.size());
-    Stock& stock = m_stocks.emplace_back();
-    stock.key = key;
-    stock.quoteKey = Pim::sToQs(key);
-    m_stockIndex.add(textHash(key), made);
+    const std::uint32_t made = m_stocks.add(key);
+    m_stocks[made].quoteKey = Pim::sToQs(key);
     return made;
 }
 
@@ -68,8 +42,8 @@ std::uint32_t CLedger::listingId(const std::string& market, const std::string& c
         return m_listings[index].code == code && m_listings[index].market == market;
     });
     if (at == NONE) {
-        at = static_cast<std::uint32_t>(m_listings.size());
-        Listing& made = m_listings.emplace_back();
+        at = m_listings.make();
+        Listing& made = m_listings[at];
         made.market = market;
         made.code = code;
         made.stock = stockId(utils::zorStockKey(market, code));
@@ -121,13 +95,14 @@ bool CLedger::listStrategy(std::uint32_t at) {
 std::set<std::string> CLedger::strategies() const {
     std::set<std::string> names;
     for (const Strategy& strategy : m_strategies) {
-        if (strategy.listed) names.insert(strategy.name);
+        if (strategy.listed) names.insert(strategy.key);
     }
     return names;
 }
 
 std::uint32_t CLedger::cellOf(std::uint32_t account, std::uint32_t stock, int day) {
     Holding& held = holding(account, stock);
+    if (held.newestDay == day && held.newestCell != NONE) return held.newestCell;
     for (std::uint32_t at = held.newestCell; at != NONE; at = m_cells[at].olderCell) {
         if (m_cells[at].day == day) return at;
     }
@@ -138,6 +113,7 @@ std::uint32_t CLedger::cellOf(std::uint32_t account, std::uint32_t stock, int da
     cell.account = account;
     cell.olderCell = held.newestCell;
     held.newestCell = made;
+    held.newestDay = day;
     m_accounts[account].cells.push_back(made);
     return made;
 }
@@ -157,10 +133,7 @@ std::uint32_t CLedger::pairOf(std::uint32_t account, std::uint32_t strategy) {
 
 Figures* CLedger::figuresIn(std::uint32_t pairAt, std::uint32_t stock) {
     Pair& pair = m_pairs[pairAt];
-    const std::uint64_t hash = mixHash(stock);
-    const std::uint32_t found = pair.stockIndex.find(
-        hash, [&](std::uint32_t index) { return pair.figures[index]->stock == stock; });
-    if (found != NONE) return pair.figures[found];
+    if (Figures* const found = pair.index.find(stock)) return found;
 
     Figures* const wide = pair.strategy == 0 ? nullptr : figuresIn(pairOf(pair.account, 0), stock);
     const std::lock_guard names(m_namesMutex);
@@ -168,7 +141,7 @@ Figures* CLedger::figuresIn(std::uint32_t pairAt, std::uint32_t stock) {
     made->stock = stock;
     made->pair = pairAt;
     made->wide = wide;
-    pair.stockIndex.add(hash, static_cast<std::uint32_t>(pair.figures.size()));
+    pair.index.add(stock, made);
     pair.figures.push_back(made);
     if (pair.figures.size() == pair.sorted + 1) m_grownPairs.push_back(pairAt);
     ++m_nFigures;

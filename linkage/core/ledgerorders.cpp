@@ -2,6 +2,7 @@
 #include "linkage/core/orderrule.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace TC {
 
@@ -53,38 +54,28 @@ void CLedger::headOfKey(Account& account, std::uint64_t key, std::uint32_t entry
 
 void CLedger::fileOrder(OrderStep& step, const OrderPtr& order) {
     Account& account = m_accounts[step.account];
-    const std::uint32_t stock = m_listings[step.listing].stock;
     const int day = this->day(order->m_strTradeDate);
     const std::uint64_t key = order->recordKey();
+    step.order = order.get();
+    step.cell = cellOf(step.account, step.stock, day);
 
     const std::uint32_t head = findOrder(account, key);
     std::uint32_t at = head;
-    while (at != NONE) {
-        const OrderEntry& entry = m_orders[at];
-        if (entry.cell != NONE && m_cells[entry.cell].day == day &&
-            m_cells[entry.cell].stock == stock) {
-            break;
-        }
-        at = entry.nextOfKey;
-    }
+    while (at != NONE && m_orders[at].cell != step.cell) at = m_orders[at].nextOfKey;
     if (at == NONE) {
-        const std::uint32_t cell = cellOf(step.account, stock, day);
-        step.stockIsNew = !m_cells[cell].hasOrders && m_days[day].orders.count(stock) == 0;
+        step.stockIsNew =
+            !m_cells[step.cell].hasOrders && m_days[day].orders.count(step.stock) == 0;
         step.recordIsNew = true;
-        at = addOrder(account, key, cell);
+        at = addOrder(account, key, step.cell);
     }
     if (at != head && head != NONE) headOfKey(account, key, at);
-    OrderEntry& entry = m_orders[at];
-    entry.report = order;
-    step.order = order.get();
     step.entry = at;
-    step.cell = entry.cell;
+    step.previous = std::exchange(m_orders[at].report, order);
+    prefetchEntry(step);
 }
 
 void CLedger::placeOrder(OrderStep& step) {
-    const Listing& listed = m_listings[step.listing];
     step.pair = pairOf(step.account, step.strategy);
-    step.level = priceLevel(step.order->m_dPrice, listed.tick);
     OrderEntry& entry = m_orders[step.entry];
     const bool asBefore = entry.pair == step.pair && entry.buys == step.buys &&
                           entry.level == step.level && entry.nextOfKey == NONE;
@@ -149,8 +140,8 @@ void CLedger::settleFacets(OrderStep& step, OrderEntry& target, std::int32_t lev
 // Moves out of an entry what the report of this step goes on with.
 void CLedger::gatherFacets(OrderStep& step, OrderEntry& entry, std::int32_t level,
                            Gathered& held) const {
-    const std::uint32_t stock = m_cells[m_orders[step.entry].cell].stock;
-    const bool sameSide = entry.buys == step.buys && entry.figures && entry.figures->stock == stock;
+    const bool sameSide =
+        entry.buys == step.buys && entry.figures && entry.figures->stock == step.stock;
     std::uint8_t taken = 0;
     if ((entry.facets & TRADED) && sameSide && entry.pair == step.pair) {
         step.before.traded = entry.traded;
@@ -268,7 +259,7 @@ void CLedger::countTraded(OrderStep& step) {
     OrderEntry& entry = m_orders[step.entry];
     const std::int32_t traded = step.order->m_nTradedVolume;
     const double amount = step.order->m_dTradedAmount;
-    if (!entry.figures) entry.figures = figuresIn(step.pair, m_cells[entry.cell].stock);
+    if (!entry.figures) entry.figures = figuresIn(step.pair, step.stock);
     entry.status = step.order->m_eStatus;
     entry.runTraded = traded;
     entry.traded = traded;
@@ -298,10 +289,12 @@ void CLedger::widenOrderAmplitude(const OrderStep& step) {
     if (!listed.hasDetail || !(std::fabs(price) > 0.00001)) return;
     const std::optional<double> distance = amplitude(price, listed.reference);
     if (!distance) return;
-    Holding& held = holding(step.account, listed.stock);
-    held.hasOrderAmplitude = true;
+    Holding& held = holding(step.account, step.stock);
+    if (!held.hasOrderAmplitude) {
+        held.hasOrderAmplitude = true;
+        m_stocks[step.stock].hasOrderAmplitudes = true;
+    }
     held.orderAmplitude = std::max(held.orderAmplitude, *distance);
-    m_stocks[listed.stock].hasOrderAmplitudes = true;
 }
 
 }  // namespace TC

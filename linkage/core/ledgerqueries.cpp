@@ -23,10 +23,9 @@ std::map<std::string, const Figures*> CLedger::figuresOfStock(const std::string&
     for (const std::uint32_t at : m_accounts[account].pairs) {
         if (at == NONE) continue;
         const Pair& pair = m_pairs[at];
-        const std::uint32_t found = pair.stockIndex.find(mixHash(stock), [&](std::uint32_t index) {
-            return pair.figures[index]->stock == stock;
-        });
-        if (found != NONE) result[m_strategies[pair.strategy].name] = pair.figures[found];
+        if (const Figures* const found = pair.index.find(stock)) {
+            result[m_strategies[pair.strategy].key] = found;
+        }
     }
     return result;
 }
@@ -41,7 +40,7 @@ std::vector<CLedger::Selected> CLedger::selectFigures(
             for (const Figures* const figures : m_pairs[at].figures) {
                 const std::string& stock = m_stocks[figures->stock].key;
                 if (!selects(stockKeys, stock)) continue;
-                selected.push_back({&account.key, &stock, &m_strategies[m_pairs[at].strategy].name,
+                selected.push_back({&account.key, &stock, &m_strategies[m_pairs[at].strategy].key,
                                     &figures->record});
             }
         }

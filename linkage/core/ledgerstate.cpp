@@ -43,7 +43,7 @@ void CLedger::describe(ManagerState& state) const {
         state.latestPrices[m_stocks[at].key] = *m_stocks[at].lastPrice;
     }
     for (const Strategy& strategy : m_strategies) {
-        if (strategy.hasLevels) state.orderPrices[strategy.name];
+        if (strategy.hasLevels) state.orderPrices[strategy.key];
     }
     for (const Account& account : m_accounts) describeAccount(account, state);
 }
@@ -79,7 +79,7 @@ void CLedger::describeAccount(const Account& account, ManagerState& state) const
 
 void CLedger::describePair(const Pair& pair, ManagerState& state) const {
     const std::string& account = m_accounts[pair.account].key;
-    const std::string& strategy = m_strategies[pair.strategy].name;
+    const std::string& strategy = m_strategies[pair.strategy].key;
     if (pair.hasRunning) {
         auto& keys = state.runningOrders[account][strategy];
         for (const std::uint32_t at : pair.running) keys.insert(m_orders[at].key);

@@ -17,10 +17,8 @@ void CLedger::sortGrownPairs() {
         });
         pair.sorted = static_cast<std::uint32_t>(pair.figures.size());
         pair.profits.resize(pair.sorted);
-        pair.stockIndex.clear();
         for (std::uint32_t rank = 0; rank < pair.sorted; ++rank) {
             Figures& figures = *pair.figures[rank];
-            pair.stockIndex.add(mixHash(figures.stock), rank);
             pair.profits[rank] = figures.record.deals().m_dProfit;
             figures.block->places[figures.inBlock] = {at, rank};
         }
@@ -36,7 +34,7 @@ void CLedger::sortGrownPairs() {
                       if (a.account != b.account) {
                           return m_accounts[a.account].key < m_accounts[b.account].key;
                       }
-                      return m_strategies[a.strategy].name < m_strategies[b.strategy].name;
+                      return m_strategies[a.strategy].key < m_strategies[b.strategy].key;
                   });
         m_touched.assign(m_pairs.size(), 0);
     }
@@ -127,7 +125,7 @@ std::vector<CLedger::ProfitSum> CLedger::sumTouched() {
         for (std::size_t lane = 0; lane < used; ++lane) {
             const Pair& pair = m_pairs[pairs[lane]];
             result.push_back(
-                {m_accounts[pair.account].key, m_strategies[pair.strategy].name, sums[lane]});
+                {m_accounts[pair.account].key, m_strategies[pair.strategy].key, sums[lane]});
         }
         used = 0;
     };

@@ -5,12 +5,12 @@
 #include "linkage/core/guarded.h"
 #include "linkage/core/ledger.h"
 #include "linkage/core/published.h"
+#include "linkage/core/raise.h"
 #include "linkage/stats/periodcurves.h"
 #include "linkage/stats/positionmerge.h"
 #include "linkage/store/filesaver.h"
 #include "linkage/store/historystate.h"
 #include "linkage/store/serverhistory.h"
-#include "platform/log.h"
 #include "platform/services/clientconfig.h"
 #include "platform/services/rpcengine.h"
 #include "platform/services/tradercenter.h"
@@ -107,12 +107,14 @@ void CLinkageManager::drainInbox() {
     std::vector<InboxItem>& batch = m_pAsync->m_batch;
     if (!m_pAsync->m_inbox.take(batch)) return;
     for (InboxItem& item : batch) {
+        // A handler may have released the manager; what waits behind it is for nobody.
+        if (m_pDoor->isClosed()) return;
         try {
             handle(item);
-        } catch (const std::exception& error) {
-            // A listener of the client's threw. Its report has been counted; those
-            // behind it must not be lost.
-            g_VexStdLogger.error("CLinkageManager::drainInbox", error.what());
+        } catch (...) {
+            // A service of the client's threw. What waits behind its report must not be
+            // lost.
+            logThrown("CLinkageManager::drainInbox");
         }
     }
     batch.clear();
@@ -135,6 +137,8 @@ void CLinkageManager::retire() {
 }
 
 CLinkageManager::~CLinkageManager() {
+    // Who lets the manager go without release() finds the same order.
+    m_pDoor->close({});
     // A handler that released the manager may have asked for a save afterwards.
     finishSaves();
     CLock lock(m_mutex);

@@ -2,6 +2,8 @@
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/intake.h"
 #include "linkage/core/ledger.h"
+#include "linkage/core/orderrule.h"
+#include "linkage/core/raise.h"
 #include "platform/log.h"
 
 #include <boost/pointer_cast.hpp>
@@ -10,8 +12,10 @@ namespace TC {
 
 namespace {
 
+constexpr char OPERATION[] = "CLinkageManager::doOrderDetail";
+
 void logOrder(const vexservice::COrderDetail& order, const std::string& strategy, bool buys) {
-    VEX_INFO("CLinkageManager::doOrderDetail",
+    VEX_INFO(OPERATION,
              "CLinkageManager::doOrderDetail {0} , strategy {1}, sys {2}, stat {3},  vol {4}, "
              "volTraded {5},  bIsBuy {6} stock {7}",
              LOGPRINT::accountLogKey(order.m_pAccountInfo), strategy, order.m_strSysID,
@@ -34,18 +38,22 @@ void CLinkageManager::doOrderDetail(const std::string& accountKey, const OrderPt
     CLedger& ledger = *m_pLedger;
     CLedger::OrderStep step;
     step.listing = ledger.listingId(order->m_strMarket, order->m_strCode);
-    if (ledger.listing(step.listing).excluded) return;
+    const CLedger::Listing& listed = ledger.listing(step.listing);
+    if (listed.excluded) return;
+    step.stock = listed.stock;
+    step.level = priceLevel(order->m_dPrice, listed.tick);
     step.account = ledger.accountId(accountKey);
+    const std::string& strategy = strategyOf(order->m_pCommand.get());
+    step.strategy = ledger.strategyId(strategy);
     step.runs = vexservice::COrderDetailHelper::isRunning(order->m_eStatus);
     step.buys = vexservice::isBuyByDirection(order->m_eDirection, order->m_eOffsetFlag);
 
+    ledger.prefetchOrder(step, *order);
     ledger.fileOrder(step, order);
     if (isHistoryBalance(order->m_pCommand.get())) {
         doHistoryOrder(order, accountKey, step.stockIsNew, step.recordIsNew, step.runs);
         return;
     }
-    const std::string& strategy = strategyOf(order->m_pCommand.get());
-    step.strategy = ledger.strategyId(strategy);
     step.strategyIsNew = ledger.listStrategy(step.strategy);
 
     ledger.placeOrder(step);
@@ -65,9 +73,9 @@ void CLinkageManager::doOrderDetail(const std::string& accountKey, const OrderPt
     ledger.countTraded(step);
     ledger.widenOrderAmplitude(step);
 
-    if (step.stockIsNew) sigStocksChanged();
-    if (step.strategyIsNew) sigStrategysChanged();
-    if (dataChanged) sigStatDataChanged();
+    if (step.stockIsNew) raise(OPERATION, sigStocksChanged);
+    if (step.strategyIsNew) raise(OPERATION, sigStrategysChanged);
+    if (dataChanged) raise(OPERATION, sigStatDataChanged);
 }
 
 }  // namespace TC

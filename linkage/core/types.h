@@ -74,18 +74,18 @@ private:
     DealFigures& m_deals;
 
 public:
+    /// Traded figures of orders, newest report per record key.
+    utils::TRecordSum<int> m_buyVolumes;
+    utils::TRecordSum<int> m_sellVolumes;
+    utils::TRecordSum<double> m_buyAmounts;
+    utils::TRecordSum<double> m_sellAmounts;
+
     /// Set: the deal totals are taken as they stand, also for client type 3.
     utils::CRelaxed<bool> m_bPlain;
 
     /// Value of the open net volume at the last minute close that the period
     /// calculation has seen.
     utils::CRelaxed<double> m_dCloseValue;
-
-    /// Traded figures of orders, newest report per record key.
-    utils::TStringMapSum<int> m_buyVolumes;
-    utils::TStringMapSum<int> m_sellVolumes;
-    utils::TStringMapSum<double> m_buyAmounts;
-    utils::TStringMapSum<double> m_sellAmounts;
 };
 
 /// The four figures of a record after the effective-figure rule: for client type 3

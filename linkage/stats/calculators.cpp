@@ -3,6 +3,7 @@
 #include "linkage/core/guarded.h"
 #include "linkage/core/ledger.h"
 #include "linkage/core/published.h"
+#include "linkage/core/raise.h"
 #include "linkage/stats/periodcurves.h"
 #include "linkage/stats/valuerule.h"
 #include "linkage/store/historystate.h"
@@ -33,9 +34,10 @@ void CLinkageManager::runStatCalculator() {
         if (hadRecords) sums = m_pLedger->revalue(pricesOf);
     }
     for (const CLedger::ProfitSum& sum : sums) {
-        sigProfitChanged(sum.account, sum.strategy, sum.profit);
+        raise("CLinkageManager::runStatCalculator", sigProfitChanged, sum.account, sum.strategy,
+              sum.profit);
     }
-    if (hadRecords) sigStatDataChanged();
+    if (hadRecords) raise("CLinkageManager::runStatCalculator", sigStatDataChanged);
     armTimer(*m_pAsync->m_statTimer, *m_pAsync->m_strand, CALCULATOR_MICROS,
              guarded([this] { runStatCalculator(); }));
 }
@@ -49,7 +51,7 @@ void CLinkageManager::runHistoryStatCalculator() {
             for (const auto& [key, stocks] : m_pHistory->m_historyLinkageData) {
                 for (const auto& [stock, record] : stocks) concerned |= prices.count(stock) > 0;
             }
-            if (concerned) sigStatDataChanged();
+            if (concerned) raise("CLinkageManager::runHistoryStatCalculator", sigStatDataChanged);
             prices.clear();
         }
     }

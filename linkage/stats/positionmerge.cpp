@@ -1,8 +1,7 @@
 #include "linkage/stats/positionmerge.h"
 
 #include "linkage/core/clinkagemanager.h"
-#include "platform/services/stockmanager.h"
-#include "platform/utils/keys.h"
+#include "linkage/core/ledger.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -15,14 +14,6 @@ namespace {
 int within32Bits(std::int64_t value) {
     using Limits = std::numeric_limits<int>;
     return static_cast<int>(std::clamp<std::int64_t>(value, Limits::min(), Limits::max()));
-}
-
-/// Stocks that are not held as positions: repurchase and subscription.
-bool isExcluded(const vexservice::CPositionStatics& position) {
-    const auto typed = [&](int type) {
-        return vexservice::isTypedStock(type, position.m_strMarket, position.m_strCode, "");
-    };
-    return typed(vexservice::STOCKTYPE_REPURCHASE) || typed(vexservice::STOCKTYPE_SUBSCRIPTION);
 }
 
 }  // namespace
@@ -52,14 +43,16 @@ PositionPtr mergePosition(const PositionParts& parts) {
 }
 
 PositionPtr CLinkageManager::tryMergePosition(const PositionPtr& position) {
-    if (!position || isExcluded(*position)) return {};
+    if (!position) return {};
+    const CLock lock(m_mutex);
+    const std::uint32_t listing = m_pLedger->listingId(position->m_strMarket, position->m_strCode);
+    // Stocks of these types are not held as positions.
+    if (m_pLedger->listing(listing).excluded) return {};
     const std::string account =
         position->m_pAccountInfo ? position->m_pAccountInfo->getKey() : std::string();
     if (account.empty()) return position;
 
-    const CLock lock(m_mutex);
-    const auto stockKey = utils::zorStockKey(position->m_strMarket, position->m_strCode);
-    PositionParts& parts = m_pPositionReports->m_parts[account][stockKey];
+    PositionParts& parts = m_pPositionReports->m_parts[account][m_pLedger->stockKey(listing)];
     if (parts.reports.empty()) parts.key = position->recordKey();
     parts.reports[position->recordKey()] = position;
     return mergePosition(parts);

@@ -1,6 +1,7 @@
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/door.h"
 #include "linkage/core/orderrule.h"
+#include "linkage/core/raise.h"
 #include "linkage/store/filesaver.h"
 #include "linkage/store/historystate.h"
 #include "platform/log.h"
@@ -139,7 +140,7 @@ void CLinkageManager::deleteAllHisTorydata() {
     m_pHistory->m_historyLinkageData.clear();
     m_pHistory->m_alreadyAddedKeys.clear();
     m_pSaver->remove({STAT_FILE, BALANCE_FILE});
-    sigHistoryCleared();
+    raise("CLinkageManager::deleteAllHisTorydata", sigHistoryCleared);
 }
 
 std::map<std::string, TradeStatData> CLinkageManager::getHistoryStatData() const {

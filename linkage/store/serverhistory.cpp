@@ -6,6 +6,7 @@
 #include "linkage/core/guarded.h"
 #include "linkage/core/ledger.h"
 #include "linkage/core/published.h"
+#include "linkage/core/raise.h"
 #include "platform/log.h"
 #include "platform/services/tradercenter.h"
 #include "platform/utils/keys.h"
@@ -198,11 +199,13 @@ void CLinkageManager::endHistoryDay(HistoryQuery query, const std::string& fault
                  query.day.toString(FORMAT).toStdString(), fault);
     }
     const QDateTime day = query.day.isValid() ? query.day.startOfDay() : QDateTime();
-    if (query.records == EHistoryRecords::Deals) {
-        Q_EMIT sigHistoryDealsDone(day, query.accountKey);
-    } else {
-        Q_EMIT sigHistoryOrdersDone(day, query.accountKey);
-    }
+    raise(operationOf(query.records), [&] {
+        if (query.records == EHistoryRecords::Deals) {
+            Q_EMIT sigHistoryDealsDone(day, query.accountKey);
+        } else {
+            Q_EMIT sigHistoryOrdersDone(day, query.accountKey);
+        }
+    });
     if (query.day >= query.last) return;
     query.day = query.day.addDays(1);
     askHistoryDay(query);

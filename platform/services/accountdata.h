@@ -9,6 +9,8 @@ namespace vexservice {
 /// The data center's data of one account.
 ///
 /// Threads: any; each call is a consistent picture of its own.
+/// Ownership: shared; the records it gives out are not changed afterwards.
+/// Failure: nothing throws; what is not there is not given.
 class PLATFORM_EXPORT CAccountData : public IData {
 public:
     /// May be empty while the account's data is not loaded.

@@ -10,6 +10,13 @@
 #include <cstdint>
 #include <string>
 
+/// What the client knows of itself and its user.
+///
+/// Threads: any, also under locks of the caller: no operation waits for a callback.
+/// Ownership: the client installs each service before it makes a manager and takes it
+/// away after the manager has gone.
+/// Failure: nothing throws but what asks for a service that nobody has installed
+/// (utils::ServiceMissing).
 namespace TC {
 
 /// Kinds of clients, by number; the linkage library tells kind 3 from the others.
@@ -26,7 +33,7 @@ enum EUserMember : int {
     USER_TRADE_SETTING = 163,    ///< address of the user's CTradeSetting
 };
 
-/// The application's configuration. Threads: any. Constant for the process's life.
+/// The application's configuration. Constant for the process's life.
 class PLATFORM_EXPORT CAppConfig {
 public:
     virtual ~CAppConfig() = default;
@@ -36,13 +43,14 @@ public:
     virtual std::string fileEncoding() const { return "UTF-8"; }
 };
 
-/// The user's configuration. Threads: any.
+/// The user's configuration. A member that the user has not set gives "", 0 or null.
 class PLATFORM_EXPORT CUserConfig {
 public:
     virtual ~CUserConfig() = default;
     virtual QString getUserDataString(EUserMember member) const = 0;
     virtual double getUserDataDouble(EUserMember member) const = 0;
-    /// The block of a structured member, or null when the user has none.
+    /// The block of a structured member, or null when the user has none. It is the
+    /// configuration's own and stays as it is and where it is.
     virtual const void* getUserDataAddress(EUserMember member) const = 0;
 
     /// Raised after any change; connect and disconnect under m_mutex.
@@ -50,10 +58,9 @@ public:
     boost::recursive_mutex m_mutex;
 };
 
-/// Throws utils::ServiceMissing before a client has installed one.
 PLATFORM_EXPORT CUserConfig* getUserConfig();
 
-/// The time service: what an operation is stamped with.
+/// The time service: what an operation is stamped with. Asked anew each time.
 class PLATFORM_EXPORT CTimeService {
 public:
     virtual ~CTimeService() = default;
@@ -63,7 +70,8 @@ public:
 
 PLATFORM_EXPORT CTimeService* getTimeService();
 
-/// Where the client keeps its data; no trailing separator.
+/// Where the client keeps its data; no trailing separator. Asked once, when a manager is
+/// made; a directory that is not there yet is made when the first file is saved.
 class PLATFORM_EXPORT IDataDirectory {
 public:
     virtual ~IDataDirectory() = default;
@@ -76,11 +84,12 @@ PLATFORM_EXPORT QString getDataDir();
 
 namespace marlo {
 
-/// The markets' calendar.
+/// The markets' calendar; threads, ownership and failure as above. Asked once, by init().
 class PLATFORM_EXPORT IMarketCalendar {
 public:
     virtual ~IMarketCalendar() = default;
-    /// Last trade date of a market ("SH"): its midnight in milliseconds since the epoch.
+    /// Last trade date of a market ("SH"): its local midnight in milliseconds since the
+    /// epoch.
     virtual std::int64_t lastTradeDate(const std::string& market) const = 0;
 };
 

@@ -8,6 +8,15 @@
 
 #include <string>
 
+/// The client's connections, as far as they announce anything.
+///
+/// Threads: each signal is emitted on the connection's own thread or any other; the
+/// linkage library's slots run on the thread that made its manager, queued from others,
+/// so that thread must run an event loop. Connecting from any thread.
+/// Ownership: the client installs the objects before a manager's init() and takes them
+/// away after the manager has gone.
+/// Failure: a connection that is down emits nothing; asking for one that nobody has
+/// installed throws utils::ServiceMissing.
 namespace TC {
 
 enum EProxyConnectionStatus : int {
@@ -19,7 +28,7 @@ enum EProxyConnectionStatus : int {
 
 PLATFORM_EXPORT bool isProxyLoginSuccess(EProxyConnectionStatus status);
 
-/// The connection to the proxy server. The signal is emitted on its own thread.
+/// The connection to the proxy server.
 class PLATFORM_EXPORT CProxyClient : public QObject {
     Q_OBJECT
 
@@ -28,14 +37,13 @@ public:
     ~CProxyClient() override;
 
 Q_SIGNALS:
+    /// After each change, a repeated login included.
     void sig_loginStatus(TC::EProxyConnectionStatus status, QString text);
 };
 
-/// Throws utils::ServiceMissing before a client has installed one.
 PLATFORM_EXPORT CProxyClient* getProxyClient();
 
-/// The connection to the exchanges: announces that a new trade date has begun,
-/// after the data center knows it.
+/// The connection to the exchanges.
 class PLATFORM_EXPORT CExchangeClient : public QObject {
     Q_OBJECT
 
@@ -44,6 +52,7 @@ public:
     ~CExchangeClient() override;
 
 Q_SIGNALS:
+    /// A new trade date ("yyyyMMdd") has begun; the data center knows it already.
     void sigNewTradingDate(std::string date);
 };
 

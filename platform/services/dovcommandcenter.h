@@ -13,7 +13,11 @@ namespace TC {
 /// Sends commands and operations on server tasks.
 ///
 /// Threads: any. Calls return at once; completions come later on a thread of the
-/// command center, if at all. A caller may hold locks.
+/// command center, if at all, and never inside the call. A caller may hold locks.
+/// Ownership: commands and records are the command center's from the call on, and not
+/// changed by the caller any more; it may keep completions as long as it likes.
+/// Failure: nothing throws. A completion tells of an error; what became of an order is
+/// seen in its reports alone.
 class PLATFORM_EXPORT CDovCommandCenter {
 public:
     virtual ~CDovCommandCenter() = default;

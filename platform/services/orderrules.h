@@ -9,7 +9,10 @@ namespace vexservice {
 /// How the client turns a user's settings and the newest quote into the price and
 /// the settings of an order.
 ///
-/// Threads: any; callers may hold locks. A missing quote is an empty pointer.
+/// Threads: any; callers may hold locks.
+/// Ownership: nothing is kept of what is passed.
+/// Failure: nothing throws. A missing quote is an empty pointer; a price that needs one is
+/// then 0.
 class PLATFORM_EXPORT IOrderRules {
 public:
     virtual ~IOrderRules() = default;
@@ -36,7 +39,7 @@ struct PLATFORM_EXPORT CPriceDataHelper {
                                    double basis);
 };
 
-/// Market-wide switches of the client. Threads: any.
+/// Market-wide switches of the client. Threads: any. Failure: nothing throws.
 class PLATFORM_EXPORT ConfigCollector {
 public:
     virtual ~ConfigCollector() = default;

@@ -27,15 +27,19 @@ public:
 
     /// Asks the quote client for the prices of a stock key. Delivers nothing by
     /// itself; later prices reach the callback on the quote client's thread, and one
-    /// that is under way may still come while the request is being dropped.
+    /// that is under way may still come while the request is being dropped. May be empty
+    /// when no subscription is to be had now; whoever still wants it asks again later.
     static boost::shared_ptr<CQuoteRequest> makeRequest(const QString& stockKey,
                                                         const Callback& callback);
 };
 
 /// The client's quotes. Stocks are named by their stock key ("SH600000").
 ///
-/// Threads: calls from any thread; callbacks on the quote client's thread.
-/// A caller may hold locks: no call waits for a callback.
+/// Threads: calls from any thread; callbacks on the quote client's thread, never inside a
+/// call. A caller may hold locks: no call waits for a callback.
+/// Ownership: the client installs it before a manager's init() and takes it away after
+/// the manager has gone; who asks for a request holds it.
+/// Failure: nothing throws; what is not known is an empty pointer or an empty list.
 class PLATFORM_EXPORT CQuoteClient {
 public:
     using BarsAnswer = boost::function<void(const std::vector<CMinuteBar>&)>;
@@ -50,7 +54,8 @@ public:
                                                      const CQuoteRequest::Callback& callback) = 0;
 
     /// The minute bars of one day ("yyyyMMdd") that the history service has by now,
-    /// in time order, possibly none and possibly with gaps. Answered once, later.
+    /// in time order, possibly none and possibly with gaps. Answered once, later; a
+    /// broken connection may lose an answer.
     virtual void queryMinuteBars(const QString& stockKey, const std::string& day,
                                  const BarsAnswer& answer) = 0;
 };

@@ -14,8 +14,10 @@ namespace net {
 
 /// The client's network engine: named strands on its io_service.
 ///
-/// Threads: any. The same name gives the same strand; strands and the io_service
-/// behind them outlive every module.
+/// Threads: any. Handlers and timers run on the engine's own threads.
+/// Ownership: the same name gives the same strand, shared by all who ask; the io_service
+/// behind it outlives every module.
+/// Failure: there is always a strand. What a handler throws leaves the engine's run().
 class PLATFORM_EXPORT RPCEngine {
 public:
     virtual ~RPCEngine() = default;

@@ -14,6 +14,7 @@ namespace TC {
 ///
 /// Threads: any. A detail is never changed after it was handed out: a change makes
 /// a new one and is announced by utils::referenceDataChanged().
+/// Failure: nothing throws.
 class PLATFORM_EXPORT CStockManager {
 public:
     virtual ~CStockManager() = default;
@@ -31,7 +32,8 @@ public:
 namespace vexservice {
 
 /// Which stock belongs to which types, and in what units it trades. Threads: any.
-/// A change is announced by utils::referenceDataChanged().
+/// A change is announced by utils::referenceDataChanged(). Failure: nothing throws; a
+/// stock that nobody described is of no type.
 class PLATFORM_EXPORT StockTypeCenter {
 public:
     virtual ~StockTypeCenter() = default;

@@ -16,6 +16,7 @@ namespace vexservice {
 ///
 /// Threads: any. Callbacks come on the data center's own threads, and may still
 /// come once after their connection was cut if they were under way.
+/// Ownership: records and accounts are shared and outlive their replacement.
 /// Failure: an unknown account gives an empty pointer, nothing throws.
 class PLATFORM_EXPORT IDataCenter {
 public:
@@ -51,7 +52,8 @@ public:
     virtual void operate(const boost::shared_ptr<CTaskOpRecord>& record) = 0;
 };
 
-/// The tasks that run in the client rather than on the server. Threads: any.
+/// The tasks that run in the client rather than on the server. Threads: any, also under
+/// locks of the caller. Failure: nothing throws.
 class PLATFORM_EXPORT ITaskCenter {
 public:
     virtual ~ITaskCenter() = default;
@@ -59,7 +61,7 @@ public:
     virtual boost::shared_ptr<ITaskHandler> getTaskHandler(std::uint64_t taskNumber) = 0;
 };
 
-/// Fee limits of accounts. Threads: any.
+/// Fee limits of accounts. Threads: any. Failure: nothing throws.
 class PLATFORM_EXPORT IFeeLimitService {
 public:
     virtual ~IFeeLimitService() = default;
@@ -71,7 +73,8 @@ public:
 
 /// The door to the trade services, installed by the client at start.
 ///
-/// Ownership: the center owns its services; pointers stay valid until it goes.
+/// Threads: any. Ownership: the center owns its services; pointers stay valid until it
+/// goes. Failure: none of the three is ever null.
 class PLATFORM_EXPORT TraderCenter {
 public:
     virtual ~TraderCenter() = default;

@@ -12,8 +12,9 @@ namespace utils {
 /// Integers are exact in 64 bits. Doubles are kept as a sum of two doubles
 /// (error-free addition, about 106 bits), so that money amounts that were added
 /// and taken away again leave no trace and the total does not depend on the order
-/// of the changes. Values that are not finite are left out: one bad report must
-/// not spoil a total for good.
+/// of the changes. Values that are no number, or so large that no count of them is
+/// sure to have a finite sum, are left out: one bad report must not spoil a total for
+/// good.
 ///
 /// Threads: one writer at a time; value() from any thread.
 template <class T>
@@ -24,8 +25,8 @@ public:
         if constexpr (std::is_integral_v<T>) {
             m_total += static_cast<std::int64_t>(to) - static_cast<std::int64_t>(from);
         } else {
-            if (finite(from)) add(-from);
-            if (finite(to)) add(to);
+            if (counts(from)) add(-from);
+            if (counts(to)) add(to);
         }
     }
 
@@ -35,7 +36,10 @@ private:
     using Wide = std::conditional_t<std::is_integral_v<T>, std::int64_t, T>;
     struct Nothing {};
 
-    static bool finite(T value) { return value - value == T(0); }
+    static bool counts(T value) {
+        constexpr T LARGEST = 1e280;  // even 2^64 of these have a finite sum
+        return value >= -LARGEST && value <= LARGEST;
+    }
 
     void add(T value) {
         const T high = m_total.get();

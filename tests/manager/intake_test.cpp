@@ -1,4 +1,7 @@
+#include "platform/services/quoteclient.h"
 #include "tests/support/fixture.h"
+
+#include <boost/make_shared.hpp>
 
 #include <gtest/gtest.h>
 
@@ -73,6 +76,8 @@ TEST_F(Intake, ExcludedStocksAndHistoryBalances) {
               100);
     EXPECT_TRUE(f.state().tradeStatDatas.empty());
     EXPECT_TRUE(f.state().periodTrades.empty());
+    f.deal({.key = 3, .volume = 100, .strategy = "S", .tag = "历史配平"});
+    EXPECT_EQ(f.signalNames(), (Texts{"statDataChanged"})) << "a repeated report does";
     f.deal({.key = 4, .volume = 100, .tag = "历史配平"});
     EXPECT_EQ(f.state().tradeStatDatas.size(), 1u) << "without a strategy it is an ordinary deal";
 }
@@ -96,6 +101,7 @@ TEST_F(Intake, DealIsCountedAtItsFirstReportOnly) {
     EXPECT_EQ(state.dealDetails.begin()->second.at("SH600000").at("A").at(1)->m_nVolume, 3000)
         << "the newer report replaces the older";
     EXPECT_DOUBLE_EQ(state.latestPrices.at("SH600000"), 10.5);
+    EXPECT_TRUE(state.historyPrices.empty()) << "those are what subscriptions bring";
     EXPECT_EQ(state.quoteRequests.size(), 1u);
     EXPECT_DOUBLE_EQ(state.dealAmplitudes.at("SH600000").at("A"), 1.0);
 }
@@ -108,6 +114,42 @@ TEST_F(Intake, UnknownPriceStillOpensTheSubscription) {
     f.price({.last = 9.9});
     EXPECT_DOUBLE_EQ(f.state().latestPrices.at("SH600000"), 9.9);
     EXPECT_DOUBLE_EQ(f.state().historyPrices.at("SH600000"), 9.9);
+}
+
+// A quote client that has no subscription to give at first.
+struct BusyQuotes : TC::CQuoteClient {
+    int asked = 0;
+    boost::shared_ptr<vexservice::CPriceData> getStockPrice(const QString&) override { return {}; }
+    boost::shared_ptr<TC::CQuoteRequest> request(const QString&,
+                                                 const TC::CQuoteRequest::Callback&) override {
+        if (++asked < 2) return {};
+        return boost::make_shared<TC::CQuoteRequest>();
+    }
+    void queryMinuteBars(const QString&, const std::string&, const BarsAnswer&) override {}
+};
+
+TEST_F(Intake, SubscriptionThatWasRefusedIsAskedForAgain) {
+    const auto quotes = boost::make_shared<BusyQuotes>();
+    utils::CManualSingletonT<TC::CQuoteClient>::install(quotes);
+    f.deal({.key = 1});
+    EXPECT_TRUE(f.state().quoteRequests.empty());
+    f.deal({.key = 2});
+    f.deal({.key = 3});
+    EXPECT_EQ(f.state().quoteRequests.size(), 1u);
+    EXPECT_EQ(quotes->asked, 2);
+}
+
+// A set is made by what runs, and stays, empty, when the last one has ended.
+TEST_F(Intake, RunningSetsAreMadeByWhatRuns) {
+    f.order({.key = 1, .status = 56, .strategy = "S"});
+    f.task({.key = 1, .status = 7, .strategy = "S"});
+    EXPECT_TRUE(f.state().runningOrders.empty());
+    EXPECT_TRUE(f.state().runningTasks.empty());
+    for (const int status : {50, 54}) f.order({.key = 2, .status = status, .strategy = "S"});
+    for (const int status : {1, 12}) f.task({.key = 2, .status = status, .strategy = "S"});
+    const decltype(TC::ManagerState::runningOrders)::mapped_type ended = {{"", {}}, {"S", {}}};
+    EXPECT_EQ(f.state().runningOrders.at("A"), ended);
+    EXPECT_EQ(f.state().runningTasks.at("A"), ended);
 }
 
 TEST_F(Intake, TasksPassTheirFilters) {
@@ -144,10 +186,14 @@ TEST_F(Intake, TasksPassTheirFilters) {
     EXPECT_EQ(f.logTexts().size(), 2u) << "and the last of the account";
 }
 
-TEST(IntakeOfClientType3, MarksTheEndOfTheAccountsLastOrder) {
+TEST(IntakeOfClientType3, NamelessTasksAndTheEndOfTheAccountsLastOrder) {
     Fixture f({.clientType = 3});
     f.account({.key = "A"});
     f.init();
+    f.task({.key = 1, .user = "trader"});
+    f.task({.key = 2, .user = ""});
+    EXPECT_EQ(f.manager().getTaskDetails("SH600000", {"A"}).at("A").size(), 1u);
+    EXPECT_EQ(f.manager().getRunningTasks("A", ""), 1);
     f.order({.key = 1, .strategy = "S"});
     f.forget();
     f.order({.key = 1, .status = 54, .strategy = "S"});

@@ -1,11 +1,15 @@
 #include "tests/support/fixture.h"
 
+#include <QMetaMethod>
+#include <QPointer>
+
 #include <gtest/gtest.h>
 
 namespace {
 
 using namespace tests;
 using Texts = std::vector<std::string>;
+using Manager = utils::CSingletonT<TC::CLinkageManager>;
 
 int count(const Texts& lines, const std::string& wanted) {
     return static_cast<int>(std::count(lines.begin(), lines.end(), wanted));
@@ -38,43 +42,57 @@ TEST(Lifecycle, SecondInitChangesNothing) {
     EXPECT_EQ(count(f.logTexts(), "CLinkageManager::doRequestAccounts"), 2);
 }
 
-TEST(Lifecycle, TradeDateByClientType) {
-    Fixture standard({.now = "2024-01-02 20:00:00", .tradeDate = "20240103", .userName = "li"});
-    standard.init();
-    EXPECT_EQ(standard.manager().getTradeDate(), "20240103");
-    EXPECT_EQ(standard.state().userData, "li");
-    standard.release();
+TEST(Lifecycle, QtSurfaceInItsOrder) {
+    const QMetaObject& type = TC::CLinkageManager::staticMetaObject;
+    Texts methods;
+    for (int at = type.methodOffset(); at < type.methodCount(); ++at) {
+        methods.push_back(type.method(at).methodSignature().toStdString());
+    }
+    EXPECT_EQ(
+        methods,
+        (Texts{"sigCancelTask(int,QString)", "sigHistoryDealsDone(QDateTime,std::string)",
+               "sigHistoryOrdersDone(QDateTime,std::string)", "slotNewTradingDate(std::string)",
+               "slotProxyLoginStatus(TC::EProxyConnectionStatus,QString)",
+               "slotRefreshAccount(vexservice::CAccountInfo)"}));
 }
 
-TEST(Lifecycle, ClientType3ReadsTheMarketsDateAndFollowsTheUserData) {
-    Fixture f({.tradeDate = "20240103", .clientType = 3});
-    f.account({.key = "A"});
-    f.init();
-    EXPECT_EQ(f.manager().getTradeDate(), "20240103");
-    EXPECT_EQ(f.state().userData, "");
-    const int before = count(f.logTexts(), "CLinkageManager::doRequestAccounts");
-    f.userDataChanged();
-    EXPECT_EQ(count(f.logTexts(), "CLinkageManager::doRequestAccounts"), before + 1);
+TEST(Lifecycle, TradeDateAndUserDataByClientType) {
+    for (const int type : {1, 3}) {
+        Fixture f({.now = "2024-01-02 20:00:00",
+                   .tradeDate = "20240103",
+                   .clientType = type,
+                   .userName = "li"});
+        f.account({.key = "A"});
+        f.init();
+        EXPECT_EQ(f.manager().getTradeDate(), "20240103");
+        EXPECT_EQ(f.state().userData, type == 3 ? "" : "li");
+        f.forget();
+        f.userDataChanged();
+        EXPECT_EQ(count(f.logTexts(), "CLinkageManager::doRequestAccounts"), type == 3 ? 1 : 0);
+    }
 }
 
+// With release(), or because its last holder let it go.
 TEST(Lifecycle, NothingReachesAManagerThatIsGone) {
-    Fixture f;
-    f.account({.key = "A"});
-    f.init();
-    f.deal({.account = "A", .strategy = "S"});
-    f.manager().runAutoBalance("A", "S");
-    f.release();
-    f.forget();
-    f.order({.account = "A"});
-    f.deal({.account = "A", .key = 2});
-    f.price({.last = 10.0});
-    f.login(true);
-    f.newTradingDate("20240103");
-    f.advance(60);
-    EXPECT_TRUE(f.logTexts().empty());
-    EXPECT_TRUE(f.signalNames().empty());
-    f.init();
-    EXPECT_EQ(f.state().dealDetails.size(), 1u) << "the next manager starts from the data center";
+    for (const bool released : {true, false}) {
+        Fixture f;
+        f.account({.key = "A"});
+        f.init();
+        f.deal({.account = "A", .strategy = "S"});
+        f.manager().runAutoBalance("A", "S");
+        released ? f.release() : Manager::install({});
+        f.forget();
+        f.order({.account = "A"});
+        f.deal({.account = "A", .key = 2});
+        f.price({.last = 10.0});
+        f.login(true);
+        f.newTradingDate("20240103");
+        f.advance(60);
+        EXPECT_TRUE(f.logTexts().empty());
+        EXPECT_TRUE(f.signalNames().empty());
+        f.init();
+        EXPECT_EQ(f.state().dealDetails.size(), 1u) << "the next one starts from the data center";
+    }
 }
 
 // A slot may release the manager from inside one of its own handlers.
@@ -82,31 +100,48 @@ TEST(Lifecycle, ReleaseFromASlotEndsAfterTheHandler) {
     Fixture f;
     f.account({.key = "A"});
     f.init();
-    f.manager().sigStatDataChanged.connect([&] {
-        if (utils::CSingletonT<TC::CLinkageManager>::exists()) {
-            utils::CSingletonT<TC::CLinkageManager>::release();
-        }
+    const QPointer<TC::CLinkageManager> manager = &f.manager();
+    manager->sigStatDataChanged.connect([&] {
+        Manager::release();
+        EXPECT_TRUE(manager) << "its handler is still at work";
     });
-    f.order({.account = "A", .key = 1});
-    f.order({.account = "A", .key = 2});
-    f.advance(10);
-    EXPECT_FALSE(utils::CSingletonT<TC::CLinkageManager>::exists());
+    for (const std::uint64_t key : {1u, 2u}) {
+        f.client().report("A", f.makeOrder({.account = "A", .key = key}));
+    }
+    f.settle();
+    EXPECT_TRUE(manager.isNull());
+    EXPECT_FALSE(Manager::exists());
+    EXPECT_EQ(count(f.signalNames(), "statDataChanged"), 1) << "nobody waits for the second";
 }
 
-// What a listener throws is logged; the reports behind it are not lost.
-TEST(Lifecycle, ThrowingSlotLosesNoReport) {
+// What a listener throws is logged; nothing is lost but its own turn.
+TEST(Lifecycle, ThrowingSlotsStopNothing) {
     Fixture f;
     f.account({.key = "A"});
+    f.order({.key = 1, .stock = "SH600000", .strategy = "S", .push = false});
+    f.order({.key = 2, .stock = "SH600001", .strategy = "S", .push = false});
+    f.create();
+    f.manager().sigStocksChanged.connect([] { throw std::runtime_error("a listener failed"); });
+    f.manager().sigStatDataChanged.connect([] { throw 5; });
+    f.manager().sigProfitChanged.connect(
+        [](const std::string&, const std::string&, double) { throw std::runtime_error("no"); });
+    f.manager().m_sigNewTradingDay.connect([](const std::string&) { throw 6; });
     f.init();
-    bool thrown = false;
-    f.manager().sigStocksChanged.connect([&] {
-        if (!std::exchange(thrown, true)) throw std::runtime_error("a listener failed");
-    });
-    f.order({.account = "A", .key = 1, .stock = "SH600000"});
-    f.order({.account = "A", .key = 2, .stock = "SH600001"});
-    EXPECT_TRUE(thrown);
-    EXPECT_EQ(f.manager().getRunningOrders("A", ""), 2);
-    EXPECT_EQ(count(f.logTexts(), "a listener failed"), 1);
+    EXPECT_EQ(f.manager().getRunningOrders("A", "S"), 2) << "the replay went on";
+    EXPECT_EQ(count(f.logTexts(), "a listener failed"), 2);
+    f.deal({.key = 9, .strategy = "S"});
+    EXPECT_EQ(f.manager().getTradeStatDatas("A", "S").size(), 2u);
+    EXPECT_EQ(f.manager().getTradeStatDatas("A", "S").at("SH600000")->deals().m_nBuyVolume, 100)
+        << "and the account was subscribed";
+    for (const double last : {10.0, 11.0, 12.0}) {
+        f.forget();
+        f.price({.last = last});
+        f.advance(3);
+        EXPECT_EQ(count(f.signalNames(), "profitChanged"), 2) << "of S and of the account";
+        EXPECT_EQ(count(f.signalNames(), "statDataChanged"), 1);
+    }
+    f.newTradingDate("20240103");
+    EXPECT_EQ(f.signalNames().back(), "newTradingDay");
 }
 
 TEST(Registry, UnknownAndBareAccountsAreSkipped) {
@@ -139,7 +174,9 @@ TEST(Registry, SecondRequestRebuildsTheDayAndDeliversOnce) {
         f.manager().requestAccount("A");
         f.settle();
     }
+    f.forget();
     f.deal({.account = "A", .key = 10, .volume = 20, .strategy = "S"});
+    EXPECT_EQ(f.signalNames(), (Texts{"statDataChanged"})) << "one subscription";
     const int day = Fixture::day("20240102");
     EXPECT_EQ(f.manager().getBuySellVolumes(day, "SH600000", {"A"}), std::make_pair(70, 0));
     EXPECT_EQ(f.manager().getBuySellVolumes(day, "SH600000", {"B"}), std::make_pair(70, 0));
@@ -172,6 +209,7 @@ TEST(Registry, RolloverReloadsAndKeepsEarlierDays) {
     f.account({.key = "A"});
     f.init();
     f.deal({.account = "A", .key = 1, .strategy = "S"});
+    f.task({.key = 1, .strategy = "S"});
     f.writeFile("detail.csv", "x\n");
     f.forget();
     f.newTradingDate("20240103", "20240104");
@@ -182,8 +220,14 @@ TEST(Registry, RolloverReloadsAndKeepsEarlierDays) {
     EXPECT_TRUE(state.dealDetails.at(Fixture::day("20240103")).empty());
     EXPECT_TRUE(state.tradeStatDatas.empty());
     EXPECT_TRUE(state.quoteRequests.empty());
+    EXPECT_TRUE(state.taskDetails.empty());
+    EXPECT_TRUE(state.runningTasks.empty());
     ASSERT_FALSE(f.signals().empty());
     EXPECT_EQ(f.signals().back().name, "newTradingDay") << "after the reload";
+    f.task({.key = 2});
+    f.forget();
+    f.task({.key = 2, .status = 7});
+    EXPECT_EQ(f.logTexts(), (Texts{"A : balancing data is empty"})) << "tasks are followed anew";
 }
 
 }  // namespace

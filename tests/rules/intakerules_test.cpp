@@ -1,3 +1,4 @@
+#include "linkage/core/inbox.h"
 #include "linkage/core/orderrule.h"
 #include "linkage/stats/profitrule.h"
 #include "platform/utils/numberformat.h"
@@ -135,8 +136,27 @@ TEST(RecordSums, KeepAmountsExactly) {
     spoiled.update(1, 10.5);
     spoiled.update(2, std::numeric_limits<double>::infinity());
     EXPECT_EQ(spoiled.sum(), 10.5);
+    for (const std::uint64_t key : {3u, 4u}) spoiled.update(key, 1e308);
+    EXPECT_EQ(spoiled.sum(), 10.5) << "their sum is no number";
+    spoiled.update(3, 0.0);
+    spoiled.update(4, 0.0);
     spoiled.update(2, 1.0);
     EXPECT_EQ(spoiled.sum(), 11.5);
+}
+
+TEST(Inbox, KeepsNotTheRoomOfAStorm) {
+    CInbox inbox;
+    std::vector<InboxItem> batch;
+    const auto storm = [&](std::size_t reports) {
+        for (std::size_t each = 0; each < reports; ++each) inbox.push("A", InboxItem::Work());
+        return inbox.take(batch) ? batch.size() : 0;
+    };
+    constexpr std::size_t LARGE = 10 * CInbox::KEPT_ROOM;
+    EXPECT_EQ(storm(LARGE), LARGE);
+    EXPECT_EQ(storm(LARGE), LARGE);
+    for (int each = 0; each < 3; ++each) EXPECT_EQ(storm(10), 10u);
+    EXPECT_EQ(storm(0), 0u);
+    EXPECT_LE(batch.capacity(), CInbox::KEPT_ROOM);
 }
 
 TEST(NumberTexts, ByFlags) {

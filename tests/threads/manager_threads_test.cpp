@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <functional>
 #include <future>
 #include <thread>
 #include <vector>
@@ -137,6 +138,34 @@ TEST(ManagerThreads, IntakeWhileOthersAskRequestAndBalance) {
     drain();
     EXPECT_EQ(manager.getBuySellVolumes(day, "SH600000", {"A", "B"}).first, 2 * REPORTS * 100);
     EXPECT_EQ(manager.getRunningOrders("A", ""), REPORTS - REPORTS / 3);
+}
+
+// The client's objects emit on threads of their own; the slots run on the manager's.
+TEST(ManagerThreads, AnnouncementsAreQueuedToTheManagersThread) {
+    Market market;
+    TC::CLinkageManager& manager = *Manager::instance();
+    while (manager.getAccounts().size() < 2) drain();
+    std::size_t accounts = 2;
+    std::atomic<int> days{0};
+    manager.m_sigNewTradingDay.connect(
+        [&](const std::string& date) { days += date == "20240103"; });
+    const std::function<void()> announcements[] = {
+        [&] { market.client->accountReady("0"); },
+        [&] { market.client->login(true, QString()); },
+        [&] { market.client->newTradingDate("20240103", "20240103"); },
+    };
+    for (const auto& announce : announcements) {
+        const std::string key = std::to_string(accounts - 2);
+        market.client->setAccount({.key = key, .id = key});
+        std::thread(announce).join();
+        drain();
+        EXPECT_EQ(manager.getAccounts().size(), accounts);
+        QCoreApplication::processEvents();
+        drain();
+        EXPECT_EQ(manager.getAccounts().size(), ++accounts);
+    }
+    EXPECT_EQ(days, 1);
+    EXPECT_EQ(manager.getTradeDate(), "20240103");
 }
 
 TEST(ManagerThreads, ReleaseInTheMiddleOfAStorm) {
