@@ -71,9 +71,10 @@ void CMainWindow::show(std::shared_ptr<const Picture> picture) {
     m_pHistory->show(now.history, m_selection);
     enableActions(now.alive);
     divide();
-    if (now.halted && !m_bHalted && m_engine.paused())
+    const bool halted = now.halted && m_engine.paused();
+    if (halted && !m_bHalted)
         showMessage(tr("Halted at %1; Play goes on.").arg(QString::fromStdString(now.time)));
-    m_bHalted = now.halted;
+    m_bHalted = halted;
     if (!now.fault.empty()) showMessage(QString::fromStdString(now.fault));
     chooseForTheUser(now);
     Q_EMIT sigShown();
