@@ -103,6 +103,10 @@ CDetailTables::CDetailTables(QWidget* parent, QTabWidget* tabs) {
     m_pLevels = makeTable(
         tabs, "levels",
         {{Tables::tr("Price"), EFormat::Price}, {Tables::tr("Open lots"), EFormat::Count}});
+    nameTables(tabs);
+}
+
+void CDetailTables::nameTables(QTabWidget* tabs) {
     m_pStocks->setPlaceholder(Tables::tr("Nothing traded yet"));
     m_pOrders->setPlaceholder(Tables::tr("No orders of this stock yet"));
     m_pDeals->setPlaceholder(Tables::tr("No deals of this stock yet"));

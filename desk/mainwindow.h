@@ -54,7 +54,10 @@ protected:
 
 private:
     QWidget* makeTopBar();
+    void makePace(QWidget* bar);
     QWidget* makeBody();
+    void makeSplitters();
+    void makeStatusBar();
     void divide();
     QWidget* titled(const QString& title, QWidget* content);
     void collect();

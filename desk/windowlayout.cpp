@@ -38,10 +38,8 @@ QLabel* makeLabel(QWidget* parent, const char* role, const QString& text = {}) {
 
 }  // namespace
 
-QWidget* CMainWindow::makeTopBar() {
-    auto* bar = new QWidget(this);
-    m_pClock = makeLabel(bar, "clock", "00:00:00");
-    m_pDate = makeLabel(bar, "faint", "0000-00-00");
+/// Pause, speed and progress of a recording.
+void CMainWindow::makePace(QWidget* bar) {
     m_pPause = new QPushButton(bar);
     m_pPause->setObjectName("pause");
     m_pSpeed = new QComboBox(bar);
@@ -58,6 +56,15 @@ QWidget* CMainWindow::makeTopBar() {
     m_pProgress->setRange(0, 1000);
     m_pProgress->setTextVisible(false);
     m_pProgress->setFixedWidth(220);
+    for (QWidget* control : std::initializer_list<QWidget*>{m_pPause, m_pSpeed, m_pProgress})
+        control->setVisible(m_engine.canBePaced());
+}
+
+QWidget* CMainWindow::makeTopBar() {
+    auto* bar = new QWidget(this);
+    m_pClock = makeLabel(bar, "clock", "00:00:00");
+    m_pDate = makeLabel(bar, "faint", "0000-00-00");
+    makePace(bar);
     auto* live = makeLabel(bar, "faint", tr("Built-in market, live"));
     m_pBalance = new QPushButton(tr("Balance now…"), bar);
     m_pBalance->setObjectName("balanceNow");
@@ -70,11 +77,7 @@ QWidget* CMainWindow::makeTopBar() {
         m_pImport->chooseFile();
     });
 
-    const bool paced = m_engine.canBePaced();
-    for (QWidget* control : std::initializer_list<QWidget*>{m_pPause, m_pSpeed, m_pProgress})
-        control->setVisible(paced);
-    live->setVisible(!paced);
-
+    live->setVisible(!m_engine.canBePaced());
     auto* line = new QHBoxLayout(bar);
     line->setContentsMargins(12, 8, 12, 4);
     line->setSpacing(10);
@@ -118,7 +121,17 @@ QWidget* CMainWindow::makeBody() {
     m_pTabs->addTab(m_pHistory, tr("History"));
     m_pTabs->addTab(m_pImport, tr("Import"));
     m_pChart = new CChart(this);
+    makeSplitters();
 
+    auto* body = new QWidget(this);
+    auto* layout = new QVBoxLayout(body);
+    layout->setContentsMargins(12, 4, 12, 4);
+    layout->addWidget(m_pBoth);
+    makeStatusBar();
+    return body;
+}
+
+void CMainWindow::makeSplitters() {
     m_pRight = new QSplitter(Qt::Vertical, this);
     m_pRight->addWidget(titled(tr("Stocks of the strategy"), m_pTables->stocks()));
     m_pRight->addWidget(m_pChart);
@@ -132,12 +145,9 @@ QWidget* CMainWindow::makeBody() {
         splitter->setChildrenCollapsible(false);
         connect(splitter, &QSplitter::splitterMoved, this, [this] { m_bSplitByHand = true; });
     }
+}
 
-    auto* body = new QWidget(this);
-    auto* layout = new QVBoxLayout(body);
-    layout->setContentsMargins(12, 4, 12, 4);
-    layout->addWidget(m_pBoth);
-
+void CMainWindow::makeStatusBar() {
     m_pMessage = makeLabel(this, "faint");
     m_pMessage->setObjectName("message");
     m_pCounts = makeLabel(this, "faint");
@@ -145,7 +155,6 @@ QWidget* CMainWindow::makeBody() {
     statusBar()->addPermanentWidget(m_pCounts);
     statusBar()->setSizeGripEnabled(false);
     statusBar()->setContentsMargins(12, 0, 12, 4);
-    return body;
 }
 
 /// Gives the tables on the left and above what their columns and rows need; the user's

@@ -72,7 +72,10 @@ TEST_F(DeskWindow, TablesAgreeWithTheLibraryWhenAStrategyIsChosen) {
     ASSERT_TRUE(until([&] { return stocks->rows().indexOf("SZ000001") == 0; }));
     EXPECT_EQ(cell(stocks, "SZ000001", 4), "100");
     EXPECT_EQ(stocks->rows().indexOf("SH600001"), -1);
+}
 
+TEST_F(DeskWindow, TasksShowWhatTheyHaveDone) {
+    openAtTheEnd();
     choosePair("A02\ntwap");
     auto* tasks = find<CRowsView>("tasks");
     ASSERT_TRUE(until([&] { return tasks->rows().rowCount() == 1; }));
