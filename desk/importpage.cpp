@@ -63,7 +63,7 @@ void CImportPage::show(const TC::ImportReport& report) {
                              .arg(report.read)
                              .arg(report.taken)
                              .arg(report.added)
-                             .arg(report.skipped.size())};
+                             .arg(report.skippedCount())};
         for (const QString& note : report.notes) text << importText(note);
         m_pSummary->setText(text.join(" · "));
     }

@@ -23,7 +23,8 @@ CQuotes::CQuotes(boost::asio::io_service& service)
     : m_service(service), m_pState(std::make_shared<State>()) {}
 
 boost::shared_ptr<vexservice::CPriceData> CQuotes::getStockPrice(const QString& stockKey) {
-    return price(stockKey.toStdString());
+    const std::lock_guard lock(m_pState->mutex);
+    return m_pState->prices.value(stockKey);
 }
 
 boost::shared_ptr<TC::CQuoteRequest> CQuotes::request(const QString& stockKey,
@@ -52,8 +53,7 @@ void CQuotes::queryMinuteBars(const QString& stockKey, const std::string& day,
 
 boost::shared_ptr<vexservice::CPriceData> CQuotes::price(const std::string& stockKey) const {
     const std::lock_guard lock(m_pState->mutex);
-    const auto at = m_pState->prices.find(stockKey);
-    return at == m_pState->prices.end() ? nullptr : at->second;
+    return m_pState->prices.value(QString::fromStdString(stockKey));
 }
 
 void CQuotes::setPrice(const std::string& stockKey, boost::shared_ptr<vexservice::CPriceData> price,
@@ -61,7 +61,7 @@ void CQuotes::setPrice(const std::string& stockKey, boost::shared_ptr<vexservice
     std::shared_ptr<Signal> signal;
     {
         const std::lock_guard lock(m_pState->mutex);
-        m_pState->prices[stockKey] = price;
+        m_pState->prices[QString::fromStdString(stockKey)] = price;
         const auto at = m_pState->signals.find(stockKey);
         if (push && at != m_pState->signals.end()) signal = at->second;
     }

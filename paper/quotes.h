@@ -2,6 +2,8 @@
 
 #include "platform/services/quoteclient.h"
 
+#include <QHash>
+
 #include <utility>
 
 #include <boost/asio/io_service.hpp>
@@ -42,7 +44,7 @@ private:
     /// Shared with answers under way, which may outlive the quote client.
     struct State {
         std::mutex mutex;
-        std::map<std::string, boost::shared_ptr<vexservice::CPriceData>> prices;
+        QHash<QString, boost::shared_ptr<vexservice::CPriceData>> prices;
         std::map<std::string, std::shared_ptr<Signal>> signals;
         std::map<DayOfStock, std::map<int, double>> closes;
 

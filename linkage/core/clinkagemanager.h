@@ -23,6 +23,7 @@
 #include <map>
 #include <memory>
 #include <set>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -35,8 +36,10 @@ struct CPriceData;
 namespace TC {
 
 namespace statement {
-struct Statement;
-}
+class CAccountChoice;
+template <class Record>
+struct Parsed;
+}  // namespace statement
 
 class CDoor;
 class CFileSaver;
@@ -52,6 +55,7 @@ struct BalanceState;
 struct HistoryQuery;
 struct CMinuteBar;
 struct HistoryState;
+struct ImportedRecords;
 struct ImportReport;
 struct PeriodPoint;
 struct PositionReports;
@@ -349,8 +353,10 @@ public:
     // linkage/store/serverhistory.cpp, linkage/store/importrecords.cpp
 
     /// Ask the trading server for an account's deals, or orders, of some past days
-    /// ("yyyyMMdd", first and last). sigHistoryDealsDone or sigHistoryOrdersDone ends
-    /// each day, whether it was answered, refused or lost.
+    /// ("yyyyMMdd", first and last), one after another. sigHistoryDealsDone or
+    /// sigHistoryOrdersDone ends each day that was asked for, whether it was answered,
+    /// refused or lost. A day that is refused, or not answered within 10 s, ends the whole
+    /// request with a log line: the days after it are not asked for.
     void requestAccountDeals(const std::string& accountKey, const std::string& firstDay,
                              const std::string& lastDay);
     void requestAccountOrders(const std::string& accountKey, const std::string& firstDay,
@@ -365,7 +371,9 @@ public:
     /// Imports a statement file (workbook, CSV or tab-separated text); asks for one
     /// with a file dialog when the path is empty (then on the GUI thread only). What is
     /// taken is filed under its day and changes no figure of the day; importing the
-    /// same file again changes nothing. See linkage/store/importreport.h.
+    /// same file again changes nothing. A record with a number that the trading system
+    /// reports as well, before or after, is there once, as reported. The lock is held for
+    /// slices of the file. See linkage/store/importreport.h.
     ImportReport importData(const QString& path = QString());
 
     // --------------------------------------------------------------- signals
@@ -517,13 +525,23 @@ protected:
     void endHistoryDay(HistoryQuery query, const std::string& fault);
 
     // import: linkage/store/importrecords.cpp
-    /// File one imported record and nothing more: no figure changes, nothing is
-    /// announced. True when it was not there before.
+    /// File one imported record and nothing more: no figure changes. True when it was
+    /// not there before.
     bool importDeal(const std::string& accountKey,
                     const boost::shared_ptr<vexservice::CDealDetail>& deal) REQUIRES(m_mutex);
     bool importOrder(const std::string& accountKey,
                      const boost::shared_ptr<vexservice::COrderDetail>& order) REQUIRES(m_mutex);
-    void importRows(const statement::Statement& rows, ImportReport& report);
+    /// Takes away what was imported of a record that the trading system now reports.
+    void dropImported(const std::string& accountKey, const vexservice::CDealDetail& deal)
+        REQUIRES(m_mutex);
+    void dropImported(const std::string& accountKey, const vexservice::COrderDetail& order)
+        REQUIRES(m_mutex);
+    template <class Record>
+    void importRows(const std::vector<statement::Parsed<Record>>& rows, ImportReport& report);
+    /// True when a record of the running day was filed.
+    template <class Record>
+    bool importSlice(std::span<const statement::Parsed<Record>> rows,
+                     const statement::CAccountChoice& accounts, ImportReport& report);
 
     mutable CRecursiveMutex m_mutex;
     bool m_bInited GUARDED_BY(m_mutex) = false;
@@ -540,6 +558,7 @@ protected:
     std::unique_ptr<BalanceState> m_pBalance;             ///< pending balances, balance times
     std::unique_ptr<HistoryState> m_pHistory;  ///< the history store and its files' state
     std::unique_ptr<CServerHistory> m_pServerHistory;
+    std::unique_ptr<ImportedRecords> m_pImported;
     std::unique_ptr<CFileSaver> m_pSaver;
 };
 

@@ -5,6 +5,7 @@
 #include "linkage/core/ledger.h"
 #include "linkage/core/raise.h"
 #include "linkage/stats/periodcurves.h"
+#include "linkage/store/csvfiles.h"
 #include "platform/services/quoteclient.h"
 #include "platform/services/tradercenter.h"
 #include "platform/utils/keys.h"
@@ -31,10 +32,6 @@ FeePtr askFee(const std::string& accountKey, const vexservice::CDealDetail& deal
         account->getAccountInfo(), deal.m_strMarket, deal.m_strCode);
 }
 
-std::string tradeKeyOf(const vexservice::CDealDetail& deal) {
-    return deal.m_strTradeDate + "_" + deal.m_strDealID;
-}
-
 }  // namespace
 
 void CLinkageManager::onDealDetail(const std::string& accountKey,
@@ -46,9 +43,10 @@ void CLinkageManager::onDealDetail(const std::string& accountKey,
 
 void CLinkageManager::doDealDetail(const std::string& accountKey, const DealPtr& deal) {
     if (!deal) return;
+    DealStep step;
+    if (isHistoryBalance(deal->m_pCommand.get())) step.accountData = accountData(accountKey);
     CLock lock(m_mutex);
     CLedger& ledger = *m_pLedger;
-    DealStep step;
     step.listing = ledger.listingId(deal->m_strMarket, deal->m_strCode);
     if (ledger.listing(step.listing).excluded) return;
     step.stock = ledger.listing(step.listing).stock;
@@ -73,6 +71,7 @@ void CLinkageManager::countDealDetail(const std::string& accountKey, const DealP
                                       DealStep& step, Holding& held) {
     CLedger& ledger = *m_pLedger;
     ledger.fileDeal(step, deal);
+    if (step.dealIsNew) dropImported(accountKey, *deal);
     step.strategyIsNew = ledger.listStrategy(step.strategy);
     ledger.widenDealAmplitude(step);
 
@@ -85,10 +84,10 @@ void CLinkageManager::countDealDetail(const std::string& accountKey, const DealP
         step.commission = vexservice::COrderDetailHelper::calcDealCommission(held.fee, deal);
         if (ofHistory) {
             const std::string historyKey = accountKey + strategy;
-            if (isCanWriteToFile(historyKey, tradeKeyOf(*deal))) {
-                doHistoryDeal(deal, accountData(accountKey), historyKey,
-                              ledger.stockKey(step.listing), accountKey, step.stockIsNew, step.buys,
-                              step.commission);
+            const std::string tradeKey = csv::tradeKey(deal->m_strTradeDate, deal->m_strDealID);
+            if (isCanWriteToFile(historyKey, tradeKey)) {
+                doHistoryDeal(deal, step.accountData, historyKey, ledger.stockKey(step.listing),
+                              accountKey, step.stockIsNew, step.buys, step.commission);
             }
             return;
         }

@@ -24,8 +24,9 @@ struct alignas(64) Figures {
     LinkagePeriodExtData record;
     FigureBlock* block = nullptr;
     std::uint32_t stock = NONE;
-    std::uint32_t pair = NONE;     ///< NONE: taken out of the ledger
-    std::uint32_t minutes = NONE;  ///< newest minute of its deals
+    std::uint32_t pair = NONE;       ///< NONE: taken out of the ledger
+    std::uint32_t minutes = NONE;    ///< newest minute of its deals
+    std::int32_t newestMinute = -1;  ///< which one that is
     std::uint32_t inBlock = 0;
 
     boost::shared_ptr<LinkagePeriodExtData> share();

@@ -16,30 +16,57 @@ inline std::uint64_t mixHash(std::uint64_t value) {
     return value ^ value >> 32;
 }
 
-/// Hash of a short text: keys of this trade have 2 to 16 characters.
+namespace text {
+
+template <class Word>
+Word wordAt(const char* at) {
+    Word word;
+    std::memcpy(&word, at, sizeof word);
+    return word;
+}
+
+// A text of up to 8 characters as one word: its ends, overlapping.
+inline std::uint64_t shortText(const char* at, std::size_t size) {
+    if (size >= 4) {
+        return wordAt<std::uint32_t>(at) |
+               static_cast<std::uint64_t>(wordAt<std::uint32_t>(at + size - 4)) << 32;
+    }
+    if (size == 0) return 0;
+    const auto byte = [&](std::size_t i) {
+        return std::uint64_t{static_cast<unsigned char>(at[i])};
+    };
+    return byte(0) | byte(size / 2) << 8 | byte(size - 1) << 16;
+}
+
+}  // namespace text
+
+/// Hash of a short text: keys of this trade have 2 to 30 characters.
 inline std::uint64_t textHash(std::string_view text, std::uint64_t seed = 0) {
-    const char* at = text.data();
-    std::size_t left = text.size();
-    std::uint64_t hash = seed ^ (left * 0x2545f4914f6cdd1dull);
-    while (left >= 8) {
-        std::uint64_t word;
-        std::memcpy(&word, at, 8);
-        hash = mixHash(hash ^ word);
-        at += 8;
-        left -= 8;
+    constexpr std::uint64_t ODD = 0x9e3779b97f4a7c15ull;
+    const char* const at = text.data();
+    const std::size_t size = text.size();
+    std::uint64_t hash = (seed + size) * ODD;
+    if (size <= 8) return mixHash(hash ^ text::shortText(at, size));
+    for (std::size_t done = 0; done + 8 < size; done += 8) {
+        hash = (hash ^ text::wordAt<std::uint64_t>(at + done)) * ODD;
+        hash ^= hash >> 29;
     }
-    if (left >= 4) {
-        std::uint32_t first, last;
-        std::memcpy(&first, at, 4);
-        std::memcpy(&last, at + left - 4, 4);
-        return mixHash(hash ^ (first | static_cast<std::uint64_t>(last) << 32));
+    return mixHash(hash ^ text::wordAt<std::uint64_t>(at + size - 8));
+}
+
+/// Whether two short texts are equal, without a call.
+inline bool sameText(std::string_view left, std::string_view right) {
+    const std::size_t size = left.size();
+    if (size != right.size()) return false;
+    if (size <= 8) return text::shortText(left.data(), size) == text::shortText(right.data(), size);
+    const auto sameAt = [&](std::size_t at) {
+        return text::wordAt<std::uint64_t>(left.data() + at) ==
+               text::wordAt<std::uint64_t>(right.data() + at);
+    };
+    for (std::size_t done = 0; done + 8 < size; done += 8) {
+        if (!sameAt(done)) return false;
     }
-    if (left == 0) return mixHash(hash);
-    const std::uint64_t word =
-        static_cast<unsigned char>(at[0]) |
-        static_cast<std::uint64_t>(static_cast<unsigned char>(at[left / 2])) << 8 |
-        static_cast<std::uint64_t>(static_cast<unsigned char>(at[left - 1])) << 16;
-    return mixHash(hash ^ word);
+    return sameAt(size - 8);
 }
 
 /// From a hash to an index of the caller's. It keeps no keys: the caller says whether

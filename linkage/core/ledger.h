@@ -18,6 +18,10 @@
 #include <unordered_map>
 #include <vector>
 
+namespace vexservice {
+class CAccountData;
+}
+
 namespace TC {
 
 using OrderPtr = boost::shared_ptr<vexservice::COrderDetail>;
@@ -43,6 +47,7 @@ struct alignas(64) Holding {
 /// A deal report on its way through intake.
 struct DealStep {
     const vexservice::CDealDetail* deal = nullptr;
+    boost::shared_ptr<vexservice::CAccountData> accountData;  ///< of deals that balance history
     std::uint32_t account = NONE;
     std::uint32_t listing = NONE;
     std::uint32_t stock = NONE;
@@ -316,6 +321,9 @@ public:
     /// Stock keys under a day, of orders and deals; makes the day's entries.
     std::set<std::string> stocksOfDay(int day);
 
+    /// How many stocks have orders or deals under a day.
+    std::size_t countStocks(int day) const;
+
     /// Running orders of a pair in record key order; nothing when there never was one.
     std::optional<std::vector<OrderPtr>> runningOrders(const std::string& accountKey,
                                                        const std::string& strategy) const;
@@ -459,8 +467,8 @@ private:
     std::uint32_t cellOf(std::uint32_t account, std::uint32_t stock, int day);
     std::uint32_t pairOf(std::uint32_t account, std::uint32_t strategy);
     const Pair* findPair(std::uint32_t account, std::uint32_t strategy) const;
-    const Figures* prefetchPlaces(std::uint32_t account, std::uint32_t stock,
-                                  const Pair* pair) const;
+    void prefetchPlaces(std::uint32_t account, std::uint32_t stock, const Pair* pair) const;
+    void prefetchFigures(std::uint32_t account, std::uint32_t strategy, std::uint32_t stock) const;
     Figures* figuresIn(std::uint32_t pair, std::uint32_t stock);
     std::uint32_t findOrder(const Account& account, std::uint64_t key) const;
     const Pair* findPair(const std::string& accountKey, const std::string& strategy) const;

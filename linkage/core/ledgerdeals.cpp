@@ -46,6 +46,7 @@ bool CLedger::putDeal(std::uint32_t accountAt, std::uint32_t cellAt, const DealP
 void CLedger::fileDeal(DealStep& step, const DealPtr& deal) {
     step.deal = deal.get();
     step.cell = cellOf(step.account, step.stock, day(deal->m_strTradeDate));
+    prefetchFigures(step.account, step.strategy, step.stock);
     if (!m_cells[step.cell].hasDeals) {
         step.stockIsNew = m_days[m_cells[step.cell].day].deals.count(step.stock) == 0;
     }
@@ -67,7 +68,6 @@ void CLedger::widenDealAmplitude(const DealStep& step) {
 
 void CLedger::findFigures(DealStep& step) {
     step.figures = figuresIn(pairOf(step.account, step.strategy), step.stock);
-    step.figures->prefetch();
 }
 
 void CLedger::countDay(const DealStep& step) {
@@ -90,8 +90,13 @@ void CLedger::countMinute(const DealStep& step) {
     m_stocks[step.stock].hasPeriods = true;
 
     std::uint32_t* link = &figures.minutes;
-    while (*link != NONE && m_minutes[*link].minute > minute) link = &m_minutes[*link].older;
-    if (*link == NONE || m_minutes[*link].minute != minute) {
+    const bool isNewest = minute > figures.newestMinute;
+    if (isNewest) {
+        figures.newestMinute = minute;
+    } else {
+        while (*link != NONE && m_minutes[*link].minute > minute) link = &m_minutes[*link].older;
+    }
+    if (isNewest || *link == NONE || m_minutes[*link].minute != minute) {
         const std::uint32_t made = m_minutes.make();
         m_minutes[made].minute = minute;
         m_minutes[made].older = *link;

@@ -102,6 +102,14 @@ std::set<std::string> CLedger::stocksOfDay(int day) {
     return keys;
 }
 
+std::size_t CLedger::countStocks(int day) const {
+    const auto at = m_days.find(day);
+    if (at == m_days.end()) return 0;
+    std::set<std::uint32_t> stocks = at->second.orders;
+    stocks.insert(at->second.deals.begin(), at->second.deals.end());
+    return stocks.size();
+}
+
 std::optional<std::vector<OrderPtr>> CLedger::runningOrders(const std::string& accountKey,
                                                             const std::string& strategy) const {
     const Pair* const pair = findPair(accountKey, strategy);

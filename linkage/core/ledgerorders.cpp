@@ -58,6 +58,7 @@ void CLedger::fileOrder(OrderStep& step, const OrderPtr& order) {
     const std::uint64_t key = order->recordKey();
     step.order = order.get();
     step.cell = cellOf(step.account, step.stock, day);
+    prefetchFigures(step.account, step.strategy, step.stock);
 
     const std::uint32_t head = findOrder(account, key);
     std::uint32_t at = head;

@@ -10,6 +10,7 @@
 #include "linkage/stats/positionmerge.h"
 #include "linkage/store/filesaver.h"
 #include "linkage/store/historystate.h"
+#include "linkage/store/import/samerecord.h"
 #include "linkage/store/serverhistory.h"
 #include "platform/services/clientconfig.h"
 #include "platform/services/rpcengine.h"
@@ -47,6 +48,7 @@ CLinkageManager::CLinkageManager()
       m_pBalance(std::make_unique<BalanceState>()),
       m_pHistory(std::make_unique<HistoryState>()),
       m_pServerHistory(std::make_unique<CServerHistory>()),
+      m_pImported(std::make_unique<ImportedRecords>()),
       m_pSaver(makeSaver()) {
     registerMetaTypes();
     readFromFile();

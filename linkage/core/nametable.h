@@ -16,7 +16,7 @@ public:
     /// NONE when the text was never added.
     std::uint32_t find(const std::string& key) const {
         return m_index.find(textHash(key),
-                            [&](std::uint32_t at) { return m_names[at].key == key; });
+                            [&](std::uint32_t at) { return sameText(m_names[at].key, key); });
     }
 
     /// Adds a text that is not there yet.

@@ -50,6 +50,7 @@ void CLinkageManager::doOrderDetail(const std::string& accountKey, const OrderPt
 
     ledger.prefetchOrder(step, *order);
     ledger.fileOrder(step, order);
+    dropImported(accountKey, *order);  // its number may come after its first report
     if (isHistoryBalance(order->m_pCommand.get())) {
         doHistoryOrder(order, accountKey, step.stockIsNew, step.recordIsNew, step.runs);
         return;

@@ -6,6 +6,7 @@
 #include <QString>
 
 #include <algorithm>
+#include <cmath>
 #include <initializer_list>
 #include <string_view>
 #include <utility>
@@ -72,6 +73,13 @@ Fields fieldsOf(std::string_view line) {
         if (comma == std::string_view::npos) return fields;
         from = comma + 1;
     }
+}
+
+// What is no number, or none that money can be, reads as nothing.
+double amountOf(const std::string& field) {
+    bool ok = false;
+    const double value = Pim::sToQs(field).toDouble(&ok);
+    return ok && std::isfinite(value) ? value : 0.0;
 }
 
 // Calls `take` with the fields of every line but the first that has `count` of them.
@@ -141,8 +149,8 @@ std::vector<BalanceRow> readBalanceRows(const std::string& text) {
         EffectiveFigures figures;
         figures.sellVolume = Pim::sToQs(fields[2]).toInt();
         figures.buyVolume = Pim::sToQs(fields[3]).toInt();
-        figures.buyAmount = Pim::sToQs(fields[4]).toDouble();
-        figures.sellAmount = Pim::sToQs(fields[5]).toDouble();
+        figures.buyAmount = amountOf(fields[4]);
+        figures.sellAmount = amountOf(fields[5]);
         rows.push_back({fields[0], fields[1], figures});
     });
     return rows;

@@ -123,15 +123,33 @@ bool CFileSaver::serve(bool onSaveThread) {
     const std::optional<Wishes> wishes = take(onSaveThread);
     if (!wishes) return false;
     const Writing writing(*this);
-    Save save;
-    save.number = ++m_nNumber;
-    if (wishes->all) save.texts = m_composer.all(*wishes->all);
-    if (wishes->balanceTimes) {
-        for (auto& [name, text] : m_composer.balanceTimes()) save.texts[name] = std::move(text);
-    }
+    const Save save = compose(*wishes);
     lock.unlock();
     commit(save);
     return true;
+}
+
+CFileSaver::Save CFileSaver::compose(const Wishes& wishes) {
+    Save save;
+    save.number = ++m_nNumber;
+    try {
+        if (wishes.all) save.texts = m_composer.all(*wishes.all);
+        if (wishes.balanceTimes) {
+            for (auto& [name, text] : m_composer.balanceTimes()) save.texts[name] = std::move(text);
+        }
+    } catch (...) {
+        putBack(wishes);
+        throw;
+    }
+    return save;
+}
+
+// What could not be composed stands, unless it was asked for anew.
+void CFileSaver::putBack(Wishes wishes) {
+    std::lock_guard lock(m_mutex);
+    if (m_wishes && m_wishes->all) return;
+    wishes.balanceTimes = wishes.balanceTimes || m_wishes;
+    m_wishes = wishes;
 }
 
 void CFileSaver::commit(const Save& save) {
@@ -141,6 +159,12 @@ void CFileSaver::commit(const Save& save) {
         const auto text = save.texts.find(name);
         if (text == save.texts.end()) continue;
         const std::string path = pathOf(name);
+        // A rename would replace even a file that its owner has closed to writing.
+        if (!m_pFiles->mayWrite(path)) {
+            VEX_INFO("TC::CLinkageManager::writedata", "file not writable, left as it is : {0}",
+                     path);
+            continue;
+        }
         if (writeWhole(stagePath(path), path, encodeText(text->second, m_place.encoding))) {
             staged.push_back(name);
         }
@@ -201,7 +225,11 @@ std::optional<std::string> CFileSaver::freshNameBeside(const std::string& path) 
 }
 
 void CFileSaver::finish() {
-    while (serve(false)) {
+    try {
+        while (serve(false)) {
+        }
+    } catch (const std::exception& error) {
+        g_VexStdLogger.error("TC::CLinkageManager::writedata", error.what());
     }
     std::unique_lock lock(m_mutex);
     m_written.wait(lock, [&] { return m_nWriting == 0; });

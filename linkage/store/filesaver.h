@@ -82,7 +82,7 @@ public:
 
     /// Serves what is still asked for and waits until it, and what other threads are
     /// writing, is on disk or has failed. Never waits for a thread that waits for the
-    /// manager's lock.
+    /// manager's lock. What cannot be composed is logged and still stands; nothing throws.
     void finish();
 
     /// Removes files. Hold the manager's lock and change the manager's state under the
@@ -107,6 +107,8 @@ private:
     void run();
     bool serve(bool onSaveThread);
     std::optional<Wishes> take(bool onSaveThread);
+    Save compose(const Wishes& wishes) REQUIRES(m_managerMutex);
+    void putBack(Wishes wishes);
     void commit(const Save& save);
     void putInPlace(const std::vector<std::string>& staged, std::uint64_t number);
     std::string pathOf(const std::string& name) const;

@@ -35,8 +35,18 @@ IFileSystem::ERead CDiskFiles::read(const std::string& path, std::string& bytes)
     return whole ? ERead::Done : ERead::Failed;
 }
 
+bool CDiskFiles::mayWrite(const std::string& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0) return true;
+    // A superuser may write anything; that the file is closed to all holds for it too.
+    return (status.st_mode & 0222) != 0 && ::access(path.c_str(), W_OK) == 0;
+}
+
 int CDiskFiles::create(const std::string& path, const std::string& like) {
-    const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    std::error_code error;
+    std::filesystem::remove(path, error);
+    const int file =
+        ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
     struct stat status {};
     if (file >= 0 && ::stat(like.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
         // What a user closed to others stays closed.

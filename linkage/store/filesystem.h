@@ -22,8 +22,12 @@ public:
     /// A regular file's bytes.
     virtual ERead read(const std::string& path, std::string& bytes) = 0;
 
-    /// Opens a new or emptied file for writing, with the permissions of the file `like`
-    /// when there is one.
+    /// Whether the user lets this file be written; true when there is none.
+    virtual bool mayWrite(const std::string& path) = 0;
+
+    /// Opens a new file for writing, with the permissions of the file `like` when there is
+    /// one. What has the name already (a file, a link, an empty directory) goes first; a
+    /// link's target is left alone.
     virtual int create(const std::string& path, const std::string& like) = 0;
     virtual bool write(int file, std::string_view bytes) = 0;
     virtual bool flush(int file) = 0;
@@ -42,6 +46,7 @@ class LINKAGE_EXPORT CDiskFiles : public IFileSystem {
 public:
     bool makeDirectory(const std::string& path) override;
     ERead read(const std::string& path, std::string& bytes) override;
+    bool mayWrite(const std::string& path) override;
     int create(const std::string& path, const std::string& like) override;
     bool write(int file, std::string_view bytes) override;
     bool flush(int file) override;

@@ -1,8 +1,10 @@
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/daykey.h"
 #include "linkage/core/ledger.h"
+#include "linkage/core/raise.h"
 #include "linkage/store/import/accountchoice.h"
 #include "linkage/store/import/readers.h"
+#include "linkage/store/import/samerecord.h"
 #include "linkage/store/import/statement.h"
 #include "linkage/store/importreport.h"
 #include "platform/log.h"
@@ -16,15 +18,17 @@
 #include <algorithm>
 #include <map>
 #include <new>
-#include <optional>
 #include <set>
-#include <tuple>
+#include <span>
+#include <type_traits>
 
 namespace TC {
 
 namespace {
 
 using namespace statement;
+
+constexpr char OPERATION[] = "TC::CLinkageManager::importData";
 
 QString askForFile() {
     // Without a screen, or on another thread, a dialog would bring the client down.
@@ -48,73 +52,41 @@ std::vector<NamedAccount> namedAccounts(const std::vector<Parsed<Record>>& rows)
     return named;
 }
 
-const std::string& numberOfRecord(const vexservice::CDealDetail& deal) { return deal.m_strDealID; }
-const std::string& numberOfRecord(const vexservice::COrderDetail& order) {
-    return order.m_strSysID;
-}
+/// So many rows are filed in one hold of the lock; intake never waits for a whole file.
+constexpr std::size_t ROWS_PER_HOLD = 2000;
 
-/// Deals and orders that the trading system reported, by what a statement tells of
-/// them. A statement repeats what the client saw itself; that must not count twice.
+/// Deals and orders that the trading system reported. A statement repeats what the client
+/// saw itself; that must not count twice. Good for one hold of the manager's lock.
 template <class Record>
 class CReported {
 public:
-    template <class Load>
-    bool contains(const std::string& accountKey, int day, const Record& record, Load load) {
-        if (numberOfRecord(record).empty()) return false;
-        auto& known = m_known[{accountKey, day}];
-        if (!known) {
-            known.emplace();
-            for (const auto& [key, each] : load(accountKey, day)) {
-                if (!each->m_bImported) known->insert(traits(*each));
+    explicit CReported(const CLedger& ledger) : m_ledger(ledger) {}
+
+    bool contains(const std::string& accountKey, const Record& record) {
+        const std::string traits = traitsOf(record);
+        if (traits.empty()) return false;
+        const int day = dayKey(record.m_strTradeDate);
+        const auto [known, isNew] = m_known.try_emplace({accountKey, day});
+        if (isNew) {
+            for (const auto& [key, each] : filed(accountKey, day)) {
+                if (!each->m_bImported) known->second.insert(traitsOf(*each));
             }
         }
-        return known->count(traits(record)) > 0;
+        return known->second.count(traits) > 0;
     }
 
 private:
-    using Traits = std::tuple<std::string, std::string, std::string, int, int>;
-    static Traits traits(const Record& record) {
-        return {record.m_strMarket, record.m_strCode, numberOfRecord(record), record.m_nVolume,
-                record.m_eDirection};
+    auto filed(const std::string& accountKey, int day) const {
+        if constexpr (std::is_same_v<Record, vexservice::CDealDetail>) {
+            return m_ledger.accountDeals(accountKey, day);
+        } else {
+            return m_ledger.accountOrders(accountKey, day);
+        }
     }
-    std::map<std::pair<std::string, int>, std::optional<std::set<Traits>>> m_known;
+
+    const CLedger& m_ledger;
+    std::map<std::pair<std::string, int>, std::set<std::string>> m_known;
 };
-
-template <class Record>
-using Chosen = std::vector<std::pair<std::string, boost::shared_ptr<Record>>>;
-
-/// The rows to file, each with its account key; what is left out goes to the report.
-/// `load` gives what is filed of an account under a day.
-template <class Record, class Load>
-Chosen<Record> chooseRows(const std::vector<Parsed<Record>>& rows, const CAccountChoice& accounts,
-                          CLedger& ledger, ImportReport& report, Load load) {
-    Chosen<Record> chosen;
-    CReported<Record> reported;
-    const auto skip = [&](const Parsed<Record>& row, const QString& why) {
-        report.skipped.push_back({row.sheet, row.row, why});
-    };
-    for (const auto& row : rows) {
-        const auto account = accounts.of({row.fundAccount, row.holder});
-        if (!account) {
-            skip(row, QStringLiteral("account %1 is not followed")
-                          .arg(row.fundAccount.isEmpty() ? row.holder : row.fundAccount));
-            continue;
-        }
-        const auto listing = ledger.listingId(row.record->m_strMarket, row.record->m_strCode);
-        if (ledger.listing(listing).excluded) {
-            skip(row, QStringLiteral("repurchase or subscription, which is not followed"));
-            continue;
-        }
-        row.record->m_pAccountInfo = account;
-        const std::string& key = account->m_strKey;
-        if (reported.contains(key, dayKey(row.record->m_strTradeDate), *row.record, load)) {
-            skip(row, QStringLiteral("already reported by the trading system"));
-            continue;
-        }
-        chosen.emplace_back(key, row.record);
-    }
-    return chosen;
-}
 
 /// Rows in the order of the file, whatever stage left them out.
 void sortSkipped(std::vector<ImportReport::SkippedRow>& skipped, const CWorkbook& book) {
@@ -129,42 +101,96 @@ void sortSkipped(std::vector<ImportReport::SkippedRow>& skipped, const CWorkbook
 
 bool CLinkageManager::importDeal(const std::string& accountKey,
                                  const boost::shared_ptr<vexservice::CDealDetail>& deal) {
-    return m_pLedger->fileDeal(dayKey(deal->m_strTradeDate),
-                               utils::zorStockKey(deal->m_strMarket, deal->m_strCode), accountKey,
-                               deal);
+    const int day = dayKey(deal->m_strTradeDate);
+    m_pImported->deals.add(accountKey, day, *deal);
+    return m_pLedger->fileDeal(day, utils::zorStockKey(deal->m_strMarket, deal->m_strCode),
+                               accountKey, deal);
 }
 
 bool CLinkageManager::importOrder(const std::string& accountKey,
                                   const boost::shared_ptr<vexservice::COrderDetail>& order) {
-    return m_pLedger->fileOrder(dayKey(order->m_strTradeDate),
-                                utils::zorStockKey(order->m_strMarket, order->m_strCode),
+    const int day = dayKey(order->m_strTradeDate);
+    m_pImported->orders.add(accountKey, day, *order);
+    return m_pLedger->fileOrder(day, utils::zorStockKey(order->m_strMarket, order->m_strCode),
                                 accountKey, order);
 }
 
-void CLinkageManager::importRows(const statement::Statement& rows, ImportReport& report) {
-    const bool orders = rows.kind == ImportReport::Kind::Orders;
-    CLock lock(m_mutex);
-    const CAccountChoice accounts(getAccounts(),
-                                  orders ? namedAccounts(rows.orders) : namedAccounts(rows.deals));
-    if (rows.orders.empty() && rows.deals.empty()) return;
+void CLinkageManager::dropImported(const std::string& accountKey,
+                                   const vexservice::CDealDetail& deal) {
+    if (m_pImported->deals.empty()) return;
+    const int day = m_pLedger->day(deal.m_strTradeDate);
+    m_pLedger->removeFiledDeals(day, accountKey, m_pImported->deals.take(accountKey, day, deal));
+}
+
+void CLinkageManager::dropImported(const std::string& accountKey,
+                                   const vexservice::COrderDetail& order) {
+    if (m_pImported->orders.empty()) return;
+    const int day = m_pLedger->day(order.m_strTradeDate);
+    m_pLedger->removeFiledOrders(day, accountKey, m_pImported->orders.take(accountKey, day, order));
+}
+
+template <class Record>
+bool CLinkageManager::importSlice(std::span<const Parsed<Record>> rows,
+                                  const CAccountChoice& accounts, ImportReport& report) {
+    const std::string today = getTradeDate();
+    bool ofToday = false;
+    const CLock lock(m_mutex);
+    CLedger& ledger = *m_pLedger;
+    CReported<Record> reported(ledger);
+    for (const Parsed<Record>& row : rows) {
+        const auto& record = row.record;
+        const auto skip = [&](const QString& why) {
+            ImportReport::list(report.skipped, {row.sheet, row.row, why});
+        };
+        const CAccountChoice::Choice choice = accounts.of({row.fundAccount, row.holder});
+        if (!choice.account) {
+            skip(choice.why);
+            continue;
+        }
+        if (ledger.listing(ledger.listingId(record->m_strMarket, record->m_strCode)).excluded) {
+            skip(QStringLiteral("repurchase or subscription, which is not followed"));
+            continue;
+        }
+        const std::string& key = choice.account->m_strKey;
+        if (reported.contains(key, *record)) {
+            skip(QStringLiteral("already reported by the trading system"));
+            continue;
+        }
+        record->m_pAccountInfo = choice.account;
+        ++report.taken;
+        if constexpr (std::is_same_v<Record, vexservice::CDealDetail>) {
+            report.added += importDeal(key, record);
+        } else {
+            report.added += importOrder(key, record);
+        }
+        ofToday = ofToday || record->m_strTradeDate == today;
+    }
+    return ofToday;
+}
+
+template <class Record>
+void CLinkageManager::importRows(const std::vector<Parsed<Record>>& rows, ImportReport& report) {
+    if (rows.empty()) return;
+    const CAccountChoice accounts(getAccounts(), namedAccounts(rows));
     report.refusal = accounts.refusal();
     if (!report.ok()) return;
     if (!accounts.note().isEmpty()) report.notes << accounts.note();
-    const auto ordersOf = [&](const std::string& key, int day) {
-        return m_pLedger->accountOrders(key, day);
-    };
-    const auto dealsOf = [&](const std::string& key, int day) {
-        return m_pLedger->accountDeals(key, day);
-    };
-    for (const auto& [key, order] :
-         chooseRows(rows.orders, accounts, *m_pLedger, report, ordersOf)) {
-        ++report.taken;
-        report.added += importOrder(key, order);
+
+    const int today = dayKey(getTradeDate());
+    CLock lock(m_mutex);
+    const std::size_t stocks = m_pLedger->countStocks(today);
+    lock.unlock();
+    bool ofToday = false;
+    const std::span all(rows);
+    for (std::size_t at = 0; at < all.size(); at += ROWS_PER_HOLD) {
+        const auto slice = all.subspan(at, std::min(ROWS_PER_HOLD, all.size() - at));
+        ofToday = importSlice<Record>(slice, accounts, report) || ofToday;
     }
-    for (const auto& [key, deal] : chooseRows(rows.deals, accounts, *m_pLedger, report, dealsOf)) {
-        ++report.taken;
-        report.added += importDeal(key, deal);
-    }
+    if (!ofToday) return;
+    report.notes << QStringLiteral(
+        "records of the running day stay until the account is requested again");
+    lock.relock();
+    if (m_pLedger->countStocks(today) != stocks) raise(OPERATION, sigStocksChanged);
 }
 
 ImportReport CLinkageManager::importData(const QString& path) {
@@ -179,8 +205,14 @@ ImportReport CLinkageManager::importData(const QString& path) {
         report.read = rows.read;
         report.notes = std::move(rows.notes);
         report.skipped = std::move(rows.skipped);
-        importRows(rows, report);
+        importRows(rows.deals, report);
+        importRows(rows.orders, report);
         sortSkipped(report.skipped, book);
+        const auto listed = static_cast<int>(report.skipped.size());
+        if (listed < report.skippedCount()) {
+            report.notes << QStringLiteral("%1 more rows were left out than are listed")
+                                .arg(report.skippedCount() - listed);
+        }
     } catch (const Refusal& why) {
         report.refusal = why.text;
     } catch (const std::bad_alloc&) {
@@ -190,13 +222,12 @@ ImportReport CLinkageManager::importData(const QString& path) {
         report.read = 0;
         report.skipped.clear();
         report.notes.clear();
-        VEX_INFO("TC::CLinkageManager::importData", "Import of {0} refused: {1}",
-                 report.path.toStdString(), report.refusal.toStdString());
+        VEX_INFO(OPERATION, "Import of {0} refused: {1}", report.path.toStdString(),
+                 report.refusal.toStdString());
     } else {
-        VEX_INFO("TC::CLinkageManager::importData",
-                 "Imported {0}: {1} rows read, {2} taken, {3} new, {4} skipped",
+        VEX_INFO(OPERATION, "Imported {0}: {1} rows read, {2} taken, {3} new, {4} skipped",
                  report.path.toStdString(), report.read, report.taken, report.added,
-                 report.skipped.size());
+                 report.skippedCount());
     }
     return report;
 }

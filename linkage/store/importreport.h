@@ -3,12 +3,12 @@
 #include <QString>
 #include <QStringList>
 
+#include <utility>
 #include <vector>
 
 namespace TC {
 
-/// What became of a statement file. Every row that was read was either taken or
-/// skipped: `read == taken + skipped.size()`.
+/// What became of a statement file. Every row that was read was either taken or skipped.
 struct ImportReport {
     enum class Kind { None, Deals, Orders };
 
@@ -18,6 +18,12 @@ struct ImportReport {
         int row = 0;    ///< counted from 1
         QString reason;
     };
+
+    /// So many skipped rows are listed with their reasons; further ones only count.
+    static constexpr std::size_t LISTED_ROWS = 10'000;
+    static void list(std::vector<SkippedRow>& rows, SkippedRow row) {
+        if (rows.size() < LISTED_ROWS) rows.push_back(std::move(row));
+    }
 
     QString path;     ///< the file; empty when the dialog was cancelled
     QString refusal;  ///< why nothing at all was taken; empty when the file was read
@@ -29,6 +35,7 @@ struct ImportReport {
     QStringList notes;  ///< what the reader assumed, for the user to check
 
     bool ok() const { return refusal.isEmpty(); }
+    int skippedCount() const { return read - taken; }
 };
 
 }  // namespace TC

@@ -7,6 +7,7 @@
 #include "linkage/core/ledger.h"
 #include "linkage/core/published.h"
 #include "linkage/core/raise.h"
+#include "linkage/store/import/samerecord.h"
 #include "platform/log.h"
 #include "platform/services/tradercenter.h"
 #include "platform/utils/keys.h"
@@ -32,19 +33,25 @@ bool isKnownAccount(const std::string& accountKey) {
     return center->getAccountData(utils::hash(accountKey)) != nullptr;
 }
 
-// Puts an answer in the place of what the server filed before.
+// Puts an answer in the place of what the server filed before, and of what was imported of
+// the same records.
 template <class Record>
-void fileAnswer(CLedger& ledger, const HistoryQuery& query, CServerHistory::Keys& filed,
+void fileAnswer(CLedger& ledger, statement::CImported<Record>& imported, const HistoryQuery& query,
+                CServerHistory::Keys& filed,
                 const std::vector<boost::shared_ptr<Record>>& records) {
     const std::string date = query.day.toString(FORMAT).toStdString();
     const int day = dayKey(date);
     constexpr bool DEALS = std::is_same_v<Record, vexservice::CDealDetail>;
-    if constexpr (DEALS) {
-        ledger.removeFiledDeals(day, query.accountKey, filed);
-    } else {
-        ledger.removeFiledOrders(day, query.accountKey, filed);
-    }
+    const auto removeFiled = [&](const CServerHistory::Keys& keys) {
+        if constexpr (DEALS) {
+            ledger.removeFiledDeals(day, query.accountKey, keys);
+        } else {
+            ledger.removeFiledOrders(day, query.accountKey, keys);
+        }
+    };
+    removeFiled(filed);
     filed.clear();
+    CServerHistory::Keys replaced;
     int strays = 0;
     for (const auto& record : records) {
         if (!record) continue;
@@ -62,7 +69,9 @@ void fileAnswer(CLedger& ledger, const HistoryQuery& query, CServerHistory::Keys
             isNew = ledger.fileOrder(day, stockKey, query.accountKey, record);
         }
         if (isNew) filed.insert(record->recordKey());
+        replaced.merge(imported.take(query.accountKey, day, *record));
     }
+    removeFiled(replaced);
     if (strays > 0) {
         VEX_INFO(operationOf(query.records),
                  "account {0}, day {1}: {2} records of other days left out", query.accountKey, date,
@@ -78,6 +87,7 @@ std::string historyRangeFault(const QDate& first, const QDate& last, const QDate
     if (!first.isValid() || !last.isValid()) return "no such day";
     if (first > last) return "the first day is after the last";
     if (last > tradeDate) return "the last day has not come yet";
+    if (first < QDate(1990, 1, 1)) return "the first day is before any exchange";
     return {};
 }
 
@@ -183,7 +193,8 @@ void CLinkageManager::takeHistoryAnswer(std::uint64_t number, const utils::VexEr
     if (!query) return;
     std::string fault;
     if (error.isOk()) {
-        fileAnswer(*m_pLedger, *query, m_pServerHistory->filed(*query), records);
+        fileAnswer(*m_pLedger, m_pImported->of<Record>(), *query, m_pServerHistory->filed(*query),
+                   records);
     } else {
         fault = fmt::format("error {0} {1}", error.m_nError, error.m_strText);
     }
@@ -192,11 +203,13 @@ void CLinkageManager::takeHistoryAnswer(std::uint64_t number, const utils::VexEr
 }
 
 // Tells that a day is over, as a slot outside the manager's lock can take it, and goes on
-// to the next one.
+// to the next one. A day without an answer is the last: what comes after a gap would look
+// like the whole.
 void CLinkageManager::endHistoryDay(HistoryQuery query, const std::string& fault) {
     if (!fault.empty()) {
         VEX_INFO(operationOf(query.records), "account {0}, day {1}: {2}", query.accountKey,
                  query.day.toString(FORMAT).toStdString(), fault);
+        query.last = query.day;
     }
     const QDateTime day = query.day.isValid() ? query.day.startOfDay() : QDateTime();
     raise(operationOf(query.records), [&] {

@@ -32,7 +32,7 @@ struct HistoryQuery {
 LINKAGE_EXPORT QDate historyDay(const std::string& text);
 
 /// Why the server cannot be asked for these days, "" when it can: a day that is none, an
-/// empty range, or days that have not come yet.
+/// empty range, days that have not come yet, or days before any exchange (1990).
 LINKAGE_EXPORT std::string historyRangeFault(const QDate& first, const QDate& last,
                                              const QDate& tradeDate);
 

@@ -1,4 +1,5 @@
 #include "linkage/store/filesaver.h"
+#include "platform/log.h"
 #include "tests/support/faultyfiles.h"
 
 #include <QTemporaryDir>
@@ -16,6 +17,8 @@
 #include <csignal>
 #include <filesystem>
 #include <future>
+#include <stdexcept>
+#include <vector>
 
 using namespace TC;
 using tests::CFaultyFiles;
@@ -47,6 +50,7 @@ public:
 
     CFileSaver* operator->() { return m_saver.get(); }
     CRecursiveMutex& mutex() { return m_mutex; }
+    /// A negative one cannot be composed.
     void setVersion(int version) {
         const CLock lock(m_mutex);
         m_nVersion = version;
@@ -89,6 +93,7 @@ private:
     }
     CFileSaver::Texts compose() {
         ++m_nComposed;
+        if (m_nVersion < 0) throw std::runtime_error("no text");
         return {{STAT_FILE, text("all")}, {BALANCE_FILE, text("all")}, {DETAIL_FILE, text("all")}};
     }
 
@@ -199,6 +204,71 @@ TEST(FileSaver, AFullDiskAndADirectoryInTheFilesPlace) {
     std::filesystem::remove(saver.directory());
     saver.save(6);
     EXPECT_EQ(saver.all(), "all 6|all 6|all 6");
+}
+
+TEST(FileSaver, WhatStandsUnderTheStagesNameGoes) {
+    namespace fs = std::filesystem;
+    Saver saver;
+    saver.save(1);
+    const fs::path file = saver.path(BALANCE_FILE);
+    const fs::path stage = saver.path(BALANCE_FILE) + ".new";
+    fs::create_directory(stage);
+    saver.save(2);
+    EXPECT_EQ(saver.all(), "all 2|all 2|all 2");
+
+    const fs::path other = saver.path("other");
+    fs::copy_file(file, other);
+    fs::create_symlink(other, stage);
+    saver.save(3);
+    EXPECT_EQ(saver.all(), "all 3|all 3|all 3");
+    EXPECT_EQ(saver.file("other"), "all 2") << "the link's target is left alone";
+    EXPECT_FALSE(fs::is_symlink(file));
+    fs::remove(other);
+
+    // A stage that could neither be put in place nor removed.
+    saver.reopen([](const std::string& call, const std::string& path) {
+        return (call != "rename" && call != "remove") || path.find(BALANCE_FILE) == path.npos;
+    });
+    saver.save(4);
+    EXPECT_EQ(saver.all(), "all 4|all 3|all 4");
+    EXPECT_TRUE(fs::exists(stage));
+    saver.reopen();
+    saver.save(5);
+    EXPECT_EQ(saver.all(), "all 5|all 5|all 5");
+    EXPECT_EQ(saver.fileCount(), 3);
+}
+
+TEST(FileSaver, AFileClosedToWritingIsLeftAndLogged) {
+    namespace fs = std::filesystem;
+    Saver saver;
+    saver.save(1);
+    fs::permissions(saver.path(BALANCE_FILE), fs::perms::owner_read);
+    std::vector<std::string> log;
+    g_VexStdLogger.setTap(
+        [&](std::string_view, const std::string& message) { log.push_back(message); });
+    saver.save(2);
+    g_VexStdLogger.setTap({});
+    EXPECT_EQ(saver.all(), "all 2|all 1|all 2");
+    EXPECT_EQ(log, (std::vector<std::string>{"file not writable, left as it is : " +
+                                             saver.path(BALANCE_FILE)}));
+    fs::permissions(saver.path(BALANCE_FILE), fs::perms::owner_all);
+    saver.save(3);
+    EXPECT_EQ(saver.all(), "all 3|all 3|all 3");
+    EXPECT_EQ(saver.fileCount(), 3);
+}
+
+TEST(FileSaver, WhatCannotBeComposedStillStands) {
+    for (const bool onThread : {false, true}) {
+        Saver saver({}, onThread ? CFileSaver::StartThread() : noThread);
+        saver.setVersion(-1);
+        saver->saveAll(false);
+        EXPECT_NO_THROW(saver->finish());
+        saver->saveBalanceTimes();
+        EXPECT_NO_THROW(saver->finish());
+        saver.setVersion(1);
+        saver->finish();
+        EXPECT_EQ(saver.all(), "times 1|all 1|all 1") << onThread;
+    }
 }
 
 TEST(FileSaver, ABurstIsServedByOneThread) {
@@ -324,9 +394,11 @@ TEST(FileSaver, AFileThatCannotBeReadIsNeverLost) {
         return bytes;
     };
     bool canCopy = false;
+    bool canRead = true;
     Saver saver;
     put(saver);
     saver.reopen([&](const std::string& call, const std::string& path) {
+        if (call == "read") return canRead;
         return canCopy || call != "create" || path.find(".unreadable") == std::string::npos;
     });
     EXPECT_FALSE(saver->load(DETAIL_FILE).has_value());
@@ -335,7 +407,11 @@ TEST(FileSaver, AFileThatCannotBeReadIsNeverLost) {
     EXPECT_EQ(saver.file(STAT_FILE), "all 1");
     EXPECT_EQ(bytesOf(saver.path(DETAIL_FILE)), broken);
 
+    canRead = false;
     canCopy = true;
+    saver.save(1);
+    EXPECT_EQ(bytesOf(saver.path(DETAIL_FILE)), broken) << "what cannot be read is not replaced";
+    canRead = true;
     saver.save(2);
     EXPECT_EQ(saver.all(), "all 2|all 2|all 2");
     EXPECT_EQ(bytesOf(saver.path(DETAIL_FILE) + ".unreadable"), broken);
@@ -348,5 +424,12 @@ TEST(FileSaver, AFileThatCannotBeReadIsNeverLost) {
         saver->remove({DETAIL_FILE});
     }
     EXPECT_EQ(saver.all(), "all 2|all 2|none");
+    saver.reopen([](const std::string& call, const std::string&) { return call != "remove"; });
+    {
+        const CLock lock(saver.mutex());
+        saver->remove({STAT_FILE});
+    }
+    saver.save(3);
+    EXPECT_EQ(saver.all(), "all 3|all 3|all 3") << "a file that could not be removed";
     EXPECT_EQ(bytesOf(saver.path(DETAIL_FILE) + ".unreadable.2"), broken);
 }

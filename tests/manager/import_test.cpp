@@ -26,11 +26,12 @@ protected:
         f.forget();
     }
 
-    QString csv(const QByteArray& rows) {
+    QString csv(const QByteArray& rows,
+                const QByteArray& head = "资金账号,成交日期,证券代码,买卖,价格,数量,成交编号\n") {
         const QString path = f.dataDir() + "/statement.csv";
         QFile file(path);
         EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write("资金账号,成交日期,证券代码,买卖,价格,数量,成交编号\n" + rows);
+        file.write(head + rows);
         return path;
     }
 
@@ -113,6 +114,97 @@ TEST_F(Import, LeavesOutWhatIsKnownOrNotFollowed) {
     EXPECT_EQ(skipped, expected);
     EXPECT_EQ(dealsOf("A", "20240102"), 2u);
     EXPECT_EQ(dealsOf("B", "20240102"), 1u);
+}
+
+TEST_F(Import, WhatTheTradingSystemReportsLaterTakesThePlaceOfWhatWasImported) {
+    const auto show = [](const auto& records) {
+        std::string text;
+        for (const auto& [key, record] : records) text += record->m_bImported ? 'i' : 'r';
+        return text;
+    };
+    const auto deals = [&](const char* date) {
+        return show(f.manager().getAccountDeals("A", Fixture::day(date)));
+    };
+    const QByteArray rows =
+        "10001,20240102,600000,买入,10,100,007\n10001,20240102,600000,买入,10,100,8\n"
+        "10001,20231229,600000,买入,10,100,7\n10001,20231229,600000,买入,10,100,\n";
+    EXPECT_EQ(f.manager().importData(csv(rows)).added, 4);
+    f.deal({.account = "B", .key = 7});
+    f.deal({.account = "A", .key = 9, .side = tests::Side::Sell, .dealId = "7"});
+    f.deal({.account = "A", .key = 10, .volume = 200, .dealId = "7"});
+    EXPECT_EQ(deals("20240102"), "rrii") << "another account, side or volume";
+    f.deal({.account = "A", .key = 7});
+    EXPECT_EQ(deals("20240102"), "rrri");
+    EXPECT_EQ(deals("20231229"), "ii");
+    f.client().setServerHistory("A", "20231229",
+                                {.deals = {f.makeDeal({.key = 7, .tradeDate = "20231229"})}});
+    f.manager().requestAccountDeals("A", "20231229", "20231229");
+    f.settle();
+    EXPECT_EQ(deals("20231229"), "ri") << "without a number nothing tells a deal from another";
+    const auto again = f.manager().importData(csv(rows));
+    EXPECT_EQ(again.taken, 2);
+    EXPECT_EQ(again.added, 0);
+    EXPECT_EQ(deals("20240102") + deals("20231229"), "rrriri");
+
+    // An order's number may come after its first report.
+    const auto orders = [&] {
+        return show(f.manager().getAccountOrders("A", Fixture::day("20240102")));
+    };
+    f.manager().importData(csv("10001,20240102,600000,买入,10,100,5\n",
+                               "资金账号,委托日期,证券代码,买卖,委托价格,委托数量,委托编号\n"));
+    f.order({.account = "A", .key = 1});
+    EXPECT_EQ(orders(), "ri");
+    f.order({.account = "A", .key = 1, .sysId = "5"});
+    EXPECT_EQ(orders(), "r");
+}
+
+TEST_F(Import, AnnouncesNewStocksOfTheRunningDayAndSaysHowLongTheyStay) {
+    f.manager().importData(csv("10001,20231229,600036,买入,10,100,1\n"));
+    EXPECT_TRUE(f.signalNames().empty());
+    const QByteArray row = "10001,20240102,600036,买入,10,100,1\n";
+    const auto report = f.manager().importData(csv(row));
+    EXPECT_EQ(f.signalNames(), (std::vector<std::string>{"stocksChanged"}));
+    EXPECT_EQ(f.manager().getStocks(), (std::set<std::string>{"SH600036"}));
+    EXPECT_TRUE(report.notes.contains(
+        "records of the running day stay until the account is requested again"));
+    f.forget();
+    f.manager().importData(csv(row));
+    EXPECT_TRUE(f.signalNames().empty());
+    f.manager().requestAccount("A");
+    f.settle();
+    EXPECT_EQ(dealsOf("A", "20240102"), 0u);
+}
+
+TEST_F(Import, ListsSoManySkippedRowsAndCountsTheRest) {
+    const int bad = static_cast<int>(TC::ImportReport::LISTED_ROWS) + 2;
+    const QByteArray good = "10001,20240102,600000,买入,10,100,1\n";
+    const auto report = f.manager().importData(
+        csv(QByteArray("10001,x,600000,买入,10,100,1\n").repeated(bad) + good));
+    EXPECT_EQ(report.skipped.size(), TC::ImportReport::LISTED_ROWS);
+    EXPECT_EQ(report.skippedCount(), bad);
+    EXPECT_EQ(report.taken, 1);
+    EXPECT_TRUE(report.notes.contains("2 more rows were left out than are listed"));
+}
+
+TEST(ImportIntoTheOnlyAccount, FilesRecordedStatementsOnce) {
+    const QString folder = qEnvironmentVariable("LINKAGE_DATA");
+    if (folder.isEmpty()) GTEST_SKIP() << "LINKAGE_DATA is not set: no recorded statements";
+    const std::tuple<const char*, int, int> files[] = {{"statement_a.xlsx", 10, 7},
+                                                       {"statement_b.xls", 31, 29}};
+    for (const auto& [name, read, taken] : files) {
+        const QString path = folder + "/" + name;
+        if (!QFile::exists(path)) GTEST_SKIP() << "the recorded statements are not there";
+        Fixture f;
+        f.account({.key = "A"});
+        f.init();
+        for (const bool again : {false, true}) {
+            const auto report = f.manager().importData(path);
+            EXPECT_EQ(report.refusal, "") << name;
+            EXPECT_EQ(report.read, read) << name;
+            EXPECT_EQ(report.taken, taken) << name;
+            EXPECT_EQ(report.added, again ? 0 : taken) << name;
+        }
+    }
 }
 
 TEST(ImportIntoTheOnlyAccount, FilesOrdersWithoutRunningThem) {

@@ -111,27 +111,37 @@ TEST_F(ServerHistory, ARepeatedQueryReplacesWhatTheServerFiledAndNothingElse) {
     }
 }
 
-TEST_F(ServerHistory, EveryDayEndsWithItsSignalWhateverHappens) {
+TEST_F(ServerHistory, ADayWithoutAnAnswerEndsTheRequestWithItsSignal) {
     server("20240102", {.error = "no permission"});
     server("20240103", {.lost = true});
-    server("20240104", {.deals = {deal(1, "20240104")}});
-    manager().requestAccountDeals("A", "20240102", "20240105");
-    f.settle();
-    EXPECT_EQ(done(), (Texts{"historyDealsDone 20240102 A"}));
+    server("20240104", {.deals = {deal(2, "20240104")}});
+    const auto ask = [&](const char* first) {
+        f.forget();
+        manager().requestAccountDeals("A", first, "20240105");
+        f.settle();
+    };
+    const auto logged = [&](const char* text) {
+        const Texts log = f.logTexts();
+        return log.size() == 1 && log[0].find(text) != std::string::npos;
+    };
+    ask("20240101");
+    EXPECT_EQ(done(), (Texts{"historyDealsDone 20240101 A", "historyDealsDone 20240102 A"}));
+    EXPECT_TRUE(logged("20240102: error")) << f.logTexts().back();
+    EXPECT_TRUE(logged("no permission"));
+
+    ask("20240103");
     f.advance(TC::CServerHistory::ANSWER_SECONDS - 0.001);
-    EXPECT_EQ(done().size(), 1u);
+    EXPECT_TRUE(done().empty());
     f.advance(0.001);
-    EXPECT_EQ(done(), (Texts{"historyDealsDone 20240102 A", "historyDealsDone 20240103 A",
-                             "historyDealsDone 20240104 A", "historyDealsDone 20240105 A"}));
-    const Texts log = f.logTexts();
-    ASSERT_EQ(log.size(), 3u);
-    EXPECT_NE(log[0].find("20240102"), std::string::npos);
-    EXPECT_NE(log[0].find("no permission"), std::string::npos);
-    EXPECT_NE(log[1].find("20240103: no answer"), std::string::npos);
-    EXPECT_NE(log[2].find("20240105"), std::string::npos) << "today is not asked for";
-    EXPECT_EQ(keys("20240104"), (Texts{"1"}));
     f.advance(60);
-    EXPECT_EQ(done().size(), 4u);
+    EXPECT_EQ(done(), (Texts{"historyDealsDone 20240103 A"}));
+    EXPECT_TRUE(logged("20240103: no answer"));
+    EXPECT_TRUE(keys("20240104").empty()) << "not asked for behind the gap";
+
+    ask("20240104");
+    EXPECT_EQ(done(), (Texts{"historyDealsDone 20240104 A", "historyDealsDone 20240105 A"}));
+    EXPECT_TRUE(logged("20240105")) << "today is not asked for";
+    EXPECT_EQ(keys("20240104"), (Texts{"2"}));
 }
 
 TEST_F(ServerHistory, WhatCannotBeAskedIsSaidAndEnded) {
@@ -146,6 +156,7 @@ TEST_F(ServerHistory, WhatCannotBeAskedIsSaidAndEnded) {
         {"A", "20240104", "20240102", "historyOrdersDone 20240104 A", "after the last"},
         {"A", "20240104", "20240108", "historyOrdersDone 20240104 A", "not come yet"},
         {"A", "20240104", "20240230", "historyOrdersDone 20240104 A", "no such day"},
+        {"A", "19891231", "20240104", "historyOrdersDone 19891231 A", "before any exchange"},
         {"A", "", "20240104", "historyOrdersDone  A", "no such day"},
         {"A", "2024-1-2", "20240104", "historyOrdersDone  A", "no such day"},
     };

@@ -98,6 +98,9 @@ TEST(CsvFiles, NumbersThatAreNoneReadAsNothing) {
         {"12.5", "x", 0, 0.0},
         {"2147483648", "1.2.3", 0, 0.0},
         {"0x10", "12;5", 0, 0.0},
+        {"1", "nan", 1, 0.0},
+        {"2", "-inf", 2, 0.0},
+        {"3", "1e400", 3, 0.0},
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(each.sold);

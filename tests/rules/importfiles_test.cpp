@@ -305,6 +305,20 @@ TEST(ImportFiles, HostileContentIsRefused) {
          "the workbook is broken: nested too deep"},
         {"endless tag", workbook("<c t='" + QByteArray(200'000, 'x') + "'/>"),
          "the workbook is broken: endless text"},
+        {"endless attributes",
+         [] {
+             QByteArray tag = "<c";
+             for (int i = 0; tag.size() < 100'000; ++i) tag += " a" + QByteArray::number(i) + "=''";
+             return workbook(tag + "/>");
+         }(),
+         "the workbook is broken: a tag with more than 64 attributes"},
+        {"another encoding",
+         [] {
+             auto parts = workbookParts("");
+             parts[3].content.prepend("<?xml version='1.0' encoding='UTF-16'?>");
+             return zipped(parts);
+         }(),
+         "the workbook is broken: not in UTF-8"},
         {"circle of sectors", circle, "the workbook is broken: its container is damaged"},
         {"missing part", twice, "the workbook's archive is broken"},
         {"real bomb", workbook(QByteArray(kMaxUnpackedBytes, ' ')),

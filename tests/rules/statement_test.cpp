@@ -3,6 +3,8 @@
 #include "linkage/store/import/cellvalues.h"
 #include "linkage/store/import/readers.h"
 
+#include <QTextCodec>
+
 #include <boost/make_shared.hpp>
 
 #include <gtest/gtest.h>
@@ -61,6 +63,9 @@ TEST(CellValues, Numbers) {
         {text("0x10"), {}},
         {text("nan"), {}},
         {text("1e999"), {}},
+        {text("5手"), {}},
+        {text("3万"), {}},
+        {text("$5"), {}},
         {text("∞"), {}},
         {number(std::numeric_limits<double>::infinity()), {}},
         {text("--"), {}},
@@ -180,7 +185,14 @@ TEST(Statement, TakesDealsAndSaysWhyNotTheRest) {
         {"20230201,878,买入,-1,100,100", "row 2: price is out of range: -1"},
         {"20230201,878,买入,1,0,0", "row 2: not a deal: volume 0"},
         {"20230201,878,买入,100,10,0", "row 2: not a deal: amount 0"},
-        {"20230201,878,买入,1,2147483647,1", "20230201  SZ000878 B 2147483647@1=1.00"},
+        {"20230201,878,买入,1,2147483647,2147483647",
+         "20230201  SZ000878 B 2147483647@1=2147483647.00"},
+        {"20230201,878,买入,10.5,100,9e9", "row 2: amount 9e9 is not that of 100 at 10.5"},
+        {"20230201,878,买入,9e6,2000000000,", "row 2: amount is out of range: 1.8e+16"},
+        {"20230201,878,买入,nan,100,1", "row 2: price is not a number: nan"},
+        {"20230201,878,买入,1,1e400,1", "row 2: volume is not a number: 1e400"},
+        {"20240103,878,买入,1,100,100", "row 2: a day that has not come yet: 20240103"},
+        {"19891231,878,买入,1,100,100", "row 2: not a date: 19891231"},
         {"20230201,878,买入,1,2147483648,1", "row 2: volume is out of range: 2147483648"},
         {"20230201,878,买入,1,1e300,1", "row 2: volume is out of range: 1e300"},
         {"20230201,878,买入,1,100.5,1", "row 2: volume is not whole: 100.5"},
@@ -232,8 +244,40 @@ TEST(Statement, FindsColumnsByName) {
         {"成交日期\t,证券代码\t,买卖\t,价格\t,数量\t\n20230201\t,\"=\"\"000001\"\"\",买入\t,7\t,"
          "100\t\n",
          "20230201  SZ000001 B 100@7=700.00"},
+        // units of whole columns: lots of shares and of bonds, ten thousands, a foreign one
+        {"成交日期,证券代码,买卖,成交价格(元),成交数量(手),成交金额（万元）\n"
+         "20230201,600000,买,7,1.5,0.105\n20230201,113052,卖,116.25,1,0.11625\n"
+         "20230201,600000,买,7,21474837,1\n",
+         "20230201  SH600000 B 150@7=1050.00; 20230201  SH113052 S 10@116.25=1162.50; "
+         "row 4: volume is out of range: 21474837"},
+        {"成交日期,证券代码,买卖,成交价格,成交数量(股),成交金额(美元)\n"
+         "20230201,600000,买,7,100,99\n",
+         "20230201  SH600000 B 100@7=700.00"},
+        // rows that did not trade
+        {"成交日期,证券代码,买卖,价格,数量,成交状态,成交类型\n"
+         "20230201,600000,买,7,1,成交,普通成交\n20230201,600000,买,7,2,撤单,\n"
+         "20230201,600000,买,7,3,已撤,\n20230201,600000,买,7,4,废单,\n"
+         "20230201,600000,买,7,5,部撤,买卖\n20230201,600000,买,7,6,,撤单成交\n",
+         "20230201  SH600000 B 1@7=7.00; 20230201  SH600000 B 5@7=35.00; row 3: not a deal: 撤单; "
+         "row 4: not a deal: 已撤; row 5: not a deal: 废单; row 7: not a deal: 撤单成交"},
+        // several tables: one with other places and its own day, one that holds no deals
+        {"日期:20230201\n证券代码,买卖,价格,数量\n600000,买,7,100\n日期:20230202\n"
+         "数量(手),证券代码,价格,买卖\n2,600000,8,卖\n证券代码,市场,余额,数量,价格\n"
+         "600000,SH,卖,300,9\n",
+         "20230201  SH600000 B 100@7=700.00; 20230202  SH600000 S 200@8=1600.00; "
+         "row 4: not a deal: no side; row 5: the column names again; "
+         "row 7: belongs to another table; row 8: belongs to another table"},
+        // the day of printing is not that of the trades
+        {"打印日期：20230210\n制表时间: 2023-02-11 查询日期:2023-02-03\n"
+         "证券代码,买卖,价格,数量\n600000,买,7,100\n",
+         "20230203  SH600000 B 100@7=700.00"},
+        {"打印日期,20230210\n证券代码,买卖,价格,数量\n600000,买,7,100\n",
+         "20240102  SH600000 B 100@7=700.00"},
     };
     for (const auto& [csv, expected] : rows) EXPECT_EQ(shown(read(csv)), expected) << csv;
+    const QString wide = QString::fromUtf8(rows[0].first.c_str());
+    const QByteArray utf16 = QTextCodec::codecForName("UTF-16LE")->fromUnicode(wide);
+    EXPECT_EQ(shown(readStatement(readText("\xff\xfe" + utf16), "")), rows[0].second);
 
     const std::pair<std::string, std::string> refused[] = {
         {"a,b\n1,2\n", "no row of column names was found in the first 50 rows"},
@@ -293,6 +337,20 @@ TEST(Statement, OrderKeysIgnoreWhatChangesAsTheyTrade) {
     EXPECT_EQ(late.orders[0].record->m_eStatus, vexservice::STATUS_SUCCEEDED);
 }
 
+TEST(Statement, OrdersAtTheMarketsPriceShowNone) {
+    std::string csv = "委托日期,证券代码,买卖,委托价格,委托数量,成交数量,成交价格,状态\n";
+    for (const char* price : {"", "--", "市价", "五档市价转撤", "0", "7.5"}) {
+        csv += "20230201,600000,买入," + std::string(price) + ",300,100,7.2,部成\n";
+    }
+    const Statement statement = read(csv + "20230201,600000,买入,abc,300,100,7.2,部成\n");
+    ASSERT_EQ(statement.orders.size(), 6u);
+    for (const auto& row : statement.orders) {
+        EXPECT_EQ(row.record->m_dPrice, row.row == 7 ? 7.5 : 0.0) << row.row;
+        EXPECT_DOUBLE_EQ(row.record->m_dTradedAmount, 720.0) << row.row;
+    }
+    EXPECT_EQ(shown(statement), "row 8: price is not a number: abc");
+}
+
 TEST(AccountChoice, FollowsTheNameThenTheOnlyAccount) {
     const auto account = [](const char* key, const char* id) {
         auto info = boost::make_shared<vexservice::CAccountInfo>();
@@ -302,6 +360,7 @@ TEST(AccountChoice, FollowsTheNameThenTheOnlyAccount) {
     };
     const auto a = account("A", "0010001");
     const auto b = account("B", "20002");
+    const auto c = account("C", "10001");
     using Accounts = std::vector<CAccountChoice::Account>;
     struct Row {
         const char* name;
@@ -313,6 +372,16 @@ TEST(AccountChoice, FollowsTheNameThenTheOnlyAccount) {
         {"by fund account, zeros lost", {a, b}, {{"10001", ""}, {"20002", ""}}, "AB"},
         {"by holder code", {a, b}, {{"", "20002"}}, "B"},
         {"by account key", {a, b}, {{"B", ""}}, "B"},
+        {"exactly, before by zeros", {a, c}, {{"10001", ""}, {"0010001", ""}}, "CA"},
+        {"by zeros, of two alike", {a, b, c}, {{"010001", ""}, {"20002", ""}}, "-B"},
+        {"of two alike only",
+         {a, c},
+         {{"010001", ""}},
+         "account 010001 may be one of several that are followed"},
+        {"a fund account of another, whatever the holder",
+         {a, b},
+         {{"3", "20002"}, {"10001", ""}},
+         "-A"},
         {"a row of another account", {a, b}, {{"10001", ""}, {"3", ""}}, "A-"},
         {"the same with one followed", {a}, {{"10001", ""}, {"3", ""}}, "A-"},
         {"nothing named, one followed", {a}, {{"", ""}, {"", "A123"}}, "AA"},
@@ -336,7 +405,7 @@ TEST(AccountChoice, FollowsTheNameThenTheOnlyAccount) {
         std::string seen = choice.refusal().toStdString();
         if (seen.empty()) {
             for (const auto& named : row.named) {
-                const auto found = choice.of(named);
+                const auto found = choice.of(named).account;
                 seen += found ? found->m_strKey : "-";
             }
         }

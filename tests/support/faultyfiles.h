@@ -7,7 +7,7 @@
 
 namespace tests {
 
-/// The machine's files, with a say before every call that changes something: `allow`
+/// The machine's files, with a say before every call that reads or changes: `allow`
 /// gets the call and the path (or "" where only the open file is known); a call that is
 /// not allowed fails, and a write that is not allowed has written half.
 class CFaultyFiles final : public TC::CDiskFiles {
@@ -18,6 +18,9 @@ public:
 
     bool makeDirectory(const std::string& path) override {
         return m_allow("makeDirectory", path) && CDiskFiles::makeDirectory(path);
+    }
+    ERead read(const std::string& path, std::string& bytes) override {
+        return m_allow("read", path) ? CDiskFiles::read(path, bytes) : ERead::Failed;
     }
     int create(const std::string& path, const std::string& like) override {
         return m_allow("create", path) ? CDiskFiles::create(path, like) : -1;

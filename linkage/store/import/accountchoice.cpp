@@ -9,24 +9,39 @@ namespace TC::statement {
 
 namespace {
 
-/// An ID as both sides can be compared: workbooks lose the zeros in front of numbers.
-QString comparable(const QString& id) {
+/// Workbooks lose the zeros in front of numbers.
+QString withoutZeros(QString name) {
     static const QRegularExpression zeros(QStringLiteral("^0+(?=\\d+$)"));
-    return plainText(id).remove(zeros);
+    return name.remove(zeros);
 }
 
 }  // namespace
+
+void CAccountChoice::insert(Names& names, const QString& name, const Account& account) {
+    const auto known = names.find(name);
+    if (known == names.end()) {
+        names.insert(name, account);
+    } else if (known.value() != account) {
+        known.value() = nullptr;
+    }
+}
 
 CAccountChoice::CAccountChoice(const std::vector<Account>& followed,
                                const std::vector<NamedAccount>& named) {
     for (const Account& account : followed) {
         for (const std::string& id : {account->m_strKey, account->m_strID}) {
-            if (!id.empty()) m_byId.insert(comparable(QString::fromStdString(id)), account);
+            const QString name = plainText(QString::fromStdString(id));
+            if (name.isEmpty()) continue;
+            insert(m_byName, name, account);
+            insert(m_byNameWithoutZeros, withoutZeros(name), account);
         }
     }
     QStringList fundAccounts;
+    QString unclear;
     for (const NamedAccount& each : named) {
-        if (find(each)) return;
+        const Choice found = find(each);
+        if (found.account) return;
+        if (found.isUnclear) unclear = found.why;
         if (!each.fundAccount.isEmpty() && !fundAccounts.contains(each.fundAccount)) {
             fundAccounts << each.fundAccount;
         }
@@ -34,6 +49,8 @@ CAccountChoice::CAccountChoice(const std::vector<Account>& followed,
     const QString names = fundAccounts.mid(0, 5).join(QStringLiteral(", "));
     if (followed.empty()) {
         m_refusal = QStringLiteral("no account is followed");
+    } else if (!unclear.isEmpty()) {
+        m_refusal = unclear;
     } else if (followed.size() > 1 || fundAccounts.size() > 1) {
         m_refusal =
             names.isEmpty()
@@ -48,16 +65,26 @@ CAccountChoice::CAccountChoice(const std::vector<Account>& followed,
     }
 }
 
-CAccountChoice::Account CAccountChoice::find(const NamedAccount& named) const {
-    for (const QString& id : {named.fundAccount, named.holder}) {
-        const auto found = m_byId.constFind(comparable(id));
-        if (!id.isEmpty() && found != m_byId.constEnd()) return found.value();
+CAccountChoice::Choice CAccountChoice::find(const NamedAccount& named) const {
+    const QString& id = named.fundAccount.isEmpty() ? named.holder : named.fundAccount;
+    if (id.isEmpty()) return {{}, QStringLiteral("the row names no account"), false};
+    const QString name = plainText(id);
+    auto found = m_byName.constFind(name);
+    if (found == m_byName.constEnd()) {
+        found = m_byNameWithoutZeros.constFind(withoutZeros(name));
+        if (found == m_byNameWithoutZeros.constEnd()) {
+            return {{}, QStringLiteral("account %1 is not followed").arg(id), false};
+        }
     }
-    return {};
+    if (!found.value()) {
+        return {
+            {}, QStringLiteral("account %1 may be one of several that are followed").arg(id), true};
+    }
+    return {found.value(), QString(), false};
 }
 
-CAccountChoice::Account CAccountChoice::of(const NamedAccount& named) const {
-    return m_only ? m_only : find(named);
+CAccountChoice::Choice CAccountChoice::of(const NamedAccount& named) const {
+    return m_only ? Choice{m_only, QString(), false} : find(named);
 }
 
 }  // namespace TC::statement

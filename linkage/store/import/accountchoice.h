@@ -20,8 +20,10 @@ struct NamedAccount {
 
 /// Which followed account each row of a statement belongs to.
 ///
-/// - A row that names a followed account (by its fund account, else by its holder
-///   code) belongs to that one.
+/// - A row that names a followed account (by its fund account; by its holder code only
+///   where it names no fund account) belongs to that one. The name is an account's key or
+///   ID as it stands, else one that differs by zeros in front; a name that fits several
+///   accounts alike names none of them.
 /// - When no row names a followed account, all rows belong to the only one there is,
 ///   unless they name different fund accounts. Brokers write their numbers in many
 ///   ways, so a name alone is no reason to refuse; a note tells the user.
@@ -30,19 +32,29 @@ class LINKAGE_EXPORT CAccountChoice {
 public:
     using Account = boost::shared_ptr<vexservice::CAccountInfo>;
 
+    struct Choice {
+        Account account;
+        QString why;             ///< there is none
+        bool isUnclear = false;  ///< there are several
+    };
+
     CAccountChoice(const std::vector<Account>& followed, const std::vector<NamedAccount>& named);
 
     /// Why no row at all can be taken; empty otherwise.
     const QString& refusal() const { return m_refusal; }
     /// What the user should check; may be empty.
     const QString& note() const { return m_note; }
-    /// The account of a row, empty when the row's account is not followed.
-    Account of(const NamedAccount& named) const;
+    /// The account of a row.
+    Choice of(const NamedAccount& named) const;
 
 private:
-    Account find(const NamedAccount& named) const;
+    /// By name; an empty account where several have the name.
+    using Names = QHash<QString, Account>;
+    static void insert(Names& names, const QString& name, const Account& account);
+    Choice find(const NamedAccount& named) const;
 
-    QHash<QString, Account> m_byId;
+    Names m_byName;
+    Names m_byNameWithoutZeros;
     Account m_only;
     QString m_refusal;
     QString m_note;

@@ -92,7 +92,7 @@ std::optional<double> numberOf(const Value& value) {
     static const QRegularExpression grouped(QStringLiteral("^[+-]?\\d{1,3}(,\\d{3})+(\\.\\d*)?$"));
     static const QRegularExpression plain(
         QStringLiteral("^[+-]?(\\d+\\.?\\d*|\\.\\d+)(E[+-]?\\d+)?$"));
-    static const QRegularExpression trimmings(QStringLiteral("^([+-]?)[¥$]|[元股张份手]$"));
+    static const QRegularExpression trimmings(QStringLiteral("^([+-]?)¥|[元股张份]$"));
     QString text = plainText(value.text).replace(trimmings, QStringLiteral("\\1"));
     if (grouped.match(text).hasMatch()) text.remove(',');
     if (!plain.match(text).hasMatch()) return {};
@@ -185,6 +185,19 @@ std::optional<int> orderStatusOf(const QString& text) {
     }();
     const auto found = statuses.constFind(plainText(text));
     return found == statuses.constEnd() ? std::nullopt : std::optional(found.value());
+}
+
+bool saysNotDealt(const QString& text) {
+    using namespace vexservice;
+    static const QRegularExpression withdrawn(QStringLiteral("^(已?撤|作?废)"));
+    const auto status = orderStatusOf(text);
+    if (!status) return withdrawn.match(plainText(text)).hasMatch();
+    return *status != STATUS_SUCCEEDED && *status != STATUS_PART_SUCC &&
+           *status != STATUS_PART_CANCEL && *status != STATUS_PARTSUCC_CANCEL;
+}
+
+bool saysMarketPrice(const QString& text) {
+    return plainText(text).contains(QStringLiteral("市价"));
 }
 
 bool isUsableNumber(const QString& number) {

@@ -15,6 +15,7 @@ struct LINKAGE_EXPORT Value {
     bool isNumber = false;
     double number = 0.0;
     QString text;
+    bool isLots = false;  ///< the column counts lots (手)
 
     /// Nothing, or one of the dashes that stand for nothing.
     bool isEmpty() const;
@@ -25,8 +26,9 @@ struct LINKAGE_EXPORT Value {
 /// Without blanks, full-width characters in their plain form, upper case.
 QString plainText(const QString& text);
 
-/// Finite number out of a cell: thousands separators, full-width digits, a currency
-/// sign and a unit are taken; anything else is not.
+/// Finite number out of a cell: thousands separators, full-width digits, the sign of the
+/// yuan and a unit that stands for one (元, 股, 张, 份) are taken; anything else is not,
+/// other currencies and units behind single figures (手, 万) least of all.
 LINKAGE_EXPORT std::optional<double> numberOf(const Value& value);
 
 struct DateTime {
@@ -62,8 +64,18 @@ struct Instrument {
 LINKAGE_EXPORT std::optional<Instrument> instrumentOf(const Value& code, const QString& marketName,
                                                       const QString& holderCode);
 
+/// How many shares, bonds or fund shares a lot (手) of an instrument has.
+int lotOf(const Instrument& instrument);
+
 /// The status (EEntrustStatus) that a text of an order list names.
 std::optional<int> orderStatusOf(const QString& text);
+
+/// Whether a text in a list of deals says that its row is none: withdrawn, refused, or an
+/// order that has not traded yet.
+bool saysNotDealt(const QString& text);
+
+/// Whether a text in the place of a price says that the order took the market's.
+bool saysMarketPrice(const QString& text);
 
 /// Whether a deal or order number can tell rows apart: not empty, not all zeros, and
 /// not cut down to a power of ten by a spreadsheet program.

@@ -46,7 +46,7 @@ const QMultiHash<QString, Meaning>& meanings() {
             {COL_CANCELLED, "撤单数量 撤消数量 撤销数量 已撤数量 撤单股数"},
             {COL_STATUS, "委托状态 状态 状态说明 订单状态 状态名称 成交状态"},
             {COL_REMARK, "备注"},
-            {COL_REQUEST, "委托类型 委托类别"},
+            {COL_REQUEST, "委托类型 委托类别 成交类型 成交类别"},
         };
         QMultiHash<QString, Meaning> names;
         for (const auto& [column, words] : rows) {
@@ -60,12 +60,36 @@ const QMultiHash<QString, Meaning>& meanings() {
     return all;
 }
 
-/// A header's name without blanks, marks and a unit in brackets.
-QString headerName(const QString& text) {
-    QString name = plainText(text).remove('*');
-    const int bracket = name.indexOf('(');
-    if (bracket > 0 && name.endsWith(')')) name.truncate(bracket);
-    return name;
+/// A header's text without blanks and marks, parted into its name and what is in brackets.
+struct HeaderText {
+    QString name;
+    QString unit;
+};
+
+HeaderText headerText(const QString& text) {
+    const QString whole = plainText(text).remove('*');
+    const int bracket = whole.indexOf('(');
+    if (bracket <= 0 || !whole.endsWith(')')) return {whole, QString()};
+    return {whole.left(bracket), whole.mid(bracket + 1, whole.size() - bracket - 2)};
+}
+
+bool isAmong(EColumn column, std::initializer_list<EColumn> columns) {
+    return std::find(columns.begin(), columns.end(), column) != columns.end();
+}
+
+/// What a column's figures count; nothing where that is not known. Brackets behind other
+/// columns ("证券代码(A股)") change nothing.
+std::optional<EUnit> unitOf(EColumn column, const QString& unit) {
+    static const QStringList ones =
+        QStringLiteral("元 人民币 人民币元 股 份 张 股/张 股/份 元/股 元/份 元/张").split(' ');
+    static const QStringList tenThousands = QStringLiteral("万 万元 万股 万份 万张").split(' ');
+    const bool isVolume = isAmong(column, {COL_VOLUME, COL_ORDER_VOLUME, COL_CANCELLED});
+    const bool isPrice = isAmong(column, {COL_PRICE, COL_ORDER_PRICE});
+    if (!isVolume && !isPrice && column != COL_AMOUNT) return EUnit::One;
+    if (unit.isEmpty() || ones.contains(unit)) return EUnit::One;
+    if (tenThousands.contains(unit) && !isPrice) return EUnit::TenThousand;
+    if (unit == QStringLiteral("手") && isVolume) return EUnit::Lot;
+    return {};
 }
 
 bool names(const QString& name, EColumn column) {
@@ -87,28 +111,36 @@ bool Header::holdsDeals() const {
            has(COL_PRICE);
 }
 
-Header headerOf(const CWorkbook& book, int row, std::span<const Cell> cells) {
+bool Header::namesTable() const {
+    const auto named =
+        std::count_if(place.begin(), place.end(), [](int column) { return column >= 0; });
+    return has(COL_CODE) && (has(COL_SIDE) || has(COL_BUSINESS) || named > 2);
+}
+
+Header headerOf(const CWorkbook& book, std::span<const Cell> cells) {
     Header header;
-    header.row = row;
     header.place.fill(-1);
     std::array<int, COL_COUNT> rank;
     rank.fill(1 << 20);
     for (const Cell& cell : cells) {
         if (cell.isNumber) continue;
-        const auto [begin, end] = meanings().equal_range(headerName(book.text(cell)));
+        const HeaderText text = headerText(book.text(cell));
+        const auto [begin, end] = meanings().equal_range(text.name);
         for (auto at = begin; at != end; ++at) {
+            const auto unit = unitOf(at->column, text.unit);
+            if (!unit) {
+                header.foreignUnits << book.text(cell);
+                continue;
+            }
             if (at->rank >= rank[at->column]) continue;
             rank[at->column] = at->rank;
             header.place[at->column] = cell.column;
+            header.unit[at->column] = *unit;
         }
     }
     // One column cannot be both: it is the side where nothing better is.
     if (header.place[COL_REQUEST] == header.place[COL_SIDE]) header.place[COL_REQUEST] = -1;
     return header;
-}
-
-bool repeatsHeader(const RowValues& values) {
-    return !values[COL_CODE].isNumber && names(headerName(values[COL_CODE].text), COL_CODE);
 }
 
 RowValues valuesOf(const CWorkbook& book, const Header& header, std::span<const Cell> cells) {
@@ -122,6 +154,11 @@ RowValues valuesOf(const CWorkbook& book, const Header& header, std::span<const 
         if (found == cells.end() || found->column != place) continue;
         values[column] =
             found->isNumber ? Value{true, found->number, {}} : Value{false, 0.0, book.text(*found)};
+        values[column].isLots = header.unit[column] == EUnit::Lot;
+        if (header.unit[column] != EUnit::TenThousand) continue;
+        if (const auto number = numberOf(values[column])) {
+            values[column] = {true, *number * 10'000, {}};
+        }
     }
     return values;
 }
@@ -129,6 +166,9 @@ RowValues valuesOf(const CWorkbook& book, const Header& header, std::span<const 
 void readTitleLine(const CWorkbook& book, std::span<const Cell> cells, TitleLines& titles) {
     static const QRegularExpression account(
         QStringLiteral("(?:资金|交易)?[账帐][号户]:([A-Z0-9]+)"));
+    static const QRegularExpression written(
+        QStringLiteral("(?:打印|制表|导出|生成|下载)(?:日期|时间)[:\\s]*"
+                       "\\d{4}[-/.年]?\\d{1,2}[-/.月]?\\d{1,2}"));
     static const QRegularExpression date(
         QStringLiteral("(?<!\\d)(\\d{4}[-/.年]\\d{1,2}[-/.月]\\d{1,2}|(?<=日期:)\\d{8})"));
     QString line;
@@ -141,6 +181,7 @@ void readTitleLine(const CWorkbook& book, std::span<const Cell> cells, TitleLine
     }
     const auto named = account.match(line);
     if (named.hasMatch() && titles.fundAccount.isEmpty()) titles.fundAccount = named.captured(1);
+    line.remove(written);
     for (auto found = date.globalMatch(line); found.hasNext();) {
         const auto day = dateOf({false, 0.0, found.next().captured(1)});
         if (day &&

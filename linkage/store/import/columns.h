@@ -3,6 +3,8 @@
 #include "linkage/store/import/cellvalues.h"
 #include "linkage/store/import/workbook.h"
 
+#include <QStringList>
+
 #include <array>
 #include <optional>
 
@@ -15,7 +17,7 @@ enum EColumn {
     COL_DATE,
     COL_TIME,
     COL_SIDE,
-    COL_BUSINESS,  ///< names the kind of business; where it stands it alone tells deals
+    COL_BUSINESS,  ///< the kind of business: tells deals before the side, which must agree
     COL_PRICE,
     COL_VOLUME,
     COL_AMOUNT,
@@ -30,36 +32,41 @@ enum EColumn {
     COL_CANCELLED,
     COL_STATUS,
     COL_REMARK,
-    COL_REQUEST,  ///< whether an order list's row is an order or a cancellation
+    COL_REQUEST,  ///< whether a row is an order, or a deal, or a cancellation
     COL_COUNT,
 };
 
 using RowValues = std::array<Value, COL_COUNT>;
 
+/// What one of a figure stands for: 元 or 股, 万元 or 万股, 手.
+enum class EUnit { One, TenThousand, Lot };
+
 /// Where the columns of one sheet stand.
 struct Header {
-    int row = -1;
-    std::array<int, COL_COUNT> place{};  ///< sheet column, -1 for none
+    std::array<int, COL_COUNT> place{};   ///< sheet column, -1 for none
+    std::array<EUnit, COL_COUNT> unit{};  ///< what the column's figures count
+    QStringList foreignUnits;             ///< columns left out because of their unit
 
     bool has(EColumn column) const { return place[column] >= 0; }
     bool holdsOrders() const;
     bool holdsDeals() const;
+    /// Names what a table of trades has at least: not a row of values.
+    bool namesTable() const;
 };
 
 /// How far down a sheet the header may stand, under titles and account data.
 inline constexpr int kHeaderSearchRows = 50;
 
 /// The columns that a row names, in any order. Of several names for one thing the one
-/// that is most precise counts.
-Header headerOf(const CWorkbook& book, int row, std::span<const Cell> cells);
+/// that is most precise counts. A figure whose name has a unit behind it that is not known
+/// (美元, 千股) is left out.
+Header headerOf(const CWorkbook& book, std::span<const Cell> cells);
 
-/// A row's cells by what they hold.
+/// A row's cells by what they hold; ten thousands are counted out, lots are marked.
 RowValues valuesOf(const CWorkbook& book, const Header& header, std::span<const Cell> cells);
 
-/// Whether a row is the header once more, as printed lists have on every page.
-bool repeatsHeader(const RowValues& values);
-
-/// What the lines above the header say of the whole sheet.
+/// What the lines above a header say of the whole table. The day on which a list was
+/// printed or written says nothing of its rows.
 struct TitleLines {
     QString fundAccount;
     std::vector<std::string> dates;  ///< different ones, "yyyyMMdd"

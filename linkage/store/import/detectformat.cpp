@@ -10,6 +10,8 @@ namespace TC::statement {
 
 namespace {
 
+constexpr qint64 kSliceBytes = 1 << 20;
+
 bool hasControlCharacters(const QByteArray& bytes) {
     return std::any_of(bytes.begin(), bytes.end(), [](char c) {
         const auto byte = static_cast<unsigned char>(c);
@@ -30,7 +32,13 @@ QByteArray wholeFile(const QString& path) {
     if (!file.open(QIODevice::ReadOnly)) {
         throw Refusal(QStringLiteral("the file cannot be opened: %1").arg(file.errorString()));
     }
-    QByteArray bytes = file.read(kMaxFileBytes + 1);
+    // In slices: asked for the whole, Qt sets the memory of the largest file aside.
+    QByteArray bytes;
+    for (QByteArray slice = file.read(kSliceBytes); !slice.isEmpty();) {
+        bytes += slice;
+        if (bytes.size() > kMaxFileBytes) break;
+        slice = file.read(kSliceBytes);
+    }
     if (file.error() != QFile::NoError) {
         throw Refusal(QStringLiteral("the file cannot be read: %1").arg(file.errorString()));
     }

@@ -99,4 +99,14 @@ std::optional<Instrument> instrumentOf(const Value& code, const QString& marketN
     return Instrument{market.empty() ? range->market : market, padded};
 }
 
+int lotOf(const Instrument& instrument) {
+    const std::string_view code = instrument.code;
+    const bool isFund = code.starts_with("15") || code.starts_with("16") || code.starts_with("18");
+    const bool isBond =
+        instrument.market == "SH"
+            ? code.starts_with('0') || code.starts_with('1') || code.starts_with("204")
+            : instrument.market == "SZ" && code.starts_with('1') && !isFund;
+    return isBond ? 10 : 100;
+}
+
 }  // namespace TC::statement

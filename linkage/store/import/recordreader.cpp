@@ -15,6 +15,10 @@ namespace {
 constexpr double kMaxPrice = 1e7;    ///< yuan; hundreds of times the dearest share
 constexpr double kMaxAmount = 1e15;  ///< yuan
 
+/// An amount may be so many times price by volume, or the price by volume the amount: bonds
+/// are quoted by the hundred and dealt in tens. Beyond that a row contradicts itself.
+constexpr double kMaxFactor = 200;
+
 QString shown(const Value& value) { return value.display().simplified().left(40); }
 
 [[noreturn]] void skip(const QString& reason) { throw SkippedRow{reason}; }
@@ -31,8 +35,9 @@ double required(const Value& value, const char* what, double largest) {
     return *number;
 }
 
-int wholeNumber(const Value& value, const char* what) {
-    const double number = required(value, what, std::numeric_limits<int>::max());
+int wholeNumber(const Value& value, const char* what, int each) {
+    constexpr int LARGEST = std::numeric_limits<int>::max();
+    const double number = required(value, what, LARGEST / each) * each;
     if (std::fabs(number - std::round(number)) > 1e-6) {
         skip(QStringLiteral("%1 is not whole: %2").arg(QString::fromLatin1(what), shown(value)));
     }
@@ -51,9 +56,9 @@ ESide sideOfRow(const RowValues& values) {
     return *side;
 }
 
-/// The volume without the sign that some lists give to sales.
-int shares(const Value& value, ESide side, const char* what) {
-    const int volume = wholeNumber(value, what);
+/// The volume without the sign that some lists give to sales; lots are counted out.
+int shares(const Value& value, const Instrument& instrument, ESide side, const char* what) {
+    const int volume = wholeNumber(value, what, value.isLots ? lotOf(instrument) : 1);
     if (volume < 0 && side == ESide::Buy) {
         skip(QStringLiteral("a purchase of %1 shares").arg(volume));
     }
@@ -61,7 +66,7 @@ int shares(const Value& value, ESide side, const char* what) {
 }
 
 /// The day from a date column, else from a time that has one before it, else the
-/// sheet's; the time from a time column, else from behind the date.
+/// table's; the time from a time column, else from behind the date.
 DateTime dateOfRow(const RowValues& values, const RowContext& context,
                    std::initializer_list<EColumn> dates, std::initializer_list<EColumn> times) {
     DateTime found;
@@ -79,8 +84,12 @@ DateTime dateOfRow(const RowValues& values, const RowContext& context,
         found.time = time;
         break;
     }
-    if (found.date.empty()) found.date = context.sheetDate;
+    if (found.date.empty()) found.date = context.tableDate;
     if (found.date.empty()) skip(QStringLiteral("no date"));
+    if (!context.tradeDate.empty() && found.date > context.tradeDate) {
+        skip(QStringLiteral("a day that has not come yet: %1")
+                 .arg(QString::fromStdString(found.date)));
+    }
     return found;
 }
 
@@ -154,24 +163,63 @@ vexservice::EEntrustStatus statusOfRow(const RowValues& values, int volume, int 
     return traded > 0 ? STATUS_PART_SUCC : STATUS_REPORTED;
 }
 
-double amountOfRow(const Value& value, double otherwise) {
-    if (value.isEmpty()) return otherwise;
+double bounded(double amount) {
+    if (amount > kMaxAmount) {
+        skip(QStringLiteral("amount is out of range: %1").arg(shown({true, amount, {}})));
+    }
+    return amount;
+}
+
+double amountOfDeal(const Value& value, double price, int volume) {
+    const double plain = bounded(price * volume);
+    if (value.isEmpty()) return plain;
+    const double amount = std::fabs(required(value, "amount", kMaxAmount));
+    // An allotment shows the issue price, but its money moved on another day.
+    if (amount == 0) skip(QStringLiteral("not a deal: amount 0"));
+    if (amount > plain * kMaxFactor || amount < plain / kMaxFactor) {
+        skip(QStringLiteral("amount %1 is not that of %2 at %3")
+                 .arg(shown(value))
+                 .arg(volume)
+                 .arg(price));
+    }
+    return amount;
+}
+
+double amountOfOrder(const Value& value, double price, int traded) {
+    if (traded == 0) return 0.0;
+    if (value.isEmpty()) return bounded(price * traded);
     return std::fabs(required(value, "amount", kMaxAmount));
+}
+
+/// An order at the market's price may show none.
+double priceOfOrder(const Value& value) {
+    if (value.isEmpty() || saysMarketPrice(value.display())) return 0.0;
+    const double price = required(value, "price", kMaxPrice);
+    if (price < 0) skip(QStringLiteral("price is out of range: %1").arg(price));
+    return price;
+}
+
+/// Lists of deals also show cancellations and orders that did not trade.
+void checkDealt(const RowValues& values) {
+    for (const EColumn column : {COL_STATUS, COL_REQUEST, COL_REMARK}) {
+        if (saysNotDealt(values[column].display())) {
+            skip(QStringLiteral("not a deal: %1").arg(shown(values[column])));
+        }
+    }
 }
 
 }  // namespace
 
 boost::shared_ptr<vexservice::CDealDetail> readDeal(const RowValues& values,
                                                     const RowContext& context) {
+    checkDealt(values);
     const ESide side = sideOfRow(values);
     const Instrument instrument = instrumentOfRow(values);
     const DateTime when = dateOfRow(values, context, {COL_DATE, COL_ORDER_DATE}, {COL_TIME});
-    const int volume = shares(values[COL_VOLUME], side, "volume");
+    const int volume = shares(values[COL_VOLUME], instrument, side, "volume");
     if (volume == 0) skip(QStringLiteral("not a deal: volume 0"));
     const double price = positivePrice(values[COL_PRICE]);
-    const double amount = amountOfRow(values[COL_AMOUNT], price * volume);
-    // An allotment shows the issue price, but its money moved on another day.
-    if (amount == 0) skip(QStringLiteral("not a deal: amount 0"));
+    const double amount = amountOfDeal(values[COL_AMOUNT], price, volume);
 
     auto deal = newRecord<vexservice::CDealDetail>(instrument, side, when.date);
     deal->m_nVolume = volume;
@@ -202,16 +250,15 @@ boost::shared_ptr<vexservice::COrderDetail> readOrder(const RowValues& values,
     const Instrument instrument = instrumentOfRow(values);
     const DateTime when =
         dateOfRow(values, context, {COL_ORDER_DATE, COL_DATE}, {COL_TIME, COL_ORDER_TIME});
-    const int volume = shares(values[COL_ORDER_VOLUME], side, "volume");
+    const int volume = shares(values[COL_ORDER_VOLUME], instrument, side, "volume");
     if (volume == 0) skip(QStringLiteral("not an order: volume 0"));
-    const int traded =
-        values[COL_VOLUME].isEmpty() ? 0 : shares(values[COL_VOLUME], side, "traded volume");
+    const int traded = values[COL_VOLUME].isEmpty()
+                           ? 0
+                           : shares(values[COL_VOLUME], instrument, side, "traded volume");
     if (traded > volume) {
         skip(QStringLiteral("traded %1 of %2 shares").arg(traded).arg(volume));
     }
-    // An order at the market's price may show none.
-    const double price = required(values[COL_ORDER_PRICE], "price", kMaxPrice);
-    if (price < 0) skip(QStringLiteral("price is out of range: %1").arg(price));
+    const double price = priceOfOrder(values[COL_ORDER_PRICE]);
     const double average =
         values[COL_PRICE].isEmpty() ? price : required(values[COL_PRICE], "price", kMaxPrice);
 
@@ -219,8 +266,7 @@ boost::shared_ptr<vexservice::COrderDetail> readOrder(const RowValues& values,
     order->m_nVolume = volume;
     order->m_nTradedVolume = traded;
     order->m_dPrice = price;
-    order->m_dTradedAmount =
-        traded == 0 ? 0.0 : amountOfRow(values[COL_AMOUNT], std::fabs(average) * traded);
+    order->m_dTradedAmount = amountOfOrder(values[COL_AMOUNT], std::fabs(average), traded);
     order->m_eStatus = statusOfRow(values, volume, traded);
     const QString number = numberText(values[COL_ORDER_NUMBER]);
     order->m_strSysID = number.toStdString();

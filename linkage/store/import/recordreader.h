@@ -21,7 +21,8 @@ struct SkippedRow {
 using Ordinals = QHash<QString, int>;
 
 struct RowContext {
-    const std::string& sheetDate;  ///< the day of rows that have no date of their own
+    const std::string& tableDate;  ///< the day of rows that have no date of their own
+    const std::string& tradeDate;  ///< the last day that can be; "" when not known
     bool dates1904;
     const QString& fundAccount;
     Ordinals& ordinals;

@@ -32,7 +32,7 @@ struct Statement {
     std::vector<Parsed<vexservice::CDealDetail>> deals;
     std::vector<Parsed<vexservice::COrderDetail>> orders;
     int read = 0;
-    std::vector<ImportReport::SkippedRow> skipped;
+    std::vector<ImportReport::SkippedRow> skipped;  ///< as many as a report lists
     QStringList notes;
 };
 
@@ -44,8 +44,11 @@ struct Statement {
 /// above it. So the same file, or another export of the same days, gives the same
 /// keys, and two equal deals of one file stay two.
 ///
-/// `tradeDate` ("yyyyMMdd") is the day of files that name no day at all. Throws
-/// Refusal when no sheet has a header, or no day can be found.
+/// A sheet may hold several tables, each under its own column names; those of the other
+/// kind, and other lists, are skipped.
+///
+/// `tradeDate` ("yyyyMMdd") is the day of files that name no day at all, and the last day
+/// that is taken. Throws Refusal when no sheet has a header, or no day can be found.
 LINKAGE_EXPORT Statement readStatement(const CWorkbook& book, const std::string& tradeDate);
 
 }  // namespace TC::statement

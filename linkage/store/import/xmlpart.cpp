@@ -2,6 +2,7 @@
 
 #include "linkage/store/import/workbook.h"
 
+#include <algorithm>
 #include <string_view>
 
 namespace TC::statement {
@@ -10,27 +11,48 @@ namespace {
 
 constexpr std::size_t kMaxPiece = 4 * kMaxCellLength;  ///< bytes of one text or tag
 constexpr int kMaxDepth = 64;
+constexpr int kMaxAttributes = 64;  ///< each is compared with all before it
 
 [[noreturn]] void brokenXml(const QString& why) {
     throw Refusal(QStringLiteral("the workbook is broken: %1").arg(why));
 }
 
-/// What ends the markup that begins here.
+/// What ends markup that is no tag; "" for a tag.
 std::string_view endOf(std::string_view markup) {
     if (markup.starts_with("<![CDATA[")) return "]]>";
     if (markup.starts_with("<!--")) return "-->";
-    return ">";
+    if (markup.starts_with("<?")) return "?>";
+    return markup.front() == '<' ? "" : "<";
+}
+
+/// The length of the tag that begins here; values in quotes may hold its end.
+std::size_t tagLength(std::string_view markup) {
+    char quote = '\0';
+    int attributes = 0;
+    for (std::size_t at = 0; at < std::min(markup.size(), kMaxPiece); ++at) {
+        const char c = markup[at];
+        if (quote != '\0') {
+            if (c == quote) quote = '\0';
+        } else if (c == '>') {
+            return at + 1;
+        } else if (c == '"' || c == '\'') {
+            quote = c;
+        } else if (c == '=' && ++attributes > kMaxAttributes) {
+            brokenXml(QStringLiteral("a tag with more than %1 attributes").arg(kMaxAttributes));
+        }
+    }
+    return markup.size();
 }
 
 /// The parser gathers each text and each tag whole before anyone sees it, so their
 /// lengths are looked at first.
 void checkPieces(std::string_view rest) {
     while (!rest.empty()) {
-        const std::string_view end = rest.front() == '<' ? endOf(rest) : "<";
-        std::size_t length = rest.find(end);
+        const std::string_view end = endOf(rest);
+        std::size_t length = end.empty() ? tagLength(rest) : rest.find(end);
         if (length == std::string_view::npos) length = rest.size();
         if (length > kMaxPiece) brokenXml(QStringLiteral("endless text"));
-        if (rest.front() == '<') length = std::min(rest.size(), length + end.size());
+        if (end.size() > 1) length = std::min(rest.size(), length + end.size());
         rest.remove_prefix(length);
     }
 }
@@ -38,6 +60,7 @@ void checkPieces(std::string_view rest) {
 }  // namespace
 
 CXmlPart::CXmlPart(const QByteArray& bytes) {
+    if (bytes.contains('\0')) brokenXml(QStringLiteral("not in UTF-8"));
     checkPieces({bytes.constData(), static_cast<std::size_t>(bytes.size())});
     // Through a device the reader decodes a few kilobytes at a time.
     m_buffer.setData(bytes);
@@ -50,6 +73,11 @@ bool CXmlPart::next() {
     for (;;) {
         const auto token = m_xml.readNext();
         if (token == QXmlStreamReader::DTD) brokenXml(QStringLiteral("document type"));
+        // In other encodings the pieces that were looked at are not those that are read.
+        const QStringRef encoding = m_xml.documentEncoding();
+        if (!encoding.isEmpty() && encoding.compare(QLatin1String("UTF-8"), Qt::CaseInsensitive)) {
+            brokenXml(QStringLiteral("not in UTF-8"));
+        }
         if (m_xml.hasError()) brokenXml(m_xml.errorString().left(100));
         if (token == QXmlStreamReader::EndDocument) return false;
         if (token == QXmlStreamReader::Characters) m_text += m_xml.text();
