@@ -80,8 +80,8 @@ void CLimit::describeFigures(const Workload& world, const std::vector<bool>& see
                 record->deals().m_dBuyAmount = deals.boughtAmount;
                 record->deals().m_dSellAmount = deals.soldAmount;
                 record->deals().m_dCommission = deals.commission;
-                record->deals().m_dProfit = m_profits[place];
-                record->deals().m_dPositionValue = m_values[place];
+                record->worth().m_dProfit = m_profits[place];
+                record->worth().m_dPositionValue = m_values[place];
                 record->m_buyVolumes.replace(0, m_sums[place].boughtVolume);
                 record->m_sellVolumes.replace(0, m_sums[place].soldVolume);
                 record->m_buyAmounts.replace(0.0, m_sums[place].boughtAmount);

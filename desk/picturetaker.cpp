@@ -100,8 +100,8 @@ void CPictureTaker::takePairs(TC::CLinkageManager& manager, Picture& picture) {
                 const TC::EffectiveFigures figures = TC::effectiveFigures(*record, m_bClientType3);
                 row.bought += figures.buyVolume;
                 row.sold += figures.sellVolume;
-                row.profit += record->deals().m_dProfit;
-                row.positionValue += record->deals().m_dPositionValue;
+                row.profit += record->worth().m_dProfit;
+                row.positionValue += record->worth().m_dPositionValue;
             }
             const auto time = picture.balanceTimes.find(row.account + ":" + strategy);
             if (time != picture.balanceTimes.end()) row.balanceTime = time->second;
@@ -126,8 +126,8 @@ void CPictureTaker::takeStocks(TC::CLinkageManager& manager, Picture& picture) {
         row.boughtAmount = figures.buyAmount;
         row.soldAmount = figures.sellAmount;
         row.commission = record->deals().m_dCommission;
-        row.profit = record->deals().m_dProfit;
-        row.positionValue = record->deals().m_dPositionValue;
+        row.profit = record->worth().m_dProfit;
+        row.positionValue = record->worth().m_dPositionValue;
         const auto price = utils::CManualSingletonT<TC::CQuoteClient>::instance()->getStockPrice(
             Pim::sToQs(stock));
         if (price && price->hasLastPrice()) row.lastPrice = price->m_dLastPrice;

@@ -193,8 +193,8 @@ void CDayReport::addFigures(const TC::ManagerState& state, DayFigures& day) {
                 pair.buyAmount += figures.buyAmount;
                 pair.sellAmount += figures.sellAmount;
                 pair.commission += record->deals().m_dCommission;
-                pair.profit += record->deals().m_dProfit;
-                pair.positionValue += record->deals().m_dPositionValue;
+                pair.profit += record->worth().m_dProfit;
+                pair.positionValue += record->worth().m_dPositionValue;
             }
         }
     }

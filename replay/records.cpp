@@ -42,8 +42,8 @@ void write(CJsonWriter& out, const TC::LinkagePeriodExtData& record) {
     out.member("buyVolume", deals.m_nBuyVolume.get());
     out.member("commission", deals.m_dCommission.get());
     out.member("plain", record.m_bPlain.get());
-    out.member("positionValue", deals.m_dPositionValue.get());
-    out.member("profit", deals.m_dProfit.get());
+    out.member("positionValue", record.worth().m_dPositionValue.get());
+    out.member("profit", record.worth().m_dProfit.get());
     out.member("sellAmount", deals.m_dSellAmount.get());
     out.member("sellAmountSum", record.m_sellAmounts.sum());
     out.member("sellSum", record.m_sellVolumes.sum());

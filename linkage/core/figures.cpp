@@ -9,11 +9,18 @@ namespace TC {
 namespace {
 
 constexpr std::uint32_t FIRST_BLOCK = 4;
-constexpr std::uint32_t LARGEST_BLOCK = 256;
+constexpr std::uint32_t LARGEST_BLOCK = 128;
+constexpr std::uint32_t GROWTH = 4;
+
+/// What a pass reads and writes of a record.
+constexpr std::size_t STREAMED = sizeof(DealFigures) + sizeof(DealWorth) + sizeof(SumPlace);
+
+constexpr std::size_t linesFor(std::size_t bytes) { return (bytes + 63) / 64; }
 
 struct OwnRecord {
     DealFigures deals;
-    LinkagePeriodExtData record{deals};
+    DealWorth worth;
+    LinkagePeriodExtData record{deals, worth};
 };
 
 }  // namespace
@@ -46,11 +53,18 @@ void CFigureIndex::add(std::uint32_t stock, Figures* figures) {
     ++m_nUsed;
 }
 
+// Few allocations, so that what a pass streams over lies on few pages.
 FigureBlock::FigureBlock(std::uint32_t room)
     : capacity(room),
-      deals(std::make_unique<DealFigures[]>(room)),
-      places(std::make_unique<SumPlace[]>(room)),
-      m_pRoom(std::make_unique_for_overwrite<Room[]>(room)) {}
+      m_pStreamed(std::make_unique<Line[]>(linesFor(room * STREAMED))),
+      m_pRecords(std::make_unique_for_overwrite<Line[]>(linesFor(room * sizeof(Figures)))) {
+    static_assert(alignof(DealFigures) >= alignof(DealWorth));
+    static_assert(alignof(DealWorth) >= alignof(SumPlace));
+    unsigned char* const begin = m_pStreamed[0].bytes;
+    deals = new (begin) DealFigures[room];
+    worths = new (deals + room) DealWorth[room];
+    places = new (worths + room) SumPlace[room];
+}
 
 FigureBlock::~FigureBlock() {
     for (std::uint32_t index = 0; index < used; ++index) at(index).~Figures();
@@ -60,11 +74,12 @@ Figures* CFigureBlocks::makeIn(const boost::shared_ptr<FigureBlock>& block, std:
     if (index < block->used) {
         block->at(index).~Figures();
         block->deals[index] = DealFigures();
+        block->worths[index] = DealWorth();
     } else {
         block->used = index + 1;
     }
     ++block->alive;
-    Figures* made = new (&block->at(index)) Figures(block->deals[index]);
+    Figures* made = new (&block->at(index)) Figures(block->deals[index], block->worths[index]);
     made->block = block.get();
     made->inBlock = index;
     return made;
@@ -84,7 +99,8 @@ Figures* CFigureBlocks::make() {
     }
     if (m_blocks.empty() || m_blocks.back()->used == m_blocks.back()->capacity) {
         const std::uint32_t room =
-            m_blocks.empty() ? FIRST_BLOCK : std::min(m_blocks.back()->capacity * 2, LARGEST_BLOCK);
+            m_blocks.empty() ? FIRST_BLOCK
+                             : std::min(m_blocks.back()->capacity * GROWTH, LARGEST_BLOCK);
         m_blocks.push_back(boost::make_shared<FigureBlock>(room));
     }
     return makeIn(m_blocks.back(), m_blocks.back()->used);

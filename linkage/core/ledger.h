@@ -499,7 +499,8 @@ private:
 
     void sortGrownPairs();
     static void refreshLimits(Stock& stock);
-    void revalueStock(Stock& stock, const ValuePrices& prices);
+    void revalueBlock(FigureBlock& block, const ValuePrices& prices);
+    void revalueBlocks(const std::vector<std::pair<FigureBlock*, ValuePrices>>& blocks);
 
     const bool m_bClientType3;
 

@@ -21,7 +21,7 @@ void CLedger::sortGrownPairs() {
         m_profits.seat(at, pair.strategy == 0, pair.sorted);
         for (std::uint32_t rank = 0; rank < pair.sorted; ++rank) {
             Figures& figures = *pair.figures[rank];
-            m_profits.put(at, rank, figures.record.deals().m_dProfit);
+            m_profits.put(at, rank, figures.record.worth().m_dProfit);
             figures.block->places[figures.inBlock] = {at, rank};
         }
     }
@@ -74,36 +74,54 @@ void CLedger::refreshLimits(Stock& stock) {
     stock.limits = dayLimits(stock.quoteKey);
 }
 
-void CLedger::revalueStock(Stock& stock, const ValuePrices& prices) {
-    for (const auto& block : stock.figures.blocks()) {
-        for (std::uint32_t index = 0; index < block->used; ++index) {
-            const SumPlace place = block->places[index];
-            if (place.pair == NONE) continue;
-            DealFigures& deals = block->deals[index];
-            EffectiveFigures figures{deals.m_nBuyVolume, deals.m_nSellVolume, deals.m_dBuyAmount,
-                                     deals.m_dSellAmount};
-            if (m_bClientType3) figures = effectiveFigures(block->at(index).record, true);
-            const std::int32_t net = figures.net();
-            const double profit =
-                profitOf(net, figures.buyAmount, figures.sellAmount, deals.m_dCommission, prices);
-            deals.m_dProfit = profit;
-            deals.m_dPositionValue = positionValueOf(net, prices.price);
-            m_profits.set(place.pair, place.rank, profit);
-        }
+void CLedger::revalueBlock(FigureBlock& block, const ValuePrices& prices) {
+    const SumPlace* const places = block.places;
+    const DealFigures* const deals = block.deals;
+    DealWorth* const worths = block.worths;
+    const bool byOrders = m_bClientType3;
+    for (std::uint32_t index = 0; index < block.used; ++index) {
+        const SumPlace place = places[index];
+        if (place.pair == NONE) continue;
+        const DealFigures& own = deals[index];
+        EffectiveFigures figures{own.m_nBuyVolume.own(), own.m_nSellVolume.own(),
+                                 own.m_dBuyAmount.own(), own.m_dSellAmount.own()};
+        if (byOrders) figures = effectiveFigures(block.at(index).record, true);
+        const std::int32_t net = figures.net();
+        const double profit =
+            profitOf(net, figures.buyAmount, figures.sellAmount, own.m_dCommission.own(), prices);
+        worths[index].m_dProfit = profit;
+        worths[index].m_dPositionValue = positionValueOf(net, prices.price);
+        m_profits.set(place.pair, place.rank, profit);
+    }
+}
+
+// The blocks of all stocks are listed first: while one is worked on, the next ones are on
+// their way to the cache.
+void CLedger::revalueBlocks(const std::vector<std::pair<FigureBlock*, ValuePrices>>& blocks) {
+    constexpr std::size_t NEAR = 1;
+    constexpr std::size_t FAR = 6;
+    for (std::size_t at = 0; at < blocks.size(); ++at) {
+        if (at + FAR < blocks.size()) __builtin_prefetch(blocks[at + FAR].first);
+        if (at + NEAR < blocks.size()) blocks[at + NEAR].first->prefetch();
+        revalueBlock(*blocks[at].first, blocks[at].second);
     }
 }
 
 std::vector<CLedger::ProfitSum> CLedger::revalue(const LimitRates& rates) {
     sortGrownPairs();
+    std::vector<std::pair<FigureBlock*, ValuePrices>> blocks;
     for (const std::uint32_t at : m_newPrices) {
         Stock& stock = m_stocks[at];
         stock.hasNewPrice = false;
         stock.valuedPrice = stock.lastPrice;
         if (stock.figures.blocks().empty()) continue;
         refreshLimits(stock);
-        revalueStock(stock, valuePrices(*stock.lastPrice, stock.limits ? &*stock.limits : nullptr,
-                                        stock.special ? rates.special : rates.ordinary));
+        const ValuePrices prices =
+            valuePrices(*stock.lastPrice, stock.limits ? &*stock.limits : nullptr,
+                        stock.special ? rates.special : rates.ordinary);
+        for (const auto& block : stock.figures.blocks()) blocks.emplace_back(block.get(), prices);
     }
+    revalueBlocks(blocks);
     m_newPrices.clear();
 
     std::vector<ProfitSum> sums;

@@ -40,14 +40,18 @@ struct LinkagePeriodTradeData {
     double m_dCommission = 0.0;
 };
 
-/// What the deals of one stock add up to, and what that is worth now. The
-/// calculators stream over these, so they lie apart from the rest of the record.
-struct DealFigures {
+/// What the deals of one stock add up to. The calculators stream over these and over what
+/// they come to, so each lies apart from the rest of the record; two make a cache line.
+struct alignas(32) DealFigures {
     utils::CRelaxed<std::int32_t> m_nBuyVolume;
     utils::CRelaxed<std::int32_t> m_nSellVolume;
     utils::CRelaxed<double> m_dBuyAmount;
     utils::CRelaxed<double> m_dSellAmount;
     utils::CRelaxed<double> m_dCommission;
+};
+
+/// What those deals are worth at the last price that a calculator has seen.
+struct DealWorth {
     utils::CRelaxed<double> m_dProfit;
     utils::CRelaxed<double> m_dPositionValue;
 };
@@ -63,12 +67,14 @@ public:
     /// A record of its own, outside the manager's tables.
     static boost::shared_ptr<LinkagePeriodExtData> make();
 
-    explicit LinkagePeriodExtData(DealFigures& deals) : m_deals(deals) {}
+    LinkagePeriodExtData(DealFigures& deals, DealWorth& worth) : m_deals(deals), m_worth(worth) {}
     LinkagePeriodExtData(const LinkagePeriodExtData&) = delete;
     LinkagePeriodExtData& operator=(const LinkagePeriodExtData&) = delete;
 
     DealFigures& deals() { return m_deals; }
     const DealFigures& deals() const { return m_deals; }
+    DealWorth& worth() { return m_worth; }
+    const DealWorth& worth() const { return m_worth; }
 
 private:
     DealFigures& m_deals;
@@ -86,6 +92,9 @@ public:
     /// Value of the open net volume at the last minute close that the period
     /// calculation has seen.
     utils::CRelaxed<double> m_dCloseValue;
+
+private:
+    DealWorth& m_worth;
 };
 
 /// The four figures of a record after the effective-figure rule: for client type 3

@@ -73,7 +73,7 @@ void CLinkageManager::historyStatCalculator() {
             }
             const EffectiveFigures figures = effectiveFigures(*record, m_bClientType3);
             const double positionValue = positionValueOf(figures.net(), last);
-            record->deals().m_dPositionValue = positionValue;
+            record->worth().m_dPositionValue = positionValue;
             value += positionValue;
             bought += figures.buyVolume;
             sold += figures.sellVolume;

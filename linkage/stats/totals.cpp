@@ -27,9 +27,9 @@ std::set<std::string> keySet(const QList<QString>& texts) {
 }
 
 TradedValue valueOf(const LinkagePeriodExtData& record, bool clientType3) {
-    const DealFigures& deals = record.deals();
-    return {effectiveFigures(record, clientType3), deals.m_dCommission, deals.m_dProfit,
-            deals.m_dPositionValue};
+    const DealWorth& worth = record.worth();
+    return {effectiveFigures(record, clientType3), record.deals().m_dCommission, worth.m_dProfit,
+            worth.m_dPositionValue};
 }
 
 }  // namespace

@@ -22,17 +22,23 @@ public:
     }
 
     operator T() const { return get(); }
-    T get() const { return m_value.load(std::memory_order_relaxed); }
-    void set(T value) { m_value.store(value, std::memory_order_relaxed); }
+    T get() const {
+        return std::atomic_ref<T>(const_cast<T&>(m_value)).load(std::memory_order_relaxed);
+    }
+    void set(T value) { std::atomic_ref<T>(m_value).store(value, std::memory_order_relaxed); }
+
+    /// For the one writer, whom nobody writes beside: a plain read, which the compiler may
+    /// combine with others.
+    T own() const { return m_value; }
 
     /// For the one writer: not a read-modify-write that two writers could share.
     CRelaxed& operator+=(T amount) {
-        set(get() + amount);
+        set(own() + amount);
         return *this;
     }
 
 private:
-    std::atomic<T> m_value;
+    T m_value;
 };
 
 }  // namespace utils

@@ -46,7 +46,7 @@ TEST_F(DeskWindow, TablesAgreeWithTheLibraryWhenAStrategyIsChosen) {
     auto* stocks = find<CRowsView>("stocks");
     ASSERT_TRUE(until([&] { return stocks->rows().rowCount() == 1; }));
     const double profit = ask([](Manager& manager) {
-        return manager.getTradeStatDatas("A01", "alpha").at("SH600001")->deals().m_dProfit.get();
+        return manager.getTradeStatDatas("A01", "alpha").at("SH600001")->worth().m_dProfit.get();
     });
     EXPECT_EQ(traded("A01", "alpha", "SH600001"), std::pair(800, 300));
     // 500 × 10.12 + (300 × 10.19 − 800 × 10.01) − 5 − 5

@@ -28,7 +28,7 @@ struct Calculators : testing::TestWithParam<int> {
         f.forget();
     }
     double profit(const std::string& strategy, const std::string& stock) {
-        return f.manager().getTradeStatDatas("A", strategy).at(stock)->deals().m_dProfit;
+        return f.manager().getTradeStatDatas("A", strategy).at(stock)->worth().m_dProfit;
     }
     /// A filled order and its deal, so that figures of both kinds agree.
     void trade(std::uint64_t key, const std::string& stock, Side side, double price, int volume,
@@ -115,7 +115,7 @@ TEST_P(Calculators, PassesEqualThePlainWalk) {
                                              record->deals().m_dCommission, price->second);
                         revalued = true;
                     }
-                    EXPECT_EQ(record->deals().m_dProfit.get(), profit);
+                    EXPECT_EQ(record->worth().m_dProfit.get(), profit);
                     sum += profit;
                 }
                 if (revalued) expected.push_back(fmt::format("{}/{}/{}", account, strategy, sum));
@@ -167,9 +167,9 @@ TEST(CalculatorLimits, PercentagesComeFromTheUserData) {
     for (const char* stock : {"SH600000", "SH6ST000"}) f.price({.stock = stock, .last = 11.0});
     f.advance(3);
     const auto records = f.manager().getTradeStatDatas("A", "");
-    EXPECT_NEAR(records.at("SH600000")->deals().m_dProfit, 1000 - 1210, 1e-9);
-    EXPECT_NEAR(records.at("SH6ST000")->deals().m_dProfit, 1000 - 1155, 1e-9);
-    EXPECT_NEAR(records.at("SH600000")->deals().m_dPositionValue, 1100, 1e-9);
+    EXPECT_NEAR(records.at("SH600000")->worth().m_dProfit, 1000 - 1210, 1e-9);
+    EXPECT_NEAR(records.at("SH6ST000")->worth().m_dProfit, 1000 - 1155, 1e-9);
+    EXPECT_NEAR(records.at("SH600000")->worth().m_dPositionValue, 1100, 1e-9);
 }
 
 TEST(HistoryCalculator, RevaluesOnDemandAndAnnouncesPrices) {

@@ -23,7 +23,7 @@ std::vector<int> minutesOf(const Curve& curve) {
 double liveProfit(Fixture& f, const std::string& account, const std::string& strategy) {
     double sum = 0.0;
     for (const auto& [stock, record] : f.manager().getTradeStatDatas(account, strategy)) {
-        sum += record->deals().m_dProfit;
+        sum += record->worth().m_dProfit;
     }
     return sum;
 }

@@ -132,8 +132,8 @@ TEST(Totals, areTheSumsOfTheRecordsAsTheyStand) {
         Totals sum;
         for (const auto& [stock, record] : f.manager().getTradeStatDatas("A", strategy)) {
             const TC::DealFigures& deals = record->deals();
-            sum +=
-                {deals.m_dProfit, deals.m_dPositionValue, deals.m_dBuyAmount, deals.m_dSellAmount};
+            sum += {record->worth().m_dProfit, record->worth().m_dPositionValue, deals.m_dBuyAmount,
+                    deals.m_dSellAmount};
         }
         return sum;
     };

@@ -89,8 +89,8 @@ public:
             const std::string account = pair.substr(0, pair.find('/'));
             const std::string strategy = pair.substr(pair.find('/') + 1);
             const auto record = manager.getTradeStatDatas(account, strategy).at(STOCK);
-            closings[pair] = {record->deals().m_dProfit.get(),
-                              record->deals().m_dPositionValue.get(),
+            closings[pair] = {record->worth().m_dProfit.get(),
+                              record->worth().m_dPositionValue.get(),
                               manager.getPeriodCurve(account, strategy)};
         }
         total = manager.getTotalProfits({}, {}, {}, true).begin()->second;

@@ -75,8 +75,10 @@ public:
                same(way + " bought amount", left.m_dBuyAmount.get(), right.m_dBuyAmount.get()) &&
                same(way + " sold amount", left.m_dSellAmount.get(), right.m_dSellAmount.get()) &&
                same(way + " commission", left.m_dCommission.get(), right.m_dCommission.get()) &&
-               same(way + " profit", left.m_dProfit.get(), right.m_dProfit.get()) &&
-               same(way + " value", left.m_dPositionValue.get(), right.m_dPositionValue.get()) &&
+               same(way + " profit", expected->worth().m_dProfit.get(),
+                    actual->worth().m_dProfit.get()) &&
+               same(way + " value", expected->worth().m_dPositionValue.get(),
+                    actual->worth().m_dPositionValue.get()) &&
                same(way + " plain", expected->m_bPlain.get(), actual->m_bPlain.get()) &&
                same(way + " bought sum", expected->m_buyVolumes.sum(),
                     actual->m_buyVolumes.sum()) &&
