@@ -3,6 +3,8 @@
 #include "desk/engine.h"
 #include "linkage/core/clinkagemanager.h"
 #include "platform/services/clientconfig.h"
+#include "platform/services/quoteclient.h"
+#include "platform/utils/text.h"
 
 #include <utility>
 
@@ -45,6 +47,23 @@ TC::TradeStatData statOf(const TC::CLinkageManager& manager, const Selection& pa
     return stat;
 }
 
+PlanPreview previewOf(TC::CLinkageManager& manager, const Selection& pair, bool history) {
+    PlanPreview preview;
+    preview.plan = history ? manager.previewHistoryBalance(pair.account, pair.strategy)
+                           : manager.previewBalance(pair.account, pair.strategy);
+    if (!history) {  // a balance of history cancels nothing
+        preview.runningOrders = manager.getRunningOrders(pair.account, pair.strategy);
+        preview.runningTasks = manager.getRunningTasks(pair.account, pair.strategy);
+    }
+    for (const TC::StockBalance& stock : preview.plan.stocks) {
+        const auto price = utils::CManualSingletonT<TC::CQuoteClient>::instance()->getStockPrice(
+            Pim::sToQs(stock.stockKey));
+        if (price && price->hasLastPrice())
+            preview.lastPrices[stock.stockKey] = price->m_dLastPrice;
+    }
+    return preview;
+}
+
 }  // namespace
 
 std::string balanceKey(const std::string& account, const std::string& strategy) {
@@ -54,10 +73,8 @@ std::string balanceKey(const std::string& account, const std::string& strategy) 
 void CActions::preview(const Selection& pair, bool history, PlanAnswer answer) {
     m_engine.post(
         onManager([&engine = m_engine, pair, history, answer](TC::CLinkageManager& manager) {
-            const TC::BalancePlan plan =
-                history ? manager.previewHistoryBalance(pair.account, pair.strategy)
-                        : manager.previewBalance(pair.account, pair.strategy);
-            engine.answer([answer, plan] { answer(plan); });
+            const PlanPreview preview = previewOf(manager, pair, history);
+            engine.answer([answer, preview] { answer(preview); });
         }));
 }
 
@@ -113,10 +130,16 @@ void CActions::deleteAllHistory() {
 }
 
 void CActions::import(const QString& path, std::function<void(const TC::ImportReport&)> answer) {
-    m_engine.post(onManager([&engine = m_engine, path, answer](TC::CLinkageManager& manager) {
-        const TC::ImportReport report = manager.importData(path);
+    m_engine.post([&engine = m_engine, path, answer] {
+        TC::ImportReport report;
+        if (Manager::exists()) {
+            report = Manager::instance()->importData(path);
+        } else {
+            report.path = path;
+            report.refusal = QT_TRANSLATE_NOOP("ImportText", "the library is not running");
+        }
         engine.answer([answer, report] { answer(report); });
-    }));
+    });
 }
 
 }  // namespace desk

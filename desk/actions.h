@@ -7,22 +7,31 @@
 #include <QString>
 
 #include <functional>
+#include <map>
 #include <string>
 
 namespace desk {
 
 class CEngine;
 
+/// What a balance would do now.
+struct PlanPreview {
+    TC::BalancePlan plan;
+    int runningOrders = 0;  ///< of the pair; they and its tasks are cancelled first
+    int runningTasks = 0;
+    std::map<std::string, double> lastPrices;  ///< yuan, of the plan's stocks, where known
+};
+
 /// What the user can ask of the library. Each call returns at once; the work is done on
 /// the engine's thread, the answer comes on the window's. Without a manager nothing is
-/// done and no answer comes.
+/// done, and only an import is answered, by a refusal.
 ///
 /// Threads: the window's.
 class CActions {
 public:
     explicit CActions(CEngine& engine) : m_engine(engine) {}
 
-    using PlanAnswer = std::function<void(const TC::BalancePlan&)>;
+    using PlanAnswer = std::function<void(const PlanPreview&)>;
     /// What a balance of the pair, or of its history, would send now.
     void preview(const Selection& pair, bool history, PlanAnswer answer);
     /// Asks for a balance; the answer is false when one is pending already.

@@ -44,6 +44,7 @@ CBalanceTimesPage::CBalanceTimesPage(CActions& actions, QWidget* parent)
         new CRowsView({{tr("Account")}, {tr("Strategy")}, {tr("Balanced at"), EFormat::Time, true}},
                       CRowsView::ESorting::Off, this);
     m_pTable->setObjectName("balanceTimes");
+    m_pTable->setPlaceholder(tr("No strategy has a balance time"));
     m_pTable->setItemDelegateForColumn(TIME_COLUMN, new CTimeDelegate(m_pTable));
     connect(&m_pTable->rows(), &CRowsModel::sigEdited, this,
             [this](const QString& key, int, const QVariant& time) {

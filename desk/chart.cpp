@@ -20,7 +20,12 @@ namespace {
 constexpr int MARGIN = 8;
 constexpr int PRICE_LINES = 8;
 constexpr int PROFIT_LINES = 4;
+constexpr double FINEST_PRICE = 0.001;
 constexpr double FINEST_MONEY = 1.0;
+constexpr std::size_t MOST_ORDER_LINES = 8;
+/// Of labels from the last point, which may have a dot around it.
+constexpr int LABEL_DISTANCE = 10;
+constexpr int FILL_ALPHA = 50;
 
 }  // namespace
 
@@ -38,69 +43,75 @@ void CChart::resizeEvent(QResizeEvent* event) {
 /// Axes and panes from what is to be shown.
 void CChart::layOut() {
     const Picture& picture = *m_pPicture;
-    int first = 24 * 60, last = 0;
-    const auto stretch = [&](int minute) {
-        first = std::min(first, minute);
-        last = std::max(last, minute);
-    };
-    double low = picture.referencePrice > 0 ? picture.referencePrice : 1e300;
-    double high = picture.referencePrice > 0 ? picture.referencePrice : -1e300;
-    for (const auto& [minute, price] : picture.prices) {
-        stretch(minute);
-        low = std::min(low, price);
-        high = std::max(high, price);
-    }
-    for (const DealDot& dot : picture.dots) {
-        stretch(dot.minute);
-        low = std::min(low, dot.price);
-        high = std::max(high, dot.price);
-    }
-    double least = 0.0, most = 0.0;
-    for (const auto& [minute, point] : picture.curve) {
-        stretch(minute);
-        least = std::min(least, point.profit);
-        most = std::max(most, point.profit);
-    }
-    if (low > high) low = 0.0, high = 1.0;
-    m_time = CTimeAxis(first, last);
-    m_price.values = ValueAxis::over(low, high, PRICE_LINES, std::max(picture.tick, 0.001));
-    m_profit.values = ValueAxis::over(least, most, PROFIT_LINES, FINEST_MONEY);
+    m_resting = restingLevels(picture.orders, marketPrice(picture), MOST_ORDER_LINES);
+    const ChartRange range = chartRange(picture, m_resting);
+    m_time = CTimeAxis(range.first, range.last);
+    m_price.values =
+        ValueAxis::over(range.low, range.high, PRICE_LINES, std::max(picture.tick, FINEST_PRICE));
+    m_profit.values = ValueAxis::over(range.least, range.most, PROFIT_LINES, FINEST_MONEY);
+    m_price.format = EFormat::Price;
+    m_profit.format = EFormat::Yuan;
 
     const QFontMetrics metrics(font());
     const int line = metrics.height() + 6;
-    int labels = 0;
+    int numbers = 0;
     for (const Pane* pane : {&m_price, &m_profit}) {
         for (const double value : pane->values.marks())
-            labels = std::max(labels, metrics.horizontalAdvance(formatted(value, EFormat::Money)));
+            numbers = std::max(numbers, metrics.horizontalAdvance(formatted(value, pane->format)));
     }
-    const QRect inner = rect().adjusted(MARGIN, 0, -MARGIN - labels - 6, -line);
+    const QRect inner = rect().adjusted(MARGIN, 0, -MARGIN - numbers - 6, -line);
     const int upper = (inner.height() - 2 * line) * 62 / 100;
     m_price.area = QRect(inner.left(), inner.top() + line, inner.width(), upper);
     const int top = m_price.area.bottom() + line;
     m_profit.area = QRect(inner.left(), top, inner.width(), inner.bottom() - top);
+    makeRoomForLabels(std::max(range.last, picture.prices.empty() ? 0 : picture.minute));
+}
+
+/// Labels stand right of what was drawn until `last`: where the day is still empty, or
+/// else in room that is taken from the day.
+void CChart::makeRoomForLabels(int last) {
+    m_dDayWidth = m_price.area.width();
+    const double needed = widestLabel() + LABEL_DISTANCE;
+    const double place = m_time.place(last);
+    if (needed > m_dDayWidth / 2 || place <= 0.0) return;
+    m_dDayWidth = std::min(m_dDayWidth, (m_dDayWidth - needed) / place);
 }
 
 QPointF CChart::pixel(const Pane& pane, double minute, double value) const {
-    return {pane.area.left() + m_time.place(minute) * pane.area.width(),
+    return {pane.area.left() + m_time.place(minute) * m_dDayWidth,
             pane.area.bottom() - pane.values.place(value) * pane.area.height()};
 }
 
+double CChart::valueAt(const Pane& pane, double y) const {
+    const ValueAxis& axis = pane.values;
+    return axis.low + (pane.area.bottom() - y) / pane.area.height() * (axis.high - axis.low);
+}
+
 void CChart::paintPane(QPainter& painter, const Pane& pane, const QString& title,
-                       int decimals) const {
+                       const QString& lack) const {
     const QFontMetrics metrics(font());
     painter.setPen(style::FAINT);
     painter.drawText(pane.area.left(), pane.area.top() - metrics.descent() - 3, title);
+    if (!lack.isEmpty()) {
+        painter.drawText(pane.area, Qt::AlignCenter, lack);
+        return;
+    }
     for (const double value : pane.values.marks()) {
         const int y = static_cast<int>(pixel(pane, 0, value).y());
         painter.setPen(style::EDGE);
         painter.drawLine(pane.area.left(), y, pane.area.right(), y);
         painter.setPen(style::FAINT);
-        const QString text = decimals == 0 ? formatted(std::llround(value), EFormat::Count)
-                                           : formatted(value, EFormat::Price);
-        painter.drawText(pane.area.right() + 6, y + metrics.ascent() / 2 - 1, text);
+        painter.drawText(pane.area.right() + 6, y + metrics.ascent() / 2 - 1,
+                         formatted(value, pane.format));
     }
+    paintMinutes(painter, pane);
+}
+
+/// Both panes have the lines, the lower one the times.
+void CChart::paintMinutes(QPainter& painter, const Pane& pane) const {
+    const QFontMetrics metrics(font());
     const int widest = metrics.horizontalAdvance("00:00") + 16;
-    for (const int minute : m_time.marks(std::max(2, pane.area.width() / widest))) {
+    for (const int minute : m_time.marks(std::max(2, static_cast<int>(m_dDayWidth) / widest))) {
         const int x = static_cast<int>(pixel(pane, minute, 0).x());
         painter.setPen(QPen(style::EDGE, 1, Qt::DotLine));
         painter.drawLine(x, pane.area.top(), x, pane.area.bottom());
@@ -113,26 +124,39 @@ void CChart::paintPane(QPainter& painter, const Pane& pane, const QString& title
     }
 }
 
-void CChart::paintCurve(QPainter& painter, const Pane& pane, const std::vector<QPointF>& points,
-                        QColor colour, bool filled) const {
+void CChart::paintCurve(QPainter& painter, const QRect& clip, const std::vector<QPointF>& points,
+                        QColor colour, std::optional<double> ground) const {
     if (points.empty()) return;
     QPainterPath path(points.front());
     for (const QPointF& point : points) path.lineTo(point);
     painter.save();
-    painter.setClipRect(pane.area.adjusted(0, 0, 1, 1));
+    painter.setClipRect(clip);
     painter.setRenderHint(QPainter::Antialiasing);
-    if (filled) {
-        const double zero = pixel(pane, 0, 0.0).y();
+    if (ground) {
         QPainterPath area = path;
-        area.lineTo(points.back().x(), zero);
-        area.lineTo(points.front().x(), zero);
-        colour.setAlpha(50);
-        painter.fillPath(area, colour);
-        colour.setAlpha(255);
+        area.lineTo(points.back().x(), *ground);
+        area.lineTo(points.front().x(), *ground);
+        QColor fill = colour;
+        fill.setAlpha(FILL_ALPHA);
+        painter.fillPath(area, fill);
     }
     painter.setPen(QPen(colour, 1.6));
     painter.drawPath(path);
     painter.restore();
+}
+
+/// Gains stand red above the line of zero, losses green below it.
+void CChart::paintProfit(QPainter& painter) const {
+    std::vector<QPointF> points;
+    for (const auto& [minute, point] : m_pPicture->curve)
+        points.push_back(pixel(m_profit, minute, point.profit));
+    const double zero = pixel(m_profit, 0, 0.0).y();
+    QRect gains = m_profit.area.adjusted(0, 0, 1, 1);
+    QRect losses = gains;
+    gains.setBottom(static_cast<int>(zero));
+    losses.setTop(static_cast<int>(zero) + 1);
+    paintCurve(painter, gains, points, style::RISE, zero);
+    paintCurve(painter, losses, points, style::FALL, zero);
 }
 
 void CChart::paintEvent(QPaintEvent*) {
@@ -144,16 +168,10 @@ void CChart::paintEvent(QPaintEvent*) {
         fileMarks();
         m_bStale = false;
     }
-    paintPane(painter, m_price, priceTitle(), 2);
-    paintPane(painter, m_profit, profitTitle(), 0);
-
-    paintCurve(painter, m_price, pricePoints(), style::ACCENT, false);
-    std::vector<QPointF> points;
-    for (const auto& [minute, point] : m_pPicture->curve)
-        points.push_back(pixel(m_profit, minute, point.profit));
-    const bool gains = m_pPicture->curve.empty() || m_pPicture->curve.rbegin()->second.profit >= 0;
-    paintCurve(painter, m_profit, points, gains ? style::RISE : style::FALL, true);
-
+    paintPane(painter, m_price, priceTitle(), priceLack());
+    paintPane(painter, m_profit, profitTitle(), profitLack());
+    paintCurve(painter, m_price.area.adjusted(0, 0, 1, 1), pricePoints(), style::ACCENT, {});
+    paintProfit(painter);
     paintMarks(painter, 0, m_price);
     paintMarks(painter, 1, m_profit);
 }
@@ -177,23 +195,35 @@ std::vector<QPointF> CChart::pricePoints() const {
 
 QString CChart::priceTitle() const {
     const Selection& chosen = m_pPicture->selection;
-    if (chosen.stock.empty()) return tr("Price: choose a stock");
+    if (chosen.stock.empty()) return tr("Price");
     QString name;
     for (const StockRow& row : m_pPicture->stocks) {
         if (row.stock == chosen.stock) name = QString::fromStdString(row.name);
     }
-    return tr("Price of %1 %2, with the deals and resting orders of the strategy")
+    return tr("Price of %1 %2 (yuan), with the deals and resting orders of the strategy")
         .arg(QString::fromStdString(chosen.stock), name)
-        .replace(" ,", ",");
+        .replace("  (", " (");
 }
 
 QString CChart::profitTitle() const {
     const Selection& chosen = m_pPicture->selection;
-    if (chosen.account.empty()) return tr("Profit: choose a strategy");
+    if (chosen.account.empty()) return tr("Profit");
     const QString strategy =
         chosen.strategy.empty() ? tr("all strategies") : QString::fromStdString(chosen.strategy);
     return tr("Profit of %1 / %2 over the day (yuan)")
         .arg(QString::fromStdString(chosen.account), strategy);
+}
+
+/// What an empty pane waits for; nothing for one that is not empty.
+QString CChart::priceLack() const {
+    if (m_pPicture->selection.stock.empty()) return tr("Choose a stock");
+    const bool none = m_pPicture->prices.empty() && m_pPicture->dots.empty() && m_resting.empty();
+    return none ? tr("No price of the stock has come yet") : QString();
+}
+
+QString CChart::profitLack() const {
+    if (m_pPicture->selection.account.empty()) return tr("Choose a strategy");
+    return m_pPicture->curve.empty() ? tr("No profit yet: nothing was traded") : QString();
 }
 
 }  // namespace desk

@@ -2,10 +2,14 @@
 
 #include "desk/axes.h"
 #include "desk/picture.h"
+#include "desk/restinglevels.h"
+#include "desk/rowsmodel.h"
 
 #include <QWidget>
 
 #include <memory>
+#include <optional>
+#include <vector>
 
 class QPainter;
 
@@ -34,27 +38,41 @@ private:
     struct Pane {
         QRect area;
         ValueAxis values;
+        EFormat format = EFormat::Price;
     };
 
     void layOut();
+    void makeRoomForLabels(int last);
+    int widestLabel() const;
     void fileMarks();
     void fileDeals();
     void fileOrders();
     void fileLabel(int type, double minute, double value, const QString& text, QColor colour,
                    bool above);
+    QString orderLabel(const RestingLevel& level) const;
+    QString profitLabel() const;
     QPointF pixel(const Pane& pane, double minute, double value) const;
-    void paintPane(QPainter& painter, const Pane& pane, const QString& title, int decimals) const;
-    void paintCurve(QPainter& painter, const Pane& pane, const std::vector<QPointF>& points,
-                    QColor colour, bool filled) const;
+    double valueAt(const Pane& pane, double y) const;
+    void paintPane(QPainter& painter, const Pane& pane, const QString& title,
+                   const QString& lack) const;
+    void paintMinutes(QPainter& painter, const Pane& pane) const;
+    /// With a `ground` the area between it and the curve is filled.
+    void paintCurve(QPainter& painter, const QRect& clip, const std::vector<QPointF>& points,
+                    QColor colour, std::optional<double> ground) const;
+    void paintProfit(QPainter& painter) const;
     void paintMarks(QPainter& painter, int type, const Pane& pane) const;
     std::vector<QPointF> pricePoints() const;
     QString priceTitle() const;
     QString profitTitle() const;
+    QString priceLack() const;
+    QString profitLack() const;
 
     std::shared_ptr<const Picture> m_pPicture;
     CTimeAxis m_time;
     Pane m_price;
     Pane m_profit;
+    double m_dDayWidth = 0.0;  ///< pixels that the time axis takes
+    std::vector<RestingLevel> m_resting;
     bool m_bStale = true;
 };
 

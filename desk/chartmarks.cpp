@@ -8,8 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <map>
-#include <utility>
+#include <vector>
 
 /// What the chart draws through the library's draw manager.
 namespace desk {
@@ -23,7 +22,7 @@ const std::string KEY = "linkage-desk";
 const std::string LABELS = "linkage-desk/labels";  // painted over the rest
 constexpr int SMALLEST_DOT = 4;
 constexpr int LARGEST_DOT = 12;
-constexpr int MOST_ORDER_LINES = 8;
+constexpr int LABEL_PADDING = 10;
 constexpr int DOT_TRANSPARENCY = 20;
 constexpr int BORDER_TRANSPARENCY = 30;
 
@@ -45,9 +44,32 @@ void CChart::fileMarks() {
     fileDeals();
     if (!m_pPicture->curve.empty()) {
         const auto& [minute, point] = *m_pPicture->curve.rbegin();
-        fileLabel(1, minute, point.profit, formatted(point.profit, EFormat::Profit),
+        fileLabel(1, minute, point.profit, profitLabel(),
                   point.profit >= 0 ? style::RISE : style::FALL, true);
     }
+}
+
+QString CChart::profitLabel() const {
+    return formatted(m_pPicture->curve.rbegin()->second.profit, EFormat::Profit);
+}
+
+/// An order whose price the axis does not reach says where it rests.
+QString CChart::orderLabel(const RestingLevel& level) const {
+    const ValueAxis& axis = m_price.values;
+    const QString where = level.price > axis.high ? "↑ " : level.price < axis.low ? "↓ " : "";
+    return where + formatted(level.buys, EFormat::Side) + " " +
+           formatted(level.price, EFormat::Price) + " × " +
+           formatted(qlonglong(level.volume), EFormat::Count);
+}
+
+int CChart::widestLabel() const {
+    const QFontMetrics metrics(font());
+    int widest = 0;
+    for (const RestingLevel& level : m_resting)
+        widest = std::max(widest, metrics.horizontalAdvance(orderLabel(level)));
+    if (!m_pPicture->curve.empty())
+        widest = std::max(widest, metrics.horizontalAdvance(profitLabel()));
+    return widest == 0 ? 0 : widest + LABEL_PADDING;
 }
 
 /// One dot per minute and side, the larger the more was traded.
@@ -64,54 +86,46 @@ void CChart::fileDeals() {
 }
 
 /// Resting orders as dotted lines at their price, those nearest to the market first,
-/// with a framed label where there is room for one.
+/// with a framed label where there is room for one. What lies beyond the axis has no line
+/// and its label at the edge, or inside of those that are there.
 void CChart::fileOrders() {
-    std::map<std::pair<double, bool>, long long> resting;
-    for (const OrderRow& order : m_pPicture->orders) {
-        if (order.running) resting[{order.price, order.buys}] += order.volume - order.traded;
-    }
     const ValueAxis& axis = m_price.values;
-    const double market = m_pPicture->prices.empty() ? (axis.low + axis.high) / 2
-                                                     : m_pPicture->prices.rbegin()->second;
-    std::vector<std::pair<std::pair<double, bool>, long long>> nearest(resting.begin(),
-                                                                       resting.end());
-    std::sort(nearest.begin(), nearest.end(), [market](const auto& left, const auto& right) {
-        return std::fabs(left.first.first - market) < std::fabs(right.first.first - market);
-    });
-
+    const double height = QFontMetrics(font()).height() + 6;
+    const double top = m_price.area.top() + height / 2;
+    const double bottom = m_price.area.bottom() - height / 2;
     std::vector<double> labelled;
-    int lines = 0;
-    for (const auto& [level, volume] : nearest) {
-        const auto& [price, buys] = level;
-        if (price < axis.low || price > axis.high || ++lines > MOST_ORDER_LINES) continue;
-        std::vector<double> xs = {double(m_time.first()), double(m_time.last())};
-        std::vector<double> ys = {price, price};
-        Draw::instance()->addDrawLineData(Type(0), KEY, xs, ys, 1, true, false, 0, 0);
-        const double y = pixel(m_price, 0, price).y();
-        const bool room = std::none_of(labelled.begin(), labelled.end(), [&](double other) {
-            return std::fabs(other - y) < QFontMetrics(font()).height() + 6;
-        });
-        if (!room) continue;
+    for (const RestingLevel& level : m_resting) {
+        const bool over = level.price > axis.high, under = level.price < axis.low;
+        if (!over && !under) {
+            std::vector<double> xs = {double(m_time.first()), double(m_time.last())};
+            std::vector<double> ys = {level.price, level.price};
+            Draw::instance()->addDrawLineData(Type(0), KEY, xs, ys, 1, true, false, 0, 0);
+        }
+        const auto taken = [&](double y) {
+            return std::any_of(labelled.begin(), labelled.end(),
+                               [&](double other) { return std::fabs(other - y) < height; });
+        };
+        double y = std::max(top, std::min(pixel(m_price, 0, level.price).y(), bottom));
+        const int inwards = int(over) - int(under);
+        while (inwards != 0 && taken(y) && y + inwards > top && y + inwards < bottom) y += inwards;
+        if (taken(y)) continue;
         labelled.push_back(y);
-        fileLabel(0, m_time.last(), price,
-                  formatted(buys, EFormat::Side) + " " + formatted(price, EFormat::Price) + " × " +
-                      formatted(volume, EFormat::Count),
-                  buys ? style::RISE : style::FALL, false);
+        fileLabel(0, m_time.last(), valueAt(m_price, y), orderLabel(level),
+                  level.buys ? style::RISE : style::FALL, false);
     }
 }
 
-/// A framed label beside a point: right of it, where the day is still empty, if there is
-/// room; over it or at its height; kept inside its pane.
+/// A framed label: of orders at the right end, else right of its point; over the point
+/// or at its height; kept inside its pane.
 void CChart::fileLabel(int type, double minute, double value, const QString& text, QColor colour,
                        bool above) {
     const QFontMetrics metrics(font());
-    const int width = metrics.horizontalAdvance(text) + 10;
+    const int width = metrics.horizontalAdvance(text) + LABEL_PADDING;
     const int height = metrics.height() + 2;
     const Pane& pane = type == 0 ? m_price : m_profit;
     const QPointF point = pixel(pane, minute, value);
-    const bool roomAtRight = point.x() + width + 4 < pane.area.right();
-    const double beside = roomAtRight ? point.x() + 4 : point.x() - width - 4;
-    const double left = std::clamp<double>(beside, pane.area.left(),
+    const double wantedLeft = type == 0 ? pane.area.right() - width : point.x() + 4;
+    const double left = std::clamp<double>(wantedLeft, pane.area.left(),
                                            std::max(pane.area.left(), pane.area.right() - width));
     const double wanted = above ? point.y() - height - 4 : point.y() - height / 2.0;
     const double top = std::clamp<double>(wanted, pane.area.top(),

@@ -26,9 +26,9 @@ CRowsView* makeTable(QWidget* parent, const char* name, std::vector<Column> colu
 Row stockRow(const StockRow& row) {
     const QVariant last = row.lastPrice > 0.0 ? QVariant(row.lastPrice) : QVariant();
     return {text(row.stock),
-            {text(row.stock), text(row.name), last, qlonglong(row.bought), qlonglong(row.sold),
-             qlonglong(row.bought - row.sold), row.boughtAmount, row.soldAmount, row.commission,
-             row.profit, row.positionValue},
+            {text(row.stock), text(row.name), last, row.profit, qlonglong(row.bought),
+             qlonglong(row.sold), qlonglong(row.bought - row.sold), row.positionValue,
+             row.boughtAmount, row.soldAmount, row.commission},
             false};
 }
 
@@ -73,14 +73,14 @@ CDetailTables::CDetailTables(QWidget* parent, QTabWidget* tabs) {
                           {{Tables::tr("Stock")},
                            {Tables::tr("Name")},
                            {Tables::tr("Last"), EFormat::Price},
+                           {Tables::tr("Profit"), EFormat::Profit},
                            {Tables::tr("Bought"), EFormat::Count},
                            {Tables::tr("Sold"), EFormat::Count},
-                           {Tables::tr("Net"), EFormat::Count},
+                           {Tables::tr("Net bought"), EFormat::Count},
+                           {Tables::tr("Position value"), EFormat::Yuan},
                            {Tables::tr("Bought amount"), EFormat::Yuan},
                            {Tables::tr("Sold amount"), EFormat::Yuan},
-                           {Tables::tr("Commission"), EFormat::Money},
-                           {Tables::tr("Profit"), EFormat::Profit},
-                           {Tables::tr("Position value"), EFormat::Yuan}});
+                           {Tables::tr("Commission"), EFormat::Money}});
     m_pOrders = makeTable(tabs, "orders",
                           {{Tables::tr("Order")},
                            {Tables::tr("Side"), EFormat::Side},
@@ -103,6 +103,15 @@ CDetailTables::CDetailTables(QWidget* parent, QTabWidget* tabs) {
     m_pLevels = makeTable(
         tabs, "levels",
         {{Tables::tr("Price"), EFormat::Price}, {Tables::tr("Open lots"), EFormat::Count}});
+    nameTables(tabs);
+}
+
+void CDetailTables::nameTables(QTabWidget* tabs) {
+    m_pStocks->setPlaceholder(Tables::tr("Nothing traded yet"));
+    m_pOrders->setPlaceholder(Tables::tr("No orders of this stock yet"));
+    m_pDeals->setPlaceholder(Tables::tr("No deals of this stock yet"));
+    m_pTasks->setPlaceholder(Tables::tr("No tasks of this stock"));
+    m_pLevels->setPlaceholder(Tables::tr("No lots of this stock rest at the exchange"));
     tabs->addTab(m_pOrders, Tables::tr("Orders"));
     tabs->addTab(m_pDeals, Tables::tr("Deals"));
     tabs->addTab(m_pTasks, Tables::tr("Tasks"));

@@ -19,6 +19,8 @@ public:
     CRowsView* stocks() { return m_pStocks; }
 
 private:
+    void nameTables(QTabWidget* tabs);
+
     CRowsView* m_pStocks;
     CRowsView* m_pOrders;
     CRowsView* m_pDeals;

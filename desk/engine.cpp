@@ -128,31 +128,48 @@ void CEngine::takePicture(CPictureTaker& taker, const IStage& stage) {
 }
 
 void CEngine::step(IStage& stage, double elapsed) {
-    double speed = m_dSpeed;
+    const double speed = m_dSpeed;
+    if (stage.halted() && speed != UNPACED) {
+        if (!std::exchange(m_bHaltSeen, true)) m_bPaused = true;
+        if (!m_bPaused) stage.goOn();
+    }
     // Behind the end of a recording only what the user asks for is waited for.
-    if (stage.ended()) speed = speed == UNPACED ? 0.0 : std::min(FASTEST_AT_THE_END, speed);
-    if (m_bPaused) speed = 0.0;
-    stage.step(static_cast<std::int64_t>(elapsed * speed * 1e6));
+    if (m_bPaused || (stage.ended() && speed == UNPACED)) return stage.step(0);
+    if (speed == UNPACED) return stage.step(IStage::NEVER);
+    const double pace = stage.ended() ? std::min(FASTEST_AT_THE_END, speed) : speed;
+    stage.step(static_cast<std::int64_t>(elapsed * pace * 1e6));
 }
 
 std::unique_ptr<IStage> CEngine::makeStage(CPriceTape& tape) {
+    if (m_options.scenario.isEmpty()) return makeLiveStage(m_options.dataDir, tape);
+    return makeRecordedStage(m_options.scenario, m_options.dataDir, m_options.haltAt, tape);
+}
+
+void CEngine::fail(const QString& fault) {
+    {
+        const std::lock_guard lock(m_mutex);
+        m_strStageFault = fault;
+    }
+    ring();
+}
+
+/// What is thrown on this thread ends the run, not the program: the window still shows
+/// what was reached, and why it went no further.
+void CEngine::run() {
     try {
-        if (m_options.scenario.isEmpty()) return makeLiveStage(m_options.dataDir, tape);
-        return makeRecordedStage(m_options.scenario, m_options.dataDir, m_options.haltAt, tape);
+        play();
     } catch (const StageError& fault) {
-        {
-            const std::lock_guard lock(m_mutex);
-            m_strStageFault = QString::fromUtf8(fault.what());
-        }
-        ring();
-        return nullptr;
+        fail(QString::fromUtf8(fault.what()));
+    } catch (const std::exception& fault) {
+        fail(tr("The run was stopped by a fault: %1").arg(QString::fromUtf8(fault.what())));
+    } catch (...) {
+        fail(tr("The run was stopped by a fault: %1").arg("?"));
     }
 }
 
-void CEngine::run() {
+void CEngine::play() {
     CPriceTape tape;
     const std::unique_ptr<IStage> stage = makeStage(tape);
-    if (!stage) return;
     CPictureTaker taker(tape);
     Clock::time_point last = Clock::now();
     Clock::time_point nextPicture = last;

@@ -24,7 +24,8 @@ struct EngineOptions {
     QString dataDir;
     double speed = 1.0;
     bool paused = false;
-    std::string haltAt;  ///< time of day "hh:mm" at which a recording halts
+    /// Time of day "hh:mm" at which a recording pauses, and stays when it is unpaced.
+    std::string haltAt;
 };
 
 /// Runs the library and its client on a thread of its own and hands pictures of them to
@@ -64,7 +65,8 @@ public:
     /// is no new one.
     std::shared_ptr<const Picture> collect();
 
-    /// Why the stage could not be set up; empty while it could.
+    /// Why nothing plays any more, or never did; empty while all is well. The library
+    /// and its client are gone then, and jobs are not run.
     QString stageFault() const;
 
 Q_SIGNALS:
@@ -73,7 +75,8 @@ Q_SIGNALS:
 
 private:
     void run();
-    /// Empty when it cannot be set up; the fault is in the mailbox then.
+    void play();
+    void fail(const QString& fault);
     std::unique_ptr<IStage> makeStage(class CPriceTape& tape);
     void runJobs();
     void takePicture(class CPictureTaker& taker, const IStage& stage);
@@ -84,6 +87,7 @@ private:
     std::atomic<double> m_dSpeed;
     std::atomic<bool> m_bPaused;
     std::atomic<bool> m_bStop{false};
+    bool m_bHaltSeen = false;  ///< the engine's thread
 
     mutable std::mutex m_mutex;
     std::condition_variable m_wake;

@@ -6,6 +6,7 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <utility>
 
 namespace desk {
 
@@ -29,13 +30,14 @@ CHistoryPage::CHistoryPage(CActions& actions, QWidget* parent)
                               {tr("Sold amount"), EFormat::Yuan}},
                              CRowsView::ESorting::Off, this);
     m_pTable->setObjectName("history");
+    m_pTable->setPlaceholder(tr("Nothing was carried over from earlier days"));
 
     m_pButtons = new QHBoxLayout;
     m_pCarry = addButton(tr("Carry over today"), "historyCarry");
-    m_pBalance = addButton(tr("Balance history…"), "historyBalance");
+    m_pBalance = addButton(tr("Balance…"), "historyBalance");
     m_pButtons->addStretch();
-    m_pDeleteStock = addButton(tr("Delete stock"), "historyDeleteStock");
-    m_pDeleteBalanced = addButton(tr("Delete balanced"), "historyDeleteBalanced");
+    m_pDeleteStock = addButton(tr("Delete stock…"), "historyDeleteStock");
+    m_pDeleteBalanced = addButton(tr("Delete balanced…"), "historyDeleteBalanced");
     m_pDeleteAll = addButton(tr("Delete all…"), "historyDeleteAll");
     connect(m_pCarry, &QPushButton::clicked, this, &CHistoryPage::carryOver);
     connect(m_pBalance, &QPushButton::clicked, this, [this] {
@@ -43,12 +45,15 @@ CHistoryPage::CHistoryPage(CActions& actions, QWidget* parent)
             Q_EMIT sigBalance(QString::fromStdString(row->account),
                               QString::fromStdString(row->strategy));
     });
-    connect(m_pDeleteStock, &QPushButton::clicked, this, [this] {
-        if (const HistoryRow* row = current()) m_actions.deleteHistoryStock(row->key, row->stock);
+    connect(m_pDeleteStock, &QPushButton::clicked, this, &CHistoryPage::confirmDeleteStock);
+    connect(m_pDeleteBalanced, &QPushButton::clicked, this, [this] {
+        confirm(tr("Delete all pairs whose totals are balanced? This cannot be undone."),
+                [this] { m_actions.deleteBalancedHistory(); });
     });
-    connect(m_pDeleteBalanced, &QPushButton::clicked, this,
-            [this] { m_actions.deleteBalancedHistory(); });
-    connect(m_pDeleteAll, &QPushButton::clicked, this, &CHistoryPage::confirmDeleteAll);
+    connect(m_pDeleteAll, &QPushButton::clicked, this, [this] {
+        confirm(tr("Delete the whole history store? This cannot be undone."),
+                [this] { m_actions.deleteAllHistory(); });
+    });
 
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(m_pTable);
@@ -78,15 +83,25 @@ void CHistoryPage::carryOver() {
     });
 }
 
-void CHistoryPage::confirmDeleteAll() {
-    auto* box = new QMessageBox(QMessageBox::Warning, tr("Delete history"),
-                                tr("Delete the whole history store? This cannot be undone."),
+void CHistoryPage::confirmDeleteStock() {
+    const HistoryRow* row = current();
+    if (!row) return;
+    confirm(
+        tr("Delete %1 of %2 / %3 from the history? This cannot be undone.")
+            .arg(QString::fromStdString(row->stock), QString::fromStdString(row->account),
+                 QString::fromStdString(row->strategy)),
+        [this, key = row->key, stock = row->stock] { m_actions.deleteHistoryStock(key, stock); });
+}
+
+void CHistoryPage::confirm(const QString& question, std::function<void()> go) {
+    auto* box = new QMessageBox(QMessageBox::Warning, tr("Delete history"), question,
                                 QMessageBox::NoButton, this);
     box->setAttribute(Qt::WA_DeleteOnClose);
-    box->setObjectName("historyDeleteAllBox");
-    QPushButton* go = box->addButton(tr("Delete"), QMessageBox::DestructiveRole);
-    box->addButton(tr("Cancel"), QMessageBox::RejectRole);
-    connect(go, &QPushButton::clicked, this, [this] { m_actions.deleteAllHistory(); });
+    box->setObjectName("historyDeleteBox");
+    QPushButton* yes = box->addButton(tr("Delete"), QMessageBox::DestructiveRole);
+    yes->setObjectName("historyDeleteGo");
+    box->addButton(tr("Cancel"), QMessageBox::RejectRole)->setObjectName("historyDeleteNot");
+    connect(yes, &QPushButton::clicked, this, std::move(go));
     box->open();
 }
 

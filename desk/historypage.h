@@ -5,6 +5,8 @@
 
 #include <QWidget>
 
+#include <functional>
+
 class QHBoxLayout;
 class QPushButton;
 
@@ -28,7 +30,8 @@ private:
     QPushButton* addButton(const QString& text, const char* name);
     const HistoryRow* current() const;
     void carryOver();
-    void confirmDeleteAll();
+    void confirmDeleteStock();
+    void confirm(const QString& question, std::function<void()> go);
 
     CActions& m_actions;
     Selection m_chosen;

@@ -1,5 +1,7 @@
 #include "desk/importpage.h"
 
+#include "desk/importtexts.h"
+
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QHBoxLayout>
@@ -40,17 +42,21 @@ void CImportPage::chooseFile() {
     dialog->open();
 }
 
+void CImportPage::setAlive(bool alive) { m_pChoose->setEnabled(alive && !m_bReading); }
+
 void CImportPage::import(const QString& path) {
-    m_pChoose->setEnabled(false);
+    m_bReading = true;
+    setAlive(true);
     m_pSummary->setText(tr("Reading %1 …").arg(QFileInfo(path).fileName()));
     m_actions.import(path, [this](const TC::ImportReport& report) { show(report); });
 }
 
 void CImportPage::show(const TC::ImportReport& report) {
-    m_pChoose->setEnabled(true);
+    m_bReading = false;
+    setAlive(true);
     const QString name = QFileInfo(report.path).fileName();
     if (!report.ok()) {
-        m_pSummary->setText(tr("%1: nothing was taken: %2").arg(name, report.refusal));
+        m_pSummary->setText(tr("%1: nothing was taken: %2").arg(name, importText(report.refusal)));
     } else {
         QStringList text{tr("%1: rows read %2, taken %3, of these new %4, left out %5.")
                              .arg(name)
@@ -58,12 +64,13 @@ void CImportPage::show(const TC::ImportReport& report) {
                              .arg(report.taken)
                              .arg(report.added)
                              .arg(report.skippedCount())};
-        m_pSummary->setText((text + report.notes).join(' '));
+        for (const QString& note : report.notes) text << importText(note);
+        m_pSummary->setText(text.join(" · "));
     }
     std::vector<Row> rows;
     for (const auto& skipped : report.skipped) {
         rows.push_back({skipped.sheet + '\n' + QString::number(skipped.row),
-                        {skipped.sheet, skipped.row, skipped.reason},
+                        {skipped.sheet, skipped.row, importText(skipped.reason)},
                         false});
     }
     m_pSkipped->rows().setRows(std::move(rows));

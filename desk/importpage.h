@@ -19,6 +19,8 @@ public:
 
     /// Asks for a file.
     void chooseFile();
+    /// Without the library nothing can be imported.
+    void setAlive(bool alive);
 
 private:
     void import(const QString& path);
@@ -28,6 +30,7 @@ private:
     QPushButton* m_pChoose;
     QLabel* m_pSummary;
     CRowsView* m_pSkipped;
+    bool m_bReading = false;
 };
 
 }  // namespace desk

@@ -41,7 +41,8 @@ QString readArguments(const QCoreApplication& application, Arguments& arguments)
     parser.addPositionalArgument("SCENARIO", "Scenario file, plain or compressed with gzip.",
                                  "[SCENARIO]");
     const QCommandLineOption speed("speed", "Speed of a recording, 1 to 1000.", "N", "60");
-    const QCommandLineOption halt("until", "Halt a recording at this time of day.", "HH:MM");
+    const QCommandLineOption halt(
+        "until", "Halt a recording at this time of day; in a window Play goes on.", "HH:MM");
     const QCommandLineOption dir("data-dir", "The client's data directory; else a temporary one.",
                                  "DIR");
     const QCommandLineOption lang("lang", "Language (zh_CN or en); else the system's.", "NAME");

@@ -14,6 +14,7 @@
 #include <QTabWidget>
 
 #include <algorithm>
+#include <utility>
 
 namespace desk {
 
@@ -50,6 +51,7 @@ void CMainWindow::collect() {
     if (auto picture = m_engine.collect()) show(std::move(picture));
     const QString fault = m_engine.stageFault();
     if (fault.isEmpty()) return;
+    enableActions(false);
     showMessage(fault);
     Q_EMIT sigFault(fault);
 }
@@ -67,13 +69,29 @@ void CMainWindow::show(std::shared_ptr<const Picture> picture) {
     }
     m_pTimes->show(now.balanceTimes, m_selection);
     m_pHistory->show(now.history, m_selection);
-    m_pBalance->setEnabled(!m_selection.strategy.empty());
+    enableActions(now.alive);
+    divide();
+    const bool halted = now.halted && m_engine.paused();
+    if (halted && !m_bHalted)
+        showMessage(tr("Halted at %1; Play goes on.").arg(QString::fromStdString(now.time)));
+    m_bHalted = halted;
     if (!now.fault.empty()) showMessage(QString::fromStdString(now.fault));
     chooseForTheUser(now);
     Q_EMIT sigShown();
 }
 
+/// Without the library nothing can be asked for.
+void CMainWindow::enableActions(bool alive) {
+    m_pBalance->setEnabled(alive && !m_selection.strategy.empty());
+    for (QWidget* widget : std::initializer_list<QWidget*>{m_pImportNow, m_pTimes, m_pHistory})
+        widget->setEnabled(alive);
+    m_pImport->setAlive(alive);
+    if (std::exchange(m_bAlive, alive) != alive)
+        showMessage(alive ? QString() : tr("The library is not running."));
+}
+
 void CMainWindow::showClock(const Picture& picture) {
+    showPaused();
     m_pClock->setText(QString::fromStdString(picture.time));
     const QString date = QString::fromStdString(picture.date);
     m_pDate->setText(date.left(4) + '-' + date.mid(4, 2) + '-' + date.mid(6));
@@ -133,7 +151,21 @@ void CMainWindow::chooseFirst() {
     m_pPairs->setCurrentIndex({});
     m_pTables->stocks()->setCurrentIndex({});
     m_selection = {};
+    m_engine.select(m_selection);
     if (m_pShown) chooseForTheUser(*m_pShown);
+}
+
+bool CMainWindow::isSettled() const {
+    return m_pShown && m_pShown->selection == m_selection &&
+           (m_pShown->stocks.empty() || !m_selection.stock.empty());
+}
+
+void CMainWindow::tidy() {
+    for (auto* table : findChildren<CRowsView*>()) {
+        table->measureAnew();
+        table->scrollToTop();
+    }
+    divide();
 }
 
 void CMainWindow::choosePair(const QString& key) {
@@ -150,7 +182,7 @@ void CMainWindow::chooseStock(const QString& key) {
 }
 
 void CMainWindow::askBalance(const Selection& pair, bool history) {
-    m_actions.preview(pair, history, [this, pair, history](const TC::BalancePlan& plan) {
+    m_actions.preview(pair, history, [this, pair, history](const PlanPreview& plan) {
         const QString name = QString::fromStdString(pair.account + " / " + pair.strategy);
         auto* dialog = new CPlanDialog(
             history ? tr("Balance the history of %1").arg(name) : tr("Balance %1").arg(name), plan,
@@ -172,8 +204,10 @@ void CMainWindow::askBalance(const Selection& pair, bool history) {
 
 void CMainWindow::setPaused(bool paused) {
     m_engine.setPaused(paused);
-    m_pPause->setText(paused ? tr("Play") : tr("Pause"));
+    showPaused();
 }
+
+void CMainWindow::showPaused() { m_pPause->setText(m_engine.paused() ? tr("Play") : tr("Pause")); }
 
 void CMainWindow::showMessage(const QString& text) { m_pMessage->setText(text); }
 

@@ -11,6 +11,7 @@ class QComboBox;
 class QLabel;
 class QProgressBar;
 class QPushButton;
+class QSplitter;
 class QTabWidget;
 
 namespace desk {
@@ -37,16 +38,27 @@ public:
 
     /// Chooses the first strategy that has traded and its first stock.
     void chooseFirst();
+    /// Whether the picture on the screen is that of the choice.
+    bool isSettled() const;
+    /// Makes the screen what it would be had it only shown this picture.
+    void tidy();
 
 Q_SIGNALS:
     /// Another picture is on the screen.
     void sigShown();
-    /// The engine could not be set up.
+    /// Nothing plays, or nothing any more.
     void sigFault(const QString& text);
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
     QWidget* makeTopBar();
+    void makePace(QWidget* bar);
     QWidget* makeBody();
+    void makeSplitters();
+    void makeStatusBar();
+    void divide();
     QWidget* titled(const QString& title, QWidget* content);
     void collect();
     void show(std::shared_ptr<const Picture> picture);
@@ -57,8 +69,10 @@ private:
     void choosePair(const QString& key);
     void chooseStock(const QString& key);
     void setPaused(bool paused);
+    void showPaused();
     void askBalance(const Selection& pair, bool history);
     void showMessage(const QString& text);
+    void enableActions(bool alive);
 
     CEngine& m_engine;
     CActions m_actions;
@@ -74,10 +88,16 @@ private:
     CRowsView* m_pPairs = nullptr;
     CChart* m_pChart = nullptr;
     QTabWidget* m_pTabs = nullptr;
+    QSplitter* m_pBoth = nullptr;
+    QSplitter* m_pRight = nullptr;
+    bool m_bSplitByHand = false;
     std::unique_ptr<CDetailTables> m_pTables;
     CBalanceTimesPage* m_pTimes = nullptr;
     CHistoryPage* m_pHistory = nullptr;
     CImportPage* m_pImport = nullptr;
+    QPushButton* m_pImportNow = nullptr;
+    bool m_bAlive = true;
+    bool m_bHalted = false;
     QLabel* m_pCounts = nullptr;
     QLabel* m_pMessage = nullptr;
 };

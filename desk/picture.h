@@ -74,7 +74,7 @@ struct TaskRow {
     int traded = 0;
 };
 
-/// Open lots of a strategy, over all accounts, at one price level.
+/// Open lots of the chosen account, strategy and stock at one price level.
 struct LevelRow {
     double price = 0.0;
     int lots = 0;
@@ -104,6 +104,7 @@ struct Picture {
     std::string time;  ///< client time "hh:mm:ss"
     int minute = 0;
     double progress = -1.0;  ///< of a recording, 0 to 1; negative: none
+    bool alive = false;      ///< the library runs; without it nothing below is filled
     bool ended = false;      ///< the recording was played to its end
     bool halted = false;     ///< the moment to stop at was reached
     std::string fault;       ///< why the recording stopped early

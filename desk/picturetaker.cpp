@@ -7,8 +7,12 @@
 #include "platform/services/stockmanager.h"
 #include "platform/utils/text.h"
 
+#include <QTime>
+
 #include <atomic>
 #include <set>
+#include <tuple>
+#include <utility>
 
 namespace desk {
 
@@ -26,11 +30,27 @@ std::string instrumentName(const std::string& stockKey) {
     return detail ? detail->m_strName : std::string();
 }
 
+/// Account and strategy of a history key, which is one behind the other.
+std::pair<std::string, std::string> pairOf(const std::string& key, const Picture& picture) {
+    std::string account;
+    for (const PairRow& pair : picture.pairs) {
+        if (key.starts_with(pair.account) && pair.account.size() > account.size())
+            account = pair.account;
+    }
+    return {account, key.substr(account.size())};
+}
+
 }  // namespace
 
-int minuteOf(const std::string& time) {
-    if (time.size() != 6 || time.find_first_not_of("0123456789") != std::string::npos) return 0;
-    return std::stoi(time.substr(0, 2)) * 60 + std::stoi(time.substr(2, 2));
+std::optional<int> minuteOf(const std::string& time) {
+    const QTime parsed = QTime::fromString(QString::fromStdString(time), "HHmmss");
+    if (!parsed.isValid()) return std::nullopt;
+    return parsed.hour() * 60 + parsed.minute();
+}
+
+void startCurves(TC::CLinkageManager& manager) {
+    manager.startProfitCalculator();
+    manager.startBalanceCalculator();
 }
 
 void CPictureTaker::followManager(TC::CLinkageManager& manager) {
@@ -40,13 +60,13 @@ void CPictureTaker::followManager(TC::CLinkageManager& manager) {
     m_pStatChanged = std::make_shared<StatFlag>();
     m_statConnection = manager.sigStatDataChanged.connect(
         [flag = m_pStatChanged] { flag->changed.store(true, std::memory_order_relaxed); });
-    // Without these there is no curve to show.
-    manager.startProfitCalculator();
-    manager.startBalanceCalculator();
+    startCurves(manager);
+    for (const auto& [key, stocks] : manager.state().historyLinkageData) m_fileKeys.insert(key);
 }
 
 void CPictureTaker::take(Picture& picture) {
-    if (!Manager::exists()) return;
+    picture.alive = Manager::exists();
+    if (!picture.alive) return;
     TC::CLinkageManager& manager = *Manager::instance();
     followManager(manager);
     picture.date = manager.getTradeDate();
@@ -129,16 +149,29 @@ void CPictureTaker::takeStock(TC::CLinkageManager& manager, Picture& picture) {
     takeTasks(manager, picture);
 }
 
+/// A pair's records may stand in the files, or be left, without totals.
+std::set<std::string> CPictureTaker::historyKeys(
+    const std::map<std::string, TC::TradeStatData>& stats, const Picture& picture) const {
+    std::set<std::string> keys = m_fileKeys;
+    for (const PairRow& pair : picture.pairs) keys.insert(pair.account + pair.strategy);
+    for (const auto& [key, stat] : stats) keys.insert(key);
+    return keys;
+}
+
 void CPictureTaker::takeHistory(TC::CLinkageManager& manager, Picture& picture) {
     const auto stats = manager.getHistoryStatData();
     if (!stats.empty() && m_pStatChanged->changed.exchange(false)) manager.historyStatCalculator();
-    for (const auto& [key, stat] : stats) {
+    for (const std::string& key : historyKeys(stats, picture)) {
         HistoryRow row;
         row.key = key;
-        row.account = stat.m_strAccountKey;
-        row.strategy = stat.m_strStrategy;
+        if (const auto stat = stats.find(key); stat != stats.end()) {
+            row.account = stat->second.m_strAccountKey;
+            row.strategy = stat->second.m_strStrategy;
+        } else {
+            std::tie(row.account, row.strategy) = pairOf(key, picture);
+        }
         const auto records = manager.getHistoryLinkageData(key);
-        if (records.empty()) picture.history.push_back(row);
+        if (records.empty() && stats.count(key)) picture.history.push_back(row);
         for (const auto& [stock, record] : records) {
             const TC::EffectiveFigures figures = TC::effectiveFigures(*record, m_bClientType3);
             row.stock = stock;

@@ -5,12 +5,16 @@
 
 #include <boost/signals2/connection.hpp>
 
+#include <map>
 #include <memory>
+#include <optional>
+#include <set>
 #include <string>
 
 namespace TC {
 class CLinkageManager;
-}
+struct TradeStatData;
+}  // namespace TC
 
 namespace desk {
 
@@ -35,14 +39,21 @@ private:
     void takeTasks(TC::CLinkageManager& manager, Picture& picture);
     void takeHistory(TC::CLinkageManager& manager, Picture& picture);
 
+    std::set<std::string> historyKeys(const std::map<std::string, TC::TradeStatData>& stats,
+                                      const Picture& picture) const;
+
     CPriceTape& m_tape;
     std::string m_strTapeDate;
+    std::set<std::string> m_fileKeys;  ///< history keys that the manager began with
     bool m_bClientType3 = false;
     boost::signals2::scoped_connection m_statConnection;
     std::shared_ptr<struct StatFlag> m_pStatChanged;
 };
 
-/// The minute of the day of "hhmmss"; 0 when the text is none.
-int minuteOf(const std::string& time);
+/// Asks for the curves over the day, from now on.
+void startCurves(TC::CLinkageManager& manager);
+
+/// The minute of the day of "hhmmss"; empty when the text is no time.
+std::optional<int> minuteOf(const std::string& time);
 
 }  // namespace desk

@@ -11,11 +11,13 @@
 #include <QStyle>
 #include <QVBoxLayout>
 
-#include <algorithm>
+#include <map>
 
 namespace desk {
 
 namespace {
+
+constexpr int LEAST_ROWS = 6;
 
 std::vector<Column> planColumns() {
     return {{CPlanDialog::tr("Stock")},
@@ -26,23 +28,60 @@ std::vector<Column> planColumns() {
             {CPlanDialog::tr("Volume"), EFormat::Count},
             {CPlanDialog::tr("Price type")},
             {CPlanDialog::tr("Price"), EFormat::Price},
+            {CPlanDialog::tr("Amount about"), EFormat::Yuan},
             {CPlanDialog::tr("Remark")}};
 }
 
-Row planRow(const TC::StockBalance& stock) {
+/// At its price, or at the newest where the order has none; empty when that is not known.
+QVariant amountOf(const TC::StockBalance& stock, const std::map<std::string, double>& lastPrices) {
+    const auto last = lastPrices.find(stock.stockKey);
+    const double price = stock.price > 0.0          ? stock.price
+                         : last != lastPrices.end() ? last->second
+                                                    : 0.0;
+    return price > 0.0 ? QVariant(price * static_cast<double>(stock.volume)) : QVariant();
+}
+
+Row planRow(const TC::StockBalance& stock, const std::map<std::string, double>& lastPrices) {
     Row row;
     row.key = Pim::sToQs(stock.stockKey);
     row.cells = {row.key, stock.bought, stock.sold, stock.difference};
     if (stock.outcome == TC::EBalanceOutcome::Order) {
-        row.cells.insert(
-            row.cells.end(),
-            {stock.side == vexservice::OPT_BUY, qlonglong(stock.volume),
-             libraryText(TC::getPriceTypeQString(stock.priceType)), stock.price, QString()});
+        row.cells.insert(row.cells.end(),
+                         {stock.side == vexservice::OPT_BUY, qlonglong(stock.volume),
+                          libraryText(TC::getPriceTypeQString(stock.priceType)),
+                          stock.price > 0.0 ? QVariant(stock.price) : QVariant(),
+                          amountOf(stock, lastPrices), QString()});
     } else {
         row.cells.insert(row.cells.end(), {QVariant(), QVariant(), QVariant(), QVariant(),
-                                           outcomeText(stock.outcome)});
+                                           QVariant(), outcomeText(stock.outcome)});
     }
     return row;
+}
+
+/// What would be sent and cancelled, in words.
+QString summaryOf(const PlanPreview& preview) {
+    if (preview.plan.refusal != TC::EBalanceRefusal::None) return refusalText(preview.plan.refusal);
+    int orders = 0;
+    double buys = 0.0, sells = 0.0;
+    for (const TC::StockBalance& stock : preview.plan.stocks) {
+        if (stock.outcome != TC::EBalanceOutcome::Order) continue;
+        ++orders;
+        const double amount = amountOf(stock, preview.lastPrices).toDouble();
+        (stock.side == vexservice::OPT_BUY ? buys : sells) += amount;
+    }
+    QStringList text;
+    if (preview.runningOrders + preview.runningTasks > 0) {
+        text << CPlanDialog::tr("Cancelled first: running orders %1, running tasks %2.")
+                    .arg(preview.runningOrders)
+                    .arg(preview.runningTasks);
+    }
+    text << CPlanDialog::tr(
+                "Orders that would be sent now: %1, buying for about %2 yuan and "
+                "selling for about %3 yuan.")
+                .arg(orders)
+                .arg(formatted(buys, EFormat::Yuan), formatted(sells, EFormat::Yuan));
+    text << CPlanDialog::tr("Figures and prices may still change.");
+    return text.join('\n');
 }
 
 }  // namespace
@@ -77,22 +116,18 @@ QString outcomeText(TC::EBalanceOutcome outcome) {
     return {};
 }
 
-CPlanDialog::CPlanDialog(const QString& title, const TC::BalancePlan& plan, QWidget* parent)
+CPlanDialog::CPlanDialog(const QString& title, const PlanPreview& preview, QWidget* parent)
     : QDialog(parent) {
     setObjectName("planDialog");
     setAttribute(Qt::WA_DeleteOnClose);
     setWindowTitle(title);
     auto* layout = new QVBoxLayout(this);
-
-    const auto orders = std::count_if(
-        plan.stocks.begin(), plan.stocks.end(),
-        [](const auto& stock) { return stock.outcome == TC::EBalanceOutcome::Order; });
-    const bool refused = plan.refusal != TC::EBalanceRefusal::None;
-    auto* summary = new QLabel(
-        refused ? refusalText(plan.refusal)
-                : tr("Orders that would be sent now: %1. Figures and prices may still change.")
-                      .arg(orders),
-        this);
+    const bool refused = preview.plan.refusal != TC::EBalanceRefusal::None;
+    auto* heading = new QLabel(title, this);
+    heading->setObjectName("planHeading");
+    heading->setProperty("role", "heading");
+    layout->addWidget(heading);
+    auto* summary = new QLabel(summaryOf(preview), this);
     summary->setObjectName("planSummary");
     summary->setWordWrap(true);
     layout->addWidget(summary);
@@ -100,9 +135,10 @@ CPlanDialog::CPlanDialog(const QString& title, const TC::BalancePlan& plan, QWid
     auto* table = new CRowsView(planColumns(), CRowsView::ESorting::Off, this);
     table->setObjectName("planTable");
     std::vector<Row> rows;
-    for (const TC::StockBalance& stock : plan.stocks) rows.push_back(planRow(stock));
+    for (const TC::StockBalance& stock : preview.plan.stocks)
+        rows.push_back(planRow(stock, preview.lastPrices));
     table->rows().setRows(std::move(rows));
-    table->setMinimumSize(table->neededWidth() + 24, 220);
+    table->setMinimumSize(table->neededWidth(true), table->heightOf(LEAST_ROWS));
     table->setVisible(!refused);
     layout->addWidget(table);
 

@@ -1,17 +1,17 @@
 #pragma once
 
-#include "linkage/balance/balanceplan.h"
+#include "desk/actions.h"
 
 #include <QDialog>
 
 namespace desk {
 
-/// Shows what a balance would send, stock by stock, and asks for the word.
+/// Shows what a balance would send and cancel, stock by stock, and asks for the word.
 class CPlanDialog final : public QDialog {
     Q_OBJECT
 
 public:
-    CPlanDialog(const QString& title, const TC::BalancePlan& plan, QWidget* parent);
+    CPlanDialog(const QString& title, const PlanPreview& preview, QWidget* parent);
 };
 
 /// Why a pair, or a stock of it, gets no order.

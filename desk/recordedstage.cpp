@@ -1,5 +1,7 @@
+#include "desk/picturetaker.h"
 #include "desk/pricetape.h"
 #include "desk/stage.h"
+#include "linkage/core/clinkagemanager.h"
 #include "replay/eventparser.h"
 #include "replay/linereader.h"
 #include "replay/output.h"
@@ -38,6 +40,10 @@ public:
     double progress() const override { return m_bEnded ? 1.0 : m_reader.progress(); }
     bool ended() const override { return m_bEnded; }
     bool halted() const override { return m_bHalted; }
+    void goOn() override {
+        m_haltMicros.reset();
+        m_bHalted = false;
+    }
     std::string fault() const override { return m_fault; }
 
     void step(std::int64_t micros) override {
@@ -50,7 +56,9 @@ public:
         std::int64_t until = micros > NEVER - now ? NEVER : now + micros;
         if (m_haltMicros) until = std::min(until, *m_haltMicros);
         playUntil(until, deadline);
-        m_bHalted = m_haltMicros && m_session.loop().nowMicros() >= *m_haltMicros;
+        // What happens at that very moment is played before the halt.
+        m_bHalted =
+            m_haltMicros && m_session.loop().nowMicros() >= *m_haltMicros && (m_target || m_bEnded);
     }
 
 private:
@@ -95,11 +103,20 @@ private:
                 m_tape.leaveBars(bars->stockKey, bars->bars.back().m_nMinute);
             m_session.play(event);
             if (first) setHalt();
+            followManager();
         } catch (const replay::LineError& fault) {
             fail(fault);
         } catch (const replay::InputError& fault) {
             fail(fault);
         }
+    }
+
+    /// The curves begin with the library, not with the first picture, which comes sooner or
+    /// later as the machine is fast or slow.
+    void followManager() {
+        using Manager = utils::CSingletonT<TC::CLinkageManager>;
+        if (Manager::exists() && !m_bFollowed) startCurves(*Manager::instance());
+        m_bFollowed = Manager::exists();
     }
 
     void fail(const std::exception& fault) {
@@ -125,6 +142,7 @@ private:
     std::optional<std::int64_t> m_target;  ///< where the advance that is being played ends
     std::optional<std::int64_t> m_haltMicros;
     bool m_bHalted = false;
+    bool m_bFollowed = false;
     bool m_bEnded = false;
     std::string m_fault;
 };

@@ -18,6 +18,16 @@ QString money(double value, int flags) {
     return QString::fromStdString(utils::formatDoubleNumber(value, flags));
 }
 
+/// A price has the digits that its stock's tick needs: two, or three where the last tells.
+QString price(double value) {
+    if (!std::isfinite(value)) return money(value, utils::FORMAT_NUMBER_NONE);
+    const QString digits = QString::number(std::fabs(value), 'f', 3);
+    const QString whole = formatted(digits.section('.', 0, 0).toLongLong(), EFormat::Count);
+    QString text = whole + '.' + digits.section('.', 1);
+    if (text.endsWith('0')) text.chop(1);
+    return value < 0 && digits != "0.000" ? '-' + text : text;
+}
+
 bool isNumber(EFormat format) {
     return format != EFormat::Text && format != EFormat::Side && format != EFormat::Time;
 }
@@ -41,8 +51,9 @@ QString formatted(const QVariant& value, EFormat format) {
         case EFormat::Yuan:
             return QString::fromStdString(utils::formatIntNumber(std::llround(value.toDouble()), 0,
                                                                  utils::FORMAT_NUMBER_GROUPED));
-        case EFormat::Money:
         case EFormat::Price:
+            return price(value.toDouble());
+        case EFormat::Money:
             return money(value.toDouble(), utils::FORMAT_NUMBER_GROUPED);
         case EFormat::Profit:
             return money(value.toDouble(),

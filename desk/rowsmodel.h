@@ -15,9 +15,9 @@ enum class EFormat {
     Money,   ///< two decimals, grouped
     Yuan,    ///< money in whole yuan, grouped
     Profit,  ///< the same with its sign, and in the colour of gain or loss
-    Price,
-    Side,  ///< true: buy
-    Time,  ///< "hhmmss" as hh:mm:ss
+    Price,   ///< two decimals, or three where the last tells; grouped
+    Side,    ///< true: buy
+    Time,    ///< "hhmmss" as hh:mm:ss
 };
 
 struct Column {

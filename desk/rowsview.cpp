@@ -1,7 +1,11 @@
 #include "desk/rowsview.h"
 
+#include "desk/style.h"
+
 #include <QFontMetrics>
 #include <QHeaderView>
+#include <QPainter>
+#include <QScrollBar>
 #include <QSortFilterProxyModel>
 #include <QStyledItemDelegate>
 
@@ -61,9 +65,10 @@ CRowsView::CRowsView(std::vector<Column> columns, ESorting sorting, QWidget* par
     horizontalHeader()->setHighlightSections(false);
     horizontalHeader()->setSectionResizeMode(QHeaderView::Interactive);
 
-    const QFontMetrics metrics(horizontalHeader()->font());
-    for (const Column& column : m_pRows->columns())
-        m_widths.push_back(metrics.horizontalAdvance(column.title) + PADDING);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+
+    for (std::size_t column = 0; column < m_pRows->columns().size(); ++column)
+        m_widths.push_back(titleWidth(column));
     connect(horizontalHeader(), &QHeaderView::sortIndicatorChanged, this,
             &CRowsView::makeRoomForMark);
     connect(m_pRows, &QAbstractItemModel::rowsInserted, this,
@@ -74,7 +79,28 @@ CRowsView::CRowsView(std::vector<Column> columns, ESorting sorting, QWidget* par
             });
 }
 
-int CRowsView::neededWidth() const { return std::accumulate(m_widths.begin(), m_widths.end(), 0); }
+int CRowsView::titleWidth(std::size_t column) const {
+    const QFontMetrics metrics(horizontalHeader()->font());
+    return metrics.horizontalAdvance(m_pRows->columns()[column].title) + PADDING;
+}
+
+int CRowsView::neededWidth(bool whole) const {
+    const int columns = std::accumulate(m_widths.begin(), m_widths.end(), 0);
+    if (!whole) return columns;
+    return columns + 2 * frameWidth() + verticalScrollBar()->sizeHint().width();
+}
+
+int CRowsView::heightOf(int rows) const {
+    return horizontalHeader()->sizeHint().height() + rows * verticalHeader()->defaultSectionSize() +
+           2 * frameWidth();
+}
+
+void CRowsView::measureAnew() {
+    for (std::size_t column = 0; column < m_widths.size(); ++column)
+        m_widths[column] = titleWidth(column);
+    measure(0, m_pRows->rowCount() - 1);
+    spread();
+}
 
 void CRowsView::measure(int first, int last) {
     const QFontMetrics plain(font());
@@ -103,14 +129,50 @@ void CRowsView::makeRoomForMark(int column) {
     spread();
 }
 
+/// The first one is always shown.
+int CRowsView::shownColumns(int room) const {
+    int used = m_widths.front();
+    std::size_t count = 1;
+    while (count < m_widths.size() && used + m_widths[count] <= room) used += m_widths[count++];
+    return static_cast<int>(count);
+}
+
 void CRowsView::spread() {
-    const int count = static_cast<int>(m_widths.size());
-    const int spare = std::max(0, viewport()->width() - neededWidth());
-    for (int i = 0; i < count; ++i) {
+    const int room = viewport()->width();
+    const int count = shownColumns(room);
+    const int used = std::accumulate(m_widths.begin(), m_widths.begin() + count, 0);
+    const int spare = std::max(0, room - used);
+    for (int i = 0; i < static_cast<int>(m_widths.size()); ++i) {
+        setColumnHidden(i, i >= count);
         // The first columns take the pixels that do not divide evenly.
         const int share = spare / count + (i < spare % count ? 1 : 0);
-        setColumnWidth(i, m_widths[static_cast<std::size_t>(i)] + share);
+        if (i < count) setColumnWidth(i, m_widths[static_cast<std::size_t>(i)] + share);
     }
+}
+
+void CRowsView::paintEvent(QPaintEvent* event) {
+    QTableView::paintEvent(event);
+    if (m_pRows->rowCount() > 0 || m_strPlaceholder.isEmpty()) return;
+    QPainter painter(viewport());
+    painter.setPen(style::FAINT);
+    painter.drawText(viewport()->rect().adjusted(PADDING, 0, -PADDING, 0),
+                     Qt::AlignCenter | Qt::TextWordWrap, m_strPlaceholder);
+}
+
+/// Leaves free below the rows what would only show part of one.
+void CRowsView::updateGeometries() {
+    if (m_bMeasuring) return;
+    m_bMeasuring = true;
+    QTableView::updateGeometries();
+    const int row = verticalHeader()->defaultSectionSize();
+    const int rest = viewport()->height() % row;
+    const bool full = m_pRows->rowCount() * row > viewport()->height();
+    if (full && rest > 0 && viewport()->height() > row) {
+        QMargins margins = viewportMargins();
+        margins.setBottom(rest);
+        setViewportMargins(margins);
+    }
+    m_bMeasuring = false;
 }
 
 void CRowsView::resizeEvent(QResizeEvent* event) {

@@ -11,7 +11,8 @@ class QSortFilterProxyModel;
 namespace desk {
 
 /// Shows a CRowsModel. Columns are as wide as what they ever held, and share what room
-/// is left; only rows that changed are measured.
+/// is left; only rows that changed are measured. In a narrow table the last columns are
+/// left out rather than cut, and only whole rows are shown.
 class CRowsView final : public QTableView {
     Q_OBJECT
 
@@ -27,8 +28,16 @@ public:
     /// Chooses a row; nothing happens when there is none of this key.
     void chooseKey(const QString& key);
 
-    /// Width that all columns need.
-    int neededWidth() const;
+    /// Width that all columns need; with the frame and a scroll bar when `whole`.
+    int neededWidth(bool whole = false) const;
+    /// Height of the table with so many rows.
+    int heightOf(int rows) const;
+
+    /// Said in place of rows while there are none.
+    void setPlaceholder(const QString& text) { m_strPlaceholder = text; }
+
+    /// Makes the columns as wide as what they hold now.
+    void measureAnew();
 
 Q_SIGNALS:
     /// The user, or the table, chose another row.
@@ -36,16 +45,22 @@ Q_SIGNALS:
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void updateGeometries() override;
     void currentChanged(const QModelIndex& current, const QModelIndex& previous) override;
 
 private:
     void measure(int first, int last);
     void makeRoomForMark(int column);
     void spread();
+    int shownColumns(int room) const;
+    int titleWidth(std::size_t column) const;
 
     CRowsModel* m_pRows;
     QSortFilterProxyModel* m_pSorted = nullptr;
     std::vector<int> m_widths;
+    QString m_strPlaceholder;
+    bool m_bMeasuring = false;  ///< inside updateGeometries()
 };
 
 }  // namespace desk

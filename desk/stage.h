@@ -40,6 +40,8 @@ public:
     virtual bool ended() const { return false; }
     /// Whether the moment was reached at which the stage was told to stop.
     virtual bool halted() const { return false; }
+    /// Plays on behind that moment.
+    virtual void goOn() {}
     /// Why the recording ended early; empty otherwise.
     virtual std::string fault() const { return {}; }
 };

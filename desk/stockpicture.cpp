@@ -1,14 +1,14 @@
 #include "desk/picturetaker.h"
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/orderrule.h"
 #include "platform/records/dealdetail.h"
 #include "platform/records/orderdetail.h"
 #include "platform/records/taskdetail.h"
+#include "platform/services/stockmanager.h"
 #include "platform/utils/keys.h"
-#include "platform/utils/text.h"
 #include "replay/times.h"
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 namespace desk {
@@ -43,18 +43,20 @@ void keepFirst(std::vector<Row>& rows, Less less) {
 
 void CPictureTaker::takeOrders(TC::CLinkageManager& manager, Picture& picture) {
     const Selection& chosen = picture.selection;
-    std::set<std::string> accounts;
-    for (const auto& account : manager.getAccounts()) accounts.insert(account->m_strKey);
-
-    std::map<long long, double, std::greater<>> prices;  // by tick
+    std::map<std::int32_t, LevelRow, std::greater<>> levels;
     for (const auto& [account, orders] :
-         manager.getOrderDetails(replay::dayNumber(picture.date), chosen.stock, accounts)) {
+         manager.getOrderDetails(replay::dayNumber(picture.date), chosen.stock, {chosen.account})) {
         for (const auto& [key, order] : orders) {
             if (!belongs(order->m_pCommand, chosen.strategy)) continue;
             const bool running = vexservice::isRunningStatus(order->m_eStatus);
-            if (running && picture.tick > 0)
-                prices[std::llround(order->m_dPrice / picture.tick)] = order->m_dPrice;
-            if (account != chosen.account) continue;
+            const int lots =
+                TC::openLots(order->m_eStatus, order->m_nVolume, order->m_nTradedVolume,
+                             vexservice::getTradeMinUnit(order->m_strMarket, order->m_strCode));
+            if (lots != 0) {
+                LevelRow& level = levels[TC::priceLevel(order->m_dPrice, picture.tick)];
+                level.price = order->m_dPrice;
+                level.lots += lots;
+            }
             const bool buys =
                 vexservice::isBuyByDirection(order->m_eDirection, order->m_eOffsetFlag);
             picture.orders.push_back({key, buys, running, order->m_dPrice, order->m_nVolume,
@@ -64,13 +66,9 @@ void CPictureTaker::takeOrders(TC::CLinkageManager& manager, Picture& picture) {
     keepFirst(picture.orders, [](const OrderRow& left, const OrderRow& right) {
         return std::pair(right.running, right.key) < std::pair(left.running, left.key);
     });
-
-    if (chosen.strategy.empty()) return;  // levels are kept by strategy
-    for (const auto& [ticks, price] : prices) {
+    for (const auto& [ticks, level] : levels) {
         if (picture.levels.size() == LONGEST_TABLE) break;
-        const int lots =
-            manager.getOrderNumberByPrice(Pim::sToQs(chosen.strategy), price, picture.tick);
-        if (lots != 0) picture.levels.push_back({price, lots});
+        picture.levels.push_back(level);
     }
 }
 
@@ -84,7 +82,9 @@ void CPictureTaker::takeDeals(TC::CLinkageManager& manager, Picture& picture) {
             const bool buys = vexservice::isBuyByDirection(deal->m_eDirection, deal->m_eOffsetFlag);
             picture.deals.push_back({key, deal->m_strTradeTime, buys, deal->m_dPrice,
                                      deal->m_nVolume, deal->m_dAmount});
-            auto& minute = minutes[{minuteOf(deal->m_strTradeTime), buys}];
+            const auto when = minuteOf(deal->m_strTradeTime);
+            if (!when) continue;  // the table has it, the chart has no place for it
+            auto& minute = minutes[{*when, buys}];
             minute.first += deal->m_nVolume;
             minute.second += deal->m_dPrice * deal->m_nVolume;
         }

@@ -38,7 +38,7 @@ QPalette palette() {
 }
 
 const char* const SHEET = R"(
-QTableView { border: 1px solid #2d3849; selection-background-color: #27456e; }
+QTableView { border: 1px solid #2d3849; background: #181f2a; selection-background-color: #27456e; }
 QHeaderView { background: #202937; }
 QHeaderView::section { background: #202937; color: #8b97aa; border: 0; padding: 4px 8px;
                        border-bottom: 1px solid #2d3849; }
@@ -57,6 +57,7 @@ QProgressBar { background: #202937; border: 0; border-radius: 3px; max-height: 6
 QProgressBar::chunk { background: #4f9dff; border-radius: 3px; }
 QSplitter::handle { background: #11161f; }
 QLabel[role="title"] { color: #8b97aa; padding: 2px 0; }
+QLabel[role="heading"] { font-size: 12pt; }
 QLabel[role="clock"] { font-size: 15pt; }
 QLabel[role="faint"] { color: #8b97aa; }
 QToolTip { border: 1px solid #2d3849; }

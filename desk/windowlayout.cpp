@@ -16,12 +16,19 @@
 #include <QTabWidget>
 #include <QVBoxLayout>
 
+#include <algorithm>
+#include <iterator>
+#include <set>
+
 /// How the main window is put together.
 namespace desk {
 
 namespace {
 
-constexpr int SPEEDS[] = {1, 2, 5, 10, 20, 60, 100, 300, 1000};
+constexpr int MOST_STOCK_ROWS = 6;
+/// Share of the tabs in what the stocks leave; the chart has the rest.
+constexpr int TABS_PERCENT = 36;
+constexpr double SPEEDS[] = {1, 2, 5, 10, 20, 60, 100, 300, 1000};
 
 QLabel* makeLabel(QWidget* parent, const char* role, const QString& text = {}) {
     auto* label = new QLabel(text, parent);
@@ -31,39 +38,46 @@ QLabel* makeLabel(QWidget* parent, const char* role, const QString& text = {}) {
 
 }  // namespace
 
-QWidget* CMainWindow::makeTopBar() {
-    auto* bar = new QWidget(this);
-    m_pClock = makeLabel(bar, "clock", "00:00:00");
-    m_pDate = makeLabel(bar, "faint", "0000-00-00");
+/// Pause, speed and progress of a recording.
+void CMainWindow::makePace(QWidget* bar) {
     m_pPause = new QPushButton(bar);
     m_pPause->setObjectName("pause");
     m_pSpeed = new QComboBox(bar);
     m_pSpeed->setObjectName("speed");
-    for (const int speed : SPEEDS) m_pSpeed->addItem(QString("%1×").arg(speed), speed);
-    const int given = m_pSpeed->findData(static_cast<int>(m_engine.speed()));
-    m_pSpeed->setCurrentIndex(given < 0 ? m_pSpeed->count() - 1 : given);
+    // A speed that was given on the command line has its place among the others.
+    std::set<double> speeds(std::begin(SPEEDS), std::end(SPEEDS));
+    const double given = std::min(m_engine.speed(), *speeds.rbegin());
+    speeds.insert(given);
+    for (const double speed : speeds) m_pSpeed->addItem(QString("%1×").arg(speed), speed);
+    m_pSpeed->setCurrentIndex(m_pSpeed->findData(given));
     connect(m_pSpeed, QOverload<int>::of(&QComboBox::activated), this,
             [this](int index) { m_engine.setSpeed(m_pSpeed->itemData(index).toDouble()); });
     m_pProgress = new QProgressBar(bar);
     m_pProgress->setRange(0, 1000);
     m_pProgress->setTextVisible(false);
     m_pProgress->setFixedWidth(220);
+    for (QWidget* control : std::initializer_list<QWidget*>{m_pPause, m_pSpeed, m_pProgress})
+        control->setVisible(m_engine.canBePaced());
+}
+
+QWidget* CMainWindow::makeTopBar() {
+    auto* bar = new QWidget(this);
+    m_pClock = makeLabel(bar, "clock", "00:00:00");
+    m_pDate = makeLabel(bar, "faint", "0000-00-00");
+    makePace(bar);
     auto* live = makeLabel(bar, "faint", tr("Built-in market, live"));
     m_pBalance = new QPushButton(tr("Balance now…"), bar);
     m_pBalance->setObjectName("balanceNow");
     m_pBalance->setProperty("primary", true);
     m_pBalance->setEnabled(false);
-    auto* import = new QPushButton(tr("Import…"), bar);
-    connect(import, &QPushButton::clicked, this, [this] {
+    m_pImportNow = new QPushButton(tr("Import…"), bar);
+    m_pImportNow->setObjectName("importNow");
+    connect(m_pImportNow, &QPushButton::clicked, this, [this] {
         m_pTabs->setCurrentWidget(m_pImport);
         m_pImport->chooseFile();
     });
 
-    const bool paced = m_engine.canBePaced();
-    for (QWidget* control : std::initializer_list<QWidget*>{m_pPause, m_pSpeed, m_pProgress})
-        control->setVisible(paced);
-    live->setVisible(!paced);
-
+    live->setVisible(!m_engine.canBePaced());
     auto* line = new QHBoxLayout(bar);
     line->setContentsMargins(12, 8, 12, 4);
     line->setSpacing(10);
@@ -71,7 +85,7 @@ QWidget* CMainWindow::makeTopBar() {
          std::initializer_list<QWidget*>{m_pClock, m_pDate, m_pPause, m_pSpeed, m_pProgress, live})
         line->addWidget(control);
     line->addStretch();
-    line->addWidget(import);
+    line->addWidget(m_pImportNow);
     line->addWidget(m_pBalance);
     return bar;
 }
@@ -107,24 +121,33 @@ QWidget* CMainWindow::makeBody() {
     m_pTabs->addTab(m_pHistory, tr("History"));
     m_pTabs->addTab(m_pImport, tr("Import"));
     m_pChart = new CChart(this);
-
-    auto* right = new QSplitter(Qt::Vertical, this);
-    right->addWidget(titled(tr("Stocks of the strategy"), m_pTables->stocks()));
-    right->addWidget(m_pChart);
-    right->addWidget(m_pTabs);
-    right->setSizes({170, 440, 240});
-    right->setStretchFactor(1, 1);
-    auto* both = new QSplitter(Qt::Horizontal, this);
-    both->addWidget(titled(tr("Accounts and strategies"), m_pPairs));
-    both->addWidget(right);
-    both->setSizes({580, 1000});
-    both->setStretchFactor(1, 1);
+    makeSplitters();
 
     auto* body = new QWidget(this);
     auto* layout = new QVBoxLayout(body);
     layout->setContentsMargins(12, 4, 12, 4);
-    layout->addWidget(both);
+    layout->addWidget(m_pBoth);
+    makeStatusBar();
+    return body;
+}
 
+void CMainWindow::makeSplitters() {
+    m_pRight = new QSplitter(Qt::Vertical, this);
+    m_pRight->addWidget(titled(tr("Stocks of the strategy"), m_pTables->stocks()));
+    m_pRight->addWidget(m_pChart);
+    m_pRight->addWidget(m_pTabs);
+    m_pRight->setStretchFactor(1, 1);
+    m_pBoth = new QSplitter(Qt::Horizontal, this);
+    m_pBoth->addWidget(titled(tr("Accounts and strategies"), m_pPairs));
+    m_pBoth->addWidget(m_pRight);
+    m_pBoth->setStretchFactor(1, 1);
+    for (QSplitter* splitter : {m_pRight, m_pBoth}) {
+        splitter->setChildrenCollapsible(false);
+        connect(splitter, &QSplitter::splitterMoved, this, [this] { m_bSplitByHand = true; });
+    }
+}
+
+void CMainWindow::makeStatusBar() {
     m_pMessage = makeLabel(this, "faint");
     m_pMessage->setObjectName("message");
     m_pCounts = makeLabel(this, "faint");
@@ -132,7 +155,28 @@ QWidget* CMainWindow::makeBody() {
     statusBar()->addPermanentWidget(m_pCounts);
     statusBar()->setSizeGripEnabled(false);
     statusBar()->setContentsMargins(12, 0, 12, 4);
-    return body;
+}
+
+/// Gives the tables on the left and above what their columns and rows need; the user's
+/// own division of the window is left alone.
+void CMainWindow::divide() {
+    if (m_bSplitByHand) return;
+    const int left = std::min(m_pPairs->neededWidth(true), m_pBoth->width() / 2);
+    if (left != m_pPairs->parentWidget()->width())
+        m_pBoth->setSizes({left, m_pBoth->width() - left - m_pBoth->handleWidth()});
+
+    CRowsView* stocks = m_pTables->stocks();
+    const int title = stocks->parentWidget()->sizeHint().height() - stocks->sizeHint().height();
+    const int upper =
+        title + stocks->heightOf(std::clamp(stocks->rows().rowCount(), 3, MOST_STOCK_ROWS));
+    const int rest = m_pRight->height() - upper - 2 * m_pRight->handleWidth();
+    const int lower = rest * TABS_PERCENT / 100;
+    if (upper != stocks->parentWidget()->height()) m_pRight->setSizes({upper, rest - lower, lower});
+}
+
+void CMainWindow::resizeEvent(QResizeEvent* event) {
+    QMainWindow::resizeEvent(event);
+    divide();
 }
 
 }  // namespace desk

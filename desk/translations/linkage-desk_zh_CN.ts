@@ -2,6 +2,353 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="zh_CN">
 <context>
+    <name>ImportText</name>
+    <message>
+        <source>the library is not running</source>
+        <translation>程序库未在运行</translation>
+    </message>
+    <message>
+        <source>no file was chosen</source>
+        <translation>没有选择文件</translation>
+    </message>
+    <message>
+        <source>this is not a plain file</source>
+        <translation>这不是普通文件</translation>
+    </message>
+    <message>
+        <source>the file does not exist</source>
+        <translation>文件不存在</translation>
+    </message>
+    <message>
+        <source>the file cannot be opened: %1</source>
+        <translation>无法打开文件：%1</translation>
+    </message>
+    <message>
+        <source>the file cannot be read: %1</source>
+        <translation>无法读取文件：%1</translation>
+    </message>
+    <message>
+        <source>the file is larger than %1 MB</source>
+        <translation>文件大于 %1 MB</translation>
+    </message>
+    <message>
+        <source>the file is empty</source>
+        <translation>文件是空的</translation>
+    </message>
+    <message>
+        <source>the file is neither a workbook nor a text</source>
+        <translation>文件既不是工作簿，也不是文本</translation>
+    </message>
+    <message>
+        <source>the file is a web page or XML; save it as a workbook</source>
+        <translation>文件是网页或 XML，请另存为工作簿</translation>
+    </message>
+    <message>
+        <source>the file has too much text</source>
+        <translation>文件中的文字过多</translation>
+    </message>
+    <message>
+        <source>the file has more than %1 rows</source>
+        <translation>文件超过 %1 行</translation>
+    </message>
+    <message>
+        <source>the file has more than %1 columns</source>
+        <translation>文件超过 %1 列</translation>
+    </message>
+    <message>
+        <source>the file has more than %1 cells</source>
+        <translation>文件超过 %1 个单元格</translation>
+    </message>
+    <message>
+        <source>a cell has more than %1 characters</source>
+        <translation>有单元格超过 %1 个字符</translation>
+    </message>
+    <message>
+        <source>the file holds no workbook</source>
+        <translation>文件中没有工作簿</translation>
+    </message>
+    <message>
+        <source>there is not enough memory to read the file</source>
+        <translation>内存不足，无法读取文件</translation>
+    </message>
+    <message>
+        <source>the text is not valid UTF-16</source>
+        <translation>文本不是有效的 UTF-16</translation>
+    </message>
+    <message>
+        <source>the text is neither valid UTF-8 nor valid GB18030</source>
+        <translation>文本既不是有效的 UTF-8，也不是有效的 GB18030</translation>
+    </message>
+    <message>
+        <source>the archive is not a workbook</source>
+        <translation>压缩包不是工作簿</translation>
+    </message>
+    <message>
+        <source>the workbook has no sheets</source>
+        <translation>工作簿没有工作表</translation>
+    </message>
+    <message>
+        <source>the workbook has more than %1 sheets</source>
+        <translation>工作簿超过 %1 个工作表</translation>
+    </message>
+    <message>
+        <source>the workbook has more than %1 parts</source>
+        <translation>工作簿超过 %1 个部件</translation>
+    </message>
+    <message>
+        <source>the workbook unpacks to more than %1 MB</source>
+        <translation>工作簿解压后大于 %1 MB</translation>
+    </message>
+    <message>
+        <source>the workbook is protected by a password</source>
+        <translation>工作簿有密码保护</translation>
+    </message>
+    <message>
+        <source>the workbook&apos;s format is too old; save it anew</source>
+        <translation>工作簿格式过旧，请重新保存</translation>
+    </message>
+    <message>
+        <source>the workbook&apos;s archive is broken</source>
+        <translation>工作簿的压缩包已损坏</translation>
+    </message>
+    <message>
+        <source>the workbook is broken: %1</source>
+        <translation>工作簿已损坏：%1</translation>
+    </message>
+    <message>
+        <source>the workbook is broken: its container is damaged</source>
+        <translation>工作簿已损坏：容器受损</translation>
+    </message>
+    <message>
+        <source>the workbook is broken: its records are damaged</source>
+        <translation>工作簿已损坏：记录受损</translation>
+    </message>
+    <message>
+        <source>cell &quot;%1&quot;</source>
+        <translation>单元格“%1”</translation>
+    </message>
+    <message>
+        <source>missing text</source>
+        <translation>缺少文字</translation>
+    </message>
+    <message>
+        <source>endless text</source>
+        <translation>文字没有结尾</translation>
+    </message>
+    <message>
+        <source>document type</source>
+        <translation>含文档类型声明</translation>
+    </message>
+    <message>
+        <source>nested too deep</source>
+        <translation>嵌套过深</translation>
+    </message>
+    <message>
+        <source>not in UTF-8</source>
+        <translation>不是 UTF-8</translation>
+    </message>
+    <message>
+        <source>a tag with more than %1 attributes</source>
+        <translation>有标签超过 %1 个属性</translation>
+    </message>
+    <message>
+        <source>no row of column names was found in the first %1 rows</source>
+        <translation>前 %1 行中没有找到列名</translation>
+    </message>
+    <message>
+        <source>columns are missing: %1</source>
+        <translation>缺少列：%1</translation>
+    </message>
+    <message>
+        <source>%1 (left out because of the unit: %2)</source>
+        <translation>%1（因单位未采用：%2）</translation>
+    </message>
+    <message>
+        <source>column %1 was left out because of its unit</source>
+        <translation>列 %1 因单位未采用</translation>
+    </message>
+    <message>
+        <source>sheet &quot;%1&quot; was left out</source>
+        <translation>工作表“%1”未采用</translation>
+    </message>
+    <message>
+        <source>the rows have no dates, and the title names several</source>
+        <translation>各行没有日期，而标题中有多个日期</translation>
+    </message>
+    <message>
+        <source>the file names no day; rows without a date are taken for %1</source>
+        <translation>文件没有写明日期，没有日期的行视为 %1</translation>
+    </message>
+    <message>
+        <source>rows without a date are taken for %1, the day in the title</source>
+        <translation>没有日期的行视为标题中的日期 %1</translation>
+    </message>
+    <message>
+        <source>the column names again</source>
+        <translation>重复的列名</translation>
+    </message>
+    <message>
+        <source>belongs to another table</source>
+        <translation>属于另一个表</translation>
+    </message>
+    <message>
+        <source>no account is followed</source>
+        <translation>没有跟踪任何账户</translation>
+    </message>
+    <message>
+        <source>the row names no account</source>
+        <translation>该行没有写明账户</translation>
+    </message>
+    <message>
+        <source>the file names no account, and several are followed</source>
+        <translation>文件没有写明账户，而跟踪的账户有多个</translation>
+    </message>
+    <message>
+        <source>the file is of account %1, which is not followed</source>
+        <translation>文件属于账户 %1，该账户未被跟踪</translation>
+    </message>
+    <message>
+        <source>the file names account %1; it was taken for %2</source>
+        <translation>文件写明账户 %1，已视为 %2</translation>
+    </message>
+    <message>
+        <source>account %1 is not followed</source>
+        <translation>账户 %1 未被跟踪</translation>
+    </message>
+    <message>
+        <source>account %1 may be one of several that are followed</source>
+        <translation>账户 %1 可能是所跟踪的多个账户之一</translation>
+    </message>
+    <message>
+        <source>already reported by the trading system</source>
+        <translation>交易系统已回报</translation>
+    </message>
+    <message>
+        <source>repurchase or subscription, which is not followed</source>
+        <translation>回购或申购，不予跟踪</translation>
+    </message>
+    <message>
+        <source>records of the running day stay until the account is requested again</source>
+        <translation>当日的记录保留到重新请求该账户为止</translation>
+    </message>
+    <message>
+        <source>%1 more rows were left out than are listed</source>
+        <translation>另有 %1 行未采用，没有列出</translation>
+    </message>
+    <message>
+        <source>price</source>
+        <translation>价格</translation>
+    </message>
+    <message>
+        <source>volume</source>
+        <translation>数量</translation>
+    </message>
+    <message>
+        <source>traded volume</source>
+        <translation>成交数量</translation>
+    </message>
+    <message>
+        <source>no price</source>
+        <translation>没有价格</translation>
+    </message>
+    <message>
+        <source>no volume</source>
+        <translation>没有数量</translation>
+    </message>
+    <message>
+        <source>no traded volume</source>
+        <translation>没有成交数量</translation>
+    </message>
+    <message>
+        <source>no code</source>
+        <translation>没有代码</translation>
+    </message>
+    <message>
+        <source>no date</source>
+        <translation>没有日期</translation>
+    </message>
+    <message>
+        <source>%1 is not a number: %2</source>
+        <translation>%1不是数字：%2</translation>
+    </message>
+    <message>
+        <source>%1 is not whole: %2</source>
+        <translation>%1不是整数：%2</translation>
+    </message>
+    <message>
+        <source>%1 is out of range: %2</source>
+        <translation>%1超出范围：%2</translation>
+    </message>
+    <message>
+        <source>price is out of range: %1</source>
+        <translation>价格超出范围：%1</translation>
+    </message>
+    <message>
+        <source>amount is out of range: %1</source>
+        <translation>金额超出范围：%1</translation>
+    </message>
+    <message>
+        <source>amount %1 is not that of %2 at %3</source>
+        <translation>金额 %1 与数量 %2、价格 %3 不符</translation>
+    </message>
+    <message>
+        <source>a purchase of %1 shares</source>
+        <translation>买入 %1 股</translation>
+    </message>
+    <message>
+        <source>a day that has not come yet: %1</source>
+        <translation>日期尚未到来：%1</translation>
+    </message>
+    <message>
+        <source>no stock of Shanghai, Shenzhen or Beijing: %1</source>
+        <translation>不是上海、深圳或北京的股票：%1</translation>
+    </message>
+    <message>
+        <source>not a date: %1</source>
+        <translation>不是日期：%1</translation>
+    </message>
+    <message>
+        <source>not a deal: %1</source>
+        <translation>不是成交：%1</translation>
+    </message>
+    <message>
+        <source>not a deal: no side</source>
+        <translation>不是成交：没有买卖方向</translation>
+    </message>
+    <message>
+        <source>not a deal: price 0</source>
+        <translation>不是成交：价格为 0</translation>
+    </message>
+    <message>
+        <source>not a deal: volume 0</source>
+        <translation>不是成交：数量为 0</translation>
+    </message>
+    <message>
+        <source>not a deal: amount 0</source>
+        <translation>不是成交：金额为 0</translation>
+    </message>
+    <message>
+        <source>not an order: %1</source>
+        <translation>不是委托：%1</translation>
+    </message>
+    <message>
+        <source>not an order: volume 0</source>
+        <translation>不是委托：数量为 0</translation>
+    </message>
+    <message>
+        <source>traded %1 of %2 shares</source>
+        <translation>%2 股中成交了 %1 股</translation>
+    </message>
+    <message>
+        <source>two sides: %1, %2</source>
+        <translation>买卖方向矛盾：%1、%2</translation>
+    </message>
+    <message>
+        <source>unknown status: %1</source>
+        <translation>未知状态：%1</translation>
+    </message>
+</context>
+<context>
     <name>Tables</name>
     <message>
         <source>Server</source>
@@ -30,10 +377,6 @@
     <message>
         <source>Sold</source>
         <translation>卖出</translation>
-    </message>
-    <message>
-        <source>Net</source>
-        <translation>净量</translation>
     </message>
     <message>
         <source>Bought amount</source>
@@ -111,6 +454,30 @@
         <source>Tasks</source>
         <translation>任务</translation>
     </message>
+    <message>
+        <source>Net bought</source>
+        <translation>净买入</translation>
+    </message>
+    <message>
+        <source>Nothing traded yet</source>
+        <translation>尚无成交</translation>
+    </message>
+    <message>
+        <source>No orders of this stock yet</source>
+        <translation>该股票尚无委托</translation>
+    </message>
+    <message>
+        <source>No deals of this stock yet</source>
+        <translation>该股票尚无成交</translation>
+    </message>
+    <message>
+        <source>No tasks of this stock</source>
+        <translation>该股票没有任务</translation>
+    </message>
+    <message>
+        <source>No lots of this stock rest at the exchange</source>
+        <translation>该股票没有挂单</translation>
+    </message>
 </context>
 <context>
     <name>desk::CBalanceTimesPage</name>
@@ -142,21 +509,13 @@
         <source>Choose a strategy to give it a time</source>
         <translation>请先选择策略，再设定时间</translation>
     </message>
+    <message>
+        <source>No strategy has a balance time</source>
+        <translation>没有策略设了配平时间</translation>
+    </message>
 </context>
 <context>
     <name>desk::CChart</name>
-    <message>
-        <source>Price: choose a stock</source>
-        <translation>价格：请选择股票</translation>
-    </message>
-    <message>
-        <source>Price of %1 %2, with the deals and resting orders of the strategy</source>
-        <translation>%1 %2 价格，及该策略的成交与挂单</translation>
-    </message>
-    <message>
-        <source>Profit: choose a strategy</source>
-        <translation>盈亏：请选择策略</translation>
-    </message>
     <message>
         <source>all strategies</source>
         <translation>全部策略</translation>
@@ -164,6 +523,41 @@
     <message>
         <source>Profit of %1 / %2 over the day (yuan)</source>
         <translation>%1 / %2 当日盈亏（元）</translation>
+    </message>
+    <message>
+        <source>Price</source>
+        <translation>价格</translation>
+    </message>
+    <message>
+        <source>Price of %1 %2 (yuan), with the deals and resting orders of the strategy</source>
+        <translation>%1 %2 价格（元），及该策略的成交与挂单</translation>
+    </message>
+    <message>
+        <source>Profit</source>
+        <translation>盈亏</translation>
+    </message>
+    <message>
+        <source>Choose a stock</source>
+        <translation>请选择股票</translation>
+    </message>
+    <message>
+        <source>No price of the stock has come yet</source>
+        <translation>尚未收到该股票的行情</translation>
+    </message>
+    <message>
+        <source>Choose a strategy</source>
+        <translation>请选择策略</translation>
+    </message>
+    <message>
+        <source>No profit yet: nothing was traded</source>
+        <translation>尚无盈亏：没有成交</translation>
+    </message>
+</context>
+<context>
+    <name>desk::CEngine</name>
+    <message>
+        <source>The run was stopped by a fault: %1</source>
+        <translation>运行因故障停止：%1</translation>
     </message>
 </context>
 <context>
@@ -205,18 +599,6 @@
         <translation>结转今日</translation>
     </message>
     <message>
-        <source>Balance history…</source>
-        <translation>历史配平…</translation>
-    </message>
-    <message>
-        <source>Delete stock</source>
-        <translation>删除股票</translation>
-    </message>
-    <message>
-        <source>Delete balanced</source>
-        <translation>删除已配平</translation>
-    </message>
-    <message>
         <source>Delete all…</source>
         <translation>全部删除…</translation>
     </message>
@@ -243,6 +625,30 @@
     <message>
         <source>Cancel</source>
         <translation>取消</translation>
+    </message>
+    <message>
+        <source>Nothing was carried over from earlier days</source>
+        <translation>没有以前各日结转的记录</translation>
+    </message>
+    <message>
+        <source>Delete stock…</source>
+        <translation>删除股票…</translation>
+    </message>
+    <message>
+        <source>Delete balanced…</source>
+        <translation>删除已配平…</translation>
+    </message>
+    <message>
+        <source>Delete all pairs whose totals are balanced? This cannot be undone.</source>
+        <translation>删除所有已配平的历史？此操作无法撤销。</translation>
+    </message>
+    <message>
+        <source>Delete %1 of %2 / %3 from the history? This cannot be undone.</source>
+        <translation>从历史中删除 %2 / %3 的 %1？此操作无法撤销。</translation>
+    </message>
+    <message>
+        <source>Balance…</source>
+        <translation>配平…</translation>
     </message>
 </context>
 <context>
@@ -394,6 +800,14 @@
         <source>Account</source>
         <translation>账户</translation>
     </message>
+    <message>
+        <source>Halted at %1; Play goes on.</source>
+        <translation>已在 %1 停住，按“播放”继续。</translation>
+    </message>
+    <message>
+        <source>The library is not running.</source>
+        <translation>程序库未在运行。</translation>
+    </message>
 </context>
 <context>
     <name>desk::CPlanDialog</name>
@@ -462,16 +876,28 @@
         <translation>没有该合约信息</translation>
     </message>
     <message>
-        <source>Orders that would be sent now: %1. Figures and prices may still change.</source>
-        <translation>现在将发送 %1 笔委托。数量和价格仍可能变化。</translation>
-    </message>
-    <message>
         <source>Balance</source>
         <translation>配平</translation>
     </message>
     <message>
         <source>Cancel</source>
         <translation>取消</translation>
+    </message>
+    <message>
+        <source>Amount about</source>
+        <translation>金额约</translation>
+    </message>
+    <message>
+        <source>Cancelled first: running orders %1, running tasks %2.</source>
+        <translation>先撤销：未完委托 %1 笔，运行任务 %2 个。</translation>
+    </message>
+    <message>
+        <source>Orders that would be sent now: %1, buying for about %2 yuan and selling for about %3 yuan.</source>
+        <translation>现在将发出委托 %1 笔，买入约 %2 元，卖出约 %3 元。</translation>
+    </message>
+    <message>
+        <source>Figures and prices may still change.</source>
+        <translation>数量与价格仍可能变化。</translation>
     </message>
 </context>
 <context>

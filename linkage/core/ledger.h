@@ -5,6 +5,7 @@
 #include "linkage/core/keyindex.h"
 #include "linkage/core/managerstate.h"
 #include "linkage/core/nametable.h"
+#include "linkage/core/profittable.h"
 #include "linkage/stats/profitrule.h"
 
 #include <QString>
@@ -92,6 +93,9 @@ public:
         std::string key;
         QString quoteKey;  ///< the key, as the quote client wants it
         CFigureBlocks figures;
+        std::optional<DayLimits> limits;  ///< none without instrument detail
+        std::uint64_t limitsRevision = 0;
+        bool special = false;               ///< under special treatment
         std::optional<double> lastPrice;    ///< newest of the day
         std::optional<double> valuedPrice;  ///< that the last pass with a new one has used
         bool hasNewPrice = false;           ///< in m_latestPrices
@@ -179,8 +183,7 @@ public:
         std::vector<std::uint32_t> running;
         CFigureIndex index;
         std::vector<Figures*> figures;
-        std::uint32_t sorted = 0;     ///< so many of `figures` are in stock-key order
-        std::vector<double> profits;  ///< of those
+        std::uint32_t sorted = 0;  ///< so many of `figures` are in stock-key order
         CKeyIndex levelIndex;
         std::uint32_t firstLevel = NONE;
     };
@@ -425,29 +428,22 @@ public:
 
     bool hasFigures() const { return m_nFigures > 0; }
 
+    /// The texts stay as long as the ledger.
     struct ProfitSum {
-        std::string account;
-        std::string strategy;
+        const std::string& account;
+        const std::string& strategy;
         double profit = 0.0;
     };
 
+    /// The daily price limit as a fraction.
+    struct LimitRates {
+        double ordinary = 0.0;
+        double special = 0.0;  ///< of stocks under special treatment
+    };
+
     /// Revalues the records of the stocks with a new price; gives the profit sums of
-    /// every strategy that has one, in account and strategy order. `pricesOf` turns
-    /// stock key and last price into ValuePrices.
-    template <class PricesOf>
-    std::vector<ProfitSum> revalue(PricesOf pricesOf) {
-        sortGrownPairs();
-        for (const std::uint32_t at : m_newPrices) {
-            Stock& stock = m_stocks[at];
-            stock.hasNewPrice = false;
-            stock.valuedPrice = stock.lastPrice;
-            if (!stock.figures.blocks().empty()) {
-                revalueStock(stock, pricesOf(stock.key, *stock.lastPrice));
-            }
-        }
-        m_newPrices.clear();
-        return sumTouched();
-    }
+    /// every strategy that has one, in account and strategy order.
+    std::vector<ProfitSum> revalue(const LimitRates& rates);
 
     /// A price that the next pass will use.
     void setLatestPrice(std::uint32_t stock, double price);
@@ -507,8 +503,8 @@ private:
     void describePair(const Pair& pair, ManagerState& state) const;
 
     void sortGrownPairs();
+    static void refreshLimits(Stock& stock);
     void revalueStock(Stock& stock, const ValuePrices& prices);
-    std::vector<ProfitSum> sumTouched();
 
     const bool m_bClientType3;
 
@@ -536,7 +532,7 @@ private:
     std::vector<std::uint32_t> m_newPrices;  ///< stocks with a price that no pass has used
     std::vector<std::uint32_t> m_grownPairs;
     std::vector<std::uint32_t> m_pairsInOrder;  ///< by account key and strategy
-    std::vector<unsigned char> m_touched;       ///< by pair: revalued in this pass
+    CProfitTable m_profits;
 };
 
 }  // namespace TC

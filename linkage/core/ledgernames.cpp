@@ -33,6 +33,7 @@ std::uint32_t CLedger::stockId(const std::string& key) {
     const std::lock_guard names(m_namesMutex);
     const std::uint32_t made = m_stocks.add(key);
     m_stocks[made].quoteKey = Pim::sToQs(key);
+    m_stocks[made].special = isSpecialTreatment(key);
     return made;
 }
 

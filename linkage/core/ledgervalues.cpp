@@ -1,4 +1,6 @@
 #include "linkage/core/ledger.h"
+#include "linkage/stats/valuerule.h"
+#include "platform/utils/referencedata.h"
 
 #include <algorithm>
 #include <numeric>
@@ -16,10 +18,10 @@ void CLedger::sortGrownPairs() {
             return m_stocks[left->stock].key < m_stocks[right->stock].key;
         });
         pair.sorted = static_cast<std::uint32_t>(pair.figures.size());
-        pair.profits.resize(pair.sorted);
+        m_profits.seat(at, pair.strategy == 0, pair.sorted);
         for (std::uint32_t rank = 0; rank < pair.sorted; ++rank) {
             Figures& figures = *pair.figures[rank];
-            pair.profits[rank] = figures.record.deals().m_dProfit;
+            m_profits.put(at, rank, figures.record.deals().m_dProfit);
             figures.block->places[figures.inBlock] = {at, rank};
         }
     }
@@ -36,7 +38,6 @@ void CLedger::sortGrownPairs() {
                       }
                       return m_strategies[a.strategy].key < m_strategies[b.strategy].key;
                   });
-        m_touched.assign(m_pairs.size(), 0);
     }
 }
 
@@ -66,6 +67,13 @@ void CLedger::forgetPrices() {
     }
 }
 
+void CLedger::refreshLimits(Stock& stock) {
+    const std::uint64_t revision = utils::referenceDataRevision();
+    if (stock.limitsRevision == revision) return;
+    stock.limitsRevision = revision;
+    stock.limits = dayLimits(stock.quoteKey);
+}
+
 void CLedger::revalueStock(Stock& stock, const ValuePrices& prices) {
     for (const auto& block : stock.figures.blocks()) {
         for (std::uint32_t index = 0; index < block->used; ++index) {
@@ -80,64 +88,30 @@ void CLedger::revalueStock(Stock& stock, const ValuePrices& prices) {
                 profitOf(net, figures.buyAmount, figures.sellAmount, deals.m_dCommission, prices);
             deals.m_dProfit = profit;
             deals.m_dPositionValue = positionValueOf(net, prices.price);
-            m_pairs[place.pair].profits[place.rank] = profit;
-            m_touched[place.pair] = 1;
+            m_profits.set(place.pair, place.rank, profit);
         }
     }
 }
 
-namespace {
-
-constexpr std::size_t LANES = 8;
-
-// Sums of several strategies side by side: each is added in its own order, and the
-// processor works on all of them at once instead of waiting for one.
-void sumLanes(const std::vector<double>* const (&lanes)[LANES], std::size_t used,
-              double (&sums)[LANES]) {
-    const double* values[LANES];
-    std::size_t common = lanes[0]->size();
-    for (std::size_t lane = 0; lane < LANES; ++lane) {
-        const std::vector<double>& source = *lanes[lane < used ? lane : 0];
-        values[lane] = source.data();
-        common = std::min(common, source.size());
-        sums[lane] = 0.0;
+std::vector<CLedger::ProfitSum> CLedger::revalue(const LimitRates& rates) {
+    sortGrownPairs();
+    for (const std::uint32_t at : m_newPrices) {
+        Stock& stock = m_stocks[at];
+        stock.hasNewPrice = false;
+        stock.valuedPrice = stock.lastPrice;
+        if (stock.figures.blocks().empty()) continue;
+        refreshLimits(stock);
+        revalueStock(stock, valuePrices(*stock.lastPrice, stock.limits ? &*stock.limits : nullptr,
+                                        stock.special ? rates.special : rates.ordinary));
     }
-    for (std::size_t at = 0; at < common; ++at) {
-        for (std::size_t lane = 0; lane < LANES; ++lane) sums[lane] += values[lane][at];
-    }
-    for (std::size_t lane = 0; lane < used; ++lane) {
-        for (std::size_t at = common; at < lanes[lane]->size(); ++at) {
-            sums[lane] += values[lane][at];
-        }
-    }
-}
+    m_newPrices.clear();
 
-}  // namespace
-
-std::vector<CLedger::ProfitSum> CLedger::sumTouched() {
-    std::vector<ProfitSum> result;
-    const std::vector<double>* lanes[LANES];
-    std::uint32_t pairs[LANES];
-    std::size_t used = 0;
-    const auto flush = [&] {
-        double sums[LANES];
-        if (used > 0) sumLanes(lanes, used, sums);
-        for (std::size_t lane = 0; lane < used; ++lane) {
-            const Pair& pair = m_pairs[pairs[lane]];
-            result.push_back(
-                {m_accounts[pair.account].key, m_strategies[pair.strategy].key, sums[lane]});
-        }
-        used = 0;
-    };
-    for (const std::uint32_t at : m_pairsInOrder) {
-        if (!m_touched[at]) continue;
-        m_touched[at] = 0;
-        lanes[used] = &m_pairs[at].profits;
-        pairs[used] = at;
-        if (++used == LANES) flush();
-    }
-    flush();
-    return result;
+    std::vector<ProfitSum> sums;
+    m_profits.sumChanged(m_pairsInOrder, [&](std::uint32_t at, double profit) {
+        const Pair& pair = m_pairs[at];
+        sums.push_back({m_accounts[pair.account].key, m_strategies[pair.strategy].key, profit});
+    });
+    return sums;
 }
 
 }  // namespace TC

@@ -106,9 +106,12 @@ public:
 /// same one twice paints it twice.
 ///
 /// Threads: every operation from any thread. Each of the two stores has a recursive
-/// lock of its own, held for the whole of an append, an erase or a paint, and never
-/// together with the other. The map function of a paint runs under its store's lock
-/// and may itself add and clear; what it changes shows from the next paint on.
+/// lock of its own, held for the whole of an append, an erase or a paint; the operations
+/// themselves never hold both. The map function of a paint runs under its store's lock.
+/// It may add to that store, and paint it; what it adds shows from the next paint on.
+/// But what it does to the other store, which clearing always does, takes the second
+/// lock while the first is held: while one thread paints either store with such a
+/// function, no other may paint the other store with one, or both wait forever.
 class LINKAGE_EXPORT CEnhanceDrawManager {
 public:
     using EDrawType = IEnhanceDataBase::EDrawType;

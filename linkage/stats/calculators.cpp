@@ -17,10 +17,6 @@ namespace {
 
 constexpr std::int64_t CALCULATOR_MICROS = 3'000'000;
 
-ValuePrices pricesOf(const std::string& stockKey, double last) {
-    return valueRule(stockKey).at(last);
-}
-
 /// Whether any price is of a stock under any key.
 bool holdsAny(const ByText<ByText<FiguresPtr>>& history, const ByText<double>& prices) {
     for (const auto& [key, stocks] : history) {
@@ -39,8 +35,9 @@ void CLinkageManager::runStatCalculator() {
     {
         const CLock lock(m_mutex);
         hadRecords = m_pLedger->hasFigures();
-        if (hadRecords) sums = m_pLedger->revalue(pricesOf);
+        if (hadRecords) sums = m_pLedger->revalue({limitRate(false), limitRate(true)});
     }
+    if (sigProfitChanged.empty()) sums.clear();
     for (const CLedger::ProfitSum& sum : sums) {
         raise("CLinkageManager::runStatCalculator", sigProfitChanged, sum.account, sum.strategy,
               sum.profit);

@@ -6,14 +6,24 @@
 
 namespace TC {
 
+std::optional<DayLimits> dayLimits(const QString& stockKey) {
+    const auto detail =
+        utils::CSingletonT<CStockManager>::instance()->getInstrumentDetail(stockKey);
+    if (!detail) return std::nullopt;
+    return DayLimits{detail->m_dLimitUp, detail->m_dLimitDown};
+}
+
+double limitRate(bool specialTreatment) {
+    const EUserMember member = specialTreatment ? USER_LIMIT_PERCENT_ST : USER_LIMIT_PERCENT;
+    return getUserConfig()->getUserDataDouble(member) / 100.0;
+}
+
 ValueRule valueRule(const std::string& stockKey) {
     const auto detail =
         utils::CSingletonT<CStockManager>::instance()->getInstrumentDetail(Pim::sToQs(stockKey));
     if (!detail) return {};
-    const EUserMember member =
-        isSpecialTreatment(stockKey) ? USER_LIMIT_PERCENT_ST : USER_LIMIT_PERCENT;
     return {DayLimits{detail->m_dLimitUp, detail->m_dLimitDown},
-            getUserConfig()->getUserDataDouble(member) / 100.0, detail->m_dReferencePrice};
+            limitRate(isSpecialTreatment(stockKey)), detail->m_dReferencePrice};
 }
 
 }  // namespace TC

@@ -2,6 +2,8 @@
 
 #include "linkage/stats/profitrule.h"
 
+#include <QString>
+
 #include <optional>
 #include <string>
 
@@ -19,7 +21,13 @@ struct ValueRule {
     }
 };
 
-/// Asks the instrument manager and the user configuration.
+/// Asks the instrument manager; none without instrument detail.
+std::optional<DayLimits> dayLimits(const QString& stockKey);
+
+/// Asks the user configuration for the daily price limit, as a fraction.
+double limitRate(bool specialTreatment);
+
+/// Asks both.
 ValueRule valueRule(const std::string& stockKey);
 
 }  // namespace TC

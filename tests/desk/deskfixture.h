@@ -23,7 +23,8 @@
 namespace support {
 
 /// A morning of two accounts on the paper exchange. A01/alpha ends with 800 bought and
-/// 300 sold of SH600001 and an order that rests; A01/grid with 100 of SZ000001 bought.
+/// 300 sold of SH600001 and an order that rests, beside one of A02/alpha at its price;
+/// A01/grid with 100 of SZ000001 bought; a task of A02/twap is three quarters done.
 inline const char* const MORNING = R"(
 {"do":"config","now":"2024-01-05 09:29:00","exchange":"paper","scheduler":true}
 {"do":"instrument","market":"SH","code":"600001","name":"样本银行","reference":10,"limitUp":11,"limitDown":9}
@@ -41,6 +42,8 @@ inline const char* const MORNING = R"(
 {"do":"price","market":"SH","code":"600001","last":10.20,"asks":[[10.21,100000]],"bids":[[10.19,100000]]}
 {"do":"send","account":"A01","market":"SH","code":"600001","side":"sell","volume":300,"price":10.19,"strategy":"alpha"}
 {"do":"send","account":"A01","market":"SH","code":"600001","side":"buy","volume":400,"price":10.05,"strategy":"alpha"}
+{"do":"send","account":"A02","market":"SH","code":"600001","side":"buy","volume":700,"price":10.05,"strategy":"alpha"}
+{"do":"startTask","account":"A02","market":"SZ","code":"000001","side":"buy","volume":400,"slices":4,"seconds":3600,"strategy":"twap"}
 {"do":"advance","seconds":900}
 {"do":"price","market":"SH","code":"600001","last":10.12,"asks":[[10.13,100000]],"bids":[[10.11,100000]]}
 {"do":"advance","to":"2024-01-05 10:15:00"}
@@ -52,7 +55,7 @@ class DeskTest : public testing::Test {
 protected:
     /// Without a scenario: the built-in market.
     void open(const char* scenario = MORNING, double speed = desk::UNPACED,
-              const char* language = "en") {
+              const char* language = "en", const char* haltAt = "") {
         desk::EngineOptions options;
         if (scenario) {
             QFile file(options.scenario = m_dir.filePath("scenario.jsonl"));
@@ -63,6 +66,7 @@ protected:
         m_translation.emplace(QLocale(language));
         options.dataDir = m_dir.filePath("data");
         options.speed = speed;
+        options.haltAt = haltAt;
         m_engine = std::make_unique<desk::CEngine>(options);
         m_window = std::make_unique<desk::CMainWindow>(*m_engine);
         static_cast<QWidget&>(*m_window).show();

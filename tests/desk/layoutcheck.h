@@ -45,11 +45,12 @@ private:
         if (label.wordWrap()) {
             if (label.heightForWidth(label.width()) > label.height())
                 fault("label too low", label.text());
-        } else if (metrics.horizontalAdvance(label.text()) > label.contentsRect().width()) {
+        } else if (metrics.size(0, label.text()).width() > label.contentsRect().width()) {
             fault("label too narrow", label.text());
         }
         for (const uint letter : label.text().toUcs4()) {
-            if (!metrics.inFontUcs4(letter)) fault("letter without a glyph", label.text());
+            if (letter != '\n' && !metrics.inFontUcs4(letter))
+                fault("letter without a glyph", label.text());
         }
     }
 
@@ -69,11 +70,15 @@ private:
     }
 
     void lookAtTable(const QTableView& table) {
-        if (table.horizontalScrollBar()->maximum() > 0)
-            fault("columns wider than the table", table.objectName());
+        if (table.verticalScrollBar()->maximum() > 0 &&
+            table.viewport()->height() % table.rowHeight(0) != 0)
+            fault("row cut off", table.objectName());
         const QFontMetrics header(table.horizontalHeader()->font());
         for (int column = 0; column < table.model()->columnCount(); ++column) {
+            if (table.isColumnHidden(column)) continue;
             const int width = table.columnWidth(column);
+            if (table.columnViewportPosition(column) + width > table.viewport()->width())
+                fault("column cut off", table.objectName());
             const QString title = table.model()->headerData(column, Qt::Horizontal).toString();
             if (header.horizontalAdvance(title) + 16 > width) fault("title cut off", title);
             for (int row = 0; row < table.model()->rowCount(); ++row) {

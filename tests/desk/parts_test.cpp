@@ -1,10 +1,12 @@
 #include "desk/axes.h"
-#include "desk/chart.h"
+#include "desk/picturetaker.h"
 #include "desk/pricetape.h"
 #include "desk/rowsmodel.h"
+#include "desk/rowsview.h"
 #include "desk/stage.h"
 #include "linkage/core/clinkagemanager.h"
 #include "platform/utils/clock.h"
+#include "tests/desk/deskfixture.h"
 
 #include <QFile>
 #include <QSignalSpy>
@@ -113,9 +115,35 @@ TEST(DeskRows, CellsAreWrittenAsTheirColumnSays) {
         {99.0, EFormat::Profit, "+99.00"},      {-0.5, EFormat::Profit, "-0.50"},
         {"145005", EFormat::Time, "14:50:05"},  {"soon", EFormat::Time, "soon"},
         {true, EFormat::Side, "Buy"},           {QVariant(), EFormat::Money, ""},
-        {qInf(), EFormat::Money, "--"}};
+        {qInf(), EFormat::Money, "--"},         {qInf(), EFormat::Price, "--"},
+        {10.005, EFormat::Price, "10.005"},     {10.01, EFormat::Price, "10.01"},
+        {9.9996, EFormat::Price, "10.00"},      {1234.5, EFormat::Price, "1,234.50"},
+        {-0.0001, EFormat::Price, "0.00"},      {-1.005, EFormat::Price, "-1.005"}};
     for (const auto& [value, format, text] : cases)
         EXPECT_EQ(desk::formatted(value, format), QString(text));
+}
+
+TEST(DeskRows, NarrowTablesLeaveColumnsOutAndShowWholeRows) {
+    desk::CRowsView table({{"Key"}, {"Value", desk::EFormat::Count}, {"Remark"}},
+                          desk::CRowsView::ESorting::Off);
+    std::vector<Row> rows;
+    for (int i = 0; i < 50; ++i) rows.push_back({QString::number(i), {"k", 1234567, "long text"}});
+    table.rows().setRows(rows);
+    table.show();
+    for (int cut = 0; cut < 25; ++cut) {
+        table.resize(table.neededWidth(true) - 4 * cut, table.heightOf(5) + cut);
+        EXPECT_EQ(table.isColumnHidden(2), cut > 0) << cut;
+        EXPECT_FALSE(table.isColumnHidden(0));
+        EXPECT_EQ(table.viewport()->height() % table.rowHeight(0), 0) << cut;
+        EXPECT_GE(table.viewport()->height(), 5 * table.rowHeight(0)) << cut;
+    }
+}
+
+TEST(DeskPicture, OnlyTimesAreMinutes) {
+    const std::pair<const char*, int> cases[] = {{"093001", 570}, {"235959", 1439}, {"000000", 0}};
+    for (const auto& [time, minute] : cases) EXPECT_EQ(desk::minuteOf(time), minute) << time;
+    for (const char* time : {"", "0", "9:30:01", "240000", "096001", "noon!!", "0930011"})
+        EXPECT_FALSE(desk::minuteOf(time)) << time;
 }
 
 class DeskStage : public testing::Test {
@@ -169,42 +197,29 @@ TEST_F(DeskStage, TimePassesAsItIsToldAndEventsHappenOnTheWay) {
 
 TEST_F(DeskStage, HaltsAtATimeOfDay) {
     const auto played = stage(R"({"do":"config","now":"2024-01-05 09:30:00"}
+{"do":"advance","to":"2024-01-05 10:00:00"}
+{"do":"account","key":"A"}
+{"do":"init"}
 {"do":"advance","to":"2024-01-05 15:00:00"}
 )",
                               "10:00");
-    while (!played->halted()) played->step(100'000'000'000);
+    while (!played->halted()) played->step(desk::IStage::NEVER);
     EXPECT_FALSE(played->ended());
+    EXPECT_TRUE(utils::CSingletonT<TC::CLinkageManager>::exists()) << "played at that moment";
     EXPECT_EQ(std::fmod(utils::clock(), 86400.0), 2 * 3600.0) << "10:00 in Shanghai";
+    played->goOn();
+    while (!played->ended()) played->step(desk::IStage::NEVER);
+    EXPECT_EQ(std::fmod(utils::clock(), 86400.0), 7 * 3600.0) << "15:00";
     EXPECT_THROW(desk::makeRecordedStage("/nowhere/x", "", "", m_tape), desk::StageError);
 }
 
-TEST(DeskChart, PaintsDealsAndRestingOrdersWhereTheyBelong) {
-    auto picture = std::make_shared<desk::Picture>();
-    picture->selection = {"A", "s", "SH600001"};
-    picture->prices = {{600, 10.0}, {660, 10.0}};
-    picture->dots = {{800, true, 10.5, 100}, {860, false, 9.5, 100}};
-    picture->orders = {{1, true, true, 9.7, 300, 0, 50}};
-    desk::CChart chart;
-    chart.resize(800, 500);
-    const auto count = [&chart](const std::function<bool(QColor)>& wanted) {
-        const QImage image = chart.grab().toImage();
-        int found = 0;
-        for (int y = 0; y < image.height(); ++y)
-            for (int x = 0; x < image.width(); ++x) found += wanted(image.pixelColor(x, y));
-        return found;
-    };
-    const auto red = [](QColor c) { return c.red() > 180 && c.green() < 110 && c.blue() < 120; };
-    const auto green = [](QColor c) { return c.green() > 140 && c.red() < 80 && c.blue() < 150; };
-    const auto line = [](QColor c) { return c.red() > 100 && c.green() < 30 && c.blue() < 40; };
-    chart.show(picture);
-    EXPECT_GT(count(red), 40);
-    EXPECT_GT(count(green), 40) << "the sale";
-    EXPECT_GT(count(line), 100) << "the dotted line of the resting order";
-    auto empty = std::make_shared<desk::Picture>(*picture);
-    empty->dots.clear();
-    empty->orders.clear();
-    chart.show(empty);
-    EXPECT_EQ(count(red) + count(green) + count(line), 0);
+TEST_F(DeskStage, CurvesBeginWithTheLibraryWhoeverLooks) {
+    const auto played = stage(support::MORNING);
+    while (!played->ended()) played->step(desk::IStage::NEVER);
+    const auto curve =
+        utils::CSingletonT<TC::CLinkageManager>::instance()->getPeriodCurve("A01", "alpha");
+    ASSERT_FALSE(curve.empty());
+    EXPECT_LE(curve.begin()->first, 9 * 60 + 32) << "no picture was taken on the way";
 }
 
 }  // namespace

@@ -1,3 +1,4 @@
+#include "desk/importtexts.h"
 #include "desk/texts.h"
 #include "tests/desk/deskfixture.h"
 #include "tests/desk/layoutcheck.h"
@@ -42,12 +43,17 @@ TEST_P(DeskLanguages, NothingIsCutOffOrOverlapsOnAnyPage) {
     auto* tabs = find<QTabWidget>("tabs");
     for (int i = 0; i < tabs->count(); ++i) {
         tabs->setCurrentIndex(i);
-        QApplication::processEvents();
-        expectWhole(*m_window, tabs->tabText(i));
+        for (const QSize size : {QSize(1280, 760), QSize(1600, 940)}) {
+            m_window->resize(size);
+            QApplication::processEvents();
+            EXPECT_EQ(m_window->size(), size);
+            expectWhole(*m_window, tabs->tabText(i));
+        }
         EXPECT_EQ(isChinese(tabs->tabText(i)), chinese()) << tabs->tabText(i).toStdString();
         for (const auto* table : m_window->findChildren<desk::CRowsView*>()) {
             for (int column = 0; table->isVisible() && column < table->model()->columnCount();
                  ++column) {
+                EXPECT_FALSE(table->isColumnHidden(column)) << "there is room for all";
                 const QString title = table->model()->headerData(column, Qt::Horizontal).toString();
                 EXPECT_EQ(isChinese(title), chinese()) << title.toStdString();
             }
@@ -80,6 +86,25 @@ TEST_P(DeskLanguages, LibraryTextsFollowTheLanguage) {
             EXPECT_EQ(isChinese(text), chinese()) << code << " " << text.toStdString();
         }
     }
+}
+
+TEST_P(DeskLanguages, ImportReasonsFollowTheLanguageWithWhatTheyName) {
+    const desk::CTranslation translation{QLocale(GetParam())};
+    for (const QString& source : desk::importTextSources()) {
+        const QString text = desk::importText(source);
+        EXPECT_EQ(isChinese(text), chinese()) << source.toStdString();
+        EXPECT_EQ(text.count('%'), source.count('%')) << text.toStdString();
+    }
+    const std::pair<const char*, const char*> cases[] = {
+        {"not a deal: price 0", "不是成交：价格为 0"},
+        {"not a deal: %2 %1", "不是成交：%2 %1"},
+        {"traded volume is not a number: x", "成交数量不是数字：x"},
+        {"traded 300 of 200 shares", "200 股中成交了 300 股"},
+        {"columns are missing: 成交价格 (left out because of the unit: 手)",
+         "缺少列：成交价格（因单位未采用：手）"},
+        {"something new 5", "something new 5"}};
+    for (const auto& [source, text] : cases)
+        EXPECT_EQ(desk::importText(source), QString(chinese() ? text : source));
 }
 
 INSTANTIATE_TEST_SUITE_P(Languages, DeskLanguages, testing::Values("en", "zh_CN"),
@@ -117,6 +142,10 @@ TEST_F(DeskCommand, ShotShowsTheDayWithoutADisplay) {
         for (int x = 0; x < image.width(); x += 2)
             bright += image.pixelColor(x, y).lightness() > 150;
     EXPECT_GT(bright, 1000) << "texts and curves are there";
+
+    const QString again = m_dir.filePath("again.png");
+    run({"--shot", again, "--lang", "zh_CN", "--size", "1300x800", m_dir.filePath("day.jsonl")});
+    EXPECT_EQ(QImage(again), image) << "the same at every speed of the machine";
 }
 
 TEST_F(DeskCommand, WhatCannotBePlayedIsRefusedWithTheReason) {

@@ -1,15 +1,11 @@
 #include "linkage/balance/balanceplan.h"
-#include "platform/utils/clock.h"
 #include "tests/desk/deskfixture.h"
 
-#include <QComboBox>
 #include <QFileDialog>
 #include <QLabel>
 #include <QPushButton>
 #include <QTabWidget>
 #include <QTimeEdit>
-
-#include <future>
 
 namespace {
 
@@ -23,6 +19,15 @@ protected:
         QDialog* dialog = nullptr;
         EXPECT_TRUE(until([&] { return (dialog = m_window->findChild<QDialog*>("planDialog")); }));
         return dialog;
+    }
+
+    /// Answers the question before a deletion.
+    void answerDelete(const char* button) {
+        QDialog* box = nullptr;
+        ASSERT_TRUE(
+            until([&] { return (box = m_window->findChild<QDialog*>("historyDeleteBox")); }));
+        click(box->findChild<QPushButton*>(button));
+        ASSERT_TRUE(until([&] { return !m_window->findChild<QDialog*>("historyDeleteBox"); }));
     }
 
     std::pair<int, int> traded(const char* account, const char* strategy, const char* stock) {
@@ -46,15 +51,17 @@ TEST_F(DeskWindow, TablesAgreeWithTheLibraryWhenAStrategyIsChosen) {
     EXPECT_EQ(traded("A01", "alpha", "SH600001"), std::pair(800, 300));
     // 500 × 10.12 + (300 × 10.19 − 800 × 10.01) − 5 − 5
     EXPECT_NEAR(profit, 99.0, 1e-6);
-    EXPECT_EQ(cell(stocks, "SH600001", 3), "800");
-    EXPECT_EQ(cell(stocks, "SH600001", 4), "300");
-    EXPECT_EQ(cell(stocks, "SH600001", 6), "8,008");
-    EXPECT_EQ(cell(stocks, "SH600001", 9), "+99.00");
+    EXPECT_EQ(cell(stocks, "SH600001", 4), "800");
+    EXPECT_EQ(cell(stocks, "SH600001", 5), "300");
+    EXPECT_EQ(cell(stocks, "SH600001", 8), "8,008");
+    EXPECT_EQ(cell(stocks, "SH600001", 3), "+99.00");
     EXPECT_EQ(cell(find<CRowsView>("pairs"), "A01\nalpha", 1), "+99.00");
     EXPECT_EQ(cell(find<CRowsView>("pairs"), "A01\n", 2), "900") << "the whole account";
     EXPECT_EQ(cell(find<CRowsView>("pairs"), "A01\nalpha", 4), "1") << "the resting order";
     EXPECT_EQ(find<CRowsView>("deals")->rows().rowCount(), 2);
-    EXPECT_EQ(cell(find<CRowsView>("levels"), "10.0500", 1), "4");
+    auto* levels = find<CRowsView>("levels");
+    EXPECT_EQ(cell(levels, "10.0500", 1), "4") << "not the lots of other accounts and stocks";
+    EXPECT_EQ(levels->rows().rowCount(), 1);
     EXPECT_EQ(shown()->dots.size(), 2u);
     EXPECT_NEAR(shown()->curve.rbegin()->second.profit, profit, 1e-6);
     // The recording has no bars; the minutes have the prices that were quoted in them.
@@ -63,8 +70,21 @@ TEST_F(DeskWindow, TablesAgreeWithTheLibraryWhenAStrategyIsChosen) {
 
     choosePair("A01\ngrid");
     ASSERT_TRUE(until([&] { return stocks->rows().indexOf("SZ000001") == 0; }));
-    EXPECT_EQ(cell(stocks, "SZ000001", 3), "100");
+    EXPECT_EQ(cell(stocks, "SZ000001", 4), "100");
     EXPECT_EQ(stocks->rows().indexOf("SH600001"), -1);
+}
+
+TEST_F(DeskWindow, TasksShowWhatTheyHaveDone) {
+    openAtTheEnd();
+    choosePair("A02\ntwap");
+    auto* tasks = find<CRowsView>("tasks");
+    ASSERT_TRUE(until([&] { return tasks->rows().rowCount() == 1; }));
+    const QString task = tasks->rows().row(0).key;
+    EXPECT_EQ(cell(tasks, task, 1), "Running");
+    EXPECT_EQ(cell(tasks, task, 2), "Server");
+    EXPECT_EQ(cell(tasks, task, 3), "400");
+    EXPECT_EQ(cell(tasks, task, 4), "300");
+    EXPECT_EQ(cell(find<CRowsView>("pairs"), "A02\ntwap", 5), "1");
 }
 
 TEST_F(DeskWindow, BalanceTimeIsSetEditedInPlaceAndDeleted) {
@@ -110,6 +130,11 @@ TEST_F(DeskWindow, BalanceIsSentOnlyAfterItsPlanWasConfirmed) {
     EXPECT_EQ(cell(table, "SH600001", 4), "Sell");
     EXPECT_EQ(cell(table, "SH600001", 5), "500");
     EXPECT_EQ(cell(table, "SH600001", 6), "Opposite best price");
+    EXPECT_EQ(cell(table, "SH600001", 8), "5,055") << "at the price of the order";
+    EXPECT_EQ(dialog->findChild<QLabel*>("planHeading")->text(), "Balance A01 / alpha");
+    const QString summary = dialog->findChild<QLabel*>("planSummary")->text();
+    EXPECT_TRUE(summary.contains("running orders 1, running tasks 0")) << summary.toStdString();
+    EXPECT_TRUE(summary.contains("selling for about 5,055 yuan")) << summary.toStdString();
     click(dialog->findChild<QPushButton*>("planReject"));
     m_engine->setSpeed(1000);
     const QString asked = shown() ? QString::fromStdString(shown()->time) : QString();
@@ -118,7 +143,7 @@ TEST_F(DeskWindow, BalanceIsSentOnlyAfterItsPlanWasConfirmed) {
 
     click(find<QPushButton>("balanceNow"));
     click(planDialog()->findChild<QPushButton*>("planAccept"));
-    ASSERT_TRUE(until([&] { return cell(find<CRowsView>("stocks"), "SH600001", 4) == "800"; }))
+    ASSERT_TRUE(until([&] { return cell(find<CRowsView>("stocks"), "SH600001", 5) == "800"; }))
         << "the balance was filled";
     EXPECT_EQ(traded("A01", "alpha", "SH600001"), std::pair(800, 800));
     EXPECT_EQ(cell(find<CRowsView>("pairs"), "A01\nalpha", 4), "0") << "the rest was cancelled";
@@ -130,7 +155,7 @@ TEST_F(DeskWindow, WholeAccountIsNotBalanced) {
     EXPECT_TRUE(until([&] { return !find<QPushButton>("balanceNow")->isEnabled(); }));
 }
 
-TEST_F(DeskWindow, HistoryIsCarriedOverBalancedAndDeleted) {
+TEST_F(DeskWindow, HistoryIsCarriedOverAndBalanced) {
     openAtTheEnd();
     openTab("history");
     auto* table = find<CRowsView>("history");
@@ -148,12 +173,55 @@ TEST_F(DeskWindow, HistoryIsCarriedOverBalancedAndDeleted) {
     click(find<QPushButton>("historyBalance"));
     QDialog* dialog = planDialog();
     EXPECT_EQ(cell(dialog->findChild<CRowsView*>("planTable"), "SH600001", 5), "500");
-    click(dialog->findChild<QPushButton*>("planReject"));
+    EXPECT_FALSE(dialog->findChild<QLabel*>("planSummary")->text().contains("Cancelled"));
+    click(dialog->findChild<QPushButton*>("planAccept"));
+    m_engine->setSpeed(1000);
+    ASSERT_TRUE(until([&] { return cell(find<CRowsView>("stocks"), "SH600001", 5) == "800"; }))
+        << "the history was sold, as an order of the strategy";
+}
 
+TEST_F(DeskWindow, HistoryIsDeletedOnlyAfterAQuestion) {
+    openAtTheEnd();
+    openTab("history");
+    auto* table = find<CRowsView>("history");
+    const QString key = "A01alpha\nSH600001";
+    ask([](Manager& manager) { return manager.addHistoryLinkdata("A01", "alpha"), 0; });
+    ASSERT_TRUE(until([&] { return table->rows().indexOf(key) == 0; })) << "also without totals";
+    EXPECT_EQ(cell(table, key, 0) + cell(table, key, 1), "A01alpha");
+    click(find<QPushButton>("historyCarry"));
+    ASSERT_TRUE(until([&] { return cell(table, key, 5) == "1,000"; }));
+
+    const auto stocksLeft = [this] {
+        return ask([](Manager& manager) { return manager.getHistoryLinkageData("A01alpha"); })
+            .size();
+    };
+    const auto pairsLeft = [this] {
+        return ask([](Manager& manager) { return manager.getHistoryStatData(); }).size();
+    };
+    for (const char* button : {"historyDeleteStock", "historyDeleteBalanced", "historyDeleteAll"}) {
+        clickRow(table, key);
+        ASSERT_TRUE(until([&] { return find<QPushButton>(button)->isEnabled(); }));
+        click(find<QPushButton>(button));
+        answerDelete("historyDeleteNot");
+        EXPECT_EQ(stocksLeft(), 1u) << button;
+    }
     click(find<QPushButton>("historyDeleteStock"));
+    answerDelete("historyDeleteGo");
     ASSERT_TRUE(until([&] { return table->rows().indexOf(key) == -1; }));
-    EXPECT_TRUE(
-        ask([](Manager& manager) { return manager.getHistoryLinkageData("A01alpha"); }).empty());
+    EXPECT_EQ(std::pair(stocksLeft(), pairsLeft()), std::pair(std::size_t(0), std::size_t(1)));
+    ask([](Manager& manager) {
+        TC::TradeStatData level;
+        level.m_strAccountKey = "A02";
+        level.m_nTotalBuyVolume = level.m_nTotalSellVolume = 100;
+        return manager.addHistoryStat("A02x", level), 0;
+    });
+    EXPECT_EQ(pairsLeft(), 2u);
+    click(find<QPushButton>("historyDeleteBalanced"));
+    answerDelete("historyDeleteGo");
+    EXPECT_TRUE(until([&] { return pairsLeft() == 1; })) << "the unequal one stays";
+    click(find<QPushButton>("historyDeleteAll"));
+    answerDelete("historyDeleteGo");
+    EXPECT_TRUE(until([&] { return pairsLeft() == 0; }));
 }
 
 TEST_F(DeskWindow, ImportShowsItsReportAndTheLibraryHasTheDeals) {
@@ -189,64 +257,6 @@ TEST_F(DeskWindow, ImportShowsItsReportAndTheLibraryHasTheDeals) {
         return count;
     });
     EXPECT_EQ(imported, 1);
-}
-
-TEST_F(DeskWindow, WindowLivesWhileTheEngineIsBusy) {
-    openAtTheEnd();
-    std::promise<void> release;
-    auto released = release.get_future().share();
-    std::promise<void> entered;
-    m_engine->post([&entered, released] {
-        entered.set_value();
-        released.wait();
-    });
-    entered.get_future().wait();
-    choosePair("A02\nalpha");
-    EXPECT_EQ(find<CRowsView>("pairs")->currentKey(), "A02\nalpha");
-    openTab("history");
-    click(find<QPushButton>("historyCarry"));
-    click(find<QPushButton>("balanceNow"));
-    m_window->resize(1500, 930);
-    EXPECT_FALSE(m_window->grab().isNull());
-    EXPECT_FALSE(m_window->findChild<QDialog*>("planDialog"));
-    release.set_value();
-    EXPECT_TRUE(planDialog()) << "what was asked for meanwhile is done afterwards";
-}
-
-TEST_F(DeskWindow, PauseStopsTheClockAndSpeedSetsItsPace) {
-    open(support::MORNING, 1000);
-    ASSERT_TRUE(until([this] { return shown() && shown()->time > "09:35:00"; }));
-    click(find<QPushButton>("pause"));
-    const auto stopped = ask([](Manager&) { return utils::clock(); });
-    for (int i = 0; i < 3; ++i) EXPECT_EQ(ask([](Manager&) { return utils::clock(); }), stopped);
-    EXPECT_FALSE(shown()->ended);
-    auto* speed = find<QComboBox>("speed");
-    speed->setCurrentIndex(speed->findData(300));
-    Q_EMIT speed->activated(speed->currentIndex());
-    EXPECT_EQ(m_engine->speed(), 300.0);
-    click(find<QPushButton>("pause"));
-    EXPECT_TRUE(until([this] { return shown()->ended; }));
-}
-
-TEST_F(DeskWindow, BuiltInMarketTradesLiveAndStops) {
-    open(nullptr);
-    ASSERT_TRUE(until([this] { return shown() && !shown()->deals.empty(); }));
-    EXPECT_EQ(shown()->date, QDate::currentDate().toString("yyyyMMdd").toStdString());
-    EXPECT_LT(shown()->progress, 0.0);
-    EXPECT_FALSE(find<QPushButton>("pause")->isVisible());
-    EXPECT_FALSE(shown()->prices.empty());
-}
-
-TEST_F(DeskWindow, BrokenLineIsNamedAndWhatWasPlayedStays) {
-    open(R"({"do":"config","now":"2024-01-05 09:29:00"}
-{"do":"account","key":"A01"}
-{"do":"init"}
-{"do":"nonsense"}
-)");
-    auto* message = find<QLabel>("message");
-    ASSERT_TRUE(until([&] { return message->text().contains("scenario.jsonl:4:"); }));
-    EXPECT_TRUE(shown()->ended);
-    EXPECT_EQ(find<CRowsView>("pairs")->rows().rowCount(), 1);
 }
 
 }  // namespace

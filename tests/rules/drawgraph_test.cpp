@@ -34,6 +34,7 @@ protected:
         QPainter painter(&recorder);
         painter.setPen(Qt::green);
         painter.setBrush(Qt::yellow);
+        painter.setClipRect(0, 0, 10, 10);  // replaced, not narrowed
         draw().drawGraph(type, key, &painter, CLIP, map);
         EXPECT_EQ(painter.clipRegion(), QRegion(CLIP)) << "the clip stays set";
         painter.end();
@@ -189,7 +190,7 @@ TEST_F(DrawGraph, MapMayChangeWhatIsBeingPainted) {
     EXPECT_EQ(paint().size(), 1u);
 }
 
-TEST_F(DrawGraph, RecordsHaveTheirDefaultsAndKeepTypeZeroInAnyStore) {
+TEST_F(DrawGraph, RecordsHaveTheirDefaultsAndTheirOwnOrderOfArguments) {
     const TC::EnhanceLineData line;
     EXPECT_EQ(line.m_nColour, 0xff0000);
     EXPECT_EQ(line.m_nWidth, 1);

@@ -10,7 +10,8 @@
 #include <thread>
 #include <vector>
 
-// No texts here: the system's font libraries are not built for the thread sanitizer.
+// Texts are painted by one thread alone: the system's font libraries are not built for
+// the thread sanitizer.
 
 namespace {
 
@@ -18,6 +19,7 @@ using Singleton = utils::CSingletonT<TC::CEnhanceDrawManager>;
 using Type = TC::IEnhanceDataBase::EDrawType;
 
 const std::string KEY = "shared";
+const std::string TEXTS = "texts";
 
 void addRounds(Type type, int count) {
     for (int i = 0; i < count; ++i)
@@ -30,10 +32,16 @@ void addLines(Type type, int count) {
         Singleton::instance()->addDrawLineData(type, KEY, xs, ys, 1, false, false, 0, 0);
 }
 
-std::size_t paint(Type type) {
+void addTexts(Type type, int count) {
+    for (int i = 0; i < count; ++i)
+        Singleton::instance()->addDrawTextData(type, TEXTS, i, i, "a", 0, "Serif", 9, 0, 9, 9, 0, 0,
+                                               0, 0);
+}
+
+std::size_t paint(Type type, const std::string& key = KEY) {
     support::CPaintRecorder recorder;
     QPainter painter(&recorder);
-    Singleton::instance()->drawGraph(type, KEY, &painter, QRect(0, 0, 100, 100),
+    Singleton::instance()->drawGraph(type, key, &painter, QRect(0, 0, 100, 100),
                                      [](const QPointF& point) { return point; });
     painter.end();
     return recorder.painted.size();
@@ -46,6 +54,7 @@ TEST(DrawThreads, NothingAddedMeanwhileIsLostAndAPaintOnlySeesMore) {
     for (const Type type : {Type(0), Type(1)}) {
         adders.emplace_back(addRounds, type, COUNT);
         adders.emplace_back(addLines, type, COUNT);
+        for (int i = 0; i < 2; ++i) adders.emplace_back(addTexts, type, COUNT);
         painters.emplace_back([type, &done] {
             std::size_t seen = 0;
             do {
@@ -61,6 +70,7 @@ TEST(DrawThreads, NothingAddedMeanwhileIsLostAndAPaintOnlySeesMore) {
     // A round has two circles, a line one path.
     EXPECT_EQ(paint(Type(0)), 3u * COUNT);
     EXPECT_EQ(paint(Type(1)), 3u * COUNT);
+    for (const Type type : {Type(0), Type(1)}) EXPECT_EQ(paint(type, TEXTS), 2u * 2u * COUNT);
     Singleton::release();
 }
 

@@ -1,0 +1,67 @@
+#include "linkage/core/profittable.h"
+
+#include <algorithm>
+
+namespace TC {
+
+void CProfitTable::seat(std::uint32_t pair, bool wide, std::size_t places) {
+    if (pair >= m_seats.size()) m_seats.resize(pair + 1);
+    Seat& seat = m_seats[pair];
+    if (seat.tile == NONE) {
+        std::uint32_t& open = m_nOpenTile[wide];
+        if (open == NONE || m_tiles[open].used == LANES) {
+            open = static_cast<std::uint32_t>(m_tiles.size());
+            m_tiles.emplace_back();
+        }
+        seat.tile = open;
+        seat.lane = static_cast<std::uint32_t>(m_tiles[open].used++);
+        m_tiles[open].pairs[seat.lane] = pair;
+    }
+    Tile& tile = m_tiles[seat.tile];
+    if (places > tile.rows.size()) tile.rows.resize(places);
+    for (Row& row : tile.rows) row.profits[seat.lane] = 0.0;
+    for (const std::uint32_t each : tile.pairs) {
+        if (each == NONE || tile.rows.empty()) continue;
+        m_seats[each].column = tile.rows.front().profits + m_seats[each].lane;
+    }
+}
+
+bool CProfitTable::isChanged(const Tile& tile) const {
+    return std::any_of(std::begin(tile.pairs), std::end(tile.pairs),
+                       [&](std::uint32_t pair) { return pair != NONE && m_seats[pair].changed; });
+}
+
+void CProfitTable::addUp() {
+    const Tile* waiting = nullptr;
+    const Tile none;
+    for (const Tile& tile : m_tiles) {
+        if (!isChanged(tile)) continue;
+        if (waiting) addUp(*waiting, tile);
+        waiting = waiting ? nullptr : &tile;
+    }
+    if (waiting) addUp(*waiting, none);
+}
+
+// Two tiles in turns: an addition waits for the one before it of the same lane, and the
+// processor has the other tile's to do meanwhile.
+void CProfitTable::addUp(const Tile& one, const Tile& other) {
+    const Tile* const tiles[] = {&one, &other};
+    double sums[2][LANES] = {};
+    const auto add = [&](std::size_t which, std::size_t at) {
+        const Row& row = tiles[which]->rows[at];
+        for (std::size_t lane = 0; lane < LANES; ++lane) sums[which][lane] += row.profits[lane];
+    };
+    const std::size_t common = std::min(one.rows.size(), other.rows.size());
+    for (std::size_t at = 0; at < common; ++at) {
+        add(0, at);
+        add(1, at);
+    }
+    for (const std::size_t which : {0, 1}) {
+        for (std::size_t at = common; at < tiles[which]->rows.size(); ++at) add(which, at);
+        for (std::size_t lane = 0; lane < tiles[which]->used; ++lane) {
+            m_seats[tiles[which]->pairs[lane]].sum = sums[which][lane];
+        }
+    }
+}
+
+}  // namespace TC
