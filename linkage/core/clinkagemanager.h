@@ -383,8 +383,8 @@ public:
     /// The profit of a strategy (account key, strategy, yuan) after a pass that
     /// revalued it. Raised without the manager's lock.
     boost::signals2::signal<void(const std::string&, const std::string&, double)> sigProfitChanged;
-    /// A stock, a strategy, or any figure is new. Raised under the manager's lock,
-    /// but for the calculator's data-changed.
+    /// A stock, a strategy, or any figure is new. Raised under the manager's lock; after
+    /// the revaluation every 3 s data-changed is raised without it.
     boost::signals2::signal<void()> sigStocksChanged;
     boost::signals2::signal<void()> sigStrategysChanged;
     boost::signals2::signal<void()> sigStatDataChanged;
@@ -461,12 +461,14 @@ protected:
     boost::shared_ptr<vexservice::CPositionStatics> tryMergePosition(
         const boost::shared_ptr<vexservice::CPositionStatics>& position);
 
-    // calculators: linkage/stats/calculators.cpp, linkage/stats/extcalculator.cpp
+    // totals: linkage/stats/totals.cpp
     /// Every selected record's share in the totals; see getTotalProfits.
     template <class Visit>
     void forEachTotal(const std::set<std::string>& accountKeys,
                       const std::set<std::string>& strategies,
                       const std::set<std::string>& stockKeys, Visit visit) const REQUIRES(m_mutex);
+
+    // calculators: linkage/stats/calculators.cpp, linkage/stats/extcalculator.cpp
     void switchCalculator(bool CPeriodCurves::*own);
     void runStatCalculator();
     void runHistoryStatCalculator();
@@ -476,7 +478,7 @@ protected:
     /// Takes the answer to a question put when the minute `finished` had ended.
     void onRequestQuote(const std::string& stockKey, const std::string& day, int finished,
                         const std::vector<CMinuteBar>& bars);
-    void renewPeriodTotals(const std::string& accountKey, const std::string& stockKey, int from)
+    void renewPeriodTotals(const std::string& accountKey, const std::string& stockKey)
         REQUIRES(m_mutex);
     void renewCloseValues(const std::string& stockKey) REQUIRES(m_mutex);
     /// Opens the price subscription of a stock unless there is one. False when the quote

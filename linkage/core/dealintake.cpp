@@ -109,7 +109,7 @@ void CLinkageManager::followPrice(std::uint32_t account, std::uint32_t stockAt, 
         stock.requestEpoch = m_pCurves->m_nRequestEpoch;
     }
     if (held.markerEpoch != m_pCurves->m_nMarkerEpoch) {
-        m_pCurves->m_markers[m_pLedger->accountKey(account)][stock.key] = 0;
+        m_pCurves->m_markers[m_pLedger->accountKey(account)].insert(stock.key);
         held.markerEpoch = m_pCurves->m_nMarkerEpoch;
     }
 }

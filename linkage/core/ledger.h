@@ -10,11 +10,13 @@
 
 #include <QString>
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <set>
+#include <span>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -28,7 +30,6 @@ namespace TC {
 using OrderPtr = boost::shared_ptr<vexservice::COrderDetail>;
 using DealPtr = boost::shared_ptr<vexservice::CDealDetail>;
 using TaskPtr = boost::shared_ptr<vexservice::CTaskDetail>;
-using PositionPtr = boost::shared_ptr<vexservice::CPositionStatics>;
 using FiguresPtr = boost::shared_ptr<LinkagePeriodExtData>;
 using FeePtr = boost::shared_ptr<vexservice::CStkExchangeRateLimit>;
 
@@ -378,17 +379,21 @@ public:
         }
     }
 
-    /// A record and whose it is.
+    /// A record of a selection.
     struct Selected {
-        const std::string* account;
-        const std::string* stock;
-        const std::string* strategy;
-        const LinkagePeriodExtData* record;
+        const Figures* figures;
+        bool wide;      ///< of the account as a whole
+        bool selected;  ///< its strategy is
     };
+    using VisitStock =
+        std::function<void(const std::string& stockKey, std::span<const Selected> records)>;
 
-    /// Records of all strategies, "" included, in the order of account, stock, strategy.
-    std::vector<Selected> selectFigures(const std::set<std::string>& accountKeys,
-                                        const std::set<std::string>& stockKeys) const;
+    /// Visits the records in the order of account, stock and strategy, the ones of one
+    /// account's stock at a time. Where the strategy "" is selected those of all
+    /// strategies come along, so that they can be taken off the account-wide ones.
+    void selectFigures(const std::set<std::string>& accountKeys,
+                       const std::set<std::string>& strategies,
+                       const std::set<std::string>& stockKeys, const VisitStock& visit) const;
 
     /// Bought and sold amounts by day, from the deals filed under other days than
     /// `exceptDay` that do not balance history; those without strategy count for "".

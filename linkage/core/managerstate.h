@@ -21,6 +21,8 @@ using ByRecord = std::map<unsigned long long, Leaf>;
 template <class Leaf>
 using ByDay = std::map<int, Leaf>;
 
+using PositionPtr = boost::shared_ptr<vexservice::CPositionStatics>;
+
 /// Everything the manager holds, in the documented form of its containers, whatever
 /// form it keeps them in. A picture for diagnosis, replay and tests; taking it costs
 /// a copy of all keys.

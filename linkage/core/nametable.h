@@ -3,8 +3,10 @@
 #include "linkage/core/arena.h"
 #include "linkage/core/keyindex.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace TC {
 
@@ -27,8 +29,23 @@ public:
         return made;
     }
 
+    std::uint32_t size() const { return m_names.size(); }
+
     T& operator[](std::uint32_t at) { return m_names[at]; }
     const T& operator[](std::uint32_t at) const { return m_names[at]; }
+
+    /// All integers in the order of their texts. One thread at a time: it is remembered,
+    /// and put in order again when there are new texts.
+    const std::vector<std::uint32_t>& inOrder() const {
+        const auto isBefore = [&](std::uint32_t left, std::uint32_t right) {
+            return m_names[left].key < m_names[right].key;
+        };
+        const auto known = static_cast<std::ptrdiff_t>(m_order.size());
+        for (std::uint32_t at = m_order.size(); at < m_names.size(); ++at) m_order.push_back(at);
+        std::sort(m_order.begin() + known, m_order.end(), isBefore);
+        std::inplace_merge(m_order.begin(), m_order.begin() + known, m_order.end(), isBefore);
+        return m_order;
+    }
 
     auto begin() { return m_names.begin(); }
     auto end() { return m_names.end(); }
@@ -38,6 +55,7 @@ public:
 private:
     CArena<T, 5> m_names;
     CKeyIndex m_index;
+    mutable std::vector<std::uint32_t> m_order;
 };
 
 }  // namespace TC

@@ -38,6 +38,15 @@ struct LinkagePeriodTradeData {
     double m_dBuyAmount = 0.0;
     double m_dSellAmount = 0.0;
     double m_dCommission = 0.0;
+
+    LinkagePeriodTradeData& operator+=(const LinkagePeriodTradeData& other) {
+        m_nBuyVolume += other.m_nBuyVolume;
+        m_nSellVolume += other.m_nSellVolume;
+        m_dBuyAmount += other.m_dBuyAmount;
+        m_dSellAmount += other.m_dSellAmount;
+        m_dCommission += other.m_dCommission;
+        return *this;
+    }
 };
 
 /// What the deals of one stock add up to. The calculators stream over these and over what

@@ -11,13 +11,21 @@
 #include "platform/services/stockmanager.h"
 #include "platform/utils/text.h"
 
-#include <cmath>
-
 namespace TC {
 
 namespace {
 
 constexpr std::int64_t CALCULATOR_MICROS = 3'000'000;
+
+/// Whether any price is of a stock under any key.
+bool holdsAny(const ByText<ByText<FiguresPtr>>& history, const ByText<double>& prices) {
+    for (const auto& [key, stocks] : history) {
+        for (const auto& [stock, record] : stocks) {
+            if (prices.count(stock) > 0) return true;
+        }
+    }
+    return false;
+}
 
 }  // namespace
 
@@ -43,14 +51,10 @@ void CLinkageManager::runHistoryStatCalculator() {
     {
         const CLock lock(m_mutex);
         auto& prices = m_pCurves->m_historyPrices;
-        if (!prices.empty()) {
-            bool concerned = false;
-            for (const auto& [key, stocks] : m_pHistory->m_historyLinkageData) {
-                for (const auto& [stock, record] : stocks) concerned |= prices.count(stock) > 0;
-            }
-            if (concerned) raise("CLinkageManager::runHistoryStatCalculator", sigStatDataChanged);
-            prices.clear();
+        if (!prices.empty() && holdsAny(m_pHistory->m_historyLinkageData, prices)) {
+            raise("CLinkageManager::runHistoryStatCalculator", sigStatDataChanged);
         }
+        prices.clear();
     }
     armTimer(*m_pAsync->m_historyStatTimer, *m_pAsync->m_strand, CALCULATOR_MICROS,
              guarded([this] { runHistoryStatCalculator(); }));
@@ -98,7 +102,7 @@ void CLinkageManager::startBalanceCalculator() {
 
 void CLinkageManager::switchCalculator(bool CPeriodCurves::*own) {
     const CLock lock(m_mutex);
-    const bool running = m_pCurves->m_bProfitCalcRunning || m_pCurves->m_bBalanceCalcRunning;
+    const bool running = m_pCurves->isWanted();
     (*m_pCurves).*own = true;
     if (!running) runExtCalculator();
 }

@@ -20,12 +20,7 @@ using Minutes = std::map<int, LinkagePeriodTradeData>;
 
 void addMinutes(const CLedger& ledger, const Figures& figures, Minutes& minutes) {
     ledger.forEachMinute(figures, [&](int minute, const LinkagePeriodTradeData& deals) {
-        LinkagePeriodTradeData& sum = minutes[minute];
-        sum.m_nBuyVolume += deals.m_nBuyVolume;
-        sum.m_nSellVolume += deals.m_nSellVolume;
-        sum.m_dBuyAmount += deals.m_dBuyAmount;
-        sum.m_dSellAmount += deals.m_dSellAmount;
-        sum.m_dCommission += deals.m_dCommission;
+        minutes[minute] += deals;
     });
 }
 
@@ -34,9 +29,13 @@ void addMinutes(const CLedger& ledger, const Figures& figures, Minutes& minutes)
 void CLinkageManager::runExtCalculator() {
     const CLock lock(m_mutex);
     if (!m_bInited || !m_pCurves->isWanted()) return;
+    // The close values of a stock are those of all its accounts: once is enough.
+    std::set<std::string> renewed;
     for (const auto& [account, stocks] : m_pCurves->takeMarkers()) {
-        for (const auto& [stock, minute] : stocks) renewPeriodTotals(account, stock, minute);
+        for (const std::string& stock : stocks) renewPeriodTotals(account, stock);
+        renewed.insert(stocks.begin(), stocks.end());
     }
+    for (const std::string& stock : renewed) renewCloseValues(stock);
     requestQuote();
 
     // Switched off and on again, the wait of the run before may still be there.
@@ -47,8 +46,8 @@ void CLinkageManager::runExtCalculator() {
     }));
 }
 
-void CLinkageManager::renewPeriodTotals(const std::string& accountKey, const std::string& stockKey,
-                                        int from) {
+void CLinkageManager::renewPeriodTotals(const std::string& accountKey,
+                                        const std::string& stockKey) {
     CPeriodCurves::ByStrategy& totals = m_pCurves->totalsOf(accountKey, stockKey);
     // Deals without strategy stand under "" in the ledger; here "" is the account as a
     // whole, as in every other figure.
@@ -58,10 +57,9 @@ void CLinkageManager::renewPeriodTotals(const std::string& accountKey, const std
         if (strategy.empty()) continue;
         Minutes own;
         addMinutes(*m_pLedger, *figures, own);
-        renewTotals(totals[strategy], own, from);
+        totals[strategy] = totalsOf(own);
     }
-    renewTotals(totals[std::string()], wide, from);
-    renewCloseValues(stockKey);
+    totals[std::string()] = totalsOf(wide);
 }
 
 void CLinkageManager::renewCloseValues(const std::string& stockKey) {

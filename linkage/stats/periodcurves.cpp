@@ -9,6 +9,10 @@ namespace {
 
 constexpr std::int64_t ASK_AGAIN_MICROS = 60'000'000;
 
+/// Half an hour after the close the exchange's bars are complete, late ones included: a
+/// minute that an answer from then on lacks (a halted or idle stock) will not come.
+constexpr int FINAL_MINUTE = LAST_MINUTE + 30;
+
 }  // namespace
 
 void CPeriodCurves::newDay() {
@@ -31,7 +35,7 @@ void CPeriodCurves::describe(ManagerState& state) const {
     for (const auto& [stock, request] : m_quoteRequests) state.quoteRequests.insert(stock);
 }
 
-std::map<std::string, std::map<std::string, int>> CPeriodCurves::takeMarkers() {
+std::map<std::string, std::set<std::string>> CPeriodCurves::takeMarkers() {
     m_bRunToday = true;
     ++m_nMarkerEpoch;
     return std::exchange(m_markers, {});
@@ -56,7 +60,8 @@ const PeriodTotals* CPeriodCurves::findTotals(const std::string& accountKey,
 
 bool CPeriodCurves::isDue(const Bars& bars, const DayMoment& moment, std::int64_t nowMicros) {
     const int newest = tradingMinuteAt(moment.finished);
-    if (newest == 0 || bars.tradingMinutes >= countTradingMinutes(newest)) return false;
+    if (newest == 0 || bars.answered >= FINAL_MINUTE) return false;
+    if (bars.tradingMinutes >= countTradingMinutes(newest)) return false;
     if (bars.askedFinished < newest && bars.closes.count(newest) == 0) return true;
     return nowMicros - bars.askedMicros >= ASK_AGAIN_MICROS;
 }

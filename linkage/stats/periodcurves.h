@@ -40,7 +40,7 @@ public:
     void describe(ManagerState& state) const;
 
     /// Gives out the markers and notes that a run has begun.
-    std::map<std::string, std::map<std::string, int>> takeMarkers();
+    std::map<std::string, std::set<std::string>> takeMarkers();
     bool hasRunToday() const { return m_bRunToday; }
 
     /// The totals of an account's stock by strategy, to be renewed. The stock is followed
@@ -50,8 +50,8 @@ public:
                                    const std::string& strategy) const;
 
     /// The followed stocks whose bars are due: those that lack the minute that finished
-    /// last, once for each such minute; and those that lack any, once a minute. Counts
-    /// them as asked for.
+    /// last, once for each such minute; and those that lack any, once a minute until an
+    /// answer to a question put well after the close has come. Counts them as asked for.
     std::vector<std::string> takeDueStocks(const DayMoment& moment, std::int64_t nowMicros);
 
     /// Takes the answer to a question that was put when the minute `finished` had ended:

@@ -7,6 +7,12 @@
 
 namespace TC {
 
+namespace {
+
+constexpr int DAY_END = 24 * 60;
+
+}  // namespace
+
 int tradingMinuteAt(int minute) {
     if (minute < FIRST_MINUTE) return 0;
     return isPauseMinute(minute) ? NOON_MINUTE : std::min(minute, LAST_MINUTE);
@@ -22,32 +28,19 @@ int countTradingMinutes(int minute) {
 DayMoment dayMoment(const std::string& now, const std::string& tradeDate) {
     const int order = now.compare(0, 8, tradeDate);
     if (order < 0) return {};
-    if (order > 0) return {LAST_MINUTE, LAST_MINUTE};
+    if (order > 0) return {DAY_END, LAST_MINUTE};
     const int time = std::atoi(now.c_str() + 8);
     return {time / 10000 * 60 + time / 100 % 100, tradingMinuteAt(dealMinute(time))};
 }
 
-namespace {
-
-void add(LinkagePeriodTradeData& total, const LinkagePeriodTradeData& deals) {
-    total.m_nBuyVolume += deals.m_nBuyVolume;
-    total.m_nSellVolume += deals.m_nSellVolume;
-    total.m_dBuyAmount += deals.m_dBuyAmount;
-    total.m_dSellAmount += deals.m_dSellAmount;
-    total.m_dCommission += deals.m_dCommission;
-}
-
-}  // namespace
-
-void renewTotals(PeriodTotals& totals, const std::map<int, LinkagePeriodTradeData>& deals,
-                 int from) {
-    totals.erase(totals.lower_bound(from), totals.end());
-    const LinkagePeriodTradeData* const before = findPrevExtData(totals, from - 1);
-    LinkagePeriodTradeData total = before ? *before : LinkagePeriodTradeData();
-    for (auto minute = deals.lower_bound(from); minute != deals.end(); ++minute) {
-        add(total, minute->second);
-        totals.emplace_hint(totals.end(), minute->first, total);
+PeriodTotals totalsOf(const std::map<int, LinkagePeriodTradeData>& deals) {
+    PeriodTotals totals;
+    LinkagePeriodTradeData total;
+    for (const auto& [minute, sum] : deals) {
+        total += sum;
+        totals.emplace_hint(totals.end(), minute, total);
     }
+    return totals;
 }
 
 namespace {
@@ -86,20 +79,16 @@ class CStockWalk {
 public:
     explicit CStockWalk(const CurveStock& stock)
         : m_stock(stock), m_bValued(hasCloses(stock) || stock.latest) {
-        if (hasTotals(stock)) m_nextTotal = stock.totals->begin();
         if (hasCloses(stock)) m_nextClose = stock.closes->begin();
         if (m_bValued) setPrice(openingPrice());
     }
 
     void addMinute(int minute, PeriodPoint& point) {
         if (!hasTotals(m_stock)) return;
-        for (; m_nextTotal != m_stock.totals->end() && m_nextTotal->first <= minute;
-             ++m_nextTotal) {
-            m_pTotal = &m_nextTotal->second;
-        }
-        if (!m_pTotal) return;
+        const LinkagePeriodTradeData* const total = findPrevExtData(*m_stock.totals, minute);
+        if (!total) return;
         moveToClose(minute);
-        addFigures(*m_pTotal, point);
+        addFigures(*total, point);
     }
 
     void addPresent(int minute, PeriodPoint& point) {
@@ -146,8 +135,6 @@ private:
     const CurveStock& m_stock;
     const bool m_bValued;
     ValuePrices m_prices;
-    const LinkagePeriodTradeData* m_pTotal = nullptr;
-    PeriodTotals::const_iterator m_nextTotal;
     std::map<int, double>::const_iterator m_nextClose;
 };
 

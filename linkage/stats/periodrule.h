@@ -52,10 +52,8 @@ const Figures* findPrevExtData(const std::map<int, Figures>& byMinute, int minut
     return after == byMinute.begin() ? nullptr : &std::prev(after)->second;
 }
 
-/// Computes totals anew from a minute on. `deals` holds the sums of single minutes; those
-/// before `from` must be in the totals already.
-LINKAGE_EXPORT void renewTotals(PeriodTotals& totals,
-                                const std::map<int, LinkagePeriodTradeData>& deals, int from);
+/// The totals to the end of each minute; `deals` holds the sums of single minutes.
+LINKAGE_EXPORT PeriodTotals totalsOf(const std::map<int, LinkagePeriodTradeData>& deals);
 
 /// What is known of one stock of a curve.
 struct CurveStock {

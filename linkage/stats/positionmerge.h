@@ -11,8 +11,6 @@
 /// lots, and every shareholder account, of one stock apart.
 namespace TC {
 
-using PositionPtr = boost::shared_ptr<vexservice::CPositionStatics>;
-
 /// The parts of one position: newest report by record key.
 struct PositionParts {
     unsigned long long key = 0;  ///< record key of the part that was reported first

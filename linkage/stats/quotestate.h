@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <map>
+#include <set>
 #include <string>
 
 namespace TC {
@@ -20,10 +21,9 @@ struct QuoteState {
     /// The price subscriptions, one per stock, until the trade date changes.
     std::map<std::string, boost::shared_ptr<CQuoteRequest>> m_quoteRequests;
 
-    /// Account key, stock key: the minute of the day from which the curve must be
-    /// computed anew (0: from the first deal on). Set by deal intake, cleared by the
-    /// period calculation; no entry where nothing is due.
-    std::map<std::string, std::map<std::string, int>> m_markers;
+    /// Account key, stock keys: whose totals by minute must be computed anew. Set by deal
+    /// intake, cleared by the period calculation.
+    std::map<std::string, std::set<std::string>> m_markers;
 
     /// Counts how often markers were cleared, or subscriptions dropped: deal intake
     /// remembers in which state it has already set them.

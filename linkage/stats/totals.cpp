@@ -3,22 +3,19 @@
 #include "linkage/core/daykey.h"
 #include "linkage/core/ledger.h"
 #include "linkage/core/published.h"
+#include "linkage/core/selection.h"
 #include "linkage/stats/periodcurves.h"
 #include "linkage/stats/totalsrule.h"
 #include "linkage/stats/valuerule.h"
 #include "platform/utils/keys.h"
 #include "platform/utils/text.h"
 
-#include <algorithm>
-#include <limits>
+#include <optional>
+#include <span>
 
 namespace TC {
 
 namespace {
-
-bool selects(const std::set<std::string>& keys, const std::string& key) {
-    return keys.empty() || keys.count(key) > 0;
-}
 
 std::set<std::string> keySet(const QList<QString>& texts) {
     std::set<std::string> keys;
@@ -38,33 +35,29 @@ template <class Visit>
 void CLinkageManager::forEachTotal(const std::set<std::string>& accountKeys,
                                    const std::set<std::string>& strategies,
                                    const std::set<std::string>& stockKeys, Visit visit) const {
-    const std::vector<CLedger::Selected> rows = m_pLedger->selectFigures(accountKeys, stockKeys);
-    for (std::size_t first = 0; first < rows.size();) {
-        // One stock of one account: the account-wide record, then those of strategies.
-        std::size_t end = first;
-        std::vector<TradedValue> named;
-        TradedValue wide;
-        for (; end < rows.size() && *rows[end].account == *rows[first].account &&
-               *rows[end].stock == *rows[first].stock;
-             ++end) {
-            const TradedValue value = valueOf(*rows[end].record, m_bClientType3);
-            if (rows[end].strategy->empty()) {
-                wide = value;
-                continue;
+    const bool withRest = selects(strategies, std::string());
+    std::vector<TradedValue> named;
+    m_pLedger->selectFigures(
+        accountKeys, strategies, stockKeys,
+        [&](const std::string& stock, std::span<const CLedger::Selected> records) {
+            TradedValue wide;
+            named.clear();
+            for (const CLedger::Selected& each : records) {
+                const TradedValue value = valueOf(each.figures->record, m_bClientType3);
+                if (each.wide) {
+                    wide = value;
+                    continue;
+                }
+                named.push_back(value);
+                if (each.selected) visit(value);
             }
-            named.push_back(value);
-            if (selects(strategies, *rows[end].strategy)) visit(value);
-        }
-        if (selects(strategies, std::string())) {
-            const std::string& stock = *rows[first].stock;
+            if (!withRest) return;
             visit(remainder(wide, named, [&]() -> std::optional<ValuePrices> {
                 const std::optional<double> price = m_pLedger->valuedPrice(stock);
                 if (!price) return std::nullopt;
                 return valueRule(stock).at(*price);
             }));
-        }
-        first = end;
-    }
+        });
 }
 
 std::map<int, double> CLinkageManager::getTotalProfits(const std::set<std::string>& accountKeys,

@@ -30,16 +30,17 @@ struct Calculators : testing::TestWithParam<int> {
     double profit(const std::string& strategy, const std::string& stock) {
         return f.manager().getTradeStatDatas("A", strategy).at(stock)->worth().m_dProfit;
     }
-    /// A filled order and its deal, so that figures of both kinds agree.
+    /// A filled order and its deal. The order has traded twice what the deal tells, so that
+    /// figures of the wrong kind show: client type 3 counts orders, the others deals.
     void trade(std::uint64_t key, const std::string& stock, Side side, double price, int volume,
                const std::string& strategy) {
         f.order({.key = key,
                  .stock = stock,
                  .side = side,
                  .price = price,
-                 .volume = volume,
+                 .volume = 2 * volume,
                  .status = 56,
-                 .traded = volume,
+                 .traded = 2 * volume,
                  .strategy = strategy});
         f.deal({.key = key,
                 .stock = stock,
@@ -48,32 +49,47 @@ struct Calculators : testing::TestWithParam<int> {
                 .volume = volume,
                 .strategy = strategy});
     }
+    const int m_times = GetParam() == 3 ? 2 : 1;
 };
 
 TEST_P(Calculators, PricesPileUpUntilThereIsARecord) {
-    f.manager().historyStatCalculator();
-    f.deal({.key = 1, .volume = 100, .strategy = "S", .tag = "历史配平"});
+    f.release();
+    f.writeFile("balancedata.csv", "h\nAS,SH600000,100,400,4000,1100,x\n");
+    f.init();
+    f.manager().historyStatCalculator();  // subscribes, without any record of today
+    f.price({.stock = "SH600000", .last = 10.25});
+    f.price({.stock = "SH600000", .last = 10.5});
+    f.advance(3);
+    EXPECT_EQ(f.signalNames(), Texts{"statDataChanged"}) << "of the history alone";
+    f.forget();
     f.advance(9);
     EXPECT_TRUE(f.signalNames().empty()) << "no record: nothing to announce";
-    trade(2, "SH600000", Side::Buy, 10.0, 100, "S");
-    f.price({.stock = "SH600000", .last = 10.5});
+    const std::map<std::string, double> kept = {{"SH600000", 10.5}};
+    EXPECT_EQ(f.state().latestPrices, kept);
+
+    // The quote client has forgotten it: only what piled up can value the record.
+    f.price({.stock = "SH600000", .last = std::nullopt, .push = false});
+    trade(1, "SH600000", Side::Buy, 10.0, 100, "S");
     f.forget();
     f.advance(3);
-    EXPECT_DOUBLE_EQ(profit("S", "SH600000"), 50.0);
+    EXPECT_DOUBLE_EQ(profit("S", "SH600000"), 50.0 * m_times);
     EXPECT_TRUE(f.state().latestPrices.empty()) << "a pass uses its prices up";
     EXPECT_EQ(f.signalNames(), (Texts{"profitChanged", "profitChanged", "statDataChanged"}));
 }
 
 /// The profit rule written out plainly, for limits of 11 and 9 where there is a detail.
-double plainProfit(const std::string& stock, const TC::EffectiveFigures& is, double commission,
+double plainProfit(const std::string& stock, const TC::LinkagePeriodExtData& record, bool ofOrders,
                    double price) {
-    const int net = is.buyVolume - is.sellVolume;
-    const double money = is.sellAmount - is.buyAmount;
+    const TC::DealFigures& deals = record.deals();
+    const int net = ofOrders ? record.m_buyVolumes.sum() - record.m_sellVolumes.sum()
+                             : deals.m_nBuyVolume - deals.m_nSellVolume;
+    const double money = ofOrders ? record.m_sellAmounts.sum() - record.m_buyAmounts.sum()
+                                  : deals.m_dSellAmount - deals.m_dBuyAmount;
     const bool detail = stock != "SZ300001";
     const double rate = (stock.find("ST") != std::string::npos ? 5.0 : 10.0) / 100.0;
     if (detail && std::fabs(11.0 - price) <= 1e-5 && net < 0) price += rate * price;
     if (detail && std::fabs(9.0 - price) <= 1e-5 && net >= 1) price -= rate * price;
-    return net * price + money - commission;
+    return net * price + money - deals.m_dCommission;
 }
 
 // Random trades, prices, limits and requested accounts: after every pass the profits and
@@ -111,8 +127,7 @@ TEST_P(Calculators, PassesEqualThePlainWalk) {
                     double& profit = kept[strategy][stock];
                     const auto price = before.latestPrices.find(stock);
                     if (price != before.latestPrices.end()) {
-                        profit = plainProfit(stock, TC::effectiveFigures(*record, GetParam() == 3),
-                                             record->deals().m_dCommission, price->second);
+                        profit = plainProfit(stock, *record, GetParam() == 3, price->second);
                         revalued = true;
                     }
                     EXPECT_EQ(record->worth().m_dProfit.get(), profit);
@@ -137,23 +152,21 @@ TEST_P(Calculators, StaleRecordCountsAndUntouchedStrategyIsSilent) {
     f.price({.stock = "SH600000", .last = 11.0});
     f.price({.stock = "SH600001", .last = 19.0});
     f.advance(3);
-    EXPECT_DOUBLE_EQ(profit("S", "SH600000"), 100.0);
-    EXPECT_DOUBLE_EQ(profit("S", "SH600001"), 100.0);
-    EXPECT_DOUBLE_EQ(profit("T", "SH600001"), -300.0);
+    EXPECT_DOUBLE_EQ(profit("S", "SH600000"), 100.0 * m_times);
+    EXPECT_DOUBLE_EQ(profit("S", "SH600001"), 100.0 * m_times);
+    EXPECT_DOUBLE_EQ(profit("T", "SH600001"), -300.0 * m_times);
     f.forget();
     f.price({.stock = "SH600000", .last = 12.0});
     f.advance(3);
     const auto changed = named(f.signals(), "profitChanged");
     ASSERT_EQ(changed.size(), 2u);
     EXPECT_EQ(changed[0].args, (Texts{"A", "", "0"})) << "200 + 100 - 300, in key order";
-    EXPECT_EQ(changed[1].args, (Texts{"A", "S", "300"}));
+    EXPECT_EQ(changed[1].args, (Texts{"A", "S", std::to_string(300 * m_times)}));
     EXPECT_EQ(changed[0].at, "09:00:06.000");
     f.forget();
     f.advance(3);
     EXPECT_EQ(f.signalNames(), (Texts{"statDataChanged"})) << "a pass without prices";
 }
-
-INSTANTIATE_TEST_SUITE_P(ClientTypes, Calculators, testing::Values(1, 3));
 
 TEST(CalculatorLimits, PercentagesComeFromTheUserData) {
     Fixture f({.limitPercent = 10, .limitPercentST = 5});
@@ -172,31 +185,45 @@ TEST(CalculatorLimits, PercentagesComeFromTheUserData) {
     EXPECT_NEAR(records.at("SH600000")->worth().m_dPositionValue, 1100, 1e-9);
 }
 
-TEST(HistoryCalculator, RevaluesOnDemandAndAnnouncesPrices) {
-    Fixture f;
-    f.instrument({.stock = "SH600000"});
-    f.account({.key = "A"});
+// What the files hold is plain: its figures stand for every client type. What is taken over
+// from the day is not: client type 3 counts the orders.
+TEST_P(Calculators, HistoryIsRevaluedOnDemandAndItsPricesAnnounced) {
+    f.release();
+    for (const char* stock : {"SH600000", "SH600001"}) f.instrument({.stock = stock});
     f.writeFile("historystatdata.csv", "h\nAS,id,A,name,2,b,S,20240101000000,\n");
     f.writeFile("balancedata.csv",
                 "h\nAS,SH600000,100,400,4000,1100,x\nAS,SH600009,0,700,7000,0,x\n");
     f.init();
+    trade(1, "SH600001", Side::Sell, 20.0, 50, "S");
+    f.manager().addHistoryLinkdata("A", "S");
     f.price({.stock = "SH600000", .last = 10.0, .push = false});
-    f.manager().historyStatCalculator();
-    const TC::TradeStatData stat = f.manager().getHistoryStatData().at("AS");
-    EXPECT_DOUBLE_EQ(stat.m_dTotalPositionValue, 3000.0);
-    EXPECT_EQ(stat.m_nTotalBuyVolume, 400) << "a stock without detail adds nothing";
-    EXPECT_EQ(stat.m_nTotalSellVolume, 100);
-    EXPECT_EQ(f.state().quoteRequests.size(), 2u);
+    f.price({.stock = "SH600001", .last = 20.0, .push = false});
+    const auto stat = [&] {
+        f.manager().historyStatCalculator();
+        return f.manager().getHistoryStatData().at("AS");
+    };
+    EXPECT_DOUBLE_EQ(stat().m_dTotalPositionValue, 3000.0 + 1000.0 * m_times);
+    EXPECT_EQ(stat().m_nTotalBuyVolume, 400) << "a stock without detail adds nothing";
+    EXPECT_EQ(stat().m_nTotalSellVolume, 100 + 50 * m_times);
+    const auto records = f.manager().getHistoryLinkageData("AS");
+    EXPECT_DOUBLE_EQ(records.at("SH600000")->deals().m_dPositionValue, 3000.0);
+    EXPECT_DOUBLE_EQ(records.at("SH600009")->deals().m_dPositionValue, 0.0);
+    EXPECT_EQ(f.state().quoteRequests.size(), 3u);
     f.price({.stock = "SH600000", .last = std::nullopt, .push = false});
-    f.manager().historyStatCalculator();
-    EXPECT_DOUBLE_EQ(f.manager().getHistoryStatData().at("AS").m_dTotalPositionValue, 0.0);
+    EXPECT_DOUBLE_EQ(stat().m_dTotalPositionValue, 1000.0 * m_times);
+
     f.advance(3);
-    f.forget();
-    f.price({.stock = "SH600000", .last = 10.5});
-    EXPECT_TRUE(f.signalNames().empty());
-    f.advance(3);
-    EXPECT_EQ(f.signalNames(), (Texts{"statDataChanged"}));
-    EXPECT_TRUE(f.state().historyPrices.empty());
+    f.manager().deleteHistoryLinkageData("AS", "SH600001");
+    for (const auto& [stock, times] : {std::pair("SH600000", 2), std::pair("SH600001", 1)}) {
+        f.forget();
+        f.price({.stock = stock, .last = 10.5});
+        f.advance(3);
+        const auto changed = named(f.signals(), "statDataChanged");
+        EXPECT_EQ(std::ssize(changed), times) << "of the day, and of the history that has it";
+        EXPECT_TRUE(f.state().historyPrices.empty());
+    }
 }
+
+INSTANTIATE_TEST_SUITE_P(ClientTypes, Calculators, testing::Values(1, 3));
 
 }  // namespace

@@ -153,6 +153,61 @@ TEST(Totals, areTheSumsOfTheRecordsAsTheyStand) {
     EXPECT_EQ(totalsOf(f, {}, {""}, {}), (Totals{50.0, 1050.0, 1000.0, 0.0}));
 }
 
+// Prices whose sums depend on the order in which they are added: that is by account, stock
+// and strategy, whatever came first and whatever is selected.
+TEST(Totals, areAddedInTheOrderOfTheKeys) {
+    Fixture f({.now = "2024-01-02 10:00:00"});
+    const Keys accounts = {"A", "B", "C"};
+    const Keys stocks = {"SH600000", "SH600001", "SZ000001", "SZ000002"};
+    for (const std::string& key : accounts) f.account({.key = key});
+    f.init();
+    std::mt19937 random(29);
+    for (std::uint64_t key = 1; key <= 80; ++key) {
+        f.deal({.account = *std::next(accounts.begin(), static_cast<long>(random() % 3)),
+                .key = key,
+                .stock = *std::next(stocks.begin(), static_cast<long>(random() % 4)),
+                .side = random() % 2 ? Side::Buy : Side::Sell,
+                .price = 10.0 + 0.01 * static_cast<double>(random() % 100),
+                .volume = 1 + static_cast<int>(random() % 999),
+                .strategy = std::string(1, static_cast<char>('S' + random() % 4))});
+        if (key == 40) f.advance(4);  // some records are in order already
+    }
+    for (const std::string& stock : stocks) f.price({.stock = stock, .last = 10.37});
+    f.advance(4);
+    f.deal({.account = "B", .key = 99, .stock = "SH600000", .strategy = "R"});
+
+    const auto records = f.state().tradeStatDatas;
+    const auto has = [](const Keys& keys, const std::string& key) {
+        return keys.empty() || keys.count(key) > 0;
+    };
+    const Keys selections[][3] = {
+        {{}, {}, {}},
+        {{"C", "A"}, {"S", "V"}, {}},
+        {{}, {"T", "U", "none"}, {"SZ000001"}},
+        {{"B", "none"}, {}, {"SZ000002", "SH600001", "none"}},
+        {{}, {"R", "S"}, stocks},
+    };
+    for (const auto& [ofAccounts, ofStrategies, ofStocks] : selections) {
+        Totals sum;
+        for (const std::string& account : accounts) {
+            for (const std::string& stock : stocks) {
+                for (const auto& [strategy, byStock] : records.at(account)) {
+                    const auto at = byStock.find(stock);
+                    if (strategy.empty() || at == byStock.end() || !has(ofAccounts, account) ||
+                        !has(ofStrategies, strategy) || !has(ofStocks, stock)) {
+                        continue;
+                    }
+                    const TC::DealFigures& deals = at->second->deals();
+                    sum += {deals.m_dProfit, deals.m_dPositionValue, deals.m_dBuyAmount,
+                            deals.m_dSellAmount};
+                }
+            }
+        }
+        EXPECT_NE(sum, Totals());
+        EXPECT_EQ(totalsOf(f, ofAccounts, ofStrategies, ofStocks), sum) << "to the bit";
+    }
+}
+
 // What belongs to no strategy has no record where strategies trade the stock too: it is
 // valued as the records are, by the last pass of the day.
 TEST(Totals, stayAtThePriceOfTheLastPass) {
@@ -200,130 +255,6 @@ TEST(Totals, haveTheDealsOfEarlierDays) {
     EXPECT_EQ(amounts({""}, false), (Days{{first, {0, 1100}}, {today, {0, 0}}}));
     EXPECT_EQ(amounts({}, true), (Days{{today, {1300, 0}}}));
     EXPECT_EQ(f.manager().getTotalProfits({}, {}, {}, false).size(), 1u);
-}
-
-TEST(Queries, giveTheLargestAmplitudeOfASelection) {
-    Fixture f;
-    f.account({.key = "A"});
-    f.account({.key = "B"});
-    f.init();
-    EXPECT_EQ(f.manager().getDealAmplitude({}, {}), 0.0);
-    for (const char* stock : {"SH600000", "SH600001"}) {
-        f.instrument({.stock = stock, .reference = 8.0});
-    }
-    std::uint64_t key = 0;
-    const auto trade = [&](const char* account, const char* stock, double order, double deal) {
-        ++key;
-        f.order({.account = account, .key = key, .stock = stock, .price = order});
-        f.deal({.account = account, .key = key, .stock = stock, .price = deal});
-    };
-    trade("A", "SH600000", 9.0, 8.5);
-    trade("A", "SH600000", 7.5, 8.25);
-    trade("A", "SH600001", 10.0, 9.0);
-    trade("B", "SH600000", 7.0, 6.5);
-
-    struct Case {
-        Keys accounts;
-        Keys stocks;
-        double order;
-        double deal;
-    };
-    const Case cases[] = {
-        {{}, {}, 0.25, 0.1875},
-        {{"A"}, {"SH600000"}, 0.125, 0.0625},
-        {{"A", "B"}, {"SH600000"}, 0.125, 0.1875},
-        {{"A"}, {}, 0.25, 0.125},
-        {{}, {"SH600001"}, 0.25, 0.125},
-        {{"C"}, {}, 0.0, 0.0},
-        {{}, {"SZ000001"}, 0.0, 0.0},
-    };
-    for (const Case& each : cases) {
-        EXPECT_EQ(f.manager().getOrderAmplitude(each.accounts, each.stocks), each.order);
-        EXPECT_EQ(f.manager().getDealAmplitude(each.accounts, each.stocks), each.deal);
-    }
-}
-
-TEST(Queries, countOpenLotsAtAPriceLevel) {
-    Fixture f;
-    f.account({.key = "A"});
-    f.account({.key = "B"});
-    f.instrument({.stock = "SH600000", .tick = 0.01});
-    f.init();
-    f.order({.account = "A", .key = 1, .price = 10.0, .volume = 300, .strategy = "S"});
-    f.order({.account = "B", .key = 2, .price = 10.004, .volume = 500, .strategy = "S"});
-    f.order({.account = "A", .key = 3, .price = 10.01, .volume = 700, .strategy = "S"});
-    f.order({.account = "A", .key = 4, .price = 10.0, .volume = 900, .strategy = "T"});
-    const auto lots = [&](const char* strategy, double price, double tick) {
-        return f.manager().getOrderNumberByPrice(strategy, price, tick);
-    };
-    EXPECT_EQ(lots("S", 10.0, 0.01), 8);
-    EXPECT_EQ(lots("S", 9.996, 0.01), 8) << "rounded to the level";
-    EXPECT_EQ(lots("S", 10.01, 0.01), 7);
-    EXPECT_EQ(lots("T", 10.0, 0.01), 9);
-    EXPECT_EQ(lots("S", 1.0, 0.0), 8) << "no step: thousandths";
-    EXPECT_EQ(lots("U", 10.0, 0.01), 0);
-    f.order(
-        {.account = "A", .key = 1, .price = 10.0, .volume = 300, .status = 54, .strategy = "S"});
-    EXPECT_EQ(lots("S", 10.0, 0.01), 5);
-}
-
-TEST(Queries, findAccountsPositionsAndTaskItems) {
-    Fixture f;
-    f.account({.key = "A", .id = "1001"});
-    f.account({.key = "B", .id = "1002"});
-    f.account({.key = "C", .id = "1002"});
-    f.init();
-    auto& manager = f.manager();
-
-    Keys keys = {"Z"};
-    EXPECT_TRUE(manager.getAccounts({"1002"}, keys));
-    EXPECT_EQ(keys, (Keys{"B", "C", "Z"})) << "added to what is there";
-    keys.clear();
-    EXPECT_FALSE(manager.getAccounts({"1001", "1003"}, keys));
-    EXPECT_EQ(keys, Keys{"A"});
-
-    f.position({.account = "B", .key = 1, .volume = 500, .available = 200});
-    f.position({.account = "A", .key = 2, .volume = 300, .available = 300});
-    f.position({.account = "A", .key = 3, .stock = "SH600001", .volume = 700});
-    QList<QString> ids = {"old"};
-    QList<int> volumes;
-    QList<int> availables;
-    manager.getPositionNumber("SH600000", ids, volumes, availables, {});
-    EXPECT_EQ(ids, (QList<QString>{"1001", "1002"}));
-    EXPECT_EQ(volumes, (QList<int>{300, 500}));
-    EXPECT_EQ(availables, (QList<int>{300, 200}));
-    manager.getPositionNumber("SH600000", ids, volumes, availables, {"B", "C"});
-    EXPECT_EQ(ids, QList<QString>{"1002"});
-    manager.getPositionNumber("SZ000001", ids, volumes, availables, {});
-    EXPECT_TRUE(ids.isEmpty() && volumes.isEmpty() && availables.isEmpty());
-
-    const auto task = f.makeTask({.items = {{.stock = "SH600000", .volume = 500, .traded = 200},
-                                            {.stock = "SH600001", .volume = 500, .traded = 1},
-                                            {.stock = "SH600000", .volume = 500, .traded = 300}}});
-    EXPECT_EQ(manager.getTaskItemFinishNumber(task, "SH600000"), 500);
-    EXPECT_EQ(manager.getTaskItemFinishNumber(task, "SZ000001"), 0);
-    EXPECT_EQ(manager.getTaskItemFinishNumber({}, "SH600000"), 0);
-}
-
-TEST(Queries, giveTradedFiguresOfSeveralAccounts) {
-    Fixture f;
-    for (const char* key : {"A", "B", "C"}) f.account({.key = key});
-    f.init();
-    f.deal({.account = "A", .key = 1, .strategy = "S"});
-    f.deal({.account = "B", .key = 2, .stock = "SH600001", .strategy = "S"});
-    f.deal({.account = "C", .key = 3, .strategy = "T"});
-    std::map<std::string, std::map<std::string, boost::shared_ptr<TC::LinkagePeriodExtData>>> out;
-    const auto keysOf = [&](const std::list<std::string>& accounts) {
-        f.manager().getTradeStatDatas(accounts, "S", out);
-        std::string keys;
-        for (const auto& [account, stocks] : out) {
-            for (const auto& [stock, record] : stocks) keys += account + ":" + stock + " ";
-        }
-        return keys;
-    };
-    EXPECT_EQ(keysOf({"C", "A"}), "A:SH600000 ");
-    EXPECT_EQ(keysOf({}), "A:SH600000 B:SH600001 ");
-    EXPECT_EQ(out["A"]["SH600000"], f.manager().getTradeStatDatas("A", "S")["SH600000"]);
 }
 
 }  // namespace

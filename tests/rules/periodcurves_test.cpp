@@ -38,8 +38,7 @@ struct CStock {
     }
 
     const CurveStock& ready() {
-        totals.clear();
-        renewTotals(totals, minutes, 0);
+        totals = totalsOf(minutes);
         curve.totals = &totals;
         curve.closes = &closes;
         return curve;
@@ -211,27 +210,6 @@ TEST(PeriodCurve, agreesWithAWalkOverAllDealsForEachMinute) {
     }
 }
 
-TEST(PeriodTotals, renewedFromAMinuteEqualThoseComputedWhole) {
-    std::mt19937 random(11);
-    for (int round = 0; round < 200; ++round) {
-        std::map<int, LinkagePeriodTradeData> minutes;
-        PeriodTotals renewed;
-        for (int step = 0; step < 8; ++step) {
-            const int minute = 571 + static_cast<int>(random() % 12);
-            minutes[minute].m_nBuyVolume += 100;
-            minutes[minute].m_dBuyAmount += 1000.25;
-            renewTotals(renewed, minutes, minute);
-        }
-        std::int64_t volume = 0;
-        double amount = 0.0;
-        ASSERT_EQ(renewed.size(), minutes.size());
-        for (const auto& [minute, deals] : minutes) {
-            ASSERT_EQ(renewed[minute].m_nBuyVolume, volume += deals.m_nBuyVolume);
-            ASSERT_EQ(renewed[minute].m_dBuyAmount, amount += deals.m_dBuyAmount);
-        }
-    }
-}
-
 TEST(PeriodMinutes, findPrevExtDataGivesTheFiguresAtOrBeforeAMinute) {
     const auto first = LinkagePeriodExtData::make();
     const auto second = LinkagePeriodExtData::make();
@@ -265,10 +243,10 @@ TEST(PeriodMinutes, followTheClockOnTheTradeDateOnly) {
         int running;
     };
     const Case cases[] = {
-        {"20240102092500", 565, 0},   {"20240102093000", 570, 0},   {"20240102093001", 570, 571},
-        {"20240102093100", 571, 571}, {"20240102113001", 690, 690}, {"20240102130000", 780, 690},
-        {"20240102130001", 780, 781}, {"20240102150001", 900, 900}, {"20240102233000", 1410, 900},
-        {"20240101140000", 0, 0},     {"20240103080000", 900, 900},
+        {"20240102092500", 565, 0},   {"20240102093000", 570, 0},    {"20240102093001", 570, 571},
+        {"20240102093100", 571, 571}, {"20240102113001", 690, 690},  {"20240102130000", 780, 690},
+        {"20240102130001", 780, 781}, {"20240102150001", 900, 900},  {"20240102233000", 1410, 900},
+        {"20240101140000", 0, 0},     {"20240103080000", 1440, 900},
     };
     for (const Case& each : cases) {
         const DayMoment moment = dayMoment(each.now, "20240102");
@@ -295,6 +273,14 @@ TEST(MinuteBars, areAskedForWhenAMinuteHasEndedAndAgainWhileAnyIsMissing) {
     EXPECT_EQ(curves.takeDueStocks({574, 575}, 722 * SECOND), due) << "574 has ended";
     EXPECT_TRUE(curves.addBars("SH600000", 574, {{572, 10.25}, {574, 10.5}}));
     EXPECT_EQ(curves.takeDueStocks({574, 575}, 999 * SECOND), none) << "complete";
+    for (const int finished : {900, 929}) {
+        EXPECT_EQ(curves.takeDueStocks({finished, 900}, finished * 60 * SECOND), due);
+        curves.addBars("SH600000", finished, {});
+    }
+    EXPECT_EQ(curves.takeDueStocks({930, 900}, 930 * 60 * SECOND), due);
+    EXPECT_EQ(curves.takeDueStocks({1440, 900}, 9000 * 60 * SECOND), due) << "no answer";
+    curves.addBars("SH600000", 930, {});
+    EXPECT_EQ(curves.takeDueStocks({1440, 900}, 9999 * 60 * SECOND), none) << "the day is final";
     curves.newDay();
     EXPECT_EQ(curves.takeDueStocks({575, 576}, 9999 * SECOND), none) << "another day";
 }

@@ -1,4 +1,5 @@
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/stats/periodpoint.h"
 #include "paper/loop.h"
 #include "paper/paperclient.h"
 #include "platform/services/rpcengine.h"
@@ -13,6 +14,7 @@
 #include <atomic>
 #include <functional>
 #include <future>
+#include <set>
 #include <thread>
 #include <vector>
 
@@ -138,6 +140,54 @@ TEST(ManagerThreads, IntakeWhileOthersAskRequestAndBalance) {
     drain();
     EXPECT_EQ(manager.getBuySellVolumes(day, "SH600000", {"A", "B"}).first, 2 * REPORTS * 100);
     EXPECT_EQ(manager.getRunningOrders("A", ""), REPORTS - REPORTS / 3);
+}
+
+// Until the statistics calculator has run in the middle of it all.
+TEST(ManagerThreads, TotalsAndCurvesWhileIntakeAndCalculatorsWrite) {
+    std::atomic<bool> revalued{false};  // outlives what raises the signal
+    Market market;
+    TC::CLinkageManager& manager = *Manager::instance();
+    while (manager.getAccounts().size() < 2) drain();
+    manager.sigProfitChanged.connect(
+        [&](const std::string&, const std::string&, double) { revalued = true; });
+
+    const std::function<void(int)> works[] = {
+        [&](int round) {
+            for (int count = 0; count < 20; ++count) {
+                market.report(count % 2 ? "A" : "B",
+                              static_cast<std::uint64_t>(20 * round + count));
+            }
+            market.price(10.0 + round % 100 / 100.0);
+            drain();
+        },
+        [&](int round) {
+            const std::set<std::string> strategies =
+                round % 2 ? std::set<std::string>{"S"} : std::set<std::string>();
+            EXPECT_EQ(manager.getTotalProfits({}, strategies, {}, true).size(), 1u);
+            EXPECT_EQ(manager.getTotalBalances({}, strategies, {"SH600000"}, false).size(), 1u);
+            for (const auto& [day, amounts] :
+                 manager.getTotalBuySellAmounts({"A"}, strategies, {}, false)) {
+                EXPECT_GE(amounts.first, amounts.second) << "every deal is a buy";
+            }
+            manager.getDealAmplitude({}, {});
+            manager.getOrderNumberByPrice("S", 10.0, 0.01);
+        },
+        [&](int round) {
+            manager.startProfitCalculator();
+            const auto curve = manager.getPeriodCurve("A", round % 2 ? "S" : "");
+            for (const auto& [minute, point] : curve) EXPECT_GE(point.buyVolume, 0) << minute;
+            manager.historyStatCalculator();
+            manager.stopProfitCalculator();
+        },
+    };
+    std::vector<std::thread> threads;
+    for (const auto& work : works) {
+        threads.emplace_back([&work, &revalued] {
+            for (int round = 0; !revalued; ++round) work(round);
+        });
+    }
+    for (std::thread& each : threads) each.join();
+    EXPECT_GT(manager.getTotalBuySellAmounts({}, {}, {}, true).begin()->second.first, 0.0);
 }
 
 // The client's objects emit on threads of their own; the slots run on the manager's.
