@@ -206,8 +206,8 @@ TEST_P(Calculators, HistoryIsRevaluedOnDemandAndItsPricesAnnounced) {
     EXPECT_EQ(stat().m_nTotalBuyVolume, 400) << "a stock without detail adds nothing";
     EXPECT_EQ(stat().m_nTotalSellVolume, 100 + 50 * m_times);
     const auto records = f.manager().getHistoryLinkageData("AS");
-    EXPECT_DOUBLE_EQ(records.at("SH600000")->deals().m_dPositionValue, 3000.0);
-    EXPECT_DOUBLE_EQ(records.at("SH600009")->deals().m_dPositionValue, 0.0);
+    EXPECT_DOUBLE_EQ(records.at("SH600000")->worth().m_dPositionValue, 3000.0);
+    EXPECT_DOUBLE_EQ(records.at("SH600009")->worth().m_dPositionValue, 0.0);
     EXPECT_EQ(f.state().quoteRequests.size(), 3u);
     f.price({.stock = "SH600000", .last = std::nullopt, .push = false});
     EXPECT_DOUBLE_EQ(stat().m_dTotalPositionValue, 1000.0 * m_times);

@@ -198,8 +198,8 @@ TEST(Totals, areAddedInTheOrderOfTheKeys) {
                         continue;
                     }
                     const TC::DealFigures& deals = at->second->deals();
-                    sum += {deals.m_dProfit, deals.m_dPositionValue, deals.m_dBuyAmount,
-                            deals.m_dSellAmount};
+                    sum += {record->worth().m_dProfit, record->worth().m_dPositionValue,
+                            deals.m_dBuyAmount, deals.m_dSellAmount};
                 }
             }
         }
