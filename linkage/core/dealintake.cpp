@@ -75,22 +75,25 @@ void CLinkageManager::countDealDetail(const std::string& accountKey, const DealP
     step.strategyIsNew = ledger.listStrategy(step.strategy);
     ledger.widenDealAmplitude(step);
 
-    if (step.dealIsNew) {
-        const std::string& strategy = strategyOf(deal->m_pCommand.get());
-        const bool ofHistory = isHistoryBalance(deal->m_pCommand.get()) && !strategy.empty();
-        if (!ofHistory) ledger.findFigures(step);
+    const std::string& strategy = strategyOf(deal->m_pCommand.get());
+    const bool ofHistory = isHistoryBalance(deal->m_pCommand.get()) && !strategy.empty();
+    const bool counts = !ofHistory && (step.dealIsNew || step.countsAgain);
+    if (counts) ledger.enterFigures(step);
+    if (step.dealIsNew || counts) {
         step.buys = vexservice::isBuyByDirection(deal->m_eDirection, deal->m_eOffsetFlag);
-        ledger.countDay(step);
         step.commission = vexservice::COrderDetailHelper::calcDealCommission(held.fee, deal);
-        if (ofHistory) {
-            const std::string historyKey = accountKey + strategy;
-            const std::string tradeKey = csv::tradeKey(deal->m_strTradeDate, deal->m_strDealID);
-            if (isCanWriteToFile(historyKey, tradeKey)) {
-                doHistoryDeal(deal, step.accountData, historyKey, ledger.stockKey(step.listing),
-                              accountKey, step.stockIsNew, step.buys, step.commission);
-            }
-            return;
+    }
+    if (step.dealIsNew) ledger.countDay(step);
+    if (ofHistory && step.dealIsNew) {
+        const std::string historyKey = accountKey + strategy;
+        const std::string tradeKey = csv::tradeKey(deal->m_strTradeDate, deal->m_strDealID);
+        if (isCanWriteToFile(historyKey, tradeKey)) {
+            doHistoryDeal(deal, step.accountData, historyKey, ledger.stockKey(step.listing),
+                          accountKey, step.stockIsNew, step.buys, step.commission);
         }
+        return;
+    }
+    if (counts) {
         ledger.countMinute(step);
         ledger.countDeal(step);
         followPrice(step.account, step.stock, held);

@@ -54,10 +54,12 @@ struct DealStep {
     std::uint32_t listing = NONE;
     std::uint32_t stock = NONE;
     std::uint32_t cell = NONE;
+    std::uint32_t entry = NONE;
     std::uint32_t strategy = 0;
     Figures* figures = nullptr;
     bool stockIsNew = false;
     bool dealIsNew = false;
+    bool countsAgain = false;  ///< the record is there, its figures were dropped
     bool strategyIsNew = false;
     bool buys = false;
     double commission = 0.0;
@@ -149,8 +151,8 @@ public:
         std::uint32_t nextInCell = NONE;
         std::uint32_t nextOfKey = NONE;
         std::uint32_t placeRunning[2] = {NONE, NONE};  ///< in the strategy's set, the account's
-        std::int32_t runTraded = 0;                    ///< of the report that its running sets hold
-        std::int32_t status = 0;
+        std::int32_t runTraded[2] = {};                ///< of the report that each set holds
+        std::int16_t status[2] = {};                   ///< likewise
         std::uint8_t facets = 0;
         bool buys = false;
     };
@@ -161,6 +163,8 @@ public:
         std::uint32_t cell = NONE;
         std::uint32_t nextInCell = NONE;
         std::uint32_t nextOfKey = NONE;
+        bool counted = false;  ///< in the traded figures
+        bool dropped = false;  ///< was, until the account's figures were dropped
     };
 
     struct Level {
@@ -300,7 +304,7 @@ public:
     void fileDeal(DealStep& step, const DealPtr& deal);
     void widenDealAmplitude(const DealStep& step);
     void countDay(const DealStep& step);
-    void findFigures(DealStep& step);
+    void enterFigures(DealStep& step);
     void countMinute(const DealStep& step);
     void countDeal(const DealStep& step);
 
@@ -396,7 +400,8 @@ public:
                        const std::set<std::string>& stockKeys, const VisitStock& visit) const;
 
     /// Bought and sold amounts by day, from the deals filed under other days than
-    /// `exceptDay` that do not balance history; those without strategy count for "".
+    /// `exceptDay` that do not balance history and are in no figures of the day; those
+    /// without strategy count for "".
     ByDay<std::pair<double, double>> amountsOfDeals(const std::set<std::string>& accountKeys,
                                                     const std::set<std::string>& strategies,
                                                     const std::set<std::string>& stockKeys,
@@ -473,7 +478,9 @@ private:
     Figures* figuresIn(std::uint32_t pair, std::uint32_t stock);
     std::uint32_t findOrder(const Account& account, std::uint64_t key) const;
     const Pair* findPair(const std::string& accountKey, const std::string& strategy) const;
-    bool putDeal(std::uint32_t account, std::uint32_t cell, const DealPtr& deal);
+    /// The deal's entry, and whether it is new.
+    std::pair<std::uint32_t, bool> putDeal(std::uint32_t account, std::uint32_t cell,
+                                           const DealPtr& deal);
     void chainOrder(Account& account, std::uint32_t entry);
     void chainDeal(Account& account, std::uint32_t entry);
     std::uint32_t addOrder(Account& account, std::uint64_t key, std::uint32_t cell);
@@ -482,14 +489,14 @@ private:
     struct Gathered {
         std::uint8_t facets = 0;
         std::int32_t lots = 0;
-        std::int32_t runTraded = 0;
-        std::int32_t status = 0;
         std::uint32_t places[2] = {NONE, NONE};
+        std::int32_t runTraded[2] = {};
+        std::int16_t status[2] = {};
     };
     void prefetchEntry(const OrderStep& step) const;
     void settleFacets(OrderStep& step, OrderEntry& target, std::int32_t level);
     void gatherFacets(OrderStep& step, OrderEntry& entry, std::int32_t level, Gathered& held) const;
-    std::uint32_t parkFacets(std::uint32_t account, OrderEntry& entry, std::uint8_t stays);
+    std::uint32_t parkFacets(const OrderStep& step, OrderEntry& entry, std::uint8_t stays);
     std::uint32_t levelCellOf(std::uint32_t pair, std::int32_t level);
     void enterRunning(Pair& pair, std::uint32_t entry, bool wide);
     void leaveRunning(Pair& pair, std::uint32_t entry, bool wide);

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <tuple>
 
 namespace TC {
 
@@ -19,7 +20,8 @@ void CLedger::chainDeal(Account& account, std::uint32_t at) {
     }
 }
 
-bool CLedger::putDeal(std::uint32_t accountAt, std::uint32_t cellAt, const DealPtr& deal) {
+std::pair<std::uint32_t, bool> CLedger::putDeal(std::uint32_t accountAt, std::uint32_t cellAt,
+                                                const DealPtr& deal) {
     Account& account = m_accounts[accountAt];
     const std::uint64_t key = deal->recordKey();
     for (std::uint32_t at = account.deals.find(
@@ -27,7 +29,7 @@ bool CLedger::putDeal(std::uint32_t accountAt, std::uint32_t cellAt, const DealP
          at != NONE; at = m_deals[at].nextOfKey) {
         if (m_deals[at].cell != cellAt) continue;
         m_deals[at].report = deal;
-        return false;
+        return {at, false};
     }
     Cell& cell = m_cells[cellAt];
     if (!cell.hasDeals) {
@@ -37,10 +39,10 @@ bool CLedger::putDeal(std::uint32_t accountAt, std::uint32_t cellAt, const DealP
         day.deals.insert(cell.stock);
     }
     const std::uint32_t made = m_deals.make();
-    m_deals[made] = {key, deal, cellAt, cell.firstDeal, NONE};
+    m_deals[made] = {.key = key, .report = deal, .cell = cellAt, .nextInCell = cell.firstDeal};
     cell.firstDeal = made;
     chainDeal(account, made);
-    return true;
+    return {made, true};
 }
 
 void CLedger::fileDeal(DealStep& step, const DealPtr& deal) {
@@ -50,7 +52,8 @@ void CLedger::fileDeal(DealStep& step, const DealPtr& deal) {
     if (!m_cells[step.cell].hasDeals) {
         step.stockIsNew = m_days[m_cells[step.cell].day].deals.count(step.stock) == 0;
     }
-    step.dealIsNew = putDeal(step.account, step.cell, deal);
+    std::tie(step.entry, step.dealIsNew) = putDeal(step.account, step.cell, deal);
+    step.countsAgain = m_deals[step.entry].dropped;
 }
 
 void CLedger::widenDealAmplitude(const DealStep& step) {
@@ -66,7 +69,9 @@ void CLedger::widenDealAmplitude(const DealStep& step) {
     held.dealAmplitude = std::max(held.dealAmplitude, *distance);
 }
 
-void CLedger::findFigures(DealStep& step) {
+void CLedger::enterFigures(DealStep& step) {
+    m_deals[step.entry].counted = true;
+    m_deals[step.entry].dropped = false;
     step.figures = figuresIn(pairOf(step.account, step.strategy), step.stock);
 }
 

@@ -38,7 +38,7 @@ bool CLedger::fileDeal(int day, const std::string& stockKey, const std::string& 
                        const DealPtr& deal) {
     const std::uint32_t accountAt = accountId(accountKey);
     const std::uint32_t stock = stockId(stockKey);
-    return putDeal(accountAt, cellOf(accountAt, stock, day), deal);
+    return putDeal(accountAt, cellOf(accountAt, stock, day), deal).second;
 }
 
 ByRecord<OrderPtr> CLedger::accountOrders(const std::string& accountKey, int day) const {

@@ -99,8 +99,6 @@ void CLedger::placeOrder(OrderStep& step) {
 void CLedger::settleFacets(OrderStep& step, OrderEntry& target, std::int32_t level) {
     Gathered held;
     held.facets = target.facets & FILED;
-    held.runTraded = target.runTraded;
-    held.status = target.status;
     step.before = {};
 
     std::uint32_t next = NONE;
@@ -111,7 +109,7 @@ void CLedger::settleFacets(OrderStep& step, OrderEntry& target, std::int32_t lev
         gatherFacets(step, entry, level, held);
         const std::uint8_t stays = entry.facets & static_cast<std::uint8_t>(~FILED);
         if (at == step.entry && stays != 0) {
-            last = parkFacets(step.account, entry, stays);
+            last = parkFacets(step, entry, stays);
         } else if (at != step.entry && entry.facets == 0) {
             m_orders[last].nextOfKey = next;
             std::erase(m_accounts[step.account].parked, at);
@@ -128,10 +126,11 @@ void CLedger::settleFacets(OrderStep& step, OrderEntry& target, std::int32_t lev
     target.levelCell = NONE;
     target.lots = held.lots;
     target.figures = nullptr;
-    target.runTraded = held.runTraded;
-    target.status = held.status;
-    target.placeRunning[0] = held.places[0];
-    target.placeRunning[1] = held.places[1];
+    for (const int set : {0, 1}) {
+        target.placeRunning[set] = held.places[set];
+        target.runTraded[set] = held.runTraded[set];
+        target.status[set] = held.status[set];
+    }
     if (held.facets & RUNS) m_pairs[step.pair].running[held.places[0]] = step.entry;
     if (held.facets & RUNS_WIDE) {
         m_pairs[pairOf(step.account, 0)].running[held.places[1]] = step.entry;
@@ -158,30 +157,26 @@ void CLedger::gatherFacets(OrderStep& step, OrderEntry& entry, std::int32_t leve
         held.lots = entry.lots;
         taken |= LOTS;
     }
-    if ((entry.facets & RUNS) && entry.pair == step.pair) {
-        held.places[0] = entry.placeRunning[0];
-        held.runTraded = entry.runTraded;
-        held.status = entry.status;
-        taken |= RUNS;
-    }
-    if (entry.facets & RUNS_WIDE) {
-        held.places[1] = entry.placeRunning[1];
-        if (!(held.facets & RUNS)) {
-            held.runTraded = entry.runTraded;
-            held.status = entry.status;
-        }
-        taken |= RUNS_WIDE;
-    }
+    const auto takeRunning = [&](int set, std::uint8_t facet) {
+        held.places[set] = entry.placeRunning[set];
+        held.runTraded[set] = entry.runTraded[set];
+        held.status[set] = entry.status[set];
+        taken |= facet;
+    };
+    if ((entry.facets & RUNS) && entry.pair == step.pair) takeRunning(0, RUNS);
+    if (entry.facets & RUNS_WIDE) takeRunning(1, RUNS_WIDE);
     held.facets |= taken;
     entry.facets &= static_cast<std::uint8_t>(~taken);
 }
 
 // The totals of an entry stay behind in one of their own, next in the key's chain.
-std::uint32_t CLedger::parkFacets(std::uint32_t account, OrderEntry& entry, std::uint8_t stays) {
+// A running set that the order has left keeps the report that it had.
+std::uint32_t CLedger::parkFacets(const OrderStep& step, OrderEntry& entry, std::uint8_t stays) {
     const std::uint32_t parked = m_orders.make();
-    m_accounts[account].parked.push_back(parked);
+    m_accounts[step.account].parked.push_back(parked);
     OrderEntry& behind = m_orders[parked];
     behind = entry;
+    behind.report = step.previous;
     behind.cell = NONE;
     behind.nextInCell = NONE;
     behind.facets = stays;
@@ -252,8 +247,9 @@ CLedger::RunningChange CLedger::updateRunning(OrderStep& step, bool wide) {
         enterRunning(pair, step.entry, wide);
         return {true, false};
     }
-    return {entry.runTraded != step.order->m_nTradedVolume || entry.status != step.order->m_eStatus,
-            false};
+    const bool progressed = entry.runTraded[wide] != step.order->m_nTradedVolume ||
+                            entry.status[wide] != static_cast<std::int16_t>(step.order->m_eStatus);
+    return {progressed, false};
 }
 
 void CLedger::countTraded(OrderStep& step) {
@@ -261,8 +257,10 @@ void CLedger::countTraded(OrderStep& step) {
     const std::int32_t traded = step.order->m_nTradedVolume;
     const double amount = step.order->m_dTradedAmount;
     if (!entry.figures) entry.figures = figuresIn(step.pair, step.stock);
-    entry.status = step.order->m_eStatus;
-    entry.runTraded = traded;
+    for (const int set : {0, 1}) {
+        entry.runTraded[set] = traded;
+        entry.status[set] = static_cast<std::int16_t>(step.order->m_eStatus);
+    }
     entry.traded = traded;
     entry.amount = amount;
 

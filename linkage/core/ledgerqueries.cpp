@@ -136,7 +136,10 @@ ByDay<std::pair<double, double>> CLedger::amountsOfDeals(const std::set<std::str
             if (cell.day == exceptDay || !selects(stockKeys, stock)) continue;
             for (std::uint32_t deal = cell.firstDeal; deal != NONE;
                  deal = m_deals[deal].nextInCell) {
-                filed[{cell.day, account.key, stock, m_deals[deal].key}] = m_deals[deal].report;
+                const DealEntry& entry = m_deals[deal];
+                if (!entry.counted) {
+                    filed[{cell.day, account.key, stock, entry.key}] = entry.report;
+                }
             }
         }
     }

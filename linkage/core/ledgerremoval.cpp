@@ -83,7 +83,8 @@ void CLedger::removeAccount(const std::string& accountKey, int day) {
     for (auto& [stock, accounts] : m_positions) accounts.erase(accountKey);
 }
 
-// Records of the day go; those of other days stay filed, without any figures.
+// Records of the day go; those of other days stay filed, without any figures. Their deals
+// count again when they are reported again: a second request leaves what the first did.
 void CLedger::removeRecords(Account& account, int day) {
     account.orders.clear();
     account.deals.clear();
@@ -122,6 +123,8 @@ void CLedger::removeRecords(Account& account, int day) {
         }
         for (std::uint32_t at = cell.firstDeal; at != NONE; at = m_deals[at].nextInCell) {
             m_deals[at].nextOfKey = NONE;
+            m_deals[at].dropped |= m_deals[at].counted;
+            m_deals[at].counted = false;
             chainDeal(account, at);
         }
     }

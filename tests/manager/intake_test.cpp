@@ -139,6 +139,26 @@ TEST_F(Intake, SubscriptionThatWasRefusedIsAskedForAgain) {
     EXPECT_EQ(quotes->asked, 2);
 }
 
+// Each running set goes by the report that it holds.
+TEST_F(Intake, OrderLinesOfAnOrderThatChangesItsStrategy) {
+    struct Row {
+        int status, traded;
+        const char* strategy;
+        std::size_t lines;
+    };
+    const Row rows[] = {
+        {50, 0, "S", 2},    // new in both sets
+        {50, 0, "T", 1},    // new in T's
+        {55, 100, "T", 2},  // progress in both
+        {50, 0, "S", 1},    // as S's set still has it
+    };
+    for (const Row& row : rows) {
+        f.forget();
+        f.order({.key = 1, .status = row.status, .traded = row.traded, .strategy = row.strategy});
+        EXPECT_EQ(f.logTexts().size(), row.lines) << row.strategy << row.status;
+    }
+}
+
 // A set is made by what runs, and stays, empty, when the last one has ended.
 TEST_F(Intake, RunningSetsAreMadeByWhatRuns) {
     f.order({.key = 1, .status = 56, .strategy = "S"});

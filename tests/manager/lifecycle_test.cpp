@@ -187,6 +187,33 @@ TEST(Registry, SecondRequestRebuildsTheDayAndDeliversOnce) {
     EXPECT_EQ(f.manager().getRunningOrders("A", "S"), 1);
 }
 
+// A deal of another trade date counts in the figures of whoever reports it, each time the
+// account is requested, and in its own day once.
+TEST(Registry, DealsOfOtherDatesCountAgain) {
+    Fixture f;
+    f.account({.key = "A"});
+    f.init();
+    const int yesterday = Fixture::day("20240101");
+    f.deal({.key = 1, .volume = 50, .tradeDate = "20240101", .strategy = "S"});
+    f.deal({.key = 2, .volume = 30, .strategy = "S"});
+    for (int round = 0; round < 3; ++round) {
+        for (const std::string strategy : {"S", ""}) {
+            const auto record = f.manager().getTradeStatDatas("A", strategy).at("SH600000");
+            EXPECT_EQ(record->deals().m_nBuyVolume, 80);
+            EXPECT_DOUBLE_EQ(record->deals().m_dBuyAmount, 800.0);
+        }
+        EXPECT_EQ(f.manager().getBuySellVolumes(yesterday, "SH600000", {"A"}),
+                  std::make_pair(50, 0));
+        double bought = 0.0;
+        for (const auto& [day, amounts] : f.manager().getTotalBuySellAmounts({}, {}, {}, false)) {
+            bought += amounts.first;
+        }
+        EXPECT_DOUBLE_EQ(bought, 800.0) << "on one day or the other";
+        f.manager().requestAccount("A");
+        f.settle();
+    }
+}
+
 TEST(Registry, HeldRecordsOutliveARequestAndTheManager) {
     Fixture f;
     f.account({.key = "A"});

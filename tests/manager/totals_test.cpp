@@ -198,7 +198,7 @@ TEST(Totals, areAddedInTheOrderOfTheKeys) {
                         continue;
                     }
                     const TC::DealFigures& deals = at->second->deals();
-                    sum += {record->worth().m_dProfit, record->worth().m_dPositionValue,
+                    sum += {at->second->worth().m_dProfit, at->second->worth().m_dPositionValue,
                             deals.m_dBuyAmount, deals.m_dSellAmount};
                 }
             }

@@ -128,22 +128,22 @@ void CTextbook::deal(const std::string& accountKey, const DealPtr& deal) {
     filed[deal->recordKey()] = deal;
 
     const std::string strategy = strategyOf(deal->m_pCommand);
+    const DealPlace place{day, stockKey, deal->recordKey()};
+    const bool countsAgain = m_dropped[accountKey].count(place) > 0;
     if (!strategy.empty()) m_strategys.insert(strategy);
     const auto detail = utils::CSingletonT<TC::CStockManager>::instance()->getInstrumentDetail(
         deal->m_strMarket, deal->m_strCode);
     if (detail) {
         widen(m_dealAmplitudes, stockKey, accountKey, deal->m_dPrice, detail->m_dReferencePrice);
     }
-    if (!isNew) return;
+    if (!isNew && !countsAgain) return;
 
-    auto& volumes = m_buySellVolumes[day][stockKey][accountKey];
-    auto& amounts = m_buySellAmounts[day][stockKey][accountKey];
-    if (isBuyByDirection(deal->m_eDirection, deal->m_eOffsetFlag)) {
-        volumes.first += deal->m_nVolume;
-        amounts.first += deal->m_dAmount;
-    } else {
-        volumes.second += deal->m_nVolume;
-        amounts.second += deal->m_dAmount;
+    if (isNew) {
+        const bool buys = isBuyByDirection(deal->m_eDirection, deal->m_eOffsetFlag);
+        auto& volumes = m_buySellVolumes[day][stockKey][accountKey];
+        auto& amounts = m_buySellAmounts[day][stockKey][accountKey];
+        (buys ? volumes.first : volumes.second) += deal->m_nVolume;
+        (buys ? amounts.first : amounts.second) += deal->m_dAmount;
     }
     if (balancesHistory(deal->m_pCommand) && !strategy.empty()) return;
 
@@ -153,6 +153,8 @@ void CTextbook::deal(const std::string& accountKey, const DealPtr& deal) {
                                    data->getAccountInfo(), deal->m_strMarket, deal->m_strCode)
                              : nullptr;
     countDeal(accountKey, strategy, deal, COrderDetailHelper::calcDealCommission(limits, deal));
+    m_counted[accountKey].insert(place);
+    m_dropped[accountKey].erase(place);
     askPrice(stockKey);
 }
 
@@ -194,6 +196,10 @@ void CTextbook::removeAccount(const std::string& accountKey) {
         for (auto& [stockKey, accounts] : at->second) accounts.erase(accountKey);
         for (auto& [stockKey, accounts] : m_buySellAmounts[day]) accounts.erase(accountKey);
     }
+    for (const DealPlace& place : m_counted[accountKey]) {
+        if (std::get<0>(place) != day) m_dropped[accountKey].insert(place);
+    }
+    m_counted.erase(accountKey);
     m_tradeStatDatas.erase(accountKey);
     m_runningOrders.erase(accountKey);
     for (auto& [strategy, accounts] : m_orderPrices) accounts.erase(accountKey);

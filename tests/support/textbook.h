@@ -6,6 +6,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <tuple>
 
 namespace tests {
 
@@ -43,6 +44,8 @@ private:
     template <class Leaf>
     using ByDay = std::map<int, Leaf>;
 
+    using DealPlace = std::tuple<int, std::string, unsigned long long>;  ///< day, stock, key
+
     struct Traded {
         int buyVolume = 0;
         int sellVolume = 0;
@@ -68,6 +71,8 @@ private:
     ByText<double> m_latestPrices;
     ByDay<ByText<ByText<ByRecord<OrderPtr>>>> m_orderDetails;
     ByDay<ByText<ByText<ByRecord<DealPtr>>>> m_dealDetails;
+    ByText<std::set<DealPlace>> m_counted;  ///< by account: deals in its figures
+    ByText<std::set<DealPlace>> m_dropped;  ///< and those that were, before it was removed
     ByText<ByText<ByRecord<OrderPtr>>> m_runningOrders;
     ByText<ByText<ByText<Traded>>> m_tradeStatDatas;
     ByText<ByText<std::map<int, ByRecord<int>>>> m_orderPrices;
