@@ -16,6 +16,8 @@ namespace desk {
 
 namespace {
 
+using Manager = utils::CSingletonT<TC::CLinkageManager>;
+
 using Clock = std::chrono::steady_clock;
 
 /// How long a step may keep the engine from its jobs and pictures.
@@ -114,7 +116,6 @@ private:
     /// The curves begin with the library, not with the first picture, which comes sooner or
     /// later as the machine is fast or slow.
     void followManager() {
-        using Manager = utils::CSingletonT<TC::CLinkageManager>;
         if (Manager::exists() && !m_bFollowed) startCurves(*Manager::instance());
         m_bFollowed = Manager::exists();
     }
