@@ -47,6 +47,7 @@ std::vector<RestingLevel> restingLevels(const std::vector<OrderRow>& orders, dou
         if (isLevel) resting[{order.price, order.buys}] += order.volume - order.traded;
     }
     std::vector<RestingLevel> levels;
+    levels.reserve(resting.size());
     for (const auto& [level, volume] : resting)
         levels.push_back({level.first, level.second, volume});
     std::stable_sort(levels.begin(), levels.end(),

@@ -36,7 +36,7 @@ double required(const Value& value, const char* what, double largest) {
 }
 
 int wholeNumber(const Value& value, const char* what, int each) {
-    constexpr int LARGEST = std::numeric_limits<int>::max();
+    constexpr double LARGEST = std::numeric_limits<int>::max();
     const double number = required(value, what, LARGEST / each) * each;
     if (std::fabs(number - std::round(number)) > 1e-6) {
         skip(QStringLiteral("%1 is not whole: %2").arg(QString::fromLatin1(what), shown(value)));
