@@ -310,6 +310,7 @@ private:
     CArena<Minute> m_minutes;
     std::map<int, Day> m_days;
 
+    std::optional<int> m_tradeDay;  ///< of the last request of any account
     std::string m_strLastDate;
     int m_nLastDay = 0;
     std::unordered_map<std::string, int> m_dayOfDate;

@@ -150,7 +150,7 @@ struct LedgerForm {
         std::uint32_t nextInCell = NONE;
         std::uint32_t nextOfKey = NONE;
         bool counted = false;  ///< in the traded figures
-        bool dropped = false;  ///< was, until the account's figures were dropped
+        bool dropped = false;  ///< was, until the account's figures of the day were dropped
     };
 
     struct Level {
@@ -180,6 +180,7 @@ struct LedgerForm {
 
     struct Account {
         std::string key;
+        std::optional<int> day;               ///< the trade day that its figures are of
         std::vector<std::uint32_t> pairs;     ///< by strategy
         std::vector<std::uint32_t> holdings;  ///< by stock
         std::vector<std::uint32_t> cells;

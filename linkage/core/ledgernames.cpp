@@ -19,7 +19,9 @@ std::uint32_t CLedger::findStock(const std::string& key) const { return m_stocks
 std::uint32_t CLedger::accountId(const std::string& key) {
     if (const std::uint32_t found = m_accounts.find(key); found != NONE) return found;
     const std::lock_guard names(m_namesMutex);
-    return m_accounts.add(key);
+    const std::uint32_t made = m_accounts.add(key);
+    m_accounts[made].day = m_tradeDay;
+    return made;
 }
 
 std::uint32_t CLedger::strategyId(const std::string& name) {

@@ -66,6 +66,7 @@ void CLedger::removeFiledDeals(int day, const std::string& accountKey,
 }
 
 void CLedger::removeAccount(const std::string& accountKey, int day) {
+    m_tradeDay = day;
     Day& today = m_days[day];
     today.hasOrders = today.hasDeals = true;
     const std::uint32_t at = findAccount(accountKey);
@@ -83,9 +84,13 @@ void CLedger::removeAccount(const std::string& accountKey, int day) {
     for (auto& [stock, accounts] : m_positions) accounts.erase(accountKey);
 }
 
-// Records of the day go; those of other days stay filed, without any figures. Their deals
-// count again when they are reported again: a second request leaves what the first did.
+// Records of the day go; those of other days stay filed, without any figures. When it is
+// the same trade day that starts again, their deals count again when they are reported
+// again: a second request leaves what the first did. On a new day what was counted before
+// stays out of the figures, whatever the data center still repeats.
 void CLedger::removeRecords(Account& account, int day) {
+    const bool startsAgain = account.day == day;
+    account.day = day;
     account.orders.clear();
     account.deals.clear();
     const auto dropChain = [](auto& entries, std::uint32_t first) {
@@ -123,7 +128,7 @@ void CLedger::removeRecords(Account& account, int day) {
         }
         for (std::uint32_t at = cell.firstDeal; at != NONE; at = m_deals[at].nextInCell) {
             m_deals[at].nextOfKey = NONE;
-            m_deals[at].dropped |= m_deals[at].counted;
+            m_deals[at].dropped = startsAgain && (m_deals[at].counted || m_deals[at].dropped);
             m_deals[at].counted = false;
             chainDeal(account, at);
         }

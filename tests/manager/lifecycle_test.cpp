@@ -212,6 +212,10 @@ TEST(Registry, DealsOfOtherDatesCountAgain) {
         f.manager().requestAccount("A");
         f.settle();
     }
+    f.newTradingDate("20240103", "20240103");
+    f.deal({.key = 1, .volume = 50, .tradeDate = "20240101", .strategy = "S"});
+    f.deal({.key = 2, .volume = 30, .tradeDate = "20240102", .strategy = "S"});
+    EXPECT_TRUE(f.state().tradeStatDatas.empty()) << "the day before is over";
 }
 
 TEST(Registry, HeldRecordsOutliveARequestAndTheManager) {

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <utility>
 #include <vector>
 
 namespace tests {
@@ -195,6 +196,11 @@ void CTextbook::removeAccount(const std::string& accountKey) {
     if (const auto at = m_buySellVolumes.find(day); at != m_buySellVolumes.end()) {
         for (auto& [stockKey, accounts] : at->second) accounts.erase(accountKey);
         for (auto& [stockKey, accounts] : m_buySellAmounts[day]) accounts.erase(accountKey);
+    }
+    const auto [known, isNew] = m_dayOfFigures.try_emplace(accountKey, day);
+    if (isNew || std::exchange(known->second, day) != day) {
+        m_counted[accountKey].clear();
+        m_dropped[accountKey].clear();
     }
     for (const DealPlace& place : m_counted[accountKey]) {
         if (std::get<0>(place) != day) m_dropped[accountKey].insert(place);

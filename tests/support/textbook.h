@@ -71,6 +71,7 @@ private:
     ByText<double> m_latestPrices;
     ByDay<ByText<ByText<ByRecord<OrderPtr>>>> m_orderDetails;
     ByDay<ByText<ByText<ByRecord<DealPtr>>>> m_dealDetails;
+    ByText<int> m_dayOfFigures;
     ByText<std::set<DealPlace>> m_counted;  ///< by account: deals in its figures
     ByText<std::set<DealPlace>> m_dropped;  ///< and those that were, before it was removed
     ByText<ByText<ByRecord<OrderPtr>>> m_runningOrders;
