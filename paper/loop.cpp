@@ -3,6 +3,7 @@
 #include "platform/log.h"
 
 #include <QCoreApplication>
+#include <QPointer>
 #include <QThread>
 
 #include <algorithm>
@@ -12,34 +13,33 @@
 
 namespace paper {
 
-namespace {
-
-/// Counts the events that Qt delivers while it lives. Qt does not say whether anything
-/// was queued, and a call that queues another needs a further round.
-class DeliveryCounter final : public QObject {
+/// Counts the events that Qt delivers. Qt does not say whether anything was queued, and a
+/// call that queues another needs a further round.
+class CVirtualLoop::CQtCalls final : public QObject {
 public:
-    DeliveryCounter() { QCoreApplication::instance()->installEventFilter(this); }
+    explicit CQtCalls(QCoreApplication& application) : m_pApplication(&application) {
+        application.installEventFilter(this);
+    }
 
-    int delivered() const { return m_delivered; }
+    bool belongTo(const QCoreApplication* application) const {
+        return m_pApplication == application;
+    }
+
+    bool deliver() {
+        const int before = m_nDelivered;
+        QCoreApplication::sendPostedEvents();
+        return m_nDelivered != before;
+    }
 
 private:
     bool eventFilter(QObject*, QEvent*) override {
-        ++m_delivered;
+        ++m_nDelivered;
         return false;
     }
 
-    int m_delivered = 0;
+    const QPointer<QCoreApplication> m_pApplication;
+    int m_nDelivered = 0;
 };
-
-bool deliverQtCalls() {
-    const QCoreApplication* application = QCoreApplication::instance();
-    if (!application || application->thread() != QThread::currentThread()) return false;
-    DeliveryCounter counter;
-    QCoreApplication::sendPostedEvents();
-    return counter.delivered() > 0;
-}
-
-}  // namespace
 
 CVirtualLoop::CVirtualLoop(std::int64_t startMicros)
     : m_now(startMicros), m_work(boost::asio::make_work_guard(m_service)) {
@@ -47,19 +47,24 @@ CVirtualLoop::CVirtualLoop(std::int64_t startMicros)
 }
 
 CVirtualLoop::~CVirtualLoop() {
+    m_pWaits->clear();
     if (&utils::currentClock() == this) utils::setClock(nullptr);
 }
 
-void CVirtualLoop::noteDue(std::int64_t dueMicros) {
-    const std::lock_guard lock(m_dueMutex);
-    m_due.insert(dueMicros);
+bool CVirtualLoop::deliverQtCalls() {
+    QCoreApplication* const application = QCoreApplication::instance();
+    if (!application || application->thread() != QThread::currentThread()) return false;
+    if (!m_pQtCalls || !m_pQtCalls->belongTo(application)) {
+        m_pQtCalls = std::make_unique<CQtCalls>(*application);
+    }
+    return m_pQtCalls->deliver();
 }
 
 bool CVirtualLoop::runOnce() {
-    // A poll comes back when no handler and no due timer is left; only what happens
-    // beside it can make another one necessary.
     m_service.restart();
-    m_service.poll();
+    do {
+        m_service.poll();
+    } while (endWaits());
     const bool delivered = deliverQtCalls();
     const bool settled = m_settle && m_settle();
     return delivered || settled;
@@ -70,24 +75,19 @@ void CVirtualLoop::runToRest() {
     }
 }
 
-void CVirtualLoop::wakeTimers() {
-    m_waker.expires_at(utils::TimePoint());
-    m_waker.async_wait([](const boost::system::error_code&) {});
+bool CVirtualLoop::endWaits() {
+    const std::vector<utils::CWaits::End> due = m_pWaits->takeDue(nowMicros());
+    for (const utils::CWaits::End& end : due) end(true);
+    return !due.empty();
 }
 
 void CVirtualLoop::advanceTo(std::int64_t micros) {
     runToRest();
     while (nowMicros() < micros) {
-        std::optional<std::int64_t> due;
-        {
-            const std::lock_guard lock(m_dueMutex);
-            m_due.erase(m_due.begin(), m_due.upper_bound(nowMicros()));
-            if (!m_due.empty() && *m_due.begin() <= micros) due = *m_due.begin();
-        }
-        m_now.store(due.value_or(micros), std::memory_order_release);
-        if (!due) return;
-        wakeTimers();
-        runToRest();
+        const std::optional<std::int64_t> next = m_pWaits->next();
+        const bool due = next && *next <= micros;
+        m_now.store(due ? std::max(*next, nowMicros()) : micros, std::memory_order_release);
+        if (due) runToRest();
     }
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/utils/clock.h"
-#include "platform/utils/deadlinetimer.h"
+#include "platform/utils/waits.h"
 
 #include <utility>
 
@@ -11,8 +11,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
-#include <mutex>
-#include <set>
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -41,22 +40,23 @@ public:
     void advanceSeconds(double seconds);
 
     std::int64_t nowMicros() const override { return m_now.load(std::memory_order_acquire); }
-    bool isVirtual() const override { return true; }
-    void noteDue(std::int64_t dueMicros) override;
+    std::shared_ptr<utils::CWaits> waits() const override { return m_pWaits; }
 
 private:
+    class CQtCalls;
+
     /// True when Qt calls or settling may have queued more.
     bool runOnce();
-    /// The reactor looks at its timers when one is armed that is due before all others.
-    void wakeTimers();
+    bool deliverQtCalls();
+    /// Ends the waits that are due; false when there are none.
+    bool endWaits();
 
     std::atomic<std::int64_t> m_now;
     boost::asio::io_service m_service;
-    utils::DeadlineTimer m_waker{m_service};
     boost::asio::executor_work_guard<boost::asio::io_service::executor_type> m_work;
+    std::unique_ptr<CQtCalls> m_pQtCalls;
     std::function<bool()> m_settle;
-    std::mutex m_dueMutex;  ///< timers may be armed on any thread
-    std::set<std::int64_t> m_due;
+    const std::shared_ptr<utils::CWaits> m_pWaits = std::make_shared<utils::CWaits>();
 };
 
 /// The paper client on the machine's clock, with threads: for programs.

@@ -1,5 +1,7 @@
 #include "paper/scheduler.h"
 
+#include "platform/utils/clock.h"
+
 #include <QDateTime>
 
 #include <algorithm>

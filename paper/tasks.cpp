@@ -1,5 +1,7 @@
 #include "paper/tasks.h"
 
+#include "platform/utils/clock.h"
+
 #include <boost/make_shared.hpp>
 
 #include <algorithm>

@@ -3,8 +3,11 @@
 #include "platform/export.h"
 
 #include <cstdint>
+#include <memory>
 
 namespace utils {
+
+class CWaits;
 
 /// The one clock of the client. Nothing in the library, the client or the tests
 /// reads another: "now", "today", timers and trade dates all follow it.
@@ -17,10 +20,9 @@ public:
     /// Microseconds since the epoch, UTC.
     virtual std::int64_t nowMicros() const = 0;
 
-    /// True when the clock stands still between moves made by its owner; timers
-    /// then never sleep, and their due times are announced through noteDue().
-    virtual bool isVirtual() const { return false; }
-    virtual void noteDue(std::int64_t /*dueMicros*/) {}
+    /// Where timers wait while the clock stands still between moves of its owner, who
+    /// ends what is due. Empty when time passes by itself: then they wait in the engine.
+    virtual std::shared_ptr<CWaits> waits() const { return {}; }
 };
 
 /// Puts a clock in place; null brings the machine's own clock back.

@@ -1,43 +1,47 @@
 #pragma once
 
-#include "platform/utils/clock.h"
+#include "platform/utils/waits.h"
 
 #include <utility>
 
-#include <boost/asio/basic_deadline_timer.hpp>
 #include <boost/asio/io_service.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <boost/date_time/posix_time/posix_time_types.hpp>
+#include <boost/system/error_code.hpp>
 
-#include <atomic>
-#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
 
-/// asio deadline timers on the platform's clock.
 namespace utils {
 
-/// A moment and the order in which it was asked for: timers that are due at the
-/// same moment fire in the order in which they were armed.
-struct TimePoint {
-    std::int64_t micros = 0;
-    std::uint64_t order = 0;
+/// An asio timer on the platform's clock. While that clock runs by itself it is the
+/// engine's own; on a clock that stands still it waits there (IClock::waits()), and
+/// timers of one moment end in the order in which they began to wait.
+///
+/// Threads: one at a time; the handler runs in the service. Errors: a wait that is cut
+/// short ends with operation_aborted.
+class PLATFORM_EXPORT DeadlineTimer {
+public:
+    using Handler = std::function<void(const boost::system::error_code&)>;
+
+    explicit DeadlineTimer(boost::asio::io_service& service) : m_service(service) {}
+    ~DeadlineTimer() { cancel(); }
+    DeadlineTimer(const DeadlineTimer&) = delete;
+    DeadlineTimer& operator=(const DeadlineTimer&) = delete;
+
+    /// Sets the timer anew; a wait under way is cut short.
+    void expires_from_now(const boost::posix_time::time_duration& delay);
+    /// One wait at a time: another that is under way is cut short.
+    void async_wait(Handler handler);
+    void cancel();
+
+private:
+    boost::asio::io_service& m_service;
+    std::int64_t m_nDueMicros = 0;
+    std::optional<boost::asio::steady_timer> m_running;
+    std::shared_ptr<CWaits> m_pWaits;  ///< of the clock that stood still at the last wait
+    CWaits::Place m_place;
 };
-
-struct PLATFORM_EXPORT ClockTimeTraits {
-    using time_type = TimePoint;
-    using duration_type = boost::posix_time::time_duration;
-
-    static time_type now();
-    static time_type add(const time_type& time, const duration_type& duration);
-    static duration_type subtract(const time_type& left, const time_type& right);
-    static bool less_than(const time_type& left, const time_type& right) {
-        return left.micros != right.micros ? left.micros < right.micros : left.order < right.order;
-    }
-
-    /// How long the reactor may sleep. While the clock is virtual, machine time says
-    /// nothing about what is due: a timer that is due wakes the reactor at once, others
-    /// wait until the owner of the clock has moved it and arms a timer that is due.
-    static boost::posix_time::time_duration to_posix_duration(const duration_type& duration);
-};
-
-using DeadlineTimer = boost::asio::basic_deadline_timer<TimePoint, ClockTimeTraits>;
 
 }  // namespace utils
