@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/utils/keyindex.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -8,7 +10,7 @@
 namespace TC {
 
 /// "No such index."
-inline constexpr std::uint32_t NONE = 0xffffffffu;
+inline constexpr std::uint32_t NONE = utils::CKeyIndex::NONE;
 
 /// Objects in blocks, named by a 32-bit index. Objects never move, growth copies
 /// nothing, and the indexes of taken-away objects are used again.

@@ -299,7 +299,7 @@ private:
     CNameTable<Strategy> m_strategies;
     CNameTable<Stock> m_stocks;
     CArena<Listing, 5> m_listings;
-    CKeyIndex m_listingIndex;
+    utils::CKeyIndex m_listingIndex;
     CArena<Pair, 6> m_pairs;
 
     CArena<Holding> m_holdings;

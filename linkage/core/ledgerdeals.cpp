@@ -9,7 +9,7 @@ namespace TC {
 
 void CLedger::chainDeal(Account& account, std::uint32_t at) {
     DealEntry& entry = m_deals[at];
-    const std::uint64_t hash = mixHash(entry.key);
+    const std::uint64_t hash = utils::mixHash(entry.key);
     const std::uint32_t head = account.deals.find(
         hash, [&](std::uint32_t index) { return m_deals[index].key == entry.key; });
     if (head == NONE) {
@@ -25,7 +25,7 @@ std::pair<std::uint32_t, bool> CLedger::putDeal(std::uint32_t accountAt, std::ui
     Account& account = m_accounts[accountAt];
     const std::uint64_t key = deal->recordKey();
     for (std::uint32_t at = account.deals.find(
-             mixHash(key), [&](std::uint32_t index) { return m_deals[index].key == key; });
+             utils::mixHash(key), [&](std::uint32_t index) { return m_deals[index].key == key; });
          at != NONE; at = m_deals[at].nextOfKey) {
         if (m_deals[at].cell != cellAt) continue;
         m_deals[at].report = deal;

@@ -148,7 +148,7 @@ int CLedger::lotsAtLevel(const std::string& strategy, int level) const {
         if (name >= account.pairs.size() || account.pairs[name] == NONE) continue;
         const Pair& pair = m_pairs[account.pairs[name]];
         const std::uint32_t at =
-            pair.levelIndex.find(mixHash(static_cast<std::uint32_t>(level)),
+            pair.levelIndex.find(utils::mixHash(static_cast<std::uint32_t>(level)),
                                  [&](std::uint32_t each) { return m_levels[each].level == level; });
         if (at != NONE) lots = wrapAdd(lots, m_levels[at].lots);
     }

@@ -2,13 +2,13 @@
 
 #include "linkage/core/arena.h"
 #include "linkage/core/figures.h"
-#include "linkage/core/keyindex.h"
 #include "linkage/core/types.h"
 #include "linkage/stats/profitrule.h"
 #include "platform/records/dealdetail.h"
 #include "platform/records/orderdetail.h"
 #include "platform/records/ratelimit.h"
 #include "platform/records/taskdetail.h"
+#include "platform/utils/keyindex.h"
 
 #include <QString>
 
@@ -174,7 +174,7 @@ struct LedgerForm {
         CFigureIndex index;
         std::vector<Figures*> figures;
         std::uint32_t sorted = 0;  ///< so many of `figures` are in stock-key order
-        CKeyIndex levelIndex;
+        utils::CKeyIndex levelIndex;
         std::uint32_t firstLevel = NONE;
     };
 
@@ -185,8 +185,8 @@ struct LedgerForm {
         std::vector<std::uint32_t> holdings;  ///< by stock
         std::vector<std::uint32_t> cells;
         std::vector<std::uint32_t> parked;  ///< order entries that are filed nowhere
-        CKeyIndex orders;
-        CKeyIndex deals;
+        utils::CKeyIndex orders;
+        utils::CKeyIndex deals;
     };
 
     struct Strategy {

@@ -40,9 +40,10 @@ std::uint32_t CLedger::stockId(const std::string& key) {
 }
 
 std::uint32_t CLedger::listingId(const std::string& market, const std::string& code) {
-    const std::uint64_t hash = textHash(code, textHash(market));
+    const std::uint64_t hash = utils::textHash(code, utils::textHash(market));
     std::uint32_t at = m_listingIndex.find(hash, [&](std::uint32_t index) {
-        return sameText(m_listings[index].code, code) && sameText(m_listings[index].market, market);
+        return utils::sameText(m_listings[index].code, code) &&
+               utils::sameText(m_listings[index].market, market);
     });
     if (at == NONE) {
         at = m_listings.make();
@@ -81,7 +82,7 @@ Holding& CLedger::holding(std::uint32_t account, std::uint32_t stock) {
 }
 
 int CLedger::day(const std::string& date) {
-    if (!date.empty() && sameText(date, m_strLastDate)) return m_nLastDay;
+    if (!date.empty() && utils::sameText(date, m_strLastDate)) return m_nLastDay;
     const auto [at, isNew] = m_dayOfDate.try_emplace(date, 0);
     if (isNew) at->second = dayKey(date);
     m_strLastDate = date;

@@ -7,7 +7,7 @@
 namespace TC {
 
 std::uint32_t CLedger::findOrder(const Account& account, std::uint64_t key) const {
-    return account.orders.find(mixHash(key),
+    return account.orders.find(utils::mixHash(key),
                                [&](std::uint32_t at) { return m_orders[at].key == key; });
 }
 
@@ -15,7 +15,7 @@ void CLedger::chainOrder(Account& account, std::uint32_t at) {
     OrderEntry& entry = m_orders[at];
     const std::uint32_t head = findOrder(account, entry.key);
     if (head == NONE) {
-        account.orders.add(mixHash(entry.key), at);
+        account.orders.add(utils::mixHash(entry.key), at);
     } else {
         entry.nextOfKey = m_orders[head].nextOfKey;
         m_orders[head].nextOfKey = at;
@@ -49,7 +49,7 @@ void CLedger::headOfKey(Account& account, std::uint64_t key, std::uint32_t entry
     while (m_orders[before].nextOfKey != entry) before = m_orders[before].nextOfKey;
     m_orders[before].nextOfKey = m_orders[entry].nextOfKey;
     m_orders[entry].nextOfKey = head;
-    account.orders.replace(mixHash(key), head, entry);
+    account.orders.replace(utils::mixHash(key), head, entry);
 }
 
 void CLedger::fileOrder(OrderStep& step, const OrderPtr& order) {
@@ -187,7 +187,7 @@ std::uint32_t CLedger::parkFacets(const OrderStep& step, OrderEntry& entry, std:
 
 std::uint32_t CLedger::levelCellOf(std::uint32_t pairAt, std::int32_t level) {
     Pair& pair = m_pairs[pairAt];
-    const std::uint64_t hash = mixHash(static_cast<std::uint32_t>(level));
+    const std::uint64_t hash = utils::mixHash(static_cast<std::uint32_t>(level));
     const std::uint32_t found =
         pair.levelIndex.find(hash, [&](std::uint32_t at) { return m_levels[at].level == level; });
     if (found != NONE) return found;

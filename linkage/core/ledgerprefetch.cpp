@@ -13,11 +13,11 @@ void CLedger::prefetchPlaces(std::uint32_t accountAt, std::uint32_t stock, const
 }
 
 void CLedger::prefetchOrder(const OrderStep& step, const vexservice::COrderDetail& order) const {
-    m_accounts[step.account].orders.prefetch(mixHash(order.recordKey()));
+    m_accounts[step.account].orders.prefetch(utils::mixHash(order.recordKey()));
     const Pair* const pair = findPair(step.account, step.strategy);
     prefetchPlaces(step.account, step.stock, pair);
     if (!pair) return;
-    pair->levelIndex.prefetch(mixHash(static_cast<std::uint32_t>(step.level)));
+    pair->levelIndex.prefetch(utils::mixHash(static_cast<std::uint32_t>(step.level)));
     if (step.runs) return;
     // Who ends gives his place in the running set to the last one.
     for (const Pair* const each : {pair, findPair(step.account, 0)}) {
@@ -28,7 +28,7 @@ void CLedger::prefetchOrder(const OrderStep& step, const vexservice::COrderDetai
 }
 
 void CLedger::prefetchDeal(const DealStep& step, const vexservice::CDealDetail& deal) const {
-    m_accounts[step.account].deals.prefetch(mixHash(deal.recordKey()));
+    m_accounts[step.account].deals.prefetch(utils::mixHash(deal.recordKey()));
     prefetchPlaces(step.account, step.stock, findPair(step.account, step.strategy));
 }
 

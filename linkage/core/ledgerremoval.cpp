@@ -5,9 +5,9 @@ namespace TC {
 namespace {
 
 template <class Entry>
-void unchain(CArena<Entry>& entries, CKeyIndex& index, std::uint32_t at) {
+void unchain(CArena<Entry>& entries, utils::CKeyIndex& index, std::uint32_t at) {
     const std::uint64_t key = entries[at].key;
-    const std::uint64_t hash = mixHash(key);
+    const std::uint64_t hash = utils::mixHash(key);
     const std::uint32_t next = entries[at].nextOfKey;
     std::uint32_t before =
         index.find(hash, [&](std::uint32_t each) { return entries[each].key == key; });
@@ -25,7 +25,7 @@ void unchain(CArena<Entry>& entries, CKeyIndex& index, std::uint32_t at) {
 
 // Drops the entries of a cell that have one of the keys and `mayGo`.
 template <class Entry, class MayGo>
-void dropFiled(CArena<Entry>& entries, CKeyIndex& index, std::uint32_t& first,
+void dropFiled(CArena<Entry>& entries, utils::CKeyIndex& index, std::uint32_t& first,
                const std::set<std::uint64_t>& keys, MayGo mayGo) {
     for (std::uint32_t* link = &first; *link != NONE;) {
         const std::uint32_t at = *link;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "linkage/core/arena.h"
-#include "linkage/core/keyindex.h"
+#include "platform/utils/keyindex.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -17,15 +17,16 @@ class CNameTable {
 public:
     /// NONE when the text was never added.
     std::uint32_t find(const std::string& key) const {
-        return m_index.find(textHash(key),
-                            [&](std::uint32_t at) { return sameText(m_names[at].key, key); });
+        return m_index.find(utils::textHash(key), [&](std::uint32_t at) {
+            return utils::sameText(m_names[at].key, key);
+        });
     }
 
     /// Adds a text that is not there yet.
     std::uint32_t add(const std::string& key) {
         const std::uint32_t made = m_names.make();
         m_names[made].key = key;
-        m_index.add(textHash(key), made);
+        m_index.add(utils::textHash(key), made);
         return made;
     }
 
@@ -54,7 +55,7 @@ public:
 
 private:
     CArena<T, 5> m_names;
-    CKeyIndex m_index;
+    utils::CKeyIndex m_index;
     mutable std::vector<std::uint32_t> m_order;
 };
 

@@ -1,13 +1,11 @@
 #pragma once
 
-#include "linkage/core/arena.h"
-
 #include <cstdint>
 #include <cstring>
 #include <string_view>
 #include <vector>
 
-namespace TC {
+namespace utils {
 
 inline std::uint64_t mixHash(std::uint64_t value) {
     value *= 0xd6e8feb86659fd93ull;
@@ -74,6 +72,8 @@ inline bool sameText(std::string_view left, std::string_view right) {
 /// as a rule, one object.
 class CKeyIndex {
 public:
+    static constexpr std::uint32_t NONE = 0xffffffffu;
+
     /// The index that `matches`, or NONE.
     template <class Matches>
     std::uint32_t find(std::uint64_t hash, Matches matches) const {
@@ -159,4 +159,4 @@ private:
     std::size_t m_nUsed = 0;
 };
 
-}  // namespace TC
+}  // namespace utils

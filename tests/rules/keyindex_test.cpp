@@ -1,11 +1,11 @@
-#include "linkage/core/keyindex.h"
+#include "platform/utils/keyindex.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
 #include <vector>
 
-using namespace TC;
+using utils::CKeyIndex;
 
 // Against a plain list, with hashes that crowd into a few places of the table and keys
 // that share a whole hash.
@@ -25,6 +25,6 @@ TEST(KeyIndex, FindsWhatIsThereWhateverWasTakenOut) {
         const std::uint32_t asked = random() % there.size();
         const std::uint32_t found =
             index.find(hashOf(asked), [&](std::uint32_t each) { return each == asked; });
-        ASSERT_EQ(found, there[asked] ? asked : NONE) << "step " << step;
+        ASSERT_EQ(found, there[asked] ? asked : CKeyIndex::NONE) << "step " << step;
     }
 }
