@@ -4,9 +4,11 @@
 #include "platform/utils/keys.h"
 #include "platform/utils/referencedata.h"
 
+#include <boost/container/static_vector.hpp>
 #include <boost/make_shared.hpp>
 
 #include <exception>
+#include <utility>
 
 namespace paper {
 
@@ -30,15 +32,26 @@ void CPaperAccountData::setInfo(boost::shared_ptr<CAccountInfo> info) {
     m_pInfo = std::move(info);
 }
 
+std::uint32_t CPaperAccountData::Records::placeOf(std::uint64_t recordKey) const {
+    return places.find(utils::mixHash(recordKey), [&](std::uint32_t place) {
+        return inOrder[place]->recordKey() == recordKey;
+    });
+}
+
+void CPaperAccountData::Records::add(Record record) {
+    places.add(utils::mixHash(record->recordKey()), static_cast<std::uint32_t>(inOrder.size()));
+    inOrder.push_back(std::move(record));
+}
+
 void CPaperAccountData::keep(int type, const Record& record) {
+    Record before;
     const std::lock_guard lock(m_mutex);
     Records& records = m_records[type];
-    const auto [at, added] =
-        records.places.try_emplace(record->recordKey(), records.inOrder.size());
-    if (added) {
-        records.inOrder.push_back(record);
+    const std::uint32_t place = records.placeOf(record->recordKey());
+    if (place == utils::CKeyIndex::NONE) {
+        records.add(record);
     } else {
-        records.inOrder[at->second] = record;
+        before = std::exchange(records.inOrder[place], record);
     }
 }
 
@@ -46,17 +59,15 @@ CPaperAccountData::Record CPaperAccountData::find(int type, std::uint64_t record
     const std::lock_guard lock(m_mutex);
     const auto records = m_records.find(type);
     if (records == m_records.end()) return {};
-    const auto at = records->second.places.find(recordKey);
-    return at == records->second.places.end() ? Record() : records->second.inOrder[at->second];
+    const std::uint32_t place = records->second.placeOf(recordKey);
+    return place == utils::CKeyIndex::NONE ? Record() : records->second.inOrder[place];
 }
 
 void CPaperAccountData::forget(int type, const std::function<bool(const INumberedData&)>& wanted) {
     const std::lock_guard lock(m_mutex);
     Records left;
     for (Record& record : m_records[type].inOrder) {
-        if (!wanted(*record)) continue;
-        left.places.emplace(record->recordKey(), left.inOrder.size());
-        left.inOrder.push_back(std::move(record));
+        if (wanted(*record)) left.add(std::move(record));
     }
     m_records[type] = std::move(left);
 }
@@ -74,7 +85,7 @@ void CDataCenter::DeliverToAll::operator()(Slots first, Slots last) const {
 
 CDataCenter::CDataCenter(std::string tradeDate)
     : m_strTradeDate(std::move(tradeDate)),
-      m_pGlobal(boost::make_shared<CPaperAccountData>(std::string())) {}
+      m_all{boost::make_shared<CPaperAccountData>(std::string()), {}, {}} {}
 
 void CDataCenter::getAllAccountData(std::vector<boost::shared_ptr<CAccountData>>& accounts) const {
     const std::lock_guard lock(m_mutex);
@@ -87,7 +98,7 @@ boost::shared_ptr<CAccountData> CDataCenter::getAccountData(std::uint64_t hash) 
     return at == m_byHash.end() ? nullptr : at->second;
 }
 
-boost::shared_ptr<CAccountData> CDataCenter::getGlobalAccountData() const { return m_pGlobal; }
+boost::shared_ptr<CAccountData> CDataCenter::getGlobalAccountData() const { return m_all.data; }
 
 std::string CDataCenter::getTradingDate() const {
     const std::lock_guard lock(m_mutex);
@@ -97,8 +108,9 @@ std::string CDataCenter::getTradingDate() const {
 boost::signals2::connection CDataCenter::subscribe(const std::string& accountKey, int type,
                                                    const std::string&, const Callback& callback) {
     const std::lock_guard lock(m_mutex);
-    std::shared_ptr<Signal>& signal = m_signals[{accountKey, type}];
-    if (!signal) signal = std::make_shared<Signal>();
+    Entry& entry = accountKey.empty() ? m_all : m_accounts[accountKey];
+    std::unique_ptr<Signal>& signal = entry.subscribers[type];
+    if (!signal) signal = std::make_unique<Signal>();
     return signal->connect(callback);
 }
 
@@ -134,10 +146,10 @@ void CDataCenter::setAccount(const Account& account) {
     utils::referenceDataChanged();
 }
 
-boost::shared_ptr<CPaperAccountData> CDataCenter::account(const std::string& accountKey) const {
+CPaperAccountData* CDataCenter::account(const std::string& accountKey) const {
     const std::lock_guard lock(m_mutex);
     const auto at = m_accounts.find(accountKey);
-    return at == m_accounts.end() ? nullptr : at->second.data;
+    return at == m_accounts.end() ? nullptr : at->second.data.get();
 }
 
 std::vector<std::string> CDataCenter::accountKeys() const {
@@ -145,26 +157,28 @@ std::vector<std::string> CDataCenter::accountKeys() const {
     return m_keys;
 }
 
-std::vector<std::shared_ptr<CDataCenter::Signal>> CDataCenter::subscribers(
-    const std::string& accountKey, int type) {
-    std::vector<std::shared_ptr<Signal>> found;
-    const std::lock_guard lock(m_mutex);
-    const auto collect = [&](const std::string& key) {
-        const auto at = m_signals.find({key, type});
-        if (at != m_signals.end()) found.push_back(at->second);
-    };
-    collect(accountKey);
-    if (!accountKey.empty()) collect(std::string());
-    return found;
-}
-
 void CDataCenter::report(const std::string& accountKey, int type,
                          const CPaperAccountData::Record& record, bool push) {
-    const auto data = type == DATA_TASK ? m_pGlobal : account(accountKey);
-    if (!record || !data) return;
+    if (!record) return;
+    CPaperAccountData* data = nullptr;
+    boost::container::static_vector<Signal*, 2> subscribers;
+    {
+        const std::lock_guard lock(m_mutex);
+        const auto addOf = [&](const Entry& entry) {
+            const auto at = entry.subscribers.find(type);
+            if (at != entry.subscribers.end()) subscribers.push_back(at->second.get());
+        };
+        if (type == DATA_TASK) data = m_all.data.get();
+        if (const auto at = m_accounts.find(accountKey); at != m_accounts.end()) {
+            if (!data) data = at->second.data.get();
+            addOf(at->second);
+        }
+        addOf(m_all);
+    }
+    if (!data) return;
     data->keep(type, record);
     if (!push) return;
-    for (const auto& signal : subscribers(accountKey, type)) (*signal)(accountKey, record);
+    for (Signal* signal : subscribers) (*signal)(accountKey, record);
 }
 
 void CDataCenter::beginTradingDate(const std::string& date) {
@@ -172,7 +186,7 @@ void CDataCenter::beginTradingDate(const std::string& date) {
     {
         const std::lock_guard lock(m_mutex);
         m_strTradeDate = date;
-        for (const auto& [key, entry] : m_accounts) accounts.push_back(entry.data);
+        for (const std::string& key : m_keys) accounts.push_back(m_accounts.at(key).data);
     }
     for (const auto& data : accounts) {
         data->forget(DATA_ORDER, [&](const INumberedData& record) {
@@ -182,7 +196,7 @@ void CDataCenter::beginTradingDate(const std::string& date) {
             return static_cast<const CDealDetail&>(record).m_strTradeDate == date;
         });
     }
-    m_pGlobal->forget(DATA_TASK, [&](const INumberedData& record) {
+    m_all.data->forget(DATA_TASK, [&](const INumberedData& record) {
         const auto& command = static_cast<const CTaskDetail&>(record).m_pCommand;
         return !command || command->m_strTradeDate == date;
     });

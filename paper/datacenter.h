@@ -2,11 +2,12 @@
 
 #include "paper/paperclient.h"
 #include "platform/services/tradercenter.h"
+#include "platform/utils/keyindex.h"
 
+#include <boost/container/flat_map.hpp>
 #include <boost/signals2/signal.hpp>
 
 #include <functional>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -39,13 +40,17 @@ public:
 private:
     struct Records {
         std::vector<Record> inOrder;
-        std::unordered_map<std::uint64_t, std::size_t> places;
+        utils::CKeyIndex places;
+
+        /// The place of a record key, or CKeyIndex::NONE.
+        std::uint32_t placeOf(std::uint64_t recordKey) const;
+        void add(Record record);
     };
 
     const std::string m_strKey;
     mutable std::mutex m_mutex;
     boost::shared_ptr<vexservice::CAccountInfo> m_pInfo;
-    std::map<int, Records> m_records;
+    boost::container::flat_map<int, Records> m_records;
 };
 
 /// The trade data center, with the fee limits of its accounts.
@@ -69,9 +74,9 @@ public:
         const std::string& code) override;
 
     void setAccount(const Account& account);
-    /// The account's data, or an empty pointer.
-    boost::shared_ptr<CPaperAccountData> account(const std::string& accountKey) const;
-    CPaperAccountData& globalData() const { return *m_pGlobal; }
+    /// The account's data, which stays as long as the data center; null: no such account.
+    CPaperAccountData* account(const std::string& accountKey) const;
+    CPaperAccountData& globalData() const { return *m_all.data; }
     std::vector<std::string> accountKeys() const;
 
     /// Keeps a report, and with `push` sends it to the subscribers; a report of an
@@ -91,20 +96,21 @@ private:
     };
     using Signal = boost::signals2::signal<
         void(const std::string&, const boost::shared_ptr<vexservice::IData>&), DeliverToAll>;
+    using Signals = boost::container::flat_map<int, std::unique_ptr<Signal>>;
+    /// Stays once it is there, with its data and its signals. Subscribers may come before
+    /// their account.
     struct Entry {
         boost::shared_ptr<CPaperAccountData> data;
         boost::shared_ptr<vexservice::CStkExchangeRateLimit> fee;
+        Signals subscribers;
     };
-
-    std::vector<std::shared_ptr<Signal>> subscribers(const std::string& accountKey, int type);
 
     mutable std::mutex m_mutex;
     std::string m_strTradeDate;
-    const boost::shared_ptr<CPaperAccountData> m_pGlobal;
     std::vector<std::string> m_keys;  ///< in the order of appearance
     std::unordered_map<std::string, Entry> m_accounts;
     std::unordered_map<std::uint64_t, boost::shared_ptr<CPaperAccountData>> m_byHash;
-    std::map<std::pair<std::string, int>, std::shared_ptr<Signal>> m_signals;
+    Entry m_all;  ///< what belongs to no single account, and who follows every one
 };
 
 }  // namespace paper
