@@ -168,12 +168,12 @@ void CPaperClient::setAccount(const Account& account) {
     m_pServices->dataCenter->setAccount(account);
 }
 
-bool CPaperClient::hasAccount(const std::string& accountKey) const {
-    return m_pServices->dataCenter->account(accountKey) != nullptr;
+const CAccountData* CPaperClient::account(const std::string& accountKey) const {
+    return m_pServices->dataCenter->account(accountKey);
 }
 
 boost::shared_ptr<CAccountInfo> CPaperClient::accountInfo(const std::string& accountKey) const {
-    const auto data = m_pServices->dataCenter->account(accountKey);
+    const CAccountData* const data = account(accountKey);
     return data ? data->getAccountInfo() : nullptr;
 }
 

@@ -8,6 +8,7 @@
 #include "platform/records/ratelimit.h"
 #include "platform/records/taskdetail.h"
 #include "platform/records/taskoprecord.h"
+#include "platform/services/accountdata.h"
 #include "platform/services/connections.h"
 #include "platform/services/quoteclient.h"
 
@@ -114,7 +115,8 @@ public:
     // reference data
     void setInstrument(const Instrument& instrument);
     void setAccount(const Account& account);
-    bool hasAccount(const std::string& accountKey) const;
+    /// The account's data, which stays as long as the client; null: no such account.
+    const vexservice::CAccountData* account(const std::string& accountKey) const;
     /// The account's info record, empty when it has none.
     boost::shared_ptr<vexservice::CAccountInfo> accountInfo(const std::string& accountKey) const;
     void setTradeSetting(int block, vexservice::EPriceType priceType, double price);

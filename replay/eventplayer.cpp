@@ -55,10 +55,11 @@ std::int64_t CEventPlayer::target(const AdvanceEvent& event) const {
 
 // ------------------------------------------------------------------ preconditions
 
-void CEventPlayer::needAccount(const std::string& account) const {
-    if (!m_client.hasAccount(account)) {
-        throw LineError("account " + inQuotes(account) + " has no \"account\" line");
-    }
+boost::shared_ptr<vexservice::CAccountInfo> CEventPlayer::needAccount(
+    const std::string& account) const {
+    const vexservice::CAccountData* const data = m_client.account(account);
+    if (!data) throw LineError("account " + inQuotes(account) + " has no \"account\" line");
+    return data->getAccountInfo();
 }
 
 void CEventPlayer::needPaperExchange(std::string_view event) const {
@@ -94,8 +95,7 @@ void CEventPlayer::on(const BarsEvent& event) {
 }
 
 void CEventPlayer::on(const ServerHistoryEvent& event) {
-    needAccount(event.account);
-    const auto info = m_client.accountInfo(event.account);
+    const auto info = needAccount(event.account);
     for (const auto& order : event.day.orders) order->m_pAccountInfo = info;
     for (std::size_t i = 0; i < event.day.deals.size(); ++i) {
         vexservice::CDealDetail& deal = *event.day.deals[i];
@@ -108,24 +108,21 @@ void CEventPlayer::on(const ServerHistoryEvent& event) {
 // -------------------------------------------------------------------------- reports
 
 void CEventPlayer::on(const OrderEvent& event) {
-    needAccount(event.account);
-    event.order->m_pAccountInfo = m_client.accountInfo(event.account);
+    event.order->m_pAccountInfo = needAccount(event.account);
     if (!event.dated) event.order->m_strTradeDate = m_client.tradeDate();
     m_client.report(event.account, event.order, event.push);
 }
 
 void CEventPlayer::on(const DealEvent& event) {
-    needAccount(event.account);
-    event.deal->m_pAccountInfo = m_client.accountInfo(event.account);
+    event.deal->m_pAccountInfo = needAccount(event.account);
     if (!event.dated) event.deal->m_strTradeDate = m_client.tradeDate();
     if (!event.timed) event.deal->m_strTradeTime = timeText(m_loop.nowMicros());
     m_client.report(event.account, event.deal, event.push);
 }
 
 void CEventPlayer::on(const TaskEvent& event) {
-    for (const std::string& account : event.accounts) needAccount(account);
     for (std::size_t i = 0; i < event.accounts.size(); ++i) {
-        event.task->m_items[i]->m_pAccountInfo = m_client.accountInfo(event.accounts[i]);
+        event.task->m_items[i]->m_pAccountInfo = needAccount(event.accounts[i]);
     }
     if (vexservice::CCommandRecord* command = event.task->m_pCommand.get()) {
         const bool userless = m_config.clientType == TC::CLIENT_TYPE_3;
@@ -136,8 +133,7 @@ void CEventPlayer::on(const TaskEvent& event) {
 }
 
 void CEventPlayer::on(const PositionEvent& event) {
-    needAccount(event.account);
-    event.position->m_pAccountInfo = m_client.accountInfo(event.account);
+    event.position->m_pAccountInfo = needAccount(event.account);
     m_client.report(event.account, event.position, event.push);
 }
 
@@ -204,18 +200,18 @@ void CEventPlayer::on(const CallEvent& event) {
     operation.run(call);
 
     CJsonWriter& out = m_output.beginLine();
-    out.member("at", m_output.at());
+    out.written(m_output.at());
     out.member("op", event.op);
     out.member("out", "result");
     out.key("value");
-    out.written(m_result);
+    out.written(viewOf(m_result));
     m_output.endLine();
 }
 
 void CEventPlayer::on(const DumpEvent&) {
     const TC::ManagerState state = needManager("dump").state();
     CJsonWriter& out = m_output.beginLine();
-    out.member("at", m_output.at());
+    out.written(m_output.at());
     out.member("out", "dump");
     out.key("state");
     writeState(out, state);
@@ -227,7 +223,7 @@ void CEventPlayer::on(const DumpEvent&) {
 void CEventPlayer::on(const FileEvent& event) {
     QFile file(pathOf(event.name));
     CJsonWriter& out = m_output.beginLine();
-    out.member("at", m_output.at());
+    out.written(m_output.at());
     out.member("name", event.name);
     out.member("out", "file");
     out.key("text");

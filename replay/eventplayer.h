@@ -55,7 +55,8 @@ private:
     void on(const WriteFileEvent& event);
     void on(const DumpEvent& event);
 
-    void needAccount(const std::string& account) const;
+    /// Its info record, which may be empty.
+    boost::shared_ptr<vexservice::CAccountInfo> needAccount(const std::string& account) const;
     void needPaperExchange(std::string_view event) const;
     TC::CLinkageManager& needManager(std::string_view event) const;
     TC::CLinkageManager& takeManager();
@@ -67,7 +68,7 @@ private:
     COutput& m_output;
     const QString m_balanceDir;
     std::unique_ptr<CSignalObserver> m_pSignals;
-    std::string m_result;
+    TextBuffer m_result;
 };
 
 }  // namespace replay

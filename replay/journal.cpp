@@ -28,14 +28,14 @@ CJournal::~CJournal() = default;
 void CJournal::begin(std::string_view configLine, const CSession& session) {
     add(configLine);
     for (const auto& [name, text] : session.balanceFiles()) {
-        std::string line;
+        TextBuffer line;
         CJsonWriter out(line);
         out.beginObject();
         out.member("do", "writeFile");
         out.member("name", name);
         out.member("text", text);
         out.endObject();
-        add(line);
+        add(viewOf(line));
     }
 }
 

@@ -26,7 +26,7 @@ void writeOrder(CJsonWriter& out, const vexservice::CCodeOrderParam& order) {
 
 void CRequestObserver::onCancelOrder(const vexservice::COrderDetail& order) {
     CJsonWriter& out = m_output.beginLine();
-    out.member("at", m_output.at());
+    out.written(m_output.at());
     out.member("key", order.recordKey());
     out.member("out", "cancelOrder");
     m_output.endLine();
@@ -35,7 +35,7 @@ void CRequestObserver::onCancelOrder(const vexservice::COrderDetail& order) {
 void CRequestObserver::onOperateTask(std::uint64_t taskKey, bool server,
                                      const vexservice::CTaskOpRecord& record) {
     CJsonWriter& out = m_output.beginLine();
-    out.member("at", m_output.at());
+    out.written(m_output.at());
     out.member("key", taskKey);
     out.member("operation", static_cast<int>(record.m_eOperation));
     out.member("operator", record.m_strOperator);
@@ -47,7 +47,7 @@ void CRequestObserver::onOperateTask(std::uint64_t taskKey, bool server,
 
 void CRequestObserver::onCommand(const vexservice::COrderComandParam& command) {
     CJsonWriter& out = m_output.beginLine();
-    out.member("at", m_output.at());
+    out.written(m_output.at());
     out.member("commandType", command.m_nCommandType);
     out.member("flag", command.m_bGroup);
     out.member("marker", command.m_nStrategyMarker);
@@ -67,59 +67,66 @@ CSignalObserver::CSignalObserver(TC::CLinkageManager& manager, COutput& output) 
     plain(manager.sigStatDataChanged, "statDataChanged");
     plain(manager.sigHistoryCleared, "historyCleared");
     m_connections.emplace_back(manager.sigProfitChanged.connect(
-        [this](const std::string& account, const std::string& strategy, double profit) {
-            line("profitChanged", [&](CJsonWriter& args) {
+        [this, signal = nameOf("profitChanged")](const std::string& account,
+                                                 const std::string& strategy, double profit) {
+            line(signal, [&](CJsonWriter& args) {
                 args.value(account);
                 args.value(strategy);
                 args.value(profit);
             });
         }));
-    m_connections.emplace_back(manager.m_sigNewTradingDay.connect([this](const std::string& date) {
-        line("newTradingDay", [&](CJsonWriter& args) { args.value(date); });
-    }));
+    m_connections.emplace_back(manager.m_sigNewTradingDay.connect(
+        [this, signal = nameOf("newTradingDay")](const std::string& date) {
+            line(signal, [&](CJsonWriter& args) { args.value(date); });
+        }));
     connectQtSignals(manager);
 }
 
 void CSignalObserver::connectQtSignals(TC::CLinkageManager& manager) {
-    const auto dayDone = [this](std::string_view name, const QDateTime& day,
+    const auto dayDone = [this](const std::string& signal, const QDateTime& day,
                                 const std::string& account) {
-        line(name, [&](CJsonWriter& args) {
+        line(signal, [&](CJsonWriter& args) {
             args.value(day.toString(QStringLiteral("yyyyMMdd")).toStdString());
             args.value(account);
         });
     };
     using Manager = TC::CLinkageManager;
-    connect(&manager, &Manager::sigCancelTask, this, [this](int number, const QString& text) {
-        line("cancelTask", [&](CJsonWriter& args) {
-            args.value(number);
-            args.value(text.toStdString());
-        });
-    });
-    connect(&manager, &Manager::sigHistoryDealsDone, this,
-            [dayDone](const QDateTime& day, const std::string& account) {
-                dayDone("historyDealsDone", day, account);
+    connect(&manager, &Manager::sigCancelTask, this,
+            [this, signal = nameOf("cancelTask")](int number, const QString& text) {
+                line(signal, [&](CJsonWriter& args) {
+                    args.value(number);
+                    args.value(text.toStdString());
+                });
             });
-    connect(&manager, &Manager::sigHistoryOrdersDone, this,
-            [dayDone](const QDateTime& day, const std::string& account) {
-                dayDone("historyOrdersDone", day, account);
-            });
+    connect(
+        &manager, &Manager::sigHistoryDealsDone, this,
+        [dayDone, signal = nameOf("historyDealsDone")](
+            const QDateTime& day, const std::string& account) { dayDone(signal, day, account); });
+    connect(
+        &manager, &Manager::sigHistoryOrdersDone, this,
+        [dayDone, signal = nameOf("historyOrdersDone")](
+            const QDateTime& day, const std::string& account) { dayDone(signal, day, account); });
+}
+
+std::string CSignalObserver::nameOf(std::string_view signal) {
+    return "\"name\":\"" + std::string(signal) + "\",\"out\":\"signal\"";
 }
 
 template <class Args>
-void CSignalObserver::line(std::string_view name, const Args& args) {
+void CSignalObserver::line(const std::string& name, const Args& args) {
     CJsonWriter& out = m_output.beginLine();
     out.key("args");
     out.beginArray();
     args(out);
     out.endArray();
-    out.member("at", m_output.at());
-    out.member("name", name);
-    out.member("out", "signal");
+    out.written(m_output.at());
+    out.written(name);
     m_output.endLine();
 }
 
 void CSignalObserver::plain(boost::signals2::signal<void()>& signal, std::string_view name) {
-    m_connections.emplace_back(signal.connect([this, name] { line(name, [](CJsonWriter&) {}); }));
+    m_connections.emplace_back(
+        signal.connect([this, name = nameOf(name)] { line(name, [](CJsonWriter&) {}); }));
 }
 
 CLogObserver::CLogObserver(COutput* output) : m_output(output) {
@@ -150,7 +157,7 @@ void CLogObserver::collect() {
 
 void CLogObserver::line(const std::string& message) {
     CJsonWriter& out = m_output->beginLine();
-    out.member("at", m_output->at());
+    out.written(m_output->at());
     out.member("out", "log");
     out.member("text", message);
     m_output->endLine();

@@ -34,8 +34,10 @@ public:
     CSignalObserver(TC::CLinkageManager& manager, COutput& output);
 
 private:
+    /// How a line names its signal, as JSON: most of the output are signals.
+    static std::string nameOf(std::string_view signal);
     template <class Args>
-    void line(std::string_view name, const Args& args);
+    void line(const std::string& name, const Args& args);
     void plain(boost::signals2::signal<void()>& signal, std::string_view name);
     void connectQtSignals(TC::CLinkageManager& manager);
 

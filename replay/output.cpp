@@ -2,10 +2,13 @@
 
 #include "platform/utils/clock.h"
 
+#include <fmt/compile.h>
 #include <simdjson.h>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
+#include <chrono>
 #include <cmath>
 #include <ctime>
 
@@ -13,9 +16,13 @@ namespace replay {
 
 namespace {
 
-constexpr std::size_t BUFFER_SIZE = 1 << 20;
+constexpr std::size_t BUFFER_SIZE = 1 << 16;
 constexpr double EXACT_INTEGERS = 9007199254740992.0;  // 2^53
 constexpr int FIXED_DIGITS = 21;                       ///< an exponent is written from 1e21 on
+
+constexpr std::int64_t DAY_MILLIS = 86'400'000;
+/// No time zone changes its offset within such a span: they change at full quarters.
+constexpr std::int64_t OFFSET_MILLIS = 900'000;
 
 constexpr std::string_view REPLACEMENT = "\xEF\xBF\xBD";
 
@@ -30,34 +37,38 @@ bool isPlain(std::string_view text) {
     return plain;
 }
 
-void appendEscaped(std::string& out, char c) {
+void append(TextBuffer& out, std::string_view text) {
+    out.append(text.data(), text.data() + text.size());
+}
+
+void appendEscaped(TextBuffer& out, char c) {
     switch (c) {
         case '"':
-            out += "\\\"";
+            append(out, "\\\"");
             return;
         case '\\':
-            out += "\\\\";
+            append(out, "\\\\");
             return;
         case '\n':
-            out += "\\n";
+            append(out, "\\n");
             return;
         case '\r':
-            out += "\\r";
+            append(out, "\\r");
             return;
         case '\t':
-            out += "\\t";
+            append(out, "\\t");
             return;
         case '\b':
-            out += "\\b";
+            append(out, "\\b");
             return;
         case '\f':
-            out += "\\f";
+            append(out, "\\f");
             return;
         default:
             break;
     }
     static constexpr char HEX[] = "0123456789abcdef";
-    out += "\\u00";
+    append(out, "\\u00");
     out.push_back(HEX[static_cast<unsigned char>(c) >> 4]);
     out.push_back(HEX[c & 15]);
 }
@@ -82,35 +93,39 @@ std::string repaired(std::string_view text) {
 }
 
 /// From digits "d.ddd" and a decimal exponent, as JavaScript writes them.
-void appendWithExponent(std::string& out, std::string_view digits, int exponent) {
+void appendWithExponent(TextBuffer& out, std::string_view digits, int exponent) {
     if (exponent < 0 || exponent >= FIXED_DIGITS) {
-        out += digits;
-        out += exponent < 0 ? "e-" : "e+";
-        out += std::to_string(std::abs(exponent));
+        append(out, digits);
+        append(out, exponent < 0 ? "e-" : "e+");
+        append(out, std::to_string(std::abs(exponent)));
         return;
     }
-    std::size_t written = 0;
+    int missing = exponent + 1;
     for (char c : digits) {
         if (c == '.') continue;
         out.push_back(c);
-        ++written;
+        --missing;
     }
-    out.append(static_cast<std::size_t>(exponent) + 1 - written, '0');
+    for (; missing > 0; --missing) out.push_back('0');
 }
 
 }  // namespace
 
-void appendNumber(std::string& out, double number) {
+void appendNumber(TextBuffer& out, double number) {
     std::array<char, 64> text;
     char* const begin = text.data();
     char* const end = begin + text.size();
     if (!std::isfinite(number)) {
-        out += "null";
+        append(out, "null");
         return;
     }
     const double size = std::fabs(number);
     if (size < EXACT_INTEGERS && number == std::trunc(number)) {
         out.append(begin, std::to_chars(begin, end, static_cast<std::int64_t>(number)).ptr);
+        return;
+    }
+    if (size >= 1e-4 && size < EXACT_INTEGERS) {
+        fmt::format_to(fmt::appender(out), FMT_COMPILE("{}"), number);
         return;
     }
     if (size >= 1e-6 && size < EXACT_INTEGERS) {
@@ -127,34 +142,16 @@ void appendNumber(std::string& out, double number) {
     appendWithExponent(out, scientific.substr(0, mark), exponent);
 }
 
-void CJsonWriter::separate() {
-    if (m_out.empty()) return;
-    switch (m_out.back()) {
-        case '{':
-        case '[':
-        case ':':
-        case '\n':
-            return;
-        default:
-            m_out.push_back(',');
-    }
-}
-
-void CJsonWriter::open(char bracket) {
-    separate();
-    m_out.push_back(bracket);
-}
-
 void CJsonWriter::raw(std::string_view text) {
-    separate();
-    m_out += text;
+    std::copy(text.begin(), text.end(), room(text.size()));
 }
 
 void CJsonWriter::key(std::string_view name) {
-    separate();
-    m_out.push_back('"');
-    m_out += name;
-    m_out += "\":";
+    char* to = room(name.size() + 3);
+    *to++ = '"';
+    to = std::copy(name.begin(), name.end(), to);
+    *to++ = '"';
+    *to = ':';
 }
 
 void CJsonWriter::textKey(std::string_view name) {
@@ -163,11 +160,11 @@ void CJsonWriter::textKey(std::string_view name) {
 }
 
 void CJsonWriter::value(std::string_view text) {
-    separate();
     if (isPlain(text)) {
-        m_out.push_back('"');
-        m_out += text;
-        m_out.push_back('"');
+        char* to = room(text.size() + 2);
+        *to++ = '"';
+        to = std::copy(text.begin(), text.end(), to);
+        *to = '"';
     } else if (simdjson::validate_utf8(text.data(), text.size())) {
         quoted(text);
     } else {
@@ -176,33 +173,31 @@ void CJsonWriter::value(std::string_view text) {
 }
 
 void CJsonWriter::quoted(std::string_view text) {
-    m_out.push_back('"');
+    *room(1) = '"';
     std::size_t plain = 0;
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (!needsEscape(text[i])) continue;
-        m_out += text.substr(plain, i - plain);
+        append(m_out, text.substr(plain, i - plain));
         appendEscaped(m_out, text[i]);
         plain = i + 1;
     }
-    m_out += text.substr(plain);
+    append(m_out, text.substr(plain));
     m_out.push_back('"');
 }
 
 void CJsonWriter::value(double number) {
-    separate();
+    room(0);
     appendNumber(m_out, number);
 }
 
 void CJsonWriter::integer(std::int64_t number) {
-    separate();
     std::array<char, 24> text;
-    m_out.append(text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr);
+    raw({text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr});
 }
 
 void CJsonWriter::integer(std::uint64_t number) {
-    separate();
     std::array<char, 24> text;
-    m_out.append(text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr);
+    raw({text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr});
 }
 
 COutput::COutput(Sink sink) : m_sink(std::move(sink)) { m_buffer.reserve(BUFFER_SIZE * 2); }
@@ -228,22 +223,25 @@ void COutput::endLine() {
 
 std::string_view COutput::at() {
     const std::int64_t millis = utils::currentClock().nowMicros() / 1000;
-    if (millis == m_atMillis) return m_at;
-    const std::time_t seconds = millis / 1000;
-    std::tm local{};
-    localtime_r(&seconds, &local);
-    std::array<char, 16> text;
-    const std::size_t length = std::strftime(text.data(), text.size(), "%H:%M:%S.", &local);
-    const std::string fraction = std::to_string(1000 + millis % 1000);
-    m_at.assign(text.data(), length);
-    m_at += fraction.substr(1);
-    m_atMillis = millis;
+    if (millis == m_nAtMillis) return m_at;
+    m_nAtMillis = millis;
+    if (millis / OFFSET_MILLIS != m_nOffsetSpan) {
+        m_nOffsetSpan = millis / OFFSET_MILLIS;
+        const std::time_t seconds = millis / 1000;
+        std::tm local{};
+        localtime_r(&seconds, &local);
+        m_nOffsetMillis = local.tm_gmtoff * 1000;
+    }
+    const auto ofDay = std::chrono::milliseconds((millis + m_nOffsetMillis) % DAY_MILLIS);
+    const std::chrono::hh_mm_ss time(ofDay);
+    m_at = fmt::format(FMT_COMPILE(R"("at":"{:02}:{:02}:{:02}.{:03}")"), time.hours().count(),
+                       time.minutes().count(), time.seconds().count(), time.subseconds().count());
     return m_at;
 }
 
 void COutput::flush() {
-    if (m_buffer.empty()) return;
-    m_sink(m_buffer);
+    if (m_buffer.size() == 0) return;
+    m_sink(viewOf(m_buffer));
     m_buffer.clear();
 }
 

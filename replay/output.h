@@ -1,5 +1,7 @@
 #pragma once
 
+#include <fmt/format.h>
+
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
@@ -9,13 +11,18 @@
 
 namespace replay {
 
+/// A text that grows without being filled or terminated first.
+using TextBuffer = fmt::memory_buffer;
+
+inline std::string_view viewOf(const TextBuffer& text) { return {text.data(), text.size()}; }
+
 /// Appends JSON to a text, without blanks. Integers are written as integers, doubles
 /// with the fewest digits that read back to the same value (an exponent only below
 /// 1e-6 and from 1e21 on), a value that is not finite as null. Whoever writes an object
 /// writes its keys in byte order.
 class CJsonWriter {
 public:
-    explicit CJsonWriter(std::string& out) : m_out(out) {}
+    explicit CJsonWriter(TextBuffer& out) : m_out(out) {}
 
     void beginObject() { open('{'); }
     void endObject() { m_out.push_back('}'); }
@@ -27,7 +34,7 @@ public:
     void textKey(std::string_view name);
 
     void null() { raw("null"); }
-    /// A value that is JSON already.
+    /// Values or members that are JSON already.
     void written(std::string_view json) { raw(json); }
     void value(std::string_view text);
     void value(const std::string& text) { value(std::string_view(text)); }
@@ -50,15 +57,25 @@ public:
     }
 
 private:
-    /// A comma unless the text ends where a first element may stand.
-    void separate();
-    void open(char bracket);
+    /// Makes room for an element of so many characters, behind a comma unless the text
+    /// ends where a first element may stand.
+    char* room(std::size_t size) {
+        const std::size_t end = m_out.size();
+        const char last = end == 0 ? '\n' : m_out[end - 1];
+        const bool first = last == '{' || last == '[' || last == ':' || last == '\n';
+        m_out.resize(end + !first + size);
+        char* const at = m_out.data() + end;
+        if (first) return at;
+        *at = ',';
+        return at + 1;
+    }
+    void open(char bracket) { *room(1) = bracket; }
     void raw(std::string_view text);
     void quoted(std::string_view text);
     void integer(std::int64_t number);
     void integer(std::uint64_t number);
 
-    std::string& m_out;
+    TextBuffer& m_out;
 };
 
 /// The output of the replay: JSON lines, gathered in a large buffer.
@@ -78,22 +95,24 @@ public:
     CJsonWriter& beginLine();
     void endLine();
 
-    /// The time of day "hh:mm:ss.zzz" by the platform's clock.
+    /// The member "at" as JSON: the time of day "hh:mm:ss.zzz" by the platform's clock.
     std::string_view at();
     /// The time zone was changed: what is kept of the time of day is stale.
-    void forgetTime() { m_atMillis = -1; }
+    void forgetTime() { m_nAtMillis = m_nOffsetSpan = -1; }
 
     void flush();
 
 private:
     Sink m_sink;
-    std::string m_buffer;
+    TextBuffer m_buffer;
     CJsonWriter m_writer{m_buffer};
-    std::int64_t m_atMillis = -1;
+    std::int64_t m_nAtMillis = -1;
     std::string m_at;
+    std::int64_t m_nOffsetSpan = -1;
+    std::int64_t m_nOffsetMillis = 0;  ///< local time less UTC in that span
 };
 
 /// The same as CJsonWriter writes it.
-void appendNumber(std::string& out, double number);
+void appendNumber(TextBuffer& out, double number);
 
 }  // namespace replay

@@ -18,9 +18,9 @@ constexpr std::string_view FIRST_DATE = "19700102";
 constexpr std::string_view LAST_DATE = "21060206";
 
 std::string numberText(double number) {
-    std::string text;
+    TextBuffer text;
     appendNumber(text, number);
-    return text;
+    return std::string(viewOf(text));
 }
 
 std::string_view typeName(simdjson::dom::element element) {

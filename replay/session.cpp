@@ -102,6 +102,11 @@ void CSession::play(const Event& event) {
     if (!m_pPlayer) {
         throw LineError("\"" + std::string(eventName(event)) + "\" before \"config\"");
     }
+    if (std::holds_alternative<AdvanceEvent>(event)) {
+        m_pPlayer->play(event);  // comes to rest before time passes, and after it
+        m_nWaiting = 0;
+        return;
+    }
     const bool report = joins(event);
     if (!report) rest();
     m_pPlayer->play(event);
