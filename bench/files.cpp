@@ -73,17 +73,19 @@ std::string recordedDay() {
 
 }  // namespace
 
-void addFiles() {
+void addHistory() {
     add("history/save 100,000 rows", 3, ROWS, [] { return CHistory().save(); });
     add("history/load 100,000 rows", 3, ROWS, [] { return CHistory().load(); });
+}
 
+void addRecordedDay() {
     const std::string day = recordedDay();
     if (day.empty()) {
         fmt::print("no recorded day: LINKAGE_DATA names no folder with a *.jsonl.gz\n");
         return;
     }
-    add("day/parse", 5, 1, [day] { return seconds([&] { replay::parseScenario(day); }); });
-    add("day/replay", 5, 1, [day] {
+    add("day/parse", 9, 1, [day] { return seconds([&] { replay::parseScenario(day); }); });
+    add("day/replay", 9, 1, [day] {
         std::size_t written = 0;
         std::string fault;
         const double taken = seconds([&] {

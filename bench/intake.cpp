@@ -109,9 +109,9 @@ void addCurve(const std::string& label, std::size_t factor) {
 
 void addIntake() {
     const auto day = std::make_shared<CLazyDay>(Size{});
-    add("report/limit", 5, day->reports(),
+    add("report/limit", 9, day->reports(),
         [day] { return playSeconds<CLimitProgram>(day->get()); });
-    add("report/library", 5, day->reports(),
+    add("report/library", 9, day->reports(),
         [day] { return playSeconds<CLibraryProgram>(day->get()); });
     add("report/textbook", 2, day->reports(),
         [day] { return playSeconds<CTextbookProgram>(day->get()); });

@@ -68,7 +68,8 @@ void add(const std::string& name, int repetitions, double items, std::function<d
 void addIntake();
 void addCalculators();
 void addQueries();
-void addFiles();
+void addHistory();
+void addRecordedDay();
 
 /// "what | measured | at most | ok"; false when something is more than allowed.
 bool printTable();
