@@ -83,12 +83,13 @@ CSignalObserver::CSignalObserver(TC::CLinkageManager& manager, COutput& output) 
 }
 
 void CSignalObserver::connectQtSignals(TC::CLinkageManager& manager) {
-    const auto dayDone = [this](const std::string& signal, const QDateTime& day,
-                                const std::string& account) {
-        line(signal, [&](CJsonWriter& args) {
-            args.value(day.toString(QStringLiteral("yyyyMMdd")).toStdString());
-            args.value(account);
-        });
+    const auto dayDone = [this](std::string_view name) {
+        return [this, signal = nameOf(name)](const QDateTime& day, const std::string& account) {
+            line(signal, [&](CJsonWriter& args) {
+                args.value(day.toString(QStringLiteral("yyyyMMdd")).toStdString());
+                args.value(account);
+            });
+        };
     };
     using Manager = TC::CLinkageManager;
     connect(&manager, &Manager::sigCancelTask, this,
@@ -98,14 +99,8 @@ void CSignalObserver::connectQtSignals(TC::CLinkageManager& manager) {
                     args.value(text.toStdString());
                 });
             });
-    connect(
-        &manager, &Manager::sigHistoryDealsDone, this,
-        [dayDone, signal = nameOf("historyDealsDone")](
-            const QDateTime& day, const std::string& account) { dayDone(signal, day, account); });
-    connect(
-        &manager, &Manager::sigHistoryOrdersDone, this,
-        [dayDone, signal = nameOf("historyOrdersDone")](
-            const QDateTime& day, const std::string& account) { dayDone(signal, day, account); });
+    connect(&manager, &Manager::sigHistoryDealsDone, this, dayDone("historyDealsDone"));
+    connect(&manager, &Manager::sigHistoryOrdersDone, this, dayDone("historyOrdersDone"));
 }
 
 std::string CSignalObserver::nameOf(std::string_view signal) {

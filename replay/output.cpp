@@ -125,6 +125,7 @@ void appendNumber(TextBuffer& out, double number) {
         return;
     }
     if (size >= 1e-4 && size < EXACT_INTEGERS) {
+        // The same digits as below, found sooner; smaller numbers it writes with exponents.
         fmt::format_to(fmt::appender(out), FMT_COMPILE("{}"), number);
         return;
     }
