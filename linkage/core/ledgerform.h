@@ -43,22 +43,25 @@ struct alignas(64) Holding {
     FeePtr fee;
 };
 
-/// A deal report on its way through intake.
-struct DealStep {
-    const vexservice::CDealDetail* deal = nullptr;
-    boost::shared_ptr<vexservice::CAccountData> accountData;  ///< of deals that balance history
+/// A report on its way through intake: what its names and its record were resolved to.
+struct ReportStep {
     std::uint32_t account = NONE;
     std::uint32_t listing = NONE;
     std::uint32_t stock = NONE;
     std::uint32_t cell = NONE;
     std::uint32_t entry = NONE;
     std::uint32_t strategy = 0;
-    Figures* figures = nullptr;
     bool stockIsNew = false;
-    bool dealIsNew = false;
-    bool countsAgain = false;  ///< the record is there, its figures were dropped
     bool strategyIsNew = false;
     bool buys = false;
+};
+
+struct DealStep : ReportStep {
+    const vexservice::CDealDetail* deal = nullptr;
+    boost::shared_ptr<vexservice::CAccountData> accountData;  ///< of deals that balance history
+    Figures* figures = nullptr;
+    bool dealIsNew = false;
+    bool countsAgain = false;  ///< the record is there, its figures were dropped
     double commission = 0.0;
 };
 
@@ -212,23 +215,13 @@ struct LedgerForm {
         double wideAmount = 0.0;
     };
 
-    /// An order report on its way through intake.
-    struct OrderStep {
+    struct OrderStep : ReportStep {
         const vexservice::COrderDetail* order = nullptr;
         OrderPtr previous;  ///< the report before this one
-        std::uint32_t account = NONE;
-        std::uint32_t listing = NONE;
-        std::uint32_t stock = NONE;
-        std::uint32_t cell = NONE;
-        std::uint32_t entry = NONE;
-        std::uint32_t strategy = 0;
         std::uint32_t pair = NONE;
         std::int32_t level = 0;
-        bool stockIsNew = false;
         bool recordIsNew = false;
-        bool strategyIsNew = false;
         bool runs = false;
-        bool buys = false;
         Before before;
     };
 
