@@ -75,6 +75,13 @@ struct Started : Fixture {
         return lines;
     }
 
+    /// "09:00:05.000 1" for each cancellation.
+    Lines cancelled() const {
+        Lines lines;
+        for (const auto& [at, key] : cancels()) lines.push_back(fmt::format("{} {}", at, key));
+        return lines;
+    }
+
     bool logged(const std::string& text) const { return timesLogged(text) > 0; }
     long timesLogged(const std::string& text) const {
         const auto texts = logTexts();

@@ -21,14 +21,11 @@ TC::TradeStatData totals(std::int64_t bought, std::int64_t sold, double paid = 0
 }
 
 struct HistoryStore : testing::Test {
-    Fixture f{{.now = "2024-01-02 14:00:00"}};
+    Ready f;
     void SetUp() override {
         f.instrument({.stock = "SH600000"});
         f.instrument({.stock = "SZ000001"});
         f.instrument({.stock = "SZ000002", .detail = false});
-        f.account({.key = "A"});
-        f.init();
-        f.forget();
     }
     TC::CLinkageManager& manager() { return f.manager(); }
     TC::LinkagePeriodExtData& history(const std::string& stock = "SH600000") {
@@ -37,17 +34,6 @@ struct HistoryStore : testing::Test {
     /// A deal of the strategy that balances history.
     Deal balancing(std::uint64_t key, Side side, int volume) {
         return {.key = key, .side = side, .volume = volume, .strategy = "S", .tag = "历史配平"};
-    }
-    /// Leaves 300 bought of SH600000 in the history of A and S.
-    void carryOver() {
-        f.deal({.key = 1, .volume = 300, .strategy = "S"});
-        manager().addHistoryLinkdata("A", "S");
-        manager().writedata(false);
-        f.release();
-        f.advance(86400);
-        f.newTradingDate("20240103");
-        f.init();
-        f.forget();
     }
 };
 
@@ -92,9 +78,9 @@ TEST_F(HistoryStore, StatisticsMergeByAddingFourFigures) {
 TEST_F(HistoryStore, CarriesUnequalStocksOverAsTheRecordsThatTheyAre) {
     f.deal({.key = 1, .volume = 300, .strategy = "S"});
     f.deal({.key = 2, .side = Side::Sell, .volume = 100, .strategy = "S"});
-    f.deal({.key = 3, .stock = "SZ000001", .price = 5.0, .volume = 200, .strategy = "S"});
-    f.deal({.key = 4, .stock = "SZ000001", .side = Side::Sell, .volume = 200, .strategy = "S"});
-    f.deal({.key = 5, .stock = "SZ000002", .volume = 200, .strategy = "S"});
+    f.deal({.key = 3, .stock = "SZ000001", .price = 5.0, .strategy = "S"});
+    f.deal({.key = 4, .stock = "SZ000001", .side = Side::Sell, .strategy = "S"});
+    f.deal({.key = 5, .stock = "SZ000002", .strategy = "S"});
     f.forget();
     manager().addHistoryLinkdata("A", "S");
     EXPECT_EQ(f.logTexts(),
@@ -122,7 +108,7 @@ TEST_F(HistoryStore, Deletions) {
     f.forget();
     manager().deleteHistoryAlreadyBalancedata();
     EXPECT_EQ(f.logTexts(), (Texts{"Delete history already balanced data : equal"}));
-    EXPECT_EQ(manager().getHistoryStatData().count("equal"), 0u);
+    ASSERT_EQ(manager().getHistoryStatData().size(), 1u);
     EXPECT_EQ(manager().getHistoryStatData().count("open"), 1u);
 
     manager().deleteHistoryLinkageData("AS", "none");
@@ -133,8 +119,6 @@ TEST_F(HistoryStore, Deletions) {
     EXPECT_EQ(f.file("balancedata.csv"), "key,股票代码,卖量,买量,买额,卖额,添加日期\n");
 
     f.deal(balancing(9, Side::Sell, 100));
-    const auto detail = f.file("detail.csv");
-    EXPECT_EQ(detail, "账号策略,交易key,\nAS,20240102_9\n");
     manager().addBalanceTime("A:S", "100000");
     f.settle();
     f.forget();
@@ -142,18 +126,22 @@ TEST_F(HistoryStore, Deletions) {
     EXPECT_EQ(f.logTexts(), (Texts{"Delete all history data."}));
     EXPECT_EQ(f.signalNames(), (Texts{"historyCleared"}));
     const TC::ManagerState state = f.state();
-    EXPECT_TRUE(state.historyStatData.empty());
-    EXPECT_TRUE(state.historyLinkageData.empty());
+    EXPECT_TRUE(state.historyStatData.empty() && state.historyLinkageData.empty());
     EXPECT_TRUE(state.alreadyAddedKeys.empty());
     EXPECT_EQ(state.writtenTradeKeys.size(), 1u);
     EXPECT_EQ(state.balanceTimes.size(), 1u);
-    EXPECT_FALSE(f.file("historystatdata.csv"));
-    EXPECT_FALSE(f.file("balancedata.csv"));
-    EXPECT_EQ(f.file("detail.csv"), detail);
+    EXPECT_FALSE(f.file("historystatdata.csv") || f.file("balancedata.csv"));
+    EXPECT_EQ(f.file("detail.csv"), "账号策略,交易key,\nAS,20240102_9\n");
 }
 
 TEST_F(HistoryStore, ABalancingDealMovesItsStockOnceAndMakesNone) {
-    carryOver();
+    f.deal({.key = 1, .volume = 300, .strategy = "S"});
+    manager().addHistoryLinkdata("A", "S");
+    manager().writedata(false);
+    f.release();
+    f.advance(86400);
+    f.newTradingDate("20240103");
+    f.init();
     manager().addHistoryStat("AS", totals(300, 0));
     f.forget();
     f.deal(balancing(7, Side::Sell, 200));
@@ -181,10 +169,8 @@ TEST_F(HistoryStore, ABalancingDealMovesItsStockOnceAndMakesNone) {
 }
 
 TEST(HistoryStoreType3, ABalancingDealMovesTheFiguresThatCount) {
-    Fixture f({.clientType = 3});
+    Ready f({.clientType = 3});
     f.instrument({.stock = "SH600000"});
-    f.account({.key = "A"});
-    f.init();
     f.order({.volume = 300, .status = 56, .traded = 300, .strategy = "S"});
     f.manager().addHistoryLinkdata("A", "S");
     f.deal({.key = 2, .side = Side::Sell, .volume = 100, .strategy = "S", .tag = "历史配平"});
