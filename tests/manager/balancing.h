@@ -14,7 +14,7 @@
 /// A client on which balances are asked for, and what they sent as lines of text.
 namespace tests {
 
-using Lines = std::vector<std::string>;
+using Lines = Texts;
 
 inline const std::string SH = "SH600000";
 inline const std::string SZ = "SZ000001";

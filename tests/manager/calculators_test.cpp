@@ -11,7 +11,6 @@
 namespace {
 
 using namespace tests;
-using Texts = std::vector<std::string>;
 
 std::vector<SeenSignal> named(const std::vector<SeenSignal>& all, const std::string& name) {
     std::vector<SeenSignal> some;

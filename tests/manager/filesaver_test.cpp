@@ -216,6 +216,7 @@ TEST(FileSaver, AFullDiskAndADirectoryInTheFilesPlace) {
     fs::remove_all(saver.directory());
     put(saver.directory(), "");
     saver.save(5, "none|none|none");
+    saver.remove({DETAIL_FILE});
     fs::remove(saver.directory());
     saver.saveWhole(6);
 }

@@ -7,8 +7,6 @@ using namespace tests;
 
 namespace {
 
-using Texts = std::vector<std::string>;
-
 TC::TradeStatData totals(std::int64_t bought, std::int64_t sold, double paid = 0.0,
                          double taken = 0.0) {
     TC::TradeStatData data;

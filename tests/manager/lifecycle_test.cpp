@@ -8,7 +8,6 @@
 namespace {
 
 using namespace tests;
-using Texts = std::vector<std::string>;
 using Manager = utils::CSingletonT<TC::CLinkageManager>;
 
 int count(const Texts& lines, const std::string& wanted) {
@@ -22,9 +21,11 @@ TEST(Lifecycle, RequestsDoNothingBeforeInit) {
     f.create();
     f.manager().requestAccounts();
     f.manager().requestAccount("A");
-    f.advance(10);
-    EXPECT_TRUE(f.state().accounts.empty());
-    EXPECT_TRUE(f.state().orderDetails.empty());
+    EXPECT_FALSE(f.manager().runAutoBalance("A", "S"));
+    f.manager().runAutoBalanceTimer("A", "S");
+    f.advance(60);
+    EXPECT_TRUE(f.state().accounts.empty() && f.state().orderDetails.empty());
+    EXPECT_TRUE(f.commands().empty());
     f.release();
 }
 

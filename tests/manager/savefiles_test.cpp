@@ -158,10 +158,6 @@ TEST(SaveFilesOnce, TheSystemPageAndAFileThatIsInNone) {
     EXPECT_EQ(f.file("balancedata.csv"), broken);
     EXPECT_NE(fmt::format("{}", fmt::join(f.logTexts(), "")).find("balancedata.csv"),
               std::string::npos);
-    f.manager().writedata(false);
-    f.settle();
-    EXPECT_EQ(f.file("balancedata.csv"), gbk(BALANCE_HEADER));
-    EXPECT_EQ(f.file("balancedata.csv.unreadable"), broken);
 }
 
 TEST(SaveFilesOnce, ReleaseFinishesWhatWasAskedForEvenFromASlotUnderTheLock) {
@@ -193,22 +189,4 @@ TEST(SaveFilesOnce, ReleaseFinishesWhatWasAskedForEvenFromASlotUnderTheLock) {
     f.manager().deleteAllHisTorydata();
     EXPECT_FALSE(f.hasManager());
     EXPECT_EQ(f.file("balancedata.csv"), BALANCE_HEADER);
-}
-
-TEST(SaveFilesOnce, ADataDirectoryThatCannotBeThereIsNoHindrance) {
-    Fixture f;
-    f.init();
-    const std::string place = (f.dataDir() + "/Balance").toStdString();
-    std::filesystem::remove_all(place);
-    f.writeFile("../Balance.txt", "");  // makes the directory on the way
-    std::filesystem::remove_all(place);
-    std::filesystem::rename(place + ".txt", place);
-    f.manager().addBalanceTime("A:S", "100000");
-    f.manager().deleteAllHisTorydata();
-    f.settle();
-    std::filesystem::remove(place);
-    f.manager().addBalanceTime("A:S", "110000");
-    f.settle();
-    EXPECT_EQ(f.file("historystatdata.csv"), STAT_HEADER);
-    EXPECT_FALSE(f.file("detail.csv"));
 }

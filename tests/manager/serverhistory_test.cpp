@@ -8,8 +8,6 @@ using namespace tests;
 
 namespace {
 
-using Texts = std::vector<std::string>;
-
 struct ServerHistory : testing::Test {
     Ready f{{.now = "2024-01-05 10:00:00"}};
     void SetUp() override { f.instrument({.stock = "SH204001", .types = {126}}); }

@@ -28,6 +28,8 @@
 /// Stocks are named by their stock key, whose first two characters are the market.
 namespace tests {
 
+using Texts = std::vector<std::string>;
+
 enum class Side { Buy, Sell };
 
 struct Settings {
