@@ -183,11 +183,11 @@ TEST(HistoryStoreType3, ABalancingDealMovesTheFiguresThatCount) {
 }
 
 TEST_F(HistoryStore, RunningOrdersAndTasksThatBalanceHistory) {
-    const auto orders = [&](const char* strategy) {
-        return manager().getHistoryRunningOrders("A", strategy);
-    };
-    const auto tasks = [&](const char* strategy) {
-        return manager().getHistoryRunningTasks("A", strategy);
+    // Orders of S, T and all, tasks of S and all.
+    const auto running = [&] {
+        const auto orders = [&](auto* of) { return manager().getHistoryRunningOrders("A", of); };
+        const auto tasks = [&](auto* of) { return manager().getHistoryRunningTasks("A", of); };
+        return std::vector<int>{orders("S"), orders("T"), orders(""), tasks("S"), tasks("")};
     };
     f.order({.key = 1, .status = 56, .strategy = "S", .tag = "历史配平"});
     EXPECT_TRUE(f.state().historyOrders.empty()) << "a final order that never ran";
@@ -196,20 +196,13 @@ TEST_F(HistoryStore, RunningOrdersAndTasksThatBalanceHistory) {
     f.order({.key = 2, .status = 55, .traded = 50, .strategy2 = "T", .tag = "历史配平"});
     f.order({.key = 3, .tag = "历史配平"});
     f.task({.key = 4, .strategy = "S", .tag = "历史配平"});
-    EXPECT_EQ(orders("S"), 1);
-    EXPECT_EQ(orders("T"), 1);
-    EXPECT_EQ(orders(""), 3);
-    EXPECT_EQ(tasks("S"), 1);
-    EXPECT_EQ(tasks(""), 1);
+    EXPECT_EQ(running(), (std::vector<int>{1, 1, 3, 1, 1}));
     EXPECT_EQ(manager().getRunningOrders("A", "") + manager().getRunningTasks("A", ""), 0);
 
     f.order({.key = 2, .status = 53, .strategy2 = "T", .tag = "历史配平"});
     f.task({.key = 4, .status = 7, .strategy = "S", .tag = "历史配平"});
-    EXPECT_EQ(orders("T"), 0);
-    EXPECT_EQ(orders(""), 2);
-    EXPECT_EQ(tasks("") + tasks("S"), 0);
+    EXPECT_EQ(running(), (std::vector<int>{1, 0, 2, 0, 0}));
     EXPECT_EQ(manager().getHistoryRunningOrders("B", "S"), 0);
-
     f.newTradingDate("20240103");  // yesterday's orders will never be reported again
-    EXPECT_EQ(orders("") + orders("S"), 0);
+    EXPECT_EQ(running(), (std::vector<int>{0, 0, 0, 0, 0}));
 }
