@@ -160,8 +160,7 @@ TEST(BalancePrices, FollowTheSettingsAndTheRegistrationRule) {
         int type;
         bool rules;
         EPriceType priceType;
-        double sh;
-        double sz;
+        double sh, sz;
     };
     // Both stocks are to be sold; best bid 10.00, best ask 10.02, last 10.01.
     const Row rows[] = {{"best of the other side", 2, true, PRTP_COMPETE, 10.0, 10.0},
@@ -196,8 +195,7 @@ TEST(BalancePreview, ShowsEachStocksOrderOrReasonAndSendsNothing) {
     struct Row {
         const char* stock;
         int difference;
-        EBalanceOutcome perStock;
-        EBalanceOutcome grouped;
+        EBalanceOutcome perStock, grouped;
         int volume[4];  ///< today, grouped, history, grouped history
     };
     const Row rows[] = {{"SH600001", 0, Balanced, Balanced, {}},

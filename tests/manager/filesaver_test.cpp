@@ -166,9 +166,7 @@ TEST(FileSaver, AKillAtAnyStepLeavesWholeFilesAndTheNextSaveWorks) {
 
 TEST(FileSaver, AFailedStepLeavesTheOldFileAndNothingBesideIt) {
     const struct {
-        const char* call;
-        const char* file;  ///< only where the path is known
-        const char* expected;
+        const char *call, *file, *expected;  ///< the file only where the path is known
     } cases[] = {
         {"makeDirectory", "", "1|1|1"},
         {"create", STAT_FILE, "1|2|2"},

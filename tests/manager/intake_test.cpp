@@ -20,28 +20,6 @@ struct Intake : testing::Test {
     }
 };
 
-TEST_F(Intake, OrderLineIsLoggedForBothSetsAndOnlyOnChange) {
-    f.order({.key = 1, .volume = 200, .sysId = "X1", .strategy = "S"});
-    const std::string line =
-        "CLinkageManager::doOrderDetail A , strategy S, sys X1, stat 50,  vol 200, volTraded 0,  "
-        "bIsBuy true stock 600000";
-    EXPECT_EQ(f.logTexts(), (Texts{line, line}));
-    f.forget();
-    f.order({.key = 1, .price = 10.0, .volume = 200, .sysId = "X1", .strategy = "S"});
-    EXPECT_TRUE(f.logTexts().empty()) << "the same again says nothing";
-    f.order({.key = 1, .volume = 200, .status = 55, .traded = 100, .strategy = "S"});
-    EXPECT_EQ(f.logTexts().size(), 2u);
-    f.forget();
-    f.order({.key = 1, .volume = 200, .status = 56, .traded = 200, .strategy = "S"});
-    const Texts end = f.logTexts();
-    ASSERT_EQ(end.size(), 4u) << "each set logs the line, then asks for a balance";
-    EXPECT_EQ(end[1], "A : balancing data is empty");
-    EXPECT_EQ(end[3], "A : balancing data is empty");
-    f.forget();
-    f.order({.key = 1, .volume = 200, .status = 56, .traded = 200, .strategy = "S"});
-    EXPECT_TRUE(f.logTexts().empty()) << "it is no longer in the running sets";
-}
-
 TEST_F(Intake, NotificationsInOrderAndOnlyForNews) {
     f.order({.key = 1, .strategy = "S"});
     EXPECT_EQ(f.signalNames(), (Texts{"stocksChanged", "strategysChanged", "statDataChanged"}));
@@ -109,8 +87,8 @@ TEST_F(Intake, SubscriptionThatWasRefusedIsAskedForAgain) {
     EXPECT_EQ(quotes->asked, 2);
 }
 
-// Each running set goes by the report that it holds.
-TEST_F(Intake, OrderLinesOfAnOrderThatChangesItsStrategy) {
+// Each running set goes by the report that it holds, and asks for a balance at its end.
+TEST_F(Intake, OrderLinesOfEachRunningSet) {
     struct Row {
         int status, traded;
         const char* strategy;
@@ -118,9 +96,12 @@ TEST_F(Intake, OrderLinesOfAnOrderThatChangesItsStrategy) {
     };
     const Row rows[] = {
         {50, 0, "S", 2},    // new in both sets
+        {50, 0, "S", 0},    // the same again
         {50, 0, "T", 1},    // new in T's
         {55, 100, "T", 2},  // progress in both
         {50, 0, "S", 1},    // as S's set still has it
+        {56, 100, "S", 4},  // the end in both, each with its line on balances
+        {56, 100, "S", 0},  // neither has it any more
     };
     for (const Row& row : rows) {
         f.forget();

@@ -148,40 +148,6 @@ TEST(Registry, UnknownAndBareAccountsAreSkipped) {
                                    "CLinkageManager::doRequestAccount, acc:A"}));
 }
 
-TEST(Registry, ARepeatedRequestSubscribesOnce) {
-    Ready f;
-    for (int round = 0; round < 3; ++round) f.accountReady("A");
-    f.forget();
-    f.deal({.key = 10});
-    EXPECT_EQ(f.signalNames(), (Texts{"stocksChanged", "statDataChanged"}));
-}
-
-// A deal of another trade date counts in the figures of whoever reports it, each time the
-// account is requested, and in its own day once.
-TEST(Registry, DealsOfOtherDatesCountAgain) {
-    Ready f;
-    f.deal({.key = 1, .volume = 50, .tradeDate = "20240101", .strategy = "S"});
-    f.deal({.key = 2, .volume = 30, .strategy = "S"});
-    for (int round = 0; round < 3; ++round) {
-        for (const std::string strategy : {"S", ""}) {
-            const auto record = f.manager().getTradeStatDatas("A", strategy).at("SH600000");
-            EXPECT_EQ(record->deals().m_nBuyVolume, 80);
-        }
-        const int yesterday = Fixture::day("20240101");
-        EXPECT_EQ(f.manager().getBuySellVolumes(yesterday, "SH600000", {"A"}).first, 50);
-        double bought = 0.0;
-        for (const auto& [day, amounts] : f.manager().getTotalBuySellAmounts({}, {}, {}, false)) {
-            bought += amounts.first;
-        }
-        EXPECT_DOUBLE_EQ(bought, 800.0) << "on one day or the other";
-        f.accountReady("A");
-    }
-    f.newTradingDate("20240103", "20240103");
-    f.deal({.key = 1, .volume = 50, .tradeDate = "20240101", .strategy = "S"});
-    f.deal({.key = 2, .volume = 30, .tradeDate = "20240102", .strategy = "S"});
-    EXPECT_TRUE(f.state().tradeStatDatas.empty()) << "the day before is over";
-}
-
 TEST(Registry, HeldRecordsOutliveARequestAndTheManager) {
     Ready f;
     const auto bought = [](const auto& record) { return record->deals().m_nBuyVolume.get(); };

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <random>
 
 namespace tests {
@@ -11,10 +12,7 @@ using Keys = std::set<std::string>;
 
 /// All that the totals say of a selection, today.
 struct Totals {
-    double profit = 0.0;
-    double balance = 0.0;
-    double bought = 0.0;
-    double sold = 0.0;
+    double profit = 0.0, balance = 0.0, bought = 0.0, sold = 0.0;
 
     bool operator==(const Totals&) const = default;
     Totals& operator+=(const Totals& other) {
@@ -95,7 +93,15 @@ TEST(Totals, AreTheSumsOfTheRecordsInTheOrderOfTheKeys) {
         f.advance(4);
         f.deal({.account = "B", .key = 99, .strategy = "Q"});
 
-        const auto records = f.state().tradeStatDatas;
+        std::map<std::array<std::string, 3>, boost::shared_ptr<TC::LinkagePeriodExtData>> records;
+        for (const auto& [account, ofAccount] : f.state().tradeStatDatas) {
+            for (const auto& [strategy, byStock] : ofAccount) {
+                if (strategy.empty()) continue;
+                for (const auto& [stock, record] : byStock) {
+                    records[{account, stock, strategy}] = record;
+                }
+            }
+        }
         for (int round = 0; round < 40; ++round) {
             SCOPED_TRACE(round);
             Keys ofAccounts, ofStrategies, ofStocks;
@@ -103,19 +109,13 @@ TEST(Totals, AreTheSumsOfTheRecordsInTheOrderOfTheKeys) {
             for (int count = round % 3; count > 0; --count) ofStrategies.insert(any(strategies));
             for (int count = round % 5; count > 0; --count) ofStocks.insert(any(stocks));
             Totals sum;
-            for (const std::string& account : accounts) {
-                for (const std::string& stock : stocks) {
-                    for (const auto& [strategy, byStock] : records.at(account)) {
-                        const auto at = byStock.find(stock);
-                        if (strategy.empty() || at == byStock.end() || !has(ofAccounts, account) ||
-                            !has(ofStrategies, strategy) || !has(ofStocks, stock)) {
-                            continue;
-                        }
-                        const auto traded = TC::effectiveFigures(*at->second, clientType == 3);
-                        sum += {at->second->worth().m_dProfit, at->second->worth().m_dPositionValue,
-                                traded.buyAmount, traded.sellAmount};
-                    }
-                }
+            for (const auto& [key, record] : records) {
+                const auto& [account, stock, strategy] = key;
+                if (!has(ofAccounts, account) || !has(ofStrategies, strategy)) continue;
+                if (!has(ofStocks, stock)) continue;
+                const auto traded = TC::effectiveFigures(*record, clientType == 3);
+                sum += {record->worth().m_dProfit, record->worth().m_dPositionValue,
+                        traded.buyAmount, traded.sellAmount};
             }
             EXPECT_EQ(totalsOf(f, ofAccounts, ofStrategies, ofStocks), sum) << "to the bit";
         }
@@ -147,14 +147,18 @@ TEST(Totals, StayAtThePriceOfTheLastPass) {
     EXPECT_EQ(totalsOf(f, {}, {}, {}).profit, 0.0) << "yesterday's price values nothing today";
 }
 
-TEST(Totals, OfEarlierDaysLeaveOutWhatBalancedHistory) {
+TEST(Totals, OfDaysHaveEachDealOnceAndNoneThatBalancedHistory) {
     Ready f;
-    f.deal({.key = 1, .price = 10.0, .volume = 300, .strategy = "S"});
+    f.deal({.key = 1, .volume = 300, .strategy = "S"});
     f.deal({.key = 2, .side = Side::Sell, .price = 11.0, .volume = 100});
-    f.deal({.key = 3, .price = 12.0, .volume = 100, .strategy = "S", .tag = "历史配平"});
+    f.deal({.key = 3, .volume = 100, .strategy = "S", .tag = "历史配平"});
+    f.deal({.key = 4, .volume = 50, .tradeDate = "20240101", .strategy = "S"});
+    const auto amounts = [&] { return f.manager().getTotalBuySellAmounts({}, {}, {}, false); };
+    using Days = std::map<int, std::pair<double, double>>;
+    const int day = Fixture::day("20240102");
+    EXPECT_EQ(amounts(), (Days{{day, {3500.0, 1100.0}}})) << "it is in the figures of today";
     f.newTradingDate("20240103");
-    const auto amounts = f.manager().getTotalBuySellAmounts({}, {}, {}, false);
-    EXPECT_EQ(amounts.at(Fixture::day("20240102")), std::pair(3000.0, 1100.0));
+    EXPECT_EQ(amounts().at(day), std::pair(3000.0, 1100.0));
 }
 
 }  // namespace
