@@ -83,6 +83,10 @@ TEST_F(ServerHistory, ARepeatedQueryReplacesWhatTheServerFiledAndNothingElse) {
     f.deal({.key = 7, .tradeDate = "20240104"});
     EXPECT_EQ(manager().getBuySellVolumes(Fixture::day("20240104"), "SH600000", {"A"}).first, 100);
 
+    f.deal({.key = 2, .tradeDate = "20240104"});
+    askDeals("20240104", "20240104");
+    EXPECT_EQ(keys("20240104"), (Texts{"2", "7"})) << "it is not the server's any more";
+
     // The same for orders, over the limits of small tables.
     std::vector<boost::shared_ptr<vexservice::COrderDetail>> orders;
     for (std::uint64_t key = 1; key <= 500; ++key) {

@@ -159,6 +159,9 @@ TEST(Totals, OfDaysHaveEachDealOnceAndNoneThatBalancedHistory) {
     EXPECT_EQ(amounts(), (Days{{day, {3500.0, 1100.0}}})) << "it is in the figures of today";
     f.newTradingDate("20240103");
     EXPECT_EQ(amounts().at(day), std::pair(3000.0, 1100.0));
+    for (const auto& [accounts, stocks] : {std::pair<Keys, Keys>{{"B"}, {}}, {{}, {"SZ000001"}}}) {
+        EXPECT_EQ(f.manager().getTotalBuySellAmounts(accounts, {}, stocks, false).count(day), 0u);
+    }
 }
 
 }  // namespace
