@@ -17,14 +17,13 @@ namespace {
 
 /// Every case of a stock in one pair, in stock key order.
 struct Cases : Started {
-    explicit Cases(int type = 2) : Started(type) {
-        instrument({.stock = "SH600001", .name = "equal"});
-        instrument({.stock = "SH600002", .name = "short"});
-        instrument({.stock = "SH600003", .name = "odd", .unit = 200});
-        instrument({.stock = "SH600004", .name = "below"});
-        instrument({.stock = "SH600005", .name = "detail", .detail = true});
-        instrument({.stock = "SH688001", .name = "any", .types = {1172}});
-        instrument({.stock = "SZ300001", .name = "any too", .types = {1173}});
+    Cases() {
+        for (const char* followed : {"SH600001", "SH600002", "SH600004", "SH600005"}) {
+            instrument({.stock = followed});
+        }
+        instrument({.stock = "SH600003", .unit = 200});
+        instrument({.stock = "SH688001", .types = {1172}});
+        instrument({.stock = "SZ300001", .types = {1173}});
         trade("SH600001", 700, 600);
         trade("SH600002", 1000, 1250);
         trade("SH600003", 1050, 1000);
@@ -69,13 +68,21 @@ TEST(BalanceForms, PerStockSendsOddLotsAndSaysWhatItDoes) {
                      "Z : accountData is empty", "start：Z ", "Z : accountinfoPtr is empty"}));
 }
 
-TEST(BalanceForms, GroupedSendsWholeLotsInOneCommandAndSaysNothing) {
+TEST(BalanceForms, GroupedSendsOneCommandAndSaysNothing) {
     Cases f;
     ManagerAccess::doStockBalance(f.manager(), "A", "S");
     ManagerAccess::doStockBalance(f.manager(), "A", "unknown");
     ManagerAccess::doStockBalance(f.manager(), "Z", "S");
-    EXPECT_EQ(f.sent(), Lines{"09:00:00.000 type 4: S buy 200 SH600002 buy 150 SH688001 "
-                              "sell 250 SZ300001"});
+    f.account({.key = "Z", .type = 4});
+    f.manager().doHistoryBalance("Z", "S");
+    EXPECT_EQ(f.manager().previewHistoryBalance("Z", "S").refusal,
+              EBalanceRefusal::WrongAccountType);
+    f.manager().doHistoryBalance("A", "S");  // exact volumes from one lot on
+    EXPECT_EQ(f.sent(), (Lines{"09:00:00.000 type 4: S buy 200 SH600002 buy 150 SH688001 "
+                               "sell 250 SZ300001",
+                               "09:00:00.000 type 4: S buy 250 SH600002 buy 150 SH688001 "
+                               "sell 250 SZ300001"}));
+    EXPECT_EQ(f.commands().at(1).command.m_strStrategyName2, "历史配平");
     EXPECT_TRUE(f.log().empty());
 }
 
@@ -105,22 +112,6 @@ TEST(BalanceForms, HistoryPerStockRoundsLikeTodayAndCarriesItsTag) {
                      "accountinfo is empty", "balance start", "wrong brokertype 4"}));
 }
 
-TEST(BalanceForms, HistoryGroupedSendsExactVolumesFromOneLotOn) {
-    Cases f;
-    f.manager().doHistoryBalance("A", "S");
-    EXPECT_EQ(f.sent(), Lines{"09:00:00.000 type 4: S buy 250 SH600002 buy 150 SH688001 "
-                              "sell 250 SZ300001"});
-    EXPECT_EQ(f.commands()[0].command.m_strStrategyName2, "历史配平");
-    EXPECT_TRUE(f.log().empty());
-
-    Cases other(4);
-    other.manager().doHistoryBalance("A", "S");
-    EXPECT_TRUE(other.commands().empty());
-    EXPECT_TRUE(other.log().empty());
-    EXPECT_EQ(other.manager().previewHistoryBalance("A", "S").refusal,
-              EBalanceRefusal::WrongAccountType);
-}
-
 TEST(BalanceForms, CommandsAndOrdersAreFilledInFull) {
     for (const std::string strategy : {"S", ""}) {
         Started f;
@@ -128,20 +119,19 @@ TEST(BalanceForms, CommandsAndOrdersAreFilledInFull) {
         ManagerAccess::doStockBalanceBySignalTask(f.manager(), "A", strategy);
         ManagerAccess::doStockBalance(f.manager(), "A", strategy);
         const int marker = strategy.empty() ? 0 : 9;
-        const auto commands = f.commands();
-        ASSERT_EQ(commands.size(), 2u);
-        for (const auto& [at, command] : commands) {
+        ASSERT_EQ(f.commands().size(), 2u);
+        for (const auto& [at, command] : f.commands()) {
             EXPECT_EQ(command.m_bGroup, command.m_nCommandType == 4);
             EXPECT_FALSE(command.m_bFurther);
-            EXPECT_EQ(command.m_strStrategyName, strategy);
-            EXPECT_EQ(command.m_strStrategyName2, strategy);
-            EXPECT_EQ(command.m_nStrategyMarker, marker);
             ASSERT_EQ(command.m_orders.size(), 1u);
             const auto& order = *command.m_orders[0];
             EXPECT_EQ(order.m_pAccountInfo->getKey(), "A");
             EXPECT_EQ(order.m_nOrderKind, 49);
-            EXPECT_EQ(order.m_strStrategyName, strategy);
-            EXPECT_EQ(order.m_strStrategyName2, strategy);
+            for (const auto& name : {command.m_strStrategyName, command.m_strStrategyName2,
+                                     order.m_strStrategyName, order.m_strStrategyName2}) {
+                EXPECT_EQ(name, strategy);
+            }
+            EXPECT_EQ(command.m_nStrategyMarker, marker);
             EXPECT_EQ(order.m_nStrategyMarker, marker);
         }
     }
@@ -151,11 +141,7 @@ TEST(BalanceForms, ClientType3BalancesWhatItsOrdersTraded) {
     for (const int clientType : {1, 3}) {
         Started f(2, {.clientType = clientType});
         f.trade(SH, 200, 0);
-        f.order({.key = 1,
-                 .volume = 500,
-                 .status = vexservice::STATUS_PART_CANCEL,
-                 .traded = 300,
-                 .strategy = "S"});
+        f.order(orderOf({.strategy = "S"}, 500, 300, vexservice::STATUS_PART_CANCEL));
         ManagerAccess::doStockBalanceBySignalTask(f.manager(), "A", "S");
         f.manager().addHistoryLinkdata("A", "S");
         f.manager().doHistoryBalance("A", "S");
@@ -174,8 +160,7 @@ TEST(BalancePrices, FollowTheSettingsAndTheRegistrationRule) {
         int type;
         bool rules;
         EPriceType priceType;
-        double sh;
-        double sz;
+        double sh, sz;
     };
     // Both stocks are to be sold; best bid 10.00, best ask 10.02, last 10.01.
     const Row rows[] = {{"best of the other side", 2, true, PRTP_COMPETE, 10.0, 10.0},
@@ -193,8 +178,6 @@ TEST(BalancePrices, FollowTheSettingsAndTheRegistrationRule) {
         // The block of the other account type must not be used.
         f.tradeSetting(row.type == 3 ? 1 : 2, PRTP_BUY5);
         f.tradeSetting(row.type == 3 ? 2 : 1, row.priceType, 9.87);
-        const auto plan = f.manager().previewBalance("A", "S");
-        ASSERT_EQ(plan.stocks.size(), 2u);
         ManagerAccess::doStockBalanceBySignalTask(f.manager(), "A", "S");
         const auto commands = f.commands();
         ASSERT_EQ(commands.size(), 2u);
@@ -202,8 +185,6 @@ TEST(BalancePrices, FollowTheSettingsAndTheRegistrationRule) {
             const auto& order = *commands[at].command.m_orders[0];
             EXPECT_EQ(order.m_ePriceType, row.priceType);
             EXPECT_DOUBLE_EQ(order.m_dPrice, at == 0 ? row.sh : row.sz);
-            EXPECT_EQ(plan.stocks[at].priceType, row.priceType);
-            EXPECT_EQ(plan.stocks[at].price, order.m_dPrice);
         }
     }
 }
@@ -214,8 +195,7 @@ TEST(BalancePreview, ShowsEachStocksOrderOrReasonAndSendsNothing) {
     struct Row {
         const char* stock;
         int difference;
-        EBalanceOutcome perStock;
-        EBalanceOutcome grouped;
+        EBalanceOutcome perStock, grouped;
         int volume[4];  ///< today, grouped, history, grouped history
     };
     const Row rows[] = {{"SH600001", 0, Balanced, Balanced, {}},

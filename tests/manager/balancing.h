@@ -14,7 +14,7 @@
 /// A client on which balances are asked for, and what they sent as lines of text.
 namespace tests {
 
-using Lines = std::vector<std::string>;
+using Lines = Texts;
 
 inline const std::string SH = "SH600000";
 inline const std::string SZ = "SZ000001";
@@ -72,6 +72,13 @@ struct Started : Fixture {
             }
             lines.push_back(line);
         }
+        return lines;
+    }
+
+    /// "09:00:05.000 1" for each cancellation.
+    Lines cancelled() const {
+        Lines lines;
+        for (const auto& [at, key] : cancels()) lines.push_back(fmt::format("{} {}", at, key));
         return lines;
     }
 

@@ -95,16 +95,12 @@ private:
     // The textbook hears what the library hears.
     void follow() {
         auto* const center = TraderCenter::instance()->getDataCenter();
-        m_orders = center->subscribe(
-            "", DATA_ORDER, "",
-            [this](const std::string& key, const boost::shared_ptr<IData>& data) {
-                m_textbook.order(key, boost::dynamic_pointer_cast<COrderDetail>(data));
-            });
-        m_deals = center->subscribe(
-            "", DATA_DEAL, "",
-            [this](const std::string& key, const boost::shared_ptr<IData>& data) {
-                m_textbook.deal(key, boost::dynamic_pointer_cast<CDealDetail>(data));
-            });
+        m_orders = center->subscribe("", DATA_ORDER, "", [this](auto& key, const auto& data) {
+            m_textbook.order(key, boost::dynamic_pointer_cast<COrderDetail>(data));
+        });
+        m_deals = center->subscribe("", DATA_DEAL, "", [this](auto& key, const auto& data) {
+            m_textbook.deal(key, boost::dynamic_pointer_cast<CDealDetail>(data));
+        });
     }
 
     // Most reports carry an order on; some come back with everything different.

@@ -7,8 +7,6 @@ using namespace tests;
 
 namespace {
 
-using Texts = std::vector<std::string>;
-
 TC::TradeStatData totals(std::int64_t bought, std::int64_t sold, double paid = 0.0,
                          double taken = 0.0) {
     TC::TradeStatData data;
@@ -21,14 +19,11 @@ TC::TradeStatData totals(std::int64_t bought, std::int64_t sold, double paid = 0
 }
 
 struct HistoryStore : testing::Test {
-    Fixture f{{.now = "2024-01-02 14:00:00"}};
+    Ready f;
     void SetUp() override {
         f.instrument({.stock = "SH600000"});
         f.instrument({.stock = "SZ000001"});
         f.instrument({.stock = "SZ000002", .detail = false});
-        f.account({.key = "A"});
-        f.init();
-        f.forget();
     }
     TC::CLinkageManager& manager() { return f.manager(); }
     TC::LinkagePeriodExtData& history(const std::string& stock = "SH600000") {
@@ -37,17 +32,6 @@ struct HistoryStore : testing::Test {
     /// A deal of the strategy that balances history.
     Deal balancing(std::uint64_t key, Side side, int volume) {
         return {.key = key, .side = side, .volume = volume, .strategy = "S", .tag = "历史配平"};
-    }
-    /// Leaves 300 bought of SH600000 in the history of A and S.
-    void carryOver() {
-        f.deal({.key = 1, .volume = 300, .strategy = "S"});
-        manager().addHistoryLinkdata("A", "S");
-        manager().writedata(false);
-        f.release();
-        f.advance(86400);
-        f.newTradingDate("20240103");
-        f.init();
-        f.forget();
     }
 };
 
@@ -77,24 +61,18 @@ TEST_F(HistoryStore, StatisticsMergeByAddingFourFigures) {
     EXPECT_EQ(kept.m_dTotalSellAmount, 500.5);
     EXPECT_EQ(kept.m_dTotalPositionValue, 0.0);
     EXPECT_EQ(kept.m_strStrategy, "S");
-    EXPECT_FALSE(manager().historyBalance("A", kept));
-    EXPECT_EQ(kept.m_nId, 7) << "unchanged";
-
-    manager().addHistoryStat("AT", totals(1, 1));
-    EXPECT_EQ(manager().getHistoryStatData().at("AT").m_nId, -1);
-    EXPECT_TRUE(manager().isAlreadyAdd("AT"));
-    EXPECT_FALSE(manager().isAlreadyAdd("A"));
+    EXPECT_TRUE(manager().isAlreadyAdd("AS"));
     f.newTradingDate("20240103");
-    EXPECT_FALSE(manager().isAlreadyAdd("AT"));
-    EXPECT_EQ(manager().getHistoryStatData().size(), 2u);
+    EXPECT_FALSE(manager().isAlreadyAdd("AS"));
+    EXPECT_EQ(manager().getHistoryStatData().size(), 1u);
 }
 
 TEST_F(HistoryStore, CarriesUnequalStocksOverAsTheRecordsThatTheyAre) {
     f.deal({.key = 1, .volume = 300, .strategy = "S"});
     f.deal({.key = 2, .side = Side::Sell, .volume = 100, .strategy = "S"});
-    f.deal({.key = 3, .stock = "SZ000001", .price = 5.0, .volume = 200, .strategy = "S"});
-    f.deal({.key = 4, .stock = "SZ000001", .side = Side::Sell, .volume = 200, .strategy = "S"});
-    f.deal({.key = 5, .stock = "SZ000002", .volume = 200, .strategy = "S"});
+    f.deal({.key = 3, .stock = "SZ000001", .price = 5.0, .strategy = "S"});
+    f.deal({.key = 4, .stock = "SZ000001", .side = Side::Sell, .strategy = "S"});
+    f.deal({.key = 5, .stock = "SZ000002", .strategy = "S"});
     f.forget();
     manager().addHistoryLinkdata("A", "S");
     EXPECT_EQ(f.logTexts(),
@@ -122,7 +100,7 @@ TEST_F(HistoryStore, Deletions) {
     f.forget();
     manager().deleteHistoryAlreadyBalancedata();
     EXPECT_EQ(f.logTexts(), (Texts{"Delete history already balanced data : equal"}));
-    EXPECT_EQ(manager().getHistoryStatData().count("equal"), 0u);
+    ASSERT_EQ(manager().getHistoryStatData().size(), 1u);
     EXPECT_EQ(manager().getHistoryStatData().count("open"), 1u);
 
     manager().deleteHistoryLinkageData("AS", "none");
@@ -133,27 +111,26 @@ TEST_F(HistoryStore, Deletions) {
     EXPECT_EQ(f.file("balancedata.csv"), "key,股票代码,卖量,买量,买额,卖额,添加日期\n");
 
     f.deal(balancing(9, Side::Sell, 100));
-    const auto detail = f.file("detail.csv");
-    EXPECT_EQ(detail, "账号策略,交易key,\nAS,20240102_9\n");
     manager().addBalanceTime("A:S", "100000");
     f.settle();
-    f.forget();
     manager().deleteAllHisTorydata();
-    EXPECT_EQ(f.logTexts(), (Texts{"Delete all history data."}));
-    EXPECT_EQ(f.signalNames(), (Texts{"historyCleared"}));
     const TC::ManagerState state = f.state();
-    EXPECT_TRUE(state.historyStatData.empty());
-    EXPECT_TRUE(state.historyLinkageData.empty());
+    EXPECT_TRUE(state.historyStatData.empty() && state.historyLinkageData.empty());
     EXPECT_TRUE(state.alreadyAddedKeys.empty());
     EXPECT_EQ(state.writtenTradeKeys.size(), 1u);
     EXPECT_EQ(state.balanceTimes.size(), 1u);
-    EXPECT_FALSE(f.file("historystatdata.csv"));
-    EXPECT_FALSE(f.file("balancedata.csv"));
-    EXPECT_EQ(f.file("detail.csv"), detail);
+    EXPECT_FALSE(f.file("historystatdata.csv") || f.file("balancedata.csv"));
+    EXPECT_EQ(f.file("detail.csv"), "账号策略,交易key,\nAS,20240102_9\n");
 }
 
 TEST_F(HistoryStore, ABalancingDealMovesItsStockOnceAndMakesNone) {
-    carryOver();
+    f.deal({.key = 1, .volume = 300, .strategy = "S"});
+    manager().addHistoryLinkdata("A", "S");
+    manager().writedata(false);
+    f.release();
+    f.advance(86400);
+    f.newTradingDate("20240103");
+    f.init();
     manager().addHistoryStat("AS", totals(300, 0));
     f.forget();
     f.deal(balancing(7, Side::Sell, 200));
@@ -181,10 +158,8 @@ TEST_F(HistoryStore, ABalancingDealMovesItsStockOnceAndMakesNone) {
 }
 
 TEST(HistoryStoreType3, ABalancingDealMovesTheFiguresThatCount) {
-    Fixture f({.clientType = 3});
+    Ready f({.clientType = 3});
     f.instrument({.stock = "SH600000"});
-    f.account({.key = "A"});
-    f.init();
     f.order({.volume = 300, .status = 56, .traded = 300, .strategy = "S"});
     f.manager().addHistoryLinkdata("A", "S");
     f.deal({.key = 2, .side = Side::Sell, .volume = 100, .strategy = "S", .tag = "历史配平"});
@@ -199,11 +174,11 @@ TEST(HistoryStoreType3, ABalancingDealMovesTheFiguresThatCount) {
 }
 
 TEST_F(HistoryStore, RunningOrdersAndTasksThatBalanceHistory) {
-    const auto orders = [&](const char* strategy) {
-        return manager().getHistoryRunningOrders("A", strategy);
-    };
-    const auto tasks = [&](const char* strategy) {
-        return manager().getHistoryRunningTasks("A", strategy);
+    // Orders of S, T and all, tasks of S and all.
+    const auto running = [&] {
+        const auto orders = [&](auto* of) { return manager().getHistoryRunningOrders("A", of); };
+        const auto tasks = [&](auto* of) { return manager().getHistoryRunningTasks("A", of); };
+        return std::vector<int>{orders("S"), orders("T"), orders(""), tasks("S"), tasks("")};
     };
     f.order({.key = 1, .status = 56, .strategy = "S", .tag = "历史配平"});
     EXPECT_TRUE(f.state().historyOrders.empty()) << "a final order that never ran";
@@ -212,20 +187,13 @@ TEST_F(HistoryStore, RunningOrdersAndTasksThatBalanceHistory) {
     f.order({.key = 2, .status = 55, .traded = 50, .strategy2 = "T", .tag = "历史配平"});
     f.order({.key = 3, .tag = "历史配平"});
     f.task({.key = 4, .strategy = "S", .tag = "历史配平"});
-    EXPECT_EQ(orders("S"), 1);
-    EXPECT_EQ(orders("T"), 1);
-    EXPECT_EQ(orders(""), 3);
-    EXPECT_EQ(tasks("S"), 1);
-    EXPECT_EQ(tasks(""), 1);
+    EXPECT_EQ(running(), (std::vector<int>{1, 1, 3, 1, 1}));
     EXPECT_EQ(manager().getRunningOrders("A", "") + manager().getRunningTasks("A", ""), 0);
 
     f.order({.key = 2, .status = 53, .strategy2 = "T", .tag = "历史配平"});
     f.task({.key = 4, .status = 7, .strategy = "S", .tag = "历史配平"});
-    EXPECT_EQ(orders("T"), 0);
-    EXPECT_EQ(orders(""), 2);
-    EXPECT_EQ(tasks("") + tasks("S"), 0);
+    EXPECT_EQ(running(), (std::vector<int>{1, 0, 2, 0, 0}));
     EXPECT_EQ(manager().getHistoryRunningOrders("B", "S"), 0);
-
     f.newTradingDate("20240103");  // yesterday's orders will never be reported again
-    EXPECT_EQ(orders("") + orders("S"), 0);
+    EXPECT_EQ(running(), (std::vector<int>{0, 0, 0, 0, 0}));
 }

@@ -8,41 +8,17 @@
 namespace {
 
 using namespace tests;
-using Texts = std::vector<std::string>;
 
 struct Intake : testing::Test {
     Fixture f;
     void SetUp() override {
         f.instrument({.stock = "SH600000", .reference = 10.0});
-        f.instrument({.stock = "SH204001", .types = {126}});
         f.account(
             {.key = "A", .fee = vexservice::CStkExchangeRateLimit{0.0003, 5, 0.00001, 0.001}});
         f.init();
         f.forget();
     }
 };
-
-TEST_F(Intake, OrderLineIsLoggedForBothSetsAndOnlyOnChange) {
-    f.order({.key = 1, .volume = 200, .sysId = "X1", .strategy = "S"});
-    const std::string line =
-        "CLinkageManager::doOrderDetail A , strategy S, sys X1, stat 50,  vol 200, volTraded 0,  "
-        "bIsBuy true stock 600000";
-    EXPECT_EQ(f.logTexts(), (Texts{line, line}));
-    f.forget();
-    f.order({.key = 1, .price = 10.0, .volume = 200, .sysId = "X1", .strategy = "S"});
-    EXPECT_TRUE(f.logTexts().empty()) << "the same again says nothing";
-    f.order({.key = 1, .volume = 200, .status = 55, .traded = 100, .strategy = "S"});
-    EXPECT_EQ(f.logTexts().size(), 2u);
-    f.forget();
-    f.order({.key = 1, .volume = 200, .status = 56, .traded = 200, .strategy = "S"});
-    const Texts end = f.logTexts();
-    ASSERT_EQ(end.size(), 4u) << "each set logs the line, then asks for a balance";
-    EXPECT_EQ(end[1], "A : balancing data is empty");
-    EXPECT_EQ(end[3], "A : balancing data is empty");
-    f.forget();
-    f.order({.key = 1, .volume = 200, .status = 56, .traded = 200, .strategy = "S"});
-    EXPECT_TRUE(f.logTexts().empty()) << "it is no longer in the running sets";
-}
 
 TEST_F(Intake, NotificationsInOrderAndOnlyForNews) {
     f.order({.key = 1, .strategy = "S"});
@@ -57,53 +33,25 @@ TEST_F(Intake, NotificationsInOrderAndOnlyForNews) {
     EXPECT_EQ(f.signalNames(), (Texts{"statDataChanged"})) << "a deal always does";
 }
 
-TEST_F(Intake, ExcludedStocksAndHistoryBalances) {
-    f.order({.key = 1, .stock = "SH204001", .strategy = "S"});
-    f.deal({.key = 1, .stock = "SH204001", .strategy = "S"});
-    EXPECT_TRUE(f.state().orderDetails.at(Fixture::day("20240102")).empty());
-    EXPECT_TRUE(f.state().strategys.empty());
-
-    f.order({.key = 2, .strategy = "S", .tag = "历史配平"});
-    const TC::ManagerState state = f.state();
-    EXPECT_EQ(state.orderDetails.at(Fixture::day("20240102")).count("SH600000"), 1u);
-    EXPECT_TRUE(state.runningOrders.empty());
-    EXPECT_TRUE(state.orderPrices.empty());
-    EXPECT_TRUE(state.tradeStatDatas.empty());
-    f.forget();
-    f.deal({.key = 3, .volume = 100, .strategy = "S", .tag = "历史配平"});
+TEST_F(Intake, AHistoryBalanceIsFiledAndNothingElse) {
+    const Deal deal{.key = 3, .volume = 100, .strategy = "S", .tag = "历史配平"};
+    f.deal(deal);
     EXPECT_TRUE(f.signalNames().empty());
     EXPECT_EQ(f.manager().getBuySellVolumes(Fixture::day("20240102"), "SH600000", {"A"}).first,
               100);
-    EXPECT_TRUE(f.state().tradeStatDatas.empty());
-    EXPECT_TRUE(f.state().periodTrades.empty());
-    f.deal({.key = 3, .volume = 100, .strategy = "S", .tag = "历史配平"});
+    f.deal(deal);
     EXPECT_EQ(f.signalNames(), (Texts{"statDataChanged"})) << "a repeated report does";
+    EXPECT_TRUE(f.state().tradeStatDatas.empty() && f.state().periodTrades.empty());
     f.deal({.key = 4, .volume = 100, .tag = "历史配平"});
     EXPECT_EQ(f.state().tradeStatDatas.size(), 1u) << "without a strategy it is an ordinary deal";
 }
 
-TEST_F(Intake, DealIsCountedAtItsFirstReportOnly) {
-    f.price({.last = 10.5, .push = false});
-    f.deal({.key = 1, .price = 10.0, .volume = 1000, .time = "093000", .strategy = "S"});
-    f.deal({.key = 1, .price = 10.0, .volume = 3000, .time = "093000", .strategy = "S"});
-    f.deal(
-        {.key = 2, .side = Side::Sell, .price = 20.0, .volume = 1000, .time = "", .strategy = "S"});
-    const TC::ManagerState state = f.state();
-    const auto& record = *state.tradeStatDatas.at("A").at("S").at("SH600000");
-    EXPECT_EQ(record.deals().m_nBuyVolume, 1000);
-    EXPECT_EQ(record.deals().m_nSellVolume, 1000);
+TEST_F(Intake, CommissionHasAMinimumAndSellersPayTheStamp) {
+    f.deal({.key = 1, .price = 10.0, .volume = 1000});
+    f.deal({.key = 2, .side = Side::Sell, .price = 20.0, .volume = 1000});
     // max(3, 5) + 0.1 bought; max(6, 5) + 0.2 + 20 sold
-    EXPECT_DOUBLE_EQ(record.deals().m_dCommission, 5.1 + 26.2);
-    EXPECT_EQ(state.tradeStatDatas.at("A").at("").at("SH600000")->deals().m_nBuyVolume, 1000);
-    const auto& minutes = state.periodTrades.at("SH600000").at("A").at("S");
-    ASSERT_EQ(minutes.size(), 1u) << "a deal without a time has no minute";
-    EXPECT_EQ(minutes.begin()->first, 570);
-    EXPECT_EQ(state.dealDetails.begin()->second.at("SH600000").at("A").at(1)->m_nVolume, 3000)
-        << "the newer report replaces the older";
-    EXPECT_DOUBLE_EQ(state.latestPrices.at("SH600000"), 10.5);
-    EXPECT_TRUE(state.historyPrices.empty()) << "those are what subscriptions bring";
-    EXPECT_EQ(state.quoteRequests.size(), 1u);
-    EXPECT_DOUBLE_EQ(state.dealAmplitudes.at("SH600000").at("A"), 1.0);
+    EXPECT_DOUBLE_EQ(f.manager().getTradeStatDatas("A", "").at("SH600000")->deals().m_dCommission,
+                     5.1 + 26.2);
 }
 
 TEST_F(Intake, UnknownPriceStillOpensTheSubscription) {
@@ -139,8 +87,8 @@ TEST_F(Intake, SubscriptionThatWasRefusedIsAskedForAgain) {
     EXPECT_EQ(quotes->asked, 2);
 }
 
-// Each running set goes by the report that it holds.
-TEST_F(Intake, OrderLinesOfAnOrderThatChangesItsStrategy) {
+// Each running set goes by the report that it holds, and asks for a balance at its end.
+TEST_F(Intake, OrderLinesOfEachRunningSet) {
     struct Row {
         int status, traded;
         const char* strategy;
@@ -148,9 +96,12 @@ TEST_F(Intake, OrderLinesOfAnOrderThatChangesItsStrategy) {
     };
     const Row rows[] = {
         {50, 0, "S", 2},    // new in both sets
+        {50, 0, "S", 0},    // the same again
         {50, 0, "T", 1},    // new in T's
         {55, 100, "T", 2},  // progress in both
         {50, 0, "S", 1},    // as S's set still has it
+        {56, 100, "S", 4},  // the end in both, each with its line on balances
+        {56, 100, "S", 0},  // neither has it any more
     };
     for (const Row& row : rows) {
         f.forget();
@@ -161,14 +112,10 @@ TEST_F(Intake, OrderLinesOfAnOrderThatChangesItsStrategy) {
 
 // A set is made by what runs, and stays, empty, when the last one has ended.
 TEST_F(Intake, RunningSetsAreMadeByWhatRuns) {
-    f.order({.key = 1, .status = 56, .strategy = "S"});
     f.task({.key = 1, .status = 7, .strategy = "S"});
-    EXPECT_TRUE(f.state().runningOrders.empty());
     EXPECT_TRUE(f.state().runningTasks.empty());
-    for (const int status : {50, 54}) f.order({.key = 2, .status = status, .strategy = "S"});
     for (const int status : {1, 12}) f.task({.key = 2, .status = status, .strategy = "S"});
-    const decltype(TC::ManagerState::runningOrders)::mapped_type ended = {{"", {}}, {"S", {}}};
-    EXPECT_EQ(f.state().runningOrders.at("A"), ended);
+    const decltype(TC::ManagerState::runningTasks)::mapped_type ended = {{"", {}}, {"S", {}}};
     EXPECT_EQ(f.state().runningTasks.at("A"), ended);
 }
 
@@ -207,9 +154,7 @@ TEST_F(Intake, TasksPassTheirFilters) {
 }
 
 TEST(IntakeOfClientType3, NamelessTasksAndTheEndOfTheAccountsLastOrder) {
-    Fixture f({.clientType = 3});
-    f.account({.key = "A"});
-    f.init();
+    Ready f({.clientType = 3});
     f.task({.key = 1, .user = "trader"});
     f.task({.key = 2, .user = ""});
     EXPECT_EQ(f.manager().getTaskDetails("SH600000", {"A"}).at("A").size(), 1u);
@@ -218,6 +163,47 @@ TEST(IntakeOfClientType3, NamelessTasksAndTheEndOfTheAccountsLastOrder) {
     f.forget();
     f.order({.key = 1, .status = 54, .strategy = "S"});
     EXPECT_EQ(f.signalNames(), (Texts{"statDataChanged"}));
+}
+
+TEST(Positions, ReportsOfOneStockBecomeOneRecordPerAccount) {
+    Ready f({}, {"A", "B"});
+    const auto only = [&](const std::string& account) {
+        const auto records = f.state().positions["SH600000"][account];
+        EXPECT_EQ(records.size(), 1u);
+        return *records.begin()->second;
+    };
+    f.position({.key = 5, .volume = 100, .available = 100, .cost = 14.0});
+    f.position({.account = "B", .key = 5, .volume = 700});
+    f.position({.key = 9, .volume = 300, .cost = 10.0});
+    f.position({.key = 2, .volume = 400, .available = 40, .cost = 11.0});  // no second record
+    for (int repeat = 0; repeat < 3; ++repeat) {
+        f.position({.key = 9, .volume = 300, .cost = 10.0});
+        EXPECT_EQ(only("A").recordKey(), 5u);
+        EXPECT_EQ(only("A").m_nVolume, 800);
+        EXPECT_EQ(only("A").m_nAvailable, 140);
+        EXPECT_DOUBLE_EQ(only("A").m_dCost, 11.0);  // (1400 + 3000 + 4400) / 800
+        EXPECT_EQ(only("B").m_nVolume, 700);
+    }
+
+    f.position({.key = 9, .volume = 0});  // sold
+    EXPECT_EQ(only("A").m_nVolume, 500);
+    f.accountReady("A");  // built up anew, from the newest reports alone
+    EXPECT_EQ(only("A").m_nVolume, 500);
+    EXPECT_EQ(only("A").recordKey(), 5u);
+    EXPECT_EQ(only("B").m_nVolume, 700);
+}
+
+TEST(Positions, RepurchasesAndSubscriptionsAreNotHeld) {
+    Ready f;
+    f.instrument({.stock = "SH204001", .types = {126}});
+    f.instrument({.stock = "SH730000", .types = {100017}});
+    f.instrument({.stock = "SH600000", .types = {1172}});
+    for (const char* stock : {"SH204001", "SH730000", "SH600000"}) {
+        f.position({.stock = stock, .volume = 100});
+    }
+    const auto positions = f.state().positions;
+    ASSERT_EQ(positions.size(), 1u);
+    EXPECT_EQ(positions.begin()->first, "SH600000");
 }
 
 }  // namespace

@@ -28,6 +28,8 @@
 /// Stocks are named by their stock key, whose first two characters are the market.
 namespace tests {
 
+using Texts = std::vector<std::string>;
+
 enum class Side { Buy, Sell };
 
 struct Settings {
@@ -261,5 +263,26 @@ private:
     mutable std::mutex m_seenMutex;
     Seen m_seen;
 };
+
+/// A started client with accounts of which nothing but the key is known.
+struct Ready : Fixture {
+    explicit Ready(Settings settings = {}, const std::vector<std::string>& accounts = {"A"})
+        : Fixture(std::move(settings)) {
+        for (const std::string& key : accounts) account({.key = key});
+        init();
+        forget();
+    }
+};
+
+/// What the order of a deal reports.
+inline Order orderOf(const Deal& deal, int volume, int traded, int status) {
+    Order order{.account = deal.account, .key = deal.key, .stock = deal.stock, .side = deal.side};
+    order.price = deal.price;
+    order.volume = volume;
+    order.status = status;
+    order.traded = traded;
+    order.strategy = deal.strategy;
+    return order;
+}
 
 }  // namespace tests
