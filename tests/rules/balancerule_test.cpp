@@ -105,10 +105,11 @@ TEST(BalanceRule, EveryFormDecidesAsWorkedByHand) {
 TEST(BalanceRule, WithoutInstrumentDetailOnlyBalancedStocksAreDecided) {
     for (const auto form :
          {EBalanceForm::SignalTask, EBalanceForm::Grouped, EBalanceForm::GroupedHistory}) {
-        EXPECT_EQ(decideBalance({500, 500}, std::nullopt, form).outcome, EBalanceOutcome::Balanced);
-        EXPECT_EQ(decideBalance({500, 400}, std::nullopt, form).outcome,
-                  EBalanceOutcome::NoInstrument);
-        EXPECT_EQ(decideBalance({50, 0}, std::nullopt, form).outcome,
-                  EBalanceOutcome::NoInstrument);
+        const auto outcome = [form](int bought, int sold) {
+            return decideBalance({bought, sold}, std::nullopt, form).outcome;
+        };
+        EXPECT_EQ(outcome(500, 500), EBalanceOutcome::Balanced);
+        EXPECT_EQ(outcome(500, 400), EBalanceOutcome::NoInstrument);
+        EXPECT_EQ(outcome(50, 0), EBalanceOutcome::NoInstrument);
     }
 }

@@ -6,36 +6,7 @@
 
 using namespace TC;
 
-namespace {
-
-TradeStatData record() {
-    TradeStatData data;
-    data.m_nId = 7;
-    data.m_strAccountKey = "A1";
-    data.m_strFundAccountId = "8800";
-    data.m_strAccountName = "张三";
-    data.m_strAccountType = "2";
-    data.m_strBroker = "某证券";
-    data.m_strStrategy = "打板";
-    data.m_nTotalBuyVolume = 5;
-    return data;
-}
-
-}  // namespace
-
-TEST(CsvFiles, TextsToTheByte) {
-    EXPECT_EQ(csv::statHeader(),
-              "key,资金账号ID,账号key值,账号名称,账号类型,经纪公司,策略名称,添加日期,配平时间,\n");
-    EXPECT_EQ(csv::balanceHeader(), "key,股票代码,卖量,买量,买额,卖额,添加日期\n");
-    EXPECT_EQ(csv::detailHeader(), "账号策略,交易key,\n");
-
-    EXPECT_EQ(csv::statRow("A1打板", record(), "20240102000000", ""),
-              "A1打板,8800,A1,张三,2,某证券,打板,20240102000000,\n");
-    EXPECT_EQ(csv::statRow("A1打板", record(), "20240102093000", "153000"),
-              "A1打板,8800,A1,张三,2,某证券,打板,20240102093000,153000\n");
-    EXPECT_EQ(csv::statRow("", {}, "", ""), ",,,,,,,,\n");
-    EXPECT_EQ(csv::detailRow("A1打板", "20240102_9"), "A1打板,20240102_9\n");
-
+TEST(CsvFiles, BalanceRowToTheByte) {
     // Sold stands before bought in the volumes, bought before sold in the amounts.
     EXPECT_EQ(csv::balanceRow("K", "SH600000", {300, 100, 3012.5, 1000.00000000005}, "S"),
               "K,SH600000,100,300,3012.5000000000,1000.0000000001,S\n");
@@ -67,16 +38,12 @@ TEST(CsvFiles, ReaderTakesRowsOfTheRightLengthOnly) {
     }
 
     const auto read = csv::readStatRows("h\nK,F,A,N,T,B,S,20240102000000,153000\r\n").at(0);
-    EXPECT_EQ(read.key, "K");
-    EXPECT_EQ(read.record.m_nId, -1);
-    EXPECT_EQ(read.record.m_strFundAccountId, "F");
-    EXPECT_EQ(read.record.m_strAccountKey, "A");
-    EXPECT_EQ(read.record.m_strAccountName, "N");
-    EXPECT_EQ(read.record.m_strAccountType, "T");
-    EXPECT_EQ(read.record.m_strBroker, "B");
-    EXPECT_EQ(read.record.m_strStrategy, "S");
-    EXPECT_EQ(read.stamp, "20240102000000");
-    EXPECT_EQ(read.balanceTime, "153000");
+    const TradeStatData& data = read.record;
+    EXPECT_EQ(read.key + data.m_strFundAccountId + data.m_strAccountKey + data.m_strAccountName +
+                  data.m_strAccountType + data.m_strBroker + data.m_strStrategy + read.stamp +
+                  read.balanceTime,
+              "KFANTBS20240102000000153000");
+    EXPECT_EQ(data.m_nId, -1);
 
     const auto deals = csv::readDetailRows("h\nK,20240102_1\nK,20240102_2,\n,x\n");
     ASSERT_EQ(deals.size(), 2u);
@@ -117,12 +84,14 @@ TEST(CsvFiles, NumbersThatAreNoneReadAsNothing) {
 }
 
 TEST(CsvFiles, StampsTradeKeysAndBalanceTimes) {
-    EXPECT_TRUE(csv::countsAsAdded("20240105153000", "20240105"));
-    EXPECT_FALSE(csv::countsAsAdded("20240105152959", "20240105"));
-    EXPECT_FALSE(csv::countsAsAdded(csv::dayStamp("20240105"), "20240105"));
-    EXPECT_FALSE(csv::countsAsAdded("20240104235959", "20240105"));
-    EXPECT_TRUE(csv::countsAsAdded("20240106000000", "20240105"));
-
+    const std::pair<std::string, bool> stamps[] = {{"20240105153000", true},
+                                                   {"20240105152959", false},
+                                                   {csv::dayStamp("20240105"), false},
+                                                   {"20240104235959", false},
+                                                   {"20240106000000", true}};
+    for (const auto& [stamp, counts] : stamps) {
+        EXPECT_EQ(csv::countsAsAdded(stamp, "20240105"), counts) << stamp;
+    }
     EXPECT_EQ(csv::tradeKey("20240105", "x_1"), "20240105_x_1");
     EXPECT_TRUE(csv::isTradeKeyOf("20240105_x_1", "20240105"));
     EXPECT_FALSE(csv::isTradeKeyOf("20240104_1", "20240105"));

@@ -30,7 +30,7 @@ CPriceData tenLevels() {
     return quote(10.0, asks, bids);
 }
 
-TEST(OrderPrice, followsThePriceType) {
+TEST(OrderPrice, FollowsThePriceType) {
     const CPriceData full = tenLevels();
     const CPriceData shallow = quote(10.0, {{10.01, 100}}, {{9.99, 100}});
     const CPriceData askless = quote(11.0, {}, {{11.0, 500}});
@@ -40,24 +40,14 @@ TEST(OrderPrice, followsThePriceType) {
         const char* name;
         const CPriceData* quote;
         int type;
-        double buys;
-        double sells;
+        double buys, sells;
     };
-    const Row rows[] = {
-        {"fifth ask", &full, 0, 10.05, 10.05},
-        {"fourth ask", &full, 1, 10.04, 10.04},
-        {"first ask", &full, 4, 10.01, 10.01},
+    std::vector<Row> rows = {
         {"last price", &full, 5, 10.0, 10.0},
-        {"first bid", &full, 6, 9.99, 9.99},
-        {"fifth bid", &full, 10, 9.95, 9.95},
         {"the setting's price", &full, 11, 7.5, 7.5},
         {"market", &full, 12, 0.0, 0.0},
         {"own side", &full, 13, 9.99, 10.01},
         {"opposite side", &full, 14, 10.01, 9.99},
-        {"sixth ask", &full, 30, 10.06, 10.06},
-        {"tenth ask", &full, 34, 10.10, 10.10},
-        {"sixth bid", &full, 35, 9.94, 9.94},
-        {"tenth bid", &full, 39, 9.90, 9.90},
         {"no such type", &full, 15, 0.0, 0.0},
         {"no such type", &full, 29, 0.0, 0.0},
         {"no such type", &full, 40, 0.0, 0.0},
@@ -71,6 +61,13 @@ TEST(OrderPrice, followsThePriceType) {
         {"never quoted", nullptr, 14, 0.0, 0.0},
         {"the setting's price, never quoted", nullptr, 11, 7.5, 7.5},
     };
+    // Near asks run downwards from 4, far ones and the bids upwards.
+    for (int level = 1; level <= 10; ++level) {
+        const double ask = (1000 + level) / 100.0;
+        const double bid = (1000 - level) / 100.0;
+        rows.push_back({"ask", &full, level <= 5 ? 5 - level : 24 + level, ask, ask});
+        rows.push_back({"bid", &full, level <= 5 ? 5 + level : 29 + level, bid, bid});
+    }
     for (const Row& row : rows) {
         SCOPED_TRACE(std::string(row.name) + ", type " + std::to_string(row.type));
         const auto type = static_cast<EPriceType>(row.type);
@@ -79,7 +76,7 @@ TEST(OrderPrice, followsThePriceType) {
     }
 }
 
-TEST(ProtectivePrice, isTwoPercentBeyondTheBestPriceOnTheTickWithinTheLimits) {
+TEST(ProtectivePrice, IsTwoPercentBeyondTheBestPriceOnTheTickWithinTheLimits) {
     const auto book = [](double ask, double bid) {
         return quote(10.0, {{ask, 100}}, {{bid, 100}});
     };
@@ -120,7 +117,7 @@ TEST(ProtectivePrice, isTwoPercentBeyondTheBestPriceOnTheTickWithinTheLimits) {
     EXPECT_EQ(paper::protectivePrice(nullptr, true, {}), 0.0);
 }
 
-TEST(OrderRules, takeTickAndLimitsFromTheStockOfTheQuote) {
+TEST(OrderRules, TakeTickAndLimitsFromTheStockOfTheQuote) {
     auto instruments = std::make_shared<paper::CInstruments>();
     paper::Instrument instrument;
     instrument.market = "SH";
@@ -145,7 +142,7 @@ TEST(OrderRules, takeTickAndLimitsFromTheStockOfTheQuote) {
     EXPECT_DOUBLE_EQ(order.m_dPrice, 10.01);
 }
 
-TEST(OrderRules, leaveATimeRangeOfOneDayAndOpenAnyOther) {
+TEST(OrderRules, LeaveATimeRangeOfOneDayAndOpenAnyOther) {
     paper::COrderRules rules(std::make_shared<paper::CInstruments>());
     struct Row {
         int from, to, fixedFrom, fixedTo;

@@ -10,7 +10,7 @@ namespace TC {
 namespace {
 
 struct MinuteDeal {
-    int minute;
+    int minute;  ///< 0: no readable time
     int volume;  ///< negative: sold
     double price;
     double commission = 0.0;
@@ -23,18 +23,20 @@ struct CStock {
     std::map<int, double> closes;
     CurveStock curve;
 
-    void deal(const MinuteDeal& deal, bool timed = true) {
-        const int volume = std::abs(deal.volume);
-        const double amount = volume * deal.price;
-        LinkagePeriodTradeData& minute = minutes[timed ? deal.minute : 0];
+    explicit CStock(const std::vector<MinuteDeal>& deals, std::map<int, double> prices = {})
+        : closes(std::move(prices)) {
         EffectiveFigures& now = curve.figures;
-        (deal.volume > 0 ? minute.m_nBuyVolume : minute.m_nSellVolume) += volume;
-        (deal.volume > 0 ? minute.m_dBuyAmount : minute.m_dSellAmount) += amount;
-        minute.m_dCommission += deal.commission;
-        (deal.volume > 0 ? now.buyVolume : now.sellVolume) += volume;
-        (deal.volume > 0 ? now.buyAmount : now.sellAmount) += amount;
-        curve.commission += deal.commission;
-        if (!timed) minutes.erase(0);
+        for (const MinuteDeal& deal : deals) {
+            const int volume = std::abs(deal.volume);
+            LinkagePeriodTradeData& minute = minutes[deal.minute];
+            (deal.volume > 0 ? minute.m_nBuyVolume : minute.m_nSellVolume) += volume;
+            (deal.volume > 0 ? minute.m_dBuyAmount : minute.m_dSellAmount) += volume * deal.price;
+            minute.m_dCommission += deal.commission;
+            (deal.volume > 0 ? now.buyVolume : now.sellVolume) += volume;
+            (deal.volume > 0 ? now.buyAmount : now.sellAmount) += volume * deal.price;
+            curve.commission += deal.commission;
+        }
+        minutes.erase(0);
     }
 
     const CurveStock& ready() {
@@ -45,43 +47,13 @@ struct CStock {
     }
 };
 
-CStock stockOf(const std::vector<MinuteDeal>& deals, std::map<int, double> closes = {}) {
-    CStock stock;
-    for (const MinuteDeal& deal : deals) stock.deal(deal);
-    stock.closes = std::move(closes);
-    return stock;
-}
-
 std::map<int, double> profits(const std::map<int, PeriodPoint>& curve) {
     std::map<int, double> result;
     for (const auto& [minute, point] : curve) result[minute] = point.profit;
     return result;
 }
 
-std::vector<int> minutesOf(const std::map<int, PeriodPoint>& curve) {
-    std::vector<int> result;
-    for (const auto& [minute, point] : curve) result.push_back(minute);
-    return result;
-}
-
-// Bought 100 at 10 with a fee of 1 in minute 600, sold 40 at 11 with a fee of 0.5 in 602.
-TEST(PeriodCurve, valuesEachMinuteAtItsCloseAndTheLastAtTheNewestPrice) {
-    CStock stock = stockOf({{600, 100, 10.0, 1.0}, {602, -40, 11.0, 0.5}},
-                           {{599, 9.0}, {600, 10.5}, {601, 10.75}, {603, 11.0}});
-    stock.curve.latest = 12.0;
-    const auto curve = periodCurve({stock.ready()}, 604);
-
-    const std::map<int, PeriodPoint> expected = {
-        {600, {49.0, 1050.0, 100, 0, 1000.0, 0.0, 1.0}},
-        {601, {74.0, 1075.0, 100, 0, 1000.0, 0.0, 1.0}},
-        {602, {83.5, 645.0, 100, 40, 1000.0, 440.0, 1.5}},  // no bar: at 10.75
-        {603, {98.5, 660.0, 100, 40, 1000.0, 440.0, 1.5}},
-        {604, {158.5, 720.0, 100, 40, 1000.0, 440.0, 1.5}},
-    };
-    EXPECT_EQ(curve, expected);
-}
-
-TEST(PeriodCurve, hasAPointForEachTradingMinuteAndForDealsOutsideTradingHours) {
+TEST(PeriodCurve, HasAPointForEachTradingMinuteAndForDealsOutsideTradingHours) {
     struct Case {
         const char* what;
         std::vector<int> deals;
@@ -102,16 +74,18 @@ TEST(PeriodCurve, hasAPointForEachTradingMinuteAndForDealsOutsideTradingHours) {
     for (const Case& each : cases) {
         std::vector<MinuteDeal> deals;
         for (const int minute : each.deals) deals.push_back({minute, 100, 10.0});
-        CStock stock = stockOf(deals, {{571, 10.0}});
+        CStock stock(deals, {{571, 10.0}});
         const auto curve = periodCurve({stock.ready()}, each.running);
-        EXPECT_EQ(minutesOf(curve), each.expected) << each.what;
+        std::vector<int> minutes;
+        for (const auto& [minute, point] : curve) minutes.push_back(minute);
+        EXPECT_EQ(minutes, each.expected) << each.what;
         if (!curve.empty()) {
             EXPECT_EQ(curve.rbegin()->second.buyVolume, 100 * std::ssize(each.deals)) << each.what;
         }
     }
 }
 
-TEST(PeriodCurve, valuesMinutesBeforeTheFirstCloseAsWellAsItCan) {
+TEST(PeriodCurve, ValuesMinutesBeforeTheFirstCloseAsWellAsItCan) {
     struct Case {
         const char* what;
         double reference;
@@ -128,16 +102,16 @@ TEST(PeriodCurve, valuesMinutesBeforeTheFirstCloseAsWellAsItCan) {
         {"never quoted: not valued", 9.0, {}, {}, {{601, 0}, {602, 0}, {603, 0}}},
     };
     for (const Case& each : cases) {
-        CStock stock = stockOf({{601, 100, 10.0}}, each.closes);
+        CStock stock({{601, 100, 10.0}}, each.closes);
         stock.curve.rule.reference = each.reference;
         stock.curve.latest = each.latest;
         EXPECT_EQ(profits(periodCurve({stock.ready()}, 603)), each.expected) << each.what;
     }
 }
 
-TEST(PeriodCurve, valuesOpenPositionsAtALimitOneStepFurther) {
-    CStock sold = stockOf({{600, -100, 10.0}}, {{600, 11.0}, {601, 10.5}});
-    CStock bought = stockOf({{600, 100, 10.0}}, {{600, 9.0}, {601, 9.5}});
+TEST(PeriodCurve, ValuesOpenPositionsAtALimitOneStepFurther) {
+    CStock sold({{600, -100, 10.0}}, {{600, 11.0}, {601, 10.5}});
+    CStock bought({{600, 100, 10.0}}, {{600, 9.0}, {601, 9.5}});
     for (CStock* stock : {&sold, &bought}) {
         stock->curve.rule.limits = DayLimits{11.0, 9.0};
         stock->curve.rule.rate = 0.5;
@@ -150,22 +124,18 @@ TEST(PeriodCurve, valuesOpenPositionsAtALimitOneStepFurther) {
               (std::map<int, double>{{600, 450 - 1000}, {601, 950 - 1000}, {602, 450 - 1000}}));
 }
 
-TEST(PeriodCurve, putsWhatNoMinuteKnowsIntoTheLastPoint) {
-    CStock stock = stockOf({{600, 100, 10.0}}, {{600, 10.0}});
-    stock.deal({0, 200, 10.0}, false);
-    stock.curve.latest = 11.0;
+TEST(PeriodCurve, PutsWhatNoMinuteKnowsIntoTheLastPoint) {
+    CStock stock({{600, 100, 10.0}, {0, 200, 10.0}}, {{600, 10.0}});
+    CStock untimed({{0, 200, 10.0}});
+    stock.curve.latest = untimed.curve.latest = 11.0;
     EXPECT_EQ(profits(periodCurve({stock.ready()}, 602)),
               (std::map<int, double>{{600, 0}, {601, 0}, {602, 300}}));
-
-    CStock untimed;
-    untimed.deal({0, 200, 10.0}, false);
-    untimed.curve.latest = 11.0;
     EXPECT_EQ(profits(periodCurve({untimed.ready()}, 602)), (std::map<int, double>{{602, 200}}));
     EXPECT_TRUE(periodCurve({untimed.ready()}, 0).empty());
 }
 
 // Each point worked out apart: walk all deals and search the close for every minute.
-TEST(PeriodCurve, agreesWithAWalkOverAllDealsForEachMinute) {
+TEST(PeriodCurve, AgreesWithAWalkOverAllDealsForEachMinute) {
     std::mt19937 random(7);
     const auto below = [&](int bound) { return static_cast<int>(random() % bound); };
     for (int round = 0; round < 60; ++round) {
@@ -176,8 +146,7 @@ TEST(PeriodCurve, agreesWithAWalkOverAllDealsForEachMinute) {
                 own.push_back({571 + below(60), (below(2) ? 100 : -100) * (1 + below(9)),
                                10.0 + below(8) * 0.25, below(4) * 0.5});
             }
-            stocks.push_back(stockOf(own, {}));
-            CStock& stock = stocks.back();
+            CStock& stock = stocks.emplace_back(own);
             stock.curve.rule.reference = 9.5;
             stock.curve.latest = 10.0 + below(8) * 0.25;
             for (int minute = 571; minute < 640; ++minute) {
@@ -188,8 +157,7 @@ TEST(PeriodCurve, agreesWithAWalkOverAllDealsForEachMinute) {
         for (CStock& stock : stocks) rows.push_back(stock.ready());
         const auto curve = periodCurve(rows, 640);
         for (const auto& [minute, point] : curve) {
-            double profit = 0.0;
-            double value = 0.0;
+            PeriodPoint expected;
             for (std::size_t at = 0; at < deals.size(); ++at) {
                 double price = 9.5;
                 for (const auto& [end, close] : stocks[at].closes) {
@@ -199,33 +167,22 @@ TEST(PeriodCurve, agreesWithAWalkOverAllDealsForEachMinute) {
                 int net = 0;
                 for (const MinuteDeal& deal : deals[at]) {
                     if (deal.minute > minute) continue;
+                    const int volume = std::abs(deal.volume);
+                    (deal.volume > 0 ? expected.buyVolume : expected.sellVolume) += volume;
+                    (deal.volume > 0 ? expected.buyAmount : expected.sellAmount) +=
+                        volume * deal.price;
+                    expected.commission += deal.commission;
+                    expected.profit += deal.volume * (price - deal.price) - deal.commission;
                     net += deal.volume;
-                    profit += deal.volume * (price - deal.price) - deal.commission;
                 }
-                value += std::abs(net) * price;
+                expected.positionValue += std::abs(net) * price;
             }
-            ASSERT_EQ(point.profit, profit) << "round " << round << " minute " << minute;
-            ASSERT_EQ(point.positionValue, value) << "round " << round << " minute " << minute;
+            ASSERT_EQ(point, expected) << "round " << round << " minute " << minute;
         }
     }
 }
 
-TEST(PeriodMinutes, findPrevExtDataGivesTheFiguresAtOrBeforeAMinute) {
-    const auto first = LinkagePeriodExtData::make();
-    const auto second = LinkagePeriodExtData::make();
-    const std::map<int, boost::shared_ptr<LinkagePeriodExtData>> figures = {{600, first},
-                                                                            {605, second}};
-    const auto at = [&](int minute) {
-        const auto* const found = findPrevExtData(figures, minute);
-        return found ? found->get() : nullptr;
-    };
-    EXPECT_EQ(at(599), nullptr);
-    EXPECT_EQ(at(600), first.get());
-    EXPECT_EQ(at(604), first.get());
-    EXPECT_EQ(at(900), second.get());
-}
-
-TEST(PeriodMinutes, countAsADayOfTrading) {
+TEST(PeriodMinutes, CountAsADayOfTrading) {
     int counted = 0;
     int newest = 0;
     for (int minute = 0; minute < 1440; ++minute) {
@@ -236,7 +193,7 @@ TEST(PeriodMinutes, countAsADayOfTrading) {
     EXPECT_EQ(counted, 240);
 }
 
-TEST(PeriodMinutes, followTheClockOnTheTradeDateOnly) {
+TEST(PeriodMinutes, FollowTheClockOnTheTradeDateOnly) {
     struct Case {
         const char* now;
         int finished;
@@ -255,37 +212,38 @@ TEST(PeriodMinutes, followTheClockOnTheTradeDateOnly) {
     }
 }
 
-constexpr std::int64_t SECOND = 1'000'000;
-
-TEST(MinuteBars, areAskedForWhenAMinuteHasEndedAndAgainWhileAnyIsMissing) {
+TEST(MinuteBars, AreAskedForWhenAMinuteHasEndedAndAgainWhileAnyIsMissing) {
+    const std::string stock = "SH600000";
     CPeriodCurves curves;
-    const std::vector<std::string> due = {"SH600000"};
-    const std::vector<std::string> none;
-    EXPECT_EQ(curves.takeDueStocks({573, 574}, 0), none) << "nothing is followed";
-    curves.totalsOf("A", "SH600000");
-    EXPECT_EQ(curves.takeDueStocks({570, 0}, 0), none) << "no minute has ended";
-    EXPECT_EQ(curves.takeDueStocks({573, 574}, 600 * SECOND), due);
-    EXPECT_EQ(curves.takeDueStocks({573, 574}, 610 * SECOND), none) << "asked a moment ago";
-    EXPECT_EQ(curves.takeDueStocks({573, 574}, 660 * SECOND), due) << "no answer";
-    EXPECT_TRUE(curves.addBars("SH600000", 573, {{571, 10.0}, {573, 10.5}}));
-    EXPECT_EQ(curves.takeDueStocks({573, 574}, 670 * SECOND), none);
-    EXPECT_EQ(curves.takeDueStocks({573, 574}, 720 * SECOND), due) << "572 is missing";
-    EXPECT_EQ(curves.takeDueStocks({574, 575}, 722 * SECOND), due) << "574 has ended";
-    EXPECT_TRUE(curves.addBars("SH600000", 574, {{572, 10.25}, {574, 10.5}}));
-    EXPECT_EQ(curves.takeDueStocks({574, 575}, 999 * SECOND), none) << "complete";
+    const auto asked = [&](int finished, int running, std::int64_t seconds) {
+        const auto due = curves.takeDueStocks({finished, running}, seconds * 1'000'000);
+        return due == std::vector{stock};
+    };
+    EXPECT_FALSE(asked(573, 574, 0)) << "nothing is followed";
+    curves.totalsOf("A", stock);
+    EXPECT_FALSE(asked(570, 0, 0)) << "no minute has ended";
+    EXPECT_TRUE(asked(573, 574, 600));
+    EXPECT_FALSE(asked(573, 574, 610)) << "asked a moment ago";
+    EXPECT_TRUE(asked(573, 574, 660)) << "no answer";
+    EXPECT_TRUE(curves.addBars(stock, 573, {{571, 10.0}, {573, 10.5}}));
+    EXPECT_FALSE(asked(573, 574, 670));
+    EXPECT_TRUE(asked(573, 574, 720)) << "572 is missing";
+    EXPECT_TRUE(asked(574, 575, 722)) << "574 has ended";
+    EXPECT_TRUE(curves.addBars(stock, 574, {{572, 10.25}, {574, 10.5}}));
+    EXPECT_FALSE(asked(574, 575, 999)) << "complete";
     for (const int finished : {900, 929}) {
-        EXPECT_EQ(curves.takeDueStocks({finished, 900}, finished * 60 * SECOND), due);
-        curves.addBars("SH600000", finished, {});
+        EXPECT_TRUE(asked(finished, 900, finished * 60));
+        curves.addBars(stock, finished, {});
     }
-    EXPECT_EQ(curves.takeDueStocks({930, 900}, 930 * 60 * SECOND), due);
-    EXPECT_EQ(curves.takeDueStocks({1440, 900}, 9000 * 60 * SECOND), due) << "no answer";
-    curves.addBars("SH600000", 930, {});
-    EXPECT_EQ(curves.takeDueStocks({1440, 900}, 9999 * 60 * SECOND), none) << "the day is final";
+    EXPECT_TRUE(asked(930, 900, 930 * 60));
+    EXPECT_TRUE(asked(1440, 900, 9000 * 60)) << "no answer";
+    curves.addBars(stock, 930, {});
+    EXPECT_FALSE(asked(1440, 900, 9999 * 60)) << "the day is final";
     curves.newDay();
-    EXPECT_EQ(curves.takeDueStocks({575, 576}, 9999 * SECOND), none) << "another day";
+    EXPECT_FALSE(asked(575, 576, 9999)) << "another day";
 }
 
-TEST(MinuteBars, keepTheNewestAnswerAndNoUnfinishedMinute) {
+TEST(MinuteBars, KeepTheNewestAnswerAndNoUnfinishedMinute) {
     CPeriodCurves curves;
     EXPECT_FALSE(curves.addBars("SH600000", 573, {{571, 10.0}})) << "not followed";
     curves.totalsOf("A", "SH600000");
