@@ -17,11 +17,7 @@ TEST(CsvFiles, BalanceRowToTheByte) {
 
 TEST(CsvFiles, ReaderTakesRowsOfTheRightLengthOnly) {
     const std::string row = "K,F,A,N,T,B,S,20240102000000,";
-    const struct {
-        const char* name;
-        std::string text;
-        std::size_t rows;
-    } cases[] = {
+    const std::tuple<const char*, std::string, std::size_t> cases[] = {
         {"nothing", "", 0},
         {"header only", "h\n", 0},
         {"one line, which is the header", row, 0},
@@ -32,9 +28,8 @@ TEST(CsvFiles, ReaderTakesRowsOfTheRightLengthOnly) {
         {"a comma too many, one too few", "h\nx," + row + "\nK,F,A,N,T,B,S,\n" + row + "\n", 1},
         {"an empty key", "h\n,F,A,N,T,B,S,20240102000000,\n", 1},
     };
-    for (const auto& each : cases) {
-        SCOPED_TRACE(each.name);
-        EXPECT_EQ(csv::readStatRows(each.text).size(), each.rows);
+    for (const auto& [name, text, rows] : cases) {
+        EXPECT_EQ(csv::readStatRows(text).size(), rows) << name;
     }
 
     const auto read = csv::readStatRows("h\nK,F,A,N,T,B,S,20240102000000,153000\r\n").at(0);
@@ -52,12 +47,7 @@ TEST(CsvFiles, ReaderTakesRowsOfTheRightLengthOnly) {
 }
 
 TEST(CsvFiles, NumbersThatAreNoneReadAsNothing) {
-    const struct {
-        const char* sold;
-        const char* amount;
-        int soldRead;
-        double amountRead;
-    } cases[] = {
+    const std::tuple<std::string, const char*, int, double> cases[] = {
         {"100", "12.5000000000", 100, 12.5},
         {"-100", "-1", -100, -1.0},
         {" 7 ", "1e3", 7, 1000.0},
@@ -69,16 +59,14 @@ TEST(CsvFiles, NumbersThatAreNoneReadAsNothing) {
         {"2", "-inf", 2, 0.0},
         {"3", "1e400", 3, 0.0},
     };
-    for (const auto& each : cases) {
-        SCOPED_TRACE(each.sold);
-        const std::string text =
-            std::string("h\nK,SH600000,") + each.sold + ",300," + each.amount + ",2,ignored\n";
-        const auto rows = csv::readBalanceRows(text);
+    for (const auto& [sold, amount, soldRead, amountRead] : cases) {
+        SCOPED_TRACE(sold);
+        const auto rows =
+            csv::readBalanceRows("h\nK,SH600000," + sold + ",300," + amount + ",2,ignored\n");
         ASSERT_EQ(rows.size(), 1u);
-        EXPECT_EQ(rows[0].figures.sellVolume, each.soldRead);
-        EXPECT_EQ(rows[0].figures.buyVolume, 300);
-        EXPECT_EQ(rows[0].figures.buyAmount, each.amountRead);
-        EXPECT_EQ(rows[0].figures.sellAmount, 2.0);
+        const auto& figures = rows[0].figures;
+        EXPECT_EQ(std::pair(figures.buyVolume, figures.sellVolume), std::pair(300, soldRead));
+        EXPECT_EQ(std::pair(figures.buyAmount, figures.sellAmount), std::pair(amountRead, 2.0));
     }
     EXPECT_TRUE(csv::readBalanceRows("h\n,SH600000,1,1,1,1,d\nK,SH600000,1,1,1,1\n").empty());
 }

