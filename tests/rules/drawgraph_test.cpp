@@ -52,9 +52,9 @@ protected:
         return recorder.painted;
     }
 
-    void addLine(std::vector<double> xs, std::vector<double> ys, int width = 1, bool dotted = false,
-                 Type type = FIRST, const std::string& key = "k") {
-        draw().addDrawLineData(type, key, xs, ys, width, dotted, true, 0x00ff00, 50);
+    void addLine(std::vector<double> xs, std::vector<double> ys, int width = 1,
+                 bool dotted = false) {
+        draw().addDrawLineData(FIRST, "k", xs, ys, width, dotted, true, 0x00ff00, 50);
     }
     void addText(int boxWidth, int boxHeight, const std::string& text = "卖①价 12.5") {
         draw().addDrawTextData(FIRST, "k", 3.06, 4.0, text, 0x102030, "Serif", 40, 20, boxWidth,
@@ -151,18 +151,20 @@ TEST_F(DrawGraph, StoresAreToldApartAsZeroAndNotZero) {
     draw().addDrawRoundData(SECOND, "k", 0, 0, 2, 0, 0, 0);
     draw().addDrawRoundData(static_cast<Type>(7), "k", 0, 0, 3, 0, 0, 0);
     draw().addDrawRoundData(FIRST, "other", 0, 0, 4, 0, 0, 0);
-    EXPECT_EQ(paint(FIRST).size(), 1u);
     const auto second = paint(static_cast<Type>(-1));
     ASSERT_EQ(second.size(), 2u);
     EXPECT_EQ(second[0].rect.width(), 2) << "in the order of adding";
     EXPECT_EQ(second[1].rect.width(), 3);
 
+    using Counts = std::vector<std::size_t>;
+    const auto counts = [this] {
+        return Counts{paint().size(), paint(SECOND).size(), paint(FIRST, "other").size()};
+    };
+    EXPECT_EQ(counts(), (Counts{1, 2, 1}));
     draw().clearDatas("k");
-    EXPECT_TRUE(paint(FIRST).empty());
-    EXPECT_TRUE(paint(SECOND).empty());
-    EXPECT_EQ(paint(FIRST, "other").size(), 1u);
+    EXPECT_EQ(counts(), (Counts{0, 0, 1}));
     draw().clearDatas();
-    EXPECT_TRUE(paint(FIRST, "other").empty());
+    EXPECT_EQ(counts(), (Counts{0, 0, 0}));
 }
 
 TEST_F(DrawGraph, EmptyMapThrowsAtTheFirstGraphicAndLeavesTheLockFree) {

@@ -42,13 +42,8 @@ TEST(PaperExchange, MatchesAnArrivingOrderWithTheBook) {
     const Quote noBook = {10, {}, {}};
     const Quote silent = {unknown, {}, {}};
     const Quote emptyLevels = {10, {{0, 0}}, {{9.9, 0}}};
-    struct Row {
-        const char* name;
-        const Quote& quote;
-        Order order;
-        std::string said;  // after "o1:49:0 o1:50:0"
-    };
-    const Row rows[] = {
+    // What is said follows "o1:49:0 o1:50:0".
+    const std::tuple<const char*, Quote, Order, std::string> rows[] = {
         {"within a level", full, buy(200, 10.01), " d1:200@10.01 o1:56:200"},
         {"two levels, rest stands", full, buy(1000, 10.02),
          " d1:300@10.01 o1:55:300 d2:500@10.02 o1:55:800"},
@@ -82,13 +77,13 @@ TEST(PaperExchange, MatchesAnArrivingOrderWithTheBook) {
         {"no volume", silent, buy(0, 10.0), " o1:57:0"},
         {"volume beyond an order's", silent, sell(3'000'000'000, 10.0), " o1:57:0"},
     };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
+    for (const auto& [name, quote, order, said] : rows) {
+        SCOPED_TRACE(name);
         Market market;
         market.limits(9.0, 11.0);
-        market.price(row.quote.last, row.quote.asks, row.quote.bids);
-        const auto& [buys, volume, price, type] = row.order;
-        EXPECT_EQ(market.send(buys, volume, price, type), "o1:49:0 o1:50:0" + row.said);
+        market.price(quote.last, quote.asks, quote.bids);
+        EXPECT_EQ(market.send(order.buys, order.volume, order.price, order.type),
+                  "o1:49:0 o1:50:0" + said);
     }
 }
 
@@ -155,27 +150,24 @@ TEST(PaperExchange, CancelsOrdersThatOnlyTheDataCenterKnows) {
 TEST(PaperExchange, MakesTheOrdersOfACommandWithItsStrategies) {
     Market market;
     paper::CCommandCenter center(market.loop.service(), market.exchange, market.tasks, nullptr);
-    auto command = boost::make_shared<COrderComandParam>();
+    const auto order = boost::make_shared<CCodeOrderParam>();
+    order->m_pAccountInfo = market.dataCenter->account("A")->getAccountInfo();
+    order->m_stock = {"SH", "600000"};
+    order->m_eOperationType = OPT_SELL;
+    order->m_nVolume = 100;
+    order->m_dPrice = 10.0;
+    order->m_strStrategyName = "first";
+    order->m_strStrategyName2 = "second";
+    const auto command = boost::make_shared<COrderComandParam>();
     command->m_strStrategyName = "S";
     command->m_strStrategyName2 = "历史配平";
-    for (const EOperationType operation : {OPT_BUY, OPT_SELL}) {
-        const auto order = boost::make_shared<CCodeOrderParam>();
-        order->m_pAccountInfo = market.dataCenter->account("A")->getAccountInfo();
-        order->m_stock = {"SH", "600000"};
-        order->m_eOperationType = operation;
-        order->m_nVolume = 100;
-        order->m_dPrice = 10.0;
-        order->m_strStrategyName = "first";
-        order->m_strStrategyName2 = "second";
-        command->m_orders.push_back(order);
-    }
+    command->m_orders = {order, order};
     int completed = 0;
     center.createCommand(
         command, [&](const utils::VexError& error, int) { completed += error.isOk(); }, true, 0);
     EXPECT_EQ(market.orders.size() + completed, 0u) << "the caller may hold locks";
     EXPECT_EQ(market.said(), "o1:49:0 o1:50:0 o2:49:0 o2:50:0");
     EXPECT_EQ(completed, 1);
-    EXPECT_EQ(market.orders[1].m_eDirection, ENTRUST_BUY);
     EXPECT_EQ(market.orders[2].m_eDirection, ENTRUST_SELL);
     const auto& carrier = *market.orders[2].m_pCommand;
     EXPECT_EQ(carrier.m_strStrategyName + "/" + carrier.m_strStrategyName2 + "/" + carrier.m_strTag,

@@ -134,18 +134,15 @@ TEST(OrderRules, TakeTickAndLimitsFromTheStockOfTheQuote) {
 
 TEST(OrderRules, LeaveATimeRangeOfOneDayAndOpenAnyOther) {
     paper::COrderRules rules(std::make_shared<paper::CInstruments>());
-    struct Row {
-        int from, to, fixedFrom, fixedTo;
-    };
-    const Row rows[] = {{34200, 54000, 34200, 54000}, {0, 86400, 0, 86400}, {0, 0, 0, 0},
-                        {54000, 34200, 0, 0},         {-1, 34200, 0, 0},    {0, 86401, 0, 0}};
-    for (const Row& row : rows) {
+    using Range = std::pair<int, int>;
+    const std::pair<Range, Range> rows[] = {
+        {{34200, 54000}, {34200, 54000}}, {{0, 86400}, {0, 86400}}, {{0, 0}, {0, 0}},
+        {{54000, 34200}, {0, 0}},         {{-1, 34200}, {0, 0}},    {{0, 86401}, {0, 0}}};
+    for (const auto& [range, fixed] : rows) {
         CCodeOrderParam order;
-        order.m_nValidFrom = row.from;
-        order.m_nValidTo = row.to;
+        std::tie(order.m_nValidFrom, order.m_nValidTo) = range;
         rules.fixTimeRange(order);
-        EXPECT_EQ(order.m_nValidFrom, row.fixedFrom) << row.from << " to " << row.to;
-        EXPECT_EQ(order.m_nValidTo, row.fixedTo) << row.from << " to " << row.to;
+        EXPECT_EQ(Range(order.m_nValidFrom, order.m_nValidTo), fixed) << range.first;
     }
 }
 

@@ -70,25 +70,12 @@ public:
     }
 
     std::string send(bool buys, std::int64_t volume, double price, EPriceType type = PRTP_FIX) {
-        exchange->submit({.account = "A",
-                          .market = "SH",
-                          .code = "600000",
-                          .buys = buys,
-                          .volume = volume,
-                          .priceType = type,
-                          .price = price});
+        exchange->submit({"A", "SH", "600000", buys, volume, type, price});
         return said();
     }
 
     std::string startTask(int volume, int slices, double seconds, bool server = true) {
-        exchange->startTask({.account = "A",
-                             .market = "SH",
-                             .code = "600000",
-                             .volume = volume,
-                             .slices = slices,
-                             .seconds = seconds,
-                             .strategy = "S",
-                             .server = server});
+        exchange->startTask({"A", {}, "SH", "600000", BUY, volume, slices, seconds, "S", server});
         return said();
     }
 

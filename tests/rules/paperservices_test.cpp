@@ -3,7 +3,6 @@
 #include "paper/loop.h"
 #include "paper/quotes.h"
 #include "paper/usersettings.h"
-#include "platform/utils/keys.h"
 #include "platform/utils/referencedata.h"
 
 #include <fmt/format.h>
@@ -47,26 +46,6 @@ std::string recordsOf(const CAccountData& data, int type) {
         text += record->getKey() + (order ? fmt::format(":{} ", order->m_nTradedVolume) : " ");
     }
     return text;
-}
-
-TEST(DataCenter, HandsOutTheNewestReportsInTheOrderOfTheFirstOnes) {
-    paper::CDataCenter center("20240102");
-    for (const char* key : {"C", "A", "B"}) center.setAccount({.key = key});
-    for (const auto& [key, traded] : {std::pair{9, 0}, {2, 0}, {9, 100}, {5, 0}, {2, 300}}) {
-        center.report("A", DATA_ORDER, orderOf(key, traded), false);
-    }
-    center.setAccount({.key = "A", .info = false});
-    std::vector<boost::shared_ptr<CAccountData>> accounts;
-    center.getAllAccountData(accounts);
-    std::string keys;
-    for (const auto& account : accounts) keys += account->getKey();
-    EXPECT_EQ(keys, "CAB");
-    const auto found = center.getAccountData(utils::hash("A"));
-    ASSERT_TRUE(found);
-    EXPECT_EQ(recordsOf(*found, DATA_ORDER), "9:100 2:300 5:0 ");
-    EXPECT_EQ(recordsOf(*found, DATA_DEAL), "");
-    EXPECT_FALSE(found->getAccountInfo());
-    EXPECT_FALSE(center.getAccountData(utils::hash("D")));
 }
 
 TEST(DataCenter, ForgetsOtherTradeDatesWithTheNewOne) {

@@ -172,8 +172,7 @@ TEST(PeriodMinutes, FollowTheClockOnTheTradeDateOnly) {
     };
     for (const auto& [now, finished, running] : cases) {
         const DayMoment moment = dayMoment(now, "20240102");
-        EXPECT_EQ(moment.finished, finished) << now;
-        EXPECT_EQ(moment.running, running) << now;
+        EXPECT_EQ(std::pair(moment.finished, moment.running), std::pair(finished, running)) << now;
     }
 }
 

@@ -4,7 +4,6 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
-#include <limits>
 #include <string>
 #include <vector>
 
@@ -49,15 +48,6 @@ TEST(BalanceTimes, AreDueOnceAfterTheyCame) {
         const auto due = paper::dueKeys({{"A:S", time}}, from, to);
         EXPECT_EQ(due.size(), expected ? 1u : 0u) << name;
     }
-}
-
-TEST(BalanceTimes, ComeNextAtTheEarliestOfTheTable) {
-    constexpr auto NEVER = std::numeric_limits<std::int64_t>::max();
-    EXPECT_EQ(paper::nextDue({{"A:S", "120001"}, {"A:T", "noon"}}, NOON), NOON + SECOND);
-    EXPECT_EQ(paper::nextDue({{"A:S", "120000"}, {"A:T", "235959"}}, NOON),
-              NOON + DAY / 2 - SECOND);
-    EXPECT_EQ(paper::nextDue({{"A:S", "120000"}}, NOON), NOON + DAY);
-    EXPECT_EQ(paper::nextDue({{"A:T", "noon"}}, NOON), NEVER);
 }
 
 TEST(Scheduler, StartsEachBalanceAtItsTimeInTheOrderOfTheTable) {

@@ -111,15 +111,11 @@ TEST(CellValues, Times) {
 }
 
 TEST(CellValues, Instruments) {
-    struct Row {
-        const char* market;
-        const char* holder;
-        std::vector<CellValue> codes;
-        std::string expected;
-    };
     const char* const SHANGHAI = "A123456789";
     const char* const SHENZHEN = "0123456789";
-    const Row rows[] = {
+    // Market, holder, codes, and what each of the codes is taken for.
+    using Codes = std::vector<CellValue>;
+    const std::tuple<const char*, const char*, Codes, std::string> rows[] = {
         {"", "", {878, "878", "sz000001"}, "SZ000878 SZ000878 SZ000001 "},
         {"", "", {"159915", "300750", "200002"}, "SZ159915 SZ300750 SZ200002 "},
         {"", "", {"600519", "688981", "900901"}, "SH600519 SH688981 SH900901 "},
@@ -137,13 +133,13 @@ TEST(CellValues, Instruments) {
         {"沪港通", "", {700}, "none "},
         {"", "", {0.0, -600519, 600519.5}, "none none none "},
     };
-    for (const Row& row : rows) {
+    for (const auto& [market, holder, codes, expected] : rows) {
         std::string seen;
-        for (const CellValue& code : row.codes) {
-            const auto found = instrumentOf(code, QString::fromUtf8(row.market), row.holder);
+        for (const CellValue& code : codes) {
+            const auto found = instrumentOf(code, QString::fromUtf8(market), holder);
             seen += (found ? found->market + found->code : "none") + " ";
         }
-        EXPECT_EQ(seen, row.expected);
+        EXPECT_EQ(seen, expected);
     }
 }
 
@@ -323,13 +319,10 @@ TEST(AccountChoice, FollowsTheNameThenTheOnlyAccount) {
     const auto a = account("A", "0010001");
     const auto b = account("B", "20002");
     const auto c = account("C", "10001");
-    struct Row {
-        const char* name;
-        std::vector<CAccountChoice::Account> followed;
-        std::vector<NamedAccount> named;
-        std::string expected;  ///< account of each row, or the refusal
-    };
-    const Row rows[] = {
+    // Accounts that are followed, what the rows name, and the account of each row or the refusal.
+    using Accounts = std::vector<CAccountChoice::Account>;
+    using Named = std::vector<NamedAccount>;
+    const std::tuple<std::string, Accounts, Named, std::string> rows[] = {
         {"by fund account, zeros lost", {a, b}, {{"10001", ""}, {"20002", ""}}, "AB"},
         {"by holder code, by account key", {a, b}, {{"", "20002"}, {"B", ""}}, "BB"},
         {"exactly, before by zeros", {a, c}, {{"10001", ""}, {"0010001", ""}}, "CA"},
@@ -350,18 +343,17 @@ TEST(AccountChoice, FollowsTheNameThenTheOnlyAccount) {
         {"unknown", {a, b}, {{"3", ""}}, "the file is of account 3, which is not followed"},
         {"none followed", {}, {{"10001", ""}}, "no account is followed"},
     };
-    for (const Row& row : rows) {
-        const CAccountChoice choice(row.followed, row.named);
+    for (const auto& [name, followed, named, expected] : rows) {
+        const CAccountChoice choice(followed, named);
         std::string seen = choice.refusal().toStdString();
         if (seen.empty()) {
-            for (const auto& named : row.named) {
-                const auto found = choice.of(named).account;
+            for (const auto& each : named) {
+                const auto found = choice.of(each).account;
                 seen += found ? found->m_strKey : "-";
             }
         }
-        EXPECT_EQ(seen, row.expected) << row.name;
-        EXPECT_EQ(!choice.note().isEmpty(), row.name == std::string("another name, one followed"))
-            << row.name;
+        EXPECT_EQ(seen, expected) << name;
+        EXPECT_EQ(!choice.note().isEmpty(), name == "another name, one followed") << name;
     }
 }
 
