@@ -28,14 +28,9 @@ QByteArray bytesOf(const QString& path) {
 }
 
 CWorkbook bookOf(const QByteArray& bytes) {
-    switch (detectFormat(bytes)) {
-        case EFormat::Xlsx:
-            return readXlsx(bytes);
-        case EFormat::Xls:
-            return readXls(bytes);
-        default:
-            return readText(bytes);
-    }
+    const EFormat format = detectFormat(bytes);
+    if (format == EFormat::Xlsx) return readXlsx(bytes);
+    return format == EFormat::Xls ? readXls(bytes) : readText(bytes);
 }
 
 /// "read" or why not.
@@ -217,6 +212,9 @@ TEST(ImportFiles, HostileContentIsRefused) {
     circle[table + 4 * directory] = static_cast<char>(directory);
     circle.replace(table + 4 * directory + 1, 3, QByteArray(3, '\0'));
     const QByteArray x(200'000, 'x');
+    const std::string rowsLimit = "the file has more than 200000 rows";
+    const std::string columnsLimit = "the file has more than 256 columns";
+    const std::string sizeLimit = "the workbook unpacks to more than 64 MB";
     const std::string archive = "the workbook's archive is broken";
     const std::string broken = "the workbook is broken: ";
     const std::tuple<const char*, QByteArray, std::string> rows[] = {
@@ -225,9 +223,8 @@ TEST(ImportFiles, HostileContentIsRefused) {
          "the file is neither a workbook nor a text"},
         {"web", " <html><table>", "the file is a web page or XML; save it as a workbook"},
         {"page", kHeaderLine + "\xff\xff", "the text is neither valid UTF-8 nor valid GB18030"},
-        {"rows", kHeaderLine + row.repeated(kMaxRows), "the file has more than 200000 rows"},
-        {"columns", kHeaderLine + x.left(300).replace('x', "1,"),
-         "the file has more than 256 columns"},
+        {"rows", kHeaderLine + row.repeated(kMaxRows), rowsLimit},
+        {"columns", kHeaderLine + x.left(300).replace('x', "1,"), columnsLimit},
         {"cell", kHeaderLine + x, "a cell has more than 32767 characters"},
         {"texts", kHeaderLine + numbered("", x.left(900) + "\n", kMaxTextLength / 4 * 5),
          "the file has too much text"},
@@ -238,10 +235,8 @@ TEST(ImportFiles, HostileContentIsRefused) {
         {"missing part", twice, archive},
         {"another archive", zipped({{"a.txt", "a"}}), "the archive is not a workbook"},
         {"password", zipped(workbookParts(""), 0, 1), "the workbook is protected by a password"},
-        {"claimed", zipped(workbookParts(""), 0x7fffff00),
-         "the workbook unpacks to more than 64 MB"},
-        {"bomb", workbook(QByteArray(kMaxUnpackedBytes, ' ')),
-         "the workbook unpacks to more than 64 MB"},
+        {"claimed", zipped(workbookParts(""), 0x7fffff00), sizeLimit},
+        {"bomb", workbook(QByteArray(kMaxUnpackedBytes, ' ')), sizeLimit},
         {"deep nesting", workbook(QByteArray("<a>").repeated(100)), broken + "nested too deep"},
         {"endless tag", workbook("<c t='" + x + "'/>"), broken + "endless text"},
         {"endless attributes", workbook("<c" + numbered(" a", "=''", 100'000) + "/>"),
@@ -251,10 +246,8 @@ TEST(ImportFiles, HostileContentIsRefused) {
         {"entities",
          workbook("<row><c t='str'><v>&a;</v></c></row>", "<!DOCTYPE w [<!ENTITY a 'aa'>]>"),
          broken + "document type"},
-        {"far row", workbook("<row r='9999999'><c><v>1</v></c></row>"),
-         "the file has more than 200000 rows"},
-        {"far cell", workbook("<row><c r='XFD1'><v>1</v></c></row>"),
-         "the file has more than 256 columns"},
+        {"far row", workbook("<row r='9999999'><c><v>1</v></c></row>"), rowsLimit},
+        {"far cell", workbook("<row><c r='XFD1'><v>1</v></c></row>"), columnsLimit},
         {"no place", workbook("<row><c r='1A'><v>1</v></c></row>"), broken + "cell \"1A\""},
         {"no text", workbook("<row><c t='s'><v>0</v></c></row>"), broken + "missing text"},
         {"circle of sectors", circle, broken + "its container is damaged"},
