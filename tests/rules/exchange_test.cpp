@@ -19,71 +19,57 @@ struct Quote {
     Levels asks, bids;
 };
 
-struct Order {
-    bool buys;
-    std::int64_t volume;
-    double price;
-    EPriceType type;
-};
-
-Order buy(std::int64_t volume, double price, EPriceType type = PRTP_FIX) {
-    return {BUY, volume, price, type};
-}
-
-Order sell(std::int64_t volume, double price, EPriceType type = PRTP_FIX) {
-    return {SELL, volume, price, type};
-}
-
 TEST(PaperExchange, MatchesAnArrivingOrderWithTheBook) {
-    const double unknown = CPriceData::UNKNOWN;
+    constexpr EPriceType FIX = PRTP_FIX;
+    constexpr EPriceType MARKET = PRTP_MARKET;
     const Levels bids = {{10.00, 200}, {9.99, 400}};
     const Quote full = {10, {{10.01, 300}, {10.02, 500}, {10.05, 1000}}, bids};
     const Quote bidsOnly = {10, {}, bids};
     const Quote noBook = {10, {}, {}};
-    const Quote silent = {unknown, {}, {}};
+    const Quote silent = {CPriceData::UNKNOWN, {}, {}};
     const Quote emptyLevels = {10, {{0, 0}}, {{9.9, 0}}};
     // What is said follows "o1:49:0 o1:50:0".
-    const std::tuple<const char*, Quote, Order, std::string> rows[] = {
-        {"within a level", full, buy(200, 10.01), " d1:200@10.01 o1:56:200"},
-        {"two levels, rest stands", full, buy(1000, 10.02),
+    using Row = std::tuple<const char*, Quote, bool, std::int64_t, double, EPriceType, std::string>;
+    const Row rows[] = {
+        {"within a level", full, BUY, 200, 10.01, FIX, " d1:200@10.01 o1:56:200"},
+        {"two levels, rest stands", full, BUY, 1000, 10.02, FIX,
          " d1:300@10.01 o1:55:300 d2:500@10.02 o1:55:800"},
-        {"better than its price", full, buy(800, 10.04),
+        {"better than its price", full, BUY, 800, 10.04, FIX,
          " d1:300@10.01 o1:55:300 d2:500@10.02 o1:56:800"},
-        {"sell two levels", full, sell(600, 9.99), " d1:200@10 o1:55:200 d2:400@9.99 o1:56:600"},
-        {"below the asks", full, buy(100, 10.0), ""},
-        {"above the bids", full, sell(100, 10.01), ""},
-        {"market takes all levels", full, buy(1800, 0, PRTP_MARKET),
+        {"sell two levels", full, SELL, 600, 9.99, FIX,
+         " d1:200@10 o1:55:200 d2:400@9.99 o1:56:600"},
+        {"below the asks", full, BUY, 100, 10.0, FIX, ""},
+        {"above the bids", full, SELL, 100, 10.01, FIX, ""},
+        {"market takes all levels", full, BUY, 1800, 0, MARKET,
          " d1:300@10.01 o1:55:300 d2:500@10.02 o1:55:800 d3:1000@10.05 o1:56:1800"},
-        {"rest of a market order is cancelled", full, sell(700, 0, PRTP_MARKET),
+        {"rest of a market order is cancelled", full, SELL, 700, 0, MARKET,
          " d1:200@10 o1:55:200 d2:400@9.99 o1:55:600 o1:53:600"},
-        {"market without other side", bidsOnly, buy(700, 0, PRTP_MARKET), " o1:54:0"},
-        {"protected market order stands", full, buy(500, 10.01, PRTP_MARKET),
-         " d1:300@10.01 o1:55:300"},
-        {"own side of the book only", bidsOnly, buy(100, 10.5), ""},
-        {"no book, price reached", noBook, buy(5000, 10.0), " d1:5000@10 o1:56:5000"},
-        {"no book, better than last", noBook, sell(5000, 9.5), " d1:5000@10 o1:56:5000"},
-        {"no book, price not reached", noBook, buy(100, 9.99), ""},
-        {"no book, market", noBook, buy(100, 0, PRTP_MARKET), " o1:54:0"},
-        {"nothing known", silent, buy(100, 10.5), ""},
-        {"empty levels are no book", emptyLevels, buy(100, 10.0), " d1:100@10 o1:56:100"},
+        {"market without other side", bidsOnly, BUY, 700, 0, MARKET, " o1:54:0"},
+        {"protected market order stands", full, BUY, 500, 10.01, MARKET, " d1:300@10.01 o1:55:300"},
+        {"own side of the book only", bidsOnly, BUY, 100, 10.5, FIX, ""},
+        {"no book, price reached", noBook, BUY, 5000, 10.0, FIX, " d1:5000@10 o1:56:5000"},
+        {"no book, better than last", noBook, SELL, 5000, 9.5, FIX, " d1:5000@10 o1:56:5000"},
+        {"no book, price not reached", noBook, BUY, 100, 9.99, FIX, ""},
+        {"no book, market", noBook, BUY, 100, 0, MARKET, " o1:54:0"},
+        {"nothing known", silent, BUY, 100, 10.5, FIX, ""},
+        {"empty levels are no book", emptyLevels, BUY, 100, 10.0, FIX, " d1:100@10 o1:56:100"},
 
-        {"at the upper limit", silent, buy(100, 11.0), ""},
-        {"above the upper limit", silent, buy(100, 11.01), " o1:57:0"},
-        {"at the lower limit", silent, sell(100, 9.0), ""},
-        {"below the lower limit", silent, sell(100, 8.99), " o1:57:0"},
-        {"protected beyond the limit", silent, buy(100, 11.01, PRTP_MARKET), " o1:57:0"},
-        {"no price", silent, buy(100, 0.0, PRTP_COMPETE), " o1:57:0"},
-        {"negative price", silent, buy(100, -1.0), " o1:57:0"},
-        {"no volume", silent, buy(0, 10.0), " o1:57:0"},
-        {"volume beyond an order's", silent, sell(3'000'000'000, 10.0), " o1:57:0"},
+        {"at the upper limit", silent, BUY, 100, 11.0, FIX, ""},
+        {"above the upper limit", silent, BUY, 100, 11.01, FIX, " o1:57:0"},
+        {"at the lower limit", silent, SELL, 100, 9.0, FIX, ""},
+        {"below the lower limit", silent, SELL, 100, 8.99, FIX, " o1:57:0"},
+        {"protected beyond the limit", silent, BUY, 100, 11.01, MARKET, " o1:57:0"},
+        {"no price", silent, BUY, 100, 0.0, PRTP_COMPETE, " o1:57:0"},
+        {"negative price", silent, BUY, 100, -1.0, FIX, " o1:57:0"},
+        {"no volume", silent, BUY, 0, 10.0, FIX, " o1:57:0"},
+        {"volume beyond an order's", silent, SELL, 3'000'000'000, 10.0, FIX, " o1:57:0"},
     };
-    for (const auto& [name, quote, order, said] : rows) {
+    for (const auto& [name, quote, buys, volume, price, type, said] : rows) {
         SCOPED_TRACE(name);
         Market market;
         market.limits(9.0, 11.0);
         market.price(quote.last, quote.asks, quote.bids);
-        EXPECT_EQ(market.send(order.buys, order.volume, order.price, order.type),
-                  "o1:49:0 o1:50:0" + said);
+        EXPECT_EQ(market.send(buys, volume, price, type), "o1:49:0 o1:50:0" + said);
     }
 }
 
