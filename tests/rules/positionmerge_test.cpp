@@ -24,10 +24,11 @@ PositionPtr report(const Part& part) {
 
 TEST(PositionMerge, AddsVolumesAndWeighsCosts) {
     constexpr int MAX = std::numeric_limits<int>::max();
+    constexpr double INF = std::numeric_limits<double>::infinity();
     const std::tuple<const char*, std::vector<Part>, Part> rows[] = {
         {"a single part stands as it is", {{7, 0, 0, 12.5}}, {7, 0, 0, 12.5}},
         {"lots of two days", {{9, 300, 0, 10.0}, {5, 100, 100, 14.0}}, {9, 400, 100, 11.0}},
-        {"a sold part has no say", {{1, 0, 0, 99.0}, {2, 200, 200, 8.0}}, {1, 200, 200, 8.0}},
+        {"a sold part has no say", {{1, 0, 0, INF}, {2, 200, 200, 8.0}}, {1, 200, 200, 8.0}},
         {"nothing held", {{4, 0, 0, 3.0}, {2, 0, 0, 6.0}}, {4, 0, 0, 6.0}},
         {"three", {{1, 100, 50, 1.0}, {2, 200, 60, 2.0}, {3, 100, 70, 7.0}}, {1, 400, 180, 3.0}},
         {"more than 32 bits", {{1, MAX, MAX, 2.0}, {2, MAX, 1, 4.0}}, {1, MAX, MAX, 3.0}},
