@@ -5,37 +5,9 @@
 #include <limits>
 
 using namespace TC;
+using namespace std::string_literals;
 
-namespace {
-
-TradeStatData record() {
-    TradeStatData data;
-    data.m_nId = 7;
-    data.m_strAccountKey = "A1";
-    data.m_strFundAccountId = "8800";
-    data.m_strAccountName = "张三";
-    data.m_strAccountType = "2";
-    data.m_strBroker = "某证券";
-    data.m_strStrategy = "打板";
-    data.m_nTotalBuyVolume = 5;
-    return data;
-}
-
-}  // namespace
-
-TEST(CsvFiles, TextsToTheByte) {
-    EXPECT_EQ(csv::statHeader(),
-              "key,资金账号ID,账号key值,账号名称,账号类型,经纪公司,策略名称,添加日期,配平时间,\n");
-    EXPECT_EQ(csv::balanceHeader(), "key,股票代码,卖量,买量,买额,卖额,添加日期\n");
-    EXPECT_EQ(csv::detailHeader(), "账号策略,交易key,\n");
-
-    EXPECT_EQ(csv::statRow("A1打板", record(), "20240102000000", ""),
-              "A1打板,8800,A1,张三,2,某证券,打板,20240102000000,\n");
-    EXPECT_EQ(csv::statRow("A1打板", record(), "20240102093000", "153000"),
-              "A1打板,8800,A1,张三,2,某证券,打板,20240102093000,153000\n");
-    EXPECT_EQ(csv::statRow("", {}, "", ""), ",,,,,,,,\n");
-    EXPECT_EQ(csv::detailRow("A1打板", "20240102_9"), "A1打板,20240102_9\n");
-
+TEST(CsvFiles, BalanceRowToTheByte) {
     // Sold stands before bought in the volumes, bought before sold in the amounts.
     EXPECT_EQ(csv::balanceRow("K", "SH600000", {300, 100, 3012.5, 1000.00000000005}, "S"),
               "K,SH600000,100,300,3012.5000000000,1000.0000000001,S\n");
@@ -46,11 +18,7 @@ TEST(CsvFiles, TextsToTheByte) {
 
 TEST(CsvFiles, ReaderTakesRowsOfTheRightLengthOnly) {
     const std::string row = "K,F,A,N,T,B,S,20240102000000,";
-    const struct {
-        const char* name;
-        std::string text;
-        std::size_t rows;
-    } cases[] = {
+    const std::tuple<const char*, std::string, std::size_t> cases[] = {
         {"nothing", "", 0},
         {"header only", "h\n", 0},
         {"one line, which is the header", row, 0},
@@ -61,22 +29,17 @@ TEST(CsvFiles, ReaderTakesRowsOfTheRightLengthOnly) {
         {"a comma too many, one too few", "h\nx," + row + "\nK,F,A,N,T,B,S,\n" + row + "\n", 1},
         {"an empty key", "h\n,F,A,N,T,B,S,20240102000000,\n", 1},
     };
-    for (const auto& each : cases) {
-        SCOPED_TRACE(each.name);
-        EXPECT_EQ(csv::readStatRows(each.text).size(), each.rows);
+    for (const auto& [name, text, rows] : cases) {
+        EXPECT_EQ(csv::readStatRows(text).size(), rows) << name;
     }
 
     const auto read = csv::readStatRows("h\nK,F,A,N,T,B,S,20240102000000,153000\r\n").at(0);
-    EXPECT_EQ(read.key, "K");
-    EXPECT_EQ(read.record.m_nId, -1);
-    EXPECT_EQ(read.record.m_strFundAccountId, "F");
-    EXPECT_EQ(read.record.m_strAccountKey, "A");
-    EXPECT_EQ(read.record.m_strAccountName, "N");
-    EXPECT_EQ(read.record.m_strAccountType, "T");
-    EXPECT_EQ(read.record.m_strBroker, "B");
-    EXPECT_EQ(read.record.m_strStrategy, "S");
-    EXPECT_EQ(read.stamp, "20240102000000");
-    EXPECT_EQ(read.balanceTime, "153000");
+    const TradeStatData& data = read.record;
+    EXPECT_EQ(read.key + data.m_strFundAccountId + data.m_strAccountKey + data.m_strAccountName +
+                  data.m_strAccountType + data.m_strBroker + data.m_strStrategy + read.stamp +
+                  read.balanceTime,
+              "KFANTBS20240102000000153000");
+    EXPECT_EQ(data.m_nId, -1);
 
     const auto deals = csv::readDetailRows("h\nK,20240102_1\nK,20240102_2,\n,x\n");
     ASSERT_EQ(deals.size(), 2u);
@@ -85,12 +48,7 @@ TEST(CsvFiles, ReaderTakesRowsOfTheRightLengthOnly) {
 }
 
 TEST(CsvFiles, NumbersThatAreNoneReadAsNothing) {
-    const struct {
-        const char* sold;
-        const char* amount;
-        int soldRead;
-        double amountRead;
-    } cases[] = {
+    const std::tuple<std::string, const char*, int, double> cases[] = {
         {"100", "12.5000000000", 100, 12.5},
         {"-100", "-1", -100, -1.0},
         {" 7 ", "1e3", 7, 1000.0},
@@ -102,27 +60,26 @@ TEST(CsvFiles, NumbersThatAreNoneReadAsNothing) {
         {"2", "-inf", 2, 0.0},
         {"3", "1e400", 3, 0.0},
     };
-    for (const auto& each : cases) {
-        SCOPED_TRACE(each.sold);
-        const std::string text =
-            std::string("h\nK,SH600000,") + each.sold + ",300," + each.amount + ",2,ignored\n";
-        const auto rows = csv::readBalanceRows(text);
+    for (const auto& [sold, amount, soldRead, amountRead] : cases) {
+        SCOPED_TRACE(sold);
+        const auto rows =
+            csv::readBalanceRows("h\nK,SH600000," + sold + ",300," + amount + ",2,ignored\n");
         ASSERT_EQ(rows.size(), 1u);
-        EXPECT_EQ(rows[0].figures.sellVolume, each.soldRead);
-        EXPECT_EQ(rows[0].figures.buyVolume, 300);
-        EXPECT_EQ(rows[0].figures.buyAmount, each.amountRead);
-        EXPECT_EQ(rows[0].figures.sellAmount, 2.0);
+        const auto& figures = rows[0].figures;
+        EXPECT_EQ(std::pair(figures.buyVolume, figures.sellVolume), std::pair(300, soldRead));
+        EXPECT_EQ(std::pair(figures.buyAmount, figures.sellAmount), std::pair(amountRead, 2.0));
     }
     EXPECT_TRUE(csv::readBalanceRows("h\n,SH600000,1,1,1,1,d\nK,SH600000,1,1,1,1\n").empty());
 }
 
 TEST(CsvFiles, StampsTradeKeysAndBalanceTimes) {
-    EXPECT_TRUE(csv::countsAsAdded("20240105153000", "20240105"));
-    EXPECT_FALSE(csv::countsAsAdded("20240105152959", "20240105"));
-    EXPECT_FALSE(csv::countsAsAdded(csv::dayStamp("20240105"), "20240105"));
-    EXPECT_FALSE(csv::countsAsAdded("20240104235959", "20240105"));
-    EXPECT_TRUE(csv::countsAsAdded("20240106000000", "20240105"));
-
+    for (const char* stamp : {"20240105153000", "20240106000000"}) {
+        EXPECT_TRUE(csv::countsAsAdded(stamp, "20240105")) << stamp;
+    }
+    for (const std::string& stamp :
+         {"20240105152959"s, "20240104235959"s, csv::dayStamp("20240105")}) {
+        EXPECT_FALSE(csv::countsAsAdded(stamp, "20240105")) << stamp;
+    }
     EXPECT_EQ(csv::tradeKey("20240105", "x_1"), "20240105_x_1");
     EXPECT_TRUE(csv::isTradeKeyOf("20240105_x_1", "20240105"));
     EXPECT_FALSE(csv::isTradeKeyOf("20240104_1", "20240105"));

@@ -30,11 +30,7 @@ TEST(FileEncoding, WritesThePageAndLosesNothing) {
 }
 
 TEST(FileEncoding, ReadsEitherPageAndNothingElse) {
-    const struct {
-        const char* name;
-        std::string bytes;
-        std::optional<std::string> text;
-    } cases[] = {
+    const std::tuple<const char*, std::string, std::optional<std::string>> cases[] = {
         {"UTF-8", "资金", "资金"},
         {"UTF-8 with a mark", "\xEF\xBB\xBF资金", "资金"},
         {"GBK", "\xD7\xCA\xBD\xF0", "资金"},
@@ -45,15 +41,9 @@ TEST(FileEncoding, ReadsEitherPageAndNothingElse) {
         {"UTF-8, cut within a character", "买额\nab\xE8\xB5", std::nullopt},
         {"UTF-8 with a damaged row", "买额\n资\xE9\x87\x28\n", std::nullopt},
         {"cut within a character of GBK", "\xD7\xCA\xBD", std::nullopt},
-        {"UTF-16",
-         std::string("\xFF\xFE"
-                     "a\0",
-                     4),
-         std::nullopt},
+        {"UTF-16", std::string("\xFF\xFE\x61\0", 4), std::nullopt},
         {"a trail byte that GBK has not", "\xD7\xCA\xD7 x", std::nullopt},
         {"neither throughout", "资金\xD7\xCA\xFF", std::nullopt},
     };
-    for (const auto& each : cases) {
-        EXPECT_EQ(decodeText(each.bytes), each.text) << each.name;
-    }
+    for (const auto& [name, bytes, text] : cases) EXPECT_EQ(decodeText(bytes), text) << name;
 }

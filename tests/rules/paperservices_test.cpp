@@ -2,9 +2,7 @@
 #include "paper/instruments.h"
 #include "paper/loop.h"
 #include "paper/quotes.h"
-#include "paper/tradeclient.h"
 #include "paper/usersettings.h"
-#include "platform/utils/keys.h"
 #include "platform/utils/referencedata.h"
 
 #include <fmt/format.h>
@@ -21,29 +19,21 @@ namespace {
 
 using namespace vexservice;
 
-paper::Account accountOf(const std::string& key, bool info = true) {
-    paper::Account account;
-    account.key = key;
-    account.info = info;
-    return account;
+constexpr std::int64_t NOON = 1'704'168'000'000'000;
+
+template <class Record>
+boost::shared_ptr<Record> recordOf(std::uint64_t key) {
+    auto record = boost::make_shared<Record>();
+    record->m_nRecordKey = key;
+    return record;
 }
 
 boost::shared_ptr<COrderDetail> orderOf(std::uint64_t key, int traded,
                                         const std::string& date = "20240102") {
-    auto order = boost::make_shared<COrderDetail>();
-    order->m_nRecordKey = key;
+    auto order = recordOf<COrderDetail>(key);
     order->m_nTradedVolume = traded;
     order->m_strTradeDate = date;
     return order;
-}
-
-boost::shared_ptr<CTaskDetail> taskOf(std::uint64_t key, const char* date) {
-    auto task = boost::make_shared<CTaskDetail>();
-    task->m_nRecordKey = key;
-    if (!date) return task;
-    task->m_pCommand = boost::make_shared<CCommandRecord>();
-    task->m_pCommand->m_strTradeDate = date;
-    return task;
 }
 
 /// The record keys of a type, in order; an order's with its traded volume.
@@ -58,52 +48,33 @@ std::string recordsOf(const CAccountData& data, int type) {
     return text;
 }
 
-TEST(DataCenter, handsOutTheNewestReportsInTheOrderOfTheFirstOnes) {
+TEST(DataCenter, ForgetsOtherTradeDatesWithTheNewOne) {
     paper::CDataCenter center("20240102");
-    for (const char* key : {"C", "A", "B"}) center.setAccount(accountOf(key));
-    for (const auto& [key, traded] : {std::pair{9, 0}, {2, 0}, {9, 100}, {5, 0}, {2, 300}}) {
-        center.report("A", DATA_ORDER, orderOf(key, traded), false);
+    center.setAccount({.key = "A"});
+    for (const auto& [key, date] : {std::pair{1, "20240103"}, {2, "20240102"}, {3, "20240103"}}) {
+        center.report("A", DATA_ORDER, orderOf(key, 0, date), false);
+        const auto task = recordOf<CTaskDetail>(key);
+        task->m_pCommand = boost::make_shared<CCommandRecord>();
+        task->m_pCommand->m_strTradeDate = date;
+        center.report("", DATA_TASK, task, false);
     }
-    center.setAccount(accountOf("A", false));
-    std::vector<boost::shared_ptr<CAccountData>> accounts;
-    center.getAllAccountData(accounts);
-    ASSERT_EQ(accounts.size(), 3u);
-    EXPECT_EQ(accounts[0]->getKey() + accounts[1]->getKey() + accounts[2]->getKey(), "CAB");
-    const auto found = center.getAccountData(utils::hash("A"));
-    ASSERT_TRUE(found);
-    EXPECT_EQ(recordsOf(*found, DATA_ORDER), "9:100 2:300 5:0 ");
-    EXPECT_EQ(recordsOf(*found, DATA_DEAL), "");
-    EXPECT_FALSE(found->getAccountInfo());
-    EXPECT_FALSE(center.getAccountData(utils::hash("D")));
-}
-
-TEST(DataCenter, forgetsOtherTradeDatesWithTheNewOne) {
-    paper::CDataCenter center("20240102");
-    center.setAccount(accountOf("A"));
-    center.report("A", DATA_ORDER, orderOf(1, 0, "20240103"), false);
-    center.report("A", DATA_ORDER, orderOf(2, 0, "20240102"), false);
-    center.report("A", DATA_ORDER, orderOf(3, 0, "20240103"), false);
-    auto position = boost::make_shared<CPositionStatics>();
-    position->m_nRecordKey = 1;
-    center.report("A", DATA_POSITION, position, false);
-    center.report("", DATA_TASK, taskOf(1, "20240102"), false);
-    center.report("", DATA_TASK, taskOf(2, "20240103"), false);
-    center.report("", DATA_TASK, taskOf(3, nullptr), false);
+    center.report("", DATA_TASK, recordOf<CTaskDetail>(4), false);  // of no date
+    center.report("A", DATA_POSITION, recordOf<CPositionStatics>(1), false);
     center.beginTradingDate("20240103");
     const auto& data = *center.account("A");
     EXPECT_EQ(center.getTradingDate(), "20240103");
     EXPECT_EQ(recordsOf(data, DATA_ORDER), "1:0 3:0 ");
     EXPECT_EQ(recordsOf(data, DATA_POSITION), "1 ");
-    EXPECT_EQ(recordsOf(center.globalData(), DATA_TASK), "2 3 ");
+    EXPECT_EQ(recordsOf(center.globalData(), DATA_TASK), "1 3 4 ");
     center.report("A", DATA_ORDER, orderOf(3, 100, "20240103"), false);
     center.report("A", DATA_ORDER, orderOf(2, 0, "20240103"), false);
     EXPECT_EQ(recordsOf(data, DATA_ORDER), "1:0 3:100 2:0 ");
 }
 
-TEST(DataCenter, tellsTheSubscribersOfTheAccountAndThoseOfAll) {
+TEST(DataCenter, TellsTheSubscribersOfTheAccountAndThoseOfAll) {
     paper::CDataCenter center("20240102");
-    center.setAccount(accountOf("A"));
-    center.setAccount(accountOf("B"));
+    center.setAccount({.key = "A"});
+    center.setAccount({.key = "B"});
     std::string heard;
     const auto listen = [&](const char* name, const char* account, int type) {
         return center.subscribe(account, type, "", [&heard, name](auto& key, auto& record) {
@@ -131,7 +102,7 @@ TEST(DataCenter, tellsTheSubscribersOfTheAccountAndThoseOfAll) {
     EXPECT_EQ(heard, "");
 }
 
-TEST(ReferenceData, announcesEveryChangeAndKeepsWhatWasHandedOut) {
+TEST(ReferenceData, AnnouncesEveryChangeAndKeepsWhatWasHandedOut) {
     paper::CInstruments instruments;
     paper::CDataCenter center("20240102");
     paper::Instrument instrument;
@@ -161,74 +132,36 @@ TEST(ReferenceData, announcesEveryChangeAndKeepsWhatWasHandedOut) {
     instruments.set(instrument);
     EXPECT_FALSE(instruments.detail("SH600000"));
     changed();
-    paper::Account account = accountOf("A");
-    account.fee = CStkExchangeRateLimit{0.0003, 5.0, 0.0, 0.001};
-    center.setAccount(account);
+    center.setAccount({.key = "A", .fee = CStkExchangeRateLimit{0.0003, 5.0, 0.0, 0.001}});
     EXPECT_TRUE(changed());
     const auto info = center.account("A")->getAccountInfo();
-    ASSERT_TRUE(center.getFeeLimits(info, "SH", "600000"));
-    center.setAccount(accountOf("A"));
+    EXPECT_TRUE(center.getFeeLimits(info, "SH", "600000"));
+    center.setAccount({.key = "A"});
     EXPECT_FALSE(center.getFeeLimits(info, "SH", "600000"));
 }
 
-TEST(TradeClient, answersHistoryQueriesLaterOnceOrNever) {
-    paper::CVirtualLoop loop(1'704'168'000'000'000);
-    paper::CPaperTradeClient client(loop.service(), nullptr, nullptr);
-    paper::ServerDay day;
-    day.orders = {orderOf(1, 0), orderOf(2, 0)};
-    client.setHistory("A", "20231229", day);
-    day.error = "refused";
-    client.setHistory("A", "20231228", day);
-    day.lost = true;
-    client.setHistory("A", "20231227", day);
-    std::string answers;
-    for (const char* date : {"20231229", "20231228", "20231227", "20231226"}) {
-        client.queryHistoryOrders("A", date, [&answers, date](const auto& error, auto& orders) {
-            answers += fmt::format("{}:{}{} ", date, orders.size(), error.m_strText);
-        });
-    }
-    EXPECT_EQ(answers, "") << "the caller may hold locks";
-    loop.runToRest();
-    EXPECT_EQ(answers, "20231229:2 20231228:0refused 20231226:0 ");
-}
-
-TEST(Quotes, keepThePriceAndPushItWhileTheRequestLives) {
-    paper::CVirtualLoop loop(1'704'168'000'000'000);
+TEST(Quotes, KeepThePriceAndPushItWhileTheRequestLives) {
+    paper::CVirtualLoop loop(NOON);
     paper::CQuotes quotes(loop.service());
-    const auto price = [](double last) {
-        auto data = boost::make_shared<CPriceData>();
-        data->m_dLastPrice = last;
-        return data;
-    };
     std::string heard;
     auto request = quotes.request(
         "SH600000", [&](auto& data) { heard += fmt::format("{} ", data->m_dLastPrice); });
+    const auto price = [&](const char* stock, double last, bool push) {
+        auto data = boost::make_shared<CPriceData>();
+        data->m_dLastPrice = last;
+        quotes.setPrice(stock, data, push);
+    };
     EXPECT_FALSE(quotes.getStockPrice("SH600000"));
-    quotes.setPrice("SH600000", price(10.0), true);
-    quotes.setPrice("SZ000001", price(11.0), true);
-    quotes.setPrice("SH600000", price(10.1), false);
+    price("SH600000", 10.0, true);
+    price("SZ000001", 11.0, true);
+    price("SH600000", 10.1, false);
     EXPECT_EQ(quotes.getStockPrice("SH600000")->m_dLastPrice, 10.1);
     request.reset();
-    quotes.setPrice("SH600000", price(10.2), true);
+    price("SH600000", 10.2, true);
     EXPECT_EQ(heard, "10 ");
-
-    quotes.setBars("SH600000", "20240102", {{571, 10.0}, {573, 10.2}});
-    quotes.setBars("SH600000", "20240102", {{572, 10.1}, {573, 10.3}});
-    std::string bars;
-    for (const char* day : {"20240102", "20240103"}) {
-        quotes.queryMinuteBars("SH600000", day, [&](auto& answer) {
-            bars += "[";
-            for (const auto& bar : answer)
-                bars += fmt::format("{}={} ", bar.m_nMinute, bar.m_dClose);
-            bars += "]";
-        });
-    }
-    EXPECT_EQ(bars, "");
-    loop.runToRest();
-    EXPECT_EQ(bars, "[571=10 572=10.1 573=10.3 ][]");
 }
 
-TEST(UserSettings, haveNoTradeSettingUntilOneIsMade) {
+TEST(UserSettings, HaveNoTradeSettingUntilOneIsMade) {
     paper::ClientConfig config;
     paper::CUserSettings settings(config);
     EXPECT_EQ(settings.getUserDataAddress(TC::USER_TRADE_SETTING), nullptr);

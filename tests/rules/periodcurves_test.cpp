@@ -10,7 +10,7 @@ namespace TC {
 namespace {
 
 struct MinuteDeal {
-    int minute;
+    int minute;  ///< 0: no readable time
     int volume;  ///< negative: sold
     double price;
     double commission = 0.0;
@@ -23,18 +23,20 @@ struct CStock {
     std::map<int, double> closes;
     CurveStock curve;
 
-    void deal(const MinuteDeal& deal, bool timed = true) {
-        const int volume = std::abs(deal.volume);
-        const double amount = volume * deal.price;
-        LinkagePeriodTradeData& minute = minutes[timed ? deal.minute : 0];
+    explicit CStock(const std::vector<MinuteDeal>& deals, std::map<int, double> prices = {})
+        : closes(std::move(prices)) {
         EffectiveFigures& now = curve.figures;
-        (deal.volume > 0 ? minute.m_nBuyVolume : minute.m_nSellVolume) += volume;
-        (deal.volume > 0 ? minute.m_dBuyAmount : minute.m_dSellAmount) += amount;
-        minute.m_dCommission += deal.commission;
-        (deal.volume > 0 ? now.buyVolume : now.sellVolume) += volume;
-        (deal.volume > 0 ? now.buyAmount : now.sellAmount) += amount;
-        curve.commission += deal.commission;
-        if (!timed) minutes.erase(0);
+        for (const MinuteDeal& deal : deals) {
+            const int volume = std::abs(deal.volume);
+            LinkagePeriodTradeData& minute = minutes[deal.minute];
+            (deal.volume > 0 ? minute.m_nBuyVolume : minute.m_nSellVolume) += volume;
+            (deal.volume > 0 ? minute.m_dBuyAmount : minute.m_dSellAmount) += volume * deal.price;
+            minute.m_dCommission += deal.commission;
+            (deal.volume > 0 ? now.buyVolume : now.sellVolume) += volume;
+            (deal.volume > 0 ? now.buyAmount : now.sellAmount) += volume * deal.price;
+            curve.commission += deal.commission;
+        }
+        minutes.erase(0);
     }
 
     const CurveStock& ready() {
@@ -45,51 +47,12 @@ struct CStock {
     }
 };
 
-CStock stockOf(const std::vector<MinuteDeal>& deals, std::map<int, double> closes = {}) {
-    CStock stock;
-    for (const MinuteDeal& deal : deals) stock.deal(deal);
-    stock.closes = std::move(closes);
-    return stock;
-}
-
-std::map<int, double> profits(const std::map<int, PeriodPoint>& curve) {
-    std::map<int, double> result;
-    for (const auto& [minute, point] : curve) result[minute] = point.profit;
-    return result;
-}
-
-std::vector<int> minutesOf(const std::map<int, PeriodPoint>& curve) {
-    std::vector<int> result;
-    for (const auto& [minute, point] : curve) result.push_back(minute);
-    return result;
-}
-
-// Bought 100 at 10 with a fee of 1 in minute 600, sold 40 at 11 with a fee of 0.5 in 602.
-TEST(PeriodCurve, valuesEachMinuteAtItsCloseAndTheLastAtTheNewestPrice) {
-    CStock stock = stockOf({{600, 100, 10.0, 1.0}, {602, -40, 11.0, 0.5}},
-                           {{599, 9.0}, {600, 10.5}, {601, 10.75}, {603, 11.0}});
-    stock.curve.latest = 12.0;
-    const auto curve = periodCurve({stock.ready()}, 604);
-
-    const std::map<int, PeriodPoint> expected = {
-        {600, {49.0, 1050.0, 100, 0, 1000.0, 0.0, 1.0}},
-        {601, {74.0, 1075.0, 100, 0, 1000.0, 0.0, 1.0}},
-        {602, {83.5, 645.0, 100, 40, 1000.0, 440.0, 1.5}},  // no bar: at 10.75
-        {603, {98.5, 660.0, 100, 40, 1000.0, 440.0, 1.5}},
-        {604, {158.5, 720.0, 100, 40, 1000.0, 440.0, 1.5}},
-    };
-    EXPECT_EQ(curve, expected);
-}
-
-TEST(PeriodCurve, hasAPointForEachTradingMinuteAndForDealsOutsideTradingHours) {
-    struct Case {
-        const char* what;
-        std::vector<int> deals;
-        int running;
-        std::vector<int> expected;
-    };
-    const Case cases[] = {
+TEST(PeriodCurve, HasAPointForEachTradingMinuteAndForDealsOutsideTradingHours) {
+    using Minutes = std::vector<int>;
+    const std::tuple<const char*, Minutes, int, Minutes> cases[] = {
         {"nothing traded", {}, 600, {}},
+        {"no readable time", {0}, 602, {602}},
+        {"no readable time, before the first minute", {0}, 0, {}},
         {"call auction before the first minute", {565}, 0, {565}},
         {"call auction, then trading", {565, 570}, 572, {565, 570, 571, 572}},
         {"over the pause", {689}, 782, {689, 690, 781, 782}},
@@ -99,27 +62,23 @@ TEST(PeriodCurve, hasAPointForEachTradingMinuteAndForDealsOutsideTradingHours) {
         {"deals after the close", {899, 905}, 900, {899, 900, 905}},
         {"a late time does not fill the day", {600, 905}, 601, {600, 601, 905}},
     };
-    for (const Case& each : cases) {
+    for (const auto& [name, trades, running, expected] : cases) {
+        SCOPED_TRACE(name);
         std::vector<MinuteDeal> deals;
-        for (const int minute : each.deals) deals.push_back({minute, 100, 10.0});
-        CStock stock = stockOf(deals, {{571, 10.0}});
-        const auto curve = periodCurve({stock.ready()}, each.running);
-        EXPECT_EQ(minutesOf(curve), each.expected) << each.what;
-        if (!curve.empty()) {
-            EXPECT_EQ(curve.rbegin()->second.buyVolume, 100 * std::ssize(each.deals)) << each.what;
-        }
+        for (const int minute : trades) deals.push_back({minute, 100, 10.0});
+        CStock stock(deals, {{571, 10.0}});
+        const auto curve = periodCurve({stock.ready()}, running);
+        Minutes minutes;
+        for (const auto& [minute, point] : curve) minutes.push_back(minute);
+        EXPECT_EQ(minutes, expected);
+        if (curve.empty()) continue;
+        EXPECT_EQ(curve.rbegin()->second.buyVolume, 100 * std::ssize(deals));
     }
 }
 
-TEST(PeriodCurve, valuesMinutesBeforeTheFirstCloseAsWellAsItCan) {
-    struct Case {
-        const char* what;
-        double reference;
-        std::map<int, double> closes;
-        std::optional<double> latest;
-        std::map<int, double> expected;
-    };
-    const Case cases[] = {
+TEST(PeriodCurve, ValuesMinutesBeforeTheFirstCloseAsWellAsItCan) {
+    using Values = std::map<int, double>;
+    const std::tuple<const char*, double, Values, std::optional<double>, Values> cases[] = {
         {"yesterday's close", 9.0, {{602, 11.0}}, 12.0, {{601, -100}, {602, 100}, {603, 200}}},
         {"no reference: the first close", 0, {{602, 11}}, 12, {{601, 100}, {602, 100}, {603, 200}}},
         {"no bars: yesterday's close", 9.0, {}, 12.0, {{601, -100}, {602, -100}, {603, 200}}},
@@ -127,45 +86,22 @@ TEST(PeriodCurve, valuesMinutesBeforeTheFirstCloseAsWellAsItCan) {
         {"no price: the last close", 9.0, {{602, 11}}, {}, {{601, -100}, {602, 100}, {603, 100}}},
         {"never quoted: not valued", 9.0, {}, {}, {{601, 0}, {602, 0}, {603, 0}}},
     };
-    for (const Case& each : cases) {
-        CStock stock = stockOf({{601, 100, 10.0}}, each.closes);
-        stock.curve.rule.reference = each.reference;
-        stock.curve.latest = each.latest;
-        EXPECT_EQ(profits(periodCurve({stock.ready()}, 603)), each.expected) << each.what;
+    for (const auto& [name, reference, closes, latest, expected] : cases) {
+        CStock stock({{601, 100, 10.0}}, closes);
+        stock.curve.rule.reference = reference;
+        stock.curve.latest = latest;
+        Values profits;
+        for (const auto& [minute, point] : periodCurve({stock.ready()}, 603)) {
+            profits[minute] = point.profit;
+        }
+        EXPECT_EQ(profits, expected) << name;
     }
 }
 
-TEST(PeriodCurve, valuesOpenPositionsAtALimitOneStepFurther) {
-    CStock sold = stockOf({{600, -100, 10.0}}, {{600, 11.0}, {601, 10.5}});
-    CStock bought = stockOf({{600, 100, 10.0}}, {{600, 9.0}, {601, 9.5}});
-    for (CStock* stock : {&sold, &bought}) {
-        stock->curve.rule.limits = DayLimits{11.0, 9.0};
-        stock->curve.rule.rate = 0.5;
-    }
-    sold.curve.latest = 11.0;
-    bought.curve.latest = 9.0;
-    EXPECT_EQ(profits(periodCurve({sold.ready()}, 602)),
-              (std::map<int, double>{{600, 1000 - 1650}, {601, 1000 - 1050}, {602, 1000 - 1650}}));
-    EXPECT_EQ(profits(periodCurve({bought.ready()}, 602)),
-              (std::map<int, double>{{600, 450 - 1000}, {601, 950 - 1000}, {602, 450 - 1000}}));
-}
-
-TEST(PeriodCurve, putsWhatNoMinuteKnowsIntoTheLastPoint) {
-    CStock stock = stockOf({{600, 100, 10.0}}, {{600, 10.0}});
-    stock.deal({0, 200, 10.0}, false);
-    stock.curve.latest = 11.0;
-    EXPECT_EQ(profits(periodCurve({stock.ready()}, 602)),
-              (std::map<int, double>{{600, 0}, {601, 0}, {602, 300}}));
-
-    CStock untimed;
-    untimed.deal({0, 200, 10.0}, false);
-    untimed.curve.latest = 11.0;
-    EXPECT_EQ(profits(periodCurve({untimed.ready()}, 602)), (std::map<int, double>{{602, 200}}));
-    EXPECT_TRUE(periodCurve({untimed.ready()}, 0).empty());
-}
-
-// Each point worked out apart: walk all deals and search the close for every minute.
-TEST(PeriodCurve, agreesWithAWalkOverAllDealsForEachMinute) {
+// Each point worked out apart: walk all deals and search the close for every minute. Deals
+// without a time count in the last one. At a limit, what is open against it is valued half
+// the price further.
+TEST(PeriodCurve, AgreesWithAWalkOverAllDealsForEachMinute) {
     std::mt19937 random(7);
     const auto below = [&](int bound) { return static_cast<int>(random() % bound); };
     for (int round = 0; round < 60; ++round) {
@@ -173,12 +109,12 @@ TEST(PeriodCurve, agreesWithAWalkOverAllDealsForEachMinute) {
         std::vector<CStock> stocks;
         for (auto& own : deals) {
             for (int count = below(12); count > 0; --count) {
-                own.push_back({571 + below(60), (below(2) ? 100 : -100) * (1 + below(9)),
-                               10.0 + below(8) * 0.25, below(4) * 0.5});
+                own.push_back({below(8) ? 571 + below(60) : 0,
+                               (below(2) ? 100 : -100) * (1 + below(9)), 10.0 + below(8) * 0.25,
+                               below(4) * 0.5});
             }
-            stocks.push_back(stockOf(own, {}));
-            CStock& stock = stocks.back();
-            stock.curve.rule.reference = 9.5;
+            CStock& stock = stocks.emplace_back(own);
+            stock.curve.rule = {DayLimits{11.75, 10.0}, 0.5, 9.5};
             stock.curve.latest = 10.0 + below(8) * 0.25;
             for (int minute = 571; minute < 640; ++minute) {
                 if (below(3)) stock.closes[minute] = 10.0 + below(8) * 0.25;
@@ -188,44 +124,35 @@ TEST(PeriodCurve, agreesWithAWalkOverAllDealsForEachMinute) {
         for (CStock& stock : stocks) rows.push_back(stock.ready());
         const auto curve = periodCurve(rows, 640);
         for (const auto& [minute, point] : curve) {
-            double profit = 0.0;
-            double value = 0.0;
+            const bool last = minute == curve.rbegin()->first;
+            PeriodPoint expected;
             for (std::size_t at = 0; at < deals.size(); ++at) {
                 double price = 9.5;
                 for (const auto& [end, close] : stocks[at].closes) {
                     if (end <= minute) price = close;
                 }
-                if (minute == curve.rbegin()->first) price = *stocks[at].curve.latest;
+                if (last) price = *stocks[at].curve.latest;
                 int net = 0;
                 for (const MinuteDeal& deal : deals[at]) {
-                    if (deal.minute > minute) continue;
+                    if (deal.minute > minute || (deal.minute == 0 && !last)) continue;
+                    const int volume = std::abs(deal.volume);
+                    const bool buys = deal.volume > 0;
+                    (buys ? expected.buyVolume : expected.sellVolume) += volume;
+                    (buys ? expected.buyAmount : expected.sellAmount) += volume * deal.price;
+                    expected.commission += deal.commission;
+                    expected.profit -= deal.volume * deal.price + deal.commission;
                     net += deal.volume;
-                    profit += deal.volume * (price - deal.price) - deal.commission;
                 }
-                value += std::abs(net) * price;
+                const bool further = (price == 11.75 && net < 0) || (price == 10.0 && net > 0);
+                expected.profit += net * price + (further ? std::abs(net) * price * -0.5 : 0.0);
+                expected.positionValue += std::abs(net) * price;
             }
-            ASSERT_EQ(point.profit, profit) << "round " << round << " minute " << minute;
-            ASSERT_EQ(point.positionValue, value) << "round " << round << " minute " << minute;
+            ASSERT_EQ(point, expected) << "round " << round << " minute " << minute;
         }
     }
 }
 
-TEST(PeriodMinutes, findPrevExtDataGivesTheFiguresAtOrBeforeAMinute) {
-    const auto first = LinkagePeriodExtData::make();
-    const auto second = LinkagePeriodExtData::make();
-    const std::map<int, boost::shared_ptr<LinkagePeriodExtData>> figures = {{600, first},
-                                                                            {605, second}};
-    const auto at = [&](int minute) {
-        const auto* const found = findPrevExtData(figures, minute);
-        return found ? found->get() : nullptr;
-    };
-    EXPECT_EQ(at(599), nullptr);
-    EXPECT_EQ(at(600), first.get());
-    EXPECT_EQ(at(604), first.get());
-    EXPECT_EQ(at(900), second.get());
-}
-
-TEST(PeriodMinutes, countAsADayOfTrading) {
+TEST(PeriodMinutes, CountAsADayOfTrading) {
     int counted = 0;
     int newest = 0;
     for (int minute = 0; minute < 1440; ++minute) {
@@ -236,56 +163,51 @@ TEST(PeriodMinutes, countAsADayOfTrading) {
     EXPECT_EQ(counted, 240);
 }
 
-TEST(PeriodMinutes, followTheClockOnTheTradeDateOnly) {
-    struct Case {
-        const char* now;
-        int finished;
-        int running;
-    };
-    const Case cases[] = {
+TEST(PeriodMinutes, FollowTheClockOnTheTradeDateOnly) {
+    const std::tuple<const char*, int, int> cases[] = {
         {"20240102092500", 565, 0},   {"20240102093000", 570, 0},    {"20240102093001", 570, 571},
         {"20240102093100", 571, 571}, {"20240102113001", 690, 690},  {"20240102130000", 780, 690},
         {"20240102130001", 780, 781}, {"20240102150001", 900, 900},  {"20240102233000", 1410, 900},
         {"20240101140000", 0, 0},     {"20240103080000", 1440, 900},
     };
-    for (const Case& each : cases) {
-        const DayMoment moment = dayMoment(each.now, "20240102");
-        EXPECT_EQ(moment.finished, each.finished) << each.now;
-        EXPECT_EQ(moment.running, each.running) << each.now;
+    for (const auto& [now, finished, running] : cases) {
+        const DayMoment moment = dayMoment(now, "20240102");
+        EXPECT_EQ(std::pair(moment.finished, moment.running), std::pair(finished, running)) << now;
     }
 }
 
-constexpr std::int64_t SECOND = 1'000'000;
-
-TEST(MinuteBars, areAskedForWhenAMinuteHasEndedAndAgainWhileAnyIsMissing) {
+TEST(MinuteBars, AreAskedForWhenAMinuteHasEndedAndAgainWhileAnyIsMissing) {
+    const std::string stock = "SH600000";
     CPeriodCurves curves;
-    const std::vector<std::string> due = {"SH600000"};
-    const std::vector<std::string> none;
-    EXPECT_EQ(curves.takeDueStocks({573, 574}, 0), none) << "nothing is followed";
-    curves.totalsOf("A", "SH600000");
-    EXPECT_EQ(curves.takeDueStocks({570, 0}, 0), none) << "no minute has ended";
-    EXPECT_EQ(curves.takeDueStocks({573, 574}, 600 * SECOND), due);
-    EXPECT_EQ(curves.takeDueStocks({573, 574}, 610 * SECOND), none) << "asked a moment ago";
-    EXPECT_EQ(curves.takeDueStocks({573, 574}, 660 * SECOND), due) << "no answer";
-    EXPECT_TRUE(curves.addBars("SH600000", 573, {{571, 10.0}, {573, 10.5}}));
-    EXPECT_EQ(curves.takeDueStocks({573, 574}, 670 * SECOND), none);
-    EXPECT_EQ(curves.takeDueStocks({573, 574}, 720 * SECOND), due) << "572 is missing";
-    EXPECT_EQ(curves.takeDueStocks({574, 575}, 722 * SECOND), due) << "574 has ended";
-    EXPECT_TRUE(curves.addBars("SH600000", 574, {{572, 10.25}, {574, 10.5}}));
-    EXPECT_EQ(curves.takeDueStocks({574, 575}, 999 * SECOND), none) << "complete";
+    const auto asked = [&](int finished, int running, std::int64_t seconds) {
+        const auto due = curves.takeDueStocks({finished, running}, seconds * 1'000'000);
+        return due == std::vector{stock};
+    };
+    EXPECT_FALSE(asked(573, 574, 0)) << "nothing is followed";
+    curves.totalsOf("A", stock);
+    EXPECT_FALSE(asked(570, 0, 0)) << "no minute has ended";
+    EXPECT_TRUE(asked(573, 574, 600));
+    EXPECT_FALSE(asked(573, 574, 610)) << "asked a moment ago";
+    EXPECT_TRUE(asked(573, 574, 660)) << "no answer";
+    EXPECT_TRUE(curves.addBars(stock, 573, {{571, 10.0}, {573, 10.5}}));
+    EXPECT_FALSE(asked(573, 574, 670));
+    EXPECT_TRUE(asked(573, 574, 720)) << "572 is missing";
+    EXPECT_TRUE(asked(574, 575, 722)) << "574 has ended";
+    EXPECT_TRUE(curves.addBars(stock, 574, {{572, 10.25}, {574, 10.5}}));
+    EXPECT_FALSE(asked(574, 575, 999)) << "complete";
     for (const int finished : {900, 929}) {
-        EXPECT_EQ(curves.takeDueStocks({finished, 900}, finished * 60 * SECOND), due);
-        curves.addBars("SH600000", finished, {});
+        EXPECT_TRUE(asked(finished, 900, finished * 60));
+        curves.addBars(stock, finished, {});
     }
-    EXPECT_EQ(curves.takeDueStocks({930, 900}, 930 * 60 * SECOND), due);
-    EXPECT_EQ(curves.takeDueStocks({1440, 900}, 9000 * 60 * SECOND), due) << "no answer";
-    curves.addBars("SH600000", 930, {});
-    EXPECT_EQ(curves.takeDueStocks({1440, 900}, 9999 * 60 * SECOND), none) << "the day is final";
+    EXPECT_TRUE(asked(930, 900, 930 * 60));
+    EXPECT_TRUE(asked(1440, 900, 9000 * 60)) << "no answer";
+    curves.addBars(stock, 930, {});
+    EXPECT_FALSE(asked(1440, 900, 9999 * 60)) << "the day is final";
     curves.newDay();
-    EXPECT_EQ(curves.takeDueStocks({575, 576}, 9999 * SECOND), none) << "another day";
+    EXPECT_FALSE(asked(575, 576, 9999)) << "another day";
 }
 
-TEST(MinuteBars, keepTheNewestAnswerAndNoUnfinishedMinute) {
+TEST(MinuteBars, KeepTheNewestAnswerAndNoUnfinishedMinute) {
     CPeriodCurves curves;
     EXPECT_FALSE(curves.addBars("SH600000", 573, {{571, 10.0}})) << "not followed";
     curves.totalsOf("A", "SH600000");

@@ -4,7 +4,6 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
-#include <limits>
 #include <string>
 #include <vector>
 
@@ -14,63 +13,44 @@ namespace {
 constexpr std::int64_t SECOND = 1'000'000;
 constexpr std::int64_t DAY = 24 * 60 * 60 * SECOND;
 constexpr std::int64_t NOON = 1'704'168'000 * SECOND;  // 2024-01-02 12:00:00 in Shanghai
+constexpr std::int64_t MIDNIGHT = NOON + DAY / 2;
 
-TEST(BalanceKey, beginsWithTheLongestAccountBeforeAColon) {
+TEST(BalanceKey, BeginsWithTheLongestAccountBeforeAColon) {
     const std::vector<std::string> accounts = {"A", "A:1", "AB", "B"};
-    struct Row {
-        const char* key;
-        const char* parts;
-    };
-    const Row rows[] = {
+    const std::pair<const char*, const char*> rows[] = {
         {"A:S", "A|S"},    {"A:1:S", "A:1|S"}, {"A:2:S", "A|2:S"}, {"AB:S", "AB|S"},
         {"A:", "A|"},      {"A:1", "A|1"},     {"A:1:", "A:1|"},   {"C:S", "none"},
         {"ABC:S", "none"}, {"A", "none"},      {"", "none"},       {":S", "none"},
     };
-    for (const Row& row : rows) {
+    for (const auto& [key, parts] : rows) {
         std::string account;
         std::string strategy;
-        const bool found = paper::splitBalanceKey(row.key, accounts, account, strategy);
-        EXPECT_EQ(found ? account + "|" + strategy : "none", row.parts) << row.key;
+        const bool found = paper::splitBalanceKey(key, accounts, account, strategy);
+        EXPECT_EQ(found ? account + "|" + strategy : "none", parts) << key;
     }
 }
 
-TEST(BalanceTimes, areDueOnceAfterTheyCame) {
-    struct Row {
-        const char* name;
-        const char* time;
-        std::int64_t from, to;
-        bool due;
-    };
-    const Row rows[] = {
+TEST(BalanceTimes, AreDueOnceAfterTheyCame) {
+    const std::tuple<const char*, const char*, std::int64_t, std::int64_t, bool> rows[] = {
         {"at the moment", "120000", NOON - SECOND, NOON, true},
         {"not again", "120000", NOON, NOON + SECOND, false},
         {"not before", "120001", NOON - SECOND, NOON, false},
         {"after a late tick", "120000", NOON - SECOND, NOON + 90 * SECOND, true},
         {"the next day", "120000", NOON + DAY - SECOND, NOON + DAY, true},
-        {"over midnight", "235959", NOON + 12 * 3600 * SECOND - SECOND * 2,
-         NOON + 12 * 3600 * SECOND + SECOND, true},
-        {"midnight", "000000", NOON + 12 * 3600 * SECOND - SECOND, NOON + 12 * 3600 * SECOND, true},
+        {"over midnight", "235959", MIDNIGHT - 2 * SECOND, MIDNIGHT + SECOND, true},
+        {"midnight", "000000", MIDNIGHT - SECOND, MIDNIGHT, true},
         {"too short", "12000", NOON - SECOND, NOON, false},
         {"no time of day", "126000", NOON - SECOND, NOON, false},
         {"no number", "noon", NOON - SECOND, NOON, false},
         {"empty", "", NOON - SECOND, NOON, false},
     };
-    for (const Row& row : rows) {
-        const auto due = paper::dueKeys({{"A:S", row.time}}, row.from, row.to);
-        EXPECT_EQ(due.size(), row.due ? 1u : 0u) << row.name;
+    for (const auto& [name, time, from, to, expected] : rows) {
+        const auto due = paper::dueKeys({{"A:S", time}}, from, to);
+        EXPECT_EQ(due.size(), expected ? 1u : 0u) << name;
     }
 }
 
-TEST(BalanceTimes, comeNextAtTheEarliestOfTheTable) {
-    constexpr auto NEVER = std::numeric_limits<std::int64_t>::max();
-    EXPECT_EQ(paper::nextDue({{"A:S", "120001"}, {"A:T", "noon"}}, NOON), NOON + SECOND);
-    EXPECT_EQ(paper::nextDue({{"A:S", "120000"}, {"A:T", "235959"}}, NOON),
-              NOON + DAY / 2 - SECOND);
-    EXPECT_EQ(paper::nextDue({{"A:S", "120000"}}, NOON), NOON + DAY);
-    EXPECT_EQ(paper::nextDue({{"A:T", "noon"}}, NOON), NEVER);
-}
-
-TEST(Scheduler, startsEachBalanceAtItsTimeInTheOrderOfTheTable) {
+TEST(Scheduler, StartsEachBalanceAtItsTimeInTheOrderOfTheTable) {
     paper::CVirtualLoop loop(NOON + 300'000);  // between two seconds
     paper::CScheduler::Table table = {{"A:S", "120000"},
                                       {"A:late", "120002"},
@@ -84,23 +64,22 @@ TEST(Scheduler, startsEachBalanceAtItsTimeInTheOrderOfTheTable) {
     client.balance = [&](const std::string& account, const std::string& strategy) {
         started += fmt::format(" {}/{}@{}", account, strategy, (loop.nowMicros() - NOON) / 1000);
     };
+    const auto startedUntil = [&](std::int64_t micros) {
+        loop.advanceTo(micros);
+        return std::exchange(started, {});
+    };
     auto scheduler = std::make_shared<paper::CScheduler>(loop.service(), client);
     scheduler->start();
-    loop.advanceTo(NOON + 2 * SECOND);
-    EXPECT_EQ(std::exchange(started, {}), " B/S@1000 A/T@2000 A/late@2000");
+    EXPECT_EQ(startedUntil(NOON + 2 * SECOND), " B/S@1000 A/T@2000 A/late@2000");
     table["A:S"] = "120001";  // already past: tomorrow
     table["B:S"] = "120004";  // a new time of today
-    loop.advanceTo(NOON + 10 * SECOND);
-    EXPECT_EQ(std::exchange(started, {}), " B/S@4000");
-    loop.advanceTo(NOON + DAY);
-    EXPECT_EQ(std::exchange(started, {}), "") << "not yet again";
-    loop.advanceTo(NOON + DAY + 10 * SECOND);
-    EXPECT_EQ(std::exchange(started, {}),
+    EXPECT_EQ(startedUntil(NOON + 10 * SECOND), " B/S@4000");
+    EXPECT_EQ(startedUntil(NOON + DAY), "") << "not yet again";
+    EXPECT_EQ(startedUntil(NOON + DAY + 10 * SECOND),
               " A/S@86401000 A/T@86402000 A/late@86402000 B/S@86404000");
     table["A:S"] = "120012";
     scheduler->stop();
-    loop.advanceTo(NOON + DAY + 20 * SECOND);
-    EXPECT_EQ(started, "");
+    EXPECT_EQ(startedUntil(NOON + DAY + 20 * SECOND), "");
 }
 
 }  // namespace

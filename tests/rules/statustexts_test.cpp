@@ -20,28 +20,19 @@ void expectTexts(QString (*textOf)(int), const Texts& texts) {
 }
 
 TEST(StatusTexts, OrderStatusIsTheCharacterOfADigit) {
-    expectTexts(TC::getOrderStatusQString, {{'0', "未报"},
-                                            {'1', "待报"},
-                                            {'2', "已报"},
-                                            {'3', "已报待撤"},
-                                            {'4', "部成待撤"},
-                                            {'5', "部撤"},
-                                            {'6', "已撤"},
-                                            {'7', "部成"},
-                                            {'8', "已成"},
-                                            {'9', "废单"}});
+    const char* const names[] = {"未报", "待报", "已报", "已报待撤", "部成待撤",
+                                 "部撤", "已撤", "部成", "已成",     "废单"};
+    Texts texts;
+    for (int digit = 0; digit < 10; ++digit) texts['0' + digit] = names[digit];
+    expectTexts(TC::getOrderStatusQString, texts);
 }
 
 TEST(StatusTexts, TaskStatusLeavesElevenOut) {
-    expectTexts(TC::getTaskStatusQString, {{3, "执行中"},
-                                           {4, "暂停"},
-                                           {5, "撤销中"},
-                                           {6, "异常撤销中"},
-                                           {7, "完成"},
-                                           {8, "已撤"},
-                                           {9, "打回"},
-                                           {10, "异常终止"},
-                                           {12, "强制终止"}});
+    const char* const names[] = {"执行中", "暂停", "撤销中", "异常撤销中",
+                                 "完成",   "已撤", "打回",   "异常终止"};
+    Texts texts = {{12, "强制终止"}};
+    for (int status = 3; status <= 10; ++status) texts[status] = names[status - 3];
+    expectTexts(TC::getTaskStatusQString, texts);
 }
 
 TEST(StatusTexts, NearAsksRunDownwardsAndFarAsksUpwards) {
