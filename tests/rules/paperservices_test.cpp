@@ -2,6 +2,7 @@
 #include "paper/instruments.h"
 #include "paper/loop.h"
 #include "paper/quotes.h"
+#include "paper/tradeclient.h"
 #include "paper/usersettings.h"
 #include "platform/utils/referencedata.h"
 
@@ -92,7 +93,9 @@ TEST(DataCenter, TellsTheSubscribersOfTheAccountAndThoseOfAll) {
     listen("third", "A", DATA_ORDER);
     listen("all", "", DATA_ORDER);
     listen("deals", "A", DATA_DEAL);
-    EXPECT_EQ(heard, "") << "subscribing delivers nothing";
+    listen("early", "C", DATA_ORDER);
+    center.report("C", DATA_ORDER, orderOf(1, 0), true);
+    EXPECT_EQ(heard, "") << "subscribing delivers nothing, nor does an account not yet there";
     center.report("A", DATA_ORDER, orderOf(2, 0), true);
     EXPECT_EQ(std::exchange(heard, {}), "cuts third:A2 all:A2 ");
     center.report("B", DATA_ORDER, orderOf(3, 0), true);
@@ -100,6 +103,9 @@ TEST(DataCenter, TellsTheSubscribersOfTheAccountAndThoseOfAll) {
     center.report("A", DATA_ORDER, orderOf(4, 0), false);
     center.report("nobody", DATA_ORDER, orderOf(5, 0), true);
     EXPECT_EQ(heard, "");
+    center.setAccount({.key = "C"});
+    center.report("C", DATA_ORDER, orderOf(6, 0), true);
+    EXPECT_EQ(heard, "early:C6 all:C6 ");
 }
 
 TEST(ReferenceData, AnnouncesEveryChangeAndKeepsWhatWasHandedOut) {
@@ -159,6 +165,20 @@ TEST(Quotes, KeepThePriceAndPushItWhileTheRequestLives) {
     request.reset();
     price("SH600000", 10.2, true);
     EXPECT_EQ(heard, "10 ");
+}
+
+TEST(Queries, AreAnsweredOnTheLoopNotWithinTheCall) {
+    paper::CVirtualLoop loop(NOON);
+    paper::CPaperTradeClient client(loop.service(), nullptr, nullptr);
+    paper::CQuotes quotes(loop.service());
+    int answers = 0;
+    const auto count = [&](auto&&...) { ++answers; };
+    client.queryHistoryOrders("A", "20240102", count);
+    client.queryHistoryDeals("A", "20240102", count);
+    quotes.queryMinuteBars("SH600000", "20240102", count);
+    EXPECT_EQ(answers, 0);
+    loop.runToRest();
+    EXPECT_EQ(answers, 3);
 }
 
 TEST(UserSettings, HaveNoTradeSettingUntilOneIsMade) {

@@ -5,12 +5,14 @@
 #include <QTimer>
 
 #include <gtest/gtest.h>
+#include <boost/asio/error.hpp>
 #include <boost/asio/post.hpp>
 
 #include <memory>
 #include <random>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// Time that only its owner moves.
@@ -66,6 +68,40 @@ TEST(VirtualLoop, FiresTimersOfOneMomentInTheOrderInWhichTheyWereArmed) {
     });
     loop.advanceSeconds(2);
     EXPECT_EQ(fired, "abcdef");
+}
+
+TEST(VirtualLoop, EndsAWaitThatIsCutShortAtOnceButNotWithinTheCall) {
+    auto loop = std::make_unique<paper::CVirtualLoop>(START);
+    auto timer = std::make_shared<DeadlineTimer>(loop->service());
+    std::string ended;
+    const auto wait = [&](char name, int seconds) {
+        timer->expires_from_now(boost::posix_time::seconds(seconds));
+        timer->async_wait([&ended, name](const boost::system::error_code& error) {
+            ended += name;
+            ended += error == boost::asio::error::operation_aborted ? '!' : '.';
+        });
+    };
+    wait('a', 1);
+    timer->cancel();
+    EXPECT_EQ(ended, "");
+    loop->runToRest();
+    EXPECT_EQ(ended, "a!");
+    wait('b', 1);
+    wait('c', 2);
+    loop->advanceSeconds(2);
+    timer->cancel();
+    wait('d', 1);
+    timer.reset();
+    loop->advanceSeconds(1);
+    EXPECT_EQ(ended, "a!b!c.d!");
+
+    // Waits that are left when the loop goes end for nobody, and with all that they hold.
+    timer = std::make_shared<DeadlineTimer>(loop->service());
+    timer->async_wait([timer, &ended](const auto&) { ended += 'e'; });
+    const std::weak_ptr<DeadlineTimer> left = std::exchange(timer, nullptr);
+    loop.reset();
+    EXPECT_EQ(ended, "a!b!c.d!");
+    EXPECT_TRUE(left.expired());
 }
 
 TEST(VirtualLoop, MissesNoneOfThousandsOfTimers) {

@@ -17,7 +17,7 @@ namespace {
 
 using namespace vexservice;
 
-TEST(PaperThreads, reportEachOrderInTurnWhoeverSendsAndQuotes) {
+TEST(PaperThreads, ReportEachOrderInTurnWhoeverSendsAndQuotes) {
     constexpr int SENDERS = 3;
     constexpr int ORDERS = 200;
     std::mutex mutex;
