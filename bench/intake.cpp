@@ -109,10 +109,13 @@ void addCurve(const std::string& label, std::size_t factor) {
 
 void addIntake() {
     const auto day = std::make_shared<CLazyDay>(Size{});
-    add("report/limit", 9, day->reports(),
-        [day] { return playSeconds<CLimitProgram>(day->get()); });
-    add("report/library", 9, day->reports(),
-        [day] { return playSeconds<CLibraryProgram>(day->get()); });
+    // In turns, so that a slow minute of the machine is not one program's alone.
+    for (int turn = 0; turn < 3; ++turn) {
+        add("report/limit", 3, day->reports(),
+            [day] { return playSeconds<CLimitProgram>(day->get()); });
+        add("report/library", 3, day->reports(),
+            [day] { return playSeconds<CLibraryProgram>(day->get()); });
+    }
     add("report/textbook", 2, day->reports(),
         [day] { return playSeconds<CTextbookProgram>(day->get()); });
     add("strand/one", 5, day->reports(), [day] { return strandSeconds(day->get(), 1); });
