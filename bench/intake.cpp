@@ -110,7 +110,7 @@ void addCurve(const std::string& label, std::size_t factor) {
 void addIntake() {
     const auto day = std::make_shared<CLazyDay>(Size{});
     // In turns, so that a slow minute of the machine is not one program's alone.
-    for (int turn = 0; turn < 3; ++turn) {
+    for (int turn = 0; turn < 6; ++turn) {
         add("report/limit", 3, day->reports(),
             [day] { return playSeconds<CLimitProgram>(day->get()); });
         add("report/library", 3, day->reports(),
