@@ -1,6 +1,6 @@
 #include "desk/picturetaker.h"
 #include "linkage/core/clinkagemanager.h"
-#include "linkage/core/orderrule.h"
+#include "linkage/ledger/orderrule.h"
 #include "platform/records/dealdetail.h"
 #include "platform/records/orderdetail.h"
 #include "platform/records/taskdetail.h"

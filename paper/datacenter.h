@@ -1,8 +1,8 @@
 #pragma once
 
+#include "common/keyindex.h"
 #include "paper/paperclient.h"
 #include "platform/services/tradercenter.h"
-#include "platform/utils/keyindex.h"
 
 #include <boost/container/flat_map.hpp>
 #include <boost/signals2/signal.hpp>

@@ -2,7 +2,7 @@
 
 #include "linkage/balance/balanceplan.h"
 #include "linkage/core/clinkagemanager.h"
-#include "linkage/core/intake.h"
+#include "linkage/ledger/attribution.h"
 #include "platform/services/clientconfig.h"
 #include "platform/utils/clock.h"
 #include "platform/utils/keys.h"

@@ -3,7 +3,7 @@
 #include "linkage/balance/balanceaccount.h"
 #include "linkage/balance/balancestate.h"
 #include "linkage/core/clinkagemanager.h"
-#include "linkage/core/intake.h"
+#include "linkage/ledger/attribution.h"
 #include "platform/log.h"
 #include "platform/services/clientconfig.h"
 #include "platform/services/dovcommandcenter.h"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "linkage/balance/balanceplan.h"
-#include "linkage/core/types.h"
+#include "linkage/ledger/types.h"
 #include "platform/records/orderparam.h"
 
 #include <boost/shared_ptr.hpp>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "linkage/core/types.h"
 #include "linkage/export.h"
+#include "linkage/ledger/types.h"
 #include "platform/records/enums.h"
 
 #include <cstdint>

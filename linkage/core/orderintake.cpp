@@ -1,9 +1,9 @@
 #include "linkage/core/asyncstate.h"
 #include "linkage/core/clinkagemanager.h"
-#include "linkage/core/intake.h"
-#include "linkage/core/ledger.h"
-#include "linkage/core/orderrule.h"
 #include "linkage/core/raise.h"
+#include "linkage/ledger/attribution.h"
+#include "linkage/ledger/ledger.h"
+#include "linkage/ledger/orderrule.h"
 #include "platform/log.h"
 
 #include <boost/pointer_cast.hpp>

@@ -1,6 +1,6 @@
 #include "linkage/core/asyncstate.h"
 #include "linkage/core/clinkagemanager.h"
-#include "linkage/core/ledger.h"
+#include "linkage/ledger/ledger.h"
 #include "linkage/stats/periodcurves.h"
 #include "platform/log.h"
 #include "platform/utils/keys.h"

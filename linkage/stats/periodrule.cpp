@@ -1,5 +1,7 @@
 #include "linkage/stats/periodrule.h"
 
+#include "linkage/ledger/orderrule.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <limits>

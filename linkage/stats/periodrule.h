@@ -1,9 +1,9 @@
 #pragma once
 
-#include "linkage/core/types.h"
 #include "linkage/export.h"
+#include "linkage/ledger/types.h"
+#include "linkage/ledger/valuerule.h"
 #include "linkage/stats/periodpoint.h"
-#include "linkage/stats/valuerule.h"
 
 #include <iterator>
 #include <map>

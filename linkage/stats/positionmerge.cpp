@@ -1,7 +1,7 @@
 #include "linkage/stats/positionmerge.h"
 
 #include "linkage/core/clinkagemanager.h"
-#include "linkage/core/ledger.h"
+#include "linkage/ledger/ledger.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,8 +1,9 @@
 #include "linkage/core/asyncstate.h"
 #include "linkage/core/clinkagemanager.h"
-#include "linkage/core/daykey.h"
-#include "linkage/core/ledger.h"
 #include "linkage/core/published.h"
+#include "linkage/ledger/daykey.h"
+#include "linkage/ledger/ledger.h"
+#include "linkage/ledger/volume.h"
 
 namespace TC {
 

@@ -1,7 +1,8 @@
 #pragma once
 
-#include "linkage/core/types.h"
-#include "linkage/stats/profitrule.h"
+#include "linkage/ledger/profitrule.h"
+#include "linkage/ledger/types.h"
+#include "linkage/ledger/volume.h"
 
 #include <optional>
 #include <vector>

@@ -1,6 +1,6 @@
 #include "linkage/core/clinkagemanager.h"
-#include "linkage/core/intake.h"
-#include "linkage/core/orderrule.h"
+#include "linkage/ledger/attribution.h"
+#include "linkage/ledger/volume.h"
 #include "linkage/store/csvfiles.h"
 #include "linkage/store/historystate.h"
 #include "platform/log.h"

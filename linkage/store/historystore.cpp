@@ -1,7 +1,7 @@
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/door.h"
-#include "linkage/core/orderrule.h"
 #include "linkage/core/raise.h"
+#include "linkage/ledger/volume.h"
 #include "linkage/store/filesaver.h"
 #include "linkage/store/historystate.h"
 #include "platform/log.h"

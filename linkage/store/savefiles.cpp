@@ -1,6 +1,6 @@
 #include "linkage/balance/balancestate.h"
 #include "linkage/core/clinkagemanager.h"
-#include "linkage/core/daykey.h"
+#include "linkage/ledger/daykey.h"
 #include "linkage/store/csvfiles.h"
 #include "linkage/store/filesaver.h"
 #include "linkage/store/historystate.h"

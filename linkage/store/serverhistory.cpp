@@ -2,11 +2,11 @@
 
 #include "linkage/core/asyncstate.h"
 #include "linkage/core/clinkagemanager.h"
-#include "linkage/core/daykey.h"
 #include "linkage/core/guarded.h"
-#include "linkage/core/ledger.h"
 #include "linkage/core/published.h"
 #include "linkage/core/raise.h"
+#include "linkage/ledger/daykey.h"
+#include "linkage/ledger/ledger.h"
 #include "linkage/store/import/samerecord.h"
 #include "platform/log.h"
 #include "platform/services/tradercenter.h"

@@ -1,4 +1,4 @@
-#include "linkage/core/types.h"
+#include "linkage/ledger/types.h"
 #include "platform/services/clientconfig.h"
 #include "tests/support/fixture.h"
 

@@ -1,6 +1,6 @@
 #include "linkage/core/inbox.h"
-#include "linkage/core/orderrule.h"
-#include "linkage/stats/profitrule.h"
+#include "linkage/ledger/orderrule.h"
+#include "linkage/ledger/profitrule.h"
 #include "platform/utils/numberformat.h"
 #include "platform/utils/stringmapsum.h"
 

@@ -1,4 +1,4 @@
-#include "platform/utils/keyindex.h"
+#include "common/keyindex.h"
 
 #include <gtest/gtest.h>
 

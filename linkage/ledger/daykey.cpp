@@ -1,4 +1,4 @@
-#include "linkage/core/daykey.h"
+#include "linkage/ledger/daykey.h"
 
 #include "platform/utils/clock.h"
 #include "platform/utils/text.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "linkage/core/arena.h"
+#include "linkage/ledger/arena.h"
 
 #include <cstddef>
 #include <cstdint>

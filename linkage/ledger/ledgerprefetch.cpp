@@ -1,4 +1,4 @@
-#include "linkage/core/ledger.h"
+#include "linkage/ledger/ledger.h"
 
 namespace TC {
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "linkage/core/ledgerform.h"
-#include "linkage/core/managerstate.h"
-#include "linkage/core/nametable.h"
-#include "linkage/core/profittable.h"
+#include "linkage/ledger/ledgerform.h"
+#include "linkage/ledger/ledgerstate.h"
+#include "linkage/ledger/nametable.h"
+#include "linkage/ledger/profittable.h"
 
 #include <functional>
 #include <map>
@@ -31,7 +31,7 @@ public:
     explicit CLedger(bool clientType3) : m_bClientType3(clientType3) { strategyId(std::string()); }
 
     // ------------------------------------------------------------ texts to integers
-    // linkage/core/ledgernames.cpp
+    // linkage/ledger/ledgernames.cpp
 
     std::uint32_t accountId(const std::string& key);
     std::uint32_t findAccount(const std::string& key) const;
@@ -59,7 +59,7 @@ public:
     std::set<std::string> strategies() const;
 
     // -------------------------------------------------------------------- looking ahead
-    // linkage/core/ledgerprefetch.cpp. A report touches a dozen places that are not in the
+    // linkage/ledger/ledgerprefetch.cpp. A report touches a dozen places that are not in the
     // cache, each found through another. Asked for early and together they arrive while
     // the first steps are at work. Nothing is changed here.
 
@@ -67,7 +67,7 @@ public:
     void prefetchDeal(const DealStep& step, const vexservice::CDealDetail& deal) const;
 
     // ------------------------------------------------------------------ order intake
-    // linkage/core/ledgerorders.cpp; the steps of one report, in this order
+    // linkage/ledger/ledgerorders.cpp; the steps of one report, in this order
 
     void fileOrder(OrderStep& step, const OrderPtr& order);
     void placeOrder(OrderStep& step);
@@ -77,7 +77,7 @@ public:
     void widenOrderAmplitude(const OrderStep& step);
 
     // ------------------------------------------------------------------- deal intake
-    // linkage/core/ledgerdeals.cpp
+    // linkage/ledger/ledgerdeals.cpp
 
     void fileDeal(DealStep& step, const DealPtr& deal);
     void widenDealAmplitude(const DealStep& step);
@@ -87,7 +87,7 @@ public:
     void countDeal(const DealStep& step);
 
     // ---------------------------------------------------------- filing and queries
-    // linkage/core/ledgerfiling.cpp
+    // linkage/ledger/ledgerfiling.cpp
 
     /// Files a record under its day, stock, account and record key and changes no
     /// figure: history of the server and imports. True when the record is new there.
@@ -143,7 +143,7 @@ public:
         }
     }
 
-    // linkage/core/ledgerqueries.cpp; in selections an empty set selects all
+    // linkage/ledger/ledgerqueries.cpp; in selections an empty set selects all
 
     /// The records of one stock of an account by strategy.
     std::map<std::string, const Figures*> figuresOfStock(const std::string& accountKey,
@@ -204,10 +204,10 @@ public:
     void removeFiledDeals(int day, const std::string& accountKey,
                           const std::set<std::uint64_t>& keys);
 
-    void describe(ManagerState& state) const;
+    void describe(LedgerState& state) const;
 
     // -------------------------------------------------------------------- revaluation
-    // linkage/core/ledgervalues.cpp
+    // linkage/ledger/ledgervalues.cpp
 
     bool hasFigures() const { return m_nFigures > 0; }
 
@@ -284,8 +284,8 @@ private:
     template <class Visit>
     void forEachHolding(const std::set<std::string>& accountKeys,
                         const std::set<std::string>& stockKeys, Visit visit) const;
-    void describeAccount(const Account& account, ManagerState& state) const;
-    void describePair(const Pair& pair, ManagerState& state) const;
+    void describeAccount(const Account& account, LedgerState& state) const;
+    void describePair(const Pair& pair, LedgerState& state) const;
 
     void sortGrownPairs();
     static void refreshLimits(Stock& stock);

@@ -1,4 +1,4 @@
-#include "linkage/stats/valuerule.h"
+#include "linkage/ledger/valuerule.h"
 
 #include "platform/services/clientconfig.h"
 #include "platform/services/stockmanager.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "linkage/stats/profitrule.h"
+#include "linkage/ledger/profitrule.h"
 
 #include <QString>
 

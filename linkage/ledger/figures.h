@@ -1,7 +1,7 @@
 #pragma once
 
-#include "linkage/core/arena.h"
-#include "linkage/core/types.h"
+#include "linkage/ledger/arena.h"
+#include "linkage/ledger/types.h"
 
 #include <boost/enable_shared_from_this.hpp>
 #include <boost/shared_ptr.hpp>

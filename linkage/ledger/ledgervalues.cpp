@@ -1,5 +1,5 @@
-#include "linkage/core/ledger.h"
-#include "linkage/stats/valuerule.h"
+#include "linkage/ledger/ledger.h"
+#include "linkage/ledger/valuerule.h"
 #include "platform/utils/referencedata.h"
 
 #include <algorithm>

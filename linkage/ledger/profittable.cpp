@@ -1,4 +1,4 @@
-#include "linkage/core/profittable.h"
+#include "linkage/ledger/profittable.h"
 
 #include <algorithm>
 

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "linkage/core/orderrule.h"
-
 #include <cmath>
 #include <cstdint>
 #include <string>

@@ -1,21 +1,13 @@
 #pragma once
 
+#include "linkage/ledger/volume.h"
+
 #include <cmath>
 #include <cstdint>
 #include <limits>
 #include <optional>
 
 namespace TC {
-
-/// 32-bit arithmetic of volumes as the trade service has it: it wraps, never traps.
-inline std::int32_t wrapAdd(std::int32_t left, std::int32_t right) {
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(left) +
-                                     static_cast<std::uint32_t>(right));
-}
-inline std::int32_t wrapSub(std::int32_t left, std::int32_t right) {
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(left) -
-                                     static_cast<std::uint32_t>(right));
-}
 
 /// The integer part of a double, held within 32 bits; no number gives 0.
 inline std::int32_t integerPart(double value) {

@@ -1,4 +1,4 @@
-#include "linkage/core/figures.h"
+#include "linkage/ledger/figures.h"
 
 #include <boost/make_shared.hpp>
 

@@ -1,14 +1,14 @@
 #pragma once
 
-#include "linkage/core/arena.h"
-#include "linkage/core/figures.h"
-#include "linkage/core/types.h"
-#include "linkage/stats/profitrule.h"
+#include "common/keyindex.h"
+#include "linkage/ledger/arena.h"
+#include "linkage/ledger/figures.h"
+#include "linkage/ledger/profitrule.h"
+#include "linkage/ledger/types.h"
 #include "platform/records/dealdetail.h"
 #include "platform/records/orderdetail.h"
 #include "platform/records/ratelimit.h"
 #include "platform/records/taskdetail.h"
-#include "platform/utils/keyindex.h"
 
 #include <QString>
 

@@ -1,6 +1,6 @@
-#include "linkage/core/intake.h"
-#include "linkage/core/ledger.h"
-#include "linkage/core/selection.h"
+#include "linkage/ledger/attribution.h"
+#include "linkage/ledger/ledger.h"
+#include "linkage/ledger/selection.h"
 
 #include <algorithm>
 #include <tuple>

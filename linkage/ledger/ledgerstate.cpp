@@ -1,4 +1,4 @@
-#include "linkage/core/ledger.h"
+#include "linkage/ledger/ledger.h"
 
 namespace TC {
 
@@ -13,7 +13,7 @@ void fill(const Arena& entries, std::uint32_t first, Records& records) {
 
 }  // namespace
 
-void CLedger::describe(ManagerState& state) const {
+void CLedger::describe(LedgerState& state) const {
     state.strategys = strategies();
     state.taskDetails = m_taskDetails;
     state.positions = m_positions;
@@ -48,7 +48,7 @@ void CLedger::describe(ManagerState& state) const {
     for (const Account& account : m_accounts) describeAccount(account, state);
 }
 
-void CLedger::describeAccount(const Account& account, ManagerState& state) const {
+void CLedger::describeAccount(const Account& account, LedgerState& state) const {
     for (const std::uint32_t at : account.cells) {
         const Cell& cell = m_cells[at];
         const std::string& stock = m_stocks[cell.stock].key;
@@ -77,7 +77,7 @@ void CLedger::describeAccount(const Account& account, ManagerState& state) const
     }
 }
 
-void CLedger::describePair(const Pair& pair, ManagerState& state) const {
+void CLedger::describePair(const Pair& pair, LedgerState& state) const {
     const std::string& account = m_accounts[pair.account].key;
     const std::string& strategy = m_strategies[pair.strategy].key;
     if (pair.hasRunning) {

@@ -1,5 +1,5 @@
-#include "linkage/core/ledger.h"
-#include "linkage/core/orderrule.h"
+#include "linkage/ledger/ledger.h"
+#include "linkage/ledger/volume.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/utils/keyindex.h"
+#include "common/keyindex.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "linkage/core/arena.h"
-#include "platform/utils/keyindex.h"
+#include "common/keyindex.h"
+#include "linkage/ledger/arena.h"
 
 #include <algorithm>
 #include <cstdint>
