@@ -1,16 +1,12 @@
-#include "linkage/balance/balancestate.h"
-#include "linkage/core/asyncstate.h"
+#include "linkage/core/accounts.h"
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/enginestate.h"
 #include "linkage/core/guarded.h"
 #include "linkage/core/published.h"
+#include "linkage/core/quotes.h"
 #include "linkage/core/raise.h"
 #include "linkage/ledger/daykey.h"
 #include "linkage/ledger/ledger.h"
-#include "linkage/stats/periodcurves.h"
-#include "linkage/stats/positionmerge.h"
-#include "linkage/store/csvfiles.h"
-#include "linkage/store/filesaver.h"
-#include "linkage/store/historystate.h"
 #include "platform/log.h"
 #include "platform/services/tradercenter.h"
 #include "platform/utils/keys.h"
@@ -40,7 +36,7 @@ void CLinkageManager::requestAccounts() {
 }
 
 void CLinkageManager::requestAccount(const std::string& accountKey) {
-    if (!m_pAsync->hasStrand()) return;
+    if (!m_pEngine->hasStrand()) return;
     const auto accountData = dataCenter().getAccountData(utils::hash(accountKey));
     if (accountData) post([this, accountData] { doRequestAccount(accountData); });
 }
@@ -62,12 +58,11 @@ void CLinkageManager::slotNewTradingDate(std::string date) {
     m_pTradeDate->set(dataCenter().getTradingDate());
     {
         const CLock lock(m_mutex);
-        m_pCurves->newDay();
+        m_pQuotes->newDay();
         m_pLedger->forgetPrices();
-        m_pBalance->m_autoBalanceStarts.clear();
-        m_pHistory->m_alreadyAddedKeys.clear();
-        m_pHistory->m_writtenTradeKeys.clear();
-        m_pSaver->remove({DETAIL_FILE});
+        newStatsDay();
+        newBalanceDay();
+        newStoreDay();
     }
     post([this] { doRequestTask(); });
     post([this] { doRequestAccounts(); });
@@ -96,7 +91,7 @@ void CLinkageManager::doRequestAccount(
              key);
     {
         const CLock lock(m_mutex);
-        m_pAsync->m_accounts.emplace(key, info);
+        m_pAccounts->m_infos.emplace(key, info);
     }
     removeAccountDatas(key);
 
@@ -114,9 +109,8 @@ void CLinkageManager::doRequestAccount(
 
 void CLinkageManager::subscribeAccount(const std::string& accountKey) {
     const CLock lock(m_mutex);
-    auto& connections = m_pAsync->m_accountConnections[accountKey];
-    for (const boost::signals2::connection& each : connections) each.disconnect();
-    connections.clear();
+    m_pAccounts->disconnect(accountKey);
+    auto& connections = m_pAccounts->m_connections[accountKey];
     using Callback =
         void (CLinkageManager::*)(const std::string&, const boost::shared_ptr<vexservice::IData>&);
     const auto subscribe = [&](int type, Callback callback) {
@@ -135,9 +129,9 @@ void CLinkageManager::subscribeAccount(const std::string& accountKey) {
 void CLinkageManager::removeAccountDatas(const std::string& accountKey) {
     const CLock lock(m_mutex);
     m_pLedger->removeAccount(accountKey, dayKey(m_pTradeDate->get()));
-    m_pHistory->m_historyOrders.erase(accountKey);
-    m_pPositionReports->drop(accountKey);
-    m_pCurves->forgetAccount(accountKey);
+    m_pQuotes->forgetAccount(accountKey);
+    dropStatsOf(accountKey);
+    dropHistoryOrders(accountKey);
 }
 
 }  // namespace TC
