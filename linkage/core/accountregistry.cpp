@@ -135,7 +135,7 @@ void CLinkageManager::subscribeAccount(const std::string& accountKey) {
 void CLinkageManager::removeAccountDatas(const std::string& accountKey) {
     const CLock lock(m_mutex);
     m_pLedger->removeAccount(accountKey, dayKey(m_pTradeDate->get()));
-    m_pHistory->m_historyOrders.erase(accountKey);
+    m_pHistory->m_historyOrders.dropAccount(accountKey);
     m_pPositionReports->drop(accountKey);
     m_pCurves->forgetAccount(accountKey);
 }

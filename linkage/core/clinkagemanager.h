@@ -48,8 +48,8 @@ class CPeriodCurves;
 class CServerHistory;
 struct AsyncState;
 struct BalancePlan;
-struct DealStep;
-struct Holding;
+struct DealChange;
+struct DealReport;
 struct InboxItem;
 struct BalanceState;
 struct HistoryQuery;
@@ -104,6 +104,10 @@ public:
 
     /// Everything the manager holds, in documented form. For diagnosis and tests.
     ManagerState state() const;
+
+    /// Where the figures of the day disagree with one another, in words; empty when they
+    /// are sound. It walks everything. For diagnosis and tests.
+    std::vector<std::string> checkIntegrity() const;
 
     // ------------------------------------------------------ account registry
     // linkage/core/accountregistry.cpp; before init() requests do nothing
@@ -429,6 +433,7 @@ protected:
     void doNewTradingDay(const std::string& date);
 
     // intake: linkage/core/orderintake.cpp, dealintake.cpp, taskintake.cpp, priceintake.cpp
+    class COrderWatch;
     void onOrderDetail(const std::string& accountKey,
                        const boost::shared_ptr<vexservice::IData>& data);
     void doOrderDetail(const std::string& accountKey,
@@ -437,16 +442,14 @@ protected:
                       const boost::shared_ptr<vexservice::IData>& data);
     void doDealDetail(const std::string& accountKey,
                       const boost::shared_ptr<vexservice::CDealDetail>& deal);
-    void countDealDetail(const std::string& accountKey,
-                         const boost::shared_ptr<vexservice::CDealDetail>& deal, DealStep& step,
-                         Holding& held) REQUIRES(m_mutex);
+    /// Hands a new deal that balances history on, unless it was counted there before.
+    void takeHistoryDeal(const DealReport& report, const DealChange& change,
+                         const boost::shared_ptr<vexservice::CAccountData>& accountData)
+        REQUIRES(m_mutex);
     /// Takes the newest price of a stock that was dealt, and sees that more will come.
-    void followPrice(std::uint32_t account, std::uint32_t stock, Holding& held) REQUIRES(m_mutex);
+    void followPrice(const DealReport& report) REQUIRES(m_mutex);
     void onTaskDetail(const boost::shared_ptr<vexservice::IData>& data);
     void doTaskDetail(const boost::shared_ptr<vexservice::CTaskDetail>& task);
-    void updateRunningTask(const std::string& accountKey, const std::string& strategy,
-                           const boost::shared_ptr<vexservice::CTaskDetail>& task, bool running)
-        REQUIRES(m_mutex);
     void doRequestTask();
     void onPositionStat(const std::string& accountKey,
                         const boost::shared_ptr<vexservice::IData>& data);
