@@ -1,9 +1,12 @@
 #include "platform/services/quoteclient.h"
+#include "platform/services/tradercenter.h"
 #include "tests/support/fixture.h"
 
 #include <boost/make_shared.hpp>
 
 #include <gtest/gtest.h>
+
+#include <stdexcept>
 
 namespace {
 
