@@ -106,7 +106,7 @@ bool CLinkageManager::cancelAllOrders(const std::string& accountkey, const std::
 
 bool CLinkageManager::cancelAllTasks(const std::string& accountkey, const std::string& strategy) {
     const CLock lock(m_mutex);
-    const auto tasks = m_pLedger->runningTasks(accountkey, strategy);
+    const auto tasks = m_pLedger->runningTasks().records(accountkey, strategy);
     if (!tasks) return false;
     if (tasks->empty()) return true;
     const auto record = terminationRecord();

@@ -54,10 +54,10 @@ class CCurveData;
 class CQuotes;
 class CServerHistory;
 struct BalancePlan;
-struct DealStep;
+struct DealChange;
+struct DealReport;
 struct EngineState;
 struct FollowedAccounts;
-struct Holding;
 struct InboxItem;
 struct BalanceState;
 struct HistoryQuery;
@@ -111,6 +111,10 @@ public:
     /// Everything the manager holds, in documented form: linkage/core/managerstate.h. For
     /// diagnosis and tests.
     ManagerState state() const;
+
+    /// Where the figures of the day disagree with one another, in words; empty when they
+    /// are sound. It walks everything. For diagnosis and tests.
+    std::vector<std::string> checkIntegrity() const;
 
     // ------------------------------------------------------ account registry
     // linkage/core/accountregistry.cpp; before init() requests do nothing
@@ -440,6 +444,7 @@ protected:
     void doNewTradingDay(const std::string& date);
 
     // intake: linkage/core/orderintake.cpp, dealintake.cpp, taskintake.cpp, priceintake.cpp
+    class COrderWatch;
     void onOrderDetail(const std::string& accountKey,
                        const boost::shared_ptr<vexservice::IData>& data);
     void doOrderDetail(const std::string& accountKey,
@@ -448,20 +453,17 @@ protected:
                       const boost::shared_ptr<vexservice::IData>& data);
     void doDealDetail(const std::string& accountKey,
                       const boost::shared_ptr<vexservice::CDealDetail>& deal);
-    void countDealDetail(const std::string& accountKey,
-                         const boost::shared_ptr<vexservice::CDealDetail>& deal, DealStep& step,
-                         Holding& held) LINKAGE_REQUIRES(m_mutex);
-    /// Takes the newest price of a stock that was dealt, and sees that more will come.
-    void followPrice(std::uint32_t account, std::uint32_t stock, Holding& held)
+    /// Hands a new deal that balances history on, unless it was counted there before.
+    void takeHistoryDeal(const DealReport& report, const DealChange& change,
+                         const boost::shared_ptr<vexservice::CAccountData>& accountData)
         LINKAGE_REQUIRES(m_mutex);
+    /// Takes the newest price of a stock that was dealt, and sees that more will come.
+    void followPrice(const DealReport& report) LINKAGE_REQUIRES(m_mutex);
     /// Opens the price subscription of a stock unless there is one. False when the quote
     /// client gave none, so that the next deal asks again.
     bool requestPrice(const std::string& stockKey) LINKAGE_REQUIRES(m_mutex);
     void onTaskDetail(const boost::shared_ptr<vexservice::IData>& data);
     void doTaskDetail(const boost::shared_ptr<vexservice::CTaskDetail>& task);
-    void updateRunningTask(const std::string& accountKey, const std::string& strategy,
-                           const boost::shared_ptr<vexservice::CTaskDetail>& task, bool running)
-        LINKAGE_REQUIRES(m_mutex);
     void doRequestTask();
     void onPositionStat(const std::string& accountKey,
                         const boost::shared_ptr<vexservice::IData>& data);

@@ -42,76 +42,54 @@ void CLinkageManager::onDealDetail(const std::string& accountKey,
 
 void CLinkageManager::doDealDetail(const std::string& accountKey, const DealPtr& deal) {
     if (!deal) return;
-    DealStep step;
-    if (isHistoryBalance(deal->m_pCommand.get())) step.accountData = accountData(accountKey);
+    boost::shared_ptr<vexservice::CAccountData> historyAccount;
+    if (isHistoryBalance(deal->m_pCommand.get())) historyAccount = accountData(accountKey);
     CLock lock(m_mutex);
-    CLedger& ledger = *m_pLedger;
-    step.listing = ledger.listingId(deal->m_strMarket, deal->m_strCode);
-    if (ledger.listing(step.listing).excluded) return;
-    step.stock = ledger.listing(step.listing).stock;
-    step.account = ledger.accountId(accountKey);
-    step.strategy = ledger.strategyId(strategyOf(deal->m_pCommand.get()));
-    ledger.prefetchDeal(step, *deal);
-
-    Holding& held = ledger.holding(step.account, step.stock);
-    if (held.feeRevision != utils::referenceDataRevision()) {
+    const DealReport report = m_pLedger->resolve(accountKey, deal);
+    if (!report.followed) return;
+    if (!m_pLedger->knowsFee(report)) {
         // The trade services are asked without the manager's lock.
         const std::uint64_t revision = utils::referenceDataRevision();
         lock.unlock();
         const FeePtr fee = askFee(accountKey, *deal);
         lock.relock();
-        held.fee = fee;
-        held.feeRevision = revision;
+        m_pLedger->setFee(report, fee, revision);
     }
-    countDealDetail(accountKey, deal, step, held);
-}
-
-void CLinkageManager::countDealDetail(const std::string& accountKey, const DealPtr& deal,
-                                      DealStep& step, Holding& held) {
-    CLedger& ledger = *m_pLedger;
-    ledger.fileDeal(step, deal);
-    if (step.dealIsNew) dropImported(accountKey, *deal);
-    step.strategyIsNew = ledger.listStrategy(step.strategy);
-    ledger.widenDealAmplitude(step);
-
-    const std::string& strategy = strategyOf(deal->m_pCommand.get());
-    const bool ofHistory = isHistoryBalance(deal->m_pCommand.get()) && !strategy.empty();
-    const bool counts = !ofHistory && (step.dealIsNew || step.countsAgain);
-    if (counts) ledger.enterFigures(step);
-    if (step.dealIsNew || counts) {
-        step.buys = vexservice::isBuyByDirection(deal->m_eDirection, deal->m_eOffsetFlag);
-        step.commission = vexservice::COrderDetailHelper::calcDealCommission(held.fee, deal);
-    }
-    if (step.dealIsNew) ledger.countDay(step);
-    if (ofHistory && step.dealIsNew) {
-        const std::string historyKey = accountKey + strategy;
-        if (isNewToHistory(historyKey, *deal)) {
-            doHistoryDeal(deal, step.accountData, historyKey, ledger.stockKey(step.listing),
-                          accountKey, step.stockIsNew, step.buys, step.commission);
-        }
+    const DealChange change = m_pLedger->apply(report);
+    if (change.recordIsNew) dropImported(accountKey, *deal);
+    if (change.ofHistory && change.recordIsNew) {
+        takeHistoryDeal(report, change, historyAccount);
         return;
     }
-    if (counts) {
-        ledger.countMinute(step);
-        ledger.countDeal(step);
-        followPrice(step.account, step.stock, held);
-    }
-    if (step.strategyIsNew) raise(OPERATION, sigStrategysChanged);
-    if (step.stockIsNew) raise(OPERATION, sigStocksChanged);
+    if (change.counted) followPrice(report);
+    if (change.strategyIsNew) raise(OPERATION, sigStrategysChanged);
+    if (change.stockIsNew) raise(OPERATION, sigStocksChanged);
     raise(OPERATION, sigStatDataChanged);
 }
 
-void CLinkageManager::followPrice(std::uint32_t account, std::uint32_t stockAt, Holding& held) {
-    CLedger::Stock& stock = m_pLedger->stock(stockAt);
+void CLinkageManager::takeHistoryDeal(
+    const DealReport& report, const DealChange& change,
+    const boost::shared_ptr<vexservice::CAccountData>& accountData) {
+    const DealPtr& deal = report.deal;
+    const std::string historyKey = report.accountKey + strategyOf(deal->m_pCommand.get());
+    if (!isNewToHistory(historyKey, *deal)) return;
+    doHistoryDeal(deal, accountData, historyKey, m_pLedger->dealtStock(report).key,
+                  report.accountKey, change.stockIsNew, change.buys, change.commission);
+}
+
+void CLinkageManager::followPrice(const DealReport& report) {
+    const DealtStock stock = m_pLedger->dealtStock(report);
     const auto price =
         utils::CManualSingletonT<CQuoteClient>::instance()->getStockPrice(stock.quoteKey);
-    if (price && price->hasLastPrice()) m_pLedger->setLatestPrice(stockAt, price->m_dLastPrice);
+    if (price && price->hasLastPrice()) {
+        m_pLedger->setLatestPrice(report.stock, price->m_dLastPrice);
+    }
     if (stock.requestEpoch != m_pQuotes->requestEpoch() && requestPrice(stock.key)) {
         stock.requestEpoch = m_pQuotes->requestEpoch();
     }
-    if (held.markerEpoch != m_pQuotes->markerEpoch()) {
-        m_pQuotes->mark(m_pLedger->accountKey(account), stock.key);
-        held.markerEpoch = m_pQuotes->markerEpoch();
+    if (stock.markerEpoch != m_pQuotes->markerEpoch()) {
+        m_pQuotes->mark(report.accountKey, stock.key);
+        stock.markerEpoch = m_pQuotes->markerEpoch();
     }
 }
 

@@ -177,4 +177,9 @@ ManagerState CLinkageManager::state() const {
     return state;
 }
 
+std::vector<std::string> CLinkageManager::checkIntegrity() const {
+    const CLock lock(m_mutex);
+    return m_pLedger->checkIntegrity();
+}
+
 }  // namespace TC

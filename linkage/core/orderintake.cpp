@@ -3,7 +3,6 @@
 #include "linkage/core/raise.h"
 #include "linkage/ledger/attribution.h"
 #include "linkage/ledger/ledger.h"
-#include "linkage/ledger/orderrule.h"
 #include "platform/log.h"
 
 #include <boost/pointer_cast.hpp>
@@ -14,13 +13,14 @@ namespace {
 
 constexpr char OPERATION[] = "CLinkageManager::doOrderDetail";
 
-void logOrder(const vexservice::COrderDetail& order, const std::string& strategy, bool buys) {
-    VEX_INFO(OPERATION,
-             "CLinkageManager::doOrderDetail {0} , strategy {1}, sys {2}, stat {3},  vol {4}, "
-             "volTraded {5},  bIsBuy {6} stock {7}",
-             LOGPRINT::accountLogKey(order.m_pAccountInfo), strategy, order.m_strSysID,
-             static_cast<int>(order.m_eStatus), order.m_nVolume, order.m_nTradedVolume, buys,
-             order.m_strCode);
+void logOrder(const vexservice::COrderDetail& order) {
+    VEX_INFO(
+        OPERATION,
+        "CLinkageManager::doOrderDetail {0} , strategy {1}, sys {2}, stat {3},  vol {4}, "
+        "volTraded {5},  bIsBuy {6} stock {7}",
+        LOGPRINT::accountLogKey(order.m_pAccountInfo), strategyOf(order.m_pCommand.get()),
+        order.m_strSysID, static_cast<int>(order.m_eStatus), order.m_nVolume, order.m_nTradedVolume,
+        vexservice::isBuyByDirection(order.m_eDirection, order.m_eOffsetFlag), order.m_strCode);
 }
 
 }  // namespace
@@ -32,51 +32,50 @@ void CLinkageManager::onOrderDetail(const std::string& accountKey,
     if (order && m_pEngine->m_inbox.push(accountKey, std::move(order))) drainLater();
 }
 
+// What the manager does while the ledger is at work on a report of an order.
+class CLinkageManager::COrderWatch final : public IOrderWatch {
+public:
+    COrderWatch(CLinkageManager& manager, const std::string& accountKey,
+                const vexservice::COrderDetail& order)
+        : m_manager(manager), m_strAccountKey(accountKey), m_order(order) {}
+
+    // The report's number may come after its first report.
+    void onFiled() override LINKAGE_REQUIRES(m_manager.m_mutex) {
+        m_manager.dropImported(m_strAccountKey, m_order);
+    }
+
+    // A balance that waited for the set's last order is decided here, in the middle of the
+    // report: its traded figures do not have this report's yet.
+    void onRunning(const RunningChange& change) override {
+        logOrder(m_order);
+        if (!change.emptied) return;
+        m_manager.tryAutoBalance(m_strAccountKey, change.ofAccount
+                                                      ? WHOLE_ACCOUNT
+                                                      : strategyOf(m_order.m_pCommand.get()));
+    }
+
+private:
+    CLinkageManager& m_manager;
+    const std::string& m_strAccountKey;
+    const vexservice::COrderDetail& m_order;
+};
+
 void CLinkageManager::doOrderDetail(const std::string& accountKey, const OrderPtr& order) {
     if (!order) return;
     const CLock lock(m_mutex);
-    CLedger& ledger = *m_pLedger;
-    CLedger::OrderStep step;
-    step.listing = ledger.listingId(order->m_strMarket, order->m_strCode);
-    const CLedger::Listing& listed = ledger.listing(step.listing);
-    if (listed.excluded) return;
-    step.stock = listed.stock;
-    step.level = priceLevel(order->m_dPrice, listed.tick);
-    step.account = ledger.accountId(accountKey);
-    const std::string& strategy = strategyOf(order->m_pCommand.get());
-    step.strategy = ledger.strategyId(strategy);
-    step.runs = vexservice::COrderDetailHelper::isRunning(order->m_eStatus);
-    step.buys = vexservice::isBuyByDirection(order->m_eDirection, order->m_eOffsetFlag);
-
-    ledger.prefetchOrder(step, *order);
-    ledger.fileOrder(step, order);
-    dropImported(accountKey, *order);  // its number may come after its first report
-    if (isHistoryBalance(order->m_pCommand.get())) {
-        doHistoryOrder(order, accountKey, step.stockIsNew, step.recordIsNew, step.runs);
+    COrderWatch watch(*this, accountKey, *order);
+    const OrderChange change = m_pLedger->apply(accountKey, order, watch);
+    if (!change.followed) return;
+    if (change.ofHistory) {
+        doHistoryOrder(order, accountKey, change.stockIsNew, change.recordIsNew, change.runs);
         return;
     }
-    step.strategyIsNew = ledger.listStrategy(step.strategy);
-
-    ledger.placeOrder(step);
-    ledger.countLots(step);
-    bool dataChanged = step.recordIsNew;
-    if (step.strategy != 0) {
-        const CLedger::RunningChange change = ledger.updateRunning(step, false);
-        if (change.logs) logOrder(*order, strategy, step.buys);
-        if (change.emptied) tryAutoBalance(accountKey, strategy);
+    if (change.stockIsNew) raise(OPERATION, sigStocksChanged);
+    if (change.strategyIsNew) raise(OPERATION, sigStrategysChanged);
+    const bool ofStrategy = strategyOf(order->m_pCommand.get()) != WHOLE_ACCOUNT;
+    if (change.recordIsNew || (m_bClientType3 && ofStrategy && change.accountEmptied)) {
+        raise(OPERATION, sigStatDataChanged);
     }
-    const CLedger::RunningChange change = ledger.updateRunning(step, true);
-    if (change.logs) logOrder(*order, strategy, step.buys);
-    if (change.emptied) {
-        tryAutoBalance(accountKey, std::string());
-        if (step.strategy != 0 && m_bClientType3) dataChanged = true;
-    }
-    ledger.countTraded(step);
-    ledger.widenOrderAmplitude(step);
-
-    if (step.stockIsNew) raise(OPERATION, sigStocksChanged);
-    if (step.strategyIsNew) raise(OPERATION, sigStrategysChanged);
-    if (dataChanged) raise(OPERATION, sigStatDataChanged);
 }
 
 }  // namespace TC

@@ -21,8 +21,8 @@ void CLinkageManager::doPositionStat(const std::string& accountKey, const Positi
     const CLock lock(m_mutex);
     const PositionPtr merged = tryMergePosition(position);
     if (!merged) return;
-    const std::string stockKey = utils::zorStockKey(position->m_strMarket, position->m_strCode);
-    m_pLedger->m_positions[stockKey][accountKey][merged->recordKey()] = merged;
+    m_pLedger->filePosition(utils::zorStockKey(position->m_strMarket, position->m_strCode),
+                            accountKey, merged);
 }
 
 void CLinkageManager::onPriceData(const std::string& stockKey,
@@ -32,7 +32,7 @@ void CLinkageManager::onPriceData(const std::string& stockKey,
         return;
     }
     const CLock lock(m_mutex);
-    m_pLedger->setLatestPrice(m_pLedger->stockId(stockKey), price->m_dLastPrice);
+    m_pLedger->setLatestPrice(stockKey, price->m_dLastPrice);
     m_pQuotes->setHistoryPrice(stockKey, price->m_dLastPrice);
 }
 

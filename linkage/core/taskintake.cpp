@@ -5,7 +5,6 @@
 #include "linkage/ledger/attribution.h"
 #include "linkage/ledger/ledger.h"
 #include "platform/services/tradercenter.h"
-#include "platform/utils/keys.h"
 
 #include <boost/make_shared.hpp>
 #include <boost/pointer_cast.hpp>
@@ -23,8 +22,7 @@ bool isRunningTask(vexservice::ETaskStatus status) {
 void CLinkageManager::doRequestTask() {
     {
         const CLock lock(m_mutex);
-        m_pLedger->m_taskDetails.clear();
-        m_pLedger->m_runningTasks.clear();
+        m_pLedger->clearTasks();
         dropHistoryTasks();
     }
     vexservice::IDataCenter& center = *vexservice::TraderCenter::instance()->getDataCenter();
@@ -61,37 +59,16 @@ void CLinkageManager::doTaskDetail(const TaskPtr& task) {
         return;
     }
     const std::string accountKey = task->m_items.front()->m_pAccountInfo->getKey();
-    const std::uint64_t key = task->recordKey();
-    for (const auto& item : task->m_items) {
-        if (!item) continue;
-        m_pLedger->m_taskDetails[utils::zorStockKey(item->m_strMarket, item->m_strCode)][accountKey]
-                                [key] = task;
-    }
+    m_pLedger->fileTask(accountKey, task);
     const bool running = isRunningTask(task->m_eStatus);
     if (isHistoryBalance(&command)) {
-        doHistoryTask(task, accountKey, key, running);
+        doHistoryTask(task, accountKey, task->recordKey(), running);
         return;
     }
-    const std::string& strategy = strategyOf(&command);
-    m_pLedger->listStrategy(m_pLedger->strategyId(strategy));
-    updateRunningTask(accountKey, strategy, task, running);
-    if (!strategy.empty()) updateRunningTask(accountKey, std::string(), task, running);
-}
-
-void CLinkageManager::updateRunningTask(const std::string& accountKey, const std::string& strategy,
-                                        const TaskPtr& task, bool running) {
-    auto& tasks = m_pLedger->m_runningTasks;
-    if (running) {
-        tasks[accountKey][strategy][task->recordKey()] = task;
-        return;
-    }
-    const auto account = tasks.find(accountKey);
-    if (account == tasks.end()) return;
-    const auto pair = account->second.find(strategy);
-    if (pair == account->second.end()) return;
-    if (pair->second.erase(task->recordKey()) > 0 && pair->second.empty()) {
+    m_pLedger->listStrategy(strategyOf(&command));
+    m_pLedger->runningTasks().update(accountKey, task, running, [&](const std::string& strategy) {
         tryAutoBalance(accountKey, strategy);
-    }
+    });
 }
 
 }  // namespace TC

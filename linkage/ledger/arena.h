@@ -12,8 +12,8 @@ namespace TC {
 /// "No such index."
 inline constexpr std::uint32_t NONE = utils::CKeyIndex::NONE;
 
-/// Objects in blocks, named by a 32-bit index. Objects never move, growth copies
-/// nothing, and the indexes of taken-away objects are used again.
+/// Objects in blocks, named by a 32-bit index. An object never moves, and growth copies
+/// nothing. make() uses the indexes of dropped objects again.
 template <class T, unsigned BLOCK_BITS = 9>
 class CArena {
 public:
@@ -33,13 +33,16 @@ public:
         return m_nUsed++;
     }
 
-    /// Gives an object back; it is reset now, and its index may be handed out again.
+    /// Resets an object. make() may give its index out again.
     void drop(std::uint32_t index) {
         (*this)[index] = T();
         m_free.push_back(index);
     }
 
     std::uint32_t size() const { return m_nUsed; }
+
+    /// How many objects are not dropped.
+    std::size_t countAlive() const { return m_nUsed - m_free.size(); }
 
     /// Asks the processor for an object that will be needed soon.
     void prefetch(std::uint32_t index) const { __builtin_prefetch(&(*this)[index]); }

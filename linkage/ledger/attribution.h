@@ -14,11 +14,14 @@ inline bool isHistoryBalance(const vexservice::CCommandRecord* carrier) {
     return carrier && !carrier->m_strTag.empty() && carrier->m_strTag == HISTORY_BALANCE_TAG;
 }
 
+/// The strategy that stands for the account as a whole. A record without a strategy
+/// belongs to it alone; a record of a strategy belongs to both.
+inline const std::string WHOLE_ACCOUNT;
+
 /// The strategy that a record belongs to: the carrier's primary name, else its
-/// secondary one, else none.
+/// secondary one, else WHOLE_ACCOUNT.
 inline const std::string& strategyOf(const vexservice::CCommandRecord* carrier) {
-    static const std::string none;
-    if (!carrier) return none;
+    if (!carrier) return WHOLE_ACCOUNT;
     return carrier->m_strStrategyName.empty() ? carrier->m_strStrategyName2
                                               : carrier->m_strStrategyName;
 }

@@ -12,7 +12,7 @@ constexpr std::uint32_t FIRST_BLOCK = 4;
 constexpr std::uint32_t LARGEST_BLOCK = 128;
 constexpr std::uint32_t GROWTH = 4;
 
-/// What a pass reads and writes of a record.
+/// The size of what a pass reads and writes of one record.
 constexpr std::size_t STREAMED = sizeof(DealFigures) + sizeof(DealWorth) + sizeof(SumPlace);
 
 constexpr std::size_t linesFor(std::size_t bytes) { return (bytes + 63) / 64; }
@@ -53,7 +53,7 @@ void CFigureIndex::add(std::uint32_t stock, Figures* figures) {
     ++m_nUsed;
 }
 
-// Few allocations, so that what a pass streams over lies on few pages.
+// One allocation for the three arrays: a pass then streams over few pages.
 FigureBlock::FigureBlock(std::uint32_t room)
     : capacity(room),
       m_pStreamed(std::make_unique<Line[]>(linesFor(room * STREAMED))),
@@ -88,7 +88,7 @@ Figures* CFigureBlocks::makeIn(const boost::shared_ptr<FigureBlock>& block, std:
 Figures* CFigureBlocks::make() {
     if (m_nGaps > 0) {
         for (const auto& block : m_blocks) {
-            // A block that somebody outside holds may have a reader of the old record.
+            // Somebody who holds a block may still read a dropped record of it.
             if (block->alive == block->used || block.use_count() > 1) continue;
             for (std::uint32_t index = 0; index < block->used; ++index) {
                 if (block->at(index).pair != NONE) continue;

@@ -15,30 +15,31 @@ namespace TC {
 
 struct FigureBlock;
 
-/// The traded figures of one stock, account and strategy, in their place. What a report
-/// of an order changes, and the way to the account's record, is one line of the cache.
+/// The traded figures of one stock, account and strategy, and their place. All that a
+/// report of an order changes here, and the address of the account's figures, fill one
+/// line of the cache.
 struct alignas(64) Figures {
     Figures(DealFigures& deals, DealWorth& worth) : record(deals, worth) {}
 
-    Figures* wide = nullptr;  ///< of the whole account; null for itself
+    Figures* wide = nullptr;  ///< those of the whole account; null in these themselves
     LinkagePeriodExtData record;
     FigureBlock* block = nullptr;
     std::uint32_t stock = NONE;
     std::uint32_t pair = NONE;       ///< NONE: taken out of the ledger
     std::uint32_t minutes = NONE;    ///< newest minute of its deals
-    std::int32_t newestMinute = -1;  ///< which one that is
+    std::int32_t newestMinute = -1;  ///< its minute: a later one need not read the entry
     std::uint32_t inBlock = 0;
 
     boost::shared_ptr<LinkagePeriodExtData> share();
 
-    /// Asks the processor for all of it; it will be needed soon.
+    /// Asks the processor for all of the figures, which will be needed soon.
     void prefetch() const {
         __builtin_prefetch(this);
         __builtin_prefetch(&block);
     }
 };
 
-/// The records of one strategy of one account by stock.
+/// The figures of one strategy of one account, by stock.
 class CFigureIndex {
 public:
     /// Null when there is none.
@@ -49,7 +50,7 @@ public:
         return m_slots[at].figures;
     }
 
-    /// Adds a record whose stock is not there yet.
+    /// Adds the figures of a stock that is not there yet.
     void add(std::uint32_t stock, Figures* figures);
 
     /// Asks the processor for what find() will look at.
@@ -58,7 +59,7 @@ public:
     }
 
 private:
-    // The address stands beside the stock: a look-up needs nothing of the record.
+    // The address stands beside the stock: a look-up does not read the figures.
     struct Slot {
         Figures* figures = nullptr;
         std::uint32_t stock = NONE;
@@ -72,16 +73,16 @@ private:
     std::size_t m_nUsed = 0;
 };
 
-/// Where a record's profit stands in the sum of its strategy.
+/// Where the profit of the figures stands in the sum of their strategy.
 struct SumPlace {
     std::uint32_t pair = NONE;
     std::uint32_t rank = 0;
 };
 
-/// Records of one stock side by side. What the calculators stream over (deal figures
-/// and places in the sums) lies in arrays of its own.
+/// Figures of one stock side by side. The calculators stream over deal figures, worths and
+/// places in the sums; each of these has an array of its own.
 ///
-/// Whoever holds a record holds its block.
+/// Whoever holds a record of the block holds the block.
 struct FigureBlock : boost::enable_shared_from_this<FigureBlock> {
     explicit FigureBlock(std::uint32_t room);
     ~FigureBlock();
@@ -91,7 +92,7 @@ struct FigureBlock : boost::enable_shared_from_this<FigureBlock> {
     Figures& at(std::uint32_t index) { return records()[index]; }
     Figures* records() { return reinterpret_cast<Figures*>(m_pRecords.get()); }
 
-    /// Asks the processor for the beginnings of what a pass streams over.
+    /// Asks the processor for the beginnings of the three arrays.
     void prefetch() const {
         for (int at = 0; at < 16; at += 2) __builtin_prefetch(deals + at);
         for (int at = 0; at < 16; at += 4) __builtin_prefetch(worths + at);
@@ -116,10 +117,11 @@ private:
 /// All records of one stock.
 class CFigureBlocks {
 public:
-    /// A fresh record, in a gap or at the end.
+    /// Fresh figures, in a gap or at the end. A gap whose block somebody outside holds is
+    /// not used.
     Figures* make();
 
-    /// Takes a record out; who holds it keeps it as it is.
+    /// Takes figures out. Whoever holds their record keeps it as it is.
     void drop(Figures* figures);
 
     const std::vector<boost::shared_ptr<FigureBlock>>& blocks() const { return m_blocks; }

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "linkage/ledger/ledgerform.h"
-#include "linkage/ledger/ledgerstate.h"
+#include "linkage/ledger/ledgerrecords.h"
 #include "linkage/ledger/nametable.h"
 #include "linkage/ledger/profittable.h"
+#include "linkage/ledger/runningrecords.h"
 
 #include <functional>
 #include <map>
@@ -20,77 +20,77 @@ namespace TC {
 /// Orders, deals, tasks and positions, and every figure that is kept of them.
 ///
 /// The documented containers are nested maps of texts. Here each text (account,
-/// strategy, stock, day) is resolved once to a small integer, and the newest report of
-/// an order, its last figures and its places in all totals stand together in one entry
-/// that is found by one look-up of its record key. ARCHITECTURE.md has the picture.
+/// strategy, stock, day) is resolved once to a small integer. The newest report of an
+/// order, its last figures and its places in all totals stand together in one entry,
+/// found by one look-up of its record key. ARCHITECTURE.md has the picture.
 ///
-/// Guarded by the manager's lock. What getTradeStatDatas reads without that lock (the
-/// texts and the lists of figures) changes under a second lock, held for moments.
-class CLedger : public LedgerForm {
+/// Guarded by the manager's lock. figuresOf() and accountKeys() read without that lock;
+/// the texts and lists of figures that they read change under a second lock, held for
+/// moments.
+class CLedger {
 public:
-    explicit CLedger(bool clientType3) : m_bClientType3(clientType3) { strategyId(std::string()); }
+    explicit CLedger(bool clientType3) : m_bClientType3(clientType3) { strategyId(WHOLE_ACCOUNT); }
 
-    // ------------------------------------------------------------ texts to integers
+    // ------------------------------------------------------------------ reports
+    // linkage/ledger/ledgerorders.cpp, ledgerdeals.cpp
+
+    /// Takes in one report of an order: files it, counts its open lots, its place in the
+    /// running sets and its traded figures. `watch` hears of it in the middle; what it
+    /// throws leaves the rest of the report out.
+    OrderChange apply(const std::string& accountKey, const OrderPtr& order, IOrderWatch& watch);
+
+    /// The report of a deal with its places. Nothing is filed yet. Both arguments must
+    /// outlive the answer.
+    DealReport resolve(const std::string& accountKey, const DealPtr& deal);
+
+    /// Whether the account's fee for the stock was asked for since the client's reference
+    /// data have changed last.
+    bool knowsFee(const DealReport& report);
+    /// Remembers the answer, which may be empty, for a revision of the reference data.
+    void setFee(const DealReport& report, const FeePtr& fee, std::uint64_t revision);
+
+    /// Takes in one report of a deal that is followed: files it and counts it, at its
+    /// first report, in the totals of the day, the minutes and the traded figures. The
+    /// commission comes from the fee that is known.
+    DealChange apply(const DealReport& report);
+
+    DealtStock dealtStock(const DealReport& report);
+
+    // ------------------------------------------------------------------ texts
     // linkage/ledger/ledgernames.cpp
 
-    std::uint32_t accountId(const std::string& key);
-    std::uint32_t findAccount(const std::string& key) const;
-    std::uint32_t strategyId(const std::string& name);
-    std::uint32_t findStrategy(const std::string& name) const;
-    std::uint32_t stockId(const std::string& key);
-    std::uint32_t findStock(const std::string& key) const;
-
-    /// The listing of market and code, with today's reference data.
-    std::uint32_t listingId(const std::string& market, const std::string& code);
-    const Listing& listing(std::uint32_t index) const { return m_listings[index]; }
-    Stock& stock(std::uint32_t index) { return m_stocks[index]; }
-    const std::string& stockKey(std::uint32_t listing) const {
-        return m_stocks[m_listings[listing].stock].key;
-    }
-    Holding& holding(std::uint32_t account, std::uint32_t stock);
+    /// Repurchases and subscriptions are not followed.
+    bool follows(const std::string& market, const std::string& code);
 
     /// dayKey() with the last answers remembered.
     int day(const std::string& date);
 
-    const std::string& accountKey(std::uint32_t account) const { return m_accounts[account].key; }
-
-    /// Puts a strategy into the list; true when it was not there. "" never is.
-    bool listStrategy(std::uint32_t strategy);
+    /// Lists a strategy for the client. True when it was not listed; WHOLE_ACCOUNT never is.
+    bool listStrategy(const std::string& name) { return listStrategy(strategyId(name)); }
     std::set<std::string> strategies() const;
 
-    // -------------------------------------------------------------------- looking ahead
-    // linkage/ledger/ledgerprefetch.cpp. A report touches a dozen places that are not in the
-    // cache, each found through another. Asked for early and together they arrive while
-    // the first steps are at work. Nothing is changed here.
+    // ------------------------------------------------------- tasks and positions
+    // linkage/ledger/ledgertasks.cpp
 
-    void prefetchOrder(const OrderStep& step, const vexservice::COrderDetail& order) const;
-    void prefetchDeal(const DealStep& step, const vexservice::CDealDetail& deal) const;
+    /// Files a task under each of its stocks.
+    void fileTask(const std::string& accountKey, const TaskPtr& task);
+    ByText<ByRecord<TaskPtr>> tasks(const std::string& stockKey,
+                                    const std::set<std::string>& accountKeys) const;
+    void clearTasks();
 
-    // ------------------------------------------------------------------ order intake
-    // linkage/ledger/ledgerorders.cpp; the steps of one report, in this order
+    CRunningRecords<vexservice::CTaskDetail>& runningTasks() { return m_runningTasks; }
+    const CRunningRecords<vexservice::CTaskDetail>& runningTasks() const { return m_runningTasks; }
 
-    void fileOrder(OrderStep& step, const OrderPtr& order);
-    void placeOrder(OrderStep& step);
-    void countLots(OrderStep& step);
-    RunningChange updateRunning(OrderStep& step, bool wide);
-    void countTraded(OrderStep& step);
-    void widenOrderAmplitude(const OrderStep& step);
-
-    // ------------------------------------------------------------------- deal intake
-    // linkage/ledger/ledgerdeals.cpp
-
-    void fileDeal(DealStep& step, const DealPtr& deal);
-    void widenDealAmplitude(const DealStep& step);
-    void countDay(const DealStep& step);
-    void enterFigures(DealStep& step);
-    void countMinute(const DealStep& step);
-    void countDeal(const DealStep& step);
+    void filePosition(const std::string& stockKey, const std::string& accountKey,
+                      const PositionPtr& position);
+    /// The positions of a stock by account; null when it never had one.
+    const ByText<ByRecord<PositionPtr>>* positions(const std::string& stockKey) const;
 
     // ---------------------------------------------------------- filing and queries
-    // linkage/ledger/ledgerfiling.cpp
+    // linkage/ledger/ledgerfiling.cpp, ledgernames.cpp
 
-    /// Files a record under its day, stock, account and record key and changes no
-    /// figure: history of the server and imports. True when the record is new there.
+    /// Files a record of the server's history or of an import under its day, stock, account
+    /// and record key. No figure changes. True when the record is new there.
     bool fileOrder(int day, const std::string& stockKey, const std::string& accountKey,
                    const OrderPtr& order);
     bool fileDeal(int day, const std::string& stockKey, const std::string& accountKey,
@@ -102,22 +102,23 @@ public:
                                       const std::set<std::string>& accountKeys) const;
     ByText<ByRecord<DealPtr>> deals(int day, const std::string& stockKey,
                                     const std::set<std::string>& accountKeys) const;
-    const Cell* findCell(int day, const std::string& stockKey, const std::string& accountKey) const;
+    /// What an account's deals of a stock under a day add up to.
+    DayTotals dayTotals(int day, const std::string& stockKey, const std::string& accountKey) const;
 
-    /// Stock keys under a day, of orders and deals; makes the day's entries.
+    /// The stocks that have orders or deals under a day. The day has entries of its own in
+    /// both containers from now on.
     std::set<std::string> stocksOfDay(int day);
 
     /// How many stocks have orders or deals under a day.
     std::size_t countStocks(int day) const;
 
-    /// Running orders of a pair in record key order; nothing when there never was one.
+    /// The running orders of a pair in record key order; nothing when no order ever ran.
     std::optional<std::vector<OrderPtr>> runningOrders(const std::string& accountKey,
                                                        const std::string& strategy) const;
     int runningOrderCount(const std::string& accountKey, const std::string& strategy) const;
 
-    /// Running tasks of a pair in record key order; nothing when there never was one.
-    std::optional<std::vector<TaskPtr>> runningTasks(const std::string& accountKey,
-                                                     const std::string& strategy) const;
+    /// The open lots of all accounts of a strategy at a price level.
+    int lotsAtLevel(const std::string& strategy, int level) const;
 
     /// Traded figures of a pair by stock key. May be called without the manager's lock.
     std::map<std::string, FiguresPtr> figuresOf(const std::string& accountKey,
@@ -170,16 +171,16 @@ public:
     using VisitStock =
         std::function<void(const std::string& stockKey, std::span<const Selected> records)>;
 
-    /// Visits the records in the order of account, stock and strategy, the ones of one
-    /// account's stock at a time. Where the strategy "" is selected those of all
-    /// strategies come along, so that they can be taken off the account-wide ones.
+    /// Visits the records in the order of account, stock and strategy; one call has all
+    /// records of one account's stock. When WHOLE_ACCOUNT is selected, the call has those
+    /// of all strategies too: the caller can subtract them from the account's.
     void selectFigures(const std::set<std::string>& accountKeys,
                        const std::set<std::string>& strategies,
                        const std::set<std::string>& stockKeys, const VisitStock& visit) const;
 
-    /// Bought and sold amounts by day, from the deals filed under other days than
-    /// `exceptDay` that do not balance history and are in no figures of the day; those
-    /// without strategy count for "".
+    /// Bought and sold amounts by day, of the deals that are filed under another day than
+    /// `exceptDay`, do not balance history and are in no traded figures. A deal without a
+    /// strategy counts for WHOLE_ACCOUNT.
     ByDay<std::pair<double, double>> amountsOfDeals(const std::set<std::string>& accountKeys,
                                                     const std::set<std::string>& strategies,
                                                     const std::set<std::string>& stockKeys,
@@ -193,17 +194,19 @@ public:
     /// Every account that was ever seen. May be called without the manager's lock.
     std::vector<std::string> accountKeys() const;
 
-    int lotsAtLevel(const std::string& strategy, int level) const;
+    // ------------------------------------------------------------------------ removal
+    // linkage/ledger/ledgerremoval.cpp
 
-    /// Drops what was derived for an account on a day, and its figures.
+    /// Drops an account's records of a trade day and all its figures.
     void removeAccount(const std::string& accountKey, int day);
 
-    /// Takes away records that were only filed; one that stands in any figure stays.
+    /// Takes away filed records with these keys. An order that stands in any figure stays.
     void removeFiledOrders(int day, const std::string& accountKey,
                            const std::set<std::uint64_t>& keys);
     void removeFiledDeals(int day, const std::string& accountKey,
                           const std::set<std::uint64_t>& keys);
 
+    // linkage/ledger/ledgerstate.cpp
     void describe(LedgerState& state) const;
 
     // -------------------------------------------------------------------- revaluation
@@ -211,7 +214,7 @@ public:
 
     bool hasFigures() const { return m_nFigures > 0; }
 
-    /// The texts stay as long as the ledger.
+    /// The texts live as long as the ledger.
     struct ProfitSum {
         const std::string& account;
         const std::string& strategy;
@@ -224,30 +227,86 @@ public:
         double special = 0.0;  ///< of stocks under special treatment
     };
 
-    /// Revalues the records of the stocks with a new price; gives the profit sums of
-    /// every strategy that has one, in account and strategy order.
+    /// Revalues the records of the stocks that have a new price. The answer has the profit
+    /// sum of every pair with such a record, in account and strategy order.
     std::vector<ProfitSum> revalue(const LimitRates& rates);
 
-    /// A price that the next pass will use.
+    /// A price that the next pass will use; the stock is one of dealtStock() or any.
     void setLatestPrice(std::uint32_t stock, double price);
+    void setLatestPrice(const std::string& stockKey, double price) {
+        setLatestPrice(stockId(stockKey), price);
+    }
 
     /// The newest price of the day; nothing before there is one.
     std::optional<double> lastPrice(const std::string& stockKey) const;
 
-    /// The price of the day at which the records of a stock stand; nothing before a pass.
+    /// The price at which the last pass of the day valued a stock; nothing before a pass.
     std::optional<double> valuedPrice(const std::string& stockKey) const;
 
-    /// A new day begins: what no pass has used yet still awaits one.
+    /// Begins a new day. A price that no pass has used yet is kept for the next one.
     void forgetPrices();
 
-    // ---------------------------------------------------- kept in documented form
-    // Few records, no storm: tasks and positions.
+    // linkage/ledger/ledgerintegrity.cpp
 
-    ByText<ByText<ByRecord<TaskPtr>>> m_taskDetails;
-    ByText<ByText<ByRecord<TaskPtr>>> m_runningTasks;
-    ByText<ByText<ByRecord<PositionPtr>>> m_positions;
+    /// Compares what the ledger holds twice, in whatever form, and says in words where it
+    /// disagrees with itself; empty when it is sound. It walks everything: for tests.
+    std::vector<std::string> checkIntegrity() const;
 
 private:
+    class CIntegrity;
+    using Account = ledger::Account;
+    using Cell = ledger::Cell;
+    using Day = ledger::Day;
+    using DealEntry = ledger::DealEntry;
+    using DealStep = ledger::DealStep;
+    using Holding = ledger::Holding;
+    using Level = ledger::Level;
+    using Listing = ledger::Listing;
+    using Minute = ledger::Minute;
+    using OrderEntry = ledger::OrderEntry;
+    using OrderStep = ledger::OrderStep;
+    using Pair = ledger::Pair;
+    using Stock = ledger::Stock;
+    using Strategy = ledger::Strategy;
+
+    // texts to integers
+    std::uint32_t accountId(const std::string& key);
+    std::uint32_t findAccount(const std::string& key) const;
+    std::uint32_t strategyId(const std::string& name);
+    std::uint32_t findStrategy(const std::string& name) const;
+    std::uint32_t stockId(const std::string& key);
+    std::uint32_t findStock(const std::string& key) const;
+    /// The listing of market and code, with today's reference data.
+    std::uint32_t listingId(const std::string& market, const std::string& code);
+    bool listStrategy(std::uint32_t strategy);
+    Holding& holding(std::uint32_t account, std::uint32_t stock);
+    const Cell* findCell(int day, const std::string& stockKey, const std::string& accountKey) const;
+
+    // the steps of an order report, in the order of apply()
+    bool resolve(const std::string& accountKey, const vexservice::COrderDetail& order,
+                 OrderStep& step);
+    void fileOrder(OrderStep& step, const OrderPtr& order, OrderChange& change);
+    void placeOrder(OrderStep& step, bool recordIsNew);
+    void countLots(OrderStep& step);
+    /// True when the set is empty now.
+    bool updateRunning(OrderStep& step, bool wide, IOrderWatch& watch);
+    void countTraded(OrderStep& step);
+    void widenOrderAmplitude(const OrderStep& step);
+
+    // the steps of a deal report; what is true of fileDeal: the deal's figures were dropped
+    bool fileDeal(DealStep& step, const DealPtr& deal, DealChange& change);
+    void widenDealAmplitude(const DealStep& step);
+    void enterFigures(DealStep& step);
+    void countDay(const DealStep& step);
+    void countMinute(const DealStep& step);
+    void countDeal(const DealStep& step);
+
+    // linkage/ledger/ledgerprefetch.cpp. A report touches a dozen places that are not in
+    // the cache, each found through another. Asked for early and together they arrive
+    // while the first steps are at work. Nothing is changed here.
+    void prefetchOrder(const OrderStep& step, const vexservice::COrderDetail& order) const;
+    void prefetchDeal(const DealReport& report) const;
+
     std::uint32_t cellOf(std::uint32_t account, std::uint32_t stock, int day);
     std::uint32_t pairOf(std::uint32_t account, std::uint32_t strategy);
     const Pair* findPair(std::uint32_t account, std::uint32_t strategy) const;
@@ -268,12 +327,10 @@ private:
         std::uint8_t facets = 0;
         std::int32_t lots = 0;
         std::uint32_t places[2] = {NONE, NONE};
-        std::int32_t runTraded[2] = {};
-        std::int16_t status[2] = {};
     };
     void prefetchEntry(const OrderStep& step) const;
-    void settleFacets(OrderStep& step, OrderEntry& target, std::int32_t level);
-    void gatherFacets(OrderStep& step, OrderEntry& entry, std::int32_t level, Gathered& held) const;
+    void settleFacets(OrderStep& step, OrderEntry& target);
+    void gatherFacets(OrderStep& step, OrderEntry& entry, Gathered& held) const;
     std::uint32_t parkFacets(const OrderStep& step, OrderEntry& entry, std::uint8_t stays);
     std::uint32_t levelCellOf(std::uint32_t pair, std::int32_t level);
     void enterRunning(Pair& pair, std::uint32_t entry, bool wide);
@@ -320,6 +377,11 @@ private:
     std::vector<std::uint32_t> m_grownPairs;
     std::vector<std::uint32_t> m_pairsInOrder;  ///< by account key and strategy
     CProfitTable m_profits;
+
+    // Few records, and no storm: as they are documented.
+    ByText<ByText<ByRecord<TaskPtr>>> m_taskDetails;  ///< stock, account
+    CRunningRecords<vexservice::CTaskDetail> m_runningTasks;
+    ByText<ByText<ByRecord<PositionPtr>>> m_positions;  ///< stock, account
 };
 
 }  // namespace TC

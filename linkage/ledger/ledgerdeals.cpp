@@ -1,11 +1,73 @@
+#include "linkage/ledger/attribution.h"
 #include "linkage/ledger/ledger.h"
 #include "linkage/ledger/orderrule.h"
+#include "platform/utils/referencedata.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <tuple>
 
 namespace TC {
+
+using namespace ledger;
+
+DealReport CLedger::resolve(const std::string& accountKey, const DealPtr& deal) {
+    const std::uint32_t at = listingId(deal->m_strMarket, deal->m_strCode);
+    const Listing& listed = m_listings[at];
+    if (listed.excluded) return {.accountKey = accountKey, .deal = deal, .followed = false};
+    const DealReport report{.accountKey = accountKey,
+                            .deal = deal,
+                            .account = accountId(accountKey),
+                            .listing = at,
+                            .stock = listed.stock,
+                            .strategy = strategyId(strategyOf(deal->m_pCommand.get())),
+                            .followed = true};
+    prefetchDeal(report);
+    return report;
+}
+
+bool CLedger::knowsFee(const DealReport& report) {
+    return holding(report.account, report.stock).feeRevision == utils::referenceDataRevision();
+}
+
+void CLedger::setFee(const DealReport& report, const FeePtr& fee, std::uint64_t revision) {
+    Holding& held = holding(report.account, report.stock);
+    held.fee = fee;
+    held.feeRevision = revision;
+}
+
+DealtStock CLedger::dealtStock(const DealReport& report) {
+    Stock& stock = m_stocks[report.stock];
+    return {stock.key, stock.quoteKey, stock.requestEpoch,
+            holding(report.account, report.stock).markerEpoch};
+}
+
+DealChange CLedger::apply(const DealReport& report) {
+    const vexservice::CDealDetail& deal = *report.deal;
+    DealChange change;
+    DealStep step;
+    step.account = report.account;
+    step.listing = report.listing;
+    step.stock = report.stock;
+    step.strategy = report.strategy;
+    const bool wasDropped = fileDeal(step, report.deal, change);
+    change.strategyIsNew = listStrategy(step.strategy);
+    widenDealAmplitude(step);
+
+    change.ofHistory = step.strategy != WHOLE_ACCOUNT_ID && isHistoryBalance(deal.m_pCommand.get());
+    change.counted = !change.ofHistory && (change.recordIsNew || wasDropped);
+    if (!change.recordIsNew && !change.counted) return change;
+    if (change.counted) enterFigures(step);
+    step.buys = change.buys = vexservice::isBuyByDirection(deal.m_eDirection, deal.m_eOffsetFlag);
+    step.commission = change.commission = vexservice::COrderDetailHelper::calcDealCommission(
+        holding(step.account, step.stock).fee, report.deal);
+    if (change.recordIsNew) countDay(step);
+    if (change.counted) {
+        countMinute(step);
+        countDeal(step);
+    }
+    return change;
+}
 
 void CLedger::chainDeal(Account& account, std::uint32_t at) {
     DealEntry& entry = m_deals[at];
@@ -34,9 +96,7 @@ std::pair<std::uint32_t, bool> CLedger::putDeal(std::uint32_t accountAt, std::ui
     Cell& cell = m_cells[cellAt];
     if (!cell.hasDeals) {
         cell.hasDeals = true;
-        Day& day = m_days[cell.day];
-        day.hasDeals = true;
-        day.deals.insert(cell.stock);
+        m_days[cell.day].deals.insert(cell.stock);
     }
     const std::uint32_t made = m_deals.make();
     m_deals[made] = {.key = key, .report = deal, .cell = cellAt, .nextInCell = cell.firstDeal};
@@ -45,15 +105,15 @@ std::pair<std::uint32_t, bool> CLedger::putDeal(std::uint32_t accountAt, std::ui
     return {made, true};
 }
 
-void CLedger::fileDeal(DealStep& step, const DealPtr& deal) {
+bool CLedger::fileDeal(DealStep& step, const DealPtr& deal, DealChange& change) {
     step.deal = deal.get();
     step.cell = cellOf(step.account, step.stock, day(deal->m_strTradeDate));
     prefetchFigures(step.account, step.strategy, step.stock);
     if (!m_cells[step.cell].hasDeals) {
-        step.stockIsNew = m_days[m_cells[step.cell].day].deals.count(step.stock) == 0;
+        change.stockIsNew = m_days[m_cells[step.cell].day].deals.count(step.stock) == 0;
     }
-    std::tie(step.entry, step.dealIsNew) = putDeal(step.account, step.cell, deal);
-    step.countsAgain = m_deals[step.entry].dropped;
+    std::tie(step.entry, change.recordIsNew) = putDeal(step.account, step.cell, deal);
+    return m_deals[step.entry].dropped;
 }
 
 void CLedger::widenDealAmplitude(const DealStep& step) {
@@ -81,9 +141,10 @@ void CLedger::countDay(const DealStep& step) {
         cell.hasTotals = true;
         m_days[cell.day].totals.insert(cell.stock);
     }
-    std::int32_t& volume = step.buys ? cell.boughtVolume : cell.soldVolume;
+    DayTotals& totals = cell.totals;
+    std::int32_t& volume = step.buys ? totals.boughtVolume : totals.soldVolume;
     volume = wrapAdd(volume, step.deal->m_nVolume);
-    (step.buys ? cell.boughtAmount : cell.soldAmount) += step.deal->m_dAmount;
+    (step.buys ? totals.boughtAmount : totals.soldAmount) += step.deal->m_dAmount;
 }
 
 void CLedger::countMinute(const DealStep& step) {

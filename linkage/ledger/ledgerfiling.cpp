@@ -5,6 +5,8 @@
 
 namespace TC {
 
+using namespace ledger;
+
 namespace {
 
 template <class Record>
@@ -73,6 +75,12 @@ const CLedger::Cell* CLedger::findCell(int day, const std::string& stockKey,
     return at == NONE ? nullptr : &m_cells[at];
 }
 
+DayTotals CLedger::dayTotals(int day, const std::string& stockKey,
+                             const std::string& accountKey) const {
+    const Cell* const cell = findCell(day, stockKey, accountKey);
+    return cell ? cell->totals : DayTotals();
+}
+
 ByText<ByRecord<OrderPtr>> CLedger::orders(int day, const std::string& stockKey,
                                            const std::set<std::string>& accountKeys) const {
     ByText<ByRecord<OrderPtr>> result;
@@ -96,7 +104,7 @@ ByText<ByRecord<DealPtr>> CLedger::deals(int day, const std::string& stockKey,
 std::set<std::string> CLedger::stocksOfDay(int day) {
     std::set<std::string> keys;
     Day& today = m_days[day];
-    today.hasOrders = today.hasDeals = true;
+    today.asked = true;
     for (const std::uint32_t stock : today.orders) keys.insert(m_stocks[stock].key);
     for (const std::uint32_t stock : today.deals) keys.insert(m_stocks[stock].key);
     return keys;
@@ -127,17 +135,6 @@ std::optional<std::vector<OrderPtr>> CLedger::runningOrders(const std::string& a
 int CLedger::runningOrderCount(const std::string& accountKey, const std::string& strategy) const {
     const Pair* const pair = findPair(accountKey, strategy);
     return pair ? static_cast<int>(pair->running.size()) : 0;
-}
-
-std::optional<std::vector<TaskPtr>> CLedger::runningTasks(const std::string& accountKey,
-                                                          const std::string& strategy) const {
-    const auto account = m_runningTasks.find(accountKey);
-    if (account == m_runningTasks.end()) return std::nullopt;
-    const auto tasks = account->second.find(strategy);
-    if (tasks == account->second.end()) return std::nullopt;
-    std::vector<TaskPtr> result;
-    for (const auto& [key, task] : tasks->second) result.push_back(task);
-    return result;
 }
 
 int CLedger::lotsAtLevel(const std::string& strategy, int level) const {

@@ -8,6 +8,8 @@
 
 namespace TC {
 
+using namespace ledger;
+
 std::uint32_t CLedger::findAccount(const std::string& key) const { return m_accounts.find(key); }
 
 std::uint32_t CLedger::findStrategy(const std::string& name) const {
@@ -59,7 +61,7 @@ std::uint32_t CLedger::listingId(const std::string& market, const std::string& c
 }
 
 void CLedger::refresh(Listing& listing) const {
-    // The revision is read first: a change that comes in between is seen next time.
+    // The revision is read first: a change during the questions below is seen next time.
     listing.revision = utils::referenceDataRevision();
     const auto isTyped = [&](int type) {
         return vexservice::isTypedStock(type, listing.market, listing.code, std::string());
@@ -74,11 +76,15 @@ void CLedger::refresh(Listing& listing) const {
     listing.unit = vexservice::getTradeMinUnit(listing.market, listing.code);
 }
 
-Holding& CLedger::holding(std::uint32_t account, std::uint32_t stock) {
+CLedger::Holding& CLedger::holding(std::uint32_t account, std::uint32_t stock) {
     std::vector<std::uint32_t>& holdings = m_accounts[account].holdings;
     if (stock >= holdings.size()) holdings.resize(stock + 1, NONE);
     if (holdings[stock] == NONE) holdings[stock] = m_holdings.make();
     return m_holdings[holdings[stock]];
+}
+
+bool CLedger::follows(const std::string& market, const std::string& code) {
+    return !m_listings[listingId(market, code)].excluded;
 }
 
 int CLedger::day(const std::string& date) {
@@ -92,7 +98,7 @@ int CLedger::day(const std::string& date) {
 
 bool CLedger::listStrategy(std::uint32_t at) {
     Strategy& strategy = m_strategies[at];
-    if (at == 0 || strategy.listed) return false;
+    if (at == WHOLE_ACCOUNT_ID || strategy.listed) return false;
     return strategy.listed = true;
 }
 
@@ -139,7 +145,9 @@ Figures* CLedger::figuresIn(std::uint32_t pairAt, std::uint32_t stock) {
     Pair& pair = m_pairs[pairAt];
     if (Figures* const found = pair.index.find(stock)) return found;
 
-    Figures* const wide = pair.strategy == 0 ? nullptr : figuresIn(pairOf(pair.account, 0), stock);
+    Figures* const wide = pair.strategy == WHOLE_ACCOUNT_ID
+                              ? nullptr
+                              : figuresIn(pairOf(pair.account, WHOLE_ACCOUNT_ID), stock);
     const std::lock_guard names(m_namesMutex);
     Figures* const made = m_stocks[stock].figures.make();
     made->stock = stock;

@@ -1,3 +1,4 @@
+#include "linkage/ledger/attribution.h"
 #include "linkage/ledger/ledger.h"
 #include "linkage/ledger/orderrule.h"
 
@@ -5,6 +6,53 @@
 #include <utility>
 
 namespace TC {
+
+using namespace ledger;
+
+namespace {
+
+Progress progressOf(const vexservice::COrderDetail& order) {
+    return {order.m_nTradedVolume, static_cast<std::int16_t>(order.m_eStatus)};
+}
+
+}  // namespace
+
+OrderChange CLedger::apply(const std::string& accountKey, const OrderPtr& order,
+                           IOrderWatch& watch) {
+    OrderChange change;
+    OrderStep step;
+    if (!resolve(accountKey, *order, step)) return change;
+    change.followed = true;
+    change.runs = step.runs;
+    prefetchOrder(step, *order);
+    fileOrder(step, order, change);
+    watch.onFiled();
+    change.ofHistory = isHistoryBalance(order->m_pCommand.get());
+    if (change.ofHistory) return change;
+
+    change.strategyIsNew = listStrategy(step.strategy);
+    placeOrder(step, change.recordIsNew);
+    countLots(step);
+    if (step.strategy != WHOLE_ACCOUNT_ID) updateRunning(step, false, watch);
+    change.accountEmptied = updateRunning(step, true, watch);
+    countTraded(step);
+    widenOrderAmplitude(step);
+    return change;
+}
+
+bool CLedger::resolve(const std::string& accountKey, const vexservice::COrderDetail& order,
+                      OrderStep& step) {
+    step.listing = listingId(order.m_strMarket, order.m_strCode);
+    const Listing& listed = m_listings[step.listing];
+    if (listed.excluded) return false;
+    step.stock = listed.stock;
+    step.level = priceLevel(order.m_dPrice, listed.tick);
+    step.account = accountId(accountKey);
+    step.strategy = strategyId(strategyOf(order.m_pCommand.get()));
+    step.runs = vexservice::COrderDetailHelper::isRunning(order.m_eStatus);
+    step.buys = vexservice::isBuyByDirection(order.m_eDirection, order.m_eOffsetFlag);
+    return true;
+}
 
 std::uint32_t CLedger::findOrder(const Account& account, std::uint64_t key) const {
     return account.orders.find(utils::mixHash(key),
@@ -33,15 +81,14 @@ std::uint32_t CLedger::addOrder(Account& account, std::uint64_t key, std::uint32
     cell.firstOrder = made;
     if (!cell.hasOrders) {
         cell.hasOrders = true;
-        Day& day = m_days[cell.day];
-        day.hasOrders = true;
-        day.orders.insert(cell.stock);
+        m_days[cell.day].orders.insert(cell.stock);
     }
     chainOrder(account, made);
     return made;
 }
 
-// The entry that the newest report stands in is the one that look-ups find first.
+// Makes `entry`, which holds the newest report, the first of its key's chain: look-ups
+// find it first.
 void CLedger::headOfKey(Account& account, std::uint64_t key, std::uint32_t entry) {
     const std::uint32_t head = findOrder(account, key);
     if (head == entry) return;
@@ -52,7 +99,7 @@ void CLedger::headOfKey(Account& account, std::uint64_t key, std::uint32_t entry
     account.orders.replace(utils::mixHash(key), head, entry);
 }
 
-void CLedger::fileOrder(OrderStep& step, const OrderPtr& order) {
+void CLedger::fileOrder(OrderStep& step, const OrderPtr& order, OrderChange& change) {
     Account& account = m_accounts[step.account];
     const int day = this->day(order->m_strTradeDate);
     const std::uint64_t key = order->recordKey();
@@ -64,9 +111,9 @@ void CLedger::fileOrder(OrderStep& step, const OrderPtr& order) {
     std::uint32_t at = head;
     while (at != NONE && m_orders[at].cell != step.cell) at = m_orders[at].nextOfKey;
     if (at == NONE) {
-        step.stockIsNew =
+        change.stockIsNew =
             !m_cells[step.cell].hasOrders && m_days[day].orders.count(step.stock) == 0;
-        step.recordIsNew = true;
+        change.recordIsNew = true;
         at = addOrder(account, key, step.cell);
     }
     if (at != head && head != NONE) headOfKey(account, key, at);
@@ -75,28 +122,32 @@ void CLedger::fileOrder(OrderStep& step, const OrderPtr& order) {
     prefetchEntry(step);
 }
 
-void CLedger::placeOrder(OrderStep& step) {
+void CLedger::placeOrder(OrderStep& step, bool recordIsNew) {
     step.pair = pairOf(step.account, step.strategy);
     OrderEntry& entry = m_orders[step.entry];
     const bool asBefore = entry.pair == step.pair && entry.buys == step.buys &&
                           entry.level == step.level && entry.nextOfKey == NONE;
     if (asBefore) {
-        step.before = {entry.traded, entry.traded, entry.amount, entry.amount};
+        step.before = {.traded = entry.progress.traded,
+                       .wideTraded = entry.progress.traded,
+                       .amount = entry.amount,
+                       .wideAmount = entry.amount,
+                       .running = {entry.progress, entry.progress}};
         return;
     }
-    if (step.recordIsNew && entry.nextOfKey == NONE) {
+    if (recordIsNew && entry.nextOfKey == NONE) {
         entry.pair = step.pair;
         entry.buys = step.buys;
         entry.level = step.level;
         return;
     }
-    settleFacets(step, entry, step.level);
+    settleFacets(step, entry);
 }
 
-// The report differs from the one before it in more than its progress, or the key has
-// stood elsewhere: what the totals hold under the key is gathered from wherever it is,
-// and what belongs to another strategy, stock, side or level stays behind.
-void CLedger::settleFacets(OrderStep& step, OrderEntry& target, std::int32_t level) {
+// For a report that differs from the one before it in more than its progress, or whose
+// key has several entries. The figures that the report continues are gathered from all
+// entries of the key. Those of another strategy, stock, side or level stay behind.
+void CLedger::settleFacets(OrderStep& step, OrderEntry& target) {
     Gathered held;
     held.facets = target.facets & FILED;
     step.before = {};
@@ -106,7 +157,7 @@ void CLedger::settleFacets(OrderStep& step, OrderEntry& target, std::int32_t lev
     for (std::uint32_t at = step.entry; at != NONE; at = next) {
         OrderEntry& entry = m_orders[at];
         next = entry.nextOfKey;
-        gatherFacets(step, entry, level, held);
+        gatherFacets(step, entry, held);
         const std::uint8_t stays = entry.facets & static_cast<std::uint8_t>(~FILED);
         if (at == step.entry && stays != 0) {
             last = parkFacets(step, entry, stays);
@@ -122,45 +173,39 @@ void CLedger::settleFacets(OrderStep& step, OrderEntry& target, std::int32_t lev
     target.facets = held.facets;
     target.pair = step.pair;
     target.buys = step.buys;
-    target.level = level;
+    target.level = step.level;
     target.levelCell = NONE;
     target.lots = held.lots;
     target.figures = nullptr;
-    for (const int set : {0, 1}) {
-        target.placeRunning[set] = held.places[set];
-        target.runTraded[set] = held.runTraded[set];
-        target.status[set] = held.status[set];
-    }
+    for (const int set : {0, 1}) target.placeRunning[set] = held.places[set];
     if (held.facets & RUNS) m_pairs[step.pair].running[held.places[0]] = step.entry;
     if (held.facets & RUNS_WIDE) {
-        m_pairs[pairOf(step.account, 0)].running[held.places[1]] = step.entry;
+        m_pairs[pairOf(step.account, WHOLE_ACCOUNT_ID)].running[held.places[1]] = step.entry;
     }
 }
 
-// Moves out of an entry what the report of this step goes on with.
-void CLedger::gatherFacets(OrderStep& step, OrderEntry& entry, std::int32_t level,
-                           Gathered& held) const {
+// Takes over those figures of `entry` that this report continues.
+void CLedger::gatherFacets(OrderStep& step, OrderEntry& entry, Gathered& held) const {
     const bool sameSide =
         entry.buys == step.buys && entry.figures && entry.figures->stock == step.stock;
     std::uint8_t taken = 0;
     if ((entry.facets & TRADED) && sameSide && entry.pair == step.pair) {
-        step.before.traded = entry.traded;
+        step.before.traded = entry.progress.traded;
         step.before.amount = entry.amount;
         taken |= TRADED;
     }
     if ((entry.facets & WIDE) && sameSide) {
-        step.before.wideTraded = entry.traded;
+        step.before.wideTraded = entry.progress.traded;
         step.before.wideAmount = entry.amount;
         taken |= WIDE;
     }
-    if ((entry.facets & LOTS) && entry.pair == step.pair && entry.level == level) {
+    if ((entry.facets & LOTS) && entry.pair == step.pair && entry.level == step.level) {
         held.lots = entry.lots;
         taken |= LOTS;
     }
     const auto takeRunning = [&](int set, std::uint8_t facet) {
         held.places[set] = entry.placeRunning[set];
-        held.runTraded[set] = entry.runTraded[set];
-        held.status[set] = entry.status[set];
+        step.before.running[set] = entry.progress;
         taken |= facet;
     };
     if ((entry.facets & RUNS) && entry.pair == step.pair) takeRunning(0, RUNS);
@@ -169,8 +214,8 @@ void CLedger::gatherFacets(OrderStep& step, OrderEntry& entry, std::int32_t leve
     entry.facets &= static_cast<std::uint8_t>(~taken);
 }
 
-// The totals of an entry stay behind in one of their own, next in the key's chain.
-// A running set that the order has left keeps the report that it had.
+// Leaves the figures `stays` of an entry behind in an entry of their own, the next in the
+// key's chain. The strategy's running set that the order stands in keeps its old report.
 std::uint32_t CLedger::parkFacets(const OrderStep& step, OrderEntry& entry, std::uint8_t stays) {
     const std::uint32_t parked = m_orders.make();
     m_accounts[step.account].parked.push_back(parked);
@@ -233,23 +278,23 @@ void CLedger::leaveRunning(Pair& pair, std::uint32_t at, bool wide) {
     entry.facets &= static_cast<std::uint8_t>(~(wide ? RUNS_WIDE : RUNS));
 }
 
-CLedger::RunningChange CLedger::updateRunning(OrderStep& step, bool wide) {
-    const std::uint32_t pairAt = wide ? pairOf(step.account, 0) : step.pair;
-    Pair& pair = m_pairs[pairAt];
-    OrderEntry& entry = m_orders[step.entry];
-    const bool present = entry.facets & (wide ? RUNS_WIDE : RUNS);
+bool CLedger::updateRunning(OrderStep& step, bool wide, IOrderWatch& watch) {
+    Pair& pair = m_pairs[wide ? pairOf(step.account, WHOLE_ACCOUNT_ID) : step.pair];
+    const bool present = m_orders[step.entry].facets & (wide ? RUNS_WIDE : RUNS);
+    RunningChange change{.ofAccount = wide};
     if (!step.runs) {
-        if (!present) return {};
+        if (!present) return false;
         leaveRunning(pair, step.entry, wide);
-        return {true, pair.running.empty()};
-    }
-    if (!present) {
+        change.logs = true;
+        change.emptied = pair.running.empty();
+    } else if (!present) {
         enterRunning(pair, step.entry, wide);
-        return {true, false};
+        change.logs = true;
+    } else {
+        change.logs = step.before.running[wide] != progressOf(*step.order);
     }
-    const bool progressed = entry.runTraded[wide] != step.order->m_nTradedVolume ||
-                            entry.status[wide] != static_cast<std::int16_t>(step.order->m_eStatus);
-    return {progressed, false};
+    if (change.logs) watch.onRunning(change);
+    return change.emptied;
 }
 
 void CLedger::countTraded(OrderStep& step) {
@@ -257,11 +302,7 @@ void CLedger::countTraded(OrderStep& step) {
     const std::int32_t traded = step.order->m_nTradedVolume;
     const double amount = step.order->m_dTradedAmount;
     if (!entry.figures) entry.figures = figuresIn(step.pair, step.stock);
-    for (const int set : {0, 1}) {
-        entry.runTraded[set] = traded;
-        entry.status[set] = static_cast<std::int16_t>(step.order->m_eStatus);
-    }
-    entry.traded = traded;
+    entry.progress = progressOf(*step.order);
     entry.amount = amount;
 
     const auto update = [&](Figures& figures, std::int32_t tradedBefore, double amountBefore) {

@@ -2,12 +2,14 @@
 
 namespace TC {
 
+using namespace ledger;
+
 void CLedger::prefetchPlaces(std::uint32_t accountAt, std::uint32_t stock, const Pair* pair) const {
     const Account& account = m_accounts[accountAt];
     if (stock < account.holdings.size() && account.holdings[stock] != NONE) {
         m_holdings.prefetch(account.holdings[stock]);
     }
-    for (const Pair* const each : {pair, findPair(accountAt, 0)}) {
+    for (const Pair* const each : {pair, findPair(accountAt, WHOLE_ACCOUNT_ID)}) {
         if (each) each->index.prefetch(stock);
     }
 }
@@ -19,22 +21,23 @@ void CLedger::prefetchOrder(const OrderStep& step, const vexservice::COrderDetai
     if (!pair) return;
     pair->levelIndex.prefetch(utils::mixHash(static_cast<std::uint32_t>(step.level)));
     if (step.runs) return;
-    // Who ends gives his place in the running set to the last one.
-    for (const Pair* const each : {pair, findPair(step.account, 0)}) {
+    // An order that leaves a running set gives its place to the last one.
+    for (const Pair* const each : {pair, findPair(step.account, WHOLE_ACCOUNT_ID)}) {
         if (each && !each->running.empty()) {
             __builtin_prefetch(&m_orders[each->running.back()].placeRunning);
         }
     }
 }
 
-void CLedger::prefetchDeal(const DealStep& step, const vexservice::CDealDetail& deal) const {
-    m_accounts[step.account].deals.prefetch(utils::mixHash(deal.recordKey()));
-    prefetchPlaces(step.account, step.stock, findPair(step.account, step.strategy));
+void CLedger::prefetchDeal(const DealReport& report) const {
+    m_accounts[report.account].deals.prefetch(utils::mixHash(report.deal->recordKey()));
+    prefetchPlaces(report.account, report.stock, findPair(report.account, report.strategy));
 }
 
 void CLedger::prefetchFigures(std::uint32_t account, std::uint32_t strategy,
                               std::uint32_t stock) const {
-    for (const Pair* const each : {findPair(account, strategy), findPair(account, 0)}) {
+    for (const Pair* const each :
+         {findPair(account, strategy), findPair(account, WHOLE_ACCOUNT_ID)}) {
         if (const Figures* const figures = each ? each->index.find(stock) : nullptr) {
             figures->prefetch();
         }
@@ -44,8 +47,6 @@ void CLedger::prefetchFigures(std::uint32_t account, std::uint32_t strategy,
 void CLedger::prefetchEntry(const OrderStep& step) const {
     const OrderEntry& entry = m_orders[step.entry];
     if (entry.levelCell != NONE) m_levels.prefetch(entry.levelCell);
-    // Its counter, which stands right before a record that was made together with it.
-    if (step.previous) __builtin_prefetch(reinterpret_cast<const char*>(step.previous.get()) - 24);
 }
 
 }  // namespace TC

@@ -8,6 +8,8 @@
 
 namespace TC {
 
+using namespace ledger;
+
 namespace {
 
 /// The selected objects of a table in the order of their keys.
@@ -21,8 +23,8 @@ std::vector<std::uint32_t> selectedInOrder(const Table& table, const std::set<st
     return found;
 }
 
-/// Puts the records of one account into the order of their stocks, in one go through them:
-/// comparing texts for each would cost many times as much.
+/// Puts the records of one account into the order of their stocks. It counts the records
+/// of each stock; sorting would compare texts and cost many times as much.
 class CStockOrder {
 public:
     using Record = CLedger::Selected;
@@ -33,8 +35,8 @@ public:
     }
 
     /// Adds the selected records of a strategy; strategies come in their order.
-    void add(const CLedger::Pair& pair, bool selected) {
-        const bool wide = pair.strategy == 0;
+    void add(const Pair& pair, bool selected) {
+        const bool wide = pair.strategy == WHOLE_ACCOUNT_ID;
         if (m_stocks.size() < pair.figures.size()) {
             for (const std::uint32_t stock : m_stocks) {
                 if (const Figures* const found = pair.index.find(stock)) {
@@ -48,7 +50,7 @@ public:
         }
     }
 
-    /// Visits stock and records in stock order, and is empty again.
+    /// Visits the stocks in their order, each with its records, and forgets them.
     template <class Visit>
     void takeAll(Visit visit) {
         if (m_records.empty()) return;
@@ -106,7 +108,7 @@ std::map<std::string, const Figures*> CLedger::figuresOfStock(const std::string&
 void CLedger::selectFigures(const std::set<std::string>& accountKeys,
                             const std::set<std::string>& strategies,
                             const std::set<std::string>& stockKeys, const VisitStock& visit) const {
-    const bool withRest = selects(strategies, std::string());
+    const bool withRest = selects(strategies, WHOLE_ACCOUNT);
     const auto wanted =
         selectedInOrder(m_strategies, withRest ? std::set<std::string>() : strategies);
     CStockOrder stocks(selectedInOrder(m_stocks, stockKeys), m_stocks.size());
@@ -126,7 +128,7 @@ ByDay<std::pair<double, double>> CLedger::amountsOfDeals(const std::set<std::str
                                                          const std::set<std::string>& strategies,
                                                          const std::set<std::string>& stockKeys,
                                                          int exceptDay) const {
-    // Gathered by key first, so that the sums do not depend on the order of arrival.
+    // The sums must not depend on the order of arrival: the deals are put in key order.
     std::map<std::tuple<int, std::string, std::string, std::uint64_t>, DealPtr> filed;
     for (const Account& account : m_accounts) {
         if (!selects(accountKeys, account.key)) continue;

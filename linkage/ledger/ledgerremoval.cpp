@@ -2,6 +2,8 @@
 
 namespace TC {
 
+using namespace ledger;
+
 namespace {
 
 template <class Entry>
@@ -23,7 +25,7 @@ void unchain(CArena<Entry>& entries, utils::CKeyIndex& index, std::uint32_t at) 
     entries[before].nextOfKey = next;
 }
 
-// Drops the entries of a cell that have one of the keys and `mayGo`.
+// Drops the entries of a cell that have one of the keys, as far as `mayGo` lets them go.
 template <class Entry, class MayGo>
 void dropFiled(CArena<Entry>& entries, utils::CKeyIndex& index, std::uint32_t& first,
                const std::set<std::uint64_t>& keys, MayGo mayGo) {
@@ -67,8 +69,7 @@ void CLedger::removeFiledDeals(int day, const std::string& accountKey,
 
 void CLedger::removeAccount(const std::string& accountKey, int day) {
     m_tradeDay = day;
-    Day& today = m_days[day];
-    today.hasOrders = today.hasDeals = true;
+    m_days[day].asked = true;
     const std::uint32_t at = findAccount(accountKey);
     if (at != NONE) {
         Account& account = m_accounts[at];
@@ -84,10 +85,10 @@ void CLedger::removeAccount(const std::string& accountKey, int day) {
     for (auto& [stock, accounts] : m_positions) accounts.erase(accountKey);
 }
 
-// Records of the day go; those of other days stay filed, without any figures. When it is
-// the same trade day that starts again, their deals count again when they are reported
-// again: a second request leaves what the first did. On a new day what was counted before
-// stays out of the figures, whatever the data center still repeats.
+// Drops the records of the day. Those of other days stay filed, without any figures. When
+// the same trade day starts again, their deals count again as soon as they are reported
+// again: so a second request has the same result as the first. On a new day they do not
+// count any more, even if the data center repeats them.
 void CLedger::removeRecords(Account& account, int day) {
     const bool startsAgain = account.day == day;
     account.day = day;

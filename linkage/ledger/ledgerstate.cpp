@@ -17,16 +17,9 @@ void CLedger::describe(LedgerState& state) const {
     state.strategys = strategies();
     state.taskDetails = m_taskDetails;
     state.positions = m_positions;
-    for (const auto& [account, strategies] : m_runningTasks) {
-        auto& out = state.runningTasks[account];
-        for (const auto& [strategy, tasks] : strategies) {
-            auto& keys = out[strategy];
-            for (const auto& [key, task] : tasks) keys.insert(key);
-        }
-    }
+    state.runningTasks = m_runningTasks.keys();
     for (const auto& [day, stocks] : m_days) {
-        if (stocks.hasOrders) state.orderDetails[day];
-        if (stocks.hasDeals) state.dealDetails[day];
+        if (stocks.asked) state.orderDetails[day], state.dealDetails[day];
         for (const auto stock : stocks.orders) state.orderDetails[day][m_stocks[stock].key];
         for (const auto stock : stocks.deals) state.dealDetails[day][m_stocks[stock].key];
         for (const auto stock : stocks.totals) {
@@ -59,10 +52,11 @@ void CLedger::describeAccount(const Account& account, LedgerState& state) const 
             fill(m_deals, cell.firstDeal, state.dealDetails[cell.day][stock][account.key]);
         }
         if (cell.hasTotals) {
-            state.buySellVolumes[cell.day][stock][account.key] = {cell.boughtVolume,
-                                                                  cell.soldVolume};
-            state.buySellAmounts[cell.day][stock][account.key] = {cell.boughtAmount,
-                                                                  cell.soldAmount};
+            const DayTotals& totals = cell.totals;
+            state.buySellVolumes[cell.day][stock][account.key] = {totals.boughtVolume,
+                                                                  totals.soldVolume};
+            state.buySellAmounts[cell.day][stock][account.key] = {totals.boughtAmount,
+                                                                  totals.soldAmount};
         }
     }
     for (std::uint32_t stock = 0; stock < account.holdings.size(); ++stock) {

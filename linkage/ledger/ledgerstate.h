@@ -20,22 +20,26 @@ using ByRecord = std::map<unsigned long long, Leaf>;
 template <class Leaf>
 using ByDay = std::map<int, Leaf>;
 
+using OrderPtr = boost::shared_ptr<vexservice::COrderDetail>;
+using DealPtr = boost::shared_ptr<vexservice::CDealDetail>;
+using TaskPtr = boost::shared_ptr<vexservice::CTaskDetail>;
 using PositionPtr = boost::shared_ptr<vexservice::CPositionStatics>;
+using FiguresPtr = boost::shared_ptr<LinkagePeriodExtData>;
 
 /// What the ledger holds, in the documented form of its containers.
 struct LedgerState {
     std::set<std::string> strategys;
 
-    ByDay<ByText<ByText<ByRecord<boost::shared_ptr<vexservice::COrderDetail>>>>> orderDetails;
-    ByDay<ByText<ByText<ByRecord<boost::shared_ptr<vexservice::CDealDetail>>>>> dealDetails;
-    ByText<ByText<ByRecord<boost::shared_ptr<vexservice::CTaskDetail>>>> taskDetails;
-    ByText<ByText<ByRecord<boost::shared_ptr<vexservice::CPositionStatics>>>> positions;
+    ByDay<ByText<ByText<ByRecord<OrderPtr>>>> orderDetails;
+    ByDay<ByText<ByText<ByRecord<DealPtr>>>> dealDetails;
+    ByText<ByText<ByRecord<TaskPtr>>> taskDetails;
+    ByText<ByText<ByRecord<PositionPtr>>> positions;
 
     ByText<ByText<std::set<unsigned long long>>> runningOrders;
     ByText<ByText<std::set<unsigned long long>>> runningTasks;
 
     /// account, strategy, stock
-    ByText<ByText<ByText<boost::shared_ptr<LinkagePeriodExtData>>>> tradeStatDatas;
+    ByText<ByText<ByText<FiguresPtr>>> tradeStatDatas;
     /// strategy, account, price level: sum of open lots
     ByText<ByText<std::map<int, int>>> orderPrices;
     /// stock, account

@@ -7,8 +7,9 @@
 
 namespace TC {
 
-// New records of a strategy find their place in stock-key order before a pass, so that
-// sums are always added in that order.
+using namespace ledger;
+
+// Puts new figures in stock-key order before a pass: sums are always added in that order.
 void CLedger::sortGrownPairs() {
     for (const std::uint32_t at : m_grownPairs) {
         Pair& pair = m_pairs[at];
@@ -18,7 +19,7 @@ void CLedger::sortGrownPairs() {
             return m_stocks[left->stock].key < m_stocks[right->stock].key;
         });
         pair.sorted = static_cast<std::uint32_t>(pair.figures.size());
-        m_profits.seat(at, pair.strategy == 0, pair.sorted);
+        m_profits.seat(at, pair.strategy == WHOLE_ACCOUNT_ID, pair.sorted);
         for (std::uint32_t rank = 0; rank < pair.sorted; ++rank) {
             Figures& figures = *pair.figures[rank];
             m_profits.put(at, rank, figures.record.worth().m_dProfit);
@@ -95,8 +96,7 @@ void CLedger::revalueBlock(FigureBlock& block, const ValuePrices& prices) {
     }
 }
 
-// The blocks of all stocks are listed first: while one is worked on, the next ones are on
-// their way to the cache.
+// While one block is revalued, the processor fetches the next ones.
 void CLedger::revalueBlocks(const std::vector<std::pair<FigureBlock*, ValuePrices>>& blocks) {
     constexpr std::size_t NEAR = 1;
     constexpr std::size_t FAR = 6;

@@ -35,8 +35,8 @@ public:
     T& operator[](std::uint32_t at) { return m_names[at]; }
     const T& operator[](std::uint32_t at) const { return m_names[at]; }
 
-    /// All integers in the order of their texts. One thread at a time: it is remembered,
-    /// and put in order again when there are new texts.
+    /// All integers in the order of their texts. The table remembers the order and renews
+    /// it when there are new texts: one thread at a time.
     const std::vector<std::uint32_t>& inOrder() const {
         const auto isBefore = [&](std::uint32_t left, std::uint32_t right) {
             return m_names[left].key < m_names[right].key;

@@ -25,8 +25,8 @@ inline std::int32_t integerPart(double value) {
 /// The price step of a stock without instrument detail.
 inline constexpr double DEFAULT_TICK = 0.001;
 
-/// The price level that counts open lots: the price in ticks, rounded. A tick that is
-/// no step at all counts as DEFAULT_TICK.
+/// The price level at which an order's open lots count: the price in ticks, rounded. A
+/// tick that is not above 0 counts as DEFAULT_TICK.
 inline std::int32_t priceLevel(double price, double tick) {
     return integerPart(price / (tick > 0.0 ? tick : DEFAULT_TICK) + 0.5);
 }
@@ -41,8 +41,8 @@ inline std::int32_t openLots(int status, std::int32_t volume, std::int32_t trade
     return integerPart(static_cast<double>(remaining) / unit + 0.5);
 }
 
-/// Relative distance of a price from the reference price; nothing when there is no
-/// reference to measure from, or the result would not be finite.
+/// Relative distance of a price from the reference price. Nothing without a reference
+/// price, or when the result is not finite.
 inline std::optional<double> amplitude(double price, double reference) {
     if (reference == 0.0) return std::nullopt;
     const double distance = std::fabs(price - reference) / reference;

@@ -31,9 +31,9 @@ inline bool isSpecialTreatment(const std::string& stockKey) {
     return stockKey.find("ST") != std::string::npos;
 }
 
-/// What open volume is worth at a price. At limit-up a short position cannot be bought
-/// back there: it is valued one further limit step up, `rate` being the daily limit as
-/// a fraction; at limit-down a long position one step down.
+/// The prices that value open volume. At limit-up nobody can buy a short position back:
+/// it is valued one more limit step up. At limit-down nobody can sell a long position: it
+/// is valued one more step down. `rate` is the daily limit as a fraction.
 inline ValuePrices valuePrices(double price, const DayLimits* limits, double rate) {
     ValuePrices values{price, price, price};
     if (!limits) return values;

@@ -26,6 +26,15 @@ void CProfitTable::seat(std::uint32_t pair, bool wide, std::size_t places) {
     }
 }
 
+std::vector<double> CProfitTable::profits(std::uint32_t pair) const {
+    std::vector<double> column;
+    if (pair >= m_seats.size() || m_seats[pair].tile == NONE) return column;
+    for (const Row& row : m_tiles[m_seats[pair].tile].rows) {
+        column.push_back(row.profits[m_seats[pair].lane]);
+    }
+    return column;
+}
+
 bool CProfitTable::isChanged(const Tile& tile) const {
     return std::any_of(std::begin(tile.pairs), std::end(tile.pairs),
                        [&](std::uint32_t pair) { return pair != NONE && m_seats[pair].changed; });
@@ -42,8 +51,8 @@ void CProfitTable::addUp() {
     if (waiting) addUp(*waiting, none);
 }
 
-// Two tiles in turns: an addition waits for the one before it of the same lane, and the
-// processor has the other tile's to do meanwhile.
+// Adds two tiles in turns. Each addition must wait for the one before it in the same
+// lane; the processor works on the other tile meanwhile.
 void CProfitTable::addUp(const Tile& one, const Tile& other) {
     const Tile* const tiles[] = {&one, &other};
     double sums[2][LANES] = {};

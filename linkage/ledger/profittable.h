@@ -9,20 +9,21 @@
 namespace TC {
 
 /// The profits of all pairs of account and strategy, each pair's in the order of its
-/// stocks. Eight pairs stand side by side in a tile, one line of the cache for each rank:
-/// a revaluation that goes through the stocks writes whole lines, and eight sums are added
-/// at once, each in its own order and thus to the same bits as one alone.
+/// stocks. A tile holds eight pairs side by side, one line of the cache for each rank. A
+/// revaluation writes these lines one after another. The table adds eight sums at once,
+/// each in its own order, so that every sum has the bits that it would have alone.
 class CProfitTable {
 public:
-    /// Gives a pair so many places, which stand at 0, and takes those it had. Pairs of
-    /// about as many stocks do well in the same tiles: `wide` ones are kept apart.
+    /// Gives a pair so many places, all at 0. The places that it had are gone. A tile is as
+    /// long as its longest pair, so the long pairs (`wide`) have tiles of their own.
     void seat(std::uint32_t pair, bool wide, std::size_t places);
 
-    /// A profit that takes its place without being news.
+    /// Stores a profit without marking the pair as changed.
     void put(std::uint32_t pair, std::uint32_t rank, double profit) {
         m_seats[pair].column[rank * LANES] = profit;
     }
 
+    /// Stores a profit and marks the pair as changed.
     void set(std::uint32_t pair, std::uint32_t rank, double profit) {
         put(pair, rank, profit);
         m_seats[pair].changed = true;
@@ -40,6 +41,9 @@ public:
         }
     }
 
+    /// All that the sum of a pair is made of, in this order. For checks.
+    std::vector<double> profits(std::uint32_t pair) const;
+
 private:
     static constexpr std::size_t LANES = 8;
 
@@ -47,7 +51,7 @@ private:
         double profits[LANES] = {};
     };
     struct Tile {
-        std::vector<Row> rows;  ///< a pair with fewer stocks than another is filled with 0
+        std::vector<Row> rows;  ///< 0 behind the last stock of a pair
         std::uint32_t pairs[LANES] = {NONE, NONE, NONE, NONE, NONE, NONE, NONE, NONE};
         std::size_t used = 0;
     };

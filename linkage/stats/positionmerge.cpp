@@ -2,6 +2,7 @@
 
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/ledger/ledger.h"
+#include "platform/utils/keys.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -45,14 +46,14 @@ PositionPtr mergePosition(const PositionParts& parts) {
 PositionPtr CLinkageManager::tryMergePosition(const PositionPtr& position) {
     if (!position) return {};
     const CLock lock(m_mutex);
-    const std::uint32_t listing = m_pLedger->listingId(position->m_strMarket, position->m_strCode);
-    // Stocks of these types are not held as positions.
-    if (m_pLedger->listing(listing).excluded) return {};
+    if (!m_pLedger->follows(position->m_strMarket, position->m_strCode)) return {};
     const std::string account =
         position->m_pAccountInfo ? position->m_pAccountInfo->getKey() : std::string();
     if (account.empty()) return position;
 
-    PositionParts& parts = m_pPositionReports->m_parts[account][m_pLedger->stockKey(listing)];
+    PositionParts& parts =
+        m_pPositionReports
+            ->m_parts[account][utils::zorStockKey(position->m_strMarket, position->m_strCode)];
     if (parts.reports.empty()) parts.key = position->recordKey();
     parts.reports[position->recordKey()] = position;
     return mergePosition(parts);

@@ -28,10 +28,7 @@ int CLinkageManager::getRunningOrders(const std::string& accountKey,
 int CLinkageManager::getRunningTasks(const std::string& accountKey,
                                      const std::string& strategy) const {
     const CLock lock(m_mutex);
-    const auto account = m_pLedger->m_runningTasks.find(accountKey);
-    if (account == m_pLedger->m_runningTasks.end()) return 0;
-    const auto tasks = account->second.find(strategy);
-    return tasks == account->second.end() ? 0 : static_cast<int>(tasks->second.size());
+    return m_pLedger->runningTasks().count(accountKey, strategy);
 }
 
 std::map<std::string, FiguresPtr> CLinkageManager::getTradeStatDatas(
@@ -54,14 +51,7 @@ std::map<std::string, std::map<unsigned long long, DealPtr>> CLinkageManager::ge
 std::map<std::string, std::map<unsigned long long, TaskPtr>> CLinkageManager::getTaskDetails(
     const std::string& stockKey, const std::set<std::string>& accountKeys) const {
     const CLock lock(m_mutex);
-    std::map<std::string, std::map<unsigned long long, TaskPtr>> result;
-    const auto stock = m_pLedger->m_taskDetails.find(stockKey);
-    if (stock == m_pLedger->m_taskDetails.end()) return result;
-    for (const std::string& key : accountKeys) {
-        const auto tasks = stock->second.find(key);
-        if (tasks != stock->second.end()) result[key] = tasks->second;
-    }
-    return result;
+    return m_pLedger->tasks(stockKey, accountKeys);
 }
 
 std::pair<int, int> CLinkageManager::getBuySellVolumes(
@@ -69,10 +59,9 @@ std::pair<int, int> CLinkageManager::getBuySellVolumes(
     const CLock lock(m_mutex);
     std::pair<int, int> sum{0, 0};
     for (const std::string& key : accountKeys) {
-        if (const CLedger::Cell* const cell = m_pLedger->findCell(day, stockKey, key)) {
-            sum.first = wrapAdd(sum.first, cell->boughtVolume);
-            sum.second = wrapAdd(sum.second, cell->soldVolume);
-        }
+        const DayTotals totals = m_pLedger->dayTotals(day, stockKey, key);
+        sum.first = wrapAdd(sum.first, totals.boughtVolume);
+        sum.second = wrapAdd(sum.second, totals.soldVolume);
     }
     return sum;
 }
@@ -82,10 +71,9 @@ std::pair<double, double> CLinkageManager::getBuySellAmounts(
     const CLock lock(m_mutex);
     std::pair<double, double> sum{0.0, 0.0};
     for (const std::string& key : accountKeys) {
-        if (const CLedger::Cell* const cell = m_pLedger->findCell(day, stockKey, key)) {
-            sum.first += cell->boughtAmount;
-            sum.second += cell->soldAmount;
-        }
+        const DayTotals totals = m_pLedger->dayTotals(day, stockKey, key);
+        sum.first += totals.boughtAmount;
+        sum.second += totals.soldAmount;
     }
     return sum;
 }

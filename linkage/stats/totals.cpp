@@ -126,9 +126,9 @@ void CLinkageManager::getPositionNumber(const QString& stockKey, QList<QString>&
     volumes.clear();
     availables.clear();
     const CLock lock(m_mutex);
-    const auto stock = m_pLedger->m_positions.find(stockKey.toStdString());
-    if (stock == m_pLedger->m_positions.end()) return;
-    for (const auto& [key, positions] : stock->second) {
+    const auto* const accounts = m_pLedger->positions(stockKey.toStdString());
+    if (!accounts) return;
+    for (const auto& [key, positions] : *accounts) {
         const auto account = m_pAccounts->m_infos.find(key);
         if (positions.empty() || account == m_pAccounts->m_infos.end() || !selects(wanted, key)) {
             continue;

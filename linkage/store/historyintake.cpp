@@ -14,26 +14,8 @@ namespace TC {
 
 namespace {
 
-template <class Record>
-void keepRunning(HistoryState::Running<Record>& running, const std::string& accountKey,
-                 const std::string& strategy, const boost::shared_ptr<Record>& record, bool runs) {
-    if (runs) {
-        running[accountKey][strategy][record->recordKey()] = record;
-        return;
-    }
-    const auto account = running.find(accountKey);
-    if (account == running.end()) return;
-    const auto records = account->second.find(strategy);
-    if (records != account->second.end()) records->second.erase(record->recordKey());
-}
-
-template <class Record>
-void keepRunningOf(HistoryState::Running<Record>& running, const std::string& accountKey,
-                   const boost::shared_ptr<Record>& record, bool runs) {
-    const std::string& strategy = strategyOf(record->m_pCommand.get());
-    keepRunning(running, accountKey, strategy, record, runs);
-    if (!strategy.empty()) keepRunning(running, accountKey, std::string(), record, runs);
-}
+// No balance waits for the last record of history to end.
+constexpr auto waitsForNone = [](const std::string& /*strategy*/) {};
 
 // A deal that balances history counts on its own side, so that both sides meet.
 void addDeal(LinkagePeriodExtData& record, const vexservice::CDealDetail& deal, bool buys,
@@ -59,13 +41,13 @@ void addDeal(TradeStatData& record, const vexservice::CDealDetail& deal, bool bu
 void CLinkageManager::doHistoryOrder(const boost::shared_ptr<vexservice::COrderDetail>& order,
                                      const std::string& accountKey, bool /*stockIsNew*/,
                                      bool /*recordIsNew*/, bool running) {
-    keepRunningOf(m_pHistory->m_historyOrders, accountKey, order, running);
+    m_pHistory->m_historyOrders.update(accountKey, order, running, waitsForNone);
 }
 
 void CLinkageManager::doHistoryTask(const boost::shared_ptr<vexservice::CTaskDetail>& task,
                                     const std::string& accountKey, std::uint64_t /*recordKey*/,
                                     bool running) {
-    keepRunningOf(m_pHistory->m_historyTasks, accountKey, task, running);
+    m_pHistory->m_historyTasks.update(accountKey, task, running, waitsForNone);
 }
 
 // A deal moves what is there and makes nothing: of a stock that has left the store no

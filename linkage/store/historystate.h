@@ -2,6 +2,7 @@
 
 #include "linkage/core/managerstate.h"
 #include "linkage/core/published.h"
+#include "linkage/ledger/runningrecords.h"
 
 #include <map>
 #include <set>
@@ -13,9 +14,6 @@ namespace TC {
 /// Guarded by the manager's lock; the statistics have a lock of their own besides,
 /// because they are also read without the manager's.
 struct HistoryState {
-    template <class Record>
-    using Running = ByText<ByText<ByRecord<boost::shared_ptr<Record>>>>;
-
     /// history key
     CPublished<ByText<TradeStatData>> m_historyStatData;
     /// history key, stock
@@ -26,10 +24,9 @@ struct HistoryState {
     ByText<std::set<std::string>> m_writtenTradeKeys;
     /// The stamp of the last write, or of the file that was read.
     std::string m_strWriteTime;
-    /// Running orders and tasks that balance history: account, strategy, record key. The
-    /// strategy "" has those of the whole account.
-    Running<vexservice::COrderDetail> m_historyOrders;
-    Running<vexservice::CTaskDetail> m_historyTasks;
+    /// Running orders and tasks that balance history.
+    CRunningRecords<vexservice::COrderDetail> m_historyOrders;
+    CRunningRecords<vexservice::CTaskDetail> m_historyTasks;
 
     void describe(ManagerState& state) const;
 };

@@ -25,15 +25,6 @@ void addFigures(LinkagePeriodExtData& record, const EffectiveFigures& figures, d
     record.m_dCloseValue += closeValue;
 }
 
-template <class Record>
-int countRunning(const HistoryState::Running<Record>& running, const std::string& accountKey,
-                 const std::string& strategy) {
-    const auto account = running.find(accountKey);
-    if (account == running.end()) return 0;
-    const auto records = account->second.find(strategy);
-    return records == account->second.end() ? 0 : static_cast<int>(records->second.size());
-}
-
 }  // namespace
 
 void CLinkageManager::addHistoryStat(const std::string& key, TradeStatData stat) {
@@ -159,13 +150,13 @@ CLinkageManager::getHistoryLinkageData(const std::string& historyKey) const {
 int CLinkageManager::getHistoryRunningOrders(const std::string& accountKey,
                                              const std::string& strategy) const {
     const CLock lock(m_mutex);
-    return countRunning(m_pHistory->m_historyOrders, accountKey, strategy);
+    return m_pHistory->m_historyOrders.count(accountKey, strategy);
 }
 
 int CLinkageManager::getHistoryRunningTasks(const std::string& accountKey,
                                             const std::string& strategy) const {
     const CLock lock(m_mutex);
-    return countRunning(m_pHistory->m_historyTasks, accountKey, strategy);
+    return m_pHistory->m_historyTasks.count(accountKey, strategy);
 }
 
 bool CLinkageManager::historyBalance(const std::string& key, TradeStatData& out) const {

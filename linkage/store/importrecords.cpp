@@ -147,7 +147,7 @@ bool CLinkageManager::importSlice(std::span<const Parsed<Record>> rows,
             skip(choice.why);
             continue;
         }
-        if (ledger.listing(ledger.listingId(record->m_strMarket, record->m_strCode)).excluded) {
+        if (!ledger.follows(record->m_strMarket, record->m_strCode)) {
             skip(QStringLiteral("repurchase or subscription, which is not followed"));
             continue;
         }

@@ -59,9 +59,8 @@ void fileAnswer(CLedger& ledger, statement::CImported<Record>& imported, const H
             ++strays;
             continue;
         }
-        const auto listing = ledger.listingId(record->m_strMarket, record->m_strCode);
-        if (ledger.listing(listing).excluded) continue;
-        const std::string& stockKey = ledger.stockKey(listing);
+        if (!ledger.follows(record->m_strMarket, record->m_strCode)) continue;
+        const std::string stockKey = utils::zorStockKey(record->m_strMarket, record->m_strCode);
         bool isNew = false;
         if constexpr (DEALS) {
             isNew = ledger.fileDeal(day, stockKey, query.accountKey, record);

@@ -23,7 +23,7 @@ void CLinkageManager::newStoreDay() {
 }
 
 void CLinkageManager::dropHistoryOrders(const std::string& accountKey) {
-    m_pHistory->m_historyOrders.erase(accountKey);
+    m_pHistory->m_historyOrders.dropAccount(accountKey);
 }
 
 void CLinkageManager::dropHistoryTasks() { m_pHistory->m_historyTasks.clear(); }

@@ -2,11 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <fmt/format.h>
-
 #include <algorithm>
-#include <cmath>
-#include <random>
 
 namespace {
 
@@ -57,76 +53,6 @@ TEST_P(Calculators, PricesPileUpUntilThereIsARecord) {
     f.forget();
     f.advance(3);
     EXPECT_EQ(f.signalNames(), (Texts{"statDataChanged"})) << "a pass without prices";
-}
-
-/// The profit rule written out plainly, for limits of 11 and 9 where there is a detail.
-double plainProfit(const std::string& stock, const TC::LinkagePeriodExtData& record, bool ofOrders,
-                   double price) {
-    const TC::DealFigures& deals = record.deals();
-    const int net = ofOrders ? record.m_buyVolumes.sum() - record.m_sellVolumes.sum()
-                             : deals.m_nBuyVolume - deals.m_nSellVolume;
-    const double money = ofOrders ? record.m_sellAmounts.sum() - record.m_buyAmounts.sum()
-                                  : deals.m_dSellAmount - deals.m_dBuyAmount;
-    const bool detail = stock != "SZ300001";
-    const double rate = (stock.find("ST") != std::string::npos ? 4.0 : 12.0) / 100.0;
-    if (detail && std::fabs(11.0 - price) <= 1e-5 && net < 0) price += rate * price;
-    if (detail && std::fabs(9.0 - price) <= 1e-5 && net >= 1) price -= rate * price;
-    return net * price + money - deals.m_dCommission;
-}
-
-// Random trades, prices, limits and requested accounts: after every pass the profits and
-// the signals are, to the bit, those of a walk over all records.
-TEST_P(Calculators, PassesEqualThePlainWalk) {
-    const Texts stocks = {"SZ300001", "SH600000", "SZ000001", "SH6ST000"};
-    const Texts strategies = {"S", "T", ""};
-    for (std::size_t at = 1; at < stocks.size(); ++at) {
-        f.instrument({.stock = stocks[at], .reference = 10, .limitUp = 11, .limitDown = 9});
-    }
-    std::mt19937 random(23);
-    const auto below = [&](unsigned bound) { return static_cast<int>(random() % bound); };
-    const auto anyPrice = [&] { return 9 + below(201) / 100.0; };
-    std::map<std::string, std::map<std::string, double>> kept;  // by strategy and stock
-    std::uint64_t key = 0;
-    for (int pass = 0; pass < 150; ++pass) {
-        SCOPED_TRACE(pass);
-        for (int count = below(5); count > 0; --count) {
-            trade({.key = ++key,
-                   .stock = stocks[random() % 4],
-                   .side = below(2) ? Side::Buy : Side::Sell,
-                   .price = anyPrice(),
-                   .volume = 1 + below(5000),
-                   .strategy = strategies[random() % 3]});
-        }
-        for (const std::string& stock : stocks) {
-            if (below(2)) continue;
-            f.price({.stock = stock, .last = below(3) ? anyPrice() : 9 + 2 * below(2)});
-        }
-        const TC::ManagerState before = f.state();
-        f.forget();
-        f.advance(3);
-        Texts expected, seen;
-        for (const auto& [account, ofAccount] : before.tradeStatDatas) {
-            for (const auto& [strategy, records] : ofAccount) {
-                double sum = 0.0;
-                bool revalued = false;
-                for (const auto& [stock, record] : records) {
-                    double& profit = kept[strategy][stock];
-                    const auto price = before.latestPrices.find(stock);
-                    if (price != before.latestPrices.end()) {
-                        profit = plainProfit(stock, *record, GetParam() == 3, price->second);
-                        revalued = true;
-                    }
-                    EXPECT_EQ(record->worth().m_dProfit.get(), profit);
-                    sum += profit;
-                }
-                if (revalued) expected.push_back(fmt::format("{}/{}/{}", account, strategy, sum));
-            }
-        }
-        for (const SeenSignal& each : named(f.signals(), "profitChanged")) {
-            seen.push_back(each.args[0] + "/" + each.args[1] + "/" + each.args[2]);
-        }
-        ASSERT_EQ(seen, expected);
-    }
 }
 
 // What the files hold is plain: its figures stand for every client type. What is taken over

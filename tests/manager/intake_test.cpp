@@ -1,9 +1,12 @@
 #include "platform/services/quoteclient.h"
+#include "platform/services/tradercenter.h"
 #include "tests/support/fixture.h"
 
 #include <boost/make_shared.hpp>
 
 #include <gtest/gtest.h>
+
+#include <stdexcept>
 
 namespace {
 
@@ -85,6 +88,30 @@ TEST_F(Intake, SubscriptionThatWasRefusedIsAskedForAgain) {
     f.deal({.key = 3});
     EXPECT_EQ(f.state().quoteRequests.size(), 1u);
     EXPECT_EQ(quotes->asked, 2);
+}
+
+// The report whose fee was asked for is lost; the ones behind it are not, nor is its deal.
+TEST_F(Intake, AFeeServiceThatThrowsLosesOneReport) {
+    using namespace vexservice;
+    struct Center : TraderCenter {
+        IDataCenter* data = TraderCenter::instance()->getDataCenter();
+        IFeeLimitService* fees = TraderCenter::instance()->getFeeLimitService();
+        bool gone = true;
+        IDataCenter* getDataCenter() override { return data; }
+        ITaskCenter* getTaskCenter() override { return nullptr; }
+        IFeeLimitService* getFeeLimitService() override {
+            return gone ? throw std::runtime_error("gone") : fees;
+        }
+    };
+    const auto center = boost::make_shared<Center>();
+    TraderCenter::install(center);
+    f.deal({.key = 1});
+    f.order({.key = 2});
+    EXPECT_TRUE(f.state().dealDetails[Fixture::day("20240102")].empty());
+    EXPECT_EQ(f.manager().getRunningOrders("A", ""), 1);
+    center->gone = false;
+    f.deal({.key = 1});
+    EXPECT_EQ(f.manager().getTradeStatDatas("A", "").at("SH600000")->deals().m_nBuyVolume, 100);
 }
 
 // Each running set goes by the report that it holds, and asks for a balance at its end.

@@ -128,6 +128,7 @@ TEST(PeriodCurves, EndWithTheDay) {
     Ready f({.now = "2024-01-02 10:00:02"});
     f.manager().startProfitCalculator();
     f.deal({.key = 1, .strategy = "S"});
+    f.bars("SH600000", DAY, {{"0942", 13.0}, {"1001", 14.0}});
     f.advanceTo("10:02:30");
     EXPECT_EQ(f.manager().getPeriodCurve("A", "S").size(), 3u);
     f.advanceTo("2024-01-03 09:00:00");
@@ -141,6 +142,8 @@ TEST(PeriodCurves, EndWithTheDay) {
     const Curve next = f.manager().getPeriodCurve("A", "S");
     EXPECT_EQ(next.size(), 2u);
     EXPECT_EQ(next.at(581).positionValue, 1200.0);
+    EXPECT_EQ(next.at(582).positionValue, 1200.0) << "yesterday's bar of the minute is gone";
+    EXPECT_EQ(f.manager().getTradeStatDatas("A", "S").at("SH600000")->m_dCloseValue, 1200.0);
 }
 
 /// What happens in half an hour, as actions that may come in any order.

@@ -8,6 +8,8 @@
 
 #include <QDateTime>
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -187,6 +189,49 @@ void CTextbook::askPrice(const std::string& stockKey) {
     m_quoteRequests.insert(stockKey);
 }
 
+// ----------------------------------------------------------------------- profits
+
+void CTextbook::price(const std::string& stockKey, double last) {
+    if (m_quoteRequests.count(stockKey)) m_latestPrices[stockKey] = last;
+}
+
+std::vector<std::string> CTextbook::pass(bool ofOrders) {
+    std::vector<std::string> announced;
+    if (m_tradeStatDatas.empty()) return announced;
+    for (auto& [account, strategies] : m_tradeStatDatas) {
+        for (auto& [strategy, stocks] : strategies) {
+            double sum = 0.0;
+            bool isNew = false;
+            for (auto& [stock, traded] : stocks) {
+                if (const auto at = m_latestPrices.find(stock); at != m_latestPrices.end()) {
+                    revalue(stock, traded, at->second, ofOrders);
+                    isNew = true;
+                }
+                sum += traded.profit;
+            }
+            if (isNew) announced.push_back(fmt::format("{}/{}/{}", account, strategy, sum));
+        }
+    }
+    m_latestPrices.clear();
+    return announced;
+}
+
+// At limit-up nobody can buy back, at limit-down nobody can sell: one more limit is lost.
+void CTextbook::revalue(const std::string& stockKey, Traded& traded, double last, bool ofOrders) {
+    const auto detail = utils::CSingletonT<TC::CStockManager>::instance()->getInstrumentDetail(
+        Pim::sToQs(stockKey));
+    const double rate = stockKey.find("ST") == std::string::npos ? 0.1 : 0.05;
+    const int net = ofOrders ? walk(traded.buyVolumes) - walk(traded.sellVolumes)
+                             : traded.buyVolume - traded.sellVolume;
+    const double money = ofOrders ? walk(traded.sellAmounts) - walk(traded.buyAmounts)
+                                  : traded.sellAmount - traded.buyAmount;
+    double price = last;
+    if (detail && net < 0 && std::fabs(detail->m_dLimitUp - last) <= 1e-5) price += rate * last;
+    if (detail && net > 0 && std::fabs(detail->m_dLimitDown - last) <= 1e-5) price -= rate * last;
+    traded.profit = net * price + money - traded.commission;
+    traded.positionValue = std::abs(net) * last;
+}
+
 // ---------------------------------------------------------------------- accounts
 
 void CTextbook::removeAccount(const std::string& accountKey) {
@@ -275,6 +320,8 @@ TC::ManagerState CTextbook::state() const {
                 record->deals().m_dBuyAmount = traded.buyAmount;
                 record->deals().m_dSellAmount = traded.sellAmount;
                 record->deals().m_dCommission = traded.commission;
+                record->worth().m_dProfit = traded.profit;
+                record->worth().m_dPositionValue = traded.positionValue;
                 record->m_buyVolumes.replace(0, walk(traded.buyVolumes));
                 record->m_sellVolumes.replace(0, walk(traded.sellVolumes));
                 record->m_buyAmounts.replace(0, walk(traded.buyAmounts));

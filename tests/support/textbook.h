@@ -7,6 +7,7 @@
 #include <set>
 #include <string>
 #include <tuple>
+#include <vector>
 
 namespace tests {
 
@@ -31,6 +32,13 @@ public:
     /// A new trade date, before the accounts are requested again.
     void rollover(const std::string& tradeDate);
 
+    /// A price that was sent to the subscribers of a stock.
+    void price(const std::string& stockKey, double last);
+
+    /// A pass of the calculator, for limits of 10 and 5 percent. `ofOrders`: client type 3.
+    /// The profits that it announces, as "account/strategy/profit".
+    std::vector<std::string> pass(bool ofOrders);
+
     /// What of the manager's state comes from orders and deals.
     TC::ManagerState state() const;
 
@@ -52,6 +60,8 @@ private:
         double buyAmount = 0.0;
         double sellAmount = 0.0;
         double commission = 0.0;
+        double profit = 0.0;
+        double positionValue = 0.0;
         ByRecord<int> buyVolumes;
         ByRecord<int> sellVolumes;
         ByRecord<double> buyAmounts;
@@ -64,6 +74,7 @@ private:
     void countDeal(const std::string& accountKey, const std::string& strategy, const DealPtr&,
                    double commission);
     void askPrice(const std::string& stockKey);
+    static void revalue(const std::string& stockKey, Traded& traded, double last, bool ofOrders);
 
     std::string m_strTradeDate;
     std::set<std::string> m_strategys;

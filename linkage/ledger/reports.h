@@ -1,0 +1,89 @@
+#pragma once
+
+#include "linkage/ledger/ledgerstate.h"
+#include "platform/records/ratelimit.h"
+
+#include <QString>
+
+#include <cstdint>
+#include <string>
+
+namespace TC {
+
+using FeePtr = boost::shared_ptr<vexservice::CStkExchangeRateLimit>;
+
+/// What a report of an order changed.
+struct OrderChange {
+    bool followed = false;       ///< false: its stock is never followed, and nothing was done
+    bool ofHistory = false;      ///< it balances history: it was filed, and no figure changed
+    bool stockIsNew = false;     ///< the first order of the stock under its day
+    bool recordIsNew = false;    ///< the first report of the order there
+    bool strategyIsNew = false;  ///< the strategy was not listed yet
+    bool runs = false;
+    bool accountEmptied = false;  ///< the account's last running order has left
+};
+
+/// What a report of an order did to one running set.
+struct RunningChange {
+    bool ofAccount = false;  ///< the set of the whole account, not of the order's strategy
+    bool logs = false;       ///< the order came, went or made progress: its line is due
+    bool emptied = false;    ///< the last running order has left
+};
+
+/// Hears of a report of an order while the ledger takes it in. The ledger may be read,
+/// and records that were only filed may be taken away. Reports wait until apply() is over.
+class IOrderWatch {
+public:
+    /// The report is filed. No figure has changed yet.
+    virtual void onFiled() = 0;
+
+    /// A running set is up to date: the strategy's first, if there is one, then the
+    /// account's. The traded figures still are those before this report, and when the
+    /// strategy is told, the account's set is too.
+    virtual void onRunning(const RunningChange& change) = 0;
+
+protected:
+    ~IOrderWatch() = default;
+};
+
+/// A report of a deal, and what its texts were resolved to. CLedger::resolve() makes it;
+/// it stays good as long as the ledger.
+struct DealReport {
+    const std::string& accountKey;
+    const DealPtr& deal;
+    std::uint32_t account;
+    std::uint32_t listing;
+    std::uint32_t stock;
+    std::uint32_t strategy;
+    bool followed;  ///< false: its stock is never followed
+};
+
+/// What a report of a deal changed.
+struct DealChange {
+    bool ofHistory = false;      ///< it balances a strategy's history: in no traded figure
+    bool stockIsNew = false;     ///< the first deal of the stock under its day
+    bool recordIsNew = false;    ///< the first report of the deal there
+    bool strategyIsNew = false;  ///< the strategy was not listed yet
+    bool counted = false;        ///< the traded figures have grown
+    bool buys = false;           ///< this and the commission: of new or counted deals
+    double commission = 0.0;
+};
+
+/// A dealt stock, and what the manager notes of it. The notes stand with the ledger's own
+/// records because every deal needs them.
+struct DealtStock {
+    const std::string& key;
+    const QString& quoteKey;      ///< the key, as the quote client wants it
+    std::uint64_t& requestEpoch;  ///< the trade date at which its price was asked for
+    std::uint64_t& markerEpoch;   ///< the run that knows of deals of the account's stock
+};
+
+/// What the deals of a day bought and sold.
+struct DayTotals {
+    std::int32_t boughtVolume = 0;
+    std::int32_t soldVolume = 0;
+    double boughtAmount = 0.0;
+    double soldAmount = 0.0;
+};
+
+}  // namespace TC
