@@ -1,5 +1,6 @@
 #pragma once
 
+#include "linkage/core/linkageoptions.h"
 #include "linkage/core/managerstate.h"
 #include "linkage/core/mutex.h"
 #include "linkage/export.h"
@@ -87,6 +88,13 @@ class LINKAGE_EXPORT CLinkageManager : public QObject,
 public:
     // ------------------------------------------------------------------ life
     // linkage/core/lifecycle.cpp
+
+    /// Chooses what goes beyond the usual; before init(), and the last choice counts. Refused
+    /// with a log line, and nothing changes, after init() or when a value is out of range.
+    void setOptions(const LinkageOptions& options);
+
+    /// The options as they stand. Takes the lock; after init() they do not change any more.
+    LinkageOptions options() const;
 
     /// Connects the manager to the client's services, requests tasks and accounts and
     /// starts the calculators. A second call does nothing.
@@ -548,6 +556,8 @@ protected:
     mutable CRecursiveMutex m_mutex;
     bool m_bInited GUARDED_BY(m_mutex) = false;
     bool m_bClientType3 = false;  ///< constant from construction on
+    /// Written under the lock and before init() alone; handlers read it without.
+    LinkageOptions m_options;
 
     boost::shared_ptr<CDoor> m_pDoor;
     std::unique_ptr<CPublished<std::string>> m_pTradeDate;  ///< lock of its own

@@ -12,6 +12,7 @@
 #include "linkage/store/historystate.h"
 #include "linkage/store/import/samerecord.h"
 #include "linkage/store/serverhistory.h"
+#include "platform/log.h"
 #include "platform/services/clientconfig.h"
 #include "platform/services/rpcengine.h"
 #include "platform/services/tradercenter.h"
@@ -52,6 +53,22 @@ CLinkageManager::CLinkageManager()
       m_pSaver(makeSaver()) {
     registerMetaTypes();
     readFromFile();
+}
+
+void CLinkageManager::setOptions(const LinkageOptions& options) {
+    constexpr auto operation = "CLinkageManager::setOptions";
+    const CLock lock(m_mutex);
+    const std::string fault = m_bInited ? "the manager was initialised before" : faultOf(options);
+    if (fault.empty()) {
+        m_options = options;
+    } else {
+        VEX_INFO(operation, "options are left as they are: {0}", fault);
+    }
+}
+
+LinkageOptions CLinkageManager::options() const {
+    const CLock lock(m_mutex);
+    return m_options;
 }
 
 void CLinkageManager::init() {
