@@ -42,6 +42,12 @@ struct AsyncState {
     CInbox m_inbox;
     std::vector<InboxItem> m_batch;  ///< what the strand is at; its own
 
+    /// The reports of an account that were announced and not handled yet. On the strand.
+    void gatherWaiting(const std::string& accountKey, WaitingReports& found) const {
+        CInbox::gatherFrom(m_batch, accountKey, found);
+        m_inbox.gather(accountKey, found);
+    }
+
     std::map<std::string, boost::shared_ptr<vexservice::CAccountInfo>> m_accounts;
     std::map<std::string, std::vector<boost::signals2::connection>> m_accountConnections;
     boost::shared_ptr<TaskConnection> m_taskConnection;

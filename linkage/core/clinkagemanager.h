@@ -32,6 +32,7 @@
 namespace vexservice {
 class CAccountData;
 struct CPriceData;
+struct IData;
 }  // namespace vexservice
 
 namespace TC {
@@ -46,7 +47,10 @@ class CDoor;
 class CFileSaver;
 class CLedger;
 class CPeriodCurves;
+class CReconciliations;
 class CServerHistory;
+enum class ELoadCause;
+struct AccountLoad;
 struct AsyncState;
 struct BalancePlan;
 struct DealStep;
@@ -60,6 +64,7 @@ struct ImportedRecords;
 struct ImportReport;
 struct PeriodPoint;
 struct PositionReports;
+struct Reconciliation;
 template <class T>
 class CPublished;
 
@@ -122,6 +127,11 @@ public:
     /// Requests one account; nothing happens when the data center does not know it.
     /// Takes no lock.
     void requestAccount(const std::string& accountKey);
+
+    /// What loading accounts again (login, account ready, request, rollover) showed to have
+    /// been missed, oldest first; one for each such load, the newest 1,000. A load that found
+    /// anything is also logged and raises sigReconciled. See linkage/core/reconciliation.h.
+    std::vector<Reconciliation> getReconciliations() const;
 
     // ----------------------------------------------------------- calculators
     // linkage/stats/calculators.cpp, linkage/stats/extcalculator.cpp
@@ -282,6 +292,16 @@ public:
 
     /// The table of balance times: key (account, ":", strategy) to "hhmmss". Each
     /// change is saved. These never wait for the manager's lock.
+    ///
+    /// The table is for the client: it is the client who looks at the clock and asks for the
+    /// balance (runAutoBalance) at its time; the manager starts none by itself. A time is kept
+    /// over a restart only with the pair's history record, and only until the history is saved
+    /// by another change: a pair without a record has lost its time when the manager is made
+    /// anew. With LinkageOptions::keepBalanceTimes the whole table is kept in a file of its own
+    /// and read by setOptions(); a time of the history files holds before one of that file.
+    ///
+    /// Any text is taken as a time; with keepBalanceTimes or the guard only a time of day,
+    /// "000000" to "235959", and any other is refused with a log line.
     void addBalanceTime(const std::string& key, const std::string& time);
     bool deleteBalanceTime(const std::string& key);
     std::map<std::string, std::string> getBalanceTime() const;
@@ -396,6 +416,9 @@ public:
     boost::signals2::signal<void()> sigStocksChanged;
     boost::signals2::signal<void()> sigStrategysChanged;
     boost::signals2::signal<void()> sigStatDataChanged;
+    /// Loading an account again showed that something had been missed. Raised under the
+    /// manager's lock, on the strand.
+    boost::signals2::signal<void(const Reconciliation&)> sigReconciled;
     /// The whole history store was deleted. Raised under the manager's lock, on the thread
     /// that deletes; a slot may release the manager all the same.
     boost::signals2::signal<void()> sigHistoryCleared;
@@ -430,8 +453,15 @@ protected:
     void handle(InboxItem& item);
 
     // account registry: linkage/core/accountregistry.cpp
-    void doRequestAccounts();
-    void doRequestAccount(const boost::shared_ptr<vexservice::CAccountData>& accountData);
+    void doRequestAccounts(ELoadCause cause);
+    // linkage/core/accountload.cpp
+    void doRequestAccount(const boost::shared_ptr<vexservice::CAccountData>& accountData,
+                          ELoadCause cause);
+    using Records = std::vector<boost::shared_ptr<vexservice::IData>>;
+    void replay(const std::string& accountKey, const Records& orders, const Records& deals,
+                const Records& positions);
+    void reconcile(const AccountLoad& load);
+    void noteReconciliation(const Reconciliation& found) REQUIRES(m_mutex);
     void subscribeAccount(const std::string& accountKey);
     void removeAccountDatas(const std::string& accountKey);
     void doNewTradingDay(const std::string& date);
@@ -504,6 +534,7 @@ protected:
     // files: linkage/store/savefiles.cpp, linkage/store/loadfiles.cpp
     std::unique_ptr<CFileSaver> makeSaver();
     void readFromFile();
+    void readKeptBalanceTimes();
     /// The rows of each file as they stand now; also sets the write stamp.
     std::map<std::string, std::string> writeToFile(bool withTime);
     std::map<std::string, std::string> writeBlanaceTimeToFile();
@@ -563,9 +594,10 @@ protected:
     std::unique_ptr<CPublished<std::string>> m_pTradeDate;  ///< lock of its own
     std::string m_strUserData GUARDED_BY(m_mutex);
 
-    std::unique_ptr<AsyncState> m_pAsync;                 ///< strand, timers, connections, inbox
-    std::unique_ptr<CLedger> m_pLedger;                   ///< orders, deals and all figures of them
-    std::unique_ptr<CPeriodCurves> m_pCurves;             ///< minute bars and curves
+    std::unique_ptr<AsyncState> m_pAsync;      ///< strand, timers, connections, inbox
+    std::unique_ptr<CLedger> m_pLedger;        ///< orders, deals and all figures of them
+    std::unique_ptr<CPeriodCurves> m_pCurves;  ///< minute bars and curves
+    std::unique_ptr<CReconciliations> m_pReconciliations;
     std::unique_ptr<PositionReports> m_pPositionReports;  ///< what positions are merged from
     std::unique_ptr<BalanceState> m_pBalance;             ///< pending balances, balance times
     std::unique_ptr<HistoryState> m_pHistory;  ///< the history store and its files' state

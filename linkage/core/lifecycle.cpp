@@ -4,6 +4,7 @@
 #include "linkage/core/guarded.h"
 #include "linkage/core/published.h"
 #include "linkage/core/raise.h"
+#include "linkage/core/reconciliation.h"
 #include "linkage/ledger/daykey.h"
 #include "linkage/ledger/ledger.h"
 #include "linkage/stats/periodcurves.h"
@@ -45,6 +46,7 @@ CLinkageManager::CLinkageManager()
       m_pAsync(std::make_unique<AsyncState>()),
       m_pLedger(std::make_unique<CLedger>(m_bClientType3)),
       m_pCurves(std::make_unique<CPeriodCurves>()),
+      m_pReconciliations(std::make_unique<CReconciliations>()),
       m_pPositionReports(std::make_unique<PositionReports>()),
       m_pBalance(std::make_unique<BalanceState>()),
       m_pHistory(std::make_unique<HistoryState>()),
@@ -59,11 +61,12 @@ void CLinkageManager::setOptions(const LinkageOptions& options) {
     constexpr auto operation = "CLinkageManager::setOptions";
     const CLock lock(m_mutex);
     const std::string fault = m_bInited ? "the manager was initialised before" : faultOf(options);
-    if (fault.empty()) {
-        m_options = options;
-    } else {
+    if (!fault.empty()) {
         VEX_INFO(operation, "options are left as they are: {0}", fault);
+        return;
     }
+    m_options = options;
+    if (options.keepBalanceTimes) readKeptBalanceTimes();
 }
 
 LinkageOptions CLinkageManager::options() const {
@@ -99,7 +102,7 @@ void CLinkageManager::init() {
     AsyncState& async = *m_pAsync;
     async.setStrand(utils::CSingletonT<net::RPCEngine>::instance()->getStrand("linkage"));
     post([this] { doRequestTask(); });
-    post([this] { doRequestAccounts(); });
+    post([this] { doRequestAccounts(ELoadCause::Request); });
 
     for (AsyncState::Timer* timer :
          {&async.m_extTimer, &async.m_statTimer, &async.m_autoBalanceTimer,
