@@ -3,6 +3,7 @@
 #include "bench/limit.h"
 #include "bench/workload.h"
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/managerstate.h"
 #include "paper/loop.h"
 #include "paper/paperclient.h"
 #include "tests/support/textbook.h"

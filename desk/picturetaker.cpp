@@ -1,6 +1,7 @@
 #include "desk/picturetaker.h"
 
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/managerstate.h"
 #include "linkage/ledger/types.h"
 #include "platform/services/clientconfig.h"
 #include "platform/services/quoteclient.h"

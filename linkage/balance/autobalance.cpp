@@ -1,7 +1,7 @@
 #include "linkage/balance/balanceaccount.h"
 #include "linkage/balance/balancestate.h"
-#include "linkage/core/asyncstate.h"
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/enginestate.h"
 #include "linkage/core/guarded.h"
 #include "linkage/core/raise.h"
 #include "linkage/ledger/ledger.h"
@@ -42,14 +42,14 @@ bool CLinkageManager::runAutoBalance(const std::string& accountkey, const std::s
         VEX_INFO("TC::CLinkageManager::runAutoBalance", "{0} not find balance data", accountkey);
         return false;
     }
-    const auto strand = m_pAsync->m_strand;
-    const auto timer = m_pAsync->m_balanceTimer;
+    const auto strand = m_pEngine->m_strand;
+    const auto timer = m_pEngine->m_balanceTimer;
     lock.unlock();
     if (!timer) return false;
 
     // One timer starts the balances of all pairs, and its handler does not look at the
     // wait's error code: a pair that is still waiting starts at once when another asks.
-    const std::lock_guard arming(m_pAsync->m_balanceTimerMutex);
+    const std::lock_guard arming(m_pEngine->m_balanceTimerMutex);
     armTimer(*timer, *strand, START_MICROS,
              guarded([this, accountkey, strategy] { runAutoBalanceTimer(accountkey, strategy); }));
     return true;

@@ -1,8 +1,8 @@
 #include "linkage/balance/balanceaccount.h"
 #include "linkage/balance/balancestate.h"
 #include "linkage/balance/balancetimes.h"
-#include "linkage/core/asyncstate.h"
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/enginestate.h"
 #include "linkage/core/guarded.h"
 #include "platform/log.h"
 
@@ -54,11 +54,11 @@ void CLinkageManager::runAutoBalanceTimer(const std::string& accountkey,
 }
 
 void CLinkageManager::armBalanceWatchdog() {
-    const auto& timer = m_pAsync->m_autoBalanceTimer;
+    const auto& timer = m_pEngine->m_autoBalanceTimer;
     m_pBalance->m_bAutoBalanceRunning = timer != nullptr;
     if (!timer) return;
     // A wait that is cut short ticks as well.
-    armTimer(*timer, *m_pAsync->m_strand, WATCHDOG_MICROS,
+    armTimer(*timer, *m_pEngine->m_strand, WATCHDOG_MICROS,
              guarded([this] { onAutoBalanceTimer(); }));
 }
 

@@ -1,6 +1,5 @@
 #include "linkage/balance/balanceorders.h"
 #include "linkage/core/clinkagemanager.h"
-#include "linkage/store/historystate.h"
 #include "platform/log.h"
 
 namespace TC {
@@ -28,15 +27,6 @@ void CLinkageManager::doHistoryBalance(const std::string& accountkey, const std:
     const auto request = BalanceRequest::ofHistory(*this, accountkey, strategy,
                                                    EBalanceForm::GroupedHistory, m_bClientType3);
     sendGrouped(request, prepareBalance(request));
-}
-
-bool CLinkageManager::historyBalance(const std::string& key, TradeStatData& out) const {
-    return m_pHistory->m_historyStatData.with([&](const auto& stats) {
-        const auto at = stats.find(key);
-        if (at == stats.end()) return false;
-        out = at->second;
-        return true;
-    });
 }
 
 }  // namespace TC

@@ -1,14 +1,13 @@
-#include "linkage/core/asyncstate.h"
+#include "linkage/core/accounts.h"
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/enginestate.h"
 #include "linkage/core/guarded.h"
 #include "linkage/core/published.h"
+#include "linkage/core/quotes.h"
 #include "linkage/core/raise.h"
 #include "linkage/core/reconciliation.h"
 #include "linkage/ledger/daykey.h"
 #include "linkage/ledger/ledger.h"
-#include "linkage/stats/periodcurves.h"
-#include "linkage/stats/positionmerge.h"
-#include "linkage/store/historystate.h"
 #include "platform/log.h"
 #include "platform/services/tradercenter.h"
 #include "platform/utils/clock.h"
@@ -94,7 +93,7 @@ void CLinkageManager::doRequestAccount(
     if (!loadPart([&] { load.read(*accountData); })) return;
     {
         const CLock lock(m_mutex);
-        load.again = !m_pAsync->m_accounts.emplace(load.account, info).second;
+        load.again = !m_pAccounts->m_infos.emplace(load.account, info).second;
         if (load.again) {
             const int day = dayKey(m_pTradeDate->get());
             load.before = {m_pLedger->accountOrders(load.account, day),
@@ -157,18 +156,17 @@ void CLinkageManager::subscribeAccount(const std::string& accountKey) {
     subscribe(vexservice::DATA_DEAL, &CLinkageManager::onDealDetail);
     subscribe(vexservice::DATA_POSITION, &CLinkageManager::onPositionStat);
 
-    auto& connections = m_pAsync->m_accountConnections[accountKey];
-    for (const boost::signals2::connection& each : connections) each.disconnect();
-    connections.clear();
+    m_pAccounts->disconnect(accountKey);
+    auto& connections = m_pAccounts->m_connections[accountKey];
     for (auto& each : fresh) connections.push_back(each.release());
 }
 
 void CLinkageManager::removeAccountDatas(const std::string& accountKey) {
     const CLock lock(m_mutex);
     m_pLedger->removeAccount(accountKey, dayKey(m_pTradeDate->get()));
-    m_pHistory->m_historyOrders.erase(accountKey);
-    m_pPositionReports->drop(accountKey);
-    m_pCurves->forgetAccount(accountKey);
+    m_pQuotes->forgetAccount(accountKey);
+    dropStatsOf(accountKey);
+    dropHistoryOrders(accountKey);
 }
 
 // ------------------------------------------------------------------ reconciliation
@@ -205,7 +203,7 @@ void CLinkageManager::reconcile(const AccountLoad& load) {
     if (!load.again) return;
 
     WaitingReports waiting;
-    m_pAsync->gatherWaiting(load.account, waiting);
+    m_pEngine->gatherWaiting(load.account, waiting);
     noteReconciliation({utils::currentClock().nowMicros(), load.account, load.cause,
                         compareOrders(load.before.orders, now.orders, waiting),
                         compareDeals(load.before.deals, now.deals, waiting), std::move(positions)});

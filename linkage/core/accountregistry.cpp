@@ -1,16 +1,13 @@
-#include "linkage/balance/balancestate.h"
-#include "linkage/core/asyncstate.h"
+#include "linkage/core/accounts.h"
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/enginestate.h"
 #include "linkage/core/guarded.h"
 #include "linkage/core/published.h"
+#include "linkage/core/quotes.h"
 #include "linkage/core/raise.h"
 #include "linkage/core/reconciliation.h"
 #include "linkage/ledger/daykey.h"
 #include "linkage/ledger/ledger.h"
-#include "linkage/stats/periodcurves.h"
-#include "linkage/store/csvfiles.h"
-#include "linkage/store/filesaver.h"
-#include "linkage/store/historystate.h"
 #include "platform/log.h"
 #include "platform/services/tradercenter.h"
 #include "platform/utils/keys.h"
@@ -40,7 +37,7 @@ void CLinkageManager::requestAccounts() {
 }
 
 void CLinkageManager::requestAccount(const std::string& accountKey) {
-    if (!m_pAsync->hasStrand()) return;
+    if (!m_pEngine->hasStrand()) return;
     const auto accountData = findData("CLinkageManager::requestAccount", utils::hash(accountKey));
     if (!accountData) return;
     post([this, accountData] { doRequestAccount(accountData, ELoadCause::Request); });
@@ -63,12 +60,11 @@ void CLinkageManager::slotNewTradingDate(std::string date) {
     m_pTradeDate->set(dataCenter().getTradingDate());
     {
         const CLock lock(m_mutex);
-        m_pCurves->newDay();
+        m_pQuotes->newDay();
         m_pLedger->forgetPrices();
-        m_pBalance->m_autoBalanceStarts.clear();
-        m_pHistory->m_alreadyAddedKeys.clear();
-        m_pHistory->m_writtenTradeKeys.clear();
-        m_pSaver->remove({DETAIL_FILE});
+        newStatsDay();
+        newBalanceDay();
+        newStoreDay();
     }
     post([this] { doRequestTask(); });
     post([this] { doRequestAccounts(ELoadCause::Rollover); });

@@ -1,9 +1,15 @@
 #pragma once
 
 #include "linkage/core/linkageoptions.h"
-#include "linkage/core/managerstate.h"
 #include "linkage/core/mutex.h"
+#include "linkage/core/room.h"
 #include "linkage/export.h"
+#include "linkage/ledger/types.h"
+#include "platform/records/accountinfo.h"
+#include "platform/records/dealdetail.h"
+#include "platform/records/orderdetail.h"
+#include "platform/records/positionstatics.h"
+#include "platform/records/taskdetail.h"
 #include "platform/services/connections.h"
 #include "platform/services/tradeclient.h"
 #include "platform/utils/bsonalias.h"
@@ -46,14 +52,16 @@ struct Parsed;
 class CDoor;
 class CFileSaver;
 class CLedger;
-class CPeriodCurves;
+class CCurveData;
+class CQuotes;
 class CReconciliations;
 class CServerHistory;
 enum class ELoadCause;
 struct AccountLoad;
-struct AsyncState;
 struct BalancePlan;
 struct DealStep;
+struct EngineState;
+struct FollowedAccounts;
 struct Holding;
 struct InboxItem;
 struct BalanceState;
@@ -62,6 +70,7 @@ struct CMinuteBar;
 struct HistoryState;
 struct ImportedRecords;
 struct ImportReport;
+struct ManagerState;
 struct PeriodPoint;
 struct PositionReports;
 struct Reconciliation;
@@ -112,14 +121,12 @@ public:
     /// may want.
     void retire();
 
-    /// Waits until every save asked for so far is on disk (or has failed).
-    void finishSaves();
-
-    /// Everything the manager holds, in documented form. For diagnosis and tests.
+    /// Everything the manager holds, in documented form: linkage/core/managerstate.h. For
+    /// diagnosis and tests.
     ManagerState state() const;
 
     // ------------------------------------------------------ account registry
-    // linkage/core/accountregistry.cpp; before init() requests do nothing
+    // linkage/core/accountregistry.cpp, accountload.cpp; before init() requests do nothing
 
     /// Requests every account that the data center knows. Takes no lock.
     void requestAccounts();
@@ -130,7 +137,8 @@ public:
 
     /// What loading accounts again (login, account ready, request, rollover) showed to have
     /// been missed, oldest first; one for each such load, the newest 1,000. A load that found
-    /// anything is also logged and raises sigReconciled. See linkage/core/reconciliation.h.
+    /// anything raises sigReconciled; with LinkageOptions::guard it is logged as well. See
+    /// linkage/core/reconciliation.h.
     std::vector<Reconciliation> getReconciliations() const;
 
     // ----------------------------------------------------------- calculators
@@ -142,10 +150,6 @@ public:
     void stopProfitCalculator();
     void startBalanceCalculator();
     void stopBalanceCalculator();
-
-    /// Revalues the history store at the newest prices and writes the totals of each
-    /// history key into its statistics record. Subscribes to the prices of its stocks.
-    void historyStatCalculator();
 
     /// The profit and balance curve of one strategy of one account over the day: minute
     /// of the day to the figures at the end of that minute, summed over its stocks; the
@@ -179,10 +183,6 @@ public:
     int getRunningOrders(const std::string& accountKey, const std::string& strategy) const;
     int getRunningTasks(const std::string& accountKey, const std::string& strategy) const;
 
-    /// The same for orders and tasks that balance history.
-    int getHistoryRunningOrders(const std::string& accountKey, const std::string& strategy) const;
-    int getHistoryRunningTasks(const std::string& accountKey, const std::string& strategy) const;
-
     /// Traded figures by stock key. The records are those that intake goes on
     /// updating. Never waits for the manager's lock.
     std::map<std::string, boost::shared_ptr<LinkagePeriodExtData>> getTradeStatDatas(
@@ -195,12 +195,6 @@ public:
         const std::list<std::string>& accountKeys, const std::string& strategy,
         std::map<std::string, std::map<std::string, boost::shared_ptr<LinkagePeriodExtData>>>& out)
         const;
-
-    /// The history store: statistics by history key, and by stock key the records of
-    /// one history key.
-    std::map<std::string, TradeStatData> getHistoryStatData() const;
-    std::map<std::string, boost::shared_ptr<LinkagePeriodExtData>> getHistoryLinkageData(
-        const std::string& historyKey) const;
 
     /// Orders, deals or tasks of one stock, by account key and record key, for those
     /// of the given accounts that have any.
@@ -342,17 +336,32 @@ public:
     void doHistoryBalanceBySignalTask(const std::string& accountkey, const std::string& strategy);
     void doHistoryBalance(const std::string& accountkey, const std::string& strategy);
 
-    /// Copies the statistics record of a history key; false, and `out` unchanged, when
-    /// there is none. Never waits for the manager's lock.
-    bool historyBalance(const std::string& key, TradeStatData& out) const;
-
     // linkage/balance/ordergeneration.cpp
 
     /// An order's main values as the JSON text of a trade parameter. Takes no lock.
     std::string genTradeParam(const QString& stockcode, int pricetype, double price, int vol) const;
 
     // --------------------------------------------------------- history store
-    // linkage/store/historystore.cpp
+    // linkage/store/historystore.cpp, linkage/store/historyvalues.cpp
+
+    /// The history store as copies: statistics by history key, and by stock key the records of
+    /// one history key.
+    std::map<std::string, TradeStatData> getHistoryStatData() const;
+    std::map<std::string, boost::shared_ptr<LinkagePeriodExtData>> getHistoryLinkageData(
+        const std::string& historyKey) const;
+
+    /// How many orders or tasks that balance history are running; the strategy "" counts those
+    /// of the whole account. Unknown ones count 0.
+    int getHistoryRunningOrders(const std::string& accountKey, const std::string& strategy) const;
+    int getHistoryRunningTasks(const std::string& accountKey, const std::string& strategy) const;
+
+    /// Copies the statistics record of a history key; false, and `out` unchanged, when
+    /// there is none. Never waits for the manager's lock.
+    bool historyBalance(const std::string& key, TradeStatData& out) const;
+
+    /// Revalues the history store at the newest prices and writes the totals of each
+    /// history key into its statistics record. Subscribes to the prices of its stocks.
+    void historyStatCalculator();
 
     /// Merges a pair's statistics, or today's unequal stocks of a pair, into the
     /// history store. Writes no file.
@@ -371,6 +380,9 @@ public:
     void deleteAllHisTorydata();
 
     // linkage/store/savefiles.cpp
+
+    /// Waits until every save asked for so far is on disk (or has failed).
+    void finishSaves();
 
     /// Ask for the files to be rewritten, on a thread of their own: all three, or the
     /// statistics with the balance times.
@@ -429,6 +441,7 @@ Q_SIGNALS:
     void sigHistoryOrdersDone(const QDateTime& day, std::string accountKey);
 
 protected Q_SLOTS:
+    // linkage/core/accountregistry.cpp
     void slotNewTradingDate(std::string date);
     void slotProxyLoginStatus(TC::EProxyConnectionStatus status, QString text);
     void slotRefreshAccount(const vexservice::CAccountInfo& accountInfo);
@@ -438,10 +451,9 @@ protected:
     /// The replay command calls the protected operations that its format names.
     friend struct ManagerAccess;
 
+    // life: linkage/core/lifecycle.cpp, guarded.h
     CLinkageManager();
     ~CLinkageManager() override;
-
-    // life: linkage/core/lifecycle.cpp
     /// The one way onto the strand: runs `work` there if the manager still lives.
     void post(boost::function<void()> work);
     /// Wraps a callback of a client's service or a timer: it runs only while the
@@ -452,16 +464,15 @@ protected:
     void drainInbox();
     void handle(InboxItem& item);
 
-    // account registry: linkage/core/accountregistry.cpp
+    // account registry: linkage/core/accountregistry.cpp, accountload.cpp
     void doRequestAccounts(ELoadCause cause);
-    // linkage/core/accountload.cpp
     void doRequestAccount(const boost::shared_ptr<vexservice::CAccountData>& accountData,
                           ELoadCause cause);
     using Records = std::vector<boost::shared_ptr<vexservice::IData>>;
     void replay(const std::string& accountKey, const Records& orders, const Records& deals,
                 const Records& positions);
     void reconcile(const AccountLoad& load);
-    void noteReconciliation(const Reconciliation& found) REQUIRES(m_mutex);
+    void noteReconciliation(const Reconciliation& found) LINKAGE_REQUIRES(m_mutex);
     void subscribeAccount(const std::string& accountKey);
     void removeAccountDatas(const std::string& accountKey);
     void doNewTradingDay(const std::string& date);
@@ -477,14 +488,18 @@ protected:
                       const boost::shared_ptr<vexservice::CDealDetail>& deal);
     void countDealDetail(const std::string& accountKey,
                          const boost::shared_ptr<vexservice::CDealDetail>& deal, DealStep& step,
-                         Holding& held) REQUIRES(m_mutex);
+                         Holding& held) LINKAGE_REQUIRES(m_mutex);
     /// Takes the newest price of a stock that was dealt, and sees that more will come.
-    void followPrice(std::uint32_t account, std::uint32_t stock, Holding& held) REQUIRES(m_mutex);
+    void followPrice(std::uint32_t account, std::uint32_t stock, Holding& held)
+        LINKAGE_REQUIRES(m_mutex);
+    /// Opens the price subscription of a stock unless there is one. False when the quote
+    /// client gave none, so that the next deal asks again.
+    bool requestPrice(const std::string& stockKey) LINKAGE_REQUIRES(m_mutex);
     void onTaskDetail(const boost::shared_ptr<vexservice::IData>& data);
     void doTaskDetail(const boost::shared_ptr<vexservice::CTaskDetail>& task);
     void updateRunningTask(const std::string& accountKey, const std::string& strategy,
                            const boost::shared_ptr<vexservice::CTaskDetail>& task, bool running)
-        REQUIRES(m_mutex);
+        LINKAGE_REQUIRES(m_mutex);
     void doRequestTask();
     void onPositionStat(const std::string& accountKey,
                         const boost::shared_ptr<vexservice::IData>& data);
@@ -504,12 +519,12 @@ protected:
     template <class Visit>
     void forEachTotal(const std::set<std::string>& accountKeys,
                       const std::set<std::string>& strategies,
-                      const std::set<std::string>& stockKeys, Visit visit) const REQUIRES(m_mutex);
+                      const std::set<std::string>& stockKeys, Visit visit) const
+        LINKAGE_REQUIRES(m_mutex);
 
     // calculators: linkage/stats/calculators.cpp, linkage/stats/extcalculator.cpp
-    void switchCalculator(bool CPeriodCurves::*own);
+    void switchCalculator(bool CCurveData::*own);
     void runStatCalculator();
-    void runHistoryStatCalculator();
     void runExtCalculator();
     /// Asks the history service for the bars of the day that are due.
     void requestQuote();
@@ -517,41 +532,62 @@ protected:
     void onRequestQuote(const std::string& stockKey, const std::string& day, int finished,
                         const std::vector<CMinuteBar>& bars);
     void renewPeriodTotals(const std::string& accountKey, const std::string& stockKey)
-        REQUIRES(m_mutex);
-    void renewCloseValues(const std::string& stockKey) REQUIRES(m_mutex);
-    /// Opens the price subscription of a stock unless there is one. False when the quote
-    /// client gave none, so that the next deal asks again.
-    bool requestPrice(const std::string& stockKey) REQUIRES(m_mutex);
+        LINKAGE_REQUIRES(m_mutex);
+    void renewCloseValues(const std::string& stockKey) LINKAGE_REQUIRES(m_mutex);
 
     // balancing: linkage/balance/
     void onAutoBalanceTimer();
-    void armBalanceWatchdog() REQUIRES(m_mutex);
+    void armBalanceWatchdog() LINKAGE_REQUIRES(m_mutex);
     void onCancelServerTask(const utils::VexError& error, bson::BSONObj result,
                             const boost::shared_ptr<vexservice::CTaskDetail>& task);
     void doStockBalanceBySignalTask(const std::string& accountkey, const std::string& strategy);
     void doStockBalance(const std::string& accountkey, const std::string& strategy);
 
+    // the history store: linkage/store/historyvalues.cpp
+    void runHistoryStatCalculator();
+
+    // What the rooms above the core keep for the manager, and what they do at its turns:
+    // linkage/stats/statsroom.cpp, linkage/balance/balanceroom.cpp, linkage/store/storeroom.cpp
+    static RoomPtr<CCurveData> makeCurveData();
+    static RoomPtr<PositionReports> makePositionReports();
+    static RoomPtr<BalanceState> makeBalanceState();
+    static RoomPtr<HistoryState> makeHistoryState();
+    static RoomPtr<CServerHistory> makeServerHistory();
+    static RoomPtr<ImportedRecords> makeImportedRecords();
+    /// A new trade date: what is kept of the old one goes.
+    void newStatsDay() LINKAGE_REQUIRES(m_mutex);
+    void newBalanceDay() LINKAGE_REQUIRES(m_mutex);
+    void newStoreDay() LINKAGE_REQUIRES(m_mutex);
+    /// An account is requested again, or the tasks are: what follows from their records goes.
+    void dropStatsOf(const std::string& accountKey) LINKAGE_REQUIRES(m_mutex);
+    void dropHistoryOrders(const std::string& accountKey) LINKAGE_REQUIRES(m_mutex);
+    void dropHistoryTasks() LINKAGE_REQUIRES(m_mutex);
+    void describeBalances(ManagerState& state) const LINKAGE_REQUIRES(m_mutex);
+    void describeHistory(ManagerState& state) const LINKAGE_REQUIRES(m_mutex);
+
     // files: linkage/store/savefiles.cpp, linkage/store/loadfiles.cpp
-    std::unique_ptr<CFileSaver> makeSaver();
+    RoomPtr<CFileSaver> makeSaver();
     void readFromFile();
     void readKeptBalanceTimes();
     /// The rows of each file as they stand now; also sets the write stamp.
     std::map<std::string, std::string> writeToFile(bool withTime);
     std::map<std::string, std::string> writeBlanaceTimeToFile();
     bool isCanWriteToFile(const std::string& historyKey, const std::string& tradeKey) const;
+    /// Whether a deal was not yet counted into history under this key.
+    bool isNewToHistory(const std::string& historyKey, const vexservice::CDealDetail& deal) const;
 
     // history of the server: linkage/store/serverhistory.cpp, linkage/store/historyintake.cpp
     void doHistoryOrder(const boost::shared_ptr<vexservice::COrderDetail>& order,
                         const std::string& accountKey, bool stockIsNew, bool recordIsNew,
-                        bool running) REQUIRES(m_mutex);
+                        bool running) LINKAGE_REQUIRES(m_mutex);
     void doHistoryTask(const boost::shared_ptr<vexservice::CTaskDetail>& task,
                        const std::string& accountKey, std::uint64_t recordKey, bool running)
-        REQUIRES(m_mutex);
+        LINKAGE_REQUIRES(m_mutex);
     void doHistoryDeal(const boost::shared_ptr<vexservice::CDealDetail>& deal,
                        const boost::shared_ptr<vexservice::CAccountData>& accountData,
                        const std::string& historyKey, const std::string& stockKey,
                        const std::string& accountKey, bool stockIsNew, bool buys, double commission)
-        REQUIRES(m_mutex);
+        LINKAGE_REQUIRES(m_mutex);
     void startHistoryQuery(HistoryQuery query, const std::string& lastDay);
     void askHistoryDay(const HistoryQuery& query);
     void onQueryHistoryDeal(std::uint64_t number, const utils::VexError& error,
@@ -569,14 +605,16 @@ protected:
     /// File one imported record and nothing more: no figure changes. True when it was
     /// not there before.
     bool importDeal(const std::string& accountKey,
-                    const boost::shared_ptr<vexservice::CDealDetail>& deal) REQUIRES(m_mutex);
+                    const boost::shared_ptr<vexservice::CDealDetail>& deal)
+        LINKAGE_REQUIRES(m_mutex);
     bool importOrder(const std::string& accountKey,
-                     const boost::shared_ptr<vexservice::COrderDetail>& order) REQUIRES(m_mutex);
+                     const boost::shared_ptr<vexservice::COrderDetail>& order)
+        LINKAGE_REQUIRES(m_mutex);
     /// Takes away what was imported of a record that the trading system now reports.
     void dropImported(const std::string& accountKey, const vexservice::CDealDetail& deal)
-        REQUIRES(m_mutex);
+        LINKAGE_REQUIRES(m_mutex);
     void dropImported(const std::string& accountKey, const vexservice::COrderDetail& order)
-        REQUIRES(m_mutex);
+        LINKAGE_REQUIRES(m_mutex);
     template <class Record>
     void importRows(const std::vector<statement::Parsed<Record>>& rows, ImportReport& report);
     /// True when a record of the running day was filed.
@@ -585,25 +623,27 @@ protected:
                      const statement::CAccountChoice& accounts, ImportReport& report);
 
     mutable CRecursiveMutex m_mutex;
-    bool m_bInited GUARDED_BY(m_mutex) = false;
+    bool m_bInited LINKAGE_GUARDED_BY(m_mutex) = false;
     bool m_bClientType3 = false;  ///< constant from construction on
     /// Written under the lock and before init() alone; handlers read it without.
     LinkageOptions m_options;
 
     boost::shared_ptr<CDoor> m_pDoor;
     std::unique_ptr<CPublished<std::string>> m_pTradeDate;  ///< lock of its own
-    std::string m_strUserData GUARDED_BY(m_mutex);
+    std::string m_strUserData LINKAGE_GUARDED_BY(m_mutex);
 
-    std::unique_ptr<AsyncState> m_pAsync;      ///< strand, timers, connections, inbox
-    std::unique_ptr<CLedger> m_pLedger;        ///< orders, deals and all figures of them
-    std::unique_ptr<CPeriodCurves> m_pCurves;  ///< minute bars and curves
-    std::unique_ptr<CReconciliations> m_pReconciliations;
-    std::unique_ptr<PositionReports> m_pPositionReports;  ///< what positions are merged from
-    std::unique_ptr<BalanceState> m_pBalance;             ///< pending balances, balance times
-    std::unique_ptr<HistoryState> m_pHistory;  ///< the history store and its files' state
-    std::unique_ptr<CServerHistory> m_pServerHistory;
-    std::unique_ptr<ImportedRecords> m_pImported;
-    std::unique_ptr<CFileSaver> m_pSaver;
+    std::unique_ptr<EngineState> m_pEngine;         ///< strand, timers, inbox
+    std::unique_ptr<FollowedAccounts> m_pAccounts;  ///< whose records are followed
+    std::unique_ptr<CQuotes> m_pQuotes;             ///< price subscriptions
+    std::unique_ptr<CLedger> m_pLedger;             ///< orders, deals and all figures of them
+    std::unique_ptr<CReconciliations> m_pReconciliations;  ///< what loads had missed
+    RoomPtr<CCurveData> m_pCurveData;                      ///< what curves are made of
+    RoomPtr<PositionReports> m_pPositionReports;           ///< what positions are merged from
+    RoomPtr<BalanceState> m_pBalance;                      ///< pending balances, balance times
+    RoomPtr<HistoryState> m_pHistory;  ///< the history store and its files' state
+    RoomPtr<CServerHistory> m_pServerHistory;
+    RoomPtr<ImportedRecords> m_pImported;
+    RoomPtr<CFileSaver> m_pSaver;
 };
 
 // linkage/stats/statustexts.cpp

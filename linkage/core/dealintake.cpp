@@ -1,11 +1,10 @@
-#include "linkage/core/asyncstate.h"
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/enginestate.h"
 #include "linkage/core/guarded.h"
+#include "linkage/core/quotes.h"
 #include "linkage/core/raise.h"
 #include "linkage/ledger/attribution.h"
 #include "linkage/ledger/ledger.h"
-#include "linkage/stats/periodcurves.h"
-#include "linkage/store/csvfiles.h"
 #include "platform/services/quoteclient.h"
 #include "platform/services/tradercenter.h"
 #include "platform/utils/keys.h"
@@ -38,7 +37,7 @@ void CLinkageManager::onDealDetail(const std::string& accountKey,
                                    const boost::shared_ptr<vexservice::IData>& data) {
     if (!data) return;
     auto deal = boost::dynamic_pointer_cast<vexservice::CDealDetail>(data);
-    if (deal && m_pAsync->m_inbox.push(accountKey, std::move(deal))) drainLater();
+    if (deal && m_pEngine->m_inbox.push(accountKey, std::move(deal))) drainLater();
 }
 
 void CLinkageManager::doDealDetail(const std::string& accountKey, const DealPtr& deal) {
@@ -86,8 +85,7 @@ void CLinkageManager::countDealDetail(const std::string& accountKey, const DealP
     if (step.dealIsNew) ledger.countDay(step);
     if (ofHistory && step.dealIsNew) {
         const std::string historyKey = accountKey + strategy;
-        const std::string tradeKey = csv::tradeKey(deal->m_strTradeDate, deal->m_strDealID);
-        if (isCanWriteToFile(historyKey, tradeKey)) {
+        if (isNewToHistory(historyKey, *deal)) {
             doHistoryDeal(deal, step.accountData, historyKey, ledger.stockKey(step.listing),
                           accountKey, step.stockIsNew, step.buys, step.commission);
         }
@@ -108,24 +106,23 @@ void CLinkageManager::followPrice(std::uint32_t account, std::uint32_t stockAt, 
     const auto price =
         utils::CManualSingletonT<CQuoteClient>::instance()->getStockPrice(stock.quoteKey);
     if (price && price->hasLastPrice()) m_pLedger->setLatestPrice(stockAt, price->m_dLastPrice);
-    if (stock.requestEpoch != m_pCurves->m_nRequestEpoch && requestPrice(stock.key)) {
-        stock.requestEpoch = m_pCurves->m_nRequestEpoch;
+    if (stock.requestEpoch != m_pQuotes->requestEpoch() && requestPrice(stock.key)) {
+        stock.requestEpoch = m_pQuotes->requestEpoch();
     }
-    if (held.markerEpoch != m_pCurves->m_nMarkerEpoch) {
-        m_pCurves->m_markers[m_pLedger->accountKey(account)].insert(stock.key);
-        held.markerEpoch = m_pCurves->m_nMarkerEpoch;
+    if (held.markerEpoch != m_pQuotes->markerEpoch()) {
+        m_pQuotes->mark(m_pLedger->accountKey(account), stock.key);
+        held.markerEpoch = m_pQuotes->markerEpoch();
     }
 }
 
 bool CLinkageManager::requestPrice(const std::string& stockKey) {
-    auto& requests = m_pCurves->m_quoteRequests;
-    if (requests.count(stockKey) > 0) return true;
+    if (m_pQuotes->isRequested(stockKey)) return true;
     const auto request = CQuoteRequest::makeRequest(
         Pim::sToQs(stockKey),
         guarded([this, stockKey](const boost::shared_ptr<vexservice::CPriceData>& price) {
             onPriceData(stockKey, price);
         }));
-    if (request) requests.emplace(stockKey, request);
+    if (request) m_pQuotes->addRequest(stockKey, request);
     return request != nullptr;
 }
 

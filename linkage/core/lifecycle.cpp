@@ -1,22 +1,19 @@
-#include "linkage/balance/balancestate.h"
-#include "linkage/core/asyncstate.h"
+#include "linkage/core/accounts.h"
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/enginestate.h"
 #include "linkage/core/guarded.h"
+#include "linkage/core/managerstate.h"
 #include "linkage/core/published.h"
+#include "linkage/core/quotes.h"
 #include "linkage/core/raise.h"
 #include "linkage/core/reconciliation.h"
 #include "linkage/ledger/daykey.h"
 #include "linkage/ledger/ledger.h"
-#include "linkage/stats/periodcurves.h"
-#include "linkage/stats/positionmerge.h"
-#include "linkage/store/filesaver.h"
-#include "linkage/store/historystate.h"
-#include "linkage/store/import/samerecord.h"
-#include "linkage/store/serverhistory.h"
 #include "platform/log.h"
 #include "platform/services/clientconfig.h"
 #include "platform/services/rpcengine.h"
 #include "platform/services/tradercenter.h"
+#include "platform/utils/singletonimpl.h"
 
 #include <boost/make_shared.hpp>
 
@@ -43,15 +40,17 @@ CLinkageManager::CLinkageManager()
     : m_bClientType3(utils::CSingletonT<CAppConfig>::instance()->isClientType(CLIENT_TYPE_3)),
       m_pDoor(boost::make_shared<CDoor>()),
       m_pTradeDate(std::make_unique<CPublished<std::string>>()),
-      m_pAsync(std::make_unique<AsyncState>()),
+      m_pEngine(std::make_unique<EngineState>()),
+      m_pAccounts(std::make_unique<FollowedAccounts>()),
+      m_pQuotes(std::make_unique<CQuotes>()),
       m_pLedger(std::make_unique<CLedger>(m_bClientType3)),
-      m_pCurves(std::make_unique<CPeriodCurves>()),
       m_pReconciliations(std::make_unique<CReconciliations>()),
-      m_pPositionReports(std::make_unique<PositionReports>()),
-      m_pBalance(std::make_unique<BalanceState>()),
-      m_pHistory(std::make_unique<HistoryState>()),
-      m_pServerHistory(std::make_unique<CServerHistory>()),
-      m_pImported(std::make_unique<ImportedRecords>()),
+      m_pCurveData(makeCurveData()),
+      m_pPositionReports(makePositionReports()),
+      m_pBalance(makeBalanceState()),
+      m_pHistory(makeHistoryState()),
+      m_pServerHistory(makeServerHistory()),
+      m_pImported(makeImportedRecords()),
       m_pSaver(makeSaver()) {
     registerMetaTypes();
     readFromFile();
@@ -95,19 +94,19 @@ void CLinkageManager::init() {
     if (m_bClientType3) {
         CUserConfig& config = *getUserConfig();
         const boost::lock_guard<boost::recursive_mutex> configLock(config.m_mutex);
-        m_pAsync->m_userDataConnection =
+        m_pEngine->m_userDataConnection =
             config.m_sigUserDataChanged.connect(guarded([this] { requestAccounts(); }));
     }
 
-    AsyncState& async = *m_pAsync;
-    async.setStrand(utils::CSingletonT<net::RPCEngine>::instance()->getStrand("linkage"));
+    EngineState& engine = *m_pEngine;
+    engine.setStrand(utils::CSingletonT<net::RPCEngine>::instance()->getStrand("linkage"));
     post([this] { doRequestTask(); });
     post([this] { doRequestAccounts(ELoadCause::Request); });
 
-    for (AsyncState::Timer* timer :
-         {&async.m_extTimer, &async.m_statTimer, &async.m_autoBalanceTimer,
-          &async.m_historyStatTimer, &async.m_balanceTimer}) {
-        *timer = boost::make_shared<utils::DeadlineTimer>(async.m_strand->context());
+    for (EngineState::Timer* timer :
+         {&engine.m_extTimer, &engine.m_statTimer, &engine.m_autoBalanceTimer,
+          &engine.m_historyStatTimer, &engine.m_balanceTimer}) {
+        *timer = boost::make_shared<utils::DeadlineTimer>(engine.m_strand->context());
     }
     runStatCalculator();
     runHistoryStatCalculator();
@@ -115,19 +114,19 @@ void CLinkageManager::init() {
 }
 
 void CLinkageManager::post(boost::function<void()> work) {
-    if (m_pAsync->hasStrand() && m_pAsync->m_inbox.push(std::string(), std::move(work)))
+    if (m_pEngine->hasStrand() && m_pEngine->m_inbox.push(std::string(), std::move(work)))
         drainLater();
 }
 
 void CLinkageManager::drainLater() {
-    m_pAsync->m_strand->post(guarded([this] { drainInbox(); }));
+    m_pEngine->m_strand->post(guarded([this] { drainInbox(); }));
 }
 
 // One batch, then the strand gets its turn again, so that timers are never starved by a
 // storm of reports.
 void CLinkageManager::drainInbox() {
-    std::vector<InboxItem>& batch = m_pAsync->m_batch;
-    if (!m_pAsync->m_inbox.take(batch)) return;
+    std::vector<InboxItem>& batch = m_pEngine->m_batch;
+    if (!m_pEngine->m_inbox.take(batch)) return;
     for (InboxItem& item : batch) {
         // A handler may have released the manager; what waits behind it is for nobody.
         if (m_pDoor->isClosed()) return;
@@ -165,23 +164,20 @@ CLinkageManager::~CLinkageManager() {
     finishSaves();
     CLock lock(m_mutex);
     QObject::disconnect(this, nullptr, nullptr, nullptr);
-    AsyncState& async = *m_pAsync;
-    for (auto& [account, connections] : async.m_accountConnections) {
-        for (const boost::signals2::connection& each : connections) each.disconnect();
-    }
-    async.m_accountConnections.clear();
-    async.m_accounts.clear();
-    if (async.m_userDataConnection.connected()) {
+    EngineState& engine = *m_pEngine;
+    m_pAccounts->disconnectAll();
+    m_pAccounts->m_infos.clear();
+    if (engine.m_userDataConnection.connected()) {
         const boost::lock_guard<boost::recursive_mutex> configLock(getUserConfig()->m_mutex);
-        async.m_userDataConnection.disconnect();
+        engine.m_userDataConnection.disconnect();
     }
     m_pLedger.reset();
-    m_pCurves.reset();
-    async.m_taskConnection.reset();
+    m_pQuotes.reset();
+    engine.m_taskConnection.reset();
     if (m_bInited) {
-        async.m_extTimer->cancel();
-        async.m_statTimer->cancel();
-        async.m_historyStatTimer->cancel();
+        engine.m_extTimer->cancel();
+        engine.m_statTimer->cancel();
+        engine.m_historyStatTimer->cancel();
     }
     // The two balancing timers go with the members: a balance that was asked for is
     // not called off here, it finds the door closed.
@@ -193,11 +189,11 @@ ManagerState CLinkageManager::state() const {
     ManagerState state;
     state.tradeDate = m_pTradeDate->get();
     state.userData = m_strUserData;
-    for (const auto& [key, account] : m_pAsync->m_accounts) state.accounts[key] = account;
+    for (const auto& [key, account] : m_pAccounts->m_infos) state.accounts[key] = account;
     m_pLedger->describe(state);
-    m_pCurves->describe(state);
-    m_pBalance->describe(state);
-    m_pHistory->describe(state);
+    m_pQuotes->describe(state);
+    describeBalances(state);
+    describeHistory(state);
     return state;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <boost/thread/recursive_mutex.hpp>
+#include <mutex>
 
 /// The manager's lock, written so that clang's -Wthread-safety can check who holds it.
 #if defined(__clang__)
@@ -8,8 +8,8 @@
 #else
 #define LINKAGE_TS(x)
 #endif
-#define GUARDED_BY(x) LINKAGE_TS(guarded_by(x))
-#define REQUIRES(...) LINKAGE_TS(requires_capability(__VA_ARGS__))
+#define LINKAGE_GUARDED_BY(x) LINKAGE_TS(guarded_by(x))
+#define LINKAGE_REQUIRES(...) LINKAGE_TS(requires_capability(__VA_ARGS__))
 
 namespace TC {
 
@@ -19,7 +19,7 @@ public:
     void unlock() LINKAGE_TS(release_capability()) { m_mutex.unlock(); }
 
 private:
-    boost::recursive_mutex m_mutex;
+    std::recursive_mutex m_mutex;
 };
 
 /// Holds the lock for a scope; unlock() and relock() leave a gap in it.

@@ -1,5 +1,5 @@
-#include "linkage/core/asyncstate.h"
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/enginestate.h"
 #include "linkage/core/raise.h"
 #include "linkage/ledger/attribution.h"
 #include "linkage/ledger/ledger.h"
@@ -29,7 +29,7 @@ void CLinkageManager::onOrderDetail(const std::string& accountKey,
                                     const boost::shared_ptr<vexservice::IData>& data) {
     if (!data) return;
     auto order = boost::dynamic_pointer_cast<vexservice::COrderDetail>(data);
-    if (order && m_pAsync->m_inbox.push(accountKey, std::move(order))) drainLater();
+    if (order && m_pEngine->m_inbox.push(accountKey, std::move(order))) drainLater();
 }
 
 void CLinkageManager::doOrderDetail(const std::string& accountKey, const OrderPtr& order) {

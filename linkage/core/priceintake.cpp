@@ -1,7 +1,7 @@
-#include "linkage/core/asyncstate.h"
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/enginestate.h"
+#include "linkage/core/quotes.h"
 #include "linkage/ledger/ledger.h"
-#include "linkage/stats/periodcurves.h"
 #include "platform/log.h"
 #include "platform/utils/keys.h"
 
@@ -33,7 +33,7 @@ void CLinkageManager::onPriceData(const std::string& stockKey,
     }
     const CLock lock(m_mutex);
     m_pLedger->setLatestPrice(m_pLedger->stockId(stockKey), price->m_dLastPrice);
-    m_pCurves->m_historyPrices[stockKey] = price->m_dLastPrice;
+    m_pQuotes->setHistoryPrice(stockKey, price->m_dLastPrice);
 }
 
 }  // namespace TC

@@ -1,10 +1,9 @@
-#include "linkage/core/asyncstate.h"
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/enginestate.h"
 #include "linkage/core/guarded.h"
 #include "linkage/core/published.h"
 #include "linkage/ledger/attribution.h"
 #include "linkage/ledger/ledger.h"
-#include "linkage/store/historystate.h"
 #include "platform/services/tradercenter.h"
 #include "platform/utils/keys.h"
 
@@ -26,7 +25,7 @@ void CLinkageManager::doRequestTask() {
         const CLock lock(m_mutex);
         m_pLedger->m_taskDetails.clear();
         m_pLedger->m_runningTasks.clear();
-        m_pHistory->m_historyTasks.clear();
+        dropHistoryTasks();
     }
     vexservice::IDataCenter& center = *vexservice::TraderCenter::instance()->getDataCenter();
     std::vector<boost::shared_ptr<vexservice::IData>> tasks;
@@ -37,8 +36,8 @@ void CLinkageManager::doRequestTask() {
         doTaskDetail(boost::dynamic_pointer_cast<vexservice::CTaskDetail>(task));
     }
     const CLock lock(m_mutex);
-    m_pAsync->m_taskConnection.reset();
-    m_pAsync->m_taskConnection = boost::make_shared<TaskConnection>(center.subscribe(
+    m_pEngine->m_taskConnection.reset();
+    m_pEngine->m_taskConnection = boost::make_shared<TaskConnection>(center.subscribe(
         std::string(), vexservice::DATA_TASK, std::string(),
         guarded([this](const std::string&, const boost::shared_ptr<vexservice::IData>& data) {
             onTaskDetail(data);

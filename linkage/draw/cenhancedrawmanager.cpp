@@ -1,5 +1,7 @@
 #include "linkage/draw/cenhancedrawmanager.h"
 
+#include "platform/utils/singletonimpl.h"
+
 #include <QPainter>
 
 #include <boost/make_shared.hpp>

@@ -1,11 +1,12 @@
-#include "linkage/core/asyncstate.h"
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/enginestate.h"
 #include "linkage/core/guarded.h"
 #include "linkage/core/published.h"
+#include "linkage/core/quotes.h"
 #include "linkage/ledger/daykey.h"
 #include "linkage/ledger/ledger.h"
 #include "linkage/ledger/valuerule.h"
-#include "linkage/stats/periodcurves.h"
+#include "linkage/stats/curvedata.h"
 #include "platform/services/quoteclient.h"
 #include "platform/utils/clock.h"
 #include "platform/utils/text.h"
@@ -28,10 +29,11 @@ void addMinutes(const CLedger& ledger, const Figures& figures, Minutes& minutes)
 
 void CLinkageManager::runExtCalculator() {
     const CLock lock(m_mutex);
-    if (!m_bInited || !m_pCurves->isWanted()) return;
+    if (!m_bInited || !m_pCurveData->isWanted()) return;
     // The close values of a stock are those of all its accounts: once is enough.
     std::set<std::string> renewed;
-    for (const auto& [account, stocks] : m_pCurves->takeMarkers()) {
+    m_pCurveData->noteRun();
+    for (const auto& [account, stocks] : m_pQuotes->takeMarkers()) {
         for (const std::string& stock : stocks) renewPeriodTotals(account, stock);
         renewed.insert(stocks.begin(), stocks.end());
     }
@@ -39,16 +41,16 @@ void CLinkageManager::runExtCalculator() {
     requestQuote();
 
     // Switched off and on again, the wait of the run before may still be there.
-    const std::uint64_t run = ++m_pCurves->m_nRun;
-    armTimer(*m_pAsync->m_extTimer, *m_pAsync->m_strand, EXT_MICROS, guarded([this, run] {
+    const std::uint64_t run = ++m_pCurveData->m_nRun;
+    armTimer(*m_pEngine->m_extTimer, *m_pEngine->m_strand, EXT_MICROS, guarded([this, run] {
         const CLock runLock(m_mutex);
-        if (m_pCurves->m_nRun == run) runExtCalculator();
+        if (m_pCurveData->m_nRun == run) runExtCalculator();
     }));
 }
 
 void CLinkageManager::renewPeriodTotals(const std::string& accountKey,
                                         const std::string& stockKey) {
-    CPeriodCurves::ByStrategy& totals = m_pCurves->totalsOf(accountKey, stockKey);
+    CCurveData::ByStrategy& totals = m_pCurveData->totalsOf(accountKey, stockKey);
     // Deals without strategy stand under "" in the ledger; here "" is the account as a
     // whole, as in every other figure.
     Minutes wide;
@@ -63,7 +65,7 @@ void CLinkageManager::renewPeriodTotals(const std::string& accountKey,
 }
 
 void CLinkageManager::renewCloseValues(const std::string& stockKey) {
-    const CPeriodCurves::Closes* const closes = m_pCurves->findCloses(stockKey);
+    const CCurveData::Closes* const closes = m_pCurveData->findCloses(stockKey);
     if (!closes) return;
     const double close = closes->rbegin()->second;
     m_pLedger->forEachOfStock(stockKey, [&](Figures& figures) {
@@ -77,7 +79,7 @@ void CLinkageManager::requestQuote() {
     const std::string day = m_pTradeDate->get();
     const DayMoment moment = dayMoment(nowText(), day);
     for (const std::string& stock :
-         m_pCurves->takeDueStocks(moment, utils::currentClock().nowMicros())) {
+         m_pCurveData->takeDueStocks(moment, utils::currentClock().nowMicros())) {
         const auto answer = [this, stock, day,
                              finished = moment.finished](const std::vector<CMinuteBar>& bars) {
             post(
@@ -92,18 +94,18 @@ void CLinkageManager::onRequestQuote(const std::string& stockKey, const std::str
                                      int finished, const std::vector<CMinuteBar>& bars) {
     const CLock lock(m_mutex);
     if (day != m_pTradeDate->get()) return;
-    if (m_pCurves->addBars(stockKey, finished, bars)) renewCloseValues(stockKey);
+    if (m_pCurveData->addBars(stockKey, finished, bars)) renewCloseValues(stockKey);
 }
 
 std::map<int, PeriodPoint> CLinkageManager::getPeriodCurve(const std::string& accountKey,
                                                            const std::string& strategy) const {
     const CLock lock(m_mutex);
-    if (!m_pCurves->hasRunToday()) return {};
+    if (!m_pCurveData->hasRunToday()) return {};
     std::vector<CurveStock> stocks;
     for (const auto& [key, record] : m_pLedger->figuresOf(accountKey, strategy)) {
         CurveStock& stock = stocks.emplace_back();
-        stock.totals = m_pCurves->findTotals(accountKey, key, strategy);
-        stock.closes = m_pCurves->findCloses(key);
+        stock.totals = m_pCurveData->findTotals(accountKey, key, strategy);
+        stock.closes = m_pCurveData->findCloses(key);
         stock.rule = valueRule(key);
         stock.latest = m_pLedger->lastPrice(key);
         stock.figures = effectiveFigures(*record, m_bClientType3);

@@ -1,4 +1,4 @@
-#include "linkage/core/asyncstate.h"
+#include "linkage/core/accounts.h"
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/published.h"
 #include "linkage/ledger/daykey.h"
@@ -93,14 +93,14 @@ std::pair<double, double> CLinkageManager::getBuySellAmounts(
 std::vector<boost::shared_ptr<vexservice::CAccountInfo>> CLinkageManager::getAccounts() const {
     const CLock lock(m_mutex);
     std::vector<boost::shared_ptr<vexservice::CAccountInfo>> accounts;
-    for (const auto& [key, account] : m_pAsync->m_accounts) accounts.push_back(account);
+    for (const auto& [key, account] : m_pAccounts->m_infos) accounts.push_back(account);
     return accounts;
 }
 
 std::list<std::string> CLinkageManager::getAccountIds(int kind) const {
     const CLock lock(m_mutex);
     std::list<std::string> ids;
-    for (const auto& [key, account] : m_pAsync->m_accounts) {
+    for (const auto& [key, account] : m_pAccounts->m_infos) {
         if ((account->m_nType == 1) == (kind == 1)) ids.push_back(account->m_strID);
     }
     return ids;

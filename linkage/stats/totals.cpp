@@ -1,4 +1,4 @@
-#include "linkage/core/asyncstate.h"
+#include "linkage/core/accounts.h"
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/published.h"
 #include "linkage/ledger/daykey.h"
@@ -6,7 +6,7 @@
 #include "linkage/ledger/orderrule.h"
 #include "linkage/ledger/selection.h"
 #include "linkage/ledger/valuerule.h"
-#include "linkage/stats/periodcurves.h"
+#include "linkage/stats/curvedata.h"
 #include "linkage/stats/totalsrule.h"
 #include "platform/utils/keys.h"
 #include "platform/utils/text.h"
@@ -129,8 +129,8 @@ void CLinkageManager::getPositionNumber(const QString& stockKey, QList<QString>&
     const auto stock = m_pLedger->m_positions.find(stockKey.toStdString());
     if (stock == m_pLedger->m_positions.end()) return;
     for (const auto& [key, positions] : stock->second) {
-        const auto account = m_pAsync->m_accounts.find(key);
-        if (positions.empty() || account == m_pAsync->m_accounts.end() || !selects(wanted, key)) {
+        const auto account = m_pAccounts->m_infos.find(key);
+        if (positions.empty() || account == m_pAccounts->m_infos.end() || !selects(wanted, key)) {
             continue;
         }
         std::int32_t volume = 0;
@@ -162,7 +162,7 @@ bool CLinkageManager::getAccounts(const QList<QString>& accountIds,
     std::set<std::string> missing = keySet(accountIds);
     const std::set<std::string> wanted = missing;
     const CLock lock(m_mutex);
-    for (const auto& [key, account] : m_pAsync->m_accounts) {
+    for (const auto& [key, account] : m_pAccounts->m_infos) {
         if (wanted.count(account->m_strID) == 0) continue;
         accountKeys.insert(key);
         missing.erase(account->m_strID);

@@ -107,7 +107,7 @@ private:
     void run();
     bool serve(bool onSaveThread);
     std::optional<Wishes> take(bool onSaveThread);
-    Save compose(const Wishes& wishes) REQUIRES(m_managerMutex);
+    Save compose(const Wishes& wishes) LINKAGE_REQUIRES(m_managerMutex);
     void putBack(Wishes wishes);
     void commit(const Save& save);
     void putInPlace(const std::vector<std::string>& staged, std::uint64_t number);
@@ -123,7 +123,7 @@ private:
     const std::unique_ptr<IFileSystem> m_pFiles;
     const StartThread m_startThread;
 
-    std::uint64_t m_nNumber GUARDED_BY(m_managerMutex) = 0;
+    std::uint64_t m_nNumber LINKAGE_GUARDED_BY(m_managerMutex) = 0;
 
     std::mutex m_mutex;  ///< held for moments; taken after the manager's lock, if both
     std::condition_variable m_written;

@@ -1,4 +1,5 @@
 #include "linkage/store/historystate.h"
+#include "linkage/core/managerstate.h"
 
 namespace TC {
 

@@ -168,4 +168,13 @@ int CLinkageManager::getHistoryRunningTasks(const std::string& accountKey,
     return countRunning(m_pHistory->m_historyTasks, accountKey, strategy);
 }
 
+bool CLinkageManager::historyBalance(const std::string& key, TradeStatData& out) const {
+    return m_pHistory->m_historyStatData.with([&](const auto& stats) {
+        const auto at = stats.find(key);
+        if (at == stats.end()) return false;
+        out = at->second;
+        return true;
+    });
+}
+
 }  // namespace TC

@@ -48,10 +48,10 @@ std::string detailText(const HistoryState& history, const std::string& today) {
 
 // Everybody who reads, writes or removes a data file does it through the saver, so that
 // all of them mean the same three files of this directory.
-std::unique_ptr<CFileSaver> CLinkageManager::makeSaver() {
+RoomPtr<CFileSaver> CLinkageManager::makeSaver() {
     const QString directory = getDataDir() + "/" + "Balance";
     const std::string encoding = utils::CSingletonT<CAppConfig>::instance()->fileEncoding();
-    return std::make_unique<CFileSaver>(
+    return makeRoom<CFileSaver>(
         m_mutex, m_pDoor,
         CFileSaver::Place{QFile::encodeName(directory).toStdString(), fileEncodingFrom(encoding)},
         CFileSaver::Composer{[this](bool withTime) { return writeToFile(withTime); },
@@ -83,6 +83,11 @@ std::map<std::string, std::string> CLinkageManager::writeBlanaceTimeToFile() {
         {STAT_FILE, statText(*m_pHistory, csv::timesByHistoryKey(times))}};
     if (m_options.keepBalanceTimes) texts[BALANCE_TIMES_FILE] = balanceTimesText(times);
     return texts;
+}
+
+bool CLinkageManager::isNewToHistory(const std::string& historyKey,
+                                     const vexservice::CDealDetail& deal) const {
+    return isCanWriteToFile(historyKey, csv::tradeKey(deal.m_strTradeDate, deal.m_strDealID));
 }
 
 bool CLinkageManager::isCanWriteToFile(const std::string& historyKey,

@@ -1,7 +1,7 @@
 #include "linkage/store/serverhistory.h"
 
-#include "linkage/core/asyncstate.h"
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/enginestate.h"
 #include "linkage/core/guarded.h"
 #include "linkage/core/published.h"
 #include "linkage/core/raise.h"
@@ -140,7 +140,7 @@ void CLinkageManager::askHistoryDay(const HistoryQuery& query) {
         endHistoryDay(query, "records of the running day come with its reports");
         return;
     }
-    const auto deadline = boost::make_shared<utils::DeadlineTimer>(m_pAsync->m_strand->context());
+    const auto deadline = boost::make_shared<utils::DeadlineTimer>(m_pEngine->m_strand->context());
     std::uint64_t number = 0;
     {
         const CLock lock(m_mutex);

@@ -8,6 +8,7 @@
 #include "platform/services/tradeclient.h"
 #include "platform/services/tradercenter.h"
 #include "platform/utils/keys.h"
+#include "platform/utils/singletonimpl.h"
 #include "platform/utils/text.h"
 
 #include <mongo/bson/bson.h>

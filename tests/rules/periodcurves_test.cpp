@@ -1,4 +1,4 @@
-#include "linkage/stats/periodcurves.h"
+#include "linkage/stats/curvedata.h"
 
 #include <gtest/gtest.h>
 
@@ -178,7 +178,7 @@ TEST(PeriodMinutes, FollowTheClockOnTheTradeDateOnly) {
 
 TEST(MinuteBars, AreAskedForWhenAMinuteHasEndedAndAgainWhileAnyIsMissing) {
     const std::string stock = "SH600000";
-    CPeriodCurves curves;
+    CCurveData curves;
     const auto asked = [&](int finished, int running, std::int64_t seconds) {
         const auto due = curves.takeDueStocks({finished, running}, seconds * 1'000'000);
         return due == std::vector{stock};
@@ -208,7 +208,7 @@ TEST(MinuteBars, AreAskedForWhenAMinuteHasEndedAndAgainWhileAnyIsMissing) {
 }
 
 TEST(MinuteBars, KeepTheNewestAnswerAndNoUnfinishedMinute) {
-    CPeriodCurves curves;
+    CCurveData curves;
     EXPECT_FALSE(curves.addBars("SH600000", 573, {{571, 10.0}})) << "not followed";
     curves.totalsOf("A", "SH600000");
     EXPECT_TRUE(curves.addBars("SH600000", 573, {{571, 10.0}, {573, 10.5}, {574, 9.0}}));

@@ -1,9 +1,8 @@
 #pragma once
 
-#include "linkage/core/managerstate.h"
 #include "linkage/export.h"
 #include "linkage/stats/periodrule.h"
-#include "linkage/stats/quotestate.h"
+#include "platform/services/quoteclient.h"
 
 #include <cstdint>
 #include <map>
@@ -18,7 +17,7 @@ namespace TC {
 /// or limit that changes can leave a point behind.
 ///
 /// Guarded by the manager's lock.
-class LINKAGE_EXPORT CPeriodCurves : public QuoteState {
+class LINKAGE_EXPORT CCurveData {
 public:
     using ByStrategy = std::map<std::string, PeriodTotals>;
     using Closes = std::map<int, double>;
@@ -31,16 +30,13 @@ public:
     /// Counts the runs of the period calculation; only the newest one's timer counts.
     std::uint64_t m_nRun = 0;
 
-    /// A new trade date: bars, totals and subscriptions of the old one go.
+    /// A new trade date: bars and totals of the old one go.
     void newDay();
 
     /// The account's day is rebuilt from scratch.
     void forgetAccount(const std::string& accountKey);
 
-    void describe(ManagerState& state) const;
-
-    /// Gives out the markers and notes that a run has begun.
-    std::map<std::string, std::set<std::string>> takeMarkers();
+    void noteRun() { m_bRunToday = true; }
     bool hasRunToday() const { return m_bRunToday; }
 
     /// The totals of an account's stock by strategy, to be renewed. The stock is followed

@@ -8,9 +8,7 @@
 #include <boost/signals2/connection.hpp>
 
 #include <atomic>
-#include <map>
 #include <mutex>
-#include <string>
 #include <vector>
 
 namespace TC {
@@ -18,10 +16,11 @@ namespace TC {
 /// Ends a subscription when it goes.
 using TaskConnection = boost::signals2::scoped_connection;
 
-/// What the manager has running in the client's engine, and the accounts it follows. Set by init()
-/// and guarded by the manager's lock, but for the start timer, which has a lock of its own because
+/// What the manager has running in the client's engine: its strand, what waits for the
+/// strand, its timers, and the subscriptions that belong to no account. init() sets it; the
+/// manager's lock guards it. The start timer has a lock of its own besides, because
 /// runAutoBalance arms it after giving the manager's lock back.
-struct AsyncState {
+struct EngineState {
     using Timer = boost::shared_ptr<utils::DeadlineTimer>;
 
     boost::shared_ptr<boost::asio::io_service::strand> m_strand;
@@ -48,8 +47,6 @@ struct AsyncState {
         m_inbox.gather(accountKey, found);
     }
 
-    std::map<std::string, boost::shared_ptr<vexservice::CAccountInfo>> m_accounts;
-    std::map<std::string, std::vector<boost::signals2::connection>> m_accountConnections;
     boost::shared_ptr<TaskConnection> m_taskConnection;
     boost::signals2::connection m_userDataConnection;
 };

@@ -1,7 +1,6 @@
-#include "linkage/stats/periodcurves.h"
+#include "linkage/stats/curvedata.h"
 
 #include <cmath>
-#include <utility>
 
 namespace TC {
 
@@ -15,41 +14,23 @@ constexpr int FINAL_MINUTE = LAST_MINUTE + 30;
 
 }  // namespace
 
-void CPeriodCurves::newDay() {
-    m_quoteRequests.clear();
-    m_markers.clear();
+void CCurveData::newDay() {
     m_bars.clear();
     m_totals.clear();
     m_bRunToday = false;
-    ++m_nMarkerEpoch;
-    ++m_nRequestEpoch;
 }
 
-void CPeriodCurves::forgetAccount(const std::string& accountKey) {
-    m_totals.erase(accountKey);
-    if (m_markers.erase(accountKey) > 0) ++m_nMarkerEpoch;
-}
+void CCurveData::forgetAccount(const std::string& accountKey) { m_totals.erase(accountKey); }
 
-void CPeriodCurves::describe(ManagerState& state) const {
-    state.historyPrices = m_historyPrices;
-    for (const auto& [stock, request] : m_quoteRequests) state.quoteRequests.insert(stock);
-}
-
-std::map<std::string, std::set<std::string>> CPeriodCurves::takeMarkers() {
-    m_bRunToday = true;
-    ++m_nMarkerEpoch;
-    return std::exchange(m_markers, {});
-}
-
-CPeriodCurves::ByStrategy& CPeriodCurves::totalsOf(const std::string& accountKey,
-                                                   const std::string& stockKey) {
+CCurveData::ByStrategy& CCurveData::totalsOf(const std::string& accountKey,
+                                             const std::string& stockKey) {
     m_bars.try_emplace(stockKey);
     return m_totals[accountKey][stockKey];
 }
 
-const PeriodTotals* CPeriodCurves::findTotals(const std::string& accountKey,
-                                              const std::string& stockKey,
-                                              const std::string& strategy) const {
+const PeriodTotals* CCurveData::findTotals(const std::string& accountKey,
+                                           const std::string& stockKey,
+                                           const std::string& strategy) const {
     const auto account = m_totals.find(accountKey);
     if (account == m_totals.end()) return nullptr;
     const auto stock = account->second.find(stockKey);
@@ -58,7 +39,7 @@ const PeriodTotals* CPeriodCurves::findTotals(const std::string& accountKey,
     return totals == stock->second.end() ? nullptr : &totals->second;
 }
 
-bool CPeriodCurves::isDue(const Bars& bars, const DayMoment& moment, std::int64_t nowMicros) {
+bool CCurveData::isDue(const Bars& bars, const DayMoment& moment, std::int64_t nowMicros) {
     const int newest = tradingMinuteAt(moment.finished);
     if (newest == 0 || bars.answered >= FINAL_MINUTE) return false;
     if (bars.tradingMinutes >= countTradingMinutes(newest)) return false;
@@ -66,8 +47,8 @@ bool CPeriodCurves::isDue(const Bars& bars, const DayMoment& moment, std::int64_
     return nowMicros - bars.askedMicros >= ASK_AGAIN_MICROS;
 }
 
-std::vector<std::string> CPeriodCurves::takeDueStocks(const DayMoment& moment,
-                                                      std::int64_t nowMicros) {
+std::vector<std::string> CCurveData::takeDueStocks(const DayMoment& moment,
+                                                   std::int64_t nowMicros) {
     std::vector<std::string> due;
     for (auto& [stock, bars] : m_bars) {
         if (!isDue(bars, moment, nowMicros)) continue;
@@ -78,8 +59,8 @@ std::vector<std::string> CPeriodCurves::takeDueStocks(const DayMoment& moment,
     return due;
 }
 
-bool CPeriodCurves::addBars(const std::string& stockKey, int finished,
-                            const std::vector<CMinuteBar>& bars) {
+bool CCurveData::addBars(const std::string& stockKey, int finished,
+                         const std::vector<CMinuteBar>& bars) {
     const auto followed = m_bars.find(stockKey);
     if (followed == m_bars.end()) return false;
     Bars& held = followed->second;
@@ -102,7 +83,7 @@ bool CPeriodCurves::addBars(const std::string& stockKey, int finished,
     return changed;
 }
 
-const CPeriodCurves::Closes* CPeriodCurves::findCloses(const std::string& stockKey) const {
+const CCurveData::Closes* CCurveData::findCloses(const std::string& stockKey) const {
     const auto bars = m_bars.find(stockKey);
     return bars == m_bars.end() || bars->second.closes.empty() ? nullptr : &bars->second.closes;
 }
