@@ -13,8 +13,10 @@ using namespace vexservice;
 namespace {
 
 constexpr int UNKNOWN_TASK = 1;
+constexpr int COMMAND_REFUSED = 2;
+constexpr std::size_t KEPT_COMPLETIONS = 10'000;
 
-OrderRequest requestOf(const CCodeOrderParam& order, const std::string& tag) {
+OrderRequest requestOf(const CCodeOrderParam& order, const std::string& tag, int command) {
     OrderRequest request;
     request.account = order.m_pAccountInfo->getKey();
     request.market = order.m_stock.m_strMarket;
@@ -26,6 +28,7 @@ OrderRequest requestOf(const CCodeOrderParam& order, const std::string& tag) {
     request.strategy = order.m_strStrategyName;
     request.strategy2 = order.m_strStrategyName2;
     request.tag = tag;
+    request.command = command;
     return request;
 }
 
@@ -33,36 +36,77 @@ OrderRequest requestOf(const CCodeOrderParam& order, const std::string& tag) {
 
 CCommandCenter::CCommandCenter(boost::asio::io_service& service,
                                std::shared_ptr<CExchange> exchange,
-                               std::shared_ptr<CTaskCenter> tasks, IClientObserver* observer)
+                               std::shared_ptr<CTaskCenter> tasks, IClientObserver* observer,
+                               std::shared_ptr<CFaults> faults)
     : m_service(service),
       m_pExchange(std::move(exchange)),
       m_pTasks(std::move(tasks)),
+      m_pFaults(std::move(faults)),
       m_pObserver(observer) {}
 
 void CCommandCenter::createCommand(const boost::shared_ptr<COrderComandParam>& command,
                                    const boost::function<void(utils::VexError, int)>& completion,
                                    bool, int) {
     if (!command) return;
-    if (m_pObserver) m_pObserver->onCommand(*command);
-    if (m_pExchange) {
-        for (const auto& order : command->m_orders) {
-            if (!order || !order->m_pAccountInfo) continue;
-            const OrderRequest request = requestOf(*order, command->m_strStrategyName2);
-            const std::uint64_t key = m_pExchange->submit(request);
-            if (m_pObserver) m_pObserver->onCommandOrder(*command, request.account, key);
-        }
+    const EFault fault = m_pFaults->next(EService::CommandCenter);
+    const int number = this->number(completion);
+    if (m_pObserver) m_pObserver->onCommand(*command, number);
+    if (fault == EFault::Lost) return;
+    const int told = fault == EFault::Null ? 0 : number;
+    complete(completion, told);
+    if (!m_pExchange) return;
+    for (const auto& order : command->m_orders) {
+        if (!order || !order->m_pAccountInfo) continue;
+        // Without a completion nobody asks for the number.
+        const OrderRequest request =
+            requestOf(*order, command->m_strStrategyName2, completion ? told : 0);
+        const std::uint64_t key = m_pExchange->submit(request);
+        if (m_pObserver) m_pObserver->onCommandOrder(*command, request.account, key);
     }
-    const int number = ++m_nCommands;
+}
+
+int CCommandCenter::number(const Completion& completion) {
+    const std::lock_guard lock(m_mutex);
+    ++m_nCommands;
+    if (completion) m_completions[m_nCommands] = completion;
+    if (m_completions.size() > KEPT_COMPLETIONS) m_completions.erase(m_completions.begin());
+    return m_nCommands;
+}
+
+// The exchange publishes the reports of the orders behind what it was told before them.
+void CCommandCenter::complete(const Completion& completion, int number) {
     if (!completion) return;
-    boost::asio::post(m_service, [completion, number] { completion(utils::VexError{}, number); });
+    auto work = [completion, number] { completion(utils::VexError{}, number); };
+    if (m_pExchange) {
+        m_pExchange->tell(std::move(work));
+    } else {
+        boost::asio::post(m_service, std::move(work));
+    }
+}
+
+bool CCommandCenter::repeatResult(int number, const std::string& error) {
+    Completion completion;
+    {
+        const std::lock_guard lock(m_mutex);
+        if (number < 1 || number > m_nCommands) return false;
+        const auto at = m_completions.find(number);
+        if (at != m_completions.end()) completion = at->second;
+    }
+    if (!completion) return true;
+    const utils::VexError result =
+        error.empty() ? utils::VexError{} : utils::VexError{COMMAND_REFUSED, error};
+    boost::asio::post(m_service, [completion, result, number] { completion(result, number); });
+    return true;
 }
 
 void CCommandCenter::operateServerTask(
     const std::string& serverTaskKey, const boost::shared_ptr<CTaskOpRecord>& record,
     const boost::shared_ptr<CAccountInfo>&,
     const boost::function<void(const utils::VexError&, bson::BSONObj)>& completion) {
+    const EFault fault = m_pFaults->next(EService::CommandCenter);
+    if (fault == EFault::Lost) return;
     utils::VexError outcome;
-    if (!record || !m_pTasks->operateServerTask(serverTaskKey, *record)) {
+    if (fault == EFault::Null || !record || !m_pTasks->operateServerTask(serverTaskKey, *record)) {
         outcome = {UNKNOWN_TASK, "unknown task " + serverTaskKey};
     }
     if (!completion) return;

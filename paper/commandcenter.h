@@ -1,10 +1,13 @@
 #pragma once
 
+#include "paper/faults.h"
 #include "paper/paperclient.h"
 #include "platform/services/dovcommandcenter.h"
 
-#include <atomic>
+#include <map>
 #include <memory>
+#include <mutex>
+#include <string>
 
 namespace paper {
 
@@ -12,11 +15,16 @@ class CExchange;
 class CTaskCenter;
 
 /// The command center. Orders go to the paper exchange, if there is one; completions
-/// come on the loop.
+/// come on the loop, those of commands before any report of their orders.
 class CCommandCenter final : public TC::CDovCommandCenter {
 public:
     CCommandCenter(boost::asio::io_service& service, std::shared_ptr<CExchange> exchange,
-                   std::shared_ptr<CTaskCenter> tasks, IClientObserver* observer);
+                   std::shared_ptr<CTaskCenter> tasks, IClientObserver* observer,
+                   std::shared_ptr<CFaults> faults = std::make_shared<CFaults>());
+
+    /// Calls the completion of a command once more; with an error text it tells that no order
+    /// of the command will come. False when no command has this number.
+    bool repeatResult(int number, const std::string& error);
 
     void createCommand(const boost::shared_ptr<vexservice::COrderComandParam>& command,
                        const boost::function<void(utils::VexError, int)>& completion, bool checked,
@@ -28,11 +36,19 @@ public:
         const boost::function<void(const utils::VexError&, bson::BSONObj)>& completion) override;
 
 private:
+    using Completion = boost::function<void(utils::VexError, int)>;
+
+    int number(const Completion& completion);
+    void complete(const Completion& completion, int number);
+
     boost::asio::io_service& m_service;
     const std::shared_ptr<CExchange> m_pExchange;
     const std::shared_ptr<CTaskCenter> m_pTasks;
+    const std::shared_ptr<CFaults> m_pFaults;
     IClientObserver* const m_pObserver;
-    std::atomic<int> m_nCommands{0};
+    std::mutex m_mutex;
+    int m_nCommands = 0;
+    std::map<int, Completion> m_completions;  ///< of the newest commands that have one
 };
 
 }  // namespace paper

@@ -20,6 +20,7 @@ boost::shared_ptr<CAccountInfo> CPaperAccountData::getAccountInfo() const {
 }
 
 void CPaperAccountData::getVector(int type, std::vector<boost::shared_ptr<IData>>& records) const {
+    if (m_pFaults && m_pFaults->nothing(EService::AccountData)) return;
     const std::lock_guard lock(m_mutex);
     const auto at = m_records.find(type);
     if (at == m_records.end()) return;
@@ -83,22 +84,28 @@ void CDataCenter::DeliverToAll::operator()(Slots first, Slots last) const {
     }
 }
 
-CDataCenter::CDataCenter(std::string tradeDate)
-    : m_strTradeDate(std::move(tradeDate)),
+CDataCenter::CDataCenter(std::string tradeDate, std::shared_ptr<CFaults> faults)
+    : m_pFaults(std::move(faults)),
+      m_strTradeDate(std::move(tradeDate)),
       m_all{boost::make_shared<CPaperAccountData>(std::string()), {}, {}} {}
 
 void CDataCenter::getAllAccountData(std::vector<boost::shared_ptr<CAccountData>>& accounts) const {
+    if (m_pFaults->nothing(EService::AccountData)) return;
     const std::lock_guard lock(m_mutex);
     for (const std::string& key : m_keys) accounts.push_back(m_accounts.at(key).data);
 }
 
 boost::shared_ptr<CAccountData> CDataCenter::getAccountData(std::uint64_t hash) const {
+    if (m_pFaults->nothing(EService::AccountData)) return {};
     const std::lock_guard lock(m_mutex);
     const auto at = m_byHash.find(hash);
     return at == m_byHash.end() ? nullptr : at->second;
 }
 
-boost::shared_ptr<CAccountData> CDataCenter::getGlobalAccountData() const { return m_all.data; }
+boost::shared_ptr<CAccountData> CDataCenter::getGlobalAccountData() const {
+    if (m_pFaults->nothing(EService::AccountData)) return {};
+    return m_all.data;
+}
 
 std::string CDataCenter::getTradingDate() const {
     const std::lock_guard lock(m_mutex);
@@ -116,7 +123,7 @@ boost::signals2::connection CDataCenter::subscribe(const std::string& accountKey
 
 boost::shared_ptr<CStkExchangeRateLimit> CDataCenter::getFeeLimits(
     const boost::shared_ptr<CAccountInfo>& account, const std::string&, const std::string&) {
-    if (!account) return {};
+    if (!account || m_pFaults->nothing(EService::FeeLimits)) return {};
     const std::lock_guard lock(m_mutex);
     const auto at = m_accounts.find(account->getKey());
     return at == m_accounts.end() ? nullptr : at->second.fee;
@@ -136,7 +143,7 @@ void CDataCenter::setAccount(const Account& account) {
         const std::lock_guard lock(m_mutex);
         Entry& entry = m_accounts[account.key];
         if (!entry.data) {
-            entry.data = boost::make_shared<CPaperAccountData>(account.key);
+            entry.data = boost::make_shared<CPaperAccountData>(account.key, m_pFaults);
             m_keys.push_back(account.key);
             m_byHash[utils::hash(account.key)] = entry.data;
         }

@@ -23,7 +23,9 @@ class CPaperAccountData final : public vexservice::CAccountData {
 public:
     using Record = boost::shared_ptr<vexservice::INumberedData>;
 
-    explicit CPaperAccountData(std::string key) : m_strKey(std::move(key)) {}
+    /// `faults`: what getVector shows; may be empty.
+    explicit CPaperAccountData(std::string key, std::shared_ptr<CFaults> faults = {})
+        : m_strKey(std::move(key)), m_pFaults(std::move(faults)) {}
 
     std::string getKey() const override { return m_strKey; }
     boost::shared_ptr<vexservice::CAccountInfo> getAccountInfo() const override;
@@ -48,6 +50,7 @@ private:
     };
 
     const std::string m_strKey;
+    const std::shared_ptr<CFaults> m_pFaults;
     mutable std::mutex m_mutex;
     boost::shared_ptr<vexservice::CAccountInfo> m_pInfo;
     boost::container::flat_map<int, Records> m_records;
@@ -59,7 +62,8 @@ private:
 /// subscriber that throws does not keep the news from the others.
 class CDataCenter final : public vexservice::IDataCenter, public vexservice::IFeeLimitService {
 public:
-    explicit CDataCenter(std::string tradeDate);
+    explicit CDataCenter(std::string tradeDate,
+                         std::shared_ptr<CFaults> faults = std::make_shared<CFaults>());
 
     void getAllAccountData(
         std::vector<boost::shared_ptr<vexservice::CAccountData>>& accounts) const override;
@@ -105,6 +109,7 @@ private:
         Signals subscribers;
     };
 
+    const std::shared_ptr<CFaults> m_pFaults;
     mutable std::mutex m_mutex;
     std::string m_strTradeDate;
     std::vector<std::string> m_keys;  ///< in the order of appearance

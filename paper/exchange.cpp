@@ -9,6 +9,7 @@
 #include <boost/make_shared.hpp>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 namespace paper {
@@ -42,6 +43,39 @@ std::uint64_t CExchange::submit(const OrderRequest& request) {
     const std::uint64_t key = place(request);
     tellTasks();
     return key;
+}
+
+void CExchange::rejectNext(const std::string& accountKey, int times) {
+    const std::lock_guard lock(m_mutex);
+    m_rejects[accountKey] = times;
+}
+
+bool CExchange::takesReject(const std::string& accountKey) {
+    const auto left = m_rejects.find(accountKey);
+    if (left == m_rejects.end()) return false;
+    if (--left->second <= 0) m_rejects.erase(left);
+    return true;
+}
+
+void CExchange::beSilent(double seconds) {
+    const std::lock_guard lock(m_mutex);
+    ++m_nSilences;
+    const auto timer = std::make_shared<utils::DeadlineTimer>(m_services.service);
+    timer->expires_from_now(boost::posix_time::microseconds(std::llround(seconds * 1e6)));
+    timer->async_wait([weak = weak_from_this(), timer](const boost::system::error_code& error) {
+        const auto self = weak.lock();
+        if (error || !self) return;
+        const std::lock_guard inside(self->m_mutex);
+        self->endSilence();
+    });
+}
+
+void CExchange::endSilence() {
+    if (--m_nSilences > 0) return;
+    std::vector<std::function<void()>> held;
+    held.swap(m_held);
+    for (const auto& each : held) each();
+    tellTasks();
 }
 
 void CExchange::cancel(const std::string& accountKey, std::uint64_t orderKey) {
@@ -88,6 +122,7 @@ void CExchange::beginTradingDate() {
     const std::lock_guard lock(m_mutex);
     for (auto& [key, stock] : m_stocks) stock.working.clear();
     m_issued.clear();
+    m_held.clear();
     m_changes.clear();
     m_tasks.forgetAll();
 }
@@ -119,13 +154,15 @@ CExchange::Order CExchange::makeOrder(const OrderRequest& request, std::uint64_t
     if (const auto data = m_services.dataCenter->account(request.account)) {
         detail->m_pAccountInfo = data->getAccountInfo();
     }
-    if (!request.strategy.empty() || !request.strategy2.empty() || !request.tag.empty()) {
+    if (!request.strategy.empty() || !request.strategy2.empty() || !request.tag.empty() ||
+        request.command != 0) {
         auto carrier = boost::make_shared<CCommandRecord>();
         carrier->m_strUser = m_services.user;
         carrier->m_strTradeDate = detail->m_strTradeDate;
         carrier->m_strStrategyName = request.strategy;
         carrier->m_strStrategyName2 = request.strategy2;
         carrier->m_strTag = request.tag;
+        carrier->m_nCommand = request.command;
         detail->m_pCommand = carrier;
     }
     Order order;
@@ -139,15 +176,24 @@ CExchange::Order CExchange::makeOrder(const OrderRequest& request, std::uint64_t
 
 std::uint64_t CExchange::place(const OrderRequest& request) {
     const std::uint64_t key = nextKey(request.account, DATA_ORDER, m_nLastOrder);
+    if (isSilent()) {
+        m_held.push_back([this, request, key] { enter(request, key); });
+    } else {
+        enter(request, key);
+    }
+    return key;
+}
+
+void CExchange::enter(const OrderRequest& request, std::uint64_t key) {
     const std::string stockKey = utils::zorStockKey(request.market, request.code);
     Stock& stock = m_stocks[stockKey];
     m_issued[key] = {request.account, stockKey};
     Order& order = stock.working.emplace(key, makeOrder(request, key)).first->second;
     report(order, STATUS_WAIT_REPORTING, 0);
     report(order, STATUS_REPORTED, 0);
-    if (!acceptable(request)) {
+    if (takesReject(request.account) || !acceptable(request)) {
         finish(stock, key, STATUS_JUNK);
-        return key;
+        return;
     }
     const bool atMarket = !order.limit;
     match(stock, key);
@@ -155,7 +201,6 @@ std::uint64_t CExchange::place(const OrderRequest& request) {
     if (atMarket && left != stock.working.end()) {
         finish(stock, key, cancelledStatus(*left->second.report));
     }
-    return key;
 }
 
 void CExchange::match(Stock& stock, std::uint64_t key) {
@@ -209,6 +254,7 @@ void CExchange::reportDeal(const Order& order, const Fill& fill) {
     deal->m_strDealID = deal->getKey();
     deal->m_pAccountInfo = order.report->m_pAccountInfo;
     deal->m_pCommand = order.report->m_pCommand;
+    deal->m_nOrderKey = order.report->recordKey();
     m_pOutbox->add(order.account, DATA_DEAL, deal);
 }
 
@@ -241,6 +287,10 @@ void CExchange::cancelSoon(const std::string& accountKey, std::uint64_t orderKey
 }
 
 void CExchange::cancelNow(const std::string& accountKey, std::uint64_t orderKey) {
+    if (isSilent()) {
+        m_held.push_back([this, accountKey, orderKey] { cancelNow(accountKey, orderKey); });
+        return;
+    }
     if (accountKey.empty()) {
         const std::string owner = ownerOf(orderKey);
         if (!owner.empty()) cancelNow(owner, orderKey);

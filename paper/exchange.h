@@ -7,11 +7,13 @@
 #include "paper/tasks.h"
 
 #include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 namespace paper {
 
@@ -35,6 +37,17 @@ public:
 
     /// The order's record key.
     std::uint64_t submit(const OrderRequest& request);
+
+    /// Runs on the loop when all reports made so far were published, and before any later
+    /// one.
+    void tell(std::function<void()> work) { m_pOutbox->add(std::move(work)); }
+
+    /// Rejects the account's next orders, so many.
+    void rejectNext(const std::string& accountKey, int times);
+
+    /// For so long orders and cancellations are taken and nothing is done about them; then
+    /// all of it is done, in order. What rests already is matched meanwhile.
+    void beSilent(double seconds);
 
     /// In one second the order is cancelled, if it still runs then. Also orders that
     /// only the data center knows. An order that carries no account info does not say
@@ -82,6 +95,10 @@ private:
     void reportTask(const boost::shared_ptr<vexservice::CTaskDetail>& task) override;
     void wakeTask(utils::DeadlineTimer& timer, std::uint64_t taskKey) override;
 
+    void enter(const OrderRequest& request, std::uint64_t key);
+    bool isSilent() const { return m_nSilences > 0; }
+    void endSilence();
+    bool takesReject(const std::string& accountKey);
     bool acceptable(const OrderRequest& request) const;
     Order makeOrder(const OrderRequest& request, std::uint64_t key) const;
     void match(Stock& stock, std::uint64_t key);
@@ -103,7 +120,10 @@ private:
     std::uint64_t m_nLastOrder = 0;
     std::uint64_t m_nLastDeal = 0;
     std::uint64_t m_nLastTask = 0;
-    std::deque<Change> m_changes;  ///< of slices, not yet told to their tasks
+    std::deque<Change> m_changes;          ///< of slices, not yet told to their tasks
+    std::map<std::string, int> m_rejects;  ///< how many orders of an account are still rejected
+    int m_nSilences = 0;                   ///< that have not ended
+    std::vector<std::function<void()>> m_held;  ///< what waits for the end of the silence
     CTaskRunner m_tasks;
 };
 

@@ -34,17 +34,19 @@ private:
 /// The table as the instrument manager.
 class CPaperStockManager final : public TC::CStockManager {
 public:
-    explicit CPaperStockManager(std::shared_ptr<CInstruments> instruments)
-        : m_pInstruments(std::move(instruments)) {}
+    CPaperStockManager(std::shared_ptr<CInstruments> instruments, std::shared_ptr<CFaults> faults)
+        : m_pInstruments(std::move(instruments)), m_pFaults(std::move(faults)) {}
 
     using TC::CStockManager::getInstrumentDetail;
     std::shared_ptr<vexservice::CInstrumentDetail> getInstrumentDetail(
         const QString& stockKey) override {
+        if (m_pFaults->nothing(EService::Instrument)) return nullptr;
         return m_pInstruments->detail(stockKey.toStdString());
     }
 
 private:
     std::shared_ptr<CInstruments> m_pInstruments;
+    std::shared_ptr<CFaults> m_pFaults;
 };
 
 /// The table as the center of stock types.

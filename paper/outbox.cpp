@@ -5,8 +5,14 @@
 namespace paper {
 
 void COutbox::add(const std::string& accountKey, int type, CPaperAccountData::Record record) {
+    add(Report{accountKey, type, std::move(record), {}});
+}
+
+void COutbox::add(std::function<void()> work) { add(Report{{}, 0, {}, std::move(work)}); }
+
+void COutbox::add(Report report) {
     const std::lock_guard lock(m_mutex);
-    m_waiting.push_back({accountKey, type, std::move(record)});
+    m_waiting.push_back(std::move(report));
     if (!m_bPosted) post();
 }
 
@@ -24,6 +30,10 @@ void COutbox::deliver() {
         reports.swap(m_waiting);
     }
     for (const Report& report : reports) {
+        if (report.work) {
+            report.work();
+            continue;
+        }
         m_pDataCenter->report(report.account, report.type, report.record, true);
     }
     const std::lock_guard lock(m_mutex);

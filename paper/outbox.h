@@ -6,6 +6,7 @@
 
 #include <boost/asio/io_service.hpp>
 
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -22,14 +23,19 @@ public:
         : m_service(service), m_pDataCenter(std::move(dataCenter)) {}
 
     void add(const std::string& accountKey, int type, CPaperAccountData::Record record);
+    /// Something else to do when what was added before has been published, and before what
+    /// is added after it.
+    void add(std::function<void()> work);
 
 private:
     struct Report {
         std::string account;
         int type;
         CPaperAccountData::Record record;
+        std::function<void()> work;  ///< instead of a record
     };
 
+    void add(Report report);
     void post();
     void deliver();
 

@@ -64,6 +64,7 @@ struct CPaperClient::Services {
                  IClientObserver* observer);
     static void uninstall();
 
+    std::shared_ptr<CFaults> faults;
     std::shared_ptr<CDataCenter> dataCenter;
     std::shared_ptr<CInstruments> instruments;
     boost::shared_ptr<CQuotes> quotes;
@@ -71,6 +72,7 @@ struct CPaperClient::Services {
     std::shared_ptr<CExchange> exchange;  ///< empty when orders are recorded only
     std::shared_ptr<CTaskCenter> taskCenter;
     boost::shared_ptr<CPaperTradeClient> tradeClient;
+    boost::shared_ptr<CCommandCenter> commandCenter;
     boost::shared_ptr<TC::CProxyClient> proxy;
     boost::shared_ptr<TC::CExchangeClient> exchangeClient;
     std::shared_ptr<CScheduler> scheduler;
@@ -78,9 +80,10 @@ struct CPaperClient::Services {
 
 CPaperClient::Services::Services(boost::asio::io_service& service, const ClientConfig& config,
                                  IClientObserver* observer)
-    : dataCenter(std::make_shared<CDataCenter>(config.tradeDate)),
+    : faults(std::make_shared<CFaults>()),
+      dataCenter(std::make_shared<CDataCenter>(config.tradeDate, faults)),
       instruments(std::make_shared<CInstruments>()),
-      quotes(boost::make_shared<CQuotes>(service)),
+      quotes(boost::make_shared<CQuotes>(service, faults)),
       userSettings(boost::make_shared<CUserSettings>(config)),
       proxy(boost::make_shared<TC::CProxyClient>()),
       exchangeClient(boost::make_shared<TC::CExchangeClient>()) {
@@ -91,7 +94,7 @@ CPaperClient::Services::Services(boost::asio::io_service& service, const ClientC
             service, dataCenter, instruments, quotes, config.userName, taskUser});
     }
     taskCenter = std::make_shared<CTaskCenter>(dataCenter, exchange, observer);
-    tradeClient = boost::make_shared<CPaperTradeClient>(service, exchange, observer);
+    tradeClient = boost::make_shared<CPaperTradeClient>(service, exchange, observer, faults);
     install(service, config, observer);
     if (config.scheduler) {
         scheduler = makeScheduler(service, dataCenter, observer);
@@ -110,14 +113,17 @@ void CPaperClient::Services::install(boost::asio::io_service& service, const Cli
     CSingletonT<TC::CTimeService>::install(boost::make_shared<CPaperTimeService>());
     CSingletonT<TC::IDataDirectory>::install(
         boost::make_shared<CPaperDataDirectory>(config.dataDir));
-    CSingletonT<marlo::IMarketCalendar>::install(boost::make_shared<CPaperCalendar>(dataCenter));
+    CSingletonT<marlo::IMarketCalendar>::install(
+        boost::make_shared<CPaperCalendar>(dataCenter, faults));
     CSingletonT<ConfigCollector>::install(
         boost::make_shared<CPaperConfigCollector>(config.registRules));
-    CSingletonT<TC::CStockManager>::install(boost::make_shared<CPaperStockManager>(instruments));
+    CSingletonT<TC::CStockManager>::install(
+        boost::make_shared<CPaperStockManager>(instruments, faults));
     CSingletonT<StockTypeCenter>::install(boost::make_shared<CPaperStockTypes>(instruments));
     CSingletonT<IOrderRules>::install(boost::make_shared<COrderRules>(instruments));
-    CSingletonT<TC::CDovCommandCenter>::install(
-        boost::make_shared<CCommandCenter>(service, exchange, taskCenter, observer));
+    commandCenter =
+        boost::make_shared<CCommandCenter>(service, exchange, taskCenter, observer, faults);
+    CSingletonT<TC::CDovCommandCenter>::install(commandCenter);
     CSingletonT<TC::CProxyClient>::install(proxy);
     CManualSingletonT<TC::CQuoteClient>::install(quotes);
     CManualSingletonT<TC::CTradeClient>::install(tradeClient);
@@ -276,6 +282,24 @@ void CPaperClient::startTask(const std::string& accountKey, const std::string& m
     request.strategy = strategy;
     request.server = server;
     m_pServices->exchange->startTask(request);
+}
+
+void CPaperClient::rejectOrders(const std::string& accountKey, int times) {
+    if (executes()) m_pServices->exchange->rejectNext(accountKey, times);
+}
+
+void CPaperClient::beSilent(double seconds) {
+    if (executes()) m_pServices->exchange->beSilent(seconds);
+}
+
+// -------------------------------------------------------------------------- faults
+
+void CPaperClient::setFault(EService service, EFault fault, int times) {
+    m_pServices->faults->set(service, fault, times);
+}
+
+bool CPaperClient::repeatCommandResult(int number, const std::string& error) {
+    return m_pServices->commandCenter->repeatResult(number, error);
 }
 
 std::string CPaperClient::tradeDate() const { return m_pServices->dataCenter->getTradingDate(); }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "paper/faults.h"
 #include "platform/records/dealdetail.h"
 #include "platform/records/orderdetail.h"
 #include "platform/records/orderparam.h"
@@ -80,7 +81,8 @@ public:
     /// `server`: handed to the command center, else to the local task center.
     virtual void onOperateTask(std::uint64_t taskKey, bool server,
                                const vexservice::CTaskOpRecord& record) = 0;
-    virtual void onCommand(const vexservice::COrderComandParam& command) = 0;
+    /// `number`: what the command center gave it.
+    virtual void onCommand(const vexservice::COrderComandParam& command, int number) = 0;
     /// The paper exchange made this order for the command.
     virtual void onCommandOrder(const vexservice::COrderComandParam& /*command*/,
                                 const std::string& /*accountKey*/, std::uint64_t /*orderKey*/) {}
@@ -154,6 +156,18 @@ public:
     void startTask(const std::string& accountKey, const std::string& market,
                    const std::string& code, bool buys, int volume, int slices, double seconds,
                    const std::string& strategy, bool server);
+
+    /// Rejects the account's next orders, so many.
+    void rejectOrders(const std::string& accountKey, int times);
+    /// For so long orders and cancellations are taken and not answered; then they are.
+    void beSilent(double seconds);
+
+    // faults of the services
+    /// The next `times` calls of the service fail so.
+    void setFault(EService service, EFault fault, int times);
+    /// The completion of a command once more, with an error unless the text is empty. False
+    /// when no command has this number.
+    bool repeatCommandResult(int number, const std::string& error);
 
     /// Local midnight etc. follow the platform's clock; the trade date is the client's.
     std::string tradeDate() const;

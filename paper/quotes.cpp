@@ -19,16 +19,22 @@ private:
 
 }  // namespace
 
-CQuotes::CQuotes(boost::asio::io_service& service)
-    : m_service(service), m_pState(std::make_shared<State>()) {}
+CQuotes::CQuotes(boost::asio::io_service& service, std::shared_ptr<CFaults> faults)
+    : m_service(service), m_pFaults(std::move(faults)), m_pState(std::make_shared<State>()) {}
 
 boost::shared_ptr<vexservice::CPriceData> CQuotes::getStockPrice(const QString& stockKey) {
+    if (m_pFaults->nothing(EService::Quote)) return {};
     const std::lock_guard lock(m_pState->mutex);
     return m_pState->prices.value(stockKey);
 }
 
 boost::shared_ptr<TC::CQuoteRequest> CQuotes::request(const QString& stockKey,
                                                       const TC::CQuoteRequest::Callback& callback) {
+    const EFault fault = m_pFaults->next(EService::Quote);
+    if (fault == EFault::Null) return {};
+    if (fault == EFault::Lost) {
+        return boost::make_shared<CPaperQuoteRequest>(boost::signals2::connection());
+    }
     const std::lock_guard lock(m_pState->mutex);
     std::shared_ptr<Signal>& signal = m_pState->signals[stockKey.toStdString()];
     if (!signal) signal = std::make_shared<Signal>();
@@ -46,7 +52,12 @@ std::vector<TC::CMinuteBar> CQuotes::State::barsOf(const DayOfStock& day) {
 
 void CQuotes::queryMinuteBars(const QString& stockKey, const std::string& day,
                               const BarsAnswer& answer) {
-    if (!answer) return;
+    const EFault fault = m_pFaults->next(EService::History);
+    if (!answer || fault == EFault::Lost) return;
+    if (fault == EFault::Null) {
+        boost::asio::post(m_service, [answer] { answer({}); });
+        return;
+    }
     boost::asio::post(m_service, [state = m_pState, asked = DayOfStock{stockKey.toStdString(), day},
                                   answer] { answer(state->barsOf(asked)); });
 }

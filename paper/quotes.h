@@ -1,5 +1,6 @@
 #pragma once
 
+#include "paper/faults.h"
 #include "platform/services/quoteclient.h"
 
 #include <QHash>
@@ -22,7 +23,8 @@ namespace paper {
 /// bars by day. Bars are answered on the loop.
 class CQuotes final : public TC::CQuoteClient {
 public:
-    explicit CQuotes(boost::asio::io_service& service);
+    explicit CQuotes(boost::asio::io_service& service,
+                     std::shared_ptr<CFaults> faults = std::make_shared<CFaults>());
 
     boost::shared_ptr<vexservice::CPriceData> getStockPrice(const QString& stockKey) override;
     boost::shared_ptr<TC::CQuoteRequest> request(
@@ -52,6 +54,7 @@ private:
     };
 
     boost::asio::io_service& m_service;
+    const std::shared_ptr<CFaults> m_pFaults;
     const std::shared_ptr<State> m_pState;
 };
 

@@ -23,6 +23,7 @@ struct OrderRequest {
     std::string strategy;
     std::string strategy2;
     std::string tag;
+    int command = 0;         ///< the number of its command; 0: of none
     std::uint64_t task = 0;  ///< whose slice it is; 0: nobody's
 };
 

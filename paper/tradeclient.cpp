@@ -11,10 +11,12 @@ constexpr int QUERY_REFUSED = 1;
 }
 
 CPaperTradeClient::CPaperTradeClient(boost::asio::io_service& service,
-                                     std::shared_ptr<CExchange> exchange, IClientObserver* observer)
+                                     std::shared_ptr<CExchange> exchange, IClientObserver* observer,
+                                     std::shared_ptr<CFaults> faults)
     : m_service(service),
       m_pExchange(std::move(exchange)),
       m_pObserver(observer),
+      m_pFaults(std::move(faults)),
       m_pHistory(std::make_shared<History>()) {}
 
 bool CPaperTradeClient::cancelOrder(const boost::shared_ptr<vexservice::COrderDetail>& order,
@@ -24,8 +26,13 @@ bool CPaperTradeClient::cancelOrder(const boost::shared_ptr<vexservice::COrderDe
         error = QStringLiteral("no order");
         return false;
     }
+    const EFault fault = m_pFaults->next(EService::TradeClient);
     if (m_pObserver) m_pObserver->onCancelOrder(*order);
-    if (m_pExchange) {
+    if (fault == EFault::Null) {
+        error = QStringLiteral("no connection");
+        return false;
+    }
+    if (m_pExchange && fault == EFault::None) {
         const auto& info = order->m_pAccountInfo;
         m_pExchange->cancel(info ? info->getKey() : std::string(), order->recordKey());
     }
@@ -35,7 +42,12 @@ bool CPaperTradeClient::cancelOrder(const boost::shared_ptr<vexservice::COrderDe
 template <class Records, class Answer>
 void CPaperTradeClient::answerLater(const std::string& accountKey, const std::string& day,
                                     Records ServerDay::*records, const Answer& answer) {
-    if (!answer) return;
+    const EFault fault = m_pFaults->next(EService::History);
+    if (!answer || fault == EFault::Lost) return;
+    if (fault == EFault::Null) {
+        boost::asio::post(m_service, [answer] { answer(utils::VexError{}, Records{}); });
+        return;
+    }
     boost::asio::post(m_service,
                       [history = m_pHistory, asked = std::pair(accountKey, day), records, answer] {
                           ServerDay known;

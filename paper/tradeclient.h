@@ -18,7 +18,8 @@ class CExchange;
 class CPaperTradeClient final : public TC::CTradeClient {
 public:
     CPaperTradeClient(boost::asio::io_service& service, std::shared_ptr<CExchange> exchange,
-                      IClientObserver* observer);
+                      IClientObserver* observer,
+                      std::shared_ptr<CFaults> faults = std::make_shared<CFaults>());
 
     bool cancelOrder(const boost::shared_ptr<vexservice::COrderDetail>& order, QString& error,
                      int batch, QString remark,
@@ -45,6 +46,7 @@ private:
     boost::asio::io_service& m_service;
     const std::shared_ptr<CExchange> m_pExchange;  ///< empty: cancels are recorded only
     IClientObserver* const m_pObserver;
+    const std::shared_ptr<CFaults> m_pFaults;
     const std::shared_ptr<History> m_pHistory;
 };
 

@@ -45,6 +45,7 @@ std::int64_t CPaperTimeService::currentTime() const {
 }
 
 std::int64_t CPaperCalendar::lastTradeDate(const std::string&) const {
+    if (m_pFaults->nothing(EService::Calendar)) return 0;
     const QString date = Pim::sToQs(m_pDataCenter->getTradingDate());
     const QDateTime midnight = QDateTime::fromString(date, QStringLiteral("yyyyMMdd"));
     return midnight.isValid() ? midnight.toMSecsSinceEpoch() : 0;

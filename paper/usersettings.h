@@ -75,12 +75,13 @@ class CDataCenter;
 /// The markets' calendar: every market's last trade date is the data center's.
 class CPaperCalendar final : public marlo::IMarketCalendar {
 public:
-    explicit CPaperCalendar(std::shared_ptr<const CDataCenter> dataCenter)
-        : m_pDataCenter(std::move(dataCenter)) {}
+    CPaperCalendar(std::shared_ptr<const CDataCenter> dataCenter, std::shared_ptr<CFaults> faults)
+        : m_pDataCenter(std::move(dataCenter)), m_pFaults(std::move(faults)) {}
     std::int64_t lastTradeDate(const std::string& market) const override;
 
 private:
     const std::shared_ptr<const CDataCenter> m_pDataCenter;
+    const std::shared_ptr<CFaults> m_pFaults;
 };
 
 }  // namespace paper

@@ -125,7 +125,7 @@ void CDayReport::onOperateTask(std::uint64_t taskKey, bool, const vexservice::CT
     if (!m_bOwnCancels) m_cancelledTasks.insert(taskKey);
 }
 
-void CDayReport::onCommand(const vexservice::COrderComandParam& command) {
+void CDayReport::onCommand(const vexservice::COrderComandParam& command, int) {
     auto& balances = isHistory(command) ? m_day.historyBalances : m_day.balances;
     for (const auto& order : command.m_orders) {
         BalanceFigures& balance =

@@ -79,7 +79,7 @@ private:
     void onCancelOrder(const vexservice::COrderDetail& order) override;
     void onOperateTask(std::uint64_t taskKey, bool server,
                        const vexservice::CTaskOpRecord& record) override;
-    void onCommand(const vexservice::COrderComandParam& command) override;
+    void onCommand(const vexservice::COrderComandParam& command, int) override;
     void onCommandOrder(const vexservice::COrderComandParam& command, const std::string& accountKey,
                         std::uint64_t orderKey) override;
     void onBalanceTime(const std::string& accountKey, const std::string& strategy) override;

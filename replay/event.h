@@ -1,5 +1,7 @@
 #pragma once
 
+#include "linkage/core/linkageoptions.h"
+#include "linkage/store/diskfaults.h"
 #include "paper/paperclient.h"
 #include "replay/scenarioline.h"
 
@@ -17,6 +19,7 @@ struct ConfigEvent {
     std::string timeZone = "Asia/Shanghai";
     std::optional<std::string> tradeDate;
     paper::ClientConfig client;
+    TC::LinkageOptions options;
 };
 
 struct InstrumentEvent {
@@ -132,6 +135,32 @@ struct StartTaskEvent {
     bool server = true;
 };
 
+struct CommandResultEvent {
+    int number = 0;
+    std::string error;  ///< "": none
+};
+
+struct RejectEvent {
+    std::string account;
+    int times = 1;
+};
+
+struct SilentEvent {
+    double seconds = 0.0;
+};
+
+struct FaultEvent {
+    paper::EService service = paper::EService::FeeLimits;
+    paper::EFault kind = paper::EFault::None;
+    int times = 1;
+};
+
+struct DiskEvent {
+    TC::disk::Fault fault;
+};
+
+struct CrashEvent {};
+
 /// The arguments live as long as the parser does not read the next line.
 struct CallEvent {
     std::string op;
@@ -154,6 +183,7 @@ using Event =
                  InitEvent, ReleaseEvent, OrderEvent, DealEvent, TaskEvent, PositionEvent,
                  PriceEvent, BarsEvent, ServerHistoryEvent, AdvanceEvent, NewTradingDateEvent,
                  LoginEvent, AccountReadyEvent, UserDataChangedEvent, SendEvent, StartTaskEvent,
+                 CommandResultEvent, RejectEvent, SilentEvent, FaultEvent, DiskEvent, CrashEvent,
                  CallEvent, FileEvent, WriteFileEvent, DumpEvent>;
 
 /// How an event is written in the `do` field of its line.

@@ -6,6 +6,7 @@
 #include <boost/make_shared.hpp>
 
 #include <array>
+#include <cerrno>
 
 namespace replay {
 
@@ -47,6 +48,32 @@ std::vector<vexservice::CPriceLevel> bookSide(const CFields& fields, std::string
     return levels;
 }
 
+/// A number from `least`, which is also what a field that is left out gives.
+int wholeFrom(const CFields& fields, std::string_view name, int least) {
+    const auto found = fields.find(name);
+    return found ? found->whole<int>(least) : least;
+}
+
+std::optional<TC::disk::EStep> stepNamed(std::string_view name) {
+    TC::disk::EStep step{};
+    return TC::disk::stepNamed(copied(name), step) ? std::optional(step) : std::nullopt;
+}
+
+std::optional<int> errorNamed(std::string_view name) {
+    if (name == "ENOSPC") return ENOSPC;
+    if (name == "EIO") return EIO;
+    if (name == "EACCES") return EACCES;
+    return std::nullopt;
+}
+
+/// What a text names, by one of the clients' functions.
+template <class Named>
+auto namedBy(const CValue& value, Named named, const std::string& what) {
+    const auto found = named(value.text());
+    if (!found) value.fail("\"" + copied(value.text()) + "\" is no " + what);
+    return *found;
+}
+
 /// "hhmm" as the minute of the day.
 int minuteOf(const CValue& value) {
     const std::string_view text = value.text();
@@ -63,6 +90,18 @@ int minuteOf(const CValue& value) {
 /// One reader per kind of line.
 struct EventReader {
     CEventParser& parser;
+
+    static void options(const CFields& in, TC::LinkageOptions& to) {
+        using Options = TC::LinkageOptions;
+        to.guard = in.flag("guard", to.guard);
+        if (const auto rounds = in.find("rounds")) {
+            to.rounds = rounds->whole<int>(1, Options::MOST_ROUNDS);
+        }
+        if (const auto seconds = in.find("roundSeconds")) {
+            to.roundSeconds = seconds->whole<int>(1, Options::LONGEST_ROUND);
+        }
+        to.keepBalanceTimes = in.flag("keepBalanceTimes", to.keepBalanceTimes);
+    }
 
     static Event config(EventReader&, const CFields& in) {
         ConfigEvent event;
@@ -83,6 +122,7 @@ struct EventReader {
             }
         }
         client.scheduler = in.flag("scheduler", client.scheduler);
+        if (const auto given = in.find("options")) options(given->fields(), event.options);
         return event;
     }
 
@@ -162,6 +202,7 @@ struct EventReader {
             deal->m_strDealID = deal->getKey();
         }
         deal->m_pCommand = parser.carrier(in);
+        deal->m_nOrderKey = in.whole<std::uint64_t>("order", 0);
         return deal;
     }
 
@@ -356,6 +397,36 @@ struct EventReader {
         return event;
     }
 
+    static Event commandResult(EventReader&, const CFields& in) {
+        return CommandResultEvent{in.need("number").whole<int>(1), copied(in.text("error", ""))};
+    }
+
+    static Event reject(EventReader&, const CFields& in) {
+        return RejectEvent{copied(in.text("account")), in.need("times").whole<int>(1)};
+    }
+
+    static Event silent(EventReader&, const CFields& in) {
+        return SilentEvent{in.need("seconds").realWithin(0.0, LONGEST_SECONDS)};
+    }
+
+    static Event fault(EventReader&, const CFields& in) {
+        FaultEvent event;
+        event.service = namedBy(in.need("service"), paper::serviceNamed, "service");
+        event.kind = namedBy(in.need("kind"), paper::faultNamed, "kind of fault");
+        event.times = in.need("times").whole<int>(1);
+        return event;
+    }
+
+    static Event disk(EventReader&, const CFields& in) {
+        DiskEvent event;
+        TC::disk::Fault& fault = event.fault;
+        fault.step = namedBy(in.need("step"), stepNamed, "step of the disk");
+        fault.after = in.need("after").whole<int>(0);
+        fault.error = namedBy(in.need("error"), errorNamed, "error of the disk");
+        fault.times = in.need("times").whole<int>(1);
+        return event;
+    }
+
     static Event call(EventReader&, const CFields& in) {
         CallEvent event;
         event.op = in.text("op");
@@ -410,6 +481,12 @@ constexpr std::array<Kind, std::variant_size_v<Event>> KINDS = {{
     {"userDataChanged", EventReader::plain<UserDataChangedEvent>},
     {"send", EventReader::send},
     {"startTask", EventReader::startTask},
+    {"commandResult", EventReader::commandResult},
+    {"reject", EventReader::reject},
+    {"silent", EventReader::silent},
+    {"fault", EventReader::fault},
+    {"disk", EventReader::disk},
+    {"crash", EventReader::plain<CrashEvent>},
     {"call", EventReader::call},
     {"file", EventReader::file},
     {"writeFile", EventReader::writeFile},
@@ -424,16 +501,18 @@ boost::shared_ptr<vexservice::CCommandRecord> CEventParser::carrier(const CField
     const auto strategy = fields.find("strategy");
     const auto strategy2 = fields.find("strategy2");
     const auto tag = fields.find("tag");
-    if (!strategy && !strategy2 && !tag) return {};
+    const int command = wholeFrom(fields, "command", 0);
+    if (!strategy && !strategy2 && !tag && command == 0) return {};
     const auto textOf = [](const std::optional<CValue>& value) {
         return value ? value->text() : std::string_view();
     };
-    const std::tuple key(textOf(strategy), textOf(strategy2), textOf(tag));
+    const std::tuple key(textOf(strategy), textOf(strategy2), textOf(tag), command);
     if (const auto known = m_carriers.find(key); known != m_carriers.end()) return known->second;
     auto made = boost::make_shared<vexservice::CCommandRecord>();
     made->m_strStrategyName = std::get<0>(key);
     made->m_strStrategyName2 = std::get<1>(key);
     made->m_strTag = std::get<2>(key);
+    made->m_nCommand = command;
     if (m_carriers.size() >= KEPT_CARRIERS) m_carriers.clear();
     m_carriers.emplace(CarrierKey(key), made);
     return made;

@@ -28,7 +28,7 @@ private:
     /// Strategy carriers are equal for thousands of reports and are never changed, so
     /// reports share them.
     boost::shared_ptr<vexservice::CCommandRecord> carrier(const CFields& fields);
-    using CarrierKey = std::tuple<std::string, std::string, std::string>;
+    using CarrierKey = std::tuple<std::string, std::string, std::string, int>;
     /// Also compares keys of views, which copy no text.
     struct CarrierLess {
         using is_transparent = void;
@@ -37,9 +37,9 @@ private:
             return views(left) < views(right);
         }
         template <class Key>
-        static std::tuple<std::string_view, std::string_view, std::string_view> views(
+        static std::tuple<std::string_view, std::string_view, std::string_view, int> views(
             const Key& key) {
-            return {std::get<0>(key), std::get<1>(key), std::get<2>(key)};
+            return {std::get<0>(key), std::get<1>(key), std::get<2>(key), std::get<3>(key)};
         }
     };
     std::map<CarrierKey, boost::shared_ptr<vexservice::CCommandRecord>, CarrierLess> m_carriers;

@@ -22,17 +22,22 @@ std::string inQuotes(std::string_view text) { return "\"" + std::string(text) + 
 
 }  // namespace
 
-CEventPlayer::CEventPlayer(const paper::ClientConfig& config, paper::CPaperClient& client,
-                           paper::CVirtualLoop& loop, COutput& output, QString balanceDir)
+CEventPlayer::CEventPlayer(const paper::ClientConfig& config, const TC::LinkageOptions& options,
+                           paper::CPaperClient& client, paper::CVirtualLoop& loop, COutput& output,
+                           QString balanceDir)
     : m_config(config),
+      m_options(options),
       m_client(client),
       m_loop(loop),
       m_output(output),
-      m_balanceDir(std::move(balanceDir)) {}
+      m_balanceDir(std::move(balanceDir)) {
+    TC::disk::begin();
+}
 
 CEventPlayer::~CEventPlayer() {
     m_pSignals.reset();
     ManagerSingleton::release();
+    TC::disk::end();
 }
 
 void CEventPlayer::play(const Event& event) {
@@ -171,11 +176,46 @@ void CEventPlayer::on(const StartTaskEvent& event) {
                        event.slices, event.seconds, event.strategy, event.server);
 }
 
+void CEventPlayer::on(const RejectEvent& event) {
+    needPaperExchange("reject");
+    needAccount(event.account);
+    m_client.rejectOrders(event.account, event.times);
+}
+
+void CEventPlayer::on(const SilentEvent& event) {
+    needPaperExchange("silent");
+    m_client.beSilent(event.seconds);
+}
+
+// -------------------------------------------------------------------------- faults
+
+void CEventPlayer::on(const CommandResultEvent& event) {
+    if (m_client.repeatCommandResult(event.number, event.error)) return;
+    throw LineError("field \"number\": there is no command " + std::to_string(event.number));
+}
+
+void CEventPlayer::on(const FaultEvent& event) {
+    m_client.setFault(event.service, event.kind, event.times);
+}
+
+void CEventPlayer::on(const DiskEvent& event) { TC::disk::fail(event.fault); }
+
+// The manager is taken down after its disk, so nothing that it still does is left of it.
+void CEventPlayer::on(const CrashEvent&) {
+    TC::disk::crash();
+    m_pSignals.reset();
+    ManagerSingleton::release();
+    TC::disk::restart();
+}
+
 // ------------------------------------------------------------------------- manager
 
 TC::CLinkageManager& CEventPlayer::takeManager() {
     TC::CLinkageManager& manager = *ManagerSingleton::instance();
-    if (!m_pSignals) m_pSignals = std::make_unique<CSignalObserver>(manager, m_output);
+    if (!m_pSignals) {
+        m_pSignals = std::make_unique<CSignalObserver>(manager, m_output);
+        manager.setOptions(m_options);
+    }
     return manager;
 }
 

@@ -15,8 +15,10 @@ namespace replay {
 class CEventPlayer {
 public:
     /// `balanceDir`: where the library keeps its files.
-    CEventPlayer(const paper::ClientConfig& config, paper::CPaperClient& client,
-                 paper::CVirtualLoop& loop, COutput& output, QString balanceDir);
+    /// `options`: what every manager is given when it is made.
+    CEventPlayer(const paper::ClientConfig& config, const TC::LinkageOptions& options,
+                 paper::CPaperClient& client, paper::CVirtualLoop& loop, COutput& output,
+                 QString balanceDir);
     /// Takes the manager down, silently.
     ~CEventPlayer();
 
@@ -50,6 +52,12 @@ private:
     void on(const UserDataChangedEvent& event);
     void on(const SendEvent& event);
     void on(const StartTaskEvent& event);
+    void on(const CommandResultEvent& event);
+    void on(const RejectEvent& event);
+    void on(const SilentEvent& event);
+    void on(const FaultEvent& event);
+    void on(const DiskEvent& event);
+    void on(const CrashEvent& event);
     void on(const CallEvent& event);
     void on(const FileEvent& event);
     void on(const WriteFileEvent& event);
@@ -63,6 +71,7 @@ private:
     QString pathOf(const std::string& name) const;
 
     const paper::ClientConfig m_config;
+    const TC::LinkageOptions m_options;
     paper::CPaperClient& m_client;
     paper::CVirtualLoop& m_loop;
     COutput& m_output;

@@ -45,12 +45,13 @@ void CRequestObserver::onOperateTask(std::uint64_t taskKey, bool server,
     m_output.endLine();
 }
 
-void CRequestObserver::onCommand(const vexservice::COrderComandParam& command) {
+void CRequestObserver::onCommand(const vexservice::COrderComandParam& command, int number) {
     CJsonWriter& out = m_output.beginLine();
     out.written(m_output.at());
     out.member("commandType", command.m_nCommandType);
     out.member("flag", command.m_bGroup);
     out.member("marker", command.m_nStrategyMarker);
+    if (m_bNumbers) out.member("number", number);
     out.key("orders");
     out.beginArray();
     for (const auto& order : command.m_orders) writeOrder(out, *order);
@@ -127,6 +128,7 @@ void CSignalObserver::plain(boost::signals2::signal<void()>& signal, std::string
 CLogObserver::CLogObserver(COutput* output) : m_output(output) {
     g_VexStdLogger.setSilent(!m_output);
     g_VexStdLogger.setTap([this](std::string_view, const std::string& message) {
+        if (m_bMuted) return;
         if (std::this_thread::get_id() == m_owner) {
             line(message);
             return;

@@ -6,6 +6,7 @@
 
 #include <boost/signals2/connection.hpp>
 
+#include <atomic>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -17,15 +18,17 @@ namespace replay {
 /// The requests that reach the client.
 class CRequestObserver final : public paper::IClientObserver {
 public:
-    explicit CRequestObserver(COutput& output) : m_output(output) {}
+    /// `numbers`: commands are written with their numbers.
+    CRequestObserver(COutput& output, bool numbers) : m_output(output), m_bNumbers(numbers) {}
 
     void onCancelOrder(const vexservice::COrderDetail& order) override;
     void onOperateTask(std::uint64_t taskKey, bool server,
                        const vexservice::CTaskOpRecord& record) override;
-    void onCommand(const vexservice::COrderComandParam& command) override;
+    void onCommand(const vexservice::COrderComandParam& command, int number) override;
 
 private:
     COutput& m_output;
+    const bool m_bNumbers;
 };
 
 /// The signals of one manager, from its making until this object goes.
@@ -56,11 +59,14 @@ public:
     CLogObserver& operator=(const CLogObserver&) = delete;
 
     void collect();
+    /// While muted, lines are dropped.
+    void mute(bool muted) { m_bMuted = muted; }
 
 private:
     void line(const std::string& message);
 
     COutput* m_output;
+    std::atomic<bool> m_bMuted{false};
     const std::thread::id m_owner = std::this_thread::get_id();
     std::mutex m_mutex;
     std::vector<std::string> m_foreign;

@@ -8,7 +8,7 @@ namespace {
 
 std::map<std::string_view, const Operation*> allOperations() {
     std::map<std::string_view, const Operation*> all;
-    for (const auto family : {actionOperations(), queryOperations()}) {
+    for (const auto family : {actionOperations(), queryOperations(), reportOperations()}) {
         for (const Operation& operation : family) all.emplace(operation.name, &operation);
     }
     return all;
@@ -24,8 +24,10 @@ const Operation& findOperation(const CallEvent& event) {
     simdjson::dom::array args;
     if (event.args && event.args->get(args)) throw LineError("field \"args\": wrong type");
     const std::size_t given = event.args ? args.size() : 0;
-    if (given != operation.arguments) {
+    const std::size_t least = operation.arguments - operation.optional;
+    if (given < least || given > operation.arguments) {
         throw LineError("field \"args\": " + event.op + " takes " +
+                        (operation.optional > 0 ? std::to_string(least) + " to " : std::string()) +
                         std::to_string(operation.arguments) + " arguments, not " +
                         std::to_string(given));
     }

@@ -17,17 +17,20 @@ struct Call {
     CJsonWriter& result;
 
     CValue arg(std::size_t index) const { return args.at(index); }
+    bool has(std::size_t index) const { return index < args.size(); }
 };
 
 struct Operation {
     std::string_view name;
-    std::size_t arguments;
+    std::size_t arguments;  ///< the most that it takes
     void (*run)(Call&);
+    std::size_t optional = 0;  ///< so many of them, the last ones, may be left out
 };
 
 /// By family; see operations.cpp.
 std::span<const Operation> actionOperations();
 std::span<const Operation> queryOperations();
+std::span<const Operation> reportOperations();
 
 /// Throws LineError when there is no such operation, or with fewer or more arguments.
 const Operation& findOperation(const CallEvent& event);

@@ -16,7 +16,8 @@ constexpr int MOST_TOGETHER = 256;
 /// Writes requests out and passes them on.
 class CSession::CRequests final : public paper::IClientObserver {
 public:
-    CRequests(COutput& output, paper::IClientObserver* next) : m_written(output), m_next(next) {}
+    CRequests(COutput& output, bool guard, paper::IClientObserver* next)
+        : m_written(output, guard), m_next(next) {}
 
     void onCancelOrder(const vexservice::COrderDetail& order) override {
         m_written.onCancelOrder(order);
@@ -27,9 +28,9 @@ public:
         m_written.onOperateTask(taskKey, server, record);
         if (m_next) m_next->onOperateTask(taskKey, server, record);
     }
-    void onCommand(const vexservice::COrderComandParam& command) override {
-        m_written.onCommand(command);
-        if (m_next) m_next->onCommand(command);
+    void onCommand(const vexservice::COrderComandParam& command, int number) override {
+        m_written.onCommand(command, number);
+        if (m_next) m_next->onCommand(command, number);
     }
     void onCommandOrder(const vexservice::COrderComandParam& command, const std::string& accountKey,
                         std::uint64_t orderKey) override {
@@ -79,11 +80,11 @@ void CSession::start(const ConfigEvent& event) {
     m_pLog = std::make_unique<CLogObserver>(m_options.log ? &m_output : nullptr);
     m_pLoop = std::make_unique<paper::CVirtualLoop>(now);
     m_pLoop->setSettle([this] { return settle(); });
-    m_pRequests = std::make_unique<CRequests>(m_output, m_options.requests);
+    m_pRequests = std::make_unique<CRequests>(m_output, event.options.guard, m_options.requests);
     m_pClient =
         std::make_unique<paper::CPaperClient>(m_pLoop->service(), config, m_pRequests.get());
-    m_pPlayer =
-        std::make_unique<CEventPlayer>(config, *m_pClient, *m_pLoop, m_output, m_balanceDir);
+    m_pPlayer = std::make_unique<CEventPlayer>(config, event.options, *m_pClient, *m_pLoop,
+                                               m_output, m_balanceDir);
 }
 
 bool CSession::settle() {
@@ -109,7 +110,11 @@ void CSession::play(const Event& event) {
     }
     const bool report = joins(event);
     if (!report) rest();
+    // A process that is gone says nothing.
+    const bool gone = std::holds_alternative<CrashEvent>(event);
+    m_pLog->mute(gone);
     m_pPlayer->play(event);
+    m_pLog->mute(false);
     if (++m_nWaiting >= (report ? MOST_TOGETHER : 1)) rest();
 }
 

@@ -2,6 +2,8 @@
 
 #include "replay/scenarioline.h"
 
+#include <fmt/format.h>
+
 #include <QDateTime>
 #include <QString>
 #include <QTimeZone>
@@ -58,5 +60,10 @@ std::string dateText(int day) {
 }
 std::string todayText(std::int64_t micros) { return formatted(micros / 1'000'000, "%Y%m%d"); }
 std::string timeText(std::int64_t micros) { return formatted(micros / 1'000'000, "%H%M%S"); }
+
+std::string momentText(std::int64_t micros) {
+    return fmt::format("{}.{:03}", formatted(micros / 1'000'000, "%H:%M:%S"),
+                       micros / 1'000 % 1'000);
+}
 
 }  // namespace replay

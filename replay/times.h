@@ -29,5 +29,7 @@ std::string dateText(int day);
 /// The clock's local date "yyyyMMdd" and time "hhmmss".
 std::string todayText(std::int64_t micros);
 std::string timeText(std::int64_t micros);
+/// "hh:mm:ss.zzz", local.
+std::string momentText(std::int64_t micros);
 
 }  // namespace replay

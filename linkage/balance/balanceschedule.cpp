@@ -1,5 +1,6 @@
 #include "linkage/balance/balanceaccount.h"
 #include "linkage/balance/balancestate.h"
+#include "linkage/balance/balancetimes.h"
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/enginestate.h"
 #include "linkage/core/guarded.h"
@@ -14,6 +15,11 @@ constexpr std::int64_t WATCHDOG_MICROS = 1'000'000;
 // ------------------------------------------------------------- balance times
 
 void CLinkageManager::addBalanceTime(const std::string& key, const std::string& time) {
+    if ((m_options.guard || m_options.keepBalanceTimes) && !isTimeOfDay(time)) {
+        VEX_INFO("TC::CLinkageManager::addBalanceTime", "{0}: \"{1}\" is no time of day", key,
+                 time);
+        return;
+    }
     m_pBalance->m_balanceTimes.with([&](auto& times) { times[key] = time; });
     writeBlanaceTime();
 }

@@ -5,52 +5,54 @@
 #include "linkage/core/published.h"
 #include "linkage/core/quotes.h"
 #include "linkage/core/raise.h"
+#include "linkage/core/reconciliation.h"
 #include "linkage/ledger/daykey.h"
 #include "linkage/ledger/ledger.h"
 #include "platform/log.h"
 #include "platform/services/tradercenter.h"
 #include "platform/utils/keys.h"
 
-#include <boost/pointer_cast.hpp>
-
 namespace TC {
 
 namespace {
-
-using Records = std::vector<boost::shared_ptr<vexservice::IData>>;
 
 vexservice::IDataCenter& dataCenter() {
     return *vexservice::TraderCenter::instance()->getDataCenter();
 }
 
-Records recordsOf(const vexservice::CAccountData& data, int type) {
-    Records records;
-    data.getVector(type, records);
-    return records;
+/// The account's data; empty when there is none or the data center fails.
+boost::shared_ptr<vexservice::CAccountData> findData(const char* operation, std::uint64_t hash) {
+    try {
+        return dataCenter().getAccountData(hash);
+    } catch (...) {
+        logThrown(operation);
+        return {};
+    }
 }
 
 }  // namespace
 
 void CLinkageManager::requestAccounts() {
-    post([this] { doRequestAccounts(); });
+    post([this] { doRequestAccounts(ELoadCause::Request); });
 }
 
 void CLinkageManager::requestAccount(const std::string& accountKey) {
     if (!m_pEngine->hasStrand()) return;
-    const auto accountData = dataCenter().getAccountData(utils::hash(accountKey));
-    if (accountData) post([this, accountData] { doRequestAccount(accountData); });
+    const auto accountData = findData("CLinkageManager::requestAccount", utils::hash(accountKey));
+    if (!accountData) return;
+    post([this, accountData] { doRequestAccount(accountData, ELoadCause::Request); });
 }
 
 void CLinkageManager::slotRefreshAccount(const vexservice::CAccountInfo& accountInfo) {
-    const auto accountData = dataCenter().getAccountData(accountInfo.hash());
+    const auto accountData = findData("CLinkageManager::slotRefreshAccount", accountInfo.hash());
     if (!accountData) return;
     VEX_INFO("CLinkageManager::slotRefreshAccount", "CLinkageManager::slotRefreshAccount, acc:{0}",
              accountInfo.getKey());
-    post([this, accountData] { doRequestAccount(accountData); });
+    post([this, accountData] { doRequestAccount(accountData, ELoadCause::AccountReady); });
 }
 
 void CLinkageManager::slotProxyLoginStatus(EProxyConnectionStatus status, QString) {
-    if (isProxyLoginSuccess(status)) post([this] { doRequestAccounts(); });
+    if (isProxyLoginSuccess(status)) post([this] { doRequestAccounts(ELoadCause::Login); });
 }
 
 void CLinkageManager::slotNewTradingDate(std::string date) {
@@ -65,7 +67,7 @@ void CLinkageManager::slotNewTradingDate(std::string date) {
         newStoreDay();
     }
     post([this] { doRequestTask(); });
-    post([this] { doRequestAccounts(); });
+    post([this] { doRequestAccounts(ELoadCause::Rollover); });
     post([this, date] { doNewTradingDay(date); });
 }
 
@@ -73,65 +75,13 @@ void CLinkageManager::doNewTradingDay(const std::string& date) {
     raise("CLinkageManager::doNewTradingDay", m_sigNewTradingDay, date);
 }
 
-void CLinkageManager::doRequestAccounts() {
+void CLinkageManager::doRequestAccounts(ELoadCause cause) {
     VEX_INFO("CLinkageManager::doRequestAccounts", "CLinkageManager::doRequestAccounts");
     std::vector<boost::shared_ptr<vexservice::CAccountData>> accounts;
     dataCenter().getAllAccountData(accounts);
     for (const auto& account : accounts) {
-        if (account && account->getAccountInfo()) doRequestAccount(account);
+        if (account && account->getAccountInfo()) doRequestAccount(account, cause);
     }
-}
-
-void CLinkageManager::doRequestAccount(
-    const boost::shared_ptr<vexservice::CAccountData>& accountData) {
-    const auto info = accountData ? accountData->getAccountInfo() : nullptr;
-    if (!info) return;
-    const std::string key = info->getKey();
-    VEX_INFO("CLinkageManager::doRequestAccount", "CLinkageManager::doRequestAccount, acc:{0}",
-             key);
-    {
-        const CLock lock(m_mutex);
-        m_pAccounts->m_infos.emplace(key, info);
-    }
-    removeAccountDatas(key);
-
-    for (const auto& record : recordsOf(*accountData, vexservice::DATA_ORDER)) {
-        doOrderDetail(key, boost::dynamic_pointer_cast<vexservice::COrderDetail>(record));
-    }
-    for (const auto& record : recordsOf(*accountData, vexservice::DATA_DEAL)) {
-        doDealDetail(key, boost::dynamic_pointer_cast<vexservice::CDealDetail>(record));
-    }
-    for (const auto& record : recordsOf(*accountData, vexservice::DATA_POSITION)) {
-        doPositionStat(key, boost::dynamic_pointer_cast<vexservice::CPositionStatics>(record));
-    }
-    subscribeAccount(key);
-}
-
-void CLinkageManager::subscribeAccount(const std::string& accountKey) {
-    const CLock lock(m_mutex);
-    m_pAccounts->disconnect(accountKey);
-    auto& connections = m_pAccounts->m_connections[accountKey];
-    using Callback =
-        void (CLinkageManager::*)(const std::string&, const boost::shared_ptr<vexservice::IData>&);
-    const auto subscribe = [&](int type, Callback callback) {
-        connections.push_back(dataCenter().subscribe(
-            accountKey, type, std::string(),
-            guarded([this, callback](const std::string& key,
-                                     const boost::shared_ptr<vexservice::IData>& data) {
-                (this->*callback)(key, data);
-            })));
-    };
-    subscribe(vexservice::DATA_ORDER, &CLinkageManager::onOrderDetail);
-    subscribe(vexservice::DATA_DEAL, &CLinkageManager::onDealDetail);
-    subscribe(vexservice::DATA_POSITION, &CLinkageManager::onPositionStat);
-}
-
-void CLinkageManager::removeAccountDatas(const std::string& accountKey) {
-    const CLock lock(m_mutex);
-    m_pLedger->removeAccount(accountKey, dayKey(m_pTradeDate->get()));
-    m_pQuotes->forgetAccount(accountKey);
-    dropStatsOf(accountKey);
-    dropHistoryOrders(accountKey);
 }
 
 }  // namespace TC

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "linkage/core/linkageoptions.h"
 #include "linkage/core/mutex.h"
 #include "linkage/core/room.h"
 #include "linkage/export.h"
@@ -37,6 +38,7 @@
 namespace vexservice {
 class CAccountData;
 struct CPriceData;
+struct IData;
 }  // namespace vexservice
 
 namespace TC {
@@ -52,7 +54,10 @@ class CFileSaver;
 class CLedger;
 class CCurveData;
 class CQuotes;
+class CReconciliations;
 class CServerHistory;
+enum class ELoadCause;
+struct AccountLoad;
 struct BalancePlan;
 struct DealChange;
 struct DealReport;
@@ -68,6 +73,7 @@ struct ImportReport;
 struct ManagerState;
 struct PeriodPoint;
 struct PositionReports;
+struct Reconciliation;
 template <class T>
 class CPublished;
 
@@ -97,6 +103,13 @@ public:
     // ------------------------------------------------------------------ life
     // linkage/core/lifecycle.cpp
 
+    /// Chooses what goes beyond the usual; before init(), and the last choice counts. Refused
+    /// with a log line, and nothing changes, after init() or when a value is out of range.
+    void setOptions(const LinkageOptions& options);
+
+    /// The options as they stand. Takes the lock; after init() they do not change any more.
+    LinkageOptions options() const;
+
     /// Connects the manager to the client's services, requests tasks and accounts and
     /// starts the calculators. A second call does nothing.
     void init();
@@ -117,7 +130,7 @@ public:
     std::vector<std::string> checkIntegrity() const;
 
     // ------------------------------------------------------ account registry
-    // linkage/core/accountregistry.cpp; before init() requests do nothing
+    // linkage/core/accountregistry.cpp, accountload.cpp; before init() requests do nothing
 
     /// Requests every account that the data center knows. Takes no lock.
     void requestAccounts();
@@ -125,6 +138,12 @@ public:
     /// Requests one account; nothing happens when the data center does not know it.
     /// Takes no lock.
     void requestAccount(const std::string& accountKey);
+
+    /// What loading accounts again (login, account ready, request, rollover) showed to have
+    /// been missed, oldest first; one for each such load, the newest 1,000. A load that found
+    /// anything raises sigReconciled; with LinkageOptions::guard it is logged as well. See
+    /// linkage/core/reconciliation.h.
+    std::vector<Reconciliation> getReconciliations() const;
 
     // ----------------------------------------------------------- calculators
     // linkage/stats/calculators.cpp, linkage/stats/extcalculator.cpp
@@ -271,6 +290,16 @@ public:
 
     /// The table of balance times: key (account, ":", strategy) to "hhmmss". Each
     /// change is saved. These never wait for the manager's lock.
+    ///
+    /// The table is for the client: it is the client who looks at the clock and asks for the
+    /// balance (runAutoBalance) at its time; the manager starts none by itself. A time is kept
+    /// over a restart only with the pair's history record, and only until the history is saved
+    /// by another change: a pair without a record has lost its time when the manager is made
+    /// anew. With LinkageOptions::keepBalanceTimes the whole table is kept in a file of its own
+    /// and read by setOptions(); a time of the history files holds before one of that file.
+    ///
+    /// Any text is taken as a time; with keepBalanceTimes or the guard only a time of day,
+    /// "000000" to "235959", and any other is refused with a log line.
     void addBalanceTime(const std::string& key, const std::string& time);
     bool deleteBalanceTime(const std::string& key);
     std::map<std::string, std::string> getBalanceTime() const;
@@ -403,6 +432,9 @@ public:
     boost::signals2::signal<void()> sigStocksChanged;
     boost::signals2::signal<void()> sigStrategysChanged;
     boost::signals2::signal<void()> sigStatDataChanged;
+    /// Loading an account again showed that something had been missed. Raised under the
+    /// manager's lock, on the strand.
+    boost::signals2::signal<void(const Reconciliation&)> sigReconciled;
     /// The whole history store was deleted. Raised under the manager's lock, on the thread
     /// that deletes; a slot may release the manager all the same.
     boost::signals2::signal<void()> sigHistoryCleared;
@@ -436,9 +468,15 @@ protected:
     void drainInbox();
     void handle(InboxItem& item);
 
-    // account registry: linkage/core/accountregistry.cpp
-    void doRequestAccounts();
-    void doRequestAccount(const boost::shared_ptr<vexservice::CAccountData>& accountData);
+    // account registry: linkage/core/accountregistry.cpp, accountload.cpp
+    void doRequestAccounts(ELoadCause cause);
+    void doRequestAccount(const boost::shared_ptr<vexservice::CAccountData>& accountData,
+                          ELoadCause cause);
+    using Records = std::vector<boost::shared_ptr<vexservice::IData>>;
+    void replay(const std::string& accountKey, const Records& orders, const Records& deals,
+                const Records& positions);
+    void reconcile(const AccountLoad& load);
+    void noteReconciliation(const Reconciliation& found) LINKAGE_REQUIRES(m_mutex);
     void subscribeAccount(const std::string& accountKey);
     void removeAccountDatas(const std::string& accountKey);
     void doNewTradingDay(const std::string& date);
@@ -532,6 +570,7 @@ protected:
     // files: linkage/store/savefiles.cpp, linkage/store/loadfiles.cpp
     RoomPtr<CFileSaver> makeSaver();
     void readFromFile();
+    void readKeptBalanceTimes();
     /// The rows of each file as they stand now; also sets the write stamp.
     std::map<std::string, std::string> writeToFile(bool withTime);
     std::map<std::string, std::string> writeBlanaceTimeToFile();
@@ -588,6 +627,8 @@ protected:
     mutable CRecursiveMutex m_mutex;
     bool m_bInited LINKAGE_GUARDED_BY(m_mutex) = false;
     bool m_bClientType3 = false;  ///< constant from construction on
+    /// Written under the lock and before init() alone; handlers read it without.
+    LinkageOptions m_options;
 
     boost::shared_ptr<CDoor> m_pDoor;
     std::unique_ptr<CPublished<std::string>> m_pTradeDate;  ///< lock of its own
@@ -597,10 +638,11 @@ protected:
     std::unique_ptr<FollowedAccounts> m_pAccounts;  ///< whose records are followed
     std::unique_ptr<CQuotes> m_pQuotes;             ///< price subscriptions
     std::unique_ptr<CLedger> m_pLedger;             ///< orders, deals and all figures of them
-    RoomPtr<CCurveData> m_pCurveData;               ///< what curves are made of
-    RoomPtr<PositionReports> m_pPositionReports;    ///< what positions are merged from
-    RoomPtr<BalanceState> m_pBalance;               ///< pending balances, balance times
-    RoomPtr<HistoryState> m_pHistory;               ///< the history store and its files' state
+    std::unique_ptr<CReconciliations> m_pReconciliations;  ///< what loads had missed
+    RoomPtr<CCurveData> m_pCurveData;                      ///< what curves are made of
+    RoomPtr<PositionReports> m_pPositionReports;           ///< what positions are merged from
+    RoomPtr<BalanceState> m_pBalance;                      ///< pending balances, balance times
+    RoomPtr<HistoryState> m_pHistory;  ///< the history store and its files' state
     RoomPtr<CServerHistory> m_pServerHistory;
     RoomPtr<ImportedRecords> m_pImported;
     RoomPtr<CFileSaver> m_pSaver;

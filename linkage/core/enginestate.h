@@ -41,6 +41,12 @@ struct EngineState {
     CInbox m_inbox;
     std::vector<InboxItem> m_batch;  ///< what the strand is at; its own
 
+    /// The reports of an account that were announced and not handled yet. On the strand.
+    void gatherWaiting(const std::string& accountKey, WaitingReports& found) const {
+        CInbox::gatherFrom(m_batch, accountKey, found);
+        m_inbox.gather(accountKey, found);
+    }
+
     boost::shared_ptr<TaskConnection> m_taskConnection;
     boost::signals2::connection m_userDataConnection;
 };

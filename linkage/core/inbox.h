@@ -7,6 +7,7 @@
 #include <boost/shared_ptr.hpp>
 
 #include <mutex>
+#include <set>
 #include <string>
 #include <variant>
 #include <vector>
@@ -22,6 +23,9 @@ struct InboxItem {
                  boost::shared_ptr<vexservice::CDealDetail>>
         what;
 };
+
+/// Reports, by address.
+using WaitingReports = std::set<const vexservice::IData*>;
 
 /// What waits for the strand, in the order of arrival. The strand is told once per
 /// batch, not once per report: in a storm that is most of the cost of a post.
@@ -52,10 +56,25 @@ public:
         return !items.empty();
     }
 
+    /// The reports of an account that wait, by address.
+    void gather(const std::string& accountKey, WaitingReports& found) const {
+        const std::lock_guard lock(m_mutex);
+        gatherFrom(m_items, accountKey, found);
+    }
+
+    static void gatherFrom(const std::vector<InboxItem>& items, const std::string& accountKey,
+                           WaitingReports& found) {
+        for (const InboxItem& item : items) {
+            if (item.accountKey != accountKey) continue;
+            if (const auto* order = std::get_if<1>(&item.what)) found.insert(order->get());
+            if (const auto* deal = std::get_if<2>(&item.what)) found.insert(deal->get());
+        }
+    }
+
     static constexpr std::size_t KEPT_ROOM = 4096;
 
 private:
-    std::mutex m_mutex;
+    mutable std::mutex m_mutex;
     std::vector<InboxItem> m_items;
     bool m_bTold = false;
 };

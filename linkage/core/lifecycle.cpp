@@ -6,8 +6,10 @@
 #include "linkage/core/published.h"
 #include "linkage/core/quotes.h"
 #include "linkage/core/raise.h"
+#include "linkage/core/reconciliation.h"
 #include "linkage/ledger/daykey.h"
 #include "linkage/ledger/ledger.h"
+#include "platform/log.h"
 #include "platform/services/clientconfig.h"
 #include "platform/services/rpcengine.h"
 #include "platform/services/tradercenter.h"
@@ -42,6 +44,7 @@ CLinkageManager::CLinkageManager()
       m_pAccounts(std::make_unique<FollowedAccounts>()),
       m_pQuotes(std::make_unique<CQuotes>()),
       m_pLedger(std::make_unique<CLedger>(m_bClientType3)),
+      m_pReconciliations(std::make_unique<CReconciliations>()),
       m_pCurveData(makeCurveData()),
       m_pPositionReports(makePositionReports()),
       m_pBalance(makeBalanceState()),
@@ -51,6 +54,23 @@ CLinkageManager::CLinkageManager()
       m_pSaver(makeSaver()) {
     registerMetaTypes();
     readFromFile();
+}
+
+void CLinkageManager::setOptions(const LinkageOptions& options) {
+    constexpr auto operation = "CLinkageManager::setOptions";
+    const CLock lock(m_mutex);
+    const std::string fault = m_bInited ? "the manager was initialised before" : faultOf(options);
+    if (!fault.empty()) {
+        VEX_INFO(operation, "options are left as they are: {0}", fault);
+        return;
+    }
+    m_options = options;
+    if (options.keepBalanceTimes) readKeptBalanceTimes();
+}
+
+LinkageOptions CLinkageManager::options() const {
+    const CLock lock(m_mutex);
+    return m_options;
 }
 
 void CLinkageManager::init() {
@@ -81,7 +101,7 @@ void CLinkageManager::init() {
     EngineState& engine = *m_pEngine;
     engine.setStrand(utils::CSingletonT<net::RPCEngine>::instance()->getStrand("linkage"));
     post([this] { doRequestTask(); });
-    post([this] { doRequestAccounts(); });
+    post([this] { doRequestAccounts(ELoadCause::Request); });
 
     for (EngineState::Timer* timer :
          {&engine.m_extTimer, &engine.m_statTimer, &engine.m_autoBalanceTimer,

@@ -1,5 +1,6 @@
 #include "linkage/store/filesaver.h"
 
+#include "linkage/balance/balancetimes.h"
 #include "platform/log.h"
 
 #include <utility>
@@ -10,7 +11,7 @@ namespace TC {
 namespace {
 
 // The order in which a save puts its files into place.
-constexpr const char* FILES[] = {STAT_FILE, BALANCE_FILE, DETAIL_FILE};
+constexpr const char* FILES[] = {STAT_FILE, BALANCE_FILE, DETAIL_FILE, BALANCE_TIMES_FILE};
 
 std::string stagePath(const std::string& path) { return path + ".new"; }
 

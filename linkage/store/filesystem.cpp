@@ -1,5 +1,7 @@
 #include "linkage/store/filesystem.h"
 
+#include "linkage/store/diskmodel.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,17 +12,36 @@
 
 namespace TC {
 
+namespace {
+
+int openToRead(const std::string& path) {
+    const disk::CStep step(disk::EStep::Open);
+    return step.fails() ? -1 : ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+}
+
+}  // namespace
+
 bool CDiskFiles::makeDirectory(const std::string& path) {
     std::error_code error;
     if (std::filesystem::is_directory(path, error)) return true;
-    if (!std::filesystem::create_directories(path, error)) return false;
-    flushDirectory(std::filesystem::path(path).parent_path().string());
-    return true;
+    const std::string parent = std::filesystem::path(path).parent_path().string();
+    if (parent.empty() || parent == path || !makeDirectory(parent)) return false;
+    {
+        disk::CStep step(disk::EStep::MakeDirectory);
+        if (step.fails() || ::mkdir(path.c_str(), 0777) != 0) return false;
+        step.madeDirectory(path);
+    }
+    if (flushDirectory(parent)) return true;
+    // One that may be gone after a power cut is not taken for there.
+    const int why = errno;
+    ::rmdir(path.c_str());
+    errno = why;
+    return false;
 }
 
 IFileSystem::ERead CDiskFiles::read(const std::string& path, std::string& bytes) {
     bytes.clear();
-    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    const int file = openToRead(path);
     if (file < 0) return errno == ENOENT ? ERead::Missing : ERead::Failed;
     struct stat status {};
     bool whole = ::fstat(file, &status) == 0 && S_ISREG(status.st_mode);
@@ -43,12 +64,17 @@ bool CDiskFiles::mayWrite(const std::string& path) {
 }
 
 int CDiskFiles::create(const std::string& path, const std::string& like) {
+    disk::CStep step(disk::EStep::Open);
+    if (step.fails()) return -1;
+    step.touch(path);
     std::error_code error;
-    std::filesystem::remove(path, error);
+    if (std::filesystem::remove(path, error)) step.removed(path);
     const int file =
         ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
+    if (file < 0) return file;
+    step.created(path, file);
     struct stat status {};
-    if (file >= 0 && ::stat(like.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
+    if (::stat(like.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
         // What a user closed to others stays closed.
         if (::fchmod(file, status.st_mode & 07777) != 0) errno = 0;
     }
@@ -57,29 +83,59 @@ int CDiskFiles::create(const std::string& path, const std::string& like) {
 
 bool CDiskFiles::write(int file, std::string_view bytes) {
     while (!bytes.empty()) {
-        const ssize_t count = ::write(file, bytes.data(), bytes.size());
+        disk::CStep step(disk::EStep::Write);
+        if (step.fails()) return false;
+        const std::size_t part = step.isShort() ? (bytes.size() + 1) / 2 : bytes.size();
+        const ssize_t count = ::write(file, bytes.data(), part);
         if (count < 0 && errno == EINTR) continue;
         if (count <= 0) return false;
+        step.wrote(file, bytes.substr(0, static_cast<std::size_t>(count)));
         bytes.remove_prefix(static_cast<std::size_t>(count));
     }
     return true;
 }
 
-bool CDiskFiles::flush(int file) { return ::fsync(file) == 0; }
-
-bool CDiskFiles::close(int file) { return ::close(file) == 0; }
-
-bool CDiskFiles::rename(const std::string& from, const std::string& to) {
-    return std::rename(from.c_str(), to.c_str()) == 0;
+bool CDiskFiles::flush(int file) {
+    disk::CStep step(disk::EStep::Flush);
+    if (step.fails() || ::fsync(file) != 0) return false;
+    step.flushed(file);
+    return true;
 }
 
-bool CDiskFiles::remove(const std::string& path) { return ::unlink(path.c_str()) == 0; }
+bool CDiskFiles::close(int file) {
+    disk::closed(file);
+    return ::close(file) == 0;
+}
+
+bool CDiskFiles::rename(const std::string& from, const std::string& to) {
+    disk::CStep step(disk::EStep::Rename);
+    if (step.fails()) return false;
+    step.touch(from);
+    step.touch(to);
+    if (std::rename(from.c_str(), to.c_str()) != 0) return false;
+    step.renamed(from, to);
+    return true;
+}
+
+bool CDiskFiles::remove(const std::string& path) {
+    disk::CStep step(disk::EStep::Remove);
+    if (step.fails()) return false;
+    step.touch(path);
+    if (::unlink(path.c_str()) != 0) return false;
+    step.removed(path);
+    return true;
+}
 
 bool CDiskFiles::flushDirectory(const std::string& path) {
+    disk::CStep step(disk::EStep::Flush);
+    if (step.fails()) return false;
     const int directory = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (directory < 0) return false;
     const bool done = ::fsync(directory) == 0;
+    const int why = errno;
     ::close(directory);
+    errno = why;
+    if (done) step.flushedDirectory(path);
     return done;
 }
 

@@ -1,4 +1,5 @@
 #include "linkage/balance/balancestate.h"
+#include "linkage/balance/balancetimes.h"
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/ledger/daykey.h"
 #include "linkage/store/csvfiles.h"
@@ -46,6 +47,13 @@ void takeDetailRows(const std::string& text, HistoryState& history) {
 }
 
 }  // namespace
+
+void CLinkageManager::readKeptBalanceTimes() {
+    const CLock lock(m_mutex);
+    const auto text = m_pSaver->load(BALANCE_TIMES_FILE);
+    if (!text) return;
+    m_pBalance->m_balanceTimes.with([&](auto& times) { times.merge(readBalanceTimes(*text)); });
+}
 
 void CLinkageManager::readFromFile() {
     const CLock lock(m_mutex);

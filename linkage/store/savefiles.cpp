@@ -1,4 +1,5 @@
 #include "linkage/balance/balancestate.h"
+#include "linkage/balance/balancetimes.h"
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/ledger/daykey.h"
 #include "linkage/store/csvfiles.h"
@@ -77,8 +78,11 @@ std::map<std::string, std::string> CLinkageManager::writeToFile(bool withTime) {
 std::map<std::string, std::string> CLinkageManager::writeBlanaceTimeToFile() {
     const CLock lock(m_mutex);
     m_pHistory->m_strWriteTime = csv::dayStamp(todayText());
-    return {{STAT_FILE,
-             statText(*m_pHistory, csv::timesByHistoryKey(m_pBalance->m_balanceTimes.get()))}};
+    const auto times = m_pBalance->m_balanceTimes.get();
+    std::map<std::string, std::string> texts = {
+        {STAT_FILE, statText(*m_pHistory, csv::timesByHistoryKey(times))}};
+    if (m_options.keepBalanceTimes) texts[BALANCE_TIMES_FILE] = balanceTimesText(times);
+    return texts;
 }
 
 bool CLinkageManager::isNewToHistory(const std::string& historyKey,

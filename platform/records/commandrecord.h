@@ -15,6 +15,8 @@ struct PLATFORM_EXPORT CCommandRecord {
     std::string m_strStrategyName;   ///< primary name
     std::string m_strStrategyName2;  ///< secondary name
     std::string m_strTag;            ///< "历史配平" for balances of history
+    /// The number that the command center gave the command (see CDovCommandCenter); 0: not known.
+    int m_nCommand = 0;
 };
 
 }  // namespace vexservice

@@ -15,9 +15,10 @@ struct PLATFORM_EXPORT CDealDetail : INumberedData {
     double m_dAmount = 0.0;  ///< yuan
     std::string m_strMarket;
     std::string m_strCode;
-    std::string m_strTradeDate;  ///< "yyyyMMdd"
-    std::string m_strTradeTime;  ///< "hhmmss"
-    std::string m_strDealID;     ///< the exchange's number of the deal
+    std::string m_strTradeDate;     ///< "yyyyMMdd"
+    std::string m_strTradeTime;     ///< "hhmmss"
+    std::string m_strDealID;        ///< the exchange's number of the deal
+    std::uint64_t m_nOrderKey = 0;  ///< record key of the deal's order; 0: not known
     boost::shared_ptr<CAccountInfo> m_pAccountInfo;
     boost::shared_ptr<CCommandRecord> m_pCommand;  ///< strategy carrier; may be empty
     bool m_bImported = false;                      ///< read from a statement file

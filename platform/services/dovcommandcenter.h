@@ -23,6 +23,13 @@ public:
     virtual ~CDovCommandCenter() = default;
 
     /// Sends the orders of a command. `completion` may be empty.
+    ///
+    /// The completion names the command: it comes without an error and with a number above
+    /// 0, no other command's, after the call and before any report of the command's orders.
+    /// The carriers of these orders and of their deals have this number. When it comes with
+    /// an error, at once or later, no order of the whole command will come; what the command
+    /// already has of orders or deals stands. A command center that cannot give numbers
+    /// leaves the completion uncalled or gives 0, and its carriers have 0.
     virtual void createCommand(const boost::shared_ptr<vexservice::COrderComandParam>& command,
                                const boost::function<void(utils::VexError, int)>& completion,
                                bool checked, int source) = 0;

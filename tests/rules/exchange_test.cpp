@@ -148,16 +148,43 @@ TEST(PaperExchange, MakesTheOrdersOfACommandWithItsStrategies) {
     command->m_strStrategyName = "S";
     command->m_strStrategyName2 = "历史配平";
     command->m_orders = {order, order};
-    int completed = 0;
-    center.createCommand(
-        command, [&](const utils::VexError& error, int) { completed += error.isOk(); }, true, 0);
-    EXPECT_EQ(market.orders.size() + completed, 0u) << "the caller may hold locks";
-    EXPECT_EQ(market.said(), "o1:49:0 o1:50:0 o2:49:0 o2:50:0");
-    EXPECT_EQ(completed, 1);
+    market.exchange->submit({"A", "SH", "600000", BUY, 100, PRTP_FIX, 9.0});  // waits
+    std::vector<std::string> told;
+    const auto completion = [&](const utils::VexError& error, int number) {
+        told.push_back(std::to_string(number) + (error.isOk() ? "" : " refused") + " after " +
+                       std::to_string(market.orders.size()));
+    };
+    center.createCommand(command, completion, true, 0);
+    EXPECT_EQ(market.orders.size() + told.size(), 0u) << "the caller may hold locks";
+    EXPECT_EQ(market.said(), "o1:49:0 o1:50:0 o2:49:0 o2:50:0 o3:49:0 o3:50:0");
+    EXPECT_TRUE(center.repeatResult(1, "no"));
+    EXPECT_FALSE(center.repeatResult(0, "") || center.repeatResult(2, ""));
+    EXPECT_EQ(market.price(10.0), "d1:100@10 o2:56:100 d2:100@10 o3:56:100");
+    EXPECT_EQ(told, (std::vector<std::string>{"1 after 1", "1 refused after 3"}))
+        << "the number before any report of the command's orders";
+    EXPECT_EQ(market.deals[1].m_nOrderKey, 3u);
+    EXPECT_EQ(market.deals[1].m_pCommand->m_nCommand, 1);
     EXPECT_EQ(market.orders[2].m_eDirection, ENTRUST_SELL);
     const auto& carrier = *market.orders[2].m_pCommand;
     EXPECT_EQ(carrier.m_strStrategyName + "/" + carrier.m_strStrategyName2 + "/" + carrier.m_strTag,
               "first/second/历史配平");
+}
+
+TEST(PaperExchange, RejectsAndIsSilentWhenTold) {
+    Market market;
+    market.exchange->rejectNext("A", 1);
+    EXPECT_EQ(market.send(BUY, 100, 10.0), "o1:49:0 o1:50:0 o1:57:0");
+    EXPECT_EQ(market.send(BUY, 100, 10.0), "o2:49:0 o2:50:0");
+    EXPECT_EQ(market.send(BUY, 100, 9.0), "o3:49:0 o3:50:0");
+    market.exchange->beSilent(5);
+    EXPECT_EQ(market.send(SELL, 200, 11.0), "");
+    market.cancel(2);
+    market.cancel(3);
+    EXPECT_EQ(market.advance(4), "");
+    EXPECT_EQ(market.price(10.0), "d1:100@10 o2:56:100") << "what rests is matched all the same";
+    EXPECT_EQ(market.advance(1), "o4:49:0 o4:50:0 o3:54:0");
+    market.cancel(4);
+    EXPECT_EQ(market.advance(1), "o4:54:0");
 }
 
 TEST(PaperExchange, ForgetsWorkingOrdersAndTasksWhenATradeDateBegins) {

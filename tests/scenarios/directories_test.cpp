@@ -57,7 +57,8 @@ std::vector<std::string_view> eventNames(std::index_sequence<I...>) {
 TEST(Scenarios, HaveEveryLineAndOperation) {
     std::string all;
     for (const fs::path& folder : folders()) all += tests::readText(folder / "input.jsonl");
-    for (const auto family : {replay::actionOperations(), replay::queryOperations()}) {
+    for (const auto family :
+         {replay::actionOperations(), replay::queryOperations(), replay::reportOperations()}) {
         for (const replay::Operation& operation : family) {
             const std::string call = "\"op\":\"" + std::string(operation.name) + "\"";
             EXPECT_NE(all.find(call), std::string::npos) << call;

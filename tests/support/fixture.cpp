@@ -390,7 +390,7 @@ void Fixture::onOperateTask(std::uint64_t taskKey, bool server, const CTaskOpRec
     noteRequest([&] { m_seen.operations.push_back({now(), taskKey, server, record}); });
 }
 
-void Fixture::onCommand(const COrderComandParam& command) {
+void Fixture::onCommand(const COrderComandParam& command, int) {
     noteRequest([&] { m_seen.commands.push_back({now(), command}); });
 }
 

@@ -249,7 +249,7 @@ private:
     void onCancelOrder(const vexservice::COrderDetail& order) override;
     void onOperateTask(std::uint64_t taskKey, bool server,
                        const vexservice::CTaskOpRecord& record) override;
-    void onCommand(const vexservice::COrderComandParam& command) override;
+    void onCommand(const vexservice::COrderComandParam& command, int) override;
     void noteRequest(const std::function<void()>& note);
     void watch(TC::CLinkageManager& manager);
     void saw(const std::string& name, std::vector<std::string> args = {});

@@ -91,6 +91,38 @@ void drain() {
     }
 }
 
+// A stream that is already under way when the accounts are loaded, and loaded again.
+TEST(ManagerThreads, NothingOfALiveStreamIsLostWhileAccountsLoad) {
+    for (int round = 0; round < 5; ++round) {
+        Market market;
+        TC::CLinkageManager& manager = *Manager::instance();
+        std::vector<std::thread> streams;
+        for (const char* account : {"A", "B"}) {
+            streams.emplace_back([&market, account] {
+                for (int key = 1; key <= REPORTS; ++key) {
+                    market.report(account, static_cast<std::uint64_t>(key));
+                }
+            });
+        }
+        for (int again = 0; again < 5; ++again) {
+            manager.requestAccounts();
+            drain();
+        }
+        for (std::thread& each : streams) each.join();
+        while (manager.getAccounts().size() < 2) drain();
+        drain();
+        for (const std::string account : {"A", "B"}) {
+            const auto day =
+                static_cast<int>(QDateTime::fromString("20240102", "yyyyMMdd").toSecsSinceEpoch());
+            EXPECT_EQ(manager.getAccountOrders(account, day).size(), REPORTS);
+            EXPECT_EQ(manager.getAccountDeals(account, day).size(), REPORTS);
+            EXPECT_EQ(
+                manager.getTradeStatDatas(account, "")["SH600000"]->deals().m_nBuyVolume.get(),
+                REPORTS * 100);
+        }
+    }
+}
+
 TEST(ManagerThreads, IntakeWhileOthersAskRequestAndBalance) {
     Market market;
     TC::CLinkageManager& manager = *Manager::instance();

@@ -1,0 +1,230 @@
+#include "linkage/core/accounts.h"
+#include "linkage/core/clinkagemanager.h"
+#include "linkage/core/enginestate.h"
+#include "linkage/core/guarded.h"
+#include "linkage/core/published.h"
+#include "linkage/core/quotes.h"
+#include "linkage/core/raise.h"
+#include "linkage/core/reconciliation.h"
+#include "linkage/ledger/daykey.h"
+#include "linkage/ledger/ledger.h"
+#include "platform/log.h"
+#include "platform/services/tradercenter.h"
+#include "platform/utils/clock.h"
+#include "platform/utils/keys.h"
+
+#include <boost/pointer_cast.hpp>
+
+#include <unordered_set>
+
+namespace TC {
+
+namespace {
+
+constexpr char OPERATION[] = "CLinkageManager::doRequestAccount";
+
+using Records = std::vector<boost::shared_ptr<vexservice::IData>>;
+
+vexservice::IDataCenter& dataCenter() {
+    return *vexservice::TraderCenter::instance()->getDataCenter();
+}
+
+Records recordsOf(const vexservice::CAccountData& data, int type) {
+    Records records;
+    data.getVector(type, records);
+    return records;
+}
+
+/// The records of `now` that are not among those of `before`: new ones, and newer reports.
+Records differing(const Records& before, Records now) {
+    std::unordered_set<const vexservice::IData*> known;
+    std::size_t at = 0;
+    const auto isKnown = [&](const boost::shared_ptr<vexservice::IData>& record) {
+        const std::size_t place = at++;
+        if (place < before.size() && before[place] == record) return true;
+        if (known.empty()) {
+            for (const auto& each : before) known.insert(each.get());
+        }
+        return known.count(record.get()) > 0;
+    };
+    now.erase(std::remove_if(now.begin(), now.end(), isKnown), now.end());
+    return now;
+}
+
+/// A service of the client that throws costs this part of the load.
+template <class Part>
+bool loadPart(const Part& part) {
+    try {
+        part();
+        return true;
+    } catch (...) {
+        logThrown(OPERATION);
+        return false;
+    }
+}
+
+}  // namespace
+
+/// All that the data center has of an account.
+struct AccountLoad {
+    std::string account;
+    ELoadCause cause = ELoadCause::Request;
+    bool again = false;  ///< the account was loaded before
+    DayRecords before;   ///< what the manager had of the day
+    Records orders;
+    Records deals;
+    Records positions;
+
+    void read(const vexservice::CAccountData& data) {
+        orders = recordsOf(data, vexservice::DATA_ORDER);
+        deals = recordsOf(data, vexservice::DATA_DEAL);
+        positions = recordsOf(data, vexservice::DATA_POSITION);
+    }
+};
+
+// Everything is read before anything is dropped: a data center that fails leaves the account
+// as it was.
+void CLinkageManager::doRequestAccount(
+    const boost::shared_ptr<vexservice::CAccountData>& accountData, ELoadCause cause) {
+    const auto info = accountData ? accountData->getAccountInfo() : nullptr;
+    if (!info) return;
+    AccountLoad load{.account = info->getKey(), .cause = cause};
+    VEX_INFO(OPERATION, "CLinkageManager::doRequestAccount, acc:{0}", load.account);
+    if (!loadPart([&] { load.read(*accountData); })) return;
+    {
+        const CLock lock(m_mutex);
+        load.again = !m_pAccounts->m_infos.emplace(load.account, info).second;
+        if (load.again) {
+            const int day = dayKey(m_pTradeDate->get());
+            load.before = {m_pLedger->accountOrders(load.account, day),
+                           m_pLedger->accountDeals(load.account, day)};
+        }
+    }
+    removeAccountDatas(load.account);
+    replay(load.account, load.orders, load.deals, load.positions);
+    loadPart([&] { subscribeAccount(load.account); });
+    // What came after the reading and before the subscription was announced to nobody.
+    loadPart([&] {
+        AccountLoad rest{.account = load.account};
+        rest.read(*accountData);
+        replay(rest.account, differing(load.orders, rest.orders), differing(load.deals, rest.deals),
+               differing(load.positions, rest.positions));
+        load.orders = std::move(rest.orders);
+        load.deals = std::move(rest.deals);
+        load.positions = std::move(rest.positions);
+    });
+    reconcile(load);
+}
+
+void CLinkageManager::replay(const std::string& accountKey, const Records& orders,
+                             const Records& deals, const Records& positions) {
+    for (const auto& record : orders) {
+        loadPart([&] {
+            doOrderDetail(accountKey,
+                          boost::dynamic_pointer_cast<vexservice::COrderDetail>(record));
+        });
+    }
+    for (const auto& record : deals) {
+        loadPart([&] {
+            doDealDetail(accountKey, boost::dynamic_pointer_cast<vexservice::CDealDetail>(record));
+        });
+    }
+    for (const auto& record : positions) {
+        loadPart([&] {
+            doPositionStat(accountKey,
+                           boost::dynamic_pointer_cast<vexservice::CPositionStatics>(record));
+        });
+    }
+}
+
+// The new subscriptions stand before the old ones end, so nothing is announced between them.
+// What is announced twice changes nothing the second time.
+void CLinkageManager::subscribeAccount(const std::string& accountKey) {
+    const CLock lock(m_mutex);
+    using Callback =
+        void (CLinkageManager::*)(const std::string&, const boost::shared_ptr<vexservice::IData>&);
+    std::vector<boost::signals2::scoped_connection> fresh;
+    const auto subscribe = [&](int type, Callback callback) {
+        fresh.emplace_back(dataCenter().subscribe(
+            accountKey, type, std::string(),
+            guarded([this, callback](const std::string& key,
+                                     const boost::shared_ptr<vexservice::IData>& data) {
+                (this->*callback)(key, data);
+            })));
+    };
+    subscribe(vexservice::DATA_ORDER, &CLinkageManager::onOrderDetail);
+    subscribe(vexservice::DATA_DEAL, &CLinkageManager::onDealDetail);
+    subscribe(vexservice::DATA_POSITION, &CLinkageManager::onPositionStat);
+
+    m_pAccounts->disconnect(accountKey);
+    auto& connections = m_pAccounts->m_connections[accountKey];
+    for (auto& each : fresh) connections.push_back(each.release());
+}
+
+void CLinkageManager::removeAccountDatas(const std::string& accountKey) {
+    const CLock lock(m_mutex);
+    m_pLedger->removeAccount(accountKey, dayKey(m_pTradeDate->get()));
+    m_pQuotes->forgetAccount(accountKey);
+    dropStatsOf(accountKey);
+    dropHistoryOrders(accountKey);
+}
+
+// ------------------------------------------------------------------ reconciliation
+
+void CLinkageManager::reconcile(const AccountLoad& load) {
+    if (!load.again && load.positions.empty()) return;
+    const CLock lock(m_mutex);
+    const std::string tradeDate = m_pTradeDate->get();
+    const auto followed = [&](const std::string& market, const std::string& code) {
+        return !m_pLedger->listing(m_pLedger->listingId(market, code)).excluded;
+    };
+    const auto today = [&]<class Record>(const Records& records,
+                                         ByRecord<boost::shared_ptr<Record>>& into) {
+        for (const auto& each : records) {
+            const auto record = boost::dynamic_pointer_cast<Record>(each);
+            if (!record || record->m_strTradeDate != tradeDate) continue;
+            if (followed(record->m_strMarket, record->m_strCode)) {
+                into[record->recordKey()] = record;
+            }
+        }
+    };
+    DayRecords now;
+    today(load.orders, now.orders);
+    today(load.deals, now.deals);
+    VolumeByStock reported;
+    for (const auto& each : load.positions) {
+        const auto position = boost::dynamic_pointer_cast<vexservice::CPositionStatics>(each);
+        if (!position || !followed(position->m_strMarket, position->m_strCode)) continue;
+        reported[utils::zorStockKey(position->m_strMarket, position->m_strCode)] +=
+            position->m_nVolume;
+    }
+    auto positions =
+        m_pReconciliations->checkPositions(load.account, tradeDate, netOf(now.deals), reported);
+    if (!load.again) return;
+
+    WaitingReports waiting;
+    m_pEngine->gatherWaiting(load.account, waiting);
+    noteReconciliation({utils::currentClock().nowMicros(), load.account, load.cause,
+                        compareOrders(load.before.orders, now.orders, waiting),
+                        compareDeals(load.before.deals, now.deals, waiting), std::move(positions)});
+}
+
+void CLinkageManager::noteReconciliation(const Reconciliation& found) {
+    m_pReconciliations->add(found);
+    if (!found.any()) return;
+    if (m_options.guard) {
+        VEX_INFO("CLinkageManager::reconcile",
+                 "account {0}, {1}: orders {2} new, {3} changed, {4} gone; deals {5} new, {6} "
+                 "gone; positions {7} differ",
+                 found.account, textOf(found.cause), found.orders.added, found.orders.changed,
+                 found.orders.gone, found.deals.added, found.deals.gone, found.positions.size());
+    }
+    raise("CLinkageManager::reconcile", sigReconciled, found);
+}
+
+std::vector<Reconciliation> CLinkageManager::getReconciliations() const {
+    const CLock lock(m_mutex);
+    return m_pReconciliations->all();
+}
+
+}  // namespace TC

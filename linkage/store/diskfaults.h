@@ -1,0 +1,79 @@
+#pragma once
+
+#include "linkage/export.h"
+
+#include <functional>
+#include <string>
+
+/// Faults of the disk, for tests and replays. They act beneath CDiskFiles, for the whole
+/// process and for every directory. As long as nobody calls begin(), a file operation
+/// pays one relaxed load for this.
+///
+/// How to play a fault:
+///
+///     disk::begin();
+///     disk::fail({.step = disk::EStep::Flush, .after = 2, .times = 1, .error = EIO});
+///     ...                                  // the third further flush fails
+///     disk::end();
+///
+/// How to play a crash:
+///
+///     disk::begin();                       // what is on disk now counts as flushed
+///     ...
+///     disk::crash();                       // what was not flushed is lost
+///     Manager::release();                  // whatever it still writes or removes fails
+///     disk::restart();                     // the disk works again
+///     ...                                  // a new manager reads what is left
+///
+/// Saves run on threads of their own. Who wants the same steps in every run calls
+/// finishSaves() before he sets a fault and again before he looks at what it did.
+///
+/// Threads: any; while begin() holds, file operations take their turns. Errors: none.
+namespace TC::disk {
+
+/// The kinds of steps. Open is an opening of a file, to read or to write, and of a lock
+/// file. Write is one call of write(2). Flush is the flush of a file or of a directory.
+/// MakeDirectory is the making of one directory, not the question whether it is there.
+enum class EStep { Open, Write, Flush, Rename, Remove, MakeDirectory, Any };
+
+/// After `after` further steps of the kind, the next `times` fail.
+struct Fault {
+    static constexpr int FOREVER = -1;
+
+    EStep step = EStep::Any;
+    int after = 0;
+    int times = 1;
+    int error = 0;  ///< errno; 0: a write takes half of its bytes, other steps work
+};
+
+/// The kind of a name ("open", "write", "flush", "rename", "remove", "makeDirectory").
+/// False when there is no such kind.
+LINKAGE_EXPORT bool stepNamed(const std::string& name, EStep& step);
+
+/// Starts to count steps and to remember what is not flushed. Once more: starts anew.
+LINKAGE_EXPORT void begin();
+
+/// Forgets faults and what was remembered; the files stay as they are.
+LINKAGE_EXPORT void end();
+
+/// Adds a fault; several hold side by side. Calls begin() when nobody did.
+LINKAGE_EXPORT void fail(const Fault& fault);
+
+/// Takes all faults away.
+LINKAGE_EXPORT void clearFaults();
+
+/// Steps of any kind since begin(), with those that failed.
+LINKAGE_EXPORT int steps();
+
+/// Whether the change of a name (made, renamed, removed) reached the disk although its
+/// directory was not flushed since. The data of a file get there by a flush alone.
+using KeepsName = std::function<bool(const std::string& path)>;
+
+/// Puts the files back to what is flushed. From here to restart() every step that would
+/// change something fails with EIO.
+LINKAGE_EXPORT void crash(const KeepsName& keepsName = {});
+
+/// Ends the time after a crash and takes all faults away; counting goes on.
+LINKAGE_EXPORT void restart();
+
+}  // namespace TC::disk

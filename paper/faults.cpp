@@ -1,0 +1,48 @@
+#include "paper/faults.h"
+
+#include <algorithm>
+
+namespace paper {
+
+namespace {
+
+constexpr std::array<std::string_view, SERVICE_COUNT> SERVICES = {
+    "feeLimits",     "quote",       "instrument", "accountData",
+    "commandCenter", "tradeClient", "history",    "calendar"};
+constexpr std::array<std::string_view, 4> FAULTS = {"", "throw", "null", "lost"};
+
+template <class Value, class Names>
+std::optional<Value> named(const Names& names, std::string_view name) {
+    const auto at = std::find(names.begin(), names.end(), name);
+    if (name.empty() || at == names.end()) return std::nullopt;
+    return static_cast<Value>(at - names.begin());
+}
+
+}  // namespace
+
+std::optional<EService> serviceNamed(std::string_view name) {
+    return named<EService>(SERVICES, name);
+}
+
+std::optional<EFault> faultNamed(std::string_view name) { return named<EFault>(FAULTS, name); }
+
+void CFaults::set(EService service, EFault fault, int times) {
+    const std::lock_guard lock(m_mutex);
+    m_left[static_cast<std::size_t>(service)] = {fault, times};
+    m_bAny.store(true, std::memory_order_relaxed);
+}
+
+EFault CFaults::next(EService service) {
+    if (!m_bAny.load(std::memory_order_relaxed)) return EFault::None;
+    {
+        const std::lock_guard lock(m_mutex);
+        Left& left = m_left[static_cast<std::size_t>(service)];
+        if (left.times <= 0) return EFault::None;
+        --left.times;
+        if (left.fault != EFault::Throw) return left.fault;
+    }
+    throw ServiceFault("the service " + std::string(SERVICES[static_cast<std::size_t>(service)]) +
+                       " failed");
+}
+
+}  // namespace paper
