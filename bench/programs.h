@@ -5,7 +5,7 @@
 #include "linkage/core/clinkagemanager.h"
 #include "paper/loop.h"
 #include "paper/paperclient.h"
-#include "tests/support/textbook.h"
+#include "textbook/textbook.h"
 
 #include <QTemporaryDir>
 
@@ -52,7 +52,7 @@ public:
 private:
     const Workload& m_workload;
     CWorld m_world;
-    tests::CTextbook m_textbook;
+    textbook::CTextbook m_textbook;
 };
 
 class CLibraryProgram {

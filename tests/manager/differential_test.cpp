@@ -1,6 +1,6 @@
 #include "platform/services/tradercenter.h"
 #include "tests/support/fixture.h"
-#include "tests/support/textbook.h"
+#include "textbook/textbook.h"
 
 #include <boost/signals2/connection.hpp>
 
@@ -16,6 +16,7 @@
 namespace {
 
 using namespace tests;
+using namespace textbook;
 using namespace vexservice;
 
 constexpr int SEEDS = 60;
