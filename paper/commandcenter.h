@@ -1,7 +1,9 @@
 #pragma once
 
-#include "paper/paperclient.h"
+#include "paper/clientobserver.h"
 #include "platform/services/dovcommandcenter.h"
+
+#include <boost/asio/io_service.hpp>
 
 #include <atomic>
 #include <memory>
