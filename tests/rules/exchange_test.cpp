@@ -1,9 +1,6 @@
-#include "paper/commandcenter.h"
 #include "tests/rules/papermarket.h"
 
 #include <gtest/gtest.h>
-
-#include <mongo/bson/bson.h>
 
 #include <limits>
 #include <map>
@@ -131,33 +128,6 @@ TEST(PaperExchange, CancelsOrdersThatOnlyTheDataCenterKnows) {
     market.exchange->cancel("", 12);
     EXPECT_EQ(market.advance(1), "o1:54:0 o7:53:200 o11:54:0");
     EXPECT_EQ(market.send(BUY, 100, 10.0), "o2:49:0 o2:50:0") << "key 1 is taken";
-}
-
-TEST(PaperExchange, MakesTheOrdersOfACommandWithItsStrategies) {
-    Market market;
-    paper::CCommandCenter center(market.loop.service(), market.exchange, market.tasks, nullptr);
-    const auto order = boost::make_shared<CCodeOrderParam>();
-    order->m_pAccountInfo = market.dataCenter->account("A")->getAccountInfo();
-    order->m_stock = {"SH", "600000"};
-    order->m_eOperationType = OPT_SELL;
-    order->m_nVolume = 100;
-    order->m_dPrice = 10.0;
-    order->m_strStrategyName = "first";
-    order->m_strStrategyName2 = "second";
-    const auto command = boost::make_shared<COrderComandParam>();
-    command->m_strStrategyName = "S";
-    command->m_strStrategyName2 = "历史配平";
-    command->m_orders = {order, order};
-    int completed = 0;
-    center.createCommand(
-        command, [&](const utils::VexError& error, int) { completed += error.isOk(); }, true, 0);
-    EXPECT_EQ(market.orders.size() + completed, 0u) << "the caller may hold locks";
-    EXPECT_EQ(market.said(), "o1:49:0 o1:50:0 o2:49:0 o2:50:0");
-    EXPECT_EQ(completed, 1);
-    EXPECT_EQ(market.orders[2].m_eDirection, ENTRUST_SELL);
-    const auto& carrier = *market.orders[2].m_pCommand;
-    EXPECT_EQ(carrier.m_strStrategyName + "/" + carrier.m_strStrategyName2 + "/" + carrier.m_strTag,
-              "first/second/历史配平");
 }
 
 TEST(PaperExchange, ForgetsWorkingOrdersAndTasksWhenATradeDateBegins) {
