@@ -72,7 +72,7 @@ private:
         TC::ManagerState expected = m_pLimit->state();
         TC::ManagerState actual = m_pLibrary->state();
         expected.latestPrices.clear();  // a pass empties them
-        const std::string difference = tests::firstDifference(expected, actual);
+        const std::string difference = textbook::firstDifference(expected, actual);
         if (!difference.empty()) throw std::runtime_error("passes disagree: " + difference);
     }
 

@@ -26,10 +26,10 @@ std::string stateDifference() {
     };
     const TC::ManagerState expected = stateAfter(bench::CTextbookProgram(day));
     const std::string library =
-        tests::firstDifference(expected, stateAfter(bench::CLibraryProgram(day)));
+        textbook::firstDifference(expected, stateAfter(bench::CLibraryProgram(day)));
     if (!library.empty()) return "the library: " + library;
     const std::string limit =
-        tests::firstDifference(expected, stateAfter(bench::CLimitProgram(day)));
+        textbook::firstDifference(expected, stateAfter(bench::CLimitProgram(day)));
     return limit.empty() ? "" : "the limit: " + limit;
 }
 

@@ -6,7 +6,7 @@
 #include "linkage/core/managerstate.h"
 #include "paper/loop.h"
 #include "paper/paperclient.h"
-#include "tests/support/textbook.h"
+#include "textbook/textbook.h"
 
 #include <QTemporaryDir>
 
@@ -53,7 +53,7 @@ public:
 private:
     const Workload& m_workload;
     CWorld m_world;
-    tests::CTextbook m_textbook;
+    textbook::CTextbook m_textbook;
 };
 
 class CLibraryProgram {

@@ -1,6 +1,6 @@
 #include "desk/pricetape.h"
-#include "desk/samplemarket.h"
 #include "desk/stage.h"
+#include "desk/wanderingmarket.h"
 #include "linkage/core/clinkagemanager.h"
 #include "paper/loop.h"
 #include "paper/paperclient.h"
@@ -49,7 +49,7 @@ private:
     CPriceTape& m_tape;
     paper::CRealLoop m_loop;
     paper::CPaperClient m_client;
-    CSampleMarket m_market;
+    CWanderingMarket m_market;
 };
 
 }  // namespace

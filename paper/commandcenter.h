@@ -1,8 +1,10 @@
 #pragma once
 
+#include "paper/clientobserver.h"
 #include "paper/faults.h"
-#include "paper/paperclient.h"
 #include "platform/services/dovcommandcenter.h"
+
+#include <boost/asio/io_service.hpp>
 
 #include <map>
 #include <memory>

@@ -1,6 +1,7 @@
 #include "paper/datacenter.h"
 
 #include "platform/log.h"
+#include "platform/records/taskdetail.h"
 #include "platform/utils/keys.h"
 #include "platform/utils/referencedata.h"
 

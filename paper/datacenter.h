@@ -1,7 +1,7 @@
 #pragma once
 
 #include "common/keyindex.h"
-#include "paper/paperclient.h"
+#include "paper/clientdata.h"
 #include "platform/services/tradercenter.h"
 
 #include <boost/container/flat_map.hpp>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "paper/paperclient.h"
+#include "paper/clientdata.h"
 #include "platform/services/stockmanager.h"
 
 #include <map>

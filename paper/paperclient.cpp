@@ -251,37 +251,12 @@ void CPaperClient::userDataChanged() { m_pServices->userSettings->m_sigUserDataC
 
 bool CPaperClient::executes() const { return m_pServices->exchange != nullptr; }
 
-void CPaperClient::send(const std::string& accountKey, const std::string& market,
-                        const std::string& code, bool buys, int volume, double price,
-                        const std::string& strategy, const std::string& tag) {
-    if (!executes()) return;
-    OrderRequest request;
-    request.account = accountKey;
-    request.market = market;
-    request.code = code;
-    request.buys = buys;
-    request.volume = volume;
-    request.price = price;
-    request.strategy = strategy;
-    request.tag = tag;
-    m_pServices->exchange->submit(request);
+void CPaperClient::send(const OrderRequest& order) {
+    if (executes()) m_pServices->exchange->submit(order);
 }
 
-void CPaperClient::startTask(const std::string& accountKey, const std::string& market,
-                             const std::string& code, bool buys, int volume, int slices,
-                             double seconds, const std::string& strategy, bool server) {
-    if (!executes()) return;
-    TaskRequest request;
-    request.account = accountKey;
-    request.market = market;
-    request.code = code;
-    request.buys = buys;
-    request.volume = volume;
-    request.slices = slices;
-    request.seconds = seconds;
-    request.strategy = strategy;
-    request.server = server;
-    m_pServices->exchange->startTask(request);
+void CPaperClient::startTask(const TaskRequest& task) {
+    if (executes()) m_pServices->exchange->startTask(task);
 }
 
 void CPaperClient::rejectOrders(const std::string& accountKey, int times) {

@@ -1,95 +1,24 @@
 #pragma once
 
+#include "paper/clientdata.h"
+#include "paper/clientobserver.h"
 #include "paper/faults.h"
-#include "platform/records/dealdetail.h"
-#include "platform/records/orderdetail.h"
-#include "platform/records/orderparam.h"
+#include "paper/requests.h"
 #include "platform/records/positionstatics.h"
 #include "platform/records/pricedata.h"
-#include "platform/records/ratelimit.h"
 #include "platform/records/taskdetail.h"
-#include "platform/records/taskoprecord.h"
 #include "platform/services/accountdata.h"
 #include "platform/services/connections.h"
 #include "platform/services/quoteclient.h"
 
-#include <QString>
-
-#include <utility>
-
 #include <boost/asio/io_service.hpp>
 
-#include <map>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
 /// A client of its own: every service of platform/, in memory, without a broker.
 namespace paper {
-
-struct ClientConfig {
-    int clientType = 1;
-    std::string tradeDate;  ///< "yyyyMMdd"
-    std::string userName = "trader";
-    double limitPercent = 10.0;
-    double limitPercentST = 5.0;
-    bool registRules = false;
-    bool executes = false;   ///< the paper exchange matches; else orders are recorded only
-    bool scheduler = false;  ///< balances start at the times of the balance-time table
-    QString dataDir;
-    std::string fileEncoding = "UTF-8";
-};
-
-struct Instrument {
-    std::string market;
-    std::string code;
-    std::string name;
-    double tick = 0.01;
-    double reference = 0.0;
-    double limitUp = 0.0;
-    double limitDown = 0.0;
-    int unit = 100;
-    std::vector<int> types;
-    bool detail = true;
-};
-
-struct Account {
-    std::string key;
-    std::string id;
-    std::string name;
-    int type = 2;
-    std::string broker;
-    bool info = true;
-    std::optional<vexservice::CStkExchangeRateLimit> fee;
-};
-
-/// What the trading server knows of one account and one past day.
-struct ServerDay {
-    std::vector<boost::shared_ptr<vexservice::COrderDetail>> orders;
-    std::vector<boost::shared_ptr<vexservice::CDealDetail>> deals;
-    std::string error;  ///< not empty: the query fails with this text
-    bool lost = false;  ///< the answer never comes
-};
-
-/// Sees what the library asks of the client, and what the client does about it. Called on the
-/// thread that asks; must not call back into the client.
-class IClientObserver {
-public:
-    virtual ~IClientObserver() = default;
-    virtual void onCancelOrder(const vexservice::COrderDetail& order) = 0;
-    /// `server`: handed to the command center, else to the local task center.
-    virtual void onOperateTask(std::uint64_t taskKey, bool server,
-                               const vexservice::CTaskOpRecord& record) = 0;
-    /// `number`: what the command center gave it.
-    virtual void onCommand(const vexservice::COrderComandParam& command, int number) = 0;
-    /// The paper exchange made this order for the command.
-    virtual void onCommandOrder(const vexservice::COrderComandParam& /*command*/,
-                                const std::string& /*accountKey*/, std::uint64_t /*orderKey*/) {}
-    /// The client itself asks the library for a balance, at its time of the table.
-    virtual void onBalanceTime(const std::string& /*accountKey*/, const std::string& /*strategy*/) {
-    }
-};
 
 class CInstruments;
 class CDataCenter;
@@ -150,12 +79,8 @@ public:
 
     // paper exchange only
     bool executes() const;
-    void send(const std::string& accountKey, const std::string& market, const std::string& code,
-              bool buys, int volume, double price, const std::string& strategy,
-              const std::string& tag);
-    void startTask(const std::string& accountKey, const std::string& market,
-                   const std::string& code, bool buys, int volume, int slices, double seconds,
-                   const std::string& strategy, bool server);
+    void send(const OrderRequest& order);
+    void startTask(const TaskRequest& task);
 
     /// Rejects the account's next orders, so many.
     void rejectOrders(const std::string& accountKey, int times);

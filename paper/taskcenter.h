@@ -1,6 +1,8 @@
 #pragma once
 
+#include "paper/clientobserver.h"
 #include "paper/datacenter.h"
+#include "platform/records/taskdetail.h"
 
 #include <memory>
 #include <mutex>

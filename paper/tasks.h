@@ -1,5 +1,6 @@
 #pragma once
 
+#include "paper/requests.h"
 #include "platform/records/taskdetail.h"
 #include "platform/utils/deadlinetimer.h"
 
@@ -10,38 +11,6 @@
 #include <unordered_set>
 
 namespace paper {
-
-/// An order as it comes to the exchange.
-struct OrderRequest {
-    std::string account;
-    std::string market;
-    std::string code;
-    bool buys = true;
-    std::int64_t volume = 0;
-    vexservice::EPriceType priceType = vexservice::PRTP_FIX;
-    double price = 0.0;  ///< yuan
-    std::string strategy;
-    std::string strategy2;
-    std::string tag;
-    int command = 0;         ///< the number of its command; 0: of none
-    std::uint64_t task = 0;  ///< whose slice it is; 0: nobody's
-};
-
-/// An algorithmic task: `volume` in `slices` equal parts over `seconds`.
-struct TaskRequest {
-    std::string account;
-    boost::shared_ptr<vexservice::CAccountInfo> info;
-    std::string market;
-    std::string code;
-    bool buys = true;
-    int volume = 0;
-    int slices = 1;
-    double seconds = 0.0;
-    std::string strategy;
-    bool server = true;
-    std::string user;
-    std::string tradeDate;
-};
 
 /// What the tasks need of the exchange. Called with the exchange's lock held.
 class IOrderEntry {

@@ -1,7 +1,10 @@
 #pragma once
 
-#include "paper/paperclient.h"
+#include "paper/clientdata.h"
+#include "paper/clientobserver.h"
 #include "platform/services/tradeclient.h"
+
+#include <boost/asio/io_service.hpp>
 
 #include <map>
 #include <memory>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "paper/paperclient.h"
+#include "paper/clientdata.h"
 #include "platform/services/clientconfig.h"
 #include "platform/services/orderrules.h"
 

@@ -2,7 +2,13 @@
 
 #include "linkage/core/linkageoptions.h"
 #include "linkage/store/diskfaults.h"
-#include "paper/paperclient.h"
+#include "paper/clientdata.h"
+#include "paper/faults.h"
+#include "paper/requests.h"
+#include "platform/records/positionstatics.h"
+#include "platform/records/pricedata.h"
+#include "platform/records/taskdetail.h"
+#include "platform/services/quoteclient.h"
 #include "replay/scenarioline.h"
 
 #include <optional>
@@ -113,26 +119,11 @@ struct AccountReadyEvent {
 struct UserDataChangedEvent {};
 
 struct SendEvent {
-    std::string account;
-    std::string market;
-    std::string code;
-    bool buys = true;
-    int volume = 0;
-    double price = 0.0;
-    std::string strategy;
-    std::string tag;
+    paper::OrderRequest order;
 };
 
 struct StartTaskEvent {
-    std::string account;
-    std::string market;
-    std::string code;
-    bool buys = true;
-    int volume = 0;
-    int slices = 1;
-    double seconds = 0.0;
-    std::string strategy;
-    bool server = true;
+    paper::TaskRequest task;
 };
 
 struct CommandResultEvent {

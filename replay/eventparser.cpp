@@ -372,28 +372,30 @@ struct EventReader {
 
     static Event send(EventReader&, const CFields& in) {
         SendEvent event;
-        event.account = in.text("account");
-        event.market = in.text("market");
-        event.code = in.text("code");
-        event.buys = side(in) == vexservice::ENTRUST_BUY;
-        event.volume = in.need("volume").whole<int>(1);
-        event.price = in.need("price").realFrom(0.0);
-        event.strategy = in.text("strategy", "");
-        event.tag = in.text("tag", "");
+        paper::OrderRequest& order = event.order;
+        order.account = in.text("account");
+        order.market = in.text("market");
+        order.code = in.text("code");
+        order.buys = side(in) == vexservice::ENTRUST_BUY;
+        order.volume = in.need("volume").whole<int>(1);
+        order.price = in.need("price").realFrom(0.0);
+        order.strategy = in.text("strategy", "");
+        order.tag = in.text("tag", "");
         return event;
     }
 
     static Event startTask(EventReader&, const CFields& in) {
         StartTaskEvent event;
-        event.account = in.text("account");
-        event.market = in.text("market");
-        event.code = in.text("code");
-        event.buys = side(in) == vexservice::ENTRUST_BUY;
-        event.volume = in.need("volume").whole<int>(1);
-        event.slices = in.need("slices").whole<int>(1);
-        event.seconds = in.need("seconds").realWithin(0.0, LONGEST_SECONDS);
-        event.strategy = in.text("strategy", "");
-        event.server = in.flag("server", true);
+        paper::TaskRequest& task = event.task;
+        task.account = in.text("account");
+        task.market = in.text("market");
+        task.code = in.text("code");
+        task.buys = side(in) == vexservice::ENTRUST_BUY;
+        task.volume = in.need("volume").whole<int>(1);
+        task.slices = in.need("slices").whole<int>(1);
+        task.seconds = in.need("seconds").realWithin(0.0, LONGEST_SECONDS);
+        task.strategy = in.text("strategy", "");
+        task.server = in.flag("server", true);
         return event;
     }
 

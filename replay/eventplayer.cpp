@@ -164,16 +164,14 @@ void CEventPlayer::on(const UserDataChangedEvent&) { m_client.userDataChanged();
 
 void CEventPlayer::on(const SendEvent& event) {
     needPaperExchange("send");
-    needAccount(event.account);
-    m_client.send(event.account, event.market, event.code, event.buys, event.volume, event.price,
-                  event.strategy, event.tag);
+    needAccount(event.order.account);
+    m_client.send(event.order);
 }
 
 void CEventPlayer::on(const StartTaskEvent& event) {
     needPaperExchange("startTask");
-    needAccount(event.account);
-    m_client.startTask(event.account, event.market, event.code, event.buys, event.volume,
-                       event.slices, event.seconds, event.strategy, event.server);
+    needAccount(event.task.account);
+    m_client.startTask(event.task);
 }
 
 void CEventPlayer::on(const RejectEvent& event) {

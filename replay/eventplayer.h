@@ -1,6 +1,7 @@
 #pragma once
 
 #include "paper/loop.h"
+#include "paper/paperclient.h"
 #include "replay/event.h"
 #include "replay/observers.h"
 

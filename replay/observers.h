@@ -1,7 +1,7 @@
 #pragma once
 
 #include "linkage/core/clinkagemanager.h"
-#include "paper/paperclient.h"
+#include "paper/clientobserver.h"
 #include "replay/output.h"
 
 #include <boost/signals2/connection.hpp>

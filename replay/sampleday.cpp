@@ -1,6 +1,6 @@
 #include "replay/sampleday.h"
 
-#include "replay/samplemarket.h"
+#include "replay/samplestock.h"
 
 #include <fmt/format.h>
 

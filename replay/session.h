@@ -1,5 +1,6 @@
 #pragma once
 
+#include "paper/paperclient.h"
 #include "replay/eventplayer.h"
 #include "replay/output.h"
 

@@ -8,59 +8,43 @@
 #include "linkage/core/clinkagemanager.h"
 
 #include <QApplication>
-#include <QDir>
+#include <QDialog>
 #include <QFile>
+#include <QLabel>
 #include <QLocale>
+#include <QPushButton>
+#include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 
 namespace support {
 
-/// A morning of two accounts on the paper exchange. A01/alpha ends with 800 bought and
-/// 300 sold of SH600001 and an order that rests, beside one of A02/alpha at its price;
-/// A01/grid with 100 of SZ000001 bought; a task of A02/twap is three quarters done.
-inline const char* const MORNING = R"(
-{"do":"config","now":"2024-01-05 09:29:00","exchange":"paper","scheduler":true}
-{"do":"instrument","market":"SH","code":"600001","name":"样本银行","reference":10,"limitUp":11,"limitDown":9}
-{"do":"instrument","market":"SZ","code":"000001","name":"样本医药","reference":20,"limitUp":22,"limitDown":18}
-{"do":"account","key":"A01","name":"Main account","fee":{"rate":0.0003,"minimum":5}}
-{"do":"account","key":"A02","name":"Credit account","type":3}
-{"do":"init"}
-{"do":"price","market":"SH","code":"600001","last":10.00,"asks":[[10.01,100000]],"bids":[[9.99,100000]]}
-{"do":"price","market":"SZ","code":"000001","last":20.00,"asks":[[20.01,100000]],"bids":[[19.99,100000]]}
-{"do":"advance","to":"2024-01-05 09:31:00"}
-{"do":"send","account":"A01","market":"SH","code":"600001","side":"buy","volume":800,"price":10.01,"strategy":"alpha"}
-{"do":"send","account":"A01","market":"SZ","code":"000001","side":"buy","volume":100,"price":20.01,"strategy":"grid"}
-{"do":"send","account":"A02","market":"SZ","code":"000001","side":"sell","volume":500,"price":19.99,"strategy":"alpha"}
-{"do":"advance","seconds":600}
-{"do":"price","market":"SH","code":"600001","last":10.20,"asks":[[10.21,100000]],"bids":[[10.19,100000]]}
-{"do":"send","account":"A01","market":"SH","code":"600001","side":"sell","volume":300,"price":10.19,"strategy":"alpha"}
-{"do":"send","account":"A01","market":"SH","code":"600001","side":"buy","volume":400,"price":10.05,"strategy":"alpha"}
-{"do":"send","account":"A02","market":"SH","code":"600001","side":"buy","volume":700,"price":10.05,"strategy":"alpha"}
-{"do":"startTask","account":"A02","market":"SZ","code":"000001","side":"buy","volume":400,"slices":4,"seconds":3600,"strategy":"twap"}
-{"do":"advance","seconds":900}
-{"do":"price","market":"SH","code":"600001","last":10.12,"asks":[[10.13,100000]],"bids":[[10.11,100000]]}
-{"do":"advance","to":"2024-01-05 10:15:00"}
-)";
+/// A morning of two accounts on the paper exchange; the file says how it ends.
+inline const QString MORNING = LINKAGE_SOURCE_DIR "/tests/data/morning.jsonl";
+
+/// What the cells of a row show, by column.
+using Cells = std::map<int, QString>;
 
 /// The real window over the real engine, playing a scenario; every wait is for a
 /// condition.
 class DeskTest : public testing::Test {
 protected:
-    /// Without a scenario: the built-in market.
-    void open(const char* scenario = MORNING, double speed = desk::UNPACED,
-              const char* language = "en", const char* haltAt = "") {
+    /// The text of a scenario, or the file of one; neither: the built-in market.
+    void open(const QString& scenario, double speed = desk::UNPACED, const char* language = "en",
+              const char* haltAt = "") {
         desk::EngineOptions options;
-        if (scenario) {
+        options.scenario = scenario;
+        if (scenario.startsWith('{')) {
             QFile file(options.scenario = m_dir.filePath("scenario.jsonl"));
             ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-            file.write(scenario);
+            file.write(scenario.toUtf8());
         }
         desk::style::apply(*static_cast<QApplication*>(QApplication::instance()));
         m_translation.emplace(QLocale(language));
@@ -76,14 +60,18 @@ protected:
     /// Plays to the end and chooses a strategy and a stock.
     void openAtTheEnd(const char* language = "en") {
         open(MORNING, desk::UNPACED, language);
-        ASSERT_TRUE(until([this] { return shown() && shown()->ended; }));
-        choosePair("A01\nalpha");
+        ASSERT_TRUE(untilEnded());
+        clickRow("pairs", "A01\nalpha");
         ASSERT_TRUE(until([this] { return shown()->selection.stock == "SH600001"; }));
     }
 
     ~DeskTest() override {
         m_window.reset();
         m_engine.reset();
+    }
+
+    bool untilEnded() {
+        return until([this] { return shown() && shown()->ended; });
     }
 
     const desk::Picture* shown() const { return m_window->shown().get(); }
@@ -112,16 +100,29 @@ protected:
         return found;
     }
 
-    static void click(QWidget* widget) { QTest::mouseClick(widget, Qt::LeftButton); }
+    /// Waits for a window of the main window.
+    QDialog* dialog(const char* name) {
+        QDialog* found = nullptr;
+        EXPECT_TRUE(until([&] { return (found = m_window->findChild<QDialog*>(name)); })) << name;
+        return found;
+    }
 
-    static void clickRow(desk::CRowsView* table, const QString& key) {
+    void press(const char* button) { press(*m_window, button); }
+    static void press(QWidget& window, const char* button) {
+        QTest::mouseClick(window.findChild<QPushButton*>(button), Qt::LeftButton);
+    }
+    bool enabled(const char* button) { return find<QPushButton>(button)->isEnabled(); }
+    QString message() { return find<QLabel>("message")->text(); }
+
+    desk::CRowsModel& rows(const char* table) { return find<desk::CRowsView>(table)->rows(); }
+
+    void clickRow(const char* name, const QString& key) {
+        auto* table = find<desk::CRowsView>(name);
         const int row = table->rows().indexOf(key);
         ASSERT_GE(row, 0) << key.toStdString();
         QTest::mouseClick(table->viewport(), Qt::LeftButton, {},
                           table->visualRect(table->model()->index(row, 1)).center());
     }
-
-    void choosePair(const QString& key) { clickRow(find<desk::CRowsView>("pairs"), key); }
 
     void openTab(const char* page) {
         auto* tabs = find<QTabWidget>("tabs");
@@ -133,9 +134,15 @@ protected:
     }
 
     /// A cell as it is shown.
-    static QString cell(desk::CRowsView* table, const QString& key, int column) {
-        const int row = table->rows().indexOf(key);
-        return table->rows().index(row, column).data().toString();
+    static QString cell(desk::CRowsModel& rows, const QString& key, int column) {
+        return rows.index(rows.indexOf(key), column).data().toString();
+    }
+    QString cell(const char* table, const QString& key, int column) {
+        return cell(rows(table), key, column);
+    }
+    static void expectCells(desk::CRowsModel& rows, const QString& key, const Cells& cells) {
+        for (const auto& [column, text] : cells)
+            EXPECT_EQ(cell(rows, key, column), text) << key.toStdString() << " " << column;
     }
 
     QTemporaryDir m_dir;

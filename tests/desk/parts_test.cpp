@@ -214,7 +214,8 @@ TEST_F(DeskStage, HaltsAtATimeOfDay) {
 }
 
 TEST_F(DeskStage, CurvesBeginWithTheLibraryWhoeverLooks) {
-    const auto played = stage(support::MORNING);
+    const auto played =
+        desk::makeRecordedStage(support::MORNING, m_dir.filePath("data"), "", m_tape);
     while (!played->ended()) played->step(desk::IStage::NEVER);
     const auto curve =
         utils::CSingletonT<TC::CLinkageManager>::instance()->getPeriodCurve("A01", "alpha");

@@ -4,9 +4,6 @@
 
 #include <QComboBox>
 #include <QDate>
-#include <QDialog>
-#include <QLabel>
-#include <QPushButton>
 
 #include <fmt/format.h>
 
@@ -32,17 +29,16 @@ TEST_F(DeskRun, WindowLivesWhileTheEngineIsBusy) {
         released.wait();
     });
     entered.get_future().wait();
-    choosePair("A02\nalpha");
+    clickRow("pairs", "A02\nalpha");
     EXPECT_EQ(find<CRowsView>("pairs")->currentKey(), "A02\nalpha");
     openTab("history");
-    click(find<QPushButton>("historyCarry"));
-    click(find<QPushButton>("balanceNow"));
+    press("historyCarry");
+    press("balanceNow");
     m_window->resize(1500, 930);
     EXPECT_FALSE(m_window->grab().isNull());
     EXPECT_FALSE(m_window->findChild<QDialog*>("planDialog"));
     release.set_value();
-    EXPECT_TRUE(until([this] { return m_window->findChild<QDialog*>("planDialog"); }))
-        << "what was asked for meanwhile is done afterwards";
+    EXPECT_TRUE(dialog("planDialog")) << "what was asked for meanwhile is done afterwards";
 }
 
 TEST_F(DeskRun, StormOfReportsReachesTheScreenInFewRowsAndOnePiece) {
@@ -57,7 +53,7 @@ TEST_F(DeskRun, StormOfReportsReachesTheScreenInFewRowsAndOnePiece) {
             R"("price":10,"volume":100,"status":50,"strategy":"s"}})"
             "\n",
             i);
-    open(scenario.c_str());
+    open(QString::fromStdString(scenario));
     auto* orders = find<CRowsView>("orders");
     int inserted = 0, pictures = 0;
     QObject::connect(
@@ -65,11 +61,11 @@ TEST_F(DeskRun, StormOfReportsReachesTheScreenInFewRowsAndOnePiece) {
         [&](const QModelIndex&, int first, int last) { inserted += last - first + 1; });
     QObject::connect(m_window.get(), &desk::CMainWindow::sigShown, m_window.get(),
                      [&] { ++pictures; });
-    ASSERT_TRUE(until([this] { return shown() && shown()->ended; }));
-    choosePair("A01\n");
+    ASSERT_TRUE(untilEnded());
+    clickRow("pairs", "A01\n");
     m_engine->select({"A01", "s", "SH600001"});
     ASSERT_TRUE(until([&] { return shown()->orders.size() == 300; }));
-    EXPECT_EQ(cell(find<CRowsView>("pairs"), "A01\ns", 4), "20,000");
+    EXPECT_EQ(cell("pairs", "A01\ns", 4), "20,000");
     EXPECT_LE(orders->rows().rowCount(), 300);
     EXPECT_LE(inserted, 300 * pictures);
 
@@ -91,7 +87,7 @@ TEST_F(DeskRun, StormOfReportsReachesTheScreenInFewRowsAndOnePiece) {
 TEST_F(DeskRun, PauseStopsTheClockAndSpeedSetsItsPace) {
     open(support::MORNING, 1000);
     ASSERT_TRUE(until([this] { return shown() && shown()->time > "09:35:00"; }));
-    click(find<QPushButton>("pause"));
+    press("pause");
     const auto stopped = ask([](Manager&) { return utils::clock(); });
     for (int i = 0; i < 3; ++i) EXPECT_EQ(ask([](Manager&) { return utils::clock(); }), stopped);
     EXPECT_FALSE(shown()->ended);
@@ -99,7 +95,7 @@ TEST_F(DeskRun, PauseStopsTheClockAndSpeedSetsItsPace) {
     speed->setCurrentIndex(speed->findData(300));
     Q_EMIT speed->activated(speed->currentIndex());
     EXPECT_EQ(m_engine->speed(), 300.0);
-    click(find<QPushButton>("pause"));
+    press("pause");
     EXPECT_TRUE(until([this] { return shown()->ended; }));
 }
 
@@ -109,28 +105,28 @@ TEST_F(DeskRun, HaltPausesAndPlayGoesOn) {
     ASSERT_TRUE(until([this] { return shown() && shown()->halted && m_engine->paused(); }));
     ASSERT_TRUE(until([this] { return find<QPushButton>("pause")->text() == "Play"; }));
     EXPECT_EQ(shown()->time, "09:40:00");
-    EXPECT_EQ(find<QLabel>("message")->text(), "Halted at 09:40:00; Play goes on.");
-    click(find<QPushButton>("pause"));
+    EXPECT_EQ(message(), "Halted at 09:40:00; Play goes on.");
+    press("pause");
     EXPECT_TRUE(until([this] { return shown()->ended; }));
 }
 
 TEST_F(DeskRun, FaultEndsTheRunNotTheProgram) {
     openAtTheEnd();
     m_engine->post([] { throw std::runtime_error("no more paper"); });
-    ASSERT_TRUE(until([&] { return find<QLabel>("message")->text().contains("no more paper"); }));
-    EXPECT_EQ(find<CRowsView>("deals")->rows().rowCount(), 2) << "what was reached stays";
+    ASSERT_TRUE(until([&] { return message().contains("no more paper"); }));
+    EXPECT_EQ(rows("deals").rowCount(), 2) << "what was reached stays";
     for (const char* button : {"balanceNow", "importNow", "importChoose", "historyCarry"})
-        EXPECT_FALSE(find<QPushButton>(button)->isEnabled()) << button;
+        EXPECT_FALSE(enabled(button)) << button;
 }
 
 TEST_F(DeskRun, WithoutTheLibraryNothingCanBeAskedFor) {
     open(R"({"do":"config","now":"2024-01-05 09:29:00"}
 {"do":"advance","seconds":10}
 )");
-    ASSERT_TRUE(until([this] { return shown() && shown()->ended; }));
-    EXPECT_EQ(find<QLabel>("message")->text(), "The library is not running.");
+    ASSERT_TRUE(untilEnded());
+    EXPECT_EQ(message(), "The library is not running.");
     for (const char* button : {"balanceNow", "importNow", "importChoose", "balanceTimeSet"})
-        EXPECT_FALSE(find<QPushButton>(button)->isEnabled()) << button;
+        EXPECT_FALSE(enabled(button)) << button;
     desk::CActions actions(*m_engine);
     QString refusal;
     actions.import("x.csv", [&](const TC::ImportReport& report) { refusal = report.refusal; });
@@ -138,7 +134,7 @@ TEST_F(DeskRun, WithoutTheLibraryNothingCanBeAskedFor) {
 }
 
 TEST_F(DeskRun, BuiltInMarketTradesLiveAndStops) {
-    open(nullptr);
+    open({});
     ASSERT_TRUE(until([this] { return shown() && !shown()->deals.empty(); }));
     EXPECT_EQ(shown()->date, QDate::currentDate().toString("yyyyMMdd").toStdString());
     EXPECT_LT(shown()->progress, 0.0);
@@ -152,10 +148,9 @@ TEST_F(DeskRun, BrokenLineIsNamedAndWhatWasPlayedStays) {
 {"do":"init"}
 {"do":"nonsense"}
 )");
-    auto* message = find<QLabel>("message");
-    ASSERT_TRUE(until([&] { return message->text().contains("scenario.jsonl:4:"); }));
+    ASSERT_TRUE(until([&] { return message().contains("scenario.jsonl:4:"); }));
     EXPECT_TRUE(shown()->ended);
-    EXPECT_EQ(find<CRowsView>("pairs")->rows().rowCount(), 1);
+    EXPECT_EQ(rows("pairs").rowCount(), 1);
 }
 
 }  // namespace

@@ -3,12 +3,8 @@
 #include "tests/desk/deskfixture.h"
 #include "tests/desk/layoutcheck.h"
 
-#include <QDialog>
 #include <QImage>
-#include <QLabel>
 #include <QProcess>
-#include <QPushButton>
-#include <QTabWidget>
 
 #include <algorithm>
 
@@ -36,9 +32,9 @@ protected:
 TEST_P(DeskLanguages, NothingIsCutOffOrOverlapsOnAnyPage) {
     openAtTheEnd(GetParam());
     openTab("balanceTimes");
-    click(find<QPushButton>("balanceTimeSet"));
+    press("balanceTimeSet");
     openTab("history");
-    click(find<QPushButton>("historyCarry"));
+    press("historyCarry");
     ASSERT_TRUE(until([&] { return !shown()->history.empty() && !shown()->balanceTimes.empty(); }));
     auto* tabs = find<QTabWidget>("tabs");
     for (int i = 0; i < tabs->count(); ++i) {
@@ -67,12 +63,11 @@ TEST_P(DeskLanguages, NothingIsCutOffOrOverlapsOnAnyPage) {
 
 TEST_P(DeskLanguages, PlanDialogIsWhole) {
     openAtTheEnd(GetParam());
-    click(find<QPushButton>("balanceNow"));
-    QDialog* dialog = nullptr;
-    ASSERT_TRUE(until([&] { return (dialog = m_window->findChild<QDialog*>("planDialog")); }));
+    press("balanceNow");
+    const QDialog* plan = dialog("planDialog");
     QApplication::processEvents();
-    expectWhole(*dialog, "plan");
-    const QString summary = dialog->findChild<QLabel*>("planSummary")->text();
+    expectWhole(*plan, "plan");
+    const QString summary = plan->findChild<QLabel*>("planSummary")->text();
     EXPECT_EQ(isChinese(summary), chinese()) << summary.toStdString();
     EXPECT_TRUE(summary.contains('1'));
 }
@@ -132,8 +127,8 @@ protected:
 
 TEST_F(DeskCommand, ShotShowsTheDayWithoutADisplay) {
     const QString file = m_dir.filePath("desk.png");
-    const auto [status, error] = run({"--shot", file, "--lang", "zh_CN", "--size", "1300x800",
-                                      write("day.jsonl", support::MORNING)});
+    const auto [status, error] =
+        run({"--shot", file, "--lang", "zh_CN", "--size", "1300x800", support::MORNING});
     EXPECT_EQ(status, 0) << error.toStdString();
     const QImage image(file);
     EXPECT_EQ(image.size(), QSize(1300, 800));
@@ -144,7 +139,7 @@ TEST_F(DeskCommand, ShotShowsTheDayWithoutADisplay) {
     EXPECT_GT(bright, 1000) << "texts and curves are there";
 
     const QString again = m_dir.filePath("again.png");
-    run({"--shot", again, "--lang", "zh_CN", "--size", "1300x800", m_dir.filePath("day.jsonl")});
+    run({"--shot", again, "--lang", "zh_CN", "--size", "1300x800", support::MORNING});
     EXPECT_EQ(QImage(again), image) << "the same at every speed of the machine";
 }
 
@@ -156,7 +151,7 @@ TEST_F(DeskCommand, WhatCannotBePlayedIsRefusedWithTheReason) {
         {{"--shot", shot, broken}, "broken.jsonl:2: "},
         {{"--shot", shot}, "--shot needs a scenario"},
         {{"--shot", shot, m_dir.filePath("missing.jsonl")}, "missing.jsonl"},
-        {{"--shot", "/nowhere/x.png", write("day.jsonl", support::MORNING)}, "/nowhere/x.png"},
+        {{"--shot", "/nowhere/x.png", support::MORNING}, "/nowhere/x.png"},
         {{"--speed", "0", broken, "--shot", shot}, "--speed"},
         {{"--until", "25:00", broken, "--shot", shot}, "--until"},
         {{"--size", "10", broken, "--shot", shot}, "--size"},

@@ -112,31 +112,6 @@ TEST(BalanceForms, HistoryPerStockRoundsLikeTodayAndCarriesItsTag) {
                      "accountinfo is empty", "balance start", "wrong brokertype 4"}));
 }
 
-TEST(BalanceForms, CommandsAndOrdersAreFilledInFull) {
-    for (const std::string strategy : {"S", ""}) {
-        Started f;
-        f.trade(SH, 200, 0);
-        ManagerAccess::doStockBalanceBySignalTask(f.manager(), "A", strategy);
-        ManagerAccess::doStockBalance(f.manager(), "A", strategy);
-        const int marker = strategy.empty() ? 0 : 9;
-        ASSERT_EQ(f.commands().size(), 2u);
-        for (const auto& [at, command] : f.commands()) {
-            EXPECT_EQ(command.m_bGroup, command.m_nCommandType == 4);
-            EXPECT_FALSE(command.m_bFurther);
-            ASSERT_EQ(command.m_orders.size(), 1u);
-            const auto& order = *command.m_orders[0];
-            EXPECT_EQ(order.m_pAccountInfo->getKey(), "A");
-            EXPECT_EQ(order.m_nOrderKind, 49);
-            for (const auto& name : {command.m_strStrategyName, command.m_strStrategyName2,
-                                     order.m_strStrategyName, order.m_strStrategyName2}) {
-                EXPECT_EQ(name, strategy);
-            }
-            EXPECT_EQ(command.m_nStrategyMarker, marker);
-            EXPECT_EQ(order.m_nStrategyMarker, marker);
-        }
-    }
-}
-
 TEST(BalanceForms, ClientType3BalancesWhatItsOrdersTraded) {
     for (const int clientType : {1, 3}) {
         Started f(2, {.clientType = clientType});

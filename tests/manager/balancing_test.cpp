@@ -28,20 +28,17 @@ TEST(AutoBalance, CancellationsConfirmedAfterTenSecondsSendIt) {
     ASSERT_EQ(f.taskOperations().size(), 2u);
     for (const auto& operation : f.taskOperations()) {
         EXPECT_EQ(operation.server, operation.key == 9);
-        EXPECT_EQ(operation.record.m_eOperation, vexservice::TASK_OP_TERMINATE);
-        EXPECT_EQ(operation.record.m_strOperator, "trader");
-        EXPECT_EQ(operation.record.m_strRemark, "trader终止任务");
         EXPECT_EQ(operation.record.m_nTime, f.loop().nowMicros() / 1000);
     }
     EXPECT_TRUE(f.logged("callcel task and order accountkey A, strategy S"));
 
     f.advanceTo("09:00:14");
-    f.runningTask(9, true, vexservice::TASK_CANCELED);
+    f.runningOrder(1, vexservice::STATUS_CANCELED);
     f.runningTask(10, false, vexservice::TASK_CANCELED);
-    EXPECT_EQ(f.sent(), Lines{});
+    EXPECT_EQ(f.sent(), Lines{}) << "one task is left";
     EXPECT_TRUE(f.logged("A : task or order is running"));
     f.advanceTo("09:00:15");
-    f.runningOrder(1, vexservice::STATUS_CANCELED);
+    f.runningTask(9, true, vexservice::TASK_CANCELED);
     f.manager().tryAutoBalance("A", "S");
     EXPECT_TRUE(f.logged("A : balancing data is not find"));
     f.manager().tryAutoBalance("B", "S");
@@ -139,6 +136,9 @@ TEST(AutoBalance, TheWholeAccountIsBalancedOverItsStrategies) {
     f.runningOrder(2, vexservice::STATUS_CANCELED, "T");
     EXPECT_FALSE(f.pending(""));
     EXPECT_EQ(f.sent(), Lines{"09:00:05.000 type 1:  buy 300 SH600000"});
+    const auto command = f.commands().at(0).command;
+    EXPECT_EQ(std::pair(command.m_nStrategyMarker, command.m_orders.at(0)->m_nStrategyMarker),
+              std::pair(0, 0));
 }
 
 TEST(AutoBalance, AServiceThatThrowsStallsNobody) {

@@ -1,7 +1,7 @@
 #include "paper/datacenter.h"
 #include "platform/services/tradercenter.h"
 #include "tests/support/fixture.h"
-#include "tests/support/textbook.h"
+#include "textbook/textbook.h"
 
 #include <boost/signals2/connection.hpp>
 
@@ -21,6 +21,7 @@
 namespace {
 
 using namespace tests;
+using namespace textbook;
 using namespace vexservice;
 
 constexpr int SEEDS = 60;

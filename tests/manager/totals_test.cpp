@@ -39,28 +39,6 @@ Totals totalsOf(Fixture& f, const Keys& accounts, const Keys& strategies, const 
             amounts.at(today).first, amounts.at(today).second};
 }
 
-TEST(Totals, OfARecordAreItsOwnAndNotNetted) {
-    Ready f;
-    f.deal({.key = 1, .price = 10.0, .volume = 300, .strategy = "S"});
-    f.deal({.key = 2, .side = Side::Sell, .price = 11.0, .volume = 100, .strategy = "T"});
-    EXPECT_EQ(totalsOf(f, {}, {}, {}).profit, 0.0) << "not valued yet";
-    f.price({.last = 10.5});
-    f.advance(3);
-    EXPECT_EQ(totalsOf(f, {}, {"S"}, {}), (Totals{150.0, 3150.0, 3000.0, 0.0}));
-    EXPECT_EQ(totalsOf(f, {"A"}, {"T"}, {"SH600000"}), (Totals{50.0, 1050.0, 0.0, 1100.0}));
-    EXPECT_EQ(totalsOf(f, {}, {""}, {}), Totals()) << "every deal has a strategy";
-    EXPECT_EQ(totalsOf(f, {"B"}, {}, {}), Totals());
-    const Totals whole = totalsOf(f, {}, {}, {});
-    EXPECT_EQ(whole, (Totals{200.0, 4200.0, 3000.0, 1100.0}));
-
-    f.price({.last = 10.25});
-    EXPECT_EQ(totalsOf(f, {}, {}, {}), whole) << "the next pass values them";
-    f.deal({.key = 4, .stock = "SZ000001", .volume = 100});
-    f.price({.stock = "SZ000001", .last = 10.5});
-    f.advance(3);
-    EXPECT_EQ(totalsOf(f, {}, {""}, {}), (Totals{50.0, 1050.0, 1000.0, 0.0}));
-}
-
 // Prices whose sums depend on the order in which they are added: that is by account, stock
 // and strategy, whatever came first and whatever is selected.
 TEST(Totals, AreTheSumsOfTheRecordsInTheOrderOfTheKeys) {

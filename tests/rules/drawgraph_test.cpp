@@ -2,20 +2,21 @@
 #include "tests/support/paintrecorder.h"
 
 #include <QGuiApplication>
-#include <QImage>
 #include <QPainter>
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
-#include <boost/make_shared.hpp>
+#include <functional>
 
 namespace {
 
 using support::CPaintRecorder;
 using support::Painted;
-using Singleton = utils::CSingletonT<TC::CEnhanceDrawManager>;
+using Manager = TC::CEnhanceDrawManager;
+using Singleton = utils::CSingletonT<Manager>;
 using Type = TC::IEnhanceDataBase::EDrawType;
+using Texts = std::vector<std::string>;
 
 constexpr Type FIRST = TC::IEnhanceDataBase::DRAW_FIRST;
 constexpr Type SECOND = TC::IEnhanceDataBase::DRAW_SECOND;
@@ -24,103 +25,128 @@ const QRect CLIP(5, 6, 700, 800);
 /// Ten pixels a unit, y upwards from 500.
 QPointF map(const QPointF& point) { return {point.x() * 10.0, 500.0 - point.y() * 10.0}; }
 
-/// Where a shape stands and how large it is, its pen's and its brush's colour.
+/// Kind, place, pen and brush of what was drawn.
 std::string shown(const Painted& painted) {
     const auto name = [](const QColor& colour) {
         return colour.name(QColor::HexArgb).toStdString();
     };
     const QRect rect = painted.rect.toRect();
-    return fmt::format("{},{} {}x{} {} {}", rect.x(), rect.y(), rect.width(), rect.height(),
-                       name(painted.pen.color()), name(painted.brush.color()));
+    const std::string place =
+        fmt::format("{},{} {}x{}", rect.x(), rect.y(), rect.width(), rect.height());
+    const std::string pen = name(painted.pen.color());
+    switch (painted.kind) {
+        case Painted::PATH: {
+            std::string path;
+            for (int i = 0; i < painted.path.elementCount(); ++i) {
+                const auto point = painted.path.elementAt(i);
+                path += fmt::format(" {},{}", point.x, point.y);
+            }
+            return fmt::format("line{} {} width {}{}{}", path, pen, painted.pen.width(),
+                               painted.pen.style() == Qt::DotLine ? " dotted" : "",
+                               painted.brush.style() == Qt::NoBrush ? "" : " filled");
+        }
+        case Painted::ELLIPSE:
+        case Painted::RECT:
+            return fmt::format("{} {} {} {}", painted.kind == Painted::RECT ? "box" : "circle",
+                               place, pen, name(painted.brush.color()));
+        case Painted::TEXT:
+            return fmt::format("text {},{} {} {}", painted.origin.x(), painted.origin.y(), pen,
+                               painted.text.toStdString());
+        default:
+            return "other";
+    }
 }
 
 class DrawGraph : public testing::Test {
 protected:
     ~DrawGraph() override { Singleton::release(); }
 
-    TC::CEnhanceDrawManager& draw() { return *Singleton::instance(); }
+    static Manager& draw() { return *Singleton::instance(); }
 
-    std::vector<Painted> paint(Type type = FIRST, const std::string& key = "k") {
+    static std::vector<Painted> paint(Type type = FIRST, const std::string& key = "k",
+                                      const boost::function<QPointF(const QPointF&)>& by = map) {
         CPaintRecorder recorder;
         QPainter painter(&recorder);
         painter.setPen(Qt::green);
         painter.setBrush(Qt::yellow);
         painter.setClipRect(0, 0, 10, 10);  // replaced, not narrowed
-        draw().drawGraph(type, key, &painter, CLIP, map);
+        draw().drawGraph(type, key, &painter, CLIP, by);
         EXPECT_EQ(painter.clipRegion(), QRegion(CLIP)) << "the clip stays set";
         painter.end();
+        for (const Painted& each : recorder.painted) EXPECT_EQ(each.clip, QRegion(CLIP));
         return recorder.painted;
     }
 
-    void addLine(std::vector<double> xs, std::vector<double> ys, int width = 1,
-                 bool dotted = false) {
+    static void addLine(std::vector<double> xs, std::vector<double> ys, int width = 1,
+                        bool dotted = false) {
         draw().addDrawLineData(FIRST, "k", xs, ys, width, dotted, true, 0x00ff00, 50);
     }
-    void addText(int boxWidth, int boxHeight, const std::string& text = "卖①价 12.5") {
+    static void addRound(double x, double y, int diameter, int second = 0, int colour = 0,
+                         int transparency = 0, Type type = FIRST, const char* key = "k") {
+        draw().addDrawRoundData(type, key, x, y, diameter, second, colour, transparency);
+    }
+    static void addText(int boxWidth, int boxHeight, const std::string& text) {
         draw().addDrawTextData(FIRST, "k", 3.06, 4.0, text, 0x102030, "Serif", 40, 20, boxWidth,
                                boxHeight, 0x0000ff, 75, 7, -9);
     }
 };
 
-TEST_F(DrawGraph, LineRunsThroughTheCommonPointsInRedWhateverColourIsAsked) {
-    addLine({1, 2, 3}, {10, 20, 15, 7, 8}, 4, true);
-    for (int same = 0; same < 2; ++same) addLine({1, 2}, {1, 1});
-    const auto painted = paint();
-    ASSERT_EQ(painted.size(), 3u) << "equal graphics are all kept";
-
-    QPainterPath path(QPointF(10, 400));
-    path.lineTo(20, 300);
-    path.lineTo(30, 350);
-    EXPECT_EQ(painted[0].kind, Painted::PATH);
-    EXPECT_EQ(painted[0].path, path);
-    EXPECT_EQ(painted[0].pen.color(), QColor(255, 0, 0, 255));
-    EXPECT_EQ(painted[0].pen.style(), Qt::DotLine);
-    EXPECT_EQ(painted[0].pen.width(), 4);
-    EXPECT_EQ(painted[0].brush.style(), Qt::NoBrush);
-    EXPECT_EQ(painted[0].clip, QRegion(CLIP));
-    EXPECT_EQ(painted[1].pen.style(), Qt::SolidLine);
-    EXPECT_EQ(painted[1].pen.width(), 1);
-}
-
-TEST_F(DrawGraph, LineOfFewerThanTwoValuesIsNotStored) {
-    addLine({1}, {1, 2, 3});
-    addLine({1, 2, 3}, {1});
-    addLine({}, {});
-    CPaintRecorder recorder;
-    QPainter painter(&recorder);
-    EXPECT_NO_THROW(draw().drawGraph(FIRST, "k", &painter, CLIP, {})) << "nothing to be mapped";
-    addLine({1, 1}, {2, 2});
-    EXPECT_TRUE(paint().empty()) << "a line without length has no path";
-}
-
-TEST_F(DrawGraph, RoundIsCentredAndItsSecondCircleIsNot) {
-    // The anchor maps to (30.6, 460): halves are cut by integer division, the rest by
-    // truncation.
-    draw().addDrawRoundData(FIRST, "k", 3.06, 4.0, 7, 5, 0x123456, 40);
-    draw().addDrawRoundData(FIRST, "k", -0.25, 50.15, 4, 0, 0xffffff, 100);
-    draw().addDrawRoundData(FIRST, "k", 0, 0, 2, 0, 0x808080, 99);
-    draw().addDrawRoundData(FIRST, "k", 0, 0, 2, 0, 0x808080, 0);
-    std::vector<std::string> circles;
-    for (const Painted& circle : paint()) {
-        EXPECT_EQ(circle.kind, Painted::ELLIPSE);
-        EXPECT_EQ(circle.brush.style(), Qt::SolidPattern);
-        circles.push_back(shown(circle));
+// The anchor of most maps to (30.6, 460): halves are cut by integer division, the rest by
+// truncation, transparency too: 60 % of 255 is 153 (99), 1 % is 2.
+TEST_F(DrawGraph, PaintsEachGraphicToThePixel) {
+    struct Row {
+        const char* name;
+        std::function<void()> add;
+        Texts painted;
+    };
+    const char* const textAt = "text 37,451 #cc102030 abc";  // trunc(30.6 + 7), trunc(460 - 9)
+    const Row rows[] = {
+        {"a line runs through the common points, red whatever colour is asked",
+         [] {
+             addLine({1, 2, 3}, {10, 20, 15, 7, 8}, 4, true);
+         },
+         {"line 10,400 20,300 30,350 #ffff0000 width 4 dotted"}},
+        {"equal graphics are all kept",
+         [] {
+             addLine({1, 2}, {1, 1}), addLine({1, 2}, {1, 1});
+         },
+         {"line 10,490 20,490 #ffff0000 width 1", "line 10,490 20,490 #ffff0000 width 1"}},
+        {"fewer than two values are no line, nor is one without length",
+         [] {
+             addLine({1}, {1, 2, 3}), addLine({1, 2, 3}, {1}), addLine({1, 1}, {2, 2});
+         },
+         {}},
+        {"a round is centred, its second circle is not",
+         [] { addRound(3.06, 4.0, 7, 5, 0x123456, 40); },
+         {"circle 27,457 7x7 #99123456 #99123456", "circle 30,460 5x5 #99123456 #99123456"}},
+        {"no second circle",
+         [] { addRound(-0.25, 50.15, 4, 0, 0xffffff, 100); },
+         {"circle -4,-3 4x4 #00ffffff #00ffffff"}},
+        {"hardly visible",
+         [] { addRound(0, 0, 2, 0, 0x808080, 99); },
+         {"circle -1,499 2x2 #02808080 #02808080"}},
+        {"opaque",
+         [] { addRound(0, 0, 2, 0, 0x808080); },
+         {"circle -1,499 2x2 #ff808080 #ff808080"}},
+        {"a text without box stands on its baseline", [] { addText(0, 30, "abc"); }, {textAt}},
+        {"nor is it a box without height", [] { addText(120, 0, "abc"); }, {textAt}},
+        {"or less than that", [] { addText(-1, -1, "abc"); }, {textAt}},
+    };
+    for (const Row& row : rows) {
+        draw().clearDatas();
+        row.add();
+        Texts painted;
+        for (const Painted& each : paint()) painted.push_back(shown(each));
+        EXPECT_EQ(painted, row.painted) << row.name;
     }
-    // The transparency is truncated too: 60 % of 255 is 153 (99), 1 % is 2.
-    const std::vector<std::string> expected = {
-        "27,457 7x7 #99123456 #99123456", "30,460 5x5 #99123456 #99123456",
-        "-4,-3 4x4 #00ffffff #00ffffff",  // not drawn twice without a second
-        "-1,499 2x2 #02808080 #02808080", "-1,499 2x2 #ff808080 #ff808080"};
-    EXPECT_EQ(circles, expected);
 }
 
 TEST_F(DrawGraph, FramedTextIsCentredInItsBoxAndKeepsTheDefaultSize) {
-    addText(120, 30);
+    addText(120, 30, "卖①价 12.5");
     const auto painted = paint();
     ASSERT_GE(painted.size(), 2u);
-    const QRectF box(37, 451, 120, 30);  // trunc(30.6 + 7), trunc(460 - 9)
-    EXPECT_EQ(painted[0].kind, Painted::RECT);
-    EXPECT_EQ(shown(painted[0]), "37,451 120x30 #3f0000ff #ffffff00") << "the painter's own brush";
+    EXPECT_EQ(shown(painted[0]), "box 37,451 120x30 #3f0000ff #ffffff00")
+        << "the painter's own brush";
     QRectF ink;
     QString text;
     for (std::size_t i = 1; i < painted.size(); ++i) {
@@ -132,34 +158,20 @@ TEST_F(DrawGraph, FramedTextIsCentredInItsBoxAndKeepsTheDefaultSize) {
         text += painted[i].text;
     }
     EXPECT_EQ(text, QString("卖①价 12.5"));
-    EXPECT_NEAR(ink.center().x(), box.center().x(), 1.0);
-    EXPECT_NEAR(ink.center().y(), box.center().y(), 1.0);
-}
-
-TEST_F(DrawGraph, TextWithoutBoxStandsOnItsBaseline) {
-    for (const auto& [width, height] : {std::pair(0, 30), {120, 0}, {-1, -1}}) {
-        draw().clearDatas();
-        addText(width, height, "abc");
-        const auto painted = paint();
-        ASSERT_EQ(painted.size(), 1u) << "no frame for " << width << " x " << height;
-        EXPECT_EQ(painted[0].kind, Painted::TEXT);
-        EXPECT_EQ(painted[0].text, "abc");
-        EXPECT_EQ(painted[0].origin, QPointF(37, 451));
-    }
+    EXPECT_NEAR(ink.center().x(), 37 + 60, 1.0);
+    EXPECT_NEAR(ink.center().y(), 451 + 15, 1.0);
 }
 
 TEST_F(DrawGraph, StoresAreToldApartAsZeroAndNotZero) {
-    draw().addDrawRoundData(FIRST, "k", 0, 0, 1, 0, 0, 0);
-    draw().addDrawRoundData(SECOND, "k", 0, 0, 2, 0, 0, 0);
-    draw().addDrawRoundData(static_cast<Type>(7), "k", 0, 0, 3, 0, 0, 0);
-    draw().addDrawRoundData(FIRST, "other", 0, 0, 4, 0, 0, 0);
+    addRound(0, 0, 1);
+    addRound(0, 0, 2, 0, 0, 0, SECOND);
+    addRound(0, 0, 3, 0, 0, 0, static_cast<Type>(7));
+    addRound(0, 0, 4, 0, 0, 0, FIRST, "other");
     const auto second = paint(static_cast<Type>(-1));
     ASSERT_EQ(second.size(), 2u);
     EXPECT_EQ(second[0].rect.width(), 2) << "in the order of adding";
-    EXPECT_EQ(second[1].rect.width(), 3);
-
     using Counts = std::vector<std::size_t>;
-    const auto counts = [this] {
+    const auto counts = [] {
         return Counts{paint().size(), paint(SECOND).size(), paint(FIRST, "other").size()};
     };
     EXPECT_EQ(counts(), (Counts{1, 2, 1}));
@@ -169,33 +181,24 @@ TEST_F(DrawGraph, StoresAreToldApartAsZeroAndNotZero) {
     EXPECT_EQ(counts(), (Counts{0, 0, 0}));
 }
 
-TEST_F(DrawGraph, EmptyMapThrowsAtTheFirstGraphicAndLeavesTheLockFree) {
-    draw().addDrawRoundData(FIRST, "k", 0, 0, 1, 0, 0, 0);
-    QImage image(20, 20, QImage::Format_ARGB32);
-    QPainter painter(&image);
-    EXPECT_NO_THROW(draw().drawGraph(FIRST, "unknown", &painter, CLIP, {}));
-    EXPECT_EQ(painter.clipRegion(), QRegion(CLIP));
-    EXPECT_THROW(draw().drawGraph(FIRST, "k", &painter, CLIP, {}), boost::bad_function_call);
-    EXPECT_EQ(paint().size(), 1u);
-}
-
-TEST_F(DrawGraph, MapMayChangeWhatIsBeingPainted) {
-    for (int i = 0; i < 4; ++i) draw().addDrawRoundData(FIRST, "k", i, 0, 1, 0, 0, 0);
+TEST_F(DrawGraph, MapMayBeEmptyOrChangeWhatIsBeingPainted) {
+    EXPECT_TRUE(paint(FIRST, "k", {}).empty()) << "nothing to be mapped";
+    for (int i = 0; i < 4; ++i) addRound(i, 0, 1);
     CPaintRecorder recorder;
     QPainter painter(&recorder);
-    draw().drawGraph(FIRST, "k", &painter, CLIP, [this](const QPointF& point) {
+    EXPECT_THROW(draw().drawGraph(FIRST, "k", &painter, CLIP, {}), boost::bad_function_call);
+    const auto clearing = [](const QPointF& point) {
         draw().clearDatas("k");
-        draw().addDrawRoundData(FIRST, "k", 9, 9, 1, 0, 0, 0);
+        addRound(9, 9, 1);
         return point;
-    });
-    EXPECT_EQ(recorder.painted.size(), 4u) << "the change shows from the next paint on";
+    };
+    EXPECT_EQ(paint(FIRST, "k", clearing).size(), 4u) << "seen from the next paint on";
     EXPECT_EQ(paint().size(), 1u);
 }
 
 TEST_F(DrawGraph, RoundTakesItsSecondDiameterFirst) {
     const TC::EnhanceRoundData round(3, 8, 1.5, 2.5, 0xabcdef, 10);
-    EXPECT_EQ(round.m_nSecondDiameter, 3);
-    EXPECT_EQ(round.m_nMainDiameter, 8);
+    EXPECT_EQ(std::pair(round.m_nSecondDiameter, round.m_nMainDiameter), std::pair(3, 8));
 }
 
 }  // namespace

@@ -1,9 +1,6 @@
-#include "paper/commandcenter.h"
 #include "tests/rules/papermarket.h"
 
 #include <gtest/gtest.h>
-
-#include <mongo/bson/bson.h>
 
 #include <limits>
 #include <map>

@@ -75,7 +75,7 @@ public:
     }
 
     std::string startTask(int volume, int slices, double seconds, bool server = true) {
-        exchange->startTask({"A", {}, "SH", "600000", BUY, volume, slices, seconds, "S", server});
+        exchange->startTask({"A", "SH", "600000", BUY, volume, slices, seconds, "S", server});
         return said();
     }
 

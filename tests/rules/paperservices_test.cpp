@@ -1,9 +1,5 @@
 #include "paper/datacenter.h"
 #include "paper/instruments.h"
-#include "paper/loop.h"
-#include "paper/quotes.h"
-#include "paper/tradeclient.h"
-#include "paper/usersettings.h"
 #include "platform/utils/referencedata.h"
 
 #include <fmt/format.h>
@@ -19,8 +15,6 @@
 namespace {
 
 using namespace vexservice;
-
-constexpr std::int64_t NOON = 1'704'168'000'000'000;
 
 template <class Record>
 boost::shared_ptr<Record> recordOf(std::uint64_t key) {
@@ -144,56 +138,6 @@ TEST(ReferenceData, AnnouncesEveryChangeAndKeepsWhatWasHandedOut) {
     EXPECT_TRUE(center.getFeeLimits(info, "SH", "600000"));
     center.setAccount({.key = "A"});
     EXPECT_FALSE(center.getFeeLimits(info, "SH", "600000"));
-}
-
-TEST(Quotes, KeepThePriceAndPushItWhileTheRequestLives) {
-    paper::CVirtualLoop loop(NOON);
-    paper::CQuotes quotes(loop.service());
-    std::string heard;
-    auto request = quotes.request(
-        "SH600000", [&](auto& data) { heard += fmt::format("{} ", data->m_dLastPrice); });
-    const auto price = [&](const char* stock, double last, bool push) {
-        auto data = boost::make_shared<CPriceData>();
-        data->m_dLastPrice = last;
-        quotes.setPrice(stock, data, push);
-    };
-    EXPECT_FALSE(quotes.getStockPrice("SH600000"));
-    price("SH600000", 10.0, true);
-    price("SZ000001", 11.0, true);
-    price("SH600000", 10.1, false);
-    EXPECT_EQ(quotes.getStockPrice("SH600000")->m_dLastPrice, 10.1);
-    request.reset();
-    price("SH600000", 10.2, true);
-    EXPECT_EQ(heard, "10 ");
-}
-
-TEST(Queries, AreAnsweredOnTheLoopNotWithinTheCall) {
-    paper::CVirtualLoop loop(NOON);
-    paper::CPaperTradeClient client(loop.service(), nullptr, nullptr);
-    paper::CQuotes quotes(loop.service());
-    int answers = 0;
-    const auto count = [&](auto&&...) { ++answers; };
-    client.queryHistoryOrders("A", "20240102", count);
-    client.queryHistoryDeals("A", "20240102", count);
-    quotes.queryMinuteBars("SH600000", "20240102", count);
-    EXPECT_EQ(answers, 0);
-    loop.runToRest();
-    EXPECT_EQ(answers, 3);
-}
-
-TEST(UserSettings, HaveNoTradeSettingUntilOneIsMade) {
-    paper::ClientConfig config;
-    paper::CUserSettings settings(config);
-    EXPECT_EQ(settings.getUserDataAddress(TC::USER_TRADE_SETTING), nullptr);
-    settings.setTradeSetting(2, PRTP_FIX, 9.5);
-    const void* first = settings.getUserDataAddress(TC::USER_TRADE_SETTING);
-    settings.setTradeSetting(1, PRTP_MARKET, 0.0);
-    const TC::CTradeSetting before(first);
-    EXPECT_EQ(before.m_stock.m_ePriceType, PRTP_COMPETE);
-    EXPECT_EQ(before.m_credit.m_ePriceType, PRTP_FIX);
-    const TC::CTradeSetting now(settings.getUserDataAddress(TC::USER_TRADE_SETTING));
-    EXPECT_EQ(now.m_stock.m_ePriceType, PRTP_MARKET);
-    EXPECT_EQ(now.m_credit.m_dPrice, 9.5);
 }
 
 }  // namespace

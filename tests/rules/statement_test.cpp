@@ -70,7 +70,7 @@ std::string shown(const QByteArray& csv) {
 
 TEST(CellValues, Numbers) {
     const auto shownNumber = [](const Value& cell) {
-        const auto number = numberOf(cell);
+        const auto number = cellNumber(cell);
         return number ? QString::number(*number, 'g', 12).toStdString() : "none";
     };
     expectAlike({{"1234567.5", {"1,234,567.50"}},

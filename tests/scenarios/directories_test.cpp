@@ -3,7 +3,6 @@
 #include "tests/support/playing.h"
 
 #include <gtest/gtest.h>
-#include <simdjson.h>
 
 #include <filesystem>
 #include <sstream>
@@ -67,34 +66,6 @@ TEST(Scenarios, HaveEveryLineAndOperation) {
     constexpr std::make_index_sequence<std::variant_size_v<replay::Event>> KINDS;
     for (const std::string_view name : eventNames(KINDS)) {
         EXPECT_NE(all.find("{\"do\":\"" + std::string(name) + "\""), std::string::npos) << name;
-    }
-}
-
-void expectSortedKeys(const simdjson::dom::element& value) {
-    simdjson::dom::array list;
-    simdjson::dom::object object;
-    if (!value.get(list)) {
-        for (const auto entry : list) expectSortedKeys(entry);
-    } else if (!value.get(object)) {
-        std::string_view last;
-        for (const auto field : object) {
-            EXPECT_TRUE(last.empty() || last < field.key) << last << " before " << field.key;
-            last = field.key;
-            expectSortedKeys(field.value);
-        }
-    }
-}
-
-TEST(Scenarios, PrintKeysInByteOrder) {
-    simdjson::dom::parser parser;
-    for (const fs::path& folder : folders()) {
-        for (const std::string& line : lines(tests::playFile(folder / "input.jsonl").output)) {
-            simdjson::dom::element value;
-            const auto error = parser.parse(line).get(value);
-            if (error == simdjson::NUMBER_ERROR) continue;  // a whole number beyond 64 bits
-            ASSERT_EQ(error, simdjson::SUCCESS) << line;
-            expectSortedKeys(value);
-        }
     }
 }
 

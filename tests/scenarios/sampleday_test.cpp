@@ -23,14 +23,6 @@ TEST(SampleDay, IsTheSameForTheSameSeed) {
     EXPECT_NE(smallDay(7), smallDay(8));
 }
 
-TEST(SampleDay, PlaysTwiceToTheSameBytes) {
-    const tests::ScenarioFolder folder;
-    const tests::Played first = folder.play(smallDay(1));
-    const tests::Played second = folder.play(smallDay(1));
-    EXPECT_EQ(first.fault, "");
-    EXPECT_TRUE(first.output == second.output);
-}
-
 /// What is left of a strategy at the close is less than a lot, or not filled; with it
 /// everything that the account bought and sold is accounted for.
 TEST(SampleDay, EveryPairIsBalancedOrSaysWhyNot) {

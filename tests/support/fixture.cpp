@@ -39,14 +39,11 @@ QDateTime current() {
 std::string marketOf(const std::string& stock) { return stock.substr(0, 2); }
 std::string codeOf(const std::string& stock) { return stock.substr(2); }
 
-template <class Spec>
-boost::shared_ptr<CCommandRecord> carrierOf(const Spec& spec) {
-    if (spec.strategy.empty() && spec.strategy2.empty() && spec.tag.empty()) return {};
-    auto carrier = boost::make_shared<CCommandRecord>();
-    carrier->m_strStrategyName = spec.strategy;
-    carrier->m_strStrategyName2 = spec.strategy2;
-    carrier->m_strTag = spec.tag;
-    return carrier;
+template <class Described>
+void nameStrategies(CCommandRecord& record, const Described& by) {
+    record.m_strStrategyName = by.strategy;
+    record.m_strStrategyName2 = by.strategy2;
+    record.m_strTag = by.tag;
 }
 
 std::vector<CPriceLevel> levelsOf(const std::vector<std::pair<double, long long>>& side) {
@@ -54,8 +51,6 @@ std::vector<CPriceLevel> levelsOf(const std::vector<std::pair<double, long long>
     for (const auto& [price, volume] : side) levels.push_back({price, volume});
     return levels;
 }
-
-EEntrustBS direction(Side side) { return side == Side::Buy ? ENTRUST_BUY : ENTRUST_SELL; }
 
 }  // namespace
 
@@ -185,43 +180,40 @@ void Fixture::watch(TC::CLinkageManager& manager) {
 
 // ------------------------------------------------------------- reports and quotes
 
-boost::shared_ptr<CAccountInfo> Fixture::info(const std::string& accountKey) const {
-    return m_pClient->accountInfo(accountKey);
+/// What orders and deals have in common.
+template <class Record, class Described>
+boost::shared_ptr<Record> Fixture::described(const Described& by) const {
+    auto record = boost::make_shared<Record>();
+    record->m_nRecordKey = by.key;
+    record->m_eDirection = by.side == Side::Buy ? ENTRUST_BUY : ENTRUST_SELL;
+    record->m_nVolume = by.volume;
+    record->m_dPrice = by.price;
+    record->m_strMarket = marketOf(by.stock);
+    record->m_strCode = codeOf(by.stock);
+    record->m_strTradeDate = by.tradeDate.empty() ? m_pClient->tradeDate() : by.tradeDate;
+    record->m_pAccountInfo = m_pClient->accountInfo(by.account);
+    if (!by.strategy.empty() || !by.strategy2.empty() || !by.tag.empty()) {
+        record->m_pCommand = boost::make_shared<CCommandRecord>();
+        nameStrategies(*record->m_pCommand, by);
+    }
+    return record;
 }
 
 boost::shared_ptr<COrderDetail> Fixture::makeOrder(const Order& order) const {
-    auto detail = boost::make_shared<COrderDetail>();
-    detail->m_nRecordKey = order.key;
-    detail->m_eDirection = direction(order.side);
+    const auto detail = described<COrderDetail>(order);
     detail->m_eStatus = static_cast<EEntrustStatus>(order.status);
-    detail->m_nVolume = order.volume;
     detail->m_nTradedVolume = order.traded;
-    detail->m_dPrice = order.price;
     detail->m_dTradedAmount = order.amount.value_or(order.price * order.traded);
-    detail->m_strMarket = marketOf(order.stock);
-    detail->m_strCode = codeOf(order.stock);
-    detail->m_strTradeDate = order.tradeDate.empty() ? m_pClient->tradeDate() : order.tradeDate;
     detail->m_strSysID = order.sysId;
-    detail->m_pAccountInfo = info(order.account);
-    detail->m_pCommand = carrierOf(order);
     return detail;
 }
 
 boost::shared_ptr<CDealDetail> Fixture::makeDeal(const Deal& deal) const {
-    auto detail = boost::make_shared<CDealDetail>();
-    detail->m_nRecordKey = deal.key;
-    detail->m_eDirection = direction(deal.side);
-    detail->m_nVolume = deal.volume;
-    detail->m_dPrice = deal.price;
+    const auto detail = described<CDealDetail>(deal);
     detail->m_dAmount = deal.amount.value_or(deal.price * deal.volume);
-    detail->m_strMarket = marketOf(deal.stock);
-    detail->m_strCode = codeOf(deal.stock);
-    detail->m_strTradeDate = deal.tradeDate.empty() ? m_pClient->tradeDate() : deal.tradeDate;
     detail->m_strTradeTime =
         deal.time.value_or(current().toString(QStringLiteral("hhmmss")).toStdString());
     detail->m_strDealID = deal.dealId.empty() ? std::to_string(deal.key) : deal.dealId;
-    detail->m_pAccountInfo = info(deal.account);
-    detail->m_pCommand = carrierOf(deal);
     return detail;
 }
 
@@ -236,19 +228,17 @@ boost::shared_ptr<CTaskDetail> Fixture::makeTask(const Task& task) const {
         item->m_strCode = codeOf(each.stock);
         item->m_nVolume = each.volume;
         item->m_nTradedVolume = each.traded;
-        item->m_pAccountInfo = info(each.account.empty() ? task.account : each.account);
+        item->m_pAccountInfo =
+            m_pClient->accountInfo(each.account.empty() ? task.account : each.account);
         detail->m_items.push_back(item);
     }
     if (task.command) {
-        const std::string user =
-            m_settings.clientType == TC::CLIENT_TYPE_3 ? std::string() : m_settings.userName;
+        const bool userless = m_settings.clientType == TC::CLIENT_TYPE_3;
         auto command = boost::make_shared<CCommandRecord>();
-        command->m_strUser = task.user.value_or(user);
+        command->m_strUser = task.user.value_or(userless ? std::string() : m_settings.userName);
         command->m_nKind = task.kind;
         command->m_strTradeDate = task.tradeDate.empty() ? m_pClient->tradeDate() : task.tradeDate;
-        command->m_strStrategyName = task.strategy;
-        command->m_strStrategyName2 = task.strategy2;
-        command->m_strTag = task.tag;
+        nameStrategies(*command, task);
         detail->m_pCommand = command;
     }
     return detail;
@@ -277,7 +267,7 @@ void Fixture::position(const Position& position) {
     detail->m_nVolume = position.volume;
     detail->m_nAvailable = position.available;
     detail->m_dCost = position.cost;
-    detail->m_pAccountInfo = info(position.account);
+    detail->m_pAccountInfo = m_pClient->accountInfo(position.account);
     m_pClient->report(position.account, detail, position.push);
     settle();
 }
@@ -324,17 +314,14 @@ void Fixture::userDataChanged() {
     settle();
 }
 
-void Fixture::send(const std::string& account, const std::string& stock, Side side, int volume,
-                   double price, const std::string& strategy, const std::string& tag) {
-    m_pClient->send(account, marketOf(stock), codeOf(stock), side == Side::Buy, volume, price,
-                    strategy, tag);
-    settle();
-}
-
-void Fixture::startTask(const std::string& account, const std::string& stock, Side side, int volume,
-                        int slices, double seconds, const std::string& strategy, bool server) {
-    m_pClient->startTask(account, marketOf(stock), codeOf(stock), side == Side::Buy, volume, slices,
-                         seconds, strategy, server);
+void Fixture::send(const Order& order) {
+    m_pClient->send({.account = order.account,
+                     .market = marketOf(order.stock),
+                     .code = codeOf(order.stock),
+                     .buys = order.side == Side::Buy,
+                     .volume = order.volume,
+                     .price = order.price,
+                     .strategy = order.strategy});
     settle();
 }
 
@@ -400,43 +387,6 @@ void Fixture::noteRequest(const std::function<void()>& note) {
         note();
     }
     if (onRequest) onRequest();
-}
-
-std::vector<LogLine> Fixture::log() const {
-    const std::lock_guard lock(m_seenMutex);
-    return m_seen.log;
-}
-
-std::vector<std::string> Fixture::logTexts() const {
-    std::vector<std::string> texts;
-    for (const LogLine& line : log()) texts.push_back(line.text);
-    return texts;
-}
-
-std::vector<SeenSignal> Fixture::signals() const {
-    const std::lock_guard lock(m_seenMutex);
-    return m_seen.signals;
-}
-
-std::vector<std::string> Fixture::signalNames() const {
-    std::vector<std::string> names;
-    for (const SeenSignal& each : signals()) names.push_back(each.name);
-    return names;
-}
-
-std::vector<SentCommand> Fixture::commands() const {
-    const std::lock_guard lock(m_seenMutex);
-    return m_seen.commands;
-}
-
-std::vector<AskedCancel> Fixture::cancels() const {
-    const std::lock_guard lock(m_seenMutex);
-    return m_seen.cancels;
-}
-
-std::vector<TaskOperation> Fixture::taskOperations() const {
-    const std::lock_guard lock(m_seenMutex);
-    return m_seen.operations;
 }
 
 void Fixture::forget() {

@@ -200,11 +200,7 @@ public:
     void userDataChanged();
 
     // the paper exchange
-    void send(const std::string& account, const std::string& stock, Side side, int volume,
-              double price, const std::string& strategy = {}, const std::string& tag = {});
-    void startTask(const std::string& account, const std::string& stock, Side side, int volume,
-                   int slices, double seconds, const std::string& strategy = {},
-                   bool server = true);
+    void send(const Order& order);
 
     // time
     void advance(double seconds);
@@ -222,13 +218,13 @@ public:
     std::optional<std::string> file(const std::string& name) const;
 
     // what was seen since the start or the last forget()
-    std::vector<LogLine> log() const;
-    std::vector<std::string> logTexts() const;
-    std::vector<SeenSignal> signals() const;
-    std::vector<std::string> signalNames() const;
-    std::vector<SentCommand> commands() const;
-    std::vector<AskedCancel> cancels() const;
-    std::vector<TaskOperation> taskOperations() const;
+    std::vector<LogLine> log() const { return copied(m_seen.log); }
+    Texts logTexts() const { return column(log(), &LogLine::text); }
+    std::vector<SeenSignal> signals() const { return copied(m_seen.signals); }
+    Texts signalNames() const { return column(signals(), &SeenSignal::name); }
+    std::vector<SentCommand> commands() const { return copied(m_seen.commands); }
+    std::vector<AskedCancel> cancels() const { return copied(m_seen.cancels); }
+    std::vector<TaskOperation> taskOperations() const { return copied(m_seen.operations); }
     void forget();
 
     /// Runs within each request of the library, after it was noted; may throw, as a service may.
@@ -246,6 +242,18 @@ private:
         std::vector<TaskOperation> operations;
     };
 
+    template <class Each>
+    std::vector<Each> copied(const std::vector<Each>& seen) const {
+        const std::lock_guard lock(m_seenMutex);
+        return seen;
+    }
+    template <class Each>
+    static Texts column(const std::vector<Each>& seen, std::string Each::*text) {
+        Texts texts;
+        for (const Each& each : seen) texts.push_back(each.*text);
+        return texts;
+    }
+
     void onCancelOrder(const vexservice::COrderDetail& order) override;
     void onOperateTask(std::uint64_t taskKey, bool server,
                        const vexservice::CTaskOpRecord& record) override;
@@ -253,7 +261,8 @@ private:
     void noteRequest(const std::function<void()>& note);
     void watch(TC::CLinkageManager& manager);
     void saw(const std::string& name, std::vector<std::string> args = {});
-    boost::shared_ptr<vexservice::CAccountInfo> info(const std::string& accountKey) const;
+    template <class Record, class Described>
+    boost::shared_ptr<Record> described(const Described& by) const;
 
     Settings m_settings;
     QTemporaryDir m_directory;

@@ -34,24 +34,10 @@ public:
 
 protected:
     int metric(PaintDeviceMetric metric) const override {
-        switch (metric) {
-            case PdmWidth:
-            case PdmHeight:
-                return 1000;
-            case PdmDpiX:
-            case PdmDpiY:
-            case PdmPhysicalDpiX:
-            case PdmPhysicalDpiY:
-                return 96;
-            case PdmDepth:
-                return 32;
-            case PdmDevicePixelRatio:
-                return 1;
-            case PdmDevicePixelRatioScaled:
-                return static_cast<int>(devicePixelRatioFScale());
-            default:
-                return 0;
-        }
+        if (metric == PdmDepth) return 32;
+        if (metric == PdmDevicePixelRatio) return 1;
+        if (metric == PdmDevicePixelRatioScaled) return static_cast<int>(devicePixelRatioFScale());
+        return metric == PdmWidth || metric == PdmHeight ? 1000 : 96;
     }
 
 private:

@@ -19,10 +19,11 @@ struct Played {
     std::string fault;  ///< "" when every line was played
 };
 
-inline Played playFile(const std::string& path, const replay::ReplayOptions& options = {}) {
+inline Played playFile(const std::string& path, const replay::ReplayOptions& options = {},
+                       replay::IReplayWatcher* watcher = nullptr) {
     Played played;
     replay::COutput output([&](std::string_view text) { played.output += text; });
-    played.fault = replay::playFile(path, options, output);
+    played.fault = replay::playFile(path, options, output, watcher);
     output.flush();
     return played;
 }
@@ -59,9 +60,10 @@ public:
     std::string path(const std::string& name) const {
         return m_dir.filePath(QString::fromStdString(name)).toStdString();
     }
-    Played play(std::string_view text, const replay::ReplayOptions& options = {}) const {
+    Played play(std::string_view text, const replay::ReplayOptions& options = {},
+                replay::IReplayWatcher* watcher = nullptr) const {
         writeText(path("in.jsonl"), text);
-        return playFile(path("in.jsonl"), options);
+        return playFile(path("in.jsonl"), options, watcher);
     }
 
 private:

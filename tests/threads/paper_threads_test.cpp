@@ -32,6 +32,7 @@ TEST(PaperThreads, ReportEachOrderInTurnWhoeverSendsAndQuotes) {
     paper::Account account;
     account.key = "A";
     client.setAccount(account);
+    const paper::OrderRequest request = {"A", "SH", "600000", true, 100, PRTP_FIX, 10.0};
     const auto quote = [&](double last) {
         auto price = boost::make_shared<CPriceData>();
         price->m_strStockKey = "SH600000";
@@ -51,7 +52,7 @@ TEST(PaperThreads, ReportEachOrderInTurnWhoeverSendsAndQuotes) {
     for (int sender = 0; sender < SENDERS; ++sender) {
         threads.emplace_back([&] {
             for (int i = 0; i < ORDERS; ++i) {
-                client.send("A", "SH", "600000", true, 100, 10.0, "S", "");
+                client.send(request);
                 if (i % 10 == 0) quote(i % 20 ? 9.9 : 10.1);
             }
         });
@@ -66,8 +67,8 @@ TEST(PaperThreads, ReportEachOrderInTurnWhoeverSendsAndQuotes) {
     for (const auto& [key, text] : statuses) EXPECT_EQ(text, "49 50 56 ") << key;
     lock.unlock();
     // Cancels, slices and reports that are still under way find nobody any more.
-    client.startTask("A", "SH", "600000", true, 1000, 1000, 1, "S", true);
-    client.send("A", "SH", "600000", true, 100, 1.0, "S", "");
+    client.startTask({"A", "SH", "600000", true, 1000, 1000, 1.0});
+    client.send(request);
 }
 
 }  // namespace

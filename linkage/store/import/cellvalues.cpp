@@ -85,7 +85,7 @@ QString plainText(const QString& text) {
     return plain;
 }
 
-std::optional<double> numberOf(const Value& value) {
+std::optional<double> cellNumber(const Value& value) {
     if (value.isNumber) {
         return std::isfinite(value.number) ? std::optional(value.number) : std::nullopt;
     }

@@ -29,7 +29,7 @@ QString plainText(const QString& text);
 /// Finite number out of a cell: thousands separators, full-width digits, the sign of the
 /// yuan and a unit that stands for one (元, 股, 张, 份) are taken; anything else is not,
 /// other currencies and units behind single figures (手, 万) least of all.
-LINKAGE_EXPORT std::optional<double> numberOf(const Value& value);
+LINKAGE_EXPORT std::optional<double> cellNumber(const Value& value);
 
 struct DateTime {
     std::string date;  ///< "yyyyMMdd"

@@ -156,7 +156,7 @@ RowValues valuesOf(const CWorkbook& book, const Header& header, std::span<const 
             found->isNumber ? Value{true, found->number, {}} : Value{false, 0.0, book.text(*found)};
         values[column].isLots = header.unit[column] == EUnit::Lot;
         if (header.unit[column] != EUnit::TenThousand) continue;
-        if (const auto number = numberOf(values[column])) {
+        if (const auto number = cellNumber(values[column])) {
             values[column] = {true, *number * 10'000, {}};
         }
     }

@@ -27,7 +27,7 @@ QString shown(const Value& value) { return value.display().simplified().left(40)
 double required(const Value& value, const char* what, double largest) {
     const QString name = QString::fromLatin1(what);
     if (value.isEmpty()) skip(QStringLiteral("no %1").arg(name));
-    const auto number = numberOf(value);
+    const auto number = cellNumber(value);
     if (!number) skip(QStringLiteral("%1 is not a number: %2").arg(name, shown(value)));
     if (std::fabs(*number) > largest) {
         skip(QStringLiteral("%1 is out of range: %2").arg(name, shown(value)));
@@ -157,7 +157,7 @@ vexservice::EEntrustStatus statusOfRow(const RowValues& values, int volume, int 
         return static_cast<EEntrustStatus>(*status);
     }
     if (traded == volume) return STATUS_SUCCEEDED;
-    if (const auto cancelled = numberOf(values[COL_CANCELLED]); cancelled && *cancelled != 0) {
+    if (const auto cancelled = cellNumber(values[COL_CANCELLED]); cancelled && *cancelled != 0) {
         return traded > 0 ? STATUS_PART_CANCEL : STATUS_CANCELED;
     }
     return traded > 0 ? STATUS_PART_SUCC : STATUS_REPORTED;

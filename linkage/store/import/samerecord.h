@@ -15,8 +15,10 @@
 /// record with a deal or order number is the same one in both, whichever came first.
 namespace TC::statement {
 
-inline const std::string& numberOf(const vexservice::CDealDetail& deal) { return deal.m_strDealID; }
-inline const std::string& numberOf(const vexservice::COrderDetail& order) {
+inline const std::string& systemNumber(const vexservice::CDealDetail& deal) {
+    return deal.m_strDealID;
+}
+inline const std::string& systemNumber(const vexservice::COrderDetail& order) {
     return order.m_strSysID;
 }
 
@@ -25,7 +27,7 @@ inline const std::string& numberOf(const vexservice::COrderDetail& order) {
 template <class Record>
 std::string traitsOf(const Record& record) {
     std::string number;
-    for (const char c : numberOf(record)) {
+    for (const char c : systemNumber(record)) {
         // Spreadsheet programs drop the zeros in front.
         if (std::isspace(static_cast<unsigned char>(c)) || (number.empty() && c == '0')) continue;
         number += static_cast<char>(std::toupper(static_cast<unsigned char>(c)));

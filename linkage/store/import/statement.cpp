@@ -158,8 +158,8 @@ private:
     }
 
     static bool hasFigures(const RowValues& values) {
-        return numberOf(values[COL_PRICE]) || numberOf(values[COL_VOLUME]) ||
-               numberOf(values[COL_ORDER_PRICE]) || numberOf(values[COL_ORDER_VOLUME]);
+        return cellNumber(values[COL_PRICE]) || cellNumber(values[COL_VOLUME]) ||
+               cellNumber(values[COL_ORDER_PRICE]) || cellNumber(values[COL_ORDER_VOLUME]);
     }
 
     /// Goes on with the table under these column names: the same one on the next page, one

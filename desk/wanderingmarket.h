@@ -19,9 +19,9 @@ namespace desk {
 ///
 /// Threads: construct and destroy on the owner's thread; it works on the loop's. The
 /// client must outlive it, and the loop must stand still or be gone when it goes.
-class CSampleMarket {
+class CWanderingMarket {
 public:
-    CSampleMarket(boost::asio::io_service& service, paper::CPaperClient& client);
+    CWanderingMarket(boost::asio::io_service& service, paper::CPaperClient& client);
 
     /// Starts trading; the library should be listening by now.
     void open();

@@ -1,10 +1,10 @@
-#include "tests/support/textbook.h"
+#include "textbook/textbook.h"
 
 #include <fmt/format.h>
 
 #include <cmath>
 
-namespace tests {
+namespace textbook {
 
 namespace {
 
@@ -130,4 +130,4 @@ std::string firstDifference(const TC::ManagerState& expected, const TC::ManagerS
     return comparison.found();
 }
 
-}  // namespace tests
+}  // namespace textbook

@@ -1,4 +1,4 @@
-#include "desk/samplemarket.h"
+#include "desk/wanderingmarket.h"
 
 #include <boost/make_shared.hpp>
 
@@ -18,7 +18,7 @@ double yuan(int ticks) { return ticks / 100.0; }
 
 }  // namespace
 
-CSampleMarket::CSampleMarket(boost::asio::io_service& service, paper::CPaperClient& client)
+CWanderingMarket::CWanderingMarket(boost::asio::io_service& service, paper::CPaperClient& client)
     : m_client(client), m_timer(service) {
     m_stocks = {{"SH", "600001", "样本银行", 1285, 1285},
                 {"SH", "600002", "样本能源", 842, 842},
@@ -48,18 +48,18 @@ CSampleMarket::CSampleMarket(boost::asio::io_service& service, paper::CPaperClie
     }
 }
 
-void CSampleMarket::open() {
+void CWanderingMarket::open() {
     for (const Stock& stock : m_stocks) quote(stock);
     arm();
 }
 
-std::vector<std::string> CSampleMarket::stockKeys() const {
+std::vector<std::string> CWanderingMarket::stockKeys() const {
     std::vector<std::string> keys;
     for (const Stock& stock : m_stocks) keys.push_back(stock.market + stock.code);
     return keys;
 }
 
-void CSampleMarket::arm() {
+void CWanderingMarket::arm() {
     m_timer.expires_from_now(boost::posix_time::milliseconds(TICK_MILLIS));
     m_timer.async_wait([this](const boost::system::error_code& error) {
         if (error) return;
@@ -68,7 +68,7 @@ void CSampleMarket::arm() {
     });
 }
 
-void CSampleMarket::tick() {
+void CWanderingMarket::tick() {
     ++m_nTicks;
     for (Stock& stock : m_stocks) {
         if (upTo(2) == 0) move(stock);
@@ -76,7 +76,7 @@ void CSampleMarket::tick() {
     for (int orders = upTo(2); orders > 0; --orders) trade();
 }
 
-void CSampleMarket::move(Stock& stock) {
+void CWanderingMarket::move(Stock& stock) {
     const int width = std::max(1, stock.reference / 2000);
     const int pull = stock.price > stock.reference ? -1 : 1;
     stock.price += upTo(2 * width) - width + (upTo(5) == 0 ? pull : 0);
@@ -84,7 +84,7 @@ void CSampleMarket::move(Stock& stock) {
     quote(stock);
 }
 
-void CSampleMarket::quote(const Stock& stock) {
+void CWanderingMarket::quote(const Stock& stock) {
     auto price = boost::make_shared<vexservice::CPriceData>();
     price->m_strStockKey = stock.market + stock.code;
     price->m_dLastPrice = yuan(stock.price);
@@ -95,21 +95,33 @@ void CSampleMarket::quote(const Stock& stock) {
     m_client.setPrice(price->m_strStockKey, price);
 }
 
-void CSampleMarket::trade() {
+void CWanderingMarket::trade() {
     const Stock& stock = m_stocks[static_cast<std::size_t>(upTo(int(m_stocks.size()) - 1))];
     const char* account = ACCOUNTS[static_cast<std::size_t>(upTo(int(ACCOUNTS.size()) - 1))];
     const char* strategy = STRATEGIES[static_cast<std::size_t>(upTo(int(STRATEGIES.size()) - 1))];
     const bool buys = upTo(1) == 0;
     const int lots = 1 + upTo(9);
     if (m_nTicks % 20 == 0) {
-        m_client.startTask(account, stock.market, stock.code, buys, 500 * lots, 5, 60.0, strategy,
-                           true);
+        m_client.startTask({.account = account,
+                            .market = stock.market,
+                            .code = stock.code,
+                            .buys = buys,
+                            .volume = 500 * lots,
+                            .slices = 5,
+                            .seconds = 60.0,
+                            .strategy = strategy});
         return;
     }
     // One order in three waits a little away from the market.
     const int away = upTo(2) == 0 ? 2 + upTo(4) : -2;
     const int price = buys ? stock.price - away : stock.price + away;
-    m_client.send(account, stock.market, stock.code, buys, 100 * lots, yuan(price), strategy, "");
+    m_client.send({.account = account,
+                   .market = stock.market,
+                   .code = stock.code,
+                   .buys = buys,
+                   .volume = 100 * lots,
+                   .price = yuan(price),
+                   .strategy = strategy});
 }
 
 }  // namespace desk

@@ -9,7 +9,7 @@
 #include <tuple>
 #include <vector>
 
-namespace tests {
+namespace textbook {
 
 /// The day's intake written down as plainly as it can be: nested maps of texts, figures
 /// per record key, totals added up when they are asked for. It decides whether the
@@ -100,4 +100,4 @@ private:
 /// they were added up in another order; everything else is the same to the bit.
 std::string firstDifference(const TC::ManagerState& expected, const TC::ManagerState& actual);
 
-}  // namespace tests
+}  // namespace textbook

@@ -1,4 +1,4 @@
-#include "tests/support/textbook.h"
+#include "textbook/textbook.h"
 
 #include "platform/services/quoteclient.h"
 #include "platform/services/stockmanager.h"
@@ -16,7 +16,7 @@
 #include <utility>
 #include <vector>
 
-namespace tests {
+namespace textbook {
 
 using namespace vexservice;
 
@@ -344,4 +344,4 @@ TC::ManagerState CTextbook::state() const {
     return state;
 }
 
-}  // namespace tests
+}  // namespace textbook

@@ -1,8 +1,11 @@
 #include "linkage/balance/balanceplan.h"
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/ledger/types.h"
+#include "platform/services/clientconfig.h"
 #include "tests/support/fixture.h"
 
 #include <gtest/gtest.h>
+#include <boost/make_shared.hpp>
 
 #include <map>
 #include <random>
@@ -48,15 +51,17 @@ public:
                     m_fixture.manager().cancelAllOrders("A", strategy());
                     break;
                 case 2:
-                    m_fixture.startTask("A", stock, side(), number(1, 9) * 100, 3, 6.0, strategy(),
-                                        chance(2));
+                    startTask(stock);
                     break;
                 case 3:
                     m_fixture.advance(number(1, 8) * 0.5);
                     break;
                 default:
-                    m_fixture.send("A", stock, side(), number(1, 1500),
-                                   (m_ticks[stock] + number(-2, 2)) * 0.01, strategy());
+                    m_fixture.send({.stock = stock,
+                                    .side = side(),
+                                    .price = (m_ticks[stock] + number(-2, 2)) * 0.01,
+                                    .volume = number(1, 1500),
+                                    .strategy = strategy()});
             }
         }
     }
@@ -113,6 +118,19 @@ private:
     }
     Side side() { return chance(2) ? Side::Buy : Side::Sell; }
     std::string strategy() { return chance(4) ? "T" : "S"; }
+
+    void startTask(const std::string& stock) {
+        m_fixture.client().startTask({.account = "A",
+                                      .market = stock.substr(0, 2),
+                                      .code = stock.substr(2),
+                                      .buys = chance(2),
+                                      .volume = number(1, 9) * 100,
+                                      .slices = 3,
+                                      .seconds = 6.0,
+                                      .strategy = strategy(),
+                                      .server = chance(2)});
+        m_fixture.settle();
+    }
 
     void quote(const std::string& stock, int low, int high) {
         const double bid = m_ticks[stock] * 0.01;
@@ -171,7 +189,7 @@ private:
 
 }  // namespace
 
-TEST(BalancingSeeds, EveryBalanceThatWasFilledLeavesOnlyWhatThePreviewExplains) {
+TEST(EveryBalance, ThatWasFilledLeavesOnlyWhatThePreviewExplains) {
     std::size_t orders = 0;
     for (unsigned seed = 1; seed <= 1000; ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));
@@ -185,4 +203,67 @@ TEST(BalancingSeeds, EveryBalanceThatWasFilledLeavesOnlyWhatThePreviewExplains) 
         if (::testing::Test::HasFailure()) return;
     }
     EXPECT_GT(orders, 1000u);  // the mornings leave something to balance
+}
+
+TEST(EveryBalance, TakesInWhatIsFilledWhileItIsCancelled) {
+    Ready f({.now = "2024-01-02 09:30:00", .executes = true});
+    f.instrument({.stock = "SH600000"});
+    f.price({.stock = "SH600000", .last = 10.0, .bids = {{9.99, 1000}}});
+    f.send({.price = 9.99, .volume = 500, .strategy = "S"});
+    f.manager().runAutoBalance("A", "S");
+    f.advance(5.5);
+    ASSERT_EQ(f.cancels().size(), 1u);
+    f.price({.stock = "SH600000", .last = 9.99, .asks = {{9.99, 300}}, .bids = {{9.98, 1000}}});
+    EXPECT_TRUE(f.commands().empty()) << "200 are still on their way";
+    f.advance(60);
+    ASSERT_EQ(f.commands().size(), 1u);
+    EXPECT_EQ(f.commands()[0].at, "09:30:06.000");
+    EXPECT_EQ(f.commands()[0].command.m_orders.at(0)->m_nVolume, 300);
+    EXPECT_EQ(f.manager().getRunningOrders("A", "S"), 0);
+    const auto traded = f.manager().getBuySellVolumes(Fixture::day("20240102"), "SH600000", {"A"});
+    EXPECT_EQ(traded, std::pair(300, 300));
+}
+
+TEST(PaperCircle, KeepsTodaysOrdersWhenTheSameDateIsAnnouncedAgain) {
+    Ready f({.now = "2024-01-02 09:30:00", .executes = true});
+    f.send({.strategy = "S"});
+    f.newTradingDate("20240102");
+    EXPECT_EQ(f.manager().getRunningOrders("A", "S"), 1);
+    f.price({.stock = "SH600000", .last = 9.9});
+    EXPECT_EQ(f.manager().getRunningOrders("A", "S"), 0);
+}
+
+TEST(PaperCircle, CancelsOrdersOfAnAccountWithoutInfo) {
+    Ready f({.now = "2024-01-02 09:30:00", .executes = true});
+    f.account({.key = "A", .info = false});
+    f.send({.strategy = "S"});
+    EXPECT_TRUE(f.manager().cancelAllOrders("A", "S"));
+    f.advance(1);
+    EXPECT_EQ(f.manager().getRunningOrders("A", "S"), 0);
+}
+
+TEST(PaperClient, GoesWithItsServicesWhateverIsStillQueued) {
+    paper::CVirtualLoop loop(1'704'168'000'000'000);
+    paper::ClientConfig config;
+    config.tradeDate = "20240102";
+    config.executes = true;
+    config.scheduler = true;
+    {
+        paper::CPaperClient client(loop.service(), config);
+        paper::Account account;
+        account.key = "A";
+        client.setAccount(account);
+        client.send(
+            {.account = "A", .market = "SH", .code = "600000", .volume = 100, .price = 10.0});
+        client.startTask({"A", "SH", "600000", true, 100, 10, 60.0});
+        const auto order = boost::make_shared<vexservice::COrderDetail>();
+        order->m_nRecordKey = 1;
+        order->m_pAccountInfo = client.accountInfo("A");
+        QString error;
+        utils::CManualSingletonT<TC::CTradeClient>::instance()->cancelOrder(order, error, -1, {},
+                                                                            {});
+    }
+    EXPECT_FALSE(utils::CSingletonT<TC::CUserConfig>::exists());
+    EXPECT_THROW(TC::getDataDir(), utils::ServiceMissing);
+    loop.advanceSeconds(120);
 }

@@ -1,4 +1,4 @@
-#include "replay/samplemarket.h"
+#include "replay/samplestock.h"
 
 #include <algorithm>
 #include <array>
