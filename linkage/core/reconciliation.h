@@ -2,7 +2,7 @@
 
 #include "linkage/core/inbox.h"
 #include "linkage/export.h"
-#include "linkage/ledger/ledgerform.h"
+#include "linkage/ledger/ledgerstate.h"
 #include "linkage/ledger/ledgerstate.h"
 
 #include <cstdint>
