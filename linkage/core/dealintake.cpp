@@ -70,6 +70,7 @@ void CLinkageManager::countDealDetail(const std::string& accountKey, const DealP
                                       DealStep& step, Holding& held) {
     CLedger& ledger = *m_pLedger;
     ledger.fileDeal(step, deal);
+    if (m_pGuarded) noteDeal(accountKey, *deal);
     if (step.dealIsNew) dropImported(accountKey, *deal);
     step.strategyIsNew = ledger.listStrategy(step.strategy);
     ledger.widenDealAmplitude(step);

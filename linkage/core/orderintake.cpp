@@ -50,6 +50,7 @@ void CLinkageManager::doOrderDetail(const std::string& accountKey, const OrderPt
 
     ledger.prefetchOrder(step, *order);
     ledger.fileOrder(step, order);
+    if (m_pGuarded) noteOrder(accountKey, *order, step.previous);
     dropImported(accountKey, *order);  // its number may come after its first report
     if (isHistoryBalance(order->m_pCommand.get())) {
         doHistoryOrder(order, accountKey, step.stockIsNew, step.recordIsNew, step.runs);
@@ -63,12 +64,12 @@ void CLinkageManager::doOrderDetail(const std::string& accountKey, const OrderPt
     if (step.strategy != 0) {
         const CLedger::RunningChange change = ledger.updateRunning(step, false);
         if (change.logs) logOrder(*order, strategy, step.buys);
-        if (change.emptied) tryAutoBalance(accountKey, strategy);
+        if (change.emptied) balanceWaiting(accountKey, strategy);
     }
     const CLedger::RunningChange change = ledger.updateRunning(step, true);
     if (change.logs) logOrder(*order, strategy, step.buys);
     if (change.emptied) {
-        tryAutoBalance(accountKey, std::string());
+        balanceWaiting(accountKey, std::string());
         if (step.strategy != 0 && m_bClientType3) dataChanged = true;
     }
     ledger.countTraded(step);

@@ -90,7 +90,7 @@ void CLinkageManager::updateRunningTask(const std::string& accountKey, const std
     const auto pair = account->second.find(strategy);
     if (pair == account->second.end()) return;
     if (pair->second.erase(task->recordKey()) > 0 && pair->second.empty()) {
-        tryAutoBalance(accountKey, strategy);
+        balanceWaiting(accountKey, strategy);
     }
 }
 

@@ -26,6 +26,23 @@ void CLinkageManager::dropHistoryOrders(const std::string& accountKey) {
     m_pHistory->m_historyOrders.erase(accountKey);
 }
 
+std::vector<boost::shared_ptr<vexservice::CTaskDetail>> CLinkageManager::runningHistoryTasks(
+    const std::string& accountKey, const std::string& strategy) const {
+    const CLock lock(m_mutex);
+    std::vector<boost::shared_ptr<vexservice::CTaskDetail>> tasks;
+    const auto account = m_pHistory->m_historyTasks.find(accountKey);
+    if (account == m_pHistory->m_historyTasks.end()) return tasks;
+    const auto running = account->second.find(strategy);
+    if (running == account->second.end()) return tasks;
+    for (const auto& [key, task] : running->second) tasks.push_back(task);
+    return tasks;
+}
+
+bool CLinkageManager::isCountedInHistory(const std::string& historyKey,
+                                         const vexservice::CDealDetail& deal) const {
+    return !isCanWriteToFile(historyKey, csv::tradeKey(deal.m_strTradeDate, deal.m_strDealID));
+}
+
 void CLinkageManager::dropHistoryTasks() { m_pHistory->m_historyTasks.clear(); }
 
 void CLinkageManager::describeHistory(ManagerState& state) const { m_pHistory->describe(state); }
