@@ -41,11 +41,13 @@ std::string codeOf(const std::string& stock) { return stock.substr(2); }
 
 template <class Spec>
 boost::shared_ptr<CCommandRecord> carrierOf(const Spec& spec) {
-    if (spec.strategy.empty() && spec.strategy2.empty() && spec.tag.empty()) return {};
+    const bool named = !spec.strategy.empty() || !spec.strategy2.empty() || !spec.tag.empty();
+    if (!named && spec.command == 0) return {};
     auto carrier = boost::make_shared<CCommandRecord>();
     carrier->m_strStrategyName = spec.strategy;
     carrier->m_strStrategyName2 = spec.strategy2;
     carrier->m_strTag = spec.tag;
+    carrier->m_nCommand = spec.command;
     return carrier;
 }
 
@@ -129,6 +131,7 @@ void Fixture::tradeSetting(int block, EPriceType priceType, double price) {
 
 void Fixture::create() {
     watch(*Manager::instance());
+    if (m_settings.options.guard) Manager::instance()->setOptions(m_settings.options);
     settle();
 }
 
@@ -158,6 +161,8 @@ void Fixture::watch(TC::CLinkageManager& manager) {
     manager.sigStrategysChanged.connect([this] { saw("strategysChanged"); });
     manager.sigStatDataChanged.connect([this] { saw("statDataChanged"); });
     manager.sigHistoryCleared.connect([this] { saw("historyCleared"); });
+    manager.sigBalanceChanged.connect(
+        [this](int number) { saw("balanceChanged", {std::to_string(number)}); });
     manager.m_sigNewTradingDay.connect(
         [this](const std::string& date) { saw("newTradingDay", {date}); });
     manager.sigProfitChanged.connect(
@@ -221,6 +226,7 @@ boost::shared_ptr<CDealDetail> Fixture::makeDeal(const Deal& deal) const {
         deal.time.value_or(current().toString(QStringLiteral("hhmmss")).toStdString());
     detail->m_strDealID = deal.dealId.empty() ? std::to_string(deal.key) : deal.dealId;
     detail->m_pAccountInfo = info(deal.account);
+    detail->m_nOrderKey = deal.order;
     detail->m_pCommand = carrierOf(deal);
     return detail;
 }
