@@ -112,6 +112,10 @@ QString outcomeText(TC::EBalanceOutcome outcome) {
             return CPlanDialog::tr("Less than one lot");
         case TC::EBalanceOutcome::NoInstrument:
             return CPlanDialog::tr("Instrument not known");
+        case TC::EBalanceOutcome::Waiting:
+            return CPlanDialog::tr("Open orders may settle it");
+        case TC::EBalanceOutcome::TaskRunning:
+            return CPlanDialog::tr("A task trades it");
     }
     return {};
 }

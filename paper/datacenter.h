@@ -2,6 +2,7 @@
 
 #include "common/keyindex.h"
 #include "paper/clientdata.h"
+#include "paper/faults.h"
 #include "platform/services/tradercenter.h"
 
 #include <boost/container/flat_map.hpp>

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "paper/clientdata.h"
+#include "paper/faults.h"
 #include "platform/services/stockmanager.h"
 
 #include <map>

@@ -48,7 +48,7 @@ std::shared_ptr<CScheduler> makeScheduler(boost::asio::io_service& service,
     client.balance = [observer](const std::string& account, const std::string& strategy) {
         if (!Manager::exists()) return;
         if (observer) observer->onBalanceTime(account, strategy);
-        Manager::instance()->runAutoBalance(account, strategy);
+        Manager::instance()->runAutoBalance(account, strategy, TC::EBalanceAsker::Schedule);
     };
     return std::make_shared<CScheduler>(service, std::move(client));
 }

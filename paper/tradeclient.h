@@ -2,6 +2,7 @@
 
 #include "paper/clientdata.h"
 #include "paper/clientobserver.h"
+#include "paper/faults.h"
 #include "platform/services/tradeclient.h"
 
 #include <boost/asio/io_service.hpp>

@@ -61,10 +61,15 @@ void importData(Call& call) {
     out.endObject();
 }
 
+void runAutoBalance(Call& call) {
+    call.result.value(call.manager.runAutoBalance(std::string(call.arg(0).text()),
+                                                  std::string(call.arg(1).text())));
+}
+
 constexpr Operation OPERATIONS[] = {
     operation<&Manager::requestAccounts>("requestAccounts"),
     operation<&Manager::requestAccount>("requestAccount"),
-    operation<&Manager::runAutoBalance>("runAutoBalance"),
+    {"runAutoBalance", 2, runAutoBalance},
     operation<&Manager::tryAutoBalance>("tryAutoBalance"),
     operation<&Manager::runAutoBalanceTimer>("runAutoBalanceTimer"),
     operation<&Manager::cancelAllOrders>("cancelAllOrders"),

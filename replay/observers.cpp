@@ -80,6 +80,10 @@ CSignalObserver::CSignalObserver(TC::CLinkageManager& manager, COutput& output) 
         [this, signal = nameOf("newTradingDay")](const std::string& date) {
             line(signal, [&](CJsonWriter& args) { args.value(date); });
         }));
+    m_connections.emplace_back(
+        manager.sigBalanceChanged.connect([this, signal = nameOf("balanceChanged")](int number) {
+            line(signal, [&](CJsonWriter& args) { args.value(number); });
+        }));
     connectQtSignals(manager);
 }
 

@@ -1,3 +1,4 @@
+#include "linkage/balance/balancebook.h"
 #include "replay/operations.h"
 
 namespace replay {
@@ -96,7 +97,55 @@ void getTaskItemFinishNumber(Call& call) {
     call.result.value(call.manager.getTaskItemFinishNumber(task, std::string(call.arg(1).text())));
 }
 
+void writeStock(CJsonWriter& out, const TC::BalanceStock& stock) {
+    out.beginObject();
+    out.member("bought", stock.bought);
+    out.member("filled", stock.filled);
+    out.member("least", stock.least);
+    out.member("most", stock.most);
+    out.member("reason", stock.reason);
+    out.member("remains", stock.remains);
+    out.member("sent", stock.sent);
+    out.member("sold", stock.sold);
+    out.endObject();
+}
+
+void writeBalance(CJsonWriter& out, const TC::BalanceRecord& balance) {
+    out.beginObject();
+    out.member("account", balance.account);
+    out.member("asked", balance.asked);
+    out.member("cancelledOrders", balance.cancelledOrders);
+    out.member("cancelledTasks", balance.cancelledTasks);
+    out.key("commands");
+    out.beginArray();
+    for (const int number : balance.commands) out.value(number);
+    out.endArray();
+    out.member("ended", balance.ended);
+    out.member("history", balance.history);
+    out.member("number", balance.number);
+    out.member("reason", balance.reason);
+    out.member("rounds", balance.rounds);
+    out.member("state", TC::textOf(balance.state));
+    out.key("stocks");
+    writeMap(out, balance.stocks, writeStock);
+    out.member("strategy", balance.strategy);
+    out.endObject();
+}
+
+void getBalances(Call& call) {
+    const auto chosen = [&](std::size_t at) -> std::optional<std::string> {
+        if (call.arg(at).isNull()) return std::nullopt;
+        return std::string(call.arg(at).text());
+    };
+    call.result.beginArray();
+    for (const auto& balance : call.manager.getBalances(chosen(0), chosen(1))) {
+        writeBalance(call.result, balance);
+    }
+    call.result.endArray();
+}
+
 constexpr Operation OPERATIONS[] = {
+    {"getBalances", 2, getBalances},
     operation<&Manager::getTradeDate>("getTradeDate"),
     operation<&Manager::getStocks>("getStocks"),
     operation<&Manager::getStrategys>("getStrategys"),

@@ -40,6 +40,7 @@ check() {
     /^    [A-Za-z].*[( ]/ || /^    ~/ {
         # A declaration at the class level; its name stands before the first bracket.
         line = $0
+        sub(/\/\/.*/, "", line)
         sub(/LINKAGE_[A-Z_]*\(.*/, "", line)
         if (line !~ /\(/ || line ~ /\{/) next
         head = substr(line, 1, index(line, "(") - 1)

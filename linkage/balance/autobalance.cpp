@@ -1,5 +1,6 @@
 #include "linkage/balance/balanceaccount.h"
 #include "linkage/balance/balancestate.h"
+#include "linkage/balance/guardedbalances.h"
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/enginestate.h"
 #include "linkage/core/guarded.h"
@@ -36,8 +37,12 @@ boost::shared_ptr<vexservice::CAccountInfo> taskAccount(const vexservice::CTaskD
 
 }  // namespace
 
-bool CLinkageManager::runAutoBalance(const std::string& accountkey, const std::string& strategy) {
+bool CLinkageManager::runAutoBalance(const std::string& accountkey, const std::string& strategy,
+                                     EBalanceAsker asker) {
     CLock lock(m_mutex);
+    if (m_options.guard) {
+        return m_pGuarded && m_pGuarded->ask({accountkey, strategy}, asker, START_MICROS);
+    }
     if (m_pBalance->findStart(accountkey, strategy)) {
         VEX_INFO("TC::CLinkageManager::runAutoBalance", "{0} not find balance data", accountkey);
         return false;
@@ -58,6 +63,10 @@ bool CLinkageManager::runAutoBalance(const std::string& accountkey, const std::s
 void CLinkageManager::tryAutoBalance(const std::string& accountkey, const std::string& strategy) {
     constexpr auto operation = "TC::CLinkageManager::tryAutoBalance";
     const CLock lock(m_mutex);
+    if (m_options.guard) {
+        if (m_pGuarded) m_pGuarded->settle();
+        return;
+    }
     auto& starts = m_pBalance->m_autoBalanceStarts;
     if (!starts.count(accountkey)) {
         VEX_INFO(operation, "{0} : balancing data is empty", accountkey);
@@ -89,11 +98,39 @@ void CLinkageManager::tryAutoBalance(const std::string& accountkey, const std::s
     starts[accountkey].erase(strategy);
 }
 
+// A running set is empty. With the guard nothing is decided before the report that emptied it
+// is wholly in.
+void CLinkageManager::balanceWaiting(const std::string& accountkey, const std::string& strategy) {
+    if (!m_options.guard) {
+        tryAutoBalance(accountkey, strategy);
+    } else if (m_pGuarded) {
+        m_pGuarded->emptied(accountkey);
+    }
+}
+
+void CLinkageManager::settleBalances() {
+    const CLock lock(m_mutex);
+    if (!m_pGuarded || !m_pGuarded->hasNews()) return;
+    balancePart("TC::CLinkageManager::settleBalances", [&] { m_pGuarded->settle(); });
+}
+
+std::vector<BalanceRecord> CLinkageManager::getBalances(
+    const std::optional<std::string>& account, const std::optional<std::string>& strategy) const {
+    const CLock lock(m_mutex);
+    return m_pGuarded ? m_pGuarded->records(account, strategy) : std::vector<BalanceRecord>();
+}
+
 bool CLinkageManager::cancelAllOrders(const std::string& accountkey, const std::string& strategy) {
     const CLock lock(m_mutex);
     const auto orders = m_pLedger->runningOrders(accountkey, strategy);
     if (!orders) return false;
-    for (const auto& order : *orders) {
+    cancelOrders(*orders);
+    return true;
+}
+
+void CLinkageManager::cancelOrders(
+    const std::vector<boost::shared_ptr<vexservice::COrderDetail>>& orders) {
+    for (const auto& order : orders) {
         if (!order) continue;
         balancePart("TC::CLinkageManager::cancelAllOrders", [&] {
             QString error;
@@ -101,14 +138,19 @@ bool CLinkageManager::cancelAllOrders(const std::string& accountkey, const std::
                                                                             QString(), {});
         });
     }
-    return true;
 }
 
 bool CLinkageManager::cancelAllTasks(const std::string& accountkey, const std::string& strategy) {
     const CLock lock(m_mutex);
     const auto tasks = m_pLedger->runningTasks().records(accountkey, strategy);
     if (!tasks) return false;
-    if (tasks->empty()) return true;
+    terminateTasks(*tasks);
+    return true;
+}
+
+void CLinkageManager::terminateTasks(
+    const std::vector<boost::shared_ptr<vexservice::CTaskDetail>>& tasks) {
+    if (tasks.empty()) return;
     const auto record = terminationRecord();
     const auto terminate = [&](const boost::shared_ptr<vexservice::CTaskDetail>& task) {
         if (task->m_bServerTask) {
@@ -123,11 +165,10 @@ bool CLinkageManager::cancelAllTasks(const std::string& accountkey, const std::s
             task->recordKey());
         if (handler) handler->operate(record);
     };
-    for (const auto& task : *tasks) {
+    for (const auto& task : tasks) {
         if (!task) continue;
         balancePart("TC::CLinkageManager::cancelAllTasks", [&] { terminate(task); });
     }
-    return true;
 }
 
 void CLinkageManager::cancelTask(int number, const QString& text) {

@@ -15,6 +15,9 @@
 
 #include <mongo/bson/bson.h>
 
+#include <algorithm>
+#include <limits>
+
 namespace TC {
 
 namespace {
@@ -69,19 +72,41 @@ OrderParamPtr makeOrder(const boost::shared_ptr<vexservice::CAccountInfo>& accou
     return order;
 }
 
+std::int32_t within32(std::int64_t volume) {
+    using Limits = std::numeric_limits<std::int32_t>;
+    return static_cast<std::int32_t>(
+        std::clamp<std::int64_t>(volume, Limits::min(), Limits::max()));
+}
+
+void showGuarded(const GuardVolumes& volumes, StockBalance& stock) {
+    stock.bought = within32(volumes.bought);
+    stock.sold = within32(volumes.sold);
+    stock.difference = within32(volumes.bought - volumes.sold);
+    stock.least = volumes.least();
+    stock.most = volumes.most();
+}
+
 void prepareStock(const BalanceRequest& request, const std::string& stockKey,
                   const EffectiveFigures& figures, PreparedBalance& prepared) {
+    std::optional<GuardVolumes> guarded;
+    if (request.guard) {
+        const auto at = request.guard->find(stockKey);
+        guarded = at == request.guard->end() ? GuardVolumes() : at->second;
+    }
     const int difference = figures.net();
+    const bool unequal = guarded ? guardSurplus(*guarded) != 0 : difference != 0;
     std::shared_ptr<vexservice::CInstrumentDetail> detail;
-    if (difference != 0) {
+    if (unequal) {
         detail = utils::CSingletonT<CStockManager>::instance()->getInstrumentDetail(
             Pim::sToQs(stockKey));
     }
     const auto lot = detail ? std::optional(lotOf(*detail)) : std::nullopt;
-    const auto decision = decideBalance(figures, lot, request.form);
+    const auto decision = guarded ? decideGuarded(*guarded, lot, request.form)
+                                  : decideBalance(figures, lot, request.form);
 
     StockBalance stock{stockKey, figures.buyVolume, figures.sellVolume, difference,
                        decision.outcome};
+    if (guarded) showGuarded(*guarded, stock);
     OrderParamPtr order;
     if (decision.outcome == EBalanceOutcome::Order) {
         order = makeOrder(prepared.account, *detail, request.strategy, decision);
@@ -94,8 +119,10 @@ void prepareStock(const BalanceRequest& request, const std::string& stockKey,
     prepared.orders.push_back(std::move(order));
 }
 
-void send(const BalanceRequest& request, int commandType, std::vector<OrderParamPtr> orders,
-          bool group) {
+using CommandPtr = boost::shared_ptr<vexservice::COrderComandParam>;
+
+CommandPtr makeCommand(const BalanceRequest& request, int commandType,
+                       std::vector<OrderParamPtr> orders, bool group) {
     boost::shared_ptr<vexservice::COrderComandParam> command(new vexservice::COrderComandParam);
     command->m_nCommandType = commandType;
     command->m_orders = std::move(orders);
@@ -103,6 +130,17 @@ void send(const BalanceRequest& request, int commandType, std::vector<OrderParam
     command->m_strStrategyName = request.strategy;
     command->m_strStrategyName2 = request.history ? HISTORY_BALANCE_TAG : request.strategy;
     command->m_nStrategyMarker = strategyMarker(request.strategy);
+    return command;
+}
+
+CommandPtr stockCommand(const BalanceRequest& request, const PreparedBalance& prepared,
+                        const OrderParamPtr& order) {
+    const bool credit = prepared.account->m_nType == vexservice::ACCOUNT_CREDIT;
+    return makeCommand(request, credit ? vexservice::COMMAND_CREDIT : vexservice::COMMAND_STOCK,
+                       {order}, false);
+}
+
+void send(const CommandPtr& command) {
     utils::CSingletonT<CDovCommandCenter>::instance()->createCommand(command, {}, true, 0);
 }
 
@@ -191,29 +229,39 @@ void sendPerStock(const BalanceRequest& request, const PreparedBalance& prepared
                 VEX_INFO(texts.operation, fmt::runtime(texts.noInstrument), stock.stockKey);
                 break;
             case EBalanceOutcome::BelowLot:
+            case EBalanceOutcome::Waiting:
+            case EBalanceOutcome::TaskRunning:
                 break;
             case EBalanceOutcome::Order:
                 VEX_INFO(texts.operation,
                          "account [{0}] strategy [{1}] stock [{2}] [buynum({3}) - sellnum({4})]",
                          prepared.account->m_strID, request.strategy, stock.stockKey, stock.bought,
                          stock.sold);
-                const bool credit = prepared.account->m_nType == vexservice::ACCOUNT_CREDIT;
-                balancePart(texts.operation, [&] {
-                    send(request, credit ? vexservice::COMMAND_CREDIT : vexservice::COMMAND_STOCK,
-                         {prepared.orders[at]}, false);
-                });
+                balancePart(texts.operation,
+                            [&] { send(stockCommand(request, prepared, prepared.orders[at])); });
                 break;
         }
     }
 }
 
-void sendGrouped(const BalanceRequest& request, const PreparedBalance& prepared) {
+std::vector<CommandPtr> commandsOf(const BalanceRequest& request, const PreparedBalance& prepared) {
     std::vector<OrderParamPtr> orders;
     orders.reserve(prepared.orders.size());
     for (const auto& order : prepared.orders) {
         if (order) orders.push_back(order);
     }
-    if (!orders.empty()) send(request, vexservice::COMMAND_GROUP, std::move(orders), true);
+    std::vector<CommandPtr> commands;
+    if (request.form == EBalanceForm::SignalTask) {
+        for (const auto& order : orders) commands.push_back(stockCommand(request, prepared, order));
+    } else if (!orders.empty()) {
+        commands.push_back(
+            makeCommand(request, vexservice::COMMAND_GROUP, std::move(orders), true));
+    }
+    return commands;
+}
+
+void sendGrouped(const BalanceRequest& request, const PreparedBalance& prepared) {
+    for (const CommandPtr& command : commandsOf(request, prepared)) send(command);
 }
 
 }  // namespace TC

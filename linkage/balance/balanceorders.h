@@ -1,12 +1,14 @@
 #pragma once
 
 #include "linkage/balance/balanceplan.h"
+#include "linkage/balance/guardrule.h"
 #include "linkage/ledger/types.h"
 #include "platform/records/orderparam.h"
 
 #include <boost/shared_ptr.hpp>
 
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,6 +25,8 @@ struct BalanceRequest {
     bool checkType = false;  ///< refuse accounts that are neither stock nor credit
     bool clientType3 = false;
     std::map<std::string, boost::shared_ptr<LinkagePeriodExtData>> figures;  ///< by stock key
+    /// With the guard: what it knows of each stock; its rule then decides.
+    std::optional<std::map<std::string, GuardVolumes>> guard;
 
     /// A pair's figures of today.
     static BalanceRequest today(const CLinkageManager& manager, const std::string& accountkey,
@@ -54,6 +58,10 @@ struct BalanceTexts {
     const char* balanced;       ///< stock key
     const char* noInstrument;   ///< stock key
 };
+
+/// The commands that carry the plan's orders in the request's form.
+std::vector<boost::shared_ptr<vexservice::COrderComandParam>> commandsOf(
+    const BalanceRequest& request, const PreparedBalance& prepared);
 
 /// Sends one command per order of the plan, logging as it goes.
 void sendPerStock(const BalanceRequest& request, const PreparedBalance& prepared,

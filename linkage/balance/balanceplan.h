@@ -25,6 +25,10 @@ struct StockBalance {
     std::int32_t difference = 0;  ///< bought less sold
     EBalanceOutcome outcome = EBalanceOutcome::Balanced;
 
+    // with the guard: between these bought less sold ends, however the open orders do
+    std::int64_t least = 0;
+    std::int64_t most = 0;
+
     // meaningful with the outcome Order
     vexservice::EOperationType side = vexservice::OPT_BUY;
     std::int64_t volume = 0;

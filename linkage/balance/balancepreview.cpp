@@ -1,4 +1,5 @@
 #include "linkage/balance/balanceorders.h"
+#include "linkage/balance/guardedbalances.h"
 #include "linkage/core/clinkagemanager.h"
 
 namespace TC {
@@ -8,9 +9,9 @@ namespace TC {
 BalancePlan CLinkageManager::previewBalance(const std::string& accountkey,
                                             const std::string& strategy, bool grouped) const {
     const CLock lock(m_mutex);
-    auto request = BalanceRequest::today(*this, accountkey, strategy,
-                                         grouped ? EBalanceForm::Grouped : EBalanceForm::SignalTask,
-                                         m_bClientType3);
+    const auto form = grouped ? EBalanceForm::Grouped : EBalanceForm::SignalTask;
+    if (m_pGuarded) return m_pGuarded->preview({accountkey, strategy}, form, !grouped);
+    auto request = BalanceRequest::today(*this, accountkey, strategy, form, m_bClientType3);
     request.checkType = !grouped;
     return prepareBalance(request).plan;
 }
@@ -19,9 +20,10 @@ BalancePlan CLinkageManager::previewHistoryBalance(const std::string& accountkey
                                                    const std::string& strategy,
                                                    bool grouped) const {
     const CLock lock(m_mutex);
-    const auto request = BalanceRequest::ofHistory(
-        *this, accountkey, strategy,
-        grouped ? EBalanceForm::GroupedHistory : EBalanceForm::SignalTask, m_bClientType3);
+    const auto form = grouped ? EBalanceForm::GroupedHistory : EBalanceForm::SignalTask;
+    if (m_pGuarded) return m_pGuarded->preview({accountkey, strategy, true}, form, true);
+    const auto request =
+        BalanceRequest::ofHistory(*this, accountkey, strategy, form, m_bClientType3);
     return prepareBalance(request).plan;
 }
 

@@ -23,6 +23,10 @@ enum class EBalanceOutcome {
     Balanced,      ///< bought and sold volume are equal
     BelowLot,      ///< the difference cannot be traded
     NoInstrument,  ///< the instrument manager has no detail of the stock
+
+    // with the guard alone
+    Waiting,      ///< how open orders end decides whether anything is unequal
+    TaskRunning,  ///< a task of the pair still trades the stock
 };
 
 /// In what volumes a stock trades.

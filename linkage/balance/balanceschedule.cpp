@@ -1,6 +1,7 @@
 #include "linkage/balance/balanceaccount.h"
 #include "linkage/balance/balancestate.h"
 #include "linkage/balance/balancetimes.h"
+#include "linkage/balance/guardedbalances.h"
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/enginestate.h"
 #include "linkage/core/guarded.h"
@@ -40,6 +41,10 @@ std::map<std::string, std::string> CLinkageManager::getBalanceTime() const {
 void CLinkageManager::runAutoBalanceTimer(const std::string& accountkey,
                                           const std::string& strategy) {
     const CLock lock(m_mutex);
+    if (m_options.guard) {
+        if (m_pGuarded) m_pGuarded->ask({accountkey, strategy}, EBalanceAsker::Demand, 0);
+        return;
+    }
     m_pBalance->m_autoBalanceStarts[accountkey][strategy] = balanceSecond();
     if (getRunningTasks(accountkey, strategy) == 0 && getRunningOrders(accountkey, strategy) == 0) {
         tryAutoBalance(accountkey, strategy);

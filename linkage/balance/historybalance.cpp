@@ -1,4 +1,5 @@
 #include "linkage/balance/balanceorders.h"
+#include "linkage/balance/guardpicture.h"
 #include "linkage/core/clinkagemanager.h"
 #include "platform/log.h"
 
@@ -16,6 +17,7 @@ void CLinkageManager::doHistoryBalanceBySignalTask(const std::string& accountkey
         .noInstrument = "instrumentDetailPtr is empty {0}",
     };
     const CLock lock(m_mutex);
+    if (sendGuarded({accountkey, strategy, true}, EBalanceForm::SignalTask)) return;
     VEX_INFO(TEXTS.operation, "balance start");
     const auto request = BalanceRequest::ofHistory(*this, accountkey, strategy,
                                                    EBalanceForm::SignalTask, m_bClientType3);
@@ -24,6 +26,7 @@ void CLinkageManager::doHistoryBalanceBySignalTask(const std::string& accountkey
 
 void CLinkageManager::doHistoryBalance(const std::string& accountkey, const std::string& strategy) {
     const CLock lock(m_mutex);
+    if (sendGuarded({accountkey, strategy, true}, EBalanceForm::GroupedHistory)) return;
     const auto request = BalanceRequest::ofHistory(*this, accountkey, strategy,
                                                    EBalanceForm::GroupedHistory, m_bClientType3);
     sendGrouped(request, prepareBalance(request));

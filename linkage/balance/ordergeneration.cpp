@@ -1,4 +1,5 @@
 #include "linkage/balance/balanceorders.h"
+#include "linkage/balance/guardedbalances.h"
 #include "linkage/core/clinkagemanager.h"
 #include "platform/log.h"
 #include "platform/utils/numberformat.h"
@@ -19,6 +20,7 @@ void CLinkageManager::doStockBalanceBySignalTask(const std::string& accountkey,
         .noInstrument = "stock {0} CInstrumentDetailPtr is empty",
     };
     const CLock lock(m_mutex);
+    if (sendGuarded({accountkey, strategy}, EBalanceForm::SignalTask)) return;
     VEX_INFO(TEXTS.operation, "start：{0} ", accountkey);
     const auto request = BalanceRequest::today(*this, accountkey, strategy,
                                                EBalanceForm::SignalTask, m_bClientType3);
@@ -27,9 +29,22 @@ void CLinkageManager::doStockBalanceBySignalTask(const std::string& accountkey,
 
 void CLinkageManager::doStockBalance(const std::string& accountkey, const std::string& strategy) {
     const CLock lock(m_mutex);
+    if (sendGuarded({accountkey, strategy}, EBalanceForm::Grouped)) return;
     const auto request =
         BalanceRequest::today(*this, accountkey, strategy, EBalanceForm::Grouped, m_bClientType3);
     sendGrouped(request, prepareBalance(request));
+}
+
+// False without the guard. Before init() nobody knows what runs, and nothing is sent.
+bool CLinkageManager::sendGuarded(const GuardPair& pair, EBalanceForm form) {
+    if (!m_options.guard) return false;
+    if (m_pGuarded) {
+        m_pGuarded->sendAtOnce(pair, form);
+    } else {
+        VEX_INFO("TC::CLinkageManager::sendGuarded", "{0} : nothing is balanced before init",
+                 pair.account);
+    }
+    return true;
 }
 
 std::string CLinkageManager::genTradeParam(const QString& stockcode, int pricetype, double price,

@@ -65,6 +65,24 @@ bool loadPart(const Part& part) {
 
 }  // namespace
 
+/// Tells the guarded balances of a load, also when a service throws in its middle.
+class CLinkageManager::CLoad {
+public:
+    CLoad(CLinkageManager& manager, const std::string& account)
+        : m_manager(manager), m_strAccount(account) {
+        m_manager.noteLoadBegins(m_strAccount);
+    }
+    ~CLoad() { m_manager.noteLoadEnds(m_strAccount, m_bDone); }
+    void done() { m_bDone = true; }
+    CLoad(const CLoad&) = delete;
+    CLoad& operator=(const CLoad&) = delete;
+
+private:
+    CLinkageManager& m_manager;
+    const std::string& m_strAccount;
+    bool m_bDone = false;
+};
+
 /// All that the data center has of an account.
 struct AccountLoad {
     std::string account;
@@ -100,32 +118,36 @@ void CLinkageManager::doRequestAccount(
                            m_pLedger->accountDeals(load.account, day)};
         }
     }
+    CLoad telling(*this, load.account);
     removeAccountDatas(load.account);
-    replay(load.account, load.orders, load.deals, load.positions);
-    loadPart([&] { subscribeAccount(load.account); });
+    bool whole = replay(load.account, load.orders, load.deals, load.positions);
+    whole = loadPart([&] { subscribeAccount(load.account); }) && whole;
     // What came after the reading and before the subscription was announced to nobody.
-    loadPart([&] {
+    whole &= loadPart([&] {
         AccountLoad rest{.account = load.account};
         rest.read(*accountData);
-        replay(rest.account, differing(load.orders, rest.orders), differing(load.deals, rest.deals),
-               differing(load.positions, rest.positions));
+        whole &=
+            replay(rest.account, differing(load.orders, rest.orders),
+                   differing(load.deals, rest.deals), differing(load.positions, rest.positions));
         load.orders = std::move(rest.orders);
         load.deals = std::move(rest.deals);
         load.positions = std::move(rest.positions);
     });
+    if (whole) telling.done();
     reconcile(load);
 }
 
-void CLinkageManager::replay(const std::string& accountKey, const Records& orders,
+bool CLinkageManager::replay(const std::string& accountKey, const Records& orders,
                              const Records& deals, const Records& positions) {
+    bool whole = true;
     for (const auto& record : orders) {
-        loadPart([&] {
+        whole &= loadPart([&] {
             doOrderDetail(accountKey,
                           boost::dynamic_pointer_cast<vexservice::COrderDetail>(record));
         });
     }
     for (const auto& record : deals) {
-        loadPart([&] {
+        whole &= loadPart([&] {
             doDealDetail(accountKey, boost::dynamic_pointer_cast<vexservice::CDealDetail>(record));
         });
     }
@@ -135,6 +157,7 @@ void CLinkageManager::replay(const std::string& accountKey, const Records& order
                            boost::dynamic_pointer_cast<vexservice::CPositionStatics>(record));
         });
     }
+    return whole;
 }
 
 // The new subscriptions stand before the old ones end, so nothing is announced between them.
@@ -176,7 +199,7 @@ void CLinkageManager::reconcile(const AccountLoad& load) {
     const CLock lock(m_mutex);
     const std::string tradeDate = m_pTradeDate->get();
     const auto followed = [&](const std::string& market, const std::string& code) {
-        return !m_pLedger->listing(m_pLedger->listingId(market, code)).excluded;
+        return m_pLedger->follows(market, code);
     };
     const auto today = [&]<class Record>(const Records& records,
                                          ByRecord<boost::shared_ptr<Record>>& into) {

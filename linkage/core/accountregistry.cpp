@@ -68,6 +68,7 @@ void CLinkageManager::slotNewTradingDate(std::string date) {
     }
     post([this] { doRequestTask(); });
     post([this] { doRequestAccounts(ELoadCause::Rollover); });
+    if (m_options.guard) post([this] { doEndLoading(); });
     post([this, date] { doNewTradingDay(date); });
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "linkage/core/balanceasker.h"
 #include "linkage/core/linkageoptions.h"
 #include "linkage/core/mutex.h"
 #include "linkage/core/room.h"
@@ -29,6 +30,7 @@
 #include <list>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <span>
 #include <string>
@@ -49,8 +51,10 @@ template <class Record>
 struct Parsed;
 }  // namespace statement
 
+class CBookWriter;
 class CDoor;
 class CFileSaver;
+class CGuardedBalances;
 class CLedger;
 class CCurveData;
 class CQuotes;
@@ -65,6 +69,9 @@ struct EngineState;
 struct FollowedAccounts;
 struct InboxItem;
 struct BalanceState;
+struct BalanceRecord;
+struct GuardPair;
+enum class EBalanceForm;
 struct HistoryQuery;
 struct CMinuteBar;
 struct HistoryState;
@@ -307,7 +314,12 @@ public:
     /// Asks for a balance of a pair, which starts in 5 s. False when one is pending,
     /// and before init(). One timer serves all pairs: a pair that still waits for its
     /// start is started at once when another one (or the same) asks.
-    bool runAutoBalance(const std::string& accountkey, const std::string& strategy);
+    ///
+    /// With LinkageOptions::guard each balance has 5 s of its own, and one that overlaps
+    /// another waits for its turn. False when it is refused; getBalances tells why. `asker`
+    /// goes to the book.
+    bool runAutoBalance(const std::string& accountkey, const std::string& strategy,
+                        EBalanceAsker asker = EBalanceAsker::Demand);
 
     /// Starts a balance now: records it as pending, cancels what runs of the pair and
     /// arms the watchdog; or balances at once when nothing runs.
@@ -316,6 +328,12 @@ public:
     /// Sends a pending balance if nothing of the pair runs any more, or 30 s after its
     /// start.
     void tryAutoBalance(const std::string& accountkey, const std::string& strategy);
+
+    /// What became of the balances since init() on this trade date and the one before, and
+    /// of those of this date before a restart: oldest first, of one account and strategy or
+    /// of all. Empty without LinkageOptions::guard.
+    std::vector<BalanceRecord> getBalances(const std::optional<std::string>& account = {},
+                                           const std::optional<std::string>& strategy = {}) const;
 
     /// Cancel what runs of a pair; false when the pair was never seen.
     bool cancelAllOrders(const std::string& accountkey, const std::string& strategy);
@@ -438,6 +456,10 @@ public:
     /// The whole history store was deleted. Raised under the manager's lock, on the thread
     /// that deletes; a slot may release the manager all the same.
     boost::signals2::signal<void()> sigHistoryCleared;
+    /// A balance (its number) has a new state, or news of its orders; getBalances has it. Only
+    /// with LinkageOptions::guard. Raised under the manager's lock, on any thread, when the
+    /// report that made the news is wholly in; a slot may release the manager.
+    boost::signals2::signal<void(int)> sigBalanceChanged;
 
 Q_SIGNALS:
     void sigCancelTask(int number, const QString& text);
@@ -454,6 +476,7 @@ protected:
     friend class utils::CSingletonT<CLinkageManager>;
     /// The replay command calls the protected operations that its format names.
     friend struct ManagerAccess;
+    friend class CGuardedBalances;
 
     // life: linkage/core/lifecycle.cpp, guarded.h
     CLinkageManager();
@@ -469,11 +492,13 @@ protected:
     void handle(InboxItem& item);
 
     // account registry: linkage/core/accountregistry.cpp, accountload.cpp
+    class CLoad;
     void doRequestAccounts(ELoadCause cause);
     void doRequestAccount(const boost::shared_ptr<vexservice::CAccountData>& accountData,
                           ELoadCause cause);
     using Records = std::vector<boost::shared_ptr<vexservice::IData>>;
-    void replay(const std::string& accountKey, const Records& orders, const Records& deals,
+    /// False when a service threw at an order or a deal, which is then missing.
+    bool replay(const std::string& accountKey, const Records& orders, const Records& deals,
                 const Records& positions);
     void reconcile(const AccountLoad& load);
     void noteReconciliation(const Reconciliation& found) LINKAGE_REQUIRES(m_mutex);
@@ -540,6 +565,13 @@ protected:
     // balancing: linkage/balance/
     void onAutoBalanceTimer();
     void armBalanceWatchdog() LINKAGE_REQUIRES(m_mutex);
+    void balanceWaiting(const std::string& accountkey, const std::string& strategy)
+        LINKAGE_REQUIRES(m_mutex);
+    /// After each report: guarded balances see whether their time has come.
+    void settleBalances();
+    bool sendGuarded(const GuardPair& pair, EBalanceForm form) LINKAGE_REQUIRES(m_mutex);
+    void cancelOrders(const std::vector<boost::shared_ptr<vexservice::COrderDetail>>& orders);
+    void terminateTasks(const std::vector<boost::shared_ptr<vexservice::CTaskDetail>>& tasks);
     void onCancelServerTask(const utils::VexError& error, bson::BSONObj result,
                             const boost::shared_ptr<vexservice::CTaskDetail>& task);
     void doStockBalanceBySignalTask(const std::string& accountkey, const std::string& strategy);
@@ -559,16 +591,34 @@ protected:
     /// A new trade date: what is kept of the old one goes.
     void newStatsDay() LINKAGE_REQUIRES(m_mutex);
     void newBalanceDay() LINKAGE_REQUIRES(m_mutex);
+    /// What the guarded balances are told; nothing without the guard.
+    void startGuard() LINKAGE_REQUIRES(m_mutex);
+    void noteLoadBegins(const std::string& accountKey);
+    void noteLoadEnds(const std::string& accountKey, bool whole);
+    void noteOrder(const std::string& accountKey, const vexservice::COrderDetail& order,
+                   const boost::shared_ptr<vexservice::COrderDetail>& previous)
+        LINKAGE_REQUIRES(m_mutex);
+    void noteDeal(const std::string& accountKey, const vexservice::CDealDetail& deal)
+        LINKAGE_REQUIRES(m_mutex);
     void newStoreDay() LINKAGE_REQUIRES(m_mutex);
     /// An account is requested again, or the tasks are: what follows from their records goes.
     void dropStatsOf(const std::string& accountKey) LINKAGE_REQUIRES(m_mutex);
     void dropHistoryOrders(const std::string& accountKey) LINKAGE_REQUIRES(m_mutex);
     void dropHistoryTasks() LINKAGE_REQUIRES(m_mutex);
+    /// Running tasks that balance the history of a pair.
+    std::vector<boost::shared_ptr<vexservice::CTaskDetail>> runningHistoryTasks(
+        const std::string& accountKey, const std::string& strategy) const;
+    /// Whether the history record of a pair holds the deal already.
+    bool isCountedInHistory(const std::string& historyKey,
+                            const vexservice::CDealDetail& deal) const;
+    /// The accounts' loads that were asked for are over; guarded balances may decide.
+    void doEndLoading();
     void describeBalances(ManagerState& state) const LINKAGE_REQUIRES(m_mutex);
     void describeHistory(ManagerState& state) const LINKAGE_REQUIRES(m_mutex);
 
     // files: linkage/store/savefiles.cpp, linkage/store/loadfiles.cpp
     RoomPtr<CFileSaver> makeSaver();
+    static RoomPtr<CBookWriter> makeBook();
     void readFromFile();
     void readKeptBalanceTimes();
     /// The rows of each file as they stand now; also sets the write stamp.
@@ -646,6 +696,8 @@ protected:
     RoomPtr<CServerHistory> m_pServerHistory;
     RoomPtr<ImportedRecords> m_pImported;
     RoomPtr<CFileSaver> m_pSaver;
+    RoomPtr<CBookWriter> m_pBook;
+    RoomPtr<CGuardedBalances> m_pGuarded;  ///< from init() on, with the guard alone
 };
 
 // linkage/stats/statustexts.cpp

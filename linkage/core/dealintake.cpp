@@ -56,6 +56,7 @@ void CLinkageManager::doDealDetail(const std::string& accountKey, const DealPtr&
         m_pLedger->setFee(report, fee, revision);
     }
     const DealChange change = m_pLedger->apply(report);
+    if (m_pGuarded) noteDeal(accountKey, *deal);
     if (change.recordIsNew) dropImported(accountKey, *deal);
     if (change.ofHistory && change.recordIsNew) {
         takeHistoryDeal(report, change, historyAccount);

@@ -51,7 +51,9 @@ CLinkageManager::CLinkageManager()
       m_pHistory(makeHistoryState()),
       m_pServerHistory(makeServerHistory()),
       m_pImported(makeImportedRecords()),
-      m_pSaver(makeSaver()) {
+      m_pSaver(makeSaver()),
+      m_pBook(makeBook()),
+      m_pGuarded(nullptr, [](CGuardedBalances*) {}) {
     registerMetaTypes();
     readFromFile();
 }
@@ -100,8 +102,10 @@ void CLinkageManager::init() {
 
     EngineState& engine = *m_pEngine;
     engine.setStrand(utils::CSingletonT<net::RPCEngine>::instance()->getStrand("linkage"));
+    if (m_options.guard) startGuard();
     post([this] { doRequestTask(); });
     post([this] { doRequestAccounts(ELoadCause::Request); });
+    if (m_pGuarded) post([this] { doEndLoading(); });
 
     for (EngineState::Timer* timer :
          {&engine.m_extTimer, &engine.m_statTimer, &engine.m_autoBalanceTimer,
@@ -137,6 +141,7 @@ void CLinkageManager::drainInbox() {
             // lost.
             logThrown("CLinkageManager::drainInbox");
         }
+        if (m_options.guard) settleBalances();
     }
     batch.clear();
     drainLater();

@@ -39,17 +39,19 @@ public:
                 const vexservice::COrderDetail& order)
         : m_manager(manager), m_strAccountKey(accountKey), m_order(order) {}
 
-    // The report's number may come after its first report.
-    void onFiled() override LINKAGE_REQUIRES(m_manager.m_mutex) {
+    void onFiled(const OrderPtr& previous) override LINKAGE_REQUIRES(m_manager.m_mutex) {
+        if (m_manager.m_pGuarded) m_manager.noteOrder(m_strAccountKey, m_order, previous);
+        // The order's number may come after its first report.
         m_manager.dropImported(m_strAccountKey, m_order);
     }
 
     // A balance that waited for the set's last order is decided here, in the middle of the
-    // report: its traded figures do not have this report's yet.
+    // report: its traded figures do not have this report's yet. With the guard the balance
+    // is only noted, and decided when the report is wholly in.
     void onRunning(const RunningChange& change) override {
         logOrder(m_order);
         if (!change.emptied) return;
-        m_manager.tryAutoBalance(m_strAccountKey, change.ofAccount
+        m_manager.balanceWaiting(m_strAccountKey, change.ofAccount
                                                       ? WHOLE_ACCOUNT
                                                       : strategyOf(m_order.m_pCommand.get()));
     }

@@ -67,7 +67,7 @@ void CLinkageManager::doTaskDetail(const TaskPtr& task) {
     }
     m_pLedger->listStrategy(strategyOf(&command));
     m_pLedger->runningTasks().update(accountKey, task, running, [&](const std::string& strategy) {
-        tryAutoBalance(accountKey, strategy);
+        balanceWaiting(accountKey, strategy);
     });
 }
 

@@ -144,6 +144,19 @@ public:
         }
     }
 
+    // linkage/ledger/ledgeropen.cpp
+
+    /// The newest report of every order of an account that stands in the day's figures, and
+    /// of every order of the day `today` that balances history.
+    void forEachOrder(
+        const std::string& accountKey, int today,
+        const std::function<void(const std::string& stockKey, const OrderPtr& order)>& visit) const;
+
+    /// The same for deals.
+    void forEachDeal(
+        const std::string& accountKey, int today,
+        const std::function<void(const std::string& stockKey, const DealPtr& deal)>& visit) const;
+
     // linkage/ledger/ledgerqueries.cpp; in selections an empty set selects all
 
     /// The records of one stock of an account by strategy.

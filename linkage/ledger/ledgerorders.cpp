@@ -26,7 +26,7 @@ OrderChange CLedger::apply(const std::string& accountKey, const OrderPtr& order,
     change.runs = step.runs;
     prefetchOrder(step, *order);
     fileOrder(step, order, change);
-    watch.onFiled();
+    watch.onFiled(step.previous);
     change.ofHistory = isHistoryBalance(order->m_pCommand.get());
     if (change.ofHistory) return change;
 

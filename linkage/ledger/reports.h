@@ -34,8 +34,9 @@ struct RunningChange {
 /// and records that were only filed may be taken away. Reports wait until apply() is over.
 class IOrderWatch {
 public:
-    /// The report is filed. No figure has changed yet.
-    virtual void onFiled() = 0;
+    /// The report is filed in the place of `previous`, which is empty for the first one. No
+    /// figure has changed yet.
+    virtual void onFiled(const OrderPtr& previous) = 0;
 
     /// A running set is up to date: the strategy's first, if there is one, then the
     /// account's. The traded figures still are those before this report, and when the

@@ -192,6 +192,16 @@ void CStep::created(const std::string& path, int file) {
     model().open[file] = made;
 }
 
+void CStep::appending(const std::string& path, int file) {
+    if (!m_lock) return;
+    const FilePtr there = model().names[path].now;
+    if (there) {
+        model().open[file] = there;
+    } else {
+        created(path, file);
+    }
+}
+
 void CStep::wrote(int file, std::string_view bytes) {
     if (!m_lock) return;
     const auto at = model().open.find(file);

@@ -24,6 +24,7 @@ public:
 
     /// What was done.
     void created(const std::string& path, int file);
+    void appending(const std::string& path, int file);  ///< to the file of this name, or a new one
     void wrote(int file, std::string_view bytes);
     void flushed(int file);
     void renamed(const std::string& from, const std::string& to);

@@ -81,6 +81,15 @@ int CDiskFiles::create(const std::string& path, const std::string& like) {
     return file;
 }
 
+int CDiskFiles::append(const std::string& path) {
+    disk::CStep step(disk::EStep::Open);
+    if (step.fails()) return -1;
+    step.touch(path);
+    const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+    if (file >= 0) step.appending(path, file);
+    return file;
+}
+
 bool CDiskFiles::write(int file, std::string_view bytes) {
     while (!bytes.empty()) {
         disk::CStep step(disk::EStep::Write);

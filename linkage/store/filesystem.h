@@ -29,6 +29,8 @@ public:
     /// one. What has the name already (a file, a link, an empty directory) goes first; a
     /// link's target is left alone.
     virtual int create(const std::string& path, const std::string& like) = 0;
+    /// Opens a file for writing at its end; makes it when there is none.
+    virtual int append(const std::string& path) = 0;
     virtual bool write(int file, std::string_view bytes) = 0;
     virtual bool flush(int file) = 0;
     virtual bool close(int file) = 0;
@@ -48,6 +50,7 @@ public:
     ERead read(const std::string& path, std::string& bytes) override;
     bool mayWrite(const std::string& path) override;
     int create(const std::string& path, const std::string& like) override;
+    int append(const std::string& path) override;
     bool write(int file, std::string_view bytes) override;
     bool flush(int file) override;
     bool close(int file) override;

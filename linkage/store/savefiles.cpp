@@ -2,6 +2,7 @@
 #include "linkage/balance/balancetimes.h"
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/ledger/daykey.h"
+#include "linkage/store/bookfile.h"
 #include "linkage/store/csvfiles.h"
 #include "linkage/store/filesaver.h"
 #include "linkage/store/historystate.h"
@@ -59,11 +60,20 @@ RoomPtr<CFileSaver> CLinkageManager::makeSaver() {
         std::make_unique<CDiskFiles>());
 }
 
+RoomPtr<CBookWriter> CLinkageManager::makeBook() {
+    const QString directory = getDataDir() + "/" + "Balance";
+    return makeRoom<CBookWriter>(std::make_unique<CBookFile>(
+        QFile::encodeName(directory).toStdString(), std::make_unique<CDiskFiles>()));
+}
+
 void CLinkageManager::writedata(bool withTime) { m_pSaver->saveAll(withTime); }
 
 void CLinkageManager::writeBlanaceTime() { m_pSaver->saveBalanceTimes(); }
 
-void CLinkageManager::finishSaves() { m_pSaver->finish(); }
+void CLinkageManager::finishSaves() {
+    m_pSaver->finish();
+    m_pBook->flush();
+}
 
 std::map<std::string, std::string> CLinkageManager::writeToFile(bool withTime) {
     const CLock lock(m_mutex);

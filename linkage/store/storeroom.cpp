@@ -26,6 +26,18 @@ void CLinkageManager::dropHistoryOrders(const std::string& accountKey) {
     m_pHistory->m_historyOrders.dropAccount(accountKey);
 }
 
+std::vector<boost::shared_ptr<vexservice::CTaskDetail>> CLinkageManager::runningHistoryTasks(
+    const std::string& accountKey, const std::string& strategy) const {
+    const CLock lock(m_mutex);
+    return m_pHistory->m_historyTasks.records(accountKey, strategy)
+        .value_or(std::vector<boost::shared_ptr<vexservice::CTaskDetail>>());
+}
+
+bool CLinkageManager::isCountedInHistory(const std::string& historyKey,
+                                         const vexservice::CDealDetail& deal) const {
+    return !isCanWriteToFile(historyKey, csv::tradeKey(deal.m_strTradeDate, deal.m_strDealID));
+}
+
 void CLinkageManager::dropHistoryTasks() { m_pHistory->m_historyTasks.clear(); }
 
 void CLinkageManager::describeHistory(ManagerState& state) const { m_pHistory->describe(state); }

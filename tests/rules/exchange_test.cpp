@@ -1,3 +1,4 @@
+#include "paper/commandcenter.h"
 #include "tests/rules/papermarket.h"
 
 #include <gtest/gtest.h>

@@ -124,6 +124,7 @@ void Fixture::tradeSetting(int block, EPriceType priceType, double price) {
 
 void Fixture::create() {
     watch(*Manager::instance());
+    if (m_settings.options.guard) Manager::instance()->setOptions(m_settings.options);
     settle();
 }
 
@@ -153,6 +154,8 @@ void Fixture::watch(TC::CLinkageManager& manager) {
     manager.sigStrategysChanged.connect([this] { saw("strategysChanged"); });
     manager.sigStatDataChanged.connect([this] { saw("statDataChanged"); });
     manager.sigHistoryCleared.connect([this] { saw("historyCleared"); });
+    manager.sigBalanceChanged.connect(
+        [this](int number) { saw("balanceChanged", {std::to_string(number)}); });
     manager.m_sigNewTradingDay.connect(
         [this](const std::string& date) { saw("newTradingDay", {date}); });
     manager.sigProfitChanged.connect(
@@ -192,9 +195,10 @@ boost::shared_ptr<Record> Fixture::described(const Described& by) const {
     record->m_strCode = codeOf(by.stock);
     record->m_strTradeDate = by.tradeDate.empty() ? m_pClient->tradeDate() : by.tradeDate;
     record->m_pAccountInfo = m_pClient->accountInfo(by.account);
-    if (!by.strategy.empty() || !by.strategy2.empty() || !by.tag.empty()) {
+    if (!by.strategy.empty() || !by.strategy2.empty() || !by.tag.empty() || by.command != 0) {
         record->m_pCommand = boost::make_shared<CCommandRecord>();
         nameStrategies(*record->m_pCommand, by);
+        record->m_pCommand->m_nCommand = by.command;
     }
     return record;
 }
@@ -214,6 +218,7 @@ boost::shared_ptr<CDealDetail> Fixture::makeDeal(const Deal& deal) const {
     detail->m_strTradeTime =
         deal.time.value_or(current().toString(QStringLiteral("hhmmss")).toStdString());
     detail->m_strDealID = deal.dealId.empty() ? std::to_string(deal.key) : deal.dealId;
+    detail->m_nOrderKey = deal.order;
     return detail;
 }
 

@@ -43,6 +43,7 @@ struct Settings {
     bool executes = false;  ///< the paper exchange matches
     bool scheduler = false;
     std::string fileEncoding = "UTF-8";
+    TC::LinkageOptions options;
 };
 
 struct Stock {
@@ -73,6 +74,7 @@ struct Order {
     std::string strategy2;
     std::string tag;
     bool push = true;
+    int command = 0;  ///< number of its command; 0: not known
 };
 
 struct Deal {
@@ -90,6 +92,8 @@ struct Deal {
     std::string strategy2;
     std::string tag;
     bool push = true;
+    int command = 0;
+    std::uint64_t order = 0;  ///< record key of its order; 0: not known
 };
 
 struct TaskItem {

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "linkage/core/balanceasker.h"
+#include "linkage/export.h"
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+/// What became of each balance, as CLinkageManager::getBalances tells it. Kept with
+/// LinkageOptions::guard alone. Volumes are shares.
+namespace TC {
+
+enum class EBalanceState {
+    Asked,       ///< waits for its turn
+    Cancelling,  ///< waits until what runs of the pair has ended, for 30 s at most
+    Sent,        ///< its orders are under way
+    Ended,
+    Refused,  ///< was never begun; the reason names the balance that stands against it
+};
+
+/// "asked", "cancelling", "sent", "ended", "refused".
+LINKAGE_EXPORT const char* textOf(EBalanceState state);
+
+/// One stock of a balance. The figures are those of its last decision.
+struct BalanceStock {
+    std::int64_t bought = 0;
+    std::int64_t sold = 0;
+    std::int64_t least = 0;    ///< bought less sold when every open sell fills
+    std::int64_t most = 0;     ///< bought less sold when every open buy fills
+    std::int64_t sent = 0;     ///< over all rounds; a sale is negative
+    std::int64_t filled = 0;   ///< likewise; goes on after the end
+    std::int64_t remains = 0;  ///< bought less sold when the balance ended; 0 before
+    std::string reason;        ///< why it sent nothing, or why something remains
+
+    bool operator==(const BalanceStock&) const = default;
+};
+
+struct BalanceRecord {
+    int number = 0;             ///< rising from 1; goes on after a restart on the same date
+    std::vector<int> commands;  ///< numbers of its commands, as far as they are known
+    std::string account;
+    std::string strategy;
+    bool history = false;
+    std::string asked;  ///< "hh:mm:ss"
+    std::string ended;  ///< "hh:mm:ss"; "" while it has not ended; when refused: when asked
+    EBalanceState state = EBalanceState::Asked;
+    int cancelledOrders = 0;  ///< calls that it made
+    int cancelledTasks = 0;
+    int rounds = 0;      ///< rounds that sent something
+    std::string reason;  ///< of the whole; "" for none
+    std::map<std::string, BalanceStock> stocks;
+};
+
+}  // namespace TC

@@ -1,0 +1,357 @@
+#include "linkage/balance/guardedbalances.h"
+
+#include "linkage/balance/balancestate.h"
+#include "linkage/balance/guardreasons.h"
+#include "linkage/core/clinkagemanager.h"
+#include "linkage/core/enginestate.h"
+#include "linkage/core/guarded.h"
+#include "linkage/core/published.h"
+#include "linkage/core/raise.h"
+#include "platform/log.h"
+#include "platform/utils/clock.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace TC {
+
+namespace {
+
+constexpr char OPERATION[] = "TC::CGuardedBalances";
+constexpr std::int64_t SECOND = 1'000'000;
+constexpr std::int64_t LONGEST_CANCELLING = 30 * SECOND;
+constexpr std::int64_t BOOK_RETRY = 10 * SECOND;
+constexpr std::int64_t NEVER = std::numeric_limits<std::int64_t>::max();
+
+/// Set for a scope, whatever is thrown in it.
+class CFlag {
+public:
+    explicit CFlag(bool& flag) : m_flag(flag) { m_flag = true; }
+    ~CFlag() { m_flag = false; }
+    CFlag(const CFlag&) = delete;
+    CFlag& operator=(const CFlag&) = delete;
+
+private:
+    bool& m_flag;
+};
+
+}  // namespace
+
+CGuardedBalances::CGuardedBalances(CLinkageManager& manager, CBookWriter& book)
+    : m_manager(manager), m_book(book), m_timer(manager.m_pEngine->m_strand->context()) {}
+
+std::int64_t CGuardedBalances::now() const { return utils::currentClock().nowMicros(); }
+
+// ---------------------------------------------------------------------- requests
+
+CGuardedBalances::Balance& CGuardedBalances::add(const GuardPair& pair) {
+    Balance& balance = m_balances[++m_nLast];
+    balance.number = m_nLast;
+    balance.date = m_strDate;
+    balance.pair = pair;
+    balance.askedAt = balance.dueAt = now();
+    return balance;
+}
+
+bool CGuardedBalances::ask(const GuardPair& pair, EBalanceAsker asker, std::int64_t delayMicros) {
+    if (!bookIsRead()) return false;
+    Balance& balance = add(pair);
+    balance.asker = asker;
+    balance.dueAt += delayMicros;
+    const std::string reason = refusalOf(balance);
+    if (reason.empty()) {
+        m_active.insert(balance.number);
+        note(balance, "asked");
+    } else {
+        refuse(balance, reason);
+    }
+    settle();
+    return reason.empty();
+}
+
+void CGuardedBalances::sendAtOnce(const GuardPair& pair, EBalanceForm form) {
+    if (!bookIsRead()) return;
+    Balance& balance = add(pair);
+    balance.form = form;
+    balance.atOnce = true;
+    const std::string reason = refusalOf(balance);
+    if (reason.empty()) {
+        m_active.insert(balance.number);
+        note(balance, "asked");
+    } else {
+        refuse(balance, reason);
+    }
+    settle();
+}
+
+std::string CGuardedBalances::refusalOf(const Balance& balance) const {
+    for (const int number : m_active) {
+        const Balance& other = m_balances.at(number);
+        if (!other.isToDecide() || other.number == balance.number) continue;
+        const bool inTheWay =
+            balance.atOnce ? other.pair.overlaps(balance.pair) : other.pair == balance.pair;
+        if (inTheWay) return underWay(other.number);
+    }
+    const int whole = wholeAccountSender(balance);
+    return whole == 0 ? std::string() : wholeAccountBy(whole);
+}
+
+// Once the account was balanced as a whole, the differences of its strategies tell of other
+// orders than the account's own.
+int CGuardedBalances::wholeAccountSender(const Balance& balance) const {
+    if (balance.pair.strategy.empty()) return 0;
+    const GuardPair whole{balance.pair.account, "", balance.pair.history};
+    for (const auto& [number, other] : m_balances) {
+        if (!isToday(other) || !(other.pair == whole)) continue;
+        const auto stands = [](const SentCommand& command) { return !command.refused; };
+        if (std::any_of(other.commands.begin(), other.commands.end(), stands)) return number;
+    }
+    return 0;
+}
+
+bool CGuardedBalances::waitsForOther(const Balance& balance) const {
+    for (const int number : m_active) {
+        if (number >= balance.number) return false;
+        const Balance& other = m_balances.at(number);
+        if (other.isToDecide() && other.pair.overlaps(balance.pair)) return true;
+    }
+    return false;
+}
+
+// -------------------------------------------------------------------------- life
+
+void CGuardedBalances::settle() {
+    if (m_bSettling) {
+        m_bNews = true;
+        return;
+    }
+    {
+        const CFlag settling(m_bSettling);
+        do {
+            m_bNews = false;
+            m_pictures.clear();
+            balancePart(OPERATION, [&] { refreshDirty(); });
+            const std::vector<int> active(m_active.begin(), m_active.end());
+            for (const int number : active) {
+                Balance& balance = m_balances.at(number);
+                if (balance.isActive()) balancePart(OPERATION, [&] { advance(balance); });
+            }
+        } while (m_bNews);
+        m_pictures.clear();
+    }
+    publishStarts();
+    arm();
+    raiseChanged();
+}
+
+void CGuardedBalances::advance(Balance& balance) {
+    if (isLoading(balance.pair.account)) return;
+    if (balance.state == EBalanceState::Asked) {
+        if (now() < balance.dueAt || waitsForOther(balance)) return;
+        // Since it was asked another one may have balanced the whole account.
+        if (const int whole = wholeAccountSender(balance)) {
+            refuse(balance, wholeAccountBy(whole));
+            return;
+        }
+        if (balance.atOnce) {
+            decide(balance);
+            return;
+        }
+        begin(balance);
+    }
+    if (balance.state == EBalanceState::Cancelling) seeCancellations(balance);
+    if (balance.state == EBalanceState::Sent) seeRound(balance);
+}
+
+void CGuardedBalances::begin(Balance& balance) {
+    balance.state = EBalanceState::Cancelling;
+    balance.cancelAt = now();
+    const auto tasks = runningTasks(balance.pair);
+    balance.cancelledTasks += static_cast<int>(tasks.size());
+    m_manager.terminateTasks(tasks);
+    cancelShownUp(balance, true);
+    note(balance, "cancelling");
+    const std::vector<int> active(m_active.begin(), m_active.end());
+    for (const int number : active) {
+        Balance& other = m_balances.at(number);
+        if (other.state == EBalanceState::Sent && other.pair.overlaps(balance.pair)) {
+            end(other, replacedBy(balance.number));
+        }
+    }
+}
+
+void CGuardedBalances::seeCancellations(Balance& balance) {
+    if (now() < balance.retryAt) return;
+    const std::size_t before = balance.cancelledOrders.size();
+    cancelShownUp(balance, false);
+    if (balance.cancelledOrders.size() != before) note(balance, "cancelling");
+    const bool quiet = isQuiet(balance.pair, picture(balance.pair.account));
+    if (quiet || now() >= balance.cancelAt + LONGEST_CANCELLING) decide(balance);
+}
+
+// What runs of the pair is cancelled once, when the balance begins. What balances sent is
+// cancelled whenever it shows up: its reports may come late.
+void CGuardedBalances::cancelShownUp(Balance& balance, bool all) {
+    const auto sentByOthers = [&](int command) {
+        const auto sender = m_senders.find(command);
+        if (command == 0 || sender == m_senders.end()) return false;
+        const Balance& other = m_balances.at(sender->second);
+        return isToday(other) && other.pair.overlaps(balance.pair);
+    };
+    std::vector<OrderPtr> orders;
+    for (const auto& order : picture(balance.pair.account).orders) {
+        if (!order.report || !order.figures.runs) continue;
+        const bool own = balance.sent(order.command);
+        const bool others = balance.rounds == 0 && sentByOthers(order.command);
+        const bool ofPair = all && balance.pair.holds(order.history, order.figures.strategy);
+        if (!own && !others && !ofPair) continue;
+        const auto key = order.report->recordKey();
+        if (balance.cancelledOrders.emplace(key, CancelledOrder{now(), 0}).second) {
+            orders.push_back(order.report);
+        }
+    }
+    m_manager.cancelOrders(orders);
+}
+
+void CGuardedBalances::seeRound(Balance& balance) {
+    if (!isLoaded(balance.pair.account)) return;
+    const LinkageOptions& options = m_manager.m_options;
+    bool over = true;
+    bool failed = false;
+    for (const SentCommand& command : balance.commands) {
+        failed = failed || command.refused;
+        for (const SentOrder& order : command.orders) {
+            failed = failed || order.rejected;
+            if (command.round == balance.rounds && !command.isOver(order)) over = false;
+        }
+    }
+    const bool late = options.rounds > 1 && now() >= balance.sentAt + options.roundSeconds * SECOND;
+    if (!over && !late) return;
+    if (!over) cancelShownUp(balance, false);
+    if (balance.rounds >= options.rounds || failed) {
+        end(balance, "");
+        return;
+    }
+    balance.state = EBalanceState::Cancelling;
+    balance.cancelAt = now();
+    note(balance, "round over");
+    seeCancellations(balance);
+}
+
+void CGuardedBalances::end(Balance& balance, const std::string& reason) {
+    balance.state = EBalanceState::Ended;
+    balance.endedAt = now();
+    balance.reason = reason;
+    m_active.erase(balance.number);
+    if (isLoaded(balance.pair.account) && !isLoading(balance.pair.account)) {
+        tellRemains(balance);
+    } else {
+        balance.remainsOpen = !balance.stocks.empty();
+    }
+    note(balance, "ended");
+}
+
+void CGuardedBalances::refuse(Balance& balance, const std::string& reason) {
+    balance.state = EBalanceState::Refused;
+    balance.endedAt = balance.askedAt;
+    balance.reason = reason;
+    m_active.erase(balance.number);
+    note(balance, "refused");
+}
+
+// ----------------------------------------------------------- what others see of it
+
+void CGuardedBalances::note(const Balance& balance, const std::string& step) {
+    m_book.note(balance.date, bookLine(balance, step, now()));
+    m_changed.insert(balance.number);
+    VEX_INFO(OPERATION, "balance {0} account {1} strategy {2}: {3} {4}", balance.number,
+             balance.pair.account, balance.pair.strategy, step, balance.reason);
+    writeLater();
+}
+
+// The lines are written without the manager's lock.
+void CGuardedBalances::writeLater() {
+    if (m_bWritePosted.exchange(true)) return;
+    m_manager.post([this] {
+        m_bWritePosted = false;
+        if (m_book.flush()) return;
+        const CLock lock(m_manager.m_mutex);
+        m_nBookRetryAt = now() + BOOK_RETRY;
+        arm();
+    });
+}
+
+void CGuardedBalances::publishStarts() {
+    auto& starts = m_manager.m_pBalance->m_autoBalanceStarts;
+    starts.clear();
+    for (const int number : m_active) {
+        const Balance& balance = m_balances.at(number);
+        if (balance.state != EBalanceState::Cancelling || balance.pair.history) continue;
+        starts[balance.pair.account][balance.pair.strategy] =
+            static_cast<int>(balance.cancelAt / SECOND);
+    }
+}
+
+void CGuardedBalances::raiseChanged() {
+    // A slot may release the manager; it then goes when this visit ends.
+    const CDoor::Visit visit(m_manager.m_pDoor);
+    while (!m_changed.empty()) {
+        const int number = *m_changed.begin();
+        m_changed.erase(m_changed.begin());
+        raise(OPERATION, m_manager.sigBalanceChanged, number);
+    }
+}
+
+std::vector<BalanceRecord> CGuardedBalances::records(
+    const std::optional<std::string>& account, const std::optional<std::string>& strategy) const {
+    std::vector<BalanceRecord> records;
+    for (const auto& [number, balance] : m_balances) {
+        if (account && *account != balance.pair.account) continue;
+        if (strategy && *strategy != balance.pair.strategy) continue;
+        records.push_back(recordOf(balance));
+    }
+    return records;
+}
+
+// -------------------------------------------------------------------------- time
+
+std::int64_t CGuardedBalances::dueOf(const Balance& balance) const {
+    switch (balance.state) {
+        case EBalanceState::Asked:
+            return balance.dueAt;
+        case EBalanceState::Cancelling:
+            return balance.retryAt > now() ? balance.retryAt
+                                           : balance.cancelAt + LONGEST_CANCELLING;
+        case EBalanceState::Sent: {
+            const LinkageOptions& options = m_manager.m_options;
+            return options.rounds > 1 ? balance.sentAt + options.roundSeconds * SECOND : NEVER;
+        }
+        case EBalanceState::Ended:
+        case EBalanceState::Refused:
+            break;
+    }
+    return NEVER;
+}
+
+// A timer that is set anew fires at once, so it is set only when its moment has changed. What
+// is due already waits for something else than time.
+void CGuardedBalances::arm() {
+    std::int64_t due = m_nBookRetryAt == 0 ? NEVER : std::max(m_nBookRetryAt, now() + 1);
+    for (const int number : m_active) {
+        const std::int64_t moment = dueOf(m_balances.at(number));
+        if (moment > now()) due = std::min(due, moment);
+    }
+    if (due == NEVER || due == m_nArmedFor) return;
+    m_nArmedFor = due;
+    armTimer(m_timer, *m_manager.m_pEngine->m_strand, due - now(), m_manager.guarded([this] {
+        const CLock lock(m_manager.m_mutex);
+        if (now() >= m_nArmedFor) m_nArmedFor = 0;
+        if (m_nBookRetryAt != 0 && now() >= m_nBookRetryAt) {
+            m_nBookRetryAt = 0;
+            writeLater();
+        }
+        settle();
+    }));
+}
+
+}  // namespace TC

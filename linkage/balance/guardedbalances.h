@@ -1,0 +1,166 @@
+#pragma once
+
+#include "linkage/balance/balanceorders.h"
+#include "linkage/balance/bookwriter.h"
+#include "linkage/balance/guardedbalance.h"
+#include "platform/records/taskdetail.h"
+#include "platform/utils/deadlinetimer.h"
+#include "platform/utils/vexerror.h"
+
+#include <boost/shared_ptr.hpp>
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace TC {
+
+class CLinkageManager;
+
+/// The balances of a manager with LinkageOptions::guard: who waits for whom, what each sends,
+/// and what becomes of it. ARCHITECTURE.md has the picture of their life.
+///
+/// Decisions fall in settle() alone, which the manager calls when a report is wholly in. In
+/// between, news is only noted.
+///
+/// Guarded by the manager's lock; the manager owns it and outlives it.
+class CGuardedBalances {
+public:
+    using OrderPtr = boost::shared_ptr<vexservice::COrderDetail>;
+
+    CGuardedBalances(CLinkageManager& manager, CBookWriter& book);
+
+    // ------------------------------------------------------------------ requests
+    // linkage/balance/guardedbalances.cpp
+
+    /// Asks for a balance whose turn comes after `delayMicros`. False when it is refused.
+    bool ask(const GuardPair& pair, EBalanceAsker asker, std::int64_t delayMicros);
+
+    /// A balance that is asked and decided in one moment; after a load of the account when
+    /// one is under way.
+    void sendAtOnce(const GuardPair& pair, EBalanceForm form);
+
+    /// Lets every balance see whether its time has come, then tells of what changed. Called
+    /// from inside itself it only notes that it is to look again.
+    void settle();
+
+    bool hasNews() const { return m_bNews; }
+
+    /// What a form would send now. Sends and changes nothing.
+    BalancePlan preview(const GuardPair& pair, EBalanceForm form, bool checkType) const;
+
+    std::vector<BalanceRecord> records(const std::optional<std::string>& account,
+                                       const std::optional<std::string>& strategy) const;
+
+    // ---------------------------------------------------------------------- news
+    // linkage/balance/guardprogress.cpp
+
+    /// Reads the book of the trade date. Nothing is decided before allLoaded().
+    void start();
+
+    /// A trade date begins: every balance ends. Call it before anything of the old one is
+    /// dropped; nothing is decided before allLoaded().
+    void newDay(const std::string& date);
+    void allLoaded();
+
+    /// Around each load of an account. A load that failed counts as none.
+    void loadBegins(const std::string& account);
+    void loadEnds(const std::string& account, bool loaded);
+
+    /// A report was filed; `previous` is the one that it replaced, if any.
+    void orderFiled(const std::string& account, const vexservice::COrderDetail& order,
+                    const OrderPtr& previous);
+    void dealFiled(const std::string& account, const vexservice::CDealDetail& deal);
+
+    /// Orders or tasks of the account left a running set.
+    void emptied(const std::string& account);
+
+private:
+    using Balance = GuardedBalance;
+
+    std::int64_t now() const;
+    Balance& add(const GuardPair& pair);
+    bool isToday(const Balance& balance) const { return balance.date == m_strDate; }
+    bool isLoading(const std::string& account) const {
+        return m_bAllLoading || m_inLoad.count(account) > 0;
+    }
+    bool isLoaded(const std::string& account) const;
+    bool bookIsRead();
+    std::string refusalOf(const Balance& balance) const;
+    int wholeAccountSender(const Balance& balance) const;
+    bool waitsForOther(const Balance& balance) const;
+    void advance(Balance& balance);
+    void begin(Balance& balance);
+    void seeCancellations(Balance& balance);
+    void cancelShownUp(Balance& balance, bool all);
+    void seeRound(Balance& balance);
+    void end(Balance& balance, const std::string& reason);
+    void refuse(Balance& balance, const std::string& reason);
+    void note(const Balance& balance, const std::string& step);
+    void writeLater();
+    void publishStarts();
+    void raiseChanged();
+    void arm();
+    std::int64_t dueOf(const Balance& balance) const;
+
+    // linkage/balance/guardprogress.cpp
+    const GuardPicture& picture(const std::string& account);
+    GuardPicture freshPicture(const std::string& account) const;
+    void restore(const std::string& text);
+    void refreshDirty();
+    void refresh(Balance& balance, const GuardPicture& seen);
+    void loseUnheard(const std::string& account);
+    void tellRemains(Balance& balance);
+    void completed(int balance, std::size_t command, const utils::VexError& error, int number);
+
+    // linkage/balance/guarddecision.cpp
+    std::vector<boost::shared_ptr<vexservice::CTaskDetail>> runningTasks(
+        const GuardPair& pair) const;
+    std::map<std::string, GuardVolumes> volumesOf(const GuardPair& pair,
+                                                  const GuardPicture& seen) const;
+    void addUnheard(const GuardPair& pair, const GuardPicture& seen,
+                    std::map<std::string, GuardInput>& inputs) const;
+    bool isQuiet(const GuardPair& pair, const GuardPicture& seen) const;
+    BalanceRequest requestOf(const GuardPair& pair, EBalanceForm form, bool checkType,
+                             const GuardPicture& seen) const;
+    void decide(Balance& balance);
+    void takeFigures(Balance& balance, const PreparedBalance& prepared,
+                     const std::map<std::string, GuardVolumes>& volumes);
+    void send(Balance& balance, const BalanceRequest& request, const PreparedBalance& prepared);
+
+    CLinkageManager& m_manager;
+    CBookWriter& m_book;
+    std::string m_strDate;
+    int m_nLast = 0;  ///< number of the newest balance
+    std::map<int, Balance> m_balances;
+    std::set<int> m_active;
+    std::map<int, int> m_senders;  ///< command number: balance
+    /// account: record keys of orders that balances sent
+    std::map<std::string, std::set<std::uint64_t>> m_ownOrders;
+
+    bool m_bUnread = false;  ///< the book of the date could not be read so far
+    bool m_bAllLoading = true;
+    std::set<std::string> m_inLoad;
+    int m_nGeneration = 1;  ///< of loads: rises with each trade date
+    std::map<std::string, int> m_loadedIn;
+
+    /// account, record key: the final report of an order that a later report takes back
+    std::map<std::string, std::map<std::uint64_t, OrderPtr>> m_finals;
+
+    bool m_bSettling = false;
+    bool m_bNews = false;
+    std::map<std::string, GuardPicture> m_pictures;  ///< of this settling
+    std::set<std::string> m_dirty;                   ///< accounts with news of what balances sent
+    std::set<int> m_changed;                         ///< to be told of
+
+    utils::DeadlineTimer m_timer;
+    std::int64_t m_nArmedFor = 0;
+    std::int64_t m_nBookRetryAt = 0;
+    std::atomic<bool> m_bWritePosted{false};
+};
+
+}  // namespace TC
