@@ -80,6 +80,7 @@ void CSession::start(const ConfigEvent& event) {
     m_pLog = std::make_unique<CLogObserver>(m_options.log ? &m_output : nullptr);
     m_pLoop = std::make_unique<paper::CVirtualLoop>(now);
     m_pLoop->setSettle([this] { return settle(); });
+    m_bGuard = event.options.guard;
     m_pRequests = std::make_unique<CRequests>(m_output, event.options.guard, m_options.requests);
     m_pClient =
         std::make_unique<paper::CPaperClient>(m_pLoop->service(), config, m_pRequests.get());
@@ -121,7 +122,8 @@ void CSession::play(const Event& event) {
 bool CSession::joins(const Event& event) const {
     const bool report =
         std::holds_alternative<OrderEvent>(event) || std::holds_alternative<DealEvent>(event);
-    return report && !m_pClient->executes();
+    // What the guard sends is answered before the next report comes.
+    return report && !m_bGuard && !m_pClient->executes();
 }
 
 void CSession::rest() {

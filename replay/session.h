@@ -70,6 +70,7 @@ private:
     std::unique_ptr<paper::CPaperClient> m_pClient;
     std::unique_ptr<CEventPlayer> m_pPlayer;
     int m_nWaiting = 0;  ///< reports handed over since the last rest
+    bool m_bGuard = false;
 };
 
 }  // namespace replay

@@ -37,7 +37,7 @@ TEST(ReplayErrors, EachBadLineIsNamedAndEndsThePlay) {
         EXPECT_EQ(said, where + fault);
         EXPECT_EQ(played.output, START_OUTPUT);
     }
-    EXPECT_EQ(count, 41) << "the file was read to its end";
+    EXPECT_EQ(count, 52) << "the file was read to its end";
 }
 
 TEST(ReplayErrors, NothingHappensBeforeTheConfigOrWithoutAManager) {
