@@ -3,7 +3,6 @@
 #include "linkage/core/inbox.h"
 #include "linkage/export.h"
 #include "linkage/ledger/ledgerstate.h"
-#include "linkage/ledger/ledgerstate.h"
 
 #include <cstdint>
 #include <deque>
