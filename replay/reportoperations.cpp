@@ -106,7 +106,7 @@ void getReconciliations(Call& call) {
     out.endArray();
 }
 
-constexpr Operation OPERATIONS[] = {
+constexpr Operation REPORT_OPERATIONS[] = {
     {"getReconciliations", 0, getReconciliations},
     {"getPeriodCurve", 2, getPeriodCurve},
     preview<&Manager::previewBalance>("previewStockBalance"),
@@ -115,6 +115,6 @@ constexpr Operation OPERATIONS[] = {
 
 }  // namespace
 
-std::span<const Operation> reportOperations() { return OPERATIONS; }
+std::span<const Operation> reportOperations() { return REPORT_OPERATIONS; }
 
 }  // namespace replay

@@ -101,6 +101,7 @@ void CLinkageManager::tryAutoBalance(const std::string& accountkey, const std::s
 // A running set is empty. With the guard nothing is decided before the report that emptied it
 // is wholly in.
 void CLinkageManager::balanceWaiting(const std::string& accountkey, const std::string& strategy) {
+    const CLock lock(m_mutex);
     if (!m_options.guard) {
         tryAutoBalance(accountkey, strategy);
     } else if (m_pGuarded) {

@@ -7,7 +7,7 @@
 namespace TC {
 
 namespace {
-constexpr char OPERATION[] = "TC::CBookWriter";
+constexpr char BOOK_WRITER[] = "TC::CBookWriter";
 }
 
 void CBookWriter::note(const std::string& date, const std::string& line) {
@@ -15,7 +15,7 @@ void CBookWriter::note(const std::string& date, const std::string& line) {
     m_lines.push_back({date, line});
     if (m_lines.size() <= MOST_LINES) return;
     m_lines.pop_front();
-    g_VexStdLogger.error(OPERATION, "a line of the book of balances is lost");
+    g_VexStdLogger.error(BOOK_WRITER, "a line of the book of balances is lost");
 }
 
 bool CBookWriter::writeNow(const std::string& date, const std::string& line) {
@@ -24,7 +24,7 @@ bool CBookWriter::writeNow(const std::string& date, const std::string& line) {
     if (!writeNoted()) return false;
     if (m_pFile->append(date, line)) return true;
     m_bFailed = true;
-    g_VexStdLogger.error(OPERATION, "the book of balances cannot be written");
+    g_VexStdLogger.error(BOOK_WRITER, "the book of balances cannot be written");
     return false;
 }
 
@@ -58,7 +58,7 @@ bool CBookWriter::writeNoted() {
         }
         if (!m_pFile->append(date, text)) {
             if (!std::exchange(m_bFailed, true)) {
-                g_VexStdLogger.error(OPERATION,
+                g_VexStdLogger.error(BOOK_WRITER,
                                      "the book of balances cannot be written; its lines wait");
             }
             const std::lock_guard lock(m_mutex);
@@ -68,7 +68,7 @@ bool CBookWriter::writeNoted() {
         lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(count));
     }
     if (std::exchange(m_bFailed, false)) {
-        VEX_INFO(OPERATION, "the book of balances is written again");
+        VEX_INFO(BOOK_WRITER, "the book of balances is written again");
     }
     return true;
 }

@@ -17,7 +17,6 @@ namespace TC {
 
 namespace {
 
-constexpr char OPERATION[] = "TC::CGuardedBalances";
 constexpr std::int64_t RETRY = 1'000'000;
 constexpr std::int64_t GIVE_UP = 60'000'000;
 
@@ -131,7 +130,7 @@ BalancePlan CGuardedBalances::preview(const GuardPair& pair, EBalanceForm form,
 void CGuardedBalances::decide(Balance& balance) {
     BalanceRequest request;
     PreparedBalance prepared;
-    const bool answered = balancePart(OPERATION, [&] {
+    const bool answered = balancePart(GUARDED_BALANCES, [&] {
         // Only what balances by itself passes over accounts of other types.
         request =
             requestOf(balance.pair, balance.form, !balance.atOnce, picture(balance.pair.account));
@@ -213,13 +212,13 @@ void CGuardedBalances::send(Balance& balance, const BalanceRequest& request,
                 });
             });
         for (const auto& order : commands[at]->m_orders) {
-            VEX_INFO(OPERATION, "balance {0} account [{1}] strategy [{2}] stock [{3}{4}] {5} {6}",
-                     balance.number, balance.pair.account, balance.pair.strategy,
-                     order->m_stock.m_strMarket, order->m_stock.m_strCode,
-                     order->m_eOperationType == vexservice::OPT_BUY ? "buy" : "sell",
-                     order->m_nVolume);
+            VEX_INFO(
+                GUARDED_BALANCES, "balance {0} account [{1}] strategy [{2}] stock [{3}{4}] {5} {6}",
+                balance.number, balance.pair.account, balance.pair.strategy,
+                order->m_stock.m_strMarket, order->m_stock.m_strCode,
+                order->m_eOperationType == vexservice::OPT_BUY ? "buy" : "sell", order->m_nVolume);
         }
-        balancePart(OPERATION, [&] {
+        balancePart(GUARDED_BALANCES, [&] {
             utils::CSingletonT<CDovCommandCenter>::instance()->createCommand(commands[at],
                                                                              completion, true, 0);
         });

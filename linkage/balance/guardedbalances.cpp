@@ -17,7 +17,6 @@ namespace TC {
 
 namespace {
 
-constexpr char OPERATION[] = "TC::CGuardedBalances";
 constexpr std::int64_t SECOND = 1'000'000;
 constexpr std::int64_t LONGEST_CANCELLING = 30 * SECOND;
 constexpr std::int64_t BOOK_RETRY = 10 * SECOND;
@@ -130,11 +129,11 @@ void CGuardedBalances::settle() {
         do {
             m_bNews = false;
             m_pictures.clear();
-            balancePart(OPERATION, [&] { refreshDirty(); });
+            balancePart(GUARDED_BALANCES, [&] { refreshDirty(); });
             const std::vector<int> active(m_active.begin(), m_active.end());
             for (const int number : active) {
                 Balance& balance = m_balances.at(number);
-                if (balance.isActive()) balancePart(OPERATION, [&] { advance(balance); });
+                if (balance.isActive()) balancePart(GUARDED_BALANCES, [&] { advance(balance); });
             }
         } while (m_bNews);
         m_pictures.clear();
@@ -264,7 +263,7 @@ void CGuardedBalances::refuse(Balance& balance, const std::string& reason) {
 void CGuardedBalances::note(const Balance& balance, const std::string& step) {
     m_book.note(balance.date, bookLine(balance, step, now()));
     m_changed.insert(balance.number);
-    VEX_INFO(OPERATION, "balance {0} account {1} strategy {2}: {3} {4}", balance.number,
+    VEX_INFO(GUARDED_BALANCES, "balance {0} account {1} strategy {2}: {3} {4}", balance.number,
              balance.pair.account, balance.pair.strategy, step, balance.reason);
     writeLater();
 }
@@ -298,7 +297,7 @@ void CGuardedBalances::raiseChanged() {
     while (!m_changed.empty()) {
         const int number = *m_changed.begin();
         m_changed.erase(m_changed.begin());
-        raise(OPERATION, m_manager.sigBalanceChanged, number);
+        raise(GUARDED_BALANCES, m_manager.sigBalanceChanged, number);
     }
 }
 

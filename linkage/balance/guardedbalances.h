@@ -21,6 +21,9 @@ namespace TC {
 
 class CLinkageManager;
 
+/// Who writes the log lines of guarded balances.
+inline constexpr char GUARDED_BALANCES[] = "TC::CGuardedBalances";
+
 /// The balances of a manager with LinkageOptions::guard: who waits for whom, what each sends,
 /// and what becomes of it. ARCHITECTURE.md has the picture of their life.
 ///

@@ -14,7 +14,6 @@ namespace TC {
 
 namespace {
 
-constexpr char OPERATION[] = "TC::CGuardedBalances";
 constexpr std::int64_t LOST_AFTER = 60'000'000;
 
 bool runs(const vexservice::COrderDetail& order) {
@@ -36,7 +35,8 @@ bool CGuardedBalances::bookIsRead() {
     if (!m_bUnread) return true;
     const IBookFile::Text text = m_book.read(m_strDate);
     if (!text.readable) {
-        g_VexStdLogger.error(OPERATION, "the book of balances cannot be read; none is taken");
+        g_VexStdLogger.error(GUARDED_BALANCES,
+                             "the book of balances cannot be read; none is taken");
         return false;
     }
     m_bUnread = false;
@@ -47,7 +47,7 @@ bool CGuardedBalances::bookIsRead() {
 void CGuardedBalances::restore(const std::string& text) {
     int damaged = 0;
     std::map<int, Balance> read = readBook(text, damaged);
-    if (damaged > 0) VEX_INFO(OPERATION, "{0} lines of the book cannot be read", damaged);
+    if (damaged > 0) VEX_INFO(GUARDED_BALANCES, "{0} lines of the book cannot be read", damaged);
     for (auto& [number, balance] : read) {
         balance.date = m_strDate;
         m_nLast = std::max(m_nLast, number);

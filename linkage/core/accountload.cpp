@@ -1,5 +1,6 @@
 #include "linkage/core/accounts.h"
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/datacenter.h"
 #include "linkage/core/enginestate.h"
 #include "linkage/core/guarded.h"
 #include "linkage/core/published.h"
@@ -9,7 +10,6 @@
 #include "linkage/ledger/daykey.h"
 #include "linkage/ledger/ledger.h"
 #include "platform/log.h"
-#include "platform/services/tradercenter.h"
 #include "platform/utils/clock.h"
 #include "platform/utils/keys.h"
 
@@ -21,13 +21,9 @@ namespace TC {
 
 namespace {
 
-constexpr char OPERATION[] = "CLinkageManager::doRequestAccount";
+constexpr char ACCOUNT_LOAD[] = "CLinkageManager::doRequestAccount";
 
 using Records = std::vector<boost::shared_ptr<vexservice::IData>>;
-
-vexservice::IDataCenter& dataCenter() {
-    return *vexservice::TraderCenter::instance()->getDataCenter();
-}
 
 Records recordsOf(const vexservice::CAccountData& data, int type) {
     Records records;
@@ -58,7 +54,7 @@ bool loadPart(const Part& part) {
         part();
         return true;
     } catch (...) {
-        logThrown(OPERATION);
+        logThrown(ACCOUNT_LOAD);
         return false;
     }
 }
@@ -107,7 +103,7 @@ void CLinkageManager::doRequestAccount(
     const auto info = accountData ? accountData->getAccountInfo() : nullptr;
     if (!info) return;
     AccountLoad load{.account = info->getKey(), .cause = cause};
-    VEX_INFO(OPERATION, "CLinkageManager::doRequestAccount, acc:{0}", load.account);
+    VEX_INFO(ACCOUNT_LOAD, "CLinkageManager::doRequestAccount, acc:{0}", load.account);
     if (!loadPart([&] { load.read(*accountData); })) return;
     {
         const CLock lock(m_mutex);

@@ -1,5 +1,6 @@
 #include "linkage/core/accounts.h"
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/datacenter.h"
 #include "linkage/core/enginestate.h"
 #include "linkage/core/guarded.h"
 #include "linkage/core/published.h"
@@ -9,16 +10,11 @@
 #include "linkage/ledger/daykey.h"
 #include "linkage/ledger/ledger.h"
 #include "platform/log.h"
-#include "platform/services/tradercenter.h"
 #include "platform/utils/keys.h"
 
 namespace TC {
 
 namespace {
-
-vexservice::IDataCenter& dataCenter() {
-    return *vexservice::TraderCenter::instance()->getDataCenter();
-}
 
 /// The account's data; empty when there is none or the data center fails.
 boost::shared_ptr<vexservice::CAccountData> findData(const char* operation, std::uint64_t hash) {

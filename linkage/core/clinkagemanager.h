@@ -565,8 +565,7 @@ protected:
     // balancing: linkage/balance/
     void onAutoBalanceTimer();
     void armBalanceWatchdog() LINKAGE_REQUIRES(m_mutex);
-    void balanceWaiting(const std::string& accountkey, const std::string& strategy)
-        LINKAGE_REQUIRES(m_mutex);
+    void balanceWaiting(const std::string& accountkey, const std::string& strategy);
     /// After each report: guarded balances see whether their time has come.
     void settleBalances();
     bool sendGuarded(const GuardPair& pair, EBalanceForm form) LINKAGE_REQUIRES(m_mutex);

@@ -17,7 +17,7 @@ namespace TC {
 
 namespace {
 
-constexpr char OPERATION[] = "CLinkageManager::doDealDetail";
+constexpr char DEAL_INTAKE[] = "CLinkageManager::doDealDetail";
 
 boost::shared_ptr<vexservice::CAccountData> accountData(const std::string& accountKey) {
     return vexservice::TraderCenter::instance()->getDataCenter()->getAccountData(
@@ -63,9 +63,9 @@ void CLinkageManager::doDealDetail(const std::string& accountKey, const DealPtr&
         return;
     }
     if (change.counted) followPrice(report);
-    if (change.strategyIsNew) raise(OPERATION, sigStrategysChanged);
-    if (change.stockIsNew) raise(OPERATION, sigStocksChanged);
-    raise(OPERATION, sigStatDataChanged);
+    if (change.strategyIsNew) raise(DEAL_INTAKE, sigStrategysChanged);
+    if (change.stockIsNew) raise(DEAL_INTAKE, sigStocksChanged);
+    raise(DEAL_INTAKE, sigStatDataChanged);
 }
 
 void CLinkageManager::takeHistoryDeal(

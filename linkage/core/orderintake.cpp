@@ -11,11 +11,11 @@ namespace TC {
 
 namespace {
 
-constexpr char OPERATION[] = "CLinkageManager::doOrderDetail";
+constexpr char ORDER_INTAKE[] = "CLinkageManager::doOrderDetail";
 
 void logOrder(const vexservice::COrderDetail& order) {
     VEX_INFO(
-        OPERATION,
+        ORDER_INTAKE,
         "CLinkageManager::doOrderDetail {0} , strategy {1}, sys {2}, stat {3},  vol {4}, "
         "volTraded {5},  bIsBuy {6} stock {7}",
         LOGPRINT::accountLogKey(order.m_pAccountInfo), strategyOf(order.m_pCommand.get()),
@@ -72,11 +72,11 @@ void CLinkageManager::doOrderDetail(const std::string& accountKey, const OrderPt
         doHistoryOrder(order, accountKey, change.stockIsNew, change.recordIsNew, change.runs);
         return;
     }
-    if (change.stockIsNew) raise(OPERATION, sigStocksChanged);
-    if (change.strategyIsNew) raise(OPERATION, sigStrategysChanged);
+    if (change.stockIsNew) raise(ORDER_INTAKE, sigStocksChanged);
+    if (change.strategyIsNew) raise(ORDER_INTAKE, sigStrategysChanged);
     const bool ofStrategy = strategyOf(order->m_pCommand.get()) != WHOLE_ACCOUNT;
     if (change.recordIsNew || (m_bClientType3 && ofStrategy && change.accountEmptied)) {
-        raise(OPERATION, sigStatDataChanged);
+        raise(ORDER_INTAKE, sigStatDataChanged);
     }
 }
 

@@ -15,14 +15,6 @@ using namespace ledger;
 
 namespace {
 
-/// What the reports of orders add up to.
-struct OrderSums {
-    std::int64_t boughtVolume = 0;
-    std::int64_t soldVolume = 0;
-    double boughtAmount = 0.0;
-    double soldAmount = 0.0;
-};
-
 bool isNear(double left, double right) {
     return std::fabs(left - right) <= 1e-9 * std::max(1.0, std::fabs(left));
 }
@@ -32,6 +24,14 @@ bool isNear(double left, double right) {
 /// One walk over the ledger. It goes through the filed records first, and notes what they
 /// say of sums, levels and running sets. Then it compares these with the notes.
 class CLedger::CIntegrity {
+    /// What the reports of orders add up to.
+    struct OrderSums {
+        std::int64_t boughtVolume = 0;
+        std::int64_t soldVolume = 0;
+        double boughtAmount = 0.0;
+        double soldAmount = 0.0;
+    };
+
 public:
     explicit CIntegrity(const CLedger& ledger) : m_ledger(ledger) {}
 

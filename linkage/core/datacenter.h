@@ -1,0 +1,11 @@
+#pragma once
+
+#include "platform/services/tradercenter.h"
+
+namespace TC {
+
+inline vexservice::IDataCenter& dataCenter() {
+    return *vexservice::TraderCenter::instance()->getDataCenter();
+}
+
+}  // namespace TC
