@@ -22,7 +22,6 @@ namespace paper {
 
 class CInstruments;
 class CDataCenter;
-class CQuotes;
 class CExchange;
 class CUserSettings;
 

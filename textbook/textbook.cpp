@@ -58,6 +58,37 @@ auto walk(const Values& values) {
     return total;
 }
 
+/// Filed records as a state shows them.
+template <class Filed, class Shown>
+void show(const Filed& days, Shown& shown) {
+    for (const auto& [day, stocks] : days) {
+        auto& out = shown[day];
+        for (const auto& [stock, accounts] : stocks) {
+            out[stock];
+            for (const auto& [account, records] : accounts) {
+                out[stock][account].insert(records.begin(), records.end());
+            }
+        }
+    }
+}
+
+template <class Traded>
+boost::shared_ptr<TC::LinkagePeriodExtData> recordOf(const Traded& traded) {
+    auto record = TC::LinkagePeriodExtData::make();
+    record->deals().m_nBuyVolume = traded.buyVolume;
+    record->deals().m_nSellVolume = traded.sellVolume;
+    record->deals().m_dBuyAmount = traded.buyAmount;
+    record->deals().m_dSellAmount = traded.sellAmount;
+    record->deals().m_dCommission = traded.commission;
+    record->worth().m_dProfit = traded.profit;
+    record->worth().m_dPositionValue = traded.positionValue;
+    record->m_buyVolumes.replace(0, walk(traded.buyVolumes));
+    record->m_sellVolumes.replace(0, walk(traded.sellVolumes));
+    record->m_buyAmounts.replace(0, walk(traded.buyAmounts));
+    record->m_sellAmounts.replace(0, walk(traded.sellAmounts));
+    return record;
+}
+
 }  // namespace
 
 // ------------------------------------------------------------------------ orders
@@ -287,24 +318,8 @@ TC::ManagerState CTextbook::state() const {
     state.strategys = m_strategys;
     state.quoteRequests = m_quoteRequests;
     state.latestPrices = m_latestPrices;
-    for (const auto& [day, stocks] : m_orderDetails) {
-        auto& out = state.orderDetails[day];
-        for (const auto& [stock, accounts] : stocks) {
-            out[stock];
-            for (const auto& [account, orders] : accounts) {
-                out[stock][account].insert(orders.begin(), orders.end());
-            }
-        }
-    }
-    for (const auto& [day, stocks] : m_dealDetails) {
-        auto& out = state.dealDetails[day];
-        for (const auto& [stock, accounts] : stocks) {
-            out[stock];
-            for (const auto& [account, deals] : accounts) {
-                out[stock][account].insert(deals.begin(), deals.end());
-            }
-        }
-    }
+    show(m_orderDetails, state.orderDetails);
+    show(m_dealDetails, state.dealDetails);
     for (const auto& [account, strategies] : m_runningOrders) {
         for (const auto& [strategy, orders] : strategies) {
             auto& keys = state.runningOrders[account][strategy];
@@ -314,19 +329,7 @@ TC::ManagerState CTextbook::state() const {
     for (const auto& [account, strategies] : m_tradeStatDatas) {
         for (const auto& [strategy, stocks] : strategies) {
             for (const auto& [stock, traded] : stocks) {
-                auto record = TC::LinkagePeriodExtData::make();
-                record->deals().m_nBuyVolume = traded.buyVolume;
-                record->deals().m_nSellVolume = traded.sellVolume;
-                record->deals().m_dBuyAmount = traded.buyAmount;
-                record->deals().m_dSellAmount = traded.sellAmount;
-                record->deals().m_dCommission = traded.commission;
-                record->worth().m_dProfit = traded.profit;
-                record->worth().m_dPositionValue = traded.positionValue;
-                record->m_buyVolumes.replace(0, walk(traded.buyVolumes));
-                record->m_sellVolumes.replace(0, walk(traded.sellVolumes));
-                record->m_buyAmounts.replace(0, walk(traded.buyAmounts));
-                record->m_sellAmounts.replace(0, walk(traded.sellAmounts));
-                state.tradeStatDatas[account][strategy][stock] = record;
+                state.tradeStatDatas[account][strategy][stock] = recordOf(traded);
             }
         }
     }

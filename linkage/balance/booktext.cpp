@@ -98,7 +98,7 @@ QJsonArray cancelledJson(const GuardedBalance& balance) {
 }
 
 void readCommands(const QJsonObject& object, GuardedBalance& balance) {
-    for (const QJsonValue& each : object[QLatin1String("commands")].toArray()) {
+    for (const auto each : object[QLatin1String("commands")].toArray()) {
         const QJsonObject from = each.toObject();
         SentCommand command;
         command.number = static_cast<int>(wholeOf(from, "number"));
@@ -106,7 +106,7 @@ void readCommands(const QJsonObject& object, GuardedBalance& balance) {
         command.sentAt = wholeOf(from, "sent");
         command.refused = from[QLatin1String("refused")].toBool();
         command.text = textOf(from, "text");
-        for (const QJsonValue& value : from[QLatin1String("orders")].toArray()) {
+        for (const auto value : from[QLatin1String("orders")].toArray()) {
             const QJsonObject order = value.toObject();
             command.orders.push_back({.stock = textOf(order, "stock"),
                                       .buys = textOf(order, "side") == "buy",
@@ -164,7 +164,7 @@ std::optional<GuardedBalance> readLine(std::string_view line) {
     balance.reason = textOf(object, "reason");
     balance.remainsOpen = object[QLatin1String("remainsOpen")].toBool();
     balance.cancelledTasks = static_cast<int>(wholeOf(object, "cancelledTasks"));
-    for (const QJsonValue& each : object[QLatin1String("cancelledOrders")].toArray()) {
+    for (const auto each : object[QLatin1String("cancelledOrders")].toArray()) {
         const QJsonObject from = each.toObject();
         const auto key = from[QLatin1String("order")].toString().toULongLong();
         balance.cancelledOrders[key] = {wholeOf(from, "asked"), wholeOf(from, "confirmed")};
