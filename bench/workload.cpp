@@ -150,9 +150,10 @@ Workload makeWorld(const Size& size) {
     }
     std::mt19937_64 random(size.seed);
     for (std::uint32_t i = 0; i < size.stocks; ++i) {
+        const bool shanghai = i < size.stocks / 2;
         paper::Instrument stock;
-        stock.market = i < size.stocks / 2 ? "SH" : "SZ";
-        stock.code = fmt::format("{:06}", i < size.stocks / 2 ? 600000 + i : i);
+        stock.market = fmt::format("{}", shanghai ? "SH" : "SZ");
+        stock.code = fmt::format("{:06}", shanghai ? 600000 + i : i);
         stock.reference = onTick(5.0 + static_cast<double>(random() % 5500) / 100.0);
         stock.limitUp = onTick(stock.reference * 1.1);
         stock.limitDown = onTick(stock.reference * 0.9);

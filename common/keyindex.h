@@ -1,5 +1,7 @@
 #pragma once
 
+#include "common/prefetch.h"
+
 #include <cstdint>
 #include <cstring>
 #include <string_view>
@@ -88,7 +90,7 @@ public:
 
     /// Asks the processor for the line of the table that find() will look at.
     void prefetch(std::uint64_t hash) const {
-        if (!m_slots.empty()) __builtin_prefetch(&m_slots[hash & m_nMask]);
+        if (!m_slots.empty()) utils::prefetch(&m_slots[hash & m_nMask]);
     }
 
     /// Adds an index that is not there yet.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/keyindex.h"
+#include "common/prefetch.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -45,7 +46,7 @@ public:
     std::size_t countAlive() const { return m_nUsed - m_free.size(); }
 
     /// Asks the processor for an object that will be needed soon.
-    void prefetch(std::uint32_t index) const { __builtin_prefetch(&(*this)[index]); }
+    void prefetch(std::uint32_t index) const { utils::prefetch(&(*this)[index]); }
 
     /// All objects in the order of their indexes, dropped ones too.
     auto begin() { return Iterator<CArena>{this, 0}; }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "common/prefetch.h"
 #include "linkage/ledger/arena.h"
 #include "linkage/ledger/types.h"
 
@@ -34,8 +35,8 @@ struct alignas(64) Figures {
 
     /// Asks the processor for all of the figures, which will be needed soon.
     void prefetch() const {
-        __builtin_prefetch(this);
-        __builtin_prefetch(&block);
+        utils::prefetch(this);
+        utils::prefetch(&block);
     }
 };
 
@@ -55,7 +56,7 @@ public:
 
     /// Asks the processor for what find() will look at.
     void prefetch(std::uint32_t stock) const {
-        if (!m_slots.empty()) __builtin_prefetch(&m_slots[start(stock)]);
+        if (!m_slots.empty()) utils::prefetch(&m_slots[start(stock)]);
     }
 
 private:
@@ -94,9 +95,9 @@ struct FigureBlock : boost::enable_shared_from_this<FigureBlock> {
 
     /// Asks the processor for the beginnings of the three arrays.
     void prefetch() const {
-        for (int at = 0; at < 16; at += 2) __builtin_prefetch(deals + at);
-        for (int at = 0; at < 16; at += 4) __builtin_prefetch(worths + at);
-        for (int at = 0; at < 16; at += 8) __builtin_prefetch(places + at);
+        for (int at = 0; at < 16; at += 2) utils::prefetch(deals + at);
+        for (int at = 0; at < 16; at += 4) utils::prefetch(worths + at);
+        for (int at = 0; at < 16; at += 8) utils::prefetch(places + at);
     }
 
     std::uint32_t capacity;

@@ -1,3 +1,4 @@
+#include "common/prefetch.h"
 #include "linkage/ledger/attribution.h"
 #include "linkage/ledger/ledger.h"
 #include "linkage/ledger/orderrule.h"
@@ -150,8 +151,8 @@ void CLedger::countDay(const DealStep& step) {
 void CLedger::countMinute(const DealStep& step) {
     const int minute = dealMinute(std::atoi(step.deal->m_strTradeTime.c_str()));
     Figures& figures = *step.figures;
-    __builtin_prefetch(&figures.record.deals());
-    if (figures.wide) __builtin_prefetch(&figures.wide->record.deals());
+    utils::prefetch(&figures.record.deals());
+    if (figures.wide) utils::prefetch(&figures.wide->record.deals());
     if (minute < 0) return;
     m_stocks[step.stock].hasPeriods = true;
 

@@ -1,3 +1,4 @@
+#include "common/prefetch.h"
 #include "linkage/ledger/ledger.h"
 
 namespace TC {
@@ -24,7 +25,7 @@ void CLedger::prefetchOrder(const OrderStep& step, const vexservice::COrderDetai
     // An order that leaves a running set gives its place to the last one.
     for (const Pair* const each : {pair, findPair(step.account, WHOLE_ACCOUNT_ID)}) {
         if (each && !each->running.empty()) {
-            __builtin_prefetch(&m_orders[each->running.back()].placeRunning);
+            utils::prefetch(&m_orders[each->running.back()].placeRunning);
         }
     }
 }
@@ -47,6 +48,7 @@ void CLedger::prefetchFigures(std::uint32_t account, std::uint32_t strategy,
 void CLedger::prefetchEntry(const OrderStep& step) const {
     const OrderEntry& entry = m_orders[step.entry];
     if (entry.levelCell != NONE) m_levels.prefetch(entry.levelCell);
+    utils::prefetch(step.previous.get());
 }
 
 }  // namespace TC

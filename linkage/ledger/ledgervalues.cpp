@@ -1,3 +1,4 @@
+#include "common/prefetch.h"
 #include "linkage/ledger/ledger.h"
 #include "linkage/ledger/valuerule.h"
 #include "platform/utils/referencedata.h"
@@ -101,7 +102,7 @@ void CLedger::revalueBlocks(const std::vector<std::pair<FigureBlock*, ValuePrice
     constexpr std::size_t NEAR = 1;
     constexpr std::size_t FAR = 6;
     for (std::size_t at = 0; at < blocks.size(); ++at) {
-        if (at + FAR < blocks.size()) __builtin_prefetch(blocks[at + FAR].first);
+        if (at + FAR < blocks.size()) utils::prefetch(blocks[at + FAR].first);
         if (at + NEAR < blocks.size()) blocks[at + NEAR].first->prefetch();
         revalueBlock(*blocks[at].first, blocks[at].second);
     }
