@@ -22,12 +22,18 @@ paper::ClientConfig liveConfig(const QString& dataDir) {
     return config;
 }
 
+/// A trader's desk never trades too much, and keeps the times he has set.
+TC::LinkageOptions liveOptions() {
+    return {.guard = true, .rounds = 3, .roundSeconds = 20, .keepBalanceTimes = true};
+}
+
 class CLiveStage final : public IStage {
 public:
     CLiveStage(const QString& dataDir, CPriceTape& tape)
         : m_tape(tape),
           m_client(m_loop.service(), liveConfig(dataDir)),
           m_market(m_loop.service(), m_client) {
+        Manager::instance()->setOptions(liveOptions());
         Manager::instance()->init();
         for (const std::string& stock : m_market.stockKeys()) m_tape.follow(stock);
         m_market.open();

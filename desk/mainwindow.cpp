@@ -1,5 +1,6 @@
 #include "desk/mainwindow.h"
 
+#include "desk/balancespage.h"
 #include "desk/balancetimespage.h"
 #include "desk/chart.h"
 #include "desk/detailtables.h"
@@ -67,6 +68,7 @@ void CMainWindow::show(std::shared_ptr<const Picture> picture) {
         m_pTables->show(now);
         m_pChart->show(m_pShown);
     }
+    m_pBalances->show(now.balances);
     m_pTimes->show(now.balanceTimes, m_selection);
     m_pHistory->show(now.history, m_selection);
     enableActions(now.alive);

@@ -16,6 +16,7 @@ class QTabWidget;
 
 namespace desk {
 
+class CBalancesPage;
 class CBalanceTimesPage;
 class CChart;
 class CDetailTables;
@@ -92,6 +93,7 @@ private:
     QSplitter* m_pRight = nullptr;
     bool m_bSplitByHand = false;
     std::unique_ptr<CDetailTables> m_pTables;
+    CBalancesPage* m_pBalances = nullptr;
     CBalanceTimesPage* m_pTimes = nullptr;
     CHistoryPage* m_pHistory = nullptr;
     CImportPage* m_pImport = nullptr;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "linkage/stats/periodpoint.h"
+#include "replay/balancefigures.h"
 
 #include <cstdint>
 #include <map>
@@ -113,6 +114,7 @@ struct Picture {
     std::vector<PairRow> pairs;
     std::map<std::string, std::string> balanceTimes;
     std::vector<HistoryRow> history;
+    std::vector<replay::BalanceFigures> balances;  ///< of the day, by the book
 
     // of the selection
     Selection selection;

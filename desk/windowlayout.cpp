@@ -1,3 +1,4 @@
+#include "desk/balancespage.h"
 #include "desk/balancetimespage.h"
 #include "desk/chart.h"
 #include "desk/detailtables.h"
@@ -114,9 +115,11 @@ QWidget* CMainWindow::makeBody() {
     m_pTabs = new QTabWidget(this);
     m_pTabs->setObjectName("tabs");
     m_pTables = std::make_unique<CDetailTables>(this, m_pTabs);
+    m_pBalances = new CBalancesPage(m_pTabs);
     m_pTimes = new CBalanceTimesPage(m_actions, m_pTabs);
     m_pHistory = new CHistoryPage(m_actions, m_pTabs);
     m_pImport = new CImportPage(m_actions, m_pTabs);
+    m_pTabs->addTab(m_pBalances, tr("Balances"));
     m_pTabs->addTab(m_pTimes, tr("Balance times"));
     m_pTabs->addTab(m_pHistory, tr("History"));
     m_pTabs->addTab(m_pImport, tr("Import"));

@@ -129,16 +129,19 @@ void CExchange::beginTradingDate() {
 
 // ----------------------------------------------------------------------- matching
 
-bool CExchange::acceptable(const OrderRequest& request) const {
-    if (request.volume <= 0 || request.volume > std::numeric_limits<int>::max()) return false;
+std::string CExchange::faultOf(const OrderRequest& request) const {
+    if (request.volume <= 0 || request.volume > std::numeric_limits<int>::max()) {
+        return "no such volume";
+    }
     const Price price = toPrice(request.price);
-    if (price <= 0) return isRealMarketPrice(request.priceType);
+    if (price <= 0) return isRealMarketPrice(request.priceType) ? "" : "no price";
     const auto known =
         m_services.instruments->find(utils::zorStockKey(request.market, request.code));
-    if (!known) return true;
+    if (!known) return "";
     const Price up = toPrice(known->limitUp);
     const Price down = toPrice(known->limitDown);
-    return (up <= 0 || price <= up) && (down <= 0 || price >= down);
+    if (up > 0 && price > up) return "above limit-up";
+    return down > 0 && price < down ? "below limit-down" : "";
 }
 
 CExchange::Order CExchange::makeOrder(const OrderRequest& request, std::uint64_t key) const {
@@ -191,8 +194,10 @@ void CExchange::enter(const OrderRequest& request, std::uint64_t key) {
     Order& order = stock.working.emplace(key, makeOrder(request, key)).first->second;
     report(order, STATUS_WAIT_REPORTING, 0);
     report(order, STATUS_REPORTED, 0);
-    if (takesReject(request.account) || !acceptable(request)) {
-        finish(stock, key, STATUS_JUNK);
+    const std::string fault =
+        takesReject(request.account) ? "the broker rejects it" : faultOf(request);
+    if (!fault.empty()) {
+        reject(stock, key, fault);
         return;
     }
     const bool atMarket = !order.limit;
@@ -224,6 +229,14 @@ void CExchange::finish(Stock& stock, std::uint64_t key, EEntrustStatus status) {
     const auto at = stock.working.find(key);
     report(at->second, status, at->second.report->m_nTradedVolume);
     stock.working.erase(at);
+}
+
+void CExchange::reject(Stock& stock, std::uint64_t key, const std::string& why) {
+    Order& order = stock.working.at(key);
+    auto told = boost::make_shared<COrderDetail>(*order.report);
+    told->m_strRemark = why;
+    order.report = told;
+    finish(stock, key, STATUS_JUNK);
 }
 
 // ------------------------------------------------------------------------ reports

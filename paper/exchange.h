@@ -99,13 +99,15 @@ private:
     bool isSilent() const { return m_nSilences > 0; }
     void endSilence();
     bool takesReject(const std::string& accountKey);
-    bool acceptable(const OrderRequest& request) const;
+    /// Why the exchange does not take an order; empty when it does.
+    std::string faultOf(const OrderRequest& request) const;
     Order makeOrder(const OrderRequest& request, std::uint64_t key) const;
     void match(Stock& stock, std::uint64_t key);
     void fill(Order& order, const Fill& fill);
     void report(Order& order, vexservice::EEntrustStatus status, int traded);
     void reportDeal(const Order& order, const Fill& fill);
     void finish(Stock& stock, std::uint64_t key, vexservice::EEntrustStatus status);
+    void reject(Stock& stock, std::uint64_t key, const std::string& why);
     void cancelNow(const std::string& accountKey, std::uint64_t orderKey);
     void cancelForeign(const std::string& accountKey, std::uint64_t orderKey);
     std::string ownerOf(std::uint64_t orderKey) const;

@@ -39,7 +39,6 @@ const char* reasonOf(TC::EBalanceOutcome outcome, bool odd, const BalancedStock*
     return odd ? "rounded to whole lots" : "not balanced";
 }
 
-/// `grouped` is the plan of the same pair in the form that sends whole lots only.
 /// Why no stock of a pair can be balanced; "" where nothing stands against it.
 const char* refusalText(TC::EBalanceRefusal refusal) {
     switch (refusal) {
@@ -54,6 +53,7 @@ const char* refusalText(TC::EBalanceRefusal refusal) {
     }
 }
 
+/// `grouped` is the plan of the same pair in the form that sends whole lots only.
 std::vector<Remainder> remainsOf(const TC::BalancePlan& plan, const TC::BalancePlan& grouped,
                                  const std::map<std::string, BalancedStock>& balanced) {
     const std::string refusal = refusalText(plan.refusal);
@@ -73,17 +73,7 @@ std::vector<Remainder> remainsOf(const TC::BalancePlan& plan, const TC::BalanceP
     return remains;
 }
 
-template <std::int64_t BalancedStock::*MEMBER>
-std::int64_t sumOf(const std::map<std::string, BalancedStock>& stocks) {
-    std::int64_t sum = 0;
-    for (const auto& [key, stock] : stocks) sum += stock.*MEMBER;
-    return sum;
-}
-
 }  // namespace
-
-std::int64_t BalanceFigures::sent() const { return sumOf<&BalancedStock::sent>(stocks); }
-std::int64_t BalanceFigures::filled() const { return sumOf<&BalancedStock::filled>(stocks); }
 
 void CDayReport::before(const Event& event, CSession& session) {
     if (const auto* config = std::get_if<ConfigEvent>(&event)) {
@@ -125,11 +115,18 @@ void CDayReport::onOperateTask(std::uint64_t taskKey, bool, const vexservice::CT
     if (!m_bOwnCancels) m_cancelledTasks.insert(taskKey);
 }
 
-void CDayReport::onCommand(const vexservice::COrderComandParam& command, int) {
-    auto& balances = isHistory(command) ? m_day.historyBalances : m_day.balances;
+BalanceFigures& CDayReport::seen(const PairKey& pair, bool history) {
+    BalanceFigures& balance = m_seen[{history, pair}];
+    balance.pair = pair;
+    balance.history = history;
+    return balance;
+}
+
+void CDayReport::onCommand(const vexservice::COrderComandParam& command, int number) {
+    m_ordersOf[number] = command.m_orders.size();
     for (const auto& order : command.m_orders) {
         BalanceFigures& balance =
-            balances[{order->m_pAccountInfo->getKey(), command.m_strStrategyName}];
+            seen({order->m_pAccountInfo->getKey(), command.m_strStrategyName}, isHistory(command));
         ++balance.orders;
         const std::string stock =
             utils::zorStockKey(order->m_stock.m_strMarket, order->m_stock.m_strCode);
@@ -143,7 +140,7 @@ void CDayReport::onCommandOrder(const vexservice::COrderComandParam& command,
 }
 
 void CDayReport::onBalanceTime(const std::string& accountKey, const std::string& strategy) {
-    m_day.balances[{accountKey, strategy}].asked = now();
+    seen({accountKey, strategy}, false).asked = now();
 }
 
 void CDayReport::noteCall(const CallEvent& event, CSession& session) {
@@ -160,8 +157,7 @@ void CDayReport::noteCall(const CallEvent& event, CSession& session) {
     std::string_view account;
     std::string_view strategy;
     if (!event.args || event.args->at(0).get(account) || event.args->at(1).get(strategy)) return;
-    auto& balances = history ? m_day.historyBalances : m_day.balances;
-    balances[{std::string(account), std::string(strategy)}].asked = now();
+    seen({std::string(account), std::string(strategy)}, history).asked = now();
 }
 
 // --------------------------------------------------------------------- end of a day
@@ -169,23 +165,30 @@ void CDayReport::noteCall(const CallEvent& event, CSession& session) {
 void CDayReport::closeDay(CSession& session) {
     if (!Singleton::exists()) return;
     session.rest();
-    const TC::ManagerState state = Singleton::instance()->state();
+    const TC::CLinkageManager& manager = *Singleton::instance();
+    const TC::ManagerState state = manager.state();
     m_day.date = state.tradeDate;
-    addFigures(state, m_day);
-    addOrders(state, m_day);
-    addCancelled(state, m_day);
-    addRemains(m_day);
+    addFigures(state);
+    addOrders(state);
+    if (manager.options().guard) {
+        m_day.balances = balancesOf(manager.getBalances(), m_day.date, m_ordersOf);
+    } else {
+        addCancelled(state);
+        addRemains();
+        for (auto& [key, balance] : m_seen) m_day.balances.push_back(std::move(balance));
+    }
     m_days.push_back(std::move(m_day));
     m_day = {};
+    m_seen.clear();
     m_sent.clear();
     m_cancelledOrders.clear();
     m_cancelledTasks.clear();
 }
 
-void CDayReport::addFigures(const TC::ManagerState& state, DayFigures& day) {
+void CDayReport::addFigures(const TC::ManagerState& state) {
     for (const auto& [account, strategies] : state.tradeStatDatas) {
         for (const auto& [strategy, stocks] : strategies) {
-            PairFigures& pair = day.pairs[{account, strategy}];
+            PairFigures& pair = m_day.pairs[{account, strategy}];
             for (const auto& [stock, record] : stocks) {
                 const TC::EffectiveFigures figures = TC::effectiveFigures(*record, m_bClientType3);
                 pair.bought += figures.buyVolume;
@@ -201,13 +204,13 @@ void CDayReport::addFigures(const TC::ManagerState& state, DayFigures& day) {
     for (const auto* running : {&state.runningOrders, &state.runningTasks}) {
         for (const auto& [account, strategies] : *running) {
             for (const auto& [strategy, keys] : strategies) {
-                day.pairs[{account, strategy}].running += keys.size();
+                m_day.pairs[{account, strategy}].running += keys.size();
             }
         }
     }
 }
 
-void CDayReport::addOrders(const TC::ManagerState& state, DayFigures& day) {
+void CDayReport::addOrders(const TC::ManagerState& state) {
     const int today = dayNumber(state.tradeDate);
     const auto each = [&](const auto& days, const auto& work) {
         const auto found = days.find(today);
@@ -221,24 +224,33 @@ void CDayReport::addOrders(const TC::ManagerState& state, DayFigures& day) {
     const auto count = [&](const std::string& account, const auto& record,
                            std::size_t PairFigures::*counter) {
         const std::string strategy = strategyOf(record.m_pCommand);
-        ++(day.pairs[{account, ""}].*counter);
-        if (!strategy.empty()) ++(day.pairs[{account, strategy}].*counter);
+        const bool history = TC::isHistoryBalance(record.m_pCommand.get());
+        auto& pairs = history ? m_day.historyPairs : m_day.pairs;
+        ++(pairs[{account, ""}].*counter);
+        if (!strategy.empty()) ++(pairs[{account, strategy}].*counter);
+        return history;
     };
     each(state.orderDetails, [&](const std::string& stock, const std::string& account,
                                  const vexservice::COrderDetail& order) {
         count(account, order, &PairFigures::orders);
-        addFill(account, stock, order, day);
+        addFill(account, stock, order);
     });
-    each(state.dealDetails,
-         [&](const std::string&, const std::string& account, const vexservice::CDealDetail& deal) {
-             count(account, deal, &PairFigures::deals);
-         });
+    each(state.dealDetails, [&](const std::string&, const std::string& account,
+                                const vexservice::CDealDetail& deal) {
+        if (!count(account, deal, &PairFigures::deals)) return;
+        const bool buys = vexservice::isBuyByDirection(deal.m_eDirection, deal.m_eOffsetFlag);
+        for (const std::string& strategy : std::set{std::string(), strategyOf(deal.m_pCommand)}) {
+            PairFigures& pair = m_day.historyPairs[{account, strategy}];
+            (buys ? pair.bought : pair.sold) += deal.m_nVolume;
+            (buys ? pair.buyAmount : pair.sellAmount) += deal.m_dAmount;
+        }
+    });
 }
 
 /// Orders that the exchange made are known by their key. Others tell by their carrier: those
 /// of a balance name their strategy twice.
 void CDayReport::addFill(const std::string& account, const std::string& stock,
-                         const vexservice::COrderDetail& order, DayFigures& day) const {
+                         const vexservice::COrderDetail& order) {
     Sent sent;
     if (const auto made = m_sent.find({account, order.recordKey()}); made != m_sent.end()) {
         sent = made->second;
@@ -249,16 +261,15 @@ void CDayReport::addFill(const std::string& account, const std::string& stock,
         const std::string& tag = sent.history ? carrier.m_strTag : carrier.m_strStrategyName;
         if (carrier.m_strStrategyName2 != sent.strategy || carrier.m_strTag != tag) return;
     }
-    auto& balances = sent.history ? day.historyBalances : day.balances;
-    balances[{account, sent.strategy}].stocks[stock].filled += order.m_nTradedVolume;
+    seen({account, sent.strategy}, sent.history).stocks[stock].filled += order.m_nTradedVolume;
 }
 
-void CDayReport::addCancelled(const TC::ManagerState& state, DayFigures& day) {
+void CDayReport::addCancelled(const TC::ManagerState& state) {
     // A balance of the whole account cancels what runs of every strategy.
     const auto balanceOf = [&](const PairKey& pair) -> BalanceFigures& {
         const PairKey whole{pair.first, ""};
-        const bool covered = !day.balances.contains(pair) && day.balances.contains(whole);
-        return day.balances[covered ? whole : pair];
+        const bool covered = !m_seen.contains({false, pair}) && m_seen.contains({false, whole});
+        return seen(covered ? whole : pair, false);
     };
     for (const auto& [pair, keys] : m_cancelledOrders) {
         balanceOf(pair).cancelledOrders += keys.size();
@@ -276,17 +287,14 @@ void CDayReport::addCancelled(const TC::ManagerState& state, DayFigures& day) {
     for (const auto& [pair, keys] : tasks) balanceOf(pair).cancelledTasks += keys.size();
 }
 
-void CDayReport::addRemains(DayFigures& day) {
+void CDayReport::addRemains() {
     const TC::CLinkageManager& manager = *Singleton::instance();
-    for (auto& [pair, balance] : day.balances) {
-        balance.remains =
-            remainsOf(manager.previewBalance(pair.first, pair.second),
-                      manager.previewBalance(pair.first, pair.second, true), balance.stocks);
-    }
-    for (auto& [pair, balance] : day.historyBalances) {
-        balance.remains =
-            remainsOf(manager.previewHistoryBalance(pair.first, pair.second),
-                      manager.previewHistoryBalance(pair.first, pair.second, true), balance.stocks);
+    for (auto& [key, balance] : m_seen) {
+        const auto preview = [&, &pair = balance.pair](bool grouped) {
+            return balance.history ? manager.previewHistoryBalance(pair.first, pair.second, grouped)
+                                   : manager.previewBalance(pair.first, pair.second, grouped);
+        };
+        balance.remains = remainsOf(preview(false), preview(true), balance.stocks);
     }
 }
 

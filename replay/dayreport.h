@@ -1,5 +1,6 @@
 #pragma once
 
+#include "replay/balancefigures.h"
 #include "replay/replay.h"
 
 #include <cstdint>
@@ -25,44 +26,18 @@ struct PairFigures {
     std::size_t running = 0;  ///< orders and tasks
 };
 
-/// Shares of a stock that balances ordered, and got.
-struct BalancedStock {
-    std::int64_t sent = 0;
-    std::int64_t filled = 0;
-};
-
-/// A stock of a pair that is not equal at the end of the day.
-struct Remainder {
-    std::string stockKey;         ///< empty: the reason stands for the whole pair
-    std::int64_t difference = 0;  ///< bought less sold, shares
-    std::string reason;
-};
-
-/// The balances of a pair in a day: how they went. What was filled of a balance without a
-/// strategy is known only of orders that the paper exchange made.
-struct BalanceFigures {
-    std::string asked;  ///< "hh:mm:ss", the last time; empty when nobody asked
-    std::size_t cancelledOrders = 0;
-    std::size_t cancelledTasks = 0;
-    std::size_t orders = 0;
-    std::map<std::string, BalancedStock> stocks;  ///< by stock key
-    std::vector<Remainder> remains;
-
-    std::int64_t sent() const;
-    std::int64_t filled() const;
-};
-
-using PairKey = std::pair<std::string, std::string>;  ///< account, strategy
-
 struct DayFigures {
     std::string date;
     std::map<PairKey, PairFigures> pairs;
-    std::map<PairKey, BalanceFigures> balances;
-    std::map<PairKey, BalanceFigures> historyBalances;
+    /// What balances of earlier days traded: orders, deals, volumes and amounts alone. It
+    /// counts for those days, not in `pairs`.
+    std::map<PairKey, PairFigures> historyPairs;
+    std::vector<BalanceFigures> balances;
 };
 
-/// Adds up what happened in each trade date of a scenario, from the manager's own
-/// figures at the end of the date and from the requests that it made meanwhile.
+/// Adds up what happened in each trade date of a scenario, from the manager's own figures
+/// at the end of the date, from its book of balances, and without one from the requests
+/// that it made meanwhile.
 class CDayReport final : public IReplayWatcher, private paper::IClientObserver {
 public:
     explicit CDayReport(bool showProgress) : m_bShowProgress(showProgress) {}
@@ -79,19 +54,20 @@ private:
     void onCancelOrder(const vexservice::COrderDetail& order) override;
     void onOperateTask(std::uint64_t taskKey, bool server,
                        const vexservice::CTaskOpRecord& record) override;
-    void onCommand(const vexservice::COrderComandParam& command, int) override;
+    void onCommand(const vexservice::COrderComandParam& command, int number) override;
     void onCommandOrder(const vexservice::COrderComandParam& command, const std::string& accountKey,
                         std::uint64_t orderKey) override;
     void onBalanceTime(const std::string& accountKey, const std::string& strategy) override;
 
     void noteCall(const CallEvent& event, CSession& session);
     void closeDay(CSession& session);
-    void addOrders(const TC::ManagerState& state, DayFigures& day);
+    void addOrders(const TC::ManagerState& state);
     void addFill(const std::string& account, const std::string& stock,
-                 const vexservice::COrderDetail& order, DayFigures& day) const;
-    void addFigures(const TC::ManagerState& state, DayFigures& day);
-    void addCancelled(const TC::ManagerState& state, DayFigures& day);
-    void addRemains(DayFigures& day);
+                 const vexservice::COrderDetail& order);
+    void addFigures(const TC::ManagerState& state);
+    void addCancelled(const TC::ManagerState& state);
+    void addRemains();
+    BalanceFigures& seen(const PairKey& pair, bool history);
 
     /// The order of a balance: of today's or of earlier days' figures, and of which strategy.
     struct Sent {
@@ -104,6 +80,8 @@ private:
     bool m_bOwnCancels = false;  ///< the scenario itself is cancelling
     std::vector<DayFigures> m_days;
     DayFigures m_day;
+    std::map<std::pair<bool, PairKey>, BalanceFigures> m_seen;     ///< history, pair: by requests
+    std::map<int, std::size_t> m_ordersOf;                         ///< by number of the command
     std::map<std::pair<std::string, std::uint64_t>, Sent> m_sent;  ///< by account and record
     std::set<std::uint64_t> m_cancelledTasks;
     std::map<PairKey, std::set<std::uint64_t>> m_cancelledOrders;

@@ -72,23 +72,61 @@ std::string pairsTable(const DayFigures& day) {
     return table.empty() ? "nothing was traded\n" : table.text();
 }
 
-std::string balanceTable(const std::map<PairKey, BalanceFigures>& balances) {
-    CTable table(
-        {"account", "strategy", "asked", "cancelled", "orders", "sent", "filled", "remains"});
-    for (const auto& [pair, figures] : balances) {
-        std::vector<std::string> remains;
-        for (const Remainder& rest : figures.remains) {
-            remains.push_back(rest.stockKey.empty() ? rest.reason
-                                                    : fmt::format("{} {:+}: {}", rest.stockKey,
-                                                                  rest.difference, rest.reason));
-        }
-        table.add({pair.first, strategyText(pair.second),
-                   figures.asked.empty() ? "-" : figures.asked,
-                   count(figures.cancelledOrders + figures.cancelledTasks), count(figures.orders),
-                   whole(figures.sent()), whole(figures.filled()),
-                   fmt::format("{}", fmt::join(remains, "; "))});
+std::string historyPairsTable(const DayFigures& day) {
+    CTable table({"account", "strategy", "orders", "deals", "bought", "sold", "buy amount",
+                  "sell amount", ""});
+    for (const auto& [pair, figures] : day.historyPairs) {
+        table.add({pair.first, strategyText(pair.second), count(figures.orders),
+                   count(figures.deals), whole(figures.bought), whole(figures.sold),
+                   money(figures.buyAmount), money(figures.sellAmount), ""});
     }
     return table.text();
+}
+
+std::string remainsText(const BalanceFigures& figures) {
+    std::vector<std::string> remains;
+    for (const Remainder& rest : figures.remains) {
+        remains.push_back(rest.stockKey.empty() ? rest.reason
+                                                : fmt::format("{} {:+}: {}", rest.stockKey,
+                                                              rest.difference, rest.reason));
+    }
+    return fmt::format("{}", fmt::join(remains, "; "));
+}
+
+/// Number and state are known from a book alone.
+std::string balanceTable(const std::vector<const BalanceFigures*>& balances) {
+    const bool book = balances.front()->number != 0;
+    std::vector<std::string> heads = {"account", "strategy"};
+    if (book) heads.insert(heads.end(), {"no.", "state"});
+    heads.insert(heads.end(), {"asked", "cancelled", "orders", "sent", "filled", "remains"});
+    CTable table(heads);
+    for (const BalanceFigures* const each : balances) {
+        const BalanceFigures& figures = *each;
+        std::vector<std::string> row = {figures.pair.first, strategyText(figures.pair.second)};
+        if (book) row.insert(row.end(), {std::to_string(figures.number), figures.state});
+        row.insert(row.end(),
+                   {figures.asked.empty() ? "-" : figures.asked,
+                    count(figures.cancelledOrders + figures.cancelledTasks), count(figures.orders),
+                    whole(figures.sent()), whole(figures.filled()), remainsText(figures)});
+        table.add(row);
+    }
+    return table.text();
+}
+
+std::string balanceTables(const DayFigures& day) {
+    std::string text;
+    for (const bool history : {false, true}) {
+        std::vector<const BalanceFigures*> balances;
+        for (const BalanceFigures& balance : day.balances) {
+            if (balance.history == history) balances.push_back(&balance);
+        }
+        if (balances.empty()) continue;
+        text += history ? "Balances of earlier days\n\n"
+                        : "Balances: shares sent and filled, and what is still unequal (bought "
+                          "less sold)\n\n";
+        text += balanceTable(balances) + "\n";
+    }
+    return text;
 }
 
 }  // namespace
@@ -96,16 +134,13 @@ std::string balanceTable(const std::map<PairKey, BalanceFigures>& balances) {
 std::string reportText(const std::vector<DayFigures>& days) {
     std::string text;
     for (const DayFigures& day : days) {
-        text += "Trade date " + day.date + "\n\n" + pairsTable(day) + "\n";
-        if (!day.balances.empty()) {
-            text +=
-                "Balances: shares sent and filled, and what is still unequal (bought less "
-                "sold)\n\n" +
-                balanceTable(day.balances) + "\n";
+        text += "Trade date " + day.date + "\n\n";
+        if (!day.pairs.empty() || day.historyPairs.empty()) text += pairsTable(day) + "\n";
+        if (!day.historyPairs.empty()) {
+            text += "Traded by balances of earlier days; it counts for those days\n\n" +
+                    historyPairsTable(day) + "\n";
         }
-        if (!day.historyBalances.empty()) {
-            text += "Balances of earlier days\n\n" + balanceTable(day.historyBalances) + "\n";
-        }
+        text += balanceTables(day);
     }
     return text;
 }

@@ -183,6 +183,7 @@ struct EventReader {
         order->m_nTradedVolume = in.whole<int>("traded", 0);
         order->m_dTradedAmount = in.real("amount", 0.0);
         order->m_strSysID = in.text("sysId", "");
+        order->m_strRemark = in.text("remark", "");
         order->m_pCommand = parser.carrier(in);
         return order;
     }

@@ -79,7 +79,8 @@ private:
 
     void config() {
         line(R"({{"do":"config","now":"2023-11-20 09:15:00","userName":"trader",)"
-             R"("registRules":true,"exchange":"paper","scheduler":true}})");
+             R"("registRules":true,"exchange":"paper","scheduler":true,)"
+             R"("options":{{"guard":true,"rounds":3,"roundSeconds":60}}}})");
     }
 
     void instruments() {

@@ -2,6 +2,125 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="zh_CN">
 <context>
+    <name>BookText</name>
+    <message>
+        <source>asked</source>
+        <translation>已请求</translation>
+    </message>
+    <message>
+        <source>cancelling</source>
+        <translation>撤单中</translation>
+    </message>
+    <message>
+        <source>sent</source>
+        <translation>已发送</translation>
+    </message>
+    <message>
+        <source>ended</source>
+        <translation>已结束</translation>
+    </message>
+    <message>
+        <source>refused</source>
+        <translation>已拒绝</translation>
+    </message>
+    <message>
+        <source>balanced</source>
+        <translation>已配平</translation>
+    </message>
+    <message>
+        <source>less than a lot</source>
+        <translation>不足一手</translation>
+    </message>
+    <message>
+        <source>no instrument</source>
+        <translation>无证券信息</translation>
+    </message>
+    <message>
+        <source>no price</source>
+        <translation>没有价格</translation>
+    </message>
+    <message>
+        <source>waiting for open orders</source>
+        <translation>等待未完成委托</translation>
+    </message>
+    <message>
+        <source>task running</source>
+        <translation>任务运行中</translation>
+    </message>
+    <message>
+        <source>refused by the command center</source>
+        <translation>指令中心拒绝</translation>
+    </message>
+    <message>
+        <source>rejected</source>
+        <translation>废单</translation>
+    </message>
+    <message>
+        <source>lost: nothing was heard of the order</source>
+        <translation>委托下落不明</translation>
+    </message>
+    <message>
+        <source>resting</source>
+        <translation>挂单中</translation>
+    </message>
+    <message>
+        <source>cancelled</source>
+        <translation>已撤单</translation>
+    </message>
+    <message>
+        <source>traded since</source>
+        <translation>其后又有成交</translation>
+    </message>
+    <message>
+        <source>restart</source>
+        <translation>程序重启</translation>
+    </message>
+    <message>
+        <source>new trading date</source>
+        <translation>交易日切换</translation>
+    </message>
+    <message>
+        <source>nothing was sent: the book of balances cannot be written</source>
+        <translation>未发送：无法写入配平记录</translation>
+    </message>
+    <message>
+        <source>a service of the client did not answer</source>
+        <translation>客户端服务无应答</translation>
+    </message>
+    <message>
+        <source>the account is not loaded</source>
+        <translation>账户尚未加载</translation>
+    </message>
+    <message>
+        <source>no account data</source>
+        <translation>无账户数据</translation>
+    </message>
+    <message>
+        <source>no account info</source>
+        <translation>无账户信息</translation>
+    </message>
+    <message>
+        <source>neither a stock nor a credit account</source>
+        <translation>非股票或信用账户</translation>
+    </message>
+    <message>
+        <source>nothing was traded</source>
+        <translation>没有成交</translation>
+    </message>
+    <message>
+        <source>replaced by balance %1</source>
+        <translation>被第 %1 号配平取代</translation>
+    </message>
+    <message>
+        <source>balance %1 is under way</source>
+        <translation>第 %1 号配平正在进行</translation>
+    </message>
+    <message>
+        <source>balance %1 balanced the whole account</source>
+        <translation>第 %1 号配平已配平整个账户</translation>
+    </message>
+</context>
+<context>
     <name>ImportText</name>
     <message>
         <source>the library is not running</source>
@@ -515,6 +634,57 @@
     </message>
 </context>
 <context>
+    <name>desk::CBalancesPage</name>
+    <message>
+        <source>whole account</source>
+        <translation>整个账户</translation>
+    </message>
+    <message>
+        <source>%1, earlier days</source>
+        <translation>%1（历史）</translation>
+    </message>
+    <message>
+        <source>No.</source>
+        <translation>编号</translation>
+    </message>
+    <message>
+        <source>Asked</source>
+        <translation>请求时间</translation>
+    </message>
+    <message>
+        <source>Account</source>
+        <translation>账户</translation>
+    </message>
+    <message>
+        <source>Strategy</source>
+        <translation>策略</translation>
+    </message>
+    <message>
+        <source>State</source>
+        <translation>状态</translation>
+    </message>
+    <message>
+        <source>Cancelled</source>
+        <translation>撤单</translation>
+    </message>
+    <message>
+        <source>Sent</source>
+        <translation>发送量</translation>
+    </message>
+    <message>
+        <source>Filled</source>
+        <translation>成交量</translation>
+    </message>
+    <message>
+        <source>Still unequal</source>
+        <translation>尚未配平</translation>
+    </message>
+    <message>
+        <source>Nothing was balanced today, or the guard is off</source>
+        <translation>今日没有配平，或未启用配平保护</translation>
+    </message>
+</context>
+<context>
     <name>desk::CChart</name>
     <message>
         <source>all strategies</source>
@@ -808,6 +978,10 @@
         <source>The library is not running.</source>
         <translation>程序库未在运行。</translation>
     </message>
+    <message>
+        <source>Balances</source>
+        <translation>配平</translation>
+    </message>
 </context>
 <context>
     <name>desk::CPlanDialog</name>
@@ -898,6 +1072,14 @@
     <message>
         <source>Figures and prices may still change.</source>
         <translation>数量与价格仍可能变化。</translation>
+    </message>
+    <message>
+        <source>Open orders may settle it</source>
+        <translation>未完成委托可能已够</translation>
+    </message>
+    <message>
+        <source>A task trades it</source>
+        <translation>任务正在交易</translation>
     </message>
 </context>
 <context>

@@ -39,6 +39,7 @@ struct BalanceStock {
 
 struct BalanceRecord {
     int number = 0;             ///< rising from 1; goes on after a restart on the same date
+    std::string date;           ///< trade date, "yyyyMMdd"
     std::vector<int> commands;  ///< numbers of its commands, as far as they are known
     std::string account;
     std::string strategy;

@@ -57,6 +57,7 @@ QJsonArray commandsJson(const GuardedBalance& balance) {
                                       {"heard", order.heard},
                                       {"final", order.ended},
                                       {"rejected", order.rejected},
+                                      {"remark", text(order.remark)},
                                       {"lost", order.lost}});
         }
         commands.append(QJsonObject{{"number", command.number},
@@ -116,6 +117,7 @@ void readCommands(const QJsonObject& object, GuardedBalance& balance) {
                                       .heard = order[QLatin1String("heard")].toBool(),
                                       .ended = order[QLatin1String("final")].toBool(),
                                       .rejected = order[QLatin1String("rejected")].toBool(),
+                                      .remark = textOf(order, "remark"),
                                       .lost = order[QLatin1String("lost")].toBool()});
         }
         balance.commands.push_back(std::move(command));
@@ -180,6 +182,7 @@ const char* textOf(EBalanceState state) { return STATES[static_cast<int>(state)]
 
 BalanceRecord recordOf(const GuardedBalance& balance) {
     BalanceRecord record{.number = balance.number,
+                         .date = balance.date,
                          .account = balance.pair.account,
                          .strategy = balance.pair.strategy,
                          .history = balance.pair.history,

@@ -23,8 +23,11 @@ struct SentOrder {
     bool heard = false;
     bool ended = false;  ///< every report of it is final
     bool rejected = false;
+    std::string remark;  ///< why it was rejected, in the broker's words
 
     bool lost = false;
+
+    bool operator==(const SentOrder&) const = default;
 };
 
 struct SentCommand {

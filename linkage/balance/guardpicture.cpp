@@ -73,7 +73,10 @@ private:
             auto& trace = m_picture.traces[{owner.command, stock, order.figures.buys}];
             trace.hasOrder = true;
             trace.runs = trace.runs || order.figures.runs;
-            trace.rejected = trace.rejected || report->m_eStatus == vexservice::STATUS_JUNK;
+            if (report->m_eStatus == vexservice::STATUS_JUNK) {
+                trace.rejected = true;
+                trace.remark = report->m_strRemark;
+            }
             trace.ordered += order.figures.volume;
             trace.traded += order.figures.traded;
         }

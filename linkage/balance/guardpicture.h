@@ -57,6 +57,7 @@ struct GuardPicture {
         bool hasOrder = false;
         bool runs = false;
         bool rejected = false;
+        std::string remark;  ///< why it was rejected, where the broker says so
         std::int64_t ordered = 0;
         std::int64_t traded = 0;  ///< by the orders
         std::int64_t dealt = 0;   ///< by the deals

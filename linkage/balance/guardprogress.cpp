@@ -230,8 +230,8 @@ void CGuardedBalances::refresh(Balance& balance, const GuardPicture& seen) {
             newest.heard = trace && trace->hasOrder;
             newest.ended = newest.heard && !trace->runs;
             newest.rejected = trace && trace->rejected;
-            changed = changed || newest.filled != order.filled || newest.heard != order.heard ||
-                      newest.ended != order.ended || newest.rejected != order.rejected;
+            if (newest.rejected) newest.remark = trace->remark;
+            changed = changed || newest != order;
             order = newest;
             filled[order.stock] += order.buys ? order.filled : -order.filled;
         }

@@ -8,12 +8,15 @@ namespace TC {
 
 namespace {
 
+std::string withText(const char* reason, const std::string& text) {
+    return text.empty() ? reason : fmt::format("{}: {}", reason, text);
+}
+
 std::optional<std::string> reasonOf(const SentCommand& command, const SentOrder& order) {
-    if (command.refused) {
-        return command.text.empty() ? REASON_REFUSED
-                                    : fmt::format("{}: {}", REASON_REFUSED, command.text);
+    if (command.refused) return withText(REASON_REFUSED, command.text);
+    if (order.rejected) {
+        return order.priced ? withText(REASON_REJECTED, order.remark) : REASON_NO_PRICE;
     }
-    if (order.rejected) return order.priced ? REASON_REJECTED : REASON_NO_PRICE;
     if (order.lost) return REASON_LOST;
     if (!order.ended) return REASON_RESTING;
     if (order.filled < order.volume) return REASON_CANCELLED;

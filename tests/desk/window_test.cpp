@@ -1,3 +1,4 @@
+#include "desk/balancespage.h"
 #include "linkage/balance/balanceplan.h"
 #include "tests/desk/deskfixture.h"
 
@@ -64,6 +65,34 @@ TEST_F(DeskWindow, TablesAgreeWithTheLibraryWhenAStrategyIsChosen) {
     EXPECT_TRUE(enabled("balanceNow"));
     clickRow("pairs", "A01\n");
     EXPECT_TRUE(until([&] { return !enabled("balanceNow"); })) << "a whole account is not balanced";
+}
+
+TEST_F(DeskWindow, ShowsTheBookOfBalances) {
+    const char* const day =
+        R"({"do":"config","now":"2024-01-02 09:30:00","exchange":"paper","options":{"guard":true}}
+{"do":"instrument","market":"SH","code":"600000"}
+{"do":"account","key":"A"}
+{"do":"init"}
+{"do":"price","market":"SH","code":"600000","last":10,"asks":[[10,9000]],"bids":[[9.99,9000]]}
+{"do":"send","account":"A","strategy":"S","side":"buy","volume":1050,"price":10,"market":"SH","code":"600000"}
+{"do":"call","op":"runAutoBalance","args":["A","S"]}
+{"do":"call","op":"runAutoBalance","args":["A","S"]}
+{"do":"advance","seconds":10}
+)";
+    open(day);
+    ASSERT_TRUE(untilEnded());
+    ASSERT_TRUE(until([this] { return rows("balances").rowCount() == 2; }));
+    expectCells(rows("balances"), "1",
+                {{1, "09:30:00"},
+                 {3, "S"},
+                 {4, "ended"},
+                 {6, "1,000"},
+                 {7, "1,000"},
+                 {8, "SH600000 +50: less than a lot"}});
+    expectCells(rows("balances"), "2", {{4, "refused"}, {6, "0"}, {8, "balance 1 is under way"}});
+    m_translation.emplace(QLocale("zh"));
+    EXPECT_EQ(desk::bookText("balance 12 is under way"), "第 12 号配平正在进行");
+    EXPECT_EQ(desk::bookText("rejected: no funds"), "废单: no funds");
 }
 
 TEST_F(DeskWindow, BalanceTimeIsSetEditedInPlaceAndDeleted) {

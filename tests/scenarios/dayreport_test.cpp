@@ -12,15 +12,17 @@ namespace {
 
 using replay::BalanceFigures;
 
-std::vector<replay::DayFigures> daysOf(const std::string& lines) {
+std::vector<replay::DayFigures> daysOf(const std::string& lines, const char* options = "{}") {
     const tests::ScenarioFolder folder;
     tests::writeText(folder.path("day"),
                      "{\"do\":\"config\",\"now\":\"2024-01-02 09:30:00\",\"exchange\":\"paper\","
-                     "\"scheduler\":true}\n"
-                     "{\"do\":\"instrument\",\"market\":\"SH\",\"code\":\"600000\"}\n"
-                     "{\"do\":\"account\",\"key\":\"A\"}\n"
-                     "{\"do\":\"account\",\"key\":\"F\",\"type\":4}\n"
-                     "{\"do\":\"init\"}\n" +
+                     "\"scheduler\":true,\"options\":" +
+                         std::string(options) +
+                         "}\n"
+                         "{\"do\":\"instrument\",\"market\":\"SH\",\"code\":\"600000\"}\n"
+                         "{\"do\":\"account\",\"key\":\"A\"}\n"
+                         "{\"do\":\"account\",\"key\":\"F\",\"type\":4}\n"
+                         "{\"do\":\"init\"}\n" +
                          lines);
     replay::CDayReport report(false);
     replay::COutput nowhere([](std::string_view) {});
@@ -114,8 +116,9 @@ TEST(DayReport, SaysHowEachBalanceWent) {
         const auto days = daysOf(row.lines);
         ASSERT_EQ(days.size(), 1u);
         ASSERT_EQ(days[0].balances.size(), 1u);
-        EXPECT_EQ(textOf(days[0].balances.at(row.pair)), row.text);
-        EXPECT_TRUE(days[0].historyBalances.empty());
+        EXPECT_EQ(days[0].balances[0].pair, row.pair);
+        EXPECT_FALSE(days[0].balances[0].history);
+        EXPECT_EQ(textOf(days[0].balances[0]), row.text);
         const std::string table = replay::reportText(days);
         EXPECT_EQ(table.find("A        (all)     09:30:00") != std::string::npos,
                   row.pair.second.empty());
@@ -123,13 +126,42 @@ TEST(DayReport, SaysHowEachBalanceWent) {
 }
 
 TEST(DayReport, TellsBalancesOfEarlierDaysApart) {
-    const auto days = daysOf(book(100'000, 100'000) + send("A", "S", "buy", 300, 10.0) +
-                             call("addHistoryLinkdata", "A", "S") +
-                             call("doHistoryBalance", "A", "S") + advance(1));
+    for (const char* const options : {"{}", "{\"guard\":true}"}) {
+        const auto days = daysOf(book(100'000, 100'000) + send("A", "S", "buy", 300, 10.0) +
+                                     call("addHistoryLinkdata", "A", "S") +
+                                     call("doHistoryBalance", "A", "S") + advance(1),
+                                 options);
+        ASSERT_EQ(days.size(), 1u);
+        ASSERT_EQ(days[0].balances.size(), 1u);
+        EXPECT_TRUE(days[0].balances[0].history);
+        EXPECT_EQ(textOf(days[0].balances[0]).substr(0, 23), "09:30:00, 0, 1: 300/300");
+        const replay::PairFigures& sold = days[0].historyPairs.at({"A", "S"});
+        EXPECT_EQ(fmt::format("{} {} {} {}", sold.orders, sold.deals, sold.sold, sold.sellAmount),
+                  "1 1 300 2997");
+        EXPECT_EQ(days[0].pairs.at({"A", "S"}).orders, 1u);
+    }
+}
+
+/// With the guard each balance has its row, as the book tells it.
+TEST(DayReport, ReadsTheBookOfBalances) {
+    const std::string bought = book(100'000, 100'000) + send("A", "S", "buy", 1050, 10.0);
+    const std::string ask = call("runAutoBalance", "A", "S");
+    const auto days = daysOf(
+        bought + ask + ask + advance(10) + "{\"do\":\"reject\",\"account\":\"A\",\"times\":1}\n" +
+            send("A", "S", "buy", 200, 11.5) + send("A", "S", "buy", 200, 10.0) +
+            "{\"do\":\"reject\",\"account\":\"A\",\"times\":1}\n" + ask + advance(10) +
+            book(500, 0) + ask + advance(10),
+        "{\"guard\":true}");
     ASSERT_EQ(days.size(), 1u);
-    EXPECT_TRUE(days[0].balances.empty());
-    EXPECT_EQ(textOf(days[0].historyBalances.at({"A", "S"})).substr(0, 23),
-              "09:30:00, 0, 1: 300/300");
+    std::string text;
+    for (const BalanceFigures& each : days[0].balances) {
+        text += fmt::format("{} {} {}\n", each.number, each.state, textOf(each));
+    }
+    EXPECT_EQ(text,
+              "1 ended 09:30:00, 0, 1: 1000/1000; SH600000+50 less than a lot\n"
+              "2 refused 09:30:00, 0, 0: 0/0; +0 balance 1 is under way\n"
+              "3 ended 09:30:10, 0, 1: 200/0; SH600000+250 rejected: the broker rejects it\n"
+              "4 sent 09:30:20, 0, 1: 200/0; SH600000+250 resting\n");
 }
 
 }  // namespace
