@@ -9,10 +9,12 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
 #include <string>
+#include <string_view>
 
 namespace {
 
@@ -43,6 +45,12 @@ int main(int argc, char** argv) {
     mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
     const QCoreApplication application(argc, argv);
     log4cxx::Logger::getLogger("linkage")->setLevel(log4cxx::Level::getOff());
+    if (argc > 1 && std::string_view(argv[1]) == "--guard") {
+        bench::libraryOptions().guard = true;
+        fmt::print("with the guard of balances\n");
+        --argc;
+        std::rotate(argv + 1, argv + 2, argv + argc + 1);
+    }
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
 

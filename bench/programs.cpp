@@ -42,8 +42,14 @@ CWorld::CWorld(const Workload& workload, Time time) {
     }
 }
 
+TC::LinkageOptions& libraryOptions() {
+    static TC::LinkageOptions options;
+    return options;
+}
+
 CLibraryProgram::CLibraryProgram(const Workload& workload, CWorld::Time time)
     : m_workload(workload), m_world(workload, time), m_pManager(Manager::instance()) {
+    m_pManager->setOptions(libraryOptions());
     m_pManager->init();
     m_world.runToRest();
     if (time == CWorld::Time::Real) waitApplied();

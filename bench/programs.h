@@ -56,6 +56,9 @@ private:
     textbook::CTextbook m_textbook;
 };
 
+/// Options of every manager that is measured; set before the first is made.
+TC::LinkageOptions& libraryOptions();
+
 class CLibraryProgram {
 public:
     explicit CLibraryProgram(const Workload& workload, CWorld::Time time = CWorld::Time::Standing);
