@@ -1,5 +1,6 @@
 #include "desk/plandialog.h"
 
+#include "desk/balancespage.h"
 #include "desk/rowsview.h"
 #include "desk/texts.h"
 #include "linkage/core/clinkagemanager.h"
@@ -98,6 +99,8 @@ QString refusalText(TC::EBalanceRefusal refusal) {
             return CPlanDialog::tr("Only stock and credit accounts are balanced.");
         case TC::EBalanceRefusal::NoFigures:
             return CPlanDialog::tr("The strategy has traded nothing on this account.");
+        case TC::EBalanceRefusal::NoAnswer:
+            return bookText("a service of the client did not answer");
     }
     return {};
 }
@@ -116,6 +119,8 @@ QString outcomeText(TC::EBalanceOutcome outcome) {
             return CPlanDialog::tr("Open orders may settle it");
         case TC::EBalanceOutcome::TaskRunning:
             return CPlanDialog::tr("A task trades it");
+        case TC::EBalanceOutcome::NoAnswer:
+            return bookText("a service of the client did not answer");
     }
     return {};
 }

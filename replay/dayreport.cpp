@@ -34,6 +34,7 @@ std::string now() { return clockText(timeText(utils::currentClock().nowMicros())
 const char* reasonOf(TC::EBalanceOutcome outcome, bool odd, const BalancedStock* balanced) {
     if (outcome == TC::EBalanceOutcome::BelowLot) return "less than a lot";
     if (outcome == TC::EBalanceOutcome::NoInstrument) return "no instrument detail";
+    if (outcome == TC::EBalanceOutcome::NoAnswer) return "a service did not answer";
     if (!balanced) return "not balanced";
     if (balanced->filled < balanced->sent) return "not filled";
     return odd ? "rounded to whole lots" : "not balanced";

@@ -84,7 +84,7 @@ void CLinkageManager::tryAutoBalance(const std::string& accountkey, const std::s
         return;
     }
     BalanceAccount account;
-    const bool answered = balancePart(operation, [&] {
+    const bool answered = attempt(operation, [&] {
         account = findBalanceAccount(accountkey, operation, "{0} : account data is empty",
                                      "{0} : accounntinfo is empty");
     });
@@ -93,7 +93,7 @@ void CLinkageManager::tryAutoBalance(const std::string& accountkey, const std::s
     if (!account.info) return;
     if (isBalancedType(*account.info)) {
         VEX_INFO(operation, "accountkey {0}, strategy {1}", accountkey, strategy);
-        balancePart(operation, [&] { doStockBalanceBySignalTask(accountkey, strategy); });
+        attempt(operation, [&] { doStockBalanceBySignalTask(accountkey, strategy); });
     }
     starts[accountkey].erase(strategy);
 }
@@ -112,7 +112,7 @@ void CLinkageManager::balanceWaiting(const std::string& accountkey, const std::s
 void CLinkageManager::settleBalances() {
     const CLock lock(m_mutex);
     if (!m_pGuarded || !m_pGuarded->hasNews()) return;
-    balancePart("TC::CLinkageManager::settleBalances", [&] { m_pGuarded->settle(); });
+    attempt("TC::CLinkageManager::settleBalances", [&] { m_pGuarded->settle(); });
 }
 
 std::vector<BalanceRecord> CLinkageManager::getBalances(
@@ -133,7 +133,7 @@ void CLinkageManager::cancelOrders(
     const std::vector<boost::shared_ptr<vexservice::COrderDetail>>& orders) {
     for (const auto& order : orders) {
         if (!order) continue;
-        balancePart("TC::CLinkageManager::cancelAllOrders", [&] {
+        attempt("TC::CLinkageManager::cancelAllOrders", [&] {
             QString error;
             utils::CManualSingletonT<CTradeClient>::instance()->cancelOrder(order, error, -1,
                                                                             QString(), {});
@@ -168,7 +168,7 @@ void CLinkageManager::terminateTasks(
     };
     for (const auto& task : tasks) {
         if (!task) continue;
-        balancePart("TC::CLinkageManager::cancelAllTasks", [&] { terminate(task); });
+        attempt("TC::CLinkageManager::cancelAllTasks", [&] { terminate(task); });
     }
 }
 

@@ -27,6 +27,8 @@ using OrderParamPtr = boost::shared_ptr<vexservice::CCodeOrderParam>;
 constexpr int ORDER_KIND = 49;
 constexpr int STRATEGY_MARKER = 9;
 
+constexpr char PREPARE_BALANCE[] = "TC::CLinkageManager::prepareBalance";
+
 int strategyMarker(const std::string& strategy) { return strategy.empty() ? 0 : STRATEGY_MARKER; }
 
 BalanceLot lotOf(const vexservice::CInstrumentDetail& detail) {
@@ -149,6 +151,7 @@ void logRefusal(const BalanceRequest& request, const PreparedBalance& prepared,
     const std::string& account = request.accountkey;
     switch (prepared.plan.refusal) {
         case EBalanceRefusal::None:
+        case EBalanceRefusal::NoAnswer:  // was logged where it was thrown
             break;
         case EBalanceRefusal::NoAccountData:
             VEX_INFO(texts.operation, fmt::runtime(texts.noAccountData), account);
@@ -195,7 +198,8 @@ PreparedBalance prepareBalance(const BalanceRequest& request) {
     PreparedBalance prepared;
     BalancePlan& plan = prepared.plan;
     plan.form = request.form;
-    auto account = findBalanceAccount(request.accountkey);
+    BalanceAccount account{EBalanceRefusal::NoAnswer, {}};
+    attempt(PREPARE_BALANCE, [&] { account = findBalanceAccount(request.accountkey); });
     plan.refusal = account.refusal;
     prepared.account = std::move(account.info);
     if (plan.refusal != EBalanceRefusal::None) return prepared;
@@ -210,7 +214,15 @@ PreparedBalance prepareBalance(const BalanceRequest& request) {
     prepared.orders.reserve(request.figures.size());
     for (const auto& [stockKey, record] : request.figures) {
         if (!record) continue;
-        prepareStock(request, stockKey, effectiveFigures(*record, request.clientType3), prepared);
+        const EffectiveFigures figures = effectiveFigures(*record, request.clientType3);
+        const auto prepare = [&, &key = stockKey] {
+            prepareStock(request, key, figures, prepared);
+        };
+        if (attempt(PREPARE_BALANCE, prepare)) continue;
+        // The other stocks are balanced all the same.
+        plan.stocks.push_back({stockKey, figures.buyVolume, figures.sellVolume, figures.net(),
+                               EBalanceOutcome::NoAnswer});
+        prepared.orders.emplace_back();
     }
     return prepared;
 }
@@ -231,14 +243,15 @@ void sendPerStock(const BalanceRequest& request, const PreparedBalance& prepared
             case EBalanceOutcome::BelowLot:
             case EBalanceOutcome::Waiting:
             case EBalanceOutcome::TaskRunning:
+            case EBalanceOutcome::NoAnswer:  // was logged where it was thrown
                 break;
             case EBalanceOutcome::Order:
                 VEX_INFO(texts.operation,
                          "account [{0}] strategy [{1}] stock [{2}] [buynum({3}) - sellnum({4})]",
                          prepared.account->m_strID, request.strategy, stock.stockKey, stock.bought,
                          stock.sold);
-                balancePart(texts.operation,
-                            [&] { send(stockCommand(request, prepared, prepared.orders[at])); });
+                attempt(texts.operation,
+                        [&] { send(stockCommand(request, prepared, prepared.orders[at])); });
                 break;
         }
     }

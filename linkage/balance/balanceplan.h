@@ -15,6 +15,7 @@ enum class EBalanceRefusal {
     NoAccountInfo,
     WrongAccountType,  ///< only stock and credit accounts are balanced
     NoFigures,         ///< nothing of the pair was traded
+    NoAnswer,          ///< the data center threw when it was asked for the account
 };
 
 /// What balancing does about one stock. Volumes are shares, the price is yuan.

@@ -27,6 +27,8 @@ enum class EBalanceOutcome {
     // with the guard alone
     Waiting,      ///< how open orders end decides whether anything is unequal
     TaskRunning,  ///< a task of the pair still trades the stock
+
+    NoAnswer,  ///< a service of the client threw when it was asked for price or instrument
 };
 
 /// In what volumes a stock trades.

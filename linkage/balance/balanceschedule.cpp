@@ -51,8 +51,8 @@ void CLinkageManager::runAutoBalanceTimer(const std::string& accountkey,
         return;
     }
     constexpr auto operation = "TC::CLinkageManager::runAutoBalanceTimer";
-    balancePart(operation, [&] { cancelAllTasks(accountkey, strategy); });
-    balancePart(operation, [&] { cancelAllOrders(accountkey, strategy); });
+    attempt(operation, [&] { cancelAllTasks(accountkey, strategy); });
+    attempt(operation, [&] { cancelAllOrders(accountkey, strategy); });
     VEX_INFO(operation, "callcel task and order accountkey {0}, strategy {1}", accountkey,
              strategy);
     if (!m_pBalance->m_bAutoBalanceRunning) armBalanceWatchdog();
@@ -75,7 +75,7 @@ void CLinkageManager::onAutoBalanceTimer() {
     const int now = balanceSecond();
     for (auto& [accountkey, strategies] : m_pBalance->m_autoBalanceStarts) {
         BalanceAccount account;
-        const bool asked = balancePart(operation, [&, &key = accountkey] {
+        const bool asked = attempt(operation, [&, &key = accountkey] {
             account = findBalanceAccount(key, operation, "{0} accountdata is empty",
                                          "{0} accountinfoPtr is empty");
         });
@@ -90,7 +90,7 @@ void CLinkageManager::onAutoBalanceTimer() {
             // Whatever still runs: after so long the balance is sent regardless.
             if (isBalancedType(*account.info)) {
                 VEX_INFO(operation, "accountkey {0}, strategy {1}", accountkey, at->first);
-                balancePart(operation, [&, &account = accountkey] {
+                attempt(operation, [&, &account = accountkey] {
                     doStockBalanceBySignalTask(account, at->first);
                 });
             }

@@ -35,19 +35,6 @@ struct BalanceState {
     }
 };
 
-/// Does a part of a balance. A service of the client that throws costs this part; the
-/// other parts and pairs, and the watchdog, go on. False when it threw.
-template <class Work>
-bool balancePart(const char* operation, const Work& work) {
-    try {
-        work();
-        return true;
-    } catch (...) {
-        logThrown(operation);
-        return false;
-    }
-}
-
 /// The current second, as balances are timed.
 inline int balanceSecond() { return static_cast<int>(static_cast<std::int64_t>(utils::clock())); }
 

@@ -130,13 +130,22 @@ BalancePlan CGuardedBalances::preview(const GuardPair& pair, EBalanceForm form,
 void CGuardedBalances::decide(Balance& balance) {
     BalanceRequest request;
     PreparedBalance prepared;
-    const bool answered = balancePart(GUARDED_BALANCES, [&] {
+    const bool answered = attempt(GUARDED_BALANCES, [&] {
         // Only what balances by itself passes over accounts of other types.
         request =
             requestOf(balance.pair, balance.form, !balance.atOnce, picture(balance.pair.account));
         prepared = prepareBalance(request);
     });
-    if (!answered) {
+    const BalancePlan& plan = prepared.plan;
+    const auto is = [](EBalanceOutcome outcome) {
+        return [outcome](const StockBalance& stock) { return stock.outcome == outcome; };
+    };
+    // A stock whose price nobody tells does not keep the others waiting.
+    const bool nothingElse =
+        std::none_of(plan.stocks.begin(), plan.stocks.end(), is(EBalanceOutcome::Order)) &&
+        std::any_of(plan.stocks.begin(), plan.stocks.end(), is(EBalanceOutcome::NoAnswer));
+    const bool unanswered = plan.refusal == EBalanceRefusal::NoAnswer || nothingElse;
+    if (!answered || (unanswered && !balance.atOnce && now() < balance.cancelAt + GIVE_UP)) {
         if (balance.atOnce || now() >= balance.cancelAt + GIVE_UP) {
             end(balance, REASON_NO_ANSWER);
         } else {
@@ -145,8 +154,8 @@ void CGuardedBalances::decide(Balance& balance) {
         return;
     }
     balance.retryAt = 0;
-    if (prepared.plan.refusal != EBalanceRefusal::None) {
-        end(balance, reasonOf(prepared.plan.refusal));
+    if (plan.refusal != EBalanceRefusal::None) {
+        end(balance, reasonOf(plan.refusal));
     } else if (!isLoaded(balance.pair.account)) {
         end(balance, REASON_NOT_LOADED);
     } else {
@@ -218,7 +227,7 @@ void CGuardedBalances::send(Balance& balance, const BalanceRequest& request,
                 order->m_stock.m_strMarket, order->m_stock.m_strCode,
                 order->m_eOperationType == vexservice::OPT_BUY ? "buy" : "sell", order->m_nVolume);
         }
-        balancePart(GUARDED_BALANCES, [&] {
+        attempt(GUARDED_BALANCES, [&] {
             utils::CSingletonT<CDovCommandCenter>::instance()->createCommand(commands[at],
                                                                              completion, true, 0);
         });

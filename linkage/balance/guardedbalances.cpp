@@ -129,11 +129,11 @@ void CGuardedBalances::settle() {
         do {
             m_bNews = false;
             m_pictures.clear();
-            balancePart(GUARDED_BALANCES, [&] { refreshDirty(); });
+            attempt(GUARDED_BALANCES, [&] { refreshDirty(); });
             const std::vector<int> active(m_active.begin(), m_active.end());
             for (const int number : active) {
                 Balance& balance = m_balances.at(number);
-                if (balance.isActive()) balancePart(GUARDED_BALANCES, [&] { advance(balance); });
+                if (balance.isActive()) attempt(GUARDED_BALANCES, [&] { advance(balance); });
             }
         } while (m_bNews);
         m_pictures.clear();

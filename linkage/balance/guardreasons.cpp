@@ -54,6 +54,8 @@ const char* reasonOf(EBalanceRefusal refusal) {
             return "neither a stock nor a credit account";
         case EBalanceRefusal::NoFigures:
             return "nothing was traded";
+        case EBalanceRefusal::NoAnswer:
+            return REASON_NO_ANSWER;
     }
     return "";
 }
@@ -72,6 +74,8 @@ const char* reasonOf(EBalanceOutcome outcome) {
             return REASON_WAITING;
         case EBalanceOutcome::TaskRunning:
             return REASON_TASK;
+        case EBalanceOutcome::NoAnswer:
+            return REASON_NO_ANSWER;
     }
     return "";
 }

@@ -15,49 +15,11 @@
 
 #include <boost/pointer_cast.hpp>
 
-#include <unordered_set>
-
 namespace TC {
 
 namespace {
 
 constexpr char ACCOUNT_LOAD[] = "CLinkageManager::doRequestAccount";
-
-using Records = std::vector<boost::shared_ptr<vexservice::IData>>;
-
-Records recordsOf(const vexservice::CAccountData& data, int type) {
-    Records records;
-    data.getVector(type, records);
-    return records;
-}
-
-/// The records of `now` that are not among those of `before`: new ones, and newer reports.
-Records differing(const Records& before, Records now) {
-    std::unordered_set<const vexservice::IData*> known;
-    std::size_t at = 0;
-    const auto isKnown = [&](const boost::shared_ptr<vexservice::IData>& record) {
-        const std::size_t place = at++;
-        if (place < before.size() && before[place] == record) return true;
-        if (known.empty()) {
-            for (const auto& each : before) known.insert(each.get());
-        }
-        return known.count(record.get()) > 0;
-    };
-    now.erase(std::remove_if(now.begin(), now.end(), isKnown), now.end());
-    return now;
-}
-
-/// A service of the client that throws costs this part of the load.
-template <class Part>
-bool loadPart(const Part& part) {
-    try {
-        part();
-        return true;
-    } catch (...) {
-        logThrown(ACCOUNT_LOAD);
-        return false;
-    }
-}
 
 }  // namespace
 
@@ -104,7 +66,7 @@ void CLinkageManager::doRequestAccount(
     if (!info) return;
     AccountLoad load{.account = info->getKey(), .cause = cause};
     VEX_INFO(ACCOUNT_LOAD, "CLinkageManager::doRequestAccount, acc:{0}", load.account);
-    if (!loadPart([&] { load.read(*accountData); })) return;
+    if (!attempt(ACCOUNT_LOAD, [&] { load.read(*accountData); })) return loadLater(load.account);
     {
         const CLock lock(m_mutex);
         load.again = !m_pAccounts->m_infos.emplace(load.account, info).second;
@@ -117,9 +79,9 @@ void CLinkageManager::doRequestAccount(
     CLoad telling(*this, load.account);
     removeAccountDatas(load.account);
     bool whole = replay(load.account, load.orders, load.deals, load.positions);
-    whole = loadPart([&] { subscribeAccount(load.account); }) && whole;
+    whole = attempt(ACCOUNT_LOAD, [&] { subscribeAccount(load.account); }) && whole;
     // What came after the reading and before the subscription was announced to nobody.
-    whole &= loadPart([&] {
+    whole &= attempt(ACCOUNT_LOAD, [&] {
         AccountLoad rest{.account = load.account};
         rest.read(*accountData);
         whole &=
@@ -129,7 +91,11 @@ void CLinkageManager::doRequestAccount(
         load.deals = std::move(rest.deals);
         load.positions = std::move(rest.positions);
     });
-    if (whole) telling.done();
+    if (whole) {
+        telling.done();
+    } else {
+        loadLater(load.account);
+    }
     reconcile(load);
 }
 
@@ -137,18 +103,18 @@ bool CLinkageManager::replay(const std::string& accountKey, const Records& order
                              const Records& deals, const Records& positions) {
     bool whole = true;
     for (const auto& record : orders) {
-        whole &= loadPart([&] {
+        whole &= attempt(ACCOUNT_LOAD, [&] {
             doOrderDetail(accountKey,
                           boost::dynamic_pointer_cast<vexservice::COrderDetail>(record));
         });
     }
     for (const auto& record : deals) {
-        whole &= loadPart([&] {
+        whole &= attempt(ACCOUNT_LOAD, [&] {
             doDealDetail(accountKey, boost::dynamic_pointer_cast<vexservice::CDealDetail>(record));
         });
     }
     for (const auto& record : positions) {
-        loadPart([&] {
+        whole &= attempt(ACCOUNT_LOAD, [&] {
             doPositionStat(accountKey,
                            boost::dynamic_pointer_cast<vexservice::CPositionStatics>(record));
         });

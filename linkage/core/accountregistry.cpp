@@ -53,7 +53,8 @@ void CLinkageManager::slotProxyLoginStatus(EProxyConnectionStatus status, QStrin
 
 void CLinkageManager::slotNewTradingDate(std::string date) {
     // The data center knows the day; what the exchange announces may be ahead of it.
-    m_pTradeDate->set(dataCenter().getTradingDate());
+    const auto ask = [this] { m_pTradeDate->set(dataCenter().getTradingDate()); };
+    if (!attempt("CLinkageManager::slotNewTradingDate", ask)) m_pTradeDate->set(date);
     {
         const CLock lock(m_mutex);
         m_pQuotes->newDay();
@@ -74,8 +75,11 @@ void CLinkageManager::doNewTradingDay(const std::string& date) {
 
 void CLinkageManager::doRequestAccounts(ELoadCause cause) {
     VEX_INFO("CLinkageManager::doRequestAccounts", "CLinkageManager::doRequestAccounts");
+    constexpr auto operation = "CLinkageManager::doRequestAccounts";
     std::vector<boost::shared_ptr<vexservice::CAccountData>> accounts;
-    dataCenter().getAllAccountData(accounts);
+    if (!attempt(operation, [&] { dataCenter().getAllAccountData(accounts); })) {
+        return retryLater("all accounts", [this, cause] { doRequestAccounts(cause); });
+    }
     for (const auto& account : accounts) {
         if (account && account->getAccountInfo()) doRequestAccount(account, cause);
     }

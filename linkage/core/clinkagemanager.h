@@ -491,6 +491,13 @@ protected:
     void drainInbox();
     void handle(InboxItem& item);
 
+    // what a service failed: linkage/core/retries.cpp
+    /// Does `work` on the strand after a while, and again while it throws. Once for a name.
+    void retryLater(const std::string& name, boost::function<void()> work);
+    void retryNow();
+    /// Loads an account again after a while: something of it was missed.
+    void loadLater(const std::string& accountKey);
+
     // account registry: linkage/core/accountregistry.cpp, accountload.cpp
     class CLoad;
     void doRequestAccounts(ELoadCause cause);
@@ -528,6 +535,7 @@ protected:
     void onTaskDetail(const boost::shared_ptr<vexservice::IData>& data);
     void doTaskDetail(const boost::shared_ptr<vexservice::CTaskDetail>& task);
     void doRequestTask();
+    void loadTasks();
     void onPositionStat(const std::string& accountKey,
                         const boost::shared_ptr<vexservice::IData>& data);
     void doPositionStat(const std::string& accountKey,

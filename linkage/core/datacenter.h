@@ -2,10 +2,21 @@
 
 #include "platform/services/tradercenter.h"
 
+#include <boost/shared_ptr.hpp>
+
+#include <vector>
+
 namespace TC {
 
 inline vexservice::IDataCenter& dataCenter() {
     return *vexservice::TraderCenter::instance()->getDataCenter();
 }
+
+using Records = std::vector<boost::shared_ptr<vexservice::IData>>;
+
+Records recordsOf(const vexservice::CAccountData& data, int type);
+
+/// The records of `now` that are not among those of `before`: new ones, and newer reports.
+Records differing(const Records& before, Records now);
 
 }  // namespace TC

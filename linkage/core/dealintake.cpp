@@ -5,6 +5,7 @@
 #include "linkage/core/raise.h"
 #include "linkage/ledger/attribution.h"
 #include "linkage/ledger/ledger.h"
+#include "platform/log.h"
 #include "platform/services/quoteclient.h"
 #include "platform/services/tradercenter.h"
 #include "platform/utils/keys.h"
@@ -51,9 +52,17 @@ void CLinkageManager::doDealDetail(const std::string& accountKey, const DealPtr&
         // The trade services are asked without the manager's lock.
         const std::uint64_t revision = utils::referenceDataRevision();
         lock.unlock();
-        const FeePtr fee = askFee(accountKey, *deal);
+        FeePtr fee;
+        const bool answered = attempt(DEAL_INTAKE, [&] { fee = askFee(accountKey, *deal); });
         lock.relock();
-        m_pLedger->setFee(report, fee, revision);
+        // A deal counts also without its commission, which the next load puts right.
+        if (answered) {
+            m_pLedger->setFee(report, fee, revision);
+        } else {
+            VEX_INFO(DEAL_INTAKE, "account {0}, deal {1}: the commission is not known yet",
+                     accountKey, deal->getKey());
+            loadLater(accountKey);
+        }
     }
     const DealChange change = m_pLedger->apply(report);
     if (m_pGuarded) noteDeal(accountKey, *deal);
@@ -62,7 +71,9 @@ void CLinkageManager::doDealDetail(const std::string& accountKey, const DealPtr&
         takeHistoryDeal(report, change, historyAccount);
         return;
     }
-    if (change.counted) followPrice(report);
+    if (change.counted && !attempt(DEAL_INTAKE, [&] { followPrice(report); })) {
+        loadLater(accountKey);
+    }
     if (change.strategyIsNew) raise(DEAL_INTAKE, sigStrategysChanged);
     if (change.stockIsNew) raise(DEAL_INTAKE, sigStocksChanged);
     raise(DEAL_INTAKE, sigStatDataChanged);

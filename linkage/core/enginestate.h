@@ -8,7 +8,10 @@
 #include <boost/signals2/connection.hpp>
 
 #include <atomic>
+#include <cstdint>
+#include <map>
 #include <mutex>
+#include <string>
 #include <vector>
 
 namespace TC {
@@ -31,6 +34,15 @@ struct EngineState {
     Timer m_historyStatTimer;
     Timer m_balanceTimer;
     std::mutex m_balanceTimerMutex;
+
+    /// What a service failed and is asked for again, by name. The mutex guards these three.
+    std::mutex m_retryMutex;
+    std::map<std::string, boost::function<void()>> m_retries;
+    std::int64_t m_nRetryWait = FIRST_RETRY;
+    Timer m_retryTimer;
+
+    static constexpr std::int64_t FIRST_RETRY = 5'000'000;  ///< microseconds
+    static constexpr std::int64_t LONGEST_RETRY = 300'000'000;
 
     void setStrand(boost::shared_ptr<boost::asio::io_service::strand> strand) {
         m_strand = std::move(strand);

@@ -41,7 +41,8 @@ public:
         return !std::exchange(m_bTold, true);
     }
 
-    /// Everything that waits. Without anything the inbox wants to be told of again.
+    /// Everything that waits. If nothing was waiting, the next push() asks for a
+    /// wake-up again.
     /// The room of `items` is what reports arrive in next, unless a storm is over: then
     /// it is far too large to keep.
     bool take(std::vector<InboxItem>& items) {

@@ -84,7 +84,9 @@ void CLinkageManager::init() {
         m_pTradeDate->set(lastTradeDateOfShanghai());
     } else {
         m_strUserData = getUserConfig()->getUserDataString(USER_NAME).toStdString();
-        m_pTradeDate->set(vexservice::TraderCenter::instance()->getDataCenter()->getTradingDate());
+        m_pTradeDate->set(lastTradeDateOfShanghai());
+        attempt("CLinkageManager::init",
+                [this] { m_pTradeDate->set(dataCenter().getTradingDate()); });
     }
 
     connect(getProxyClient(), &CProxyClient::sig_loginStatus, this,
@@ -109,7 +111,7 @@ void CLinkageManager::init() {
 
     for (EngineState::Timer* timer :
          {&engine.m_extTimer, &engine.m_statTimer, &engine.m_autoBalanceTimer,
-          &engine.m_historyStatTimer, &engine.m_balanceTimer}) {
+          &engine.m_historyStatTimer, &engine.m_balanceTimer, &engine.m_retryTimer}) {
         *timer = boost::make_shared<utils::DeadlineTimer>(engine.m_strand->context());
     }
     runStatCalculator();
@@ -140,6 +142,7 @@ void CLinkageManager::drainInbox() {
             // A service of the client's threw. What waits behind its report must not be
             // lost.
             logThrown("CLinkageManager::drainInbox");
+            if (!item.accountKey.empty()) loadLater(item.accountKey);
         }
         if (m_options.guard) settleBalances();
     }
@@ -183,6 +186,7 @@ CLinkageManager::~CLinkageManager() {
         engine.m_extTimer->cancel();
         engine.m_statTimer->cancel();
         engine.m_historyStatTimer->cancel();
+        engine.m_retryTimer->cancel();
     }
     // The two balancing timers go with the members: a balance that was asked for is
     // not called off here, it finds the door closed.

@@ -1,6 +1,7 @@
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/enginestate.h"
 #include "linkage/core/quotes.h"
+#include "linkage/core/raise.h"
 #include "linkage/ledger/ledger.h"
 #include "platform/log.h"
 #include "platform/utils/keys.h"
@@ -13,7 +14,11 @@ void CLinkageManager::onPositionStat(const std::string& accountKey,
                                      const boost::shared_ptr<vexservice::IData>& data) {
     if (!data) return;
     const auto position = boost::dynamic_pointer_cast<vexservice::CPositionStatics>(data);
-    if (position) post([this, accountKey, position] { doPositionStat(accountKey, position); });
+    if (!position) return;
+    post([this, accountKey, position] {
+        const auto take = [&] { doPositionStat(accountKey, position); };
+        if (!attempt("CLinkageManager::onPositionStat", take)) loadLater(accountKey);
+    });
 }
 
 void CLinkageManager::doPositionStat(const std::string& accountKey, const PositionPtr& position) {

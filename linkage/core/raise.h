@@ -17,4 +17,17 @@ void raise(const char* operation, Signal&& signal, const Arguments&... arguments
     }
 }
 
+/// Does a part of some work. What a service of the client's throws is logged in the name of
+/// `operation` and costs this part; what comes behind it goes on. False when it threw.
+template <class Work>
+bool attempt(const char* operation, const Work& work) {
+    try {
+        work();
+        return true;
+    } catch (...) {
+        logThrown(operation);
+        return false;
+    }
+}
+
 }  // namespace TC

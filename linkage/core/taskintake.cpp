@@ -1,10 +1,11 @@
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/datacenter.h"
 #include "linkage/core/enginestate.h"
 #include "linkage/core/guarded.h"
 #include "linkage/core/published.h"
+#include "linkage/core/raise.h"
 #include "linkage/ledger/attribution.h"
 #include "linkage/ledger/ledger.h"
-#include "platform/services/tradercenter.h"
 
 #include <boost/make_shared.hpp>
 #include <boost/pointer_cast.hpp>
@@ -13,6 +14,8 @@ namespace TC {
 
 namespace {
 
+constexpr char TASK_INTAKE[] = "CLinkageManager::doRequestTask";
+
 bool isRunningTask(vexservice::ETaskStatus status) {
     return status < vexservice::TASK_COMPLETED || status > vexservice::TASK_FORCED_TERMINATED;
 }
@@ -20,26 +23,39 @@ bool isRunningTask(vexservice::ETaskStatus status) {
 }  // namespace
 
 void CLinkageManager::doRequestTask() {
+    const bool whole = attempt(TASK_INTAKE, [this] { loadTasks(); });
+    if (!whole) retryLater("tasks", [this] { doRequestTask(); });
+}
+
+// Everything is read before anything is dropped, and read once more after the subscription:
+// what came in between was announced to nobody.
+void CLinkageManager::loadTasks() {
+    const auto global = dataCenter().getGlobalAccountData();
+    const auto read = [&] {
+        return global ? recordsOf(*global, vexservice::DATA_TASK) : Records();
+    };
+    const auto file = [this](const Records& tasks) {
+        for (const auto& task : tasks) {
+            doTaskDetail(boost::dynamic_pointer_cast<vexservice::CTaskDetail>(task));
+        }
+    };
+    const Records tasks = read();
     {
         const CLock lock(m_mutex);
         m_pLedger->clearTasks();
         dropHistoryTasks();
     }
-    vexservice::IDataCenter& center = *vexservice::TraderCenter::instance()->getDataCenter();
-    std::vector<boost::shared_ptr<vexservice::IData>> tasks;
-    if (const auto global = center.getGlobalAccountData()) {
-        global->getVector(vexservice::DATA_TASK, tasks);
+    file(tasks);
+    {
+        const CLock lock(m_mutex);
+        m_pEngine->m_taskConnection.reset();
+        m_pEngine->m_taskConnection = boost::make_shared<TaskConnection>(dataCenter().subscribe(
+            std::string(), vexservice::DATA_TASK, std::string(),
+            guarded([this](const std::string&, const boost::shared_ptr<vexservice::IData>& data) {
+                onTaskDetail(data);
+            })));
     }
-    for (const auto& task : tasks) {
-        doTaskDetail(boost::dynamic_pointer_cast<vexservice::CTaskDetail>(task));
-    }
-    const CLock lock(m_mutex);
-    m_pEngine->m_taskConnection.reset();
-    m_pEngine->m_taskConnection = boost::make_shared<TaskConnection>(center.subscribe(
-        std::string(), vexservice::DATA_TASK, std::string(),
-        guarded([this](const std::string&, const boost::shared_ptr<vexservice::IData>& data) {
-            onTaskDetail(data);
-        })));
+    file(differing(tasks, read()));
 }
 
 void CLinkageManager::onTaskDetail(const boost::shared_ptr<vexservice::IData>& data) {

@@ -61,8 +61,9 @@ std::uint32_t CLedger::listingId(const std::string& market, const std::string& c
 }
 
 void CLedger::refresh(Listing& listing) const {
-    // The revision is read first: a change during the questions below is seen next time.
-    listing.revision = utils::referenceDataRevision();
+    // The revision is read first: a change during the questions below is seen next time. It
+    // is kept last: who throws is asked again.
+    const std::uint64_t revision = utils::referenceDataRevision();
     const auto isTyped = [&](int type) {
         return vexservice::isTypedStock(type, listing.market, listing.code, std::string());
     };
@@ -74,6 +75,7 @@ void CLedger::refresh(Listing& listing) const {
     listing.tick = detail ? detail->m_dPriceTick : DEFAULT_TICK;
     listing.reference = detail ? detail->m_dReferencePrice : 0.0;
     listing.unit = vexservice::getTradeMinUnit(listing.market, listing.code);
+    listing.revision = revision;
 }
 
 CLedger::Holding& CLedger::holding(std::uint32_t account, std::uint32_t stock) {

@@ -12,6 +12,8 @@ namespace {
 
 constexpr std::int64_t CALCULATOR_MICROS = 3'000'000;
 
+constexpr char STAT_CALCULATOR[] = "CLinkageManager::runStatCalculator";
+
 }  // namespace
 
 void CLinkageManager::runStatCalculator() {
@@ -20,14 +22,15 @@ void CLinkageManager::runStatCalculator() {
     {
         const CLock lock(m_mutex);
         hadRecords = m_pLedger->hasFigures();
-        if (hadRecords) sums = m_pLedger->revalue({limitRate(false), limitRate(true)});
+        attempt(STAT_CALCULATOR, [&] {
+            if (hadRecords) sums = m_pLedger->revalue({limitRate(false), limitRate(true)});
+        });
     }
     if (sigProfitChanged.empty()) sums.clear();
     for (const CLedger::ProfitSum& sum : sums) {
-        raise("CLinkageManager::runStatCalculator", sigProfitChanged, sum.account, sum.strategy,
-              sum.profit);
+        raise(STAT_CALCULATOR, sigProfitChanged, sum.account, sum.strategy, sum.profit);
     }
-    if (hadRecords) raise("CLinkageManager::runStatCalculator", sigStatDataChanged);
+    if (hadRecords) raise(STAT_CALCULATOR, sigStatDataChanged);
     armTimer(*m_pEngine->m_statTimer, *m_pEngine->m_strand, CALCULATOR_MICROS,
              guarded([this] { runStatCalculator(); }));
 }

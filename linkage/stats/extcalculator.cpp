@@ -85,8 +85,10 @@ void CLinkageManager::requestQuote() {
             post(
                 [this, stock, day, finished, bars] { onRequestQuote(stock, day, finished, bars); });
         };
-        utils::CManualSingletonT<CQuoteClient>::instance()->queryMinuteBars(Pim::sToQs(stock), day,
-                                                                            guarded(answer));
+        attempt("CLinkageManager::requestQuote", [&] {
+            utils::CManualSingletonT<CQuoteClient>::instance()->queryMinuteBars(
+                Pim::sToQs(stock), day, guarded(answer));
+        });
     }
 }
 

@@ -1,0 +1,57 @@
+#include "linkage/core/clinkagemanager.h"
+#include "linkage/core/datacenter.h"
+#include "linkage/core/enginestate.h"
+#include "linkage/core/guarded.h"
+#include "linkage/core/raise.h"
+#include "platform/log.h"
+#include "platform/utils/keys.h"
+
+#include <algorithm>
+
+namespace TC {
+
+namespace {
+
+constexpr char RETRY[] = "CLinkageManager::retryLater";
+
+}  // namespace
+
+void CLinkageManager::retryLater(const std::string& name, boost::function<void()> work) {
+    EngineState& engine = *m_pEngine;
+    const std::lock_guard lock(engine.m_retryMutex);
+    if (!engine.m_retryTimer) return;
+    const bool armed = !engine.m_retries.empty();
+    engine.m_retries[name] = std::move(work);
+    VEX_INFO(RETRY, "{0} is asked for again in {1} s", name, engine.m_nRetryWait / 1'000'000);
+    if (armed) return;
+    armTimer(*engine.m_retryTimer, *engine.m_strand, engine.m_nRetryWait,
+             guarded([this] { retryNow(); }));
+}
+
+// A service that goes on failing is asked less and less often.
+void CLinkageManager::retryNow() {
+    EngineState& engine = *m_pEngine;
+    std::map<std::string, boost::function<void()>> retries;
+    {
+        const std::lock_guard lock(engine.m_retryMutex);
+        retries.swap(engine.m_retries);
+        engine.m_nRetryWait = std::min(2 * engine.m_nRetryWait, EngineState::LONGEST_RETRY);
+    }
+    for (auto& [name, work] : retries) {
+        if (m_pDoor->isClosed()) return;
+        if (!attempt(RETRY, work)) retryLater(name, std::move(work));
+    }
+    if (m_options.guard) settleBalances();
+    const std::lock_guard lock(engine.m_retryMutex);
+    if (engine.m_retries.empty()) engine.m_nRetryWait = EngineState::FIRST_RETRY;
+}
+
+// The data center keeps every record, so a load makes good whatever was missed.
+void CLinkageManager::loadLater(const std::string& accountKey) {
+    retryLater("account " + accountKey, [this, accountKey] {
+        const auto data = dataCenter().getAccountData(utils::hash(accountKey));
+        if (data) doRequestAccount(data, ELoadCause::Request);
+    });
+}
+
+}  // namespace TC
