@@ -67,7 +67,8 @@ bool CVirtualLoop::runOnce() {
     } while (endWaits());
     const bool delivered = deliverQtCalls();
     const bool settled = m_settle && m_settle();
-    return delivered || settled;
+    // What was settled may have left work behind.
+    return m_service.poll() > 0 || delivered || settled;
 }
 
 void CVirtualLoop::runToRest() {
