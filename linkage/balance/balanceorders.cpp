@@ -191,7 +191,7 @@ BalanceRequest BalanceRequest::ofHistory(const CLinkageManager& manager,
             .history = true,
             .checkType = true,
             .clientType3 = clientType3,
-            .figures = manager.getHistoryLinkageData(accountkey + strategy)};
+            .figures = manager.getHistoryOfPair(accountkey, strategy)};
 }
 
 PreparedBalance prepareBalance(const BalanceRequest& request) {

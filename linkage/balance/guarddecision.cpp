@@ -72,7 +72,7 @@ std::map<std::string, GuardVolumes> CGuardedBalances::volumesOf(const GuardPair&
     }
     if (pair.history) {
         for (const auto& [stock, record] :
-             m_manager.getHistoryLinkageData(pair.account + pair.strategy)) {
+             m_manager.getHistoryOfPair(pair.account, pair.strategy)) {
             if (!record) continue;
             const auto figures = effectiveFigures(*record, m_manager.m_bClientType3);
             inputs[stock].bought = figures.buyVolume;

@@ -371,6 +371,10 @@ public:
     std::map<std::string, TradeStatData> getHistoryStatData() const;
     std::map<std::string, boost::shared_ptr<LinkagePeriodExtData>> getHistoryLinkageData(
         const std::string& historyKey) const;
+    /// The same for a pair: empty when its history key is another pair's ("881" with "5" and
+    /// "88" with "15" have the same one).
+    std::map<std::string, boost::shared_ptr<LinkagePeriodExtData>> getHistoryOfPair(
+        const std::string& accountKey, const std::string& strategy) const;
 
     /// How many orders or tasks that balance history are running; the strategy "" counts those
     /// of the whole account. Unknown ones count 0.
@@ -386,7 +390,9 @@ public:
     void historyStatCalculator();
 
     /// Merges a pair's statistics, or today's unequal stocks of a pair, into the
-    /// history store. Writes no file.
+    /// history store. Writes no file. Refused with a log line: a pair whose history key is
+    /// another pair's, volumes that have no room in their total or ran over in the day's
+    /// figures, amounts that are not finite.
     void addHistoryStat(const std::string& key, TradeStatData stat);
     void addHistoryLinkdata(const std::string& accountKey, const std::string& strategy);
 

@@ -10,6 +10,8 @@
 
 #include <boost/thread/exceptions.hpp>
 
+#include <cmath>
+
 namespace TC {
 
 namespace {
@@ -17,23 +19,36 @@ namespace {
 // No balance waits for the last record of history to end.
 constexpr auto waitsForNone = [](const std::string& /*strategy*/) {};
 
-// A deal that balances history counts on its own side, so that both sides meet.
-void addDeal(LinkagePeriodExtData& record, const vexservice::CDealDetail& deal, bool buys,
+// A deal that balances history counts on its own side, so that both sides meet. False, and
+// nothing counted, when a total has no room for it.
+bool addDeal(LinkagePeriodExtData& record, const vexservice::CDealDetail& deal, bool buys,
              double commission, bool bySums) {
     DealFigures& deals = record.deals();
     auto& volume = buys ? deals.m_nBuyVolume : deals.m_nSellVolume;
     auto& amount = buys ? deals.m_dBuyAmount : deals.m_dSellAmount;
-    volume = wrapAdd(volume, deal.m_nVolume);
-    amount += deal.m_dAmount;
-    deals.m_dCommission += commission;
-    if (!bySums) return;
-    (buys ? record.m_buyVolumes : record.m_sellVolumes).replace(0, deal.m_nVolume);
+    auto& volumes = buys ? record.m_buyVolumes : record.m_sellVolumes;
+    const auto total = checkedAdd<std::int32_t>(volume, deal.m_nVolume);
+    const auto money = checkedAdd<double>(amount, deal.m_dAmount);
+    if (!total || !money) return false;
+    if (bySums && !checkedAdd<std::int32_t>(volumes.sum(), deal.m_nVolume)) return false;
+    volume = *total;
+    amount = *money;
+    if (std::isfinite(commission)) deals.m_dCommission += commission;
+    if (!bySums) return true;
+    volumes.replace(0, deal.m_nVolume);
     (buys ? record.m_buyAmounts : record.m_sellAmounts).replace(0.0, deal.m_dAmount);
+    return true;
 }
 
-void addDeal(TradeStatData& record, const vexservice::CDealDetail& deal, bool buys) {
-    (buys ? record.m_nTotalBuyVolume : record.m_nTotalSellVolume) += deal.m_nVolume;
-    (buys ? record.m_dTotalBuyAmount : record.m_dTotalSellAmount) += deal.m_dAmount;
+bool addDeal(TradeStatData& record, const vexservice::CDealDetail& deal, bool buys) {
+    auto& volume = buys ? record.m_nTotalBuyVolume : record.m_nTotalSellVolume;
+    auto& amount = buys ? record.m_dTotalBuyAmount : record.m_dTotalSellAmount;
+    const auto total = checkedAdd<std::int64_t>(volume, deal.m_nVolume);
+    const auto money = checkedAdd<double>(amount, deal.m_dAmount);
+    if (!total || !money) return false;
+    volume = *total;
+    amount = *money;
+    return true;
 }
 
 }  // namespace
@@ -56,28 +71,37 @@ void CLinkageManager::doHistoryTask(const boost::shared_ptr<vexservice::CTaskDet
 void CLinkageManager::doHistoryDeal(const boost::shared_ptr<vexservice::CDealDetail>& deal,
                                     const boost::shared_ptr<vexservice::CAccountData>&,
                                     const std::string& historyKey, const std::string& stockKey,
-                                    const std::string&, bool /*stockIsNew*/, bool buys,
+                                    const std::string& accountKey, bool /*stockIsNew*/, bool buys,
                                     double commission) {
+    constexpr auto operation = "TC::CLinkageManager::doHistoryDeal";
     HistoryState& history = *m_pHistory;
+    const std::string strategy = historyKey.substr(accountKey.size());
+    if (!history.claim(operation, historyKey, accountKey, strategy)) return;
     const std::string key = csv::tradeKey(deal->m_strTradeDate, deal->m_strDealID);
     history.m_writtenTradeKeys[historyKey].insert(key);
 
+    bool fits = true;
     const auto stocks = history.m_historyLinkageData.find(historyKey);
     if (stocks != history.m_historyLinkageData.end()) {
         const auto at = stocks->second.find(stockKey);
         if (at != stocks->second.end()) {
-            addDeal(*at->second, *deal, buys, commission, m_bClientType3 && !at->second->m_bPlain);
+            const bool bySums = m_bClientType3 && !at->second->m_bPlain;
+            fits = addDeal(*at->second, *deal, buys, commission, bySums);
         }
     }
-    history.m_historyStatData.with([&](auto& records) {
+    fits = history.m_historyStatData.with([&](auto& records) {
         const auto at = records.find(historyKey);
-        if (at != records.end()) addDeal(at->second, *deal, buys);
-    });
+        return at == records.end() || addDeal(at->second, *deal, buys);
+    }) && fits;
+    if (!fits) {
+        VEX_INFO(operation, "key {0}, deal {1} : volume {2}, amount {3} left out of a total",
+                 historyKey, key, deal->m_nVolume, deal->m_dAmount);
+    }
     try {
         writedata(false);
     } catch (const boost::thread_resource_error& error) {
         // Nobody behind a report could take this; the save stands and goes with the next.
-        g_VexStdLogger.error("TC::CLinkageManager::doHistoryDeal", error.what());
+        g_VexStdLogger.error(operation, error.what());
     }
 }
 

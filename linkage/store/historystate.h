@@ -7,6 +7,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <utility>
 
 namespace TC {
 
@@ -22,11 +23,23 @@ struct HistoryState {
     std::set<std::string> m_alreadyAddedKeys;
     /// history key: the deals that were counted into history
     ByText<std::set<std::string>> m_writtenTradeKeys;
+    /// history key: the pair that its history is of. Two pairs may have one history key
+    /// ("881" with "5", "88" with "15"); the key belongs to the first while it holds anything.
+    std::map<std::string, std::pair<std::string, std::string>> m_owners;
+    /// What could not be saved under its name and was logged.
+    std::set<std::string> m_refusedNames;
     /// The stamp of the last write, or of the file that was read.
     std::string m_strWriteTime;
     /// Running orders and tasks that balance history.
     CRunningRecords<vexservice::COrderDetail> m_historyOrders;
     CRunningRecords<vexservice::CTaskDetail> m_historyTasks;
+
+    /// Takes a history key for a pair. False, with a log line, when another pair has it.
+    bool claim(const char* operation, const std::string& key, const std::string& accountKey,
+               const std::string& strategy);
+    /// Whether the key's history, if there is any, is not known to be another pair's.
+    bool isFree(const std::string& key, const std::string& accountKey,
+                const std::string& strategy) const;
 
     void describe(ManagerState& state) const;
 };

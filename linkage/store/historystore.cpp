@@ -8,6 +8,7 @@
 #include "platform/services/stockmanager.h"
 #include "platform/utils/text.h"
 
+#include <cmath>
 #include <utility>
 
 namespace TC {
@@ -15,33 +16,72 @@ namespace TC {
 namespace {
 
 // Adds figures to the plain totals of a history record, which may be the very record
-// that the figures were read from.
-void addFigures(LinkagePeriodExtData& record, const EffectiveFigures& figures, double closeValue) {
+// that the figures were read from. False, and nothing added, when a sum has no room.
+bool addFigures(LinkagePeriodExtData& record, const EffectiveFigures& figures, double closeValue) {
     DealFigures& deals = record.deals();
-    deals.m_nSellVolume = wrapAdd(deals.m_nSellVolume, figures.sellVolume);
-    deals.m_nBuyVolume = wrapAdd(deals.m_nBuyVolume, figures.buyVolume);
-    deals.m_dBuyAmount += figures.buyAmount;
-    deals.m_dSellAmount += figures.sellAmount;
-    record.m_dCloseValue += closeValue;
+    const auto sells = checkedAdd<std::int32_t>(deals.m_nSellVolume, figures.sellVolume);
+    const auto buys = checkedAdd<std::int32_t>(deals.m_nBuyVolume, figures.buyVolume);
+    const auto bought = checkedAdd<double>(deals.m_dBuyAmount, figures.buyAmount);
+    const auto sold = checkedAdd<double>(deals.m_dSellAmount, figures.sellAmount);
+    if (!sells || !buys || !bought || !sold) return false;
+    deals.m_nSellVolume = *sells;
+    deals.m_nBuyVolume = *buys;
+    deals.m_dBuyAmount = *bought;
+    deals.m_dSellAmount = *sold;
+    if (std::isfinite(closeValue)) record.m_dCloseValue += closeValue;
+    return true;
+}
+
+// A volume below zero is one that ran over in the day's 32 bits, and what is unequal then
+// is not known.
+bool canBeHistory(const EffectiveFigures& figures) {
+    return figures.buyVolume >= 0 && figures.sellVolume >= 0 && std::isfinite(figures.buyAmount) &&
+           std::isfinite(figures.sellAmount);
+}
+
+bool isFinite(const TradeStatData& stat) {
+    return std::isfinite(stat.m_dTotalBuyAmount) && std::isfinite(stat.m_dTotalSellAmount);
+}
+
+bool addTotals(TradeStatData& record, const TradeStatData& stat) {
+    const auto buys = checkedAdd(record.m_nTotalBuyVolume, stat.m_nTotalBuyVolume);
+    const auto sells = checkedAdd(record.m_nTotalSellVolume, stat.m_nTotalSellVolume);
+    const auto bought = checkedAdd(record.m_dTotalBuyAmount, stat.m_dTotalBuyAmount);
+    const auto sold = checkedAdd(record.m_dTotalSellAmount, stat.m_dTotalSellAmount);
+    if (!buys || !sells || !bought || !sold) return false;
+    record.m_nTotalBuyVolume = *buys;
+    record.m_nTotalSellVolume = *sells;
+    record.m_dTotalBuyAmount = *bought;
+    record.m_dTotalSellAmount = *sold;
+    return true;
 }
 
 }  // namespace
 
 void CLinkageManager::addHistoryStat(const std::string& key, TradeStatData stat) {
+    constexpr auto operation = "TC::CLinkageManager::addHistoryStat";
     const CLock lock(m_mutex);
-    m_pHistory->m_alreadyAddedKeys.insert(key);
+    const bool namesPair = stat.m_strAccountKey + stat.m_strStrategy == key;
+    if (namesPair && !m_pHistory->claim(operation, key, stat.m_strAccountKey, stat.m_strStrategy)) {
+        return;
+    }
     stat.m_nId = -1;
-    const auto [isNew, kept] = m_pHistory->m_historyStatData.with([&](auto& records) {
-        const auto [at, inserted] = records.try_emplace(key, stat);
-        TradeStatData& record = at->second;
-        if (!inserted) {
-            record.m_nTotalBuyVolume += stat.m_nTotalBuyVolume;
-            record.m_nTotalSellVolume += stat.m_nTotalSellVolume;
-            record.m_dTotalBuyAmount += stat.m_dTotalBuyAmount;
-            record.m_dTotalSellAmount += stat.m_dTotalSellAmount;
-        }
-        return std::pair(inserted, record);
+    bool isNew = false;
+    TradeStatData kept;
+    const bool added = m_pHistory->m_historyStatData.with([&](auto& records) {
+        const auto at = records.find(key);
+        isNew = at == records.end();
+        if (!isFinite(stat) || (!isNew && !addTotals(at->second, stat))) return false;
+        if (isNew) records.emplace(key, stat);
+        kept = isNew ? stat : at->second;
+        return true;
     });
+    if (!added) {
+        VEX_INFO(operation, "key {0} refused: a figure is no number or has no room in its total",
+                 key);
+        return;
+    }
+    m_pHistory->m_alreadyAddedKeys.insert(key);
     if (isNew) {
         VEX_INFO("TC::CLinkageManager::addHistoryStat",
                  "[CLinkageManager::addHistoryStat]:new：key:{0},m_nTotalBuyVolume：{1}, "
@@ -58,18 +98,30 @@ void CLinkageManager::addHistoryStat(const std::string& key, TradeStatData stat)
 void CLinkageManager::addHistoryLinkdata(const std::string& accountKey,
                                          const std::string& strategy) {
     const CLock lock(m_mutex);
+    constexpr auto operation = "TC::CLinkageManager::addHistoryLinkdata";
     const std::string historyKey = accountKey + strategy;
+    if (!m_pHistory->claim(operation, historyKey, accountKey, strategy)) return;
     for (const auto& [stock, record] : getTradeStatDatas(accountKey, strategy)) {
         const EffectiveFigures today = effectiveFigures(*record, m_bClientType3);
         if (today.buyVolume == today.sellVolume) continue;
         auto* stocks = utils::CSingletonT<CStockManager>::instance();
         if (!stocks->getInstrumentDetail(Pim::sToQs(stock))) continue;
 
+        if (!canBeHistory(today)) {
+            VEX_INFO(operation, "key {0}, stock {1} refused: bought {2}, sold {3} are no volumes",
+                     historyKey, stock, today.buyVolume, today.sellVolume);
+            continue;
+        }
+
         // The history takes today's record itself: until the next trade date both see
         // what the other one adds.
         const auto [at, inserted] =
             m_pHistory->m_historyLinkageData[historyKey].try_emplace(stock, record);
-        if (!inserted) addFigures(*at->second, today, record->m_dCloseValue);
+        if (!inserted && !addFigures(*at->second, today, record->m_dCloseValue)) {
+            VEX_INFO(operation, "key {0}, stock {1} refused: its total has no room", historyKey,
+                     stock);
+            continue;
+        }
         const EffectiveFigures kept = effectiveFigures(*at->second, m_bClientType3);
         if (inserted) {
             VEX_INFO("TC::CLinkageManager::addHistoryLinkdata",
@@ -145,6 +197,19 @@ CLinkageManager::getHistoryLinkageData(const std::string& historyKey) const {
     const auto stocks = m_pHistory->m_historyLinkageData.find(historyKey);
     if (stocks == m_pHistory->m_historyLinkageData.end()) return {};
     return stocks->second;
+}
+
+std::map<std::string, boost::shared_ptr<LinkagePeriodExtData>> CLinkageManager::getHistoryOfPair(
+    const std::string& accountKey, const std::string& strategy) const {
+    const CLock lock(m_mutex);
+    const std::string historyKey = accountKey + strategy;
+    if (!m_pHistory->isFree(historyKey, accountKey, strategy)) {
+        VEX_INFO("TC::CLinkageManager::getHistoryOfPair",
+                 "account {0}, strategy {1} has no history: the key {2} is another pair's",
+                 accountKey, strategy, historyKey);
+        return {};
+    }
+    return getHistoryLinkageData(historyKey);
 }
 
 int CLinkageManager::getHistoryRunningOrders(const std::string& accountKey,

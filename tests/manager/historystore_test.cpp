@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <limits>
+
 using namespace tests;
 
 namespace {
@@ -121,6 +124,29 @@ TEST_F(HistoryStore, Deletions) {
     EXPECT_EQ(state.balanceTimes.size(), 1u);
     EXPECT_FALSE(f.file("historystatdata.csv") || f.file("balancedata.csv"));
     EXPECT_EQ(f.file("detail.csv"), "账号策略,交易key,\nAS,20240102_9\n");
+}
+
+TEST_F(HistoryStore, FiguresWithoutRoomAreRefused) {
+    constexpr int MOST = std::numeric_limits<int>::max();
+    f.deal({.key = 1, .volume = MOST - 5, .amount = 1.0, .strategy = "S"});
+    f.deal({.key = 2, .stock = "SZ000001", .volume = MOST, .amount = 1.0, .strategy = "S"});
+    f.deal({.key = 3, .stock = "SZ000001", .volume = 1000, .amount = 1.0, .strategy = "S"});
+    manager().addHistoryLinkdata("A", "S");
+    manager().addHistoryLinkdata("A", "S");
+    f.deal(balancing(4, Side::Buy, 10));
+    EXPECT_EQ(history().deals().m_nBuyVolume, MOST - 5) << "neither doubled nor wrapped";
+    EXPECT_EQ(manager().getHistoryLinkageData("AS").size(), 1u) << "what ran over is not known";
+
+    constexpr auto FULL = std::numeric_limits<std::int64_t>::max();
+    manager().addHistoryStat("AS", totals(FULL, 0));
+    manager().addHistoryStat("AS", totals(1, 0));
+    manager().addHistoryStat("AT", totals(0, 0, std::numeric_limits<double>::quiet_NaN()));
+    EXPECT_EQ(manager().getHistoryStatData().at("AS").m_nTotalBuyVolume, FULL);
+    EXPECT_EQ(manager().getHistoryStatData().size(), 1u);
+    const Texts log = f.logTexts();
+    EXPECT_EQ(std::count_if(log.begin(), log.end(),
+                            [](auto& line) { return line.find("refused") != line.npos; }),
+              5);
 }
 
 TEST_F(HistoryStore, ABalancingDealMovesItsStockOnceAndMakesNone) {
