@@ -22,6 +22,10 @@ struct BalanceState {
     /// balance key: "hhmmss"
     CPublished<std::map<std::string, std::string>> m_balanceTimes;
 
+    /// What the file of the kept balance times said at the start; the options decide whether
+    /// it counts.
+    std::string m_strKeptTimes;
+
     void describe(ManagerState& state) const {
         state.autoBalanceStarts = m_autoBalanceStarts;
         state.balanceTimes = m_balanceTimes.get();

@@ -409,11 +409,12 @@ public:
 
     // linkage/store/savefiles.cpp
 
-    /// Waits until every save asked for so far is on disk (or has failed).
+    /// Waits until every save asked for so far is on disk, or has failed; one that failed
+    /// before is tried once more.
     void finishSaves();
 
     /// Ask for the files to be rewritten, on a thread of their own: all three, or the
-    /// statistics with the balance times.
+    /// statistics with the balance times. A save that fails is logged and tried again.
     void writedata(bool withTime);
     void writeBlanaceTime();
 
@@ -637,6 +638,8 @@ protected:
     /// The rows of each file as they stand now; also sets the write stamp.
     std::map<std::string, std::string> writeToFile(bool withTime);
     std::map<std::string, std::string> writeBlanaceTimeToFile();
+    /// On the strand: tries a save that failed once more in half a minute.
+    void retrySaveLater();
     bool isCanWriteToFile(const std::string& historyKey, const std::string& tradeKey) const;
     /// Whether a deal was not yet counted into history under this key.
     bool isNewToHistory(const std::string& historyKey, const vexservice::CDealDetail& deal) const;

@@ -33,6 +33,7 @@ struct EngineState {
     Timer m_autoBalanceTimer;
     Timer m_historyStatTimer;
     Timer m_balanceTimer;
+    Timer m_saveTimer;  ///< of the strand
     std::mutex m_balanceTimerMutex;
 
     /// What a service failed and is asked for again, by name. The mutex guards these three.

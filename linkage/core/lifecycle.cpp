@@ -111,7 +111,8 @@ void CLinkageManager::init() {
 
     for (EngineState::Timer* timer :
          {&engine.m_extTimer, &engine.m_statTimer, &engine.m_autoBalanceTimer,
-          &engine.m_historyStatTimer, &engine.m_balanceTimer, &engine.m_retryTimer}) {
+          &engine.m_historyStatTimer, &engine.m_balanceTimer, &engine.m_retryTimer,
+          &engine.m_saveTimer}) {
         *timer = boost::make_shared<utils::DeadlineTimer>(engine.m_strand->context());
     }
     runStatCalculator();
@@ -187,6 +188,7 @@ CLinkageManager::~CLinkageManager() {
         engine.m_statTimer->cancel();
         engine.m_historyStatTimer->cancel();
         engine.m_retryTimer->cancel();
+        engine.m_saveTimer->cancel();
     }
     // The two balancing timers go with the members: a balance that was asked for is
     // not called off here, it finds the door closed.

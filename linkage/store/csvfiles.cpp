@@ -101,6 +101,23 @@ void forEachRow(const std::string& text, std::size_t count, Take take) {
 
 }  // namespace
 
+bool isField(const std::string& text) {
+    return text.find_first_of(",\r\n") == std::string::npos &&
+           Pim::sToQs(text).toStdString() == text;
+}
+
+std::string asField(const std::string& text) {
+    std::string field;
+    for (const char each : Pim::sToQs(text).toStdString()) {
+        if (each == ',') {
+            field += "，";
+        } else {
+            field += each == '\n' || each == '\r' ? ' ' : each;
+        }
+    }
+    return field;
+}
+
 std::string statHeader() { return headerLine(STAT_HEADER); }
 std::string balanceHeader() { return headerLine(BALANCE_HEADER); }
 std::string detailHeader() { return headerLine(DETAIL_HEADER); }
@@ -160,6 +177,24 @@ std::vector<DetailRow> readDetailRows(const std::string& text) {
     std::vector<DetailRow> rows;
     forEachRow(text, 2, [&](const Fields& fields) { rows.push_back({fields[0], fields[1]}); });
     return rows;
+}
+
+bool isKept(const std::string& tradeKey, const std::string& today, const std::string& tradeDate) {
+    const std::string day = tradeKey.substr(0, tradeKey.find('_'));
+    constexpr std::size_t DAY_LENGTH = 8;
+    return day.size() == DAY_LENGTH && day != today && day >= tradeDate;
+}
+
+std::string balanceTimeOf(const std::string& key, const TradeStatData& record,
+                          const std::map<std::string, std::string>& balanceTimes,
+                          const std::map<std::string, std::string>& byHistoryKey) {
+    const bool namesPair = record.m_strAccountKey + record.m_strStrategy == key;
+    if (namesPair) {
+        const auto own = balanceTimes.find(balanceKey(record));
+        if (own != balanceTimes.end()) return own->second;
+    }
+    const auto at = byHistoryKey.find(key);
+    return namesPair || at == byHistoryKey.end() ? std::string() : at->second;
 }
 
 std::map<std::string, std::string> timesByHistoryKey(

@@ -15,6 +15,9 @@ namespace TC {
 inline constexpr char STAT_FILE[] = "historystatdata.csv";
 inline constexpr char BALANCE_FILE[] = "balancedata.csv";
 inline constexpr char DETAIL_FILE[] = "detail.csv";
+/// Deals of the trade date that detail.csv leaves out because the calendar went on before
+/// the trade date did; rows as there. Removed when there are none.
+inline constexpr char KEPT_FILE[] = ".detail.kept";
 
 }  // namespace TC
 
@@ -26,6 +29,12 @@ inline constexpr char DETAIL_FILE[] = "detail.csv";
 /// whatever it holds and drops, without a word, every row that has not exactly the
 /// file's number of fields; a field that is not a number reads as 0.
 namespace TC::csv {
+
+/// Whether a text comes back from a row as it went in: UTF-8, no comma, no line end.
+LINKAGE_EXPORT bool isField(const std::string& text);
+/// The text with full-width commas for commas, blanks for line ends, and U+FFFD for what is
+/// not UTF-8.
+LINKAGE_EXPORT std::string asField(const std::string& text);
 
 /// The header lines, "\n" included. Their texts can be translated.
 LINKAGE_EXPORT std::string statHeader();
@@ -77,6 +86,11 @@ inline bool isTradeKeyOf(const std::string& tradeKey, const std::string& day) {
     return tradeKey.substr(0, tradeKey.find('_')) == day;
 }
 
+/// Whether a deal that detail.csv leaves out today still belongs to the trade date in
+/// force or a later one. "" for a trade date that is not known yet.
+LINKAGE_EXPORT bool isKept(const std::string& tradeKey, const std::string& today,
+                           const std::string& tradeDate);
+
 /// The key of a row's balance time in the table of balance times.
 inline std::string balanceKey(const TradeStatData& record) {
     return record.m_strAccountKey + ":" + record.m_strStrategy;
@@ -86,5 +100,11 @@ inline std::string balanceKey(const TradeStatData& record) {
 /// colons; where several give the same one, the first in key order holds.
 LINKAGE_EXPORT std::map<std::string, std::string> timesByHistoryKey(
     const std::map<std::string, std::string>& balanceTimes);
+
+/// The balance time of a row. A row that names its pair has the time of that pair and never
+/// that of another one with the same history key; "" for none.
+LINKAGE_EXPORT std::string balanceTimeOf(const std::string& key, const TradeStatData& record,
+                                         const std::map<std::string, std::string>& balanceTimes,
+                                         const std::map<std::string, std::string>& byHistoryKey);
 
 }  // namespace TC::csv

@@ -3,6 +3,7 @@
 #include "linkage/balance/balancetimes.h"
 #include "platform/log.h"
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -10,10 +11,11 @@ namespace TC {
 
 namespace {
 
-// The order in which a save puts its files into place.
-constexpr const char* FILES[] = {STAT_FILE, BALANCE_FILE, DETAIL_FILE, BALANCE_TIMES_FILE};
+constexpr char SAVER[] = "TC::CLinkageManager::writedata";
 
-std::string stagePath(const std::string& path) { return path + ".new"; }
+// In the order in which they are read and written.
+constexpr const char* SAVED_FILES[] = {STAT_FILE, BALANCE_FILE, DETAIL_FILE, KEPT_FILE,
+                                       BALANCE_TIMES_FILE};
 
 }  // namespace
 
@@ -25,6 +27,8 @@ struct CFileSaver::Writing {
         --saver.m_nWriting;
         saver.m_written.notify_all();
     }
+    Writing(const Writing&) = delete;
+    Writing& operator=(const Writing&) = delete;
     CFileSaver& saver;
 };
 
@@ -36,9 +40,12 @@ CFileSaver::CFileSaver(CRecursiveMutex& mutex, boost::shared_ptr<CDoor> door, Pl
       m_place(std::move(place)),
       m_composer(std::move(composer)),
       m_pFiles(std::move(files)),
-      m_startThread(std::move(startThread)) {}
+      m_pLock(std::make_shared<CDirectoryLock>(m_place.directory, m_pFiles)),
+      m_startThread(std::move(startThread)),
+      m_set(m_place.directory, *m_pFiles, *m_pLock) {}
 
 CFileSaver::~CFileSaver() {
+    logFault();
     if (!m_thread.joinable()) return;
     // The manager may go with the save thread, when that is the last to leave the door.
     if (m_thread.get_id() == boost::this_thread::get_id()) {
@@ -48,43 +55,47 @@ CFileSaver::~CFileSaver() {
     }
 }
 
-std::string CFileSaver::pathOf(const std::string& name) const {
-    return m_place.directory + "/" + name;
-}
-
-std::optional<std::string> CFileSaver::load(const std::string& name) {
-    std::string bytes;
-    const IFileSystem::ERead read = m_pFiles->read(pathOf(name), bytes);
-    if (read == IFileSystem::ERead::Missing) return std::nullopt;
-    if (read == IFileSystem::ERead::Done) {
-        if (auto text = decodeText(bytes)) return text;
+CFileSaver::Texts CFileSaver::load() {
+    const std::lock_guard lock(m_placeMutex);
+    Texts texts;
+    m_set.open();
+    for (const char* name : SAVED_FILES) {
+        std::string bytes;
+        const IFileSystem::ERead read = m_set.read(name, bytes);
+        if (read == IFileSystem::ERead::Missing) continue;
+        if (read == IFileSystem::ERead::Done) {
+            if (auto text = decodeText(bytes)) {
+                texts[name] = std::move(*text);
+                continue;
+            }
+            m_set.keepCopyOf(name);
+        }
+        const bool large = read == IFileSystem::ERead::TooLarge;
+        VEX_INFO("TC::CLinkageManager::readFromFile", "file {0}, left as it is : {1}",
+                 large ? "too large" : "not readable", m_set.pathOf(name));
     }
-    VEX_INFO("TC::CLinkageManager::readFromFile", "file not readable, left as it is : {0}",
-             pathOf(name));
-    std::lock_guard lock(m_placeMutex);
-    m_unreadable.insert(name);
-    return std::nullopt;
+    return texts;
 }
 
-void CFileSaver::saveAll(bool withTime) {
-    ask([&](Wishes& wishes) {
-        wishes.all = withTime;
-        wishes.balanceTimes = false;
-    });
+// ------------------------------------------------------------------- asking
+
+void CFileSaver::saveAll(bool withTime) { ask({.all = withTime}); }
+
+void CFileSaver::saveBalanceTimes() { ask({.balanceTimes = true}); }
+
+CFileSaver::Wishes CFileSaver::merged(const Wishes& earlier, const Wishes& later) {
+    if (later.all) return later;
+    return {earlier.all, earlier.balanceTimes || later.balanceTimes};
 }
 
-void CFileSaver::saveBalanceTimes() {
-    ask([](Wishes& wishes) { wishes.balanceTimes = true; });
-}
-
-template <class Note>
-void CFileSaver::ask(Note note) {
-    if (!m_pFiles->makeDirectory(m_place.directory)) return;
+void CFileSaver::ask(const Wishes& wishes) {
     std::lock_guard lock(m_mutex);
-    if (!m_wishes) m_wishes = Wishes{};
-    note(*m_wishes);
-    if (m_bThread) return;
+    m_wishes = merged(m_wishes.value_or(Wishes{}), wishes);
+    startThread();
+}
 
+void CFileSaver::startThread() {
+    if (m_bThread) return;
     // A former save thread is past every lock here; it only has to leave.
     if (m_thread.joinable()) m_thread.join();
     const auto work = [this, door = m_pDoor] {
@@ -95,12 +106,44 @@ void CFileSaver::ask(Note note) {
     m_bThread = true;
 }
 
+void CFileSaver::retry() {
+    {
+        std::lock_guard lock(m_mutex);
+        m_bRetries = false;
+        if (!m_failed) return;
+        m_bLasts = true;
+        if (!m_wishes) m_wishes = Wishes{};
+        try {
+            startThread();
+            return;
+        } catch (const std::exception& error) {
+            g_VexStdLogger.error(SAVER, error.what());
+        }
+    }
+    asksForRetry();
+}
+
+// Whether retry() will be called.
+bool CFileSaver::asksForRetry() {
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_bRetries || !m_composer.retryLater) return m_bRetries;
+        m_bRetries = true;
+    }
+    if (m_composer.retryLater()) return true;
+    const std::lock_guard lock(m_mutex);
+    m_bRetries = false;
+    return false;
+}
+
+// ------------------------------------------------------------------ serving
+
 void CFileSaver::run() {
     try {
         while (serve(true)) {
         }
     } catch (const std::exception& error) {
-        g_VexStdLogger.error("TC::CLinkageManager::writedata", error.what());
+        g_VexStdLogger.error(SAVER, error.what());
         std::lock_guard lock(m_mutex);
         m_bThread = false;
     }
@@ -108,12 +151,13 @@ void CFileSaver::run() {
 
 std::optional<CFileSaver::Wishes> CFileSaver::take(bool onSaveThread) {
     std::lock_guard lock(m_mutex);
-    if (m_wishes) {
-        ++m_nWriting;
-    } else if (onSaveThread) {
-        m_bThread = false;
+    if (!m_wishes) {
+        if (onSaveThread) m_bThread = false;
+        return std::nullopt;
     }
-    return std::exchange(m_wishes, std::nullopt);
+    ++m_nWriting;
+    const Wishes earlier = std::exchange(m_failed, std::nullopt).value_or(Wishes{});
+    return merged(earlier, *std::exchange(m_wishes, std::nullopt));
 }
 
 // One round: composes what is asked for and writes it. False when nothing was.
@@ -123,10 +167,22 @@ bool CFileSaver::serve(bool onSaveThread) {
     CLock lock(m_managerMutex);
     const std::optional<Wishes> wishes = take(onSaveThread);
     if (!wishes) return false;
-    const Writing writing(*this);
-    const Save save = compose(*wishes);
-    lock.unlock();
-    commit(save);
+    CFileSet::Fault fault;
+    {
+        const Writing writing(*this);
+        const Save save = compose(*wishes);
+        lock.unlock();
+        try {
+            fault = commit(save);
+        } catch (const std::exception& error) {
+            fault = error.what();
+        }
+        if (!fault.empty()) {
+            std::lock_guard held(m_mutex);
+            m_failed = merged(*wishes, m_failed.value_or(Wishes{}));
+        }
+        report(fault);
+    }
     return true;
 }
 
@@ -146,105 +202,175 @@ CFileSaver::Save CFileSaver::compose(const Wishes& wishes) {
 }
 
 // What could not be composed stands, unless it was asked for anew.
-void CFileSaver::putBack(Wishes wishes) {
+void CFileSaver::putBack(const Wishes& wishes) {
     std::lock_guard lock(m_mutex);
-    if (m_wishes && m_wishes->all) return;
-    wishes.balanceTimes = wishes.balanceTimes || m_wishes;
-    m_wishes = wishes;
+    m_wishes = merged(wishes, m_wishes.value_or(Wishes{}));
 }
 
-void CFileSaver::commit(const Save& save) {
-    const std::lock_guard turn(m_stageMutex);
-    std::vector<std::string> staged;
-    for (const char* name : FILES) {
-        const auto text = save.texts.find(name);
-        if (text == save.texts.end()) continue;
-        const std::string path = pathOf(name);
-        // A rename would replace even a file that its owner has closed to writing.
-        if (!m_pFiles->mayWrite(path)) {
-            VEX_INFO("TC::CLinkageManager::writedata", "file not writable, left as it is : {0}",
-                     path);
-            continue;
-        }
-        if (writeWhole(stagePath(path), path, encodeText(text->second, m_place.encoding))) {
-            staged.push_back(name);
+// Sees that a failure is not the end, and that one which lasts is known.
+void CFileSaver::report(const CFileSet::Fault& fault) {
+    bool lasts = false;
+    {
+        const std::lock_guard lock(m_mutex);
+        if (fault.empty() && m_failed) return;
+        m_fault = fault;
+        m_bLasts = m_bLasts && !fault.empty();
+        lasts = m_bLasts;
+        if (fault.empty()) {
+            if (!std::exchange(m_strLogged, {}).empty()) {
+                VEX_INFO(SAVER, "the files are saved again");
+            }
+            return;
         }
     }
-    if (staged.empty()) return;
-    putInPlace(staged, save.number);
-    m_pFiles->flushDirectory(m_place.directory);
+    if (!asksForRetry() || lasts) logFault();
 }
 
-void CFileSaver::putInPlace(const std::vector<std::string>& staged, std::uint64_t number) {
-    const std::lock_guard lock(m_placeMutex);
-    for (const std::string& name : staged) {
-        const std::string path = pathOf(name);
-        if (m_newest[name] < number && freeName(name) && m_pFiles->rename(stagePath(path), path)) {
-            m_newest[name] = number;
-        } else {
-            m_pFiles->remove(stagePath(path));
-        }
-    }
-}
-
-bool CFileSaver::writeWhole(const std::string& path, const std::string& like,
-                            const std::string& bytes) {
-    const int file = m_pFiles->create(path, like);
-    if (file < 0) return false;
-    const bool written = m_pFiles->write(file, bytes) && m_pFiles->flush(file);
-    const bool closed = m_pFiles->close(file);
-    if (written && closed) return true;
-    m_pFiles->remove(path);
-    return false;
-}
-
-// Makes sure that nothing is lost when the file goes.
-bool CFileSaver::freeName(const std::string& name) {
-    if (!m_unreadable.count(name)) return true;
-    const std::string path = pathOf(name);
-    std::string bytes;
-    const IFileSystem::ERead read = m_pFiles->read(path, bytes);
-    if (read == IFileSystem::ERead::Failed) return false;
-    if (read == IFileSystem::ERead::Done && !decodeText(bytes)) {
-        const std::optional<std::string> beside = freshNameBeside(path);
-        if (!beside || !writeWhole(*beside, path, bytes)) return false;
-        VEX_INFO("TC::CLinkageManager::writedata", "file not readable : {0}, kept as {1}", path,
-                 *beside);
-    }
-    m_unreadable.erase(name);
-    return true;
-}
-
-std::optional<std::string> CFileSaver::freshNameBeside(const std::string& path) {
-    for (int number = 1; number < 1000; ++number) {
-        std::string name = path + ".unreadable";
-        if (number > 1) name += "." + std::to_string(number);
-        std::string bytes;
-        if (m_pFiles->read(name, bytes) == IFileSystem::ERead::Missing) return name;
-    }
-    return std::nullopt;
+void CFileSaver::logFault() {
+    const std::lock_guard lock(m_mutex);
+    // Which file of the set it is differs from one try to the next.
+    const std::size_t at = m_fault.rfind(" : ");
+    const std::string reason = at == m_fault.npos ? m_fault : m_fault.substr(at);
+    if (reason.empty() || std::exchange(m_strLogged, reason) == reason) return;
+    g_VexStdLogger.error(SAVER, "files not saved, tried again later : " + m_fault);
 }
 
 void CFileSaver::finish() {
     try {
         while (serve(false)) {
         }
+        waitForWriters();
+        {
+            std::lock_guard lock(m_mutex);
+            if (m_failed && !m_wishes) m_wishes = Wishes{};
+        }
+        while (serve(false)) {
+        }
     } catch (const std::exception& error) {
-        g_VexStdLogger.error("TC::CLinkageManager::writedata", error.what());
+        g_VexStdLogger.error(SAVER, error.what());
     }
+    waitForWriters();
+}
+
+void CFileSaver::waitForWriters() {
     std::unique_lock lock(m_mutex);
     m_written.wait(lock, [&] { return m_nWriting == 0; });
+}
+
+// ------------------------------------------------------------------ writing
+
+CFileSet::Fault CFileSaver::commit(const Save& save) {
+    const std::lock_guard turn(m_stageMutex);
+    {
+        const std::lock_guard lock(m_placeMutex);
+        if (CFileSet::Fault fault = m_set.prepare(); !fault.empty()) return fault;
+        for (const auto& [name, text] : save.texts) {
+            CFileSet::Fault fault = text.empty() ? m_set.mayRemove(name) : m_set.mayReplace(name);
+            if (!fault.empty()) return fault;
+        }
+    }
+    std::vector<CFileSet::Change> changes;
+    if (CFileSet::Fault fault = stage(save, changes); !fault.empty()) return fault;
+    return putInPlace(std::move(changes), save.number);
+}
+
+CFileSet::Fault CFileSaver::stage(const Save& save, std::vector<CFileSet::Change>& staged) {
+    for (const auto& [name, text] : save.texts) {
+        if (text.empty()) {
+            staged.push_back({name, std::nullopt});
+            continue;
+        }
+        const std::string bytes = encodeText(text, m_place.encoding);
+        if (CFileSet::Fault fault = m_set.stage(name, bytes); !fault.empty()) {
+            discard(staged);
+            return fault;
+        }
+        staged.push_back({name, commit::digest(bytes)});
+    }
+    return {};
+}
+
+void CFileSaver::discard(const std::vector<CFileSet::Change>& staged) {
+    for (const CFileSet::Change& each : staged) {
+        if (each.digest) m_set.discard(each.name);
+    }
+}
+
+CFileSet::Fault CFileSaver::putInPlace(std::vector<CFileSet::Change> changes,
+                                       std::uint64_t number) {
+    const std::lock_guard lock(m_placeMutex);
+    // A removal may have begun meanwhile and not come to its end.
+    CFileSet::Fault fault = m_set.prepare();
+    if (!fault.empty()) {
+        discard(changes);
+        return fault;
+    }
+    // What was removed since it was composed does not come back.
+    std::vector<CFileSet::Change> late;
+    std::erase_if(changes, [&](const CFileSet::Change& each) {
+        if (m_newest[each.name] < number) return false;
+        late.push_back(each);
+        return true;
+    });
+    discard(late);
+    addRemovals(changes);
+    const CFileSet::Outcome outcome = m_set.commit(changes);
+    if (!outcome.counts) {
+        discard(changes);
+        return outcome.fault;
+    }
+    for (const CFileSet::Change& each : changes) {
+        m_newest[each.name] = std::max(m_newest[each.name], number);
+        m_removals.erase(each.name);
+    }
+    return outcome.fault;
+}
+
+// The removals that failed before and are not overtaken by a new content.
+void CFileSaver::addRemovals(std::vector<CFileSet::Change>& changes) {
+    for (const std::string& name : m_removals) {
+        const bool overtaken = std::any_of(changes.begin(), changes.end(),
+                                           [&](const auto& each) { return each.name == name; });
+        if (!overtaken && m_set.mayRemove(name).empty()) changes.push_back({name, std::nullopt});
+    }
 }
 
 void CFileSaver::remove(std::initializer_list<const char*> names) {
     const CLock held(m_managerMutex);  // once more, for who calls without
     const std::uint64_t number = ++m_nNumber;
-    std::lock_guard lock(m_placeMutex);
-    for (const char* name : names) {
-        m_newest[name] = number;
-        if (freeName(name)) m_pFiles->remove(pathOf(name));
+    CFileSet::Fault fault;
+    {
+        const std::lock_guard lock(m_placeMutex);
+        for (const char* name : names) {
+            m_newest[name] = number;
+            m_removals.insert(name);
+        }
+        fault = removeNow(names);
     }
-    m_pFiles->flushDirectory(m_place.directory);
+    if (!fault.empty()) {
+        std::lock_guard lock(m_mutex);
+        m_failed = merged(Wishes{}, m_failed.value_or(Wishes{}));
+    }
+    report(fault);
+}
+
+CFileSet::Fault CFileSaver::removeNow(std::initializer_list<const char*> names) {
+    if (!m_set.isThere()) {
+        for (const char* name : names) m_removals.erase(name);
+        return {};
+    }
+    CFileSet::Fault fault = m_set.prepare();
+    std::vector<CFileSet::Change> changes;
+    for (const char* name : names) {
+        if (fault.empty()) fault = m_set.mayRemove(name);
+        changes.push_back({name, std::nullopt});
+    }
+    if (!fault.empty()) return fault;
+    const CFileSet::Outcome outcome = m_set.commit(changes);
+    if (outcome.counts) {
+        for (const char* name : names) m_removals.erase(name);
+    }
+    return outcome.fault;
 }
 
 }  // namespace TC

@@ -3,6 +3,7 @@
 #include "linkage/store/diskmodel.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <cerrno>
@@ -44,16 +45,57 @@ IFileSystem::ERead CDiskFiles::read(const std::string& path, std::string& bytes)
     const int file = openToRead(path);
     if (file < 0) return errno == ENOENT ? ERead::Missing : ERead::Failed;
     struct stat status {};
-    bool whole = ::fstat(file, &status) == 0 && S_ISREG(status.st_mode);
+    ERead result = ERead::Done;
+    if (::fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) {
+        result = ERead::Failed;
+        errno = EINVAL;
+    }
+    // The size alone is not to be trusted: the file may grow meanwhile.
     char block[65536];
-    for (ssize_t count = 1; whole && count != 0;) {
+    for (ssize_t count = 1; result == ERead::Done && count != 0;) {
+        if (status.st_size > static_cast<off_t>(MOST_BYTES) || bytes.size() > MOST_BYTES) {
+            result = ERead::TooLarge;
+            errno = EFBIG;
+            break;
+        }
         count = ::read(file, block, sizeof block);
         if (count < 0 && errno == EINTR) continue;
-        whole = count >= 0;
+        if (count < 0) result = ERead::Failed;
         if (count > 0) bytes.append(block, static_cast<std::size_t>(count));
     }
+    const int why = errno;
     ::close(file);
-    return whole ? ERead::Done : ERead::Failed;
+    errno = why;
+    return result;
+}
+
+std::optional<FileStamp> CDiskFiles::stamp(const std::string& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0) {
+        if (errno == ENOENT || errno == ENOTDIR) return FileStamp{};
+        return std::nullopt;
+    }
+    constexpr std::int64_t SECOND = 1'000'000'000;
+    return FileStamp{.exists = true,
+                     .device = status.st_dev,
+                     .inode = status.st_ino,
+                     .size = status.st_size,
+                     .modified = status.st_mtim.tv_sec * SECOND + status.st_mtim.tv_nsec,
+                     .changed = status.st_ctim.tv_sec * SECOND + status.st_ctim.tv_nsec};
+}
+
+std::optional<std::string> CDiskFiles::target(const std::string& path) {
+    constexpr int MOST_LINKS = 40;
+    std::filesystem::path at = path;
+    for (int links = 0; links < MOST_LINKS; ++links) {
+        std::error_code error;
+        if (!std::filesystem::is_symlink(at, error)) return at.string();
+        const auto next = std::filesystem::read_symlink(at, error);
+        if (error) break;
+        at = at.parent_path() / next;  // an absolute one replaces all of it
+    }
+    errno = ELOOP;
+    return std::nullopt;
 }
 
 bool CDiskFiles::mayWrite(const std::string& path) {
@@ -61,6 +103,27 @@ bool CDiskFiles::mayWrite(const std::string& path) {
     if (::stat(path.c_str(), &status) != 0) return true;
     // A superuser may write anything; that the file is closed to all holds for it too.
     return (status.st_mode & 0222) != 0 && ::access(path.c_str(), W_OK) == 0;
+}
+
+int CDiskFiles::lock(const std::string& path) {
+    const disk::CStep step(disk::EStep::Open);
+    if (step.fails()) return -1;
+    const int file = ::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0666);
+    if (file < 0) return -1;
+    if (::flock(file, LOCK_EX | LOCK_NB) == 0) return file;
+    // Some network drives have no locks; without one they are used as before.
+    if (errno == ENOLCK || errno == EOPNOTSUPP || errno == ENOSYS) return file;
+    const int why = errno;
+    ::close(file);
+    errno = why;
+    return -1;
+}
+
+bool CDiskFiles::isOpenAs(int file, const std::string& path) {
+    struct stat open {};
+    struct stat named {};
+    return ::fstat(file, &open) == 0 && ::stat(path.c_str(), &named) == 0 &&
+           open.st_dev == named.st_dev && open.st_ino == named.st_ino;
 }
 
 int CDiskFiles::create(const std::string& path, const std::string& like) {

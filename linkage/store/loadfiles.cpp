@@ -21,6 +21,9 @@ void takeStatRows(const std::string& text, HistoryState& history, BalanceState& 
         if (csv::countsAsAdded(row.stamp, today)) history.m_alreadyAddedKeys.insert(row.key);
         if (!row.balanceTime.empty()) times[csv::balanceKey(row.record)] = row.balanceTime;
         records[row.key] = row.record;
+        if (row.record.m_strAccountKey + row.record.m_strStrategy == row.key) {
+            history.m_owners[row.key] = {row.record.m_strAccountKey, row.record.m_strStrategy};
+        }
     }
     history.m_historyStatData.set(std::move(records));
     balance.m_balanceTimes.set(std::move(times));
@@ -50,22 +53,19 @@ void takeDetailRows(const std::string& text, HistoryState& history) {
 
 void CLinkageManager::readKeptBalanceTimes() {
     const CLock lock(m_mutex);
-    const auto text = m_pSaver->load(BALANCE_TIMES_FILE);
-    if (!text) return;
-    m_pBalance->m_balanceTimes.with([&](auto& times) { times.merge(readBalanceTimes(*text)); });
+    m_pBalance->m_balanceTimes.with(
+        [&](auto& times) { times.merge(readBalanceTimes(m_pBalance->m_strKeptTimes)); });
 }
 
 void CLinkageManager::readFromFile() {
     const CLock lock(m_mutex);
-    if (const auto text = m_pSaver->load(STAT_FILE)) {
-        takeStatRows(*text, *m_pHistory, *m_pBalance);
-    }
-    if (const auto text = m_pSaver->load(BALANCE_FILE)) {
-        takeBalanceRows(*text, *m_pHistory);
-    }
-    if (const auto text = m_pSaver->load(DETAIL_FILE)) {
-        takeDetailRows(*text, *m_pHistory);
-    }
+    CFileSaver::Texts texts = m_pSaver->load();
+    // A file that is not there has no rows.
+    takeStatRows(texts[STAT_FILE], *m_pHistory, *m_pBalance);
+    takeBalanceRows(texts[BALANCE_FILE], *m_pHistory);
+    takeDetailRows(texts[DETAIL_FILE], *m_pHistory);
+    takeDetailRows(texts[KEPT_FILE], *m_pHistory);
+    m_pBalance->m_strKeptTimes = std::move(texts[BALANCE_TIMES_FILE]);
 }
 
 }  // namespace TC

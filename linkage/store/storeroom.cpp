@@ -19,7 +19,7 @@ RoomPtr<ImportedRecords> CLinkageManager::makeImportedRecords() {
 void CLinkageManager::newStoreDay() {
     m_pHistory->m_alreadyAddedKeys.clear();
     m_pHistory->m_writtenTradeKeys.clear();
-    m_pSaver->remove({DETAIL_FILE});
+    m_pSaver->remove({DETAIL_FILE, KEPT_FILE});
 }
 
 void CLinkageManager::dropHistoryOrders(const std::string& accountKey) {

@@ -1,127 +1,28 @@
 #include "linkage/store/filesaver.h"
+#include "linkage/store/diskfaults.h"
 #include "platform/log.h"
-#include "tests/support/faultyfiles.h"
 
+#include <QDir>
 #include <QTemporaryDir>
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <boost/make_shared.hpp>
 #include <boost/thread/exceptions.hpp>
 
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <atomic>
-#include <csignal>
+#include <cerrno>
 #include <filesystem>
+#include <fstream>
+#include <functional>
 #include <future>
 #include <stdexcept>
-#include <vector>
 
 using namespace TC;
-using tests::CFaultyFiles;
 namespace fs = std::filesystem;
 
 namespace {
-
-/// A saver without a manager: its three files hold one version number each, in more
-/// bytes than a page or two.
-class Saver {
-public:
-    explicit Saver(CFaultyFiles::Allow allow = {}, CFileSaver::StartThread start = {})
-        : m_start(std::move(start)) {
-        reopen(std::move(allow));
-    }
-
-    void reopen(CFaultyFiles::Allow allow = {}) {
-        std::unique_ptr<IFileSystem> files = std::make_unique<CDiskFiles>();
-        if (allow) files = std::make_unique<CFaultyFiles>(std::move(allow));
-        const auto times = [this] { return CFileSaver::Texts{{STAT_FILE, text("times ")}}; };
-        m_saver = std::make_unique<CFileSaver>(
-            m_mutex, boost::make_shared<CDoor>(), CFileSaver::Place{directory()},
-            CFileSaver::Composer{[this](bool) { return compose(); }, times}, std::move(files),
-            m_start);
-    }
-
-    CFileSaver* operator->() { return m_saver.get(); }
-    CRecursiveMutex& mutex() { return m_mutex; }
-    int composed() const { return m_nComposed; }
-
-    /// A negative one cannot be composed.
-    void setVersion(int version) {
-        const CLock lock(m_mutex);
-        m_nVersion = version;
-    }
-    void ask(int version) {
-        setVersion(version);
-        m_saver->saveAll(false);
-    }
-    void remove(std::initializer_list<const char*> names) {
-        const CLock lock(m_mutex);
-        m_saver->remove(names);
-    }
-
-    void finish(const std::string& expected) {
-        EXPECT_NO_THROW(m_saver->finish());
-        EXPECT_EQ(all(), expected);
-    }
-    void save(int version, const std::string& expected) {
-        ask(version);
-        finish(expected);
-    }
-    /// All three are replaced, and nothing is left beside them.
-    void saveWhole(int version) {
-        const std::string each = std::to_string(version);
-        save(version, each + "|" + each + "|" + each);
-        EXPECT_EQ(std::distance(fs::directory_iterator(directory()), {}), 3);
-    }
-
-    std::string directory() const { return m_root.path().toStdString() + "/data/Balance"; }
-    std::string path(const std::string& name) const { return directory() + "/" + name; }
-
-    /// "3", "times 3", "none", or what is wrong with the file.
-    std::string file(const std::string& name) const {
-        std::string bytes;
-        if (CDiskFiles().read(path(name), bytes) != IFileSystem::ERead::Done) return "none";
-        if (bytes.size() != SIZE || bytes.back() != '.') return "not whole";
-        return bytes.substr(0, bytes.find('.'));
-    }
-    std::string all() const {
-        return file(STAT_FILE) + "|" + file(BALANCE_FILE) + "|" + file(DETAIL_FILE);
-    }
-
-private:
-    static constexpr std::size_t SIZE = 20000;
-
-    std::string text(const std::string& kind = {}) const {
-        std::string content = kind + std::to_string(m_nVersion);
-        content.resize(SIZE, '.');
-        return content;
-    }
-    CFileSaver::Texts compose() {
-        ++m_nComposed;
-        if (m_nVersion < 0) throw std::runtime_error("no text");
-        return {{STAT_FILE, text()}, {BALANCE_FILE, text()}, {DETAIL_FILE, text()}};
-    }
-
-    QTemporaryDir m_root;
-    CRecursiveMutex m_mutex;
-    int m_nVersion = 0;
-    std::atomic<int> m_nComposed{0};
-    CFileSaver::StartThread m_start;
-    std::unique_ptr<CFileSaver> m_saver;
-};
-
-boost::thread noThread(const std::function<void()>&) { return {}; }
-
-void put(const std::string& path, const std::string& bytes) {
-    CDiskFiles files;
-    const int file = files.create(path, "");
-    files.write(file, bytes);
-    files.close(file);
-}
 
 std::string bytesOf(const std::string& path) {
     std::string bytes;
@@ -129,255 +30,377 @@ std::string bytesOf(const std::string& path) {
     return bytes;
 }
 
+void put(const std::string& path, const std::string& bytes) {
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
+}
+
+/// A saver without a manager. Each of its three files holds a digit, the version, in more bytes
+/// than a page or two, and with an even version there is the fourth one too: "111", "2222". Balance
+/// times are letters: "a11". A file that is not there is "-".
+struct Saver {
+    static constexpr std::size_t SIZE = 20000;
+
+    explicit Saver(CFileSaver::StartThread startThread = {}) : start(std::move(startThread)) {
+        reopen();
+    }
+    ~Saver() { disk::end(); }
+
+    std::unique_ptr<CFileSaver> make(std::unique_ptr<IFileSystem> files) {
+        const auto times = [this] { return CFileSaver::Texts{{STAT_FILE, text('a' - '1')}}; };
+        return std::make_unique<CFileSaver>(
+            mutex, boost::make_shared<CDoor>(), CFileSaver::Place{directory},
+            CFileSaver::Composer{[this](bool) { return compose(); }, times}, std::move(files),
+            start);
+    }
+    /// As another process would, which first reads.
+    void reopen(std::unique_ptr<IFileSystem> files = std::make_unique<CDiskFiles>()) {
+        saver.reset();
+        saver = make(std::move(files));
+        saver->load();
+    }
+    CFileSaver* operator->() { return saver.get(); }
+
+    void setVersion(char digit) {
+        const CLock lock(mutex);
+        version = digit;
+    }
+    void ask(char digit) {
+        setVersion(digit);
+        saver->saveAll(false);
+    }
+    void finish(const std::string& expected) {
+        EXPECT_NO_THROW(saver->finish());
+        EXPECT_EQ(all(), expected);
+    }
+    void save(char digit, const std::string& expected) {
+        ask(digit);
+        finish(expected);
+    }
+    /// All are replaced, and nothing but the lock is left beside them.
+    void saveWhole(char digit) {
+        save(digit, setOf(digit));
+        const auto count = std::distance(fs::directory_iterator(directory), {});
+        EXPECT_EQ(count, setOf(digit).size() + 1);
+    }
+
+    static std::string setOf(char digit) { return std::string(digit % 2 == 0 ? 4 : 3, digit); }
+    static std::string setOf(const std::function<std::string(const char*)>& bytes) {
+        std::string set;
+        for (const char* name : {STAT_FILE, BALANCE_FILE, DETAIL_FILE, KEPT_FILE}) {
+            const std::string found = bytes(name);
+            const bool isWhole = found == std::string(SIZE, found[0]);
+            set += found.empty() ? '-' : isWhole ? found[0] : '?';
+        }
+        return set.back() == '-' ? set.substr(0, 3) : set;
+    }
+    std::string path(const std::string& name) const { return directory + "/" + name; }
+    std::string all() const {
+        return setOf([&](const char* name) { return bytesOf(path(name)); });
+    }
+    /// What another process would load.
+    std::string loaded() {
+        CFileSaver::Texts texts = make(std::make_unique<CDiskFiles>())->load();
+        return setOf([&](const char* name) { return texts[name]; });
+    }
+
+    std::string text(int plus = 0) const {
+        return std::string(SIZE, static_cast<char>(version + plus));
+    }
+    CFileSaver::Texts compose() {
+        ++composed;
+        if (version == '0') throw std::runtime_error("no text");
+        return {{STAT_FILE, text()},
+                {BALANCE_FILE, text()},
+                {DETAIL_FILE, text()},
+                {KEPT_FILE, version % 2 == 0 ? text() : ""}};
+    }
+
+    // In memory, where there is such a place: a flush costs nothing there.
+    QTemporaryDir temporary{fs::exists("/dev/shm") ? "/dev/shm/saver-XXXXXX"
+                                                   : QDir::tempPath() + "/saver-XXXXXX"};
+    const std::string directory = temporary.path().toStdString() + "/data/Balance";
+    CRecursiveMutex mutex;
+    char version = '0';  // which cannot be composed
+    std::atomic<int> composed{0};
+    CFileSaver::StartThread start;
+    std::unique_ptr<CFileSaver> saver;
+};
+
+boost::thread noThread(const std::function<void()>&) { return {}; }
+
+/// The log's lines while it lives.
+struct Log {
+    Log() {
+        g_VexStdLogger.setTap([this](std::string_view, const std::string& line) { text += line; });
+    }
+    ~Log() { g_VexStdLogger.setTap({}); }
+    bool has(const std::string& part) const { return text.find(part) != text.npos; }
+    std::string text;
+};
+
+/// What happens at a step of a change.
+struct Mishap {
+    const char* name;
+    int times;              ///< the steps that fail
+    bool ends;              ///< the process ends with the change
+    disk::KeepsName keeps;  ///< with power, unless null: what was not flushed is lost
+};
+
+constexpr int EVER = disk::Fault::FOREVER;
+bool isMark(const std::string& path) { return path.ends_with(".commit"); }
+bool isAny(const std::string&) { return true; }
+
+/// A change that meets a mishap at one of its steps; "--1" is that two files are removed. Returns
+/// whether it has such a step.
+bool playMishap(const Mishap& mishap, int error, int at, char from, const std::string& to) {
+    SCOPED_TRACE(fmt::format("{} to {}, {}, error {}, step {}", from, to, mishap.name, error, at));
+    std::function<void()> thread;  // its work, once and without another try
+    Saver saver([&](const std::function<void()>& work) {
+        thread = work;
+        return boost::thread();
+    });
+    saver.saveWhole(from);
+    disk::begin();
+    disk::fail({.after = at, .times = mishap.times, .error = error});
+    if (to[0] == '-') {
+        saver->remove({STAT_FILE, BALANCE_FILE});
+    } else {
+        to[0] == 'a' ? saver->saveBalanceTimes() : saver.ask(to[0]);
+        thread();
+    }
+    const bool met = disk::steps() > at;
+    if (mishap.keeps) disk::crash(mishap.keeps);
+    disk::restart();
+    const std::string found = saver.loaded();
+    EXPECT_TRUE((met && found == Saver::setOf(from)) || found == to) << found;
+    if (mishap.ends) {
+        saver.reopen();
+        EXPECT_EQ(saver.all(), found) << "what was read is what is there";
+    } else {
+        saver.finish(to);
+    }
+    saver.saveWhole('5');
+    return met;
+}
+
 }  // namespace
 
-TEST(FileSaver, AKillAtAnyStepLeavesWholeFilesAndTheNextSaveWorks) {
-    Saver saver({}, noThread);
-    saver.saveWhole(1);
-    int kills = 0;
-    for (bool killed = true; killed; ++kills) {
-        SCOPED_TRACE(kills);
-        ASSERT_LT(kills, 100);
-        const pid_t child = fork();
-        if (child == 0) {
-            int step = 0;
-            saver.reopen([&](const std::string&, const std::string&) {
-                if (step++ == kills) _exit(9);
-                return true;
-            });
-            saver.ask(2);
-            saver->finish();
-            _exit(0);
+// Whoever reads afterwards finds the old set or the new one, and when the disk works again the
+// newest gets there.
+TEST(FileSaver, AMishapAtAnyStepLeavesTheOldSetOrTheNew) {
+    const Mishap mishaps[] = {
+        {"fails once", 1, false, {}},
+        {"fails from then on", EVER, false, {}},
+        {"fails once, then the process ends", 1, true, {}},
+        {"killed", EVER, true, {}},
+        {"power cut", EVER, true, std::not_fn(isAny)},
+        {"power cut, all names kept", EVER, true, isAny},
+        {"power cut, the mark kept", EVER, true, isMark},
+        {"power cut, the mark lost", EVER, true, std::not_fn(isMark)},
+        {"fails once, then a power cut", 1, true, isMark},
+    };
+    for (const std::string to : {"2222", "333", "--1", "a11"}) {
+        for (const Mishap& mishap : mishaps) {
+            for (const int error : {EIO, ENOSPC, EACCES, EROFS, 0}) {
+                if (error != EIO && mishap.ends) continue;
+                const char from = to == "333" ? '2' : '1';
+                int at = 0;
+                while (at < 100 && !HasFailure() && playMishap(mishap, error, at, from, to)) ++at;
+                EXPECT_TRUE(at > 5 && at < 100) << "a change has more steps";
+            }
         }
-        int status = 0;
-        ASSERT_EQ(waitpid(child, &status, 0), child);
-        ASSERT_TRUE(WIFEXITED(status));
-        killed = WEXITSTATUS(status) == 9;
-        for (const char* name : {STAT_FILE, BALANCE_FILE, DETAIL_FILE}) {
-            const std::string found = saver.file(name);
-            EXPECT_TRUE(found == "1" || found == "2") << name << " " << found;
-        }
-        saver.reopen();
-        saver.saveWhole(killed ? 1 : 3);
     }
-    // Three files in four steps each, three names, the directory twice.
-    EXPECT_GE(kills, 16);
 }
 
-TEST(FileSaver, AFailedStepLeavesTheOldFileAndNothingBesideIt) {
+// The end of a save that counts already is made at the next start, and that too may be cut
+// short anywhere. A second client that saw the mark meanwhile keeps it in mind no longer than
+// it is without the lock.
+TEST(FileSaver, WhatCountsIsCarriedThroughByWhoeverStartsNext) {
+    bool met = true;
+    for (int at = 0; met; ++at) {
+        SCOPED_TRACE(at);
+        Saver saver(noThread);
+        saver.saveWhole('2');
+        disk::begin();
+        disk::fail({.step = disk::EStep::Rename, .after = 1, .times = EVER, .error = EIO});
+        disk::fail({.step = disk::EStep::Remove, .times = EVER, .error = EIO});
+        saver.save('1', "2222");  // behind the mark nothing is done
+        const auto second = saver.make(std::make_unique<CDiskFiles>());
+        EXPECT_EQ(second->load().size(), 3U);
+        disk::crash(isAny);
+        disk::restart();
+        const int before = disk::steps();
+        disk::fail({.after = at, .times = EVER, .error = EIO});
+        saver.reopen();
+        met = disk::steps() - before > at;
+        disk::crash();
+        disk::restart();
+        EXPECT_EQ(saver.loaded(), "111");
+        saver.reopen();
+        EXPECT_EQ(saver.all(), "111");
+        saver.saveWhole('2');
+        saver.saver.reset();
+        EXPECT_EQ(second->load().size(), 4U) << "the mark was another one's";
+    }
+}
+
+TEST(FileSaver, NothingIsReplacedThatWasNotRead) {
     const struct {
-        const char *call, *file, *expected;  ///< the file only where the path is known
+        const char* name;
+        std::function<void(Saver&, const std::string& path)> meanwhile;
+        const char* logged;  ///< "": it is saved
     } cases[] = {
-        {"makeDirectory", "", "1|1|1"},
-        {"create", STAT_FILE, "1|2|2"},
-        {"create", DETAIL_FILE, "2|2|1"},
-        {"write", "", "1|1|1"},
-        {"flush", "", "1|1|1"},
-        {"close", "", "1|1|1"},
-        {"rename", BALANCE_FILE, "2|1|2"},
-        {"flushDirectory", "", "2|2|2"},
+        {"changed", [](Saver&, const auto& path) { put(path, "other"); }, "changed the file"},
+        {"removed", [](Saver&, const auto& path) { fs::remove(path); }, ""},
+        {"written again", [](Saver&, const auto& path) { put(path, bytesOf(path)); }, ""},
+        {"closed to writing",
+         [](Saver&, const auto& path) { fs::permissions(path, fs::perms::owner_read); },
+         "not writable"},
+        {"the directory was not there at the start",
+         [](Saver& saver, const auto&) {
+             fs::rename(saver.directory, saver.directory + ".away");
+             saver.reopen();
+             fs::rename(saver.directory + ".away", saver.directory);
+         },
+         "changed the file"},
+        {"too large to be read",
+         [](Saver& saver, const auto& path) {
+             fs::resize_file(path, 3'000'000'000);
+             saver.reopen();
+         },
+         "file too large"},
     };
     for (const auto& each : cases) {
-        SCOPED_TRACE(std::string(each.call) + " " + each.file);
+        SCOPED_TRACE(each.name);
         Saver saver;
-        saver.saveWhole(1);
-        saver.reopen([&](const std::string& call, const std::string& path) {
-            return call != each.call || path.find(each.file) == std::string::npos;
-        });
-        saver.save(2, each.expected);
-        EXPECT_EQ(std::distance(fs::directory_iterator(saver.directory()), {}), 3);
-        saver.reopen();
-        saver.saveWhole(3);
+        saver.saveWhole('1');
+        const Log log;
+        each.meanwhile(saver, saver.path(BALANCE_FILE));
+        saver.save('3', *each.logged ? saver.all() : "333");
+        EXPECT_TRUE(log.has(each.logged)) << log.text;
     }
 }
 
-TEST(FileSaver, AFullDiskAndADirectoryInTheFilesPlace) {
+TEST(FileSaver, ADirectoryBelongsToOneClient) {
     Saver saver;
-    saver.saveWhole(1);
-    std::signal(SIGXFSZ, SIG_IGN);
-    rlimit before{};
-    getrlimit(RLIMIT_FSIZE, &before);
-    rlimit full = before;
-    full.rlim_cur = 1000;
-    setrlimit(RLIMIT_FSIZE, &full);
-    saver.save(2, "1|1|1");
-    setrlimit(RLIMIT_FSIZE, &before);
-
-    fs::remove(saver.path(BALANCE_FILE));
-    fs::create_directory(saver.path(BALANCE_FILE));
-    EXPECT_FALSE(saver->load(BALANCE_FILE).has_value());
-    saver.save(3, "3|none|3");
-    fs::remove(saver.path(BALANCE_FILE));
-    saver.saveWhole(4);
-
-    // Where the directory should be there is a file.
-    fs::remove_all(saver.directory());
-    put(saver.directory(), "");
-    saver.save(5, "none|none|none");
-    saver.remove({DETAIL_FILE});
-    fs::remove(saver.directory());
-    saver.saveWhole(6);
+    const Log log;
+    saver.saveWhole('1');
+    const auto second = saver.make(std::make_unique<CDiskFiles>());
+    EXPECT_EQ(second->load().size(), 3U) << "reading is free";
+    saver.setVersion('3');
+    second->saveAll(false);
+    second->finish();
+    second->remove({DETAIL_FILE});
+    EXPECT_EQ(saver.all(), "111");
+    EXPECT_TRUE(log.has("another client")) << log.text;
+    saver.saveWhole('5');
+    saver.saver.reset();
+    second->finish();
+    EXPECT_EQ(saver.all(), "555") << "the second has not read these";
+    second->load();
+    saver.setVersion('3');
+    second->finish();
+    EXPECT_EQ(saver.all(), "333") << "the directory is free";
 }
 
-TEST(FileSaver, WhatStandsUnderTheStagesNameGoes) {
+TEST(FileSaver, LinksStayLinks) {
     Saver saver;
-    saver.saveWhole(1);
-    const fs::path file = saver.path(BALANCE_FILE);
-    const fs::path stage = saver.path(BALANCE_FILE) + ".new";
-    fs::create_directory(stage);
-    saver.saveWhole(2);
-
-    const fs::path other = saver.path("other");
-    fs::copy_file(file, other);
-    fs::create_symlink(other, stage);
-    saver.save(3, "3|3|3");
-    EXPECT_EQ(saver.file("other"), "2") << "the link's target is left alone";
-    EXPECT_FALSE(fs::is_symlink(file));
-    fs::remove(other);
-
-    // A stage that could neither be put in place nor removed.
-    saver.reopen([](const std::string& call, const std::string& path) {
-        return (call != "rename" && call != "remove") || path.find(BALANCE_FILE) == path.npos;
-    });
-    saver.save(4, "4|3|4");
-    EXPECT_TRUE(fs::exists(stage));
+    saver.saveWhole('1');
+    const std::string far = saver.directory + "/../far.csv";
+    fs::rename(saver.path(DETAIL_FILE), far);
+    fs::create_symlink("../far.csv", saver.path(DETAIL_FILE));
+    fs::remove(saver.path(STAT_FILE));
+    fs::create_symlink("missing.csv", saver.path(STAT_FILE));
+    // What stands under the stage's name goes, and a link's target is left alone.
+    fs::create_symlink(far, saver.path(BALANCE_FILE) + ".new");
     saver.reopen();
-    saver.saveWhole(5);
-}
-
-TEST(FileSaver, AFileClosedToWritingIsLeftAndLogged) {
-    Saver saver;
-    saver.saveWhole(1);
-    fs::permissions(saver.path(BALANCE_FILE), fs::perms::owner_read);
-    std::vector<std::string> log;
-    g_VexStdLogger.setTap(
-        [&](std::string_view, const std::string& message) { log.push_back(message); });
-    saver.save(2, "2|1|2");
-    g_VexStdLogger.setTap({});
-    EXPECT_EQ(log, (std::vector<std::string>{"file not writable, left as it is : " +
-                                             saver.path(BALANCE_FILE)}));
-    fs::permissions(saver.path(BALANCE_FILE), fs::perms::owner_all);
-    saver.saveWhole(3);
-}
-
-TEST(FileSaver, WhatCannotBeComposedStillStands) {
-    for (const bool onThread : {false, true}) {
-        Saver saver({}, onThread ? CFileSaver::StartThread() : noThread);
-        saver.save(-1, "none|none|none");
-        saver->saveBalanceTimes();
-        saver.finish("none|none|none");
-        saver.setVersion(1);
-        saver.finish("times 1|1|1");
-    }
+    saver.save('3', "333");
+    EXPECT_TRUE(fs::is_symlink(saver.path(STAT_FILE)));
+    EXPECT_EQ(bytesOf(far)[0], '3');
+    saver->remove({STAT_FILE, DETAIL_FILE});
+    EXPECT_EQ(saver.all(), "-3-");
+    saver.save('5', "555");
+    EXPECT_TRUE(fs::is_symlink(saver.path(DETAIL_FILE)));
 }
 
 TEST(FileSaver, ABurstIsServedByOneThread) {
-    std::atomic<int> started{0}, alive{0}, most{0};
-    Saver saver({}, [&](const std::function<void()>& work) {
+    std::atomic<int> started{0};
+    Saver saver([&](const std::function<void()>& work) {
         ++started;
-        return boost::thread([&, work] {
-            most = std::max(most.load(), ++alive);
-            work();
-            --alive;
-        });
+        return boost::thread(work);
     });
     {
-        const CLock lock(saver.mutex());
-        for (int each = 1; each <= 10000; ++each) saver.ask(each);
-        EXPECT_EQ(started, 1);
-        EXPECT_EQ(saver.composed(), 0);
+        const CLock lock(saver.mutex);
+        for (int each = 1; each <= 10000; ++each) saver.ask('1');
+        EXPECT_EQ(started + saver.composed, 1);
     }
-    saver.finish("10000|10000|10000");
-    EXPECT_EQ(saver.composed(), 1);
-
-    // The same while saves get through in between.
-    for (int each = 1; each <= 10000; ++each) saver.ask(each);
-    saver.finish("10000|10000|10000");
-    EXPECT_EQ(most, 1);
-    EXPECT_LE(started, saver.composed() + 1);
+    saver.finish("111");
+    EXPECT_EQ(saver.composed, 1);
+    for (int each = 1; each <= 10000; ++each) saver.ask('3');  // saves get through in between
+    saver.finish("333");
+    EXPECT_LE(started, saver.composed + 1);
 }
 
-TEST(FileSaver, TheLastWishDecides) {
-    Saver saver({}, noThread);
-    saver.setVersion(1);
-    saver->saveBalanceTimes();
-    saver.finish("times 1|none|none");
-    saver->saveBalanceTimes();
-    saver.save(1, "1|1|1");
-    saver.ask(2);
-    saver->saveBalanceTimes();
-    saver.finish("times 2|2|2");
-    EXPECT_EQ(saver.composed(), 2);
-}
-
-TEST(FileSaver, FinishingDoesNotWaitForAThreadThatWaitsForTheLock) {
-    Saver saver;
-    const CLock lock(saver.mutex());  // as a handler that releases the manager
-    saver.save(1, "1|1|1");
-}
-
-TEST(FileSaver, AThreadThatCannotStartIsReportedAndItsSaveStands) {
+// What cannot be composed and whose thread cannot start still stands, and the last wish decides.
+TEST(FileSaver, WhatIsAskedForStands) {
     bool fail = true;
-    Saver saver({}, [&](const std::function<void()>& work) {
+    Saver saver([&](const std::function<void()>& work) {
         if (fail) throw boost::thread_resource_error(EAGAIN);
         return boost::thread(work);
     });
-    EXPECT_THROW(saver.ask(1), boost::thread_resource_error);
-    saver.finish("1|1|1");
-    EXPECT_THROW(saver.ask(2), boost::thread_resource_error);
+    EXPECT_THROW(saver.ask('0'), boost::thread_resource_error);
+    saver.finish("---");
     fail = false;
     saver->saveBalanceTimes();
-    saver.finish("times 2|2|2");
+    saver.finish("---");
+    saver.setVersion('1');
+    saver.finish("a11");
+    saver->saveBalanceTimes();
+    const CLock lock(saver.mutex);  // as a handler that releases the manager
+    saver.save('3', "333");
 }
 
 TEST(FileSaver, NothingComposedBeforeARemovalComesBack) {
-    std::promise<void> writing, go;
-    std::atomic<bool> first{true};
-    Saver saver([&](const std::string& call, const std::string&) {
-        if (call == "flush" && first.exchange(false)) {
-            writing.set_value();
-            go.get_future().wait();
+    struct Slow : CDiskFiles {
+        bool flush(int file) override {
+            if (first.exchange(false)) {
+                writing.set_value();
+                go.get_future().wait();
+            }
+            return CDiskFiles::flush(file);
         }
-        return true;
-    });
-    saver.ask(1);
-    writing.get_future().wait();
-    saver.remove({STAT_FILE, BALANCE_FILE});
-    go.set_value();
-    saver.finish("none|none|1");
-    saver.saveWhole(2);
+        std::promise<void> writing, go;
+        std::atomic<bool> first{true};
+    };
+    Saver saver;
+    auto files = std::make_unique<Slow>();
+    Slow& slow = *files;
+    saver.reopen(std::move(files));
+    saver.ask('1');
+    slow.writing.get_future().wait();
+    saver->remove({STAT_FILE, BALANCE_FILE});
+    slow.go.set_value();
+    saver.finish("--1");
+    saver.saveWhole('3');
 }
 
-TEST(FileSaver, AFileThatCannotBeReadIsNeverLost) {
+TEST(FileSaver, AFileInNoEncodingIsKeptBeside) {
     const std::string broken = "资\xFF\xFE old";
-    bool canCopy = false;
-    bool canRead = true;
     Saver saver;
     const std::string detail = saver.path(DETAIL_FILE);
-    fs::create_directories(saver.directory());
+    fs::create_directories(saver.directory);
     put(detail, broken);
-    saver.reopen([&](const std::string& call, const std::string& path) {
-        if (call == "read") return canRead;
-        return canCopy || call != "create" || path.find(".unreadable") == std::string::npos;
-    });
-    EXPECT_FALSE(saver->load(DETAIL_FILE).has_value());
-    saver.save(1, "1|1|not whole");
-    EXPECT_EQ(bytesOf(detail), broken);
-    canRead = false;
-    canCopy = true;
-    saver.save(1, "1|1|not whole");
-    EXPECT_EQ(bytesOf(detail), broken) << "what cannot be read is not replaced";
-    canRead = true;
-    saver.save(2, "2|2|2");
+    saver.reopen();
+    disk::fail({.step = disk::EStep::Write, .times = EVER, .error = ENOSPC});
+    saver.save('1', "--?");
+    EXPECT_EQ(bytesOf(detail), broken) << "no copy, no save";
+    disk::end();
+    saver.save('3', "333");
     EXPECT_EQ(bytesOf(detail + ".unreadable"), broken);
 
     put(detail, broken);
     saver.reopen();
-    saver->load(DETAIL_FILE);
-    saver.remove({DETAIL_FILE});
-    EXPECT_EQ(saver.all(), "2|2|none");
+    saver->remove({DETAIL_FILE});
+    EXPECT_EQ(saver.all(), "33-");
     EXPECT_EQ(bytesOf(detail + ".unreadable.2"), broken);
-    saver.reopen([](const std::string& call, const std::string&) { return call != "remove"; });
-    saver.remove({STAT_FILE});
-    saver.save(3, "3|3|3");  // a file that could not be removed
 }

@@ -168,11 +168,9 @@ TEST(Registry, RolloverReloadsAndKeepsEarlierDays) {
     Ready f;
     f.deal({.key = 1, .strategy = "S"});
     f.task({.key = 1, .strategy = "S"});
-    f.writeFile("detail.csv", "x\n");
     f.forget();
     f.newTradingDate("20240103", "20240104");
     EXPECT_EQ(f.manager().getTradeDate(), "20240103") << "the data center's date counts";
-    EXPECT_FALSE(f.file("detail.csv"));
     const TC::ManagerState state = f.state();
     EXPECT_EQ(state.dealDetails.count(Fixture::day("20240102")), 1u);
     EXPECT_TRUE(state.dealDetails.at(Fixture::day("20240103")).empty());

@@ -5,7 +5,6 @@
 #include <limits>
 
 using namespace TC;
-using namespace std::string_literals;
 
 TEST(CsvFiles, BalanceRowToTheByte) {
     // Sold stands before bought in the volumes, bought before sold in the amounts.
@@ -72,19 +71,8 @@ TEST(CsvFiles, NumbersThatAreNoneReadAsNothing) {
     EXPECT_TRUE(csv::readBalanceRows("h\n,SH600000,1,1,1,1,d\nK,SH600000,1,1,1,1\n").empty());
 }
 
-TEST(CsvFiles, StampsTradeKeysAndBalanceTimes) {
-    for (const char* stamp : {"20240105153000", "20240106000000"}) {
-        EXPECT_TRUE(csv::countsAsAdded(stamp, "20240105")) << stamp;
-    }
-    for (const std::string& stamp :
-         {"20240105152959"s, "20240104235959"s, csv::dayStamp("20240105")}) {
-        EXPECT_FALSE(csv::countsAsAdded(stamp, "20240105")) << stamp;
-    }
+TEST(CsvFiles, TradeKeysAndBalanceTimes) {
     EXPECT_EQ(csv::tradeKey("20240105", "x_1"), "20240105_x_1");
-    EXPECT_TRUE(csv::isTradeKeyOf("20240105_x_1", "20240105"));
-    EXPECT_FALSE(csv::isTradeKeyOf("20240104_1", "20240105"));
-    EXPECT_FALSE(csv::isTradeKeyOf("202401051", "20240105"));
-
     const auto times =
         csv::timesByHistoryKey({{"A:B:S", "100000"}, {"AB:S", "110000"}, {"C:", "x"}});
     EXPECT_EQ(times, (std::map<std::string, std::string>{{"ABS", "100000"}, {"C", "x"}}));

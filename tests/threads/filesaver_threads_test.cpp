@@ -59,9 +59,9 @@ TEST(FileSaverThreads, AskingRemovingAndFinishingAtOnceEndsWithTheLastState) {
         ++state;
         saver.remove({STAT_FILE, BALANCE_FILE});
     }
-    EXPECT_FALSE(saver.load(STAT_FILE));
+    EXPECT_TRUE(saver.load().empty());
     saver.saveAll(false);
     saver.finish();
-    EXPECT_EQ(saver.load(STAT_FILE), "state 1021");
-    EXPECT_EQ(saver.load(BALANCE_FILE), "state 1021");
+    EXPECT_EQ(saver.load(),
+              (CFileSaver::Texts{{STAT_FILE, "state 1021"}, {BALANCE_FILE, "state 1021"}}));
 }
