@@ -632,7 +632,7 @@ protected:
 
     // files: linkage/store/savefiles.cpp, linkage/store/loadfiles.cpp
     RoomPtr<CFileSaver> makeSaver();
-    static RoomPtr<CBookWriter> makeBook();
+    RoomPtr<CBookWriter> makeBook() const;
     void readFromFile();
     void readKeptBalanceTimes();
     /// The rows of each file as they stand now; also sets the write stamp.

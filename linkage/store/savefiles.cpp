@@ -122,10 +122,11 @@ RoomPtr<CFileSaver> CLinkageManager::makeSaver() {
         std::make_unique<CDiskFiles>());
 }
 
-RoomPtr<CBookWriter> CLinkageManager::makeBook() {
+RoomPtr<CBookWriter> CLinkageManager::makeBook() const {
     const QString directory = getDataDir() + "/" + "Balance";
-    return makeRoom<CBookWriter>(std::make_unique<CBookFile>(
-        QFile::encodeName(directory).toStdString(), std::make_unique<CDiskFiles>()));
+    return makeRoom<CBookWriter>(
+        std::make_unique<CBookFile>(QFile::encodeName(directory).toStdString(),
+                                    std::make_unique<CDiskFiles>(), m_pSaver->directoryLock()));
 }
 
 void CLinkageManager::writedata(bool withTime) { m_pSaver->saveAll(withTime); }

@@ -1,11 +1,14 @@
 #include "linkage/balance/balancebook.h"
+#include "linkage/store/directorylock.h"
 #include "linkage/store/diskfaults.h"
 #include "replay/manageraccess.h"
 #include "tests/manager/balancing.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <filesystem>
 #include <functional>
 #include <string>
 
@@ -413,6 +416,43 @@ TEST(GuardBook, NothingIsSentWithoutALineOnDisk) {
             TC::disk::end();
         }
     }
+}
+
+TEST(GuardBook, NobodyBalancesWithABookThatIsAnothersToWrite) {
+    Guarded f;
+    f.trade(SH, 1000, 0);
+    f.release();
+    const std::string name = "balances-20240102.jsonl";
+    const std::string directory = f.dataDir().toStdString() + "/Balance";
+    const std::string far = directory + "/../far.jsonl";
+    f.writeFile("../far.jsonl", "");
+    std::filesystem::create_symlink("../far.jsonl", directory + "/" + name);
+    auto other =
+        std::make_unique<TC::CDirectoryLock>(directory, std::make_shared<TC::CDiskFiles>());
+    other->take();
+    f.init();
+    EXPECT_FALSE(f.ask());
+    EXPECT_THAT(f.logTexts(), testing::Contains(testing::HasSubstr("another client")));
+    other.reset();
+    EXPECT_TRUE(f.ask()) << "the book is read when it is free";
+    f.settle();
+    EXPECT_GT(std::filesystem::file_size(far), 0U) << "where the link leads";
+
+    // One that came and went while the lock was lost.
+    std::filesystem::remove(directory + "/.lock");
+    f.writeFile(name, "what another wrote\n");
+    f.advance(5);
+    EXPECT_EQ(f.file(name), "what another wrote\n");
+    f.release();
+    f.init();
+    f.ask();
+    std::filesystem::resize_file(far, TC::IFileSystem::MOST_BYTES - 1000);
+    f.advance(5);
+    EXPECT_EQ(f.sent(), Lines{}) << "no later start could read what grows further";
+    std::filesystem::resize_file(far, 3'000'000'000);
+    f.release();
+    f.init();
+    EXPECT_FALSE(f.ask()) << "a part of the book is no book";
 }
 
 TEST(GuardBook, ADamagedLastLineCostsThatLine) {
