@@ -3,6 +3,7 @@
 #include "linkage/core/guarded.h"
 #include "linkage/core/published.h"
 #include "linkage/core/quotes.h"
+#include "linkage/ledger/attribution.h"
 #include "linkage/ledger/daykey.h"
 #include "linkage/ledger/ledger.h"
 #include "linkage/ledger/valuerule.h"
@@ -61,7 +62,7 @@ void CLinkageManager::renewPeriodTotals(const std::string& accountKey,
         addMinutes(*m_pLedger, *figures, own);
         totals[strategy] = totalsOf(own);
     }
-    totals[std::string()] = totalsOf(wide);
+    totals[WHOLE_ACCOUNT] = totalsOf(wide);
 }
 
 void CLinkageManager::renewCloseValues(const std::string& stockKey) {

@@ -1,6 +1,7 @@
 #include "linkage/core/accounts.h"
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/published.h"
+#include "linkage/ledger/attribution.h"
 #include "linkage/ledger/daykey.h"
 #include "linkage/ledger/ledger.h"
 #include "linkage/ledger/orderrule.h"
@@ -36,7 +37,7 @@ template <class Visit>
 void CLinkageManager::forEachTotal(const std::set<std::string>& accountKeys,
                                    const std::set<std::string>& strategies,
                                    const std::set<std::string>& stockKeys, Visit visit) const {
-    const bool withRest = selects(strategies, std::string());
+    const bool withRest = selects(strategies, WHOLE_ACCOUNT);
     std::vector<TradedValue> named;
     m_pLedger->selectFigures(
         accountKeys, strategies, stockKeys,

@@ -27,8 +27,7 @@ public:
     }
     void set(T value) { std::atomic_ref<T>(m_value).store(value, std::memory_order_relaxed); }
 
-    /// For the one writer, whom nobody writes beside: a plain read, which the compiler may
-    /// combine with others.
+    /// For the only writer: a plain read, which the compiler may combine with others.
     T own() const { return m_value; }
 
     /// For the one writer: not a read-modify-write that two writers could share.
