@@ -74,8 +74,8 @@ void CGuardedBalances::newDay(const std::string& date) {
     std::erase_if(m_senders, [&](const auto& each) { return !m_balances.count(each.second); });
     m_bAllLoading = true;
     ++m_nGeneration;
-    m_finals.clear();
     if (date != m_strDate) {
+        m_finals.clear();
         m_strDate = date;
         m_bUnread = true;
         bookIsRead();

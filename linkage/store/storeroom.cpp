@@ -1,5 +1,6 @@
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/managerstate.h"
+#include "linkage/core/published.h"
 #include "linkage/store/csvfiles.h"
 #include "linkage/store/filesaver.h"
 #include "linkage/store/historystate.h"
@@ -18,7 +19,19 @@ RoomPtr<ImportedRecords> CLinkageManager::makeImportedRecords() {
 
 void CLinkageManager::newStoreDay() {
     m_pHistory->m_alreadyAddedKeys.clear();
-    m_pHistory->m_writtenTradeKeys.clear();
+    auto& written = m_pHistory->m_writtenTradeKeys;
+    if (m_options.guard) {
+        // A date that is announced again brings the same deals again: what history has of them
+        // would count twice, and be balanced away by the opposite order.
+        const std::string date = m_pTradeDate->get();
+        for (auto& [key, trades] : written) {
+            std::erase_if(trades,
+                          [&](const auto& trade) { return !csv::isTradeKeyOf(trade, date); });
+        }
+        std::erase_if(written, [](const auto& each) { return each.second.empty(); });
+        if (!written.empty()) return;
+    }
+    written.clear();
     m_pSaver->remove({DETAIL_FILE, KEPT_FILE});
 }
 

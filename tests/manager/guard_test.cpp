@@ -321,6 +321,12 @@ TEST(Guard, BalancesHistoryLikewise) {
     EXPECT_EQ(f.manager().previewHistoryBalance("A", "S").stocks.at(0).outcome,
               TC::EBalanceOutcome::Waiting);
     EXPECT_EQ(f.manager().previewBalance("A", "S").stocks.at(0).least, 500);
+
+    // The date that runs is announced again: its deals are no new ones.
+    f.newTradingDate("20240102");
+    const TC::StockBalance again = f.manager().previewHistoryBalance("A", "S").stocks.at(0);
+    EXPECT_EQ(again.least, 0);
+    EXPECT_EQ(again.most, 200);
 }
 
 // ------------------------------------------------------------------- the book on disk
