@@ -16,9 +16,10 @@ linkage/draw     linkage platform
 paper            linkage/core common platform
 replay           paper linkage/* common platform
 desk             replay paper linkage/* common platform
+lab              replay paper linkage/* common platform
 textbook         linkage/core linkage/ledger linkage common platform
 bench            textbook replay paper linkage/* common platform
-tests            desk textbook replay paper linkage/* common platform
+tests            lab desk textbook replay paper linkage/* common platform
 '
 
 git ls-files -co --exclude-standard -- '*.h' '*.cpp' | xargs grep -oE '^#include "[^"]+"' |

@@ -1,0 +1,130 @@
+#pragma once
+
+#include "lab/agenda.h"
+#include "lab/broker.h"
+#include "lab/client.h"
+#include "lab/invariants.h"
+#include "lab/model.h"
+#include "lab/truth.h"
+#include "paper/loop.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace lab {
+
+struct DayOptions {
+    bool guard = true;
+    bool trace = false;
+    std::string directory;  ///< for the client's files; what is in its "Balance" goes
+};
+
+/// What a day came to.
+struct Outcome {
+    std::uint64_t seed = 0;
+    std::vector<std::string> violations;  ///< with the moment; none without the guard
+    bool tooMuch = false;                 ///< some balance traded too much
+    int commands = 0;
+    FaultCounts faults{};
+    std::map<std::string, long> endings;
+    std::vector<std::string> trace;
+};
+
+/// One day: the library between a broker and a trader, on virtual time. A crash ends the
+/// library in the middle of a call; broker and trader live on.
+///
+/// Threads: one, with a QCoreApplication; one day at a time in a process.
+class CDay final : public IRequests {
+public:
+    CDay(const Plan& plan, const DayOptions& options);
+    ~CDay() override;
+
+    Outcome play();
+
+private:
+    friend class CTrader;
+
+    // the process and its files: lab/process.cpp
+    void up();
+    void comeBackAfter(int seconds);
+    void restart(int seconds);
+    void disturb(const Step& step);
+    void failDisk(const Step& step);
+    void crash();
+    void bury();
+    void clearFiles();
+    std::string bookText() const;
+    std::vector<SentCommand> commandsOf(const std::map<int, BookEntry>& book);
+    void newDate(bool another);
+    void load(int account);
+    TC::CLinkageManager& manager() const;
+    bool lives() const { return m_bUp && !m_bDead; }
+
+    // what the library asks for: lab/requests.cpp
+    void onCommand(const vexservice::COrderComandParam& command,
+                   const Completion& completion) override;
+    void onCancelOrder(std::uint64_t key) override;
+    void onTerminateTask(std::uint64_t key) override;
+    SentCommand commandOf(const vexservice::COrderComandParam& command) const;
+    void execute(SentCommand& sent, const Completion& completion);
+    void answer(const Completion& completion, const SentCommand& sent, std::int64_t at,
+                const std::string& error);
+    void startTask(const Step& step);
+    void endTask(std::uint64_t key, vexservice::ETaskStatus status);
+
+    // lab/day.cpp
+    void hear(const OrderReport& report);
+    void hear(const DealReport& report);
+    void passTo(std::int64_t micros);
+    void passAll();
+    void rest();
+    bool settle();
+    void calmDown();
+    void askAll(bool wholeAccounts);
+    void checkEnd();
+    void checkEnd(const Pair& pair, int stock);
+    std::int64_t now() const { return m_loop.nowMicros(); }
+    void happens(EFault fault) { ++m_outcome.faults[static_cast<std::size_t>(fault)]; }
+    bool rolls(CRandom& random, EFault fault);
+    void fail(const std::string& what);
+    template <class... Arguments>
+    void trace(const char* format, const Arguments&... arguments);
+    void addTrace(const std::string& text);
+    const std::string& accountOf(int account) const {
+        return m_plan.accounts[static_cast<std::size_t>(account)];
+    }
+
+    const Plan m_plan;
+    const DayOptions m_options;
+    Outcome m_outcome;
+    paper::CVirtualLoop m_loop;
+    CAgenda m_agenda;
+    CModel m_model;
+    CBroker m_broker;
+    CTruth m_truth;
+    CInvariants m_invariants;
+    std::unique_ptr<CClient> m_pClient;
+
+    bool m_bUp = false;
+    bool m_bDead = false;  ///< crashed, and its calls not unwound yet
+    bool m_bCalm = false;
+    bool m_bDirty = false;
+    int m_nLife = 0;  ///< rises with each start of the library
+    int m_nDate = 0;
+    int m_nDownFor = 0;
+    int m_nSerial = 0;
+    int m_nNumber = 0;
+    std::uint64_t m_nTasks = 500'000;
+    std::map<std::uint64_t, Origin> m_tasks;
+    /// Stocks of pairs of which a part of a command never showed up.
+    std::set<std::pair<Pair, int>> m_halfVanished;
+    const Step* m_pCrashInSend = nullptr;
+    const Step* m_pCrashInCancel = nullptr;
+    std::map<int, std::pair<SentCommand, Completion>> m_tooLate;  ///< by number
+};
+
+}  // namespace lab
