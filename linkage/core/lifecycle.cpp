@@ -1,5 +1,6 @@
 #include "linkage/core/accounts.h"
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/datacenter.h"
 #include "linkage/core/enginestate.h"
 #include "linkage/core/guarded.h"
 #include "linkage/core/managerstate.h"
