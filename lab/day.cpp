@@ -249,6 +249,9 @@ void CDay::checkEnd(const Pair& pair, int stock) {
     if (!pair.strategy.empty() && !pair.history) return;
     const std::int64_t left = bought - sold + (pair.history ? m_model.restOf(pair, stock) : 0);
     if (!of.detail || !of.priced || std::abs(left) < of.unit) return;
+    // Without numbers what was sent last stays open until it is lost.
+    const Range range = m_model.range(pair, stock);
+    if (!m_plan.numbered && range.least() != range.most()) return;
     for (const auto& [part, stuck] : m_halfVanished) {
         if (stuck == stock && pair.holds(part)) return;
     }
