@@ -3,6 +3,7 @@
 #include "linkage/core/guarded.h"
 #include "linkage/core/published.h"
 #include "linkage/core/quotes.h"
+#include "linkage/core/raise.h"
 #include "linkage/ledger/attribution.h"
 #include "linkage/ledger/daykey.h"
 #include "linkage/ledger/ledger.h"
