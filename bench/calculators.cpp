@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t PASSES = 20;
 
-/// Every record has traded, so that every profit is worth something.
+/// Every record has a deal, so that every record has a profit.
 Workload makeTraded() {
     Workload traded = makeWorld({});
     std::uint64_t key = 1'000'000'000;
@@ -59,7 +59,8 @@ public:
     }
 
 private:
-    // Made once, and checked: all profits are equal before any is timed.
+    // Makes the programs once, and checks that all their profits are equal before any pass is
+    // timed.
     void prepare() {
         if (m_pLibrary) return;
         m_traded = makeTraded();
@@ -71,7 +72,7 @@ private:
         library(1);
         TC::ManagerState expected = m_pLimit->state();
         TC::ManagerState actual = m_pLibrary->state();
-        expected.latestPrices.clear();  // a pass empties them
+        expected.latestPrices.clear();  // the library empties them in a pass
         const std::string difference = textbook::firstDifference(expected, actual);
         if (!difference.empty()) throw std::runtime_error("passes disagree: " + difference);
     }
@@ -86,7 +87,7 @@ public:
     static constexpr std::size_t DEALS = 20'000;
     static constexpr std::size_t PART = 1'000;
 
-    /// Seconds for each thousand deals with a reading after each.
+    /// Seconds for each thousand deals, with a query after each deal.
     std::vector<double> run() {
         Workload world = makeWorld({});
         Report ids;
@@ -125,7 +126,7 @@ void addCalculators() {
     add("pass/limit", 5, PASSES, [passes] { return passes->limit(); });
     add("pass/all", 5, PASSES, [passes] { return passes->library(1); });
     add("pass/one-percent", 5, PASSES, [passes] { return passes->library(100); });
-    // Last: the manager is one per process, and the passes must give it back.
+    // Last, because a process has one manager: the passes must release theirs first.
     add("deals/20,000 on one record", 5, CManyDeals::DEALS, [passes]() mutable {
         *passes = CPasses();
         const std::vector<double> parts = CManyDeals().run();

@@ -14,7 +14,7 @@ namespace bench {
 
 namespace {
 
-/// A workload that is made when it is first used, and only kept for as long.
+/// A workload that is made when it is first used.
 class CLazyDay {
 public:
     explicit CLazyDay(Size size) : m_size(size) {}
@@ -58,7 +58,8 @@ double bytesFor(const Workload& orders) {
     const double before = bytesInUse();
     double after = 0.0;
     {
-        // What stands there before the first order is not the orders'.
+        // What the library and the textbook take before the first order is not the orders'. The
+        // limit's arrays are made with the program, so they count.
         Program program(orders);
         const double empty = std::is_same_v<Program, CLimitProgram> ? before : bytesInUse();
         play(program, orders);
@@ -67,8 +68,8 @@ double bytesFor(const Workload& orders) {
     return after;
 }
 
-// Two workloads over the same figures, one with more orders: their difference is the
-// orders' part, the rest is the figures'.
+// Measures two workloads over the same figures, the second with more orders. The difference is what
+// the orders take; the rest is what the figures take.
 template <class Program>
 void addMemory(const std::string& name) {
     benchmark::RegisterBenchmark(("bytes/" + name).c_str(), [name](benchmark::State& state) {
@@ -109,7 +110,7 @@ void addCurve(const std::string& label, std::size_t factor) {
 
 void addIntake() {
     const auto day = std::make_shared<CLazyDay>(Size{});
-    // In turns, so that a slow minute of the machine is not one program's alone.
+    // In turns, so that a slow minute of the machine does not hit one program alone.
     for (int turn = 0; turn < 6; ++turn) {
         add("report/limit", 3, day->reports(),
             [day] { return playSeconds<CLimitProgram>(day->get()); });

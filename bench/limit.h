@@ -11,10 +11,10 @@
 namespace bench {
 
 /// The limit: the figures of the day's intake, kept as fast as we know how. Texts come as
-/// ready-made integers, every place is an index into a flat array, and each report costs
-/// one hash look-up of its record key. It takes for granted what the library may not:
-/// an order never changes its stock, strategy, side or price, there is one day, nothing
-/// is excluded, nobody listens, no other thread reads, and reports are kept by number.
+/// ready-made integers, every place is an index into a flat array, and each report costs one hash
+/// look-up of its record key. It assumes what the library may not assume: an order never changes
+/// its stock, strategy, side or price, there is one day, no stock is excluded, nobody listens, no
+/// other thread reads, and reports are kept by number.
 class CLimit {
 public:
     struct Deals {
@@ -75,7 +75,7 @@ public:
         return m_profits[placeOf(pairOf(account, strategy), stock)];
     }
 
-    /// In documented form, to be compared.
+    /// In the form of the manager's state, for comparison.
     TC::ManagerState state(const Workload& world) const;
 
 private:
@@ -84,7 +84,7 @@ private:
     public:
         CKeys() : m_slots(1024) {}
 
-        /// The number of the key; when it is new, the next one.
+        /// The number of the key; a new key gets the next one.
         std::uint32_t number(std::uint64_t key, bool& isNew) {
             for (std::size_t at = start(key);; at = (at + 1) & (m_slots.size() - 1)) {
                 Slot& slot = m_slots[at];
@@ -141,7 +141,7 @@ private:
     void setRunning(Order& kept, std::uint32_t number, std::uint32_t pair, int which, bool runs);
     Minute& minuteOf(std::size_t place, int minute);
 
-    const std::uint32_t m_nStrategies;  ///< with ""
+    const std::uint32_t m_nStrategies;  ///< with the strategy ""
     const std::uint32_t m_nPairs;
     const std::uint32_t m_nAccounts;
     std::uint32_t m_nLevels = 0;
@@ -317,7 +317,7 @@ inline void CLimit::deal(std::uint32_t number, const Report& report) {
     m_latest[report.stock] = m_quotes[report.stock];
 }
 
-// In stock-key order, so that the sums are added up as everybody adds them.
+// In stock-key order, so that all three programs add up the sums in the same order.
 inline void CLimit::revalue(const std::vector<bool>& renewed, std::vector<double>& sums) {
     constexpr double STEP = 0.1;  // a price limit of 10 %
     sums.assign(m_nPairs, 0.0);

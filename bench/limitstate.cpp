@@ -14,7 +14,7 @@ TC::ManagerState CLimit::state(const Workload& world) const {
     state.dealDetails[day];
     const auto keyOf = [&](std::uint32_t account) { return world.accounts[account].key; };
 
-    // What exists at all follows from the orders and deals that were filed.
+    // A record of traded figures exists where an order or a deal was filed.
     std::vector<bool> seen(m_deals.size());
     for (const Order& kept : m_orders) {
         const Report& report = world.reports[kept.report];

@@ -18,8 +18,8 @@
 
 namespace {
 
-/// The same million reports leave the same state in all three programs, or no number is
-/// worth printing.
+/// Plays the same million reports in all three programs and returns the first difference of their
+/// states; if there is one, no number is worth printing.
 std::string stateDifference() {
     const bench::Workload day = bench::makeDay({});
     const auto stateAfter = [&day](auto&& program) {
@@ -39,8 +39,8 @@ std::string stateDifference() {
 
 int main(int argc, char** argv) {
     setenv("TZ", "Asia/Shanghai", 1);
-    // A client runs for days: its heap has its pages. Without this the system would take
-    // them back between the runs, and each would measure how it gets them again.
+    // A client that runs for days keeps the pages of its heap. Without this the system would take
+    // them back between the runs, and each run would measure how it gets them again.
     mallopt(M_MMAP_THRESHOLD, 1 << 30);
     mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
     const QCoreApplication application(argc, argv);
@@ -62,7 +62,8 @@ int main(int argc, char** argv) {
     fmt::print("1,000,000 reports: textbook, library and limit agree on every figure\n");
     std::fflush(stdout);
 
-    // First what is a program of its own otherwise, with a heap of its own.
+    // The recorded day comes first: outside the benchmark a program of its own replays it, with a
+    // fresh heap.
     bench::addRecordedDay();
     bench::addIntake();
     bench::addCalculators();

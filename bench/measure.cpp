@@ -34,7 +34,7 @@ struct Bound {
     std::string against;
     double atMost;
     const char* unit;
-    double scale;  ///< of the figures, to be shown
+    double scale;  ///< by which the figures are multiplied for display
 };
 
 const std::vector<Bound>& bounds() {

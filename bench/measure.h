@@ -9,11 +9,11 @@
 #include <map>
 #include <string>
 
-/// What the benchmark keeps of its measurements and holds against what is allowed.
+/// The measurements of the benchmark, and the bounds that they are held against.
 namespace bench {
 
-/// Seconds that something takes by the clock on the wall. Measuring is the one reading
-/// of the machine's clock beside the platform's own.
+/// Seconds that `work` takes by the machine's clock. Besides the platform's own clock only
+/// measurements read that clock.
 template <class Work>
 double wallSeconds(Work work) {
     const auto begin = std::chrono::steady_clock::now();
@@ -21,8 +21,8 @@ double wallSeconds(Work work) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
 }
 
-/// Seconds of processor time that something takes on this thread: on a busy machine the
-/// better measure of work that stays on it.
+/// Seconds of processor time that `work` takes on this thread. On a busy machine this is the better
+/// measure of work that stays on one thread.
 template <class Work>
 double seconds(Work work) {
     const auto now = [] {

@@ -17,7 +17,8 @@
 /// The three programs that do the same work, driven in the same way.
 namespace bench {
 
-/// The client of a workload, on standing time or on the machine's with a thread.
+/// The client of a workload, on a clock that stands still, or on the machine's clock with one
+/// thread.
 class CWorld {
 public:
     enum class Time { Standing, Real };

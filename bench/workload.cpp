@@ -18,7 +18,7 @@ namespace {
 
 constexpr int SESSION_BEGIN = 9 * 3600 + 30 * 60;
 constexpr int SESSION_SECONDS = 4 * 3600;
-constexpr std::size_t RECENT = 5000;  ///< a repeat comes back after at most so many reports
+constexpr std::size_t RECENT = 5000;  ///< a repeat is one of so many earlier reports of its kind
 
 double onTick(double price) { return std::round(price * 100.0) / 100.0; }
 
@@ -65,7 +65,7 @@ private:
         return ids;
     }
 
-    // The same report again, as an object of its own.
+    // Reports the same figures again, in a record of its own.
     void repeat(std::size_t at) {
         Report again = m_workload.reports[at];
         if (again.order) again.order = boost::make_shared<COrderDetail>(*again.order);
@@ -219,7 +219,7 @@ Workload makeOrders(const Size& size, std::size_t ordersPerRecord) {
                 for (ids.stock = 0; ids.stock < size.stocks; ++ids.stock) {
                     Report report = ids;
                     report.order = makeOrder(orders, ids, ++key);
-                    // The same price every time, so that more orders are not more levels.
+                    // The same price every time, so that more orders do not mean more price levels.
                     report.order->m_dPrice = orders.stocks[ids.stock].reference;
                     if (round % 2) report.order->m_eStatus = STATUS_CANCELED;
                     orders.reports.push_back(std::move(report));

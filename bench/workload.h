@@ -10,7 +10,7 @@
 
 namespace bench {
 
-/// How much a workload is of everything.
+/// The size of a workload.
 struct Size {
     std::uint32_t accounts = 10;
     std::uint32_t strategies = 20;
@@ -20,8 +20,8 @@ struct Size {
     std::uint64_t seed = 20240102;
 };
 
-/// One report with the integers that its texts stand for: a program that resolves texts
-/// does not read them. Either an order or a deal.
+/// One report, either an order or a deal, with the integers that its texts stand for. The limit
+/// uses the integers; the library and the textbook resolve the texts themselves.
 struct Report {
     boost::shared_ptr<vexservice::COrderDetail> order;
     boost::shared_ptr<vexservice::CDealDetail> deal;
@@ -30,7 +30,7 @@ struct Report {
     std::uint32_t stock = 0;     ///< in stock-key order
 };
 
-/// Reports and the world that they speak of.
+/// Reports, and the accounts, strategies and stocks that they name.
 struct Workload {
     Size size;
     std::string tradeDate = "20240102";
@@ -44,14 +44,15 @@ struct Workload {
     std::vector<Report> reports;
 };
 
-/// The world alone.
+/// A workload without reports.
 Workload makeWorld(const Size& size);
 
 /// A trading day in the order of arrival: orders come, trade, are filled or cancelled;
 /// deals spread over the session; 5 % of the reports repeat a recent one.
 Workload makeDay(const Size& size);
 
-/// One resting or filled order after another over every account, strategy and stock.
+/// `ordersPerRecord` rounds of orders, each with one for every account, strategy and stock; resting
+/// and cancelled rounds alternate.
 Workload makeOrders(const Size& size, std::size_t ordersPerRecord);
 
 boost::shared_ptr<vexservice::COrderDetail> makeOrder(const Workload& workload, const Report& ids,

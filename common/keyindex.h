@@ -25,7 +25,8 @@ Word wordAt(const char* at) {
     return word;
 }
 
-// A text of up to 8 characters as one word: its ends, overlapping.
+// A text of up to 8 characters as one word: its first and its last four characters, which may
+// overlap, or each of up to three.
 inline std::uint64_t shortText(const char* at, std::size_t size) {
     if (size >= 4) {
         return wordAt<std::uint32_t>(at) |
@@ -69,14 +70,14 @@ inline bool sameText(std::string_view left, std::string_view right) {
     return sameAt(size - 8);
 }
 
-/// From a hash to an index of the caller's. It keeps no keys: the caller says whether
-/// an index belongs to the key he looks for. One look-up is one line of the table and,
-/// as a rule, one object.
+/// Maps a hash to an index that the caller has chosen. It keeps no keys: the caller says whether an
+/// index belongs to the key that he looks for. A look-up usually reads one cache line of the table
+/// and one object of the caller's.
 class CKeyIndex {
 public:
     static constexpr std::uint32_t NONE = 0xffffffffu;
 
-    /// The index that `matches`, or NONE.
+    /// The index under this hash for which `matches` holds, or NONE.
     template <class Matches>
     std::uint32_t find(std::uint64_t hash, Matches matches) const {
         if (m_slots.empty()) return NONE;
@@ -114,7 +115,8 @@ public:
     void remove(std::uint64_t hash, std::uint32_t index) {
         std::size_t hole = hash & m_nMask;
         while (m_slots[hole].index != index) hole = (hole + 1) & m_nMask;
-        // What had to step aside for it moves up, so that no search ends too early.
+        // Entries that the removed one had displaced move up, so that no search for them ends at
+        // the hole.
         for (std::size_t at = (hole + 1) & m_nMask; m_slots[at].index != NONE;
              at = (at + 1) & m_nMask) {
             const std::size_t home = m_slots[at].tag & m_nMask;
@@ -138,7 +140,7 @@ private:
         std::uint32_t index = NONE;
     };
 
-    // Growing places entries anew by their tag, so the tag must hold every bit of the
+    // A growing table places its entries anew by their tags, so the tag must hold every bit of the
     // hash that a table position is made of: the low 32.
     static std::uint32_t tagOf(std::uint64_t hash) { return static_cast<std::uint32_t>(hash); }
 

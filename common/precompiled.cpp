@@ -1,1 +1,1 @@
-// The source that the precompiled header is built with; it has nothing of its own.
+// The precompiled header is built with this source; it contains nothing else.

@@ -1,7 +1,7 @@
 #pragma once
 
-// What nearly every source includes in the end, compiled once. Sources still name what
-// they use: the static analysis reads them without this file.
+// The headers that nearly every source includes in the end, compiled once. Sources still include
+// what they use, because the static analysis reads them without this file.
 
 #include <utility>
 

@@ -10,20 +10,21 @@
 namespace paper {
 
 /// Sees what the library asks of the client, and what the client does about it. Called on the
-/// thread that asks; must not call back into the client.
+/// thread that asks; it must not call back into the client.
 class IClientObserver {
 public:
     virtual ~IClientObserver() = default;
     virtual void onCancelOrder(const vexservice::COrderDetail& order) = 0;
-    /// `server`: handed to the command center, else to the local task center.
+    /// `server`: the operation went to the command center, otherwise to the local task center.
     virtual void onOperateTask(std::uint64_t taskKey, bool server,
                                const vexservice::CTaskOpRecord& record) = 0;
-    /// `number`: what the command center gave it.
+    /// `number`: the number that the command center gave the command.
     virtual void onCommand(const vexservice::COrderComandParam& command, int number) = 0;
     /// The paper exchange made this order for the command.
     virtual void onCommandOrder(const vexservice::COrderComandParam& /*command*/,
                                 const std::string& /*accountKey*/, std::uint64_t /*orderKey*/) {}
-    /// The client itself asks the library for a balance, at its time of the table.
+    /// The client's scheduler asks the library for a balance, because its time in the table has
+    /// come.
     virtual void onBalanceTime(const std::string& /*accountKey*/, const std::string& /*strategy*/) {
     }
 };

@@ -57,7 +57,7 @@ void CCommandCenter::createCommand(const boost::shared_ptr<COrderComandParam>& c
     if (!m_pExchange) return;
     for (const auto& order : command->m_orders) {
         if (!order || !order->m_pAccountInfo) continue;
-        // Without a completion nobody asks for the number.
+        // A command without a completion asks for no number, so its orders carry none.
         const OrderRequest request =
             requestOf(*order, command->m_strStrategyName2, completion ? told : 0);
         const std::uint64_t key = m_pExchange->submit(request);
@@ -73,7 +73,8 @@ int CCommandCenter::number(const Completion& completion) {
     return m_nCommands;
 }
 
-// The exchange publishes the reports of the orders behind what it was told before them.
+// The exchange calls the completion in turn with its reports, so it comes before those of the
+// command's orders.
 void CCommandCenter::complete(const Completion& completion, int number) {
     if (!completion) return;
     auto work = [completion, number] { completion(utils::VexError{}, number); };

@@ -50,7 +50,7 @@ private:
     IClientObserver* const m_pObserver;
     std::mutex m_mutex;
     int m_nCommands = 0;
-    std::map<int, Completion> m_completions;  ///< of the newest commands that have one
+    std::map<int, Completion> m_completions;  ///< by number of the command; the newest ones only
 };
 
 }  // namespace paper

@@ -24,7 +24,7 @@ class CPaperAccountData final : public vexservice::CAccountData {
 public:
     using Record = boost::shared_ptr<vexservice::INumberedData>;
 
-    /// `faults`: what getVector shows; may be empty.
+    /// `faults`: the faults that getVector shows; may be empty.
     explicit CPaperAccountData(std::string key, std::shared_ptr<CFaults> faults = {})
         : m_strKey(std::move(key)), m_pFaults(std::move(faults)) {}
 
@@ -102,8 +102,8 @@ private:
     using Signal = boost::signals2::signal<
         void(const std::string&, const boost::shared_ptr<vexservice::IData>&), DeliverToAll>;
     using Signals = boost::container::flat_map<int, std::unique_ptr<Signal>>;
-    /// Stays once it is there, with its data and its signals. Subscribers may come before
-    /// their account.
+    /// An entry is never removed, nor are its data and its signals. Somebody may subscribe to an
+    /// account before it is set.
     struct Entry {
         boost::shared_ptr<CPaperAccountData> data;
         boost::shared_ptr<vexservice::CStkExchangeRateLimit> fee;
@@ -116,7 +116,7 @@ private:
     std::vector<std::string> m_keys;  ///< in the order of appearance
     std::unordered_map<std::string, Entry> m_accounts;
     std::unordered_map<std::uint64_t, boost::shared_ptr<CPaperAccountData>> m_byHash;
-    Entry m_all;  ///< what belongs to no single account, and who follows every one
+    Entry m_all;  ///< the tasks of all accounts, and the subscribers to every account
 };
 
 }  // namespace paper

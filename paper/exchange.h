@@ -20,8 +20,8 @@ namespace paper {
 /// A broker with a matching engine: takes orders, matches them with the quotes, and
 /// reports what becomes of them through the outbox.
 ///
-/// Record keys rise from 1, for orders and deals each, past those that the account's
-/// records already use. Threads: any; one operation at a time.
+/// Orders and deals get record keys from 1 upwards, each kind its own; keys that the account's
+/// records already use are skipped. Threads: any; one operation at a time.
 class CExchange final : public std::enable_shared_from_this<CExchange>, private IOrderEntry {
 public:
     struct Services {
@@ -35,34 +35,34 @@ public:
 
     explicit CExchange(const Services& services);
 
-    /// The order's record key.
+    /// Sends an order; returns its record key.
     std::uint64_t submit(const OrderRequest& request);
 
-    /// Runs on the loop when all reports made so far were published, and before any later
-    /// one.
+    /// Runs `work` on the loop when all reports made so far have been published, and before any
+    /// later one is.
     void tell(std::function<void()> work) { m_pOutbox->add(std::move(work)); }
 
-    /// Rejects the account's next orders, so many.
+    /// Rejects the next `times` orders of the account.
     void rejectNext(const std::string& accountKey, int times);
 
-    /// For so long orders and cancellations are taken and nothing is done about them; then
-    /// all of it is done, in order. What rests already is matched meanwhile.
+    /// For so many seconds the exchange takes orders and cancellations and does nothing about them;
+    /// then it does all of it, in order. Orders that rest already are matched meanwhile.
     void beSilent(double seconds);
 
-    /// In one second the order is cancelled, if it still runs then. Also orders that
-    /// only the data center knows. An order that carries no account info does not say
-    /// whose it is; the account is "" then.
+    /// Cancels the order in one second, if it still runs then; also an order that only the data
+    /// center knows. An order without account info does not say whose it is; then the account is
+    /// "".
     void cancel(const std::string& accountKey, std::uint64_t orderKey);
 
     void quote(const std::string& stockKey, const vexservice::CPriceData& price);
 
     void startTask(const TaskRequest& request);
 
-    /// Ends a task when its open slice is cancelled; at once without one. Also tasks
+    /// Ends a task when its open slice has been cancelled, or at once when it has none. Also a task
     /// that only the data center knows.
     void terminate(std::uint64_t taskKey);
 
-    /// What still runs of orders and tasks is forgotten.
+    /// Forgets the orders and tasks that still run; they get no further report.
     void beginTradingDate();
 
 private:
@@ -124,7 +124,7 @@ private:
     std::uint64_t m_nLastTask = 0;
     std::deque<Change> m_changes;          ///< of slices, not yet told to their tasks
     std::map<std::string, int> m_rejects;  ///< how many orders of an account are still rejected
-    int m_nSilences = 0;                   ///< that have not ended
+    int m_nSilences = 0;                   ///< silences that have not ended
     std::vector<std::function<void()>> m_held;  ///< what waits for the end of the silence
     CTaskRunner m_tasks;
 };

@@ -11,10 +11,10 @@
 
 namespace paper {
 
-/// What of the client can be told to fail, by the calls that count:
+/// The services of the client that can be told to fail, and which of their calls count.
 /// FeeLimits: getFeeLimits. Quote: getStockPrice, request. Instrument: getInstrumentDetail.
-/// AccountData: getAllAccountData, getAccountData, getGlobalAccountData, getVector.
-/// CommandCenter: createCommand, operateServerTask. TradeClient: cancelOrder. History:
+/// AccountData: getAllAccountData, getAccountData, getGlobalAccountData, and getVector of an
+/// account. CommandCenter: createCommand, operateServerTask. TradeClient: cancelOrder. History:
 /// queryHistoryOrders, queryHistoryDeals, queryMinuteBars. Calendar: lastTradeDate.
 enum class EService {
     FeeLimits,
@@ -28,28 +28,28 @@ enum class EService {
 };
 inline constexpr std::size_t SERVICE_COUNT = 8;
 
-/// How a call fails. Throw: before it did anything. Null: it answers with nothing: an empty
-/// pointer or list, 0, false, a command without a number. Lost: it is taken, nothing becomes
-/// of it and no answer ever comes; a call that answers at once answers with nothing.
+/// How a call fails. Throw: it throws before it has done anything. Null: it answers with nothing:
+/// an empty pointer or list, 0, false, a command without a number. Lost: the service takes the
+/// call, does nothing about it and never answers; a call that answers at once answers with nothing.
 enum class EFault { None, Throw, Null, Lost };
 
-/// By the names of the scenarios ("feeLimits", "throw"); nothing for any other name.
+/// The service or fault that has this name in scenarios ("feeLimits", "throw"), if any.
 std::optional<EService> serviceNamed(std::string_view name);
 std::optional<EFault> faultNamed(std::string_view name);
 
-/// What a service throws that was told to.
+/// Thrown by a service that was told to throw.
 struct ServiceFault : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// Faults that the services of the client still have to show. Threads: any. A call costs one
-/// relaxed load while there is none.
+/// The faults that services of the client still have to show. Threads: any. Until the first fault
+/// is set, a call costs one relaxed load.
 class CFaults {
 public:
-    /// The next `times` calls fail so; what was left of an earlier fault of the service goes.
+    /// The next `times` calls fail so. It replaces an earlier fault of the service.
     void set(EService service, EFault fault, int times);
 
-    /// Counts a call: how it fails. Throws ServiceFault for EFault::Throw.
+    /// Counts a call and returns how it fails. Throws ServiceFault for EFault::Throw.
     EFault next(EService service);
 
     /// The same for a call that answers at once: true when it is to answer with nothing.

@@ -67,7 +67,7 @@ bool CVirtualLoop::runOnce() {
     } while (endWaits());
     const bool delivered = deliverQtCalls();
     const bool settled = m_settle && m_settle();
-    // What was settled may have left work behind.
+    // Settling may have queued further work.
     return m_service.poll() > 0 || delivered || settled;
 }
 

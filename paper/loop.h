@@ -23,7 +23,7 @@ class CVirtualLoop final : public utils::IClock {
 public:
     /// Becomes the platform's clock, at `startMicros` since the epoch.
     explicit CVirtualLoop(std::int64_t startMicros);
-    /// Gives the platform's clock back.
+    /// Puts the machine's clock back, unless another clock took this one's place.
     ~CVirtualLoop() override;
 
     boost::asio::io_service& service() { return m_service; }

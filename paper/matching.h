@@ -12,19 +12,19 @@ struct Fill {
     Price price = 0;
     int volume = 0;
 
-    /// In ten-thousandths of a yuan; the largest ones leave 64 bits.
+    /// In ten-thousandths of a yuan, as a double: the largest amounts do not fit into 64 bits.
     double amount() const { return static_cast<double>(price) * volume; }
 };
 
-/// What a stock's newest quote offers. What is taken from a level stays taken until the
-/// next quote.
+/// What the newest quote of a stock offers. Volume that an order takes from a level is gone until
+/// the next quote.
 class CBook {
 public:
     void quote(const vexservice::CPriceData& data);
 
-    /// Takes up to `volume` shares at the limit or better, best level first. Without
-    /// any level on either side the last price stands for an endless one, for orders
-    /// whose limit reaches it. An order without limit takes any level, but levels only.
+    /// Takes up to `volume` shares at the limit or better, best level first. When neither side has
+    /// a level, the last price counts as a level of endless volume, but only for orders with a
+    /// limit that reaches it. An order without a limit trades with any level.
     std::vector<Fill> take(bool buys, std::optional<Price> limit, int volume);
 
 private:

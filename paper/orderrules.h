@@ -8,9 +8,9 @@
 
 namespace paper {
 
-/// The price that an order of this type gets from a quote; `fixed` for PRTP_FIX. A book
-/// level that is not there gives the last price; 0 when that is not known either, for
-/// a market order, and for a type that is none of EPriceType.
+/// The price that an order of this type gets from a quote; `fixed` for PRTP_FIX. A book level that
+/// is not there gives the last price. The price is 0 when that is not known either, without a
+/// quote, for a market order, and for a type that names no price.
 double priceByType(const vexservice::CPriceData* quote, vexservice::EPriceType priceType, bool buys,
                    double fixed);
 
@@ -33,7 +33,7 @@ public:
     double getPriceForOrder(const boost::shared_ptr<vexservice::CPriceData>& quote,
                             vexservice::EPriceType priceType,
                             vexservice::EOperationType operation) override;
-    /// A range that is no range of seconds of one day becomes the whole session.
+    /// A range that is empty or not within one day becomes the whole session.
     void fixTimeRange(vexservice::CCodeOrderParam& order) override;
 
 private:

@@ -14,17 +14,17 @@
 
 namespace paper {
 
-/// Reports on their way to the data center: published on the loop in the order in which
-/// they were added, one at a time. Whoever hears one may cause further ones; those come
-/// after what was already waiting.
+/// Reports on their way to the data center. They are published on the loop one at a time, in the
+/// order in which they were added. A subscriber may cause further reports; these come after the
+/// reports that were already waiting.
 class COutbox : public std::enable_shared_from_this<COutbox> {
 public:
     COutbox(boost::asio::io_service& service, std::shared_ptr<CDataCenter> dataCenter)
         : m_service(service), m_pDataCenter(std::move(dataCenter)) {}
 
     void add(const std::string& accountKey, int type, CPaperAccountData::Record record);
-    /// Something else to do when what was added before has been published, and before what
-    /// is added after it.
+    /// Runs `work` in turn: after what was added before is published, and before what is added
+    /// later.
     void add(std::function<void()> work);
 
 private:

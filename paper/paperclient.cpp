@@ -55,7 +55,7 @@ std::shared_ptr<CScheduler> makeScheduler(boost::asio::io_service& service,
 
 }  // namespace
 
-/// Every service; those that serve others first.
+/// Every service, in the order of making: a service comes before those that use it.
 struct CPaperClient::Services {
     Services(boost::asio::io_service& service, const ClientConfig& config,
              IClientObserver* observer);

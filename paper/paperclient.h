@@ -27,9 +27,9 @@ class CUserSettings;
 
 /// Installs itself as every service of the platform while it lives.
 ///
-/// Threads: the verbs below may be called from any thread; the library's callbacks run
-/// on the calling thread. Reports of orders and deals that the paper exchange makes are
-/// published on the loop.
+/// Threads: the operations below may be called from any thread; the library's callbacks run on the
+/// calling thread. Reports of orders and deals that the paper exchange makes are published on the
+/// loop.
 class CPaperClient {
 public:
     CPaperClient(boost::asio::io_service& service, const ClientConfig& config,
@@ -81,19 +81,20 @@ public:
     void send(const OrderRequest& order);
     void startTask(const TaskRequest& task);
 
-    /// Rejects the account's next orders, so many.
+    /// Rejects the next `times` orders of the account.
     void rejectOrders(const std::string& accountKey, int times);
-    /// For so long orders and cancellations are taken and not answered; then they are.
+    /// For so many seconds the exchange takes orders and cancellations without answering; then it
+    /// answers.
     void beSilent(double seconds);
 
     // faults of the services
     /// The next `times` calls of the service fail so.
     void setFault(EService service, EFault fault, int times);
-    /// The completion of a command once more, with an error unless the text is empty. False
+    /// Calls the completion of a command once more, with an error unless the text is empty. False
     /// when no command has this number.
     bool repeatCommandResult(int number, const std::string& error);
 
-    /// Local midnight etc. follow the platform's clock; the trade date is the client's.
+    /// The client's trade date, "yyyyMMdd". It does not follow the platform's clock.
     std::string tradeDate() const;
 
 private:

@@ -23,8 +23,8 @@ struct OrderRequest {
     std::string strategy = {};
     std::string strategy2 = {};
     std::string tag = {};
-    int command = 0;         ///< the number of its command; 0: of none
-    std::uint64_t task = 0;  ///< whose slice it is; 0: nobody's
+    int command = 0;         ///< the number of its command; 0: none
+    std::uint64_t task = 0;  ///< the task that it is a slice of; 0: none
 };
 
 /// An algorithmic task: `volume` in `slices` equal parts over `seconds`.

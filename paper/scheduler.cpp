@@ -19,10 +19,10 @@ std::int64_t momentOf(const QDate& date, const QTime& time) {
     return QDateTime(date, time).toMSecsSinceEpoch() * 1000;
 }
 
-/// The comings of a time of day on both sides of a moment.
+/// When a time of day came last and when it comes next, seen from one moment.
 struct Comings {
-    std::int64_t last = -NEVER;  ///< not after it; before all time for a text that is no time
-    std::int64_t next = NEVER;   ///< after it
+    std::int64_t last = -NEVER;  ///< at the moment or before it; -NEVER for a text that is no time
+    std::int64_t next = NEVER;   ///< after the moment; NEVER for a text that is no time
 };
 
 Comings comingsOf(const std::string& time, std::int64_t micros) {

@@ -15,11 +15,11 @@ namespace paper {
 
 /// Starts balances at the times of the balance-time table.
 ///
-/// Looks at the table at every whole second, on the loop (nobody tells it of changes; a look
-/// at an unchanged table before its next time does nothing more), and serves the times of day
-/// that have come since it last looked, in the order of the table: each time once a
-/// day, those that had passed when the scheduler started or the time was set not at
-/// all. Times that are no "hhmmss" are never due.
+/// At every whole second it looks at the table, on the loop, because nobody tells it of changes.
+/// While the table is unchanged and its next time has not come, such a look does nothing more. It
+/// starts the balances whose times of day have come since it last looked, in the order of the
+/// table, each once a day. A time that had already passed when the scheduler started, or when the
+/// time was set, is left out until the next day. Texts that are no "hhmmss" are never due.
 ///
 /// Threads: any.
 class CScheduler final : public std::enable_shared_from_this<CScheduler> {
@@ -35,8 +35,8 @@ public:
     CScheduler(boost::asio::io_service& service, Client client);
 
     void start();
-    /// No balance is started after this; waits for those that are being started. Must be
-    /// called by who takes the manager down, before that, and without its lock.
+    /// Starts no balance after this, and waits for those that are being started. Whoever takes the
+    /// manager down must call it before that, and without the manager's lock.
     void stop();
 
 private:
@@ -48,7 +48,7 @@ private:
     utils::DeadlineTimer m_timer;
     std::int64_t m_nServedMicros = 0;
     Table m_table;                   ///< as last seen
-    std::int64_t m_nNextMicros = 0;  ///< before this nothing of it is due
+    std::int64_t m_nNextMicros = 0;  ///< no time of m_table is due before it
     std::mutex m_mutex;              ///< held while balances are started
     bool m_bStopped = false;
 };
@@ -64,7 +64,8 @@ bool splitBalanceKey(const std::string& key, const std::vector<std::string>& acc
 std::vector<std::string> dueKeys(const CScheduler::Table& table, std::int64_t fromMicros,
                                  std::int64_t toMicros);
 
-/// When the next time of the table comes after a moment; the end of time for none.
+/// The moment after `micros` at which the next time of the table comes; the largest number if there
+/// is none.
 std::int64_t nextDue(const CScheduler::Table& table, std::int64_t micros);
 
 }  // namespace paper

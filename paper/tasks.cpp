@@ -17,7 +17,8 @@ constexpr double SHORTEST_RETRY_SECONDS = 1.0;
 constexpr double LONGEST_SECONDS = 1e9;
 constexpr double MICROS = 1e6;
 
-/// When a part falls due, in microseconds after the start; the first, 1, at once.
+/// When a part falls due, in microseconds after the start. Parts count from 1; the first is due at
+/// once.
 std::int64_t dueMicros(const TaskRequest& request, std::int64_t part) {
     const double share = request.seconds / request.slices;
     return std::llround(static_cast<double>(part - 1) * share * MICROS);
@@ -26,19 +27,20 @@ std::int64_t dueMicros(const TaskRequest& request, std::int64_t part) {
 /// How many parts are due so long after the start.
 std::int64_t partsDue(const TaskRequest& request, std::int64_t micros) {
     const double whole = request.seconds * MICROS;
-    // Half a microsecond, because the moments at which parts fall due are rounded.
+    // Half a microsecond more, because the moments at which parts fall due are rounded.
     const double due = whole > 0.0
                            ? std::ceil((static_cast<double>(micros) + 0.5) * request.slices / whole)
                            : request.slices;
     return static_cast<std::int64_t>(std::clamp<double>(due, 1.0, request.slices));
 }
 
-/// The shares of the first `parts`.
+/// How many shares the first `parts` parts have together.
 int sharesOf(const TaskRequest& request, std::int64_t parts) {
     return static_cast<int>(request.volume * parts / request.slices);
 }
 
-/// The first part that ends above so many shares; less than one share each, many do not.
+/// The first part up to which more than `shares` shares are due. It may skip parts: a part of less
+/// than one share may add none.
 std::int64_t partAfter(const TaskRequest& request, int shares) {
     const std::int64_t slices = request.slices;
     return ((shares + std::int64_t{1}) * slices + request.volume - 1) / request.volume;
@@ -116,7 +118,7 @@ void CTaskRunner::armNext(Task& task) {
 
 void CTaskRunner::sendSlice(Task& task) {
     if (task.openSlice != 0) return;
-    // One part an order; with it goes what an earlier one did not trade.
+    // An order carries one part and what earlier parts did not trade.
     const std::int64_t next = std::max(task.partsSent + 1, partAfter(task.request, task.traded));
     const std::int64_t part = std::min(next, task.partsDue);
     OrderRequest order;
@@ -151,7 +153,8 @@ void CTaskRunner::onSlice(std::uint64_t taskKey, int tradedMore, EEntrustStatus 
         return;
     }
     if (status == STATUS_JUNK) {
-        // Prices beyond the day's limits stay so; nor would any other fault go away.
+        // It does not try again: a price beyond the day's limits, for example, would be rejected
+        // again.
         end(taskKey, TASK_REJECTED);
         return;
     }

@@ -15,7 +15,7 @@ namespace paper {
 /// What the tasks need of the exchange. Called with the exchange's lock held.
 class IOrderEntry {
 public:
-    /// The order's record key. What becomes of it is told later by onSlice().
+    /// Sends an order and returns its record key. onSlice() tells later what becomes of the order.
     virtual std::uint64_t place(const OrderRequest& request) = 0;
     virtual void cancelSoon(const std::string& accountKey, std::uint64_t orderKey) = 0;
     /// The price of a slice sent now; 0 while there is none.
@@ -30,12 +30,12 @@ protected:
 
 /// The algorithmic tasks of the exchange.
 ///
-/// Its parts fall due evenly over its time, the first at once, at the best price of the opposite
-/// side. A task has one slice open at a time: parts that fall due meanwhile go out one by
-/// one, each when the one before is filled. What a slice did not trade because it was
-/// cancelled, or because there was no price, is sent with the next part, and after the
-/// last one at the same interval (at least a second). A slice that is rejected ends its
-/// task as rejected.
+/// The parts of a task fall due evenly over its time, the first at once. Each is sent at the best
+/// price of the opposite side. A task has one slice open at a time: parts that fall due meanwhile
+/// go out one by one, each when the one before is filled. What a slice did not trade because it was
+/// cancelled, or because there was no price, is sent with the next part; after the last part it is
+/// sent again at the same interval (at least a second). A slice that is rejected ends its task as
+/// rejected.
 ///
 /// Threads: every call with the exchange's lock held.
 class CTaskRunner {
@@ -57,7 +57,7 @@ private:
         std::int64_t startMicros = 0;
         std::int64_t partsDue = 0;
         std::int64_t partsSent = 0;
-        std::int64_t partArmed = 0;  ///< falls due when the timer does; 0: nothing new does
+        std::int64_t partArmed = 0;  ///< the part that falls due when the timer ends; 0: none
         int traded = 0;
         std::uint64_t openSlice = 0;
         bool terminating = false;

@@ -29,12 +29,12 @@ private:
     const double m_dLimitPercent;
     const double m_dLimitPercentST;
     std::mutex m_settingMutex;
-    /// Every settings block there ever was: readers hold bare addresses.
+    /// All settings blocks ever set; none is removed, because readers hold plain pointers to them.
     std::deque<TC::CTradeSetting> m_settings;
     std::atomic<const TC::CTradeSetting*> m_pSetting{nullptr};
 };
 
-/// What the client is and where it keeps its data.
+/// The type of the client and the encoding of its files.
 class CPaperAppConfig final : public TC::CAppConfig {
 public:
     explicit CPaperAppConfig(const ClientConfig& config)

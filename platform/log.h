@@ -12,9 +12,8 @@
 
 /// The client's log.
 ///
-/// Every line has the object that wrote it, the qualified name of the operation, and
-/// the message; written out, the three stand as "[{0}] [{1}] {2}". Behind the object
-/// stands a log4cxx logger of the same name, so levels, files and layouts are
+/// A line consists of the logger's name, the qualified name of the operation and the message:
+/// "[{0}] [{1}] {2}". It goes to the log4cxx logger "linkage", so levels, files and layouts are
 /// configured as everywhere in the client.
 ///
 /// Threads: any. Failure: writing a log line never throws.
@@ -35,8 +34,8 @@ public:
     /// Diverts the log (an empty tap ends it). Not while other threads are logging.
     void setTap(Tap tap);
 
-    /// A silent log drops every line, and none is composed. Not while other threads are
-    /// logging.
+    /// A silent log drops every line, and VEX_INFO does not even compose it. Not while other
+    /// threads are logging.
     void setSilent(bool silent);
 
 private:

@@ -1,6 +1,6 @@
 #include "replay/balancefigures.h"
 
-// How the book of balances is read.
+// How the figures of a balance follow from the book of balances.
 
 namespace replay {
 
@@ -11,8 +11,9 @@ BalancedStock sharesOf(const TC::BalanceStock& stock) {
             stock.filled < 0 ? -stock.filled : stock.filled};
 }
 
-/// What is left of a stock. The book has it when the balance has ended; until then it
-/// follows from the last decision and what has been filled since.
+/// What is left of a stock. When the balance has ended, the book has it. Until then it is worked
+/// out from the last decision and the fills of all rounds, so from the second round on it counts
+/// earlier fills twice.
 Remainder remainderOf(const std::string& key, const TC::BalanceStock& stock,
                       TC::EBalanceState state) {
     const bool ended = state == TC::EBalanceState::Ended;

@@ -11,25 +11,25 @@
 
 namespace replay {
 
-/// Shares of a stock that balances ordered, and got.
+/// Shares of a stock that balances ordered, and how many of them were filled.
 struct BalancedStock {
     std::int64_t sent = 0;
     std::int64_t filled = 0;
 };
 
-/// A stock that is not equal when a balance is over, or at the end of the day.
+/// A stock whose bought and sold shares differ when a balance is over, or at the end of the day.
 struct Remainder {
-    std::string stockKey;         ///< empty: the reason stands for the whole balance
+    std::string stockKey;         ///< empty: the reason is that of the whole balance
     std::int64_t difference = 0;  ///< bought less sold, shares
     std::string reason;
 };
 
 using PairKey = std::pair<std::string, std::string>;  ///< account, strategy
 
-/// A balance as the book of balances tells it. Without the guard there is no book, and
-/// nothing tells a pair's balances of a day apart: one entry stands for all of them and has
-/// what can be seen from outside. What was filled of a balance without a strategy is known
-/// then only of orders that the paper exchange made.
+/// A balance as the book of balances tells it. Without the guard there is no book, and nothing
+/// tells the balances of a pair on one day apart: one entry then stands for all of them and holds
+/// what can be seen from outside. For a balance without a strategy it then has only the fills of
+/// orders that the paper exchange made.
 struct BalanceFigures {
     int number = 0;  ///< in the book; 0 without one
     PairKey pair;

@@ -30,7 +30,7 @@ std::string clockText(const std::string& hhmmss) {
 
 std::string now() { return clockText(timeText(utils::currentClock().nowMicros())); }
 
-/// Why a stock is not equal. `odd`: the difference is less than a lot.
+/// Why a stock is not balanced. `odd`: the difference is less than a lot.
 const char* reasonOf(TC::EBalanceOutcome outcome, bool odd, const BalancedStock* balanced) {
     if (outcome == TC::EBalanceOutcome::BelowLot) return "less than a lot";
     if (outcome == TC::EBalanceOutcome::NoInstrument) return "no instrument detail";
@@ -40,7 +40,7 @@ const char* reasonOf(TC::EBalanceOutcome outcome, bool odd, const BalancedStock*
     return odd ? "rounded to whole lots" : "not balanced";
 }
 
-/// Why no stock of a pair can be balanced; "" where nothing stands against it.
+/// Why no stock of a pair can be balanced; "" when there is no such reason.
 const char* refusalText(TC::EBalanceRefusal refusal) {
     switch (refusal) {
         case TC::EBalanceRefusal::NoAccountData:
@@ -146,7 +146,7 @@ void CDayReport::onBalanceTime(const std::string& accountKey, const std::string&
 
 void CDayReport::noteCall(const CallEvent& event, CSession& session) {
     if (event.op == "cancelAllOrders" || event.op == "cancelAllTasks") {
-        session.rest();  // what earlier lines have queued is not of this call's making
+        session.rest();  // what earlier lines queued is not cancelled by this call
         m_bOwnCancels = true;
         return;
     }
@@ -248,8 +248,9 @@ void CDayReport::addOrders(const TC::ManagerState& state) {
     });
 }
 
-/// Orders that the exchange made are known by their key. Others tell by their carrier: those
-/// of a balance name their strategy twice.
+/// Orders that the paper exchange made for a command are known by their record key. Any other order
+/// belongs to a balance when its carrier has the strategy in both names, and as its tag either the
+/// strategy or the mark of history.
 void CDayReport::addFill(const std::string& account, const std::string& stock,
                          const vexservice::COrderDetail& order) {
     Sent sent;
@@ -266,7 +267,7 @@ void CDayReport::addFill(const std::string& account, const std::string& stock,
 }
 
 void CDayReport::addCancelled(const TC::ManagerState& state) {
-    // A balance of the whole account cancels what runs of every strategy.
+    // A balance of the whole account also cancels the orders and tasks of every strategy.
     const auto balanceOf = [&](const PairKey& pair) -> BalanceFigures& {
         const PairKey whole{pair.first, ""};
         const bool covered = !m_seen.contains({false, pair}) && m_seen.contains({false, whole});

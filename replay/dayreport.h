@@ -29,15 +29,15 @@ struct PairFigures {
 struct DayFigures {
     std::string date;
     std::map<PairKey, PairFigures> pairs;
-    /// What balances of earlier days traded: orders, deals, volumes and amounts alone. It
-    /// counts for those days, not in `pairs`.
+    /// What was traded to balance earlier days: only orders, deals, volumes and amounts. It
+    /// belongs to those days and is not in `pairs`.
     std::map<PairKey, PairFigures> historyPairs;
     std::vector<BalanceFigures> balances;
 };
 
-/// Adds up what happened in each trade date of a scenario, from the manager's own figures
-/// at the end of the date, from its book of balances, and without one from the requests
-/// that it made meanwhile.
+/// Adds up what happened on each trade date of a scenario: from the manager's own figures at the
+/// end of the date, and from its book of balances, or without a book from the requests that the
+/// manager made during the date.
 class CDayReport final : public IReplayWatcher, private paper::IClientObserver {
 public:
     explicit CDayReport(bool showProgress) : m_bShowProgress(showProgress) {}
@@ -69,7 +69,7 @@ private:
     void addRemains();
     BalanceFigures& seen(const PairKey& pair, bool history);
 
-    /// The order of a balance: of today's or of earlier days' figures, and of which strategy.
+    /// Which balance an order belongs to: whether it balances history, and which strategy.
     struct Sent {
         bool history = false;
         std::string strategy;
@@ -80,9 +80,9 @@ private:
     bool m_bOwnCancels = false;  ///< the scenario itself is cancelling
     std::vector<DayFigures> m_days;
     DayFigures m_day;
-    std::map<std::pair<bool, PairKey>, BalanceFigures> m_seen;     ///< history, pair: by requests
+    std::map<std::pair<bool, PairKey>, BalanceFigures> m_seen;     ///< by history and pair
     std::map<int, std::size_t> m_ordersOf;                         ///< by number of the command
-    std::map<std::pair<std::string, std::uint64_t>, Sent> m_sent;  ///< by account and record
+    std::map<std::pair<std::string, std::uint64_t>, Sent> m_sent;  ///< by account and record key
     std::set<std::uint64_t> m_cancelledTasks;
     std::map<PairKey, std::set<std::uint64_t>> m_cancelledOrders;
 };

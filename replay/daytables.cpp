@@ -10,8 +10,8 @@ namespace replay {
 
 namespace {
 
-/// A table of right-aligned columns; the first two are names and left-aligned, a last
-/// one without a width is text.
+/// A table. The first two columns and the last are texts and left-aligned, the others are
+/// right-aligned.
 class CTable {
 public:
     explicit CTable(std::vector<std::string> heads) { m_rows.push_back(std::move(heads)); }
@@ -93,7 +93,7 @@ std::string remainsText(const BalanceFigures& figures) {
     return fmt::format("{}", fmt::join(remains, "; "));
 }
 
-/// Number and state are known from a book alone.
+/// Number and state are shown only when there is a book of balances.
 std::string balanceTable(const std::vector<const BalanceFigures*>& balances) {
     const bool book = balances.front()->number != 0;
     std::vector<std::string> heads = {"account", "strategy"};

@@ -63,7 +63,7 @@ struct DealEvent {
 
 struct TaskEvent {
     boost::shared_ptr<vexservice::CTaskDetail> task;  ///< items have no account info yet
-    std::vector<std::string> accounts;                ///< of the items, side by side
+    std::vector<std::string> accounts;                ///< of the items, in their order
     bool named = false;                               ///< the line names the user
     bool dated = false;
     bool push = true;
@@ -91,10 +91,10 @@ struct ServerHistoryEvent {
     std::string account;
     std::string date;
     paper::ServerDay day;
-    std::vector<bool> timed;  ///< of the deals, side by side
+    std::vector<bool> timed;  ///< for each deal: the line names its time
 };
 
-/// No line lets more time pass at once.
+/// The largest number of seconds that one line may name.
 inline constexpr double LONGEST_SECONDS = 1e9;
 
 struct AdvanceEvent {
@@ -152,7 +152,7 @@ struct DiskEvent {
 
 struct CrashEvent {};
 
-/// The arguments live as long as the parser does not read the next line.
+/// The arguments are valid until the parser reads the next line.
 struct CallEvent {
     std::string op;
     std::optional<simdjson::dom::element> args;

@@ -48,7 +48,7 @@ std::vector<vexservice::CPriceLevel> bookSide(const CFields& fields, std::string
     return levels;
 }
 
-/// A number from `least`, which is also what a field that is left out gives.
+/// A whole number of at least `least`; a field that is left out gives `least`.
 int wholeFrom(const CFields& fields, std::string_view name, int least) {
     const auto found = fields.find(name);
     return found ? found->whole<int>(least) : least;
@@ -66,7 +66,7 @@ std::optional<int> errorNamed(std::string_view name) {
     return std::nullopt;
 }
 
-/// What a text names, by one of the clients' functions.
+/// The value that a text names; `named` looks it up.
 template <class Named>
 auto namedBy(const CValue& value, Named named, const std::string& what) {
     const auto found = named(value.text());

@@ -15,7 +15,7 @@ namespace replay {
 /// Threads: one. Failure: throws LineError.
 class CEventParser {
 public:
-    /// The text must have memory behind it as CLineReader's lines have.
+    /// Memory behind the line must be readable, as it is behind CLineReader's lines.
     Event parse(std::string_view line);
 
     /// The line read last, without blanks, as a journal keeps it.
@@ -29,7 +29,7 @@ private:
     /// reports share them.
     boost::shared_ptr<vexservice::CCommandRecord> carrier(const CFields& fields);
     using CarrierKey = std::tuple<std::string, std::string, std::string, int>;
-    /// Also compares keys of views, which copy no text.
+    /// Also compares with a key of string views, so that a look-up copies no text.
     struct CarrierLess {
         using is_transparent = void;
         template <class Left, class Right>

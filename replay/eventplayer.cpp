@@ -198,7 +198,8 @@ void CEventPlayer::on(const FaultEvent& event) {
 
 void CEventPlayer::on(const DiskEvent& event) { TC::disk::fail(event.fault); }
 
-// The manager is taken down after its disk, so nothing that it still does is left of it.
+// The disk crashes before the manager is released, so nothing that the manager still does is left
+// on it.
 void CEventPlayer::on(const CrashEvent&) {
     TC::disk::crash();
     m_pSignals.reset();

@@ -11,8 +11,8 @@ namespace replay {
 
 /// Carries events out on a paper client and the manager.
 ///
-/// Threads: the loop's. Failure: an event that cannot be carried out throws LineError
-/// and has changed nothing.
+/// Threads: the loop's. Failure: an event that cannot be carried out throws LineError and has
+/// changed nothing, except that a file may be left that could not be written whole.
 class CEventPlayer {
 public:
     /// `balanceDir`: where the library keeps its files.
@@ -23,8 +23,8 @@ public:
     /// Takes the manager down, silently.
     ~CEventPlayer();
 
-    /// Any event but a config, which makes the client in the first place. What the event
-    /// queues is left to the loop.
+    /// Plays any event but a config, which makes the client in the first place. The loop runs what
+    /// the event queues.
     void play(const Event& event);
 
     /// The moment at which an `advance` ends, in microseconds since the epoch. A program
@@ -64,7 +64,8 @@ private:
     void on(const WriteFileEvent& event);
     void on(const DumpEvent& event);
 
-    /// Its info record, which may be empty.
+    /// The account's info record, which may be empty. Throws LineError when there is no such
+    /// account.
     boost::shared_ptr<vexservice::CAccountInfo> needAccount(const std::string& account) const;
     void needPaperExchange(std::string_view event) const;
     TC::CLinkageManager& needManager(std::string_view event) const;

@@ -9,8 +9,8 @@
 
 namespace replay {
 
-/// Whether writing a journal there would overwrite the scenario ("-": standard input),
-/// under whatever name.
+/// Whether a journal at this path would overwrite the scenario ("-": standard input), even under
+/// another name of the same file.
 bool overwrites(const std::string& journal, const std::string& scenario);
 
 /// A scenario that is written while it happens: what reached the library and its client,

@@ -26,8 +26,8 @@ bool isBlank(std::string_view line) {
 
 }  // namespace
 
-/// The bytes of the file, unpacked where they are compressed. Everything in front of a
-/// fault is handed out first: a recording that broke off is good up to there.
+/// The bytes of the file, unpacked if they are compressed. All bytes before a fault are handed out
+/// first: a recording that broke off is good up to there.
 struct CLineReader::File {
     explicit File(const std::string& path) : raw(CHUNK) {
         file = path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC);
@@ -69,7 +69,8 @@ private:
                std::equal(std::begin(GZIP_MARK), std::end(GZIP_MARK), stream.next_in);
     }
 
-    /// Reads on behind what is left of the raw bytes; false when there is no more.
+    /// Keeps the raw bytes that are not used yet and reads more behind them; false when there is no
+    /// more.
     bool more() {
         std::copy_n(stream.next_in, stream.avail_in, raw.data());
         stream.next_in = raw.data();
@@ -111,7 +112,8 @@ private:
         return room - stream.avail_out;
     }
 
-    /// A compressed file may be several in a row; what else follows them is no part of it.
+    /// A compressed file may consist of several members in a row. Other bytes behind them are
+    /// ignored.
     bool nextMember() {
         while (stream.avail_in < sizeof GZIP_MARK && more()) {
         }
@@ -166,7 +168,7 @@ bool CLineReader::nextRaw(std::string_view& line) {
         searched = size;
         if (fill()) continue;
         if (!m_pFile->fault.empty()) {
-            // What is left of the line that the fault is in says nothing.
+            // The line in which the fault lies is not whole, so it is not used.
             ++m_number;
             throw LineError(m_pFile->fault);
         }

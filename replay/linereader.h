@@ -26,9 +26,9 @@ public:
     CLineReader(const CLineReader&) = delete;
     CLineReader& operator=(const CLineReader&) = delete;
 
-    /// The next line that is neither blank nor a comment; false at the end. A byte-order
-    /// mark in front of the first is left out. The text holds until the next call, and memory
-    /// behind it may be read as a JSON parser with wide loads does.
+    /// The next line that is neither blank nor a comment; false at the end. A byte-order mark
+    /// before the first line is left out. The text is valid until the next call. The memory behind
+    /// it is readable, because the JSON parser loads more bytes at once than the line may have.
     bool next(std::string_view& line);
 
     /// Number of the line given last, counted from 1 over all lines.

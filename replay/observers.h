@@ -12,7 +12,7 @@
 #include <thread>
 #include <vector>
 
-/// What turns the library's doings into output lines.
+/// Observers that write what the library does as output lines.
 namespace replay {
 
 /// The requests that reach the client.
@@ -37,7 +37,8 @@ public:
     CSignalObserver(TC::CLinkageManager& manager, COutput& output);
 
 private:
-    /// How a line names its signal, as JSON: most of the output are signals.
+    /// The name of a signal as JSON. It is made once for each signal, because most output lines are
+    /// signals.
     static std::string nameOf(std::string_view signal);
     template <class Args>
     void line(const std::string& name, const Args& args);

@@ -24,7 +24,7 @@ struct Operation {
     std::string_view name;
     std::size_t arguments;  ///< the most that it takes
     void (*run)(Call&);
-    std::size_t optional = 0;  ///< so many of them, the last ones, may be left out
+    std::size_t optional = 0;  ///< how many of the last ones may be left out
 };
 
 /// By family; see operations.cpp.
@@ -32,7 +32,7 @@ std::span<const Operation> actionOperations();
 std::span<const Operation> queryOperations();
 std::span<const Operation> reportOperations();
 
-/// Throws LineError when there is no such operation, or with fewer or more arguments.
+/// Throws LineError when there is no such operation, or when it takes fewer or more arguments.
 const Operation& findOperation(const CallEvent& event);
 
 template <class T>
@@ -59,8 +59,8 @@ T readArgument(const CValue& value) {
     }
 }
 
-/// Runs `work` with the call's arguments as its parameter types say, and writes what it
-/// returns; null for nothing.
+/// Runs `work` with the call's arguments, read as its parameter types, and writes what it returns;
+/// null when it returns nothing.
 template <class Result, class... Parameters, class Work>
 void runTyped(Call& call, const Work& work) {
     [&]<std::size_t... I>(std::index_sequence<I...>) {
@@ -101,7 +101,7 @@ void runMember(Call& call, ConstMember<Result, Parameters...> member) {
     });
 }
 
-/// An operation whose arguments and result need no word beyond their types.
+/// An operation whose argument types and result type say how they are read and written.
 template <auto MEMBER>
 constexpr Operation operation(std::string_view name) {
     return {name, countOf(MEMBER), [](Call& call) { runMember(call, MEMBER); }};

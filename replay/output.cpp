@@ -21,14 +21,14 @@ constexpr double EXACT_INTEGERS = 9007199254740992.0;  // 2^53
 constexpr int FIXED_DIGITS = 21;                       ///< an exponent is written from 1e21 on
 
 constexpr std::int64_t DAY_MILLIS = 86'400'000;
-/// No time zone changes its offset within such a span: they change at full quarters.
+/// Time zones change their offset at full quarters of an hour, so never within such a span.
 constexpr std::int64_t OFFSET_MILLIS = 900'000;
 
 constexpr std::string_view REPLACEMENT = "\xEF\xBF\xBD";
 
 bool needsEscape(char c) { return static_cast<unsigned char>(c) < 0x20 || c == '"' || c == '\\'; }
 
-/// Most texts: they stand in JSON as they are.
+/// Whether a text is ASCII without escapes, as most are; it goes into JSON as it is.
 bool isPlain(std::string_view text) {
     bool plain = true;
     for (const char c : text) {
@@ -125,7 +125,8 @@ void appendNumber(TextBuffer& out, double number) {
         return;
     }
     if (size >= 1e-4 && size < EXACT_INTEGERS) {
-        // The same digits as below, found sooner; smaller numbers it writes with exponents.
+        // This gives the same digits as the code below, and faster. It would write smaller numbers
+        // with exponents.
         fmt::format_to(fmt::appender(out), FMT_COMPILE("{}"), number);
         return;
     }
@@ -207,7 +208,7 @@ COutput::~COutput() {
     try {
         flush();
     } catch (...) {
-        // The owner flushes while faults can be told; here nobody is left to tell.
+        // Nobody can be told here. An owner who wants to know of faults calls flush() before.
     }
 }
 

@@ -11,7 +11,7 @@
 
 namespace replay {
 
-/// A text that grows without being filled or terminated first.
+/// A growing text; new room in it is not filled first, and no terminator follows it.
 using TextBuffer = fmt::memory_buffer;
 
 inline std::string_view viewOf(const TextBuffer& text) { return {text.data(), text.size()}; }
@@ -57,7 +57,7 @@ public:
     }
 
 private:
-    /// Makes room for an element of so many characters, behind a comma unless the text
+    /// Makes room for an element of `size` characters, and puts a comma before it unless the text
     /// ends where a first element may stand.
     char* room(std::size_t size) {
         const std::size_t end = m_out.size();
@@ -97,7 +97,7 @@ public:
 
     /// The member "at" as JSON: the time of day "hh:mm:ss.zzz" by the platform's clock.
     std::string_view at();
-    /// The time zone was changed: what is kept of the time of day is stale.
+    /// Forgets the time of day that was kept; to be called when the time zone has changed.
     void forgetTime() { m_nAtMillis = m_nOffsetSpan = -1; }
 
     void flush();
@@ -112,7 +112,7 @@ private:
     std::int64_t m_nOffsetMillis = 0;  ///< local time less UTC in that span
 };
 
-/// The same as CJsonWriter writes it.
+/// Appends a number as CJsonWriter writes it.
 void appendNumber(TextBuffer& out, double number);
 
 }  // namespace replay

@@ -73,8 +73,8 @@ void write(CJsonWriter& out, const QList<T>& list) {
 
 enum class EKeys { DECIMAL, DAYS };
 
-/// An object from a map, in byte order of the keys' texts; numbers as keys are decimal,
-/// or days. `leaf` writes what is left when no level is left.
+/// Writes a map, or maps within maps, as an object in byte order of the keys' texts. Numbers as
+/// keys are written in decimal, or as days. `leaf` writes the values of the innermost maps.
 template <class Map, class Leaf>
 void writeMap(CJsonWriter& out, const Map& map, const Leaf& leaf, EKeys keys = EKeys::DECIMAL) {
     using Key = typename Map::key_type;

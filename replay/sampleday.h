@@ -14,9 +14,9 @@ struct SampleOptions {
     std::uint64_t seed = 1;
 };
 
-/// Writes a made-up trading day and the morning after it as a scenario for the paper
-/// exchange: strategies trade, are balanced at their balance times, what could not be
-/// made equal is carried into the history store and balanced the next morning.
+/// Writes a made-up trading day and the morning after it as a scenario for the paper exchange.
+/// Strategies trade and are balanced at their balance times. What could not be balanced is carried
+/// into the history store and balanced the next morning.
 ///
 /// The same options give the same text. `sink` takes one line at a time, without its end.
 void writeSampleDay(const SampleOptions& options,

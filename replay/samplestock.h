@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-/// The made-up market of the sample day. Prices are whole cents throughout, chance comes
-/// from a seed, so that every machine makes the same day.
+/// The made-up market of the sample day. Prices are whole cents, and random numbers come from a
+/// seed, so that every machine makes the same day.
 namespace replay {
 
 /// SplitMix64: tiny, and the same everywhere, unlike the distributions of <random>.

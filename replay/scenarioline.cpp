@@ -13,7 +13,7 @@ namespace {
 
 constexpr double EXACT_INTEGERS = 9007199254740992.0;  // 2^53
 
-/// Whole days in any time zone of what 32 bits of seconds hold.
+/// The first and the last date whose whole day fits into 32 bits of seconds in every time zone.
 constexpr std::string_view FIRST_DATE = "19700102";
 constexpr std::string_view LAST_DATE = "21060206";
 
@@ -74,8 +74,8 @@ bool isNumber(std::string_view text) {
     return i == text.size();
 }
 
-/// The parser refuses numbers that are malformed and numbers that are too large alike;
-/// tells which it was: the first number that no machine type holds, "" for malformed.
+/// The parser refuses malformed numbers and numbers that are too large alike. Returns a number of
+/// the line that is too large, or "" when a number is malformed.
 std::string_view tooLargeNumber(std::string_view line) {
     static constexpr std::string_view IN_NUMBER = "+-.0123456789eE";
     std::string_view large;

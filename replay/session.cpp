@@ -49,7 +49,7 @@ CSession::CSession(SessionOptions options, COutput& output)
     : m_options(std::move(options)), m_output(output) {}
 
 CSession::~CSession() {
-    // What the library says while it is taken down is no part of the scenario.
+    // What the library logs while it is taken down is no part of the scenario.
     m_pLog.reset();
     const CLogObserver silence(nullptr);
     m_pPlayer.reset();
@@ -111,7 +111,7 @@ void CSession::play(const Event& event) {
     }
     const bool report = joins(event);
     if (!report) rest();
-    // A process that is gone says nothing.
+    // A process that has crashed logs nothing.
     const bool gone = std::holds_alternative<CrashEvent>(event);
     m_pLog->mute(gone);
     m_pPlayer->play(event);
@@ -122,7 +122,7 @@ void CSession::play(const Event& event) {
 bool CSession::joins(const Event& event) const {
     const bool report =
         std::holds_alternative<OrderEvent>(event) || std::holds_alternative<DealEvent>(event);
-    // What the guard sends is answered before the next report comes.
+    // With the guard, what a report makes it send must be answered before the next report comes.
     return report && !m_bGuard && !m_pClient->executes();
 }
 

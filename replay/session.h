@@ -21,8 +21,8 @@ struct SessionOptions {
     paper::IClientObserver* requests = nullptr;
 };
 
-/// One scenario: from its config on a client, time and, when it asks for one, a manager
-/// of its own.
+/// One scenario. From its config on it has a client and a clock of its own, and a manager of its
+/// own when it asks for one.
 ///
 /// Threads: one, with a QCoreApplication; one session at a time.
 class CSession {
@@ -35,9 +35,9 @@ public:
 
     /// Plays one event and everything that it queues. Throws LineError.
     ///
-    /// Reports of orders and deals in a row are handed over together: while the exchange
-    /// only records, nothing that one of them sets off can reach the next, and coming to
-    /// rest costs more than a report. Whoever looks at the manager calls rest() first.
+    /// Reports of orders and deals in a row are handed over together, because coming to rest costs
+    /// more than a report. This needs an exchange that only records, and no guard: then nothing
+    /// that one report causes can reach the next. Whoever looks at the manager calls rest() first.
     void play(const Event& event);
     void rest();
 
@@ -45,7 +45,7 @@ public:
     void advanceTo(std::int64_t micros);
 
     bool started() const { return m_pPlayer != nullptr; }
-    // the rest only once the config was played
+    // only after the config was played:
     paper::CVirtualLoop& loop() { return *m_pLoop; }
     paper::CPaperClient& client() { return *m_pClient; }
     CEventPlayer& player() { return *m_pPlayer; }

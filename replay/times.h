@@ -11,22 +11,22 @@ namespace replay {
 /// not there.
 bool setTimeZone(const std::string& name);
 
-/// Days are kept as seconds in 32 bits without a sign, which end in February 2106.
+/// Days are kept as seconds in 32 bits without a sign; these end in February 2106.
 inline constexpr std::int64_t LAST_MOMENT = 4'294'967'295 * 1'000'000;  // microseconds
 
 /// "yyyy-MM-dd hh:mm:ss" local, as microseconds since the epoch; -1 when it is none.
 std::int64_t parseMoment(const std::string& text);
-/// The same of a line's field. Throws LineError when it is none, or out of range.
+/// Reads such a text from a line's field. Throws LineError when it is no moment, or out of range.
 std::int64_t readMoment(std::string_view field, const std::string& text);
 
 /// The local midnight of a date "yyyyMMdd" in seconds since the epoch.
 int dayNumber(std::string_view date);
 
-/// The local date of a day number, "yyyyMMdd". The day of records whose trade date is
-/// none, -1, reads as the second before the epoch.
+/// The local date of a day number, "yyyyMMdd". Records without a valid trade date have the day -1,
+/// which gives the date of the second before the epoch.
 std::string dateText(int day);
 
-/// The clock's local date "yyyyMMdd" and time "hhmmss".
+/// The local date "yyyyMMdd" and the local time "hhmmss" of a moment.
 std::string todayText(std::int64_t micros);
 std::string timeText(std::int64_t micros);
 /// "hh:mm:ss.zzz", local.

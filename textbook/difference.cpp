@@ -8,7 +8,7 @@ namespace textbook {
 
 namespace {
 
-/// Walks two containers side by side and keeps the way to where it stands.
+/// Compares two containers entry by entry and describes the first difference.
 class CComparison {
 public:
     const std::string& found() const { return m_strFound; }
@@ -91,7 +91,7 @@ public:
     }
 
 private:
-    // What has gone altogether leaves nothing behind.
+    // Sums may differ in their last digits. A sum that is expected to be 0 must be exactly 0.
     bool near(const std::string& way, double expected, double actual) {
         if (expected == 0.0) return same(way, expected, actual);
         const double size = std::max(1.0, std::fabs(expected));

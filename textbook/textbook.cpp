@@ -58,7 +58,7 @@ auto walk(const Values& values) {
     return total;
 }
 
-/// Filed records as a state shows them.
+/// Copies filed records into a state.
 template <class Filed, class Shown>
 void show(const Filed& days, Shown& shown) {
     for (const auto& [day, stocks] : days) {
@@ -247,7 +247,8 @@ std::vector<std::string> CTextbook::pass(bool ofOrders) {
     return announced;
 }
 
-// At limit-up nobody can buy back, at limit-down nobody can sell: one more limit is lost.
+// At limit-up nobody can buy back and at limit-down nobody can sell, so the position is valued one
+// price limit further.
 void CTextbook::revalue(const std::string& stockKey, Traded& traded, double last, bool ofOrders) {
     const auto detail = utils::CSingletonT<TC::CStockManager>::instance()->getInstrumentDetail(
         Pim::sToQs(stockKey));

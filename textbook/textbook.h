@@ -26,20 +26,21 @@ public:
     /// Drops what was derived for an account on the trade date.
     void removeAccount(const std::string& accountKey);
 
-    /// That, and everything anew from what the data center has of the account.
+    /// Removes the account and derives everything anew from what the data center has of it.
     void requestAccount(const std::string& accountKey);
 
-    /// A new trade date, before the accounts are requested again.
+    /// Begins a new trade date. To be called before the accounts are requested again.
     void rollover(const std::string& tradeDate);
 
     /// A price that was sent to the subscribers of a stock.
     void price(const std::string& stockKey, double last);
 
-    /// A pass of the calculator, for limits of 10 and 5 percent. `ofOrders`: client type 3.
-    /// The profits that it announces, as "account/strategy/profit".
+    /// A pass of the profit calculator, with price limits of 10 percent, or of 5 where the stock
+    /// key has "ST" in it. `ofOrders`: client type 3. Returns the profits that the pass announces,
+    /// as "account/strategy/profit".
     std::vector<std::string> pass(bool ofOrders);
 
-    /// What of the manager's state comes from orders and deals.
+    /// The part of the manager's state that comes from orders and deals.
     TC::ManagerState state() const;
 
 private:
@@ -84,7 +85,7 @@ private:
     ByDay<ByText<ByText<ByRecord<DealPtr>>>> m_dealDetails;
     ByText<int> m_dayOfFigures;
     ByText<std::set<DealPlace>> m_counted;  ///< by account: deals in its figures
-    ByText<std::set<DealPlace>> m_dropped;  ///< and those that were, before it was removed
+    ByText<std::set<DealPlace>> m_dropped;  ///< by account: deals of other days that count again
     ByText<ByText<ByRecord<OrderPtr>>> m_runningOrders;
     ByText<ByText<ByText<Traded>>> m_tradeStatDatas;
     ByText<ByText<std::map<int, ByRecord<int>>>> m_orderPrices;

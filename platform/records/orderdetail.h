@@ -20,7 +20,7 @@ struct PLATFORM_EXPORT COrderDetail : INumberedData {
     std::string m_strCode;
     std::string m_strTradeDate;  ///< "yyyyMMdd"
     std::string m_strSysID;      ///< the exchange's number of the order
-    std::string m_strRemark;     ///< what broker or exchange say, as why they reject; or empty
+    std::string m_strRemark;     ///< from the broker or the exchange, such as a reason to reject
     boost::shared_ptr<CAccountInfo> m_pAccountInfo;
     boost::shared_ptr<CCommandRecord> m_pCommand;  ///< strategy carrier; may be empty
     bool m_bImported = false;                      ///< read from a statement file

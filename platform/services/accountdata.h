@@ -10,7 +10,7 @@ namespace vexservice {
 ///
 /// Threads: any; each call is a consistent picture of its own.
 /// Ownership: shared; the records it gives out are not changed afterwards.
-/// Failure: nothing throws; what is not there is not given.
+/// Failure: nothing throws; unknown data gives an empty pointer or no records.
 class PLATFORM_EXPORT CAccountData : public IData {
 public:
     /// May be empty while the account's data is not loaded.

@@ -10,13 +10,13 @@
 #include <cstdint>
 #include <string>
 
-/// What the client knows of itself and its user.
+/// What the client knows about itself and its user.
 ///
 /// Threads: any, also under locks of the caller: no operation waits for a callback.
 /// Ownership: the client installs each service before it makes a manager and takes it
 /// away after the manager has gone.
-/// Failure: nothing throws but what asks for a service that nobody has installed
-/// (utils::ServiceMissing).
+/// Failure: asking for a service that nobody has installed throws utils::ServiceMissing. Nothing
+/// else throws.
 namespace TC {
 
 /// Kinds of clients, by number; the linkage library tells kind 3 from the others.
@@ -38,8 +38,8 @@ class PLATFORM_EXPORT CAppConfig {
 public:
     virtual ~CAppConfig() = default;
     virtual bool isClientType(EClientType type) const = 0;
-    /// Text encoding of the files in the data directory: "UTF-8", or "GBK" to share
-    /// them with installations that use the system page.
+    /// Text encoding of the files in the data directory: "UTF-8", or "GBK" when installations that
+    /// use the system's code page share these files.
     virtual std::string fileEncoding() const { return "UTF-8"; }
 };
 
@@ -49,8 +49,8 @@ public:
     virtual ~CUserConfig() = default;
     virtual QString getUserDataString(EUserMember member) const = 0;
     virtual double getUserDataDouble(EUserMember member) const = 0;
-    /// The block of a structured member, or null when the user has none. It is the
-    /// configuration's own and stays as it is and where it is.
+    /// The block of a structured member, or null when the user has none. It belongs to the
+    /// configuration, which neither changes nor moves it.
     virtual const void* getUserDataAddress(EUserMember member) const = 0;
 
     /// Raised after any change; connect and disconnect under m_mutex.
@@ -60,7 +60,8 @@ public:
 
 PLATFORM_EXPORT CUserConfig* getUserConfig();
 
-/// The time service: what an operation is stamped with. Asked anew each time.
+/// The time service: gives the time that an operation is stamped with. The library asks it for each
+/// operation.
 class PLATFORM_EXPORT CTimeService {
 public:
     virtual ~CTimeService() = default;

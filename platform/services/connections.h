@@ -8,11 +8,11 @@
 
 #include <string>
 
-/// The client's connections, as far as they announce anything.
+/// The signals of the client's connections.
 ///
-/// Threads: each signal is emitted on the connection's own thread or any other; the
-/// linkage library's slots run on the thread that made its manager, queued from others,
-/// so that thread must run an event loop. Connecting from any thread.
+/// Threads: each signal is emitted on the connection's own thread or any other. The linkage
+/// library's slots run on the thread that made its manager and are queued from other threads, so
+/// that thread must run an event loop. Slots may be connected from any thread.
 /// Ownership: the client installs the objects before a manager's init() and takes them
 /// away after the manager has gone.
 /// Failure: a connection that is down emits nothing; asking for one that nobody has

@@ -14,9 +14,10 @@ namespace TC {
 ///
 /// Threads: any. Calls return at once; completions come later on a thread of the
 /// command center, if at all, and never inside the call. A caller may hold locks.
-/// Ownership: commands and records are the command center's from the call on, and not
-/// changed by the caller any more; it may keep completions as long as it likes.
-/// Failure: nothing throws. A completion tells of an error; what became of an order is
+/// Ownership: commands and records belong to the command center from the call on, and the caller
+/// does not change them any more. The command center may keep completions as long as it likes.
+/// Failure: nothing throws. A completion reports an error of the request; what became of an order
+/// shows only in its reports.
 /// seen in its reports alone.
 class PLATFORM_EXPORT CDovCommandCenter {
 public:
@@ -24,12 +25,12 @@ public:
 
     /// Sends the orders of a command. `completion` may be empty.
     ///
-    /// The completion names the command: it comes without an error and with a number above
-    /// 0, no other command's, after the call and before any report of the command's orders.
-    /// The carriers of these orders and of their deals have this number. When it comes with
-    /// an error, at once or later, no order of the whole command will come; what the command
-    /// already has of orders or deals stands. A command center that cannot give numbers
-    /// leaves the completion uncalled or gives 0, and its carriers have 0.
+    /// The completion names the command: it is called without an error and with a number above 0
+    /// that no other command has, after this call and before any report of the command's orders.
+    /// The carriers of these orders and of their deals have this number. When the completion is
+    /// called with an error, at once or later, no further order of the whole command will come;
+    /// orders and deals that the command already has stay valid. A command center that cannot give
+    /// numbers does not call the completion or gives 0, and its carriers have 0.
     virtual void createCommand(const boost::shared_ptr<vexservice::COrderComandParam>& command,
                                const boost::function<void(utils::VexError, int)>& completion,
                                bool checked, int source) = 0;

@@ -25,10 +25,10 @@ public:
 
     virtual ~CQuoteRequest() = default;
 
-    /// Asks the quote client for the prices of a stock key. Delivers nothing by
-    /// itself; later prices reach the callback on the quote client's thread, and one
-    /// that is under way may still come while the request is being dropped. May be empty
-    /// when no subscription is to be had now; whoever still wants it asks again later.
+    /// Asks the quote client for the prices of a stock key. Delivers nothing by itself; later
+    /// prices reach the callback on the quote client's thread. A price that is under way may still
+    /// come while the request is being dropped. Returns an empty pointer when no subscription can
+    /// be had now; whoever still wants it asks again later.
     static boost::shared_ptr<CQuoteRequest> makeRequest(const QString& stockKey,
                                                         const Callback& callback);
 };
@@ -37,8 +37,8 @@ public:
 ///
 /// Threads: calls from any thread; callbacks on the quote client's thread, never inside a
 /// call. A caller may hold locks: no call waits for a callback.
-/// Ownership: the client installs it before a manager's init() and takes it away after
-/// the manager has gone; who asks for a request holds it.
+/// Ownership: the client installs it before a manager's init() and takes it away after the manager
+/// has gone; the caller holds the requests that he made.
 /// Failure: nothing throws; what is not known is an empty pointer or an empty list.
 class PLATFORM_EXPORT CQuoteClient {
 public:
@@ -53,9 +53,9 @@ public:
     virtual boost::shared_ptr<CQuoteRequest> request(const QString& stockKey,
                                                      const CQuoteRequest::Callback& callback) = 0;
 
-    /// The minute bars of one day ("yyyyMMdd") that the history service has by now,
-    /// in time order, possibly none and possibly with gaps. Answered once, later; a
-    /// broken connection may lose an answer.
+    /// The minute bars of one day ("yyyyMMdd") that the history service has by now, in time order.
+    /// There may be none, and there may be gaps. Answered once, later; a broken connection may lose
+    /// an answer.
     virtual void queryMinuteBars(const QString& stockKey, const std::string& day,
                                  const BarsAnswer& answer) = 0;
 };

@@ -17,7 +17,7 @@ namespace net {
 /// Threads: any. Handlers and timers run on the engine's own threads.
 /// Ownership: the same name gives the same strand, shared by all who ask; the io_service
 /// behind it outlives every module.
-/// Failure: there is always a strand. What a handler throws leaves the engine's run().
+/// Failure: there is always a strand. An exception of a handler leaves the engine's run().
 class PLATFORM_EXPORT RPCEngine {
 public:
     virtual ~RPCEngine() = default;

@@ -22,9 +22,9 @@ namespace TC {
 /// Threads: calls from any thread; they return at once. Answers of history queries
 /// come on a thread of the trade client, at most once each; a broken connection may
 /// lose one. The signal is emitted on the trade client's thread.
-/// Ownership: the client installs it before a manager's init() and takes it away after
-/// the manager has gone; records it is given stay as they are.
-/// Failure: nothing throws; an answer tells of its error.
+/// Ownership: the client installs it before a manager's init() and takes it away after the manager
+/// has gone; nobody changes a record that was passed to it.
+/// Failure: nothing throws; an answer reports its error.
 class PLATFORM_EXPORT CTradeClient : public QObject {
     Q_OBJECT
 

@@ -14,8 +14,8 @@ namespace vexservice {
 
 /// The trade data center: every account, its records, and news of them.
 ///
-/// Threads: any. Callbacks come on the data center's own threads, and may still
-/// come once after their connection was cut if they were under way.
+/// Threads: any. Callbacks come on the data center's own threads. A callback that was under way
+/// when its connection was cut may still come once.
 /// Ownership: records and accounts are shared and outlive their replacement.
 /// Failure: an unknown account gives an empty pointer, nothing throws.
 class PLATFORM_EXPORT IDataCenter {
@@ -71,7 +71,7 @@ public:
         const std::string& code) = 0;
 };
 
-/// The door to the trade services, installed by the client at start.
+/// Gives access to the trade services; the client installs it at its start.
 ///
 /// Threads: any. Ownership: the center owns its services; pointers stay valid until it
 /// goes. Failure: none of the three is ever null.

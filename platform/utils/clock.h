@@ -20,8 +20,8 @@ public:
     /// Microseconds since the epoch, UTC.
     virtual std::int64_t nowMicros() const = 0;
 
-    /// Where timers wait while the clock stands still between moves of its owner, who
-    /// ends what is due. Empty when time passes by itself: then they wait in the engine.
+    /// Where timers wait on a clock that stands still until its owner moves it; the owner ends the
+    /// waits that are due. Empty when time passes by itself: then timers wait in the engine.
     virtual std::shared_ptr<CWaits> waits() const { return {}; }
 };
 

@@ -15,9 +15,9 @@
 
 namespace utils {
 
-/// An asio timer on the platform's clock. While that clock runs by itself it is the
-/// engine's own; on a clock that stands still it waits there (IClock::waits()), and
-/// timers of one moment end in the order in which they began to wait.
+/// An asio timer on the platform's clock. While that clock runs by itself, the timer waits in the
+/// engine. On a clock that stands still it waits with the clock (IClock::waits()), and timers that
+/// are due at the same moment end in the order in which they began to wait.
 ///
 /// Threads: one at a time; the handler runs in the service. Errors: a wait that is cut
 /// short ends with operation_aborted.
@@ -40,7 +40,7 @@ private:
     boost::asio::io_service& m_service;
     std::int64_t m_nDueMicros = 0;
     std::optional<boost::asio::steady_timer> m_running;
-    std::shared_ptr<CWaits> m_pWaits;  ///< of the clock that stood still at the last wait
+    std::shared_ptr<CWaits> m_pWaits;  ///< of the clock at the last wait; may be empty
     CWaits::Place m_place;
 };
 

@@ -13,8 +13,8 @@ namespace utils {
 /// Threads: any.
 PLATFORM_EXPORT std::uint64_t referenceDataRevision();
 
-/// The client calls this after any of that data changed; one that cannot tell
-/// may call it as often as it likes.
+/// The client calls this after any of that data has changed. A client that does not know whether it
+/// has changed may call it as often as it likes.
 PLATFORM_EXPORT void referenceDataChanged();
 
 }  // namespace utils

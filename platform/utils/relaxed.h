@@ -30,7 +30,7 @@ public:
     /// For the only writer: a plain read, which the compiler may combine with others.
     T own() const { return m_value; }
 
-    /// For the one writer: not a read-modify-write that two writers could share.
+    /// For the only writer: it is not atomic as a whole, so two writers would lose updates.
     CRelaxed& operator+=(T amount) {
         set(own() + amount);
         return *this;

@@ -9,12 +9,11 @@ namespace utils {
 
 /// The total of a changing set of values, kept as they change.
 ///
-/// Integers are exact in 64 bits. Doubles are kept as a sum of two doubles
-/// (error-free addition, about 106 bits), so that money amounts that were added
-/// and taken away again leave no trace and the total does not depend on the order
-/// of the changes. Values that are no number, or so large that no count of them is
-/// sure to have a finite sum, are left out: one bad report must not spoil a total for
-/// good.
+/// Integers are exact in 64 bits. Doubles are kept as a sum of two doubles (error-free addition,
+/// about 106 bits), so that money amounts that were added and taken away again leave no trace and
+/// the total does not depend on the order of the changes. Values that are not a number are left
+/// out, and so are values so large that the sum of many might not be finite: one bad report must
+/// not spoil a total for good.
 ///
 /// Threads: one writer at a time; value() from any thread.
 template <class T>

@@ -47,9 +47,9 @@ public:
     /// Puts the client's implementation in place, or takes it away (empty).
     static void install(boost::shared_ptr<T> object);
 
-    /// Drops the object; it is destroyed when no other holder remains. A T with
-    /// a member retire() is told first, while it is still whole, so that it can
-    /// stop and wait for work of its own on other threads.
+    /// Drops the object; it is destroyed when no other holder remains. If T has a member retire(),
+    /// it is called first, while the object is still whole, so that it can stop work of its own on
+    /// other threads and wait for it.
     static void release();
 
 private:

@@ -7,8 +7,8 @@
 
 namespace utils {
 
-/// The total of TStringMapSum, for an owner that keeps the newest figure of each record
-/// key himself, as the linkage library does in one table for all its totals.
+/// The total of TStringMapSum for an owner that keeps the newest figure of each record key itself,
+/// as the linkage library does in one table for all its totals.
 ///
 /// Threads: one writer at a time; sum() from any thread.
 template <class T>

@@ -26,7 +26,7 @@ std::vector<CWaits::End> CWaits::takeDue(std::int64_t nowMicros) {
 }
 
 void CWaits::clear() {
-    // What goes with a wait may cancel others.
+    // Destroyed after the lock is given back: dropping a callback may cancel other waits.
     std::map<Place, End> gone;
     const std::lock_guard lock(m_mutex);
     gone.swap(m_waiting);

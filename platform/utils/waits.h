@@ -12,23 +12,24 @@
 
 namespace utils {
 
-/// What waits for the moments of a clock that stands still between moves of its owner.
+/// The waits of timers for moments of a clock that stands still until its owner moves it.
 ///
 /// Threads: any.
 class PLATFORM_EXPORT CWaits {
 public:
-    /// Called once: whether the moment has come, or the wait was cancelled.
+    /// Called at most once: with true when the moment has come, with false when the wait was
+    /// cancelled.
     using End = std::function<void(bool due)>;
-    /// The moment, and which of its waits.
+    /// The moment, and the number of the wait, which rises with each one added.
     using Place = std::pair<std::int64_t, std::uint64_t>;
 
     Place add(std::int64_t dueMicros, End end);
-    /// Takes a wait out; empty when it is there no more.
+    /// Takes a wait out; returns an empty function when it is no longer there.
     End take(const Place& place);
-    /// Takes out what is due by a moment: the earliest first, of one moment the wait that
-    /// was added first.
+    /// Takes out the waits that are due at a moment: the earliest first, and of the same moment the
+    /// one that was added first.
     std::vector<End> takeDue(std::int64_t nowMicros);
-    /// Takes out all there are, for nobody to end.
+    /// Drops all waits without calling them.
     void clear();
 
     /// The next moment that something waits for.
