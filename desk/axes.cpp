@@ -12,7 +12,7 @@ constexpr int OPEN = 9 * 60 + 15;
 constexpr int LUNCH = 11 * 60 + 30;
 constexpr int RESUME = 13 * 60;
 constexpr int CLOSE = 15 * 60;
-/// Reports and prices may trail behind the close.
+/// So many minutes after the close reports and prices may still come.
 constexpr int TRAIL = 5;
 
 }  // namespace
@@ -40,7 +40,7 @@ std::vector<int> CTimeAxis::marks(int most) const {
         std::vector<int> marks;
         for (int minute = (m_nFirst + every - 1) / every * every; minute <= m_nLast;
              minute += every) {
-            // Of a lunch break without width only its beginning is marked.
+            // When the lunch break takes no room, only its beginning is marked.
             if (!m_bSession || minute <= LUNCH || minute > RESUME) marks.push_back(minute);
         }
         if (static_cast<int>(marks.size()) <= most) return marks;

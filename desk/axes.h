@@ -7,8 +7,8 @@
 /// Where minutes and values stand on a chart. Values in, values out.
 namespace desk {
 
-/// The time axis of one day. While all that is to be shown lies in the market's session
-/// the lunch break takes no room; otherwise it is a plain clock.
+/// The time axis of one day. While all data lie within the market's session, the lunch break
+/// takes no room; otherwise the axis shows plain clock time.
 class CTimeAxis {
 public:
     CTimeAxis() : CTimeAxis(0, 0) {}
@@ -22,7 +22,7 @@ public:
     int first() const { return m_nFirst; }
     int last() const { return m_nLast; }
 
-    /// Minutes that deserve a grid line, at most `most` of them.
+    /// Minutes that get a grid line, at most `most` of them.
     std::vector<int> marks(int most) const;
 
 private:
@@ -39,8 +39,8 @@ struct ValueAxis {
     double high = 1.0;
     double step = 1.0;
 
-    /// Holds `least` to `most` with a little room, in about `lines` steps that are not
-    /// finer than `finest`.
+    /// An axis from `least` to `most` with a little room, in about `lines` steps, none smaller
+    /// than `finest`.
     static ValueAxis over(double least, double most, int lines, double finest);
 
     /// 0 (bottom) to 1 (top).

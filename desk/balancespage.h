@@ -10,7 +10,7 @@
 
 namespace desk {
 
-/// The balances of the day by the book of balances: what each did and what is left.
+/// The balances of the day as the book of balances has them: what each did and what remains.
 class CBalancesPage final : public QWidget {
     Q_OBJECT
 

@@ -13,8 +13,8 @@ class QTimeEdit;
 
 namespace desk {
 
-/// The balance-time table: times are edited in place; the chosen strategy gets one, or
-/// another one, by the line below.
+/// The balance-time table: the user edits times in the table; the line below it sets the time
+/// of the chosen strategy.
 class CBalanceTimesPage final : public QWidget {
     Q_OBJECT
 

@@ -23,7 +23,7 @@ constexpr int PROFIT_LINES = 4;
 constexpr double FINEST_PRICE = 0.001;
 constexpr double FINEST_MONEY = 1.0;
 constexpr std::size_t MOST_ORDER_LINES = 8;
-/// Of labels from the last point, which may have a dot around it.
+/// Pixels between a label and the last point, which may have a dot around it.
 constexpr int LABEL_DISTANCE = 10;
 constexpr int FILL_ALPHA = 50;
 
@@ -67,8 +67,8 @@ void CChart::layOut() {
     makeRoomForLabels(std::max(range.last, picture.prices.empty() ? 0 : picture.minute));
 }
 
-/// Labels stand right of what was drawn until `last`: where the day is still empty, or
-/// else in room that is taken from the day.
+/// Labels stand to the right of what is drawn up to `last`. Where the rest of the day is too
+/// narrow for them, the time axis gives up some width.
 void CChart::makeRoomForLabels(int last) {
     m_dDayWidth = m_price.area.width();
     const double needed = widestLabel() + LABEL_DISTANCE;
@@ -107,7 +107,7 @@ void CChart::paintPane(QPainter& painter, const Pane& pane, const QString& title
     paintMinutes(painter, pane);
 }
 
-/// Both panes have the lines, the lower one the times.
+/// Both panes show the lines of the time axis; only the lower pane shows the times.
 void CChart::paintMinutes(QPainter& painter, const Pane& pane) const {
     const QFontMetrics metrics(font());
     const int widest = metrics.horizontalAdvance("00:00") + 16;
@@ -214,7 +214,7 @@ QString CChart::profitTitle() const {
         .arg(QString::fromStdString(chosen.account), strategy);
 }
 
-/// What an empty pane waits for; nothing for one that is not empty.
+/// The text that an empty price pane shows; empty when there is something to show.
 QString CChart::priceLack() const {
     if (m_pPicture->selection.stock.empty()) return tr("Choose a stock");
     const bool none = m_pPicture->prices.empty() && m_pPicture->dots.empty() && m_resting.empty();

@@ -56,7 +56,7 @@ private:
     void paintPane(QPainter& painter, const Pane& pane, const QString& title,
                    const QString& lack) const;
     void paintMinutes(QPainter& painter, const Pane& pane) const;
-    /// With a `ground` the area between it and the curve is filled.
+    /// With a `ground`, fills the area between that value and the curve.
     void paintCurve(QPainter& painter, const QRect& clip, const std::vector<QPointF>& points,
                     QColor colour, std::optional<double> ground) const;
     void paintProfit(QPainter& painter) const;

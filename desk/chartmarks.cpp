@@ -19,7 +19,7 @@ using Draw = utils::CSingletonT<TC::CEnhanceDrawManager>;
 using Type = TC::IEnhanceDataBase::EDrawType;
 
 const std::string KEY = "linkage-desk";
-const std::string LABELS = "linkage-desk/labels";  // painted over the rest
+const std::string LABELS = "linkage-desk/labels";  // painted over the other graphics
 constexpr int SMALLEST_DOT = 4;
 constexpr int LARGEST_DOT = 12;
 constexpr int LABEL_PADDING = 10;
@@ -53,7 +53,7 @@ QString CChart::profitLabel() const {
     return formatted(m_pPicture->curve.rbegin()->second.profit, EFormat::Profit);
 }
 
-/// An order whose price the axis does not reach says where it rests.
+/// When an order's price lies outside the axis, an arrow in its label shows the direction.
 QString CChart::orderLabel(const RestingLevel& level) const {
     const ValueAxis& axis = m_price.values;
     const QString where = level.price > axis.high ? "↑ " : level.price < axis.low ? "↓ " : "";
@@ -85,9 +85,9 @@ void CChart::fileDeals() {
     }
 }
 
-/// Resting orders as dotted lines at their price, those nearest to the market first,
-/// with a framed label where there is room for one. What lies beyond the axis has no line
-/// and its label at the edge, or inside of those that are there.
+/// Resting orders as dotted lines at their price, those nearest to the market first, with a
+/// framed label where there is room for one. An order beyond the axis has no line; its label
+/// stands at the edge, or next to the labels that are there already.
 void CChart::fileOrders() {
     const ValueAxis& axis = m_price.values;
     const double height = QFontMetrics(font()).height() + 6;
@@ -115,8 +115,8 @@ void CChart::fileOrders() {
     }
 }
 
-/// A framed label: of orders at the right end, else right of its point; over the point
-/// or at its height; kept inside its pane.
+/// Adds a framed label. Labels of orders stand at the right end, others to the right of their
+/// point, above it or at its height. All stay inside their pane.
 void CChart::fileLabel(int type, double minute, double value, const QString& text, QColor colour,
                        bool above) {
     const QFontMetrics metrics(font());
@@ -140,7 +140,7 @@ void CChart::paintMarks(QPainter& painter, int type, const Pane& pane) const {
     painter.save();
     for (const std::string& key : {KEY, LABELS}) {
         painter.setRenderHint(QPainter::Antialiasing, key == KEY);
-        painter.setBrush(style::PANEL);  // what the boxes of labels are filled with
+        painter.setBrush(style::PANEL);  // fills the boxes of labels
         Draw::instance()->drawGraph(
             Type(type), key, &painter, pane.area.adjusted(0, 0, 1, 1),
             [&](const QPointF& point) { return pixel(pane, point.x(), point.y()); });

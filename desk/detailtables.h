@@ -11,7 +11,7 @@ struct Picture;
 /// The tables of the chosen strategy and stock.
 class CDetailTables {
 public:
-    /// Adds a tab for each table but that of the stocks.
+    /// Adds a tab for each table except the stocks.
     CDetailTables(QWidget* parent, QTabWidget* tabs);
 
     void show(const Picture& picture);

@@ -133,7 +133,8 @@ void CEngine::step(IStage& stage, double elapsed) {
         if (!std::exchange(m_bHaltSeen, true)) m_bPaused = true;
         if (!m_bPaused) stage.goOn();
     }
-    // Behind the end of a recording only what the user asks for is waited for.
+    // While paused, and after the end of an unpaced recording, no time passes: only the work
+    // that jobs have queued is done.
     if (m_bPaused || (stage.ended() && speed == UNPACED)) return stage.step(0);
     if (speed == UNPACED) return stage.step(IStage::NEVER);
     const double pace = stage.ended() ? std::min(FASTEST_AT_THE_END, speed) : speed;
@@ -153,8 +154,8 @@ void CEngine::fail(const QString& fault) {
     ring();
 }
 
-/// What is thrown on this thread ends the run, not the program: the window still shows
-/// what was reached, and why it went no further.
+/// An exception on this thread ends the run, not the program: the window still shows the last
+/// picture and the reason.
 void CEngine::run() {
     try {
         play();

@@ -16,7 +16,7 @@
 
 namespace desk {
 
-/// A speed at which a recording is played as fast as it goes, and stands at its end.
+/// At this speed a recording is played as fast as possible, and time stops at its end.
 constexpr double UNPACED = 1e9;
 
 struct EngineOptions {
@@ -24,16 +24,16 @@ struct EngineOptions {
     QString dataDir;
     double speed = 1.0;
     bool paused = false;
-    /// Time of day "hh:mm" at which a recording pauses, and stays when it is unpaced.
+    /// Time of day "hh:mm" at which a recording pauses; an unpaced recording goes no further.
     std::string haltAt;
 };
 
 /// Runs the library and its client on a thread of its own and hands pictures of them to
 /// the window.
 ///
-/// The window never calls the library: it posts jobs, which run between two steps of
-/// the stage, and finds their answers and the newest picture in a mailbox. So it stays
-/// fluent however busy the intake is.
+/// The window never calls the library: it posts jobs, which run between two steps of the stage,
+/// and finds their answers and the newest picture in a mailbox. So the window stays responsive
+/// however busy the intake is.
 ///
 /// Threads: public operations from the window's; jobs run on the engine's, answers on
 /// the window's, inside collect().
@@ -70,7 +70,7 @@ public:
     QString stageFault() const;
 
 Q_SIGNALS:
-    /// Something is in the mailbox. Rung once until it is collected.
+    /// Something is in the mailbox. Raised once, and not again before collect().
     void sigNews();
 
 private:

@@ -121,7 +121,8 @@ Pattern patternOf(const char* source) {
     return {text, QRegularExpression(expression, QRegularExpression::DotMatchesEverythingOption)};
 }
 
-/// Those that say more come first, so that a text is not taken for a vaguer one.
+/// Patterns with more text of their own come first, so that no text is taken for a more general
+/// one.
 const std::vector<Pattern>& patterns() {
     static const std::vector<Pattern> PATTERNS = [] {
         std::vector<Pattern> made;
@@ -137,7 +138,7 @@ const std::vector<Pattern>& patterns() {
     return PATTERNS;
 }
 
-/// Fills the places of a text in one go: what is filled in may itself hold "%1".
+/// Fills all places of a text in one pass, because a value may itself contain "%1".
 QString filled(const QString& text, const QStringList& values) {
     QString result;
     for (int i = 0; i < text.size(); ++i) {

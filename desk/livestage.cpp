@@ -22,7 +22,7 @@ paper::ClientConfig liveConfig(const QString& dataDir) {
     return config;
 }
 
-/// A trader's desk never trades too much, and keeps the times he has set.
+/// The desk uses the guard, and keeps the balance times that the user has set.
 TC::LinkageOptions liveOptions() {
     return {.guard = true, .rounds = 3, .roundSeconds = 20, .keepBalanceTimes = true};
 }
@@ -39,8 +39,8 @@ public:
         m_market.open();
     }
 
-    /// First who asks the manager by itself; then the manager, while the loop still ends
-    /// what it had begun; then the loop's threads; then what they worked on.
+    /// Stops in this order: the scheduler, which calls the manager; the manager, while the loop
+    /// can still finish its work; the loop's threads; the objects that they worked on.
     ~CLiveStage() override {
         m_client.stopScheduler();
         Manager::release();

@@ -72,7 +72,8 @@ QString readArguments(const QCoreApplication& application, Arguments& arguments)
     return {};
 }
 
-/// A picture needs no display, and Qt chooses its platform before arguments are read.
+/// Taking a picture needs no display. Qt chooses its platform before the arguments are parsed,
+/// so they are looked at here.
 void chooseTheDisplay(int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
         const QByteArray argument = argv[i];
@@ -96,7 +97,7 @@ int main(int argc, char** argv) {
     std::optional<QTemporaryDir> temporary;
     if (arguments.engine.dataDir.isEmpty()) arguments.engine.dataDir = temporary.emplace().path();
 
-    // Without a configuration the log would only complain of having none.
+    // Without a configuration the log would only report that it has none.
     if (!qEnvironmentVariableIsSet("LOG4CXX_CONFIGURATION"))
         g_VexStdLogger.setTap([](std::string_view, const std::string&) {});
     const desk::CTranslation translation(arguments.locale);

@@ -63,7 +63,7 @@ void CMainWindow::show(std::shared_ptr<const Picture> picture) {
     showClock(now);
     showPairs(now);
     showCounts(now);
-    // A picture of an earlier choice would make the tables flicker.
+    // A picture of an earlier choice is not shown in the tables, or they would flicker.
     if (now.selection == m_selection) {
         m_pTables->show(now);
         m_pChart->show(m_pShown);
@@ -82,7 +82,7 @@ void CMainWindow::show(std::shared_ptr<const Picture> picture) {
     Q_EMIT sigShown();
 }
 
-/// Without the library nothing can be asked for.
+/// Without the manager all actions are disabled.
 void CMainWindow::enableActions(bool alive) {
     m_pBalance->setEnabled(alive && !m_selection.strategy.empty());
     for (QWidget* widget : std::initializer_list<QWidget*>{m_pImportNow, m_pTimes, m_pHistory})
@@ -132,7 +132,7 @@ void CMainWindow::showCounts(const Picture& picture) {
                                 formatted(tasks, EFormat::Count)));
 }
 
-/// Until the user has chosen, the first strategy that has traded, and its first stock.
+/// Until the user has chosen: chooses the first strategy that has traded, and its first stock.
 void CMainWindow::chooseForTheUser(const Picture& picture) {
     if (m_selection.account.empty()) {
         const auto first =

@@ -24,8 +24,8 @@ class CHistoryPage;
 class CImportPage;
 class CRowsView;
 
-/// The one window of the desk. It shows pictures of the library and passes wishes on;
-/// it never waits for either.
+/// The one window of the desk. It shows pictures of the library's state and passes the user's
+/// requests on; it waits for neither.
 class CMainWindow final : public QMainWindow {
     Q_OBJECT
 
@@ -41,13 +41,14 @@ public:
     void chooseFirst();
     /// Whether the picture on the screen is that of the choice.
     bool isSettled() const;
-    /// Makes the screen what it would be had it only shown this picture.
+    /// Resets widths, scroll positions and division, as if this picture were the first one
+    /// shown.
     void tidy();
 
 Q_SIGNALS:
     /// Another picture is on the screen.
     void sigShown();
-    /// Nothing plays, or nothing any more.
+    /// Nothing can be played, or the run was stopped.
     void sigFault(const QString& text);
 
 protected:

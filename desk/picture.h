@@ -105,9 +105,9 @@ struct Picture {
     std::string time;  ///< client time "hh:mm:ss"
     int minute = 0;
     double progress = -1.0;  ///< of a recording, 0 to 1; negative: none
-    bool alive = false;      ///< the library runs; without it nothing below is filled
+    bool alive = false;      ///< the library runs; otherwise the picture has nothing of it
     bool ended = false;      ///< the recording was played to its end
-    bool halted = false;     ///< the moment to stop at was reached
+    bool halted = false;     ///< the moment was reached at which it was to stop
     std::string fault;       ///< why the recording stopped early
     std::string userName;
 

@@ -31,7 +31,7 @@ std::string instrumentName(const std::string& stockKey) {
     return detail ? detail->m_strName : std::string();
 }
 
-/// Account and strategy of a history key, which is one behind the other.
+/// Account and strategy of a history key, which is the account key followed by the strategy.
 std::pair<std::string, std::string> pairOf(const std::string& key, const Picture& picture) {
     std::string account;
     for (const PairRow& pair : picture.pairs) {
@@ -71,7 +71,7 @@ void CPictureTaker::take(Picture& picture) {
     TC::CLinkageManager& manager = *Manager::instance();
     followManager(manager);
     picture.date = manager.getTradeDate();
-    // What was quoted before the first picture belongs to its day.
+    // Prices that came before the first picture belong to the day of that picture.
     if (!m_strTapeDate.empty() && picture.date != m_strTapeDate) m_tape.forget();
     m_strTapeDate = picture.date;
     for (const std::string& stock : manager.getStocks()) m_tape.follow(stock);
@@ -108,7 +108,7 @@ void CPictureTaker::takePairs(TC::CLinkageManager& manager, Picture& picture) {
             const auto time = picture.balanceTimes.find(row.account + ":" + strategy);
             if (time != picture.balanceTimes.end()) row.balanceTime = time->second;
             const bool idle = records.empty() && row.runningOrders == 0 && row.runningTasks == 0;
-            // What the user looks at stays, also when a new day has emptied it.
+            // The chosen strategy stays in the list, even when a new day has emptied it.
             const bool chosen =
                 picture.selection.account == row.account && picture.selection.strategy == strategy;
             if (strategy.empty() || chosen || !idle) picture.pairs.push_back(std::move(row));
@@ -151,7 +151,7 @@ void CPictureTaker::takeStock(TC::CLinkageManager& manager, Picture& picture) {
     takeTasks(manager, picture);
 }
 
-/// A pair's records may stand in the files, or be left, without totals.
+/// A pair may have stock records without totals, from the files or as the rest of a removal.
 std::set<std::string> CPictureTaker::historyKeys(
     const std::map<std::string, TC::TradeStatData>& stats, const Picture& picture) const {
     std::set<std::string> keys = m_fileKeys;

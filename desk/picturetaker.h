@@ -25,8 +25,8 @@ class CPictureTaker {
 public:
     explicit CPictureTaker(CPriceTape& tape) : m_tape(tape) {}
 
-    /// `picture.selection` says what to look at; where it names nothing that exists, it
-    /// is left and its tables stay empty. Nothing is filled without a manager.
+    /// `picture.selection` says what to look at. When it names nothing that exists, it is not
+    /// changed, and its tables stay empty. Nothing is filled without a manager.
     void take(Picture& picture);
 
 private:
@@ -50,7 +50,7 @@ private:
     std::shared_ptr<struct StatFlag> m_pStatChanged;
 };
 
-/// Asks for the curves over the day, from now on.
+/// Starts the calculation of the curves over the day.
 void startCurves(TC::CLinkageManager& manager);
 
 /// The minute of the day of "hhmmss"; empty when the text is no time.

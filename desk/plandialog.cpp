@@ -33,7 +33,8 @@ std::vector<Column> planColumns() {
             {CPlanDialog::tr("Remark")}};
 }
 
-/// At its price, or at the newest where the order has none; empty when that is not known.
+/// The order's amount at its price, or at the newest price where it has none; empty when
+/// neither is known.
 QVariant amountOf(const TC::StockBalance& stock, const std::map<std::string, double>& lastPrices) {
     const auto last = lastPrices.find(stock.stockKey);
     const double price = stock.price > 0.0          ? stock.price
@@ -155,7 +156,7 @@ CPlanDialog::CPlanDialog(const QString& title, const PlanPreview& preview, QWidg
     QPushButton* go = buttons->addButton(tr("Balance"), QDialogButtonBox::AcceptRole);
     go->setObjectName("planAccept");
     go->setProperty("primary", true);
-    go->style()->polish(go);  // the box has polished it already
+    go->style()->polish(go);  // the button box polished it before the property was set
     go->setEnabled(!refused);
     buttons->addButton(tr("Cancel"), QDialogButtonBox::RejectRole)->setObjectName("planReject");
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);

@@ -6,7 +6,7 @@
 
 namespace desk {
 
-/// Shows what a balance would send and cancel, stock by stock, and asks for the word.
+/// Shows what a balance would send and cancel, stock by stock, and asks the user to confirm.
 class CPlanDialog final : public QDialog {
     Q_OBJECT
 

@@ -15,24 +15,24 @@ class CPaperClient;
 
 namespace desk {
 
-/// The course of each stock over the day, one price a minute, noted as prices come in.
+/// The price curve of each stock over the day, one price per minute, noted as prices come in.
 ///
-/// Threads: one for all operations; prices come on the quote client's.
+/// Threads: one thread for all operations; prices come on the quote client's threads.
 class CPriceTape {
 public:
-    /// From now on notes the prices of a stock; nothing happens when it does already.
+    /// Notes the prices of a stock from now on; a second call does nothing.
     void follow(const std::string& stockKey);
     std::map<int, double> of(const std::string& stockKey) const;
 
     /// Gives the minutes that have ended since the last time to the client's history
     /// service as bars, so that a recording without bars has them, too.
     void giveBars(paper::CPaperClient& client);
-    /// The client has bars of its own for this stock up to a minute.
+    /// Gives no bars of this stock up to `minute`, because the client has its own.
     void leaveBars(const std::string& stockKey, int minute) { m_ownBars[stockKey] = minute; }
 
     /// Forgets the prices of the day.
     void forget();
-    /// Gives the subscriptions back; to be called before the client goes.
+    /// Ends the subscriptions; to be called before the client is destroyed.
     void letGo() { m_requests.clear(); }
 
 private:

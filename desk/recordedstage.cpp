@@ -58,7 +58,7 @@ public:
         std::int64_t until = micros > NEVER - now ? NEVER : now + micros;
         if (m_haltMicros) until = std::min(until, *m_haltMicros);
         playUntil(until, deadline);
-        // What happens at that very moment is played before the halt.
+        // Events at the moment of the halt are still played before it.
         m_bHalted =
             m_haltMicros && m_session.loop().nowMicros() >= *m_haltMicros && (m_target || m_bEnded);
     }
@@ -75,7 +75,8 @@ private:
                 playLine();
                 continue;
             }
-            // Time that a fast step has left over is not for the time behind the end.
+            // At the end of the recording the step ends too; the rest of its time is not
+            // played.
             if (now >= until || m_bEnded != wasEnded) return;
             std::int64_t next = std::min(until, now + STRIDE_MICROS);
             if (m_target) next = std::min(next, *m_target);
@@ -113,8 +114,8 @@ private:
         }
     }
 
-    /// The curves begin with the library, not with the first picture, which comes sooner or
-    /// later as the machine is fast or slow.
+    /// The curves begin with the manager and not with the first picture, because the time of
+    /// that picture depends on the machine's speed.
     void followManager() {
         if (Manager::exists() && !m_bFollowed) startCurves(*Manager::instance());
         m_bFollowed = Manager::exists();

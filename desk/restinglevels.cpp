@@ -9,7 +9,7 @@ namespace desk {
 
 namespace {
 
-/// A stock that has hardly moved leaves its orders this share of the price.
+/// The least room for resting orders, as a share of the price, when the price has hardly moved.
 constexpr double LEAST_ROOM = 0.02;
 
 struct Span {

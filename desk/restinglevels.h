@@ -9,7 +9,7 @@
 /// Which resting orders a chart shows, and what its axes must hold. Values in, values out.
 namespace desk {
 
-/// What rests at one price and side.
+/// The resting orders of one price and side.
 struct RestingLevel {
     double price = 0.0;
     bool buys = true;

@@ -18,7 +18,7 @@ QString money(double value, int flags) {
     return QString::fromStdString(utils::formatDoubleNumber(value, flags));
 }
 
-/// A price has the digits that its stock's tick needs: two, or three where the last tells.
+/// A price has two decimals, or three when the third is not 0.
 QString price(double value) {
     if (!std::isfinite(value)) return money(value, utils::FORMAT_NUMBER_NONE);
     const QString digits = QString::number(std::fabs(value), 'f', 3);

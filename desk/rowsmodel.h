@@ -15,7 +15,7 @@ enum class EFormat {
     Money,   ///< two decimals, grouped
     Yuan,    ///< money in whole yuan, grouped
     Profit,  ///< the same with its sign, and in the colour of gain or loss
-    Price,   ///< two decimals, or three where the last tells; grouped
+    Price,   ///< two decimals, or three when the third is not 0; grouped
     Side,    ///< true: buy
     Time,    ///< "hhmmss" as hh:mm:ss
 };
@@ -34,9 +34,9 @@ struct Row {
     bool operator==(const Row&) const = default;
 };
 
-/// A table of keyed rows that follows its source row by row: what did not change is
-/// not touched, so selections, scroll positions and the screen stay calm while reports
-/// storm in.
+/// A table of keyed rows that follows its source row by row: it leaves unchanged rows alone, so
+/// selections and scroll positions stay, and the screen does not flicker, while many reports
+/// come in.
 class CRowsModel final : public QAbstractTableModel {
     Q_OBJECT
 

@@ -19,7 +19,8 @@ namespace {
 
 constexpr int PADDING = 17;
 constexpr int SORT_MARK = 16;
-/// More rows than this at a time are a table that was just filled; its first rows tell.
+/// When more rows than this change at once, the table was just filled, and its first rows are
+/// enough to measure.
 constexpr int MEASURED_AT_MOST = 200;
 
 /// Gain and loss keep their colours in the chosen row.
@@ -119,7 +120,7 @@ void CRowsView::measure(int first, int last) {
     if (wider) spread();
 }
 
-/// The mark of the sorted column stands beside its title.
+/// Widens a column so that the sort mark fits beside its title.
 void CRowsView::makeRoomForMark(int column) {
     if (column < 0) return;
     const QString title = m_pRows->columns()[static_cast<std::size_t>(column)].title;
@@ -129,7 +130,7 @@ void CRowsView::makeRoomForMark(int column) {
     spread();
 }
 
-/// The first one is always shown.
+/// How many columns fit into `room`; at least one.
 int CRowsView::shownColumns(int room) const {
     int used = m_widths.front();
     std::size_t count = 1;
@@ -159,7 +160,7 @@ void CRowsView::paintEvent(QPaintEvent* event) {
                      Qt::AlignCenter | Qt::TextWordWrap, m_strPlaceholder);
 }
 
-/// Leaves free below the rows what would only show part of one.
+/// Leaves the space below the last whole row free, instead of showing a part of a row.
 void CRowsView::updateGeometries() {
     if (m_bMeasuring) return;
     m_bMeasuring = true;

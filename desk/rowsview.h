@@ -10,9 +10,9 @@ class QSortFilterProxyModel;
 
 namespace desk {
 
-/// Shows a CRowsModel. Columns are as wide as what they ever held, and share what room
-/// is left; only rows that changed are measured. In a narrow table the last columns are
-/// left out rather than cut, and only whole rows are shown.
+/// Shows a CRowsModel. Columns are as wide as the widest cell that they ever held, and share
+/// the room that is left; only changed rows are measured. In a narrow table the last columns
+/// are left out rather than cut, and only whole rows are shown.
 class CRowsView final : public QTableView {
     Q_OBJECT
 
@@ -33,10 +33,10 @@ public:
     /// Height of the table with so many rows.
     int heightOf(int rows) const;
 
-    /// Said in place of rows while there are none.
+    /// The text that is shown while there are no rows.
     void setPlaceholder(const QString& text) { m_strPlaceholder = text; }
 
-    /// Makes the columns as wide as what they hold now.
+    /// Makes the columns as wide as their present cells need.
     void measureAnew();
 
 Q_SIGNALS:

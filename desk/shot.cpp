@@ -16,7 +16,8 @@ void takeShot(CMainWindow& window, const QString& file, std::function<void(const
                          if (!picture.fault.empty())
                              return done(QString::fromStdString(picture.fault));
                          if (!picture.ended && !picture.halted) return;
-                         // What was chosen on the way depends on the machine's speed.
+                         // Chooses again at the end, because an earlier choice depends on the
+                         // machine's speed.
                          if (!std::exchange(*chosen, true)) return window.chooseFirst();
                          if (!window.isSettled()) return;
                          window.tidy();

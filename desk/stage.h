@@ -17,10 +17,10 @@ struct StageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// What plays: the client that feeds the library, and the time on which it runs.
+/// What the desk plays: the client that feeds the library, and the clock on which it runs.
 ///
-/// Threads: the engine's, from construction to destruction. The client and, when the
-/// stage is taken down, the manager live inside.
+/// Threads: the engine's, from construction to destruction. The client lives inside. The
+/// destructor also releases the manager.
 class IStage {
 public:
     static constexpr std::int64_t NEVER = std::numeric_limits<std::int64_t>::max();
@@ -38,9 +38,9 @@ public:
     /// Share of the recording played, 0 to 1; negative where there is none.
     virtual double progress() const { return -1.0; }
     virtual bool ended() const { return false; }
-    /// Whether the moment was reached at which the stage was told to stop.
+    /// Whether the moment was reached at which the stage was to stop.
     virtual bool halted() const { return false; }
-    /// Plays on behind that moment.
+    /// Plays on after that moment.
     virtual void goOn() {}
     /// Why the recording ended early; empty otherwise.
     virtual std::string fault() const { return {}; }

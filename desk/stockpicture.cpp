@@ -15,7 +15,7 @@ namespace desk {
 
 namespace {
 
-/// Tables longer than this help nobody and cost a copy each time.
+/// Longer tables would help nobody, and each picture copies them.
 constexpr std::size_t LONGEST_TABLE = 300;
 
 const std::string& strategyOf(const boost::shared_ptr<vexservice::CCommandRecord>& command) {
@@ -83,7 +83,7 @@ void CPictureTaker::takeDeals(TC::CLinkageManager& manager, Picture& picture) {
             picture.deals.push_back({key, deal->m_strTradeTime, buys, deal->m_dPrice,
                                      deal->m_nVolume, deal->m_dAmount});
             const auto when = minuteOf(deal->m_strTradeTime);
-            if (!when) continue;  // the table has it, the chart has no place for it
+            if (!when) continue;  // the table shows the deal, but the chart cannot place it
             auto& minute = minutes[{*when, buys}];
             minute.first += deal->m_nVolume;
             minute.second += deal->m_dPrice * deal->m_nVolume;

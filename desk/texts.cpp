@@ -5,7 +5,7 @@
 #include <QLocale>
 #include <QTranslator>
 
-/// Resources of a static library have to be asked for, outside of any namespace.
+/// The resources of a static library must be initialised explicitly, outside of any namespace.
 static void initTranslations() { Q_INIT_RESOURCE(desk_translations); }
 
 namespace desk {

@@ -13,7 +13,7 @@ class QTranslator;
 /// Chinese.
 namespace desk {
 
-/// The translation of the desk in use; it ends when the object goes.
+/// Installs the translation of the desk until this object is destroyed.
 class CTranslation {
 public:
     /// The language of `locale`: Chinese, or English for any other.

@@ -23,7 +23,7 @@ class CWanderingMarket {
 public:
     CWanderingMarket(boost::asio::io_service& service, paper::CPaperClient& client);
 
-    /// Starts trading; the library should be listening by now.
+    /// Starts trading; call it when the library is connected.
     void open();
 
     std::vector<std::string> stockKeys() const;

@@ -27,7 +27,7 @@ namespace desk {
 namespace {
 
 constexpr int MOST_STOCK_ROWS = 6;
-/// Share of the tabs in what the stocks leave; the chart has the rest.
+/// The tabs' share of the height below the stocks, in percent; the chart gets the rest.
 constexpr int TABS_PERCENT = 36;
 constexpr double SPEEDS[] = {1, 2, 5, 10, 20, 60, 100, 300, 1000};
 

@@ -1,4 +1,4 @@
 #pragma once
 
-/// What leaves the linkage library.
+/// Marks what the linkage library exports.
 #define LINKAGE_EXPORT __attribute__((visibility("default")))

@@ -88,7 +88,8 @@ void CLinkageManager::tryAutoBalance(const std::string& accountkey, const std::s
         account = findBalanceAccount(accountkey, operation, "{0} : account data is empty",
                                      "{0} : accounntinfo is empty");
     });
-    // Who does not answer now may do so at the next tick; nobody else would ask again.
+    // The data center may answer at the next tick. Without the watchdog nobody would ask it
+    // again.
     if (!answered && !m_pBalance->m_bAutoBalanceRunning) armBalanceWatchdog();
     if (!account.info) return;
     if (isBalancedType(*account.info)) {
@@ -176,7 +177,7 @@ void CLinkageManager::cancelTask(int number, const QString& text) {
     raise("CLinkageManager::cancelTask", [&] { Q_EMIT sigCancelTask(number, text); });
 }
 
-// How a cancellation ended is seen in the reports of its task.
+// The reports of the task tell how its cancellation ended.
 void CLinkageManager::onCancelServerTask(const utils::VexError&, bson::BSONObj,
                                          const boost::shared_ptr<vexservice::CTaskDetail>&) {}
 

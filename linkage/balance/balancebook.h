@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-/// What became of each balance, as CLinkageManager::getBalances tells it. Kept with
-/// LinkageOptions::guard alone. Volumes are shares.
+/// What became of each balance, as CLinkageManager::getBalances tells it. Kept only with
+/// LinkageOptions::guard. Volumes are shares.
 namespace TC {
 
 enum class EBalanceState {
@@ -17,7 +17,7 @@ enum class EBalanceState {
     Cancelling,  ///< waits until what runs of the pair has ended, for 30 s at most
     Sent,        ///< its orders are under way
     Ended,
-    Refused,  ///< was never begun; the reason names the balance that stands against it
+    Refused,  ///< never began; the reason names the balance that prevented it
 };
 
 /// "asked", "cancelling", "sent", "ended", "refused".
@@ -30,7 +30,7 @@ struct BalanceStock {
     std::int64_t least = 0;    ///< bought less sold when every open sell fills
     std::int64_t most = 0;     ///< bought less sold when every open buy fills
     std::int64_t sent = 0;     ///< over all rounds; a sale is negative
-    std::int64_t filled = 0;   ///< likewise; goes on after the end
+    std::int64_t filled = 0;   ///< likewise; may still grow after the end
     std::int64_t remains = 0;  ///< bought less sold when the balance ended; 0 before
     std::string reason;        ///< why it sent nothing, or why something remains
 
@@ -38,7 +38,7 @@ struct BalanceStock {
 };
 
 struct BalanceRecord {
-    int number = 0;             ///< rising from 1; goes on after a restart on the same date
+    int number = 0;             ///< counted from 1; continues after a restart on the same date
     std::string date;           ///< trade date, "yyyyMMdd"
     std::vector<int> commands;  ///< numbers of its commands, as far as they are known
     std::string account;
@@ -47,10 +47,10 @@ struct BalanceRecord {
     std::string asked;  ///< "hh:mm:ss"
     std::string ended;  ///< "hh:mm:ss"; "" while it has not ended; when refused: when asked
     EBalanceState state = EBalanceState::Asked;
-    int cancelledOrders = 0;  ///< calls that it made
+    int cancelledOrders = 0;  ///< orders that it asked to cancel
     int cancelledTasks = 0;
     int rounds = 0;      ///< rounds that sent something
-    std::string reason;  ///< of the whole; "" for none
+    std::string reason;  ///< why the whole balance ended or was refused; "" for none
     std::map<std::string, BalanceStock> stocks;
 };
 

@@ -219,7 +219,7 @@ PreparedBalance prepareBalance(const BalanceRequest& request) {
             prepareStock(request, key, figures, prepared);
         };
         if (attempt(PREPARE_BALANCE, prepare)) continue;
-        // The other stocks are balanced all the same.
+        // The other stocks are still balanced.
         plan.stocks.push_back({stockKey, figures.buyVolume, figures.sellVolume, figures.net(),
                                EBalanceOutcome::NoAnswer});
         prepared.orders.emplace_back();

@@ -26,7 +26,7 @@ struct StockBalance {
     std::int32_t difference = 0;  ///< bought less sold
     EBalanceOutcome outcome = EBalanceOutcome::Balanced;
 
-    // with the guard: between these bought less sold ends, however the open orders do
+    // with the guard: bought less sold ends between these two, however the open orders end
     std::int64_t least = 0;
     std::int64_t most = 0;
 

@@ -25,7 +25,7 @@ enum class EBalanceOutcome {
     NoInstrument,  ///< the instrument manager has no detail of the stock
 
     // with the guard alone
-    Waiting,      ///< how open orders end decides whether anything is unequal
+    Waiting,      ///< open orders decide whether the volumes end unequal
     TaskRunning,  ///< a task of the pair still trades the stock
 
     NoAnswer,  ///< a service of the client threw when it was asked for price or instrument
@@ -34,7 +34,7 @@ enum class EBalanceOutcome {
 /// In what volumes a stock trades.
 struct BalanceLot {
     int unit = 100;          ///< shares; below 1 counts as 1
-    bool anyVolume = false;  ///< one lot is the least, but not the step
+    bool anyVolume = false;  ///< any volume from one lot on, not only whole lots
 };
 
 struct BalanceDecision {

@@ -62,7 +62,7 @@ void CLinkageManager::armBalanceWatchdog() {
     const auto& timer = m_pEngine->m_autoBalanceTimer;
     m_pBalance->m_bAutoBalanceRunning = timer != nullptr;
     if (!timer) return;
-    // A wait that is cut short ticks as well.
+    // The watchdog also runs when its wait is cancelled.
     armTimer(*timer, *m_pEngine->m_strand, WATCHDOG_MICROS,
              guarded([this] { onAutoBalanceTimer(); }));
 }
@@ -87,7 +87,7 @@ void CLinkageManager::onAutoBalanceTimer() {
                 ++at;
                 continue;
             }
-            // Whatever still runs: after so long the balance is sent regardless.
+            // After this time the balance is sent even if orders or tasks still run.
             if (isBalancedType(*account.info)) {
                 VEX_INFO(operation, "accountkey {0}, strategy {1}", accountkey, at->first);
                 attempt(operation, [&, &account = accountkey] {

@@ -60,7 +60,8 @@ std::map<std::string, std::string> readBalanceTimes(const std::string& text) {
     std::map<std::string, std::string> times;
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);) {
-        // What broke off has no key, or half of one: only whole lines count.
+        // A last line that broke off has no key, or half of one: only lines with a line end
+        // count.
         if (lines.eof() || line.size() <= TIME_SIZE || line[TIME_SIZE] != ' ') continue;
         const std::string time = line.substr(0, TIME_SIZE);
         if (isTimeOfDay(time)) times[unescaped(line.substr(TIME_SIZE + 1))] = time;

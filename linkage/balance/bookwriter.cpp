@@ -20,7 +20,8 @@ void CBookWriter::note(const std::string& date, const std::string& line) {
 
 bool CBookWriter::writeNow(const std::string& date, const std::string& line) {
     const std::lock_guard writing(m_writeMutex);
-    // What was noted stands before it in the file, or the newest line would not win.
+    // The noted lines go into the file first, because readers take the last line of each
+    // balance.
     if (!writeNoted()) return false;
     if (m_pFile->append(date, line)) return true;
     m_bFailed = true;

@@ -9,7 +9,7 @@
 
 namespace TC {
 
-/// Where the books of balances are kept, one file per trade date.
+/// The files of the book of balances, one per trade date.
 ///
 /// Threads: one call at a time. Failure: false, or no text; nothing throws.
 class IBookFile {
@@ -27,10 +27,10 @@ public:
     virtual Text read(const std::string& date) = 0;
 };
 
-/// Keeps the book. Most lines tell what has happened: they are noted and written by the next
-/// flush(), which nobody waits for. The line that tells what is about to be sent is written at
-/// once, with everything noted before it. Lines that cannot be written stay noted for the next
-/// time, and the log says so.
+/// Keeps the book. Most lines tell what has happened: they are noted, and the next flush()
+/// writes them; no balance waits for that. The line that tells what is about to be sent is
+/// written at once, with everything noted before it. Noted lines that cannot be written stay
+/// noted for the next time, and the log says so.
 ///
 /// Threads: any. It never takes the manager's lock.
 class CBookWriter {
@@ -49,7 +49,8 @@ public:
 
     IBookFile::Text read(const std::string& date);
 
-    /// Lines that wait for a disk that fails; older ones are dropped, and the log says so.
+    /// How many lines may wait while the disk fails; older ones are dropped, and the log says
+    /// so.
     static constexpr std::size_t MOST_LINES = 10'000;
 
 private:
@@ -61,7 +62,7 @@ private:
     bool writeNoted();
 
     const std::unique_ptr<IBookFile> m_pFile;
-    std::mutex m_writeMutex;  ///< one writing at a time; taken before the next
+    std::mutex m_writeMutex;  ///< held while the file is read or written; taken before the next
     mutable std::mutex m_mutex;
     std::deque<Line> m_lines;
     bool m_bFailed = false;

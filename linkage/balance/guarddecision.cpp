@@ -131,7 +131,7 @@ void CGuardedBalances::decide(Balance& balance) {
     BalanceRequest request;
     PreparedBalance prepared;
     const bool answered = attempt(GUARDED_BALANCES, [&] {
-        // Only what balances by itself passes over accounts of other types.
+        // A balance that is sent at once does not check the account's type here.
         request =
             requestOf(balance.pair, balance.form, !balance.atOnce, picture(balance.pair.account));
         prepared = prepareBalance(request);
@@ -140,7 +140,8 @@ void CGuardedBalances::decide(Balance& balance) {
     const auto is = [](EBalanceOutcome outcome) {
         return [outcome](const StockBalance& stock) { return stock.outcome == outcome; };
     };
-    // A stock whose price nobody tells does not keep the others waiting.
+    // A stock without an answer does not delay the others: the decision is tried again only if
+    // there is no order to send.
     const bool nothingElse =
         std::none_of(plan.stocks.begin(), plan.stocks.end(), is(EBalanceOutcome::Order)) &&
         std::any_of(plan.stocks.begin(), plan.stocks.end(), is(EBalanceOutcome::NoAnswer));
@@ -182,8 +183,8 @@ void CGuardedBalances::takeFigures(Balance& balance, const PreparedBalance& prep
     }
 }
 
-// What is about to be sent is on disk before it is: after a crash in between nothing is sent
-// twice, because the orders count as open until they are heard of or lost.
+// The line with the orders is on disk before they are sent. So nothing is sent twice after a
+// crash in between: the orders count as open until they are reported or lost.
 void CGuardedBalances::send(Balance& balance, const BalanceRequest& request,
                             const PreparedBalance& prepared) {
     const auto commands = commandsOf(request, prepared);
@@ -209,12 +210,13 @@ void CGuardedBalances::send(Balance& balance, const BalanceRequest& request,
     }
     balance = std::move(sent);
     m_changed.insert(balance.number);
-    // A trading date that begins in the middle ends the balance.
+    // A trading date that begins between two commands ends the balance.
     for (std::size_t at = 0; at < commands.size() && balance.isActive(); ++at) {
         const auto completion =
             m_manager.guarded([this, number = balance.number, index = first + at](
                                   const utils::VexError& error, int command) {
-                // Reports come the same way: none overtakes the number of its command.
+                // Reports are posted to the strand too, so no report overtakes the number of
+                // its command.
                 m_manager.post([this, number, index, error, command] {
                     const CLock lock(m_manager.m_mutex);
                     completed(number, index, error, command);

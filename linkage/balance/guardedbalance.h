@@ -18,7 +18,7 @@ struct SentOrder {
     bool priced = true;  ///< it had a price, or is a market order
     std::int64_t volume = 0;
 
-    // by the newest reports of its command
+    // as the newest reports of its command say
     std::int64_t filled = 0;
     bool heard = false;
     bool ended = false;  ///< every report of it is final
@@ -38,7 +38,7 @@ struct SentCommand {
     std::string text;  ///< why it was refused
     std::vector<SentOrder> orders;
 
-    /// Whether nothing more will come of an order.
+    /// Whether an order can trade no more.
     bool isOver(const SentOrder& order) const { return refused || order.lost || order.ended; }
 };
 
@@ -65,16 +65,16 @@ struct GuardedBalance {
 
     EBalanceState state = EBalanceState::Asked;
     std::int64_t askedAt = 0;
-    std::int64_t dueAt = 0;  ///< its turn comes not before
+    std::int64_t dueAt = 0;  ///< its turn does not come earlier
     std::int64_t cancelAt = 0;
-    std::int64_t sentAt = 0;  ///< of the last round
+    std::int64_t sentAt = 0;  ///< when the last round was sent
     std::int64_t endedAt = 0;
-    std::int64_t retryAt = 0;  ///< a service did not answer; the decision is tried again
+    std::int64_t retryAt = 0;  ///< when the decision is tried again after a service did not answer
 
     int rounds = 0;
     std::string reason;
-    bool remainsOpen = false;  ///< it ended before the account was loaded: what remains is to
-                               ///< be told then
+    bool remainsOpen = false;  ///< it ended before the account was loaded;
+                               ///< `remains` is filled in after the load
     std::map<std::uint64_t, CancelledOrder> cancelledOrders;
     int cancelledTasks = 0;
     std::vector<SentCommand> commands;
@@ -104,8 +104,8 @@ BalanceRecord recordOf(const GuardedBalance& balance);
 /// its line end.
 std::string bookLine(const GuardedBalance& balance, const std::string& step, std::int64_t now);
 
-/// The balances of a book, by number, each as its last whole line has it. Lines that cannot
-/// be read are passed over and counted in `damaged`.
+/// The balances of a book, by number, each as its last whole line has it. Lines that cannot be
+/// read are skipped and counted in `damaged`.
 std::map<int, GuardedBalance> readBook(const std::string& text, int& damaged);
 
 }  // namespace TC

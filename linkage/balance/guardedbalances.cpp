@@ -22,7 +22,7 @@ constexpr std::int64_t LONGEST_CANCELLING = 30 * SECOND;
 constexpr std::int64_t BOOK_RETRY = 10 * SECOND;
 constexpr std::int64_t NEVER = std::numeric_limits<std::int64_t>::max();
 
-/// Set for a scope, whatever is thrown in it.
+/// Sets a flag for a scope, and clears it also after an exception.
 class CFlag {
 public:
     explicit CFlag(bool& flag) : m_flag(flag) { m_flag = true; }
@@ -95,8 +95,8 @@ std::string CGuardedBalances::refusalOf(const Balance& balance) const {
     return whole == 0 ? std::string() : wholeAccountBy(whole);
 }
 
-// Once the account was balanced as a whole, the differences of its strategies tell of other
-// orders than the account's own.
+// The orders that balanced the whole account belong to no strategy. So a strategy's difference
+// stays as it was, although the account has traded against it already.
 int CGuardedBalances::wholeAccountSender(const Balance& balance) const {
     if (balance.pair.strategy.empty()) return 0;
     const GuardPair whole{balance.pair.account, "", balance.pair.history};
@@ -147,7 +147,7 @@ void CGuardedBalances::advance(Balance& balance) {
     if (isLoading(balance.pair.account)) return;
     if (balance.state == EBalanceState::Asked) {
         if (now() < balance.dueAt || waitsForOther(balance)) return;
-        // Since it was asked another one may have balanced the whole account.
+        // Another balance may have balanced the whole account since this one was asked for.
         if (const int whole = wholeAccountSender(balance)) {
             refuse(balance, wholeAccountBy(whole));
             return;
@@ -188,8 +188,8 @@ void CGuardedBalances::seeCancellations(Balance& balance) {
     if (quiet || now() >= balance.cancelAt + LONGEST_CANCELLING) decide(balance);
 }
 
-// What runs of the pair is cancelled once, when the balance begins. What balances sent is
-// cancelled whenever it shows up: its reports may come late.
+// The running orders of the pair are cancelled once, when the balance begins (`all`). Orders
+// that balances sent are cancelled whenever they show up, because their reports may come late.
 void CGuardedBalances::cancelShownUp(Balance& balance, bool all) {
     const auto sentByOthers = [&](int command) {
         const auto sender = m_senders.find(command);
@@ -292,7 +292,7 @@ void CGuardedBalances::publishStarts() {
 }
 
 void CGuardedBalances::raiseChanged() {
-    // A slot may release the manager; it then goes when this visit ends.
+    // A slot may release the manager; the manager is then destroyed when this visit ends.
     const CDoor::Visit visit(m_manager.m_pDoor);
     while (!m_changed.empty()) {
         const int number = *m_changed.begin();
@@ -332,8 +332,8 @@ std::int64_t CGuardedBalances::dueOf(const Balance& balance) const {
     return NEVER;
 }
 
-// A timer that is set anew fires at once, so it is set only when its moment has changed. What
-// is due already waits for something else than time.
+// Setting the timer again makes it fire at once, so it is set only when its moment has changed.
+// A balance whose moment has passed does not wait for time but for something else.
 void CGuardedBalances::arm() {
     std::int64_t due = m_nBookRetryAt == 0 ? NEVER : std::max(m_nBookRetryAt, now() + 1);
     for (const int number : m_active) {

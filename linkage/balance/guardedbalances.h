@@ -21,14 +21,14 @@ namespace TC {
 
 class CLinkageManager;
 
-/// Who writes the log lines of guarded balances.
+/// The operation that the log lines of guarded balances name.
 inline constexpr char GUARDED_BALANCES[] = "TC::CGuardedBalances";
 
-/// The balances of a manager with LinkageOptions::guard: who waits for whom, what each sends,
-/// and what becomes of it. ARCHITECTURE.md has the picture of their life.
+/// The balances of a manager with LinkageOptions::guard: which balance waits for which, what
+/// each one sends, and what becomes of it. ARCHITECTURE.md has the picture of their life.
 ///
-/// Decisions fall in settle() alone, which the manager calls when a report is wholly in. In
-/// between, news is only noted.
+/// Only settle() decides; the manager calls it when a report is wholly in. Before that, news is
+/// only noted.
 ///
 /// Guarded by the manager's lock; the manager owns it and outlives it.
 class CGuardedBalances {
@@ -43,12 +43,12 @@ public:
     /// Asks for a balance whose turn comes after `delayMicros`. False when it is refused.
     bool ask(const GuardPair& pair, EBalanceAsker asker, std::int64_t delayMicros);
 
-    /// A balance that is asked and decided in one moment; after a load of the account when
-    /// one is under way.
+    /// Asks for a balance and decides it at once, or after the load of the account that is
+    /// under way.
     void sendAtOnce(const GuardPair& pair, EBalanceForm form);
 
-    /// Lets every balance see whether its time has come, then tells of what changed. Called
-    /// from inside itself it only notes that it is to look again.
+    /// Takes every step that is due, of every balance, then raises sigBalanceChanged for those
+    /// that changed. A call from inside settle() only makes it look once more.
     void settle();
 
     bool hasNews() const { return m_bNews; }
@@ -70,7 +70,8 @@ public:
     void newDay(const std::string& date);
     void allLoaded();
 
-    /// Around each load of an account. A load that failed counts as none.
+    /// Called around each load of an account. After a load that failed the account counts as
+    /// not loaded.
     void loadBegins(const std::string& account);
     void loadEnds(const std::string& account, bool loaded);
 
@@ -79,7 +80,7 @@ public:
                     const OrderPtr& previous);
     void dealFiled(const std::string& account, const vexservice::CDealDetail& deal);
 
-    /// Orders or tasks of the account left a running set.
+    /// A running set of the account has become empty.
     void emptied(const std::string& account);
 
 private:
@@ -148,17 +149,18 @@ private:
     bool m_bUnread = false;  ///< the book of the date could not be read so far
     bool m_bAllLoading = true;
     std::set<std::string> m_inLoad;
-    int m_nGeneration = 1;  ///< of loads: rises with each trade date
+    int m_nGeneration = 1;  ///< counts the trade dates; loads of earlier ones do not count
     std::map<std::string, int> m_loadedIn;
 
-    /// account, record key: the final report of an order that a later report takes back
+    /// account, record key: the final report of an order that runs again by a later report;
+    /// during a load of the account, every final report
     std::map<std::string, std::map<std::uint64_t, OrderPtr>> m_finals;
 
     bool m_bSettling = false;
     bool m_bNews = false;
-    std::map<std::string, GuardPicture> m_pictures;  ///< of this settling
+    std::map<std::string, GuardPicture> m_pictures;  ///< taken during this settle()
     std::set<std::string> m_dirty;                   ///< accounts with news of what balances sent
-    std::set<int> m_changed;                         ///< to be told of
+    std::set<int> m_changed;  ///< balances for which sigBalanceChanged is due
 
     utils::DeadlineTimer m_timer;
     std::int64_t m_nArmedFor = 0;

@@ -105,7 +105,7 @@ private:
         if (!isHistoryBalance(deal.m_pCommand.get()) || !m_sources.counted(strategy, deal)) {
             return false;
         }
-        // Two deals of one number are one to the history store.
+        // The history store counts two deals with the same number as one.
         return m_counted.emplace(strategy, deal.m_strTradeDate, deal.m_strDealID).second;
     }
 
@@ -147,7 +147,8 @@ GuardPicture takePicture(const GuardSources& sources) { return CTaker(sources).t
 
 std::map<std::string, GuardInput> inputsOf(const GuardPicture& picture, const GuardPair& pair) {
     std::map<std::string, GuardInput> inputs;
-    // A strategy's deals are counted in the record of that strategy, never in the account's.
+    // The history record of a strategy counts its deals; the record of the whole account never
+    // does.
     const bool countedElsewhere = pair.strategy.empty();
     for (const auto& order : picture.orders) {
         if (!pair.holds(order.history, order.figures.strategy)) continue;

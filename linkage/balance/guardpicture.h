@@ -64,7 +64,7 @@ struct GuardPicture {
     };
 
     std::vector<Order> orders;                                   ///< in record key order
-    std::vector<Deal> deals;                                     ///< that name no order
+    std::vector<Deal> deals;                                     ///< those that name no order
     std::map<std::tuple<int, std::string, bool>, Trace> traces;  ///< command, stock, buys
     std::set<int> commands;                                      ///< of any order or deal
 
@@ -89,7 +89,8 @@ struct GuardSources {
 
 GuardPicture takePicture(const GuardSources& sources);
 
-/// What the picture has of a pair, by stock key: orders and deals, nothing else.
+/// The pair's orders and deals in the picture, by stock key. The other members stay at their
+/// defaults.
 std::map<std::string, GuardInput> inputsOf(const GuardPicture& picture, const GuardPair& pair);
 
 }  // namespace TC

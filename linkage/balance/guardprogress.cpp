@@ -67,7 +67,8 @@ void CGuardedBalances::restore(const std::string& text) {
 void CGuardedBalances::newDay(const std::string& date) {
     const std::vector<int> active(m_active.begin(), m_active.end());
     for (const int number : active) end(m_balances.at(number), REASON_NEW_DATE);
-    // Those of the day that ends are still told, those of the days before no more.
+    // Keeps the balances of the day that ends, for getBalances, and drops those of the days
+    // before.
     std::erase_if(m_balances, [&](const auto& each) {
         return !isToday(each.second) && each.second.date != date;
     });
@@ -95,7 +96,8 @@ bool CGuardedBalances::isLoaded(const std::string& account) const {
     return at != m_loadedIn.end() && at->second == m_nGeneration;
 }
 
-// The reports that come back may be older than what was known: an order that ended stays so.
+// The load may bring reports that are older than the known ones; an order that has ended stays
+// ended.
 void CGuardedBalances::loadBegins(const std::string& account) {
     m_inLoad.insert(account);
     auto& finals = m_finals[account];
@@ -156,7 +158,8 @@ void CGuardedBalances::orderFiled(const std::string& account, const vexservice::
         m_dirty.insert(account);
         m_ownOrders[account].insert(order.recordKey());
     }
-    // Sets that hold an order which is taken back, and those of history, tell of no emptying.
+    // emptied() is not called for running sets of history, nor for a set that keeps an order
+    // whose end a later report took back.
     const auto finals = m_finals.find(account);
     const bool unheardOf =
         isHistoryBalance(carrier) || (finals != m_finals.end() && !finals->second.empty());
@@ -166,7 +169,7 @@ void CGuardedBalances::orderFiled(const std::string& account, const vexservice::
 void CGuardedBalances::dealFiled(const std::string& account, const vexservice::CDealDetail& deal) {
     const auto* const carrier = deal.m_pCommand.get();
     const bool sent = carrier && carrier->m_nCommand != 0 && m_senders.count(carrier->m_nCommand);
-    // A deal without a number may name an order that has one.
+    // A deal without a command number may name an order that has one.
     const auto own = m_ownOrders.find(account);
     const bool names = own != m_ownOrders.end() && own->second.count(deal.m_nOrderKey) > 0;
     if (!sent && !names) return;

@@ -23,7 +23,8 @@ std::optional<std::string> reasonOf(const SentCommand& command, const SentOrder&
     return std::nullopt;
 }
 
-// The orders filled whole, and yet something is left: what the decision had left, or news.
+// For a stock whose orders filled completely, although something remains: either the decision
+// left it, or something was traded since.
 std::string reasonOfRest(const BalancedStock& stock) {
     const std::int64_t difference = stock.bought - stock.sold;
     if (stock.remains != difference + stock.planned) return REASON_TRADED_SINCE;

@@ -4,7 +4,7 @@
 
 #include <string>
 
-/// Why something was not sent, or remains: in words a trader knows.
+/// Why a stock got no order, or why something remains, in words that a trader knows.
 namespace TC {
 
 inline constexpr char REASON_BALANCED[] = "balanced";

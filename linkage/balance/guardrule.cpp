@@ -9,7 +9,7 @@ namespace TC {
 
 namespace {
 
-/// Orders and deals of one strategy and side that do not know of each other.
+/// Sums over orders and deals of one strategy and side that do not name each other.
 struct Apart {
     std::int64_t reported = 0;
     std::int64_t dealt = 0;

@@ -32,7 +32,7 @@ struct GuardDeal {
     bool counted = false;  ///< the history record holds it already
 };
 
-/// What no report was heard of yet, of an order that a balance sent.
+/// The volume of an order, sent by a balance, that no report covers yet.
 struct GuardUnheard {
     bool buys = false;
     std::int64_t volume = 0;
@@ -40,7 +40,7 @@ struct GuardUnheard {
 
 /// What is known of one stock of a pair.
 struct GuardInput {
-    std::int64_t bought = 0;  ///< of the history record; 0 for a balance of today
+    std::int64_t bought = 0;  ///< as in the history record; 0 for a balance of today
     std::int64_t sold = 0;
     std::vector<GuardOrder> orders;
     std::vector<GuardDeal> deals;
@@ -59,17 +59,18 @@ struct GuardVolumes {
     std::int64_t most() const { return bought - sold + openBuys; }
 };
 
-/// Adds up. An order has traded the larger of its report and its deals. Orders that no deal
-/// names stand against the deals that name no order: the larger sum counts, for each strategy
-/// apart. Where the history record holds deals already, only what goes beyond them is added.
+/// Adds up the volumes. An order has traded the larger of its report and its deals. Orders that
+/// no deal names stand against the deals that name no order: the larger sum counts, for each
+/// strategy apart. Where the history record holds deals already, only what goes beyond them is
+/// added.
 LINKAGE_EXPORT GuardVolumes guardVolumes(const GuardInput& input);
 
 /// What to sell (positive) or to buy (negative) before lots are looked at; 0 for nothing.
 LINKAGE_EXPORT std::int64_t guardSurplus(const GuardVolumes& volumes);
 
-/// Decides for one stock: the surplus, in lots as decideBalance has them. More than 32 bits
-/// hold is sent in part. `lot` is empty when the stock has no instrument detail; it is not
-/// looked at where there is nothing to send.
+/// Decides for one stock: the surplus, in lots as decideBalance has them. When 32 bits cannot
+/// hold the surplus, only a part of it is sent. `lot` is empty when the stock has no instrument
+/// detail; it is not looked at where there is nothing to send.
 LINKAGE_EXPORT BalanceDecision decideGuarded(const GuardVolumes& volumes,
                                              const std::optional<BalanceLot>& lot,
                                              EBalanceForm form);

@@ -23,7 +23,8 @@ constexpr char ACCOUNT_LOAD[] = "CLinkageManager::doRequestAccount";
 
 }  // namespace
 
-/// Tells the guarded balances of a load, also when a service throws in its middle.
+/// Tells the guarded balances when a load begins and when it ends, even if a service throws
+/// meanwhile.
 class CLinkageManager::CLoad {
 public:
     CLoad(CLinkageManager& manager, const std::string& account)
@@ -80,7 +81,7 @@ void CLinkageManager::doRequestAccount(
     removeAccountDatas(load.account);
     bool whole = replay(load.account, load.orders, load.deals, load.positions);
     whole = attempt(ACCOUNT_LOAD, [&] { subscribeAccount(load.account); }) && whole;
-    // What came after the reading and before the subscription was announced to nobody.
+    // Records that came between the reading and the subscription were announced to nobody.
     whole &= attempt(ACCOUNT_LOAD, [&] {
         AccountLoad rest{.account = load.account};
         rest.read(*accountData);

@@ -88,20 +88,19 @@ class CPublished;
 /// position that the trade data center reports; derives statistics from them; and
 /// balances strategies.
 ///
-/// Life: `utils::CSingletonT<CLinkageManager>::instance()` makes it (its files are
-/// read then), `init()` connects it to the client, `release()` takes it down and
-/// returns when none of its handlers runs and every save asked for is on disk. Who asks
-/// for instance() while release() is at work, or in a handler that has released it, makes
-/// a second manager: stop asking first.
+/// Life: `utils::CSingletonT<CLinkageManager>::instance()` makes it (its files are read then),
+/// `init()` connects it to the client, `release()` takes it down and returns when none of its
+/// handlers runs and every save asked for is on disk. A call of instance() during release(), or
+/// in a handler that has called release(), makes a second manager: stop such calls first.
 ///
 /// Threads: every public operation may be called from any thread. Unless it says
 /// otherwise it takes the manager's one recursive lock for its whole run and returns
 /// copies. What arrives from the client's services is posted to the strand "linkage"
 /// and handled there, one report at a time, in the order of arrival.
 ///
-/// Failure: nothing throws. What cannot be done is logged and left undone. What a slot of
-/// the client's throws is logged and ends that one raise: slots connected behind it miss
-/// it, the manager's work goes on.
+/// Failure: nothing throws. What cannot be done is logged and left undone. When a slot of the
+/// client throws, the exception is logged and that one raise ends: slots connected after it are
+/// not called, and the manager's work goes on.
 class LINKAGE_EXPORT CLinkageManager : public QObject,
                                        public boost::enable_shared_from_this<CLinkageManager> {
     Q_OBJECT
@@ -110,8 +109,8 @@ public:
     // ------------------------------------------------------------------ life
     // linkage/core/lifecycle.cpp
 
-    /// Chooses what goes beyond the usual; before init(), and the last choice counts. Refused
-    /// with a log line, and nothing changes, after init() or when a value is out of range.
+    /// Sets the options. Call it before init(); the last call counts. After init(), or when a
+    /// value is out of range, it changes nothing and logs a line.
     void setOptions(const LinkageOptions& options);
 
     /// The options as they stand. Takes the lock; after init() they do not change any more.
@@ -121,11 +120,10 @@ public:
     /// starts the calculators. A second call does nothing.
     void init();
 
-    /// Called by release(): shuts the door to late callbacks, waits for handlers on
-    /// other threads and finishes saves. Inside a handler, or a slot that the manager
-    /// called, it does not wait; the manager then goes when that has ended, and reports
-    /// that still wait are dropped. Not from a thread that holds a lock which a handler
-    /// may want.
+    /// Called by release(): shuts the door to late callbacks, waits for handlers on other
+    /// threads and finishes saves. Inside a handler, or a slot that the manager called, it does
+    /// not wait; the manager is then destroyed when that handler ends, and reports that still
+    /// wait are dropped. Not from a thread that holds a lock which a handler may want.
     void retire();
 
     /// Everything the manager holds, in documented form: linkage/core/managerstate.h. For
@@ -146,10 +144,10 @@ public:
     /// Takes no lock.
     void requestAccount(const std::string& accountKey);
 
-    /// What loading accounts again (login, account ready, request, rollover) showed to have
-    /// been missed, oldest first; one for each such load, the newest 1,000. A load that found
-    /// anything raises sigReconciled; with LinkageOptions::guard it is logged as well. See
-    /// linkage/core/reconciliation.h.
+    /// What the manager had missed, found by loading accounts again (login, account ready,
+    /// request, rollover). One entry for each such load, oldest first, the newest 1,000. A load
+    /// that found anything raises sigReconciled; with LinkageOptions::guard it is logged as
+    /// well. See linkage/core/reconciliation.h.
     std::vector<Reconciliation> getReconciliations() const;
 
     // ----------------------------------------------------------- calculators
@@ -389,10 +387,10 @@ public:
     /// history key into its statistics record. Subscribes to the prices of its stocks.
     void historyStatCalculator();
 
-    /// Merges a pair's statistics, or today's unequal stocks of a pair, into the
-    /// history store. Writes no file. Refused with a log line: a pair whose history key is
-    /// another pair's, volumes that have no room in their total or ran over in the day's
-    /// figures, amounts that are not finite.
+    /// Merges a pair's statistics, or today's unequal stocks of a pair, into the history store.
+    /// Writes no file. Refused with a log line: a pair whose history key is another pair's,
+    /// volumes that do not fit into their total or wrapped in the day's figures, amounts that
+    /// are not finite.
     void addHistoryStat(const std::string& key, TradeStatData stat);
     void addHistoryLinkdata(const std::string& accountKey, const std::string& strategy);
 
@@ -452,8 +450,8 @@ public:
     /// The profit of a strategy (account key, strategy, yuan) after a pass that
     /// revalued it. Raised without the manager's lock.
     boost::signals2::signal<void(const std::string&, const std::string&, double)> sigProfitChanged;
-    /// A stock, a strategy, or any figure is new. Raised under the manager's lock; after
-    /// the revaluation every 3 s data-changed is raised without it.
+    /// A stock, a strategy, or any figure is new. Raised under the manager's lock. Only after
+    /// the revaluation, every 3 s, sigStatDataChanged is raised without it.
     boost::signals2::signal<void()> sigStocksChanged;
     boost::signals2::signal<void()> sigStrategysChanged;
     boost::signals2::signal<void()> sigStatDataChanged;
@@ -498,11 +496,12 @@ protected:
     void drainInbox();
     void handle(InboxItem& item);
 
-    // what a service failed: linkage/core/retries.cpp
-    /// Does `work` on the strand after a while, and again while it throws. Once for a name.
+    // retries after a service failed: linkage/core/retries.cpp
+    /// Runs `work` on the strand after a delay, and again as long as it throws. A later call
+    /// with the same name replaces the work.
     void retryLater(const std::string& name, boost::function<void()> work);
     void retryNow();
-    /// Loads an account again after a while: something of it was missed.
+    /// Loads an account again after a delay, because some of its records were missed.
     void loadLater(const std::string& accountKey);
 
     // account registry: linkage/core/accountregistry.cpp, accountload.cpp
@@ -511,7 +510,7 @@ protected:
     void doRequestAccount(const boost::shared_ptr<vexservice::CAccountData>& accountData,
                           ELoadCause cause);
     using Records = std::vector<boost::shared_ptr<vexservice::IData>>;
-    /// False when a service threw at an order or a deal, which is then missing.
+    /// False when a service threw at a record: that record is then not wholly in the figures.
     bool replay(const std::string& accountKey, const Records& orders, const Records& deals,
                 const Records& positions);
     void reconcile(const AccountLoad& load);
@@ -530,11 +529,12 @@ protected:
                       const boost::shared_ptr<vexservice::IData>& data);
     void doDealDetail(const std::string& accountKey,
                       const boost::shared_ptr<vexservice::CDealDetail>& deal);
-    /// Hands a new deal that balances history on, unless it was counted there before.
+    /// Passes a new deal that balances history to the history store, unless it was counted
+    /// there before.
     void takeHistoryDeal(const DealReport& report, const DealChange& change,
                          const boost::shared_ptr<vexservice::CAccountData>& accountData)
         LINKAGE_REQUIRES(m_mutex);
-    /// Takes the newest price of a stock that was dealt, and sees that more will come.
+    /// Takes the newest price of a dealt stock and subscribes to further ones.
     void followPrice(const DealReport& report) LINKAGE_REQUIRES(m_mutex);
     /// Opens the price subscription of a stock unless there is one. False when the quote
     /// client gave none, so that the next deal asks again.
@@ -581,7 +581,7 @@ protected:
     void onAutoBalanceTimer();
     void armBalanceWatchdog() LINKAGE_REQUIRES(m_mutex);
     void balanceWaiting(const std::string& accountkey, const std::string& strategy);
-    /// After each report: guarded balances see whether their time has come.
+    /// After each report: each guarded balance takes the step that is due.
     void settleBalances();
     bool sendGuarded(const GuardPair& pair, EBalanceForm form) LINKAGE_REQUIRES(m_mutex);
     void cancelOrders(const std::vector<boost::shared_ptr<vexservice::COrderDetail>>& orders);
@@ -594,7 +594,7 @@ protected:
     // the history store: linkage/store/historyvalues.cpp
     void runHistoryStatCalculator();
 
-    // What the rooms above the core keep for the manager, and what they do at its turns:
+    // What the rooms above the core keep for the manager, and what it calls in them:
     // linkage/stats/statsroom.cpp, linkage/balance/balanceroom.cpp, linkage/store/storeroom.cpp
     static RoomPtr<CCurveData> makeCurveData();
     static RoomPtr<PositionReports> makePositionReports();
@@ -602,10 +602,11 @@ protected:
     static RoomPtr<HistoryState> makeHistoryState();
     static RoomPtr<CServerHistory> makeServerHistory();
     static RoomPtr<ImportedRecords> makeImportedRecords();
-    /// A new trade date: what is kept of the old one goes.
+    /// At a new trade date: drops what was kept of the old one.
     void newStatsDay() LINKAGE_REQUIRES(m_mutex);
     void newBalanceDay() LINKAGE_REQUIRES(m_mutex);
-    /// What the guarded balances are told; nothing without the guard.
+    /// startGuard() makes the guarded balances, the others pass news to them. Call noteOrder()
+    /// and noteDeal() only with the guard.
     void startGuard() LINKAGE_REQUIRES(m_mutex);
     void noteLoadBegins(const std::string& accountKey);
     void noteLoadEnds(const std::string& accountKey, bool whole);
@@ -615,7 +616,8 @@ protected:
     void noteDeal(const std::string& accountKey, const vexservice::CDealDetail& deal)
         LINKAGE_REQUIRES(m_mutex);
     void newStoreDay() LINKAGE_REQUIRES(m_mutex);
-    /// An account is requested again, or the tasks are: what follows from their records goes.
+    /// Before an account, or the tasks, are loaded again: drops what was derived from their
+    /// records.
     void dropStatsOf(const std::string& accountKey) LINKAGE_REQUIRES(m_mutex);
     void dropHistoryOrders(const std::string& accountKey) LINKAGE_REQUIRES(m_mutex);
     void dropHistoryTasks() LINKAGE_REQUIRES(m_mutex);
@@ -625,7 +627,7 @@ protected:
     /// Whether the history record of a pair holds the deal already.
     bool isCountedInHistory(const std::string& historyKey,
                             const vexservice::CDealDetail& deal) const;
-    /// The accounts' loads that were asked for are over; guarded balances may decide.
+    /// Called after the requested loads of accounts: guarded balances may decide from now on.
     void doEndLoading();
     void describeBalances(ManagerState& state) const LINKAGE_REQUIRES(m_mutex);
     void describeHistory(ManagerState& state) const LINKAGE_REQUIRES(m_mutex);
@@ -670,15 +672,14 @@ protected:
     void endHistoryDay(HistoryQuery query, const std::string& fault);
 
     // import: linkage/store/importrecords.cpp
-    /// File one imported record and nothing more: no figure changes. True when it was
-    /// not there before.
+    /// Files one imported record; no figure changes. True when it was not there before.
     bool importDeal(const std::string& accountKey,
                     const boost::shared_ptr<vexservice::CDealDetail>& deal)
         LINKAGE_REQUIRES(m_mutex);
     bool importOrder(const std::string& accountKey,
                      const boost::shared_ptr<vexservice::COrderDetail>& order)
         LINKAGE_REQUIRES(m_mutex);
-    /// Takes away what was imported of a record that the trading system now reports.
+    /// Removes the imported copy of a record that the trading system now reports.
     void dropImported(const std::string& accountKey, const vexservice::CDealDetail& deal)
         LINKAGE_REQUIRES(m_mutex);
     void dropImported(const std::string& accountKey, const vexservice::COrderDetail& order)
@@ -693,7 +694,7 @@ protected:
     mutable CRecursiveMutex m_mutex;
     bool m_bInited LINKAGE_GUARDED_BY(m_mutex) = false;
     bool m_bClientType3 = false;  ///< constant from construction on
-    /// Written under the lock and before init() alone; handlers read it without.
+    /// Written only before init(), under the lock; handlers read it without the lock.
     LinkageOptions m_options;
 
     boost::shared_ptr<CDoor> m_pDoor;
@@ -713,7 +714,7 @@ protected:
     RoomPtr<ImportedRecords> m_pImported;
     RoomPtr<CFileSaver> m_pSaver;
     RoomPtr<CBookWriter> m_pBook;
-    RoomPtr<CGuardedBalances> m_pGuarded;  ///< from init() on, with the guard alone
+    RoomPtr<CGuardedBalances> m_pGuarded;  ///< from init() on, only with the guard
 };
 
 // linkage/stats/statustexts.cpp

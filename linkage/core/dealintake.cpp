@@ -55,7 +55,8 @@ void CLinkageManager::doDealDetail(const std::string& accountKey, const DealPtr&
         FeePtr fee;
         const bool answered = attempt(DEAL_INTAKE, [&] { fee = askFee(accountKey, *deal); });
         lock.relock();
-        // A deal counts also without its commission, which the next load puts right.
+        // A deal counts also without its commission. The next load adds it to the day's
+        // figures.
         if (answered) {
             m_pLedger->setFee(report, fee, revision);
         } else {

@@ -9,7 +9,8 @@ bool CDoor::enter() {
     const auto self = std::this_thread::get_id();
     for (Guest& guest : m_guests) {
         if (guest.thread == self) {
-            // Already inside: what it calls belongs to the same visit, closed or not.
+            // This thread is inside already. The nested call belongs to the same visit, even if
+            // the door was closed meanwhile.
             ++guest.depth;
             return true;
         }

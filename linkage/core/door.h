@@ -34,11 +34,11 @@ public:
         boost::shared_ptr<CDoor> m_pDoor;
     };
 
-    /// Lets nobody in any more and waits for those inside. When the caller is inside
-    /// himself it does not wait: `keep` then lives until the last one has left.
+    /// Lets nobody in any more and waits until all inside have left. When the caller itself is
+    /// inside, it does not wait: `keep` then lives until the last one has left.
     void close(boost::shared_ptr<void> keep);
 
-    /// For those inside who have further work to choose from.
+    /// Handlers that work through a list ask this before each item, and stop when it is true.
     bool isClosed() const { return m_bClosed.load(std::memory_order_relaxed); }
 
 private:

@@ -16,7 +16,7 @@
 
 namespace TC {
 
-/// Ends a subscription when it goes.
+/// Ends its subscription when it is destroyed.
 using TaskConnection = boost::signals2::scoped_connection;
 
 /// What the manager has running in the client's engine: its strand, what waits for the
@@ -33,10 +33,11 @@ struct EngineState {
     Timer m_autoBalanceTimer;
     Timer m_historyStatTimer;
     Timer m_balanceTimer;
-    Timer m_saveTimer;  ///< of the strand
+    Timer m_saveTimer;  ///< armed on the strand only
     std::mutex m_balanceTimerMutex;
 
-    /// What a service failed and is asked for again, by name. The mutex guards these three.
+    /// Work that failed because of a service and will be tried again, by name. The mutex guards
+    /// the three members below it.
     std::mutex m_retryMutex;
     std::map<std::string, boost::function<void()>> m_retries;
     std::int64_t m_nRetryWait = FIRST_RETRY;
@@ -52,7 +53,7 @@ struct EngineState {
     bool hasStrand() const { return m_bReady.load(std::memory_order_acquire); }
 
     CInbox m_inbox;
-    std::vector<InboxItem> m_batch;  ///< what the strand is at; its own
+    std::vector<InboxItem> m_batch;  ///< the batch in work; only the strand uses it
 
     /// The reports of an account that were announced and not handled yet. On the strand.
     void gatherWaiting(const std::string& accountKey, WaitingReports& found) const {
@@ -64,8 +65,8 @@ struct EngineState {
     boost::signals2::connection m_userDataConnection;
 };
 
-/// Sets a timer and waits through the strand. The handler is not told whether the wait
-/// was cut short: an armed timer always fires, at its time or when it is set anew.
+/// Sets a timer whose handler runs on the strand. The handler does not learn whether the wait
+/// was cancelled: an armed timer always fires, at its time or when it is set again.
 template <class Handler>
 void armTimer(utils::DeadlineTimer& timer, boost::asio::io_service::strand& strand,
               std::int64_t micros, Handler handler) {

@@ -27,13 +27,14 @@ struct InboxItem {
 /// Reports, by address.
 using WaitingReports = std::set<const vexservice::IData*>;
 
-/// What waits for the strand, in the order of arrival. The strand is told once per
-/// batch, not once per report: in a storm that is most of the cost of a post.
+/// What waits for the strand, in the order of arrival. push() asks for a wake-up of the strand
+/// once per batch, not once per report: in a storm the wake-up is most of the cost of a post.
 ///
 /// Threads: push() from any thread, take() on the strand.
 class CInbox {
 public:
-    /// True when the strand must be told: nothing was waiting and nobody is at it.
+    /// True when the caller must wake the strand: the strand has emptied the inbox since the
+    /// last wake-up.
     template <class What>
     bool push(const std::string& accountKey, What&& what) {
         const std::lock_guard lock(m_mutex);
@@ -41,10 +42,9 @@ public:
         return !std::exchange(m_bTold, true);
     }
 
-    /// Everything that waits. If nothing was waiting, the next push() asks for a
-    /// wake-up again.
-    /// The room of `items` is what reports arrive in next, unless a storm is over: then
-    /// it is far too large to keep.
+    /// Everything that waits. If nothing was waiting, the next push() asks for a wake-up again.
+    /// The memory of `items` is used for the reports that arrive next. After a storm it is
+    /// freed instead, because it is far too large.
     bool take(std::vector<InboxItem>& items) {
         items.clear();
         std::vector<InboxItem> spare;

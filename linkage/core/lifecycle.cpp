@@ -136,13 +136,12 @@ void CLinkageManager::drainInbox() {
     std::vector<InboxItem>& batch = m_pEngine->m_batch;
     if (!m_pEngine->m_inbox.take(batch)) return;
     for (InboxItem& item : batch) {
-        // A handler may have released the manager; what waits behind it is for nobody.
+        // A handler may have released the manager; reports that still wait are then dropped.
         if (m_pDoor->isClosed()) return;
         try {
             handle(item);
         } catch (...) {
-            // A service of the client's threw. What waits behind its report must not be
-            // lost.
+            // A service of the client threw. The reports behind this one must not be lost.
             logThrown("CLinkageManager::drainInbox");
             if (!item.accountKey.empty()) loadLater(item.accountKey);
         }
@@ -168,7 +167,7 @@ void CLinkageManager::retire() {
 }
 
 CLinkageManager::~CLinkageManager() {
-    // Who lets the manager go without release() finds the same order.
+    // A manager that is destroyed without release() stops in the same order.
     m_pDoor->close({});
     // A handler that released the manager may have asked for a save afterwards.
     finishSaves();
@@ -191,8 +190,8 @@ CLinkageManager::~CLinkageManager() {
         engine.m_retryTimer->cancel();
         engine.m_saveTimer->cancel();
     }
-    // The two balancing timers go with the members: a balance that was asked for is
-    // not called off here, it finds the door closed.
+    // The two balancing timers are destroyed with the members. A balance that was asked for is
+    // not cancelled here: its handler finds the door closed.
     lock.unlock();
 }
 

@@ -32,7 +32,7 @@ void CLinkageManager::onOrderDetail(const std::string& accountKey,
     if (order && m_pEngine->m_inbox.push(accountKey, std::move(order))) drainLater();
 }
 
-// What the manager does while the ledger is at work on a report of an order.
+// What the manager does while the ledger takes in a report of an order.
 class CLinkageManager::COrderWatch final : public IOrderWatch {
 public:
     COrderWatch(CLinkageManager& manager, const std::string& accountKey,
@@ -45,9 +45,9 @@ public:
         m_manager.dropImported(m_strAccountKey, m_order);
     }
 
-    // A balance that waited for the set's last order is decided here, in the middle of the
-    // report: its traded figures do not have this report's yet. With the guard the balance
-    // is only noted, and decided when the report is wholly in.
+    // A balance that waited for the last order of the set is decided here, in the middle of the
+    // report: it does not see the traded figures of this report yet. With the guard the news is
+    // only noted here, and the balance is decided when the report is wholly in.
     void onRunning(const RunningChange& change) override {
         logOrder(m_order);
         if (!change.emptied) return;

@@ -32,7 +32,8 @@ public:
         m_historyPrices[stockKey] = price;
     }
 
-    /// The prices that arrived since the last pass over the history store, which takes them.
+    /// The prices that arrived since the last pass over the history store; each pass clears
+    /// them.
     const Prices& historyPrices() const { return m_historyPrices; }
     void clearHistoryPrices() { m_historyPrices.clear(); }
 
@@ -41,17 +42,17 @@ public:
         m_markers[accountKey].insert(stockKey);
     }
 
-    /// The marked stocks by account. The marks go.
+    /// The marked stocks by account; removes the marks.
     Markers takeMarkers();
 
-    /// The account's day is built up again: its marks go.
+    /// Removes an account's marks, because its day is built up again.
     void forgetAccount(const std::string& accountKey);
 
-    /// A new trade date: subscriptions and marks of the old one go.
+    /// At a new trade date: ends the subscriptions and removes the marks of the old one.
     void newDay();
 
-    /// Count how often subscriptions, or marks, were dropped. Who remembers the count with
-    /// what he has requested or marked need not look it up again until the count changes.
+    /// Count how often subscriptions, or marks, were dropped. A caller that stores the count
+    /// with a request or a mark need not look it up again until the count changes.
     std::uint64_t requestEpoch() const { return m_nRequestEpoch; }
     std::uint64_t markerEpoch() const { return m_nMarkerEpoch; }
 

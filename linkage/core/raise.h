@@ -5,9 +5,9 @@ namespace TC {
 /// Logs the exception that is being handled, whatever it is. Call it in a catch clause.
 void logThrown(const char* operation) noexcept;
 
-/// Raises a signal, or calls whatever stands for one, for listeners of the client's. What
-/// one of them throws is logged in the name of `operation` and ends the raise; the work
-/// of the manager behind it goes on.
+/// Raises a signal, or calls a function that raises one, for the client's listeners. When a
+/// listener throws, the exception is logged under the name `operation` and the raise ends; the
+/// manager's work goes on.
 template <class Signal, class... Arguments>
 void raise(const char* operation, Signal&& signal, const Arguments&... arguments) noexcept {
     try {
@@ -17,8 +17,9 @@ void raise(const char* operation, Signal&& signal, const Arguments&... arguments
     }
 }
 
-/// Does a part of some work. What a service of the client's throws is logged in the name of
-/// `operation` and costs this part; what comes behind it goes on. False when it threw.
+/// Does one part of some work. When a service of the client throws, the exception is logged
+/// under the name `operation` and only this part is lost; the caller goes on. False when it
+/// threw.
 template <class Work>
 bool attempt(const char* operation, const Work& work) {
     try {

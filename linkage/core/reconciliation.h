@@ -30,16 +30,16 @@ struct RecordChanges {
     bool operator==(const RecordChanges&) const = default;
 };
 
-/// What an account's load showed to have been missed since the one before it. Records of the
-/// current trade date alone; volumes are shares.
+/// What the manager had missed since the load before, as a new load of the account showed.
+/// Records of the current trade date alone; volumes are shares.
 struct Reconciliation {
     std::int64_t at = 0;  ///< microseconds since the epoch
     std::string account;
     ELoadCause cause = ELoadCause::Request;
     RecordChanges orders;
     RecordChanges deals;  ///< a deal never changes
-    /// By stock key what the first positions of the day and today's deals give, and what the
-    /// data center reports; where the two differ.
+    /// By stock key, where the two differ: the position that follows from the day's first
+    /// positions and today's deals, and the one that the data center reports.
     std::map<std::string, std::pair<std::int64_t, std::int64_t>> positions;
 
     bool any() const { return orders.any() || deals.any() || !positions.empty(); }
@@ -53,8 +53,9 @@ struct DayRecords {
     ByRecord<DealPtr> deals;
 };
 
-/// What differs between the records that the manager had and those that the data center has.
-/// What waits was not missed; what was imported is nobody's report.
+/// The differences between the records that the manager had and those that the data center has.
+/// Reports that still wait do not count as missed, and imported records do not count as
+/// reports.
 LINKAGE_EXPORT RecordChanges compareOrders(const ByRecord<OrderPtr>& before,
                                            const ByRecord<OrderPtr>& now,
                                            const WaitingReports& waiting);
@@ -65,8 +66,9 @@ LINKAGE_EXPORT RecordChanges compareDeals(const ByRecord<DealPtr>& before,
 /// Bought less sold by stock key.
 LINKAGE_EXPORT VolumeByStock netOf(const ByRecord<DealPtr>& deals);
 
-/// The stocks whose reported position is not what the day began with and the net of its deals
-/// give: expected and reported. A stock that one of the three does not name has 0 there.
+/// The stocks whose reported position is not the opening position plus the net of the day's
+/// deals: expected and reported volume. A stock that one of the three does not name has 0
+/// there.
 LINKAGE_EXPORT std::map<std::string, std::pair<std::int64_t, std::int64_t>> comparePositions(
     const VolumeByStock& opening, const VolumeByStock& net, const VolumeByStock& reported);
 
@@ -75,13 +77,13 @@ class LINKAGE_EXPORT CReconciliations {
 public:
     static constexpr std::size_t KEPT = 1'000;
 
-    /// The positions that do not follow. The first positions of an account on a trade date
-    /// are what the later ones are measured by; until there are any, none differ.
+    /// The positions that do not follow from the day's deals. The first positions of an account
+    /// on a trade date give the opening position; before there are any, nothing differs.
     std::map<std::string, std::pair<std::int64_t, std::int64_t>> checkPositions(
         const std::string& account, const std::string& tradeDate, const VolumeByStock& net,
         const VolumeByStock& reported);
 
-    /// The oldest go when there are more than KEPT.
+    /// Drops the oldest entry when there are more than KEPT.
     void add(const Reconciliation& found);
     std::vector<Reconciliation> all() const { return {m_all.begin(), m_all.end()}; }
 

@@ -5,8 +5,8 @@
 
 namespace TC {
 
-/// Owns what a room above the core keeps for the manager. The core does not know the type:
-/// the room makes the object (makeRoom) and brings along how it is destroyed.
+/// Owns what a room above the core keeps for the manager. The core does not know the type: the
+/// room makes the object (makeRoom) and also gives the function that destroys it.
 template <class State>
 using RoomPtr = std::unique_ptr<State, void (*)(State*)>;
 

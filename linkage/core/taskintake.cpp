@@ -27,8 +27,8 @@ void CLinkageManager::doRequestTask() {
     if (!whole) retryLater("tasks", [this] { doRequestTask(); });
 }
 
-// Everything is read before anything is dropped, and read once more after the subscription:
-// what came in between was announced to nobody.
+// Everything is read before anything is dropped, and read once more after the subscription,
+// because tasks that came in between were announced to nobody.
 void CLinkageManager::loadTasks() {
     const auto global = dataCenter().getGlobalAccountData();
     const auto read = [&] {

@@ -105,13 +105,13 @@ public:
 /// Graphics of a key are painted in the order in which they were added; adding the
 /// same one twice paints it twice.
 ///
-/// Threads: every operation from any thread. Each of the two stores has a recursive
-/// lock of its own, held for the whole of an append, an erase or a paint; the operations
-/// themselves never hold both. The map function of a paint runs under its store's lock.
-/// It may add to that store, and paint it; what it adds shows from the next paint on.
-/// But what it does to the other store, which clearing always does, takes the second
-/// lock while the first is held: while one thread paints either store with such a
-/// function, no other may paint the other store with one, or both wait forever.
+/// Threads: every operation from any thread. Each of the two stores has a recursive lock of its
+/// own, held for the whole of an append, an erase or a paint; the operations themselves never
+/// hold both. The map function of a paint runs under its store's lock. It may add to that
+/// store, and paint it; what it adds shows from the next paint on. A map function that uses the
+/// other store takes the second lock while the first is held; clearing always uses both stores.
+/// While one thread paints with such a function, no other thread may paint the other store with
+/// one, or both wait forever.
 class LINKAGE_EXPORT CEnhanceDrawManager {
 public:
     using EDrawType = IEnhanceDataBase::EDrawType;

@@ -10,7 +10,7 @@
 
 namespace TC {
 
-/// "No such index."
+/// Stands for "no such index".
 inline constexpr std::uint32_t NONE = utils::CKeyIndex::NONE;
 
 /// Objects in blocks, named by a 32-bit index. An object never moves, and growth copies

@@ -11,7 +11,7 @@ int dayKey(const std::string& date);
 /// The date of a day key, "yyyyMMdd".
 std::string dayText(int day);
 
-/// Today by the platform's clock, local, "yyyyMMdd", and the moment "yyyyMMddhhmmss".
+/// The local date "yyyyMMdd" and the local moment "yyyyMMddhhmmss", by the platform's clock.
 std::string todayText();
 std::string nowText();
 

@@ -12,7 +12,7 @@ constexpr std::uint32_t FIRST_BLOCK = 4;
 constexpr std::uint32_t LARGEST_BLOCK = 128;
 constexpr std::uint32_t GROWTH = 4;
 
-/// The size of what a pass reads and writes of one record.
+/// Bytes of one record that a revaluation reads and writes.
 constexpr std::size_t STREAMED = sizeof(DealFigures) + sizeof(DealWorth) + sizeof(SumPlace);
 
 constexpr std::size_t linesFor(std::size_t bytes) { return (bytes + 63) / 64; }

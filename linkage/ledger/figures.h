@@ -16,19 +16,19 @@ namespace TC {
 
 struct FigureBlock;
 
-/// The traded figures of one stock, account and strategy, and their place. All that a
-/// report of an order changes here, and the address of the account's figures, fill one
-/// line of the cache.
+/// The traded figures of one stock, account and strategy, and their place. The first cache line
+/// holds the members that a report of an order changes, and the address of the account's
+/// figures.
 struct alignas(64) Figures {
     Figures(DealFigures& deals, DealWorth& worth) : record(deals, worth) {}
 
-    Figures* wide = nullptr;  ///< those of the whole account; null in these themselves
+    Figures* wide = nullptr;  ///< figures of the whole account; null in the account's own
     LinkagePeriodExtData record;
     FigureBlock* block = nullptr;
     std::uint32_t stock = NONE;
     std::uint32_t pair = NONE;       ///< NONE: taken out of the ledger
     std::uint32_t minutes = NONE;    ///< newest minute of its deals
-    std::int32_t newestMinute = -1;  ///< its minute: a later one need not read the entry
+    std::int32_t newestMinute = -1;  ///< its minute: for a later one the entry need not be read
     std::uint32_t inBlock = 0;
 
     boost::shared_ptr<LinkagePeriodExtData> share();
@@ -83,7 +83,7 @@ struct SumPlace {
 /// Figures of one stock side by side. The calculators stream over deal figures, worths and
 /// places in the sums; each of these has an array of its own.
 ///
-/// Whoever holds a record of the block holds the block.
+/// A shared pointer to one record keeps the whole block alive.
 struct FigureBlock : boost::enable_shared_from_this<FigureBlock> {
     explicit FigureBlock(std::uint32_t room);
     ~FigureBlock();
@@ -118,8 +118,8 @@ private:
 /// All records of one stock.
 class CFigureBlocks {
 public:
-    /// Fresh figures, in a gap or at the end. A gap whose block somebody outside holds is
-    /// not used.
+    /// New figures, in a gap or at the end. A gap is left empty while somebody outside holds
+    /// its block.
     Figures* make();
 
     /// Takes figures out. Whoever holds their record keeps it as it is.

@@ -17,7 +17,7 @@
 
 namespace TC {
 
-/// Orders, deals, tasks and positions, and every figure that is kept of them.
+/// Orders, deals, tasks and positions, and every figure that is derived from them.
 ///
 /// The documented containers are nested maps of texts. Here each text (account,
 /// strategy, stock, day) is resolved once to a small integer. The newest report of an
@@ -35,16 +35,16 @@ public:
     // linkage/ledger/ledgerorders.cpp, ledgerdeals.cpp
 
     /// Takes in one report of an order: files it, counts its open lots, its place in the
-    /// running sets and its traded figures. `watch` hears of it in the middle; what it
-    /// throws leaves the rest of the report out.
+    /// running sets and its traded figures. `watch` is called in the middle; when it throws,
+    /// the rest of the report is left out.
     OrderChange apply(const std::string& accountKey, const OrderPtr& order, IOrderWatch& watch);
 
     /// The report of a deal with its places. Nothing is filed yet. Both arguments must
     /// outlive the answer.
     DealReport resolve(const std::string& accountKey, const DealPtr& deal);
 
-    /// Whether the account's fee for the stock was asked for since the client's reference
-    /// data have changed last.
+    /// Whether the account's fee for the stock was asked for after the last change of the
+    /// client's reference data.
     bool knowsFee(const DealReport& report);
     /// Remembers the answer, which may be empty, for a revision of the reference data.
     void setFee(const DealReport& report, const FeePtr& fee, std::uint64_t revision);
@@ -105,8 +105,8 @@ public:
     /// What an account's deals of a stock under a day add up to.
     DayTotals dayTotals(int day, const std::string& stockKey, const std::string& accountKey) const;
 
-    /// The stocks that have orders or deals under a day. The day has entries of its own in
-    /// both containers from now on.
+    /// The stocks that have orders or deals under a day. Also makes the day's entries in both
+    /// containers.
     std::set<std::string> stocksOfDay(int day);
 
     /// How many stocks have orders or deals under a day.
@@ -179,7 +179,7 @@ public:
     struct Selected {
         const Figures* figures;
         bool wide;      ///< of the account as a whole
-        bool selected;  ///< its strategy is
+        bool selected;  ///< its strategy is selected
     };
     using VisitStock =
         std::function<void(const std::string& stockKey, std::span<const Selected> records)>;
@@ -244,7 +244,7 @@ public:
     /// sum of every pair with such a record, in account and strategy order.
     std::vector<ProfitSum> revalue(const LimitRates& rates);
 
-    /// A price that the next pass will use; the stock is one of dealtStock() or any.
+    /// Stores a price that the next revaluation will use. A stock that is new gets an entry.
     void setLatestPrice(std::uint32_t stock, double price);
     void setLatestPrice(const std::string& stockKey, double price) {
         setLatestPrice(stockId(stockKey), price);
@@ -253,16 +253,17 @@ public:
     /// The newest price of the day; nothing before there is one.
     std::optional<double> lastPrice(const std::string& stockKey) const;
 
-    /// The price at which the last pass of the day valued a stock; nothing before a pass.
+    /// The price at which the last revaluation of the day valued a stock; nothing before the
+    /// first.
     std::optional<double> valuedPrice(const std::string& stockKey) const;
 
-    /// Begins a new day. A price that no pass has used yet is kept for the next one.
+    /// Begins a new day. A price that no revaluation has used yet is kept for the next one.
     void forgetPrices();
 
     // linkage/ledger/ledgerintegrity.cpp
 
-    /// Compares what the ledger holds twice, in whatever form, and says in words where it
-    /// disagrees with itself; empty when it is sound. It walks everything: for tests.
+    /// Compares all figures that the ledger holds in two forms, and describes each difference
+    /// in words; empty when they agree. It walks everything: for tests.
     std::vector<std::string> checkIntegrity() const;
 
 private:
@@ -301,12 +302,13 @@ private:
     void fileOrder(OrderStep& step, const OrderPtr& order, OrderChange& change);
     void placeOrder(OrderStep& step, bool recordIsNew);
     void countLots(OrderStep& step);
-    /// True when the set is empty now.
+    /// True when this report has taken the last order out of the set.
     bool updateRunning(OrderStep& step, bool wide, IOrderWatch& watch);
     void countTraded(OrderStep& step);
     void widenOrderAmplitude(const OrderStep& step);
 
-    // the steps of a deal report; what is true of fileDeal: the deal's figures were dropped
+    // the steps of a deal report; fileDeal() returns whether the deal's figures had been
+    // dropped
     bool fileDeal(DealStep& step, const DealPtr& deal, DealChange& change);
     void widenDealAmplitude(const DealStep& step);
     void enterFigures(DealStep& step);
@@ -314,9 +316,9 @@ private:
     void countMinute(const DealStep& step);
     void countDeal(const DealStep& step);
 
-    // linkage/ledger/ledgerprefetch.cpp. A report touches a dozen places that are not in
-    // the cache, each found through another. Asked for early and together they arrive
-    // while the first steps are at work. Nothing is changed here.
+    // linkage/ledger/ledgerprefetch.cpp. A report touches a dozen places that are not in the
+    // cache, each found through another. These functions prefetch them early and together, so
+    // they arrive during the first steps. They change nothing.
     void prefetchOrder(const OrderStep& step, const vexservice::COrderDetail& order) const;
     void prefetchDeal(const DealReport& report) const;
 
@@ -335,7 +337,7 @@ private:
     void chainDeal(Account& account, std::uint32_t entry);
     std::uint32_t addOrder(Account& account, std::uint64_t key, std::uint32_t cell);
     void headOfKey(Account& account, std::uint64_t key, std::uint32_t entry);
-    /// What an order takes along from the entries of its key.
+    /// The figures that a report continues, gathered from all entries of its key.
     struct Gathered {
         std::uint8_t facets = 0;
         std::int32_t lots = 0;
@@ -386,12 +388,12 @@ private:
     std::unordered_map<std::string, int> m_dayOfDate;
 
     std::uint64_t m_nFigures = 0;
-    std::vector<std::uint32_t> m_newPrices;  ///< stocks with a price that no pass has used
+    std::vector<std::uint32_t> m_newPrices;  ///< stocks with a price that no revaluation has used
     std::vector<std::uint32_t> m_grownPairs;
     std::vector<std::uint32_t> m_pairsInOrder;  ///< by account key and strategy
     CProfitTable m_profits;
 
-    // Few records, and no storm: as they are documented.
+    // These records are few and change seldom, so they have their documented form.
     ByText<ByText<ByRecord<TaskPtr>>> m_taskDetails;  ///< stock, account
     CRunningRecords<vexservice::CTaskDetail> m_runningTasks;
     ByText<ByText<ByRecord<PositionPtr>>> m_positions;  ///< stock, account

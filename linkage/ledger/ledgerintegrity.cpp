@@ -104,7 +104,8 @@ private:
         if (entry.facets & (RUNS | RUNS_WIDE)) {
             expect(runs(entry), "order {} has ended and is in a running set", entry.key);
         } else if (at == head && (entry.facets & WIDE)) {
-            // The report of a history order is filed over the one that was counted.
+            // A report that balances history takes the place of the one that was counted, but
+            // enters no running set.
             expect(!runs(entry) || isHistoryBalance(entry.report->m_pCommand.get()),
                    "order {} runs and is in no running set", entry.key);
         }
@@ -232,8 +233,8 @@ private:
                "the minutes of {} have more deals than its figures", name(pair));
     }
 
-    // The first `sorted` figures have their places in the table. What the column has
-    // behind them, and is added to the sum, must be nothing.
+    // The first `sorted` figures have their places in the table. The places behind them are
+    // part of the sum too, so they must hold 0.
     void checkProfits(std::uint32_t pairAt) {
         const Pair& pair = m_ledger.m_pairs[pairAt];
         if (pair.sorted == 0) return;

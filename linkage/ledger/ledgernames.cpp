@@ -61,8 +61,8 @@ std::uint32_t CLedger::listingId(const std::string& market, const std::string& c
 }
 
 void CLedger::refresh(Listing& listing) const {
-    // The revision is read first: a change during the questions below is seen next time. It
-    // is kept last: who throws is asked again.
+    // The revision is read first: a change during the questions below is seen next time. It is
+    // stored last: when a question throws, the next call asks again.
     const std::uint64_t revision = utils::referenceDataRevision();
     const auto isTyped = [&](int type) {
         return vexservice::isTypedStock(type, listing.market, listing.code, std::string());

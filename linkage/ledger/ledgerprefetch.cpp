@@ -22,7 +22,7 @@ void CLedger::prefetchOrder(const OrderStep& step, const vexservice::COrderDetai
     if (!pair) return;
     pair->levelIndex.prefetch(utils::mixHash(static_cast<std::uint32_t>(step.level)));
     if (step.runs) return;
-    // An order that leaves a running set gives its place to the last one.
+    // When an order leaves a running set, the last order of the set moves to its place.
     for (const Pair* const each : {pair, findPair(step.account, WHOLE_ACCOUNT_ID)}) {
         if (each && !each->running.empty()) {
             utils::prefetch(&m_orders[each->running.back()].placeRunning);

@@ -19,7 +19,7 @@
 /// The records that the ledger is made of. Only the ledger knows them.
 namespace TC::ledger {
 
-/// The strategy "", which every ledger knows first: the account as a whole.
+/// The integer of the strategy "", the account as a whole. Every ledger adds it first.
 inline constexpr std::uint32_t WHOLE_ACCOUNT_ID = 0;
 
 /// One stock of one account, whatever the day.
@@ -56,10 +56,10 @@ struct Stock {
     std::uint64_t limitsRevision = 0;
     bool special = false;               ///< under special treatment
     std::optional<double> lastPrice;    ///< newest of the day
-    std::optional<double> valuedPrice;  ///< that the last pass with a new one has used
-    bool hasNewPrice = false;           ///< no pass has used lastPrice yet
+    std::optional<double> valuedPrice;  ///< the price that the last revaluation used
+    bool hasNewPrice = false;           ///< no revaluation has used lastPrice yet
     std::uint64_t requestEpoch = 0;     ///< see DealtStock
-    bool hasOrderAmplitudes = false;    ///< some account had one, if only before a request
+    bool hasOrderAmplitudes = false;    ///< some account had one, even if a request has dropped it
     bool hasDealAmplitudes = false;
     bool hasPeriods = false;
 };
@@ -72,13 +72,13 @@ struct alignas(64) Cell {
     std::uint32_t olderCell = NONE;  ///< another day of the same holding
     std::uint32_t firstOrder = NONE;
     std::uint32_t firstDeal = NONE;
-    bool hasOrders = false;  ///< some were filed; imported ones may have been taken away again
+    bool hasOrders = false;  ///< some were filed, even if imported ones were removed again
     bool hasDeals = false;
     bool hasTotals = false;
     DayTotals totals;
 };
 
-/// The figures that an order entry stands in, besides.
+/// The sets and sums in which an order entry counts, as bits.
 enum Facet : std::uint8_t {
     FILED = 1,      ///< orders of its cell
     TRADED = 2,     ///< sums of its strategy
@@ -124,7 +124,7 @@ struct DealEntry {
     std::uint32_t nextInCell = NONE;
     std::uint32_t nextOfKey = NONE;
     bool counted = false;  ///< in the traded figures
-    bool dropped = false;  ///< was, until the account's figures of the day were dropped
+    bool dropped = false;  ///< was counted, until the account's figures of the day were dropped
 };
 
 /// Open lots of one price level of a pair.
@@ -144,11 +144,11 @@ struct Minute {
 struct Pair {
     std::uint32_t account = NONE;
     std::uint32_t strategy = NONE;
-    bool hasRunning = false;             ///< some order has run, if it is gone now
+    bool hasRunning = false;             ///< some order has run, even if none runs now
     std::vector<std::uint32_t> running;  ///< entries, each knows its place: see placeRunning
     CFigureIndex index;
     std::vector<Figures*> figures;
-    std::uint32_t sorted = 0;  ///< so many of `figures` are in stock-key order
+    std::uint32_t sorted = 0;  ///< how many of `figures`, from the first, are in stock-key order
     utils::CKeyIndex levelIndex;
     std::uint32_t firstLevel = NONE;
 };
@@ -172,7 +172,7 @@ struct Strategy {
 
 /// The stocks that have an entry under a day, in each of the by-day containers.
 struct Day {
-    bool asked = false;  ///< somebody asked for it: it has an entry without any stock
+    bool asked = false;  ///< somebody asked for the day, so it has an entry even without any stock
     std::set<std::uint32_t> orders;
     std::set<std::uint32_t> deals;
     std::set<std::uint32_t> totals;

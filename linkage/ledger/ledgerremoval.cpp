@@ -25,7 +25,7 @@ void unchain(CArena<Entry>& entries, utils::CKeyIndex& index, std::uint32_t at) 
     entries[before].nextOfKey = next;
 }
 
-// Drops the entries of a cell that have one of the keys, as far as `mayGo` lets them go.
+// Drops the entries of a cell that have one of the keys and for which `mayGo` is true.
 template <class Entry, class MayGo>
 void dropFiled(CArena<Entry>& entries, utils::CKeyIndex& index, std::uint32_t& first,
                const std::set<std::uint64_t>& keys, MayGo mayGo) {

@@ -9,7 +9,7 @@
 
 namespace TC {
 
-/// The integer part of a double, held within 32 bits; no number gives 0.
+/// The integer part of a double, limited to the range of 32 bits; NaN gives 0.
 inline std::int32_t integerPart(double value) {
     if (!(value > std::numeric_limits<std::int32_t>::min())) {
         return value <= std::numeric_limits<std::int32_t>::min()

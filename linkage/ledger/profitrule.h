@@ -8,7 +8,7 @@ namespace TC {
 
 /// At which price long and short net volume of a stock is valued.
 struct ValuePrices {
-    double price = 0.0;       ///< the newest price, for nothing open and position value
+    double price = 0.0;       ///< the newest price, for a net volume of 0 and for position values
     double longPrice = 0.0;   ///< for a net volume of 1 and more
     double shortPrice = 0.0;  ///< for a net volume below 0
 

@@ -14,8 +14,8 @@ namespace TC {
 /// each in its own order, so that every sum has the bits that it would have alone.
 class CProfitTable {
 public:
-    /// Gives a pair so many places, all at 0. The places that it had are gone. A tile is as
-    /// long as its longest pair, so the long pairs (`wide`) have tiles of their own.
+    /// Gives a pair `places` places, all at 0. Its old places are dropped. A tile is as long as
+    /// its longest pair, so the long pairs (`wide`) have tiles of their own.
     void seat(std::uint32_t pair, bool wide, std::size_t places);
 
     /// Stores a profit without marking the pair as changed.

@@ -26,29 +26,29 @@ struct OrderChange {
 /// What a report of an order did to one running set.
 struct RunningChange {
     bool ofAccount = false;  ///< the set of the whole account, not of the order's strategy
-    bool logs = false;       ///< the order came, went or made progress: its line is due
+    bool logs = false;       ///< the order came, went or made progress: it is to be logged
     bool emptied = false;    ///< the last running order has left
 };
 
-/// Hears of a report of an order while the ledger takes it in. The ledger may be read,
-/// and records that were only filed may be taken away. Reports wait until apply() is over.
+/// Hears of a report of an order while the ledger takes it in. It may read the ledger and
+/// remove records that were only filed. It must not pass a report to apply().
 class IOrderWatch {
 public:
     /// The report is filed in the place of `previous`, which is empty for the first one. No
     /// figure has changed yet.
     virtual void onFiled(const OrderPtr& previous) = 0;
 
-    /// A running set is up to date: the strategy's first, if there is one, then the
-    /// account's. The traded figures still are those before this report, and when the
-    /// strategy is told, the account's set is too.
+    /// The report has changed a running set: first the strategy's, if there is one, then the
+    /// account's. At the call for the strategy, the account's set is still as it was before
+    /// this report. At both calls the traded figures still are.
     virtual void onRunning(const RunningChange& change) = 0;
 
 protected:
     ~IOrderWatch() = default;
 };
 
-/// A report of a deal, and what its texts were resolved to. CLedger::resolve() makes it;
-/// it stays good as long as the ledger.
+/// A report of a deal, and what its texts were resolved to. CLedger::resolve() makes it; it may
+/// be used while its arguments and the ledger live.
 struct DealReport {
     const std::string& accountKey;
     const DealPtr& deal;
@@ -66,7 +66,7 @@ struct DealChange {
     bool recordIsNew = false;    ///< the first report of the deal there
     bool strategyIsNew = false;  ///< the strategy was not listed yet
     bool counted = false;        ///< the traded figures have grown
-    bool buys = false;           ///< this and the commission: of new or counted deals
+    bool buys = false;           ///< this and the commission are set for new or counted deals only
     double commission = 0.0;
 };
 

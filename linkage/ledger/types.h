@@ -49,8 +49,8 @@ struct LinkagePeriodTradeData {
     }
 };
 
-/// What the deals of one stock add up to. The calculators stream over these and over what
-/// they come to, so each lies apart from the rest of the record; two make a cache line.
+/// The sums over the deals of one stock. The calculators stream over these sums and over their
+/// worth, so both lie apart from the rest of the record. Two of them fill a cache line.
 struct alignas(32) DealFigures {
     utils::CRelaxed<std::int32_t> m_nBuyVolume;
     utils::CRelaxed<std::int32_t> m_nSellVolume;
@@ -95,7 +95,7 @@ public:
     utils::TRecordSum<double> m_buyAmounts;
     utils::TRecordSum<double> m_sellAmounts;
 
-    /// Set: the deal totals are taken as they stand, also for client type 3.
+    /// True: the deal totals are taken as they are, also for client type 3.
     utils::CRelaxed<bool> m_bPlain;
 
     /// Value of the open net volume at the last minute close that the period
@@ -114,7 +114,7 @@ struct EffectiveFigures {
     double buyAmount = 0.0;
     double sellAmount = 0.0;
 
-    /// Bought less sold, as 32-bit arithmetic has it.
+    /// Bought less sold, in 32-bit arithmetic that wraps.
     std::int32_t net() const {
         return static_cast<std::int32_t>(static_cast<std::uint32_t>(buyVolume) -
                                          static_cast<std::uint32_t>(sellVolume));

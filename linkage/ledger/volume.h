@@ -7,7 +7,7 @@
 
 namespace TC {
 
-/// 32-bit arithmetic of volumes as the trade service has it: it wraps, never traps.
+/// Adds volumes as the trade service does: in 32 bits, wrapping on overflow.
 inline std::int32_t wrapAdd(std::int32_t left, std::int32_t right) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(left) +
                                      static_cast<std::uint32_t>(right));
@@ -17,7 +17,7 @@ inline std::int32_t wrapSub(std::int32_t left, std::int32_t right) {
                                      static_cast<std::uint32_t>(right));
 }
 
-/// A sum that has room in its type, or nothing; of amounts, one that is finite.
+/// The sum if its type can hold it, else nothing. A sum of amounts must be finite.
 template <class T>
 std::optional<T> checkedAdd(T left, T right) {
     if constexpr (std::is_integral_v<T>) {

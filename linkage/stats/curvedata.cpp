@@ -8,8 +8,8 @@ namespace {
 
 constexpr std::int64_t ASK_AGAIN_MICROS = 60'000'000;
 
-/// Half an hour after the close the exchange's bars are complete, late ones included: a
-/// minute that an answer from then on lacks (a halted or idle stock) will not come.
+/// Half an hour after the close the exchange's bars are complete, late ones included: a minute
+/// that is missing in an answer from then on (a halted or idle stock) will never come.
 constexpr int FINAL_MINUTE = LAST_MINUTE + 30;
 
 }  // namespace

@@ -12,9 +12,9 @@
 namespace TC {
 
 /// What the profit and balance curves of the day are made of: the closes of each stock's
-/// minutes, and the deal totals at the end of each minute per account, stock and
-/// strategy. Curves themselves are valued when they are asked for, so that no price, bar
-/// or limit that changes can leave a point behind.
+/// minutes, and the deal totals at the end of each minute per account, stock and strategy.
+/// Curves are valued only when somebody asks for them, so no point keeps the value of an old
+/// price, bar or limit.
 ///
 /// Guarded by the manager's lock.
 class LINKAGE_EXPORT CCurveData {
@@ -33,7 +33,7 @@ public:
     /// A new trade date: bars and totals of the old one go.
     void newDay();
 
-    /// The account's day is rebuilt from scratch.
+    /// Drops an account's totals, because its day is built up again.
     void forgetAccount(const std::string& accountKey);
 
     void noteRun() { m_bRunToday = true; }
@@ -45,9 +45,9 @@ public:
     const PeriodTotals* findTotals(const std::string& accountKey, const std::string& stockKey,
                                    const std::string& strategy) const;
 
-    /// The followed stocks whose bars are due: those that lack the minute that finished
-    /// last, once for each such minute; and those that lack any, once a minute until an
-    /// answer to a question put well after the close has come. Counts them as asked for.
+    /// The followed stocks whose bars are due, and notes them as asked for. A stock that lacks
+    /// the last finished minute is due once for each such minute. A stock that lacks any minute
+    /// is due once a minute, until an answer to a question well after the close has come.
     std::vector<std::string> takeDueStocks(const DayMoment& moment, std::int64_t nowMicros);
 
     /// Takes the answer to a question that was put when the minute `finished` had ended:

@@ -32,7 +32,8 @@ void addMinutes(const CLedger& ledger, const Figures& figures, Minutes& minutes)
 void CLinkageManager::runExtCalculator() {
     const CLock lock(m_mutex);
     if (!m_bInited || !m_pCurveData->isWanted()) return;
-    // The close values of a stock are those of all its accounts: once is enough.
+    // renewCloseValues() renews a stock for all its accounts, so one call for each stock is
+    // enough.
     std::set<std::string> renewed;
     m_pCurveData->noteRun();
     for (const auto& [account, stocks] : m_pQuotes->takeMarkers()) {
@@ -42,7 +43,7 @@ void CLinkageManager::runExtCalculator() {
     for (const std::string& stock : renewed) renewCloseValues(stock);
     requestQuote();
 
-    // Switched off and on again, the wait of the run before may still be there.
+    // After switching off and on again, the timer of the earlier run may still be waiting.
     const std::uint64_t run = ++m_pCurveData->m_nRun;
     armTimer(*m_pEngine->m_extTimer, *m_pEngine->m_strand, EXT_MICROS, guarded([this, run] {
         const CLock runLock(m_mutex);

@@ -17,11 +17,11 @@ struct TradedValue {
     double positionValue = 0.0;
 };
 
-/// What the account-wide figures of a stock have beyond those of the account's
-/// strategies. Without any strategy that is the account-wide record itself; otherwise it
-/// is valued by the profit rule, because neither profits at a price limit nor position
-/// values of opposite positions can be subtracted. A side with no volume left has no
-/// amount left; subtraction would leave the rounding of its terms.
+/// What the account-wide figures of a stock have beyond those of the account's strategies.
+/// Without any strategy that is the account-wide record itself; otherwise it is valued by the
+/// profit rule, because neither profits at a price limit nor position values of opposite
+/// positions can be subtracted. A side with no volume left gets the amount 0, because
+/// subtraction would leave a rounding error.
 template <class PricesNow>
 TradedValue remainder(const TradedValue& wide, const std::vector<TradedValue>& named,
                       PricesNow pricesNow) {

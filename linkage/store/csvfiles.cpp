@@ -75,7 +75,7 @@ Fields fieldsOf(std::string_view line) {
     }
 }
 
-// What is no number, or none that money can be, reads as nothing.
+// A field that is no finite number reads as 0.
 double amountOf(const std::string& field) {
     bool ok = false;
     const double value = Pim::sToQs(field).toDouble(&ok);

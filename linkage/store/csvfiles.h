@@ -30,7 +30,8 @@ inline constexpr char KEPT_FILE[] = ".detail.kept";
 /// file's number of fields; a field that is not a number reads as 0.
 namespace TC::csv {
 
-/// Whether a text comes back from a row as it went in: UTF-8, no comma, no line end.
+/// Whether a text can be read back from a row unchanged: it is UTF-8 without commas and line
+/// ends.
 LINKAGE_EXPORT bool isField(const std::string& text);
 /// The text with full-width commas for commas, blanks for line ends, and U+FFFD for what is
 /// not UTF-8.
@@ -97,7 +98,7 @@ inline std::string balanceKey(const TradeStatData& record) {
 }
 
 /// The table of balance times by history key. A history key is a balance key without its
-/// colons; where several give the same one, the first in key order holds.
+/// colons; where several give the same one, the first in key order counts.
 LINKAGE_EXPORT std::map<std::string, std::string> timesByHistoryKey(
     const std::map<std::string, std::string>& balanceTimes);
 

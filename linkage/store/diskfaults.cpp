@@ -20,14 +20,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A file apart from its names.
+// A file's content, whatever names the file has.
 struct File {
     std::string flushed;
     std::string written;
 };
 using FilePtr = std::shared_ptr<File>;  // null: no file has the name
 
-// A name that changed since its directory was flushed, or whose file did.
+// A name that changed since its directory was flushed, or whose file has changed.
 struct Name {
     FilePtr flushed;
     FilePtr now;
@@ -69,7 +69,7 @@ void putOnDisk(const std::string& path, const File* file) {
     std::ofstream(path, std::ios::binary | std::ios::trunc) << file->flushed;
 }
 
-// The fault that this step meets, if any; counts the step for each.
+// The fault that hits this step, if any; every fault counts the step.
 const Fault* faultOf(Model& all, EStep step) {
     const Fault* met = nullptr;
     for (Fault& fault : all.faults) {

@@ -25,15 +25,15 @@
 ///     disk::restart();                     // the disk works again
 ///     ...                                  // a new manager reads what is left
 ///
-/// Saves run on threads of their own. Who wants the same steps in every run calls
-/// finishSaves() before he sets a fault and again before he looks at what it did.
+/// Saves run on threads of their own. For the same steps in every run, call finishSaves()
+/// before setting a fault and again before looking at its effect.
 ///
 /// Threads: any; while begin() holds, file operations take their turns. Errors: none.
 namespace TC::disk {
 
-/// The kinds of steps. Open is an opening of a file, to read or to write, and of a lock
-/// file. Write is one call of write(2). Flush is the flush of a file or of a directory.
-/// MakeDirectory is the making of one directory, not the question whether it is there.
+/// The kinds of steps. Open is the opening of a file, to read, to write or to lock. Write is
+/// one call of write(2). Flush is the flush of a file or of a directory. MakeDirectory is the
+/// making of one directory, not the check whether it exists.
 enum class EStep { Open, Write, Flush, Rename, Remove, MakeDirectory, Any };
 
 /// After `after` further steps of the kind, the next `times` fail.
@@ -50,13 +50,14 @@ struct Fault {
 /// False when there is no such kind.
 LINKAGE_EXPORT bool stepNamed(const std::string& name, EStep& step);
 
-/// Starts to count steps and to remember what is not flushed. Once more: starts anew.
+/// Starts to count steps and to remember what is not flushed. A further call starts again from
+/// 0.
 LINKAGE_EXPORT void begin();
 
 /// Forgets faults and what was remembered; the files stay as they are.
 LINKAGE_EXPORT void end();
 
-/// Adds a fault; several hold side by side. Calls begin() when nobody did.
+/// Adds a fault to those that are set. Calls begin() when nobody has.
 LINKAGE_EXPORT void fail(const Fault& fault);
 
 /// Takes all faults away.
@@ -66,7 +67,7 @@ LINKAGE_EXPORT void clearFaults();
 LINKAGE_EXPORT int steps();
 
 /// Whether the change of a name (made, renamed, removed) reached the disk although its
-/// directory was not flushed since. The data of a file get there by a flush alone.
+/// directory was not flushed since. The data of a file reach the disk only by a flush.
 using KeepsName = std::function<bool(const std::string& path)>;
 
 /// Puts the files back to what is flushed. From here to restart() every step that would

@@ -8,8 +8,8 @@
 
 namespace TC::disk {
 
-/// One step of a file operation, as the faults see it. While it lives no other step runs,
-/// so a crash finds each step done or not begun. Without begin() it does nothing.
+/// One step of a file operation, as the faults see it. While this object lives no other step
+/// runs, so at a crash each step is either done or not begun. Without begin() it does nothing.
 class CStep {
 public:
     explicit CStep(EStep step);
@@ -38,7 +38,7 @@ private:
     bool m_bShort = false;
 };
 
-/// The file is open no longer; no step of its own. Call before the number is given back.
+/// Notes that a file was closed; this counts as no step. Call it before close().
 void closed(int file);
 
 }  // namespace TC::disk

@@ -38,10 +38,11 @@ std::optional<QString> decodedGbk(const QByteArray& bytes) {
     if (std::any_of(header.begin(), header.end(), beyondAscii) && decodedUtf8(header)) {
         return std::nullopt;
     }
-    // No character of either page has this byte; the system page gives it a private one.
+    // No GBK or GB18030 character has this byte; the system page maps it to a private
+    // character.
     if (bytes.contains('\xff')) return std::nullopt;
     auto text = decodedBy(QTextCodec::codecForName("GB18030"), bytes);
-    // The single-byte euro sign is of the system page only.
+    // Only the system page has the euro sign as a single byte.
     if (!text) text = decodedBy(QTextCodec::codecForName("GBK"), bytes);
     return text;
 }

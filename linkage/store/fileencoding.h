@@ -20,11 +20,11 @@ LINKAGE_EXPORT EFileEncoding fileEncodingFrom(const std::string& name);
 /// character of GBK and loses none of the others. Broken UTF-8 comes out as U+FFFD.
 LINKAGE_EXPORT std::string encodeText(const std::string& text, EFileEncoding encoding);
 
-/// Bytes as text: UTF-8 (with or without a mark) when they are that as a whole, else GBK
-/// or GB18030 when they are that as a whole and their first line is not UTF-8, else
-/// nothing. Whatever the configuration says, a file of the other kind is read too: the
-/// headers of the data files in GBK are never valid UTF-8, so one cannot be taken for
-/// the other.
+/// Bytes as text. They are read as UTF-8 (with or without a mark) when all of them are UTF-8;
+/// else as GBK or GB18030 when all of them are that and the first line is not UTF-8; else there
+/// is no text. Whatever the configuration says, a file of the other kind is read too: the
+/// headers of the data files in GBK are never valid UTF-8, so one cannot be taken for the
+/// other.
 LINKAGE_EXPORT std::optional<std::string> decodeText(const std::string& bytes);
 
 }  // namespace TC

@@ -33,7 +33,7 @@ bool CDiskFiles::makeDirectory(const std::string& path) {
         step.madeDirectory(path);
     }
     if (flushDirectory(parent)) return true;
-    // One that may be gone after a power cut is not taken for there.
+    // A directory that a power cut may remove does not count as made.
     const int why = errno;
     ::rmdir(path.c_str());
     errno = why;
@@ -50,7 +50,7 @@ IFileSystem::ERead CDiskFiles::read(const std::string& path, std::string& bytes)
         result = ERead::Failed;
         errno = EINVAL;
     }
-    // The size alone is not to be trusted: the file may grow meanwhile.
+    // The size is checked again while reading, because the file may grow meanwhile.
     char block[65536];
     for (ssize_t count = 1; result == ERead::Done && count != 0;) {
         if (status.st_size > static_cast<off_t>(MOST_BYTES) || bytes.size() > MOST_BYTES) {
@@ -92,7 +92,7 @@ std::optional<std::string> CDiskFiles::target(const std::string& path) {
         if (!std::filesystem::is_symlink(at, error)) return at.string();
         const auto next = std::filesystem::read_symlink(at, error);
         if (error) break;
-        at = at.parent_path() / next;  // an absolute one replaces all of it
+        at = at.parent_path() / next;  // an absolute target replaces the whole path
     }
     errno = ELOOP;
     return std::nullopt;
@@ -101,7 +101,8 @@ std::optional<std::string> CDiskFiles::target(const std::string& path) {
 bool CDiskFiles::mayWrite(const std::string& path) {
     struct stat status {};
     if (::stat(path.c_str(), &status) != 0) return true;
-    // A superuser may write anything; that the file is closed to all holds for it too.
+    // access() lets a superuser write any file; but a file that nobody may write counts as
+    // closed for the superuser too.
     return (status.st_mode & 0222) != 0 && ::access(path.c_str(), W_OK) == 0;
 }
 
@@ -111,7 +112,7 @@ int CDiskFiles::lock(const std::string& path) {
     const int file = ::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0666);
     if (file < 0) return -1;
     if (::flock(file, LOCK_EX | LOCK_NB) == 0) return file;
-    // Some network drives have no locks; without one they are used as before.
+    // Some network drives have no locks; there the file is used without a lock.
     if (errno == ENOLCK || errno == EOPNOTSUPP || errno == ENOSYS) return file;
     const int why = errno;
     ::close(file);
@@ -138,7 +139,7 @@ int CDiskFiles::create(const std::string& path, const std::string& like) {
     step.created(path, file);
     struct stat status {};
     if (::stat(like.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
-        // What a user closed to others stays closed.
+        // A file that the user closed to others stays closed to them.
         if (::fchmod(file, status.st_mode & 07777) != 0) errno = 0;
     }
     return file;

@@ -29,7 +29,7 @@ class IFileSystem {
 public:
     enum class ERead { Done, Missing, Failed, TooLarge };
 
-    /// No data file is larger, by far; a larger one is neither read nor written.
+    /// Data files are far smaller; a larger file is neither read nor written.
     static constexpr std::size_t MOST_BYTES = 64U << 20;
 
     virtual ~IFileSystem() = default;
@@ -55,9 +55,9 @@ public:
     /// Whether the open file is still the one of that name.
     virtual bool isOpenAs(int file, const std::string& path) = 0;
 
-    /// Opens a new file for writing, with the permissions of the file `like` when there is
-    /// one. What has the name already (a file, a link, an empty directory) goes first; a
-    /// link's target is left alone.
+    /// Opens a new file for writing, with the permissions of the file `like` when there is one.
+    /// Removes first what has the name already (a file, a link, an empty directory); a link's
+    /// target is left alone.
     virtual int create(const std::string& path, const std::string& like) = 0;
     /// Opens a file for writing at its end; makes it when there is none.
     virtual int append(const std::string& path) = 0;
@@ -65,7 +65,7 @@ public:
     virtual bool flush(int file) = 0;
     virtual bool close(int file) = 0;
 
-    /// Replaces `to`, at once or not at all.
+    /// Replaces `to` in one step, or not at all.
     virtual bool rename(const std::string& from, const std::string& to) = 0;
     /// True when the file was there and is gone.
     virtual bool remove(const std::string& path) = 0;

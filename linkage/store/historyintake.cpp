@@ -16,11 +16,11 @@ namespace TC {
 
 namespace {
 
-// No balance waits for the last record of history to end.
+// No balance waits until the last running order or task of history ends.
 constexpr auto waitsForNone = [](const std::string& /*strategy*/) {};
 
-// A deal that balances history counts on its own side, so that both sides meet. False, and
-// nothing counted, when a total has no room for it.
+// A deal that balances history is added to its own side, so that both sides become equal.
+// False, and nothing is added, when a total cannot hold it.
 bool addDeal(LinkagePeriodExtData& record, const vexservice::CDealDetail& deal, bool buys,
              double commission, bool bySums) {
     DealFigures& deals = record.deals();
@@ -65,9 +65,9 @@ void CLinkageManager::doHistoryTask(const boost::shared_ptr<vexservice::CTaskDet
     m_pHistory->m_historyTasks.update(accountKey, task, running, waitsForNone);
 }
 
-// A deal moves what is there and makes nothing: of a stock that has left the store no
-// imbalance is wanted any more, and a record made of the deal alone would be balanced
-// away by the opposite order.
+// A deal changes existing records and makes no new one. A stock that was removed from the store
+// is not to be balanced any more, and a record made from this deal alone would cause the
+// opposite order.
 void CLinkageManager::doHistoryDeal(const boost::shared_ptr<vexservice::CDealDetail>& deal,
                                     const boost::shared_ptr<vexservice::CAccountData>&,
                                     const std::string& historyKey, const std::string& stockKey,
@@ -100,7 +100,8 @@ void CLinkageManager::doHistoryDeal(const boost::shared_ptr<vexservice::CDealDet
     try {
         writedata(false);
     } catch (const boost::thread_resource_error& error) {
-        // Nobody behind a report could take this; the save stands and goes with the next.
+        // The strand cannot handle this exception. The save stays asked for and is done with
+        // the next one.
         g_VexStdLogger.error(operation, error.what());
     }
 }

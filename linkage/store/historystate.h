@@ -11,9 +11,9 @@
 
 namespace TC {
 
-/// What is left to balance of earlier days, and what of today already counts there.
-/// Guarded by the manager's lock; the statistics have a lock of their own besides,
-/// because they are also read without the manager's.
+/// What earlier days have left to balance, and what of today already counts as history. Guarded
+/// by the manager's lock; the statistics have a lock of their own besides, because they are
+/// also read without the manager's.
 struct HistoryState {
     /// history key
     CPublished<ByText<TradeStatData>> m_historyStatData;
@@ -26,7 +26,7 @@ struct HistoryState {
     /// history key: the pair that its history is of. Two pairs may have one history key
     /// ("881" with "5", "88" with "15"); the key belongs to the first while it holds anything.
     std::map<std::string, std::pair<std::string, std::string>> m_owners;
-    /// What could not be saved under its name and was logged.
+    /// Rows and names that could not be saved; each is logged once.
     std::set<std::string> m_refusedNames;
     /// The stamp of the last write, or of the file that was read.
     std::string m_strWriteTime;
@@ -37,7 +37,7 @@ struct HistoryState {
     /// Takes a history key for a pair. False, with a log line, when another pair has it.
     bool claim(const char* operation, const std::string& key, const std::string& accountKey,
                const std::string& strategy);
-    /// Whether the key's history, if there is any, is not known to be another pair's.
+    /// False when the key has history that is known to belong to another pair.
     bool isFree(const std::string& key, const std::string& accountKey,
                 const std::string& strategy) const;
 

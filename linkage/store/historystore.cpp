@@ -15,8 +15,8 @@ namespace TC {
 
 namespace {
 
-// Adds figures to the plain totals of a history record, which may be the very record
-// that the figures were read from. False, and nothing added, when a sum has no room.
+// Adds figures to the plain totals of a history record, which may be the very record that the
+// figures were read from. False, and nothing is added, when a sum does not fit.
 bool addFigures(LinkagePeriodExtData& record, const EffectiveFigures& figures, double closeValue) {
     DealFigures& deals = record.deals();
     const auto sells = checkedAdd<std::int32_t>(deals.m_nSellVolume, figures.sellVolume);
@@ -32,8 +32,8 @@ bool addFigures(LinkagePeriodExtData& record, const EffectiveFigures& figures, d
     return true;
 }
 
-// A volume below zero is one that ran over in the day's 32 bits, and what is unequal then
-// is not known.
+// A volume below 0 has wrapped in the day's 32 bits; the difference of the two sides is then
+// not known.
 bool canBeHistory(const EffectiveFigures& figures) {
     return figures.buyVolume >= 0 && figures.sellVolume >= 0 && std::isfinite(figures.buyAmount) &&
            std::isfinite(figures.sellAmount);
@@ -175,7 +175,7 @@ void CLinkageManager::deleteHistoryLinkageData(const std::string& key, const std
 }
 
 void CLinkageManager::deleteAllHisTorydata() {
-    // A slot may release the manager; it then goes when this visit ends.
+    // A slot may release the manager; the manager is then destroyed when this visit ends.
     const CDoor::Visit visit(m_pDoor);
     VEX_INFO("TC::CLinkageManager::deleteAllHisTorydata", "Delete all history data.");
     const CLock lock(m_mutex);

@@ -55,8 +55,8 @@ std::vector<NamedAccount> namedAccounts(const std::vector<Parsed<Record>>& rows)
 /// So many rows are filed in one hold of the lock; intake never waits for a whole file.
 constexpr std::size_t ROWS_PER_HOLD = 2000;
 
-/// Deals and orders that the trading system reported. A statement repeats what the client
-/// saw itself; that must not count twice. Good for one hold of the manager's lock.
+/// The deals or orders that the trading system reported. A statement repeats them, and they
+/// must not count twice. To be used within one hold of the manager's lock.
 template <class Record>
 class CReported {
 public:
@@ -88,7 +88,7 @@ private:
     std::map<std::pair<std::string, int>, std::set<std::string>> m_known;
 };
 
-/// Rows in the order of the file, whatever stage left them out.
+/// Puts skipped rows in the order of the file, whichever step skipped them.
 void sortSkipped(std::vector<ImportReport::SkippedRow>& skipped, const CWorkbook& book) {
     QHash<QString, int> order;
     for (const auto& sheet : book.sheets()) order.insert(sheet.name, order.size());

@@ -37,7 +37,7 @@ void takeBalanceRows(const std::string& text, HistoryState& history) {
         deals.m_nSellVolume = row.figures.sellVolume;
         deals.m_dBuyAmount = row.figures.buyAmount;
         deals.m_dSellAmount = row.figures.sellAmount;
-        // What comes from a file has no orders behind it.
+        // Records from a file have no sums over orders.
         record->m_bPlain = true;
         history.m_historyLinkageData[row.key][row.stock] = record;
     }

@@ -33,8 +33,8 @@ bool isKnownAccount(const std::string& accountKey) {
     return center->getAccountData(utils::hash(accountKey)) != nullptr;
 }
 
-// Puts an answer in the place of what the server filed before, and of what was imported of
-// the same records.
+// Files an answer. It replaces the server's earlier answer and the imported copies of the same
+// records.
 template <class Record>
 void fileAnswer(CLedger& ledger, statement::CImported<Record>& imported, const HistoryQuery& query,
                 CServerHistory::Keys& filed,
@@ -201,9 +201,9 @@ void CLinkageManager::takeHistoryAnswer(std::uint64_t number, const utils::VexEr
     endHistoryDay(*query, fault);
 }
 
-// Tells that a day is over, as a slot outside the manager's lock can take it, and goes on
-// to the next one. A day without an answer is the last: what comes after a gap would look
-// like the whole.
+// Tells that a day is over, without the manager's lock, so that a slot may do anything, and
+// asks for the next day. A day without an answer is the last one, because days after a gap
+// would look like the whole range.
 void CLinkageManager::endHistoryDay(HistoryQuery query, const std::string& fault) {
     if (!fault.empty()) {
         VEX_INFO(operationOf(query.records), "account {0}, day {1}: {2}", query.accountKey,

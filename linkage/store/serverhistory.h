@@ -38,8 +38,8 @@ LINKAGE_EXPORT std::string historyRangeFault(const QDate& first, const QDate& la
 
 /// Queries under way and what their answers filed.
 ///
-/// A day that was not answered in time is given up: its done signal has told that what is
-/// filed stands, so an answer that still comes is left alone. Whoever wants it asks again.
+/// A day that was not answered in time is given up: its done signal has told that the filed
+/// records are final, so an answer that still comes is ignored. The client may ask again.
 ///
 /// Guarded by the manager's lock.
 class LINKAGE_EXPORT CServerHistory {

@@ -33,7 +33,7 @@ std::size_t endOfDirectory(const CBytes& file) {
 
 /// Unpacks into exactly `size` bytes; a stream that holds more or less is broken.
 QByteArray inflated(std::span<const unsigned char> packed, std::uint32_t size) {
-    // Deflate cannot shrink below 1:1032, so a larger size is a lie that would cost memory.
+    // Deflate cannot shrink below 1:1032, so a larger size is wrong and would only cost memory.
     if (size / 1032 > packed.size()) brokenArchive();
     QByteArray out(static_cast<int>(size) + 1, Qt::Uninitialized);
     z_stream stream{};

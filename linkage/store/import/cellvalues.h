@@ -26,9 +26,9 @@ struct LINKAGE_EXPORT Value {
 /// Without blanks, full-width characters in their plain form, upper case.
 QString plainText(const QString& text);
 
-/// Finite number out of a cell: thousands separators, full-width digits, the sign of the
-/// yuan and a unit that stands for one (元, 股, 张, 份) are taken; anything else is not,
-/// other currencies and units behind single figures (手, 万) least of all.
+/// Finite number out of a cell: thousands separators, full-width digits, the sign of the yuan
+/// and a unit that stands for one (元, 股, 张, 份) are taken; anything else is not, in particular
+/// no other currency and no unit behind a single figure (手, 万).
 LINKAGE_EXPORT std::optional<double> cellNumber(const Value& value);
 
 struct DateTime {
@@ -37,8 +37,8 @@ struct DateTime {
 };
 
 /// A date out of a number (20230201, or days of a workbook) or a text ("20230201",
-/// "2023-02-01", "2023/2/1", "2023年2月1日"), which a time may follow. Only dates that a
-/// day key can hold and that exchanges have seen: 1990 to 2037.
+/// "2023-02-01", "2023/2/1", "2023年2月1日"), which a time may follow. Only dates that a day key
+/// can hold and on which there were exchanges: 1990 to 2037.
 LINKAGE_EXPORT std::optional<DateTime> dateOf(const Value& value, bool dates1904 = false);
 
 /// A time of day, "hhmmss", out of "9:48:13", "09:48", 94813, 09481312 (hundredths

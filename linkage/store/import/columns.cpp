@@ -60,7 +60,7 @@ const QMultiHash<QString, Meaning>& meanings() {
     return all;
 }
 
-/// A header's text without blanks and marks, parted into its name and what is in brackets.
+/// A header's text without blanks and marks, divided into its name and the text in brackets.
 struct HeaderText {
     QString name;
     QString unit;
@@ -77,8 +77,8 @@ bool isAmong(EColumn column, std::initializer_list<EColumn> columns) {
     return std::find(columns.begin(), columns.end(), column) != columns.end();
 }
 
-/// What a column's figures count; nothing where that is not known. Brackets behind other
-/// columns ("证券代码(A股)") change nothing.
+/// The unit of a column's figures; nothing when the unit is not known. Columns without figures
+/// ("证券代码(A股)") may have any text in brackets.
 std::optional<EUnit> unitOf(EColumn column, const QString& unit) {
     static const QStringList ones =
         QStringLiteral("元 人民币 人民币元 股 份 张 股/张 股/份 元/股 元/份 元/张").split(' ');
@@ -138,7 +138,7 @@ Header headerOf(const CWorkbook& book, std::span<const Cell> cells) {
             header.unit[at->column] = *unit;
         }
     }
-    // One column cannot be both: it is the side where nothing better is.
+    // One column cannot be both. When no better column names the side, it counts as the side.
     if (header.place[COL_REQUEST] == header.place[COL_SIDE]) header.place[COL_REQUEST] = -1;
     return header;
 }

@@ -38,7 +38,7 @@ enum EColumn {
 
 using RowValues = std::array<Value, COL_COUNT>;
 
-/// What one of a figure stands for: 元 or 股, 万元 or 万股, 手.
+/// The unit of a figure: 元 or 股, 万元 or 万股, 手.
 enum class EUnit { One, TenThousand, Lot };
 
 /// Where the columns of one sheet stand.
@@ -50,7 +50,7 @@ struct Header {
     bool has(EColumn column) const { return place[column] >= 0; }
     bool holdsOrders() const;
     bool holdsDeals() const;
-    /// Names what a table of trades has at least: not a row of values.
+    /// Whether enough columns are named for a table of trades; a row of values names fewer.
     bool namesTable() const;
 };
 
@@ -62,7 +62,8 @@ inline constexpr int kHeaderSearchRows = 50;
 /// (美元, 千股) is left out.
 Header headerOf(const CWorkbook& book, std::span<const Cell> cells);
 
-/// A row's cells by what they hold; ten thousands are counted out, lots are marked.
+/// A row's cells by what they hold; figures in ten thousands are multiplied out, figures in
+/// lots are marked.
 RowValues valuesOf(const CWorkbook& book, const Header& header, std::span<const Cell> cells);
 
 /// What the lines above a header say of the whole table. The day on which a list was

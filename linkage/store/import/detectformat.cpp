@@ -26,13 +26,14 @@ bool isUtf16(const QByteArray& bytes) {
 QByteArray wholeFile(const QString& path) {
     const QFileInfo info(path);
     if (!info.exists()) throw Refusal(QStringLiteral("the file does not exist"));
-    // A pipe or a device could keep the reader waiting, or giving, for ever.
+    // A pipe or a device could block the reader, or deliver bytes without end.
     if (!info.isFile()) throw Refusal(QStringLiteral("this is not a plain file"));
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         throw Refusal(QStringLiteral("the file cannot be opened: %1").arg(file.errorString()));
     }
-    // In slices: asked for the whole, Qt sets the memory of the largest file aside.
+    // Reads in slices, because a read of the largest size would make Qt allocate all of it at
+    // once.
     QByteArray bytes;
     for (QByteArray slice = file.read(kSliceBytes); !slice.isEmpty();) {
         bytes += slice;

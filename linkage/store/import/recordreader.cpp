@@ -15,8 +15,8 @@ namespace {
 constexpr double kMaxPrice = 1e7;    ///< yuan; hundreds of times the dearest share
 constexpr double kMaxAmount = 1e15;  ///< yuan
 
-/// An amount may be so many times price by volume, or the price by volume the amount: bonds
-/// are quoted by the hundred and dealt in tens. Beyond that a row contradicts itself.
+/// The amount and price times volume may differ by this factor, because bonds are quoted by the
+/// hundred and dealt in tens. A row beyond that contradicts itself.
 constexpr double kMaxFactor = 200;
 
 QString shown(const Value& value) { return value.display().simplified().left(40); }
@@ -56,7 +56,7 @@ ESide sideOfRow(const RowValues& values) {
     return *side;
 }
 
-/// The volume without the sign that some lists give to sales; lots are counted out.
+/// The volume without the sign that some lists give to sales; lots are multiplied out.
 int shares(const Value& value, const Instrument& instrument, ESide side, const char* what) {
     const int volume = wholeNumber(value, what, value.isLots ? lotOf(instrument) : 1);
     if (volume < 0 && side == ESide::Buy) {
@@ -144,7 +144,7 @@ double positivePrice(const Value& value) {
     return price;
 }
 
-/// The status that the list names, or else the one that the figures tell.
+/// The status that the list names, else the one that follows from the figures.
 vexservice::EEntrustStatus statusOfRow(const RowValues& values, int volume, int traded) {
     using namespace vexservice;
     const Value& named = values[COL_STATUS];

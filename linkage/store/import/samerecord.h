@@ -38,8 +38,8 @@ std::string traitsOf(const Record& record) {
            std::to_string(record.m_nVolume) + '|' + number;
 }
 
-/// Imported records that have a number, for the trading system's own to take their place.
-/// Guarded by the manager's lock.
+/// Imported records that have a number, so that the trading system's own records can replace
+/// them. Guarded by the manager's lock.
 template <class Record>
 class CImported {
 public:

@@ -91,7 +91,8 @@ private:
         if (!m_statement.notes.contains(text)) m_statement.notes << text;
     }
 
-    /// What the lines above a table do not say is as it was in the table before.
+    /// Starts a table. Where the lines above it are silent, the titles of the table before it
+    /// still hold.
     void beginTable(const Header& header) {
         m_table.header = header;
         m_table.isTaken = true;
@@ -162,8 +163,9 @@ private:
                cellNumber(values[COL_ORDER_PRICE]) || cellNumber(values[COL_ORDER_VOLUME]);
     }
 
-    /// Goes on with the table under these column names: the same one on the next page, one
-    /// with other places, or one whose rows are none of ours. Gives what is said of the row.
+    /// Goes on with the table under these column names: the same table on the next page, one
+    /// with other columns, or one that is not imported. Returns the text with which the row is
+    /// skipped.
     QString nextTable(const Header& header) {
         if (header.place != m_table.header.place && kindOf(header) == Kind::None) {
             m_table.isTaken = false;

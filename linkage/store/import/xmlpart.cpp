@@ -44,8 +44,8 @@ std::size_t tagLength(std::string_view markup) {
     return markup.size();
 }
 
-/// The parser gathers each text and each tag whole before anyone sees it, so their
-/// lengths are looked at first.
+/// The parser keeps each text and each tag in memory as a whole, so their lengths are checked
+/// first.
 void checkPieces(std::string_view rest) {
     while (!rest.empty()) {
         const std::string_view end = endOf(rest);
@@ -73,7 +73,8 @@ bool CXmlPart::next() {
     for (;;) {
         const auto token = m_xml.readNext();
         if (token == QXmlStreamReader::DTD) brokenXml(QStringLiteral("document type"));
-        // In other encodings the pieces that were looked at are not those that are read.
+        // In another encoding checkPieces() would have checked other pieces than the parser
+        // reads.
         const QStringRef encoding = m_xml.documentEncoding();
         if (!encoding.isEmpty() && encoding.compare(QLatin1String("UTF-8"), Qt::CaseInsensitive)) {
             brokenXml(QStringLiteral("not in UTF-8"));

@@ -10,8 +10,9 @@ namespace TC::statement {
 /// One part of a workbook as XML. Names count without their namespaces, of which there
 /// are several generations.
 ///
-/// Throws Refusal for what is no XML and for what would cost the parser memory without
-/// bound: document types with their entities, deep nesting, endless texts and tags.
+/// Throws Refusal for a part that is no XML, and for a part that could make the parser use
+/// memory without limit: document types with their entities, deep nesting, endless texts and
+/// tags.
 class CXmlPart {
 public:
     explicit CXmlPart(const QByteArray& bytes);
