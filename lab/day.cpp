@@ -210,8 +210,11 @@ void CDay::askAll(bool wholeAccounts) {
     }
     passTo(now() + 6 * SECOND);
     passAll();
-    if (!m_invariants.isOver()) passTo(now() + LONGEST_CANCELLING);
-    passAll();
+    // Each round may wait for what is never confirmed, and the next balance after it.
+    for (int waits = m_plan.rounds; waits >= 0 && !m_invariants.isOver(); --waits) {
+        passTo(now() + LONGEST_CANCELLING);
+        passAll();
+    }
 }
 
 void CDay::checkEnd() {
@@ -255,8 +258,12 @@ void CDay::checkEnd(const Pair& pair, int stock) {
     for (const auto& [part, stuck] : m_halfVanished) {
         if (stuck == stock && pair.holds(part)) return;
     }
-    fail(fmt::format("at the end {} of {} \"{}\" {} are left for no reason", left,
-                     accountOf(pair.account), pair.strategy, of.key()));
+    std::string balances;
+    for (const auto& [ending, count] : m_invariants.endings()) {
+        balances += fmt::format(", {} {}", count, ending);
+    }
+    fail(fmt::format("at the end {} of {} \"{}\" {} are left for no reason{}", left,
+                     accountOf(pair.account), pair.strategy, of.key(), balances));
 }
 
 }  // namespace lab

@@ -11,15 +11,15 @@ BalancedStock sharesOf(const TC::BalanceStock& stock) {
             stock.filled < 0 ? -stock.filled : stock.filled};
 }
 
-/// What is left of a stock. When the balance has ended, the book has it. Until then it is worked
-/// out from the last decision and the fills of all rounds, so from the second round on it counts
-/// earlier fills twice.
+/// What is left of a stock. When the balance has ended, the book has it. Until then it is what
+/// the last decision found, less what the first round has filled: the book does not tell the
+/// fills of later rounds apart.
 Remainder remainderOf(const std::string& key, const TC::BalanceStock& stock,
-                      TC::EBalanceState state) {
-    const bool ended = state == TC::EBalanceState::Ended;
-    Remainder rest{key, ended ? stock.remains : stock.bought - stock.sold + stock.filled,
-                   stock.reason};
-    if (rest.reason.empty() && state == TC::EBalanceState::Sent) rest.reason = "resting";
+                      const TC::BalanceRecord& record) {
+    if (record.state == TC::EBalanceState::Ended) return {key, stock.remains, stock.reason};
+    const std::int64_t filled = record.rounds <= 1 ? stock.filled : 0;
+    Remainder rest{key, stock.bought - stock.sold + filled, stock.reason};
+    if (rest.reason.empty() && record.state == TC::EBalanceState::Sent) rest.reason = "resting";
     return rest;
 }
 
@@ -35,7 +35,7 @@ BalanceFigures figuresOf(const TC::BalanceRecord& record) {
     if (!record.reason.empty()) figures.remains.push_back({"", 0, record.reason});
     for (const auto& [key, stock] : record.stocks) {
         figures.stocks[key] = sharesOf(stock);
-        const Remainder rest = remainderOf(key, stock, record.state);
+        const Remainder rest = remainderOf(key, stock, record);
         if (rest.difference != 0) figures.remains.push_back(rest);
     }
     return figures;

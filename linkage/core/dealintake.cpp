@@ -53,7 +53,10 @@ void CLinkageManager::doDealDetail(const std::string& accountKey, const DealPtr&
         const std::uint64_t revision = utils::referenceDataRevision();
         lock.unlock();
         FeePtr fee;
-        const bool answered = attempt(DEAL_INTAKE, [&] { fee = askFee(accountKey, *deal); });
+        const auto ask = [&] { fee = askFee(accountKey, *deal); };
+        // The history store takes a deal once: without its commission it has to wait.
+        const bool ofHistory = isHistoryBalance(deal->m_pCommand.get());
+        const bool answered = ofHistory ? (ask(), true) : attempt(DEAL_INTAKE, ask);
         lock.relock();
         // A deal counts also without its commission. The next load adds it to the day's
         // figures.
