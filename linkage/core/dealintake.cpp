@@ -75,8 +75,13 @@ void CLinkageManager::doDealDetail(const std::string& accountKey, const DealPtr&
         takeHistoryDeal(report, change, historyAccount);
         return;
     }
-    if (change.counted && !attempt(DEAL_INTAKE, [&] { followPrice(report); })) {
-        loadLater(accountKey);
+    if (change.counted) {
+        try {
+            followPrice(report);
+        } catch (...) {
+            logThrown(DEAL_INTAKE);
+            loadLater(accountKey);
+        }
     }
     if (change.strategyIsNew) raise(DEAL_INTAKE, sigStrategysChanged);
     if (change.stockIsNew) raise(DEAL_INTAKE, sigStocksChanged);

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fmt/format.h>
+
 #include <string>
 
 /// A service of the client that throws once, before each line of a day in turn: after a while
@@ -66,12 +68,13 @@ TEST_F(ServiceFaults, ThrowsAnywhereAreMadeGood) {
 
 /// One stock's price is not told: the other stocks are balanced all the same.
 TEST_F(ServiceFaults, EachStockIsBalancedForItself) {
-    std::string lines = std::string(DAY[0]) + "\n" + DAY[3] + "\n";
+    std::string lines = fmt::format("{}\n{}\n", DAY[0], DAY[3]);
     for (const char* const code : {"600000", "600001", "600002"}) {
-        const std::string stock = R"("market":"SH","code":")" + std::string(code) + '"';
-        lines += R"({"do":"instrument",)" + stock + "}\n" + R"({"do":"deal","account":"A","key":)" +
-                 code + "," + stock + R"(,"side":"buy","price":10,"volume":100,"strategy":"S"})" +
-                 "\n";
+        lines += fmt::format(
+            R"({{"do":"instrument","market":"SH","code":"{0}"}}
+{{"do":"deal","account":"A","key":{0},"market":"SH","code":"{0}","side":"buy","price":10,"volume":100,"strategy":"S"}}
+)",
+            code);
     }
     const tests::Played played = m_folder.play(
         lines +
