@@ -291,10 +291,12 @@ void CDayReport::addCancelled(const TC::ManagerState& state) {
 
 void CDayReport::addRemains() {
     const TC::CLinkageManager& manager = *Singleton::instance();
-    for (auto& [key, balance] : m_seen) {
-        const auto preview = [&, &pair = balance.pair](bool grouped) {
-            return balance.history ? manager.previewHistoryBalance(pair.first, pair.second, grouped)
-                                   : manager.previewBalance(pair.first, pair.second, grouped);
+    for (auto& each : m_seen) {
+        BalanceFigures& balance = each.second;
+        const auto preview = [&manager, &balance](bool grouped) {
+            const auto& [account, strategy] = balance.pair;
+            return balance.history ? manager.previewHistoryBalance(account, strategy, grouped)
+                                   : manager.previewBalance(account, strategy, grouped);
         };
         balance.remains = remainsOf(preview(false), preview(true), balance.stocks);
     }
