@@ -79,7 +79,7 @@ Row rowOf(const replay::BalanceFigures& balance) {
 
 QString bookText(const std::string& text) {
     const QString source = Pim::sToQs(text);
-    const QString known = translated(source);
+    QString known = translated(source);
     if (known != source) return known;
     static const QRegularExpression NUMBERED(QStringLiteral("balance (\\d+)"));
     if (const auto match = NUMBERED.match(source); match.hasMatch()) {

@@ -225,7 +225,7 @@ CFileSet::Outcome CFileSet::commit(const std::vector<Change>& changes) {
     // From here on it cannot be taken back: the mark may outlive the process.
     m_bMark = true;
     m_mark = mark;
-    const Fault fault = settle();
+    Fault fault = settle();
     return {fault.empty() ? m_left : fault, true};
 }
 
@@ -234,7 +234,7 @@ CFileSet::Fault CFileSet::writeMark(const commit::Mark& mark) {
     const std::string stage = stagePath(path);
     if (Fault fault = writeWhole(stage, path, commit::textOf(mark)); !fault.empty()) return fault;
     if (m_files.rename(stage, path)) return {};
-    const Fault fault = faultAt(path);
+    Fault fault = faultAt(path);
     m_files.remove(stage);
     return fault;
 }
