@@ -895,8 +895,8 @@
         <translation>%1 将在 5 秒后配平。</translation>
     </message>
     <message>
-        <source>%1 is being balanced already.</source>
-        <translation>%1 已在配平中。</translation>
+        <source>%1 is not balanced: another balance stands against it.</source>
+        <translation>%1 未配平：与另一次配平冲突。</translation>
     </message>
     <message>
         <source>Play</source>

@@ -85,9 +85,8 @@ void CLinkageManager::init() {
         m_pTradeDate->set(lastTradeDateOfShanghai());
     } else {
         m_strUserData = getUserConfig()->getUserDataString(USER_NAME).toStdString();
-        m_pTradeDate->set(lastTradeDateOfShanghai());
-        attempt("CLinkageManager::init",
-                [this] { m_pTradeDate->set(dataCenter().getTradingDate()); });
+        const auto ask = [this] { m_pTradeDate->set(dataCenter().getTradingDate()); };
+        if (!attempt("CLinkageManager::init", ask)) m_pTradeDate->set(lastTradeDateOfShanghai());
     }
 
     connect(getProxyClient(), &CProxyClient::sig_loginStatus, this,
