@@ -29,6 +29,9 @@ const char* const DAY[] = {
     R"({"do":"call","op":"requestAccount","args":["A"]})",
     R"({"do":"price","market":"SH","code":"600000","last":10.5})",
     R"({"do":"call","op":"requestAccounts"})",
+    // behind these no request makes good what was missed
+    R"({"do":"order","account":"A","key":5,"market":"SZ","code":"000002","side":"buy","price":7,"volume":200,"status":55,"traded":100,"amount":700,"strategy":"S"})",
+    R"({"do":"deal","account":"A","key":5,"market":"SZ","code":"000002","side":"buy","price":7,"volume":100,"time":"093004","strategy":"S"})",
     R"({"do":"advance","seconds":400})",
     R"({"do":"dump"})",
 };
