@@ -2,6 +2,7 @@
 #include "tests/support/fixture.h"
 
 #include <gtest/gtest.h>
+#include <boost/make_shared.hpp>
 
 #include <algorithm>
 #include <functional>
@@ -144,6 +145,44 @@ TEST(PeriodCurves, EndWithTheDay) {
     EXPECT_EQ(next.at(581).positionValue, 1200.0);
     EXPECT_EQ(next.at(582).positionValue, 1200.0) << "yesterday's bar of the minute is gone";
     EXPECT_EQ(f.manager().getTradeStatDatas("A", "S").at("SH600000")->m_dCloseValue, 1200.0);
+}
+
+/// Keeps the answers of bars for later.
+struct SlowQuotes : TC::CQuoteClient {
+    std::vector<std::pair<std::string, BarsAnswer>> asked;  ///< by day
+    boost::shared_ptr<vexservice::CPriceData> getStockPrice(const QString&) override { return {}; }
+    boost::shared_ptr<TC::CQuoteRequest> request(const QString&,
+                                                 const TC::CQuoteRequest::Callback&) override {
+        return boost::make_shared<TC::CQuoteRequest>();
+    }
+    void queryMinuteBars(const QString&, const std::string& day,
+                         const BarsAnswer& answer) override {
+        asked.emplace_back(day, answer);
+    }
+};
+
+TEST(PeriodCurves, TakeNoBarsOfTheDayBefore) {
+    Ready f({.now = "2024-01-02 10:00:02"});
+    const auto quotes = boost::make_shared<SlowQuotes>();
+    utils::CManualSingletonT<TC::CQuoteClient>::install(quotes);
+    f.manager().startProfitCalculator();
+    f.deal({.key = 1, .strategy = "S"});
+    f.advanceTo("10:02:30");
+    f.advanceTo("2024-01-03 09:00:00");
+    f.newTradingDate("20240103");
+    f.advanceTo("09:40:30");
+    f.deal({.key = 2, .strategy = "S"});
+    f.advanceTo("09:41:30");
+    const auto valueAfter = [&](const std::string& day) {
+        const auto asked = quotes->asked;
+        for (const auto& [of, answer] : asked) {
+            if (of == day) answer({{581, 13.0}});
+        }
+        f.advanceTo(day == DAY ? "09:41:45" : "09:42:00");
+        return f.manager().getPeriodCurve("A", "S").at(581).positionValue;
+    };
+    EXPECT_NE(valueAfter(DAY), 1300.0) << "answered only now";
+    EXPECT_EQ(valueAfter("20240103"), 1300.0);
 }
 
 /// What happens in half an hour, as actions that may come in any order.
