@@ -196,8 +196,9 @@ void CMainWindow::askBalance(const Selection& pair, bool history) {
                 return;
             }
             m_actions.balance(pair, [this, name](bool asked) {
-                showMessage(asked ? tr("%1 will be balanced in 5 seconds.").arg(name)
-                                  : tr("%1 is not balanced: another balance stands against it.").arg(name));
+                showMessage(
+                    asked ? tr("%1 will be balanced in 5 seconds.").arg(name)
+                          : tr("%1 is not balanced: another balance stands against it.").arg(name));
             });
         });
         dialog->open();
