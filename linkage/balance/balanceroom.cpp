@@ -36,8 +36,8 @@ void CLinkageManager::doEndLoading() {
 
 void CLinkageManager::noteOrder(const std::string& accountKey,
                                 const vexservice::COrderDetail& order,
-                                const boost::shared_ptr<vexservice::COrderDetail>& previous) {
-    m_pGuarded->orderFiled(accountKey, order, previous);
+                                const boost::shared_ptr<vexservice::COrderDetail>& takenBack) {
+    m_pGuarded->orderFiled(accountKey, order, takenBack);
 }
 
 void CLinkageManager::noteDeal(const std::string& accountKey, const vexservice::CDealDetail& deal) {

@@ -75,9 +75,9 @@ public:
     void loadBegins(const std::string& account);
     void loadEnds(const std::string& account, bool loaded);
 
-    /// A report was filed; `previous` is the one that it replaced, if any.
+    /// A report was filed; `takenBack` is the final report of the order, if this one runs again.
     void orderFiled(const std::string& account, const vexservice::COrderDetail& order,
-                    const OrderPtr& previous);
+                    const OrderPtr& takenBack);
     void dealFiled(const std::string& account, const vexservice::CDealDetail& deal);
 
     /// A running set of the account has become empty.
@@ -114,6 +114,7 @@ private:
     // linkage/balance/guardprogress.cpp
     const GuardPicture& picture(const std::string& account);
     GuardPicture freshPicture(const std::string& account) const;
+    bool emptiesUnseen(const std::string& account, const vexservice::CCommandRecord* carrier) const;
     void restore(const std::string& text);
     void refreshDirty();
     void refresh(Balance& balance, const GuardPicture& seen);

@@ -147,23 +147,25 @@ void CGuardedBalances::loseUnheard(const std::string& account) {
 
 // ------------------------------------------------------------------------- reports
 
+// Nobody calls emptied() for running sets of history, nor for a set that keeps an order whose
+// end a later report took back.
+bool CGuardedBalances::emptiesUnseen(const std::string& account,
+                                     const vexservice::CCommandRecord* carrier) const {
+    if (isHistoryBalance(carrier)) return true;
+    const auto finals = m_finals.find(account);
+    return finals != m_finals.end() && !finals->second.empty();
+}
+
 void CGuardedBalances::orderFiled(const std::string& account, const vexservice::COrderDetail& order,
-                                  const OrderPtr& previous) {
-    if (previous && runs(order) && !runs(*previous)) {
-        m_finals[account][order.recordKey()] = previous;
-    }
+                                  const OrderPtr& takenBack) {
+    if (takenBack) m_finals[account][order.recordKey()] = takenBack;
     const auto* const carrier = order.m_pCommand.get();
     const bool sent = carrier && carrier->m_nCommand != 0 && m_senders.count(carrier->m_nCommand);
     if (sent) {
         m_dirty.insert(account);
         m_ownOrders[account].insert(order.recordKey());
     }
-    // emptied() is not called for running sets of history, nor for a set that keeps an order
-    // whose end a later report took back.
-    const auto finals = m_finals.find(account);
-    const bool unheardOf =
-        isHistoryBalance(carrier) || (finals != m_finals.end() && !finals->second.empty());
-    if (sent || (unheardOf && !m_active.empty())) m_bNews = true;
+    if (sent || (!m_active.empty() && emptiesUnseen(account, carrier))) m_bNews = true;
 }
 
 void CGuardedBalances::dealFiled(const std::string& account, const vexservice::CDealDetail& deal) {

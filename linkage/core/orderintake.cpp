@@ -39,8 +39,8 @@ public:
                 const vexservice::COrderDetail& order)
         : m_manager(manager), m_strAccountKey(accountKey), m_order(order) {}
 
-    void onFiled(const OrderPtr& previous) override LINKAGE_REQUIRES(m_manager.m_mutex) {
-        if (m_manager.m_pGuarded) m_manager.noteOrder(m_strAccountKey, m_order, previous);
+    void onFiled(const OrderPtr& takenBack) override LINKAGE_REQUIRES(m_manager.m_mutex) {
+        if (m_manager.m_pGuarded) m_manager.noteOrder(m_strAccountKey, m_order, takenBack);
         // The order's number may come after its first report.
         m_manager.dropImported(m_strAccountKey, m_order);
     }

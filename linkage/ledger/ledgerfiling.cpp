@@ -24,15 +24,16 @@ bool CLedger::fileOrder(int day, const std::string& stockKey, const std::string&
     const std::uint32_t accountAt = accountId(accountKey);
     const std::uint32_t stock = stockId(stockKey);
     const std::uint32_t cell = cellOf(accountAt, stock, day);
+    const bool runs = vexservice::isRunningStatus(order->m_eStatus);
     Account& account = m_accounts[accountAt];
     for (std::uint32_t at = findOrder(account, order->recordKey()); at != NONE;
          at = m_orders[at].nextOfKey) {
         if (m_orders[at].cell == cell) {
-            m_orders[at].report = order;
+            m_orders[at].file(order, runs);
             return false;
         }
     }
-    m_orders[addOrder(account, order->recordKey(), cell)].report = order;
+    m_orders[addOrder(account, order->recordKey(), cell)].file(order, runs);
     return true;
 }
 

@@ -94,6 +94,9 @@ private:
         const bool filed = entry.facets & FILED;
         expect(entry.cell == cell && filed == (cell != NONE), "order {} is filed elsewhere",
                entry.key);
+        expect(!filed || (entry.report &&
+                          entry.ended != vexservice::isRunningStatus(entry.report->m_eStatus)),
+               "order {} does not know whether it has ended", entry.key);
         const std::uint32_t head = m_ledger.findOrder(account, entry.key);
         checkChain(m_ledger.m_orders, head, at, "order");
         if (entry.facets & LOTS) m_lots[entry.levelCell] += static_cast<std::uint32_t>(entry.lots);
@@ -113,7 +116,7 @@ private:
     }
 
     static bool runs(const OrderEntry& entry) {
-        return vexservice::COrderDetailHelper::isRunning(
+        return vexservice::isRunningStatus(
             static_cast<decltype(vexservice::COrderDetail::m_eStatus)>(entry.progress.status));
     }
 

@@ -14,6 +14,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// The records that the ledger is made of. Only the ledger knows them.
@@ -107,6 +108,7 @@ struct OrderEntry {
     Progress progress;
     bool buys = false;
     std::uint8_t facets = 0;
+    bool ended = false;  ///< `report` is final; known here so that nobody has to look at it
     std::int32_t lots = 0;
     std::int32_t level = 0;
     std::uint32_t levelCell = NONE;
@@ -115,6 +117,12 @@ struct OrderEntry {
     std::uint32_t nextInCell = NONE;
     std::uint32_t nextOfKey = NONE;
     std::uint32_t placeRunning[2] = {NONE, NONE};  ///< in the strategy's set, the account's
+
+    /// Takes the newest report, and gives back the one before it.
+    OrderPtr file(const OrderPtr& newest, bool runs) {
+        ended = !runs;
+        return std::exchange(report, newest);
+    }
 };
 
 struct DealEntry {

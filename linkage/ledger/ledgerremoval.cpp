@@ -121,6 +121,7 @@ void CLedger::removeRecords(Account& account, int day) {
             OrderEntry kept;
             kept.key = m_orders[at].key;
             kept.report = std::move(m_orders[at].report);
+            kept.ended = m_orders[at].ended;
             kept.cell = cellAt;
             kept.nextInCell = m_orders[at].nextInCell;
             kept.facets = FILED;

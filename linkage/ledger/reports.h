@@ -34,9 +34,9 @@ struct RunningChange {
 /// remove records that were only filed. It must not pass a report to apply().
 class IOrderWatch {
 public:
-    /// The report is filed in the place of `previous`, which is empty for the first one. No
-    /// figure has changed yet.
-    virtual void onFiled(const OrderPtr& previous) = 0;
+    /// The report is filed in the place of the one before it; no figure has changed yet.
+    /// `takenBack` is that earlier report if it was final and this one runs again, else empty.
+    virtual void onFiled(const OrderPtr& takenBack) = 0;
 
     /// The report has changed a running set: first the strategy's, if there is one, then the
     /// account's. At the call for the strategy, the account's set is still as it was before
