@@ -78,8 +78,8 @@ void CLinkageManager::doRequestAccount(
         }
     }
     CLoad telling(*this, load.account);
-    removeAccountDatas(load.account);
-    bool whole = replay(load.account, load.orders, load.deals, load.positions);
+    askFees(load.account, load.deals);
+    bool whole = playLoad(load);
     whole = attempt(ACCOUNT_LOAD, [&] { subscribeAccount(load.account); }) && whole;
     // Records that came between the reading and the subscription were announced to nobody.
     whole &= attempt(ACCOUNT_LOAD, [&] {
@@ -98,6 +98,15 @@ void CLinkageManager::doRequestAccount(
         loadLater(load.account);
     }
     reconcile(load);
+}
+
+// One hold of the lock: other threads see the account as it was before, or as it is after the
+// load, and a balance that they ask for waits.
+bool CLinkageManager::playLoad(const AccountLoad& load) {
+    const CLock lock(m_mutex);
+    const CLedger::CSteadyFigures steady(*m_pLedger, load.account);
+    removeAccountDatas(load.account);
+    return replay(load.account, load.orders, load.deals, load.positions);
 }
 
 bool CLinkageManager::replay(const std::string& accountKey, const Records& orders,

@@ -193,7 +193,8 @@ public:
     int getRunningTasks(const std::string& accountKey, const std::string& strategy) const;
 
     /// Traded figures by stock key. The records are those that intake goes on
-    /// updating. Never waits for the manager's lock.
+    /// updating. Never waits for the manager's lock: while the account is loaded again, other
+    /// threads get the records of before.
     std::map<std::string, boost::shared_ptr<LinkagePeriodExtData>> getTradeStatDatas(
         const std::string& accountKey, const std::string& strategy) const;
 
@@ -513,6 +514,8 @@ protected:
     /// False when a service threw at a record: that record is then not wholly in the figures.
     bool replay(const std::string& accountKey, const Records& orders, const Records& deals,
                 const Records& positions);
+    /// Drops what the manager has of the account and plays its records, in one hold of the lock.
+    bool playLoad(const AccountLoad& load);
     void reconcile(const AccountLoad& load);
     void noteReconciliation(const Reconciliation& found) LINKAGE_REQUIRES(m_mutex);
     void subscribeAccount(const std::string& accountKey);
@@ -529,11 +532,8 @@ protected:
                       const boost::shared_ptr<vexservice::IData>& data);
     void doDealDetail(const std::string& accountKey,
                       const boost::shared_ptr<vexservice::CDealDetail>& deal);
-    /// Passes a new deal that balances history to the history store, unless it was counted
-    /// there before.
-    void takeHistoryDeal(const DealReport& report, const DealChange& change,
-                         const boost::shared_ptr<vexservice::CAccountData>& accountData)
-        LINKAGE_REQUIRES(m_mutex);
+    /// Asks for the fees of all dealt stocks that have none yet.
+    void askFees(const std::string& accountKey, const Records& deals);
     /// Takes the newest price of a dealt stock and subscribes to further ones.
     void followPrice(const DealReport& report) LINKAGE_REQUIRES(m_mutex);
     /// Opens the price subscription of a stock unless there is one. False when the quote
@@ -611,7 +611,7 @@ protected:
     void noteLoadBegins(const std::string& accountKey);
     void noteLoadEnds(const std::string& accountKey, bool whole);
     void noteOrder(const std::string& accountKey, const vexservice::COrderDetail& order,
-                   const boost::shared_ptr<vexservice::COrderDetail>& previous)
+                   const boost::shared_ptr<vexservice::COrderDetail>& takenBack)
         LINKAGE_REQUIRES(m_mutex);
     void noteDeal(const std::string& accountKey, const vexservice::CDealDetail& deal)
         LINKAGE_REQUIRES(m_mutex);
@@ -653,10 +653,9 @@ protected:
     void doHistoryTask(const boost::shared_ptr<vexservice::CTaskDetail>& task,
                        const std::string& accountKey, std::uint64_t recordKey, bool running)
         LINKAGE_REQUIRES(m_mutex);
-    void doHistoryDeal(const boost::shared_ptr<vexservice::CDealDetail>& deal,
-                       const boost::shared_ptr<vexservice::CAccountData>& accountData,
-                       const std::string& historyKey, const std::string& stockKey,
-                       const std::string& accountKey, bool stockIsNew, bool buys, double commission)
+    /// Takes a new deal that balances history into the history store, unless it was counted
+    /// there before.
+    void doHistoryDeal(const DealReport& report, const DealChange& change)
         LINKAGE_REQUIRES(m_mutex);
     void startHistoryQuery(HistoryQuery query, const std::string& lastDay);
     void askHistoryDay(const HistoryQuery& query);

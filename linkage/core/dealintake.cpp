@@ -1,4 +1,5 @@
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/datacenter.h"
 #include "linkage/core/enginestate.h"
 #include "linkage/core/guarded.h"
 #include "linkage/core/quotes.h"
@@ -20,13 +21,8 @@ namespace {
 
 constexpr char DEAL_INTAKE[] = "CLinkageManager::doDealDetail";
 
-boost::shared_ptr<vexservice::CAccountData> accountData(const std::string& accountKey) {
-    return vexservice::TraderCenter::instance()->getDataCenter()->getAccountData(
-        utils::hash(accountKey));
-}
-
 FeePtr askFee(const std::string& accountKey, const vexservice::CDealDetail& deal) {
-    const auto account = accountData(accountKey);
+    const auto account = dataCenter().getAccountData(utils::hash(accountKey));
     if (!account) return {};
     return vexservice::TraderCenter::instance()->getFeeLimitService()->getFeeLimits(
         account->getAccountInfo(), deal.m_strMarket, deal.m_strCode);
@@ -43,8 +39,6 @@ void CLinkageManager::onDealDetail(const std::string& accountKey,
 
 void CLinkageManager::doDealDetail(const std::string& accountKey, const DealPtr& deal) {
     if (!deal) return;
-    boost::shared_ptr<vexservice::CAccountData> historyAccount;
-    if (isHistoryBalance(deal->m_pCommand.get())) historyAccount = accountData(accountKey);
     CLock lock(m_mutex);
     const DealReport report = m_pLedger->resolve(accountKey, deal);
     if (!report.followed) return;
@@ -72,7 +66,7 @@ void CLinkageManager::doDealDetail(const std::string& accountKey, const DealPtr&
     if (m_pGuarded) noteDeal(accountKey, *deal);
     if (change.recordIsNew) dropImported(accountKey, *deal);
     if (change.ofHistory && change.recordIsNew) {
-        takeHistoryDeal(report, change, historyAccount);
+        doHistoryDeal(report, change);
         return;
     }
     if (change.counted) {
@@ -88,14 +82,23 @@ void CLinkageManager::doDealDetail(const std::string& accountKey, const DealPtr&
     raise(DEAL_INTAKE, sigStatDataChanged);
 }
 
-void CLinkageManager::takeHistoryDeal(
-    const DealReport& report, const DealChange& change,
-    const boost::shared_ptr<vexservice::CAccountData>& accountData) {
-    const DealPtr& deal = report.deal;
-    const std::string historyKey = report.accountKey + strategyOf(deal->m_pCommand.get());
-    if (!isNewToHistory(historyKey, *deal)) return;
-    doHistoryDeal(deal, accountData, historyKey, m_pLedger->dealtStock(report).key,
-                  report.accountKey, change.stockIsNew, change.buys, change.commission);
+// Before a load takes the lock for all its records. A stock that does not answer here is asked
+// once more with its deal.
+void CLinkageManager::askFees(const std::string& accountKey, const Records& deals) {
+    for (const auto& record : deals) {
+        const auto deal = boost::dynamic_pointer_cast<vexservice::CDealDetail>(record);
+        if (!deal) continue;
+        attempt(DEAL_INTAKE, [&] {
+            CLock lock(m_mutex);
+            const DealReport report = m_pLedger->resolve(accountKey, deal);
+            if (!report.followed || m_pLedger->knowsFee(report)) return;
+            const std::uint64_t revision = utils::referenceDataRevision();
+            lock.unlock();
+            const FeePtr fee = askFee(accountKey, *deal);
+            lock.relock();
+            m_pLedger->setFee(report, fee, revision);
+        });
+    }
 }
 
 void CLinkageManager::followPrice(const DealReport& report) {

@@ -7,11 +7,13 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <set>
 #include <span>
 #include <string>
+#include <thread>
 #include <unordered_map>
 #include <vector>
 
@@ -123,6 +125,20 @@ public:
     /// Traded figures of a pair by stock key. May be called without the manager's lock.
     std::map<std::string, FiguresPtr> figuresOf(const std::string& accountKey,
                                                 const std::string& strategy) const;
+
+    /// While it lives, figuresOf() gives threads other than its own what the account had when
+    /// it was made. So nobody sees an account that is half loaded. One at a time, under the
+    /// manager's lock.
+    class CSteadyFigures {
+    public:
+        CSteadyFigures(CLedger& ledger, const std::string& accountKey);
+        ~CSteadyFigures();
+        CSteadyFigures(const CSteadyFigures&) = delete;
+        CSteadyFigures& operator=(const CSteadyFigures&) = delete;
+
+    private:
+        CLedger& m_ledger;
+    };
 
     /// Every alive record with its account, strategy and stock.
     template <class Visit>
@@ -299,7 +315,7 @@ private:
     // the steps of an order report, in the order of apply()
     bool resolve(const std::string& accountKey, const vexservice::COrderDetail& order,
                  OrderStep& step);
-    void fileOrder(OrderStep& step, const OrderPtr& order, OrderChange& change);
+    bool fileOrder(OrderStep& step, const OrderPtr& order, OrderChange& change);
     void placeOrder(OrderStep& step, bool recordIsNew);
     void countLots(OrderStep& step);
     /// True when this report has taken the last order out of the set.
@@ -366,7 +382,15 @@ private:
 
     const bool m_bClientType3;
 
+    /// The figures of an account that is being loaded, for all threads but the owner.
+    struct SteadyFigures {
+        std::string account;
+        std::thread::id owner;
+        std::map<std::string, std::map<std::string, FiguresPtr>> byStrategy;
+    };
+
     mutable std::mutex m_namesMutex;  ///< see figuresOf
+    std::shared_ptr<const SteadyFigures> m_pSteady;
     CNameTable<Account> m_accounts;
     CNameTable<Strategy> m_strategies;
     CNameTable<Stock> m_stocks;

@@ -165,22 +165,56 @@ Figures* CLedger::figuresIn(std::uint32_t pairAt, std::uint32_t stock) {
 std::map<std::string, FiguresPtr> CLedger::figuresOf(const std::string& accountKey,
                                                      const std::string& strategy) const {
     std::vector<std::pair<const std::string*, FiguresPtr>> held;
+    std::shared_ptr<const SteadyFigures> steady;
     {
         const std::lock_guard names(m_namesMutex);
         const std::uint32_t account = findAccount(accountKey);
         const std::uint32_t name = findStrategy(strategy);
         if (account == NONE || name == NONE) return {};
-        const std::vector<std::uint32_t>& pairs = m_accounts[account].pairs;
-        if (name >= pairs.size() || pairs[name] == NONE) return {};
-        const Pair& pair = m_pairs[pairs[name]];
-        held.reserve(pair.figures.size());
-        for (Figures* figures : pair.figures) {
-            held.emplace_back(&m_stocks[figures->stock].key, figures->share());
+        if (m_pSteady && m_pSteady->account == accountKey &&
+            m_pSteady->owner != std::this_thread::get_id()) {
+            steady = m_pSteady;
+        } else {
+            const std::vector<std::uint32_t>& pairs = m_accounts[account].pairs;
+            if (name >= pairs.size() || pairs[name] == NONE) return {};
+            const Pair& pair = m_pairs[pairs[name]];
+            held.reserve(pair.figures.size());
+            for (Figures* figures : pair.figures) {
+                held.emplace_back(&m_stocks[figures->stock].key, figures->share());
+            }
         }
+    }
+    if (steady) {
+        const auto at = steady->byStrategy.find(strategy);
+        return at == steady->byStrategy.end() ? std::map<std::string, FiguresPtr>() : at->second;
     }
     std::map<std::string, FiguresPtr> result;
     for (auto& [key, record] : held) result.emplace(*key, std::move(record));
     return result;
+}
+
+CLedger::CSteadyFigures::CSteadyFigures(CLedger& ledger, const std::string& accountKey)
+    : m_ledger(ledger) {
+    auto steady = std::make_shared<SteadyFigures>();
+    steady->account = accountKey;
+    steady->owner = std::this_thread::get_id();
+    const std::uint32_t account = m_ledger.findAccount(accountKey);
+    if (account != NONE) {
+        for (const std::uint32_t pairAt : m_ledger.m_accounts[account].pairs) {
+            if (pairAt == NONE) continue;
+            const std::string& strategy =
+                m_ledger.m_strategies[m_ledger.m_pairs[pairAt].strategy].key;
+            steady->byStrategy[strategy] = m_ledger.figuresOf(accountKey, strategy);
+        }
+    }
+    const std::lock_guard names(m_ledger.m_namesMutex);
+    m_ledger.m_pSteady = std::move(steady);
+}
+
+CLedger::CSteadyFigures::~CSteadyFigures() {
+    std::shared_ptr<const SteadyFigures> ended;
+    const std::lock_guard names(m_ledger.m_namesMutex);
+    ended.swap(m_ledger.m_pSteady);
 }
 
 }  // namespace TC

@@ -1,5 +1,6 @@
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/ledger/attribution.h"
+#include "linkage/ledger/ledger.h"
 #include "linkage/ledger/volume.h"
 #include "linkage/store/csvfiles.h"
 #include "linkage/store/historystate.h"
@@ -68,34 +69,33 @@ void CLinkageManager::doHistoryTask(const boost::shared_ptr<vexservice::CTaskDet
 // A deal changes existing records and makes no new one. A stock that was removed from the store
 // is not to be balanced any more, and a record made from this deal alone would cause the
 // opposite order.
-void CLinkageManager::doHistoryDeal(const boost::shared_ptr<vexservice::CDealDetail>& deal,
-                                    const boost::shared_ptr<vexservice::CAccountData>&,
-                                    const std::string& historyKey, const std::string& stockKey,
-                                    const std::string& accountKey, bool /*stockIsNew*/, bool buys,
-                                    double commission) {
+void CLinkageManager::doHistoryDeal(const DealReport& report, const DealChange& change) {
     constexpr auto operation = "TC::CLinkageManager::doHistoryDeal";
+    const vexservice::CDealDetail& deal = *report.deal;
     HistoryState& history = *m_pHistory;
-    const std::string strategy = historyKey.substr(accountKey.size());
-    if (!history.claim(operation, historyKey, accountKey, strategy)) return;
-    const std::string key = csv::tradeKey(deal->m_strTradeDate, deal->m_strDealID);
+    const std::string strategy = strategyOf(deal.m_pCommand.get());
+    const std::string historyKey = report.accountKey + strategy;
+    if (!isNewToHistory(historyKey, deal)) return;
+    if (!history.claim(operation, historyKey, report.accountKey, strategy)) return;
+    const std::string key = csv::tradeKey(deal.m_strTradeDate, deal.m_strDealID);
     history.m_writtenTradeKeys[historyKey].insert(key);
 
     bool fits = true;
     const auto stocks = history.m_historyLinkageData.find(historyKey);
     if (stocks != history.m_historyLinkageData.end()) {
-        const auto at = stocks->second.find(stockKey);
+        const auto at = stocks->second.find(m_pLedger->dealtStock(report).key);
         if (at != stocks->second.end()) {
             const bool bySums = m_bClientType3 && !at->second->m_bPlain;
-            fits = addDeal(*at->second, *deal, buys, commission, bySums);
+            fits = addDeal(*at->second, deal, change.buys, change.commission, bySums);
         }
     }
     fits = history.m_historyStatData.with([&](auto& records) {
         const auto at = records.find(historyKey);
-        return at == records.end() || addDeal(at->second, *deal, buys);
+        return at == records.end() || addDeal(at->second, deal, change.buys);
     }) && fits;
     if (!fits) {
         VEX_INFO(operation, "key {0}, deal {1} : volume {2}, amount {3} left out of a total",
-                 historyKey, key, deal->m_nVolume, deal->m_dAmount);
+                 historyKey, key, deal.m_nVolume, deal.m_dAmount);
     }
     try {
         writedata(false);

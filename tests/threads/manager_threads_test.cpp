@@ -1,8 +1,10 @@
+#include "linkage/balance/balanceplan.h"
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/stats/periodpoint.h"
 #include "paper/loop.h"
 #include "paper/paperclient.h"
 #include "platform/services/rpcengine.h"
+#include "replay/manageraccess.h"
 
 #include <QCoreApplication>
 #include <QTemporaryDir>
@@ -121,6 +123,65 @@ TEST(ManagerThreads, NothingOfALiveStreamIsLostWhileAccountsLoad) {
                 REPORTS * 100);
         }
     }
+}
+
+// A pair that is equal before and after a load is not equal in its middle.
+TEST(ManagerThreads, NobodySeesAnAccountHalfLoaded) {
+    Market market;
+    TC::CLinkageManager& manager = *Manager::instance();
+    const auto report = [&](std::uint64_t key, vexservice::EEntrustBS direction) {
+        auto order = boost::make_shared<vexservice::COrderDetail>();
+        market.fill(*order, "A", key);
+        order->m_eDirection = direction;
+        order->m_eStatus = vexservice::STATUS_SUCCEEDED;
+        order->m_nTradedVolume = order->m_nVolume;
+        market.client->report("A", order);
+        auto deal = boost::make_shared<vexservice::CDealDetail>();
+        market.fill(*deal, "A", key);
+        deal->m_pCommand = order->m_pCommand;
+        deal->m_eDirection = direction;
+        deal->m_dAmount = 1000.0;
+        market.client->report("A", deal);
+    };
+    for (std::uint64_t key = 1; key <= 399; key += 2) {  // odd: all of the strategy S
+        report(key, key < 200 ? vexservice::ENTRUST_BUY : vexservice::ENTRUST_SELL);
+    }
+    while (manager.getAccounts().size() < 2) drain();
+    drain();
+    ASSERT_EQ(manager.getTradeStatDatas("A", "S").size(), 1u);
+
+    const auto day =
+        static_cast<int>(QDateTime::fromString("20240102", "yyyyMMdd").toSecsSinceEpoch());
+    std::atomic<bool> stop{false};
+    std::atomic<int> seen{0};
+    std::thread trader([&] {
+        while (!stop) {
+            TC::ManagerAccess::doStockBalance(manager, "A", "S");
+            manager.addHistoryLinkdata("A", "S");
+            for (const auto& [stock, record] : manager.getTradeStatDatas("A", "S")) {
+                const auto deals = record->deals();
+                EXPECT_EQ(deals.m_nBuyVolume.get(), deals.m_nSellVolume.get());
+            }
+            EXPECT_TRUE(manager.getHistoryLinkageData("AS").empty());
+            for (const auto& stock : manager.previewBalance("A", "S", false).stocks) {
+                EXPECT_EQ(stock.difference, 0);
+            }
+            ++seen;
+        }
+    });
+    std::thread screen([&] {
+        while (!stop) EXPECT_EQ(manager.getAccountOrders("A", day).size(), 200u);
+    });
+    for (int round = 0; round < 300; ++round) {
+        manager.requestAccount("A");
+        drain();
+    }
+    stop = true;
+    trader.join();
+    screen.join();
+    drain();
+    EXPECT_GT(seen, 0);
+    EXPECT_EQ(manager.getAccountOrders("A", day).size(), 200u) << "a balance has sent an order";
 }
 
 TEST(ManagerThreads, IntakeWhileOthersAskRequestAndBalance) {
