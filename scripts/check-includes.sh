@@ -18,6 +18,7 @@ replay           paper linkage/* common platform
 desk             replay paper linkage/* common platform
 lab              replay paper linkage/* common platform
 textbook         linkage/core linkage/ledger linkage common platform
+fuzz             replay paper linkage/* common platform
 bench            textbook replay paper linkage/* common platform
 tests            lab desk textbook replay paper linkage/* common platform
 '

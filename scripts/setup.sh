@@ -12,7 +12,7 @@ packages=(
     zlib1g-dev libbenchmark-dev
 )
 if [[ ${1:-} == --check ]]; then
-    packages+=(libgtest-dev clang-14 clang-format-14 clang-tidy-14)
+    packages+=(libgtest-dev clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev)
 fi
 
 if ! command -v dpkg-query >/dev/null; then

@@ -3,6 +3,7 @@
 #include "linkage/balance/balancebook.h"
 #include "linkage/balance/balanceplan.h"
 #include "linkage/balance/guardpicture.h"
+#include "linkage/export.h"
 
 #include <cstdint>
 #include <map>
@@ -102,10 +103,11 @@ BalanceRecord recordOf(const GuardedBalance& balance);
 
 /// A line of the book: the step that was made and all of the balance after it, JSON, with
 /// its line end.
-std::string bookLine(const GuardedBalance& balance, const std::string& step, std::int64_t now);
+LINKAGE_EXPORT std::string bookLine(const GuardedBalance& balance, const std::string& step,
+                                    std::int64_t now);
 
 /// The balances of a book, by number, each as its last whole line has it. Lines that cannot be
 /// read are skipped and counted in `damaged`.
-std::map<int, GuardedBalance> readBook(const std::string& text, int& damaged);
+LINKAGE_EXPORT std::map<int, GuardedBalance> readBook(const std::string& text, int& damaged);
 
 }  // namespace TC
