@@ -42,7 +42,8 @@ Row orderRow(const OrderRow& row) {
 
 Row dealRow(const DealRow& row) {
     return {QString::number(row.key),
-            {text(row.time), row.buys, row.price, row.volume, row.amount},
+            {text(row.time), row.buys, row.price, row.volume, row.amount,
+             row.ofHistory ? Tables::tr("balances earlier days") : QString()},
             false};
 }
 
@@ -93,7 +94,8 @@ CDetailTables::CDetailTables(QWidget* parent, QTabWidget* tabs) {
                           {Tables::tr("Side"), EFormat::Side},
                           {Tables::tr("Price"), EFormat::Price},
                           {Tables::tr("Volume"), EFormat::Count},
-                          {Tables::tr("Amount"), EFormat::Money}});
+                          {Tables::tr("Amount"), EFormat::Money},
+                          {Tables::tr("Remark")}});
     m_pTasks = makeTable(tabs, "tasks",
                          {{Tables::tr("Task")},
                           {Tables::tr("Status")},

@@ -65,6 +65,7 @@ struct DealRow {
     double price = 0.0;
     int volume = 0;
     double amount = 0.0;
+    bool ofHistory = false;  ///< of a balance of earlier days; no figure of today has it
 };
 
 struct TaskRow {

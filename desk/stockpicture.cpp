@@ -1,5 +1,6 @@
 #include "desk/picturetaker.h"
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/ledger/attribution.h"
 #include "linkage/ledger/orderrule.h"
 #include "platform/records/dealdetail.h"
 #include "platform/records/orderdetail.h"
@@ -81,7 +82,8 @@ void CPictureTaker::takeDeals(TC::CLinkageManager& manager, Picture& picture) {
             if (!belongs(deal->m_pCommand, chosen.strategy)) continue;
             const bool buys = vexservice::isBuyByDirection(deal->m_eDirection, deal->m_eOffsetFlag);
             picture.deals.push_back({key, deal->m_strTradeTime, buys, deal->m_dPrice,
-                                     deal->m_nVolume, deal->m_dAmount});
+                                     deal->m_nVolume, deal->m_dAmount,
+                                     TC::isHistoryBalance(deal->m_pCommand.get())});
             const auto when = minuteOf(deal->m_strTradeTime);
             if (!when) continue;  // the table shows the deal, but the chart cannot place it
             auto& minute = minutes[{*when, buys}];

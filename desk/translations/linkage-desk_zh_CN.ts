@@ -554,6 +554,14 @@
         <translation>任务</translation>
     </message>
     <message>
+        <source>Remark</source>
+        <translation>备注</translation>
+    </message>
+    <message>
+        <source>balances earlier days</source>
+        <translation>历史配平</translation>
+    </message>
+    <message>
         <source>Runs on</source>
         <translation>运行于</translation>
     </message>

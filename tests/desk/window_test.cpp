@@ -175,6 +175,11 @@ TEST_F(DeskWindow, HistoryIsCarriedOverOnceAndBalanced) {
     m_engine->setSpeed(1000);
     ASSERT_TRUE(until([&] { return cell("stocks", "SH600001", 5) == "800"; }))
         << "the history was sold, as an order of the strategy";
+    QStringList remarks;
+    for (int row = 0; row < rows("deals").rowCount(); ++row)
+        remarks << rows("deals").index(row, 5).data().toString();
+    EXPECT_EQ(remarks.count("balances earlier days"), 1) << remarks.join("|").toStdString();
+    EXPECT_EQ(remarks.count(""), 2);
 }
 
 TEST_F(DeskWindow, HistoryIsDeletedOnlyAfterAQuestion) {
