@@ -215,7 +215,7 @@ TEST(Statement, FindsColumnsByName) {
         // the holder's code says whose bond it is
         {"成交日期,股东代码,证券代码,买卖,成交价格,成交数量(股),成交金额(美元)\n"
          "20230201,A123456789,112001,买,7,100,99\n",
-         "20230201  SH112001 B 100@7=700.00"},
+         "row 2: in another currency: 成交金额(美元)"},
         // rows that did not trade
         {"成交日期,证券代码,买卖,价格,数量,成交状态,成交类型\n"
          "20230201,600000,买,7,1,成交,普通成交\n20230201,600000,买,7,2,撤单,\n"

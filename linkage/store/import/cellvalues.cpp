@@ -1,11 +1,7 @@
 #include "linkage/store/import/cellvalues.h"
 
-#include "platform/records/enums.h"
-
 #include <QDate>
-#include <QHash>
 #include <QRegularExpression>
-#include <QStringList>
 
 #include <algorithm>
 #include <cmath>
@@ -35,12 +31,17 @@ std::string clockOfFraction(double day) {
     return clockText(seconds / 3600, seconds / 60 % 60, seconds % 60);
 }
 
-/// hhmmss, also with a lost zero, or with hundredths or thousandths of a second behind.
+/// hhmm where no trade was at that many minutes past midnight; hhmmss, also with a lost
+/// zero, or with hundredths or thousandths of a second behind.
 std::string clockOfDigits(qint64 digits, int length) {
     const auto clock = [](qint64 hhmmss) {
         return clockText(static_cast<int>(hhmmss / 10000), static_cast<int>(hhmmss / 100 % 100),
                          static_cast<int>(hhmmss % 100));
     };
+    // As hhmmss these would be minutes after midnight, when nothing is traded.
+    if (length == 4 || (length == 3 && digits >= 900)) {
+        if (std::string time = clock(digits * 100); !time.empty()) return time;
+    }
     if (length <= 6) return clock(digits);
     if (length <= 8) {
         if (std::string time = clock(digits / 100); !time.empty() || length == 7) return time;
@@ -129,7 +130,7 @@ std::string timeOf(const Value& value) {
     }
     static const QRegularExpression clock(
         QStringLiteral("(?:^|[T\\s])(\\d{1,2}):(\\d{2})(?::(\\d{2})(?:\\.\\d+)?)?$"));
-    static const QRegularExpression digits(QStringLiteral("^\\d{5,9}$"));
+    static const QRegularExpression digits(QStringLiteral("^\\d{4,9}$"));
     const QString text = spaced(value.text);
     const auto match = clock.match(text);
     if (match.hasMatch()) {
@@ -138,66 +139,6 @@ std::string timeOf(const Value& value) {
     }
     if (!digits.match(text).hasMatch()) return {};
     return clockOfDigits(text.toLongLong(), text.size());
-}
-
-std::optional<ESide> sideOf(const QString& text) {
-    static const QHash<QString, ESide> sides = [] {
-        const std::pair<ESide, const char*> rows[] = {
-            {ESide::Buy,
-             "买 买入 证券买入 股票买入 普通买入 担保品买入 融资买入 信用买入 买券还券 债券买入 "
-             "基金买入 限价买入 市价买入 竞价买入 买入成交 B BUY"},
-            {ESide::Sell,
-             "卖 卖出 证券卖出 股票卖出 普通卖出 担保品卖出 融券卖出 信用卖出 卖券还款 债券卖出 "
-             "基金卖出 限价卖出 市价卖出 竞价卖出 卖出成交 S SELL"},
-        };
-        QHash<QString, ESide> all;
-        for (const auto& [side, words] : rows) {
-            for (const QString& word : QString::fromUtf8(words).split(' ')) all.insert(word, side);
-        }
-        return all;
-    }();
-    const auto found = sides.constFind(plainText(text));
-    return found == sides.constEnd() ? std::nullopt : std::optional(found.value());
-}
-
-std::optional<int> orderStatusOf(const QString& text) {
-    using namespace vexservice;
-    static const QHash<QString, int> statuses = [] {
-        const std::pair<int, const char*> rows[] = {
-            {STATUS_UNREPORTED, "未报 未申报"},
-            {STATUS_WAIT_REPORTING, "待报 正报 待申报"},
-            {STATUS_REPORTED, "已报 已申报 未成交 已受理 已委托"},
-            {STATUS_REPORTED_CANCEL, "已报待撤 待撤"},
-            {STATUS_PARTSUCC_CANCEL, "部成待撤"},
-            {STATUS_PART_CANCEL, "部撤 部成部撤 部分撤单 部成已撤 部分成交部分撤单"},
-            {STATUS_CANCELED, "已撤 已撤单 全撤 全部撤单 撤单 撤单成功 场内撤单"},
-            {STATUS_PART_SUCC, "部成 部分成交"},
-            {STATUS_SUCCEEDED, "已成 已成交 全成 全部成交 成交"},
-            {STATUS_JUNK, "废单 非法委托 无效委托 已拒绝 拒单"},
-        };
-        QHash<QString, int> all;
-        for (const auto& [status, words] : rows) {
-            for (const QString& word : QString::fromUtf8(words).split(' ')) {
-                all.insert(word, status);
-            }
-        }
-        return all;
-    }();
-    const auto found = statuses.constFind(plainText(text));
-    return found == statuses.constEnd() ? std::nullopt : std::optional(found.value());
-}
-
-bool saysNotDealt(const QString& text) {
-    using namespace vexservice;
-    static const QRegularExpression withdrawn(QStringLiteral("^(已?撤|作?废)"));
-    const auto status = orderStatusOf(text);
-    if (!status) return withdrawn.match(plainText(text)).hasMatch();
-    return *status != STATUS_SUCCEEDED && *status != STATUS_PART_SUCC &&
-           *status != STATUS_PART_CANCEL && *status != STATUS_PARTSUCC_CANCEL;
-}
-
-bool saysMarketPrice(const QString& text) {
-    return plainText(text).contains(QStringLiteral("市价"));
 }
 
 bool isUsableNumber(const QString& number) {

@@ -41,15 +41,9 @@ struct DateTime {
 /// can hold and on which there were exchanges: 1990 to 2037.
 LINKAGE_EXPORT std::optional<DateTime> dateOf(const Value& value, bool dates1904 = false);
 
-/// A time of day, "hhmmss", out of "9:48:13", "09:48", 94813, 09481312 (hundredths
+/// A time of day, "hhmmss", out of "9:48:13", "09:48", 94813, 1430, 09481312 (hundredths
 /// follow), a fraction of a day, or the end of a date; empty when it is none of these.
 LINKAGE_EXPORT std::string timeOf(const Value& value);
-
-enum class ESide { Buy, Sell };
-
-/// The side that a text names; nothing for whatever is no deal (dividends, fees,
-/// subscriptions, transfers, designations, cancellations).
-LINKAGE_EXPORT std::optional<ESide> sideOf(const QString& text);
 
 struct Instrument {
     std::string market;  ///< "SH", "SZ" or "BJ"
@@ -60,22 +54,21 @@ struct Instrument {
 /// market ("600000.SH"). The market comes from the code's own mark, from the market's
 /// name, from the code where only one exchange has such codes, from the holder code
 /// (letters in Shanghai, digits in Shenzhen and Beijing), and last from the code's
-/// more frequent use. Nothing for codes of other markets.
+/// more frequent use. A name of several markets ("沪深") says nothing.
+///
+/// Nothing for codes of other markets, and for a market that the code cannot have;
+/// `isOfOtherList` says that the list is of another market unless the row names one.
 LINKAGE_EXPORT std::optional<Instrument> instrumentOf(const Value& code, const QString& marketName,
-                                                      const QString& holderCode);
+                                                      const QString& holderCode,
+                                                      bool isOfOtherList = false);
 
-/// How many shares, bonds or fund shares a lot (手) of an instrument has.
-int lotOf(const Instrument& instrument);
+/// What an instrument is, as far as its code tells.
+enum class EInstrument { Share, Fund, Bond, Other };
+EInstrument classOf(const Instrument& instrument);
 
-/// The status (EEntrustStatus) that a text of an order list names.
-std::optional<int> orderStatusOf(const QString& text);
-
-/// Whether a text in a list of deals says that its row is none: withdrawn, refused, or an
-/// order that has not traded yet.
-bool saysNotDealt(const QString& text);
-
-/// Whether a text in the place of a price says that the order took the market's.
-bool saysMarketPrice(const QString& text);
+/// How many shares, bonds or fund shares a lot (手) of an instrument has; nothing where the
+/// code does not tell.
+std::optional<int> lotOf(const Instrument& instrument);
 
 /// Whether a deal or order number can tell rows apart: not empty, not all zeros, and
 /// not cut down to a power of ten by a spreadsheet program.

@@ -1,7 +1,9 @@
 #include "linkage/store/import/columns.h"
 
+#include "linkage/store/import/wording.h"
+
 #include <QHash>
-#include <QRegularExpression>
+#include <QSet>
 #include <QStringList>
 
 #include <algorithm>
@@ -47,6 +49,13 @@ const QMultiHash<QString, Meaning>& meanings() {
             {COL_STATUS, "委托状态 状态 状态说明 订单状态 状态名称 成交状态"},
             {COL_REMARK, "备注"},
             {COL_REQUEST, "委托类型 委托类别 成交类型 成交类别"},
+            {COL_VOIDED,
+             "撤单标志 撤单标识 撤销标志 撤消标志 冲销标志 冲销标识 冲正标志 红冲标志 作废标志 "
+             "取消标志 是否撤单 是否撤销 是否冲销 是否作废"},
+            {COL_VALID, "有效标志 是否有效"},
+            {COL_CURRENCY, "币种 币种名称 币种类别 币别 货币 货币类型 交易币种 结算币种"},
+            {COL_ANY_PRICE, "价格 单价"},
+            {COL_ANY_VOLUME, "数量 股数"},
         };
         QMultiHash<QString, Meaning> names;
         for (const auto& [column, words] : rows) {
@@ -83,8 +92,9 @@ std::optional<EUnit> unitOf(EColumn column, const QString& unit) {
     static const QStringList ones =
         QStringLiteral("元 人民币 人民币元 股 份 张 股/张 股/份 元/股 元/份 元/张").split(' ');
     static const QStringList tenThousands = QStringLiteral("万 万元 万股 万份 万张").split(' ');
-    const bool isVolume = isAmong(column, {COL_VOLUME, COL_ORDER_VOLUME, COL_CANCELLED});
-    const bool isPrice = isAmong(column, {COL_PRICE, COL_ORDER_PRICE});
+    const bool isVolume =
+        isAmong(column, {COL_VOLUME, COL_ORDER_VOLUME, COL_CANCELLED, COL_ANY_VOLUME});
+    const bool isPrice = isAmong(column, {COL_PRICE, COL_ORDER_PRICE, COL_ANY_PRICE});
     if (!isVolume && !isPrice && column != COL_AMOUNT) return EUnit::One;
     if (unit.isEmpty() || ones.contains(unit)) return EUnit::One;
     if (tenThousands.contains(unit) && !isPrice) return EUnit::TenThousand;
@@ -92,44 +102,111 @@ std::optional<EUnit> unitOf(EColumn column, const QString& unit) {
     return {};
 }
 
-bool names(const QString& name, EColumn column) {
+bool hasMeaning(const QString& name, EColumn column) {
     const auto [begin, end] = meanings().equal_range(name);
     return std::any_of(begin, end, [&](const Meaning& each) { return each.column == column; });
 }
 
-}  // namespace
-
-bool Header::holdsOrders() const {
-    const bool told = has(COL_STATUS) || has(COL_REMARK) || has(COL_CANCELLED) ||
-                      has(COL_ORDER_TIME) || has(COL_ORDER_DATE) || !has(COL_PRICE);
-    return has(COL_CODE) && has(COL_SIDE) && has(COL_ORDER_VOLUME) && has(COL_ORDER_PRICE) &&
-           !has(COL_DEAL_NUMBER) && told;
+/// Names of columns that other lists have: holdings, flows of money, subscriptions.
+bool isColumnOfOthers(const QString& name) {
+    static const QSet<QString> others = [] {
+        const QStringList words =
+            QStringLiteral(
+                "证券名称 股票名称 名称 余额 股份余额 证券余额 当前余额 剩余数量 可用余额 可用数量 "
+                "可卖数量 冻结数量 持仓数量 持仓 市值 最新市值 参考市值 成本价 参考成本价 摊薄成本价 "
+                "盈亏 浮动盈亏 参考盈亏 盈亏比例 市价 最新价 当前价 现价 资金余额 本次余额 后资金额 "
+                "可用金额 发生金额 收入金额 付出金额 起始配号 配号数量 中签数量 申购代码 申购日期 "
+                "利息 序号 笔数 成交笔数 流水号")
+                .split(' ');
+        return QSet<QString>(words.begin(), words.end());
+    }();
+    return others.contains(name);
 }
 
-bool Header::holdsDeals() const {
+/// What a column's name tells of the kind of its list.
+void weigh(const QString& name, Header& header) {
+    static const QStringList fees =
+        QStringLiteral("佣金 手续费 印花税 过户费 规费 经手费 证管费 清算金额 交收金额 发生金额 净佣金")
+            .split(' ');
+    if (hasMeaning(name, COL_DEAL_NUMBER)) header.ofDeals += 3;
+    const bool ofDeal = name.startsWith(QStringLiteral("成交")) ||
+                        name.startsWith(QStringLiteral("交割")) ||
+                        name.startsWith(QStringLiteral("清算"));
+    if (ofDeal && (hasMeaning(name, COL_DATE) || hasMeaning(name, COL_TIME))) header.ofDeals += 2;
+    if (fees.contains(name)) header.ofDeals += 1;
+    if (hasMeaning(name, COL_CANCELLED)) header.ofOrders += 3;
+    if (hasMeaning(name, COL_STATUS) && !name.startsWith(QStringLiteral("成交"))) {
+        header.ofOrders += name.startsWith(QStringLiteral("状态")) ? 2 : 3;
+    }
+}
+
+/// Where a second table begins: the code is named twice, and the names before it repeat
+/// those of the first table.
+int besideOf(const std::vector<HeaderCell>& cells) {
+    const auto code = std::find_if(cells.begin(), cells.end(), [](const HeaderCell& cell) {
+        return hasMeaning(headerText(cell.text).name, COL_CODE);
+    });
+    if (code == cells.end()) return -1;
+    const auto found = [&](auto from, auto to, const QString& text) {
+        return std::find_if(from, to, [&](const HeaderCell& cell) { return cell.text == text; });
+    };
+    auto again = found(code + 1, cells.end(), code->text);
+    if (again == cells.end()) return -1;
+    while (again - 1 != code && found(cells.begin(), code, (again - 1)->text) != code) --again;
+    return again->column;
+}
+
+}  // namespace
+
+bool Header::mayHoldOrders() const {
+    const bool plain = has(COL_ANY_PRICE) && has(COL_ANY_VOLUME) &&
+                       place[COL_VOLUME] != place[COL_ANY_VOLUME];
+    const bool ordered = has(COL_ORDER_VOLUME) && has(COL_ORDER_PRICE);
+    return has(COL_CODE) && has(COL_SIDE) && (ordered || plain);
+}
+
+bool Header::mayHoldDeals() const {
     return has(COL_CODE) && (has(COL_SIDE) || has(COL_BUSINESS)) && has(COL_VOLUME) &&
            has(COL_PRICE);
+}
+
+Header Header::asOrders() const {
+    Header orders = *this;
+    const auto take = [&](EColumn ordered, EColumn any, EColumn dealt) {
+        if (orders.has(ordered)) return;
+        orders.place[ordered] = place[any];
+        orders.unit[ordered] = unit[any];
+        if (place[dealt] == place[any]) orders.place[dealt] = -1;
+    };
+    take(COL_ORDER_VOLUME, COL_ANY_VOLUME, COL_VOLUME);
+    take(COL_ORDER_PRICE, COL_ANY_PRICE, COL_PRICE);
+    return orders;
 }
 
 bool Header::namesTable() const {
     const auto named =
         std::count_if(place.begin(), place.end(), [](int column) { return column >= 0; });
-    return has(COL_CODE) && (has(COL_SIDE) || has(COL_BUSINESS) || named > 2);
+    return names > 2 || (has(COL_CODE) && (has(COL_SIDE) || has(COL_BUSINESS) || named > 2));
 }
 
-Header headerOf(const CWorkbook& book, std::span<const Cell> cells) {
+Header headerOf(const std::vector<HeaderCell>& cells) {
     Header header;
     header.place.fill(-1);
+    header.beside = besideOf(cells);
     std::array<int, COL_COUNT> rank;
     rank.fill(1 << 20);
-    for (const Cell& cell : cells) {
-        if (cell.isNumber) continue;
-        const HeaderText text = headerText(book.text(cell));
+    for (const HeaderCell& cell : cells) {
+        if (header.beside >= 0 && cell.column >= header.beside) break;
+        const HeaderText text = headerText(cell.text);
+        header.last = std::max(header.last, cell.column);
         const auto [begin, end] = meanings().equal_range(text.name);
+        header.names += begin != end || isColumnOfOthers(text.name);
+        weigh(text.name, header);
         for (auto at = begin; at != end; ++at) {
             const auto unit = unitOf(at->column, text.unit);
             if (!unit) {
-                header.foreignUnits << book.text(cell);
+                if (!header.foreignUnits.contains(cell.text)) header.foreignUnits << cell.text;
+                if (namesOtherCurrency(text.unit)) header.currency = cell.text;
                 continue;
             }
             if (at->rank >= rank[at->column]) continue;
@@ -140,8 +217,45 @@ Header headerOf(const CWorkbook& book, std::span<const Cell> cells) {
     }
     // One column cannot be both. When no better column names the side, it counts as the side.
     if (header.place[COL_REQUEST] == header.place[COL_SIDE]) header.place[COL_REQUEST] = -1;
+    if (header.has(COL_ORDER_DATE) || header.has(COL_ORDER_TIME)) header.ofOrders += 1;
+    if (header.has(COL_ANY_VOLUME) && header.place[COL_VOLUME] != header.place[COL_ANY_VOLUME]) {
+        header.ofOrders += 1;
+    }
     return header;
 }
+
+Header headerOf(const CWorkbook& book, std::span<const Cell> cells) {
+    std::vector<HeaderCell> texts;
+    for (const Cell& cell : cells) {
+        if (!cell.isNumber) texts.push_back({cell.column, book.text(cell)});
+    }
+    return headerOf(texts);
+}
+
+Header headerOf(const CWorkbook& book, std::span<const Cell> upper, std::span<const Cell> lower) {
+    std::vector<HeaderCell> cells;
+    auto above = upper.begin();
+    QString spanning;
+    const auto takeAbove = [&](int upTo) {
+        for (; above != upper.end() && above->column <= upTo; ++above) {
+            spanning = above->isNumber ? QString() : book.text(*above);
+            if (above->column < upTo && !spanning.isEmpty()) {
+                cells.push_back({above->column, spanning});
+            }
+        }
+    };
+    for (const Cell& cell : lower) {
+        if (cell.isNumber) return headerOf(std::vector<HeaderCell>());
+        takeAbove(cell.column);
+        const QString own = book.text(cell);
+        const QString both = spanning + own;
+        cells.push_back({cell.column, meanings().contains(headerText(both).name) ? both : own});
+    }
+    takeAbove(kMaxColumns);
+    return headerOf(cells);
+}
+
+bool namesFundAccount(const QString& text) { return hasMeaning(text, COL_FUND_ACCOUNT); }
 
 RowValues valuesOf(const CWorkbook& book, const Header& header, std::span<const Cell> cells) {
     RowValues values;
@@ -161,34 +275,6 @@ RowValues valuesOf(const CWorkbook& book, const Header& header, std::span<const 
         }
     }
     return values;
-}
-
-void readTitleLine(const CWorkbook& book, std::span<const Cell> cells, TitleLines& titles) {
-    static const QRegularExpression account(
-        QStringLiteral("(?:资金|交易)?[账帐][号户]:([A-Z0-9]+)"));
-    static const QRegularExpression written(
-        QStringLiteral("(?:打印|制表|导出|生成|下载)(?:日期|时间)[:\\s]*"
-                       "\\d{4}[-/.年]?\\d{1,2}[-/.月]?\\d{1,2}"));
-    static const QRegularExpression date(
-        QStringLiteral("(?<!\\d)(\\d{4}[-/.年]\\d{1,2}[-/.月]\\d{1,2}|(?<=日期:)\\d{8})"));
-    QString line;
-    for (const Cell& cell : cells) {
-        const Value value =
-            cell.isNumber ? Value{true, cell.number, {}} : Value{false, 0.0, book.text(cell)};
-        QString text = plainText(value.display().left(1000));
-        if (names(text, COL_FUND_ACCOUNT)) text += ':';
-        line += (line.endsWith(':') ? QString() : QStringLiteral(" ")) + text;
-    }
-    const auto named = account.match(line);
-    if (named.hasMatch() && titles.fundAccount.isEmpty()) titles.fundAccount = named.captured(1);
-    line.remove(written);
-    for (auto found = date.globalMatch(line); found.hasNext();) {
-        const auto day = dateOf({false, 0.0, found.next().captured(1)});
-        if (day &&
-            std::find(titles.dates.begin(), titles.dates.end(), day->date) == titles.dates.end()) {
-            titles.dates.push_back(day->date);
-        }
-    }
 }
 
 }  // namespace TC::statement

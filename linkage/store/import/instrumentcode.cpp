@@ -53,20 +53,28 @@ const CodeRange* rangeOf(std::string_view code) {
     return best;
 }
 
-/// "SH", "SZ", "BJ"; "--" for a market that is none of these; empty when the text says
-/// nothing (many lists number their markets, each in its own way).
+constexpr char OTHER_MARKET[] = "--";
+
+/// "SH", "SZ", "BJ"; OTHER_MARKET for a market that is none of these; empty when the text
+/// says nothing: many lists number their markets, each in its own way, and some name all.
 std::string marketOf(const QString& name) {
     const QString text = plainText(name);
     const std::pair<const char*, const char*> words[] = {
-        {"港", "--"}, {"HK", "--"},  {"期货", "--"}, {"期权", "--"}, {"沪", "SH"},   {"上", "SH"},
-        {"SH", "SH"}, {"SS", "SH"},  {"深", "SZ"},   {"SZ", "SZ"},   {"京", "BJ"},   {"北", "BJ"},
-        {"BJ", "BJ"}, {"BSE", "BJ"}, {"股转", "BJ"}, {"三板", "BJ"}, {"特转", "BJ"},
+        {"港", OTHER_MARKET}, {"HK", OTHER_MARKET}, {"期货", OTHER_MARKET}, {"期权", OTHER_MARKET},
+        {"沪", "SH"},         {"上", "SH"},         {"SH", "SH"},           {"SS", "SH"},
+        {"深", "SZ"},         {"SZ", "SZ"},         {"京", "BJ"},           {"北", "BJ"},
+        {"BJ", "BJ"},         {"BSE", "BJ"},        {"股转", "BJ"},         {"三板", "BJ"},
+        {"特转", "BJ"},
     };
     if (text == QLatin1String("XSHE")) return "SZ";  // has "SH" in it
+    std::string found;
     for (const auto& [word, market] : words) {
-        if (text.contains(QString::fromUtf8(word))) return market;
+        if (!text.contains(QString::fromUtf8(word))) continue;
+        if (market == std::string_view(OTHER_MARKET)) return market;
+        if (!found.empty() && found != market) return {};
+        found = market;
     }
-    return {};
+    return found;
 }
 
 std::string marketOfHolder(const QString& holder) {
@@ -79,34 +87,66 @@ std::string marketOfHolder(const QString& holder) {
 }  // namespace
 
 std::optional<Instrument> instrumentOf(const Value& code, const QString& marketName,
-                                       const QString& holderCode) {
+                                       const QString& holderCode, bool isOfOtherList) {
     static const QRegularExpression form(
         QStringLiteral("^(SH|SZ|BJ)?\\.?(\\d{1,6})(?:\\.(SH|SZ|BJ|SS|XSHG|XSHE))?$"));
     const auto match = form.match(plainText(code.display()).remove('\''));
     const QString digits = match.captured(2);
     if (digits.isEmpty()) return {};
-    // Zeros are lost all together: one that is still there shows a shorter code.
+    // Zeros are lost all together: one that is still there shows a shorter code. In Hong
+    // Kong the five digits of the counters in yuan begin with an eight.
     if (digits.size() < 6 && digits.startsWith('0')) return {};
+    if (digits.size() == 5 && digits.startsWith('8')) return {};
     const std::string padded = digits.rightJustified(6, '0').toStdString();
     if (padded == "000000") return {};
-    std::string market = marketOf(match.captured(1) + match.captured(3));
-    if (market.empty()) market = marketOf(marketName);
-    if (market == "--") return {};
-    if (!market.empty()) return Instrument{market, padded};
+    const std::string own = marketOf(match.captured(1) + match.captured(3));
+    std::string market = marketOf(marketName);
+    if (!own.empty() && !market.empty() && own != market) return {};
+    if (market.empty()) market = own;
+    if (market == OTHER_MARKET || (market.empty() && isOfOtherList)) return {};
     const CodeRange* range = rangeOf(padded);
+    if (!market.empty()) {
+        const bool cannotBe = range && range->use == EUse::Sole && range->market != market;
+        return cannotBe ? std::nullopt : std::optional(Instrument{market, padded});
+    }
     if (!range) return {};
     if (range->use == EUse::Usual) market = marketOfHolder(holderCode);
     return Instrument{market.empty() ? range->market : market, padded};
 }
 
-int lotOf(const Instrument& instrument) {
-    const std::string_view code = instrument.code;
-    const bool isFund = code.starts_with("15") || code.starts_with("16") || code.starts_with("18");
-    const bool isBond =
-        instrument.market == "SH"
-            ? code.starts_with('0') || code.starts_with('1') || code.starts_with("204")
-            : instrument.market == "SZ" && code.starts_with('1') && !isFund;
-    return isBond ? 10 : 100;
+EInstrument classOf(const Instrument& instrument) {
+    // The longest prefix that fits decides.
+    struct Range {
+        std::string_view start;  ///< market and first digits
+        EInstrument is;
+    };
+    static constexpr Range RANGES[] = {
+        {"SH6", EInstrument::Share},   {"SH900", EInstrument::Share}, {"SH5", EInstrument::Fund},
+        {"SH0", EInstrument::Bond},    {"SH1", EInstrument::Bond},    {"SZ00", EInstrument::Share},
+        {"SZ30", EInstrument::Share},  {"SZ200", EInstrument::Share}, {"SZ1", EInstrument::Bond},
+        {"SZ131", EInstrument::Other}, {"SZ15", EInstrument::Fund},   {"SZ16", EInstrument::Fund},
+        {"SZ18", EInstrument::Fund},   {"BJ", EInstrument::Share},
+    };
+    const std::string key = instrument.market + instrument.code;
+    const Range* best = nullptr;
+    for (const Range& range : RANGES) {
+        if (key.starts_with(range.start) && (!best || range.start.size() > best->start.size())) {
+            best = &range;
+        }
+    }
+    return best ? best->is : EInstrument::Other;
+}
+
+std::optional<int> lotOf(const Instrument& instrument) {
+    switch (classOf(instrument)) {
+        case EInstrument::Share:
+        case EInstrument::Fund:
+            return 100;
+        case EInstrument::Bond:
+            return 10;
+        default:
+            return std::nullopt;
+    }
 }
 
 }  // namespace TC::statement

@@ -1,6 +1,7 @@
 #include "linkage/store/import/recordreader.h"
 
 #include "linkage/store/import/statement.h"
+#include "linkage/store/import/wording.h"
 #include "platform/utils/keys.h"
 
 #include <boost/make_shared.hpp>
@@ -15,8 +16,11 @@ namespace {
 constexpr double kMaxPrice = 1e7;    ///< yuan; hundreds of times the dearest share
 constexpr double kMaxAmount = 1e15;  ///< yuan
 
-/// The amount and price times volume may differ by this factor, because bonds are quoted by the
-/// hundred and dealt in tens. A row beyond that contradicts itself.
+/// An amount is price by volume, but for rounding.
+constexpr double kAmountTolerance = 0.01;
+/// A bond is quoted without the interest that its buyer pays as well.
+constexpr double kMaxInterest = 0.10;
+/// What is neither share nor fund nor bond may be quoted by the hundred, or as a rate.
 constexpr double kMaxFactor = 200;
 
 QString shown(const Value& value) { return value.display().simplified().left(40); }
@@ -45,9 +49,15 @@ int wholeNumber(const Value& value, const char* what, int each) {
 }
 
 ESide sideOfRow(const RowValues& values) {
-    const Value& first = values[COL_BUSINESS].isEmpty() ? values[COL_SIDE] : values[COL_BUSINESS];
+    const Value& business = values[COL_BUSINESS];
+    // "大宗交易" is a way of trading; the side stands in a column of its own.
+    const bool isBusiness = !business.isEmpty() && !namesTradeOnly(business.display());
+    const Value& first = isBusiness ? business : values[COL_SIDE];
     if (first.isEmpty()) skip(QStringLiteral("not a deal: no side"));
     const auto side = sideOf(first.display());
+    if (!side && speaksOfSide(first.display()) && !saysVoid(first.display())) {
+        skip(QStringLiteral("the side is not understood: %1").arg(shown(first)));
+    }
     if (!side) skip(QStringLiteral("not a deal: %1").arg(shown(first)));
     const auto second = sideOf(values[COL_SIDE].display());
     if (second && *second != *side) {
@@ -57,10 +67,17 @@ ESide sideOfRow(const RowValues& values) {
 }
 
 /// The volume without the sign that some lists give to sales; lots are multiplied out.
-int shares(const Value& value, const Instrument& instrument, ESide side, const char* what) {
-    const int volume = wholeNumber(value, what, value.isLots ? lotOf(instrument) : 1);
+int shares(const Value& value, const Instrument& instrument, ESide side, const char* what,
+           const RowContext& context) {
+    const auto lot = lotOf(instrument);
+    if (value.isLots && !lot) skip(QStringLiteral("the lot of %1 is not known").arg(
+        QString::fromStdString(instrument.code)));
+    const int volume = wholeNumber(value, what, value.isLots ? *lot : 1);
     if (volume < 0 && side == ESide::Buy) {
         skip(QStringLiteral("a purchase of %1 shares").arg(volume));
+    }
+    if (volume < 0 && context.hasReversals) {
+        skip(QStringLiteral("not a deal: a sale taken back"));
     }
     return std::abs(volume);
 }
@@ -93,11 +110,17 @@ DateTime dateOfRow(const RowValues& values, const RowContext& context,
     return found;
 }
 
-Instrument instrumentOfRow(const RowValues& values) {
+Instrument instrumentOfRow(const RowValues& values, const RowContext& context) {
     if (values[COL_CODE].isEmpty()) skip(QStringLiteral("no code"));
     const auto instrument =
-        instrumentOf(values[COL_CODE], values[COL_MARKET].display(), values[COL_HOLDER].display());
+        instrumentOf(values[COL_CODE], values[COL_MARKET].display(), values[COL_HOLDER].display(),
+                     context.isOfHongKong);
     if (!instrument) {
+        const bool other = instrumentOf(values[COL_CODE], QString(), QString()).has_value();
+        if (other && !values[COL_MARKET].isEmpty()) {
+            skip(QStringLiteral("code %1 is not one of market %2")
+                     .arg(shown(values[COL_CODE]), shown(values[COL_MARKET])));
+        }
         skip(QStringLiteral("no stock of Shanghai, Shenzhen or Beijing: %1")
                  .arg(shown(values[COL_CODE])));
     }
@@ -107,6 +130,13 @@ Instrument instrumentOfRow(const RowValues& values) {
 QString numberText(const Value& value) {
     const QString text = plainText(value.display());
     return isUsableNumber(text) ? text : QString();
+}
+
+/// Spreadsheet programs drop the zeros in front.
+QString withoutZeros(const QString& number) {
+    int zeros = 0;
+    while (zeros + 1 < number.size() && number[zeros] == '0') ++zeros;
+    return number.mid(zeros);
 }
 
 /// The key of the row: its content and how many equal rows of the same account stand
@@ -163,6 +193,19 @@ vexservice::EEntrustStatus statusOfRow(const RowValues& values, int volume, int 
     return traded > 0 ? STATUS_PART_SUCC : STATUS_REPORTED;
 }
 
+/// An order cannot trade whole and be cancelled, nor be done with less than it ordered.
+void checkStatus(const RowValues& values, int volume, int traded, int status) {
+    using namespace vexservice;
+    const double cancelled = std::fabs(cellNumber(values[COL_CANCELLED]).value_or(0.0));
+    const bool isCancelled = status == STATUS_CANCELED || status == STATUS_PART_CANCEL;
+    if ((isCancelled && traded == volume) || traded + cancelled > volume) {
+        skip(QStringLiteral("traded %1 of %2 shares and cancelled").arg(traded).arg(volume));
+    }
+    if (status == STATUS_SUCCEEDED && traded < volume && !values[COL_VOLUME].isEmpty()) {
+        skip(QStringLiteral("traded %1 of %2 shares and done").arg(traded).arg(volume));
+    }
+}
+
 double bounded(double amount) {
     if (amount > kMaxAmount) {
         skip(QStringLiteral("amount is out of range: %1").arg(shown({true, amount, {}})));
@@ -170,13 +213,30 @@ double bounded(double amount) {
     return amount;
 }
 
-double amountOfDeal(const Value& value, double price, int volume) {
+/// Whether an amount is that of so much money for the instrument. Bonds are quoted by the
+/// hundred and counted in pieces of a hundred or, in old lists, in tens of them.
+bool fits(double amount, double plain, const Instrument& instrument) {
+    const double share = amount / plain;
+    const auto about = [&](double factor, double more) {
+        return share >= factor * (1 - kAmountTolerance) && share <= factor * (1 + more);
+    };
+    switch (classOf(instrument)) {
+        case EInstrument::Bond:
+            return about(1, kMaxInterest) || about(10, kMaxInterest);
+        case EInstrument::Share:
+        case EInstrument::Fund:
+            return about(1, kAmountTolerance) || std::fabs(amount - plain) < 0.0051;
+        default:
+            return share <= kMaxFactor && share >= 1 / kMaxFactor;
+    }
+}
+
+double checkedAmount(const Value& value, double price, int volume, const Instrument& instrument) {
     const double plain = bounded(price * volume);
-    if (value.isEmpty()) return plain;
     const double amount = std::fabs(required(value, "amount", kMaxAmount));
     // An allotment shows the issue price, but its money moved on another day.
     if (amount == 0) skip(QStringLiteral("not a deal: amount 0"));
-    if (amount > plain * kMaxFactor || amount < plain / kMaxFactor) {
+    if (!fits(amount, plain, instrument)) {
         skip(QStringLiteral("amount %1 is not that of %2 at %3")
                  .arg(shown(value))
                  .arg(volume)
@@ -185,9 +245,19 @@ double amountOfDeal(const Value& value, double price, int volume) {
     return amount;
 }
 
-double amountOfOrder(const Value& value, double price, int traded) {
+double amountOfDeal(const Value& value, double price, int volume, const Instrument& instrument) {
+    return value.isEmpty() ? bounded(price * volume)
+                           : checkedAmount(value, price, volume, instrument);
+}
+
+double amountOfOrder(const RowValues& values, double price, int traded,
+                     const Instrument& instrument) {
+    const Value& value = values[COL_AMOUNT];
     if (traded == 0) return 0.0;
     if (value.isEmpty()) return bounded(price * traded);
+    // An order's own price is a limit; only what it traded at tells its amount.
+    const auto average = cellNumber(values[COL_PRICE]);
+    if (average && *average > 0) return checkedAmount(value, *average, traded, instrument);
     return std::fabs(required(value, "amount", kMaxAmount));
 }
 
@@ -199,12 +269,47 @@ double priceOfOrder(const Value& value) {
     return price;
 }
 
+void checkCurrency(const RowValues& values) {
+    const QString text = plainText(values[COL_CURRENCY].display());
+    if (values[COL_CURRENCY].isEmpty() || text == QLatin1String("0") ||
+        text.contains(QStringLiteral("人民币")) || text == QLatin1String("CNY") ||
+        text == QLatin1String("RMB") || text == QStringLiteral("元")) {
+        return;
+    }
+    skip(QStringLiteral("in another currency: %1").arg(shown(values[COL_CURRENCY])));
+}
+
+void checkFlags(const RowValues& values) {
+    for (const EColumn column : {COL_VOIDED, COL_VALID}) {
+        if (values[column].isEmpty()) continue;
+        const auto flag = flagOf(values[column].display());
+        if (flag && *flag == (column == COL_VALID)) continue;
+        if (!flag && column == COL_VALID && saysDealt(values[column].display())) continue;
+        skip(QStringLiteral("not a deal: %1").arg(shown(values[column])));
+    }
+}
+
 /// Lists of deals also show cancellations and orders that did not trade.
 void checkDealt(const RowValues& values) {
+    checkFlags(values);
     for (const EColumn column : {COL_STATUS, COL_REQUEST, COL_REMARK}) {
         if (saysNotDealt(values[column].display())) {
             skip(QStringLiteral("not a deal: %1").arg(shown(values[column])));
         }
+    }
+    if (!values[COL_STATUS].isEmpty() && !saysDealt(values[COL_STATUS].display())) {
+        skip(QStringLiteral("unknown status: %1").arg(shown(values[COL_STATUS])));
+    }
+}
+
+/// A deal cannot be of more than its order.
+void checkOrdered(const RowValues& values, const Instrument& instrument, int volume) {
+    const auto ordered = cellNumber(values[COL_ORDER_VOLUME]);
+    if (!ordered || *ordered == 0) return;
+    const int lot = values[COL_ORDER_VOLUME].isLots ? lotOf(instrument).value_or(1) : 1;
+    const double cancelled = std::fabs(cellNumber(values[COL_CANCELLED]).value_or(0.0));
+    if (volume + cancelled > std::fabs(*ordered) * lot) {
+        skip(QStringLiteral("traded %1 of %2 shares").arg(volume).arg(std::fabs(*ordered) * lot));
     }
 }
 
@@ -213,13 +318,15 @@ void checkDealt(const RowValues& values) {
 boost::shared_ptr<vexservice::CDealDetail> readDeal(const RowValues& values,
                                                     const RowContext& context) {
     checkDealt(values);
+    checkCurrency(values);
     const ESide side = sideOfRow(values);
-    const Instrument instrument = instrumentOfRow(values);
+    const Instrument instrument = instrumentOfRow(values, context);
     const DateTime when = dateOfRow(values, context, {COL_DATE, COL_ORDER_DATE}, {COL_TIME});
-    const int volume = shares(values[COL_VOLUME], instrument, side, "volume");
+    const int volume = shares(values[COL_VOLUME], instrument, side, "volume", context);
     if (volume == 0) skip(QStringLiteral("not a deal: volume 0"));
     const double price = positivePrice(values[COL_PRICE]);
-    const double amount = amountOfDeal(values[COL_AMOUNT], price, volume);
+    const double amount = amountOfDeal(values[COL_AMOUNT], price, volume, instrument);
+    checkOrdered(values, instrument, volume);
 
     auto deal = newRecord<vexservice::CDealDetail>(instrument, side, when.date);
     deal->m_nVolume = volume;
@@ -232,9 +339,9 @@ boost::shared_ptr<vexservice::CDealDetail> readDeal(const RowValues& values,
         commonContent("D", *deal) + QStringLiteral("|%1|%2|").arg(volume).arg(price, 0, 'f', 6);
     if (number.isEmpty()) {
         content += QStringLiteral("%1|%2|").arg(amount, 0, 'f', 2) +
-                   QString::fromStdString(when.time) + '|' + numberText(values[COL_ORDER_NUMBER]);
+                   QString::fromStdString(when.time) + '|' + withoutZeros(numberText(values[COL_ORDER_NUMBER]));
     } else {
-        content += '#' + number;
+        content += '#' + withoutZeros(number);
     }
     deal->m_nRecordKey = recordKey(content, context);
     return deal;
@@ -246,15 +353,16 @@ boost::shared_ptr<vexservice::COrderDetail> readOrder(const RowValues& values,
     if (request.contains(QStringLiteral("撤"))) {
         skip(QStringLiteral("not an order: %1").arg(shown(values[COL_REQUEST])));
     }
+    checkCurrency(values);
     const ESide side = sideOfRow(values);
-    const Instrument instrument = instrumentOfRow(values);
+    const Instrument instrument = instrumentOfRow(values, context);
     const DateTime when =
         dateOfRow(values, context, {COL_ORDER_DATE, COL_DATE}, {COL_TIME, COL_ORDER_TIME});
-    const int volume = shares(values[COL_ORDER_VOLUME], instrument, side, "volume");
+    const int volume = shares(values[COL_ORDER_VOLUME], instrument, side, "volume", context);
     if (volume == 0) skip(QStringLiteral("not an order: volume 0"));
     const int traded = values[COL_VOLUME].isEmpty()
                            ? 0
-                           : shares(values[COL_VOLUME], instrument, side, "traded volume");
+                           : shares(values[COL_VOLUME], instrument, side, "traded volume", context);
     if (traded > volume) {
         skip(QStringLiteral("traded %1 of %2 shares").arg(traded).arg(volume));
     }
@@ -266,15 +374,16 @@ boost::shared_ptr<vexservice::COrderDetail> readOrder(const RowValues& values,
     order->m_nVolume = volume;
     order->m_nTradedVolume = traded;
     order->m_dPrice = price;
-    order->m_dTradedAmount = amountOfOrder(values[COL_AMOUNT], std::fabs(average), traded);
+    order->m_dTradedAmount = amountOfOrder(values, std::fabs(average), traded, instrument);
     order->m_eStatus = statusOfRow(values, volume, traded);
+    checkStatus(values, volume, traded, order->m_eStatus);
     const QString number = numberText(values[COL_ORDER_NUMBER]);
     order->m_strSysID = number.toStdString();
     // What changes as an order trades is no part of its key: a later list replaces it.
     QString content = commonContent("O", *order) + '|';
     content += number.isEmpty() ? QStringLiteral("%1|%2|").arg(volume).arg(price, 0, 'f', 6) +
                                       QString::fromStdString(when.time)
-                                : '#' + number;
+                                : '#' + withoutZeros(number);
     order->m_nRecordKey = recordKey(content, context);
     return order;
 }

@@ -24,6 +24,8 @@ struct RowContext {
     const std::string& tableDate;  ///< the day of rows that have no date of their own
     const std::string& tradeDate;  ///< the last day that can be; "" when not known
     bool dates1904;
+    bool hasReversals;             ///< a negative sale takes one back
+    bool isOfHongKong;             ///< unless a row names another market
     const QString& fundAccount;
     Ordinals& ordinals;
 };

@@ -4,6 +4,7 @@
 
 #include <QHash>
 #include <QString>
+#include <QStringList>
 
 #include <cstdint>
 #include <deque>
@@ -68,7 +69,12 @@ public:
     /// in one place the later one stays.
     void finish();
 
+    /// Sheets that the user does not see are not read; their names are told.
+    void leaveOut(const QString& name) { m_leftOut << name.left(64); }
+    const QStringList& leftOut() const { return m_leftOut; }
+
     const std::deque<Sheet>& sheets() const { return m_sheets; }
+    std::size_t textCount() const { return m_texts.size(); }
     const QString& text(const Cell& cell) const { return m_texts[cell.text]; }
 
 private:
@@ -80,6 +86,7 @@ private:
     qint64 m_nTextLength = 0;
     int m_nCells = 0;
     bool m_bDates1904 = false;
+    QStringList m_leftOut;
 };
 
 /// The rows of a sheet, each as its cells, with the row's number counted from 0.

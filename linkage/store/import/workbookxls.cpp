@@ -131,6 +131,7 @@ struct Globals {
     struct SheetPlace {
         QString name;
         std::size_t at;
+        bool isHidden;
     };
     std::vector<SheetPlace> sheets;
     std::vector<QString> texts;
@@ -168,7 +169,8 @@ Globals readGlobals(const CRecords& records) {
         if (record.type == kSharedTexts) globals.texts = sharedTextsOf(records, record);
         constexpr int kWorksheet = 0;
         if (record.type == kBoundSheet && record.data.u8(5) == kWorksheet) {
-            globals.sheets.push_back({singleText(record.data, 6, 1), record.data.u32(0)});
+            const bool isHidden = (record.data.u8(4) & 3) != 0;
+            globals.sheets.push_back({singleText(record.data, 6, 1), record.data.u32(0), isHidden});
         }
         if (record.data.overrun()) brokenRecords();
         record = records.at(record.next);
@@ -264,7 +266,14 @@ CWorkbook readXls(const QByteArray& bytes) {
     CWorkbook book;
     book.setDates1904(globals.dates1904);
     for (const auto& sheet : globals.sheets) {
+        if (sheet.isHidden) {
+            book.leaveOut(sheet.name);
+            continue;
+        }
         CXlsSheet(book, book.addSheet(sheet.name), globals).read(records, sheet.at);
+    }
+    if (book.sheets().empty() && !book.leftOut().isEmpty()) {
+        throw Refusal(QStringLiteral("all sheets of the workbook are hidden"));
     }
     if (book.sheets().empty()) throw Refusal(QStringLiteral("the workbook has no sheets"));
     book.finish();

@@ -165,8 +165,16 @@ CWorkbook readXlsx(const QByteArray& bytes) {
         if (!xml.starts("sheet")) continue;
         const Relation relation = relations.value(xml.attribute("id"));
         if (relation.kind != QLatin1String("worksheet")) continue;
+        const QString state = xml.attribute("state");
+        if (!state.isEmpty() && state != QLatin1String("visible")) {
+            book.leaveOut(xml.attribute("name"));
+            continue;
+        }
         const int sheet = book.addSheet(xml.attribute("name"));
         CSheetReader(book, sheet, texts).read(archive.part(relation.target));
+    }
+    if (book.sheets().empty() && !book.leftOut().isEmpty()) {
+        throw Refusal(QStringLiteral("all sheets of the workbook are hidden"));
     }
     if (book.sheets().empty()) throw Refusal(QStringLiteral("the workbook has no sheets"));
     book.finish();
