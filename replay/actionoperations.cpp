@@ -37,11 +37,29 @@ std::string_view kindText(TC::ImportReport::Kind kind) {
     }
 }
 
-void importData(Call& call) {
-    const TC::ImportReport report = call.manager.importData(readArgument<QString>(call.arg(0)));
-    CJsonWriter& out = call.result;
+void writeDays(CJsonWriter& out, const std::vector<TC::ImportReport::Day>& days) {
+    out.key("days");
+    out.beginArray();
+    for (const TC::ImportReport::Day& day : days) {
+        out.beginObject();
+        out.member("account", day.account);
+        out.member("added", day.added);
+        out.member("bought", day.bought);
+        out.member("day", day.date);
+        out.member("matched", day.matched);
+        out.member("records", day.records);
+        out.member("repeated", day.repeated);
+        out.member("reported", day.reported);
+        out.member("sold", day.sold);
+        out.endObject();
+    }
+    out.endArray();
+}
+
+void write(CJsonWriter& out, const TC::ImportReport& report, bool withDays) {
     out.beginObject();
     out.member("added", report.added);
+    if (withDays) writeDays(out, report.days);
     out.member("kind", kindText(report.kind));
     out.key("notes");
     writeList(out, report.notes);
@@ -64,6 +82,14 @@ void importData(Call& call) {
 void runAutoBalance(Call& call) {
     call.result.value(call.manager.runAutoBalance(std::string(call.arg(0).text()),
                                                   std::string(call.arg(1).text())));
+}
+
+void importData(Call& call) {
+    write(call.result, call.manager.importData(readArgument<QString>(call.arg(0))), false);
+}
+
+void importPreview(Call& call) {
+    write(call.result, call.manager.importPreview(readArgument<QString>(call.arg(0))), true);
 }
 
 constexpr Operation OPERATIONS[] = {
@@ -105,6 +131,8 @@ constexpr Operation OPERATIONS[] = {
     operation<&Manager::requestAccountDeals>("requestAccountDeals"),
     operation<&Manager::requestAccountOrders>("requestAccountOrders"),
     {"importData", 1, importData},
+    {"importPreview", 1, importPreview},
+    operation<&Manager::undoImport>("undoImport"),
 };
 
 }  // namespace

@@ -347,8 +347,112 @@
         <translation>回购或申购，不予跟踪</translation>
     </message>
     <message>
-        <source>records of the running day stay until the account is requested again</source>
-        <translation>当日的记录保留到重新请求该账户为止</translation>
+        <source>all sheets of the workbook are hidden</source>
+        <translation>工作簿的所有工作表都已隐藏</translation>
+    </message>
+    <message>
+        <source>sheet &quot;%1&quot; is hidden and was left out</source>
+        <translation>工作表“%1”已隐藏，未采用</translation>
+    </message>
+    <message>
+        <source>sheet &quot;%1&quot; repeats rows of sheet &quot;%2&quot;; they count once</source>
+        <translation>工作表“%1”与工作表“%2”有相同的行，只计一次</translation>
+    </message>
+    <message>
+        <source>stands on sheet &quot;%1&quot; already</source>
+        <translation>工作表“%1”中已有</translation>
+    </message>
+    <message>
+        <source>it is not clear whether this is a list of deals or of orders</source>
+        <translation>无法确定这是成交列表还是委托列表</translation>
+    </message>
+    <message>
+        <source>the file holds sums or another list, no single trades</source>
+        <translation>文件是汇总或其他列表，没有逐笔记录</translation>
+    </message>
+    <message>
+        <source>a second table to the right of the first was left out</source>
+        <translation>第一张表右侧的第二张表未采用</translation>
+    </message>
+    <message>
+        <source>in another currency: %1</source>
+        <translation>其他币种：%1</translation>
+    </message>
+    <message>
+        <source>a sum, no trade: %1</source>
+        <translation>合计行，不是记录：%1</translation>
+    </message>
+    <message>
+        <source>the row has more cells than there are column names</source>
+        <translation>该行的单元格多于列名</translation>
+    </message>
+    <message>
+        <source>the account in the heading is not understood</source>
+        <translation>标题中的账户无法识别</translation>
+    </message>
+    <message>
+        <source>the side is not understood: %1</source>
+        <translation>买卖方向无法识别：%1</translation>
+    </message>
+    <message>
+        <source>%1 rows name a side that is not understood</source>
+        <translation>有 %1 行的买卖方向无法识别</translation>
+    </message>
+    <message>
+        <source>not a deal: a sale taken back</source>
+        <translation>不是成交：卖出冲回</translation>
+    </message>
+    <message>
+        <source>the lot of %1 is not known</source>
+        <translation>%1 的每手数量未知</translation>
+    </message>
+    <message>
+        <source>code %1 is not one of market %2</source>
+        <translation>代码 %1 不属于市场 %2</translation>
+    </message>
+    <message>
+        <source>traded %1 of %2 shares and cancelled</source>
+        <translation>%2 股中成交了 %1 股，却又撤单</translation>
+    </message>
+    <message>
+        <source>traded %1 of %2 shares and done</source>
+        <translation>%2 股中只成交了 %1 股，却为已成</translation>
+    </message>
+    <message>
+        <source>taken for a deal that the trading system reported</source>
+        <translation>与交易系统已报告的成交视为同一笔</translation>
+    </message>
+    <message>
+        <source>%1 rows were taken for trades of earlier statements</source>
+        <translation>有 %1 行与先前对账单中的记录视为同一笔</translation>
+    </message>
+    <message>
+        <source>the import is not saved yet; it would be lost at a restart</source>
+        <translation>此次导入尚未保存，重新启动后会丢失</translation>
+    </message>
+    <message>
+        <source>the import is too large to be saved; it is lost at a restart</source>
+        <translation>此次导入过大，无法保存，重新启动后会丢失</translation>
+    </message>
+    <message>
+        <source>no number is so long: %1</source>
+        <translation>编号过长：%1</translation>
+    </message>
+    <message>
+        <source>a line has more than %1 columns</source>
+        <translation>一行超过 %1 列</translation>
+    </message>
+    <message>
+        <source>the web page is broken</source>
+        <translation>网页已损坏</translation>
+    </message>
+    <message>
+        <source>the web page has tables inside tables</source>
+        <translation>网页的表格中含有表格</translation>
+    </message>
+    <message>
+        <source>the web page has cells of several rows</source>
+        <translation>网页中有跨行的单元格</translation>
     </message>
     <message>
         <source>%1 more rows were left out than are listed</source>

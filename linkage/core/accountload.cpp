@@ -159,6 +159,7 @@ void CLinkageManager::subscribeAccount(const std::string& accountKey) {
 void CLinkageManager::removeAccountDatas(const std::string& accountKey) {
     const CLock lock(m_mutex);
     m_pLedger->removeAccount(accountKey, dayKey(m_pTradeDate->get()));
+    restartImported(accountKey);
     m_pQuotes->forgetAccount(accountKey);
     dropStatsOf(accountKey);
     dropHistoryOrders(accountKey);

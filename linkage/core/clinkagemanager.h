@@ -75,8 +75,9 @@ enum class EBalanceForm;
 struct HistoryQuery;
 struct CMinuteBar;
 struct HistoryState;
-struct ImportedRecords;
 struct ImportReport;
+struct ImportState;
+struct ImportSummary;
 struct ManagerState;
 struct PeriodPoint;
 struct PositionReports;
@@ -436,13 +437,27 @@ public:
     std::map<unsigned long long, boost::shared_ptr<vexservice::COrderDetail>> getAccountOrders(
         const std::string& accountKey, int day) const;
 
-    /// Imports a statement file (workbook, CSV or tab-separated text); asks for one
-    /// with a file dialog when the path is empty (then on the GUI thread only). What is
-    /// taken is filed under its day and changes no figure of the day; importing the
-    /// same file again changes nothing. A record with a number that the trading system
-    /// reports as well, before or after, is there once, as reported. The lock is held for
-    /// slices of the file. See linkage/store/importreport.h.
+    /// Imports a statement file (workbook, CSV or text); asks for one with a file dialog
+    /// when the path is empty (then on the GUI thread only). What is taken is filed under
+    /// its day and changes no figure of the day; importing the same file again changes
+    /// nothing. A deal that the trading system reports as well, before or after, is there
+    /// once, as reported; one of several statements is there once. The import is kept in a
+    /// file of its own in the directory "Balance/imports"; what it filed is there again after
+    /// the account's next request, also after a restart. The lock is held for slices of the
+    /// file. See linkage/store/importreport.h.
     ImportReport importData(const QString& path = QString());
+
+    /// The report that importData would give, without its number; changes nothing.
+    ImportReport importPreview(const QString& path = QString());
+
+    /// Takes an import back: what no other import and no report holds is gone from its
+    /// day. A stock of the running day stays in getStocks until its account is requested.
+    /// False when there is no such import. A file that cannot be removed is tried again
+    /// later. The lock is held for slices.
+    bool undoImport(int number);
+
+    /// The imports that stand, by number.
+    std::vector<ImportSummary> getImports() const;
 
     // --------------------------------------------------------------- signals
 
@@ -601,7 +616,7 @@ protected:
     static RoomPtr<BalanceState> makeBalanceState();
     static RoomPtr<HistoryState> makeHistoryState();
     static RoomPtr<CServerHistory> makeServerHistory();
-    static RoomPtr<ImportedRecords> makeImportedRecords();
+    RoomPtr<ImportState> makeImportState();
     /// At a new trade date: drops what was kept of the old one.
     void newStatsDay() LINKAGE_REQUIRES(m_mutex);
     void newBalanceDay() LINKAGE_REQUIRES(m_mutex);
@@ -678,17 +693,49 @@ protected:
     bool importOrder(const std::string& accountKey,
                      const boost::shared_ptr<vexservice::COrderDetail>& order)
         LINKAGE_REQUIRES(m_mutex);
-    /// Removes the imported copy of a record that the trading system now reports.
+    /// Takes away what else is filed of a record that the trading system now reports: an
+    /// imported copy, or one of its server.
     void dropImported(const std::string& accountKey, const vexservice::CDealDetail& deal)
         LINKAGE_REQUIRES(m_mutex);
     void dropImported(const std::string& accountKey, const vexservice::COrderDetail& order)
         LINKAGE_REQUIRES(m_mutex);
     template <class Record>
-    void importRows(const std::vector<statement::Parsed<Record>>& rows, ImportReport& report);
-    /// True when a record of the running day was filed.
+    class CStatementImport;
+    ImportReport readImport(const QString& path, bool files);
     template <class Record>
-    bool importSlice(std::span<const statement::Parsed<Record>> rows,
-                     const statement::CAccountChoice& accounts, ImportReport& report);
+    void importRows(const std::vector<statement::Parsed<Record>>& parsed, bool files,
+                    ImportReport& report);
+    template <class Record>
+    void dropImport(int number);
+
+    // what is imported beside what is reported: linkage/store/importsettling.cpp
+    void readImports();
+    void finishImports();
+    /// On the strand: tries to save imports once more in half a minute.
+    void retryImportsLater();
+    /// Works through about so many records of a day that may have changed, and brings the
+    /// changes into the ledger; false when none is left.
+    template <class Record>
+    bool settleImported(const std::string& accountKey, int day, std::size_t most)
+        LINKAGE_REQUIRES(m_mutex);
+    /// The whole day, a slice to each hold of the lock.
+    template <class Record>
+    void settleDay(const std::string& accountKey, int day);
+    template <class Record>
+    void noteReported(const std::string& accountKey, const Record& record)
+        LINKAGE_REQUIRES(m_mutex);
+    /// A deal that was filed for the server is gone.
+    void unreportImported(const std::string& accountKey, int day, std::uint64_t key)
+        LINKAGE_REQUIRES(m_mutex);
+    /// The records that are reported under a day have changed.
+    template <class Record>
+    void relinkImported(const std::string& accountKey, int day) LINKAGE_REQUIRES(m_mutex);
+    /// The records of an account's running day are gone; what was imported comes back.
+    void restartImported(const std::string& accountKey) LINKAGE_REQUIRES(m_mutex);
+    /// Brings what is not settled of an account into the ledger, a slice to each turn of the
+    /// strand.
+    void refileLater(const std::string& accountKey) LINKAGE_REQUIRES(m_mutex);
+    void refileImported(const std::string& accountKey);
 
     mutable CRecursiveMutex m_mutex;
     bool m_bInited LINKAGE_GUARDED_BY(m_mutex) = false;
@@ -710,8 +757,8 @@ protected:
     RoomPtr<BalanceState> m_pBalance;                      ///< pending balances, balance times
     RoomPtr<HistoryState> m_pHistory;  ///< the history store and its files' state
     RoomPtr<CServerHistory> m_pServerHistory;
-    RoomPtr<ImportedRecords> m_pImported;
     RoomPtr<CFileSaver> m_pSaver;
+    RoomPtr<ImportState> m_pImports;
     RoomPtr<CBookWriter> m_pBook;
     RoomPtr<CGuardedBalances> m_pGuarded;  ///< from init() on, only with the guard
 };

@@ -33,7 +33,8 @@ struct EngineState {
     Timer m_autoBalanceTimer;
     Timer m_historyStatTimer;
     Timer m_balanceTimer;
-    Timer m_saveTimer;  ///< armed on the strand only
+    Timer m_saveTimer;    ///< armed on the strand only
+    Timer m_importTimer;  ///< likewise
     std::mutex m_balanceTimerMutex;
 
     /// Work that failed because of a service and will be tried again, by name. The mutex guards

@@ -51,12 +51,14 @@ CLinkageManager::CLinkageManager()
       m_pBalance(makeBalanceState()),
       m_pHistory(makeHistoryState()),
       m_pServerHistory(makeServerHistory()),
-      m_pImported(makeImportedRecords()),
       m_pSaver(makeSaver()),
+      m_pImports(makeImportState()),
       m_pBook(makeBook()),
       m_pGuarded(nullptr, [](CGuardedBalances*) {}) {
     registerMetaTypes();
     readFromFile();
+    readImports();
+    readImports();
 }
 
 void CLinkageManager::setOptions(const LinkageOptions& options) {
@@ -112,7 +114,7 @@ void CLinkageManager::init() {
     for (EngineState::Timer* timer :
          {&engine.m_extTimer, &engine.m_statTimer, &engine.m_autoBalanceTimer,
           &engine.m_historyStatTimer, &engine.m_balanceTimer, &engine.m_retryTimer,
-          &engine.m_saveTimer}) {
+          &engine.m_saveTimer, &engine.m_importTimer}) {
         *timer = boost::make_shared<utils::DeadlineTimer>(engine.m_strand->context());
     }
     runStatCalculator();

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <atomic>
 #include <mutex>
+#include <thread>
 
 /// The manager's lock, written so that clang's -Wthread-safety can check who holds it.
 #if defined(__clang__)
@@ -15,11 +17,37 @@ namespace TC {
 
 class LINKAGE_TS(capability("mutex")) CRecursiveMutex {
 public:
-    void lock() LINKAGE_TS(acquire_capability()) { m_mutex.lock(); }
-    void unlock() LINKAGE_TS(release_capability()) { m_mutex.unlock(); }
+    void lock() LINKAGE_TS(acquire_capability()) {
+        if (!m_mutex.try_lock()) {
+            m_nWaiting.fetch_add(1);
+            m_mutex.lock();
+            m_nWaiting.fetch_sub(1);
+            m_nPassed.fetch_add(1);
+            m_nPassed.notify_all();
+        }
+        if (m_nDepth++ == 0) m_owner.store(std::this_thread::get_id(), std::memory_order_relaxed);
+    }
+    void unlock() LINKAGE_TS(release_capability()) {
+        if (--m_nDepth == 0) m_owner.store({}, std::memory_order_relaxed);
+        m_mutex.unlock();
+    }
+
+    /// Lets a thread that waits for the lock have it. Call it between two holds of long work:
+    /// a lock that is taken again at once leaves who waits no time to wake up. Does nothing
+    /// while the calling thread holds the lock further out.
+    void giveWay() {
+        const unsigned passed = m_nPassed.load();
+        if (m_nWaiting.load() == 0) return;
+        if (m_owner.load(std::memory_order_relaxed) == std::this_thread::get_id()) return;
+        m_nPassed.wait(passed);
+    }
 
 private:
     std::recursive_mutex m_mutex;
+    int m_nDepth = 0;  ///< of the owner
+    std::atomic<std::thread::id> m_owner{};
+    std::atomic<int> m_nWaiting{0};
+    std::atomic<unsigned> m_nPassed{0};  ///< who had to wait and has the lock
 };
 
 /// Holds the lock for a scope; unlock() and relock() leave a gap in it.

@@ -1,12 +1,15 @@
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/published.h"
 #include "linkage/core/raise.h"
 #include "linkage/ledger/daykey.h"
 #include "linkage/ledger/ledger.h"
 #include "linkage/store/import/accountchoice.h"
+#include "linkage/store/import/importlines.h"
 #include "linkage/store/import/readers.h"
-#include "linkage/store/import/samerecord.h"
 #include "linkage/store/import/statement.h"
 #include "linkage/store/importreport.h"
+#include "linkage/store/importsettling.h"
+#include "linkage/store/importstate.h"
 #include "platform/log.h"
 #include "platform/utils/keys.h"
 
@@ -16,11 +19,13 @@
 #include <QThread>
 
 #include <algorithm>
+#include <limits>
 #include <map>
 #include <new>
 #include <set>
-#include <span>
 #include <type_traits>
+#include <unordered_map>
+#include <vector>
 
 namespace TC {
 
@@ -52,42 +57,6 @@ std::vector<NamedAccount> namedAccounts(const std::vector<Parsed<Record>>& rows)
     return named;
 }
 
-/// So many rows are filed in one hold of the lock; intake never waits for a whole file.
-constexpr std::size_t ROWS_PER_HOLD = 2000;
-
-/// The deals or orders that the trading system reported. A statement repeats them, and they
-/// must not count twice. To be used within one hold of the manager's lock.
-template <class Record>
-class CReported {
-public:
-    explicit CReported(const CLedger& ledger) : m_ledger(ledger) {}
-
-    bool contains(const std::string& accountKey, const Record& record) {
-        const std::string traits = traitsOf(record);
-        if (traits.empty()) return false;
-        const int day = dayKey(record.m_strTradeDate);
-        const auto [known, isNew] = m_known.try_emplace({accountKey, day});
-        if (isNew) {
-            for (const auto& [key, each] : filed(accountKey, day)) {
-                if (!each->m_bImported) known->second.insert(traitsOf(*each));
-            }
-        }
-        return known->second.count(traits) > 0;
-    }
-
-private:
-    auto filed(const std::string& accountKey, int day) const {
-        if constexpr (std::is_same_v<Record, vexservice::CDealDetail>) {
-            return m_ledger.accountDeals(accountKey, day);
-        } else {
-            return m_ledger.accountOrders(accountKey, day);
-        }
-    }
-
-    const CLedger& m_ledger;
-    std::map<std::pair<std::string, int>, std::set<std::string>> m_known;
-};
-
 /// Puts skipped rows in the order of the file, whichever step skipped them.
 void sortSkipped(std::vector<ImportReport::SkippedRow>& skipped, const CWorkbook& book) {
     QHash<QString, int> order;
@@ -97,103 +66,267 @@ void sortSkipped(std::vector<ImportReport::SkippedRow>& skipped, const CWorkbook
     });
 }
 
+double tradedAmount(const vexservice::CDealDetail& deal) { return deal.m_dAmount; }
+double tradedAmount(const vexservice::COrderDetail& order) { return order.m_dTradedAmount; }
+
+bool isSame(const vexservice::CDealDetail&, const vexservice::CDealDetail&) { return true; }
+bool isSame(const vexservice::COrderDetail& a, const vexservice::COrderDetail& b) {
+    return a.m_nTradedVolume == b.m_nTradedVolume && a.m_dTradedAmount == b.m_dTradedAmount &&
+           a.m_eStatus == b.m_eStatus && a.m_dPrice == b.m_dPrice;
+}
+
 }  // namespace
+
+/// The rows of a statement that belong to followed accounts, and what becomes of each.
+template <class Record>
+class CLinkageManager::CStatementImport {
+public:
+    CStatementImport(CLinkageManager& manager, ImportReport& report)
+        : m_manager(manager), m_report(report) {}
+
+    /// Finds the accounts; the report has a refusal when there is none.
+    void choose(const std::vector<Parsed<Record>>& parsed) {
+        const CAccountChoice accounts(m_manager.getAccounts(), namedAccounts(parsed));
+        m_report.refusal = accounts.refusal();
+        if (!m_report.ok()) return;
+        if (!accounts.note().isEmpty()) m_report.notes << accounts.note();
+        inSlices(parsed, [&](const Parsed<Record>& row) {
+            const auto choice = accounts.of({row.fundAccount, row.holder});
+            Record& record = *row.record;
+            if (choice.account &&
+                m_manager.m_pLedger->follows(record.m_strMarket, record.m_strCode)) {
+                record.m_pAccountInfo = choice.account;
+                m_rows.push_back(
+                    {&row,
+                     {choice.account->m_strKey, m_manager.m_pLedger->day(record.m_strTradeDate)}});
+                return;
+            }
+            skip(row, choice.account
+                          ? QStringLiteral("repurchase or subscription, which is not followed")
+                          : choice.why);
+        });
+    }
+
+    /// Works out what would become of the rows.
+    void preview() {
+        constexpr int NEXT = std::numeric_limits<int>::max();
+        std::map<Place, CDayRecords<Record>> days;
+        for (const Row& row : m_rows) {
+            const auto [at, isNew] = days.try_emplace(row.place);
+            if (isNew) copyDay(at->first, at->second);
+            at->second.add(NEXT, row.parsed->record);
+        }
+        for (auto& [place, records] : days) {
+            typename CDayRecords<Record>::Changes changes;
+            while (records.settle(ROWS_PER_HOLD, changes)) {
+            }
+            records.fates(NEXT, m_fates[place]);
+        }
+        tell();
+    }
+
+    void file() {
+        // The same file again is no new import.
+        if (!knowsAll()) {
+            {
+                const CLock lock(m_manager.m_mutex);
+                m_report.number = ++m_manager.m_pImports->lastNumber;
+            }
+            addRows();
+            keep();
+        }
+        takeFates();
+        tell();
+    }
+
+private:
+    using Place = ImportState::Place;
+    struct Row {
+        const Parsed<Record>* parsed;
+        Place place;
+    };
+
+    /// Calls `visit` for each item, so many to a hold of the manager's lock.
+    template <class Items, class Visit>
+    void inSlices(const Items& items, Visit visit) const {
+        for (auto at = items.begin(); at != items.end(); m_manager.m_mutex.giveWay()) {
+            const CLock lock(m_manager.m_mutex);
+            for (std::size_t i = 0; i < ROWS_PER_HOLD && at != items.end(); ++i) visit(*at++);
+        }
+    }
+
+    void skip(const Parsed<Record>& row, const QString& why) {
+        ImportReport::list(m_report.skipped, {row.sheet, row.row, why});
+    }
+
+    void copyDay(const Place& place, CDayRecords<Record>& records) const {
+        std::vector<std::pair<int, boost::shared_ptr<Record>>> imported;
+        {
+            const CLock lock(m_manager.m_mutex);
+            linkReported(*m_manager.m_pLedger, place.first, place.second, records);
+            const auto& days = m_manager.m_pImports->template of<Record>();
+            const auto known = days.find(place);
+            if (known != days.end()) imported = known->second.imported();
+        }
+        for (const auto& [number, record] : imported) records.add(number, record);
+    }
+
+    bool knowsAll() const {
+        bool all = true;
+        inSlices(m_rows, [&](const Row& row) {
+            if (!all) return;
+            const auto& days = m_manager.m_pImports->template of<Record>();
+            const auto day = days.find(row.place);
+            const Record& record = *row.parsed->record;
+            const auto known = day == days.end() ? nullptr : day->second.find(record.m_nRecordKey);
+            all = known && isSame(*known, record);
+        });
+        return all;
+    }
+
+    void addRows() {
+        const int today = dayKey(m_manager.getTradeDate());
+        const std::size_t stocks = countStocks(today);
+        auto& days = m_manager.m_pImports->template of<Record>();
+        std::set<Place> places;
+        inSlices(m_rows, [&](const Row& row) {
+            days[row.place].add(m_report.number, row.parsed->record);
+            places.insert(row.place);
+        });
+        for (const Place& place : places) m_manager.settleDay<Record>(place.first, place.second);
+        const CLock lock(m_manager.m_mutex);
+        if (m_manager.m_pLedger->countStocks(today) != stocks) {
+            raise(OPERATION, m_manager.sigStocksChanged);
+        }
+    }
+
+    std::size_t countStocks(int day) const {
+        const CLock lock(m_manager.m_mutex);
+        return m_manager.m_pLedger->countStocks(day);
+    }
+
+    void keep() {
+        StoredImport import;
+        import.summary = {m_report.number, m_report.path.toStdString(), m_report.kind, nowText(),
+                          static_cast<int>(m_rows.size())};
+        for (const Row& row : m_rows) {
+            if constexpr (std::is_same_v<Record, vexservice::CDealDetail>) {
+                import.deals.emplace_back(row.place.first, row.parsed->record);
+            } else {
+                import.orders.emplace_back(row.place.first, row.parsed->record);
+            }
+        }
+        switch (m_manager.m_pImports->store.save(m_report.number, textOf(import))) {
+            case CImportStore::ESave::Done:
+                break;
+            case CImportStore::ESave::Later:
+                m_report.notes << QStringLiteral(
+                    "the import is not saved yet; it would be lost at a restart");
+                break;
+            case CImportStore::ESave::TooLarge:
+                m_report.notes << QStringLiteral(
+                    "the import is too large to be saved; it is lost at a restart");
+                break;
+        }
+        const CLock lock(m_manager.m_mutex);
+        m_manager.m_pImports->summaries[m_report.number] = import.summary;
+    }
+
+    void takeFates() {
+        const auto& days = m_manager.m_pImports->template of<Record>();
+        for (const Row& row : m_rows) {
+            const auto [at, isNew] = m_fates.try_emplace(row.place);
+            if (!isNew) continue;
+            const CLock lock(m_manager.m_mutex);
+            const auto day = days.find(at->first);
+            if (day == days.end()) continue;
+            day->second.fates(m_report.number, at->second);
+            if (m_report.number != 0) continue;
+            for (auto& [key, fate] : at->second) {
+                if (fate == EFate::Filed) fate = EFate::Repeated;
+            }
+        }
+    }
+
+    /// Counts the rows by what became of them.
+    void tell() {
+        std::map<Place, ImportReport::Day> days;
+        int matched = 0;
+        for (const Row& row : m_rows) {
+            const Record& record = *row.parsed->record;
+            const auto& known = m_fates.at(row.place);
+            const auto found = known.find(record.m_nRecordKey);
+            const EFate fate = found == known.end() ? EFate::Repeated : found->second;
+            ImportReport::Day& day = days[row.place];
+            ++day.records;
+            (record.m_eDirection == vexservice::ENTRUST_BUY ? day.bought : day.sold) +=
+                tradedAmount(record);
+            day.added += fate == EFate::Filed;
+            day.repeated += fate == EFate::Repeated;
+            day.matched += fate == EFate::Matched;
+            day.reported += fate == EFate::Reported;
+            m_report.taken += fate != EFate::Reported;
+            m_report.added += fate == EFate::Filed;
+            matched += fate == EFate::Matched;
+            if (fate == EFate::Reported) skip(*row.parsed, whyReported(record));
+        }
+        for (auto& [place, day] : days) {
+            day.account = place.first;
+            day.date = dayText(place.second);
+            m_report.days.push_back(day);
+        }
+        if (matched > 0) {
+            m_report.notes << QStringLiteral("%1 rows were taken for trades of earlier statements")
+                                  .arg(matched);
+        }
+    }
+
+    static QString whyReported(const Record& record) {
+        return systemNumber(record).empty()
+                   ? QStringLiteral("taken for a deal that the trading system reported")
+                   : QStringLiteral("already reported by the trading system");
+    }
+
+    CLinkageManager& m_manager;
+    ImportReport& m_report;
+    std::vector<Row> m_rows;
+    std::map<Place, std::unordered_map<std::uint64_t, EFate>> m_fates;
+};
 
 bool CLinkageManager::importDeal(const std::string& accountKey,
                                  const boost::shared_ptr<vexservice::CDealDetail>& deal) {
-    const int day = dayKey(deal->m_strTradeDate);
-    m_pImported->deals.add(accountKey, day, *deal);
-    return m_pLedger->fileDeal(day, utils::zorStockKey(deal->m_strMarket, deal->m_strCode),
-                               accountKey, deal);
+    return m_pLedger->fileDeal(m_pLedger->day(deal->m_strTradeDate),
+                               utils::zorStockKey(deal->m_strMarket, deal->m_strCode), accountKey,
+                               deal);
 }
 
 bool CLinkageManager::importOrder(const std::string& accountKey,
                                   const boost::shared_ptr<vexservice::COrderDetail>& order) {
-    const int day = dayKey(order->m_strTradeDate);
-    m_pImported->orders.add(accountKey, day, *order);
-    return m_pLedger->fileOrder(day, utils::zorStockKey(order->m_strMarket, order->m_strCode),
+    return m_pLedger->fileOrder(m_pLedger->day(order->m_strTradeDate),
+                                utils::zorStockKey(order->m_strMarket, order->m_strCode),
                                 accountKey, order);
 }
 
 void CLinkageManager::dropImported(const std::string& accountKey,
-                                   const vexservice::CDealDetail& deal) {
-    if (m_pImported->deals.empty()) return;
-    const int day = m_pLedger->day(deal.m_strTradeDate);
-    m_pLedger->removeFiledDeals(day, accountKey, m_pImported->deals.take(accountKey, day, deal));
-}
-
-void CLinkageManager::dropImported(const std::string& accountKey,
                                    const vexservice::COrderDetail& order) {
-    if (m_pImported->orders.empty()) return;
-    const int day = m_pLedger->day(order.m_strTradeDate);
-    m_pLedger->removeFiledOrders(day, accountKey, m_pImported->orders.take(accountKey, day, order));
+    noteReported(accountKey, order);
 }
 
 template <class Record>
-bool CLinkageManager::importSlice(std::span<const Parsed<Record>> rows,
-                                  const CAccountChoice& accounts, ImportReport& report) {
-    const std::string today = getTradeDate();
-    bool ofToday = false;
-    const CLock lock(m_mutex);
-    CLedger& ledger = *m_pLedger;
-    CReported<Record> reported(ledger);
-    for (const Parsed<Record>& row : rows) {
-        const auto& record = row.record;
-        const auto skip = [&](const QString& why) {
-            ImportReport::list(report.skipped, {row.sheet, row.row, why});
-        };
-        const CAccountChoice::Choice choice = accounts.of({row.fundAccount, row.holder});
-        if (!choice.account) {
-            skip(choice.why);
-            continue;
-        }
-        if (!ledger.follows(record->m_strMarket, record->m_strCode)) {
-            skip(QStringLiteral("repurchase or subscription, which is not followed"));
-            continue;
-        }
-        const std::string& key = choice.account->m_strKey;
-        if (reported.contains(key, *record)) {
-            skip(QStringLiteral("already reported by the trading system"));
-            continue;
-        }
-        record->m_pAccountInfo = choice.account;
-        ++report.taken;
-        if constexpr (std::is_same_v<Record, vexservice::CDealDetail>) {
-            report.added += importDeal(key, record);
-        } else {
-            report.added += importOrder(key, record);
-        }
-        ofToday = ofToday || record->m_strTradeDate == today;
-    }
-    return ofToday;
-}
-
-template <class Record>
-void CLinkageManager::importRows(const std::vector<Parsed<Record>>& rows, ImportReport& report) {
-    if (rows.empty()) return;
-    const CAccountChoice accounts(getAccounts(), namedAccounts(rows));
-    report.refusal = accounts.refusal();
+void CLinkageManager::importRows(const std::vector<Parsed<Record>>& parsed, bool files,
+                                 ImportReport& report) {
+    if (parsed.empty()) return;
+    CStatementImport<Record> import(*this, report);
+    import.choose(parsed);
     if (!report.ok()) return;
-    if (!accounts.note().isEmpty()) report.notes << accounts.note();
-
-    const int today = dayKey(getTradeDate());
-    CLock lock(m_mutex);
-    const std::size_t stocks = m_pLedger->countStocks(today);
-    lock.unlock();
-    bool ofToday = false;
-    const std::span all(rows);
-    for (std::size_t at = 0; at < all.size(); at += ROWS_PER_HOLD) {
-        const auto slice = all.subspan(at, std::min(ROWS_PER_HOLD, all.size() - at));
-        ofToday = importSlice<Record>(slice, accounts, report) || ofToday;
-    }
-    if (!ofToday) return;
-    report.notes << QStringLiteral(
-        "records of the running day stay until the account is requested again");
-    lock.relock();
-    if (m_pLedger->countStocks(today) != stocks) raise(OPERATION, sigStocksChanged);
+    files ? import.file() : import.preview();
 }
 
-ImportReport CLinkageManager::importData(const QString& path) {
+ImportReport CLinkageManager::importData(const QString& path) { return readImport(path, true); }
+
+ImportReport CLinkageManager::importPreview(const QString& path) { return readImport(path, false); }
+
+ImportReport CLinkageManager::readImport(const QString& path, bool files) {
     ImportReport report;
     report.path = path.isEmpty() ? askForFile() : path;
     try {
@@ -205,8 +338,8 @@ ImportReport CLinkageManager::importData(const QString& path) {
         report.read = rows.read;
         report.notes = std::move(rows.notes);
         report.skipped = std::move(rows.skipped);
-        importRows(rows.deals, report);
-        importRows(rows.orders, report);
+        importRows<vexservice::CDealDetail>(rows.deals, files, report);
+        importRows<vexservice::COrderDetail>(rows.orders, files, report);
         sortSkipped(report.skipped, book);
         const auto listed = static_cast<int>(report.skipped.size());
         if (listed < report.skippedCount()) {
@@ -222,14 +355,52 @@ ImportReport CLinkageManager::importData(const QString& path) {
         report.read = 0;
         report.skipped.clear();
         report.notes.clear();
-        VEX_INFO(OPERATION, "Import of {0} refused: {1}", report.path.toStdString(),
-                 report.refusal.toStdString());
-    } else {
+        if (files) {
+            VEX_INFO(OPERATION, "Import of {0} refused: {1}", report.path.toStdString(),
+                     report.refusal.toStdString());
+        }
+    } else if (files) {
         VEX_INFO(OPERATION, "Imported {0}: {1} rows read, {2} taken, {3} new, {4} skipped",
                  report.path.toStdString(), report.read, report.taken, report.added,
                  report.skippedCount());
     }
     return report;
+}
+
+bool CLinkageManager::undoImport(int number) {
+    {
+        const CLock lock(m_mutex);
+        // Whoever takes it back first does.
+        if (m_pImports->summaries.erase(number) == 0) return false;
+    }
+    m_pImports->store.remove(number);
+    dropImport<vexservice::CDealDetail>(number);
+    dropImport<vexservice::COrderDetail>(number);
+    VEX_INFO("TC::CLinkageManager::undoImport", "Import {0} was taken back", number);
+    return true;
+}
+
+template <class Record>
+void CLinkageManager::dropImport(int number) {
+    std::vector<ImportState::Place> places;
+    {
+        const CLock lock(m_mutex);
+        for (const auto& [place, records] : m_pImports->of<Record>()) places.push_back(place);
+    }
+    for (const auto& [account, day] : places) {
+        {
+            const CLock lock(m_mutex);
+            m_pImports->of<Record>()[{account, day}].drop(number);
+        }
+        settleDay<Record>(account, day);
+    }
+}
+
+std::vector<ImportSummary> CLinkageManager::getImports() const {
+    const CLock lock(m_mutex);
+    std::vector<ImportSummary> imports;
+    for (const auto& [number, summary] : m_pImports->summaries) imports.push_back(summary);
+    return imports;
 }
 
 }  // namespace TC

@@ -3,12 +3,14 @@
 #include <QString>
 #include <QStringList>
 
+#include <string>
 #include <utility>
 #include <vector>
 
 namespace TC {
 
-/// What became of a statement file. Every row that was read was either taken or skipped.
+/// What became of a statement file, or would become of it. Every row that was read was
+/// either taken or skipped.
 struct ImportReport {
     enum class Kind { None, Deals, Orders };
 
@@ -17,6 +19,20 @@ struct ImportReport {
         QString sheet;  ///< empty for text files
         int row = 0;    ///< counted from 1
         QString reason;
+    };
+
+    /// The file's own trades of one account and day, known before or not, to be held
+    /// against the totals that the broker prints.
+    struct Day {
+        std::string account;  ///< account key
+        std::string date;     ///< "yyyyMMdd"
+        int records = 0;      ///< deals or orders
+        double bought = 0.0;  ///< amounts traded, yuan
+        double sold = 0.0;
+        int added = 0;     ///< of the records, new ones
+        int repeated = 0;  ///< known from an earlier import of the same row
+        int matched = 0;   ///< taken for trades of earlier statements
+        int reported = 0;  ///< taken for trades that the trading system reports
     };
 
     /// So many skipped rows are listed with their reasons; further ones only count.
@@ -28,14 +44,25 @@ struct ImportReport {
     QString path;     ///< the file; empty when the dialog was cancelled
     QString refusal;  ///< why nothing at all was taken; empty when the file was read
     Kind kind = Kind::None;
-    int read = 0;   ///< rows below the header that are not blank
-    int taken = 0;  ///< rows that are in the ledger now
-    int added = 0;  ///< those of them that were not there before
+    int number = 0;  ///< of the import, to take it back; 0 where there is none
+    int read = 0;    ///< rows below the header that are not blank
+    int taken = 0;   ///< rows that are in the ledger now
+    int added = 0;   ///< those of them that were not there before
     std::vector<SkippedRow> skipped;
-    QStringList notes;  ///< what the reader assumed, for the user to check
+    std::vector<Day> days;  ///< by account and date
+    QStringList notes;      ///< what the reader assumed, for the user to check
 
     bool ok() const { return refusal.isEmpty(); }
     int skippedCount() const { return read - taken; }
+};
+
+/// An import that stands: which it was and what it filed.
+struct ImportSummary {
+    int number = 0;
+    std::string path;
+    ImportReport::Kind kind = ImportReport::Kind::None;
+    std::string time;  ///< when it was taken, "yyyyMMddhhmmss"
+    int records = 0;
 };
 
 }  // namespace TC

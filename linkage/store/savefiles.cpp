@@ -135,6 +135,7 @@ void CLinkageManager::writeBlanaceTime() { m_pSaver->saveBalanceTimes(); }
 
 void CLinkageManager::finishSaves() {
     m_pSaver->finish();
+    finishImports();
     m_pBook->flush();
 }
 

@@ -7,7 +7,8 @@
 #include "linkage/core/raise.h"
 #include "linkage/ledger/daykey.h"
 #include "linkage/ledger/ledger.h"
-#include "linkage/store/import/samerecord.h"
+#include "linkage/store/importsettling.h"
+#include "linkage/store/importstate.h"
 #include "platform/log.h"
 #include "platform/services/tradercenter.h"
 #include "platform/utils/keys.h"
@@ -15,6 +16,8 @@
 
 #include <boost/make_shared.hpp>
 
+#include <algorithm>
+#include <map>
 #include <type_traits>
 
 namespace TC {
@@ -33,11 +36,44 @@ bool isKnownAccount(const std::string& accountKey) {
     return center->getAccountData(utils::hash(accountKey)) != nullptr;
 }
 
-// Files an answer. It replaces the server's earlier answer and the imported copies of the same
-// records.
+// What a record has in common with the same one under another key; "" for no number.
 template <class Record>
-void fileAnswer(CLedger& ledger, statement::CImported<Record>& imported, const HistoryQuery& query,
-                CServerHistory::Keys& filed,
+std::string traitsOf(const Record& record) {
+    const std::string number = statement::systemNumber(record);
+    return number.empty() ? number : statement::valuesOf(record) + '#' + number;
+}
+
+// What the trading system itself reported of a day, by number and values: the server may
+// know the same under other keys.
+template <class Record>
+class CReported {
+public:
+    explicit CReported(const ByRecord<boost::shared_ptr<Record>>& records) {
+        for (const auto& [key, record] : records) {
+            if (!record->m_bImported) m_keys.emplace(traitsOf(*record), key);
+        }
+    }
+
+    // Whether the record stands under another key; each stands for one.
+    bool takes(const Record& record) {
+        const std::string traits = traitsOf(record);
+        if (traits.empty()) return false;
+        const auto [begin, end] = m_keys.equal_range(traits);
+        const bool isOwn = std::any_of(
+            begin, end, [&](const auto& each) { return each.second == record.recordKey(); });
+        if (isOwn || begin == end) return false;
+        m_keys.erase(begin);
+        return true;
+    }
+
+private:
+    std::multimap<std::string, std::uint64_t> m_keys;
+};
+
+// Puts an answer in the place of what the server filed before. What was reported under a
+// key of its own and has the same number stays as it was reported.
+template <class Record>
+void fileAnswer(CLedger& ledger, const HistoryQuery& query, CServerHistory::Filed& filed,
                 const std::vector<boost::shared_ptr<Record>>& records) {
     const std::string date = query.day.toString(FORMAT).toStdString();
     const int day = dayKey(date);
@@ -49,9 +85,9 @@ void fileAnswer(CLedger& ledger, statement::CImported<Record>& imported, const H
             ledger.removeFiledOrders(day, query.accountKey, keys);
         }
     };
-    removeFiled(filed);
-    filed.clear();
-    CServerHistory::Keys replaced;
+    removeFiled(filed.keys);
+    filed = {};
+    CReported<Record> reported(recordsOfDay<Record>(ledger, query.accountKey, day));
     int strays = 0;
     for (const auto& record : records) {
         if (!record) continue;
@@ -60,6 +96,7 @@ void fileAnswer(CLedger& ledger, statement::CImported<Record>& imported, const H
             continue;
         }
         if (!ledger.follows(record->m_strMarket, record->m_strCode)) continue;
+        if (reported.takes(*record)) continue;
         const std::string stockKey = utils::zorStockKey(record->m_strMarket, record->m_strCode);
         bool isNew = false;
         if constexpr (DEALS) {
@@ -67,10 +104,10 @@ void fileAnswer(CLedger& ledger, statement::CImported<Record>& imported, const H
         } else {
             isNew = ledger.fileOrder(day, stockKey, query.accountKey, record);
         }
-        if (isNew) filed.insert(record->recordKey());
-        replaced.merge(imported.take(query.accountKey, day, *record));
+        if (!isNew) continue;
+        filed.keys.insert(record->recordKey());
+        if constexpr (DEALS) filed.deals.emplace(traitsOf(*record), record->recordKey());
     }
-    removeFiled(replaced);
     if (strays > 0) {
         VEX_INFO(operationOf(query.records),
                  "account {0}, day {1}: {2} records of other days left out", query.accountKey, date,
@@ -104,8 +141,39 @@ std::optional<HistoryQuery> CServerHistory::close(std::uint64_t number) {
     return query;
 }
 
-CServerHistory::Keys& CServerHistory::filed(const HistoryQuery& query) {
+CServerHistory::Filed& CServerHistory::filed(const HistoryQuery& query) {
     return m_filed[{query.records, query.accountKey, query.day}];
+}
+
+std::optional<std::uint64_t> CServerHistory::takeDeal(const std::string& accountKey,
+                                                      const std::string& date,
+                                                      const std::string& common,
+                                                      std::uint64_t key) {
+    if (m_filed.empty() || common.empty()) return std::nullopt;
+    const auto at = m_filed.find({EHistoryRecords::Deals, accountKey, historyDay(date)});
+    if (at == m_filed.end()) return std::nullopt;
+    Filed& filed = at->second;
+    const auto [begin, end] = filed.deals.equal_range(common);
+    const auto found =
+        std::find_if(begin, end, [&](const auto& each) { return each.second != key; });
+    if (found == end) return std::nullopt;
+    const std::uint64_t taken = found->second;
+    filed.deals.erase(found);
+    filed.keys.erase(taken);
+    return taken;
+}
+
+void CLinkageManager::dropImported(const std::string& accountKey,
+                                   const vexservice::CDealDetail& deal) {
+    if (!m_pServerHistory->hasFiled() && m_pImports->deals.empty()) return;
+    const auto other = m_pServerHistory->takeDeal(accountKey, deal.m_strTradeDate, traitsOf(deal),
+                                                  deal.recordKey());
+    if (other) {
+        const int day = m_pLedger->day(deal.m_strTradeDate);
+        m_pLedger->removeFiledDeals(day, accountKey, {*other});
+        unreportImported(accountKey, day, *other);
+    }
+    noteReported(accountKey, deal);
 }
 
 void CLinkageManager::requestAccountDeals(const std::string& accountKey,
@@ -192,8 +260,9 @@ void CLinkageManager::takeHistoryAnswer(std::uint64_t number, const utils::VexEr
     if (!query) return;
     std::string fault;
     if (error.isOk()) {
-        fileAnswer(*m_pLedger, m_pImported->of<Record>(), *query, m_pServerHistory->filed(*query),
-                   records);
+        fileAnswer(*m_pLedger, *query, m_pServerHistory->filed(*query), records);
+        relinkImported<Record>(query->accountKey,
+                               dayKey(query->day.toString(FORMAT).toStdString()));
     } else {
         fault = fmt::format("error {0} {1}", error.m_nError, error.m_strText);
     }

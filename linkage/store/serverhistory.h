@@ -14,6 +14,7 @@
 #include <set>
 #include <string>
 #include <tuple>
+#include <unordered_map>
 
 namespace TC {
 
@@ -56,8 +57,19 @@ public:
     /// Ends the wait for an answer; nothing when it is over already.
     std::optional<HistoryQuery> close(std::uint64_t number);
 
-    /// The records that only the server has filed under the query's day.
-    Keys& filed(const HistoryQuery& query);
+    /// The records that only the server has filed under a day.
+    struct Filed {
+        Keys keys;
+        /// Of deals: their keys by what they have in common with the same deal as it is
+        /// reported (number and values).
+        std::unordered_multimap<std::string, std::uint64_t> deals;
+    };
+    Filed& filed(const HistoryQuery& query);
+    bool hasFiled() const { return !m_filed.empty(); }
+    /// Takes out a deal that is filed under another key than `key` and has this in common;
+    /// nothing when there is none.
+    std::optional<std::uint64_t> takeDeal(const std::string& accountKey, const std::string& date,
+                                          const std::string& common, std::uint64_t key);
 
 private:
     struct Open {
@@ -67,7 +79,7 @@ private:
 
     std::uint64_t m_nLast = 0;
     std::map<std::uint64_t, Open> m_open;
-    std::map<std::tuple<EHistoryRecords, std::string, QDate>, Keys> m_filed;
+    std::map<std::tuple<EHistoryRecords, std::string, QDate>, Filed> m_filed;
 };
 
 }  // namespace TC

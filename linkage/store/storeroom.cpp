@@ -1,21 +1,32 @@
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/enginestate.h"
 #include "linkage/core/managerstate.h"
 #include "linkage/core/published.h"
 #include "linkage/store/csvfiles.h"
 #include "linkage/store/filesaver.h"
 #include "linkage/store/historystate.h"
-#include "linkage/store/import/samerecord.h"
+#include "linkage/store/importstate.h"
 #include "linkage/store/serverhistory.h"
+#include "platform/services/clientconfig.h"
+
+#include <QFile>
 
 namespace TC {
 
 RoomPtr<HistoryState> CLinkageManager::makeHistoryState() { return makeRoom<HistoryState>(); }
 
-RoomPtr<CServerHistory> CLinkageManager::makeServerHistory() { return makeRoom<CServerHistory>(); }
-
-RoomPtr<ImportedRecords> CLinkageManager::makeImportedRecords() {
-    return makeRoom<ImportedRecords>();
+RoomPtr<ImportState> CLinkageManager::makeImportState() {
+    const QString directory = getDataDir() + "/" + "Balance" + "/" + "imports";
+    return makeRoom<ImportState>(QFile::encodeName(directory).toStdString(),
+                                 std::make_unique<CDiskFiles>(), m_pSaver->directoryLock(), m_pDoor,
+                                 [this] {
+                                     if (!m_pEngine->hasStrand()) return false;
+                                     post([this] { retryImportsLater(); });
+                                     return true;
+                                 });
 }
+
+RoomPtr<CServerHistory> CLinkageManager::makeServerHistory() { return makeRoom<CServerHistory>(); }
 
 void CLinkageManager::newStoreDay() {
     m_pHistory->m_alreadyAddedKeys.clear();

@@ -70,7 +70,7 @@ TEST_F(Import, FilesDealsOfTheNamedAccountOnce) {
     }
 
     // The same deals again, in the same file and in one of another format.
-    for (const char* file : {"deals.xls", "deals_text.xls", "deals.xlsx"}) {
+    for (const char* file : {"deals.xls", "deals_text.xls", "deals.xlsx", "deals.ods"}) {
         EXPECT_EQ(countsOf(f.manager().importData(sample(file))),
                   "7 read, 5 taken, 0 added, 2 skipped")
             << file;
@@ -159,21 +159,72 @@ TEST_F(Import, WhatTheTradingSystemReportsLaterTakesThePlaceOfWhatWasImported) {
     EXPECT_EQ(orders(), "r");
 }
 
-TEST_F(Import, AnnouncesNewStocksOfTheRunningDayAndSaysHowLongTheyStay) {
+TEST_F(Import, AnnouncesNewStocksOfTheRunningDayAndBringsThemBack) {
     take("10001,20231229,600036,买入,10,100,1\n");
     EXPECT_TRUE(f.signalNames().empty());
     const QByteArray row = "10001,20240102,600036,买入,10,100,1\n";
-    const auto report = take(row);
+    take(row);
     EXPECT_EQ(f.signalNames(), (std::vector<std::string>{"stocksChanged"}));
     EXPECT_EQ(f.manager().getStocks(), (std::set<std::string>{"SH600036"}));
-    EXPECT_TRUE(report.notes.contains(
-        "records of the running day stay until the account is requested again"));
     f.forget();
     take(row);
     EXPECT_TRUE(f.signalNames().empty());
     f.manager().requestAccount("A");
     f.settle();
-    EXPECT_EQ(dealsOf("A", "20240102"), 0u);
+    EXPECT_EQ(dealsOf("A", "20240102"), 1u);
+    f.deal({.account = "A", .key = 1, .stock = "SH600036"});
+    f.manager().requestAccount("A");
+    f.settle();
+    EXPECT_EQ(dealsOf("A", "20240102"), 1u) << "reported meanwhile";
+}
+
+TEST_F(Import, IsSeenBeforeAndTakenBackAndSurvivesARestart) {
+    const auto daysOf = [](const TC::ImportReport& report) {
+        std::string text;
+        for (const auto& day : report.days) {
+            text += fmt::format("{} {}: {} of {:.0f} and {:.0f}, new {} matched {} reported {}\n",
+                                day.account, day.date, day.records, day.bought, day.sold, day.added,
+                                day.matched, day.reported);
+        }
+        return text;
+    };
+    const QByteArray rows =
+        "10001,20231229,600036,买入,10,100,1\n10001,20231229,600036,卖出,11,200,\n"
+        "20002,20231229,600036,买入,10,100,1\n10001,20240102,600000,买入,10,100,5\n";
+    f.deal({.account = "A", .key = 5});
+    const auto before = f.state();
+    const auto preview = f.manager().importPreview(csv(rows));
+    EXPECT_EQ(countsOf(preview), "4 read, 3 taken, 3 added, 1 skipped");
+    EXPECT_EQ(daysOf(preview),
+              "A 20231229: 2 of 1000 and 2200, new 2 matched 0 reported 0\n"
+              "A 20240102: 1 of 1000 and 0, new 0 matched 0 reported 1\n"
+              "B 20231229: 1 of 1000 and 0, new 1 matched 0 reported 0\n");
+    EXPECT_EQ(f.state().dealDetails, before.dealDetails);
+    EXPECT_TRUE(f.manager().getImports().empty());
+
+    const auto report = take(rows);
+    EXPECT_EQ(countsOf(report), countsOf(preview));
+    EXPECT_EQ(daysOf(report), daysOf(preview));
+    EXPECT_EQ(report.number, 1);
+    // Without numbers the same deals are matched, and stay when the first import goes.
+    const auto second = take("10001,20231229,600036,买入,10,100,\n");
+    EXPECT_EQ(daysOf(second), "A 20231229: 1 of 1000 and 0, new 0 matched 1 reported 0\n");
+    EXPECT_EQ(second.number, 2);
+    const auto restart = [&] {
+        f.release();
+        f.init();
+    };
+    restart();
+    EXPECT_EQ(f.manager().getImports().size(), 2u);
+    EXPECT_EQ(dealsOf("A", "20231229"), 2u);
+    EXPECT_TRUE(f.manager().undoImport(1));
+    EXPECT_FALSE(f.manager().undoImport(1));
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(dealsOf("A", "20231229"), 1u);
+        EXPECT_EQ(dealsOf("B", "20231229"), 0u);
+        EXPECT_EQ(dealsOf("A", "20240102"), 1u) << "as it is reported";
+        restart();
+    }
 }
 
 TEST_F(Import, ListsSoManySkippedRowsAndCountsTheRest) {

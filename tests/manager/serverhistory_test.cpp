@@ -87,6 +87,16 @@ TEST_F(ServerHistory, ARepeatedQueryReplacesWhatTheServerFiledAndNothingElse) {
     askDeals("20240104", "20240104");
     EXPECT_EQ(keys("20240104"), (Texts{"2", "7"})) << "it is not the server's any more";
 
+    // Reported and answered under different keys, the same number is one record.
+    f.deal({.key = 8, .dealId = "N8", .tradeDate = "20240104"});
+    const auto answered = f.makeDeal({.key = 80, .dealId = "N8", .tradeDate = "20240104"});
+    const auto later = f.makeDeal({.key = 90, .dealId = "N9", .tradeDate = "20240104"});
+    server("20240104", {.deals = {answered, later}});
+    askDeals("20240104", "20240104");
+    EXPECT_EQ(keys("20240104"), (Texts{"2", "7", "8", "90"}));
+    f.deal({.key = 9, .dealId = "N9", .tradeDate = "20240104"});
+    EXPECT_EQ(keys("20240104"), (Texts{"2", "7", "8", "9"}));
+
     // The same for orders, over the limits of small tables.
     std::vector<boost::shared_ptr<vexservice::COrderDetail>> orders;
     for (std::uint64_t key = 1; key <= 500; ++key) {

@@ -73,7 +73,8 @@ std::string shown(const Statement& statement) {
 }
 
 const char* const kDealFiles[] = {"deals.xls",      "deals.xlsx",        "deals_utf8.csv",
-                                  "deals_mark.csv", "deals_gb18030.csv", "deals_text.xls"};
+                                  "deals_mark.csv", "deals_gb18030.csv", "deals_text.xls",
+                                  "deals.ods"};
 
 TEST(ImportFiles, EveryFormatGivesTheSameDeals) {
     std::vector<std::uint64_t> keys;
@@ -94,6 +95,8 @@ TEST(ImportFiles, EveryFormatGivesTheSameDeals) {
         EXPECT_EQ(std::set(own.begin(), own.end()).size(), 5u);
         if (keys.empty()) keys = own;
         EXPECT_EQ(own, keys);
+        EXPECT_EQ(statement.notes.contains("sheet \"备份\" is hidden and was left out"),
+                  std::string(file) == "deals.ods");
     }
 }
 
@@ -191,6 +194,31 @@ TEST(ImportFiles, TextsOfWorkbooksInEveryForm) {
     EXPECT_EQ(statement.skipped[0].reason, "volume is not a number: #N/A");
 }
 
+/// A hidden sheet is not read. Rows that stand on two sheets count once.
+TEST(ImportFiles, SheetsThatRepeatOthersOrAreHidden) {
+    const QByteArray head =
+        "<row><c t='str'><v>成交日期</v></c><c t='str'><v>证券代码</v></c><c t='str'><v>买卖</v>"
+        "</c><c t='str'><v>价格</v></c><c t='str'><v>数量</v></c></row>";
+    const QByteArray deal =
+        "<row><c><v>20230201</v></c><c><v>600000</v></c><c t='str'><v>买</v></c>"
+        "<c><v>7</v></c><c><v>100</v></c></row>";
+    auto parts = workbookParts(head + deal + deal);
+    parts[1].content =
+        "<workbook xmlns:r='r'><sheets><sheet name='a' r:id='r1'/><sheet name='b' r:id='r2'/>"
+        "<sheet name='c' r:id='r1' state='veryHidden'/></sheets></workbook>";
+    parts[2].content.replace("</Rel",
+                             "<Relationship Id='r2' Type='x/worksheet' Target='b.xml'/></Rel");
+    parts.push_back({"xl/b.xml", "<worksheet><sheetData>" + head + deal + deal + deal +
+                                     "</sheetData></worksheet>"});
+    const Statement statement = readStatement(bookOf(zipped(parts)), "20240102");
+    EXPECT_EQ(statement.deals.size(), 3u);
+    ASSERT_EQ(statement.skipped.size(), 2u);
+    EXPECT_EQ(statement.skipped[0].reason, "stands on sheet \"a\" already");
+    EXPECT_EQ(statement.notes,
+              (QStringList{"sheet \"c\" is hidden and was left out",
+                           "sheet \"b\" repeats rows of sheet \"a\"; they count once"}));
+}
+
 /// Pieces of the form "before0after", each with another number.
 QByteArray numbered(const QByteArray& before, const QByteArray& after, qint64 size) {
     QByteArray all;
@@ -221,7 +249,7 @@ TEST(ImportFiles, HostileContentIsRefused) {
         {"empty", "", "the file is empty"},
         {"binary", QByteArray("\x7f\x45LF\x01\x00\x02", 7),
          "the file is neither a workbook nor a text"},
-        {"web", " <html><table>", "the file is a web page or XML; save it as a workbook"},
+        {"web", " <html><p>", "the file is a web page or XML; save it as a workbook"},
         {"page", kHeaderLine + "\xff\xff", "the text is neither valid UTF-8 nor valid GB18030"},
         {"rows", kHeaderLine + row.repeated(kMaxRows), rowsLimit},
         {"columns", kHeaderLine + x.left(300).replace('x', "1,"), columnsLimit},

@@ -3,6 +3,7 @@
 #include "linkage/store/import/cellvalues.h"
 #include "linkage/store/import/readers.h"
 
+#include <QFile>
 #include <QTextCodec>
 
 #include <fmt/format.h>
@@ -11,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <map>
 #include <set>
 
 namespace statementtest {
@@ -184,20 +186,65 @@ TEST(Statement, TakesDealsAndSaysWhyNotTheRest) {
     }
 }
 
-TEST(Statement, FindsColumnsByName) {
+/// What is made of a file, as the table of files tells it.
+std::string told(const QByteArray& bytes) {
+    Statement statement;
+    try {
+        statement = readStatement(readBytes(bytes), "20240102");
+    } catch (const Refusal& why) {
+        return "refused: " + why.text.toStdString() + "\n";
+    }
+    const bool deals = statement.kind == TC::ImportReport::Kind::Deals;
+    std::string text = deals ? "deals\n" : "orders\n";
+    struct Sums {
+        int count = 0;
+        double bought = 0, sold = 0;
+    };
+    std::map<std::string, Sums> days;
+    const auto count = [&](const auto& rows, auto amount) {
+        for (const auto& row : rows) {
+            Sums& sums = days[row.fundAccount.toStdString() + " " + row.record->m_strTradeDate];
+            ++sums.count;
+            const bool buys = row.record->m_eDirection == vexservice::ENTRUST_BUY;
+            (buys ? sums.bought : sums.sold) += amount(*row.record);
+        }
+    };
+    count(statement.deals, [](const auto& deal) { return deal.m_dAmount; });
+    count(statement.orders, [](const auto& order) { return order.m_dTradedAmount; });
+    for (const auto& [day, sums] : days) {
+        text += fmt::format("{}: {}, bought {:.2f}, sold {:.2f}\n", day, sums.count, sums.bought,
+                            sums.sold);
+    }
+    for (const auto& row : statement.skipped) {
+        text += fmt::format("row {}: {}\n", row.row, row.reason.toStdString());
+    }
+    for (const QString& note : statement.notes) text += "note: " + note.toStdString() + "\n";
+    return text;
+}
+
+TEST(Statement, TableOfFiles) {
+    QFile file(QStringLiteral(LINKAGE_SOURCE_DIR "/tests/data/import/statements.txt"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QStringList cases = QString::fromUtf8(file.readAll()).split("\n### ").mid(1);
+    ASSERT_GT(cases.size(), 20);
+    for (const QString& each : cases) {
+        const int begin = each.indexOf('\n') + 1;
+        const int end = each.indexOf("--- told\n");
+        ASSERT_GT(end, begin) << each.toStdString();
+        const QByteArray content = each.mid(begin, end - begin).toUtf8();
+        const QString expected = each.mid(end + 9).trimmed();
+        EXPECT_EQ(QString::fromStdString(told(content)).trimmed().toStdString(),
+                  expected.toStdString())
+            << each.left(begin).toStdString();
+    }
+    // The same in another encoding.
+    const QString wide = cases.front().section('\n', 1).section("--- told", 0, 0);
+    const QByteArray utf16 = QTextCodec::codecForName("UTF-16LE")->fromUnicode(wide);
+    EXPECT_EQ(told("\xff\xfe" + utf16), told(wide.toUtf8()));
+}
+
+TEST(Statement, SeparatorsInsideCells) {
     const std::pair<QByteArray, std::string> rows[] = {
-        // titles, units, blanks and full-width brackets; the time behind the date
-        {"对账单\n\n成交 时间,成交价格(元),成交数量（股）,操作,股票代码\n"
-         "2023-02-01 09:30:00,7,100,买,600000\n",
-         "20230201 093000 SH600000 B 100@7=700.00"},
-        // the kind of business decides, and the dealt volume counts, not the moved one
-        {"交易日期,业务类型,证券代码,买卖标志,成交价格,发生数量,成交数量,申报时间,成交时间,"
-         "业务名称\n"
-         "20230201,竞价,600000,买入,7,200,100,9:48:10,9:48:13,证券买入\n"
-         "20230201,竞价,600000,买入,7,200,100,9:48:10,9:48:13,股息入账\n"
-         "20230201,竞价,600000,卖出,7,200,100,9:48:10,9:48:13,证券买入\n",
-         "20230201 094813 SH600000 B 100@7=700.00; row 3: not a deal: 股息入账; "
-         "row 4: two sides: 证券买入, 卖出"},
         // tab-separated, with commas inside numbers; a quote that nobody closes
         {"成交日期\t证券代码\t证券名称\t买卖\t价格\t数量\n"
          "20230201\t600000\t\"浦发\t买入\t7.00\t1,000\n",
@@ -206,38 +253,8 @@ TEST(Statement, FindsColumnsByName) {
         {"成交日期\t,证券代码\t,买卖\t,价格\t,数量\t\n"
          "20230201\t,\"=\"\"000001\"\"\",买入\t,7\t,100\t\n",
          "20230201  SZ000001 B 100@7=700.00"},
-        // units of whole columns: lots of shares and of bonds, ten thousands, a foreign one
-        {"成交日期,证券代码,买卖,成交价格(元),成交数量(手),成交金额（万元）\n"
-         "20230201,600000,买,7,1.5,0.105\n20230201,113052,卖,116.25,1,0.11625\n"
-         "20230201,600000,买,7,21474837,1\n",
-         "20230201  SH600000 B 150@7=1050.00; 20230201  SH113052 S 10@116.25=1162.50; "
-         "row 4: volume is out of range: 21474837"},
-        // the holder's code says whose bond it is
-        {"成交日期,股东代码,证券代码,买卖,成交价格,成交数量(股),成交金额(美元)\n"
-         "20230201,A123456789,112001,买,7,100,99\n",
-         "row 2: in another currency: 成交金额(美元)"},
-        // rows that did not trade
-        {"成交日期,证券代码,买卖,价格,数量,成交状态,成交类型\n"
-         "20230201,600000,买,7,1,成交,普通成交\n20230201,600000,买,7,2,撤单,\n"
-         "20230201,600000,买,7,3,已撤,\n20230201,600000,买,7,4,废单,\n"
-         "20230201,600000,买,7,5,部撤,买卖\n20230201,600000,买,7,6,,撤单成交\n",
-         "20230201  SH600000 B 1@7=7.00; 20230201  SH600000 B 5@7=35.00; row 3: not a deal: 撤单; "
-         "row 4: not a deal: 已撤; row 5: not a deal: 废单; row 7: not a deal: 撤单成交"},
-        // several tables: one with other places and its own day, one that holds no deals
-        {"日期:20230201\n证券代码,买卖,价格,数量\n600000,买,7,100\n日期:20230202\n"
-         "数量(手),证券代码,价格,买卖\n2,600000,8,卖\n证券代码,市场,余额,数量,价格\n"
-         "600000,SH,卖,300,9\n",
-         "20230201  SH600000 B 100@7=700.00; 20230202  SH600000 S 200@8=1600.00; "
-         "row 4: not a deal: no side; row 5: the column names again; "
-         "row 7: belongs to another table; row 8: belongs to another table"},
-        // what cannot be read as a list of trades
-        {"a,b\n1,2\n", "no row of column names was found in the first 50 rows"},
-        {"成交日期,证券代码,买卖标志,成交价格\n", "columns are missing: 成交数量"},
     };
-    for (const auto& [csv, expected] : rows) EXPECT_EQ(shown(csv), expected) << csv.toStdString();
-    const QString wide = QString::fromUtf8(rows[0].first);
-    const QByteArray utf16 = QTextCodec::codecForName("UTF-16LE")->fromUnicode(wide);
-    EXPECT_EQ(shown("\xff\xfe" + utf16), rows[0].second);
+    for (const auto& [csv, expected] : rows) EXPECT_EQ(shown(csv), expected);
 }
 
 TEST(Statement, FindsTheDayInTheTitle) {

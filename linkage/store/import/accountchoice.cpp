@@ -3,11 +3,14 @@
 #include "linkage/store/import/cellvalues.h"
 
 #include <QRegularExpression>
+#include <QSet>
 #include <QStringList>
 
 namespace TC::statement {
 
 namespace {
+
+constexpr int LONGEST_NAME = 40;  ///< in a text for the user
 
 /// Workbooks lose the zeros in front of numbers.
 QString withoutZeros(QString name) {
@@ -36,22 +39,23 @@ CAccountChoice::CAccountChoice(const std::vector<Account>& followed,
             insert(m_byNameWithoutZeros, withoutZeros(name), account);
         }
     }
-    QStringList fundAccounts;
+    QSet<QString> different;
+    QStringList fundAccounts;  // the first of them, for the user
     QString unclear;
     for (const NamedAccount& each : named) {
         const Choice found = find(each);
         if (found.account) return;
         if (found.isUnclear) unclear = found.why;
-        if (!each.fundAccount.isEmpty() && !fundAccounts.contains(each.fundAccount)) {
-            fundAccounts << each.fundAccount;
-        }
+        if (each.fundAccount.isEmpty() || different.contains(each.fundAccount)) continue;
+        different.insert(each.fundAccount);
+        if (fundAccounts.size() < 5) fundAccounts << each.fundAccount.left(LONGEST_NAME);
     }
-    const QString names = fundAccounts.mid(0, 5).join(QStringLiteral(", "));
+    const QString names = fundAccounts.join(QStringLiteral(", "));
     if (followed.empty()) {
         m_refusal = QStringLiteral("no account is followed");
     } else if (!unclear.isEmpty()) {
         m_refusal = unclear;
-    } else if (followed.size() > 1 || fundAccounts.size() > 1) {
+    } else if (followed.size() > 1 || different.size() > 1) {
         m_refusal =
             names.isEmpty()
                 ? QStringLiteral("the file names no account, and several are followed")
@@ -68,17 +72,19 @@ CAccountChoice::CAccountChoice(const std::vector<Account>& followed,
 CAccountChoice::Choice CAccountChoice::find(const NamedAccount& named) const {
     const QString& id = named.fundAccount.isEmpty() ? named.holder : named.fundAccount;
     if (id.isEmpty()) return {{}, QStringLiteral("the row names no account"), false};
+    const QString shown = id.left(LONGEST_NAME);
     const QString name = plainText(id);
     auto found = m_byName.constFind(name);
     if (found == m_byName.constEnd()) {
         found = m_byNameWithoutZeros.constFind(withoutZeros(name));
         if (found == m_byNameWithoutZeros.constEnd()) {
-            return {{}, QStringLiteral("account %1 is not followed").arg(id), false};
+            return {{}, QStringLiteral("account %1 is not followed").arg(shown), false};
         }
     }
     if (!found.value()) {
-        return {
-            {}, QStringLiteral("account %1 may be one of several that are followed").arg(id), true};
+        return {{},
+                QStringLiteral("account %1 may be one of several that are followed").arg(shown),
+                true};
     }
     return {found.value(), QString(), false};
 }

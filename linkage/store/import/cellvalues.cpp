@@ -14,6 +14,7 @@ constexpr int kFirstYear = 1990;
 constexpr int kLastYear = 2037;  // the last whole year that seconds in an int can name
 constexpr int kDays1904 = 1462;
 constexpr int kSecondsPerDay = 86400;
+constexpr int kLongestFigure = 64;  ///< characters of a number, date or time
 
 std::optional<std::string> dateText(const QDate& date) {
     if (!date.isValid() || date.year() < kFirstYear || date.year() > kLastYear) return {};
@@ -78,6 +79,9 @@ QString Value::display() const {
 }
 
 QString plainText(const QString& text) {
+    // What is longer is no word of ours; many cells may have the same long text.
+    constexpr int LONGEST = 512;
+    if (text.size() > LONGEST) return text;
     QString plain;
     plain.reserve(text.size());
     for (const QChar c : text.normalized(QString::NormalizationForm_KC)) {
@@ -90,6 +94,7 @@ std::optional<double> cellNumber(const Value& value) {
     if (value.isNumber) {
         return std::isfinite(value.number) ? std::optional(value.number) : std::nullopt;
     }
+    if (value.text.size() > kLongestFigure) return {};
     static const QRegularExpression grouped(QStringLiteral("^[+-]?\\d{1,3}(,\\d{3})+(\\.\\d*)?$"));
     static const QRegularExpression plain(
         QStringLiteral("^[+-]?(\\d+\\.?\\d*|\\.\\d+)(E[+-]?\\d+)?$"));
@@ -109,6 +114,7 @@ std::optional<DateTime> dateOf(const Value& value, bool dates1904) {
     static const QRegularExpression digits(
         QStringLiteral("^(\\d{4})(\\d{2})(\\d{2})(?:[T\\s]*(\\d{6}|\\d{1,2}:\\S+))?$"));
     static const QRegularExpression serial(QStringLiteral("^\\d{5}(\\.\\d+)?$"));
+    if (value.text.size() > kLongestFigure) return {};
     const QString text = spaced(value.display());
     if (serial.match(text).hasMatch()) return dateOfSerial(text.toDouble(), dates1904);
     auto match = dashed.match(text);
@@ -131,6 +137,7 @@ std::string timeOf(const Value& value) {
     static const QRegularExpression clock(
         QStringLiteral("(?:^|[T\\s])(\\d{1,2}):(\\d{2})(?::(\\d{2})(?:\\.\\d+)?)?$"));
     static const QRegularExpression digits(QStringLiteral("^\\d{4,9}$"));
+    if (value.text.size() > kLongestFigure) return {};
     const QString text = spaced(value.text);
     const auto match = clock.match(text);
     if (match.hasMatch()) {

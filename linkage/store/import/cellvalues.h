@@ -23,7 +23,8 @@ struct LINKAGE_EXPORT Value {
     QString display() const;
 };
 
-/// Without blanks, full-width characters in their plain form, upper case.
+/// Without blanks, full-width characters in their plain form, upper case. A text of more than
+/// 512 characters stays as it is.
 QString plainText(const QString& text);
 
 /// Finite number out of a cell: thousands separators, full-width digits, the sign of the yuan

@@ -76,6 +76,8 @@ struct HeaderText {
 };
 
 HeaderText headerText(const QString& text) {
+    constexpr int LONGEST = 64;
+    if (text.size() > LONGEST) return {};
     const QString whole = plainText(text).remove('*');
     const int bracket = whole.indexOf('(');
     if (bracket <= 0 || !whole.endsWith(')')) return {whole, QString()};
@@ -113,8 +115,10 @@ bool isColumnOfOthers(const QString& name) {
         const QStringList words =
             QStringLiteral(
                 "证券名称 股票名称 名称 余额 股份余额 证券余额 当前余额 剩余数量 可用余额 可用数量 "
-                "可卖数量 冻结数量 持仓数量 持仓 市值 最新市值 参考市值 成本价 参考成本价 摊薄成本价 "
-                "盈亏 浮动盈亏 参考盈亏 盈亏比例 市价 最新价 当前价 现价 资金余额 本次余额 后资金额 "
+                "可卖数量 冻结数量 持仓数量 持仓 市值 最新市值 参考市值 成本价 参考成本价 "
+                "摊薄成本价 "
+                "盈亏 浮动盈亏 参考盈亏 盈亏比例 市价 最新价 当前价 现价 资金余额 本次余额 "
+                "后资金额 "
                 "可用金额 发生金额 收入金额 付出金额 起始配号 配号数量 中签数量 申购代码 申购日期 "
                 "利息 序号 笔数 成交笔数 流水号")
                 .split(' ');
@@ -126,7 +130,8 @@ bool isColumnOfOthers(const QString& name) {
 /// What a column's name tells of the kind of its list.
 void weigh(const QString& name, Header& header) {
     static const QStringList fees =
-        QStringLiteral("佣金 手续费 印花税 过户费 规费 经手费 证管费 清算金额 交收金额 发生金额 净佣金")
+        QStringLiteral(
+            "佣金 手续费 印花税 过户费 规费 经手费 证管费 清算金额 交收金额 发生金额 净佣金")
             .split(' ');
     if (hasMeaning(name, COL_DEAL_NUMBER)) header.ofDeals += 3;
     const bool ofDeal = name.startsWith(QStringLiteral("成交")) ||
@@ -159,8 +164,8 @@ int besideOf(const std::vector<HeaderCell>& cells) {
 }  // namespace
 
 bool Header::mayHoldOrders() const {
-    const bool plain = has(COL_ANY_PRICE) && has(COL_ANY_VOLUME) &&
-                       place[COL_VOLUME] != place[COL_ANY_VOLUME];
+    const bool plain =
+        has(COL_ANY_PRICE) && has(COL_ANY_VOLUME) && place[COL_VOLUME] != place[COL_ANY_VOLUME];
     const bool ordered = has(COL_ORDER_VOLUME) && has(COL_ORDER_PRICE);
     return has(COL_CODE) && has(COL_SIDE) && (ordered || plain);
 }

@@ -60,11 +60,11 @@ struct Header {
     std::array<EUnit, COL_COUNT> unit{};  ///< what the column's figures count
     QStringList foreignUnits;             ///< columns left out because of their unit
     QString currency;                     ///< a column in another currency; empty for none
-    int names = 0;      ///< cells that name a column of any list, trades or not
-    int last = -1;      ///< sheet column of the last name
-    int beside = -1;    ///< where a second table begins to the right; -1 for none
-    int ofDeals = 0;    ///< how much the names speak for a list of deals
-    int ofOrders = 0;   ///< and of orders
+    int names = 0;                        ///< cells that name a column of any list, trades or not
+    int last = -1;                        ///< sheet column of the last name
+    int beside = -1;                      ///< where a second table begins to the right; -1 for none
+    int ofDeals = 0;                      ///< how much the names speak for a list of deals
+    int ofOrders = 0;                     ///< and of orders
 
     bool has(EColumn column) const { return place[column] >= 0; }
     /// What a list of orders, or of deals, has at least.
@@ -88,20 +88,21 @@ Header headerOf(const CWorkbook& book, std::span<const Cell> cells);
 /// The columns of two rows of names, the upper of which spans several of the lower.
 Header headerOf(const CWorkbook& book, std::span<const Cell> upper, std::span<const Cell> lower);
 
-/// A row's cells by what they hold; figures in ten thousands are multiplied out, figures in lots are marked.
+/// A row's cells by what they hold; figures in ten thousands are multiplied out, figures in lots
+/// are marked.
 RowValues valuesOf(const CWorkbook& book, const Header& header, std::span<const Cell> cells);
 
 /// What the lines above a header, or between its rows, say of the rows below. The day on
 /// which a list was printed or written says nothing of its rows.
 struct TitleLines {
     QString fundAccount;
-    std::vector<std::string> dates;   ///< different ones, "yyyyMMdd"
-    QString currency;                 ///< another one than the yuan
-    bool namesUnknownAccount = false; ///< an account is named in words that are not understood
+    std::vector<std::string> dates;    ///< different ones, "yyyyMMdd"
+    QString currency;                  ///< another one than the yuan
+    bool namesUnknownAccount = false;  ///< an account is named in words that are not understood
     bool namesUnknownDay = false;
-    bool ofDeals = false;             ///< "成交明细"
-    bool ofOrders = false;            ///< "当日委托"
-    bool ofOthers = false;            ///< holdings, flows of money, subscriptions, sums
+    bool ofDeals = false;   ///< "成交明细"
+    bool ofOrders = false;  ///< "当日委托"
+    bool ofOthers = false;  ///< holdings, flows of money, subscriptions, sums
     bool ofHongKong = false;
 };
 void readTitleLine(const CWorkbook& book, std::span<const Cell> cells, TitleLines& titles);

@@ -59,25 +59,29 @@ EFormat detectFormat(const QByteArray& bytes) {
     if (hasControlCharacters(bytes)) {
         throw Refusal(QStringLiteral("the file is neither a workbook nor a text"));
     }
-    const QByteArray head = bytes.left(512).trimmed();
-    if (head.startsWith('<') || head.startsWith("\xef\xbb\xbf<")) {
+    QByteArray head = bytes.left(512).trimmed().toLower();
+    if (head.startsWith("\xef\xbb\xbf")) head.remove(0, 3);
+    if (head.startsWith('<') && (head.contains("<?xml") || !bytes.toLower().contains("<table"))) {
         throw Refusal(QStringLiteral("the file is a web page or XML; save it as a workbook"));
     }
     return EFormat::Text;
 }
 
+CWorkbook readBytes(const QByteArray& bytes) {
+    switch (detectFormat(bytes)) {
+        case EFormat::Xlsx:
+            return readXlsx(bytes);
+        case EFormat::Xls:
+            return readXls(bytes);
+        case EFormat::Text:
+            break;
+    }
+    return readText(bytes);
+}
+
 CWorkbook readFile(const QString& path) {
     try {
-        const QByteArray bytes = wholeFile(path);
-        switch (detectFormat(bytes)) {
-            case EFormat::Xlsx:
-                return readXlsx(bytes);
-            case EFormat::Xls:
-                return readXls(bytes);
-            case EFormat::Text:
-                break;
-        }
-        return readText(bytes);
+        return readBytes(wholeFile(path));
     } catch (const std::bad_alloc&) {
         throw Refusal(QStringLiteral("there is not enough memory to read the file"));
     }

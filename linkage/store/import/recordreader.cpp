@@ -23,7 +23,7 @@ constexpr double kMaxInterest = 0.10;
 /// What is neither share nor fund nor bond may be quoted by the hundred, or as a rate.
 constexpr double kMaxFactor = 200;
 
-QString shown(const Value& value) { return value.display().simplified().left(40); }
+QString shown(const Value& value) { return value.display().left(200).simplified().left(40); }
 
 [[noreturn]] void skip(const QString& reason) { throw SkippedRow{reason}; }
 
@@ -56,7 +56,7 @@ ESide sideOfRow(const RowValues& values) {
     if (first.isEmpty()) skip(QStringLiteral("not a deal: no side"));
     const auto side = sideOf(first.display());
     if (!side && speaksOfSide(first.display()) && !saysVoid(first.display())) {
-        skip(QStringLiteral("the side is not understood: %1").arg(shown(first)));
+        throw SkippedRow{QStringLiteral("the side is not understood: %1").arg(shown(first)), true};
     }
     if (!side) skip(QStringLiteral("not a deal: %1").arg(shown(first)));
     const auto second = sideOf(values[COL_SIDE].display());
@@ -70,8 +70,9 @@ ESide sideOfRow(const RowValues& values) {
 int shares(const Value& value, const Instrument& instrument, ESide side, const char* what,
            const RowContext& context) {
     const auto lot = lotOf(instrument);
-    if (value.isLots && !lot) skip(QStringLiteral("the lot of %1 is not known").arg(
-        QString::fromStdString(instrument.code)));
+    if (value.isLots && !lot)
+        skip(QStringLiteral("the lot of %1 is not known")
+                 .arg(QString::fromStdString(instrument.code)));
     const int volume = wholeNumber(value, what, value.isLots ? *lot : 1);
     if (volume < 0 && side == ESide::Buy) {
         skip(QStringLiteral("a purchase of %1 shares").arg(volume));
@@ -112,9 +113,8 @@ DateTime dateOfRow(const RowValues& values, const RowContext& context,
 
 Instrument instrumentOfRow(const RowValues& values, const RowContext& context) {
     if (values[COL_CODE].isEmpty()) skip(QStringLiteral("no code"));
-    const auto instrument =
-        instrumentOf(values[COL_CODE], values[COL_MARKET].display(), values[COL_HOLDER].display(),
-                     context.isOfHongKong);
+    const auto instrument = instrumentOf(values[COL_CODE], values[COL_MARKET].display(),
+                                         values[COL_HOLDER].display(), context.isOfHongKong);
     if (!instrument) {
         const bool other = instrumentOf(values[COL_CODE], QString(), QString()).has_value();
         if (other && !values[COL_MARKET].isEmpty()) {
@@ -128,7 +128,9 @@ Instrument instrumentOfRow(const RowValues& values, const RowContext& context) {
 }
 
 QString numberText(const Value& value) {
+    constexpr int LONGEST = 64;
     const QString text = plainText(value.display());
+    if (text.size() > LONGEST) skip(QStringLiteral("no number is so long: %1").arg(shown(value)));
     return isUsableNumber(text) ? text : QString();
 }
 
@@ -339,7 +341,8 @@ boost::shared_ptr<vexservice::CDealDetail> readDeal(const RowValues& values,
         commonContent("D", *deal) + QStringLiteral("|%1|%2|").arg(volume).arg(price, 0, 'f', 6);
     if (number.isEmpty()) {
         content += QStringLiteral("%1|%2|").arg(amount, 0, 'f', 2) +
-                   QString::fromStdString(when.time) + '|' + withoutZeros(numberText(values[COL_ORDER_NUMBER]));
+                   QString::fromStdString(when.time) + '|' +
+                   withoutZeros(numberText(values[COL_ORDER_NUMBER]));
     } else {
         content += '#' + withoutZeros(number);
     }

@@ -15,6 +15,7 @@ namespace TC::statement {
 /// Why a row is not taken. Thrown and caught inside the reader only.
 struct SkippedRow {
     QString reason;
+    bool isUnknownSide = false;  ///< it speaks of buying or selling, in unknown words
 };
 
 /// How many rows of each content were seen in the file so far.
@@ -24,8 +25,8 @@ struct RowContext {
     const std::string& tableDate;  ///< the day of rows that have no date of their own
     const std::string& tradeDate;  ///< the last day that can be; "" when not known
     bool dates1904;
-    bool hasReversals;             ///< a negative sale takes one back
-    bool isOfHongKong;             ///< unless a row names another market
+    bool hasReversals;  ///< a negative sale takes one back
+    bool isOfHongKong;  ///< unless a row names another market
     const QString& fundAccount;
     Ordinals& ordinals;
 };

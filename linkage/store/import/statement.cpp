@@ -34,14 +34,11 @@ QString unclearTable() {
 
 std::vector<SheetRow> rowsOf(const CWorkbook::Sheet& sheet) {
     std::vector<SheetRow> rows;
-    forEachRow(sheet,
-               [&](int row, std::span<const Cell> cells) { rows.push_back({row, cells}); });
+    forEachRow(sheet, [&](int row, std::span<const Cell> cells) { rows.push_back({row, cells}); });
     return rows;
 }
 
-bool isDated(const Header& header) {
-    return header.has(COL_DATE) || header.has(COL_ORDER_DATE);
-}
+bool isDated(const Header& header) { return header.has(COL_DATE) || header.has(COL_ORDER_DATE); }
 
 bool hasFigures(const RowValues& values) {
     return cellNumber(values[COL_PRICE]) || cellNumber(values[COL_VOLUME]) ||
@@ -84,6 +81,9 @@ public:
             note(QStringLiteral("sheet \"%1\" is hidden and was left out").arg(name));
         }
         for (const auto& sheet : m_book.sheets()) readSheet(sheet);
+        if (m_nUnknownSides > 0) {
+            note(QStringLiteral("%1 rows name a side that is not understood").arg(m_nUnknownSides));
+        }
         if (m_statement.kind != Kind::None) return std::move(m_statement);
         if (m_bUnclear) throw Refusal(unclearTable());
         if (m_bSumsOnly) {
@@ -98,7 +98,9 @@ public:
 
 private:
     void note(const QString& text) {
-        if (!m_statement.notes.contains(text)) m_statement.notes << text;
+        constexpr int MOST_NOTES = 100;
+        if (m_statement.notes.size() >= MOST_NOTES || m_statement.notes.contains(text)) return;
+        m_statement.notes << text;
     }
 
     void rememberBest(const Header& header) {
@@ -114,6 +116,7 @@ private:
         m_sheet = sheet.name;
         m_rows = rowsOf(sheet);
         m_table = {};
+        m_nLooked = 0;
         m_ordinals.clear();
         readTitleWords(sheet.name, m_table.above);
         bool found = false;
@@ -148,8 +151,14 @@ private:
         return names;
     }
 
-    /// The rows below the names here, up to the next names.
-    std::span<const SheetRow> rowsBelow(std::size_t names) const {
+    /// The rows below the names here, up to the same names again. A sheet may change its
+    /// names at every row: then only a few rows are looked at each time.
+    std::span<const SheetRow> rowsBelow(std::size_t names) {
+        constexpr std::size_t LOOKS_PER_ROW = 4;
+        constexpr std::size_t FEW = 20;
+        const std::size_t most =
+            std::max(FEW, m_rows.size() * LOOKS_PER_ROW -
+                              std::min(m_nLooked, m_rows.size() * LOOKS_PER_ROW));
         const std::span<const SheetRow> rows(m_rows);
         std::size_t end = m_at + names;
         const std::span<const Cell> own = rows[m_at].cells;
@@ -157,7 +166,9 @@ private:
             const auto first = row.cells.front();
             return !first.isNumber && !own.front().isNumber && first.text == own.front().text;
         };
-        while (end < rows.size() && !isAgain(rows[end])) ++end;
+        const std::size_t last = std::min(rows.size(), end + most);
+        while (end < last && !isAgain(rows[end])) ++end;
+        m_nLooked += end - m_at - names;
         return rows.subspan(m_at + names, end - m_at - names);
     }
 
@@ -263,6 +274,7 @@ private:
             if (m_table.isTaken) return takeRow(here, values);
         } catch (const SkippedRow& why) {
             reason = why.reason;
+            m_nUnknownSides += why.isUnknownSide;
         }
         // A row of column names never reads as a trade, so it is looked for here only.
         const Names names = namesHere();
@@ -302,9 +314,9 @@ private:
     void checkRow(std::span<const Cell> cells) {
         const Header& header = m_table.header;
         if (!header.currency.isEmpty() || !m_table.titles.currency.isEmpty()) {
-            throw SkippedRow{QStringLiteral("in another currency: %1")
-                                 .arg(header.currency.isEmpty() ? m_table.titles.currency
-                                                                : header.currency)};
+            throw SkippedRow{
+                QStringLiteral("in another currency: %1")
+                    .arg(header.currency.isEmpty() ? m_table.titles.currency : header.currency)};
         }
         for (const Cell& cell : cells) {
             if (header.beside >= 0 && cell.column >= header.beside) break;
@@ -364,8 +376,8 @@ private:
     /// Goes on with the table under these column names: the same one on the next page, one
     /// with other places, or one whose rows are none of ours. Gives what is said of the row.
     QString nextTable(const Names& names) {
-        const bool same = m_table.isTaken && names.header.place == m_table.names.place &&
-                          !m_table.above.ofOthers;
+        const bool same =
+            m_table.isTaken && names.header.place == m_table.names.place && !m_table.above.ofOthers;
         TableKind kind = same ? TableKind{m_statement.kind, false} : kindHere(names);
         if (kind.kind == Kind::None) {
             m_table.isTaken = false;
@@ -389,7 +401,7 @@ private:
         Header header;
         Header names;  ///< as they stand in the sheet
         TitleLines titles;
-        TitleLines above;      ///< read since the last trade: of the rows that come next
+        TitleLines above;  ///< read since the last trade: of the rows that come next
         Contents contents;
         std::string date;      ///< the day of rows that have none of their own
         bool isTaken = false;  ///< its rows are of the kind that is imported
@@ -402,6 +414,7 @@ private:
     QString m_sheet;
     std::vector<SheetRow> m_rows;
     std::size_t m_at = 0;
+    std::size_t m_nLooked = 0;  ///< rows of the sheet, to tell the kind of its tables
     Table m_table;
     Contents m_contents;
     Ordinals m_ordinals;
@@ -409,6 +422,7 @@ private:
     Statement m_statement;
     Header m_best;
     int m_nBestColumns = 0;
+    int m_nUnknownSides = 0;
     bool m_bUnclear = false;
     bool m_bSumsOnly = false;
 };

@@ -7,9 +7,9 @@ namespace TC::statement {
 
 /// What the rows of a table tell of its kind.
 struct Contents {
-    bool hasUndone = false;          ///< a row that did not trade, or was withdrawn
-    bool repeatsOrders = false;      ///< several rows of one order number
-    bool hasReversals = false;       ///< sales of both signs: the negative ones take back
+    bool hasUndone = false;      ///< a row that did not trade, or was withdrawn
+    bool repeatsOrders = false;  ///< several rows of one order number
+    bool hasReversals = false;   ///< sales of both signs: the negative ones take back
 };
 
 /// The rows of a sheet, each with its number counted from 0.

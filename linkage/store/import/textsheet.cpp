@@ -1,6 +1,8 @@
 #include "linkage/store/fileencoding.h"
 #include "linkage/store/import/readers.h"
 
+#include <QRegularExpression>
+#include <QStringList>
 #include <QTextCodec>
 
 #include <algorithm>
@@ -27,26 +29,74 @@ QByteArray utf8Of(const QByteArray& file) {
     return QByteArray::fromStdString(*text);
 }
 
+/// Cells that stand apart by blanks alone.
+constexpr char kBlanks = ' ';
+
 /// The line with the most separators is the header or a row. Cells padded with a tab
 /// against being taken for numbers must not make a comma-separated file tab-separated.
 char separatorOf(const QByteArray& bytes) {
     int tabs = 0;
     int commas = 0;
+    int pipes = 0;
+    int blanks = 0;
     int from = 0;
     for (int line = 0; line < kLinesForSeparator && from < bytes.size(); ++line) {
         int end = bytes.indexOf('\n', from);
         if (end < 0) end = bytes.size();
         const auto* begin = bytes.constData();
-        tabs = std::max(tabs, static_cast<int>(std::count(begin + from, begin + end, '\t')));
-        commas = std::max(commas, static_cast<int>(std::count(begin + from, begin + end, ',')));
+        const auto count = [&](char c) {
+            return static_cast<int>(std::count(begin + from, begin + end, c));
+        };
+        tabs = std::max(tabs, count('\t'));
+        commas = std::max(commas, count(','));
+        pipes = std::max(pipes, count('|'));
+        blanks = std::max(blanks, QByteArray(begin + from, end - from).trimmed().count("  "));
         from = end + 1;
     }
+    // Fewer than three separate no list of trades.
+    if (pipes > 2 && pipes > commas && pipes > tabs) return '|';
+    if (commas < 3 && tabs < 3 && blanks > 2) return kBlanks;
     return commas > 0 && commas + 1 >= tabs ? ',' : '\t';
+}
+
+/// The cells of a line that blanks part.
+QStringList blankCells(const QString& line) {
+    static const QRegularExpression blanks(QStringLiteral("[ \\x{3000}]{2,}|\\t+|\\x{3000}"));
+    return line.trimmed().split(blanks, Qt::SkipEmptyParts);
+}
+
+/// A table whose columns are aligned with blanks. An empty cell leaves no trace in its
+/// line, so under the names only lines of as many cells are taken apart; others stay
+/// whole, where no trade is read in them.
+CWorkbook readAligned(const QByteArray& utf8) {
+    CWorkbook book;
+    const int sheet = book.addSheet(QString());
+    int names = 0;
+    qint64 row = 0;
+    for (const QByteArray& bytes : utf8.split('\n')) {
+        if (bytes.size() > kMaxColumns * kMaxCellLength) {
+            throw Refusal(QStringLiteral("a line has more than %1 columns").arg(kMaxColumns));
+        }
+        const QString line = QString::fromUtf8(bytes);
+        const QStringList cells = blankCells(line);
+        const bool isTable = cells.size() > 2 && (names == 0 || cells.size() == names);
+        if (isTable) {
+            names = cells.size();
+            for (int column = 0; column < cells.size(); ++column) {
+                book.addText(sheet, row, column, cells[column].trimmed());
+            }
+        } else {
+            book.addText(sheet, row, 0, line.trimmed());
+        }
+        ++row;
+    }
+    book.finish();
+    return book;
 }
 
 class CTextReader {
 public:
-    explicit CTextReader(const QByteArray& utf8) : m_bytes(utf8), m_separator(separatorOf(utf8)) {}
+    CTextReader(const QByteArray& utf8, char separator) : m_bytes(utf8), m_separator(separator) {}
 
     CWorkbook read() {
         const int sheet = m_book.addSheet(QString());
@@ -140,6 +190,11 @@ private:
 
 }  // namespace
 
-CWorkbook readText(const QByteArray& bytes) { return CTextReader(utf8Of(bytes)).read(); }
+CWorkbook readText(const QByteArray& bytes) {
+    const QByteArray utf8 = utf8Of(bytes);
+    if (utf8.left(512).trimmed().startsWith('<')) return readWebPage(utf8);
+    const char separator = separatorOf(utf8);
+    return separator == kBlanks ? readAligned(utf8) : CTextReader(utf8, separator).read();
+}
 
 }  // namespace TC::statement

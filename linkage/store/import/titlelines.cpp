@@ -46,17 +46,18 @@ void readDays(const QString& line, TitleLines& titles) {
     static const QRegularExpression date(
         QStringLiteral("(?<!\\d)(\\d{4}[-/.年]\\d{1,2}[-/.月]\\d{1,2}|(?<=日期:)\\d{8}|"
                        "(?<=^ )\\d{8}$)"));
-    static const QRegularExpression mention(QStringLiteral(
-        "\\d月\\d|星期|周[一二三四五]|(?<![\\d.,])\\d{1,2}[-/]\\d{1,2}(?![\\d.,])"));
-    for (auto found = date.globalMatch(line); found.hasNext();) {
+    static const QRegularExpression mention(
+        QStringLiteral("\\d月\\d|星期|周[一二三四五]|(?<![\\d.,])\\d{1,2}[-/]\\d{1,2}(?![\\d.,])"));
+    // That there are several is enough to know.
+    for (auto found = date.globalMatch(line); found.hasNext() && titles.dates.size() < 2;) {
         const auto day = dateOf({false, 0.0, found.next().captured(1)});
         if (!day) continue;
         if (std::find(titles.dates.begin(), titles.dates.end(), day->date) == titles.dates.end()) {
             titles.dates.push_back(day->date);
         }
     }
-    titles.namesUnknownDay = titles.dates.empty() &&
-                             (titles.namesUnknownDay || mention.match(line).hasMatch());
+    titles.namesUnknownDay =
+        titles.dates.empty() && (titles.namesUnknownDay || mention.match(line).hasMatch());
 }
 
 }  // namespace
@@ -66,11 +67,15 @@ void readTitleLine(const CWorkbook& book, std::span<const Cell> cells, TitleLine
         QStringLiteral("(?:打印|制表|导出|生成|下载)(?:日期|时间)[:\\s]*"
                        "\\d{4}[-/.年]?\\d{1,2}[-/.月]?\\d{1,2}"));
     static const QRegularExpression currency(QStringLiteral("币种?别?:(\\S+)"));
+    // A title is short; many rows may repeat a long remark.
+    constexpr int LONGEST_CELL = 200;
+    constexpr int LONGEST_LINE = 1000;
     QString line;
     for (const Cell& cell : cells) {
+        if (line.size() > LONGEST_LINE) break;
         const Value value =
             cell.isNumber ? Value{true, cell.number, {}} : Value{false, 0.0, book.text(cell)};
-        QString text = plainText(value.display().left(1000));
+        QString text = plainText(value.display().left(LONGEST_CELL));
         if (cells.size() == 1 && cell.isNumber) {
             const auto day = dateOf(value, book.dates1904());
             if (day) text = QString::fromStdString(day->date);

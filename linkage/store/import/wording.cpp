@@ -32,9 +32,8 @@ QString withoutWays(QString text) {
             "五档 即成剩撤 即成转限 对手方最优 本方最优 最优价格 全额成交或撤销 全额成交或撤 "
             "全成或撤 强制平仓 强平 平仓 A股 B股 ETF LOF 创业板 科创板 北交所 深市 沪市 申报 "
             "委托 成交 交易 场内 二级市场 信用 确认");
-        std::stable_sort(words.begin(), words.end(), [](const QString& a, const QString& b) {
-            return a.size() > b.size();
-        });
+        std::stable_sort(words.begin(), words.end(),
+                         [](const QString& a, const QString& b) { return a.size() > b.size(); });
         return words;
     }();
     text.remove(brackets);
@@ -47,7 +46,8 @@ const QHash<QString, ESide>& sideWords() {
     static const QHash<QString, ESide> sides = [] {
         const std::pair<ESide, const char*> rows[] = {
             {ESide::Buy,
-             "买 买入 买进 证券买入 股票买入 普通买入 担保品买入 融资买入 信用买入 融券买入 买券还券 "
+             "买 买入 买进 证券买入 股票买入 普通买入 担保品买入 融资买入 信用买入 融券买入 "
+             "买券还券 "
              "债券买入 基金买入 限价买入 市价买入 竞价买入 买入成交 B BUY"},
             {ESide::Sell,
              "卖 卖出 证券卖出 股票卖出 普通卖出 担保品卖出 融券卖出 融资卖出 信用卖出 卖券还款 "
@@ -119,9 +119,10 @@ bool saysNotDealt(const QString& text) {
 bool saysDealt(const QString& text) {
     const auto status = orderStatusOf(text);
     if (status) return !saysNotDealt(text);
-    return isAmong(text,
-                   "成交确认 正常 正常成交 普通成交 普通 有效 成功 完成 已完成 成交完成 已清算 已交收 "
-                   "已交割 已结算 已确认 买入成交 卖出成交 买入 卖出 成交成功 交易成功");
+    return isAmong(
+        text,
+        "成交确认 正常 正常成交 普通成交 普通 有效 成功 完成 已完成 成交完成 已清算 已交收 "
+        "已交割 已结算 已确认 买入成交 卖出成交 买入 卖出 成交成功 交易成功");
 }
 
 bool saysVoid(const QString& text) {

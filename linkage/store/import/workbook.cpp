@@ -30,7 +30,10 @@ Cell& CWorkbook::add(int sheet, qint64 row, qint64 column) {
 }
 
 void CWorkbook::addText(int sheet, qint64 row, qint64 column, const QString& text) {
-    if (text.isEmpty()) return;
+    if (!text.isEmpty()) addKept(sheet, row, column, keep(text));
+}
+
+std::uint32_t CWorkbook::keep(const QString& text) {
     if (text.size() > kMaxCellLength) {
         throw Refusal(QStringLiteral("a cell has more than %1 characters").arg(kMaxCellLength));
     }
@@ -43,13 +46,27 @@ void CWorkbook::addText(int sheet, qint64 row, qint64 column, const QString& tex
         known = m_textIndex.insert(text, static_cast<std::uint32_t>(m_texts.size()));
         m_texts.push_back(text);
     }
-    add(sheet, row, column).text = known.value();
+    return known.value();
+}
+
+void CWorkbook::addKept(int sheet, qint64 row, qint64 column, std::uint32_t text) {
+    add(sheet, row, column).text = text;
 }
 
 void CWorkbook::addNumber(int sheet, qint64 row, qint64 column, double number) {
     Cell& cell = add(sheet, row, column);
     cell.isNumber = true;
     cell.number = number;
+}
+
+bool CSharedTexts::addTo(CWorkbook& book, int sheet, qint64 row, qint64 column,
+                         std::uint32_t index) {
+    if (index >= m_texts.size()) return false;
+    if (m_texts[index].isEmpty()) return true;
+    qint64& kept = m_kept[index];
+    if (kept < 0) kept = book.keep(m_texts[index]);
+    book.addKept(sheet, row, column, static_cast<std::uint32_t>(kept));
+    return true;
 }
 
 void CWorkbook::finish() {

@@ -10,6 +10,7 @@
 #include <deque>
 #include <span>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
 /// Reading statement files: from bytes to tables, from tables to deals and orders.
@@ -59,6 +60,10 @@ public:
 
     int addSheet(const QString& name);
     void addText(int sheet, qint64 row, qint64 column, const QString& text);
+    /// The same in two steps, for texts that many cells have: looking a long text up takes
+    /// time.
+    std::uint32_t keep(const QString& text);
+    void addKept(int sheet, qint64 row, qint64 column, std::uint32_t text);
     void addNumber(int sheet, qint64 row, qint64 column, double number);
 
     /// The workbook counts days from 1904-01-01.
@@ -87,6 +92,20 @@ private:
     int m_nCells = 0;
     bool m_bDates1904 = false;
     QStringList m_leftOut;
+};
+
+/// The texts of a workbook to which its cells refer by number.
+class CSharedTexts {
+public:
+    explicit CSharedTexts(std::vector<QString> texts)
+        : m_texts(std::move(texts)), m_kept(m_texts.size(), -1) {}
+
+    /// False when there is no such text.
+    bool addTo(CWorkbook& book, int sheet, qint64 row, qint64 column, std::uint32_t index);
+
+private:
+    std::vector<QString> m_texts;
+    std::vector<qint64> m_kept;  ///< by number, the workbook's; -1: not kept yet
 };
 
 /// The rows of a sheet, each as its cells, with the row's number counted from 0.

@@ -134,7 +134,7 @@ struct Globals {
         bool isHidden;
     };
     std::vector<SheetPlace> sheets;
-    std::vector<QString> texts;
+    CSharedTexts texts{{}};
     bool dates1904 = false;
 };
 
@@ -166,7 +166,8 @@ Globals readGlobals(const CRecords& records) {
             throw Refusal(QStringLiteral("the workbook is protected by a password"));
         }
         if (record.type == kDateMode) globals.dates1904 = record.data.u16(0) != 0;
-        if (record.type == kSharedTexts) globals.texts = sharedTextsOf(records, record);
+        if (record.type == kSharedTexts)
+            globals.texts = CSharedTexts(sharedTextsOf(records, record));
         constexpr int kWorksheet = 0;
         if (record.type == kBoundSheet && record.data.u8(5) == kWorksheet) {
             const bool isHidden = (record.data.u8(4) & 3) != 0;
@@ -180,8 +181,8 @@ Globals readGlobals(const CRecords& records) {
 
 class CXlsSheet {
 public:
-    CXlsSheet(CWorkbook& book, int sheet, const Globals& globals)
-        : m_book(book), m_sheet(sheet), m_globals(globals) {}
+    CXlsSheet(CWorkbook& book, int sheet, CSharedTexts& texts)
+        : m_book(book), m_sheet(sheet), m_texts(texts) {}
 
     void read(const CRecords& records, std::size_t at) {
         Record record = records.at(at);
@@ -201,7 +202,7 @@ private:
         const CBytes& data = record.data;
         switch (record.type) {
             case kLabelSst:
-                return text(data, sharedText(data.u32(6)));
+                return sharedText(data);
             case kLabel:
             case kRString:
                 return text(data, singleText(data, 6, 2));
@@ -236,14 +237,13 @@ private:
         m_column = data.u16(2);
         if (data.u16(12) != 0xffff) number(data, 0, data.real(6));
     }
-    const QString& sharedText(std::uint32_t index) const {
-        if (index >= m_globals.texts.size()) brokenRecords();
-        return m_globals.texts[index];
+    void sharedText(const CBytes& data) {
+        if (!m_texts.addTo(m_book, m_sheet, data.u16(0), data.u16(2), data.u32(6))) brokenRecords();
     }
 
     CWorkbook& m_book;
     const int m_sheet;
-    const Globals& m_globals;
+    CSharedTexts& m_texts;
     int m_row = 0;
     int m_column = 0;
 };
@@ -262,7 +262,7 @@ CWorkbook readXls(const QByteArray& bytes) {
     if (!file.has(name)) throw Refusal(QStringLiteral("the file holds no workbook"));
     const QByteArray stream = file.stream(name);
     const CRecords records(stream);
-    const Globals globals = readGlobals(records);
+    Globals globals = readGlobals(records);
     CWorkbook book;
     book.setDates1904(globals.dates1904);
     for (const auto& sheet : globals.sheets) {
@@ -270,7 +270,7 @@ CWorkbook readXls(const QByteArray& bytes) {
             book.leaveOut(sheet.name);
             continue;
         }
-        CXlsSheet(book, book.addSheet(sheet.name), globals).read(records, sheet.at);
+        CXlsSheet(book, book.addSheet(sheet.name), globals.texts).read(records, sheet.at);
     }
     if (book.sheets().empty() && !book.leftOut().isEmpty()) {
         throw Refusal(QStringLiteral("all sheets of the workbook are hidden"));

@@ -85,7 +85,7 @@ bool placeOf(const QString& name, qint64& row, qint64& column) {
 
 class CSheetReader {
 public:
-    CSheetReader(CWorkbook& book, int sheet, const std::vector<QString>& texts)
+    CSheetReader(CWorkbook& book, int sheet, CSharedTexts& texts)
         : m_book(book), m_sheet(sheet), m_texts(texts) {}
 
     void read(const QByteArray& part) {
@@ -122,8 +122,9 @@ private:
         bool ok = true;
         if (m_type == QLatin1String("s")) {
             const uint index = m_value.toUInt(&ok);
-            if (!ok || index >= m_texts.size()) brokenWorkbook(QStringLiteral("missing text"));
-            m_book.addText(m_sheet, m_row, m_column, m_texts[index]);
+            if (!ok || !m_texts.addTo(m_book, m_sheet, m_row, m_column, index)) {
+                brokenWorkbook(QStringLiteral("missing text"));
+            }
         } else if (m_type.isEmpty() || m_type == QLatin1String("n")) {
             const double number = m_value.toDouble(&ok);
             if (ok) return m_book.addNumber(m_sheet, m_row, m_column, number);
@@ -135,7 +136,7 @@ private:
 
     CWorkbook& m_book;
     const int m_sheet;
-    const std::vector<QString>& m_texts;
+    CSharedTexts& m_texts;
     qint64 m_row = -1;
     qint64 m_column = -1;
     QString m_type;
@@ -146,14 +147,15 @@ private:
 
 CWorkbook readXlsx(const QByteArray& bytes) {
     CArchive archive(bytes);
+    if (archive.has(QStringLiteral("content.xml"))) return readOds(archive);
     const QString main = targetOf(relationsOf(archive, QString()), "officeDocument");
     if (main.isEmpty() || !archive.has(main)) {
         throw Refusal(QStringLiteral("the archive is not a workbook"));
     }
     const Relations relations = relationsOf(archive, main);
-    std::vector<QString> texts;
     const QString textPart = targetOf(relations, "sharedStrings");
-    if (archive.has(textPart)) texts = sharedTexts(archive.part(textPart));
+    CSharedTexts texts(archive.has(textPart) ? sharedTexts(archive.part(textPart))
+                                             : std::vector<QString>());
 
     CWorkbook book;
     CXmlPart xml(archive.part(main));

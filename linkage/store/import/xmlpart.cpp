@@ -57,6 +57,9 @@ void checkPieces(std::string_view rest) {
     }
 }
 
+/// A name without its namespace.
+QStringRef localName(const QStringRef& name) { return name.mid(name.lastIndexOf(':') + 1); }
+
 }  // namespace
 
 CXmlPart::CXmlPart(const QByteArray& bytes) {
@@ -66,6 +69,8 @@ CXmlPart::CXmlPart(const QByteArray& bytes) {
     m_buffer.setData(bytes);
     m_buffer.open(QIODevice::ReadOnly);
     m_xml.setDevice(&m_buffer);
+    // For each name it meets, the parser would look through all namespaces that are declared.
+    m_xml.setNamespaceProcessing(false);
 }
 
 bool CXmlPart::next() {
@@ -93,9 +98,15 @@ bool CXmlPart::next() {
 
 QString CXmlPart::attribute(const char* name) const {
     for (const auto& attribute : m_xml.attributes()) {
-        if (attribute.name() == QLatin1String(name)) return attribute.value().toString();
+        const QStringRef whole = attribute.qualifiedName();
+        if (whole.startsWith(QLatin1String("xmlns"))) continue;
+        if (localName(whole) == QLatin1String(name)) return attribute.value().toString();
     }
     return QString();
+}
+
+bool CXmlPart::is(const char* name) const {
+    return localName(m_xml.qualifiedName()) == QLatin1String(name);
 }
 
 }  // namespace TC::statement

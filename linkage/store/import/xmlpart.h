@@ -29,7 +29,7 @@ public:
     const QString& text() const { return m_text; }
 
 private:
-    bool is(const char* name) const { return m_xml.name() == QLatin1String(name); }
+    bool is(const char* name) const;
 
     QBuffer m_buffer;
     QXmlStreamReader m_xml;

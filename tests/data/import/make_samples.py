@@ -4,6 +4,7 @@
 All files named deals* hold the same rows, written as different programs write them.
 """
 import datetime
+import zipfile
 import xlwt
 import openpyxl
 
@@ -91,6 +92,52 @@ def tabs():
     open("deals_text.xls", "wb").write(("\r\n".join(lines) + "\r\n").encode("gb18030"))
 
 
+def ods():
+    """As a spreadsheet program saves it: equal rows once with their count, a sheet hidden."""
+    def text(value):
+        return f'<table:table-cell office:value-type="string"><text:p>{value}</text:p></table:table-cell>'
+
+    def number(value):
+        return (f'<table:table-cell office:value-type="float" office:value="{value}">'
+                f"<text:p>{value:,.2f}</text:p></table:table-cell>")
+
+    def deal(d):
+        h, m, s = d[1].split(":")
+        return (f'<table:table-cell office:value-type="date" office:date-value="{day(d[0]).isoformat()}">'
+                f"<text:p>{d[0]}</text:p></table:table-cell>"
+                f'<table:table-cell office:value-type="time" office:time-value="PT{h}H{m}M{s}S">'
+                f"<text:p>{d[1]}</text:p></table:table-cell>"
+                + number(lost(d[2])) + text(d[3]) + text(d[4]) + number(d[5]) + number(d[6])
+                + number(d[7]) + text(d[8]) + text(d[9]))
+
+    def row(cells, times=1):
+        return f'<table:table-row table:number-rows-repeated="{times}">{cells}</table:table-row>'
+
+    def table(name, style, rows):
+        return f'<table:table table:name="{name}" table:style-name="{style}">{rows}</table:table>'
+
+    head = row("".join(text(name) for name in NAMES))
+    blank = '<table:table-cell table:number-columns-repeated="16384"/>'
+    shown = (row(text("历史成交")) + row(text(ACCOUNT)) + row(blank) + head
+             + row(deal(DEALS[0]), 2) + "".join(row(deal(d)) for d in DEALS[2:]) + row(blank, 1048565))
+    styles = "".join(f'<style:style style:name="{name}" style:family="table">'
+                     f'<style:table-properties table:display="{display}"/></style:style>'
+                     for name, display in (("ta1", "true"), ("ta2", "false")))
+    spaces = "".join(f' xmlns:{name}="urn:oasis:names:tc:opendocument:xmlns:{name}:1.0"'
+                     for name in ("office", "style", "table", "text"))
+    content = (f'<?xml version="1.0" encoding="UTF-8"?><office:document-content{spaces}>'
+               f"<office:automatic-styles>{styles}</office:automatic-styles>"
+               "<office:body><office:spreadsheet>" + table("成交明细", "ta1", shown)
+               + table("备份", "ta2", head + row(deal(DEALS[2]))) +
+               "</office:spreadsheet></office:body></office:document-content>")
+    with zipfile.ZipFile("deals.ods", "w") as archive:
+        for name, part in (("mimetype", "application/vnd.oasis.opendocument.spreadsheet"),
+                           ("content.xml", content)):
+            entry = zipfile.ZipInfo(name)
+            entry.compress_type = zipfile.ZIP_DEFLATED if "." in name else zipfile.ZIP_STORED
+            archive.writestr(entry, part)
+
+
 def orders():
     rows = [
         "委托时间,证券代码,证券名称,买卖标志,委托价格,委托数量,成交数量,成交均价,委托编号,状态,委托类型",
@@ -112,4 +159,5 @@ xls()
 xlsx()
 csv()
 tabs()
+ods()
 orders()

@@ -1,0 +1,147 @@
+#pragma once
+
+#include "linkage/export.h"
+#include "platform/records/dealdetail.h"
+#include "platform/records/orderdetail.h"
+
+#include <boost/shared_ptr.hpp>
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <set>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace TC::statement {
+
+/// What two records must agree in to be the same trade at all: stock, side and volume, for
+/// deals the price as well, to a tenth of the smallest tick.
+LINKAGE_EXPORT std::string valuesOf(const vexservice::CDealDetail& deal);
+LINKAGE_EXPORT std::string valuesOf(const vexservice::COrderDetail& order);
+
+/// The exchange's number of a record without blanks and zeros in front, which spreadsheet
+/// programs drop; "" when it has none.
+LINKAGE_EXPORT std::string systemNumber(const vexservice::CDealDetail& deal);
+LINKAGE_EXPORT std::string systemNumber(const vexservice::COrderDetail& order);
+
+/// What became of an imported record.
+enum class EFate {
+    Filed,     ///< it stands in the ledger
+    Repeated,  ///< an earlier import filed it under the same key
+    Matched,   ///< an earlier statement has it, in other words
+    Reported,  ///< the trading system reports it itself
+};
+
+/// The records of one account and day from all sources, and which of the imported ones
+/// stand in the ledger: each trade once, however it comes.
+///
+/// Reported records stand as they are. Each import is held against them and against the
+/// imports before it, row by row:
+/// - the same record key is the same trade;
+/// - the same number is the same trade, where the values agree;
+/// - of deals, equal values are the same trade where one of the two has no number and
+///   two statements do not tell different times: so many rows of a list are taken for so
+///   many that are known, none twice.
+/// What remains is a trade of its own. The outcome depends on what is known, not on the
+/// order in which reports and answers came.
+///
+/// Only trades of equal values meet. While all of them have numbers, only those of one
+/// number meet, so a report then costs a look at these alone.
+template <class Record>
+class LINKAGE_EXPORT CDayRecords {
+public:
+    using Ptr = boost::shared_ptr<Record>;
+    using Keys = std::set<std::uint64_t>;
+
+    /// What the ledger is to file and to take away.
+    struct Changes {
+        std::vector<Ptr> file;
+        Keys remove;
+    };
+
+    /// The trading system, or its server, reports a record; again when it changes.
+    void report(const Record& record);
+    /// It is not reported any more.
+    void unreport(std::uint64_t key);
+    /// These are all the records that were reported so far. They are taken in while settling.
+    void link(std::vector<Ptr> reported);
+    void forgetReported();
+    void add(int import, const Ptr& record);
+    void drop(int import);
+
+    /// Whether reported records were ever told.
+    bool isLinked() const { return m_bLinked; }
+    /// Nothing is left to settle.
+    bool isSettled() const { return m_bLinked && !isAnyLeft(); }
+
+    /// How many records meet this one.
+    std::size_t countEqual(const Record& record) const;
+
+    /// The newest record under a key, in any import.
+    Ptr find(std::uint64_t key) const;
+
+    /// The ledger has lost what was filed; settling files it again.
+    void forgetFiled();
+
+    /// Works through about so many records whose trades may have changed, and gives out so
+    /// many changes; false when none is left. Records that meet are worked through together.
+    bool settle(std::size_t records, Changes& changes);
+
+    /// What became of the records of an import, by key; of all of them without a number.
+    void fates(int import, std::unordered_map<std::uint64_t, EFate>& fates) const;
+
+    bool hasImports() const { return !m_keys.empty(); }
+    /// The records of all imports, each with the number of its import.
+    std::vector<std::pair<int, Ptr>> imported() const;
+
+private:
+    struct Reported {
+        std::uint64_t key;
+        std::string number;
+        std::string time;
+    };
+    struct Row {
+        int import;
+        Ptr record;
+        EFate fate;
+    };
+    /// Records that meet.
+    struct Group {
+        std::vector<Reported> reported;
+        std::vector<Row> rows;  ///< in the order of their imports
+        std::vector<Ptr> filed;
+        bool isTouched = false;
+
+        std::size_t size() const { return rows.size() + reported.size(); }
+    };
+    using Groups = std::map<std::string, Group>;
+    class CMatching;
+
+    /// The group where a record belongs. One without a number brings all of its values
+    /// together.
+    typename Groups::iterator groupFor(const Record& record);
+    void gather(const std::string& values);
+    void touch(typename Groups::iterator group);
+    /// What of a group is to stand in the ledger, by key; tells the fates.
+    static std::unordered_map<std::uint64_t, Ptr> match(Group& group);
+    void settleGroup(Group& group);
+    bool isAnyLeft() const;
+    void giveOut(std::size_t records, Changes& changes);
+
+    Groups m_groups;  ///< by values, or by values and number
+    std::unordered_map<std::uint64_t, std::string> m_reported;  ///< key to the name of its group
+    std::unordered_map<std::uint64_t, std::vector<std::pair<int, Ptr>>> m_keys;
+    std::vector<Ptr> m_toLink;
+    std::vector<std::string> m_touched;
+    std::map<std::uint64_t, Ptr> m_toFile;  ///< by key
+    Keys m_toRemove;
+    bool m_bLinked = false;
+};
+
+extern template class CDayRecords<vexservice::CDealDetail>;
+extern template class CDayRecords<vexservice::COrderDetail>;
+
+}  // namespace TC::statement
