@@ -58,7 +58,6 @@ CLinkageManager::CLinkageManager()
     registerMetaTypes();
     readFromFile();
     readImports();
-    readImports();
 }
 
 void CLinkageManager::setOptions(const LinkageOptions& options) {
