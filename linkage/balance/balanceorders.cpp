@@ -274,7 +274,9 @@ std::vector<CommandPtr> commandsOf(const BalanceRequest& request, const Prepared
 }
 
 void sendGrouped(const BalanceRequest& request, const PreparedBalance& prepared) {
-    for (const CommandPtr& command : commandsOf(request, prepared)) send(command);
+    for (const CommandPtr& command : commandsOf(request, prepared)) {
+        attempt(PREPARE_BALANCE, [&] { send(command); });
+    }
 }
 
 }  // namespace TC

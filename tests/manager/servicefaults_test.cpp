@@ -69,6 +69,30 @@ TEST_F(ServiceFaults, ThrowsAnywhereAreMadeGood) {
     }
 }
 
+/// Whoever asks for a balance hears nothing of a command center that throws.
+TEST_F(ServiceFaults, NoFormOfABalanceThrows) {
+    std::string lines = std::string(DAY[0]) + "\n" + DAY[1] + "\n" + DAY[3] + "\n";
+    lines +=
+        R"({"do":"writeFile","name":"balancedata.csv","text":"key,股票代码,卖量,买量,买额,卖额,添加日期\nAS,SH600000,100,0,0,0,20240101000000\n"})"
+        "\n{\"do\":\"init\"}\n" +
+        std::string(DAY[8]) + "\n";
+    for (const char* const form : {"doStockBalance", "doHistoryBalance",
+                                   "doStockBalanceBySignalTask", "doHistoryBalanceBySignalTask"}) {
+        lines += R"({"do":"fault","service":"commandCenter","kind":"throw","times":1})"
+                 "\n{\"do\":\"call\",\"op\":\"" +
+                 std::string(form) + "\",\"args\":[\"A\",\"S\"]}\n";
+    }
+    tests::Played played;
+    ASSERT_NO_THROW(played = m_folder.play(lines));
+    EXPECT_EQ(played.fault, "");
+    std::size_t failed = 0;
+    for (std::size_t at = 0;
+         (at = played.output.find("commandCenter failed", at)) != std::string::npos; ++at) {
+        ++failed;
+    }
+    EXPECT_EQ(failed, 4u);
+}
+
 /// One stock's price is not told: the other stocks are balanced all the same.
 TEST_F(ServiceFaults, EachStockIsBalancedForItself) {
     std::string lines = fmt::format("{}\n{}\n", DAY[0], DAY[3]);
