@@ -1,28 +1,18 @@
+#include "linkage/balance/booknames.h"
 #include "linkage/balance/guardedbalance.h"
 #include "platform/utils/text.h"
 
-#include <QDateTime>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
 #include <optional>
 #include <string_view>
+#include <utility>
 
 namespace TC {
 
 namespace {
-
-constexpr const char* STATES[] = {"asked", "cancelling", "sent", "ended", "refused"};
-constexpr const char* FORMS[] = {"perStock", "grouped", "groupedHistory"};
-constexpr const char* ASKERS[] = {"demand", "schedule"};
-
-QString momentText(std::int64_t micros, const char* format) {
-    return micros == 0 ? QString() : QDateTime::fromMSecsSinceEpoch(micros / 1000).toString(format);
-}
-
-QJsonValue whole(std::int64_t number) { return {static_cast<qint64>(number)}; }
-QJsonValue text(const std::string& value) { return {Pim::sToQs(value)}; }
 
 std::int64_t wholeOf(const QJsonObject& object, const char* name) {
     return object[QLatin1String(name)].toVariant().toLongLong();
@@ -42,60 +32,6 @@ bool readName(const QJsonObject& object, const char* name, const char* const (&n
         }
     }
     return false;
-}
-
-QJsonArray commandsJson(const GuardedBalance& balance) {
-    QJsonArray commands;
-    for (const SentCommand& command : balance.commands) {
-        QJsonArray orders;
-        for (const SentOrder& order : command.orders) {
-            orders.append(QJsonObject{{"stock", text(order.stock)},
-                                      {"side", order.buys ? "buy" : "sell"},
-                                      {"volume", whole(order.volume)},
-                                      {"priced", order.priced},
-                                      {"filled", whole(order.filled)},
-                                      {"heard", order.heard},
-                                      {"final", order.ended},
-                                      {"rejected", order.rejected},
-                                      {"remark", text(order.remark)},
-                                      {"lost", order.lost}});
-        }
-        commands.append(QJsonObject{{"number", command.number},
-                                    {"round", command.round},
-                                    {"sent", whole(command.sentAt)},
-                                    {"refused", command.refused},
-                                    {"text", text(command.text)},
-                                    {"orders", orders}});
-    }
-    return commands;
-}
-
-QJsonObject stocksJson(const GuardedBalance& balance) {
-    QJsonObject stocks;
-    for (const auto& [key, stock] : balance.stocks) {
-        stocks[Pim::sToQs(key)] = QJsonObject{{"bought", whole(stock.bought)},
-                                              {"sold", whole(stock.sold)},
-                                              {"least", whole(stock.least)},
-                                              {"most", whole(stock.most)},
-                                              {"sent", whole(stock.sent)},
-                                              {"filled", whole(stock.filled)},
-                                              {"remains", whole(stock.remains)},
-                                              {"planned", whole(stock.planned)},
-                                              {"outcome", static_cast<int>(stock.outcome)},
-                                              {"reason", text(stock.reason)}};
-    }
-    return stocks;
-}
-
-QJsonArray cancelledJson(const GuardedBalance& balance) {
-    QJsonArray orders;
-    for (const auto& [key, order] : balance.cancelledOrders) {
-        // A record key may need more digits than a JSON number keeps.
-        orders.append(QJsonObject{{"order", QString::number(key)},
-                                  {"asked", whole(order.asked)},
-                                  {"confirmed", whole(order.confirmed)}});
-    }
-    return orders;
 }
 
 void readCommands(const QJsonObject& object, GuardedBalance& balance) {
@@ -149,9 +85,9 @@ std::optional<GuardedBalance> readLine(std::string_view line) {
     const QJsonObject object = document.object();
     GuardedBalance balance;
     balance.number = static_cast<int>(wholeOf(object, "number"));
-    const bool named = readName(object, "state", STATES, balance.state) &&
-                       readName(object, "form", FORMS, balance.form) &&
-                       readName(object, "by", ASKERS, balance.asker);
+    const bool named = readName(object, "state", book::STATES, balance.state) &&
+                       readName(object, "form", book::FORMS, balance.form) &&
+                       readName(object, "by", book::ASKERS, balance.asker);
     if (!named || balance.number < 1) return std::nullopt;
     balance.date = textOf(object, "date");
     balance.pair = {textOf(object, "account"), textOf(object, "strategy"),
@@ -178,7 +114,7 @@ std::optional<GuardedBalance> readLine(std::string_view line) {
 
 }  // namespace
 
-const char* textOf(EBalanceState state) { return STATES[static_cast<int>(state)]; }
+const char* textOf(EBalanceState state) { return book::STATES[static_cast<int>(state)]; }
 
 BalanceRecord recordOf(const GuardedBalance& balance) {
     BalanceRecord record{.number = balance.number,
@@ -186,8 +122,8 @@ BalanceRecord recordOf(const GuardedBalance& balance) {
                          .account = balance.pair.account,
                          .strategy = balance.pair.strategy,
                          .history = balance.pair.history,
-                         .asked = momentText(balance.askedAt, "hh:mm:ss").toStdString(),
-                         .ended = momentText(balance.endedAt, "hh:mm:ss").toStdString(),
+                         .asked = bookTime(balance.askedAt),
+                         .ended = bookTime(balance.endedAt),
                          .state = balance.state,
                          .cancelledOrders = static_cast<int>(balance.cancelledOrders.size()),
                          .cancelledTasks = balance.cancelledTasks,
@@ -198,33 +134,6 @@ BalanceRecord recordOf(const GuardedBalance& balance) {
     }
     for (const auto& [key, stock] : balance.stocks) record.stocks.emplace(key, stock);
     return record;
-}
-
-std::string bookLine(const GuardedBalance& balance, const std::string& step, std::int64_t now) {
-    const QJsonObject object{{"at", momentText(now, "yyyy-MM-dd hh:mm:ss.zzz")},
-                             {"step", text(step)},
-                             {"number", balance.number},
-                             {"date", text(balance.date)},
-                             {"account", text(balance.pair.account)},
-                             {"strategy", text(balance.pair.strategy)},
-                             {"history", balance.pair.history},
-                             {"form", FORMS[static_cast<int>(balance.form)]},
-                             {"by", ASKERS[static_cast<int>(balance.asker)]},
-                             {"atOnce", balance.atOnce},
-                             {"state", STATES[static_cast<int>(balance.state)]},
-                             {"asked", whole(balance.askedAt)},
-                             {"due", whole(balance.dueAt)},
-                             {"cancelling", whole(balance.cancelAt)},
-                             {"sent", whole(balance.sentAt)},
-                             {"ended", whole(balance.endedAt)},
-                             {"rounds", balance.rounds},
-                             {"reason", text(balance.reason)},
-                             {"remainsOpen", balance.remainsOpen},
-                             {"cancelledOrders", cancelledJson(balance)},
-                             {"cancelledTasks", balance.cancelledTasks},
-                             {"commands", commandsJson(balance)},
-                             {"stocks", stocksJson(balance)}};
-    return QJsonDocument(object).toJson(QJsonDocument::Compact).toStdString() + "\n";
 }
 
 std::map<int, GuardedBalance> readBook(const std::string& text, int& damaged) {

@@ -99,12 +99,17 @@ struct GuardedBalance {
 /// The record that clients see.
 BalanceRecord recordOf(const GuardedBalance& balance);
 
-// linkage/balance/booktext.cpp
+// linkage/balance/bookline.cpp
 
 /// A line of the book: the step that was made and all of the balance after it, JSON, with
 /// its line end.
 LINKAGE_EXPORT std::string bookLine(const GuardedBalance& balance, const std::string& step,
                                     std::int64_t now);
+
+/// The local time of day, "hh:mm:ss"; "" for 0.
+std::string bookTime(std::int64_t micros);
+
+// linkage/balance/booktext.cpp
 
 /// The balances of a book, by number, each as its last whole line has it. Lines that cannot be
 /// read are skipped and counted in `damaged`.
