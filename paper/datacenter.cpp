@@ -21,7 +21,7 @@ boost::shared_ptr<CAccountInfo> CPaperAccountData::getAccountInfo() const {
 }
 
 void CPaperAccountData::getVector(int type, std::vector<boost::shared_ptr<IData>>& records) const {
-    if (m_pFaults && m_pFaults->nothing(EService::AccountData)) return;
+    if (m_pFaults && m_pFaults->nothing(EService::AccountData, m_strKey)) return;
     const std::lock_guard lock(m_mutex);
     const auto at = m_records.find(type);
     if (at == m_records.end()) return;

@@ -1,6 +1,7 @@
 #include "paper/faults.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace paper {
 
@@ -26,23 +27,34 @@ std::optional<EService> serviceNamed(std::string_view name) {
 
 std::optional<EFault> faultNamed(std::string_view name) { return named<EFault>(FAULTS, name); }
 
+std::string_view nameOf(EService service) { return SERVICES[static_cast<std::size_t>(service)]; }
+std::string_view nameOf(EFault fault) { return FAULTS[static_cast<std::size_t>(fault)]; }
+
 void CFaults::set(EService service, EFault fault, int times) {
     const std::lock_guard lock(m_mutex);
     m_left[static_cast<std::size_t>(service)] = {fault, times};
     m_bAny.store(true, std::memory_order_relaxed);
 }
 
-EFault CFaults::next(EService service) {
+void CFaults::watch(Watch watch) {
+    m_watch = std::move(watch);
+    m_bAny.store(true, std::memory_order_relaxed);
+}
+
+EFault CFaults::next(EService service, std::string_view what) {
     if (!m_bAny.load(std::memory_order_relaxed)) return EFault::None;
+    EFault fault = EFault::None;
     {
         const std::lock_guard lock(m_mutex);
         Left& left = m_left[static_cast<std::size_t>(service)];
-        if (left.times <= 0) return EFault::None;
-        --left.times;
-        if (left.fault != EFault::Throw) return left.fault;
+        if (left.times > 0) {
+            --left.times;
+            fault = left.fault;
+        }
     }
-    throw ServiceFault("the service " + std::string(SERVICES[static_cast<std::size_t>(service)]) +
-                       " failed");
+    if (m_watch) m_watch(service, fault, what);
+    if (fault != EFault::Throw) return fault;
+    throw ServiceFault("the service " + std::string(nameOf(service)) + " failed");
 }
 
 }  // namespace paper

@@ -3,6 +3,7 @@
 #include <array>
 #include <atomic>
 #include <cstddef>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <stdexcept>
@@ -36,6 +37,9 @@ enum class EFault { None, Throw, Null, Lost };
 /// The service or fault that has this name in scenarios ("feeLimits", "throw"), if any.
 std::optional<EService> serviceNamed(std::string_view name);
 std::optional<EFault> faultNamed(std::string_view name);
+/// The other way round.
+std::string_view nameOf(EService service);
+std::string_view nameOf(EFault fault);
 
 /// Thrown by a service that was told to throw.
 struct ServiceFault : std::runtime_error {
@@ -49,11 +53,19 @@ public:
     /// The next `times` calls fail so. It replaces an earlier fault of the service.
     void set(EService service, EFault fault, int times);
 
-    /// Counts a call and returns how it fails. Throws ServiceFault for EFault::Throw.
-    EFault next(EService service);
+    /// Counts a call and returns how it fails. Throws ServiceFault for EFault::Throw. `what` says
+    /// what is asked for: an account key where records of an account are read.
+    EFault next(EService service, std::string_view what = {});
 
     /// The same for a call that answers at once: true when it is to answer with nothing.
-    bool nothing(EService service) { return next(service) != EFault::None; }
+    bool nothing(EService service, std::string_view what = {}) {
+        return next(service, what) != EFault::None;
+    }
+
+    /// Sees every call before it is answered or throws. Set it before the first call; it must not
+    /// call back into the client.
+    using Watch = std::function<void(EService service, EFault fault, std::string_view what)>;
+    void watch(Watch watch);
 
 private:
     struct Left {
@@ -62,6 +74,7 @@ private:
     };
 
     std::atomic<bool> m_bAny{false};
+    Watch m_watch;
     std::mutex m_mutex;
     std::array<Left, SERVICE_COUNT> m_left;
 };

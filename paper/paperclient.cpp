@@ -273,6 +273,10 @@ void CPaperClient::setFault(EService service, EFault fault, int times) {
     m_pServices->faults->set(service, fault, times);
 }
 
+void CPaperClient::watchServices(CFaults::Watch watch) {
+    m_pServices->faults->watch(std::move(watch));
+}
+
 bool CPaperClient::repeatCommandResult(int number, const std::string& error) {
     return m_pServices->commandCenter->repeatResult(number, error);
 }

@@ -90,6 +90,8 @@ public:
     // faults of the services
     /// The next `times` calls of the service fail so.
     void setFault(EService service, EFault fault, int times);
+    /// Sees every call of a service that faults count; see CFaults::watch.
+    void watchServices(CFaults::Watch watch);
     /// Calls the completion of a command once more, with an error unless the text is empty. False
     /// when no command has this number.
     bool repeatCommandResult(int number, const std::string& error);

@@ -55,6 +55,7 @@ int wholeFrom(const CFields& fields, std::string_view name, int least) {
 }
 
 std::optional<TC::disk::EStep> stepNamed(std::string_view name) {
+    if (name == "any") return TC::disk::EStep::Any;
     TC::disk::EStep step{};
     return TC::disk::stepNamed(copied(name), step) ? std::optional(step) : std::nullopt;
 }
@@ -63,6 +64,7 @@ std::optional<int> errorNamed(std::string_view name) {
     if (name == "ENOSPC") return ENOSPC;
     if (name == "EIO") return EIO;
     if (name == "EACCES") return EACCES;
+    if (name == "crash") return TC::disk::Fault::CRASH;
     return std::nullopt;
 }
 
@@ -427,6 +429,7 @@ struct EventReader {
         fault.after = in.need("after").whole<int>(0);
         fault.error = namedBy(in.need("error"), errorNamed, "error of the disk");
         fault.times = in.need("times").whole<int>(1);
+        fault.keeps = in.whole<unsigned>("keeps", 0);
         return event;
     }
 

@@ -90,6 +90,30 @@ void forget(Model& all) {
     all.directories.clear();
 }
 
+// A file and the one that takes its place ("<name>.new") keep their names together, because a
+// rename is done or not done.
+bool keepsName(unsigned keeps, const std::string& path) {
+    fs::path name = fs::path(path).filename();
+    if (name.extension() == ".new") name = name.stem();
+    unsigned sum = 0;
+    for (const char c : name.string()) sum += static_cast<unsigned char>(c);
+    return ((keeps >> sum % 16) & 1U) != 0;
+}
+
+// Puts the files back to what is flushed.
+void crashNow(Model& all, const KeepsName& keepsName) {
+    for (const auto& [path, name] : all.names) {
+        const bool kept = keepsName && keepsName(path);
+        putOnDisk(path, (kept ? name.now : name.flushed).get());
+    }
+    for (const std::string& directory : all.directories) {
+        std::error_code error;
+        fs::remove_all(directory, error);
+    }
+    forget(all);
+    all.crashed = true;
+}
+
 }  // namespace
 
 bool stepNamed(const std::string& name, EStep& step) {
@@ -142,17 +166,13 @@ int steps() {
 void crash(const KeepsName& keepsName) {
     Model& all = model();
     const std::lock_guard lock(all.mutex);
-    if (!g_active) return;
-    for (const auto& [path, name] : all.names) {
-        const bool kept = keepsName && keepsName(path);
-        putOnDisk(path, (kept ? name.now : name.flushed).get());
-    }
-    for (const std::string& directory : all.directories) {
-        std::error_code error;
-        fs::remove_all(directory, error);
-    }
-    forget(all);
-    all.crashed = true;
+    if (g_active) crashNow(all, keepsName);
+}
+
+bool crashed() {
+    if (!g_active.load(std::memory_order_relaxed)) return false;
+    const std::lock_guard lock(model().mutex);
+    return model().crashed;
 }
 
 void restart() {
@@ -168,7 +188,11 @@ CStep::CStep(EStep step) {
     if (!g_active) return;
     m_lock = std::move(lock);
     ++all.steps;
-    const Fault* fault = faultOf(all, step);
+    const Fault* fault = all.crashed ? nullptr : faultOf(all, step);
+    if (fault && fault->error == Fault::CRASH) {
+        const unsigned keeps = fault->keeps;
+        crashNow(all, [keeps](const std::string& path) { return keepsName(keeps, path); });
+    }
     if (all.crashed) {
         m_bFails = true;
         errno = EIO;

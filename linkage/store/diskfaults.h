@@ -44,6 +44,12 @@ struct Fault {
     int after = 0;
     int times = 1;
     int error = 0;  ///< errno; 0: a write takes half of its bytes, other steps work
+
+    /// Instead of an error: the process is gone at this step, which is not done; see crash().
+    static constexpr int CRASH = -1;
+    /// Of such a crash: which changes of names reached the disk although no flush followed, as
+    /// KeepsName says: a bit for each name, by the sum of its characters.
+    unsigned keeps = 0;
 };
 
 /// The kind of a name ("open", "write", "flush", "rename", "remove", "makeDirectory").
@@ -73,6 +79,9 @@ using KeepsName = std::function<bool(const std::string& path)>;
 /// Puts the files back to what is flushed. From here to restart() every step that would
 /// change something fails with EIO.
 LINKAGE_EXPORT void crash(const KeepsName& keepsName = {});
+
+/// Whether the process is gone: from crash(), or a step that crashed, to restart().
+LINKAGE_EXPORT bool crashed();
 
 /// Ends the time after a crash and takes all faults away; counting goes on.
 LINKAGE_EXPORT void restart();
