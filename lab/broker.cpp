@@ -45,7 +45,7 @@ std::uint64_t CBroker::place(const Ticket& ticket) {
     MarketOrder& order = m_orders[key];
     order.ticket = ticket;
     order.key = key;
-    order.random = CRandom::of(m_habits.seed, FATES, key);
+    order.random = CRandom::of(m_habits.seed, FATES, ticket.fate);
     order.toldAt = ticket.hush;
     if (rolls(order, EFault::LateOrder)) {
         order.toldAt = std::max(order.toldAt, now() + seconds(order.random, 5, 100));

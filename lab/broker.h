@@ -17,9 +17,10 @@ struct Ticket {
     Origin of;
     int volume = 0;
     bool priced = true;
-    bool balance = false;   ///< the library sent it
-    std::int64_t hush = 0;  ///< nothing is told of it before this moment
-    int serial = 0;         ///< of its command, however the command center numbers it
+    bool balance = false;    ///< the library sent it
+    std::int64_t hush = 0;   ///< nothing is told of it before this moment
+    std::uint64_t fate = 0;  ///< which numbers decide what becomes of it
+    int serial = 0;          ///< of its command, however the command center numbers it
 };
 
 /// An order at the market: the truth, whoever has been told of it.
@@ -73,6 +74,7 @@ public:
     void tellAgain();
 
     const std::map<std::uint64_t, MarketOrder>& orders() const { return m_orders; }
+    const std::map<std::uint64_t, DealReport>& deals() const { return m_deals; }
 
 private:
     MarketOrder* open(std::uint64_t key);

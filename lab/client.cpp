@@ -12,12 +12,6 @@ namespace lab {
 
 using namespace vexservice;
 
-namespace {
-
-constexpr double PRICE = 10.0;
-
-}  // namespace
-
 class CClient::CCommandCenter final : public TC::CDovCommandCenter {
 public:
     explicit CCommandCenter(IRequests& requests) : m_requests(requests) {}
@@ -54,7 +48,7 @@ CClient::CClient(const Plan& plan, paper::CVirtualLoop& loop, const std::string&
         instrument.reference = PRICE;
         instrument.unit = stock.unit;
         instrument.detail = stock.detail;
-        if (stock.anyVolume) instrument.types = {STOCKTYPE_ANY_VOLUME_A};
+        instrument.types = stock.types();
         m_pPaper->setInstrument(instrument);
         if (!stock.priced) continue;
         const auto price = boost::make_shared<CPriceData>();
@@ -104,23 +98,23 @@ boost::shared_ptr<Record> CClient::recordOf(const Report& report) const {
     return record;
 }
 
-void CClient::tell(const OrderReport& report) {
+void CClient::tell(const OrderReport& report, bool announced) {
     const auto record = recordOf<COrderDetail>(report);
     record->m_eStatus = report.status;
     record->m_nTradedVolume = static_cast<int>(report.traded);
     record->m_dTradedAmount = PRICE * static_cast<double>(report.traded);
     const std::string& account = m_plan.accounts[static_cast<std::size_t>(report.of.account)];
-    m_pPaper->report(account, record, report.announced);
+    m_pPaper->report(account, record, announced);
 }
 
-void CClient::tell(const DealReport& report) {
+void CClient::tell(const DealReport& report, bool announced) {
     const auto record = recordOf<CDealDetail>(report);
     record->m_dAmount = PRICE * static_cast<double>(report.volume);
     record->m_strTradeTime = "100000";
     record->m_strDealID = std::to_string(report.key);
     record->m_nOrderKey = report.order;
     const std::string& account = m_plan.accounts[static_cast<std::size_t>(report.of.account)];
-    m_pPaper->report(account, record, report.announced);
+    m_pPaper->report(account, record, announced);
 }
 
 void CClient::tellTask(std::uint64_t key, const Origin& of, ETaskStatus status) {

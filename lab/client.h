@@ -35,8 +35,9 @@ public:
             const std::string& date, IRequests& requests);
     ~CClient() override;
 
-    void tell(const OrderReport& report);
-    void tell(const DealReport& report);
+    /// With `announced` the subscribers hear of it; the data center keeps it in any case.
+    void tell(const OrderReport& report, bool announced);
+    void tell(const DealReport& report, bool announced);
     void tellTask(std::uint64_t key, const Origin& of, vexservice::ETaskStatus status);
 
     paper::CPaperClient& paper() { return *m_pPaper; }

@@ -5,6 +5,8 @@
 #include "lab/client.h"
 #include "lab/invariants.h"
 #include "lab/model.h"
+#include "lab/scenario.h"
+#include "lab/services.h"
 #include "lab/truth.h"
 #include "paper/loop.h"
 
@@ -20,6 +22,7 @@ namespace lab {
 struct DayOptions {
     bool guard = true;
     bool trace = false;
+    bool scenario = false;  ///< the day is also written as a scenario
     std::string directory;  ///< for the client's files; what is in its "Balance" goes
 };
 
@@ -32,6 +35,8 @@ struct Outcome {
     FaultCounts faults{};
     std::map<std::string, long> endings;
     std::vector<std::string> trace;
+    std::string scenario;
+    std::vector<SentLine> sent;  ///< what the library sent, when a scenario is written
 };
 
 /// One day: the library between a broker and a trader, on virtual time. A crash ends the
@@ -54,15 +59,28 @@ private:
     void restart(int seconds);
     void disturb(const Step& step);
     void failDisk(const Step& step);
+    void failService(const Step& step);
+    void disconnect(int seconds);
+    void crashAtStep(const Step& step);
+    void seeCrash();
     void crash();
     void bury();
     void clearFiles();
+    TC::LinkageOptions optionsOf() const;
     std::string bookText() const;
     std::vector<SentCommand> commandsOf(const std::map<int, BookEntry>& book);
     void newDate(bool another);
-    void load(int account);
+
+    // what the library keeps in files: lab/saves.cpp
+    using Times = std::map<std::string, std::string>;
+    void editTimes(const Step& step);
+    void failInSave(const Step& step);
+    void importStatement(const Step& step);
+    void noteSaved();
+    void checkLoaded();
+
     TC::CLinkageManager& manager() const;
-    bool lives() const { return m_bUp && !m_bDead; }
+    bool lives() const { return m_bUp && !m_bDead && !TC::disk::crashed(); }
 
     // what the library asks for: lab/requests.cpp
     void onCommand(const vexservice::COrderComandParam& command,
@@ -70,6 +88,9 @@ private:
     void onCancelOrder(std::uint64_t key) override;
     void onTerminateTask(std::uint64_t key) override;
     SentCommand commandOf(const vexservice::COrderComandParam& command) const;
+    void asksAfterRelease();
+    void noteSent(const SentCommand& sent);
+    void throwCommand();
     void execute(SentCommand& sent, const Completion& completion);
     void answer(const Completion& completion, const SentCommand& sent, std::int64_t at,
                 const std::string& error);
@@ -85,6 +106,8 @@ private:
     bool settle();
     void calmDown();
     void askAll(bool wholeAccounts);
+    void checkOwed();
+    void checkIntegrity();
     void checkEnd();
     void checkEnd(const Pair& pair, int stock);
     std::int64_t now() const { return m_loop.nowMicros(); }
@@ -104,6 +127,8 @@ private:
     paper::CVirtualLoop m_loop;
     CAgenda m_agenda;
     CModel m_model;
+    CServices m_services;
+    CScenario m_scenario;
     CBroker m_broker;
     CTruth m_truth;
     CInvariants m_invariants;
@@ -115,6 +140,13 @@ private:
     bool m_bDirty = false;
     int m_nLife = 0;  ///< rises with each start of the library
     int m_nDate = 0;
+    int m_nOffline = 0;                  ///< so many disconnections last
+    int m_nCommandThrows = 0;            ///< so many commands are still to throw
+    bool m_bCancelFails = false;         ///< the next cancellation does not reach the market
+    const Step* m_pSaveFault = nullptr;  ///< waits for the next save of history
+    Times m_times;
+    std::set<Times> m_savedTimes;  ///< what the file of balance times may hold
+    std::map<std::string, std::pair<std::int64_t, std::int64_t>> m_savedHistory;
     int m_nDownFor = 0;
     int m_nSerial = 0;
     int m_nNumber = 0;

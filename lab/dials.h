@@ -1,5 +1,7 @@
 #pragma once
 
+#include "paper/faults.h"
+
 #include <array>
 #include <cstddef>
 #include <optional>
@@ -41,18 +43,65 @@ enum class EFault {
     OddLots,
     NoPrice,
     NoInstrument,
+    Excluded,
+    Times,
+    Import,
     // what happens to the client
     Reload,
     Login,
+    Disconnect,
+    Midnight,
     Rollover,
     SameDate,
     Restart,
     Crash,
     CrashInSend,
     CrashInCancel,
+    CrashAtStep,
+    CrashInSave,
     Disk,
+    DiskInSave,
+    // what services of the client do
+    FeesThrow,
+    FeesEmpty,
+    QuoteThrows,
+    QuoteEmpty,
+    InstrumentThrows,
+    InstrumentEmpty,
+    DataThrows,
+    CommandThrows,
+    CancelThrows,
+    CancelEmpty,
+    PastThrows,
+    PastEmpty,
+    PastLost,
 };
-inline constexpr std::size_t FAULT_COUNT = static_cast<std::size_t>(EFault::Disk) + 1;
+inline constexpr std::size_t FAULT_COUNT = static_cast<std::size_t>(EFault::PastLost) + 1;
+
+/// A service that fails, and how.
+struct ServiceFault {
+    EFault fault = EFault::FeesThrow;
+    paper::EService service = paper::EService::FeeLimits;
+    paper::EFault kind = paper::EFault::Throw;
+};
+/// All of them, from FeesThrow on. A data center that answers with nothing is not among them:
+/// it says that there is nothing, and no rule can know better.
+inline constexpr std::array<ServiceFault, FAULT_COUNT - static_cast<std::size_t>(EFault::FeesThrow)>
+    SERVICE_FAULTS = {{
+        {EFault::FeesThrow, paper::EService::FeeLimits, paper::EFault::Throw},
+        {EFault::FeesEmpty, paper::EService::FeeLimits, paper::EFault::Null},
+        {EFault::QuoteThrows, paper::EService::Quote, paper::EFault::Throw},
+        {EFault::QuoteEmpty, paper::EService::Quote, paper::EFault::Null},
+        {EFault::InstrumentThrows, paper::EService::Instrument, paper::EFault::Throw},
+        {EFault::InstrumentEmpty, paper::EService::Instrument, paper::EFault::Null},
+        {EFault::DataThrows, paper::EService::AccountData, paper::EFault::Throw},
+        {EFault::CommandThrows, paper::EService::CommandCenter, paper::EFault::Throw},
+        {EFault::CancelThrows, paper::EService::TradeClient, paper::EFault::Throw},
+        {EFault::CancelEmpty, paper::EService::TradeClient, paper::EFault::Null},
+        {EFault::PastThrows, paper::EService::History, paper::EFault::Throw},
+        {EFault::PastEmpty, paper::EService::History, paper::EFault::Null},
+        {EFault::PastLost, paper::EService::History, paper::EFault::Lost},
+    }};
 
 const char* nameOf(EFault fault);
 /// What it means, in a few words.
@@ -73,6 +122,7 @@ public:
     /// Nothing when a name or a rate is unknown.
     static std::optional<Dials> parse(std::string_view text);
 
+    void set(EFault fault, int percent) { m_percents[static_cast<std::size_t>(fault)] = percent; }
     int operator[](EFault fault) const { return m_percents[static_cast<std::size_t>(fault)]; }
 
 private:

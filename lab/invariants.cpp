@@ -14,6 +14,7 @@ namespace lab {
 using TC::EBalanceState;
 
 void CInvariants::fail(const Seen& seen, const std::string& what) const {
+    if (m_services.isUncertain(seen.pair.account)) return;
     m_fail(fmt::format("balance {} of {} \"{}\"{}: {}", seen.record.number, seen.record.account,
                        seen.record.strategy, seen.record.history ? " (history)" : "", what));
 }
@@ -98,7 +99,7 @@ void CInvariants::lookAt(Seen& seen, const TC::BalanceRecord& record) {
 }
 
 void CInvariants::lookAtFigures(const TC::CLinkageManager& manager, const Pair& pair) {
-    if (pair.history) return;
+    if (pair.history || m_services.isUncertain(pair.account)) return;
     const std::string& account = m_plan.accounts[static_cast<std::size_t>(pair.account)];
     const auto figures = manager.getTradeStatDatas(account, pair.strategy);
     for (std::size_t at = 0; at < m_plan.stocks.size(); ++at) {

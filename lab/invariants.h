@@ -2,6 +2,7 @@
 
 #include "lab/book.h"
 #include "lab/model.h"
+#include "lab/services.h"
 
 #include <cstdint>
 #include <functional>
@@ -27,13 +28,15 @@ namespace lab {
 /// - What remains at the end is what the model has, and the reason given for it is true.
 /// - The book, getBalances, and the figures of the day agree with one another and the model.
 ///
-/// Every fault goes to `fail`.
+/// - A service that fails delays a decision or leaves out a stock, with that as its reason.
+///
+/// Every fault goes to `fail`, but nothing of an account that is uncertain.
 class CInvariants {
 public:
     using Fail = std::function<void(const std::string& what)>;
 
-    CInvariants(const Plan& plan, const CModel& model, Fail fail)
-        : m_plan(plan), m_model(model), m_fail(std::move(fail)) {}
+    CInvariants(const Plan& plan, const CModel& model, const CServices& services, Fail fail)
+        : m_plan(plan), m_model(model), m_services(services), m_fail(std::move(fail)) {}
 
     /// A balance is about to be asked for: how it comes to be sent, and when its turn comes.
     /// True when the request is to be taken.
@@ -88,6 +91,8 @@ private:
     // lab/life.cpp
     void checkLife(const Seen& seen, const TC::BalanceRecord& record) const;
     bool takes(const Pair& pair, bool atOnce) const;
+    /// A service failed at this moment, or a second ago, when a decision is tried again.
+    bool hasNoAnswer() const;
     void checkTurn(const Seen& seen, const TC::BalanceRecord& record) const;
     bool isBefore(const Seen& other, const Seen& seen) const;
 
@@ -105,6 +110,7 @@ private:
 
     const Plan& m_plan;
     const CModel& m_model;
+    const CServices& m_services;
     const Fail m_fail;
     Seen m_asked;  ///< what the next balance will be
     int m_nDate = 0;

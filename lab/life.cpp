@@ -60,6 +60,11 @@ bool CInvariants::isOver() const {
     });
 }
 
+bool CInvariants::hasNoAnswer() const {
+    const std::int64_t failed = m_services.failedAt();
+    return failed != 0 && now() <= failed + SECOND;
+}
+
 // At rest nothing that could go on stands still.
 void CInvariants::checkTurn(const Seen& seen, const TC::BalanceRecord& record) const {
     const std::int64_t moment = now();
@@ -70,8 +75,10 @@ void CInvariants::checkTurn(const Seen& seen, const TC::BalanceRecord& record) c
     }
     if (record.state != EBalanceState::Cancelling) return;
     if (waits && record.rounds == 0) fail(seen, "cancels while one that overlaps is to decide");
-    if (moment >= seen.cancelAt + LONGEST_CANCELLING) fail(seen, "cancels for more than 30 s");
-    if (m_model.quiet(seen.pair)) fail(seen, "does not decide although nothing runs");
+    if (!hasNoAnswer()) {
+        if (moment >= seen.cancelAt + LONGEST_CANCELLING) fail(seen, "cancels for more than 30 s");
+        if (m_model.quiet(seen.pair)) fail(seen, "does not decide although nothing runs");
+    }
     for (const auto& [number, other] : m_seen) {
         const bool older = other.date == m_nDate && number < seen.record.number &&
                            other.record.state == EBalanceState::Sent;

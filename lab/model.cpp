@@ -7,71 +7,6 @@
 
 namespace lab {
 
-// ------------------------------------------------------------------ what is told
-
-void CModel::order(const OrderReport& report, bool heard) {
-    Told& told = m_told[static_cast<std::size_t>(report.of.account)];
-    told.keptOrders[report.key] = report;
-    if (!heard) return;
-    told.orders[report.key] = report;
-    if (!report.runs()) told.finals[report.key] = report;
-}
-
-void CModel::deal(const DealReport& report, bool heard) {
-    Told& told = m_told[static_cast<std::size_t>(report.of.account)];
-    told.keptDeals[report.key] = report;
-    if (heard) told.deals[report.key] = report;
-}
-
-void CModel::task(std::uint64_t key, const Origin& of, bool runs) { m_tasks[key] = {of, runs}; }
-
-void CModel::load(int account, std::int64_t now) {
-    Told& told = m_told[static_cast<std::size_t>(account)];
-    told.orders = told.keptOrders;
-    told.deals = told.keptDeals;
-    for (const auto& [key, report] : told.orders) {
-        if (!report.runs()) told.finals[key] = report;
-    }
-    for (SentCommand& command : m_sent) {
-        if (command.pair.account != account || command.refused) continue;
-        if (now < command.at + LOST_AFTER || knows(account, command.number)) continue;
-        for (SentOrder& order : command.orders) order.lost = true;
-    }
-}
-
-void CModel::newDate(bool another) {
-    if (!another) return;
-    for (Told& told : m_told) {
-        for (const auto& [key, deal] : told.deals) {
-            if (!deal.of.history) continue;
-            const Pair pair{deal.of.account, deal.of.strategy, true};
-            m_carried[{pair, deal.of.stock, deal.of.buys}] += deal.volume;
-        }
-        told = {};
-    }
-    m_tasks.clear();
-    m_sent.clear();
-}
-
-void CModel::restart(std::vector<SentCommand> book) {
-    m_sent = std::move(book);
-    for (Told& told : m_told) told.finals.clear();
-}
-
-void CModel::answered(int serial, int number) {
-    for (SentCommand& command : m_sent) {
-        if (serial != 0 && command.serial == serial && command.number == 0) command.number = number;
-    }
-}
-
-void CModel::refused(int serial, int number) {
-    answered(serial, number);
-    for (SentCommand& command : m_sent) {
-        if (command.serial != serial || knows(command.pair.account, command.number)) continue;
-        command.refused = true;
-    }
-}
-
 // ------------------------------------------------------------------------ questions
 
 // A report that takes a final status back changes nothing.
@@ -100,6 +35,14 @@ const OrderReport* CModel::heardOrder(int account, std::uint64_t key) const {
     const Told& told = m_told[static_cast<std::size_t>(account)];
     const auto at = told.orders.find(key);
     return at == told.orders.end() ? nullptr : &newest(told, at->second);
+}
+
+std::set<int> CModel::stocksOf(int account) const {
+    const Told& told = m_told[static_cast<std::size_t>(account)];
+    std::set<int> stocks;
+    for (const auto& [key, report] : told.orders) stocks.insert(report.of.stock);
+    for (const auto& [key, report] : told.deals) stocks.insert(report.of.stock);
+    return stocks;
 }
 
 std::int64_t CModel::dealt(int account, std::uint64_t order) const {

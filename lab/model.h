@@ -84,6 +84,8 @@ public:
     void order(const OrderReport& report, bool heard);
     void deal(const DealReport& report, bool heard);
     void task(std::uint64_t key, const Origin& of, bool runs);
+    /// The library lost the report that it heard last; the data center keeps it.
+    void takeBack();
 
     /// An account is loaded: the library has what the data center has, and gives up orders of
     /// which nothing was heard for so long.
@@ -124,6 +126,9 @@ public:
     /// Whether any order, or deal, of a command was told.
     bool knows(int account, int number) const;
 
+    /// The stocks of all that was heard of an account.
+    std::set<int> stocksOf(int account) const;
+
     const std::vector<SentCommand>& commands() const { return m_sent; }
     const SentCommand* bySerial(int serial) const;
     /// The newest report of an order as the rule sees it; null when none was heard.
@@ -142,11 +147,23 @@ private:
         std::map<std::uint64_t, DealReport> deals;
         std::map<std::uint64_t, OrderReport> finals;  ///< final reports, whatever came since
     };
+    /// What an account had of a record before its last report.
+    struct Last {
+        int account = 0;
+        std::uint64_t order = 0;
+        std::uint64_t deal = 0;
+        std::optional<OrderReport> report;
+        std::optional<OrderReport> final;
+        bool knewDeal = false;
+    };
     struct Task {
         Origin of;
         bool runs = false;
     };
 
+    bool follows(const Origin& of) const {
+        return !m_plan.stocks[static_cast<std::size_t>(of.stock)].excluded;
+    }
     const OrderReport& newest(const Told& told, const OrderReport& report) const;
     std::int64_t unheard(const SentCommand& command, const SentOrder& order) const;
     void addHistory(const Pair& pair, int stock, Range& range) const;
@@ -154,6 +171,7 @@ private:
 
     const Plan& m_plan;
     std::vector<Told> m_told;  ///< by account
+    Last m_last;
     std::map<std::uint64_t, Task> m_tasks;
     std::vector<SentCommand> m_sent;
     /// What earlier dates of this run added to the rests: pair, stock, side.

@@ -19,6 +19,8 @@ namespace {
 
 using Manager = utils::CSingletonT<TC::CLinkageManager>;
 
+constexpr char PAST_DAY[] = "20231229";
+
 }  // namespace
 
 TC::CLinkageManager& CDay::manager() const { return *Manager::instance(); }
@@ -37,6 +39,14 @@ void CDay::clearFiles() {
                                     TC::csv::dayStamp("20240101"));
     }
     std::ofstream(directory + "/" + TC::BALANCE_FILE, std::ios::binary) << text;
+    m_scenario.file(TC::BALANCE_FILE, text);
+}
+
+TC::LinkageOptions CDay::optionsOf() const {
+    return {.guard = m_options.guard,
+            .rounds = m_options.guard ? m_plan.rounds : 1,
+            .roundSeconds = m_plan.roundSeconds,
+            .keepBalanceTimes = m_plan.keepTimes};
 }
 
 std::string CDay::bookText() const {
@@ -56,14 +66,12 @@ void CDay::up() {
     } else {
         m_model.restart(m_model.commands());
     }
-    for (std::size_t at = 0; at < m_plan.accounts.size(); ++at) {
-        m_model.load(static_cast<int>(at), now());
-    }
+    m_services.begins();
     trace("the library starts");
+    m_scenario.plain("init");
     TC::CLinkageManager& manager = this->manager();
-    manager.setOptions({.guard = m_options.guard,
-                        .rounds = m_options.guard ? m_plan.rounds : 1,
-                        .roundSeconds = m_plan.roundSeconds});
+    manager.setOptions(optionsOf());
+    checkLoaded();
     manager.sigBalanceChanged.connect([this](int number) {
         m_invariants.changed(number);
         m_bDirty = true;
@@ -110,8 +118,14 @@ void CDay::comeBackAfter(int seconds) {
 void CDay::restart(int seconds) {
     happens(EFault::Restart);
     m_invariants.look(manager(), true);
+    checkIntegrity();
+    noteSaved();
+    m_scenario.plain("release");
     Manager::release();
     m_invariants.lookAtBook(bookText());
+    m_bUp = false;
+    rest();
+    if (m_loop.waits()->next()) fail("a timer waits after the library was released");
     comeBackAfter(seconds);
 }
 
@@ -122,14 +136,20 @@ void CDay::crash() {
     m_bDead = true;
 }
 
+// A process that was gone at a step of the disk.
+void CDay::seeCrash() {
+    if (m_bDead || !m_bUp || !TC::disk::crashed()) return;
+    trace("the library crashed at a step of the disk");
+    m_bDead = true;
+}
+
 void CDay::bury() {
+    m_scenario.plain("crash");
     Manager::release();
     TC::disk::restart();
     m_bDead = false;
     comeBackAfter(m_nDownFor);
 }
-
-void CDay::load(int account) { m_model.load(account, now()); }
 
 void CDay::newDate(bool another) {
     static const char* const DATES[] = {"20240102", "20240103"};
@@ -145,7 +165,8 @@ void CDay::newDate(bool another) {
     }
     m_invariants.newDate(another);
     m_model.newDate(another);
-    for (std::size_t at = 0; at < m_plan.accounts.size(); ++at) load(static_cast<int>(at));
+    if (m_bUp) m_services.dateBegins();
+    m_scenario.newTradingDate(DATES[m_nDate]);
     m_pClient->paper().newTradingDate(DATES[m_nDate], DATES[m_nDate]);
 }
 
@@ -157,28 +178,89 @@ void CDay::failDisk(const Step& step) {
     happens(EFault::Disk);
     m_invariants.diskFails();
     if (half) TC::disk::fail({.step = failing, .times = 1});
-    TC::disk::fail({.step = failing,
-                    .after = half ? 1 : 0,
-                    .times = 1 + step.amount / 3,
-                    .error = step.flag ? ENOSPC : EIO});
+    const TC::disk::Fault fault{.step = failing,
+                                .after = half ? 1 : 0,
+                                .times = 1 + step.amount / 3,
+                                .error = step.flag ? ENOSPC : EIO};
+    m_scenario.disk(fault);
+    TC::disk::fail(fault);
+}
+
+void CDay::crashAtStep(const Step& step) {
+    happens(EFault::CrashAtStep);
+    m_nDownFor = step.times;
+    m_invariants.diskFails();
+    const TC::disk::Fault fault{.after = step.amount, .error = TC::disk::Fault::CRASH};
+    m_scenario.disk(fault);
+    TC::disk::fail(fault);
+}
+
+// Those of the command center are played by the laboratory's own.
+void CDay::failService(const Step& step) {
+    const ServiceFault& fault = SERVICE_FAULTS[static_cast<std::size_t>(step.amount)];
+    m_scenario.fault(fault.service, fault.kind, step.times);
+    trace("{} of the next {} calls", nameOf(fault.fault), step.times);
+    if (fault.service == paper::EService::CommandCenter) {
+        m_nCommandThrows = step.times;
+    } else {
+        m_pClient->paper().setFault(fault.service, fault.kind, step.times);
+    }
+}
+
+void CDay::disconnect(int seconds) {
+    happens(EFault::Disconnect);
+    ++m_nOffline;
+    m_agenda.at(now() + seconds * SECOND, [this] {
+        trace("the connection is back");
+        --m_nOffline;
+        m_scenario.login(true);
+        m_pClient->paper().login(true, {});
+    });
 }
 
 void CDay::disturb(const Step& step) {
     switch (step.kind) {
         case EStep::Request:
             happens(EFault::Reload);
-            load(step.account);
+            m_scenario.call("requestAccount", {accountOf(step.account)});
             manager().requestAccount(accountOf(step.account));
             break;
         case EStep::Ready:
             happens(EFault::Reload);
-            load(step.account);
+            m_scenario.accountReady(accountOf(step.account));
             m_pClient->paper().accountReady(accountOf(step.account));
             break;
         case EStep::Login:
             happens(EFault::Login);
-            for (std::size_t at = 0; at < m_plan.accounts.size(); ++at) load(static_cast<int>(at));
+            m_scenario.login(true);
             m_pClient->paper().login(true, {});
+            break;
+        case EStep::Disconnect:
+            disconnect(step.amount);
+            break;
+        case EStep::AskPast:
+            m_scenario.call("requestAccountDeals", {accountOf(step.account), PAST_DAY, PAST_DAY});
+            manager().requestAccountDeals(accountOf(step.account), PAST_DAY, PAST_DAY);
+            break;
+        case EStep::Import:
+            importStatement(step);
+            break;
+        case EStep::Times:
+            editTimes(step);
+            break;
+        case EStep::Service:
+            failService(step);
+            break;
+        case EStep::CrashAtStep:
+            crashAtStep(step);
+            break;
+        case EStep::CrashInSave:
+        case EStep::DiskInSave:
+            if (m_plan.rests.empty()) {
+                failInSave(step);
+            } else {
+                m_pSaveFault = &step;
+            }
             break;
         case EStep::Rollover:
         case EStep::SameDate:

@@ -70,7 +70,9 @@ bool CInvariants::isTrue(const Seen& seen, int round, int stock,
     }
     if (reason == TC::REASON_WAITING) return range;
     if (reason == TC::REASON_TASK) return seen.tasks.count(stock) > 0;
-    return reason == TC::REASON_NO_INSTRUMENT && !of.detail;
+    const bool failed = m_services.failedAt() != 0;
+    if (reason == TC::REASON_NO_ANSWER) return failed;
+    return reason == TC::REASON_NO_INSTRUMENT && (failed || !of.detail);
 }
 
 void CInvariants::checkRemains(const Seen& seen, const TC::BalanceRecord& record) const {

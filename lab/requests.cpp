@@ -2,6 +2,7 @@
 #include "lab/trace.h"
 #include "linkage/core/clinkagemanager.h"
 #include "platform/utils/keys.h"
+#include "replay/times.h"
 
 #include <fmt/format.h>
 
@@ -23,6 +24,11 @@ constexpr std::uint64_t TASKS = 4;
 struct Gone : std::runtime_error {
     Gone() : std::runtime_error("the process is gone") {}
 };
+
+/// The fates of a balance's orders lie behind those of the plan's.
+std::uint64_t fateOf(int serial, int stock) {
+    return 1'000'000 + 16 * static_cast<std::uint64_t>(serial) + static_cast<std::uint64_t>(stock);
+}
 
 EForm formOf(const COrderComandParam& command, bool history) {
     if (!command.m_bGroup) return EForm::Single;
@@ -49,7 +55,11 @@ SentCommand CDay::commandOf(const COrderComandParam& command) const {
 }
 
 void CDay::onCommand(const COrderComandParam& command, const Completion& completion) {
-    if (!lives()) return;
+    if (!lives()) {
+        // What a process does after its end reaches nobody, but a scenario counts it.
+        if (m_bUp) ++m_nNumber;
+        return asksAfterRelease();
+    }
     const Step* const crashes = std::exchange(m_pCrashInSend, nullptr);
     SentCommand sent = commandOf(command);
     for (const SentOrder& order : sent.orders) {
@@ -64,10 +74,40 @@ void CDay::onCommand(const COrderComandParam& command, const Completion& complet
         happens(EFault::CrashInSend);
         m_nDownFor = crashes->amount;
     }
+    if (!crashes && m_nCommandThrows > 0) {
+        m_model.sent(sent);
+        throwCommand();
+    }
+    noteSent(sent);
+    ++m_nNumber;
     if (!crashes || crashes->flag) execute(sent, completion);
     if (!crashes) return;
     crash();
     throw Gone();
+}
+
+void CDay::asksAfterRelease() {
+    if (!m_bUp && !m_bDead) fail("the library asks for something after it was released");
+}
+
+void CDay::noteSent(const SentCommand& sent) {
+    if (!m_options.scenario) return;
+    for (const SentOrder& order : sent.orders) {
+        m_outcome.sent.push_back(sentLine(
+            replay::momentText(now()), accountOf(sent.pair.account),
+            m_plan.stocks[static_cast<std::size_t>(order.stock)].key(), order.buys, order.volume));
+    }
+}
+
+void CDay::throwCommand() {
+    happens(EFault::CommandThrows);
+    if (--m_nCommandThrows == 0) {
+        // From the next line on results come when the laboratory tells them.
+        m_agenda.at(now(), [this] {
+            m_scenario.fault(paper::EService::CommandCenter, paper::EFault::Lost, ALL_CALLS);
+        });
+    }
+    throw paper::ServiceFault("the command center failed");
 }
 
 // The command center takes a command: gives it a number, answers, and makes its orders.
@@ -84,7 +124,7 @@ void CDay::execute(SentCommand& sent, const Completion& completion) {
     const bool late = rolls(random, EFault::LateAnswer);
     const bool tooLate = rolls(random, EFault::TooLateRefused) && sent.orders.size() == 1;
     if (completion && !m_plan.numbered) happens(EFault::Unnumbered);
-    const int number = numbered ? ++m_nNumber : 0;
+    const int number = numbered ? m_nNumber : 0;
     const std::int64_t answerAt = now() + (late ? slow : quick);
     for (const SentOrder& order : sent.orders) {
         const bool vanished = !refused && !refusedLater && rolls(random, EFault::Vanished);
@@ -95,6 +135,7 @@ void CDay::execute(SentCommand& sent, const Completion& completion) {
                       .priced = order.priced,
                       .balance = true,
                       .hush = completion && !silent ? answerAt + 1 : 0,
+                      .fate = fateOf(sent.serial, order.stock),
                       .serial = sent.serial};
         ticket.of = {.account = sent.pair.account,
                      .stock = order.stock,
@@ -104,12 +145,13 @@ void CDay::execute(SentCommand& sent, const Completion& completion) {
                      .command = number};
         const std::uint64_t key = m_broker.place(ticket);
         trace("it is order {} of command {}", key, number);
-        m_truth.watch(key, sent.pair);
+        if (!m_services.isUncertain(sent.pair.account)) m_truth.watch(key, sent.pair);
     }
     m_model.sent(sent);
     if (!completion) return;
     SentCommand told = sent;
-    told.number = number;
+    // A refusal always names its command.
+    told.number = refused || refusedLater ? m_nNumber : number;
     if (!silent) answer(completion, told, answerAt, refused ? "refused" : "");
     if (refusedLater) answer(completion, told, answerAt + slow, "refused later");
     if (tooLate && number != 0) m_tooLate[number] = {told, completion};
@@ -127,12 +169,15 @@ void CDay::answer(const Completion& completion, const SentCommand& sent, std::in
                 m_model.refused(sent.serial, sent.number);
             }
         }
+        m_scenario.result(sent.number, error);
         completion(error.empty() ? utils::VexError{} : utils::VexError{2, error}, sent.number);
     });
 }
 
 void CDay::onCancelOrder(std::uint64_t key) {
-    if (!lives()) return;
+    if (!lives()) return asksAfterRelease();
+    // A cancellation that the trade client lost or refused, by an earlier fault of it.
+    if (std::exchange(m_bCancelFails, false)) return;
     const Step* const crashes = std::exchange(m_pCrashInCancel, nullptr);
     trace("the library cancels order {}", key);
     if (!crashes || crashes->flag) m_broker.cancel(key);
@@ -149,11 +194,13 @@ void CDay::startTask(const Step& step) {
     happens(EFault::Task);
     const std::uint64_t key = ++m_nTasks;
     Origin& of = m_tasks[key];
+    const bool excluded = m_plan.stocks[static_cast<std::size_t>(step.stock)].excluded;
     of = {.account = step.account,
-          .stock = step.stock,
+          .stock = excluded ? step.stock + 1 : step.stock,
           .strategy = m_plan.strategies[static_cast<std::size_t>(step.strategy)]};
     trace("task {} of {} \"{}\" runs", key, accountOf(of.account), of.strategy);
     m_model.task(key, of, true);
+    m_scenario.task(key, of, TASK_RUNNING);
     m_pClient->tellTask(key, of, TASK_RUNNING);
     m_agenda.at(now() + step.amount * SECOND, [this, key] { endTask(key, TASK_COMPLETED); });
 }
@@ -165,11 +212,13 @@ void CDay::endTask(std::uint64_t key, ETaskStatus status) {
     m_tasks.erase(at);
     trace("task {} ends", key);
     m_model.task(key, of, false);
+    m_scenario.task(key, of, status);
     m_pClient->tellTask(key, of, status);
 }
 
 void CDay::onTerminateTask(std::uint64_t key) {
-    if (!lives()) return;
+    if (!lives()) return asksAfterRelease();
+    if (m_nCommandThrows > 0) throwCommand();
     CRandom random = CRandom::of(m_plan.seed, TASKS, key);
     trace("the library terminates task {}", key);
     std::int64_t delay = random.between(100, 1'500) * MILLI;

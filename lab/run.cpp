@@ -1,13 +1,19 @@
-#include "lab/run.h"
+#include "lab/days.h"
+#include "lab/shrink.h"
 
 #include <QDir>
 #include <QFileInfo>
-#include <QTemporaryDir>
 
 #include <fmt/format.h>
 
+#include <unistd.h>
+
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <stdexcept>
 
 namespace lab {
@@ -15,12 +21,32 @@ namespace lab {
 namespace {
 
 constexpr char MEMORY[] = "/dev/shm";
-constexpr long PROGRESS = 100;
+constexpr long PROGRESS = 50;
+/// After so many days a process has what it needs.
+constexpr long WARM = 1'000;
 
 QString directoryTemplate() {
     const QString memory = QString::fromLatin1(MEMORY);
     const QString place = QFileInfo(memory).isWritable() ? memory : QDir::tempPath();
     return place + QStringLiteral("/linkage-lab-XXXXXX");
+}
+
+std::unique_ptr<QCoreApplication> makeApplication() {
+    static int count = 1;
+    static char name[] = "linkage-lab";
+    static char* names[] = {name, nullptr};
+    if (QCoreApplication::instance()) return {};
+    return std::make_unique<QCoreApplication>(count, names);
+}
+
+Usage usage() {
+    long size = 0;
+    long resident = 0;
+    std::ifstream("/proc/self/statm") >> size >> resident;
+    std::error_code error;
+    const std::filesystem::directory_iterator open("/proc/self/fd", error);
+    const auto descriptors = error ? 0 : std::distance(begin(open), end(open));
+    return {resident * (sysconf(_SC_PAGESIZE) / 1024), static_cast<int>(descriptors)};
 }
 
 void add(const Outcome& outcome, Result& result) {
@@ -31,83 +57,128 @@ void add(const Outcome& outcome, Result& result) {
     for (const auto& [ending, count] : outcome.endings) result.endings[ending] += count;
     if (outcome.violations.empty()) return;
     ++result.violations;
-    if (result.violated.size() < Result::MOST_KEPT) result.violated.push_back(outcome);
+    result.violated[outcome.seed] = outcome.violations.front();
+    if (result.violated.size() > Result::MOST_KEPT) {
+        result.violated.erase(std::prev(result.violated.end()));
+    }
 }
 
-std::string tableOf(const Result& result) {
-    std::string text = "what went wrong, or not as usual\n";
-    for (std::size_t at = 0; at < FAULT_COUNT; ++at) {
-        const auto fault = static_cast<EFault>(at);
-        if (result.faults[at] == 0) continue;
-        text +=
-            fmt::format("  {:<15}{:>9}  {}\n", nameOf(fault), result.faults[at], meaningOf(fault));
-    }
-    if (result.endings.empty()) return text;
-    text += "balances by how they ended\n";
-    for (const auto& [ending, count] : result.endings) {
-        text += fmt::format("  {:>9}  {}\n", count, ending);
-    }
-    return text;
+double secondsNow() {
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return std::chrono::duration<double>(now).count();
 }
-
-class CDays {
-public:
-    explicit CDays(const RunOptions& options)
-        : m_options(options), m_directory(directoryTemplate()) {
-        if (m_directory.isValid()) return;
-        throw std::runtime_error("no directory can be made: " +
-                                 m_directory.errorString().toStdString());
-    }
-
-    Outcome play(std::uint64_t seed) {
-        CDay day(planOf(seed, m_options.dials), {.guard = m_options.guard,
-                                                 .trace = m_options.trace,
-                                                 .directory = m_directory.path().toStdString()});
-        return day.play();
-    }
-
-private:
-    const RunOptions& m_options;
-    QTemporaryDir m_directory;
-};
 
 }  // namespace
+
+// --------------------------------------------------------------------------- days
+
+CDays::CDays(const RunOptions& options)
+    : m_options(options), m_pApplication(makeApplication()), m_directory(directoryTemplate()) {
+    if (m_directory.isValid()) return;
+    throw std::runtime_error("no directory can be made: " +
+                             m_directory.errorString().toStdString());
+}
+
+Outcome CDays::play(const Plan& plan) {
+    CDay day(plan, {.guard = m_options.guard,
+                    .trace = m_options.trace,
+                    .scenario = m_options.scenario,
+                    .directory = m_directory.path().toStdString()});
+    return day.play();
+}
+
+Result CDays::playAll(std::uint64_t from, std::uint64_t step,
+                      const std::function<void(const Result&)>& look) {
+    Result result;
+    Usage before;
+    for (std::uint64_t seed = from; seed <= m_options.last; seed += step) {
+        add(play(seed), result);
+        if (result.days == WARM) before = usage();
+        if (result.days % PROGRESS == 0) look(result);
+    }
+    if (result.days >= 2 * WARM) {
+        const Usage after = usage();
+        result.growth = {after.kilobytes - before.kilobytes,
+                         after.descriptors - before.descriptors};
+        result.measured = true;
+    }
+    return result;
+}
+
+void addTo(Result& sum, const Result& part) {
+    sum.days += part.days;
+    sum.commands += part.commands;
+    sum.tooMuch += part.tooMuch;
+    if (part.firstTooMuch != 0) {
+        sum.firstTooMuch = sum.firstTooMuch == 0 ? part.firstTooMuch
+                                                 : std::min(sum.firstTooMuch, part.firstTooMuch);
+    }
+    for (std::size_t at = 0; at < FAULT_COUNT; ++at) sum.faults[at] += part.faults[at];
+    for (const auto& [ending, count] : part.endings) sum.endings[ending] += count;
+    sum.violations += part.violations;
+    sum.violated.insert(part.violated.begin(), part.violated.end());
+    while (sum.violated.size() > Result::MOST_KEPT) {
+        sum.violated.erase(std::prev(sum.violated.end()));
+    }
+    sum.measured = sum.measured || part.measured;
+    sum.growth.kilobytes = std::max(sum.growth.kilobytes, part.growth.kilobytes);
+    sum.growth.descriptors = std::max(sum.growth.descriptors, part.growth.descriptors);
+}
+
+// ------------------------------------------------------------------------ progress
+
+CProgress::CProgress(const RunOptions& options)
+    : m_bShown(options.progress),
+      m_nDays(static_cast<long>(options.last - options.first + 1)),
+      m_dBegan(secondsNow()) {}
+
+CProgress::~CProgress() {
+    if (m_bShown) fmt::print(stderr, "\r{:79}\r", "");
+}
+
+double CProgress::seconds() const { return secondsNow() - m_dBegan; }
+
+void CProgress::show(long days, long violations) const {
+    constexpr long WIDTH = 30;
+    if (!m_bShown || days == 0) return;
+    const double rate = static_cast<double>(days) / std::max(seconds(), 0.001);
+    const double left = static_cast<double>(m_nDays - days) / rate;
+    const auto done = static_cast<std::size_t>(WIDTH * days / m_nDays);
+    fmt::print(stderr, "\r[{}{}] {} of {}, {:.0f} a second, {:.0f} min left{}  ",
+               std::string(done, '#'), std::string(WIDTH - done, '.'), days, m_nDays, rate,
+               left / 60, violations == 0 ? "" : fmt::format(", {} VIOLATED", violations));
+}
+
+// ---------------------------------------------------------------------------- runs
 
 Outcome runOne(std::uint64_t seed, const RunOptions& options) { return CDays(options).play(seed); }
 
 Result run(const RunOptions& options) {
-    Result result;
-    CDays days(options);
-    const auto began = std::chrono::steady_clock::now();
-    for (std::uint64_t seed = options.first; seed <= options.last; ++seed) {
-        add(days.play(seed), result);
-        if (options.progress && result.days % PROGRESS == 0) {
-            fmt::print(stderr, "\r{} of {} days", result.days, options.last - options.first + 1);
-        }
-    }
-    if (options.progress) fmt::print(stderr, "\r{:40}\r", "");
-    result.seconds =
-        std::chrono::duration<double>(std::chrono::steady_clock::now() - began).count();
+    if (options.jobs > 1) return runJobs(options);
+    const CProgress progress(options);
+    Result result = CDays(options).playAll(
+        options.first, 1, [&](const Result& so) { progress.show(so.days, so.violations); });
+    result.seconds = progress.seconds();
     return result;
 }
 
-std::string textOf(const Result& result, const RunOptions& options, bool table) {
-    std::string text = table ? tableOf(result) : "";
-    const double days = static_cast<double>(result.days);
-    text +=
-        fmt::format("seeds {} to {}, guard {}: {} days, {} commands, {:.1f} s, {:.0f} a second\n",
-                    options.first, options.last, options.guard ? "on" : "off", result.days,
-                    result.commands, result.seconds, days / result.seconds);
-    text += fmt::format("days on which a balance traded too much: {} ({:.2f} %)\n", result.tooMuch,
-                        100.0 * static_cast<double>(result.tooMuch) / days);
-    if (result.tooMuch > 0)
-        text += fmt::format("the first of them: seed {}\n", result.firstTooMuch);
-    if (!options.guard) return text;
-    text += fmt::format("days with violations: {}\n", result.violations);
-    for (const Outcome& outcome : result.violated) {
-        text += fmt::format("  seed {}: {}\n", outcome.seed, outcome.violations.front());
-    }
-    return text;
+std::string writeShrunk(std::uint64_t seed, const RunOptions& options,
+                        const std::string& directory) {
+    RunOptions quiet = options;
+    quiet.trace = false;
+    quiet.scenario = true;
+    CDays days(quiet);
+    const Shrunk shrunk = shrink(planOf(seed, quiet.dials), quiet.guard,
+                                 [&](const Plan& plan) { return days.play(plan); });
+    const std::string path = fmt::format("{}/lab-seed-{}.jsonl", directory, seed);
+    const std::string differs = writeScenario(shrunk.outcome, path);
+    std::string text =
+        fmt::format("seed {}: {} of {} steps and {} dials are left after {} tries\n", seed,
+                    shrunk.stepsAfter, shrunk.stepsBefore, shrunk.dialsAfter, shrunk.tries);
+    for (const std::string& each : shrunk.outcome.violations) text += "  " + each + "\n";
+    return text + fmt::format("  {}: {}\n", path,
+                              differs.empty() ? "linkage-replay sends the same orders"
+                                              : "linkage-replay differs: " + differs);
 }
 
 }  // namespace lab

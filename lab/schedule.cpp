@@ -2,6 +2,7 @@
 
 #include "lab/random.h"
 #include "lab/times.h"
+#include "platform/records/enums.h"
 
 #include <algorithm>
 #include <iterator>
@@ -30,8 +31,11 @@ public:
         drawAsks();
         drawManual();
         drawEvents();
+        drawServices();
+        drawSaves();
         std::stable_sort(m_plan.steps.begin(), m_plan.steps.end(),
                          [](const Step& left, const Step& right) { return left.at < right.at; });
+        for (std::size_t at = 0; at < m_plan.steps.size(); ++at) m_plan.steps[at].place = at + 1;
         return std::move(m_plan);
     }
 
@@ -59,6 +63,8 @@ private:
         m_plan.roundSeconds = m_random.between(3, 20);
         m_plan.named = !rolls(EFault::Unnamed);
         m_plan.numbered = !rolls(EFault::Unnumbered);
+        m_plan.night = rolls(EFault::Midnight);
+        m_plan.keepTimes = m_random.chance(50);
         m_plan.accounts = {"A"};
         if (m_random.chance(30)) m_plan.accounts.emplace_back("B");
         const int strategies = m_random.between(1, 4);
@@ -75,10 +81,14 @@ private:
         }
         if (rolls(EFault::NoPrice)) m_plan.stocks.back().priced = false;
         if (rolls(EFault::NoInstrument)) m_plan.stocks.back().detail = false;
+        const bool excluded = rolls(EFault::Excluded);
+        m_plan.stocks.front().excluded = excluded && m_plan.stocks.size() > 1;
         if (!rolls(EFault::History) || m_plan.strategies.size() < 2) return;
         for (int left = m_random.between(1, 3); left > 0; --left) {
             Rest rest{.account = anyOf(m_plan.accounts), .stock = anyOf(m_plan.stocks)};
             rest.strategy = 1 + m_random.below(static_cast<int>(m_plan.strategies.size()) - 1);
+            // What is never followed is never balanced.
+            if (m_plan.stocks[static_cast<std::size_t>(rest.stock)].excluded) ++rest.stock;
             rest.bought = 100 * m_random.below(20) + m_random.below(2) * 50;
             rest.sold = 100 * m_random.below(20);
             m_plan.rests.push_back(rest);
@@ -163,6 +173,51 @@ private:
         event(EFault::CrashInCancel, EStep::CrashInCancel, 0, 20);
         event(EFault::Disk, EStep::Disk, 0, 23);
         event(EFault::Task, EStep::Task, 5, 60);
+        event(EFault::Disconnect, EStep::Disconnect, 1, 40);
+        event(EFault::Import, EStep::Import, 0, 0);
+    }
+
+    bool has(EStep kind) const {
+        return std::any_of(m_plan.steps.begin(), m_plan.steps.end(),
+                           [kind](const Step& step) { return step.kind == kind; });
+    }
+
+    // A task that the data center keeps back is known to the market alone; the model does not
+    // follow that.
+    bool isBeyondTheModel(EFault fault) const {
+        return fault == EFault::DataThrows && has(EStep::Task);
+    }
+
+    void drawServices() {
+        for (std::size_t at = 0; at < SERVICE_FAULTS.size(); ++at) {
+            const EFault fault = SERVICE_FAULTS[at].fault;
+            const int times = m_random.between(1, 6);
+            const std::size_t before = m_plan.steps.size();
+            event(fault, EStep::Service, static_cast<int>(at), static_cast<int>(at));
+            if (m_plan.steps.size() == before) continue;
+            if (isBeyondTheModel(fault)) {
+                m_plan.steps.pop_back();
+                continue;
+            }
+            m_plan.steps.back().times = times;
+            if (SERVICE_FAULTS[at].service != paper::EService::History) continue;
+            Step ask = m_plan.steps.back();
+            ask.kind = EStep::AskPast;
+            m_plan.steps.push_back(ask);
+        }
+    }
+
+    void drawSaves() {
+        for (int left = m_random.between(0, 3); left > 0; --left) {
+            if (!rolls(EFault::Times)) continue;
+            add(EStep::Times, moment()).flag = m_random.chance(30);
+        }
+        event(EFault::CrashInSave, EStep::CrashInSave, 0, 40);
+        if (has(EStep::CrashInSave)) m_plan.steps.back().keeps = m_random.below(1 << 16);
+        event(EFault::DiskInSave, EStep::DiskInSave, 0, 40);
+        if (has(EStep::DiskInSave)) m_plan.steps.back().times = m_random.between(1, 30);
+        // Where history is saved at any time, the order of steps is left to the threads.
+        if (m_plan.rests.empty()) event(EFault::CrashAtStep, EStep::CrashAtStep, 0, 60);
     }
 
     CRandom m_random;
@@ -187,15 +242,30 @@ const char* nameOf(EStep step) {
                                         "request",
                                         "ready",
                                         "login",
+                                        "disconnect",
                                         "rollover",
                                         "same date",
+                                        "ask for a past day",
+                                        "import",
+                                        "balance times",
+                                        "service fails",
                                         "restart",
                                         "crash",
                                         "crash in a command",
                                         "crash in a cancellation",
-                                        "disk"};
-    static_assert(std::size(NAMES) == static_cast<std::size_t>(EStep::Disk) + 1);
+                                        "crash at a step",
+                                        "crash in a save",
+                                        "disk",
+                                        "disk in a save"};
+    static_assert(std::size(NAMES) == static_cast<std::size_t>(EStep::DiskInSave) + 1);
     return NAMES[static_cast<std::size_t>(step)];
+}
+
+std::vector<int> Stock::types() const {
+    std::vector<int> all;
+    if (anyVolume) all.push_back(vexservice::STOCKTYPE_ANY_VOLUME_A);
+    if (excluded) all.push_back(vexservice::STOCKTYPE_REPURCHASE);
+    return all;
 }
 
 Plan planOf(std::uint64_t seed, const Dials& dials) { return CPlanner(seed, dials).plan(); }

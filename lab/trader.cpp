@@ -12,6 +12,26 @@ namespace {
 
 constexpr std::int64_t START_DELAY = 5'000'000;
 
+/// The operation of the manager that a step calls.
+const char* operationOf(EStep kind) {
+    switch (kind) {
+        case EStep::Ask:
+            return "runAutoBalance";
+        case EStep::AskNow:
+            return "runAutoBalanceTimer";
+        case EStep::SendAtOnce:
+            return "doStockBalanceBySignalTask";
+        case EStep::SendGrouped:
+            return "doStockBalance";
+        case EStep::HistoryAtOnce:
+            return "doHistoryBalanceBySignalTask";
+        case EStep::HistoryGrouped:
+            return "doHistoryBalance";
+        default:
+            return "tryAutoBalance";
+    }
+}
+
 bool isAsk(EStep kind) { return kind >= EStep::Ask && kind <= EStep::Try; }
 bool isAtOnce(EStep kind) { return kind >= EStep::SendAtOnce && kind <= EStep::HistoryGrouped; }
 bool isHistory(EStep kind) { return kind == EStep::HistoryAtOnce || kind == EStep::HistoryGrouped; }
@@ -39,7 +59,7 @@ void CTrader::carryOut(const Step& step) {
 
 void CTrader::order(const Step& step) {
     const auto strategy = static_cast<std::size_t>(step.strategy);
-    Ticket ticket{.volume = step.amount};
+    Ticket ticket{.volume = step.amount, .fate = step.place};
     ticket.of = {.account = step.account,
                  .stock = step.stock,
                  .buys = step.flag,
@@ -72,18 +92,19 @@ void CTrader::ask(EStep kind, const Pair& pair) {
     const bool taken =
         m_day.m_invariants.asks(pair, formOf(kind), atOnce, kind == EStep::Ask ? START_DELAY : 0);
     if (!taken) m_day.happens(EFault::Twice);
+    m_day.m_scenario.call(operationOf(kind), {m_day.accountOf(pair.account), pair.strategy});
     if (kind != EStep::Ask) {
         try {
             call(kind, pair);
         } catch (const std::exception&) {
             // The call in which the process died.
-            if (!m_day.m_bDead) throw;
+            if (m_day.lives()) throw;
         }
         return;
     }
     const bool answer =
         m_day.manager().runAutoBalance(m_day.accountOf(pair.account), pair.strategy);
-    if (!m_day.m_options.guard || m_day.m_bDead || answer == taken) return;
+    if (!m_day.m_options.guard || !m_day.lives() || answer == taken) return;
     // Without its book nobody knows what was sent: nothing is taken.
     if (taken && m_day.m_invariants.diskHasFailed()) return;
     m_day.fail(taken ? "a request was refused that is to be taken"

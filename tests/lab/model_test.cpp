@@ -1,8 +1,11 @@
 #include "lab/model.h"
 #include "lab/dials.h"
 #include "lab/run.h"
+#include "lab/shrink.h"
 #include "lab/times.h"
 #include "platform/log.h"
+
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -167,6 +170,22 @@ TEST(LabDials, AreReadFromText) {
     for (const char* text : {"never", "late=", "late=101", "late=4x"}) {
         EXPECT_FALSE(Dials::parse(text)) << text;
     }
+}
+
+// What a scenario has of a day makes the library do what it did: the same orders at the same
+// moments. A crash in the middle of a call is the one thing that a scenario cannot have.
+TEST(LabScenarios, MakeTheLibrarySendTheSame) {
+    g_VexStdLogger.setSilent(true);
+    const QTemporaryDir directory;
+    const std::string path = directory.filePath("day.jsonl").toStdString();
+    RunOptions options{.dials = *Dials::parse("all,crashInSend=0,crashInCancel=0"),
+                       .scenario = true};
+    for (std::uint64_t seed = 1; seed <= 30; ++seed) {
+        options.guard = seed % 4 != 0;
+        const Outcome day = runOne(seed, options);
+        EXPECT_EQ(writeScenario(day, path), "") << "seed " << seed;
+    }
+    g_VexStdLogger.setSilent(false);
 }
 
 // Without the guard the market itself shows balances that trade too much: the invariant can

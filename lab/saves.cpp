@@ -1,0 +1,136 @@
+#include "lab/times.h"
+#include "lab/trace.h"
+#include "linkage/core/clinkagemanager.h"
+#include "linkage/core/managerstate.h"
+#include "linkage/store/diskfaults.h"
+#include "linkage/store/importreport.h"
+#include "platform/services/clientconfig.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <fstream>
+
+// What the trader edits and the library saves, and what becomes of a save.
+
+namespace lab {
+
+namespace {
+
+std::map<std::string, std::pair<std::int64_t, std::int64_t>> historyOf(
+    const TC::CLinkageManager& manager, bool clientType3) {
+    std::map<std::string, std::pair<std::int64_t, std::int64_t>> volumes;
+    for (const auto& [key, stocks] : manager.state().historyLinkageData) {
+        for (const auto& [stock, record] : stocks) {
+            const auto figures = TC::effectiveFigures(*record, clientType3);
+            volumes[key + " " + stock] = {figures.buyVolume, figures.sellVolume};
+        }
+    }
+    return volumes;
+}
+
+}  // namespace
+
+void CDay::editTimes(const Step& step) {
+    happens(EFault::Times);
+    const std::string key =
+        accountOf(step.account) + ":" + m_plan.strategies[static_cast<std::size_t>(step.strategy)];
+    const std::string time = fmt::format("14{:02}00", step.place % 60);
+    trace("the trader {} the balance time of {}", step.flag ? "takes away" : "sets", key);
+    if (step.flag) {
+        m_times.erase(key);
+        m_scenario.call("deleteBalanceTime", {key});
+        manager().deleteBalanceTime(key);
+    } else {
+        m_times[key] = time;
+        m_scenario.call("addBalanceTime", {key, time});
+        manager().addBalanceTime(key, time);
+    }
+    // A save that fails, or whose process ends, leaves what was saved before.
+    if (!m_invariants.diskHasFailed()) m_savedTimes.clear();
+    m_savedTimes.insert(m_times);
+    manager().finishSaves();
+    if (lives() && manager().getBalanceTime() != m_times) fail("other balance times than were set");
+}
+
+// The save runs here to its end, so its steps are the same on every run.
+void CDay::failInSave(const Step& step) {
+    const bool crashes = step.kind == EStep::CrashInSave;
+    m_pSaveFault = nullptr;
+    m_nDownFor = step.amount % 20;
+    m_invariants.diskFails();
+    TC::disk::clearFaults();
+    const int error = step.flag ? ENOSPC : EIO;
+    TC::disk::Fault fault{.after = step.amount,
+                          .times = step.times,
+                          .error = crashes ? TC::disk::Fault::CRASH : error,
+                          .keeps = static_cast<unsigned>(step.keeps)};
+    const std::size_t place = m_scenario.place();
+    trace("the disk {} after {} further steps", crashes ? "crashes" : "fails", step.amount);
+    TC::disk::fail(fault);
+    const int before = TC::disk::steps();
+    if (m_plan.rests.empty()) {
+        Step edit = step;
+        edit.flag = false;
+        editTimes(edit);
+    }
+    manager().finishSaves();
+    const int met = TC::disk::steps() - before - step.amount;
+    if (met > 0) {
+        happens(crashes ? EFault::CrashInSave : EFault::DiskInSave);
+        fault.times = std::min(fault.times, met);
+        m_scenario.diskAt(place, fault);
+    }
+    if (!TC::disk::crashed()) TC::disk::clearFaults();
+}
+
+// What a statement holds is reported as well: it changes no figure.
+void CDay::importStatement(const Step& step) {
+    happens(EFault::Import);
+    const std::string path = m_options.directory + "/statement.csv";
+    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    file << "资金账号,成交日期,证券代码,买卖,价格,数量,成交编号\n";
+    int rows = 0;
+    for (const auto& [key, deal] : m_broker.deals()) {
+        const Stock& stock = m_plan.stocks[static_cast<std::size_t>(deal.of.stock)];
+        if (deal.of.account != step.account || stock.excluded) continue;
+        file << fmt::format("{},{},{},{},{},{},{}\n", accountOf(step.account),
+                            m_pClient->paper().tradeDate(), stock.code,
+                            deal.of.buys ? "买入" : "卖出", PRICE, deal.volume, key);
+        ++rows;
+    }
+    file.close();
+    m_scenario.note("the trader imports a statement of the deals so far");
+    const TC::ImportReport report = manager().importData(QString::fromStdString(path));
+    trace("the trader imports {} deals, {} are taken", rows, report.taken);
+    if (rows > 0 && (!report.ok() || report.read != rows)) {
+        fail(fmt::format("{} of {} deals of a statement are read", report.read, rows));
+    }
+    rest();
+    for (const std::string& strategy : m_plan.strategies) {
+        if (lives()) m_invariants.lookAtFigures(manager(), {step.account, strategy});
+    }
+}
+
+void CDay::noteSaved() {
+    m_savedHistory.clear();
+    if (m_plan.rests.empty() || m_invariants.diskHasFailed()) return;
+    m_savedHistory = historyOf(manager(), m_plan.clientType == TC::CLIENT_TYPE_3);
+}
+
+// What a manager has read before it is told anything is what was saved last.
+void CDay::checkLoaded() {
+    const Times times = manager().getBalanceTime();
+    if (m_plan.keepTimes && !m_savedTimes.empty() && m_savedTimes.count(times) == 0) {
+        fail("the balance times are not those that were saved last");
+    }
+    m_times = times;
+    m_savedTimes = {times};
+    const auto saved = std::exchange(m_savedHistory, {});
+    if (!saved.empty() && historyOf(manager(), m_plan.clientType == TC::CLIENT_TYPE_3) != saved) {
+        fail("the history is not the one that was saved last");
+    }
+}
+
+}  // namespace lab

@@ -1,0 +1,122 @@
+#include "lab/services.h"
+
+#include "lab/book.h"
+#include "lab/times.h"
+
+namespace lab {
+
+using paper::EService;
+
+void CServices::begins() {
+    // Nothing is known of an account before its first load, and that must come.
+    Account unknown;
+    unknown.uncertain = unknown.owed = true;
+    m_accounts.assign(m_plan.accounts.size(), unknown);
+    m_seen.clear();
+    m_pTelling = nullptr;
+}
+
+void CServices::dateBegins() {
+    for (Account& account : m_accounts) account.uncertain = account.owed = true;
+}
+
+int CServices::owed() const {
+    for (std::size_t at = 0; at < m_accounts.size(); ++at) {
+        if (m_accounts[at].owed) return static_cast<int>(at);
+    }
+    return -1;
+}
+
+void CServices::count(EService service, paper::EFault kind) {
+    for (const ServiceFault& each : SERVICE_FAULTS) {
+        if (each.service == service && each.kind == kind) {
+            ++m_counts[static_cast<std::size_t>(each.fault)];
+        }
+    }
+}
+
+void CServices::called(EService service, paper::EFault fault, std::string_view what) {
+    if (!m_lives()) return;
+    const bool threw = fault == paper::EFault::Throw;
+    if (fault != paper::EFault::None) {
+        count(service, fault);
+        m_nFailedAt = now();
+    }
+    if (service == EService::AccountData && !what.empty()) {
+        const int account = placeOf(m_plan.accounts, std::string(what));
+        if (account >= 0) read(account, threw);
+        return;
+    }
+    const bool asksForStock = service == EService::Instrument && m_pTelling;
+    if (asksForStock && !threw) m_seen.insert(m_telling.of.stock);
+    if (!threw) return;
+    bool inLoad = false;
+    for (Account& account : m_accounts) {
+        if (account.reads == 0) continue;
+        inLoad = true;
+        throwsInLoad(account, service);
+    }
+    if (!inLoad && m_pTelling) throwsInReport(service);
+}
+
+// A load reads everything, plays it through, subscribes, and reads once more.
+void CServices::read(int number, bool threw) {
+    Account& account = m_accounts[static_cast<std::size_t>(number)];
+    if (account.reads == 0) account.whole = true;
+    ++account.reads;
+    if (threw) {
+        // Before the third read is done the account stays as it was.
+        account.owed = true;
+        account.uncertain = account.uncertain || account.reads > READS / 2;
+        account.reads = 0;
+        return;
+    }
+    // What throws once everything is read, throws in the middle of a record.
+    if (account.reads == READS / 2) account.subscribed = true;
+    if (account.reads < READS) return;
+    account.reads = 0;
+    if (!account.whole) {
+        account.owed = false;
+        account.uncertain = true;
+        return;
+    }
+    account.owed = account.uncertain = false;
+    m_model.load(number, now());
+    for (const int stock : m_model.stocksOf(number)) m_seen.insert(stock);
+}
+
+// Stocks and fees are asked for ahead and, when that throws, once more: whether a record was
+// lost cannot be told. Fees alone lose none, but for deals that balance history.
+void CServices::throwsInLoad(Account& account, EService service) {
+    if (service == EService::Instrument || !m_plan.rests.empty()) account.whole = false;
+}
+
+void CServices::tells(const Origin& of, bool deal) {
+    m_telling = {of, deal};
+    m_pTelling = &m_telling;
+}
+
+void CServices::told() {
+    if (m_pTelling) m_seen.insert(m_telling.of.stock);
+    m_pTelling = nullptr;
+}
+
+// The instruments are asked for a stock at its first report; a deal that balances history is
+// taken only when its account and its fees are known.
+void CServices::throwsInReport(EService service) {
+    Account& account = m_accounts[static_cast<std::size_t>(m_telling.of.account)];
+    const bool first = m_seen.count(m_telling.of.stock) == 0;
+    if (service == EService::Instrument && first) {
+        m_model.takeBack();
+        account.owed = true;
+        m_pTelling = nullptr;
+        return;
+    }
+    const bool ofHistory = m_telling.deal && m_telling.of.history;
+    if (!ofHistory) return;
+    if (service == EService::AccountData || service == EService::FeeLimits) {
+        account.owed = account.uncertain = true;
+    }
+}
+
+}  // namespace lab
