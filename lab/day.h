@@ -58,6 +58,7 @@ private:
     void comeBackAfter(int seconds);
     void restart(int seconds);
     void disturb(const Step& step);
+    void ask(const Step& step);
     void failDisk(const Step& step);
     void failService(const Step& step);
     void disconnect(int seconds);

@@ -131,6 +131,7 @@ void hearAll(std::vector<Worker>& workers, const CProgress& progress) {
     std::size_t open = workers.size();
     while (open > 0) {
         std::vector<pollfd> waits;
+        waits.reserve(workers.size());
         for (const Worker& worker : workers) waits.push_back({worker.pipe, POLLIN, 0});
         if (::poll(waits.data(), waits.size(), -1) < 0) continue;
         long days = 0;
@@ -153,6 +154,7 @@ void hearAll(std::vector<Worker>& workers, const CProgress& progress) {
 
 Result runJobs(const RunOptions& options) {
     std::vector<Worker> workers;
+    workers.reserve(static_cast<std::size_t>(options.jobs));
     const CProgress progress(options);
     for (int job = 0; job < options.jobs; ++job) workers.push_back(start(options, job));
     hearAll(workers, progress);

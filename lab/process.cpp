@@ -218,7 +218,7 @@ void CDay::disconnect(int seconds) {
     });
 }
 
-void CDay::disturb(const Step& step) {
+void CDay::ask(const Step& step) {
     switch (step.kind) {
         case EStep::Request:
             happens(EFault::Reload);
@@ -241,6 +241,20 @@ void CDay::disturb(const Step& step) {
         case EStep::AskPast:
             m_scenario.call("requestAccountDeals", {accountOf(step.account), PAST_DAY, PAST_DAY});
             manager().requestAccountDeals(accountOf(step.account), PAST_DAY, PAST_DAY);
+            break;
+        default:
+            break;
+    }
+}
+
+void CDay::disturb(const Step& step) {
+    switch (step.kind) {
+        case EStep::Request:
+        case EStep::Ready:
+        case EStep::Login:
+        case EStep::Disconnect:
+        case EStep::AskPast:
+            ask(step);
             break;
         case EStep::Import:
             importStatement(step);

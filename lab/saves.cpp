@@ -24,7 +24,7 @@ std::map<std::string, std::pair<std::int64_t, std::int64_t>> historyOf(
     for (const auto& [key, stocks] : manager.state().historyLinkageData) {
         for (const auto& [stock, record] : stocks) {
             const auto figures = TC::effectiveFigures(*record, clientType3);
-            volumes[key + " " + stock] = {figures.buyVolume, figures.sellVolume};
+            volumes[fmt::format("{} {}", key, stock)] = {figures.buyVolume, figures.sellVolume};
         }
     }
     return volumes;

@@ -252,7 +252,7 @@ Header headerOf(const CWorkbook& book, std::span<const Cell> upper, std::span<co
     for (const Cell& cell : lower) {
         if (cell.isNumber) return headerOf(std::vector<HeaderCell>());
         takeAbove(cell.column);
-        const QString own = book.text(cell);
+        const QString& own = book.text(cell);
         const QString both = spanning + own;
         cells.push_back({cell.column, meanings().contains(headerText(both).name) ? both : own});
     }
