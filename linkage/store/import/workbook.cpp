@@ -44,7 +44,9 @@ std::uint32_t CWorkbook::keep(const QString& text) {
             throw Refusal(QStringLiteral("the file has too much text"));
         }
         known = m_textIndex.insert(text, static_cast<std::uint32_t>(m_texts.size()));
-        m_texts.push_back(text);
+        // Every cell that refers to a long text is looked at again. No cell of a deal is so
+        // long, and no heading needs more.
+        m_texts.push_back(text.left(kMaxReadLength));
     }
     return known.value();
 }

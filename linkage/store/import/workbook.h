@@ -27,6 +27,7 @@ inline constexpr int kMaxColumns = 256;
 inline constexpr int kMaxCells = 4'000'000;         ///< cells that are not empty, all sheets
 inline constexpr int kMaxTexts = 1'000'000;         ///< different texts
 inline constexpr int kMaxCellLength = 32'767;       ///< characters
+inline constexpr int kMaxReadLength = 1000;         ///< of these so many are read
 inline constexpr qint64 kMaxTextLength = 16 << 20;  ///< characters of all different texts
 
 /// A file that is not taken at all. Thrown and caught inside the reader only.
