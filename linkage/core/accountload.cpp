@@ -85,9 +85,10 @@ void CLinkageManager::doRequestAccount(
     whole &= attempt(ACCOUNT_LOAD, [&] {
         AccountLoad rest{.account = load.account};
         rest.read(*accountData);
-        whole &=
-            replay(rest.account, differing(load.orders, rest.orders),
-                   differing(load.deals, rest.deals), differing(load.positions, rest.positions));
+        const Records deals = differing(load.deals, rest.deals);
+        askFees(rest.account, deals);
+        whole &= replay(rest.account, differing(load.orders, rest.orders), deals,
+                        differing(load.positions, rest.positions));
         load.orders = std::move(rest.orders);
         load.deals = std::move(rest.deals);
         load.positions = std::move(rest.positions);
@@ -111,6 +112,7 @@ bool CLinkageManager::playLoad(const AccountLoad& load) {
 
 bool CLinkageManager::replay(const std::string& accountKey, const Records& orders,
                              const Records& deals, const Records& positions) {
+    const CLock lock(m_mutex);
     bool whole = true;
     for (const auto& record : orders) {
         whole &= attempt(ACCOUNT_LOAD, [&] {
@@ -120,7 +122,8 @@ bool CLinkageManager::replay(const std::string& accountKey, const Records& order
     }
     for (const auto& record : deals) {
         whole &= attempt(ACCOUNT_LOAD, [&] {
-            doDealDetail(accountKey, boost::dynamic_pointer_cast<vexservice::CDealDetail>(record));
+            whole &= replayDeal(accountKey,
+                                boost::dynamic_pointer_cast<vexservice::CDealDetail>(record));
         });
     }
     for (const auto& record : positions) {

@@ -526,7 +526,8 @@ protected:
     void doRequestAccount(const boost::shared_ptr<vexservice::CAccountData>& accountData,
                           ELoadCause cause);
     using Records = std::vector<boost::shared_ptr<vexservice::IData>>;
-    /// False when a service threw at a record: that record is then not wholly in the figures.
+    /// Plays records in one hold of the lock; fees are asked for before. False when a record is
+    /// not wholly in the figures because a service threw.
     bool replay(const std::string& accountKey, const Records& orders, const Records& deals,
                 const Records& positions);
     /// Drops what the manager has of the account and plays its records, in one hold of the lock.
@@ -547,8 +548,15 @@ protected:
                       const boost::shared_ptr<vexservice::IData>& data);
     void doDealDetail(const std::string& accountKey,
                       const boost::shared_ptr<vexservice::CDealDetail>& deal);
-    /// Asks for the fees of all dealt stocks that have none yet.
+    /// Asks for the fee of a dealt stock; false when the service threw. Not under the lock.
+    bool askFee(const DealReport& report);
+    /// The same for all dealt stocks whose fee is not known.
     void askFees(const std::string& accountKey, const Records& deals);
+    /// A deal of a load, which asks for no fee.
+    bool replayDeal(const std::string& accountKey,
+                    const boost::shared_ptr<vexservice::CDealDetail>& deal);
+    /// False when the deal has to wait for its commission.
+    bool takeDeal(const DealReport& report, bool feeKnown) LINKAGE_REQUIRES(m_mutex);
     /// Takes the newest price of a dealt stock and subscribes to further ones.
     void followPrice(const DealReport& report) LINKAGE_REQUIRES(m_mutex);
     /// Opens the price subscription of a stock unless there is one. False when the quote

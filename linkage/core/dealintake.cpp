@@ -21,7 +21,7 @@ namespace {
 
 constexpr char DEAL_INTAKE[] = "CLinkageManager::doDealDetail";
 
-FeePtr askFee(const std::string& accountKey, const vexservice::CDealDetail& deal) {
+FeePtr feeOf(const std::string& accountKey, const vexservice::CDealDetail& deal) {
     const auto account = dataCenter().getAccountData(utils::hash(accountKey));
     if (!account) return {};
     return vexservice::TraderCenter::instance()->getFeeLimitService()->getFeeLimits(
@@ -42,48 +42,25 @@ void CLinkageManager::doDealDetail(const std::string& accountKey, const DealPtr&
     CLock lock(m_mutex);
     const DealReport report = m_pLedger->resolve(accountKey, deal);
     if (!report.followed) return;
-    if (!m_pLedger->knowsFee(report)) {
-        // The trade services are asked without the manager's lock.
-        const std::uint64_t revision = utils::referenceDataRevision();
+    bool feeKnown = m_pLedger->knowsFee(report);
+    if (!feeKnown) {
         lock.unlock();
-        FeePtr fee;
-        const auto ask = [&] { fee = askFee(accountKey, *deal); };
-        // The history store takes a deal once: without its commission it has to wait.
-        const bool ofHistory = isHistoryBalance(deal->m_pCommand.get());
-        const bool answered = ofHistory ? (ask(), true) : attempt(DEAL_INTAKE, ask);
+        feeKnown = askFee(report);
         lock.relock();
-        // A deal counts also without its commission. The next load adds it to the day's
-        // figures.
-        if (answered) {
-            m_pLedger->setFee(report, fee, revision);
-        } else {
-            VEX_INFO(DEAL_INTAKE, "account {0}, deal {1}: the commission is not known yet",
-                     accountKey, deal->getKey());
-            loadLater(accountKey);
-        }
     }
-    const DealChange change = m_pLedger->apply(report);
-    if (m_pGuarded) noteDeal(accountKey, *deal);
-    if (change.recordIsNew) dropImported(accountKey, *deal);
-    if (change.ofHistory && change.recordIsNew) {
-        doHistoryDeal(report, change);
-        return;
-    }
-    if (change.counted) {
-        try {
-            followPrice(report);
-        } catch (...) {
-            logThrown(DEAL_INTAKE);
-            loadLater(accountKey);
-        }
-    }
-    if (change.strategyIsNew) raise(DEAL_INTAKE, sigStrategysChanged);
-    if (change.stockIsNew) raise(DEAL_INTAKE, sigStocksChanged);
-    raise(DEAL_INTAKE, sigStatDataChanged);
+    takeDeal(report, feeKnown);
 }
 
-// Before a load takes the lock for all its records. A stock that does not answer here is asked
-// once more with its deal.
+// The trade services are asked without the manager's lock.
+bool CLinkageManager::askFee(const DealReport& report) {
+    return attempt(DEAL_INTAKE, [&] {
+        const std::uint64_t revision = utils::referenceDataRevision();
+        const FeePtr fee = feeOf(report.accountKey, *report.deal);
+        const CLock lock(m_mutex);
+        m_pLedger->setFee(report, fee, revision);
+    });
+}
+
 void CLinkageManager::askFees(const std::string& accountKey, const Records& deals) {
     for (const auto& record : deals) {
         const auto deal = boost::dynamic_pointer_cast<vexservice::CDealDetail>(record);
@@ -92,13 +69,48 @@ void CLinkageManager::askFees(const std::string& accountKey, const Records& deal
             CLock lock(m_mutex);
             const DealReport report = m_pLedger->resolve(accountKey, deal);
             if (!report.followed || m_pLedger->knowsFee(report)) return;
-            const std::uint64_t revision = utils::referenceDataRevision();
             lock.unlock();
-            const FeePtr fee = askFee(accountKey, *deal);
-            lock.relock();
-            m_pLedger->setFee(report, fee, revision);
+            askFee(report);
         });
     }
+}
+
+bool CLinkageManager::replayDeal(const std::string& accountKey, const DealPtr& deal) {
+    if (!deal) return true;
+    const CLock lock(m_mutex);
+    const DealReport report = m_pLedger->resolve(accountKey, deal);
+    return !report.followed || takeDeal(report, m_pLedger->knowsFee(report));
+}
+
+bool CLinkageManager::takeDeal(const DealReport& report, bool feeKnown) {
+    const vexservice::CDealDetail& deal = *report.deal;
+    if (!feeKnown) {
+        VEX_INFO(DEAL_INTAKE, "account {0}, deal {1}: the commission is not known yet",
+                 report.accountKey, deal.getKey());
+        loadLater(report.accountKey);
+        // Any other deal counts at once, and the next load adds its commission. The history
+        // store takes a deal once only, so it has to wait for that load.
+        if (isHistoryBalance(deal.m_pCommand.get())) return false;
+    }
+    const DealChange change = m_pLedger->apply(report);
+    if (m_pGuarded) noteDeal(report.accountKey, deal);
+    if (change.recordIsNew) dropImported(report.accountKey, deal);
+    if (change.ofHistory && change.recordIsNew) {
+        doHistoryDeal(report, change);
+        return true;
+    }
+    if (change.counted) {
+        try {
+            followPrice(report);
+        } catch (...) {
+            logThrown(DEAL_INTAKE);
+            loadLater(report.accountKey);
+        }
+    }
+    if (change.strategyIsNew) raise(DEAL_INTAKE, sigStrategysChanged);
+    if (change.stockIsNew) raise(DEAL_INTAKE, sigStocksChanged);
+    raise(DEAL_INTAKE, sigStatDataChanged);
+    return true;
 }
 
 void CLinkageManager::followPrice(const DealReport& report) {

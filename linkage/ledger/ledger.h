@@ -315,7 +315,7 @@ private:
     // the steps of an order report, in the order of apply()
     bool resolve(const std::string& accountKey, const vexservice::COrderDetail& order,
                  OrderStep& step);
-    bool fileOrder(OrderStep& step, const OrderPtr& order, OrderChange& change);
+    void fileOrder(OrderStep& step, const OrderPtr& order, OrderChange& change);
     void placeOrder(OrderStep& step, bool recordIsNew);
     void countLots(OrderStep& step);
     /// True when this report has taken the last order out of the set.

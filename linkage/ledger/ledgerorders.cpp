@@ -25,8 +25,8 @@ OrderChange CLedger::apply(const std::string& accountKey, const OrderPtr& order,
     change.followed = true;
     change.runs = step.runs;
     prefetchOrder(step, *order);
-    const bool takesBack = fileOrder(step, order, change);
-    watch.onFiled(takesBack ? step.previous : OrderPtr());
+    fileOrder(step, order, change);
+    watch.onFiled(step.takesBack ? step.previous : OrderPtr());
     change.ofHistory = isHistoryBalance(order->m_pCommand.get());
     if (change.ofHistory) return change;
 
@@ -99,7 +99,7 @@ void CLedger::headOfKey(Account& account, std::uint64_t key, std::uint32_t entry
     account.orders.replace(utils::mixHash(key), head, entry);
 }
 
-bool CLedger::fileOrder(OrderStep& step, const OrderPtr& order, OrderChange& change) {
+void CLedger::fileOrder(OrderStep& step, const OrderPtr& order, OrderChange& change) {
     Account& account = m_accounts[step.account];
     const int day = this->day(order->m_strTradeDate);
     const std::uint64_t key = order->recordKey();
@@ -118,10 +118,9 @@ bool CLedger::fileOrder(OrderStep& step, const OrderPtr& order, OrderChange& cha
     }
     if (at != head && head != NONE) headOfKey(account, key, at);
     step.entry = at;
-    const bool hadEnded = m_orders[at].ended;
+    step.takesBack = m_orders[at].ended && step.runs;
     step.previous = m_orders[at].file(order, step.runs);
     prefetchEntry(step);
-    return hadEnded && step.runs;
 }
 
 void CLedger::placeOrder(OrderStep& step, bool recordIsNew) {

@@ -212,6 +212,7 @@ struct OrderStep : ReportStep {
     std::uint32_t pair = NONE;
     std::int32_t level = 0;
     bool runs = false;
+    bool takesBack = false;  ///< `previous` was final, and this report runs again
     Before before;
 };
 

@@ -319,7 +319,11 @@ void CLinkageManager::importRows(const std::vector<Parsed<Record>>& parsed, bool
     CStatementImport<Record> import(*this, report);
     import.choose(parsed);
     if (!report.ok()) return;
-    files ? import.file() : import.preview();
+    if (files) {
+        import.file();
+    } else {
+        import.preview();
+    }
 }
 
 ImportReport CLinkageManager::importData(const QString& path) { return readImport(path, true); }

@@ -118,7 +118,6 @@ private:
         std::size_t size() const { return rows.size() + reported.size(); }
     };
     using Groups = std::map<std::string, Group>;
-    class CMatching;
 
     /// The group where a record belongs. One without a number brings all of its values
     /// together.
