@@ -12,10 +12,15 @@ namespace {
 // What is read of a damaged file is what the next save writes. So a save and a load of it must
 // change nothing more.
 
+// The saver leaves out what would end a line.
+void addRow(std::string& out, const std::string& row) {
+    if (row.find('\r') == std::string::npos) out += row;
+}
+
 std::string rewriteStatistics(const std::string& text) {
     std::string out = csv::statHeader();
     for (const csv::StatRow& row : csv::readStatRows(text)) {
-        out += csv::statRow(row.key, row.record, row.stamp, row.balanceTime);
+        addRow(out, csv::statRow(row.key, row.record, row.stamp, row.balanceTime));
     }
     return out;
 }
@@ -23,7 +28,7 @@ std::string rewriteStatistics(const std::string& text) {
 std::string rewriteBalances(const std::string& text) {
     std::string out = csv::balanceHeader();
     for (const csv::BalanceRow& row : csv::readBalanceRows(text)) {
-        out += csv::balanceRow(row.key, row.stock, row.figures, "20240102000000");
+        addRow(out, csv::balanceRow(row.key, row.stock, row.figures, "20240102000000"));
     }
     return out;
 }
@@ -31,7 +36,7 @@ std::string rewriteBalances(const std::string& text) {
 std::string rewriteDetails(const std::string& text) {
     std::string out = csv::detailHeader();
     for (const csv::DetailRow& row : csv::readDetailRows(text)) {
-        out += csv::detailRow(row.key, row.tradeKey);
+        addRow(out, csv::detailRow(row.key, row.tradeKey));
     }
     return out;
 }
