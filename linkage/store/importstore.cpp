@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
+#include <limits>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -29,7 +30,8 @@ int numberOf(std::string_view name) {
         name.substr(PREFIX.size(), name.size() - PREFIX.size() - SUFFIX.size());
     int number = 0;
     std::from_chars(digits.data(), digits.data() + digits.size(), number);
-    return number > 0 && nameOf(number) == name ? number : 0;
+    const bool isNumber = number > 0 && number < std::numeric_limits<int>::max();
+    return isNumber && nameOf(number) == name ? number : 0;
 }
 
 }  // namespace
@@ -74,6 +76,10 @@ std::vector<int> CImportStore::numbers() const {
          at.increment(error)) {
         if (const int number = numberOf(at->path().filename().string())) numbers.push_back(number);
     }
+    if (error && error != std::errc::no_such_file_or_directory) {
+        g_VexStdLogger.error(IMPORT_STORE, fmt::format("the imports cannot be listed : {} : {}",
+                                                       m_directory, error.message()));
+    }
     std::sort(numbers.begin(), numbers.end());
     return numbers;
 }
@@ -108,17 +114,22 @@ void CImportStore::remove(int number) {
     serve();
 }
 
+// The strand never waits for the disk: a retry that still runs is not waited for.
 void CImportStore::retry() {
-    {
-        const std::lock_guard lock(m_mutex);
-        m_bRetries = false;
-        if (m_pending.empty()) return;
+    if (m_bRetrying.exchange(true)) {
+        m_retryLater();
+        return;
     }
-    // A former retry has asked for this one; it only has to leave.
-    joinRetry();
+    joinRetry();  // it has done its work and only has to leave
     m_thread = boost::thread([this, door = m_pDoor] {
         const CDoor::Visit visit(door);
-        if (visit) finish();
+        if (!visit) return;
+        {
+            const std::lock_guard lock(m_mutex);
+            m_bRetries = false;
+            if (!m_pending.empty()) serve();
+        }
+        m_bRetrying = false;
     });
 }
 

@@ -9,6 +9,7 @@
 #include <boost/shared_ptr.hpp>
 #include <boost/thread/thread.hpp>
 
+#include <atomic>
 #include <functional>
 #include <map>
 #include <memory>
@@ -77,10 +78,11 @@ private:
 
     mutable std::mutex m_mutex;  ///< held while files are written
     CFileSet m_set;
-    std::map<int, Content> m_pending;  ///< by number
-    std::string m_strFault;            ///< that was logged last, "" when all is saved
-    bool m_bRetries = false;           ///< retry() will be called
-    boost::thread m_thread;            ///< of the last retry
+    std::map<int, Content> m_pending;      ///< by number
+    std::string m_strFault;                ///< that was logged last, "" when all is saved
+    bool m_bRetries = false;               ///< retry() will be called
+    std::atomic<bool> m_bRetrying{false};  ///< the last retry is at work
+    boost::thread m_thread;                ///< of the last retry
 };
 
 }  // namespace TC
