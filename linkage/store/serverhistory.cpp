@@ -106,7 +106,11 @@ void fileAnswer(CLedger& ledger, const HistoryQuery& query, CServerHistory::File
         }
         if (!isNew) continue;
         filed.keys.insert(record->recordKey());
-        if constexpr (DEALS) filed.deals.emplace(traitsOf(*record), record->recordKey());
+        if constexpr (DEALS) {
+            // A deal without a number has nothing in common with any other.
+            const std::string traits = traitsOf(*record);
+            if (!traits.empty()) filed.deals.emplace(traits, record->recordKey());
+        }
     }
     if (strays > 0) {
         VEX_INFO(operationOf(query.records),
@@ -142,17 +146,18 @@ std::optional<HistoryQuery> CServerHistory::close(std::uint64_t number) {
 }
 
 CServerHistory::Filed& CServerHistory::filed(const HistoryQuery& query) {
-    return m_filed[{query.records, query.accountKey, query.day}];
+    return m_filed[{query.records, query.accountKey, query.day.toString(FORMAT).toStdString()}];
 }
 
-std::optional<std::uint64_t> CServerHistory::takeDeal(const std::string& accountKey,
-                                                      const std::string& date,
-                                                      const std::string& common,
+CServerHistory::Filed* CServerHistory::filedDeals(const std::string& accountKey,
+                                                  const std::string& date) {
+    if (m_filed.empty()) return nullptr;
+    const auto at = m_filed.find({EHistoryRecords::Deals, accountKey, date});
+    return at == m_filed.end() || at->second.deals.empty() ? nullptr : &at->second;
+}
+
+std::optional<std::uint64_t> CServerHistory::takeDeal(Filed& filed, const std::string& common,
                                                       std::uint64_t key) {
-    if (m_filed.empty() || common.empty()) return std::nullopt;
-    const auto at = m_filed.find({EHistoryRecords::Deals, accountKey, historyDay(date)});
-    if (at == m_filed.end()) return std::nullopt;
-    Filed& filed = at->second;
     const auto [begin, end] = filed.deals.equal_range(common);
     const auto found =
         std::find_if(begin, end, [&](const auto& each) { return each.second != key; });
@@ -165,13 +170,13 @@ std::optional<std::uint64_t> CServerHistory::takeDeal(const std::string& account
 
 void CLinkageManager::dropImported(const std::string& accountKey,
                                    const vexservice::CDealDetail& deal) {
-    if (!m_pServerHistory->hasFiled() && m_pImports->deals.empty()) return;
-    const auto other = m_pServerHistory->takeDeal(accountKey, deal.m_strTradeDate, traitsOf(deal),
-                                                  deal.recordKey());
-    if (other) {
-        const int day = m_pLedger->day(deal.m_strTradeDate);
-        m_pLedger->removeFiledDeals(day, accountKey, {*other});
-        unreportImported(accountKey, day, *other);
+    if (auto* const filed = m_pServerHistory->filedDeals(accountKey, deal.m_strTradeDate)) {
+        const auto other = CServerHistory::takeDeal(*filed, traitsOf(deal), deal.recordKey());
+        if (other) {
+            const int day = m_pLedger->day(deal.m_strTradeDate);
+            m_pLedger->removeFiledDeals(day, accountKey, {*other});
+            unreportImported(accountKey, day, *other);
+        }
     }
     noteReported(accountKey, deal);
 }

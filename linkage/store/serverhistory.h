@@ -65,11 +65,12 @@ public:
         std::unordered_multimap<std::string, std::uint64_t> deals;
     };
     Filed& filed(const HistoryQuery& query);
-    bool hasFiled() const { return !m_filed.empty(); }
+    /// The deals that only the server has filed under a day; null when there are none.
+    Filed* filedDeals(const std::string& accountKey, const std::string& date);
     /// Takes out a deal that is filed under another key than `key` and has this in common;
     /// nothing when there is none.
-    std::optional<std::uint64_t> takeDeal(const std::string& accountKey, const std::string& date,
-                                          const std::string& common, std::uint64_t key);
+    static std::optional<std::uint64_t> takeDeal(Filed& filed, const std::string& common,
+                                                 std::uint64_t key);
 
 private:
     struct Open {
@@ -79,7 +80,8 @@ private:
 
     std::uint64_t m_nLast = 0;
     std::map<std::uint64_t, Open> m_open;
-    std::map<std::tuple<EHistoryRecords, std::string, QDate>, Filed> m_filed;
+    /// By account and day ("yyyyMMdd").
+    std::map<std::tuple<EHistoryRecords, std::string, std::string>, Filed> m_filed;
 };
 
 }  // namespace TC

@@ -217,6 +217,18 @@ TEST(ImportFiles, SheetsThatRepeatOthersOrAreHidden) {
     EXPECT_EQ(statement.notes,
               (QStringList{"sheet \"c\" is hidden and was left out",
                            "sheet \"b\" repeats rows of sheet \"a\"; they count once"}));
+
+    // Equal trades of two accounts are two, also where each account has a sheet of its own.
+    const auto with = [](QByteArray row, const QByteArray& text) {
+        return row.replace("</row>", "<c t='str'><v>" + text + "</v></c></row>");
+    };
+    const auto sheetOf = [&](const QByteArray& account) {
+        return "<worksheet><sheetData>" + with(head, "资金账号") + with(deal, account) +
+               "</sheetData></worksheet>";
+    };
+    parts[3].content = sheetOf("1");
+    parts.back().content = sheetOf("2");
+    EXPECT_EQ(readStatement(bookOf(zipped(parts)), "20240102").deals.size(), 2u);
 }
 
 /// Pieces of the form "before0after", each with another number.

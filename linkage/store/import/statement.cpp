@@ -363,13 +363,15 @@ private:
     template <class Record>
     void add(std::vector<Parsed<Record>>& rows, int row, const QString& account,
              const QString& holder, boost::shared_ptr<Record> record) {
-        const auto known = m_sheetOfKey.find(record->m_nRecordKey);
+        // A book may have a sheet to each account.
+        const auto key = qMakePair(record->m_nRecordKey, account + '|' + holder);
+        const auto known = m_sheetOfKey.find(key);
         if (m_book.sheets().size() > 1 && known != m_sheetOfKey.end() && known.value() != m_sheet) {
             note(QStringLiteral("sheet \"%1\" repeats rows of sheet \"%2\"; they count once")
                      .arg(m_sheet, known.value()));
             throw SkippedRow{QStringLiteral("stands on sheet \"%1\" already").arg(known.value())};
         }
-        if (m_book.sheets().size() > 1) m_sheetOfKey.insert(record->m_nRecordKey, m_sheet);
+        if (m_book.sheets().size() > 1) m_sheetOfKey.insert(key, m_sheet);
         rows.push_back({m_sheet, row + 1, account, holder, std::move(record)});
     }
 
@@ -418,7 +420,7 @@ private:
     Table m_table;
     Contents m_contents;
     Ordinals m_ordinals;
-    QHash<quint64, QString> m_sheetOfKey;
+    QHash<QPair<std::uint64_t, QString>, QString> m_sheetOfKey;  ///< by record key and account
     Statement m_statement;
     Header m_best;
     int m_nBestColumns = 0;

@@ -36,12 +36,13 @@ struct Statement {
     QStringList notes;
 };
 
-/// The deals or orders of a file. Every sheet that has a header counts; a row that is
-/// no deal or order, or cannot be read, is skipped with its reason.
+/// The deals or orders of a file. Every sheet that has a header and is not hidden counts; a
+/// row that is no deal or order, or cannot be read, or stands on an earlier sheet, is skipped
+/// with its reason.
 ///
 /// A record's key is made of what tells its row from others (the deal or order number
 /// where there is one, otherwise the row's values) and of how many equal rows stand
-/// above it. So the same file, or another export of the same days, gives the same
+/// above it on its sheet. So the same file, or another export of the same days, gives the same
 /// keys, and two equal deals of one file stay two.
 ///
 /// A sheet may hold several tables, each under its own column names; those of the other

@@ -16,8 +16,9 @@ namespace {
 
 QStringList wordsOf(const char* words) { return QString::fromUtf8(words).split(' '); }
 
-bool isAmong(const QString& text, const char* words) {
-    return wordsOf(words).contains(plainText(text));
+QSet<QString> setOf(const char* words) {
+    const QStringList list = wordsOf(words);
+    return {list.begin(), list.end()};
 }
 
 /// The text without what it says of the way of trading, "" when nothing else is left.
@@ -119,10 +120,10 @@ bool saysNotDealt(const QString& text) {
 bool saysDealt(const QString& text) {
     const auto status = orderStatusOf(text);
     if (status) return !saysNotDealt(text);
-    return isAmong(
-        text,
+    static const QSet<QString> dealt = setOf(
         "成交确认 正常 正常成交 普通成交 普通 有效 成功 完成 已完成 成交完成 已清算 已交收 "
         "已交割 已结算 已确认 买入成交 卖出成交 买入 卖出 成交成功 交易成功");
+    return dealt.contains(plainText(text));
 }
 
 bool saysVoid(const QString& text) {
@@ -140,10 +141,11 @@ bool saysSum(const QString& text) {
 }
 
 std::optional<bool> flagOf(const QString& text) {
-    if (isAmong(text, "是 Y YES TRUE 1 T √")) return true;
-    if (text.trimmed().isEmpty() || isAmong(text, "否 N NO FALSE 0 F - -- 未撤 未撤单 正常 ×")) {
-        return false;
-    }
+    static const QSet<QString> yes = setOf("是 Y YES TRUE 1 T √");
+    static const QSet<QString> no = setOf("否 N NO FALSE 0 F - -- 未撤 未撤单 正常 ×");
+    const QString plain = plainText(text);
+    if (yes.contains(plain)) return true;
+    if (text.trimmed().isEmpty() || no.contains(plain)) return false;
     return std::nullopt;
 }
 
