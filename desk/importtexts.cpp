@@ -96,6 +96,7 @@ const char* const TEXTS[] = {
     QT_TRANSLATE_NOOP("ImportText", "the web page has tables inside tables"),
     QT_TRANSLATE_NOOP("ImportText", "the web page has cells of several rows"),
     QT_TRANSLATE_NOOP("ImportText", "%1 more rows were left out than are listed"),
+    QT_TRANSLATE_NOOP("ImportText", "a service of the client failed"),
     QT_TRANSLATE_NOOP("ImportText", "price"),
     QT_TRANSLATE_NOOP("ImportText", "volume"),
     QT_TRANSLATE_NOOP("ImportText", "traded volume"),

@@ -123,6 +123,10 @@
 <context>
     <name>ImportText</name>
     <message>
+        <source>a service of the client failed</source>
+        <translation>客户端的一项服务出错</translation>
+    </message>
+    <message>
         <source>the library is not running</source>
         <translation>程序库未在运行</translation>
     </message>

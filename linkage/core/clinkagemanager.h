@@ -702,7 +702,8 @@ protected:
                      const boost::shared_ptr<vexservice::COrderDetail>& order)
         LINKAGE_REQUIRES(m_mutex);
     /// Takes away what else is filed of a record that the trading system now reports: an
-    /// imported copy, or one of its server.
+    /// imported copy, and of a deal one of its server. The server is asked for orders of past
+    /// days only, which nobody reports any more.
     void dropImported(const std::string& accountKey, const vexservice::CDealDetail& deal)
         LINKAGE_REQUIRES(m_mutex);
     void dropImported(const std::string& accountKey, const vexservice::COrderDetail& order)
@@ -713,6 +714,8 @@ protected:
     template <class Record>
     void importRows(const std::vector<statement::Parsed<Record>>& parsed, bool files,
                     ImportReport& report);
+    /// Drops the rows and the file of an import, whether or not it was kept.
+    void takeImportBack(int number);
     template <class Record>
     void dropImport(int number);
 

@@ -25,6 +25,7 @@
 #include <set>
 #include <type_traits>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace TC {
@@ -71,8 +72,9 @@ double tradedAmount(const vexservice::COrderDetail& order) { return order.m_dTra
 
 bool isSame(const vexservice::CDealDetail&, const vexservice::CDealDetail&) { return true; }
 bool isSame(const vexservice::COrderDetail& a, const vexservice::COrderDetail& b) {
-    return a.m_nTradedVolume == b.m_nTradedVolume && a.m_dTradedAmount == b.m_dTradedAmount &&
-           a.m_eStatus == b.m_eStatus && a.m_dPrice == b.m_dPrice;
+    return a.m_nVolume == b.m_nVolume && a.m_nTradedVolume == b.m_nTradedVolume &&
+           a.m_dTradedAmount == b.m_dTradedAmount && a.m_eStatus == b.m_eStatus &&
+           a.m_dPrice == b.m_dPrice;
 }
 
 }  // namespace
@@ -125,18 +127,25 @@ public:
         tell();
     }
 
+    /// Files all rows, or, when it throws, none.
     void file() {
         // The same file again is no new import.
         if (!knowsAll()) {
-            {
-                const CLock lock(m_manager.m_mutex);
-                m_report.number = ++m_manager.m_pImports->lastNumber;
-            }
-            addRows();
-            keep();
+            const CLock lock(m_manager.m_mutex);
+            m_report.number = ++m_manager.m_pImports->lastNumber;
         }
-        takeFates();
-        tell();
+        try {
+            if (m_report.number != 0) {
+                addRows();
+                keep();
+            }
+            takeFates();
+            tell();
+        } catch (...) {
+            const int number = std::exchange(m_report.number, 0);
+            if (number != 0 && !m_manager.undoImport(number)) m_manager.takeImportBack(number);
+            throw;
+        }
     }
 
 private:
@@ -354,10 +363,14 @@ ImportReport CLinkageManager::readImport(const QString& path, bool files) {
         report.refusal = why.text;
     } catch (const std::bad_alloc&) {
         report.refusal = QStringLiteral("there is not enough memory to read the file");
+    } catch (...) {
+        logThrown(OPERATION);
+        report.refusal = QStringLiteral("a service of the client failed");
     }
     if (!report.ok()) {
-        report.read = 0;
+        report.read = report.taken = report.added = 0;
         report.skipped.clear();
+        report.days.clear();
         report.notes.clear();
         if (files) {
             VEX_INFO(OPERATION, "Import of {0} refused: {1}", report.path.toStdString(),
@@ -377,11 +390,15 @@ bool CLinkageManager::undoImport(int number) {
         // Whoever takes it back first does.
         if (m_pImports->summaries.erase(number) == 0) return false;
     }
+    takeImportBack(number);
+    VEX_INFO("TC::CLinkageManager::undoImport", "Import {0} was taken back", number);
+    return true;
+}
+
+void CLinkageManager::takeImportBack(int number) {
     m_pImports->store.remove(number);
     dropImport<vexservice::CDealDetail>(number);
     dropImport<vexservice::COrderDetail>(number);
-    VEX_INFO("TC::CLinkageManager::undoImport", "Import {0} was taken back", number);
-    return true;
 }
 
 template <class Record>
@@ -391,12 +408,20 @@ void CLinkageManager::dropImport(int number) {
         const CLock lock(m_mutex);
         for (const auto& [place, records] : m_pImports->of<Record>()) places.push_back(place);
     }
-    for (const auto& [account, day] : places) {
+    for (const auto& place : places) {
         {
             const CLock lock(m_mutex);
-            m_pImports->of<Record>()[{account, day}].drop(number);
+            const auto at = m_pImports->of<Record>().find(place);
+            if (at == m_pImports->of<Record>().end()) continue;
+            at->second.drop(number);
         }
-        settleDay<Record>(account, day);
+        settleDay<Record>(place.first, place.second);
+        // Without an import, reports of the day have nothing to meet any more.
+        const CLock lock(m_mutex);
+        auto& days = m_pImports->of<Record>();
+        const auto at = days.find(place);
+        if (at == days.end() || at->second.hasImports()) continue;
+        if (at->second.isSettled() || !at->second.isLinked()) days.erase(at);
     }
 }
 

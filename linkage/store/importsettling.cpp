@@ -147,11 +147,10 @@ void CLinkageManager::noteReported(const std::string& accountKey, const Record& 
     if (days.empty()) return;
     const int day = m_pLedger->day(record.m_strTradeDate);
     const auto at = days.find({accountKey, day});
-    if (at == days.end() || !at->second.isLinked() || !at->second.hasImports()) return;
-    at->second.report(record);
-    if (at->second.countEqual(record) <= SETTLED_AT_ONCE) {
-        settleImported<Record>(accountKey, day, SETTLED_AT_ONCE);
-    }
+    if (at == days.end() || !at->second.isLinked()) return;
+    const std::size_t meets = at->second.report(record);
+    if (meets == 0) return;
+    if (meets <= SETTLED_AT_ONCE) settleImported<Record>(accountKey, day, SETTLED_AT_ONCE);
     if (!at->second.isSettled()) refileLater(accountKey);
 }
 
@@ -169,7 +168,7 @@ void CLinkageManager::relinkImported(const std::string& accountKey, int day) {
     const auto at = days.find({accountKey, day});
     if (at == days.end()) return;
     linkReported(*m_pLedger, accountKey, day, at->second);
-    settleImported<Record>(accountKey, day, std::numeric_limits<std::size_t>::max());
+    if (settleImported<Record>(accountKey, day, ROWS_PER_HOLD)) refileLater(accountKey);
 }
 
 template void CLinkageManager::relinkImported<CDealDetail>(const std::string&, int);

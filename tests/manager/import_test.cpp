@@ -119,6 +119,46 @@ TEST_F(Import, LeavesOutWhatIsKnownOrNotFollowed) {
     EXPECT_EQ(dealsOf("B", "20240102"), 1u);
 }
 
+TEST_F(Import, WhatWasReportedSinceAnImportWasTakenBackIsKnown) {
+    const QByteArray row = "10001,20240102,600000,买入,10,100,7\n";
+    EXPECT_TRUE(f.manager().undoImport(take(row).number));
+    f.deal({.account = "A", .key = 7});
+    EXPECT_EQ(countsOf(take(row)), "1 read, 0 taken, 0 added, 1 skipped");
+    EXPECT_EQ(dealsOf("A", "20240102"), 1u);
+}
+
+TEST_F(Import, ALaterListCorrectsTheVolumeOfAnOrderUntilItIsTakenBack) {
+    const QByteArray head =
+        "资金账号,委托日期,证券代码,买卖,委托价格,委托数量,成交数量,委托状态,委托编号\n";
+    const auto list = [&](const char* volume) {
+        return f.manager().importData(
+            csv("10001,20231229,600000,买入,10," + QByteArray(volume) + ",0,已撤,7\n", head));
+    };
+    const auto volumes = [&] {
+        std::string text;
+        for (const auto& [key, order] :
+             f.manager().getAccountOrders("A", Fixture::day("20231229"))) {
+            text += fmt::format("{} ", order->m_nVolume);
+        }
+        return text;
+    };
+    list("1000");
+    const int number = list("800").number;
+    EXPECT_EQ(volumes(), "800 ");
+    EXPECT_TRUE(f.manager().undoImport(number));
+    EXPECT_EQ(volumes(), "1000 ");
+}
+
+TEST_F(Import, AServiceThatThrowsLeavesNothingBehind) {
+    const QByteArray row = "10001,20231229,600123,买入,10,100,7\n";
+    f.client().setFault(paper::EService::Instrument, paper::EFault::Throw, 1);
+    const auto failed = take(row);
+    EXPECT_EQ(failed.refusal, "a service of the client failed");
+    EXPECT_TRUE(f.manager().getImports().empty());
+    EXPECT_EQ(dealsOf("A", "20231229"), 0u);
+    EXPECT_EQ(take(row).added, 1);
+}
+
 TEST_F(Import, WhatTheTradingSystemReportsLaterTakesThePlaceOfWhatWasImported) {
     const auto show = [](const auto& records) {
         std::string text;

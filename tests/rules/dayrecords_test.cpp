@@ -248,7 +248,7 @@ TEST(DayRecords, TellsWhatBecameOfEachRow) {
     using Fates = std::multiset<EFate>;
     EXPECT_EQ(fatesOf(1), (Fates{EFate::Filed, EFate::Filed}));
     EXPECT_EQ(fatesOf(2), (Fates{EFate::Matched, EFate::Matched}));
-    // One report takes one row away, whatever its price is not.
+    // A report of another price takes no row; one that agrees takes one.
     day.deals.report(*reported({100, 7.01, 1, 1}, 1));
     day.deals.report(*reported({100, 7, 1, 1}, 2));
     day.settle(1);

@@ -158,7 +158,9 @@ TEST(ManagerThreads, NobodySeesAnAccountHalfLoaded) {
         while (!stop) {
             TC::ManagerAccess::doStockBalance(manager, "A", "S");
             manager.addHistoryLinkdata("A", "S");
-            for (const auto& [stock, record] : manager.getTradeStatDatas("A", "S")) {
+            const auto figures = manager.getTradeStatDatas("A", "S");
+            EXPECT_EQ(figures.size(), 1u);
+            for (const auto& [stock, record] : figures) {
                 const auto deals = record->deals();
                 EXPECT_EQ(deals.m_nBuyVolume.get(), deals.m_nSellVolume.get());
             }
@@ -172,15 +174,17 @@ TEST(ManagerThreads, NobodySeesAnAccountHalfLoaded) {
     std::thread screen([&] {
         while (!stop) EXPECT_EQ(manager.getAccountOrders("A", day).size(), 200u);
     });
+    while (seen == 0) std::this_thread::yield();
+    const int before = seen;
     for (int round = 0; round < 300; ++round) {
         manager.requestAccount("A");
         drain();
     }
+    EXPECT_GT(seen, before);
     stop = true;
     trader.join();
     screen.join();
     drain();
-    EXPECT_GT(seen, 0);
     EXPECT_EQ(manager.getAccountOrders("A", day).size(), 200u) << "a balance has sent an order";
 }
 

@@ -23,8 +23,7 @@ std::string withoutZeros(const std::string& text) {
 template <class Record>
 std::string commonValues(const Record& record) {
     return record.m_strMarket + record.m_strCode + '|' +
-           std::to_string(static_cast<int>(record.m_eDirection)) + '|' +
-           std::to_string(record.m_nVolume);
+           std::to_string(static_cast<int>(record.m_eDirection));
 }
 
 std::string timeOf(const vexservice::CDealDetail& deal) { return deal.m_strTradeTime; }
@@ -38,7 +37,8 @@ constexpr bool kMatchesByValues = std::is_same_v<Record, vexservice::CDealDetail
 
 std::string valuesOf(const vexservice::CDealDetail& deal) {
     // A tick of funds and bonds is a thousandth of a yuan.
-    return commonValues(deal) + '|' + std::to_string(std::llround(deal.m_dPrice * 1000));
+    return commonValues(deal) + '|' + std::to_string(deal.m_nVolume) + '|' +
+           std::to_string(std::llround(deal.m_dPrice * 1000));
 }
 std::string valuesOf(const vexservice::COrderDetail& order) { return commonValues(order); }
 
@@ -52,9 +52,9 @@ std::string systemNumber(const vexservice::COrderDetail& order) {
 // ------------------------------------------------------------------- the groups
 
 template <class Record>
-typename CDayRecords<Record>::Groups::iterator CDayRecords<Record>::groupFor(const Record& record) {
+typename CDayRecords<Record>::Groups::iterator CDayRecords<Record>::groupFor(
+    const Record& record, const std::string& number) {
     std::string name = valuesOf(record);
-    const std::string number = systemNumber(record);
     if constexpr (kMatchesByValues<Record>) {
         if (const auto whole = m_groups.find(name); whole != m_groups.end()) return whole;
         if (number.empty()) {
@@ -92,20 +92,12 @@ void CDayRecords<Record>::touch(typename Groups::iterator group) {
     m_touched.push_back(group->first);
 }
 
-template <class Record>
-std::size_t CDayRecords<Record>::countEqual(const Record& record) const {
-    const std::string values = valuesOf(record);
-    auto found = m_groups.find(values);
-    if (found == m_groups.end()) found = m_groups.find(values + '\n' + systemNumber(record));
-    return found == m_groups.end() ? 0 : found->second.size();
-}
-
 // ------------------------------------------------------------------- what is known
 
 template <class Record>
-void CDayRecords<Record>::report(const Record& record) {
+std::size_t CDayRecords<Record>::report(const Record& record) {
     const Reported now{record.recordKey(), systemNumber(record), timeOf(record)};
-    const auto group = groupFor(record);
+    const auto group = groupFor(record, now.number);
     if (const auto known = m_reported.find(now.key); known != m_reported.end()) {
         const auto& reported = group->second.reported;
         const bool isSame =
@@ -113,12 +105,13 @@ void CDayRecords<Record>::report(const Record& record) {
             std::any_of(reported.begin(), reported.end(), [&](const Reported& each) {
                 return each.key == now.key && each.number == now.number;
             });
-        if (isSame) return;
+        if (isSame) return 0;
         unreport(now.key);
     }
     m_reported[now.key] = group->first;
     group->second.reported.push_back(now);
     touch(group);
+    return group->second.size();
 }
 
 template <class Record>
@@ -153,7 +146,7 @@ void CDayRecords<Record>::forgetReported() {
 
 template <class Record>
 void CDayRecords<Record>::add(int import, const Ptr& record) {
-    const auto group = groupFor(*record);
+    const auto group = groupFor(*record, systemNumber(*record));
     auto& rows = group->second.rows;
     const auto after =
         std::upper_bound(rows.begin(), rows.end(), import,

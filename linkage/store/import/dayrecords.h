@@ -17,8 +17,9 @@
 
 namespace TC::statement {
 
-/// What two records must agree in to be the same trade at all: stock, side and volume, for
-/// deals the price as well, to a tenth of the smallest tick.
+/// What two records must agree in to be the same trade at all: stock and side, for deals the
+/// volume and the price as well, to a tenth of the smallest tick. A later list may correct the
+/// volume of an order.
 LINKAGE_EXPORT std::string valuesOf(const vexservice::CDealDetail& deal);
 LINKAGE_EXPORT std::string valuesOf(const vexservice::COrderDetail& order);
 
@@ -62,13 +63,13 @@ public:
         Keys remove;
     };
 
-    /// The trading system, or its server, reports a record; again when it changes.
-    void report(const Record& record);
+    /// The trading system, or its server, reports a record; again when it changes. How many
+    /// records it meets; 0 when nothing has changed.
+    std::size_t report(const Record& record);
     /// It is not reported any more.
     void unreport(std::uint64_t key);
     /// These are all the records that were reported so far. They are taken in while settling.
     void link(std::vector<Ptr> reported);
-    void forgetReported();
     void add(int import, const Ptr& record);
     void drop(int import);
 
@@ -76,9 +77,6 @@ public:
     bool isLinked() const { return m_bLinked; }
     /// Nothing is left to settle.
     bool isSettled() const { return m_bLinked && !isAnyLeft(); }
-
-    /// How many records meet this one.
-    std::size_t countEqual(const Record& record) const;
 
     /// The newest record under a key, in any import.
     Ptr find(std::uint64_t key) const;
@@ -121,7 +119,8 @@ private:
 
     /// The group where a record belongs. One without a number brings all of its values
     /// together.
-    typename Groups::iterator groupFor(const Record& record);
+    typename Groups::iterator groupFor(const Record& record, const std::string& number);
+    void forgetReported();
     void gather(const std::string& values);
     void touch(typename Groups::iterator group);
     /// What of a group is to stand in the ledger, by key; tells the fates.
