@@ -1,5 +1,6 @@
 #pragma once
 
+#include "common/hugepages.h"
 #include "common/prefetch.h"
 
 #include <cstdint>
@@ -144,13 +145,15 @@ private:
     // hash that a table position is made of: the low 32.
     static std::uint32_t tagOf(std::uint64_t hash) { return static_cast<std::uint32_t>(hash); }
 
+    using CSlots = std::vector<Slot, hugepages::CAllocator<Slot>>;
+
     void place(Slot slot, std::size_t at) {
         while (m_slots[at].index != NONE) at = (at + 1) & m_nMask;
         m_slots[at] = slot;
     }
 
     void grow() {
-        std::vector<Slot> old(m_slots.empty() ? 8 : m_slots.size() * 2);
+        CSlots old(m_slots.empty() ? 8 : m_slots.size() * 2);
         old.swap(m_slots);
         m_nMask = m_slots.size() - 1;
         for (const Slot& slot : old) {
@@ -158,7 +161,7 @@ private:
         }
     }
 
-    std::vector<Slot> m_slots;
+    CSlots m_slots;
     std::size_t m_nMask = 0;
     std::size_t m_nUsed = 0;
 };

@@ -1,11 +1,14 @@
 #pragma once
 
+#include "common/hugepages.h"
 #include "common/keyindex.h"
 #include "common/prefetch.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace TC {
@@ -30,7 +33,7 @@ public:
             m_free.pop_back();
             return index;
         }
-        if ((m_nUsed & MASK) == 0) m_blocks.push_back(std::make_unique<T[]>(MASK + 1));
+        if ((m_nUsed & MASK) == 0) addBlock();
         return m_nUsed++;
     }
 
@@ -65,8 +68,54 @@ private:
     };
 
     static constexpr std::uint32_t MASK = (1u << BLOCK_BITS) - 1;
+    static constexpr std::size_t BLOCK_BYTES = sizeof(T) << BLOCK_BITS;
+    // A large arena takes huge pages, one for several blocks; a small one takes block by block.
+    static constexpr std::size_t BLOCKS_PER_PAGE =
+        std::max<std::size_t>(1, utils::hugepages::SIZE / BLOCK_BYTES);
 
-    std::vector<std::unique_ptr<T[]>> m_blocks;
+    // Memory for some blocks, without objects.
+    struct Slab {
+        explicit Slab(std::size_t blocks)
+            : bytes(blocks == 1 ? BLOCK_BYTES
+                                : std::max(blocks * BLOCK_BYTES, utils::hugepages::SIZE)),
+              memory(static_cast<T*>(utils::hugepages::allocate(bytes, alignof(T)))) {}
+        Slab(Slab&& other) noexcept
+            : bytes(other.bytes), memory(std::exchange(other.memory, nullptr)) {}
+        Slab& operator=(Slab&& other) noexcept {
+            std::swap(bytes, other.bytes);
+            std::swap(memory, other.memory);
+            return *this;
+        }
+        Slab(const Slab&) = delete;
+        Slab& operator=(const Slab&) = delete;
+        ~Slab() {
+            if (memory) utils::hugepages::release(memory, bytes, alignof(T));
+        }
+
+        std::size_t bytes;
+        T* memory;
+    };
+
+    struct DestroyObjects {
+        void operator()(T* block) const { std::destroy_n(block, MASK + 1); }
+    };
+
+    void addBlock() {
+        if (m_nPrepared == 0) {
+            m_nPrepared = m_blocks.size() < BLOCKS_PER_PAGE ? 1 : BLOCKS_PER_PAGE;
+            m_slabs.emplace_back(m_nPrepared);
+            m_next = m_slabs.back().memory;
+        }
+        std::uninitialized_value_construct_n(m_next, MASK + 1);
+        m_blocks.emplace_back(m_next);
+        m_next += MASK + 1;
+        --m_nPrepared;
+    }
+
+    std::vector<Slab> m_slabs;
+    std::vector<std::unique_ptr<T[], DestroyObjects>> m_blocks;
+    T* m_next = nullptr;
+    std::size_t m_nPrepared = 0;
     std::vector<std::uint32_t> m_free;
     std::uint32_t m_nUsed = 0;
 };
