@@ -7,10 +7,12 @@
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 
 #include <boost/make_shared.hpp>
 #include <boost/thread/exceptions.hpp>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <filesystem>
@@ -146,6 +148,32 @@ struct Mishap {
     disk::KeepsName keeps;  ///< with power, unless null: what was not flushed is lost
 };
 
+/// A small file system of its own on a directory, which others fill.
+struct SmallDisk {
+    static constexpr int PAGES = 100;
+    static constexpr int PAGE = 4096;
+
+    explicit SmallDisk(std::string on) : path(std::move(on)) {
+        const std::string size = fmt::format("size={}", PAGES * PAGE);
+        mounted = ::mount("tmpfs", path.c_str(), "tmpfs", 0, size.c_str()) == 0;
+    }
+    ~SmallDisk() {
+        if (mounted) ::umount2(path.c_str(), MNT_DETACH);
+    }
+    SmallDisk(const SmallDisk&) = delete;
+    SmallDisk& operator=(const SmallDisk&) = delete;
+
+    void leave(int pages) const {
+        const auto room = static_cast<int>(fs::space(path).available / PAGE);
+        put(filler(), std::string(static_cast<std::size_t>(std::max(0, room - pages) * PAGE), ' '));
+    }
+    void makeRoom() const { fs::remove(filler()); }
+    std::string filler() const { return path + "/filler"; }
+
+    std::string path;
+    bool mounted = false;
+};
+
 constexpr int EVER = disk::Fault::FOREVER;
 bool isMark(const std::string& path) { return path.ends_with(".commit"); }
 bool isAny(const std::string&) { return true; }
@@ -210,6 +238,34 @@ TEST(FileSaver, AMishapAtAnyStepLeavesTheOldSetOrTheNew) {
             }
         }
     }
+}
+
+// Without any fault that is played: the pages of a real disk run out at every place of a save.
+TEST(FileSaver, AFullDiskLeavesTheOldSetOrTheNewAndRoomBringsTheNewest) {
+    int kept = 0;
+    int replaced = 0;
+    for (const std::string to : {"2222", "333"}) {
+        const char from = to == "333" ? '2' : '1';
+        for (int pages = 0; pages <= 40; ++pages) {
+            SCOPED_TRACE(fmt::format("{} to {} with {} pages", from, to, pages));
+            Saver saver(noThread);
+            const SmallDisk disk(saver.temporary.path().toStdString());
+            if (!disk.mounted) GTEST_SKIP() << "nobody may mount a file system here";
+            saver.reopen();
+            saver.saveWhole(from);
+            disk.leave(pages);
+            saver.ask(to[0]);
+            saver->finish();
+            const std::string found = saver.loaded();
+            EXPECT_TRUE(found == Saver::setOf(from) || found == to) << found;
+            (found == to ? replaced : kept) += 1;
+            disk.makeRoom();
+            saver.finish(to);
+            saver.saveWhole('5');
+        }
+    }
+    EXPECT_GT(kept, 10);
+    EXPECT_GT(replaced, 10);
 }
 
 // The end of a save that counts already is made at the next start, and that too may be cut
