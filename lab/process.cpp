@@ -249,13 +249,6 @@ void CDay::ask(const Step& step) {
 
 void CDay::disturb(const Step& step) {
     switch (step.kind) {
-        case EStep::Request:
-        case EStep::Ready:
-        case EStep::Login:
-        case EStep::Disconnect:
-        case EStep::AskPast:
-            ask(step);
-            break;
         case EStep::Import:
             importStatement(step);
             break;
@@ -270,11 +263,9 @@ void CDay::disturb(const Step& step) {
             break;
         case EStep::CrashInSave:
         case EStep::DiskInSave:
-            if (m_plan.rests.empty()) {
-                failInSave(step);
-            } else {
-                m_pSaveFault = &step;
-            }
+            // With history the fault waits for a deal that is saved.
+            m_pSaveFault = m_plan.rests.empty() ? nullptr : &step;
+            if (!m_pSaveFault) failInSave(step);
             break;
         case EStep::Rollover:
         case EStep::SameDate:
@@ -292,6 +283,7 @@ void CDay::disturb(const Step& step) {
             failDisk(step);
             break;
         default:
+            ask(step);
             break;
     }
 }

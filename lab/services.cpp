@@ -13,7 +13,7 @@ void CServices::begins() {
     unknown.uncertain = unknown.owed = true;
     m_accounts.assign(m_plan.accounts.size(), unknown);
     m_seen.clear();
-    m_pTelling = nullptr;
+    m_telling.reset();
 }
 
 void CServices::dateBegins() {
@@ -47,8 +47,8 @@ void CServices::called(EService service, paper::EFault fault, std::string_view w
         if (account >= 0) read(account, threw);
         return;
     }
-    const bool asksForStock = service == EService::Instrument && m_pTelling;
-    if (asksForStock && !threw) m_seen.insert(m_telling.of.stock);
+    const bool asksForStock = service == EService::Instrument && m_telling;
+    if (asksForStock && !threw) m_seen.insert(m_telling->of.stock);
     if (!threw) return;
     bool inLoad = false;
     for (Account& account : m_accounts) {
@@ -56,7 +56,7 @@ void CServices::called(EService service, paper::EFault fault, std::string_view w
         inLoad = true;
         throwsInLoad(account, service);
     }
-    if (!inLoad && m_pTelling) throwsInReport(service);
+    if (!inLoad && m_telling) throwsInReport(service);
 }
 
 // A load reads everything, plays it through, subscribes, and reads once more.
@@ -91,28 +91,25 @@ void CServices::throwsInLoad(Account& account, EService service) {
     if (service == EService::Instrument || !m_plan.rests.empty()) account.whole = false;
 }
 
-void CServices::tells(const Origin& of, bool deal) {
-    m_telling = {of, deal};
-    m_pTelling = &m_telling;
-}
+void CServices::tells(const Origin& of, bool deal) { m_telling = {of, deal}; }
 
 void CServices::told() {
-    if (m_pTelling) m_seen.insert(m_telling.of.stock);
-    m_pTelling = nullptr;
+    if (m_telling) m_seen.insert(m_telling->of.stock);
+    m_telling.reset();
 }
 
 // The instruments are asked for a stock at its first report; a deal that balances history is
 // taken only when its account and its fees are known.
 void CServices::throwsInReport(EService service) {
-    Account& account = m_accounts[static_cast<std::size_t>(m_telling.of.account)];
-    const bool first = m_seen.count(m_telling.of.stock) == 0;
+    Account& account = m_accounts[static_cast<std::size_t>(m_telling->of.account)];
+    const bool first = m_seen.count(m_telling->of.stock) == 0;
     if (service == EService::Instrument && first) {
         m_model.takeBack();
         account.owed = true;
-        m_pTelling = nullptr;
+        m_telling.reset();
         return;
     }
-    const bool ofHistory = m_telling.deal && m_telling.of.history;
+    const bool ofHistory = m_telling->deal && m_telling->of.history;
     if (!ofHistory) return;
     if (service == EService::AccountData || service == EService::FeeLimits) {
         account.owed = account.uncertain = true;

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -74,8 +75,7 @@ private:
     const std::function<bool()> m_lives;
     std::vector<Account> m_accounts;
     std::set<int> m_seen;  ///< stocks that the library has asked the instruments for
-    const Telling* m_pTelling = nullptr;
-    Telling m_telling;
+    std::optional<Telling> m_telling;
     std::int64_t m_nFailedAt = 0;
 };
 
