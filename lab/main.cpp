@@ -130,7 +130,7 @@ int tellOne(Arguments arguments) {
         const std::string differs = lab::writeScenario(outcome, arguments.scenario);
         fmt::print("{}\n", differs.empty() ? "linkage-replay sends the same orders" : differs);
     }
-    const bool fails = arguments.run.guard ? !outcome.violations.empty() : outcome.tooMuch;
+    const bool fails = !outcome.violations.empty() || outcome.tooMuch;
     if (arguments.shrink && fails) {
         fmt::print("{}", lab::writeShrunk(outcome.seed, arguments.run, arguments.scenarios));
     }

@@ -168,7 +168,7 @@ std::string writeShrunk(std::uint64_t seed, const RunOptions& options,
     quiet.trace = false;
     quiet.scenario = true;
     CDays days(quiet);
-    const Shrunk shrunk = shrink(planOf(seed, quiet.dials), quiet.guard,
+    const Shrunk shrunk = shrink(planOf(seed, quiet.dials),
                                  [&](const Plan& plan) { return days.play(plan); });
     const std::string path = fmt::format("{}/lab-seed-{}.jsonl", directory, seed);
     const std::string differs = writeScenario(shrunk.outcome, path);
