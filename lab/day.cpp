@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <exception>
 
 namespace lab {
 
@@ -76,8 +77,12 @@ void CDay::addTrace(const std::string& text) {
     m_outcome.trace.push_back(replay::momentText(now()) + " " + text);
 }
 
+// What a process does after its end is not held against it.
 void CDay::fail(const std::string& what) {
-    if (m_bDead) return;
+    if (!m_bDead) violate(what);
+}
+
+void CDay::violate(const std::string& what) {
     trace("VIOLATION {}", what);
     m_scenario.note("here: " + what);
     m_outcome.violations.push_back(replay::momentText(now()) + " " + what);
@@ -180,7 +185,22 @@ void CDay::passTo(std::int64_t micros) {
 
 // ----------------------------------------------------------------------------- day
 
+// What nobody catches ends the day, not the run.
 Outcome CDay::play() {
+    try {
+        playAll();
+    } catch (const std::exception& fault) {
+        violate(fmt::format("an exception ends the day: {}", fault.what()));
+    } catch (...) {
+        violate("an exception ends the day");
+    }
+    m_outcome.endings = m_invariants.endings();
+    m_scenario.finish();
+    m_outcome.scenario = m_scenario.text();
+    return std::move(m_outcome);
+}
+
+void CDay::playAll() {
     CTrader trader(*this);
     const std::int64_t start = now();
     up();
@@ -197,10 +217,6 @@ Outcome CDay::play() {
         askAll(true);
         if (m_outcome.violations.empty()) checkEnd();
     }
-    m_outcome.endings = m_invariants.endings();
-    m_scenario.finish();
-    m_outcome.scenario = m_scenario.text();
-    return std::move(m_outcome);
 }
 
 }  // namespace lab

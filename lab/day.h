@@ -48,6 +48,7 @@ public:
     CDay(const Plan& plan, const DayOptions& options);
     ~CDay() override;
 
+    /// Once. An exception that nobody caught is a violation.
     Outcome play();
 
 private:
@@ -99,6 +100,7 @@ private:
     void endTask(std::uint64_t key, vexservice::ETaskStatus status);
 
     // lab/day.cpp
+    void playAll();
     void hear(const OrderReport& report);
     void hear(const DealReport& report);
     void passTo(std::int64_t micros);
@@ -115,6 +117,7 @@ private:
     void happens(EFault fault) { ++m_outcome.faults[static_cast<std::size_t>(fault)]; }
     bool rolls(CRandom& random, EFault fault);
     void fail(const std::string& what);
+    void violate(const std::string& what);
     template <class... Arguments>
     void trace(const char* format, const Arguments&... arguments);
     void addTrace(const std::string& text);

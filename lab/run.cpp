@@ -94,7 +94,7 @@ Result CDays::playAll(std::uint64_t from, std::uint64_t step,
     for (std::uint64_t seed = from; seed <= m_options.last; seed += step) {
         add(play(seed), result);
         if (result.days == WARM) before = usage();
-        if (result.days % PROGRESS == 0) look(result);
+        look(result);
     }
     if (result.days >= 2 * WARM) {
         const Usage after = usage();
@@ -117,6 +117,7 @@ void addTo(Result& sum, const Result& part) {
     for (const auto& [ending, count] : part.endings) sum.endings[ending] += count;
     sum.violations += part.violations;
     sum.violated.insert(part.violated.begin(), part.violated.end());
+    sum.died.insert(part.died.begin(), part.died.end());
     while (sum.violated.size() > Result::MOST_KEPT) {
         sum.violated.erase(std::prev(sum.violated.end()));
     }
@@ -138,9 +139,10 @@ CProgress::~CProgress() {
 
 double CProgress::seconds() const { return secondsNow() - m_dBegan; }
 
-void CProgress::show(long days, long violations) const {
+void CProgress::show(long days, long violations) {
     constexpr long WIDTH = 30;
-    if (!m_bShown || days == 0) return;
+    if (!m_bShown || days < m_nShown + PROGRESS) return;
+    m_nShown = days;
     const double rate = static_cast<double>(days) / std::max(seconds(), 0.001);
     const double left = static_cast<double>(m_nDays - days) / rate;
     const auto done = static_cast<std::size_t>(WIDTH * days / m_nDays);
@@ -152,15 +154,6 @@ void CProgress::show(long days, long violations) const {
 // ---------------------------------------------------------------------------- runs
 
 Outcome runOne(std::uint64_t seed, const RunOptions& options) { return CDays(options).play(seed); }
-
-Result run(const RunOptions& options) {
-    if (options.jobs > 1) return runJobs(options);
-    const CProgress progress(options);
-    Result result = CDays(options).playAll(
-        options.first, 1, [&](const Result& so) { progress.show(so.days, so.violations); });
-    result.seconds = progress.seconds();
-    return result;
-}
 
 std::string writeShrunk(std::uint64_t seed, const RunOptions& options,
                         const std::string& directory) {

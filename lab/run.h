@@ -38,6 +38,9 @@ struct Result {
     std::map<std::string, long> endings;
     std::map<std::uint64_t, std::string> violated;  ///< the first MOST_KEPT seeds
     long violations = 0;                            ///< days with any
+    /// Days at which a process ended before its time, by seed, and how. The days that it still
+    /// had to play were not played.
+    std::map<std::uint64_t, std::string> died;
     /// The most that one process grew by after its first days.
     Usage growth;
     bool measured = false;  ///< there were days enough to say so
@@ -49,13 +52,14 @@ struct Result {
     bool leaks() const {
         return measured && (growth.kilobytes > MOST_GROWTH || growth.descriptors > 0);
     }
-    bool holds() const { return violations == 0 && !leaks(); }
+    bool holds() const { return violations == 0 && died.empty() && !leaks(); }
 };
 
 /// Plays the days of the seeds, shared by so many processes, each in a directory of its own in
-/// memory where the system has one. Throws std::runtime_error when that cannot be had.
+/// memory where the system has one. Throws std::runtime_error when no process can be started. A
+/// process that ends before its time is named in the result.
 ///
-/// With more than one job the process must not have a QCoreApplication yet.
+/// The process must not have a QCoreApplication yet.
 Result run(const RunOptions& options);
 
 /// The day of one seed, told event by event.

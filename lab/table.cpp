@@ -48,6 +48,10 @@ std::string textOf(const Result& result, const RunOptions& options, bool table) 
     for (const auto& [seed, what] : result.violated) {
         text += fmt::format("  seed {}: {}\n", seed, what);
     }
+    for (const auto& [seed, how] : result.died) {
+        text += fmt::format("a process ended at seed {} ({}); the rest of its days is missing\n",
+                            seed, how);
+    }
     return text;
 }
 
