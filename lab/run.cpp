@@ -22,8 +22,6 @@ namespace {
 
 constexpr char MEMORY[] = "/dev/shm";
 constexpr long PROGRESS = 50;
-/// After so many days a process has what it needs.
-constexpr long WARM = 1'000;
 
 QString directoryTemplate() {
     const QString memory = QString::fromLatin1(MEMORY);
@@ -93,10 +91,10 @@ Result CDays::playAll(std::uint64_t from, std::uint64_t step,
     Usage before;
     for (std::uint64_t seed = from; seed <= m_options.last; seed += step) {
         add(play(seed), result);
-        if (result.days == WARM) before = usage();
+        if (result.days == Result::WARM) before = usage();
         look(result);
     }
-    if (result.days >= 2 * WARM) {
+    if (result.days >= 2 * Result::WARM) {
         const Usage after = usage();
         result.growth = {after.kilobytes - before.kilobytes,
                          after.descriptors - before.descriptors};

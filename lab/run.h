@@ -46,6 +46,9 @@ struct Result {
     bool measured = false;  ///< there were days enough to say so
 
     static constexpr std::size_t MOST_KEPT = 20;
+    /// After so many days a process has what it needs. Its growth is measured when it plays
+    /// twice as many.
+    static constexpr long WARM = 1'000;
     /// What memory may grow by, in kilobytes, however many days are played.
     static constexpr long MOST_GROWTH = 32 * 1024;
 

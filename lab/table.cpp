@@ -23,9 +23,12 @@ std::string tableOf(const Result& result) {
 }
 
 std::string growthOf(const Result& result) {
-    if (!result.measured) return {};
-    return fmt::format("after its first 1000 days a process grew by {} KB and {} descriptors{}\n",
-                       result.growth.kilobytes, result.growth.descriptors,
+    if (!result.measured) {
+        return fmt::format("growth was not measured: no process played {} days\n",
+                           2 * Result::WARM);
+    }
+    return fmt::format("after its first {} days a process grew by {} KB and {} descriptors{}\n",
+                       Result::WARM, result.growth.kilobytes, result.growth.descriptors,
                        result.leaks() ? ": TOO MUCH" : "");
 }
 
