@@ -18,6 +18,8 @@ namespace lab {
 
 namespace {
 
+constexpr char STATEMENT[] = "statement.csv";
+
 std::map<std::string, std::pair<std::int64_t, std::int64_t>> historyOf(
     const TC::CLinkageManager& manager, bool clientType3) {
     std::map<std::string, std::pair<std::int64_t, std::int64_t>> volumes;
@@ -88,20 +90,20 @@ void CDay::failInSave(const Step& step) {
 // What a statement holds is reported as well: it changes no figure.
 void CDay::importStatement(const Step& step) {
     happens(EFault::Import);
-    const std::string path = m_options.directory + "/statement.csv";
-    std::ofstream file(path, std::ios::binary | std::ios::trunc);
-    file << "资金账号,成交日期,证券代码,买卖,价格,数量,成交编号\n";
+    std::string text = "资金账号,成交日期,证券代码,买卖,价格,数量,成交编号\n";
     int rows = 0;
     for (const auto& [key, deal] : m_broker.deals()) {
         const Stock& stock = m_plan.stocks[static_cast<std::size_t>(deal.of.stock)];
         if (deal.of.account != step.account || stock.excluded) continue;
-        file << fmt::format("{},{},{},{},{},{},{}\n", accountOf(step.account),
+        text += fmt::format("{},{},{},{},{},{},{}\n", accountOf(step.account),
                             m_pClient->paper().tradeDate(), stock.code,
                             deal.of.buys ? "买入" : "卖出", PRICE, deal.volume, key);
         ++rows;
     }
-    file.close();
-    m_scenario.note("the trader imports a statement of the deals so far");
+    const std::string path = fmt::format("{}/{}", m_options.directory, STATEMENT);
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
+    m_scenario.file(STATEMENT, text);
+    m_scenario.call("importData", {STATEMENT});
     const TC::ImportReport report = manager().importData(QString::fromStdString(path));
     trace("the trader imports {} deals, {} are taken", rows, report.taken);
     if (rows > 0 && (!report.ok() || report.read != rows)) {
