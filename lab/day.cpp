@@ -60,6 +60,7 @@ CDay::CDay(const Plan& plan, const DayOptions& options)
     m_pClient->paper().watchServices(
         [this](paper::EService service, paper::EFault fault, std::string_view what) {
             using paper::EFault;
+            asksAfterRelease();
             const bool refused = fault == EFault::Null || fault == EFault::Lost;
             if (service == paper::EService::TradeClient) m_bCancelFails = refused;
             m_services.called(service, fault, what);

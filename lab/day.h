@@ -139,6 +139,7 @@ private:
     std::unique_ptr<CClient> m_pClient;
 
     bool m_bUp = false;
+    bool m_bGone = false;  ///< released, and not started again
     bool m_bDead = false;  ///< crashed, and its calls not unwound yet
     bool m_bCalm = false;
     bool m_bDirty = false;
@@ -151,6 +152,7 @@ private:
     Times m_times;
     std::set<Times> m_savedTimes;  ///< what the file of balance times may hold
     std::map<std::string, std::pair<std::int64_t, std::int64_t>> m_savedHistory;
+    bool m_bCrashAtStep = false;  ///< one is set and was not met yet
     int m_nDownFor = 0;
     int m_nSerial = 0;
     int m_nNumber = 0;

@@ -32,6 +32,7 @@ void CDay::calmDown() {
         m_scenario.fault(paper::EService::CommandCenter, paper::EFault::Lost, ALL_CALLS);
     }
     TC::disk::clearFaults();
+    m_bCrashAtStep = false;
     for (const ServiceFault& each : SERVICE_FAULTS) {
         m_pClient->paper().setFault(each.service, paper::EFault::None, 0);
     }

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <utility>
 
 // The library as a process: it starts, ends, crashes, and its disk fails.
 
@@ -58,6 +59,7 @@ std::string CDay::bookText() const {
 
 void CDay::up() {
     TC::disk::clearFaults();
+    m_bCrashAtStep = false;
     ++m_nLife;
     if (m_options.guard) {
         const auto book = CBookReader(m_plan).read(bookText());
@@ -67,6 +69,7 @@ void CDay::up() {
         m_model.restart(m_model.commands());
     }
     m_services.begins();
+    m_bGone = false;
     trace("the library starts");
     m_scenario.plain("init");
     TC::CLinkageManager& manager = this->manager();
@@ -111,7 +114,10 @@ std::vector<SentCommand> CDay::commandsOf(const std::map<int, BookEntry>& book) 
 
 void CDay::comeBackAfter(int seconds) {
     m_bUp = false;
+    m_bGone = true;
     m_tooLate.clear();
+    rest();
+    if (m_loop.waits()->next()) fail("a timer waits after the library was released");
     m_agenda.at(now() + seconds * SECOND, [this] { up(); });
 }
 
@@ -122,10 +128,9 @@ void CDay::restart(int seconds) {
     noteSaved();
     m_scenario.plain("release");
     Manager::release();
+    seeCrash();
+    if (m_bDead) return bury();
     m_invariants.lookAtBook(bookText());
-    m_bUp = false;
-    rest();
-    if (m_loop.waits()->next()) fail("a timer waits after the library was released");
     comeBackAfter(seconds);
 }
 
@@ -140,6 +145,8 @@ void CDay::crash() {
 void CDay::seeCrash() {
     if (m_bDead || !m_bUp || !TC::disk::crashed()) return;
     trace("the library crashed at a step of the disk");
+    if (std::exchange(m_bCrashAtStep, false)) happens(EFault::CrashAtStep);
+    m_invariants.diskFails();
     m_bDead = true;
 }
 
@@ -186,10 +193,10 @@ void CDay::failDisk(const Step& step) {
     TC::disk::fail(fault);
 }
 
+// Counted when it is met; a fault that is cleared before never happens.
 void CDay::crashAtStep(const Step& step) {
-    happens(EFault::CrashAtStep);
+    m_bCrashAtStep = true;
     m_nDownFor = step.times;
-    m_invariants.diskFails();
     const TC::disk::Fault fault{.after = step.amount, .error = TC::disk::Fault::CRASH};
     m_scenario.disk(fault);
     TC::disk::fail(fault);

@@ -87,7 +87,7 @@ void CDay::onCommand(const COrderComandParam& command, const Completion& complet
 }
 
 void CDay::asksAfterRelease() {
-    if (!m_bUp && !m_bDead) fail("the library asks for something after it was released");
+    if (m_bGone) fail("the library asks for something after it was released");
 }
 
 void CDay::noteSent(const SentCommand& sent) {

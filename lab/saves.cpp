@@ -49,10 +49,10 @@ void CDay::editTimes(const Step& step) {
         m_scenario.call("addBalanceTime", {key, time});
         manager().addBalanceTime(key, time);
     }
-    // A save that fails, or whose process ends, leaves what was saved before.
-    if (!m_invariants.diskHasFailed()) m_savedTimes.clear();
     m_savedTimes.insert(m_times);
     manager().finishSaves();
+    // A save that fails, or whose process ends, leaves what was saved before.
+    if (!m_invariants.diskHasFailed() && !TC::disk::crashed()) m_savedTimes = {m_times};
     if (lives() && manager().getBalanceTime() != m_times) fail("other balance times than were set");
 }
 
@@ -63,6 +63,7 @@ void CDay::failInSave(const Step& step) {
     m_nDownFor = step.amount % 20;
     m_invariants.diskFails();
     TC::disk::clearFaults();
+    m_bCrashAtStep = false;
     const int error = step.flag ? ENOSPC : EIO;
     TC::disk::Fault fault{.after = step.amount,
                           .times = step.times,
