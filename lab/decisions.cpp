@@ -88,7 +88,7 @@ std::string CInvariants::differs(const Seen& seen, const TC::BalanceRecord& reco
         const std::int64_t has = planned == seen.planned.end() ? 0 : planned->second;
         const auto found = record.stocks.find(key);
         // A service that does not answer leaves the stock out.
-        const bool noAnswer = has == 0 && m_services.failedAt() == now();
+        const bool noAnswer = has == 0 && m_services.failed(now(), now());
         if (has != expected && !noAnswer)
             return fmt::format("sends {} of {}, not {}", has, key, expected);
         if (found == record.stocks.end()) continue;

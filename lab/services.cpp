@@ -7,6 +7,17 @@ namespace lab {
 
 using paper::EService;
 
+namespace {
+
+// A decision asks for the account, the stocks and their prices. The records of an account are
+// read by loads, and fees by those and by deals.
+bool decides(EService service, std::string_view what) {
+    return service == EService::Quote || service == EService::Instrument ||
+           (service == EService::AccountData && what.empty());
+}
+
+}  // namespace
+
 void CServices::begins() {
     // Nothing is known of an account before its first load, and that must come.
     Account unknown;
@@ -40,7 +51,7 @@ void CServices::called(EService service, paper::EFault fault, std::string_view w
     const bool threw = fault == paper::EFault::Throw;
     if (fault != paper::EFault::None) {
         count(service, fault);
-        m_nFailedAt = now();
+        if (decides(service, what)) m_failures.insert(now());
     }
     if (service == EService::AccountData && !what.empty()) {
         const int account = placeOf(m_plan.accounts, std::string(what));

@@ -44,8 +44,12 @@ public:
     bool isUncertain(int account) const { return at(account).uncertain; }
     /// An account whose load is owed; -1 for none.
     int owed() const;
-    /// When a service last failed, as the library saw it; 0: never.
-    std::int64_t failedAt() const { return m_nFailedAt; }
+    /// Whether a service that decisions depend on failed from one moment to another, as the
+    /// library saw it. The calls do not tell for which balance they are made.
+    bool failed(std::int64_t from, std::int64_t to) const {
+        const auto at = m_failures.lower_bound(from);
+        return at != m_failures.end() && *at <= to;
+    }
 
 private:
     struct Account {
@@ -76,7 +80,7 @@ private:
     std::vector<Account> m_accounts;
     std::set<int> m_seen;  ///< stocks that the library has asked the instruments for
     std::optional<Telling> m_telling;
-    std::int64_t m_nFailedAt = 0;
+    std::set<std::int64_t> m_failures;  ///< moments
 };
 
 }  // namespace lab
