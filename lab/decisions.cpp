@@ -70,6 +70,7 @@ void CInvariants::sends(SentCommand& command, EForm form, const std::string& boo
 void CInvariants::begins(Seen& seen) const {
     seen.planned.clear();
     seen.tasks.clear();
+    seen.failed = m_services.failed(now(), now());
     for (std::size_t at = 0; at < m_plan.stocks.size(); ++at) {
         const int stock = static_cast<int>(at);
         if (m_model.taskRuns(seen.pair, stock)) seen.tasks.insert(stock);

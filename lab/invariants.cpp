@@ -157,6 +157,7 @@ void CInvariants::restarted(const std::map<int, BookEntry>& book) {
         if (known != before.end()) seen.tasks = known->second.tasks;
         for (const SentCommand& command : entry.commands) {
             if (command.round != entry.record.rounds) continue;
+            seen.failed = m_services.failed(command.at, command.at);
             for (const SentOrder& order : command.orders) {
                 seen.planned[order.stock] += order.buys ? order.volume : -order.volume;
             }

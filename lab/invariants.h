@@ -80,6 +80,7 @@ private:
         std::int64_t cancelAt = 0;
         std::map<int, std::int64_t> planned;  ///< by the last decision, by stock
         std::set<int> tasks;                  ///< stocks in which a task ran then
+        bool failed = false;                  ///< a service failed then
         std::size_t firstSent = CModel::ALL;  ///< where its commands of this window begin
     };
 

@@ -70,9 +70,8 @@ bool CInvariants::isTrue(const Seen& seen, int round, int stock,
     }
     if (reason == TC::REASON_WAITING) return range;
     if (reason == TC::REASON_TASK) return seen.tasks.count(stock) > 0;
-    const bool failed = m_services.failed(0, now());
-    if (reason == TC::REASON_NO_ANSWER) return failed;
-    return reason == TC::REASON_NO_INSTRUMENT && (failed || !of.detail);
+    if (reason == TC::REASON_NO_ANSWER) return seen.failed;
+    return reason == TC::REASON_NO_INSTRUMENT && (seen.failed || !of.detail);
 }
 
 void CInvariants::checkRemains(const Seen& seen, const TC::BalanceRecord& record) const {
