@@ -85,12 +85,17 @@ void CInvariants::lookAt(Seen& seen, const TC::BalanceRecord& record) {
     const bool ends = record.state == EBalanceState::Ended &&
                       (seen.fresh || seen.record.state != EBalanceState::Ended);
     if (ends) checkRemains(seen, record);
+    const bool refused = record.state == EBalanceState::Refused &&
+                         (seen.fresh || seen.record.state != EBalanceState::Refused);
+    if ((ends || refused) && !isTrue(seen, record)) {
+        fail(seen, fmt::format("gives \"{}\" as the reason of its end", record.reason));
+    }
     if (record.state == EBalanceState::Cancelling &&
         (seen.fresh || seen.record.state != EBalanceState::Cancelling)) {
         seen.cancelAt = now();
     }
     seen.record = record;
-    seen.fresh = false;
+    seen.fresh = seen.restarted = false;
     seen.firstSent = CModel::ALL;
     std::string ending =
         std::string(TC::textOf(record.state)) + (record.reason.empty() ? "" : ": " + record.reason);
@@ -152,6 +157,7 @@ void CInvariants::restarted(const std::map<int, BookEntry>& book) {
         seen.form = entry.form;
         seen.atOnce = entry.atOnce;
         seen.fresh = false;
+        seen.restarted = true;
         seen.date = m_nDate;
         const auto known = before.find(number);
         if (known != before.end()) seen.tasks = known->second.tasks;
@@ -176,6 +182,7 @@ void CInvariants::newDate(bool another) {
         }
         m_endings[{seen.date, number}] = "ended: new trading date";
     }
+    m_nDateAt = now();
     if (another) ++m_nDate;
     m_nLooked = another ? 0 : m_model.sentCount();
 }

@@ -75,6 +75,7 @@ private:
         bool atOnce = false;
         bool fresh = true;  ///< never looked at before
         bool taken = true;  ///< its request was to be taken
+        bool restarted = false;  ///< not looked at since the library began anew
         int date = 0;
         std::int64_t dueAt = 0;
         std::int64_t cancelAt = 0;
@@ -107,6 +108,9 @@ private:
 
     // lab/reasons.cpp
     void checkRemains(const Seen& seen, const TC::BalanceRecord& record) const;
+    bool isTrue(const Seen& seen, const TC::BalanceRecord& record) const;
+    bool hasSent(int balance) const;
+    bool hasTraded(const Pair& pair) const;
     bool isTrue(const Seen& seen, int round, int stock, const TC::BalanceStock& figures) const;
 
     const Plan& m_plan;
@@ -115,6 +119,7 @@ private:
     const Fail m_fail;
     Seen m_asked;  ///< what the next balance will be
     int m_nDate = 0;
+    std::int64_t m_nDateAt = 0;  ///< when a date was last announced
     bool m_bDiskFailed = false;
     std::set<int> m_changed;
     std::size_t m_nLooked = 0;  ///< commands at the last look
