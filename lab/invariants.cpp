@@ -62,8 +62,13 @@ void CInvariants::look(const TC::CLinkageManager& manager, bool all) {
     }
     std::sort(records.begin(), records.end(),
               [](const auto& left, const auto& right) { return left.number < right.number; });
+    if (!all) {
+        std::erase_if(records,
+                      [&](const auto& record) { return m_changed.count(record.number) == 0; });
+    }
+    // The reason of one may name another that is new, too.
+    for (const TC::BalanceRecord& record : records) seenOf(record);
     for (const TC::BalanceRecord& record : records) {
-        if (!all && m_changed.count(record.number) == 0) continue;
         Seen& seen = seenOf(record);
         if (seen.date == m_nDate) lookAt(seen, record);
     }

@@ -120,7 +120,14 @@ bool CInvariants::hasSent(int balance) const {
     });
 }
 
+// Of history a pair has the records of its own strategy, whatever they hold.
 bool CInvariants::hasTraded(const Pair& pair) const {
+    if (pair.history) {
+        return std::any_of(m_plan.rests.begin(), m_plan.rests.end(), [&](const Rest& rest) {
+            return rest.account == pair.account &&
+                   m_plan.strategies[static_cast<std::size_t>(rest.strategy)] == pair.strategy;
+        });
+    }
     for (std::size_t at = 0; at < m_plan.stocks.size(); ++at) {
         const Range range = m_model.range(pair, static_cast<int>(at));
         if (range.bought != 0 || range.sold != 0) return true;
