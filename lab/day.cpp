@@ -196,6 +196,7 @@ Outcome CDay::play() {
         violate("an exception ends the day");
     }
     m_outcome.endings = m_invariants.endings();
+    m_outcome.uncertain = m_services.wasUncertain();
     m_scenario.finish();
     m_outcome.scenario = m_scenario.text();
     return std::move(m_outcome);
@@ -211,13 +212,12 @@ void CDay::playAll() {
     }
     passTo(start + (m_plan.steps.empty() ? 0 : m_plan.steps.back().at) + 30 * SECOND);
     calmDown();
-    checkOwed();
     if (m_options.guard && m_outcome.violations.empty()) {
         // The accounts as a whole are held to the end; most days leave it at that, for speed.
         if (m_plan.seed % DAYS_WITH_STRATEGIES == 0) askAll(false);
         askAll(true);
-        if (m_outcome.violations.empty()) checkEnd();
     }
+    if (m_outcome.violations.empty()) checkEnd();
 }
 
 }  // namespace lab

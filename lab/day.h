@@ -31,6 +31,7 @@ struct Outcome {
     std::uint64_t seed = 0;
     std::vector<std::string> violations;  ///< with the moment; none without the guard
     bool tooMuch = false;                 ///< some balance traded too much
+    bool uncertain = false;  ///< what an account had was not known for a while, after a fault
     int commands = 0;
     FaultCounts faults{};
     std::map<std::string, long> endings;
@@ -110,6 +111,7 @@ private:
     void calmDown();
     void askAll(bool wholeAccounts);
     void checkOwed();
+    void lookAtAllFigures();
     void checkIntegrity();
     void checkEnd();
     void checkEnd(const Pair& pair, int stock);

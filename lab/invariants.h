@@ -73,8 +73,8 @@ private:
         Pair pair;
         EForm form = EForm::Single;
         bool atOnce = false;
-        bool fresh = true;  ///< never looked at before
-        bool taken = true;  ///< its request was to be taken
+        bool fresh = true;       ///< never looked at before
+        bool taken = true;       ///< its request was to be taken
         bool restarted = false;  ///< not looked at since the library began anew
         int date = 0;
         std::int64_t dueAt = 0;

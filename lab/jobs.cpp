@@ -30,9 +30,9 @@ struct Worker {
 
 std::string linesOf(const Result& result) {
     std::string text =
-        fmt::format("result {} {} {} {} {} {} {} {}\n", result.days, result.commands,
-                    result.tooMuch, result.firstTooMuch, result.violations, result.growth.kilobytes,
-                    result.growth.descriptors, result.measured ? 1 : 0);
+        fmt::format("result {} {} {} {} {} {} {} {} {}\n", result.days, result.commands,
+                    result.uncertain, result.tooMuch, result.firstTooMuch, result.violations,
+                    result.growth.kilobytes, result.growth.descriptors, result.measured ? 1 : 0);
     text += "faults";
     for (const long count : result.faults) text += fmt::format(" {}", count);
     text += "\n";
@@ -61,9 +61,9 @@ void read(const std::string& line, Worker& worker) {
     if (kind == "so") {
         in >> worker.days >> worker.violations;
     } else if (kind == "result") {
-        in >> result.days >> result.commands >> result.tooMuch >> result.firstTooMuch >>
-            result.violations >> result.growth.kilobytes >> result.growth.descriptors >>
-            result.measured;
+        in >> result.days >> result.commands >> result.uncertain >> result.tooMuch >>
+            result.firstTooMuch >> result.violations >> result.growth.kilobytes >>
+            result.growth.descriptors >> result.measured;
     } else if (kind == "faults") {
         for (long& count : result.faults) in >> count;
     } else if (kind == "ending" || kind == "seed") {
@@ -164,9 +164,9 @@ void tellDeath(Worker& worker, const RunOptions& options, int job, int status) {
     worker.result.violations = worker.violations;
     const std::uint64_t seed = seedOf(options, job) + static_cast<std::uint64_t>(options.jobs) *
                                                           static_cast<std::uint64_t>(worker.days);
-    worker.result.died[seed] =
-        WIFSIGNALED(status) ? fmt::format("signal {}", WTERMSIG(status))
-                            : fmt::format("exit status {}", WEXITSTATUS(status));
+    worker.result.died[seed] = WIFSIGNALED(status)
+                                   ? fmt::format("signal {}", WTERMSIG(status))
+                                   : fmt::format("exit status {}", WEXITSTATUS(status));
 }
 
 }  // namespace

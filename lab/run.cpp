@@ -50,6 +50,7 @@ Usage usage() {
 void add(const Outcome& outcome, Result& result) {
     ++result.days;
     result.commands += outcome.commands;
+    if (outcome.uncertain) ++result.uncertain;
     if (outcome.tooMuch && result.tooMuch++ == 0) result.firstTooMuch = outcome.seed;
     for (std::size_t at = 0; at < FAULT_COUNT; ++at) result.faults[at] += outcome.faults[at];
     for (const auto& [ending, count] : outcome.endings) result.endings[ending] += count;
@@ -106,6 +107,7 @@ Result CDays::playAll(std::uint64_t from, std::uint64_t step,
 void addTo(Result& sum, const Result& part) {
     sum.days += part.days;
     sum.commands += part.commands;
+    sum.uncertain += part.uncertain;
     sum.tooMuch += part.tooMuch;
     if (part.firstTooMuch != 0) {
         sum.firstTooMuch = sum.firstTooMuch == 0 ? part.firstTooMuch
@@ -159,8 +161,8 @@ std::string writeShrunk(std::uint64_t seed, const RunOptions& options,
     quiet.trace = false;
     quiet.scenario = true;
     CDays days(quiet);
-    const Shrunk shrunk = shrink(planOf(seed, quiet.dials),
-                                 [&](const Plan& plan) { return days.play(plan); });
+    const Shrunk shrunk =
+        shrink(planOf(seed, quiet.dials), [&](const Plan& plan) { return days.play(plan); });
     const std::string path = fmt::format("{}/lab-seed-{}.jsonl", directory, seed);
     const std::string differs = writeScenario(shrunk.outcome, path);
     std::string text =

@@ -34,6 +34,7 @@ struct Result {
     double seconds = 0.0;
     long tooMuch = 0;                ///< days on which a balance traded too much
     std::uint64_t firstTooMuch = 0;  ///< 0: none
+    long uncertain = 0;              ///< days with an account that was uncertain after a fault
     FaultCounts faults{};
     std::map<std::string, long> endings;
     std::map<std::uint64_t, std::string> violated;  ///< the first MOST_KEPT seeds

@@ -3,6 +3,8 @@
 #include "lab/book.h"
 #include "lab/times.h"
 
+#include <algorithm>
+
 namespace lab {
 
 using paper::EService;
@@ -36,6 +38,18 @@ int CServices::owed() const {
         if (m_accounts[at].owed) return static_cast<int>(at);
     }
     return -1;
+}
+
+bool CServices::isAnyUncertain() const {
+    return std::any_of(m_accounts.begin(), m_accounts.end(),
+                       [](const Account& account) { return account.uncertain; });
+}
+
+void CServices::doubt(Account& account) { account.uncertain = m_bWasUncertain = true; }
+
+// The model took each load for a whole one.
+void CServices::trust() {
+    for (Account& account : m_accounts) account.uncertain = account.uncertain && account.owed;
 }
 
 void CServices::count(EService service, paper::EFault kind) {
@@ -78,7 +92,7 @@ void CServices::read(int number, bool threw) {
     if (threw) {
         // Before the third read is done the account stays as it was.
         account.owed = true;
-        account.uncertain = account.uncertain || account.reads > READS / 2;
+        if (account.reads > READS / 2) doubt(account);
         account.reads = 0;
         return;
     }
@@ -86,13 +100,9 @@ void CServices::read(int number, bool threw) {
     if (account.reads == READS / 2) account.subscribed = true;
     if (account.reads < READS) return;
     account.reads = 0;
-    if (!account.whole) {
-        account.owed = false;
-        account.uncertain = true;
-        return;
-    }
     account.owed = account.uncertain = false;
     m_model.load(number, now());
+    if (!account.whole) return doubt(account);
     for (const int stock : m_model.stocksOf(number)) m_seen.insert(stock);
 }
 
@@ -123,7 +133,8 @@ void CServices::throwsInReport(EService service) {
     const bool ofHistory = m_telling->deal && m_telling->of.history;
     if (!ofHistory) return;
     if (service == EService::AccountData || service == EService::FeeLimits) {
-        account.owed = account.uncertain = true;
+        account.owed = true;
+        doubt(account);
     }
 }
 

@@ -108,9 +108,7 @@ private:
 
 }  // namespace
 
-Shrunk shrink(Plan plan, const PlayDay& play) {
-    return CShrinker(std::move(plan), play).shrink();
-}
+Shrunk shrink(Plan plan, const PlayDay& play) { return CShrinker(std::move(plan), play).shrink(); }
 
 std::string writeScenario(const Outcome& outcome, const std::string& path) {
     std::ofstream file(path, std::ios::binary | std::ios::trunc);

@@ -43,6 +43,8 @@ std::string textOf(const Result& result, const RunOptions& options, bool table) 
         options.first, options.last, options.guard ? "on" : "off", result.days, result.commands,
         result.seconds, days / result.seconds, options.jobs, options.jobs == 1 ? "" : "es");
     text += growthOf(result);
+    text += fmt::format("days on which a service left an account uncertain for a while: {}\n",
+                        result.uncertain);
     text += fmt::format("days on which a balance traded too much: {} ({:.2f} %)\n", result.tooMuch,
                         100.0 * static_cast<double>(result.tooMuch) / days);
     if (result.tooMuch > 0)
