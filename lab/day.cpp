@@ -129,6 +129,7 @@ void CDay::hear(const DealReport& report) {
     if (save) {
         TC::disk::Fault fault{.step = TC::disk::EStep::Rename, .times = ALL_CALLS, .error = EIO};
         TC::disk::fail(fault);
+        m_invariants.diskFails();
         fault.times = 2;  // so many does this one meet, and a scenario cannot take faults away
         m_scenario.disk(fault);
     }
@@ -154,6 +155,7 @@ void CDay::rest() {
 bool CDay::settle() {
     if (!Manager::exists()) return false;
     Manager::instance()->finishSaves();
+    if (m_bDirty) noteHistory(true);
     if (!m_options.guard || !lives() || !m_bDirty) return false;
     m_bDirty = false;
     m_invariants.look(manager());

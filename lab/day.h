@@ -76,10 +76,13 @@ private:
 
     // what the library keeps in files: lab/saves.cpp
     using Times = std::map<std::string, std::string>;
+    /// Bought and sold, by pair and stock.
+    using History = std::map<std::string, std::pair<std::int64_t, std::int64_t>>;
     void editTimes(const Step& step);
     void failInSave(const Step& step);
     void importStatement(const Step& step);
-    void noteSaved();
+    History history() const;
+    void noteHistory(bool done);
     void checkLoaded();
 
     TC::CLinkageManager& manager() const;
@@ -152,9 +155,9 @@ private:
     bool m_bCancelFails = false;         ///< the next cancellation does not reach the market
     const Step* m_pSaveFault = nullptr;  ///< waits for the next save of history
     Times m_times;
-    std::set<Times> m_savedTimes;  ///< what the file of balance times may hold
-    std::map<std::string, std::pair<std::int64_t, std::int64_t>> m_savedHistory;
-    bool m_bCrashAtStep = false;  ///< one is set and was not met yet
+    std::set<Times> m_savedTimes;        ///< what the file of balance times may hold
+    std::set<History> m_savedHistories;  ///< what the file of what earlier days left may hold
+    bool m_bCrashAtStep = false;         ///< one is set and was not met yet
     int m_nDownFor = 0;
     int m_nSerial = 0;
     int m_nNumber = 0;

@@ -125,7 +125,6 @@ void CDay::restart(int seconds) {
     happens(EFault::Restart);
     m_invariants.look(manager(), true);
     checkIntegrity();
-    noteSaved();
     m_scenario.plain("release");
     Manager::release();
     seeCrash();
@@ -137,6 +136,7 @@ void CDay::restart(int seconds) {
 // From here on nothing that the process still does leaves it.
 void CDay::crash() {
     trace("the library crashes");
+    noteHistory(false);
     TC::disk::crash();
     m_bDead = true;
 }

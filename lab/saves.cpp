@@ -1,7 +1,6 @@
 #include "lab/times.h"
 #include "lab/trace.h"
 #include "linkage/core/clinkagemanager.h"
-#include "linkage/core/managerstate.h"
 #include "linkage/store/diskfaults.h"
 #include "linkage/store/importreport.h"
 #include "platform/services/clientconfig.h"
@@ -19,18 +18,6 @@ namespace lab {
 namespace {
 
 constexpr char STATEMENT[] = "statement.csv";
-
-std::map<std::string, std::pair<std::int64_t, std::int64_t>> historyOf(
-    const TC::CLinkageManager& manager, bool clientType3) {
-    std::map<std::string, std::pair<std::int64_t, std::int64_t>> volumes;
-    for (const auto& [key, stocks] : manager.state().historyLinkageData) {
-        for (const auto& [stock, record] : stocks) {
-            const auto figures = TC::effectiveFigures(*record, clientType3);
-            volumes[fmt::format("{} {}", key, stock)] = {figures.buyVolume, figures.sellVolume};
-        }
-    }
-    return volumes;
-}
 
 }  // namespace
 
@@ -116,10 +103,27 @@ void CDay::importStatement(const Step& step) {
     }
 }
 
-void CDay::noteSaved() {
-    m_savedHistory.clear();
-    if (m_plan.rests.empty() || m_invariants.diskHasFailed()) return;
-    m_savedHistory = historyOf(manager(), m_plan.clientType == TC::CLIENT_TYPE_3);
+CDay::History CDay::history() const {
+    const bool clientType3 = m_plan.clientType == TC::CLIENT_TYPE_3;
+    History volumes;
+    for (const std::string& account : m_plan.accounts) {
+        for (const std::string& strategy : m_plan.strategies) {
+            for (const auto& [stock, record] :
+                 manager().getHistoryLinkageData(account + strategy)) {
+                const auto figures = TC::effectiveFigures(*record, clientType3);
+                volumes[fmt::format("{} {} {}", account, strategy, stock)] = {figures.buyVolume,
+                                                                              figures.sellVolume};
+            }
+        }
+    }
+    return volumes;
+}
+
+// A save that is not `done` may leave what the file held before.
+void CDay::noteHistory(bool done) {
+    if (m_plan.rests.empty() || !m_bUp || m_bDead) return;
+    if (done && lives() && !m_invariants.diskHasFailed()) m_savedHistories.clear();
+    m_savedHistories.insert(history());
 }
 
 // What a manager has read before it is told anything is what was saved last.
@@ -130,10 +134,12 @@ void CDay::checkLoaded() {
     }
     m_times = times;
     m_savedTimes = {times};
-    const auto saved = std::exchange(m_savedHistory, {});
-    if (!saved.empty() && historyOf(manager(), m_plan.clientType == TC::CLIENT_TYPE_3) != saved) {
+    if (m_plan.rests.empty()) return;
+    const History loaded = history();
+    const bool first = m_savedHistories.empty();
+    if (!first && m_savedHistories.count(loaded) == 0)
         fail("the history is not the one that was saved last");
-    }
+    m_savedHistories = {loaded};
 }
 
 }  // namespace lab
