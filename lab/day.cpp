@@ -20,7 +20,6 @@ namespace {
 using Manager = utils::CSingletonT<TC::CLinkageManager>;
 
 constexpr std::uint64_t DAYS_WITH_STRATEGIES = 4;
-constexpr char DATE[] = "20240102";
 
 std::int64_t openingOf(const Plan& plan) {
     static const std::int64_t day = replay::parseMoment("2024-01-02 09:30:00");
@@ -53,10 +52,10 @@ CDay::CDay(const Plan& plan, const DayOptions& options)
       m_invariants(m_plan, m_model, m_services, [this](const std::string& what) { fail(what); }) {
     m_outcome.seed = plan.seed;
     m_loop.setSettle([this] { return settle(); });
-    m_scenario.begin(now(), DATE, optionsOf());
+    m_scenario.begin(now(), DATES[0], optionsOf());
     clearFiles();
     TC::disk::begin();
-    m_pClient = std::make_unique<CClient>(m_plan, m_loop, options.directory, DATE, *this);
+    m_pClient = std::make_unique<CClient>(m_plan, m_loop, options.directory, DATES[0], *this);
     m_pClient->paper().watchServices(
         [this](paper::EService service, paper::EFault fault, std::string_view what) {
             using paper::EFault;
@@ -142,6 +141,7 @@ void CDay::hear(const DealReport& report) {
     if (save && lives()) failInSave(*save);
     if (!lives()) return;
     m_invariants.lookAtFigures(manager(), {report.of.account, report.of.strategy});
+    m_invariants.lookAtHistory(manager());
 }
 
 // ---------------------------------------------------------------------------- time

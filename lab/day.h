@@ -19,6 +19,9 @@
 
 namespace lab {
 
+/// The day's trading date, and the one after a rollover.
+inline constexpr const char* DATES[] = {"20240102", "20240103"};
+
 struct DayOptions {
     bool guard = true;
     bool trace = false;
@@ -72,17 +75,28 @@ private:
     TC::LinkageOptions optionsOf() const;
     std::string bookText() const;
     std::vector<SentCommand> commandsOf(const std::map<int, BookEntry>& book);
+
+    // from one date to the next: lab/rollover.cpp
     void newDate(bool another);
+    void beginDate();
+    void carryHistory();
+    std::string statement(int account, int& rows) const;
 
     // what the library keeps in files: lab/saves.cpp
     using Times = std::map<std::string, std::string>;
-    /// Bought and sold, by pair and stock.
-    using History = std::map<std::string, std::pair<std::int64_t, std::int64_t>>;
+    /// What the library has of each of the plan's rests.
+    using History = std::vector<Volumes>;
+    /// What the model carried, and on which date, when this was saved.
+    struct Saved {
+        int date = 0;
+        CModel::Carried carried;
+    };
     void editTimes(const Step& step);
     void failInSave(const Step& step);
     void importStatement(const Step& step);
     History history() const;
     void noteHistory(bool done);
+    void checkHistory();
     void checkLoaded();
 
     TC::CLinkageManager& manager() const;
@@ -150,14 +164,16 @@ private:
     bool m_bDirty = false;
     int m_nLife = 0;  ///< rises with each start of the library
     int m_nDate = 0;
-    int m_nOffline = 0;                  ///< so many disconnections last
-    int m_nCommandThrows = 0;            ///< so many commands are still to throw
+    std::map<std::uint64_t, DealReport> m_pastDeals;  ///< of the date before
+    int m_nOffline = 0;                               ///< so many disconnections last
+    int m_nCommandThrows = 0;                         ///< so many commands are still to throw
     bool m_bCancelFails = false;         ///< the next cancellation does not reach the market
     const Step* m_pSaveFault = nullptr;  ///< waits for the next save of history
     Times m_times;
-    std::set<Times> m_savedTimes;        ///< what the file of balance times may hold
-    std::set<History> m_savedHistories;  ///< what the file of what earlier days left may hold
-    bool m_bCrashAtStep = false;         ///< one is set and was not met yet
+    std::set<Times> m_savedTimes;  ///< what the file of balance times may hold
+    std::map<History, Saved>
+        m_savedHistories;         ///< what the file of what earlier days left may hold
+    bool m_bCrashAtStep = false;  ///< one is set and was not met yet
     int m_nDownFor = 0;
     int m_nSerial = 0;
     int m_nNumber = 0;

@@ -69,8 +69,7 @@ void CDay::askAll(bool wholeAccounts) {
         }
     }
     for (const Rest& rest : m_plan.rests) {
-        const auto strategy = static_cast<std::size_t>(rest.strategy);
-        trader.ask(EStep::HistoryAtOnce, {rest.account, m_plan.strategies[strategy], true});
+        trader.ask(EStep::HistoryAtOnce, pairOf(m_plan, rest));
         this->rest();
     }
     passTo(now() + 6 * SECOND);
@@ -104,6 +103,7 @@ void CDay::lookAtAllFigures() {
             m_invariants.lookAtFigures(manager(), {static_cast<int>(account), strategy});
         }
     }
+    m_invariants.lookAtHistory(manager());
 }
 
 void CDay::checkIntegrity() {
@@ -125,10 +125,7 @@ void CDay::checkEnd() {
             }
         }
     }
-    for (const Rest& rest : m_plan.rests) {
-        const auto strategy = static_cast<std::size_t>(rest.strategy);
-        checkEnd({rest.account, m_plan.strategies[strategy], true}, rest.stock);
-    }
+    for (const Rest& rest : m_plan.rests) checkEnd(pairOf(m_plan, rest), rest.stock);
 }
 
 // The market's own account of a pair's stock: the model knows it, and nothing is left that

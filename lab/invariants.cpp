@@ -13,6 +13,19 @@ namespace lab {
 
 using TC::EBalanceState;
 
+Pair pairOf(const Plan& plan, const Rest& rest) {
+    return {rest.account, plan.strategies[static_cast<std::size_t>(rest.strategy)], true};
+}
+
+Volumes historyOf(const Plan& plan, const TC::CLinkageManager& manager, const Rest& rest) {
+    const std::string& account = plan.accounts[static_cast<std::size_t>(rest.account)];
+    const auto stocks = manager.getHistoryLinkageData(account + pairOf(plan, rest).strategy);
+    const auto at = stocks.find(plan.stocks[static_cast<std::size_t>(rest.stock)].key());
+    if (at == stocks.end()) return {};
+    const auto figures = TC::effectiveFigures(*at->second, plan.clientType == 3);
+    return {figures.buyVolume, figures.sellVolume};
+}
+
 void CInvariants::fail(const Seen& seen, const std::string& what) const {
     if (m_services.isUncertain(seen.pair.account)) return;
     m_fail(fmt::format("balance {} of {} \"{}\"{}: {}", seen.record.number, seen.record.account,
@@ -125,6 +138,20 @@ void CInvariants::lookAtFigures(const TC::CLinkageManager& manager, const Pair& 
         m_fail(fmt::format("figures of {} \"{}\" {}: bought {} and sold {}, not {} and {}", account,
                            pair.strategy, key, has.first, has.second, expected.first,
                            expected.second));
+    }
+}
+
+void CInvariants::lookAtHistory(const TC::CLinkageManager& manager) const {
+    for (const Rest& rest : m_plan.rests) {
+        if (m_services.isUncertain(rest.account)) continue;
+        const Pair pair = pairOf(m_plan, rest);
+        const Volumes has = historyOf(m_plan, manager, rest);
+        const Volumes expected = m_model.history(pair, rest.stock);
+        if (has == expected) continue;
+        m_fail(fmt::format("history of {} \"{}\" {}: bought {} and sold {}, not {} and {}",
+                           m_plan.accounts[static_cast<std::size_t>(rest.account)], pair.strategy,
+                           m_plan.stocks[static_cast<std::size_t>(rest.stock)].key(), has.first,
+                           has.second, expected.first, expected.second));
     }
 }
 

@@ -17,6 +17,10 @@ class CLinkageManager;
 
 namespace lab {
 
+Pair pairOf(const Plan& plan, const Rest& rest);
+/// What the library has of a rest by now; 0 and 0 when the record is gone.
+Volumes historyOf(const Plan& plan, const TC::CLinkageManager& manager, const Rest& rest);
+
 /// What must hold of guarded balances whenever the library has come to rest, beside what
 /// truth.h holds against the market:
 ///
@@ -55,6 +59,8 @@ public:
     /// No balance is asked for or under way.
     bool isOver() const;
     void lookAtFigures(const TC::CLinkageManager& manager, const Pair& pair);
+    /// What earlier days left, with the deals that balance it.
+    void lookAtHistory(const TC::CLinkageManager& manager) const;
     /// The file against what was seen last.
     void lookAtBook(const std::string& text);
 

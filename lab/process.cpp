@@ -158,25 +158,6 @@ void CDay::bury() {
     comeBackAfter(m_nDownFor);
 }
 
-void CDay::newDate(bool another) {
-    static const char* const DATES[] = {"20240102", "20240103"};
-    // What earlier days left is written under the clock's date, which stays as it is.
-    another = another && m_plan.rests.empty() && m_nDate == 0;
-    happens(another ? EFault::Rollover : EFault::SameDate);
-    if (another) {
-        ++m_nDate;
-        m_broker.newDate();
-        m_truth.newDate();
-        m_tasks.clear();
-        m_tooLate.clear();
-    }
-    m_invariants.newDate(another);
-    m_model.newDate(another);
-    if (m_bUp) m_services.dateBegins();
-    m_scenario.newTradingDate(DATES[m_nDate]);
-    m_pClient->paper().newTradingDate(DATES[m_nDate], DATES[m_nDate]);
-}
-
 void CDay::failDisk(const Step& step) {
     using TC::disk::EStep;
     static constexpr EStep STEPS[] = {EStep::Open, EStep::Write, EStep::Flush};

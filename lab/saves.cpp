@@ -75,19 +75,11 @@ void CDay::failInSave(const Step& step) {
     if (!TC::disk::crashed()) TC::disk::clearFaults();
 }
 
-// What a statement holds is reported as well: it changes no figure.
+// What a statement holds is reported as well, today or on the date before: it changes no figure.
 void CDay::importStatement(const Step& step) {
     happens(EFault::Import);
-    std::string text = "资金账号,成交日期,证券代码,买卖,价格,数量,成交编号\n";
     int rows = 0;
-    for (const auto& [key, deal] : m_broker.deals()) {
-        const Stock& stock = m_plan.stocks[static_cast<std::size_t>(deal.of.stock)];
-        if (deal.of.account != step.account || stock.excluded) continue;
-        text += fmt::format("{},{},{},{},{},{},{}\n", accountOf(step.account),
-                            m_pClient->paper().tradeDate(), stock.code,
-                            deal.of.buys ? "买入" : "卖出", PRICE, deal.volume, key);
-        ++rows;
-    }
+    const std::string text = statement(step.account, rows);
     const std::string path = fmt::format("{}/{}", m_options.directory, STATEMENT);
     std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
     m_scenario.file(STATEMENT, text);
@@ -98,32 +90,21 @@ void CDay::importStatement(const Step& step) {
         fail(fmt::format("{} of {} deals of a statement are read", report.read, rows));
     }
     rest();
-    for (const std::string& strategy : m_plan.strategies) {
-        if (lives()) m_invariants.lookAtFigures(manager(), {step.account, strategy});
-    }
+    if (lives()) lookAtAllFigures();
 }
 
 CDay::History CDay::history() const {
-    const bool clientType3 = m_plan.clientType == TC::CLIENT_TYPE_3;
-    History volumes;
-    for (const std::string& account : m_plan.accounts) {
-        for (const std::string& strategy : m_plan.strategies) {
-            for (const auto& [stock, record] :
-                 manager().getHistoryLinkageData(account + strategy)) {
-                const auto figures = TC::effectiveFigures(*record, clientType3);
-                volumes[fmt::format("{} {} {}", account, strategy, stock)] = {figures.buyVolume,
-                                                                              figures.sellVolume};
-            }
-        }
-    }
-    return volumes;
+    History all;
+    all.reserve(m_plan.rests.size());
+    for (const Rest& rest : m_plan.rests) all.push_back(historyOf(m_plan, manager(), rest));
+    return all;
 }
 
 // A save that is not `done` may leave what the file held before.
 void CDay::noteHistory(bool done) {
     if (m_plan.rests.empty() || !m_bUp || m_bDead) return;
     if (done && lives() && !m_invariants.diskHasFailed()) m_savedHistories.clear();
-    m_savedHistories.insert(history());
+    m_savedHistories[history()] = {m_nDate, m_model.carried()};
 }
 
 // What a manager has read before it is told anything is what was saved last.
@@ -134,12 +115,25 @@ void CDay::checkLoaded() {
     }
     m_times = times;
     m_savedTimes = {times};
-    if (m_plan.rests.empty()) return;
+    if (!m_savedHistories.empty()) checkHistory();
+}
+
+void CDay::checkHistory() {
     const History loaded = history();
-    const bool first = m_savedHistories.empty();
-    if (!first && m_savedHistories.count(loaded) == 0)
-        fail("the history is not the one that was saved last");
-    m_savedHistories = {loaded};
+    const auto at = m_savedHistories.find(loaded);
+    if (at == m_savedHistories.end()) return fail("the history is not the one that was saved last");
+    Saved saved = at->second;
+    if (saved.date == m_nDate) {
+        m_model.carry(saved.carried);
+    } else {
+        // The disk failed since: what the date before added later is lost.
+        for (std::size_t place = 0; place < loaded.size(); ++place) {
+            const Rest& rest = m_plan.rests[place];
+            m_model.carry(pairOf(m_plan, rest), rest.stock, loaded[place]);
+        }
+        saved = {m_nDate, m_model.carried()};
+    }
+    m_savedHistories = {{loaded, std::move(saved)}};
 }
 
 }  // namespace lab
