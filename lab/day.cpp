@@ -56,6 +56,8 @@ CDay::CDay(const Plan& plan, const DayOptions& options)
     clearFiles();
     TC::disk::begin();
     m_pClient = std::make_unique<CClient>(m_plan, m_loop, options.directory, DATES[0], *this);
+    m_pClient->paper().answerThrough(
+        [this](const paper::CFaults::Answer& answer) { onPastAnswer(answer); });
     m_pClient->paper().watchServices(
         [this](paper::EService service, paper::EFault fault, std::string_view what) {
             using paper::EFault;

@@ -106,7 +106,11 @@ private:
     void onCommand(const vexservice::COrderComandParam& command,
                    const Completion& completion) override;
     void onCancelOrder(std::uint64_t key) override;
-    void onTerminateTask(std::uint64_t key) override;
+    void onTerminateTask(std::uint64_t key, const TaskCompletion& completion) override;
+    void onPastAnswer(const paper::CFaults::Answer& answer);
+    void askPast(int account);
+    void pastDone();
+    void checkPast();
     SentCommand commandOf(const vexservice::COrderComandParam& command) const;
     void asksAfterRelease();
     void noteSent(const SentCommand& sent);
@@ -177,6 +181,8 @@ private:
     int m_nDownFor = 0;
     int m_nSerial = 0;
     int m_nNumber = 0;
+    int m_nPastAnswers = 0;
+    int m_nPastAsked = 0;  ///< questions for past days that are not over
     std::uint64_t m_nTasks = 500'000;
     std::map<std::uint64_t, Origin> m_tasks;
     /// Stocks of pairs of which a part of a command never showed up.

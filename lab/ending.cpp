@@ -112,6 +112,7 @@ void CDay::checkIntegrity() {
 
 void CDay::checkEnd() {
     checkIntegrity();
+    checkPast();
     if (m_services.isAnyUncertain()) fail("an account is uncertain in the end");
     lookAtAllFigures();
     if (m_options.guard) {

@@ -20,8 +20,6 @@ namespace {
 
 using Manager = utils::CSingletonT<TC::CLinkageManager>;
 
-constexpr char PAST_DAY[] = "20231229";
-
 }  // namespace
 
 TC::CLinkageManager& CDay::manager() const { return *Manager::instance(); }
@@ -79,6 +77,9 @@ void CDay::up() {
         m_invariants.changed(number);
         m_bDirty = true;
     });
+    m_nPastAsked = 0;
+    QObject::connect(&manager, &TC::CLinkageManager::sigHistoryDealsDone, &manager,
+                     [this](const QDateTime&, const std::string&) { pastDone(); });
     m_bUp = true;
     m_bDirty = true;
     manager.init();
@@ -227,8 +228,7 @@ void CDay::ask(const Step& step) {
             disconnect(step.amount);
             break;
         case EStep::AskPast:
-            m_scenario.call("requestAccountDeals", {accountOf(step.account), PAST_DAY, PAST_DAY});
-            manager().requestAccountDeals(accountOf(step.account), PAST_DAY, PAST_DAY);
+            askPast(step.account);
             break;
         default:
             break;
