@@ -84,16 +84,11 @@ void CDay::importStatement(const Step& step) {
     std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
     m_scenario.file(STATEMENT, text);
     m_scenario.call("importData", {STATEMENT});
-    TC::ImportReport report;
-    try {
-        report = manager().importData(QString::fromStdString(path));
-    } catch (const paper::ServiceFault&) {
-        // An import whose instruments throw ends so; nothing of it is filed.
-        trace("the import throws");
-        return lookAtAllFigures();
-    }
+    const TC::ImportReport report = manager().importData(QString::fromStdString(path));
     trace("the trader imports {} deals, {} are taken", rows, report.taken);
-    if (rows > 0 && (!report.ok() || report.read != rows)) {
+    // Instruments that throw take the whole import back.
+    const bool refused = !report.ok() && m_services.failed(now(), now());
+    if (rows > 0 && !refused && (!report.ok() || report.read != rows)) {
         fail(fmt::format("{} of {} deals of a statement are read", report.read, rows));
     }
     rest();
