@@ -24,9 +24,10 @@ public:
     void operateServerTask(
         const std::string& serverTaskKey, const boost::shared_ptr<CTaskOpRecord>&,
         const boost::shared_ptr<CAccountInfo>&,
-        const boost::function<void(const utils::VexError&, bson::BSONObj)>&) override {
+        const boost::function<void(const utils::VexError&, bson::BSONObj)>& completion) override {
         m_requests.onTerminateTask(
-            std::strtoull(serverTaskKey.c_str() + serverTaskKey.find('_') + 1, nullptr, 10));
+            std::strtoull(serverTaskKey.c_str() + serverTaskKey.find('_') + 1, nullptr, 10),
+            completion);
     }
 
 private:

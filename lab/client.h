@@ -22,7 +22,8 @@ public:
     virtual void onCommand(const vexservice::COrderComandParam& command,
                            const Completion& completion) = 0;
     virtual void onCancelOrder(std::uint64_t key) = 0;
-    virtual void onTerminateTask(std::uint64_t key) = 0;
+    using TaskCompletion = boost::function<void(const utils::VexError&, bson::BSONObj)>;
+    virtual void onTerminateTask(std::uint64_t key, const TaskCompletion& completion) = 0;
 };
 
 /// The paper client with a command center of the laboratory's own, and the broker's reports as

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <exception>
 
 namespace lab {
 
@@ -19,7 +20,6 @@ namespace {
 using Manager = utils::CSingletonT<TC::CLinkageManager>;
 
 constexpr std::uint64_t DAYS_WITH_STRATEGIES = 4;
-constexpr char DATE[] = "20240102";
 
 std::int64_t openingOf(const Plan& plan) {
     static const std::int64_t day = replay::parseMoment("2024-01-02 09:30:00");
@@ -52,13 +52,16 @@ CDay::CDay(const Plan& plan, const DayOptions& options)
       m_invariants(m_plan, m_model, m_services, [this](const std::string& what) { fail(what); }) {
     m_outcome.seed = plan.seed;
     m_loop.setSettle([this] { return settle(); });
-    m_scenario.begin(now(), DATE, optionsOf());
+    m_scenario.begin(now(), DATES[0], optionsOf());
     clearFiles();
     TC::disk::begin();
-    m_pClient = std::make_unique<CClient>(m_plan, m_loop, options.directory, DATE, *this);
+    m_pClient = std::make_unique<CClient>(m_plan, m_loop, options.directory, DATES[0], *this);
+    m_pClient->paper().answerThrough(
+        [this](const paper::CFaults::Answer& answer) { onPastAnswer(answer); });
     m_pClient->paper().watchServices(
         [this](paper::EService service, paper::EFault fault, std::string_view what) {
             using paper::EFault;
+            asksAfterRelease();
             const bool refused = fault == EFault::Null || fault == EFault::Lost;
             if (service == paper::EService::TradeClient) m_bCancelFails = refused;
             m_services.called(service, fault, what);
@@ -76,8 +79,12 @@ void CDay::addTrace(const std::string& text) {
     m_outcome.trace.push_back(replay::momentText(now()) + " " + text);
 }
 
+// What a process does after its end is not held against it.
 void CDay::fail(const std::string& what) {
-    if (m_bDead) return;
+    if (!m_bDead) violate(what);
+}
+
+void CDay::violate(const std::string& what) {
     trace("VIOLATION {}", what);
     m_scenario.note("here: " + what);
     m_outcome.violations.push_back(replay::momentText(now()) + " " + what);
@@ -123,6 +130,7 @@ void CDay::hear(const DealReport& report) {
     if (save) {
         TC::disk::Fault fault{.step = TC::disk::EStep::Rename, .times = ALL_CALLS, .error = EIO};
         TC::disk::fail(fault);
+        m_invariants.diskFails();
         fault.times = 2;  // so many does this one meet, and a scenario cannot take faults away
         m_scenario.disk(fault);
     }
@@ -135,6 +143,7 @@ void CDay::hear(const DealReport& report) {
     if (save && lives()) failInSave(*save);
     if (!lives()) return;
     m_invariants.lookAtFigures(manager(), {report.of.account, report.of.strategy});
+    m_invariants.lookAtHistory(manager());
 }
 
 // ---------------------------------------------------------------------------- time
@@ -148,6 +157,7 @@ void CDay::rest() {
 bool CDay::settle() {
     if (!Manager::exists()) return false;
     Manager::instance()->finishSaves();
+    if (m_bDirty) noteHistory(true);
     if (!m_options.guard || !lives() || !m_bDirty) return false;
     m_bDirty = false;
     m_invariants.look(manager());
@@ -180,7 +190,23 @@ void CDay::passTo(std::int64_t micros) {
 
 // ----------------------------------------------------------------------------- day
 
+// What nobody catches ends the day, not the run.
 Outcome CDay::play() {
+    try {
+        playAll();
+    } catch (const std::exception& fault) {
+        violate(fmt::format("an exception ends the day: {}", fault.what()));
+    } catch (...) {
+        violate("an exception ends the day");
+    }
+    m_outcome.endings = m_invariants.endings();
+    m_outcome.uncertain = m_services.wasUncertain();
+    m_scenario.finish();
+    m_outcome.scenario = m_scenario.text();
+    return std::move(m_outcome);
+}
+
+void CDay::playAll() {
     CTrader trader(*this);
     const std::int64_t start = now();
     up();
@@ -190,17 +216,12 @@ Outcome CDay::play() {
     }
     passTo(start + (m_plan.steps.empty() ? 0 : m_plan.steps.back().at) + 30 * SECOND);
     calmDown();
-    checkOwed();
     if (m_options.guard && m_outcome.violations.empty()) {
         // The accounts as a whole are held to the end; most days leave it at that, for speed.
         if (m_plan.seed % DAYS_WITH_STRATEGIES == 0) askAll(false);
         askAll(true);
-        if (m_outcome.violations.empty()) checkEnd();
     }
-    m_outcome.endings = m_invariants.endings();
-    m_scenario.finish();
-    m_outcome.scenario = m_scenario.text();
-    return std::move(m_outcome);
+    if (m_outcome.violations.empty()) checkEnd();
 }
 
 }  // namespace lab

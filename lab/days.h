@@ -19,7 +19,7 @@ public:
     Outcome play(const Plan& plan);
     Outcome play(std::uint64_t seed) { return play(planOf(seed, m_options.dials)); }
 
-    /// Every `step`-th seed from `from` on; `look` is called after every few days.
+    /// Every `step`-th seed from `from` on; `look` is called after each day.
     Result playAll(std::uint64_t from, std::uint64_t step,
                    const std::function<void(const Result&)>& look);
 
@@ -32,21 +32,19 @@ private:
 /// Adds one worker's result to another's.
 void addTo(Result& sum, const Result& part);
 
-/// As `run`, over processes.
-Result runJobs(const RunOptions& options);
-
 /// Shows on standard error how far a run has come.
 class CProgress {
 public:
     explicit CProgress(const RunOptions& options);
     ~CProgress();
-    void show(long days, long violations) const;
+    void show(long days, long violations);
     double seconds() const;
 
 private:
     const bool m_bShown;
     const long m_nDays;
     const double m_dBegan;
+    long m_nShown = 0;
 };
 
 }  // namespace lab

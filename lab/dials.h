@@ -25,6 +25,7 @@ enum class EFault {
     Unnumbered,
     NoAnswer,
     LateAnswer,
+    LatePast,
     Refused,
     RefusedLater,
     TooLateRefused,

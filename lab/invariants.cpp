@@ -13,6 +13,19 @@ namespace lab {
 
 using TC::EBalanceState;
 
+Pair pairOf(const Plan& plan, const Rest& rest) {
+    return {rest.account, plan.strategies[static_cast<std::size_t>(rest.strategy)], true};
+}
+
+Volumes historyOf(const Plan& plan, const TC::CLinkageManager& manager, const Rest& rest) {
+    const std::string& account = plan.accounts[static_cast<std::size_t>(rest.account)];
+    const auto stocks = manager.getHistoryLinkageData(account + pairOf(plan, rest).strategy);
+    const auto at = stocks.find(plan.stocks[static_cast<std::size_t>(rest.stock)].key());
+    if (at == stocks.end()) return {};
+    const auto figures = TC::effectiveFigures(*at->second, plan.clientType == 3);
+    return {figures.buyVolume, figures.sellVolume};
+}
+
 void CInvariants::fail(const Seen& seen, const std::string& what) const {
     if (m_services.isUncertain(seen.pair.account)) return;
     m_fail(fmt::format("balance {} of {} \"{}\"{}: {}", seen.record.number, seen.record.account,
@@ -62,8 +75,13 @@ void CInvariants::look(const TC::CLinkageManager& manager, bool all) {
     }
     std::sort(records.begin(), records.end(),
               [](const auto& left, const auto& right) { return left.number < right.number; });
+    if (!all) {
+        std::erase_if(records,
+                      [&](const auto& record) { return m_changed.count(record.number) == 0; });
+    }
+    // The reason of one may name another that is new, too.
+    for (const TC::BalanceRecord& record : records) seenOf(record);
     for (const TC::BalanceRecord& record : records) {
-        if (!all && m_changed.count(record.number) == 0) continue;
         Seen& seen = seenOf(record);
         if (seen.date == m_nDate) lookAt(seen, record);
     }
@@ -85,12 +103,17 @@ void CInvariants::lookAt(Seen& seen, const TC::BalanceRecord& record) {
     const bool ends = record.state == EBalanceState::Ended &&
                       (seen.fresh || seen.record.state != EBalanceState::Ended);
     if (ends) checkRemains(seen, record);
+    const bool refused = record.state == EBalanceState::Refused &&
+                         (seen.fresh || seen.record.state != EBalanceState::Refused);
+    if ((ends || refused) && !isTrue(seen, record)) {
+        fail(seen, fmt::format("gives \"{}\" as the reason of its end", record.reason));
+    }
     if (record.state == EBalanceState::Cancelling &&
         (seen.fresh || seen.record.state != EBalanceState::Cancelling)) {
         seen.cancelAt = now();
     }
     seen.record = record;
-    seen.fresh = false;
+    seen.fresh = seen.restarted = false;
     seen.firstSent = CModel::ALL;
     std::string ending =
         std::string(TC::textOf(record.state)) + (record.reason.empty() ? "" : ": " + record.reason);
@@ -115,6 +138,20 @@ void CInvariants::lookAtFigures(const TC::CLinkageManager& manager, const Pair& 
         m_fail(fmt::format("figures of {} \"{}\" {}: bought {} and sold {}, not {} and {}", account,
                            pair.strategy, key, has.first, has.second, expected.first,
                            expected.second));
+    }
+}
+
+void CInvariants::lookAtHistory(const TC::CLinkageManager& manager) const {
+    for (const Rest& rest : m_plan.rests) {
+        if (m_services.isUncertain(rest.account)) continue;
+        const Pair pair = pairOf(m_plan, rest);
+        const Volumes has = historyOf(m_plan, manager, rest);
+        const Volumes expected = m_model.history(pair, rest.stock);
+        if (has == expected) continue;
+        m_fail(fmt::format("history of {} \"{}\" {}: bought {} and sold {}, not {} and {}",
+                           m_plan.accounts[static_cast<std::size_t>(rest.account)], pair.strategy,
+                           m_plan.stocks[static_cast<std::size_t>(rest.stock)].key(), has.first,
+                           has.second, expected.first, expected.second));
     }
 }
 
@@ -152,11 +189,13 @@ void CInvariants::restarted(const std::map<int, BookEntry>& book) {
         seen.form = entry.form;
         seen.atOnce = entry.atOnce;
         seen.fresh = false;
+        seen.restarted = true;
         seen.date = m_nDate;
         const auto known = before.find(number);
         if (known != before.end()) seen.tasks = known->second.tasks;
         for (const SentCommand& command : entry.commands) {
             if (command.round != entry.record.rounds) continue;
+            seen.failed = m_services.failed(command.at, command.at);
             for (const SentOrder& order : command.orders) {
                 seen.planned[order.stock] += order.buys ? order.volume : -order.volume;
             }
@@ -175,6 +214,7 @@ void CInvariants::newDate(bool another) {
         }
         m_endings[{seen.date, number}] = "ended: new trading date";
     }
+    m_nDateAt = now();
     if (another) ++m_nDate;
     m_nLooked = another ? 0 : m_model.sentCount();
 }

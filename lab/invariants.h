@@ -17,6 +17,10 @@ class CLinkageManager;
 
 namespace lab {
 
+Pair pairOf(const Plan& plan, const Rest& rest);
+/// What the library has of a rest by now; 0 and 0 when the record is gone.
+Volumes historyOf(const Plan& plan, const TC::CLinkageManager& manager, const Rest& rest);
+
 /// What must hold of guarded balances whenever the library has come to rest, beside what
 /// truth.h holds against the market:
 ///
@@ -55,6 +59,8 @@ public:
     /// No balance is asked for or under way.
     bool isOver() const;
     void lookAtFigures(const TC::CLinkageManager& manager, const Pair& pair);
+    /// What earlier days left, with the deals that balance it.
+    void lookAtHistory(const TC::CLinkageManager& manager) const;
     /// The file against what was seen last.
     void lookAtBook(const std::string& text);
 
@@ -73,13 +79,15 @@ private:
         Pair pair;
         EForm form = EForm::Single;
         bool atOnce = false;
-        bool fresh = true;  ///< never looked at before
-        bool taken = true;  ///< its request was to be taken
+        bool fresh = true;       ///< never looked at before
+        bool taken = true;       ///< its request was to be taken
+        bool restarted = false;  ///< not looked at since the library began anew
         int date = 0;
         std::int64_t dueAt = 0;
         std::int64_t cancelAt = 0;
         std::map<int, std::int64_t> planned;  ///< by the last decision, by stock
         std::set<int> tasks;                  ///< stocks in which a task ran then
+        bool failed = false;                  ///< a service failed then
         std::size_t firstSent = CModel::ALL;  ///< where its commands of this window begin
     };
 
@@ -106,6 +114,9 @@ private:
 
     // lab/reasons.cpp
     void checkRemains(const Seen& seen, const TC::BalanceRecord& record) const;
+    bool isTrue(const Seen& seen, const TC::BalanceRecord& record) const;
+    bool hasSent(int balance) const;
+    bool hasTraded(const Pair& pair) const;
     bool isTrue(const Seen& seen, int round, int stock, const TC::BalanceStock& figures) const;
 
     const Plan& m_plan;
@@ -114,6 +125,7 @@ private:
     const Fail m_fail;
     Seen m_asked;  ///< what the next balance will be
     int m_nDate = 0;
+    std::int64_t m_nDateAt = 0;  ///< when a date was last announced
     bool m_bDiskFailed = false;
     std::set<int> m_changed;
     std::size_t m_nLooked = 0;  ///< commands at the last look

@@ -30,9 +30,9 @@ struct Worker {
 
 std::string linesOf(const Result& result) {
     std::string text =
-        fmt::format("result {} {} {} {} {} {} {} {}\n", result.days, result.commands,
-                    result.tooMuch, result.firstTooMuch, result.violations, result.growth.kilobytes,
-                    result.growth.descriptors, result.measured ? 1 : 0);
+        fmt::format("result {} {} {} {} {} {} {} {} {}\n", result.days, result.commands,
+                    result.uncertain, result.tooMuch, result.firstTooMuch, result.violations,
+                    result.growth.kilobytes, result.growth.descriptors, result.measured ? 1 : 0);
     text += "faults";
     for (const long count : result.faults) text += fmt::format(" {}", count);
     text += "\n";
@@ -61,9 +61,9 @@ void read(const std::string& line, Worker& worker) {
     if (kind == "so") {
         in >> worker.days >> worker.violations;
     } else if (kind == "result") {
-        in >> result.days >> result.commands >> result.tooMuch >> result.firstTooMuch >>
-            result.violations >> result.growth.kilobytes >> result.growth.descriptors >>
-            result.measured;
+        in >> result.days >> result.commands >> result.uncertain >> result.tooMuch >>
+            result.firstTooMuch >> result.violations >> result.growth.kilobytes >>
+            result.growth.descriptors >> result.measured;
     } else if (kind == "faults") {
         for (long& count : result.faults) in >> count;
     } else if (kind == "ending" || kind == "seed") {
@@ -81,16 +81,23 @@ void read(const std::string& line, Worker& worker) {
     }
 }
 
+/// The first of a worker's share.
+std::uint64_t seedOf(const RunOptions& options, int job) {
+    return options.first + static_cast<std::uint64_t>(job);
+}
+
 [[noreturn]] void work(const RunOptions& options, int job, int pipe) {
     try {
         const auto look = [&](const Result& so) {
             write(pipe, fmt::format("so {} {}\n", so.days, so.violations));
         };
         CDays days(options);
-        write(pipe, linesOf(days.playAll(options.first + static_cast<std::uint64_t>(job),
+        write(pipe, linesOf(days.playAll(seedOf(options, job),
                                          static_cast<std::uint64_t>(options.jobs), look)));
     } catch (const std::exception& fault) {
         fmt::print(stderr, "linkage-lab: {}\n", fault.what());
+        std::fflush(nullptr);
+        ::_exit(1);
     }
     std::fflush(nullptr);
     ::_exit(0);
@@ -127,7 +134,7 @@ bool hear(Worker& worker) {
     return true;
 }
 
-void hearAll(std::vector<Worker>& workers, const CProgress& progress) {
+void hearAll(std::vector<Worker>& workers, CProgress& progress) {
     std::size_t open = workers.size();
     while (open > 0) {
         std::vector<pollfd> waits;
@@ -150,23 +157,34 @@ void hearAll(std::vector<Worker>& workers, const CProgress& progress) {
     }
 }
 
+/// It tells of each day that is over, so it was at the next one of its share.
+void tellDeath(Worker& worker, const RunOptions& options, int job, int status) {
+    worker.result = {};
+    worker.result.days = worker.days;
+    worker.result.violations = worker.violations;
+    const std::uint64_t seed = seedOf(options, job) + static_cast<std::uint64_t>(options.jobs) *
+                                                          static_cast<std::uint64_t>(worker.days);
+    worker.result.died[seed] = WIFSIGNALED(status)
+                                   ? fmt::format("signal {}", WTERMSIG(status))
+                                   : fmt::format("exit status {}", WEXITSTATUS(status));
+}
+
 }  // namespace
 
-Result runJobs(const RunOptions& options) {
+Result run(const RunOptions& options) {
     std::vector<Worker> workers;
     workers.reserve(static_cast<std::size_t>(options.jobs));
-    const CProgress progress(options);
+    CProgress progress(options);
     for (int job = 0; job < options.jobs; ++job) workers.push_back(start(options, job));
     hearAll(workers, progress);
     Result sum;
-    bool whole = true;
-    for (Worker& worker : workers) {
+    for (std::size_t job = 0; job < workers.size(); ++job) {
+        Worker& worker = workers[job];
         int status = 0;
         ::waitpid(worker.process, &status, 0);
-        whole = whole && worker.ended && status == 0;
+        if (!worker.ended) tellDeath(worker, options, static_cast<int>(job), status);
         addTo(sum, worker.result);
     }
-    if (!whole) throw std::runtime_error("a process that plays days has ended before its time");
     sum.seconds = progress.seconds();
     return sum;
 }

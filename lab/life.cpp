@@ -60,10 +60,7 @@ bool CInvariants::isOver() const {
     });
 }
 
-bool CInvariants::hasNoAnswer() const {
-    const std::int64_t failed = m_services.failedAt();
-    return failed != 0 && now() <= failed + SECOND;
-}
+bool CInvariants::hasNoAnswer() const { return m_services.failed(now() - SECOND, now()); }
 
 // At rest nothing that could go on stands still.
 void CInvariants::checkTurn(const Seen& seen, const TC::BalanceRecord& record) const {

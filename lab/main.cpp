@@ -31,6 +31,9 @@ constexpr const char* USAGE =
     "The first days that fail are cut down and written as scenarios for linkage-replay into\n"
     "DIR, or where the program runs. --shrink does so with one day; --scenario writes a day as\n"
     "it is.\n"
+    "Late is what answers later than it is asked: reports, completions, cancellations and past\n"
+    "days. Prices, instruments, fees and the data center answer in the call: they throw or are\n"
+    "empty, never late.\n"
     "LIST: names with commas between them; late=40 sets a rate in percent of the occasions,\n"
     "and \"all,crash=0\" changes one of all. The names:\n";
 
@@ -130,7 +133,7 @@ int tellOne(Arguments arguments) {
         const std::string differs = lab::writeScenario(outcome, arguments.scenario);
         fmt::print("{}\n", differs.empty() ? "linkage-replay sends the same orders" : differs);
     }
-    const bool fails = arguments.run.guard ? !outcome.violations.empty() : outcome.tooMuch;
+    const bool fails = !outcome.violations.empty() || outcome.tooMuch;
     if (arguments.shrink && fails) {
         fmt::print("{}", lab::writeShrunk(outcome.seed, arguments.run, arguments.scenarios));
     }

@@ -209,9 +209,9 @@ std::int64_t CModel::decide(const Pair& pair, int stock, EForm form, std::size_t
 
 // -------------------------------------------------------------------------- figures
 
-std::pair<std::int64_t, std::int64_t> CModel::figures(const Pair& pair, int stock) const {
+Volumes CModel::figures(const Pair& pair, int stock) const {
     const Told& told = m_told[static_cast<std::size_t>(pair.account)];
-    std::pair<std::int64_t, std::int64_t> sums{0, 0};
+    Volumes sums{0, 0};
     const auto add = [&](const Origin& of, std::int64_t volume) {
         if (of.stock == stock && pair.holds(of)) (of.buys ? sums.first : sums.second) += volume;
     };
@@ -235,6 +235,43 @@ std::int64_t CModel::filled(const SentCommand& command, const SentOrder& order) 
         }
     }
     return std::max(traded, deals);
+}
+
+// ------------------------------------------------------------------------- history
+
+// A deal adds to the record of its own strategy.
+void CModel::addDeals(const std::map<std::uint64_t, DealReport>& deals, const Pair& pair, int stock,
+                      Range& range) {
+    for (const auto& [key, deal] : deals) {
+        if (deal.of.stock != stock || !deal.of.history || deal.of.strategy != pair.strategy)
+            continue;
+        (deal.of.buys ? range.bought : range.sold) += deal.volume;
+    }
+}
+
+Volumes CModel::history(const Pair& pair, int stock) const {
+    Range range;
+    addHistory(pair, stock, range);
+    addDeals(m_told[static_cast<std::size_t>(pair.account)].deals, pair, stock, range);
+    return {range.bought, range.sold};
+}
+
+bool CModel::mayHave(const Pair& pair, int stock, const Volumes& volumes) const {
+    Range least;
+    addHistory(pair, stock, least);
+    Range most = least;
+    addDeals(m_told[static_cast<std::size_t>(pair.account)].keptDeals, pair, stock, most);
+    return volumes.first >= least.bought && volumes.first <= most.bought &&
+           volumes.second >= least.sold && volumes.second <= most.sold;
+}
+
+void CModel::carry(const Pair& pair, int stock, const Volumes& volumes) {
+    m_carried.erase({pair, stock, true});
+    m_carried.erase({pair, stock, false});
+    Range rest;
+    addHistory(pair, stock, rest);
+    m_carried[{pair, stock, true}] = volumes.first - rest.bought;
+    m_carried[{pair, stock, false}] = volumes.second - rest.sold;
 }
 
 }  // namespace lab

@@ -35,6 +35,9 @@ struct Pair {
     bool overlaps(const Pair& other) const { return holds(other) || other.holds(*this); }
 };
 
+/// Bought and sold.
+using Volumes = std::pair<std::int64_t, std::int64_t>;
+
 /// Between what bought less sold of a stock can end.
 struct Range {
     std::int64_t bought = 0;
@@ -90,8 +93,10 @@ public:
     /// An account is loaded: the library has what the data center has, and gives up orders of
     /// which nothing was heard for so long.
     void load(int account, std::int64_t now);
-    /// A trading date begins, or the one that runs is announced again.
-    void newDate(bool another);
+    /// Another trading date begins.
+    void newDate();
+    /// What the library heard of deals that balance history is history from now on.
+    void carryDeals();
     /// The library begins anew with what its book says; loads follow.
     void restart(std::vector<SentCommand> book);
 
@@ -117,10 +122,26 @@ public:
     /// What earlier dates left of a pair's stock, bought less sold.
     std::int64_t restOf(const Pair& pair, int stock) const;
 
+    // ----------------------------------------------------------------- history
+
+    /// Bought and sold of a pair's stock as history has them: what earlier dates left, and the
+    /// deals of today that balance it, each once.
+    Volumes history(const Pair& pair, int stock) const;
+    /// What earlier dates left. It is made larger when a date begins, by the deals of the old one
+    /// that the library heard. Where another state was saved, or where nobody can tell what it
+    /// heard, `carry` says what there is instead.
+    using Carried = std::map<std::tuple<Pair, int, bool>, std::int64_t>;
+    const Carried& carried() const { return m_carried; }
+    void carry(const Carried& carried) { m_carried = carried; }
+    void carry(const Pair& pair, int stock, const Volumes& volumes);
+    /// Whether history may have this while the account is uncertain: of the deals that the data
+    /// center keeps, none or all or some.
+    bool mayHave(const Pair& pair, int stock, const Volumes& volumes) const;
+
     // ----------------------------------------------------------------- figures
 
     /// Bought and sold as the day's figures have them.
-    std::pair<std::int64_t, std::int64_t> figures(const Pair& pair, int stock) const;
+    Volumes figures(const Pair& pair, int stock) const;
     /// What a command has traded of a stock, by its number.
     std::int64_t filled(const SentCommand& command, const SentOrder& order) const;
     /// Whether any order, or deal, of a command was told.
@@ -167,6 +188,8 @@ private:
     const OrderReport& newest(const Told& told, const OrderReport& report) const;
     std::int64_t unheard(const SentCommand& command, const SentOrder& order) const;
     void addHistory(const Pair& pair, int stock, Range& range) const;
+    static void addDeals(const std::map<std::uint64_t, DealReport>& deals, const Pair& pair,
+                         int stock, Range& range);
     void addTraded(const Pair& pair, int stock, Range& range) const;
 
     const Plan& m_plan;
@@ -175,7 +198,7 @@ private:
     std::map<std::uint64_t, Task> m_tasks;
     std::vector<SentCommand> m_sent;
     /// What earlier dates of this run added to the rests: pair, stock, side.
-    std::map<std::tuple<Pair, int, bool>, std::int64_t> m_carried;
+    Carried m_carried;
 };
 
 }  // namespace lab

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <utility>
 
 // The library as a process: it starts, ends, crashes, and its disk fails.
 
@@ -18,8 +19,6 @@ namespace lab {
 namespace {
 
 using Manager = utils::CSingletonT<TC::CLinkageManager>;
-
-constexpr char PAST_DAY[] = "20231229";
 
 }  // namespace
 
@@ -58,6 +57,7 @@ std::string CDay::bookText() const {
 
 void CDay::up() {
     TC::disk::clearFaults();
+    m_bCrashAtStep = false;
     ++m_nLife;
     if (m_options.guard) {
         const auto book = CBookReader(m_plan).read(bookText());
@@ -67,6 +67,7 @@ void CDay::up() {
         m_model.restart(m_model.commands());
     }
     m_services.begins();
+    m_bGone = false;
     trace("the library starts");
     m_scenario.plain("init");
     TC::CLinkageManager& manager = this->manager();
@@ -76,6 +77,9 @@ void CDay::up() {
         m_invariants.changed(number);
         m_bDirty = true;
     });
+    m_nPastAsked = 0;
+    QObject::connect(&manager, &TC::CLinkageManager::sigHistoryDealsDone, &manager,
+                     [this](const QDateTime&, const std::string&) { pastDone(); });
     m_bUp = true;
     m_bDirty = true;
     manager.init();
@@ -111,7 +115,10 @@ std::vector<SentCommand> CDay::commandsOf(const std::map<int, BookEntry>& book) 
 
 void CDay::comeBackAfter(int seconds) {
     m_bUp = false;
+    m_bGone = true;
     m_tooLate.clear();
+    rest();
+    if (m_loop.waits()->next()) fail("a timer waits after the library was released");
     m_agenda.at(now() + seconds * SECOND, [this] { up(); });
 }
 
@@ -119,19 +126,18 @@ void CDay::restart(int seconds) {
     happens(EFault::Restart);
     m_invariants.look(manager(), true);
     checkIntegrity();
-    noteSaved();
     m_scenario.plain("release");
     Manager::release();
+    seeCrash();
+    if (m_bDead) return bury();
     m_invariants.lookAtBook(bookText());
-    m_bUp = false;
-    rest();
-    if (m_loop.waits()->next()) fail("a timer waits after the library was released");
     comeBackAfter(seconds);
 }
 
 // From here on nothing that the process still does leaves it.
 void CDay::crash() {
     trace("the library crashes");
+    noteHistory(false);
     TC::disk::crash();
     m_bDead = true;
 }
@@ -140,6 +146,8 @@ void CDay::crash() {
 void CDay::seeCrash() {
     if (m_bDead || !m_bUp || !TC::disk::crashed()) return;
     trace("the library crashed at a step of the disk");
+    if (std::exchange(m_bCrashAtStep, false)) happens(EFault::CrashAtStep);
+    m_invariants.diskFails();
     m_bDead = true;
 }
 
@@ -149,25 +157,6 @@ void CDay::bury() {
     TC::disk::restart();
     m_bDead = false;
     comeBackAfter(m_nDownFor);
-}
-
-void CDay::newDate(bool another) {
-    static const char* const DATES[] = {"20240102", "20240103"};
-    // What earlier days left is written under the clock's date, which stays as it is.
-    another = another && m_plan.rests.empty() && m_nDate == 0;
-    happens(another ? EFault::Rollover : EFault::SameDate);
-    if (another) {
-        ++m_nDate;
-        m_broker.newDate();
-        m_truth.newDate();
-        m_tasks.clear();
-        m_tooLate.clear();
-    }
-    m_invariants.newDate(another);
-    m_model.newDate(another);
-    if (m_bUp) m_services.dateBegins();
-    m_scenario.newTradingDate(DATES[m_nDate]);
-    m_pClient->paper().newTradingDate(DATES[m_nDate], DATES[m_nDate]);
 }
 
 void CDay::failDisk(const Step& step) {
@@ -186,10 +175,10 @@ void CDay::failDisk(const Step& step) {
     TC::disk::fail(fault);
 }
 
+// Counted when it is met; a fault that is cleared before never happens.
 void CDay::crashAtStep(const Step& step) {
-    happens(EFault::CrashAtStep);
+    m_bCrashAtStep = true;
     m_nDownFor = step.times;
-    m_invariants.diskFails();
     const TC::disk::Fault fault{.after = step.amount, .error = TC::disk::Fault::CRASH};
     m_scenario.disk(fault);
     TC::disk::fail(fault);
@@ -239,8 +228,7 @@ void CDay::ask(const Step& step) {
             disconnect(step.amount);
             break;
         case EStep::AskPast:
-            m_scenario.call("requestAccountDeals", {accountOf(step.account), PAST_DAY, PAST_DAY});
-            manager().requestAccountDeals(accountOf(step.account), PAST_DAY, PAST_DAY);
+            askPast(step.account);
             break;
         default:
             break;
@@ -249,13 +237,6 @@ void CDay::ask(const Step& step) {
 
 void CDay::disturb(const Step& step) {
     switch (step.kind) {
-        case EStep::Request:
-        case EStep::Ready:
-        case EStep::Login:
-        case EStep::Disconnect:
-        case EStep::AskPast:
-            ask(step);
-            break;
         case EStep::Import:
             importStatement(step);
             break;
@@ -270,11 +251,9 @@ void CDay::disturb(const Step& step) {
             break;
         case EStep::CrashInSave:
         case EStep::DiskInSave:
-            if (m_plan.rests.empty()) {
-                failInSave(step);
-            } else {
-                m_pSaveFault = &step;
-            }
+            // With history the fault waits for a deal that is saved.
+            m_pSaveFault = m_plan.rests.empty() ? nullptr : &step;
+            if (!m_pSaveFault) failInSave(step);
             break;
         case EStep::Rollover:
         case EStep::SameDate:
@@ -292,6 +271,7 @@ void CDay::disturb(const Step& step) {
             failDisk(step);
             break;
         default:
+            ask(step);
             break;
     }
 }

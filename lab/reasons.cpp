@@ -1,4 +1,5 @@
 #include "lab/invariants.h"
+#include "lab/times.h"
 
 #include "linkage/balance/guardreasons.h"
 
@@ -12,6 +13,19 @@ namespace lab {
 namespace {
 
 using TC::EBalanceState;
+
+constexpr char UNDER_WAY[] = " is under way";
+constexpr char WHOLE_ACCOUNT[] = " balanced the whole account";
+constexpr char REPLACED_BY[] = "replaced by balance ";
+constexpr char NOTHING_TRADED[] = "nothing was traded";
+/// So long a balance tries again while a service does not answer.
+constexpr std::int64_t GIVE_UP = 60 * SECOND;
+
+/// Of another balance that a reason names; 0 when it names none.
+int numberIn(const std::string& reason) {
+    const std::size_t at = reason.find_first_of("0123456789");
+    return at == std::string::npos ? 0 : std::atoi(reason.c_str() + at);
+}
 
 /// What became of one order, as far as it was heard.
 struct Fate {
@@ -70,9 +84,55 @@ bool CInvariants::isTrue(const Seen& seen, int round, int stock,
     }
     if (reason == TC::REASON_WAITING) return range;
     if (reason == TC::REASON_TASK) return seen.tasks.count(stock) > 0;
-    const bool failed = m_services.failedAt() != 0;
-    if (reason == TC::REASON_NO_ANSWER) return failed;
-    return reason == TC::REASON_NO_INSTRUMENT && (failed || !of.detail);
+    if (reason == TC::REASON_NO_ANSWER) return seen.failed;
+    return reason == TC::REASON_NO_INSTRUMENT && (seen.failed || !of.detail);
+}
+
+// Whether the reason of a whole balance holds at the moment at which it is over. Nothing is held
+// against an account that is uncertain, as one is that is not loaded.
+bool CInvariants::isTrue(const Seen& seen, const TC::BalanceRecord& record) const {
+    const std::string& reason = record.reason;
+    const auto at = m_seen.find(numberIn(reason));
+    const Seen* const other = at == m_seen.end() ? nullptr : &at->second;
+    if (other && (other->date != m_nDate || !other->pair.overlaps(seen.pair))) return false;
+    if (record.state == EBalanceState::Refused) {
+        if (!other || other->record.number == record.number) return false;
+        if (reason.ends_with(WHOLE_ACCOUNT)) {
+            return other->pair.strategy.empty() && hasSent(other->record.number);
+        }
+        return reason.ends_with(UNDER_WAY) && other->record.number < record.number;
+    }
+    if (reason.starts_with(REPLACED_BY)) return other && other->record.number > record.number;
+    if (reason == TC::REASON_NO_BOOK) return m_bDiskFailed;
+    if (reason == TC::REASON_NEW_DATE) return m_nDateAt == now();
+    if (reason == TC::REASON_RESTART) return seen.restarted;
+    if (reason == TC::REASON_NO_ANSWER) {
+        const bool tried = seen.atOnce || (!seen.fresh && now() >= seen.cancelAt + GIVE_UP);
+        return tried && m_services.failed(now(), now());
+    }
+    return reason.empty() || (reason == NOTHING_TRADED && !hasTraded(seen.pair));
+}
+
+bool CInvariants::hasSent(int balance) const {
+    const auto& commands = m_model.commands();
+    return std::any_of(commands.begin(), commands.end(), [&](const SentCommand& command) {
+        return command.balance == balance && !command.refused;
+    });
+}
+
+// Of history a pair has the records of its own strategy, whatever they hold.
+bool CInvariants::hasTraded(const Pair& pair) const {
+    if (pair.history) {
+        return std::any_of(m_plan.rests.begin(), m_plan.rests.end(), [&](const Rest& rest) {
+            return rest.account == pair.account &&
+                   m_plan.strategies[static_cast<std::size_t>(rest.strategy)] == pair.strategy;
+        });
+    }
+    for (std::size_t at = 0; at < m_plan.stocks.size(); ++at) {
+        const Range range = m_model.range(pair, static_cast<int>(at));
+        if (range.bought != 0 || range.sold != 0) return true;
+    }
+    return false;
 }
 
 void CInvariants::checkRemains(const Seen& seen, const TC::BalanceRecord& record) const {

@@ -4,6 +4,10 @@
 #include "platform/utils/keys.h"
 #include "replay/times.h"
 
+#include <mongo/bson/bson.h>
+
+#include <boost/asio/post.hpp>
+
 #include <fmt/format.h>
 
 #include <stdexcept>
@@ -19,6 +23,8 @@ using namespace vexservice;
 
 constexpr std::uint64_t COMMANDS = 3;
 constexpr std::uint64_t TASKS = 4;
+constexpr std::uint64_t PAST = 5;
+constexpr char PAST_DAY[] = "20231229";
 
 /// Ends the call in which the process died.
 struct Gone : std::runtime_error {
@@ -87,7 +93,7 @@ void CDay::onCommand(const COrderComandParam& command, const Completion& complet
 }
 
 void CDay::asksAfterRelease() {
-    if (!m_bUp && !m_bDead) fail("the library asks for something after it was released");
+    if (m_bGone) fail("the library asks for something after it was released");
 }
 
 void CDay::noteSent(const SentCommand& sent) {
@@ -216,7 +222,7 @@ void CDay::endTask(std::uint64_t key, ETaskStatus status) {
     m_pClient->tellTask(key, of, status);
 }
 
-void CDay::onTerminateTask(std::uint64_t key) {
+void CDay::onTerminateTask(std::uint64_t key, const TaskCompletion& completion) {
     if (!lives()) return asksAfterRelease();
     if (m_nCommandThrows > 0) throwCommand();
     CRandom random = CRandom::of(m_plan.seed, TASKS, key);
@@ -224,6 +230,46 @@ void CDay::onTerminateTask(std::uint64_t key) {
     std::int64_t delay = random.between(100, 1'500) * MILLI;
     if (random.chance(30)) delay += random.between(5, 40) * SECOND;
     m_agenda.at(now() + delay, [this, key] { endTask(key, TASK_CANCELED); });
+    if (!completion) return;
+    const bool late = rolls(random, EFault::LateAnswer);
+    const int wait = late ? random.between(1'000, 20'000) : random.between(0, 50);
+    m_agenda.at(now() + wait * MILLI, [completion] { completion({}, bson::BSONObj()); });
+}
+
+// ---------------------------------------------------------------------- past days
+
+// Whether the process that asked lives by then or not.
+void CDay::onPastAnswer(const paper::CFaults::Answer& answer) {
+    CRandom random = CRandom::of(m_plan.seed, PAST, static_cast<std::uint64_t>(++m_nPastAnswers));
+    const std::int64_t wait = random.between(1'000, 20'000) * MILLI;
+    if (!lives() || !rolls(random, EFault::LatePast)) {
+        boost::asio::post(m_loop.service(), answer);
+        return;
+    }
+    trace("the answer for a past day comes {} ms late", wait / MILLI);
+    m_agenda.at(now() + wait, answer);
+}
+
+// Each question is over once, with an answer or without; but one whose account the data center
+// does not tell, by throwing, never begins.
+void CDay::askPast(int account) {
+    const std::string& key = accountOf(account);
+    m_scenario.call("requestAccountDeals", {key, PAST_DAY, PAST_DAY});
+    const auto& thrown = m_outcome.faults[static_cast<std::size_t>(EFault::DataThrows)];
+    const long before = thrown;
+    ++m_nPastAsked;
+    manager().requestAccountDeals(key, PAST_DAY, PAST_DAY);
+    rest();
+    if (thrown != before) --m_nPastAsked;
+}
+
+void CDay::pastDone() {
+    if (--m_nPastAsked < 0) fail("a question for a past day is over that was not asked");
+}
+
+void CDay::checkPast() {
+    if (m_nPastAsked > 0) passTo(now() + 20 * SECOND);
+    if (m_nPastAsked > 0) fail("a question for a past day is never over");
 }
 
 }  // namespace lab

@@ -22,8 +22,6 @@ namespace {
 
 constexpr char MEMORY[] = "/dev/shm";
 constexpr long PROGRESS = 50;
-/// After so many days a process has what it needs.
-constexpr long WARM = 1'000;
 
 QString directoryTemplate() {
     const QString memory = QString::fromLatin1(MEMORY);
@@ -52,6 +50,7 @@ Usage usage() {
 void add(const Outcome& outcome, Result& result) {
     ++result.days;
     result.commands += outcome.commands;
+    if (outcome.uncertain) ++result.uncertain;
     if (outcome.tooMuch && result.tooMuch++ == 0) result.firstTooMuch = outcome.seed;
     for (std::size_t at = 0; at < FAULT_COUNT; ++at) result.faults[at] += outcome.faults[at];
     for (const auto& [ending, count] : outcome.endings) result.endings[ending] += count;
@@ -93,10 +92,10 @@ Result CDays::playAll(std::uint64_t from, std::uint64_t step,
     Usage before;
     for (std::uint64_t seed = from; seed <= m_options.last; seed += step) {
         add(play(seed), result);
-        if (result.days == WARM) before = usage();
-        if (result.days % PROGRESS == 0) look(result);
+        if (result.days == Result::WARM) before = usage();
+        look(result);
     }
-    if (result.days >= 2 * WARM) {
+    if (result.days >= 2 * Result::WARM) {
         const Usage after = usage();
         result.growth = {after.kilobytes - before.kilobytes,
                          after.descriptors - before.descriptors};
@@ -108,6 +107,7 @@ Result CDays::playAll(std::uint64_t from, std::uint64_t step,
 void addTo(Result& sum, const Result& part) {
     sum.days += part.days;
     sum.commands += part.commands;
+    sum.uncertain += part.uncertain;
     sum.tooMuch += part.tooMuch;
     if (part.firstTooMuch != 0) {
         sum.firstTooMuch = sum.firstTooMuch == 0 ? part.firstTooMuch
@@ -117,6 +117,7 @@ void addTo(Result& sum, const Result& part) {
     for (const auto& [ending, count] : part.endings) sum.endings[ending] += count;
     sum.violations += part.violations;
     sum.violated.insert(part.violated.begin(), part.violated.end());
+    sum.died.insert(part.died.begin(), part.died.end());
     while (sum.violated.size() > Result::MOST_KEPT) {
         sum.violated.erase(std::prev(sum.violated.end()));
     }
@@ -138,9 +139,10 @@ CProgress::~CProgress() {
 
 double CProgress::seconds() const { return secondsNow() - m_dBegan; }
 
-void CProgress::show(long days, long violations) const {
+void CProgress::show(long days, long violations) {
     constexpr long WIDTH = 30;
-    if (!m_bShown || days == 0) return;
+    if (!m_bShown || days < m_nShown + PROGRESS) return;
+    m_nShown = days;
     const double rate = static_cast<double>(days) / std::max(seconds(), 0.001);
     const double left = static_cast<double>(m_nDays - days) / rate;
     const auto done = static_cast<std::size_t>(WIDTH * days / m_nDays);
@@ -153,23 +155,14 @@ void CProgress::show(long days, long violations) const {
 
 Outcome runOne(std::uint64_t seed, const RunOptions& options) { return CDays(options).play(seed); }
 
-Result run(const RunOptions& options) {
-    if (options.jobs > 1) return runJobs(options);
-    const CProgress progress(options);
-    Result result = CDays(options).playAll(
-        options.first, 1, [&](const Result& so) { progress.show(so.days, so.violations); });
-    result.seconds = progress.seconds();
-    return result;
-}
-
 std::string writeShrunk(std::uint64_t seed, const RunOptions& options,
                         const std::string& directory) {
     RunOptions quiet = options;
     quiet.trace = false;
     quiet.scenario = true;
     CDays days(quiet);
-    const Shrunk shrunk = shrink(planOf(seed, quiet.dials), quiet.guard,
-                                 [&](const Plan& plan) { return days.play(plan); });
+    const Shrunk shrunk =
+        shrink(planOf(seed, quiet.dials), [&](const Plan& plan) { return days.play(plan); });
     const std::string path = fmt::format("{}/lab-seed-{}.jsonl", directory, seed);
     const std::string differs = writeScenario(shrunk.outcome, path);
     std::string text =

@@ -34,28 +34,36 @@ struct Result {
     double seconds = 0.0;
     long tooMuch = 0;                ///< days on which a balance traded too much
     std::uint64_t firstTooMuch = 0;  ///< 0: none
+    long uncertain = 0;              ///< days with an account that was uncertain after a fault
     FaultCounts faults{};
     std::map<std::string, long> endings;
     std::map<std::uint64_t, std::string> violated;  ///< the first MOST_KEPT seeds
     long violations = 0;                            ///< days with any
+    /// Days at which a process ended before its time, by seed, and how. The days that it still
+    /// had to play were not played.
+    std::map<std::uint64_t, std::string> died;
     /// The most that one process grew by after its first days.
     Usage growth;
     bool measured = false;  ///< there were days enough to say so
 
     static constexpr std::size_t MOST_KEPT = 20;
+    /// After so many days a process has what it needs. Its growth is measured when it plays
+    /// twice as many.
+    static constexpr long WARM = 1'000;
     /// What memory may grow by, in kilobytes, however many days are played.
     static constexpr long MOST_GROWTH = 32 * 1024;
 
     bool leaks() const {
         return measured && (growth.kilobytes > MOST_GROWTH || growth.descriptors > 0);
     }
-    bool holds() const { return violations == 0 && !leaks(); }
+    bool holds() const { return violations == 0 && died.empty() && !leaks(); }
 };
 
 /// Plays the days of the seeds, shared by so many processes, each in a directory of its own in
-/// memory where the system has one. Throws std::runtime_error when that cannot be had.
+/// memory where the system has one. Throws std::runtime_error when no process can be started. A
+/// process that ends before its time is named in the result.
 ///
-/// With more than one job the process must not have a QCoreApplication yet.
+/// The process must not have a QCoreApplication yet.
 Result run(const RunOptions& options);
 
 /// The day of one seed, told event by event.

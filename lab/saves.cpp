@@ -1,7 +1,6 @@
 #include "lab/times.h"
 #include "lab/trace.h"
 #include "linkage/core/clinkagemanager.h"
-#include "linkage/core/managerstate.h"
 #include "linkage/store/diskfaults.h"
 #include "linkage/store/importreport.h"
 #include "platform/services/clientconfig.h"
@@ -18,17 +17,7 @@ namespace lab {
 
 namespace {
 
-std::map<std::string, std::pair<std::int64_t, std::int64_t>> historyOf(
-    const TC::CLinkageManager& manager, bool clientType3) {
-    std::map<std::string, std::pair<std::int64_t, std::int64_t>> volumes;
-    for (const auto& [key, stocks] : manager.state().historyLinkageData) {
-        for (const auto& [stock, record] : stocks) {
-            const auto figures = TC::effectiveFigures(*record, clientType3);
-            volumes[fmt::format("{} {}", key, stock)] = {figures.buyVolume, figures.sellVolume};
-        }
-    }
-    return volumes;
-}
+constexpr char STATEMENT[] = "statement.csv";
 
 }  // namespace
 
@@ -47,10 +36,10 @@ void CDay::editTimes(const Step& step) {
         m_scenario.call("addBalanceTime", {key, time});
         manager().addBalanceTime(key, time);
     }
-    // A save that fails, or whose process ends, leaves what was saved before.
-    if (!m_invariants.diskHasFailed()) m_savedTimes.clear();
     m_savedTimes.insert(m_times);
     manager().finishSaves();
+    // A save that fails, or whose process ends, leaves what was saved before.
+    if (!m_invariants.diskHasFailed() && !TC::disk::crashed()) m_savedTimes = {m_times};
     if (lives() && manager().getBalanceTime() != m_times) fail("other balance times than were set");
 }
 
@@ -61,6 +50,7 @@ void CDay::failInSave(const Step& step) {
     m_nDownFor = step.amount % 20;
     m_invariants.diskFails();
     TC::disk::clearFaults();
+    m_bCrashAtStep = false;
     const int error = step.flag ? ENOSPC : EIO;
     TC::disk::Fault fault{.after = step.amount,
                           .times = step.times,
@@ -85,38 +75,38 @@ void CDay::failInSave(const Step& step) {
     if (!TC::disk::crashed()) TC::disk::clearFaults();
 }
 
-// What a statement holds is reported as well: it changes no figure.
+// What a statement holds is reported as well, today or on the date before: it changes no figure.
 void CDay::importStatement(const Step& step) {
     happens(EFault::Import);
-    const std::string path = m_options.directory + "/statement.csv";
-    std::ofstream file(path, std::ios::binary | std::ios::trunc);
-    file << "资金账号,成交日期,证券代码,买卖,价格,数量,成交编号\n";
     int rows = 0;
-    for (const auto& [key, deal] : m_broker.deals()) {
-        const Stock& stock = m_plan.stocks[static_cast<std::size_t>(deal.of.stock)];
-        if (deal.of.account != step.account || stock.excluded) continue;
-        file << fmt::format("{},{},{},{},{},{},{}\n", accountOf(step.account),
-                            m_pClient->paper().tradeDate(), stock.code,
-                            deal.of.buys ? "买入" : "卖出", PRICE, deal.volume, key);
-        ++rows;
-    }
-    file.close();
-    m_scenario.note("the trader imports a statement of the deals so far");
+    const std::string text = statement(step.account, rows);
+    const std::string path = fmt::format("{}/{}", m_options.directory, STATEMENT);
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
+    m_scenario.file(STATEMENT, text);
+    m_scenario.call("importData", {STATEMENT});
     const TC::ImportReport report = manager().importData(QString::fromStdString(path));
     trace("the trader imports {} deals, {} are taken", rows, report.taken);
-    if (rows > 0 && (!report.ok() || report.read != rows)) {
+    // Instruments that throw take the whole import back.
+    const bool refused = !report.ok() && m_services.failed(now(), now());
+    if (rows > 0 && !refused && (!report.ok() || report.read != rows)) {
         fail(fmt::format("{} of {} deals of a statement are read", report.read, rows));
     }
     rest();
-    for (const std::string& strategy : m_plan.strategies) {
-        if (lives()) m_invariants.lookAtFigures(manager(), {step.account, strategy});
-    }
+    if (lives()) lookAtAllFigures();
 }
 
-void CDay::noteSaved() {
-    m_savedHistory.clear();
-    if (m_plan.rests.empty() || m_invariants.diskHasFailed()) return;
-    m_savedHistory = historyOf(manager(), m_plan.clientType == TC::CLIENT_TYPE_3);
+CDay::History CDay::history() const {
+    History all;
+    all.reserve(m_plan.rests.size());
+    for (const Rest& rest : m_plan.rests) all.push_back(historyOf(m_plan, manager(), rest));
+    return all;
+}
+
+// A save that is not `done` may leave what the file held before.
+void CDay::noteHistory(bool done) {
+    if (m_plan.rests.empty() || !m_bUp || m_bDead) return;
+    if (done && lives() && !m_invariants.diskHasFailed()) m_savedHistories.clear();
+    m_savedHistories[history()] = {m_nDate, m_model.carried()};
 }
 
 // What a manager has read before it is told anything is what was saved last.
@@ -127,10 +117,25 @@ void CDay::checkLoaded() {
     }
     m_times = times;
     m_savedTimes = {times};
-    const auto saved = std::exchange(m_savedHistory, {});
-    if (!saved.empty() && historyOf(manager(), m_plan.clientType == TC::CLIENT_TYPE_3) != saved) {
-        fail("the history is not the one that was saved last");
+    if (!m_savedHistories.empty()) checkHistory();
+}
+
+void CDay::checkHistory() {
+    const History loaded = history();
+    const auto at = m_savedHistories.find(loaded);
+    if (at == m_savedHistories.end()) return fail("the history is not the one that was saved last");
+    Saved saved = at->second;
+    if (saved.date == m_nDate) {
+        m_model.carry(saved.carried);
+    } else {
+        // The disk failed since: what the date before added later is lost.
+        for (std::size_t place = 0; place < loaded.size(); ++place) {
+            const Rest& rest = m_plan.rests[place];
+            m_model.carry(pairOf(m_plan, rest), rest.stock, loaded[place]);
+        }
+        saved = {m_nDate, m_model.carried()};
     }
+    m_savedHistories = {{loaded, std::move(saved)}};
 }
 
 }  // namespace lab

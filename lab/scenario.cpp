@@ -4,6 +4,7 @@
 #include "paper/clientobserver.h"
 #include "platform/log.h"
 #include "platform/utils/keys.h"
+#include "replay/disknames.h"
 #include "replay/replay.h"
 #include "replay/times.h"
 
@@ -11,7 +12,6 @@
 
 #include <fmt/format.h>
 
-#include <cerrno>
 #include <cmath>
 #include <stdexcept>
 
@@ -24,32 +24,6 @@ using replay::CJsonWriter;
 constexpr double MICROS = 1e6;
 
 const char* sideOf(const Origin& of) { return of.buys ? "buy" : "sell"; }
-
-const char* textOf(TC::disk::EStep step) {
-    using TC::disk::EStep;
-    switch (step) {
-        case EStep::Open:
-            return "open";
-        case EStep::Write:
-            return "write";
-        case EStep::Flush:
-            return "flush";
-        case EStep::Rename:
-            return "rename";
-        case EStep::Remove:
-            return "remove";
-        case EStep::MakeDirectory:
-            return "makeDirectory";
-        case EStep::Any:
-            break;
-    }
-    return "any";
-}
-
-const char* textOf(int error) {
-    if (error == TC::disk::Fault::CRASH) return "crash";
-    return error == ENOSPC ? "ENOSPC" : "EIO";
-}
 
 /// Gathers the commands of a scenario that is played.
 class CCommands final : public replay::IReplayWatcher, public paper::IClientObserver {
@@ -304,9 +278,9 @@ void CScenario::diskAt(std::size_t place, const TC::disk::Fault& fault) {
 void CScenario::disk(const TC::disk::Fault& fault) {
     if (!m_bWanted) return;
     CJsonWriter& out = line("disk");
-    out.member("step", textOf(fault.step));
+    out.member("step", replay::nameOf(fault.step));
     out.member("after", fault.after);
-    out.member("error", textOf(fault.error));
+    out.member("error", replay::nameOfError(fault.error));
     out.member("times", fault.times < 0 ? ALL_CALLS : fault.times);
     if (fault.keeps != 0) out.member("keeps", fault.keeps);
     end();

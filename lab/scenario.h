@@ -20,7 +20,8 @@ namespace lab {
 /// is in it as reports and results; so it needs nothing of the laboratory to be played again.
 ///
 /// In the laboratory a crash may come in the middle of a call; a scenario has it behind the
-/// line that made the call.
+/// line that made the call. Of a write that took half of its bytes a scenario has only the failure
+/// that follows.
 class CScenario {
 public:
     /// A scenario that is not `wanted` stays empty, and costs nothing.

@@ -3,9 +3,22 @@
 #include "lab/book.h"
 #include "lab/times.h"
 
+#include <algorithm>
+
 namespace lab {
 
 using paper::EService;
+
+namespace {
+
+// A decision asks for the account, the stocks and their prices. The records of an account are
+// read by loads, and fees by those and by deals.
+bool decides(EService service, std::string_view what) {
+    return service == EService::Quote || service == EService::Instrument ||
+           (service == EService::AccountData && what.empty());
+}
+
+}  // namespace
 
 void CServices::begins() {
     // Nothing is known of an account before its first load, and that must come.
@@ -13,7 +26,7 @@ void CServices::begins() {
     unknown.uncertain = unknown.owed = true;
     m_accounts.assign(m_plan.accounts.size(), unknown);
     m_seen.clear();
-    m_pTelling = nullptr;
+    m_telling.reset();
 }
 
 void CServices::dateBegins() {
@@ -25,6 +38,18 @@ int CServices::owed() const {
         if (m_accounts[at].owed) return static_cast<int>(at);
     }
     return -1;
+}
+
+bool CServices::isAnyUncertain() const {
+    return std::any_of(m_accounts.begin(), m_accounts.end(),
+                       [](const Account& account) { return account.uncertain; });
+}
+
+void CServices::doubt(Account& account) { account.uncertain = m_bWasUncertain = true; }
+
+// The model took each load for a whole one.
+void CServices::trust() {
+    for (Account& account : m_accounts) account.uncertain = account.uncertain && account.owed;
 }
 
 void CServices::count(EService service, paper::EFault kind) {
@@ -40,15 +65,15 @@ void CServices::called(EService service, paper::EFault fault, std::string_view w
     const bool threw = fault == paper::EFault::Throw;
     if (fault != paper::EFault::None) {
         count(service, fault);
-        m_nFailedAt = now();
+        if (decides(service, what)) m_failures.insert(now());
     }
     if (service == EService::AccountData && !what.empty()) {
         const int account = placeOf(m_plan.accounts, std::string(what));
         if (account >= 0) read(account, threw);
         return;
     }
-    const bool asksForStock = service == EService::Instrument && m_pTelling;
-    if (asksForStock && !threw) m_seen.insert(m_telling.of.stock);
+    const bool asksForStock = service == EService::Instrument && m_telling;
+    if (asksForStock && !threw) m_seen.insert(m_telling->of.stock);
     if (!threw) return;
     bool inLoad = false;
     for (Account& account : m_accounts) {
@@ -56,7 +81,7 @@ void CServices::called(EService service, paper::EFault fault, std::string_view w
         inLoad = true;
         throwsInLoad(account, service);
     }
-    if (!inLoad && m_pTelling) throwsInReport(service);
+    if (!inLoad && m_telling) throwsInReport(service);
 }
 
 // A load reads everything, plays it through, subscribes, and reads once more.
@@ -67,7 +92,7 @@ void CServices::read(int number, bool threw) {
     if (threw) {
         // Before the third read is done the account stays as it was.
         account.owed = true;
-        account.uncertain = account.uncertain || account.reads > READS / 2;
+        if (account.reads > READS / 2) doubt(account);
         account.reads = 0;
         return;
     }
@@ -75,13 +100,9 @@ void CServices::read(int number, bool threw) {
     if (account.reads == READS / 2) account.subscribed = true;
     if (account.reads < READS) return;
     account.reads = 0;
-    if (!account.whole) {
-        account.owed = false;
-        account.uncertain = true;
-        return;
-    }
     account.owed = account.uncertain = false;
     m_model.load(number, now());
+    if (!account.whole) return doubt(account);
     for (const int stock : m_model.stocksOf(number)) m_seen.insert(stock);
 }
 
@@ -91,31 +112,29 @@ void CServices::throwsInLoad(Account& account, EService service) {
     if (service == EService::Instrument || !m_plan.rests.empty()) account.whole = false;
 }
 
-void CServices::tells(const Origin& of, bool deal) {
-    m_telling = {of, deal};
-    m_pTelling = &m_telling;
-}
+void CServices::tells(const Origin& of, bool deal) { m_telling = {of, deal}; }
 
 void CServices::told() {
-    if (m_pTelling) m_seen.insert(m_telling.of.stock);
-    m_pTelling = nullptr;
+    if (m_telling) m_seen.insert(m_telling->of.stock);
+    m_telling.reset();
 }
 
 // The instruments are asked for a stock at its first report; a deal that balances history is
 // taken only when its account and its fees are known.
 void CServices::throwsInReport(EService service) {
-    Account& account = m_accounts[static_cast<std::size_t>(m_telling.of.account)];
-    const bool first = m_seen.count(m_telling.of.stock) == 0;
+    Account& account = m_accounts[static_cast<std::size_t>(m_telling->of.account)];
+    const bool first = m_seen.count(m_telling->of.stock) == 0;
     if (service == EService::Instrument && first) {
         m_model.takeBack();
         account.owed = true;
-        m_pTelling = nullptr;
+        m_telling.reset();
         return;
     }
-    const bool ofHistory = m_telling.deal && m_telling.of.history;
+    const bool ofHistory = m_telling->deal && m_telling->of.history;
     if (!ofHistory) return;
     if (service == EService::AccountData || service == EService::FeeLimits) {
-        account.owed = account.uncertain = true;
+        account.owed = true;
+        doubt(account);
     }
 }
 

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -17,7 +18,9 @@ namespace lab {
 /// because a service throws in its middle.
 ///
 /// Where that cannot be told from outside, the account is uncertain until its next whole load,
-/// and nothing is held against it. The library owes a load after each report that it lost.
+/// and nothing is held against it. The library owes a load after each report that it lost. When
+/// it loads nothing for so long as it waits at most, it says that the last load was whole: the
+/// account is then certain again, and held to that (trust()).
 class CServices {
 public:
     CServices(const Plan& plan, CModel& model, FaultCounts& counts, std::function<bool()> lives)
@@ -41,10 +44,19 @@ public:
     void told();
 
     bool isUncertain(int account) const { return at(account).uncertain; }
+    bool isAnyUncertain() const;
+    /// Accounts that were uncertain after their first load.
+    bool wasUncertain() const { return m_bWasUncertain; }
     /// An account whose load is owed; -1 for none.
     int owed() const;
-    /// When a service last failed, as the library saw it; 0: never.
-    std::int64_t failedAt() const { return m_nFailedAt; }
+    /// No load is under way, none came for long, and none will.
+    void trust();
+    /// Whether a service that decisions depend on failed from one moment to another, as the
+    /// library saw it. The calls do not tell for which balance they are made.
+    bool failed(std::int64_t from, std::int64_t to) const {
+        const auto at = m_failures.lower_bound(from);
+        return at != m_failures.end() && *at <= to;
+    }
 
 private:
     struct Account {
@@ -64,6 +76,7 @@ private:
 
     const Account& at(int account) const { return m_accounts[static_cast<std::size_t>(account)]; }
     void read(int account, bool threw);
+    void doubt(Account& account);
     void throwsInLoad(Account& account, paper::EService service);
     void throwsInReport(paper::EService service);
     void count(paper::EService service, paper::EFault kind);
@@ -73,10 +86,10 @@ private:
     FaultCounts& m_counts;
     const std::function<bool()> m_lives;
     std::vector<Account> m_accounts;
+    bool m_bWasUncertain = false;
     std::set<int> m_seen;  ///< stocks that the library has asked the instruments for
-    const Telling* m_pTelling = nullptr;
-    Telling m_telling;
-    std::int64_t m_nFailedAt = 0;
+    std::optional<Telling> m_telling;
+    std::set<std::int64_t> m_failures;  ///< moments
 };
 
 }  // namespace lab

@@ -15,8 +15,11 @@ constexpr int MOST_TRIES = 2'000;
 
 class CShrinker {
 public:
-    CShrinker(Plan plan, bool guard, const PlayDay& play)
-        : m_plan(std::move(plan)), m_bGuard(guard), m_play(play), m_outcome(play(m_plan)) {}
+    CShrinker(Plan plan, const PlayDay& play)
+        : m_plan(std::move(plan)),
+          m_play(play),
+          m_outcome(play(m_plan)),
+          m_bViolates(!m_outcome.violations.empty()) {}
 
     Shrunk shrink() {
         const std::size_t before = m_plan.steps.size();
@@ -35,7 +38,7 @@ public:
 
 private:
     bool fails(const Outcome& outcome) const {
-        return m_bGuard ? !outcome.violations.empty() : outcome.tooMuch;
+        return m_bViolates ? !outcome.violations.empty() : outcome.tooMuch;
     }
 
     /// Keeps the plan when it still fails.
@@ -97,17 +100,15 @@ private:
     }
 
     Plan m_plan;
-    const bool m_bGuard;
     const PlayDay& m_play;
     Outcome m_outcome;
+    const bool m_bViolates;  ///< the day as it was had a violation
     int m_nTries = 0;
 };
 
 }  // namespace
 
-Shrunk shrink(Plan plan, bool guard, const PlayDay& play) {
-    return CShrinker(std::move(plan), guard, play).shrink();
-}
+Shrunk shrink(Plan plan, const PlayDay& play) { return CShrinker(std::move(plan), play).shrink(); }
 
 std::string writeScenario(const Outcome& outcome, const std::string& path) {
     std::ofstream file(path, std::ios::binary | std::ios::trunc);

@@ -20,8 +20,9 @@ struct Shrunk {
 using PlayDay = std::function<Outcome(const Plan& plan)>;
 
 /// Leaves out steps, turns dials off and takes simpler options, one after another, as long as
-/// the day still has a violation (without the guard: trades too much). The plan must have one.
-Shrunk shrink(Plan plan, bool guard, const PlayDay& play);
+/// the day still has a violation; one without any, as long as a balance still trades too much.
+/// The plan must have the one or the other.
+Shrunk shrink(Plan plan, const PlayDay& play);
 
 /// Writes the scenario of an outcome to `path` and plays it: "" when the library sends the same
 /// orders at the same moments, otherwise what is different.

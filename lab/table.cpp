@@ -23,9 +23,12 @@ std::string tableOf(const Result& result) {
 }
 
 std::string growthOf(const Result& result) {
-    if (!result.measured) return {};
-    return fmt::format("after its first 1000 days a process grew by {} KB and {} descriptors{}\n",
-                       result.growth.kilobytes, result.growth.descriptors,
+    if (!result.measured) {
+        return fmt::format("growth was not measured: no process played {} days\n",
+                           2 * Result::WARM);
+    }
+    return fmt::format("after its first {} days a process grew by {} KB and {} descriptors{}\n",
+                       Result::WARM, result.growth.kilobytes, result.growth.descriptors,
                        result.leaks() ? ": TOO MUCH" : "");
 }
 
@@ -40,6 +43,8 @@ std::string textOf(const Result& result, const RunOptions& options, bool table) 
         options.first, options.last, options.guard ? "on" : "off", result.days, result.commands,
         result.seconds, days / result.seconds, options.jobs, options.jobs == 1 ? "" : "es");
     text += growthOf(result);
+    text += fmt::format("days on which a service left an account uncertain for a while: {}\n",
+                        result.uncertain);
     text += fmt::format("days on which a balance traded too much: {} ({:.2f} %)\n", result.tooMuch,
                         100.0 * static_cast<double>(result.tooMuch) / days);
     if (result.tooMuch > 0)
@@ -47,6 +52,10 @@ std::string textOf(const Result& result, const RunOptions& options, bool table) 
     text += fmt::format("days with violations: {}\n", result.violations);
     for (const auto& [seed, what] : result.violated) {
         text += fmt::format("  seed {}: {}\n", seed, what);
+    }
+    for (const auto& [seed, how] : result.died) {
+        text += fmt::format("a process ended at seed {} ({}); the rest of its days is missing\n",
+                            seed, how);
     }
     return text;
 }

@@ -77,16 +77,18 @@ void CModel::load(int account, std::int64_t now) {
     }
 }
 
-void CModel::newDate(bool another) {
-    if (!another) return;
-    for (Told& told : m_told) {
+void CModel::carryDeals() {
+    for (const Told& told : m_told) {
         for (const auto& [key, deal] : told.deals) {
             if (!deal.of.history) continue;
             const Pair pair{deal.of.account, deal.of.strategy, true};
             m_carried[{pair, deal.of.stock, deal.of.buys}] += deal.volume;
         }
-        told = {};
     }
+}
+
+void CModel::newDate() {
+    for (Told& told : m_told) told = {};
     m_tasks.clear();
     m_sent.clear();
 }

@@ -1,5 +1,7 @@
 #include "paper/faults.h"
 
+#include <boost/asio/post.hpp>
+
 #include <algorithm>
 #include <utility>
 
@@ -39,6 +41,18 @@ void CFaults::set(EService service, EFault fault, int times) {
 void CFaults::watch(Watch watch) {
     m_watch = std::move(watch);
     m_bAny.store(true, std::memory_order_relaxed);
+}
+
+void CFaults::answerThrough(std::function<void(Answer answer)> through) {
+    m_through = std::move(through);
+}
+
+void CFaults::answer(boost::asio::io_service& loop, Answer answer) const {
+    if (m_through) {
+        m_through(std::move(answer));
+    } else {
+        boost::asio::post(loop, std::move(answer));
+    }
 }
 
 EFault CFaults::next(EService service, std::string_view what) {

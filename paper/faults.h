@@ -1,5 +1,7 @@
 #pragma once
 
+#include <boost/asio/io_service.hpp>
+
 #include <array>
 #include <atomic>
 #include <cstddef>
@@ -67,6 +69,12 @@ public:
     using Watch = std::function<void(EService service, EFault fault, std::string_view what)>;
     void watch(Watch watch);
 
+    /// An answer that comes later than the call, on the loop: of History. Whoever took the answers
+    /// with answerThrough() gives each when he likes, or never.
+    using Answer = std::function<void()>;
+    void answer(boost::asio::io_service& loop, Answer answer) const;
+    void answerThrough(std::function<void(Answer answer)> through);
+
 private:
     struct Left {
         EFault fault = EFault::None;
@@ -75,6 +83,7 @@ private:
 
     std::atomic<bool> m_bAny{false};
     Watch m_watch;
+    std::function<void(Answer)> m_through;
     std::mutex m_mutex;
     std::array<Left, SERVICE_COUNT> m_left;
 };

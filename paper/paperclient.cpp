@@ -273,6 +273,10 @@ void CPaperClient::setFault(EService service, EFault fault, int times) {
     m_pServices->faults->set(service, fault, times);
 }
 
+void CPaperClient::answerThrough(std::function<void(CFaults::Answer answer)> through) {
+    m_pServices->faults->answerThrough(std::move(through));
+}
+
 void CPaperClient::watchServices(CFaults::Watch watch) {
     m_pServices->faults->watch(std::move(watch));
 }

@@ -92,6 +92,8 @@ public:
     void setFault(EService service, EFault fault, int times);
     /// Sees every call of a service that faults count; see CFaults::watch.
     void watchServices(CFaults::Watch watch);
+    /// See CFaults::answerThrough.
+    void answerThrough(std::function<void(CFaults::Answer answer)> through);
     /// Calls the completion of a command once more, with an error unless the text is empty. False
     /// when no command has this number.
     bool repeatCommandResult(int number, const std::string& error);

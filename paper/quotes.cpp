@@ -55,10 +55,10 @@ void CQuotes::queryMinuteBars(const QString& stockKey, const std::string& day,
     const EFault fault = m_pFaults->next(EService::History);
     if (!answer || fault == EFault::Lost) return;
     if (fault == EFault::Null) {
-        boost::asio::post(m_service, [answer] { answer({}); });
+        m_pFaults->answer(m_service, [answer] { answer({}); });
         return;
     }
-    boost::asio::post(m_service, [state = m_pState, asked = DayOfStock{stockKey.toStdString(), day},
+    m_pFaults->answer(m_service, [state = m_pState, asked = DayOfStock{stockKey.toStdString(), day},
                                   answer] { answer(state->barsOf(asked)); });
 }
 

@@ -45,10 +45,10 @@ void CPaperTradeClient::answerLater(const std::string& accountKey, const std::st
     const EFault fault = m_pFaults->next(EService::History);
     if (!answer || fault == EFault::Lost) return;
     if (fault == EFault::Null) {
-        boost::asio::post(m_service, [answer] { answer(utils::VexError{}, Records{}); });
+        m_pFaults->answer(m_service, [answer] { answer(utils::VexError{}, Records{}); });
         return;
     }
-    boost::asio::post(m_service,
+    m_pFaults->answer(m_service,
                       [history = m_pHistory, asked = std::pair(accountKey, day), records, answer] {
                           ServerDay known;
                           {

@@ -1,6 +1,9 @@
 #include "linkage/store/importreport.h"
+#include "platform/services/clientconfig.h"
 #include "replay/manageraccess.h"
 #include "replay/operations.h"
+
+#include <QFileInfo>
 
 namespace replay {
 
@@ -84,12 +87,19 @@ void runAutoBalance(Call& call) {
                                                   std::string(call.arg(1).text())));
 }
 
+/// A name alone is that of a file in the directory "Balance", when there is one.
+QString statementOf(const Call& call) {
+    const QString name = readArgument<QString>(call.arg(0));
+    const QString kept = TC::getDataDir() + QStringLiteral("/Balance/") + name;
+    return QFileInfo(name).isRelative() && QFileInfo::exists(kept) ? kept : name;
+}
+
 void importData(Call& call) {
-    write(call.result, call.manager.importData(readArgument<QString>(call.arg(0))), false);
+    write(call.result, call.manager.importData(statementOf(call)), false);
 }
 
 void importPreview(Call& call) {
-    write(call.result, call.manager.importPreview(readArgument<QString>(call.arg(0))), true);
+    write(call.result, call.manager.importPreview(statementOf(call)), true);
 }
 
 constexpr Operation OPERATIONS[] = {

@@ -1,12 +1,12 @@
 #include "replay/eventparser.h"
 
 #include "platform/utils/keys.h"
+#include "replay/disknames.h"
 #include "replay/linereader.h"
 
 #include <boost/make_shared.hpp>
 
 #include <array>
-#include <cerrno>
 
 namespace replay {
 
@@ -52,20 +52,6 @@ std::vector<vexservice::CPriceLevel> bookSide(const CFields& fields, std::string
 int wholeFrom(const CFields& fields, std::string_view name, int least) {
     const auto found = fields.find(name);
     return found ? found->whole<int>(least) : least;
-}
-
-std::optional<TC::disk::EStep> stepNamed(std::string_view name) {
-    if (name == "any") return TC::disk::EStep::Any;
-    TC::disk::EStep step{};
-    return TC::disk::stepNamed(copied(name), step) ? std::optional(step) : std::nullopt;
-}
-
-std::optional<int> errorNamed(std::string_view name) {
-    if (name == "ENOSPC") return ENOSPC;
-    if (name == "EIO") return EIO;
-    if (name == "EACCES") return EACCES;
-    if (name == "crash") return TC::disk::Fault::CRASH;
-    return std::nullopt;
 }
 
 /// The value that a text names; `named` looks it up.

@@ -273,9 +273,10 @@ std::vector<CommandPtr> commandsOf(const BalanceRequest& request, const Prepared
     return commands;
 }
 
-void sendGrouped(const BalanceRequest& request, const PreparedBalance& prepared) {
+void sendGrouped(const BalanceRequest& request, const PreparedBalance& prepared,
+                 const char* operation) {
     for (const CommandPtr& command : commandsOf(request, prepared)) {
-        attempt(PREPARE_BALANCE, [&] { send(command); });
+        attempt(operation, [&] { send(command); });
     }
 }
 

@@ -67,7 +67,9 @@ std::vector<boost::shared_ptr<vexservice::COrderComandParam>> commandsOf(
 void sendPerStock(const BalanceRequest& request, const PreparedBalance& prepared,
                   const BalanceTexts& texts);
 
-/// Sends the plan's orders in one command; nothing when there is none. Logs nothing.
-void sendGrouped(const BalanceRequest& request, const PreparedBalance& prepared);
+/// Sends the plan's orders in one command; nothing when there is none. Logs only
+/// what is thrown, under the name `operation`.
+void sendGrouped(const BalanceRequest& request, const PreparedBalance& prepared,
+                 const char* operation);
 
 }  // namespace TC

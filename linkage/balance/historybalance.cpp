@@ -29,7 +29,7 @@ void CLinkageManager::doHistoryBalance(const std::string& accountkey, const std:
     if (sendGuarded({accountkey, strategy, true}, EBalanceForm::GroupedHistory)) return;
     const auto request = BalanceRequest::ofHistory(*this, accountkey, strategy,
                                                    EBalanceForm::GroupedHistory, m_bClientType3);
-    sendGrouped(request, prepareBalance(request));
+    sendGrouped(request, prepareBalance(request), "TC::CLinkageManager::doHistoryBalance");
 }
 
 }  // namespace TC

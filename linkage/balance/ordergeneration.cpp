@@ -32,7 +32,7 @@ void CLinkageManager::doStockBalance(const std::string& accountkey, const std::s
     if (sendGuarded({accountkey, strategy}, EBalanceForm::Grouped)) return;
     const auto request =
         BalanceRequest::today(*this, accountkey, strategy, EBalanceForm::Grouped, m_bClientType3);
-    sendGrouped(request, prepareBalance(request));
+    sendGrouped(request, prepareBalance(request), "TC::CLinkageManager::doStockBalance");
 }
 
 // False without the guard. Before init() nobody knows what runs, and nothing is sent.
