@@ -9,7 +9,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <utility>
 
 // The library as a process: it starts, ends, crashes, and its disk fails.
@@ -52,7 +52,9 @@ std::string CDay::bookText() const {
     const std::string date = m_pClient->paper().tradeDate();
     std::ifstream file(m_options.directory + "/Balance/balances-" + date + ".jsonl",
                        std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    std::ostringstream text;
+    text << file.rdbuf();
+    return std::move(text).str();
 }
 
 void CDay::up() {

@@ -5,6 +5,9 @@
 
 #include <QDateTime>
 
+#include <algorithm>
+#include <cstdlib>
+
 namespace TC {
 
 namespace {
@@ -14,10 +17,23 @@ std::string nowAs(const char* format) {
     return QDateTime::fromMSecsSinceEpoch(millis).toString(format).toStdString();
 }
 
+// Qt reads a text by its format slowly, and every date that a client gives is of this form.
+bool isEightDigits(const std::string& date) {
+    return date.size() == 8 && std::all_of(date.begin(), date.end(), [](char each) {
+               return each >= '0' && each <= '9';
+           });
+}
+
 }  // namespace
 
 int dayKey(const std::string& date) {
-    const QDateTime midnight = QDateTime::fromString(Pim::sToQs(date), "yyyyMMdd");
+    QDateTime midnight;
+    if (isEightDigits(date)) {
+        const int number = std::atoi(date.c_str());
+        midnight = QDateTime({number / 10000, number / 100 % 100, number % 100}, QTime(0, 0));
+    } else {
+        midnight = QDateTime::fromString(Pim::sToQs(date), "yyyyMMdd");
+    }
     if (!midnight.isValid()) return -1;
     return static_cast<int>(static_cast<unsigned>(midnight.toSecsSinceEpoch()));
 }
