@@ -2,6 +2,7 @@
 #include "linkage/store/import/readers.h"
 #include "linkage/store/import/xmlpart.h"
 
+#include <QRegularExpression>
 #include <QSet>
 
 #include <algorithm>
@@ -111,10 +112,16 @@ private:
         }
     }
 
-    /// "PT09H30M05S" as "09:30:05".
-    static QString timeText(QString value) {
-        value.remove(QLatin1String("PT")).replace('H', ':').replace('M', ':');
-        return value.left(8).remove('S');
+    /// "PT09H30M05S" as "09:30:05". Programs write "PT010H00M00S" and "PT9H30M" as well.
+    static QString timeText(const QString& value) {
+        static const QRegularExpression form(
+            QStringLiteral("^PT(?:(\\d+)H)?(?:(\\d+)M)?(?:(\\d+)(?:[.,]\\d*)?S)?$"));
+        const auto match = form.match(value);
+        if (!match.hasMatch()) return value;
+        return QStringLiteral("%1:%2:%3")
+            .arg(match.captured(1).toInt(), 2, 10, QChar('0'))
+            .arg(match.captured(2).toInt(), 2, 10, QChar('0'))
+            .arg(match.captured(3).toInt(), 2, 10, QChar('0'));
     }
 
     CXmlPart m_xml;
