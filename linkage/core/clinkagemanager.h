@@ -72,7 +72,10 @@ struct BalanceState;
 struct BalanceRecord;
 struct GuardPair;
 enum class EBalanceForm;
+enum class EHistoryRecords;
+struct HistoryDay;
 struct HistoryQuery;
+struct HistoryRequest;
 struct CMinuteBar;
 struct HistoryState;
 struct ImportReport;
@@ -422,14 +425,27 @@ public:
     // linkage/store/serverhistory.cpp, linkage/store/importrecords.cpp
 
     /// Ask the trading server for an account's deals, or orders, of some past days
-    /// ("yyyyMMdd", first and last), one after another. sigHistoryDealsDone or
-    /// sigHistoryOrdersDone ends each day that was asked for, whether it was answered,
-    /// refused or lost. A day that is refused, or not answered within 10 s, ends the whole
-    /// request with a log line: the days after it are not asked for.
-    void requestAccountDeals(const std::string& accountKey, const std::string& firstDay,
-                             const std::string& lastDay);
-    void requestAccountOrders(const std::string& accountKey, const std::string& firstDay,
-                              const std::string& lastDay);
+    /// ("yyyyMMdd", first and last), one after another; give the number of the request, 0
+    /// before init(). sigHistoryDealsDone or sigHistoryOrdersDone ends each day, whether it was
+    /// answered, refused or lost; getHistoryDay then tells which. A day that is refused, or not
+    /// answered within 10 s, is a line in the log, and the next day is asked for. A day that the
+    /// client's calendar knows as a day without trading (marlo::IMarketCalendar) is ended without
+    /// asking. A range that cannot be asked for is ended with the signal of its first day. Of two
+    /// questions for one day the newer one counts.
+    std::uint64_t requestAccountDeals(const std::string& accountKey, const std::string& firstDay,
+                                      const std::string& lastDay);
+    std::uint64_t requestAccountOrders(const std::string& accountKey, const std::string& firstDay,
+                                       const std::string& lastDay);
+
+    /// What became of a day (local midnight in seconds since the epoch) of an account when it was
+    /// asked for last; nothing when it never was. It stands before the day's signal is raised,
+    /// and stays over a rollover, not over a restart. See linkage/store/historyrequest.h.
+    std::optional<HistoryDay> getHistoryDay(EHistoryRecords records, const std::string& accountKey,
+                                            int day) const;
+
+    /// The requests since init() and how far they have come, oldest first; of those that are over
+    /// the newest 1,000.
+    std::vector<HistoryRequest> getHistoryRequests() const;
 
     /// What is filed of an account under a day, by record key.
     std::map<unsigned long long, boost::shared_ptr<vexservice::CDealDetail>> getAccountDeals(
@@ -680,18 +696,20 @@ protected:
     /// there before.
     void doHistoryDeal(const DealReport& report, const DealChange& change)
         LINKAGE_REQUIRES(m_mutex);
-    void startHistoryQuery(HistoryQuery query, const std::string& lastDay);
-    void askHistoryDay(const HistoryQuery& query);
-    void onQueryHistoryDeal(std::uint64_t number, const utils::VexError& error,
+    std::uint64_t requestHistory(const HistoryRequest& request);
+    void startHistoryQuery(HistoryQuery query);
+    void askHistoryDay(HistoryQuery query);
+    void sendHistoryQuestion(const HistoryQuery& query);
+    void onQueryHistoryDeal(std::uint64_t question, const utils::VexError& error,
                             const std::vector<boost::shared_ptr<vexservice::CDealDetail>>& deals);
     void onQueryHistoryOrder(
-        std::uint64_t number, const utils::VexError& error,
+        std::uint64_t question, const utils::VexError& error,
         const std::vector<boost::shared_ptr<vexservice::COrderDetail>>& orders);
     template <class Record>
-    void takeHistoryAnswer(std::uint64_t number, const utils::VexError& error,
+    void takeHistoryAnswer(std::uint64_t question, const utils::VexError& error,
                            const std::vector<boost::shared_ptr<Record>>& records);
-    void giveHistoryDayUp(std::uint64_t number);
-    void endHistoryDay(HistoryQuery query, const std::string& fault);
+    void giveHistoryDayUp(std::uint64_t question, const char* fault);
+    void endHistoryDay(HistoryQuery query, const HistoryDay& result);
 
     // import: linkage/store/importrecords.cpp
     /// Files one imported record; no figure changes. True when it was not there before.
