@@ -63,6 +63,7 @@ class CServerHistory;
 enum class ELoadCause;
 struct AccountLoad;
 struct BalancePlan;
+struct DayTotals;
 struct DealChange;
 struct DealReport;
 struct EngineState;
@@ -222,7 +223,13 @@ public:
     getTaskDetails(const std::string& stockKey, const std::set<std::string>& accountKeys) const;
 
     /// Bought and sold volume (shares) or amount (yuan) of the given accounts in one
-    /// stock on one day, from the deals.
+    /// stock on one day: of the deals that the data center reported to this manager, each as
+    /// it was first reported, those that balance history included. Not of deals of a past day
+    /// that the trading server answered or a statement brought, and not of days before the
+    /// manager was made.
+    ///
+    /// With LinkageOptions::filedTotals those of a past day are of all deals that getDealDetails
+    /// has of it, as they stand now.
     std::pair<int, int> getBuySellVolumes(int day, const std::string& stockKey,
                                           const std::set<std::string>& accountKeys) const;
     std::pair<double, double> getBuySellAmounts(int day, const std::string& stockKey,
@@ -588,6 +595,10 @@ protected:
                         const boost::shared_ptr<vexservice::CPositionStatics>& position);
     void onPriceData(const std::string& stockKey,
                      const boost::shared_ptr<vexservice::CPriceData>& price);
+
+    // queries: linkage/stats/queries.cpp
+    DayTotals dayTotals(int day, const std::string& stockKey, const std::string& accountKey) const
+        LINKAGE_REQUIRES(m_mutex);
 
     // position merging: linkage/stats/positionmerge.cpp
     /// The position that this report is part of, merged from all its reports; empty for
