@@ -168,14 +168,21 @@ public:
     /// The profit and balance curve of one strategy of one account over the day: minute
     /// of the day to the figures at the end of that minute, summed over its stocks; the
     /// strategy "" is the account as a whole. From the first deal to the running minute;
-    /// none in the midday pause. Closed minutes are valued at their close; minutes
-    /// without a bar at the close before, the first ones at yesterday's.
+    /// none in the midday pause.
+    ///
+    /// Closed minutes are valued at the close of their bar. While there is none, a minute of an
+    /// auction is valued at the price of the auction's deals, another one at the last live price
+    /// of the minute, or at the newest of these of a minute before; when no price was seen by
+    /// then, at the mean price of the newest minute with own deals. A bar that comes later, also
+    /// hours after the close, takes the place of such a price. Live prices are not kept over a
+    /// restart; the bars are asked for again.
     ///
     /// The minutes come from the deals' times as of the last run of the period
     /// calculation (10 s), also for client type 3. The last point is the present: the
     /// effective figures at the newest price. It equals the strategy's live profit at
-    /// that price to the bit, and has the deals whose time cannot be read. Empty before
-    /// the period calculation has run on the day.
+    /// that price to the bit, and has the deals whose time cannot be read. When the account is
+    /// loaded again, and when the trade date is announced once more, the minutes stay as they were
+    /// until the next run. Empty before the period calculation has run on the day.
     std::map<int, PeriodPoint> getPeriodCurve(const std::string& accountKey,
                                               const std::string& strategy) const;
 
@@ -654,6 +661,8 @@ protected:
     RoomPtr<ImportState> makeImportState();
     /// At a new trade date: drops what was kept of the old one.
     void newStatsDay() LINKAGE_REQUIRES(m_mutex);
+    /// A live price, as it comes: the curves keep it for its minute.
+    void notePriceNow(const std::string& stockKey, double price) LINKAGE_REQUIRES(m_mutex);
     void newBalanceDay() LINKAGE_REQUIRES(m_mutex);
     /// startGuard() makes the guarded balances, the others pass news to them. Call noteOrder()
     /// and noteDeal() only with the guard.
