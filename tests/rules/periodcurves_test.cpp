@@ -253,26 +253,19 @@ TEST(PeriodMinutes, CountAsADayOfTrading) {
 
 TEST(LivePrices, BelongToTheMinuteWhoseTradesTheyTell) {
     constexpr std::int64_t MIDNIGHT = 1'704'124'800;  // of 2024-01-02 in Shanghai
-    const std::tuple<const char*, std::int64_t, int> cases[] = {
-        {"the evening before", -3600, 0},
-        {"may still change", 9 * 3600 + 24 * 60, 0},
-        {"auction", 9 * 3600 + 25 * 60, 565},
-        {"before the opening", 9 * 3600 + 30 * 60, 565},
-        {"opened", 9 * 3600 + 1801, 571},
-        {"end of its minute", 9 * 3600 + 1860, 571},
-        {"pause", 12 * 3600, 690},
-        {"afternoon", 13 * 3600 + 1, 781},
-        {"after the close", 16 * 3600, 900},
-        {"the next day", 86'400 + 10 * 3600, 0},
-    };
-    for (const auto& [name, second, minute] : cases) {
+    // Second of the day and minute: the evening before, an auction that may still change, the
+    // auction, before the opening, opened, a minute's end, pause, afternoon, closed, the next day.
+    const std::pair<std::int64_t, int> cases[] = {
+        {-3600, 0},   {33840, 0},   {33900, 565}, {34200, 565}, {34201, 571},
+        {34260, 571}, {43200, 690}, {46801, 781}, {57600, 900}, {122400, 0}};
+    for (const auto& [second, minute] : cases) {
         CCurveData curves;
         curves.newDay("20240102");
         curves.notePrice("s", 0.0, (MIDNIGHT + second) * 1'000'000);
         EXPECT_EQ(curves.findSeen("s"), nullptr) << "no price";
         curves.notePrice("s", 10.0, (MIDNIGHT + second) * 1'000'000 + 999'999);
         const auto* const seen = curves.findSeen("s");
-        EXPECT_EQ(seen ? seen->begin()->first : 0, minute) << name;
+        EXPECT_EQ(seen ? seen->begin()->first : 0, minute) << second;
         curves.newDay("20240102");
         EXPECT_EQ(curves.findSeen("s"), seen) << "the same day";
         curves.newDay("20240103");
