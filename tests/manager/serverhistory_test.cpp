@@ -135,7 +135,7 @@ TEST_F(ServerHistory, ARepeatedQueryReplacesWhatTheServerFiledAndNothingElse) {
 // Each row is the server's or the calendar's fault with one day; the days around it are asked
 // for all the same.
 TEST_F(ServerHistory, GoesOnAfterADayThatFailed) {
-    using enum EState;
+    using enum HistoryDay::EState;
     const std::string day = "20240103";
     const struct {
         const char* name;
@@ -207,7 +207,7 @@ struct SlowServer : TC::CTradeClient {
 };
 
 TEST_F(ServerHistory, OfTwoQuestionsForADayTheNewerOneCounts) {
-    using enum EState;
+    using enum HistoryDay::EState;
     const auto slow = boost::make_shared<SlowServer>();
     utils::CManualSingletonT<TC::CTradeClient>::install(slow);
     const auto answer = [&](std::size_t question, std::uint64_t key) {

@@ -321,6 +321,7 @@ TEST(MinuteBars, AreAskedForWhenAMinuteHasEndedAndAgainWhileAnyIsMissing) {
     EXPECT_TRUE(curves.addBars(stock, 1440, {{899, 10.0}}));
     EXPECT_TRUE(asked(1440, 900, second + 60)) << "more may be there now";
     std::vector<CMinuteBar> all;
+    all.reserve(330);
     for (int minute = 571; minute <= 900; ++minute) all.push_back({minute, 10.0});
     curves.addBars(stock, 1440, all);
     EXPECT_FALSE(asked(1440, 900, 2 * second)) << "complete";
