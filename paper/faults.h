@@ -18,7 +18,7 @@ namespace paper {
 /// FeeLimits: getFeeLimits. Quote: getStockPrice, request. Instrument: getInstrumentDetail.
 /// AccountData: getAllAccountData, getAccountData, getGlobalAccountData, and getVector of an
 /// account. CommandCenter: createCommand, operateServerTask. TradeClient: cancelOrder. History:
-/// queryHistoryOrders, queryHistoryDeals, queryMinuteBars. Calendar: lastTradeDate.
+/// queryHistoryOrders, queryHistoryDeals, queryMinuteBars. Calendar: lastTradeDate, isTradingDay.
 enum class EService {
     FeeLimits,
     Quote,

@@ -69,6 +69,7 @@ struct CPaperClient::Services {
     std::shared_ptr<CInstruments> instruments;
     boost::shared_ptr<CQuotes> quotes;
     boost::shared_ptr<CUserSettings> userSettings;
+    boost::shared_ptr<CPaperCalendar> calendar;
     std::shared_ptr<CExchange> exchange;  ///< empty when orders are recorded only
     std::shared_ptr<CTaskCenter> taskCenter;
     boost::shared_ptr<CPaperTradeClient> tradeClient;
@@ -85,6 +86,7 @@ CPaperClient::Services::Services(boost::asio::io_service& service, const ClientC
       instruments(std::make_shared<CInstruments>()),
       quotes(boost::make_shared<CQuotes>(service, faults)),
       userSettings(boost::make_shared<CUserSettings>(config)),
+      calendar(boost::make_shared<CPaperCalendar>(dataCenter, faults)),
       proxy(boost::make_shared<TC::CProxyClient>()),
       exchangeClient(boost::make_shared<TC::CExchangeClient>()) {
     if (config.executes) {
@@ -113,8 +115,7 @@ void CPaperClient::Services::install(boost::asio::io_service& service, const Cli
     CSingletonT<TC::CTimeService>::install(boost::make_shared<CPaperTimeService>());
     CSingletonT<TC::IDataDirectory>::install(
         boost::make_shared<CPaperDataDirectory>(config.dataDir));
-    CSingletonT<marlo::IMarketCalendar>::install(
-        boost::make_shared<CPaperCalendar>(dataCenter, faults));
+    CSingletonT<marlo::IMarketCalendar>::install(calendar);
     CSingletonT<ConfigCollector>::install(
         boost::make_shared<CPaperConfigCollector>(config.registRules));
     CSingletonT<TC::CStockManager>::install(
@@ -217,6 +218,10 @@ void CPaperClient::setPrice(const std::string& stockKey, boost::shared_ptr<CPric
 void CPaperClient::setBars(const std::string& stockKey, const std::string& day,
                            const std::vector<TC::CMinuteBar>& bars) {
     m_pServices->quotes->setBars(stockKey, day, bars);
+}
+
+void CPaperClient::setTradingDay(const std::string& day, bool trades) {
+    m_pServices->calendar->setTradingDay(day, trades);
 }
 
 void CPaperClient::setServerHistory(const std::string& accountKey, const std::string& day,

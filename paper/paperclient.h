@@ -69,6 +69,8 @@ public:
     // the trading server's past
     void setServerHistory(const std::string& accountKey, const std::string& day,
                           const ServerDay& history);
+    /// What the markets' calendar knows of a day; of other days it knows nothing.
+    void setTradingDay(const std::string& day, bool trades);
 
     // announcements
     void newTradingDate(const std::string& date, const std::string& signalDate);

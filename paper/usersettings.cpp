@@ -51,4 +51,16 @@ std::int64_t CPaperCalendar::lastTradeDate(const std::string&) const {
     return midnight.isValid() ? midnight.toMSecsSinceEpoch() : 0;
 }
 
+std::optional<bool> CPaperCalendar::isTradingDay(const std::string&, const std::string& day) const {
+    if (m_pFaults->nothing(EService::Calendar)) return std::nullopt;
+    const std::lock_guard lock(m_daysMutex);
+    const auto at = m_days.find(day);
+    return at == m_days.end() ? std::nullopt : std::optional(at->second);
+}
+
+void CPaperCalendar::setTradingDay(const std::string& day, bool trades) {
+    const std::lock_guard lock(m_daysMutex);
+    m_days[day] = trades;
+}
+
 }  // namespace paper

@@ -7,8 +7,11 @@
 
 #include <atomic>
 #include <deque>
+#include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <string>
 
 namespace paper {
 
@@ -79,10 +82,16 @@ public:
     CPaperCalendar(std::shared_ptr<const CDataCenter> dataCenter, std::shared_ptr<CFaults> faults)
         : m_pDataCenter(std::move(dataCenter)), m_pFaults(std::move(faults)) {}
     std::int64_t lastTradeDate(const std::string& market) const override;
+    /// Only days that setTradingDay() has told are known.
+    std::optional<bool> isTradingDay(const std::string& market,
+                                     const std::string& day) const override;
+    void setTradingDay(const std::string& day, bool trades);
 
 private:
     const std::shared_ptr<const CDataCenter> m_pDataCenter;
     const std::shared_ptr<CFaults> m_pFaults;
+    mutable std::mutex m_daysMutex;
+    std::map<std::string, bool> m_days;
 };
 
 }  // namespace paper

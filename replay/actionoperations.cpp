@@ -20,6 +20,14 @@ constexpr Operation pairOperation(std::string_view name) {
             }};
 }
 
+/// The numbers of requests are not part of the format.
+template <auto MEMBER>
+void requestHistory(Call& call) {
+    (call.manager.*MEMBER)(std::string(call.arg(0).text()), std::string(call.arg(1).text()),
+                           std::string(call.arg(2).text()));
+    call.result.null();
+}
+
 void historyBalance(Call& call) {
     TC::TradeStatData record;
     if (call.manager.historyBalance(std::string(call.arg(0).text()), record)) {
@@ -138,8 +146,8 @@ constexpr Operation OPERATIONS[] = {
     operation<&Manager::startBalanceCalculator>("startBalanceCalculator"),
     operation<&Manager::stopBalanceCalculator>("stopBalanceCalculator"),
 
-    operation<&Manager::requestAccountDeals>("requestAccountDeals"),
-    operation<&Manager::requestAccountOrders>("requestAccountOrders"),
+    {"requestAccountDeals", 3, requestHistory<&Manager::requestAccountDeals>},
+    {"requestAccountOrders", 3, requestHistory<&Manager::requestAccountOrders>},
     {"importData", 1, importData},
     {"importPreview", 1, importPreview},
     operation<&Manager::undoImport>("undoImport"),

@@ -89,6 +89,7 @@ struct EventReader {
             to.roundSeconds = seconds->whole<int>(1, Options::LONGEST_ROUND);
         }
         to.keepBalanceTimes = in.flag("keepBalanceTimes", to.keepBalanceTimes);
+        to.filedTotals = in.flag("filedTotals", to.filedTotals);
     }
 
     static Event config(EventReader&, const CFields& in) {

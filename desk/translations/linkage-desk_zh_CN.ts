@@ -475,16 +475,12 @@
         <translation>成交数量</translation>
     </message>
     <message>
-        <source>no price</source>
-        <translation>没有价格</translation>
+        <source>amount</source>
+        <translation>金额</translation>
     </message>
     <message>
-        <source>no volume</source>
-        <translation>没有数量</translation>
-    </message>
-    <message>
-        <source>no traded volume</source>
-        <translation>没有成交数量</translation>
+        <source>no %1</source>
+        <translation>没有%1</translation>
     </message>
     <message>
         <source>no code</source>
@@ -533,6 +529,10 @@
     <message>
         <source>not a date: %1</source>
         <translation>不是日期：%1</translation>
+    </message>
+    <message>
+        <source>not a time: %1</source>
+        <translation>不是时间：%1</translation>
     </message>
     <message>
         <source>not a deal: %1</source>

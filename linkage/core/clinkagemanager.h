@@ -63,6 +63,7 @@ class CServerHistory;
 enum class ELoadCause;
 struct AccountLoad;
 struct BalancePlan;
+struct DayTotals;
 struct DealChange;
 struct DealReport;
 struct EngineState;
@@ -72,7 +73,10 @@ struct BalanceState;
 struct BalanceRecord;
 struct GuardPair;
 enum class EBalanceForm;
+enum class EHistoryRecords;
+struct HistoryDay;
 struct HistoryQuery;
+struct HistoryRequest;
 struct CMinuteBar;
 struct HistoryState;
 struct ImportReport;
@@ -164,14 +168,21 @@ public:
     /// The profit and balance curve of one strategy of one account over the day: minute
     /// of the day to the figures at the end of that minute, summed over its stocks; the
     /// strategy "" is the account as a whole. From the first deal to the running minute;
-    /// none in the midday pause. Closed minutes are valued at their close; minutes
-    /// without a bar at the close before, the first ones at yesterday's.
+    /// none in the midday pause.
+    ///
+    /// Closed minutes are valued at the close of their bar. While there is none, a minute of an
+    /// auction is valued at the price of the auction's deals, another one at the last live price
+    /// of the minute, or at the newest of these of a minute before; when no price was seen by
+    /// then, at the mean price of the newest minute with own deals. A bar that comes later, also
+    /// hours after the close, takes the place of such a price. Live prices are not kept over a
+    /// restart; the bars are asked for again.
     ///
     /// The minutes come from the deals' times as of the last run of the period
     /// calculation (10 s), also for client type 3. The last point is the present: the
     /// effective figures at the newest price. It equals the strategy's live profit at
-    /// that price to the bit, and has the deals whose time cannot be read. Empty before
-    /// the period calculation has run on the day.
+    /// that price to the bit, and has the deals whose time cannot be read. When the account is
+    /// loaded again, and when the trade date is announced once more, the minutes stay as they were
+    /// until the next run. Empty before the period calculation has run on the day.
     std::map<int, PeriodPoint> getPeriodCurve(const std::string& accountKey,
                                               const std::string& strategy) const;
 
@@ -219,7 +230,13 @@ public:
     getTaskDetails(const std::string& stockKey, const std::set<std::string>& accountKeys) const;
 
     /// Bought and sold volume (shares) or amount (yuan) of the given accounts in one
-    /// stock on one day, from the deals.
+    /// stock on one day: of the deals that the data center reported to this manager, each as
+    /// it was first reported, those that balance history included. Not of deals of a past day
+    /// that the trading server answered or a statement brought, and not of days before the
+    /// manager was made.
+    ///
+    /// With LinkageOptions::filedTotals those of a past day are of all deals that getDealDetails
+    /// has of it, as they stand now.
     std::pair<int, int> getBuySellVolumes(int day, const std::string& stockKey,
                                           const std::set<std::string>& accountKeys) const;
     std::pair<double, double> getBuySellAmounts(int day, const std::string& stockKey,
@@ -422,14 +439,27 @@ public:
     // linkage/store/serverhistory.cpp, linkage/store/importrecords.cpp
 
     /// Ask the trading server for an account's deals, or orders, of some past days
-    /// ("yyyyMMdd", first and last), one after another. sigHistoryDealsDone or
-    /// sigHistoryOrdersDone ends each day that was asked for, whether it was answered,
-    /// refused or lost. A day that is refused, or not answered within 10 s, ends the whole
-    /// request with a log line: the days after it are not asked for.
-    void requestAccountDeals(const std::string& accountKey, const std::string& firstDay,
-                             const std::string& lastDay);
-    void requestAccountOrders(const std::string& accountKey, const std::string& firstDay,
-                              const std::string& lastDay);
+    /// ("yyyyMMdd", first and last), one after another; give the number of the request, 0
+    /// before init(). sigHistoryDealsDone or sigHistoryOrdersDone ends each day, whether it was
+    /// answered, refused or lost; getHistoryDay then tells which. A day that is refused, or not
+    /// answered within 10 s, is a line in the log, and the next day is asked for. A day that the
+    /// client's calendar knows as a day without trading (marlo::IMarketCalendar) is ended without
+    /// asking. A range that cannot be asked for is ended with the signal of its first day. Of two
+    /// questions for one day the newer one counts.
+    std::uint64_t requestAccountDeals(const std::string& accountKey, const std::string& firstDay,
+                                      const std::string& lastDay);
+    std::uint64_t requestAccountOrders(const std::string& accountKey, const std::string& firstDay,
+                                       const std::string& lastDay);
+
+    /// What became of a day (local midnight in seconds since the epoch) of an account when it was
+    /// asked for last; nothing when it never was. It stands before the day's signal is raised,
+    /// and stays over a rollover, not over a restart. See linkage/store/historyrequest.h.
+    std::optional<HistoryDay> getHistoryDay(EHistoryRecords records, const std::string& accountKey,
+                                            int day) const;
+
+    /// The requests since init() and how far they have come, oldest first; of those that are over
+    /// the newest 1,000.
+    std::vector<HistoryRequest> getHistoryRequests() const;
 
     /// What is filed of an account under a day, by record key.
     std::map<unsigned long long, boost::shared_ptr<vexservice::CDealDetail>> getAccountDeals(
@@ -573,6 +603,10 @@ protected:
     void onPriceData(const std::string& stockKey,
                      const boost::shared_ptr<vexservice::CPriceData>& price);
 
+    // queries: linkage/stats/queries.cpp
+    DayTotals dayTotals(int day, const std::string& stockKey, const std::string& accountKey) const
+        LINKAGE_REQUIRES(m_mutex);
+
     // position merging: linkage/stats/positionmerge.cpp
     /// The position that this report is part of, merged from all its reports; empty for
     /// stocks that are not held. A report without account info is returned as it is.
@@ -627,6 +661,8 @@ protected:
     RoomPtr<ImportState> makeImportState();
     /// At a new trade date: drops what was kept of the old one.
     void newStatsDay() LINKAGE_REQUIRES(m_mutex);
+    /// A live price, as it comes: the curves keep it for its minute.
+    void notePriceNow(const std::string& stockKey, double price) LINKAGE_REQUIRES(m_mutex);
     void newBalanceDay() LINKAGE_REQUIRES(m_mutex);
     /// startGuard() makes the guarded balances, the others pass news to them. Call noteOrder()
     /// and noteDeal() only with the guard.
@@ -680,18 +716,20 @@ protected:
     /// there before.
     void doHistoryDeal(const DealReport& report, const DealChange& change)
         LINKAGE_REQUIRES(m_mutex);
-    void startHistoryQuery(HistoryQuery query, const std::string& lastDay);
-    void askHistoryDay(const HistoryQuery& query);
-    void onQueryHistoryDeal(std::uint64_t number, const utils::VexError& error,
+    std::uint64_t requestHistory(const HistoryRequest& request);
+    void startHistoryQuery(HistoryQuery query);
+    void askHistoryDay(HistoryQuery query);
+    void sendHistoryQuestion(const HistoryQuery& query);
+    void onQueryHistoryDeal(std::uint64_t question, const utils::VexError& error,
                             const std::vector<boost::shared_ptr<vexservice::CDealDetail>>& deals);
     void onQueryHistoryOrder(
-        std::uint64_t number, const utils::VexError& error,
+        std::uint64_t question, const utils::VexError& error,
         const std::vector<boost::shared_ptr<vexservice::COrderDetail>>& orders);
     template <class Record>
-    void takeHistoryAnswer(std::uint64_t number, const utils::VexError& error,
+    void takeHistoryAnswer(std::uint64_t question, const utils::VexError& error,
                            const std::vector<boost::shared_ptr<Record>>& records);
-    void giveHistoryDayUp(std::uint64_t number);
-    void endHistoryDay(HistoryQuery query, const std::string& fault);
+    void giveHistoryDayUp(std::uint64_t question, const char* fault);
+    void endHistoryDay(HistoryQuery query, const HistoryDay& result);
 
     // import: linkage/store/importrecords.cpp
     /// Files one imported record; no figure changes. True when it was not there before.

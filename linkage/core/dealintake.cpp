@@ -119,6 +119,10 @@ void CLinkageManager::followPrice(const DealReport& report) {
         utils::CManualSingletonT<CQuoteClient>::instance()->getStockPrice(stock.quoteKey);
     if (price && price->hasLastPrice()) {
         m_pLedger->setLatestPrice(report.stock, price->m_dLastPrice);
+        // The subscription tells all prices that follow.
+        if (stock.requestEpoch != m_pQuotes->requestEpoch()) {
+            notePriceNow(stock.key, price->m_dLastPrice);
+        }
     }
     if (stock.requestEpoch != m_pQuotes->requestEpoch() && requestPrice(stock.key)) {
         stock.requestEpoch = m_pQuotes->requestEpoch();

@@ -90,6 +90,8 @@ void CLinkageManager::init() {
         if (!attempt("CLinkageManager::init", ask)) m_pTradeDate->set(lastTradeDateOfShanghai());
     }
 
+    newStatsDay();
+
     connect(getProxyClient(), &CProxyClient::sig_loginStatus, this,
             &CLinkageManager::slotProxyLoginStatus);
     connect(utils::CManualSingletonT<CTradeClient>::instance(), &CTradeClient::sigInitedAccountData,

@@ -24,6 +24,10 @@ struct LinkageOptions {
     /// of their own. The other files keep their content.
     bool keepBalanceTimes = false;
 
+    /// getBuySellVolumes and getBuySellAmounts of a past day are those of all deals that are
+    /// filed under it: reported, answered by the trading server, or imported.
+    bool filedTotals = false;
+
     static constexpr int MOST_ROUNDS = 100;
     static constexpr int LONGEST_ROUND = 24 * 60 * 60;
 };

@@ -38,6 +38,7 @@ void CLinkageManager::onPriceData(const std::string& stockKey,
     }
     const CLock lock(m_mutex);
     m_pLedger->setLatestPrice(stockKey, price->m_dLastPrice);
+    notePriceNow(stockKey, price->m_dLastPrice);
     m_pQuotes->setHistoryPrice(stockKey, price->m_dLastPrice);
 }
 

@@ -104,8 +104,12 @@ public:
                                       const std::set<std::string>& accountKeys) const;
     ByText<ByRecord<DealPtr>> deals(int day, const std::string& stockKey,
                                     const std::set<std::string>& accountKeys) const;
-    /// What an account's deals of a stock under a day add up to.
+    /// What an account's deals of a stock under a day add up to: of those that were reported,
+    /// each as it was first reported.
     DayTotals dayTotals(int day, const std::string& stockKey, const std::string& accountKey) const;
+    /// The same of all that are filed under the day, as they stand, in the order of their keys.
+    DayTotals filedTotals(int day, const std::string& stockKey,
+                          const std::string& accountKey) const;
 
     /// The stocks that have orders or deals under a day. Also makes the day's entries in both
     /// containers.

@@ -142,10 +142,7 @@ void CLedger::countDay(const DealStep& step) {
         cell.hasTotals = true;
         m_days[cell.day].totals.insert(cell.stock);
     }
-    DayTotals& totals = cell.totals;
-    std::int32_t& volume = step.buys ? totals.boughtVolume : totals.soldVolume;
-    volume = wrapAdd(volume, step.deal->m_nVolume);
-    (step.buys ? totals.boughtAmount : totals.soldAmount) += step.deal->m_dAmount;
+    cell.totals.add(*step.deal, step.buys);
 }
 
 void CLedger::countMinute(const DealStep& step) {

@@ -82,6 +82,19 @@ DayTotals CLedger::dayTotals(int day, const std::string& stockKey,
     return cell ? cell->totals : DayTotals();
 }
 
+DayTotals CLedger::filedTotals(int day, const std::string& stockKey,
+                               const std::string& accountKey) const {
+    DayTotals totals;
+    const Cell* const cell = findCell(day, stockKey, accountKey);
+    if (!cell) return totals;
+    ByRecord<DealPtr> filed;
+    fillRecords(m_deals, cell->firstDeal, filed);
+    for (const auto& [key, deal] : filed) {
+        totals.add(*deal, vexservice::isBuyByDirection(deal->m_eDirection, deal->m_eOffsetFlag));
+    }
+    return totals;
+}
+
 ByText<ByRecord<OrderPtr>> CLedger::orders(int day, const std::string& stockKey,
                                            const std::set<std::string>& accountKeys) const {
     ByText<ByRecord<OrderPtr>> result;

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "linkage/ledger/ledgerstate.h"
+#include "linkage/ledger/volume.h"
+#include "platform/records/dealdetail.h"
 #include "platform/records/ratelimit.h"
 
 #include <QString>
@@ -85,6 +87,12 @@ struct DayTotals {
     std::int32_t soldVolume = 0;
     double boughtAmount = 0.0;
     double soldAmount = 0.0;
+
+    void add(const vexservice::CDealDetail& deal, bool buys) {
+        std::int32_t& volume = buys ? boughtVolume : soldVolume;
+        volume = wrapAdd(volume, deal.m_nVolume);
+        (buys ? boughtAmount : soldAmount) += deal.m_dAmount;
+    }
 };
 
 }  // namespace TC

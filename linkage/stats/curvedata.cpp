@@ -1,5 +1,9 @@
 #include "linkage/stats/curvedata.h"
 
+#include "linkage/ledger/attribution.h"
+#include "linkage/ledger/daykey.h"
+
+#include <algorithm>
 #include <cmath>
 
 namespace TC {
@@ -7,25 +11,90 @@ namespace TC {
 namespace {
 
 constexpr std::int64_t ASK_AGAIN_MICROS = 60'000'000;
+constexpr std::int64_t ASK_RARELY_MICROS = 3'600'000'000;
 
-/// Half an hour after the close the exchange's bars are complete, late ones included: a minute
-/// that is missing in an answer from then on (a halted or idle stock) will never come.
+/// Half an hour after the close most services have all bars of the exchange. A minute that is
+/// still missing is one without trading (a halted or idle stock), or the service is late.
 constexpr int FINAL_MINUTE = LAST_MINUTE + 30;
+
+bool isPrice(double price) { return std::isfinite(price) && price > 0.0; }
+
+/// Prices have at most four decimals; a mean of equal prices must be that price.
+double roundedPrice(double price) { return std::round(price * 1e4) / 1e4; }
 
 }  // namespace
 
-void CCurveData::newDay() {
+void CCurveData::newDay(const std::string& date) {
+    if (date == m_strDate) return;
+    m_strDate = date;
+    m_nMidnight = dayKey(date);
     m_bars.clear();
+    m_seen.clear();
     m_totals.clear();
+    m_suspects.clear();
     m_bRunToday = false;
 }
 
-void CCurveData::forgetAccount(const std::string& accountKey) { m_totals.erase(accountKey); }
+std::set<CCurveData::AccountStock> CCurveData::takeSuspects() {
+    std::set<AccountStock> taken;
+    for (const std::string& account : m_suspects) {
+        const auto stocks = m_totals.find(account);
+        if (stocks == m_totals.end()) continue;
+        for (const auto& [stock, totals] : stocks->second) taken.emplace(account, stock);
+    }
+    m_suspects.clear();
+    return taken;
+}
 
 CCurveData::ByStrategy& CCurveData::totalsOf(const std::string& accountKey,
                                              const std::string& stockKey) {
     m_bars.try_emplace(stockKey);
     return m_totals[accountKey][stockKey];
+}
+
+void CCurveData::renewTraded(const std::string& stockKey) {
+    const auto followed = m_bars.find(stockKey);
+    if (followed == m_bars.end()) return;
+    std::map<int, LinkagePeriodTradeData> sums;
+    for (const auto& [account, stocks] : m_totals) {
+        const PeriodTotals* const totals = findTotals(account, stockKey, WHOLE_ACCOUNT);
+        if (!totals) continue;
+        LinkagePeriodTradeData before;
+        for (const auto& [minute, total] : *totals) {
+            LinkagePeriodTradeData& sum = sums[minute];
+            sum.m_nBuyVolume += total.m_nBuyVolume - before.m_nBuyVolume;
+            sum.m_nSellVolume += total.m_nSellVolume - before.m_nSellVolume;
+            sum.m_dBuyAmount += total.m_dBuyAmount - before.m_dBuyAmount;
+            sum.m_dSellAmount += total.m_dSellAmount - before.m_dSellAmount;
+            before = total;
+        }
+    }
+    Closes& traded = followed->second.traded;
+    traded.clear();
+    for (const auto& [minute, sum] : sums) {
+        const double volume = static_cast<double>(sum.m_nBuyVolume + sum.m_nSellVolume);
+        const double price = roundedPrice((sum.m_dBuyAmount + sum.m_dSellAmount) / volume);
+        if (isPrice(price)) traded.emplace_hint(traded.end(), minute, price);
+    }
+}
+
+void CCurveData::notePrice(const std::string& stockKey, double price, std::int64_t nowMicros) {
+    constexpr std::int64_t DAY_SECONDS = 86'400;
+    if (!isPrice(price)) return;
+    const std::int64_t second = nowMicros / 1'000'000 - m_nMidnight;
+    if (second < 0 || second >= DAY_SECONDS) return;
+    const int minute = priceMinute(static_cast<int>((second + 59) / 60));
+    if (minute > 0) m_seen[stockKey][minute] = price;
+}
+
+const CCurveData::Closes* CCurveData::findSeen(const std::string& stockKey) const {
+    const auto seen = m_seen.find(stockKey);
+    return seen == m_seen.end() ? nullptr : &seen->second;
+}
+
+const CCurveData::Closes* CCurveData::findTraded(const std::string& stockKey) const {
+    const auto bars = m_bars.find(stockKey);
+    return bars == m_bars.end() ? nullptr : &bars->second.traded;
 }
 
 const PeriodTotals* CCurveData::findTotals(const std::string& accountKey,
@@ -41,10 +110,10 @@ const PeriodTotals* CCurveData::findTotals(const std::string& accountKey,
 
 bool CCurveData::isDue(const Bars& bars, const DayMoment& moment, std::int64_t nowMicros) {
     const int newest = tradingMinuteAt(moment.finished);
-    if (newest == 0 || bars.answered >= FINAL_MINUTE) return false;
+    if (newest == 0) return false;
     if (bars.tradingMinutes >= countTradingMinutes(newest)) return false;
     if (bars.askedFinished < newest && bars.closes.count(newest) == 0) return true;
-    return nowMicros - bars.askedMicros >= ASK_AGAIN_MICROS;
+    return nowMicros - bars.askedMicros >= bars.waitMicros;
 }
 
 std::vector<std::string> CCurveData::takeDueStocks(const DayMoment& moment,
@@ -54,6 +123,10 @@ std::vector<std::string> CCurveData::takeDueStocks(const DayMoment& moment,
         if (!isDue(bars, moment, nowMicros)) continue;
         bars.askedFinished = moment.finished;
         bars.askedMicros = nowMicros;
+        bars.waitMicros =
+            moment.finished < FINAL_MINUTE
+                ? ASK_AGAIN_MICROS
+                : std::clamp(2 * bars.waitMicros, ASK_AGAIN_MICROS, ASK_RARELY_MICROS);
         due.push_back(stock);
     }
     return due;
@@ -68,12 +141,11 @@ bool CCurveData::addBars(const std::string& stockKey, int finished,
     if (newest) held.answered = finished;
     bool changed = false;
     for (const CMinuteBar& bar : bars) {
-        if (bar.m_nMinute > finished || !std::isfinite(bar.m_dClose) || !(bar.m_dClose > 0.0)) {
-            continue;
-        }
+        if (bar.m_nMinute > finished || !isPrice(bar.m_dClose)) continue;
         const auto [at, isNew] = held.closes.try_emplace(bar.m_nMinute, bar.m_dClose);
         if (isNew) {
             held.tradingMinutes += isTradingMinute(bar.m_nMinute);
+            held.waitMicros = ASK_AGAIN_MICROS;
             changed = true;
         } else if (newest && at->second != bar.m_dClose) {
             at->second = bar.m_dClose;

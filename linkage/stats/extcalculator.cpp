@@ -32,15 +32,21 @@ void addMinutes(const CLedger& ledger, const Figures& figures, Minutes& minutes)
 void CLinkageManager::runExtCalculator() {
     const CLock lock(m_mutex);
     if (!m_bInited || !m_pCurveData->isWanted()) return;
-    // renewCloseValues() renews a stock for all its accounts, so one call for each stock is
-    // enough.
-    std::set<std::string> renewed;
     m_pCurveData->noteRun();
+    std::set<CCurveData::AccountStock> due = m_pCurveData->takeSuspects();
     for (const auto& [account, stocks] : m_pQuotes->takeMarkers()) {
-        for (const std::string& stock : stocks) renewPeriodTotals(account, stock);
-        renewed.insert(stocks.begin(), stocks.end());
+        for (const std::string& stock : stocks) due.emplace(account, stock);
     }
-    for (const std::string& stock : renewed) renewCloseValues(stock);
+    // What follows renews a stock for all its accounts, so one call for each stock is enough.
+    std::set<std::string> renewed;
+    for (const auto& [account, stock] : due) {
+        renewPeriodTotals(account, stock);
+        renewed.insert(stock);
+    }
+    for (const std::string& stock : renewed) {
+        m_pCurveData->renewTraded(stock);
+        renewCloseValues(stock);
+    }
     requestQuote();
 
     // After switching off and on again, the timer of the earlier run may still be waiting.
@@ -54,6 +60,7 @@ void CLinkageManager::runExtCalculator() {
 void CLinkageManager::renewPeriodTotals(const std::string& accountKey,
                                         const std::string& stockKey) {
     CCurveData::ByStrategy& totals = m_pCurveData->totalsOf(accountKey, stockKey);
+    totals.clear();
     // Deals without strategy stand under "" in the ledger; here "" is the account as a
     // whole, as in every other figure.
     Minutes wide;
@@ -111,6 +118,8 @@ std::map<int, PeriodPoint> CLinkageManager::getPeriodCurve(const std::string& ac
         CurveStock& stock = stocks.emplace_back();
         stock.totals = m_pCurveData->findTotals(accountKey, key, strategy);
         stock.closes = m_pCurveData->findCloses(key);
+        stock.seen = m_pCurveData->findSeen(key);
+        stock.traded = m_pCurveData->findTraded(key);
         stock.rule = valueRule(key);
         stock.latest = m_pLedger->lastPrice(key);
         stock.figures = effectiveFigures(*record, m_bClientType3);

@@ -20,6 +20,11 @@ int tradingMinuteAt(int minute) {
     return isPauseMinute(minute) ? NOON_MINUTE : std::min(minute, LAST_MINUTE);
 }
 
+int priceMinute(int minute) {
+    if (minute < AUCTION_MINUTE) return 0;
+    return minute < FIRST_MINUTE ? AUCTION_MINUTE : tradingMinuteAt(minute);
+}
+
 int countTradingMinutes(int minute) {
     const int last = tradingMinuteAt(minute);
     if (last == 0) return 0;
@@ -76,12 +81,43 @@ std::vector<int> curveMinutes(const std::vector<CurveStock>& stocks, int running
     return {minutes.begin(), minutes.end()};
 }
 
+/// Finds the newest price of a list at or before minutes that come in their order.
+class CNewestPrice {
+public:
+    using Prices = std::map<int, double>;
+
+    explicit CNewestPrice(const Prices* prices, bool auctionsOnly = false)
+        : m_bAuctionsOnly(auctionsOnly) {
+        if (!prices) return;
+        m_next = prices->begin();
+        m_end = prices->end();
+    }
+
+    /// Null when the list begins later.
+    const Prices::value_type* at(int minute) {
+        for (; m_next != m_end && m_next->first <= minute; ++m_next) {
+            if (!m_bAuctionsOnly || isAuctionMinute(m_next->first)) m_pFound = &*m_next;
+        }
+        return m_pFound;
+    }
+
+private:
+    const bool m_bAuctionsOnly;
+    Prices::const_iterator m_next;
+    Prices::const_iterator m_end;
+    const Prices::value_type* m_pFound = nullptr;
+};
+
 /// Walks one stock through the minutes of a curve, in their order.
 class CStockWalk {
 public:
     explicit CStockWalk(const CurveStock& stock)
-        : m_stock(stock), m_bValued(hasCloses(stock) || stock.latest) {
-        if (hasCloses(stock)) m_nextClose = stock.closes->begin();
+        : m_stock(stock),
+          m_bValued(hasCloses(stock) || stock.latest),
+          m_closes(stock.closes),
+          m_auctions(stock.traded, true),
+          m_seen(stock.seen),
+          m_traded(stock.traded) {
         if (m_bValued) setPrice(openingPrice());
     }
 
@@ -89,7 +125,7 @@ public:
         if (!hasTotals(m_stock)) return;
         const LinkagePeriodTradeData* const total = findPrevExtData(*m_stock.totals, minute);
         if (!total) return;
-        moveToClose(minute);
+        moveTo(minute);
         addFigures(*total, point);
     }
 
@@ -98,7 +134,7 @@ public:
         if (m_stock.latest) {
             setPrice(*m_stock.latest);
         } else {
-            moveToClose(minute);
+            moveTo(minute);
         }
         addFigures(
             {now.buyVolume, now.sellVolume, now.buyAmount, now.sellAmount, m_stock.commission},
@@ -111,12 +147,15 @@ private:
         return hasCloses(m_stock) ? m_stock.closes->begin()->second : *m_stock.latest;
     }
 
-    void moveToClose(int minute) {
-        if (!hasCloses(m_stock)) return;
-        for (; m_nextClose != m_stock.closes->end() && m_nextClose->first <= minute;
-             ++m_nextClose) {
-            if (m_nextClose->second != m_prices.price) setPrice(m_nextClose->second);
+    void moveTo(int minute) {
+        if (!m_bValued) return;
+        const CNewestPrice::Prices::value_type* newest = nullptr;
+        for (CNewestPrice* const prices : {&m_closes, &m_auctions, &m_seen}) {
+            const auto* const found = prices->at(minute);
+            if (found && (!newest || found->first > newest->first)) newest = found;
         }
+        if (!newest) newest = m_traded.at(minute);
+        if (newest && newest->second != m_prices.price) setPrice(newest->second);
     }
 
     void setPrice(double price) { m_prices = m_stock.rule.at(price); }
@@ -136,8 +175,11 @@ private:
 
     const CurveStock& m_stock;
     const bool m_bValued;
+    CNewestPrice m_closes;
+    CNewestPrice m_auctions;
+    CNewestPrice m_seen;
+    CNewestPrice m_traded;
     ValuePrices m_prices;
-    std::map<int, double>::const_iterator m_nextClose;
 };
 
 }  // namespace

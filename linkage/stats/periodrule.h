@@ -26,8 +26,21 @@ inline bool isTradingMinute(int minute) {
     return minute >= FIRST_MINUTE && minute <= LAST_MINUTE && !isPauseMinute(minute);
 }
 
+/// The opening auction ends at 9:25 with one price for all its deals; continuous trading begins
+/// at 9:30:00, which is minute 570. The closing auction ends at 15:00.
+inline constexpr int AUCTION_MINUTE = 565;
+inline constexpr int OPENING_MINUTE = 570;
+
+/// Whether deals of a minute are those of an auction.
+inline bool isAuctionMinute(int minute) { return minute < OPENING_MINUTE || minute >= LAST_MINUTE; }
+
 /// The newest trading minute at or before a minute; 0 before the first one.
 LINKAGE_EXPORT int tradingMinuteAt(int minute);
+
+/// The minute of which a live price, seen in a minute, is the price: in the pause and after the
+/// close that of the last trade, before 9:30 that of the opening auction. 0 before 9:25, when
+/// prices are yesterday's or of an auction that may still change.
+LINKAGE_EXPORT int priceMinute(int minute);
 
 /// How many trading minutes there are up to and including a minute.
 LINKAGE_EXPORT int countTradingMinutes(int minute);
@@ -59,6 +72,8 @@ LINKAGE_EXPORT PeriodTotals totalsOf(const std::map<int, LinkagePeriodTradeData>
 struct CurveStock {
     const PeriodTotals* totals = nullptr;           ///< null: no deal with a readable time
     const std::map<int, double>* closes = nullptr;  ///< of finished minutes; null: none
+    const std::map<int, double>* seen = nullptr;    ///< last live price of each minute
+    const std::map<int, double>* traded = nullptr;  ///< mean price of all own deals of a minute
     std::optional<double> latest;                   ///< newest price
     ValueRule rule;
 
@@ -72,10 +87,13 @@ struct CurveStock {
 /// deals outside trading hours, but none in the midday pause. The last point is the
 /// present: the stocks' figures as they stand, at the newest price; so it agrees with
 /// the live statistics, and deals that no minute knows (time not readable) count there.
-/// Every other point has the deals to the end of its minute, at the close of that minute;
-/// without one, at the close before; before the first, at yesterday's close, else at the
-/// first close of the day, else at the newest price. A stock without any close or price
-/// of today is not valued: its profit and position value are 0, as they are live.
+/// Every other point has the deals to the end of its minute, at the newest price that was known
+/// to hold by then: the close of the minute's bar; without one, the price of own auction deals;
+/// without these, the last live price; without any, the newest of these of a minute before.
+/// Where there is none yet, the minutes are valued at the mean price of the newest minute with
+/// deals; if that is not known either, at yesterday's close, else at the first close of the day,
+/// else at the newest price. A stock without any close or price of today is not valued: its
+/// profit and position value are 0, as they are live.
 LINKAGE_EXPORT std::map<int, PeriodPoint> periodCurve(const std::vector<CurveStock>& stocks,
                                                       int running);
 

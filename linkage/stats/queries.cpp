@@ -54,12 +54,19 @@ std::map<std::string, std::map<unsigned long long, TaskPtr>> CLinkageManager::ge
     return m_pLedger->tasks(stockKey, accountKeys);
 }
 
+DayTotals CLinkageManager::dayTotals(int day, const std::string& stockKey,
+                                     const std::string& accountKey) const {
+    const bool filed = m_options.filedTotals && day != dayKey(m_pTradeDate->get());
+    return filed ? m_pLedger->filedTotals(day, stockKey, accountKey)
+                 : m_pLedger->dayTotals(day, stockKey, accountKey);
+}
+
 std::pair<int, int> CLinkageManager::getBuySellVolumes(
     int day, const std::string& stockKey, const std::set<std::string>& accountKeys) const {
     const CLock lock(m_mutex);
     std::pair<int, int> sum{0, 0};
     for (const std::string& key : accountKeys) {
-        const DayTotals totals = m_pLedger->dayTotals(day, stockKey, key);
+        const DayTotals totals = dayTotals(day, stockKey, key);
         sum.first = wrapAdd(sum.first, totals.boughtVolume);
         sum.second = wrapAdd(sum.second, totals.soldVolume);
     }
@@ -71,7 +78,7 @@ std::pair<double, double> CLinkageManager::getBuySellAmounts(
     const CLock lock(m_mutex);
     std::pair<double, double> sum{0.0, 0.0};
     for (const std::string& key : accountKeys) {
-        const DayTotals totals = m_pLedger->dayTotals(day, stockKey, key);
+        const DayTotals totals = dayTotals(day, stockKey, key);
         sum.first += totals.boughtAmount;
         sum.second += totals.soldAmount;
     }

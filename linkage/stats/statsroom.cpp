@@ -1,6 +1,8 @@
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/published.h"
 #include "linkage/stats/curvedata.h"
 #include "linkage/stats/positionmerge.h"
+#include "platform/utils/clock.h"
 
 namespace TC {
 
@@ -10,10 +12,14 @@ RoomPtr<PositionReports> CLinkageManager::makePositionReports() {
     return makeRoom<PositionReports>();
 }
 
-void CLinkageManager::newStatsDay() { m_pCurveData->newDay(); }
+void CLinkageManager::newStatsDay() { m_pCurveData->newDay(m_pTradeDate->get()); }
+
+void CLinkageManager::notePriceNow(const std::string& stockKey, double price) {
+    m_pCurveData->notePrice(stockKey, price, utils::currentClock().nowMicros());
+}
 
 void CLinkageManager::dropStatsOf(const std::string& accountKey) {
-    m_pCurveData->forgetAccount(accountKey);
+    m_pCurveData->suspectAccount(accountKey);
     m_pPositionReports->drop(accountKey);
 }
 

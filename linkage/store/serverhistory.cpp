@@ -10,6 +10,7 @@
 #include "linkage/store/importsettling.h"
 #include "linkage/store/importstate.h"
 #include "platform/log.h"
+#include "platform/services/clientconfig.h"
 #include "platform/services/tradercenter.h"
 #include "platform/utils/keys.h"
 #include "platform/utils/text.h"
@@ -24,7 +25,13 @@ namespace TC {
 
 namespace {
 
-constexpr char FORMAT[] = "yyyyMMdd";
+constexpr char RUNNING_DAY[] = "records of the running day come with its reports";
+
+constexpr char SERVICE_FAILED[] = "a service of the client failed";
+
+HistoryDay failedDay(const std::string& fault) {
+    return {.state = HistoryDay::EState::Failed, .fault = fault};
+}
 
 const char* operationOf(EHistoryRecords records) {
     return records == EHistoryRecords::Deals ? "TC::CLinkageManager::onQueryHistoryDeal"
@@ -34,6 +41,13 @@ const char* operationOf(EHistoryRecords records) {
 bool isKnownAccount(const std::string& accountKey) {
     auto* center = vexservice::TraderCenter::instance()->getDataCenter();
     return center->getAccountData(utils::hash(accountKey)) != nullptr;
+}
+
+// Whether the calendar knows that nothing was traded. A calendar that fails knows nothing.
+bool isClosedDay(const char* operation, const std::string& date) {
+    std::optional<bool> trades;
+    attempt(operation, [&] { trades = marlo::isMarketTradingDay("SH", date); });
+    return trades && !*trades;
 }
 
 // What a record has in common with the same one under another key; "" for no number.
@@ -70,12 +84,37 @@ private:
     std::multimap<std::string, std::uint64_t> m_keys;
 };
 
+// The records of an answer that are of the day and followed.
+template <class Record>
+std::vector<boost::shared_ptr<Record>> ownRecords(
+    CLedger& ledger, const HistoryQuery& query,
+    const std::vector<boost::shared_ptr<Record>>& records) {
+    const std::string date = historyDate(query.day);
+    std::vector<boost::shared_ptr<Record>> own;
+    own.reserve(records.size());
+    int strays = 0;
+    for (const auto& record : records) {
+        if (!record) continue;
+        if (!record->m_strTradeDate.empty() && record->m_strTradeDate != date) {
+            ++strays;
+        } else if (ledger.follows(record->m_strMarket, record->m_strCode)) {
+            own.push_back(record);
+        }
+    }
+    if (strays > 0) {
+        VEX_INFO(operationOf(query.records),
+                 "account {0}, day {1}: {2} records of other days left out", query.accountKey, date,
+                 strays);
+    }
+    return own;
+}
+
 // Puts an answer in the place of what the server filed before. What was reported under a
 // key of its own and has the same number stays as it was reported.
 template <class Record>
 void fileAnswer(CLedger& ledger, const HistoryQuery& query, CServerHistory::Filed& filed,
                 const std::vector<boost::shared_ptr<Record>>& records) {
-    const std::string date = query.day.toString(FORMAT).toStdString();
+    const std::string date = historyDate(query.day);
     const int day = dayKey(date);
     constexpr bool DEALS = std::is_same_v<Record, vexservice::CDealDetail>;
     const auto removeFiled = [&](const CServerHistory::Keys& keys) {
@@ -88,14 +127,7 @@ void fileAnswer(CLedger& ledger, const HistoryQuery& query, CServerHistory::File
     removeFiled(filed.keys);
     filed = {};
     CReported<Record> reported(recordsOfDay<Record>(ledger, query.accountKey, day));
-    int strays = 0;
     for (const auto& record : records) {
-        if (!record) continue;
-        if (!record->m_strTradeDate.empty() && record->m_strTradeDate != date) {
-            ++strays;
-            continue;
-        }
-        if (!ledger.follows(record->m_strMarket, record->m_strCode)) continue;
         if (reported.takes(*record)) continue;
         const std::string stockKey = utils::zorStockKey(record->m_strMarket, record->m_strCode);
         bool isNew = false;
@@ -112,41 +144,12 @@ void fileAnswer(CLedger& ledger, const HistoryQuery& query, CServerHistory::File
             if (!traits.empty()) filed.deals.emplace(traits, record->recordKey());
         }
     }
-    if (strays > 0) {
-        VEX_INFO(operationOf(query.records),
-                 "account {0}, day {1}: {2} records of other days left out", query.accountKey, date,
-                 strays);
-    }
 }
 
 }  // namespace
 
-QDate historyDay(const std::string& text) { return QDate::fromString(Pim::sToQs(text), FORMAT); }
-
-std::string historyRangeFault(const QDate& first, const QDate& last, const QDate& tradeDate) {
-    if (!first.isValid() || !last.isValid()) return "no such day";
-    if (first > last) return "the first day is after the last";
-    if (last > tradeDate) return "the last day has not come yet";
-    if (first < QDate(1990, 1, 1)) return "the first day is before any exchange";
-    return {};
-}
-
-std::uint64_t CServerHistory::open(const HistoryQuery& query, const Timer& deadline) {
-    m_open[++m_nLast] = {query, deadline};
-    return m_nLast;
-}
-
-std::optional<HistoryQuery> CServerHistory::close(std::uint64_t number) {
-    const auto at = m_open.find(number);
-    if (at == m_open.end()) return std::nullopt;
-    at->second.deadline->cancel();
-    const HistoryQuery query = at->second.query;
-    m_open.erase(at);
-    return query;
-}
-
 CServerHistory::Filed& CServerHistory::filed(const HistoryQuery& query) {
-    return m_filed[{query.records, query.accountKey, query.day.toString(FORMAT).toStdString()}];
+    return m_filed[{query.records, query.accountKey, historyDate(query.day)}];
 }
 
 CServerHistory::Filed* CServerHistory::filedDeals(const std::string& accountKey,
@@ -181,108 +184,171 @@ void CLinkageManager::dropImported(const std::string& accountKey,
     noteReported(accountKey, deal);
 }
 
-void CLinkageManager::requestAccountDeals(const std::string& accountKey,
-                                          const std::string& firstDay, const std::string& lastDay) {
-    const HistoryQuery query{EHistoryRecords::Deals, accountKey, historyDay(firstDay), {}};
-    post([this, query, lastDay] { startHistoryQuery(query, lastDay); });
+std::uint64_t CLinkageManager::requestAccountDeals(const std::string& accountKey,
+                                                   const std::string& firstDay,
+                                                   const std::string& lastDay) {
+    return requestHistory({.records = EHistoryRecords::Deals,
+                           .account = accountKey,
+                           .first = firstDay,
+                           .last = lastDay});
 }
 
-void CLinkageManager::requestAccountOrders(const std::string& accountKey,
-                                           const std::string& firstDay,
-                                           const std::string& lastDay) {
-    const HistoryQuery query{EHistoryRecords::Orders, accountKey, historyDay(firstDay), {}};
-    post([this, query, lastDay] { startHistoryQuery(query, lastDay); });
+std::uint64_t CLinkageManager::requestAccountOrders(const std::string& accountKey,
+                                                    const std::string& firstDay,
+                                                    const std::string& lastDay) {
+    return requestHistory({.records = EHistoryRecords::Orders,
+                           .account = accountKey,
+                           .first = firstDay,
+                           .last = lastDay});
 }
 
-void CLinkageManager::startHistoryQuery(HistoryQuery query, const std::string& lastDay) {
-    query.last = historyDay(lastDay);
-    std::string fault = historyRangeFault(query.day, query.last, historyDay(m_pTradeDate->get()));
-    if (fault.empty() && !isKnownAccount(query.accountKey)) fault = "no such account";
-    if (fault.empty()) {
-        askHistoryDay(query);
-        return;
-    }
-    query.last = query.day;
-    endHistoryDay(query, fault);
-}
-
-void CLinkageManager::askHistoryDay(const HistoryQuery& query) {
-    const std::string date = query.day.toString(FORMAT).toStdString();
-    if (date == m_pTradeDate->get()) {
-        endHistoryDay(query, "records of the running day come with its reports");
-        return;
-    }
-    const auto deadline = boost::make_shared<utils::DeadlineTimer>(m_pEngine->m_strand->context());
-    std::uint64_t number = 0;
+std::uint64_t CLinkageManager::requestHistory(const HistoryRequest& request) {
+    if (!m_pEngine->hasStrand()) return 0;
+    HistoryQuery query{.records = request.records,
+                       .accountKey = request.account,
+                       .day = historyDay(request.first),
+                       .last = historyDay(request.last)};
     {
         const CLock lock(m_mutex);
-        number = m_pServerHistory->open(query, deadline);
+        query.request = m_pServerHistory->begin(request);
+    }
+    post([this, query] { startHistoryQuery(query); });
+    return query.request;
+}
+
+std::vector<HistoryRequest> CLinkageManager::getHistoryRequests() const {
+    const CLock lock(m_mutex);
+    return m_pServerHistory->requests();
+}
+
+std::optional<HistoryDay> CLinkageManager::getHistoryDay(EHistoryRecords records,
+                                                         const std::string& accountKey,
+                                                         int day) const {
+    const CLock lock(m_mutex);
+    return m_pServerHistory->findDay(records, accountKey, dayText(day));
+}
+
+void CLinkageManager::startHistoryQuery(HistoryQuery query) {
+    std::string fault = historyRangeFault(query.day, query.last, historyDay(m_pTradeDate->get()));
+    if (fault.empty()) {
+        bool known = false;
+        const bool asked =
+            attempt(operationOf(query.records), [&] { known = isKnownAccount(query.accountKey); });
+        if (!known) fault = asked ? "no such account" : SERVICE_FAILED;
+    }
+    const bool canBeAsked = fault.empty();
+    {
+        const CLock lock(m_mutex);
+        const auto days = canBeAsked ? query.day.daysTo(query.last) + 1 : 1;
+        m_pServerHistory->setDays(query.request, static_cast<int>(days));
+        if (!canBeAsked) m_pServerHistory->ask(query);
+    }
+    if (canBeAsked) return askHistoryDay(query);
+    query.last = query.day;
+    endHistoryDay(query, failedDay(fault));
+}
+
+void CLinkageManager::askHistoryDay(HistoryQuery query) {
+    const std::string date = historyDate(query.day);
+    {
+        const CLock lock(m_mutex);
+        m_pServerHistory->ask(query);
+    }
+    if (date == m_pTradeDate->get()) return endHistoryDay(query, failedDay(RUNNING_DAY));
+    if (isClosedDay(operationOf(query.records), date)) {
+        return endHistoryDay(query, {.state = HistoryDay::EState::NoTrading});
+    }
+    const std::uint64_t question = query.question;
+    const auto deadline = boost::make_shared<utils::DeadlineTimer>(m_pEngine->m_strand->context());
+    {
+        const CLock lock(m_mutex);
+        m_pServerHistory->open(query, deadline);
     }
     deadline->expires_from_now(boost::posix_time::seconds(CServerHistory::ANSWER_SECONDS));
-    deadline->async_wait(guarded([this, number](const boost::system::error_code& error) {
-        if (!error) post([this, number] { giveHistoryDayUp(number); });
+    deadline->async_wait(guarded([this, question](const boost::system::error_code& error) {
+        if (!error) post([this, question] { giveHistoryDayUp(question, "no answer"); });
     }));
+    const bool asked = attempt(operationOf(query.records), [&] { sendHistoryQuestion(query); });
+    if (!asked) giveHistoryDayUp(question, SERVICE_FAILED);
+}
 
+void CLinkageManager::sendHistoryQuestion(const HistoryQuery& query) {
     CTradeClient& client = *utils::CManualSingletonT<CTradeClient>::instance();
+    const std::string date = historyDate(query.day);
+    const std::uint64_t question = query.question;
     if (query.records == EHistoryRecords::Deals) {
-        client.queryHistoryDeals(query.accountKey, date,
-                                 guarded([this, number](const utils::VexError& error,
-                                                        const std::vector<DealPtr>& deals) {
-                                     post([=, this] { onQueryHistoryDeal(number, error, deals); });
-                                 }));
+        client.queryHistoryDeals(
+            query.accountKey, date,
+            guarded(
+                [this, question](const utils::VexError& error, const std::vector<DealPtr>& deals) {
+                    post([=, this] { onQueryHistoryDeal(question, error, deals); });
+                }));
     } else {
         client.queryHistoryOrders(
             query.accountKey, date,
-            guarded(
-                [this, number](const utils::VexError& error, const std::vector<OrderPtr>& orders) {
-                    post([=, this] { onQueryHistoryOrder(number, error, orders); });
-                }));
+            guarded([this, question](const utils::VexError& error,
+                                     const std::vector<OrderPtr>& orders) {
+                post([=, this] { onQueryHistoryOrder(question, error, orders); });
+            }));
     }
 }
 
-void CLinkageManager::giveHistoryDayUp(std::uint64_t number) {
+void CLinkageManager::giveHistoryDayUp(std::uint64_t question, const char* fault) {
     CLock lock(m_mutex);
-    const auto query = m_pServerHistory->close(number);
+    const auto query = m_pServerHistory->close(question);
     lock.unlock();
-    if (query) endHistoryDay(*query, "no answer");
+    if (query) endHistoryDay(*query, failedDay(fault));
 }
 
-void CLinkageManager::onQueryHistoryDeal(std::uint64_t number, const utils::VexError& error,
+void CLinkageManager::onQueryHistoryDeal(std::uint64_t question, const utils::VexError& error,
                                          const std::vector<DealPtr>& deals) {
-    takeHistoryAnswer(number, error, deals);
+    takeHistoryAnswer(question, error, deals);
 }
 
-void CLinkageManager::onQueryHistoryOrder(std::uint64_t number, const utils::VexError& error,
+void CLinkageManager::onQueryHistoryOrder(std::uint64_t question, const utils::VexError& error,
                                           const std::vector<OrderPtr>& orders) {
-    takeHistoryAnswer(number, error, orders);
+    takeHistoryAnswer(question, error, orders);
 }
 
 template <class Record>
-void CLinkageManager::takeHistoryAnswer(std::uint64_t number, const utils::VexError& error,
+void CLinkageManager::takeHistoryAnswer(std::uint64_t question, const utils::VexError& error,
                                         const std::vector<boost::shared_ptr<Record>>& records) {
     CLock lock(m_mutex);
-    const auto query = m_pServerHistory->close(number);
+    const auto query = m_pServerHistory->close(question);
     if (!query) return;
-    std::string fault;
-    if (error.isOk()) {
-        fileAnswer(*m_pLedger, *query, m_pServerHistory->filed(*query), records);
-        relinkImported<Record>(query->accountKey,
-                               dayKey(query->day.toString(FORMAT).toStdString()));
+    const std::string date = historyDate(query->day);
+    std::vector<boost::shared_ptr<Record>> own;
+    HistoryDay result{.state = HistoryDay::EState::Answered};
+    if (!error.isOk()) {
+        result = failedDay(fmt::format("error {0} {1}", error.m_nError, error.m_strText));
+    } else if (date == m_pTradeDate->get()) {
+        result = failedDay(RUNNING_DAY);
+    } else if (!attempt(operationOf(query->records),
+                        [&] { own = ownRecords(*m_pLedger, *query, records); })) {
+        result = failedDay(SERVICE_FAILED);
     } else {
-        fault = fmt::format("error {0} {1}", error.m_nError, error.m_strText);
+        const int day = dayKey(date);
+        if (m_pServerHistory->takesAnswer(*query)) {
+            fileAnswer(*m_pLedger, *query, m_pServerHistory->filed(*query), own);
+            relinkImported<Record>(query->accountKey, day);
+        }
+        result.records =
+            static_cast<int>(recordsOfDay<Record>(*m_pLedger, query->accountKey, day).size());
     }
     lock.unlock();
-    endHistoryDay(*query, fault);
+    endHistoryDay(*query, result);
 }
 
-// Tells that a day is over, without the manager's lock, so that a slot may do anything, and
-// asks for the next day. A day without an answer is the last one, because days after a gap
-// would look like the whole range.
-void CLinkageManager::endHistoryDay(HistoryQuery query, const std::string& fault) {
-    if (!fault.empty()) {
+// Tells that a day is over, without the manager's lock, so that a slot may do anything. The
+// next day has its turn of the strand later: reports do not wait for a whole range.
+void CLinkageManager::endHistoryDay(HistoryQuery query, const HistoryDay& result) {
+    {
+        const CLock lock(m_mutex);
+        m_pServerHistory->endDay(query, result);
+    }
+    if (!result.fault.empty()) {
         VEX_INFO(operationOf(query.records), "account {0}, day {1}: {2}", query.accountKey,
-                 query.day.toString(FORMAT).toStdString(), fault);
-        query.last = query.day;
+                 historyDate(query.day), result.fault);
     }
     const QDateTime day = query.day.isValid() ? query.day.startOfDay() : QDateTime();
     raise(operationOf(query.records), [&] {
@@ -294,7 +360,7 @@ void CLinkageManager::endHistoryDay(HistoryQuery query, const std::string& fault
     });
     if (query.day >= query.last) return;
     query.day = query.day.addDays(1);
-    askHistoryDay(query);
+    post([this, query] { askHistoryDay(query); });
 }
 
 std::map<unsigned long long, DealPtr> CLinkageManager::getAccountDeals(

@@ -8,6 +8,7 @@
 #include <boost/thread/recursive_mutex.hpp>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 /// What the client knows about itself and its user.
@@ -85,16 +86,27 @@ PLATFORM_EXPORT QString getDataDir();
 
 namespace marlo {
 
-/// The markets' calendar; threads, ownership and failure as above. Asked once, by init().
+/// The markets' calendar; threads, ownership and failure as above. The library asks for the last
+/// trade date once, in init(), and for single days when their history is requested.
 class PLATFORM_EXPORT IMarketCalendar {
 public:
     virtual ~IMarketCalendar() = default;
     /// Last trade date of a market ("SH"): its local midnight in milliseconds since the
     /// epoch.
     virtual std::int64_t lastTradeDate(const std::string& market) const = 0;
+
+    /// Whether a market ("SH") has traded on a past day ("yyyyMMdd"). Empty where the calendar
+    /// does not know the day; say false only when it is certain, because the trading server is
+    /// then not asked for the day.
+    virtual std::optional<bool> isTradingDay(const std::string& market,
+                                             const std::string& day) const;
 };
 
 PLATFORM_EXPORT std::int64_t getMarketLastTradeDate(const std::string& market);
+
+/// As IMarketCalendar::isTradingDay; empty also when the client has installed no calendar.
+PLATFORM_EXPORT std::optional<bool> isMarketTradingDay(const std::string& market,
+                                                       const std::string& day);
 
 }  // namespace marlo
 

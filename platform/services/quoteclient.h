@@ -55,7 +55,9 @@ public:
 
     /// The minute bars of one day ("yyyyMMdd") that the history service has by now, in time order.
     /// There may be none, and there may be gaps. Answered once, later; a broken connection may lose
-    /// an answer.
+    /// an answer. While minutes are missing the library asks again: each minute of the day, and
+    /// from half an hour after the close on less and less often, at least once an hour. A bar of
+    /// an opening auction (minute 565 or 570) may be among them.
     virtual void queryMinuteBars(const QString& stockKey, const std::string& day,
                                  const BarsAnswer& answer) = 0;
 };

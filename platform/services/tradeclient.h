@@ -43,7 +43,11 @@ public:
                              QString& error, int batch, QString remark,
                              const boost::shared_ptr<COrderAuxInfo>& aux) = 0;
 
-    /// The account's orders, or deals, of one past day ("yyyyMMdd").
+    /// The account's orders, or deals, of one past day ("yyyyMMdd"): all of the day, in any
+    /// order; what the server filed before goes when the answer comes. A day without trading, or
+    /// without records of the account, is answered too: without an error and without records. An
+    /// error means that the day is not known; what was filed of it stays. Days that the calendar
+    /// knows as days without trading are not asked for (marlo::IMarketCalendar).
     virtual void queryHistoryOrders(const std::string& accountKey, const std::string& day,
                                     const OrdersAnswer& answer) = 0;
     virtual void queryHistoryDeals(const std::string& accountKey, const std::string& day,

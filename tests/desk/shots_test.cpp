@@ -1,10 +1,15 @@
+#include "desk/balancespage.h"
 #include "desk/importtexts.h"
 #include "desk/texts.h"
+#include "linkage/balance/booknames.h"
 #include "tests/desk/deskfixture.h"
 #include "tests/desk/layoutcheck.h"
 
+#include <QDir>
+#include <QFile>
 #include <QImage>
 #include <QProcess>
+#include <QRegularExpression>
 
 #include <algorithm>
 
@@ -100,6 +105,54 @@ TEST_P(DeskLanguages, ImportReasonsFollowTheLanguageWithWhatTheyName) {
         {"something new 5", "something new 5"}};
     for (const auto& [source, text] : cases)
         EXPECT_EQ(desk::importText(source), QString(chinese() ? text : source));
+}
+
+/// The texts in quotes of some sources, with a figure in each place that is filled in.
+QStringList quotedTexts(const QStringList& files, const char* which) {
+    static const QRegularExpression QUOTED(
+        R"x("((?:[^"\\\n]|\\.)*)"(?:\s*"((?:[^"\\\n]|\\.)*)")?)x");
+    const QRegularExpression wanted(which);
+    QStringList texts;
+    for (const QString& name : files) {
+        QFile file(QString(LINKAGE_SOURCE_DIR "/linkage/") + name);
+        EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << name.toStdString();
+        for (auto found = QUOTED.globalMatch(QString::fromUtf8(file.readAll())); found.hasNext();) {
+            const QRegularExpressionMatch match = found.next();
+            QString text = match.captured(1) + match.captured(2);
+            text.replace("\\\"", "\"").replace(QRegularExpression("%\\d|\\{\\}"), "7");
+            if (wanted.match(text).hasMatch()) texts << text;
+        }
+    }
+    return texts;
+}
+
+TEST_F(DeskTest, NoTextOfTheLibraryIsLeftUntranslated) {
+    const desk::CTranslation translation{QLocale("zh_CN")};
+    const auto expectTranslated = [](const QString& source, const QString& text) {
+        EXPECT_TRUE(isChinese(text)) << source.toStdString();
+        static const QRegularExpression WORD("[a-z]{2}");
+        EXPECT_FALSE(WORD.match(text).hasMatch()) << text.toStdString();
+    };
+    QStringList imports = {"store/importrecords.cpp"};
+    for (const QString& name :
+         QDir(LINKAGE_SOURCE_DIR "/linkage/store/import").entryList({"*.cpp"}))
+        imports << "store/import/" + name;
+    // Whole sentences, but not those of the log, which have names in braces.
+    const QStringList sentences = quotedTexts(imports, "^[^{]*[a-z]{2} [a-z7(][^{]*$");
+    EXPECT_GT(sentences.size(), 90);
+    for (const QString& text : sentences) expectTranslated(text, desk::importText(text));
+    // What the reader of rows calls a column.
+    const QStringList columns =
+        quotedTexts({"store/import/recordreader.cpp"}, "^[a-z]+( [a-z]+)?$");
+    EXPECT_TRUE(columns.contains("amount") && columns.contains("traded volume"));
+    for (const QString& name : columns)
+        expectTranslated(name, desk::importText(name + " is not a number: 7"));
+
+    QStringList reasons =
+        quotedTexts({"balance/guardreasons.h", "balance/guardreasons.cpp"}, "^[a-z][a-z:7 ]+$");
+    for (const char* state : TC::book::STATES) reasons << state;
+    EXPECT_GT(reasons.size(), 25);
+    for (const QString& text : reasons) expectTranslated(text, desk::bookText(text.toStdString()));
 }
 
 INSTANTIATE_TEST_SUITE_P(Languages, DeskLanguages, testing::Values("en", "zh_CN"),

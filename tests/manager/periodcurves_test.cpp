@@ -41,7 +41,7 @@ TEST(PeriodCurves, FollowAStrategyThroughTheDay) {
     f.advanceTo("09:32:15");
 
     const Curve expected = {
-        {565, {300 * 9.5 - 3000 - 1, 300 * 9.5, 300, 0, 3000, 0, 1}},
+        {565, {300 * 10.0 - 3000 - 1, 300 * 10.0, 300, 0, 3000, 0, 1}},
         {571, {200 * 10.5 - 1900 - 2, 200 * 10.5, 300, 100, 3000, 1100, 2}},
         {572, {200 * 10.75 - 1900 - 2, 200 * 10.75, 300, 100, 3000, 1100, 2}},
         {573, {200 * 10.25 - 1900 - 2, 200 * 10.25, 300, 100, 3000, 1100, 2}},
@@ -56,6 +56,89 @@ TEST(PeriodCurves, FollowAStrategyThroughTheDay) {
     f.advanceTo("09:33:15");
     EXPECT_EQ(f.manager().getPeriodCurve("A", "S").at(573).positionValue, 200 * 99.0)
         << "the bar, once it is complete";
+}
+
+/// The price at which each minute of an open position of 100 shares is valued.
+std::map<int, double> pricesOf(Fixture& f) {
+    std::map<int, double> prices;
+    for (const auto& [minute, point] : f.manager().getPeriodCurve("A", "S")) {
+        prices[minute] = point.positionValue / 100;
+    }
+    return prices;
+}
+
+TEST(PeriodCurves, KeepTheLivePriceOfAMinuteUntilItsBarComes) {
+    using Prices = std::map<int, double>;
+    Ready f({.now = "2024-01-02 10:00:02"});
+    f.instrument({.stock = "SH600000", .reference = 8.0});
+    f.price({.last = 10.25, .push = false});
+    f.manager().startProfitCalculator();
+    f.deal({.key = 1, .price = 10.0, .strategy = "S"});
+    f.advanceTo("10:01:30");
+    f.price({.last = 10.5});
+    f.advanceTo("10:03:30");
+    f.price({.last = 11.0});
+    f.price({.last = std::nullopt});
+    f.advanceTo("10:04:30");
+    EXPECT_EQ(pricesOf(f),
+              (Prices{{601, 10.25}, {602, 10.5}, {603, 10.5}, {604, 11.0}, {605, 11.0}}));
+    f.bars("SH600000", DAY, {{"1002", 10.75}, {"1004", 10.0}});
+    f.advanceTo("10:05:30");
+    EXPECT_EQ(
+        pricesOf(f),
+        (Prices{{601, 10.25}, {602, 10.75}, {603, 10.75}, {604, 10.0}, {605, 10.0}, {606, 11.0}}));
+
+    // The next start knows no live prices of before; then the bars of a service that was late.
+    f.release();
+    f.init();
+    f.manager().startProfitCalculator();
+    f.advanceTo("15:39:50");
+    Prices prices = pricesOf(f);
+    EXPECT_EQ(prices.at(601), 10.0) << "its own deal, not yesterday's close";
+    EXPECT_EQ(prices.at(602), 10.75);
+    f.bars("SH600000", DAY, {{"1001", 10.5}, {"1459", 12.0}});
+    f.advanceTo("15:50:00");
+    prices = pricesOf(f);
+    EXPECT_EQ(prices.at(601), 10.5);
+    EXPECT_EQ(prices.at(899), 12.0);
+}
+
+TEST(PeriodCurves, StayAsTheyWereWhileTheAccountIsLoadedAgain) {
+    Ready f({.now = "2024-01-02 10:00:02"}, {"A", "B"});
+    f.manager().startProfitCalculator();
+    f.price({.last = 10.25, .push = false});
+    f.deal({.account = "A", .key = 1, .strategy = "S"});
+    f.deal({.account = "B", .key = 2, .strategy = "S"});
+    const std::pair<const char*, std::function<void()>> loads[] = {
+        {"login", [&] { f.login(true); }},
+        {"account ready", [&] { f.accountReady("A"); }},
+        {"the same date again", [&] { f.newTradingDate("20240102"); }},
+        {"login, quotes fail",
+         [&] {
+             f.client().setFault(paper::EService::Quote, paper::EFault::Throw, 2);
+             f.login(true);
+         }},
+    };
+    f.advanceTo("10:03:02");
+    for (const auto& [name, load] : loads) {
+        SCOPED_TRACE(name);
+        const Curve before = f.manager().getPeriodCurve("A", "S");
+        EXPECT_GT(before.size(), 3u);
+        load();
+        EXPECT_EQ(f.manager().getPeriodCurve("A", "S"), before);
+        f.advance(10);
+        EXPECT_EQ(f.manager().getPeriodCurve("A", "S"), before) << "the run after it";
+        f.advance(50);
+        EXPECT_EQ(f.manager().getPeriodCurve("A", "S").size(), before.size() + 1);
+    }
+    // What has gone goes with the next run.
+    f.deal({.account = "A", .key = 1, .time = "100230", .strategy = "T"});
+    f.advance(10);
+    EXPECT_EQ(f.manager().getPeriodCurve("A", "").begin()->first, 601);
+    f.accountReady("A");
+    f.advance(10);
+    EXPECT_EQ(f.manager().getPeriodCurve("A", "").begin()->first, 603);
+    EXPECT_TRUE(f.manager().getPeriodCurve("A", "S").empty());
 }
 
 TEST(PeriodCurves, AreComputedEveryTenSecondsWhileASwitchIsOn) {
@@ -206,8 +289,7 @@ std::vector<std::function<void(Fixture&)>> arrivals() {
     for (std::size_t at = 0; at < 2; ++at) {  // the third stock has neither bars nor a price
         const std::string stock = stocks[at];
         all.push_back([stock](Fixture& f) { f.price({.stock = stock, .last = 11.25}); });
-        for (int minute = 1; minute <= 20; ++minute) {
-            if (random() % 4 == 0) continue;
+        for (int minute = 1; minute <= 42; ++minute) {  // live prices depend on when they came
             const std::string time = std::to_string(1000 + minute);
             const double close = 10.0 + 0.25 * static_cast<double>(random() % 8);
             all.push_back([=](Fixture& f) { f.bars(stock, DAY, {{time, close}}); });
@@ -229,7 +311,7 @@ TEST(PeriodCurves, AreTheSameInWhateverOrderThingsArrive) {
         }
         for (const auto& arrive : all) {
             arrive(f);
-            if (round > 0) f.advance(static_cast<double>(random() % 40));
+            if (round > 0) f.advance(static_cast<double>(random() % 15));
         }
         f.advanceTo("10:40:00");
         f.manager().startProfitCalculator();

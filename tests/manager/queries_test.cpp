@@ -35,6 +35,28 @@ TEST(Queries, MakeTheDaysEntriesOnly) {
     EXPECT_TRUE(state.orderDetails.at(day).empty());
 }
 
+TEST(Queries, VolumesOfAPastDayAreOfReportedDealsOrWithTheOptionOfAllThatAreFiled) {
+    for (const bool filed : {false, true}) {
+        Ready f({.now = "2024-01-05 10:00:00", .options = {.filedTotals = filed}});
+        auto& manager = f.manager();
+        f.deal({.key = 7, .tradeDate = "20240104"});
+        f.deal({.key = 8});
+        const Deal sale{.key = 1, .side = Side::Sell, .volume = 200, .tradeDate = "20240104"};
+        f.client().setServerHistory("A", "20240104", {.deals = {f.makeDeal(sale)}});
+        manager.requestAccountDeals("A", "20240104", "20240104");
+        f.settle();
+        const auto volumes = [&](const char* day) {
+            return manager.getBuySellVolumes(Fixture::day(day), "SH600000", {"A", "B"});
+        };
+        EXPECT_EQ(volumes("20240104"), std::pair(100, filed ? 200 : 0));
+        EXPECT_EQ(manager.getBuySellAmounts(Fixture::day("20240104"), "SH600000", {"A"}),
+                  std::pair(1000.0, filed ? 2000.0 : 0.0));
+        EXPECT_EQ(volumes("20240105"), std::pair(100, 0));
+        f.newTradingDate("20240108");
+        EXPECT_EQ(volumes("20240105"), std::pair(100, 0)) << "reported, and so filed";
+    }
+}
+
 TEST(Queries, FindAccountsPositionsAndTaskItems) {
     Fixture f;
     f.account({.key = "A", .id = "1001"});

@@ -2,11 +2,22 @@
 #include "linkage/core/clinkagemanager.h"
 #include "tests/support/fixture.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
+#include <boost/make_shared.hpp>
+
+#include <functional>
+#include <iterator>
 
 using namespace tests;
 
 namespace {
+
+using TC::HistoryDay;
+using EState = HistoryDay::EState;
+
+constexpr char RUNNING_DAY[] = "records of the running day come with its reports";
+constexpr char SERVICE_FAILED[] = "a service of the client failed";
 
 struct ServerHistory : testing::Test {
     Ready f{{.now = "2024-01-05 10:00:00"}};
@@ -36,6 +47,17 @@ struct ServerHistory : testing::Test {
     bool logged(const char* text) const {
         const Texts log = f.logTexts();
         return log.size() == 1 && log[0].find(text) != std::string::npos;
+    }
+    HistoryDay dayOf(const std::string& day) {
+        return manager()
+            .getHistoryDay(TC::EHistoryRecords::Deals, "A", Fixture::day(day))
+            .value_or(HistoryDay{EState::Failed, -1, "never asked for"});
+    }
+    /// Of the newest request.
+    std::string progress() {
+        const auto request = manager().getHistoryRequests().back();
+        return fmt::format("{} of {}, {} failed: {}", request.done, request.days, request.failed,
+                           request.fault);
     }
     Texts keys(const std::string& day) {
         Texts texts;
@@ -110,28 +132,116 @@ TEST_F(ServerHistory, ARepeatedQueryReplacesWhatTheServerFiledAndNothingElse) {
     }
 }
 
-TEST_F(ServerHistory, ADayWithoutAnAnswerEndsTheRequestWithItsSignal) {
-    server("20240102", {.error = "no permission"});
-    server("20240103", {.lost = true});
-    server("20240104", {.deals = {deal(2, "20240104")}});
-    askDeals("20240101", "20240105");
-    EXPECT_EQ(done(), (Texts{"historyDealsDone 20240101 A", "historyDealsDone 20240102 A"}));
-    EXPECT_TRUE(logged("20240102: error")) << f.logTexts().back();
-    EXPECT_TRUE(logged("no permission"));
+// Each row is the server's or the calendar's fault with one day; the days around it are asked
+// for all the same.
+TEST_F(ServerHistory, GoesOnAfterADayThatFailed) {
+    using enum HistoryDay::EState;
+    const std::string day = "20240103";
+    const struct {
+        const char* name;
+        std::function<void()> fault;
+        HistoryDay result;
+        double seconds = 0;  ///< until the day ends
+    } rows[] = {
+        {"refused",
+         [&] { server(day, {.error = "no permission"}); },
+         {Failed, 0, "error 1 no permission"}},
+        {"lost",
+         [&] { server(day, {.lost = true}); },
+         {Failed, 0, "no answer"},
+         TC::CServerHistory::ANSWER_SECONDS},
+        {"no trading", [&] { f.client().setTradingDay(day, false); }, {NoTrading, 0, ""}},
+        {"no trading, but nobody knows", [&] { server(day, {}); }, {Answered, 0, ""}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        f.client().setTradingDay(day, true);
+        row.fault();
+        server("20240104", {.deals = {deal(2, "20240104")}});
+        askDeals("20240102", "20240105");
+        if (row.seconds > 0) {
+            f.advance(row.seconds - 0.001);
+            EXPECT_EQ(done(), (Texts{"historyDealsDone 20240102 A"}));
+            EXPECT_EQ(dayOf(day), (HistoryDay{Waiting}));
+            EXPECT_EQ(progress(), "1 of 4, 0 failed: ");
+            f.advance(0.001);
+        }
+        EXPECT_EQ(done(), (Texts{"historyDealsDone 20240102 A", "historyDealsDone 20240103 A",
+                                 "historyDealsDone 20240104 A", "historyDealsDone 20240105 A"}));
+        EXPECT_EQ(dayOf(day), row.result);
+        EXPECT_EQ(dayOf("20240102"), (HistoryDay{Answered}));
+        EXPECT_EQ(dayOf("20240104"), (HistoryDay{Answered, 1}));
+        EXPECT_EQ(progress(), fmt::format("4 of 4, {} failed: {}", row.result.fault.empty() ? 1 : 2,
+                                          RUNNING_DAY));
+        EXPECT_EQ(f.logTexts().size(), row.result.fault.empty() ? 1u : 2u);
+    }
+    EXPECT_EQ(manager().getHistoryDay(TC::EHistoryRecords::Orders, "A", Fixture::day(day)),
+              std::nullopt);
+}
 
-    askDeals("20240103", "20240105");
-    f.advance(TC::CServerHistory::ANSWER_SECONDS - 0.001);
-    EXPECT_TRUE(done().empty());
-    f.advance(0.001);
-    f.advance(60);
-    EXPECT_EQ(done(), (Texts{"historyDealsDone 20240103 A"}));
-    EXPECT_TRUE(logged("20240103: no answer"));
-    EXPECT_TRUE(keys("20240104").empty()) << "not asked for behind the gap";
+TEST_F(ServerHistory, AServiceThatThrowsCostsItsDayAndNothingThatIsFiled) {
+    server("20240103", {.deals = {deal(1, "20240103")}});
+    askDeals("20240103", "20240103");
+    using enum paper::EService;
+    for (const auto service : {AccountData, History, Calendar}) {
+        f.client().setFault(service, paper::EFault::Throw, 1);
+        askDeals("20240103", "20240103");
+        EXPECT_EQ(done(), (Texts{"historyDealsDone 20240103 A"}));
+        EXPECT_EQ(dayOf("20240103").fault, service == Calendar ? "" : SERVICE_FAILED);
+        EXPECT_EQ(keys("20240103"), Texts{"1"});
+    }
+}
 
-    askDeals("20240104", "20240105");
-    EXPECT_EQ(done(), (Texts{"historyDealsDone 20240104 A", "historyDealsDone 20240105 A"}));
-    EXPECT_TRUE(logged("20240105")) << "today is not asked for";
-    EXPECT_EQ(keys("20240104"), (Texts{"2"}));
+/// Keeps the answers of days for later.
+struct SlowServer : TC::CTradeClient {
+    std::vector<DealsAnswer> asked;
+    bool cancelOrder(const boost::shared_ptr<vexservice::COrderDetail>&, QString&, int, QString,
+                     const boost::shared_ptr<TC::COrderAuxInfo>&) override {
+        return false;
+    }
+    void queryHistoryOrders(const std::string&, const std::string&, const OrdersAnswer&) override {}
+    void queryHistoryDeals(const std::string&, const std::string&,
+                           const DealsAnswer& answer) override {
+        asked.push_back(answer);
+    }
+};
+
+TEST_F(ServerHistory, OfTwoQuestionsForADayTheNewerOneCounts) {
+    using enum HistoryDay::EState;
+    const auto slow = boost::make_shared<SlowServer>();
+    utils::CManualSingletonT<TC::CTradeClient>::install(slow);
+    const auto answer = [&](std::size_t question, std::uint64_t key) {
+        slow->asked.at(question)({}, {deal(key, "20240103")});
+        f.settle();
+    };
+    askDeals("20240103", "20240103");
+    askDeals("20240103", "20240103");
+    answer(1, 2);
+    EXPECT_EQ(dayOf("20240103"), (HistoryDay{Answered, 1}));
+    answer(0, 1);
+    EXPECT_EQ(keys("20240103"), Texts{"2"}) << "an older answer, later";
+
+    askDeals("20240103", "20240103");
+    f.advance(5);
+    askDeals("20240103", "20240103");
+    answer(3, 4);
+    f.advance(5);
+    EXPECT_EQ(dayOf("20240103"), (HistoryDay{Answered, 1})) << "the older question was lost";
+    answer(2, 3);
+    EXPECT_EQ(keys("20240103"), Texts{"4"}) << "too late";
+
+    // A rollover in the middle changes nothing; a day that has become the running one is left to
+    // its reports.
+    askDeals("20240103", "20240104");
+    f.newTradingDate("20240108");
+    answer(4, 5);
+    EXPECT_EQ(keys("20240103"), Texts{"5"});
+    f.newTradingDate("20240104");
+    slow->asked.at(5)({}, {deal(6, "20240104")});
+    f.settle();
+    EXPECT_EQ(dayOf("20240104"), (HistoryDay{Failed, 0, RUNNING_DAY}));
+    EXPECT_TRUE(keys("20240104").empty());
+    for (const auto& request : manager().getHistoryRequests()) EXPECT_TRUE(request.isOver());
 }
 
 TEST_F(ServerHistory, WhatCannotBeAskedIsSaidAndEnded) {
@@ -153,7 +263,9 @@ TEST_F(ServerHistory, WhatCannotBeAskedIsSaidAndEnded) {
         f.settle();
         EXPECT_EQ(done(), (Texts{each.signal}));
         EXPECT_TRUE(logged(each.why)) << f.logTexts().back();
+        EXPECT_EQ(progress().find("1 of 1, 1 failed: "), 0u) << progress();
     }
+    EXPECT_EQ(manager().requestAccountDeals("A", "20240104", "20240102"), std::size(cases) + 1);
 }
 
 TEST_F(ServerHistory, BeforeInitAndAfterReleaseNothingHappens) {
@@ -163,8 +275,9 @@ TEST_F(ServerHistory, BeforeInitAndAfterReleaseNothingHappens) {
     f.forget();
     f.advance(30);
     f.create();
-    manager().requestAccountDeals("A", "20240104", "20240104");
+    EXPECT_EQ(manager().requestAccountDeals("A", "20240104", "20240104"), 0u);
     f.settle();
+    EXPECT_TRUE(manager().getHistoryRequests().empty());
     EXPECT_TRUE(f.signals().empty());
     EXPECT_TRUE(f.logTexts().empty());
 }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <iterator>
 #include <random>
 #include <vector>
 
@@ -21,6 +22,8 @@ struct CStock {
     std::map<int, LinkagePeriodTradeData> minutes;
     PeriodTotals totals;
     std::map<int, double> closes;
+    std::map<int, double> seen;
+    std::map<int, double> traded;
     CurveStock curve;
 
     explicit CStock(const std::vector<MinuteDeal>& deals, std::map<int, double> prices = {})
@@ -43,6 +46,8 @@ struct CStock {
         totals = totalsOf(minutes);
         curve.totals = &totals;
         curve.closes = &closes;
+        curve.seen = &seen;
+        curve.traded = &traded;
         return curve;
     }
 };
@@ -98,7 +103,79 @@ TEST(PeriodCurve, ValuesMinutesBeforeTheFirstCloseAsWellAsItCan) {
     }
 }
 
-// Each point worked out apart: walk all deals and search the close for every minute. Deals
+TEST(PeriodCurve, ValuesAMinuteAtThePriceThatHeldThen) {
+    using Prices = std::map<int, double>;
+    struct Case {
+        const char* name;
+        std::vector<MinuteDeal> deals;
+        Prices closes;
+        Prices seen;
+        Prices expected;
+    };
+    const MinuteDeal first{601, 100, 10.0};
+    const Case cases[] = {
+        {"the last live price",
+         {first},
+         {},
+         {{601, 10.5}, {603, 11}},
+         {{601, 10.5}, {602, 10.5}, {603, 11}}},
+        {"bars before live prices",
+         {first},
+         {{602, 10.2}},
+         {{601, 10.5}, {602, 10.6}, {603, 11}},
+         {{601, 10.5}, {602, 10.2}, {603, 11}}},
+        {"the newer of both",
+         {first},
+         {{603, 9}},
+         {{602, 10.5}},
+         {{601, 10}, {602, 10.5}, {603, 9}}},
+        {"own deals, until a price is seen",
+         {first, {601, 100, 11}, {602, 200, 12}},
+         {},
+         {{603, 9}},
+         {{601, 10.5}, {602, 12}, {603, 9}}},
+        {"deals do not hide a live price",
+         {first, {602, 100, 12}},
+         {},
+         {{601, 10.5}},
+         {{601, 10.5}, {602, 10.5}}},
+        {"the auction's deals",
+         {{565, 100, 10}},
+         {},
+         {{565, 10.4}, {572, 11}},
+         {{565, 10}, {571, 10}, {572, 11}}},
+        {"the auction's bar", {{565, 100, 10}}, {{565, 10.1}}, {}, {{565, 10.1}, {571, 10.1}}},
+        {"the auction without deals", {{570, 100, 10}}, {}, {{565, 9.9}}, {{570, 9.9}, {571, 9.9}}},
+        {"the closing auction",
+         {{899, 100, 10}, {900, 100, 12}, {906, 100, 12}},
+         {},
+         {{899, 11}, {900, 11}},
+         {{899, 11}, {900, 12}}},
+    };
+    for (const Case& each : cases) {
+        SCOPED_TRACE(each.name);
+        CStock stock(each.deals, each.closes);
+        stock.seen = each.seen;
+        stock.curve.rule.reference = 7.0;
+        stock.curve.latest = 8.0;
+        CCurveData curves;
+        curves.totalsOf("A", "s")[""] = totalsOf(stock.minutes);
+        curves.renewTraded("s");
+        stock.traded = *curves.findTraded("s");
+        Prices prices;
+        for (const auto& [minute, point] :
+             periodCurve({stock.ready()}, each.expected.rbegin()->first + 1)) {
+            const auto open = static_cast<double>(point.buyVolume);
+            prices[minute] = point.positionValue / open;
+            EXPECT_DOUBLE_EQ(point.profit, point.positionValue - point.buyAmount);
+        }
+        EXPECT_EQ(prices.rbegin()->second, 8.0) << "the present";
+        prices.erase(std::prev(prices.end()));
+        EXPECT_EQ(prices, each.expected);
+    }
+}
+
+// Each point worked out apart: walk all deals and search the price for every minute. Deals
 // without a time count in the last one. At a limit, what is open against it is valued half
 // the price further.
 TEST(PeriodCurve, AgreesWithAWalkOverAllDealsForEachMinute) {
@@ -118,6 +195,12 @@ TEST(PeriodCurve, AgreesWithAWalkOverAllDealsForEachMinute) {
             stock.curve.latest = 10.0 + below(8) * 0.25;
             for (int minute = 571; minute < 640; ++minute) {
                 if (below(3)) stock.closes[minute] = 10.0 + below(8) * 0.25;
+                if (minute > 590 && below(2)) stock.seen[minute] = 10.0 + below(8) * 0.25;
+                if (below(9) == 0) stock.traded[minute] = 10.0 + below(8) * 0.25;
+            }
+            if (below(2)) {
+                auto& closes = stock.closes;
+                closes.erase(closes.begin(), closes.lower_bound(600 + below(30)));
             }
         }
         std::vector<CurveStock> rows;
@@ -128,7 +211,12 @@ TEST(PeriodCurve, AgreesWithAWalkOverAllDealsForEachMinute) {
             PeriodPoint expected;
             for (std::size_t at = 0; at < deals.size(); ++at) {
                 double price = 9.5;
-                for (const auto& [end, close] : stocks[at].closes) {
+                for (const auto& [end, mean] : stocks[at].traded) {
+                    if (end <= minute) price = mean;
+                }
+                auto known = stocks[at].closes;
+                known.insert(stocks[at].seen.begin(), stocks[at].seen.end());
+                for (const auto& [end, close] : known) {
                     if (end <= minute) price = close;
                 }
                 if (last) price = *stocks[at].curve.latest;
@@ -161,6 +249,28 @@ TEST(PeriodMinutes, CountAsADayOfTrading) {
         ASSERT_EQ(tradingMinuteAt(minute), newest) << minute;
     }
     EXPECT_EQ(counted, 240);
+}
+
+TEST(LivePrices, BelongToTheMinuteWhoseTradesTheyTell) {
+    constexpr std::int64_t MIDNIGHT = 1'704'124'800;  // of 2024-01-02 in Shanghai
+    // Second of the day and minute: the evening before, an auction that may still change, the
+    // auction, before the opening, opened, a minute's end, pause, afternoon, closed, the next day.
+    const std::pair<std::int64_t, int> cases[] = {
+        {-3600, 0},   {33840, 0},   {33900, 565}, {34200, 565}, {34201, 571},
+        {34260, 571}, {43200, 690}, {46801, 781}, {57600, 900}, {122400, 0}};
+    for (const auto& [second, minute] : cases) {
+        CCurveData curves;
+        curves.newDay("20240102");
+        curves.notePrice("s", 0.0, (MIDNIGHT + second) * 1'000'000);
+        EXPECT_EQ(curves.findSeen("s"), nullptr) << "no price";
+        curves.notePrice("s", 10.0, (MIDNIGHT + second) * 1'000'000 + 999'999);
+        const auto* const seen = curves.findSeen("s");
+        EXPECT_EQ(seen ? seen->begin()->first : 0, minute) << second;
+        curves.newDay("20240102");
+        EXPECT_EQ(curves.findSeen("s"), seen) << "the same day";
+        curves.newDay("20240103");
+        EXPECT_EQ(curves.findSeen("s"), nullptr);
+    }
 }
 
 TEST(PeriodMinutes, FollowTheClockOnTheTradeDateOnly) {
@@ -199,11 +309,23 @@ TEST(MinuteBars, AreAskedForWhenAMinuteHasEndedAndAgainWhileAnyIsMissing) {
         EXPECT_TRUE(asked(finished, 900, finished * 60));
         curves.addBars(stock, finished, {});
     }
-    EXPECT_TRUE(asked(930, 900, 930 * 60));
-    EXPECT_TRUE(asked(1440, 900, 9000 * 60)) << "no answer";
-    curves.addBars(stock, 930, {});
-    EXPECT_FALSE(asked(1440, 900, 9999 * 60)) << "the day is final";
-    curves.newDay();
+    // A service that is late is asked on and on, but less and less often.
+    std::int64_t second = 930 * 60;
+    for (const int wait : {60, 120, 240, 480, 960, 1920, 3600, 3600}) {
+        EXPECT_TRUE(asked(1440, 900, second));
+        curves.addBars(stock, 1440, {});
+        EXPECT_FALSE(asked(1440, 900, second + std::min(2 * wait, 3600) - 1)) << wait;
+        second += std::min(2 * wait, 3600);
+    }
+    EXPECT_TRUE(asked(1440, 900, second));
+    EXPECT_TRUE(curves.addBars(stock, 1440, {{899, 10.0}}));
+    EXPECT_TRUE(asked(1440, 900, second + 60)) << "more may be there now";
+    std::vector<CMinuteBar> all;
+    all.reserve(330);
+    for (int minute = 571; minute <= 900; ++minute) all.push_back({minute, 10.0});
+    curves.addBars(stock, 1440, all);
+    EXPECT_FALSE(asked(1440, 900, 2 * second)) << "complete";
+    curves.newDay("20240103");
     EXPECT_FALSE(asked(575, 576, 9999)) << "another day";
 }
 

@@ -124,7 +124,8 @@ void Fixture::tradeSetting(int block, EPriceType priceType, double price) {
 
 void Fixture::create() {
     watch(*Manager::instance());
-    if (m_settings.options.guard) Manager::instance()->setOptions(m_settings.options);
+    const TC::LinkageOptions& options = m_settings.options;
+    if (options.guard || options.filedTotals) Manager::instance()->setOptions(options);
     settle();
 }
 

@@ -32,9 +32,19 @@ std::string clockOfFraction(double day) {
     return clockText(seconds / 3600, seconds / 60 % 60, seconds % 60);
 }
 
+/// Whether digits are a date of the years with exchanges: yyyyMMdd, or the days of a workbook.
+/// As a time they would be one in the evening, or at four in the morning.
+bool areDate(qint64 digits, int length) {
+    if (length == 5) return digits >= 32874 && digits <= 50405;
+    const QDate date(static_cast<int>(digits / 10000), static_cast<int>(digits / 100 % 100),
+                     static_cast<int>(digits % 100));
+    return length == 8 && dateText(date).has_value();
+}
+
 /// hhmm where no trade was at that many minutes past midnight; hhmmss, also with a lost
 /// zero, or with hundredths or thousandths of a second behind.
 std::string clockOfDigits(qint64 digits, int length) {
+    if (length < 3 || areDate(digits, length)) return {};
     const auto clock = [](qint64 hhmmss) {
         return clockText(static_cast<int>(hhmmss / 10000), static_cast<int>(hhmmss / 100 % 100),
                          static_cast<int>(hhmmss % 100));
@@ -56,6 +66,25 @@ std::optional<DateTime> dateOfSerial(double days, bool dates1904) {
         QDate(1899, 12, 30).addDays(static_cast<qint64>(days) + (dates1904 ? kDays1904 : 0)));
     if (!date) return {};
     return DateTime{*date, days > std::floor(days) ? clockOfFraction(days) : std::string()};
+}
+
+/// The hour of a clock with twelve of them.
+int hourOfHalfDay(int hour, const QString& half) {
+    if (half.isEmpty()) return hour;
+    if (hour < 1 || hour > 12) return -1;
+    const bool isAfternoon = half == QLatin1String("PM") || half == QStringLiteral("下午");
+    return hour % 12 + (isAfternoon ? 12 : 0);
+}
+
+/// "14时30分15秒" as "14:30:15".
+QString withColons(QString text) {
+    text.replace(QChar(u'时'), QChar(':')).replace(QChar(u'点'), QChar(':'));
+    if (text.contains(QChar(u'秒'))) {
+        text.replace(QChar(u'分'), QChar(':')).remove(QChar(u'秒'));
+    } else {
+        text.remove(QChar(u'分'));
+    }
+    return text;
 }
 
 QString spaced(const QString& text) {
@@ -135,15 +164,19 @@ std::string timeOf(const Value& value) {
         return clockOfDigits(digits, static_cast<int>(QString::number(digits).size()));
     }
     static const QRegularExpression clock(
-        QStringLiteral("(?:^|[T\\s])(\\d{1,2}):(\\d{2})(?::(\\d{2})(?:\\.\\d+)?)?$"));
-    static const QRegularExpression digits(QStringLiteral("^\\d{4,9}$"));
+        QStringLiteral("(?:^|[T\\s])(上午|下午|AM|PM)?\\s*(\\d{1,2}):(\\d{2})"
+                       "(?::(\\d{2})(?:\\.\\d+)?)?\\s*(AM|PM)?$"));
+    static const QRegularExpression digits(QStringLiteral("^\\d{3,9}$"));
+    static const QRegularExpression fraction(QStringLiteral("^(0|0?\\.\\d+|\\d{5}\\.\\d+)$"));
     if (value.text.size() > kLongestFigure) return {};
-    const QString text = spaced(value.text);
+    const QString text = spaced(withColons(value.text)).toUpper();
     const auto match = clock.match(text);
     if (match.hasMatch()) {
-        return clockText(match.captured(1).toInt(), match.captured(2).toInt(),
-                         match.captured(3).toInt());
+        const QString half = match.captured(1).isEmpty() ? match.captured(5) : match.captured(1);
+        return clockText(hourOfHalfDay(match.captured(2).toInt(), half), match.captured(3).toInt(),
+                         match.captured(4).toInt());
     }
+    if (fraction.match(text).hasMatch()) return clockOfFraction(text.toDouble());
     if (!digits.match(text).hasMatch()) return {};
     return clockOfDigits(text.toLongLong(), text.size());
 }

@@ -42,8 +42,9 @@ struct DateTime {
 /// can hold and on which there were exchanges: 1990 to 2037.
 LINKAGE_EXPORT std::optional<DateTime> dateOf(const Value& value, bool dates1904 = false);
 
-/// A time of day, "hhmmss", out of "9:48:13", "09:48", 94813, 1430, 09481312 (hundredths
-/// follow), a fraction of a day, or the end of a date; empty when it is none of these.
+/// A time of day, "hhmmss", out of "9:48:13", "09:48", "下午2:30", "2:30 PM", "14时30分", 94813,
+/// 1430, 930, 09481312 (hundredths follow), a fraction of a day, or the end of a date; empty when
+/// it is none of these, as for digits that are a date, or that name an hour alone.
 LINKAGE_EXPORT std::string timeOf(const Value& value);
 
 struct Instrument {

@@ -83,8 +83,8 @@ int shares(const Value& value, const Instrument& instrument, ESide side, const c
     return std::abs(volume);
 }
 
-/// The day from a date column, else from a time that has one before it, else the
-/// table's; the time from a time column, else from behind the date.
+/// The day from a date column, else from a time column that has one, else the table's; the
+/// time from a time column, else from behind the date.
 DateTime dateOfRow(const RowValues& values, const RowContext& context,
                    std::initializer_list<EColumn> dates, std::initializer_list<EColumn> times) {
     DateTime found;
@@ -94,14 +94,21 @@ DateTime dateOfRow(const RowValues& values, const RowContext& context,
         if (!date) skip(QStringLiteral("not a date: %1").arg(shown(values[column])));
         found = *date;
     }
+    const Value* unread = nullptr;
     for (const EColumn column : times) {
-        const std::string time = timeOf(values[column]);
-        if (time.empty()) continue;
-        const auto both = dateOf(values[column], context.dates1904);
-        if (found.date.empty() && both && !both->time.empty()) found.date = both->date;
-        found.time = time;
-        break;
+        std::string time = timeOf(values[column]);
+        const auto day = dateOf(values[column], context.dates1904);
+        if (time.empty() && day) time = day->time;
+        if (found.date.empty() && day && (time.empty() || !day->time.empty())) {
+            found.date = day->date;
+        }
+        if (!time.empty()) {
+            found.time = time;
+            break;
+        }
+        if (!day && !values[column].isEmpty()) unread = &values[column];
     }
+    if (found.time.empty() && unread) skip(QStringLiteral("not a time: %1").arg(shown(*unread)));
     if (found.date.empty()) found.date = context.tableDate;
     if (found.date.empty()) skip(QStringLiteral("no date"));
     if (!context.tradeDate.empty() && found.date > context.tradeDate) {

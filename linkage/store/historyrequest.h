@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+/// What becomes of a request for past days of an account; see
+/// CLinkageManager::requestAccountDeals.
+namespace TC {
+
+enum class EHistoryRecords { Deals, Orders };
+
+/// What became of one past day of an account.
+struct HistoryDay {
+    enum class EState {
+        Waiting,    ///< asked for, not answered yet
+        Answered,   ///< what the server knows of the day is filed
+        NoTrading,  ///< the calendar knows that nothing was traded, so the server was not asked
+        Failed,     ///< what is filed is as it was before; `fault` tells why
+    };
+
+    EState state = EState::Waiting;
+    int records = 0;    ///< answered: how many records are filed under the day, however they came
+    std::string fault;  ///< in plain English
+
+    bool operator==(const HistoryDay&) const = default;
+};
+
+/// A request and how far it has come. A range that cannot be asked for counts as one day that
+/// failed.
+struct HistoryRequest {
+    std::uint64_t number = 0;  ///< from 1 on, in the order of the requests
+    EHistoryRecords records = EHistoryRecords::Deals;
+    std::string account;
+    std::string first;  ///< "yyyyMMdd", as it was asked for
+    std::string last;   ///< likewise
+    int days = 0;       ///< of the range; 0 until the request begins
+    int done = 0;       ///< of these: answered, failed or without trading
+    int failed = 0;     ///< of those done
+    std::string fault;  ///< of the day that failed last, "" when none did
+
+    bool isOver() const { return days > 0 && done == days; }
+    bool operator==(const HistoryRequest&) const = default;
+};
+
+}  // namespace TC
