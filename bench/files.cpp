@@ -1,7 +1,10 @@
 #include "bench/measure.h"
 #include "bench/programs.h"
+#include "linkage/store/importreport.h"
 #include "replay/eventparser.h"
 #include "replay/replay.h"
+
+#include <QTemporaryDir>
 
 #include <fmt/format.h>
 
@@ -18,6 +21,7 @@ namespace bench {
 namespace {
 
 constexpr int ROWS = 100'000;
+constexpr int IMPORTED = 60'000;
 
 class CHistory {
 public:
@@ -61,6 +65,43 @@ private:
     CWorld m_world;
 };
 
+/// A statement of a month: 60,000 deals of 50 stocks, each with a number of its own.
+class CStatement {
+public:
+    CStatement() {
+        std::ofstream file(m_path);
+        file << "成交日期,成交时间,证券代码,买卖标志,成交价格,成交数量,成交金额,成交编号\n";
+        for (int row = 0; row < IMPORTED; ++row) {
+            const int price = 500 + row % 700;
+            const int volume = 100 * (1 + row % 30);
+            const int cents = price * volume;
+            file << fmt::format("202312{:02},{:02}{:02}{:02},{},{},{}.{:02},{},{}.{:02},{}\n",
+                                1 + row % 20, 10 + row % 5, row % 60, row % 59, 600000 + row % 50,
+                                row % 2 == 0 ? "买入" : "卖出", price / 100, price % 100, volume,
+                                cents / 100, cents % 100, 10'000'000 + row);
+        }
+    }
+
+    /// Into a manager that knows nothing of those days.
+    double importSeconds() const {
+        const Workload workload = makeWorld({.accounts = 1});
+        const CWorld world(workload);
+        TC::CLinkageManager& manager = *Manager::instance();
+        TC::ImportReport report;
+        const double taken =
+            seconds([&] { report = manager.importData(QString::fromStdString(m_path)); });
+        Manager::release();
+        if (report.added != IMPORTED) throw std::runtime_error("rows are missing");
+        return taken;
+    }
+
+private:
+    using Manager = utils::CSingletonT<TC::CLinkageManager>;
+
+    QTemporaryDir m_folder;
+    const std::string m_path = m_folder.filePath("statement.csv").toStdString();
+};
+
 std::string recordedDay() {
     const char* const folder = std::getenv("LINKAGE_DATA");
     if (!folder || !std::filesystem::is_directory(folder)) return {};
@@ -87,6 +128,7 @@ double replaySeconds(const std::string& day) {
 void addHistory() {
     add("history/save 100,000 rows", 3, ROWS, [] { return CHistory().save(); });
     add("history/load 100,000 rows", 3, ROWS, [] { return CHistory().load(); });
+    add("import/60,000 rows", 3, IMPORTED, [] { return CStatement().importSeconds(); });
 }
 
 void addRecordedDay() {

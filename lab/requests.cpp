@@ -255,12 +255,9 @@ void CDay::onPastAnswer(const paper::CFaults::Answer& answer) {
 void CDay::askPast(int account) {
     const std::string& key = accountOf(account);
     m_scenario.call("requestAccountDeals", {key, PAST_DAY, PAST_DAY});
-    const auto& thrown = m_outcome.faults[static_cast<std::size_t>(EFault::DataThrows)];
-    const long before = thrown;
     ++m_nPastAsked;
     manager().requestAccountDeals(key, PAST_DAY, PAST_DAY);
     rest();
-    if (thrown != before) --m_nPastAsked;
 }
 
 void CDay::pastDone() {

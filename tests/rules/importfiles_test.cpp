@@ -72,9 +72,10 @@ std::string shown(const Statement& statement) {
     return text;
 }
 
-const char* const kDealFiles[] = {
-    "deals.xls",         "deals.xlsx",     "deals.ods",       "deals_utf8.csv",   "deals_mark.csv",
-    "deals_gb18030.csv", "deals_text.xls", "deals_sheet.xls", "deals_sheet.xlsx", "deals_sheet.ods"};
+const char* const kDealFiles[] = {"deals.xls",      "deals.xlsx",      "deals.ods",
+                                  "deals_utf8.csv", "deals_mark.csv",  "deals_gb18030.csv",
+                                  "deals_text.xls", "deals_sheet.xls", "deals_sheet.xlsx",
+                                  "deals_sheet.ods"};
 
 TEST(ImportFiles, EveryFormatGivesTheSameDeals) {
     std::vector<std::uint64_t> keys;
