@@ -85,19 +85,18 @@ public:
     /// Into a manager that knows nothing of those days.
     double importSeconds() const {
         const Workload workload = makeWorld({.accounts = 1});
-        const CWorld world(workload);
-        TC::CLinkageManager& manager = *Manager::instance();
+        CLibraryProgram program(workload);
         TC::ImportReport report;
         const double taken =
-            seconds([&] { report = manager.importData(QString::fromStdString(m_path)); });
-        Manager::release();
-        if (report.added != IMPORTED) throw std::runtime_error("rows are missing");
+            seconds([&] { report = program.manager().importData(QString::fromStdString(m_path)); });
+        if (report.added != IMPORTED) {
+            throw std::runtime_error(fmt::format("{} rows of {} were imported; {}", report.added,
+                                                 IMPORTED, report.refusal.toStdString()));
+        }
         return taken;
     }
 
 private:
-    using Manager = utils::CSingletonT<TC::CLinkageManager>;
-
     QTemporaryDir m_folder;
     const std::string m_path = m_folder.filePath("statement.csv").toStdString();
 };

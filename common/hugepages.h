@@ -15,8 +15,8 @@ inline constexpr std::size_t SIZE = std::size_t{2} << 20;
 /// Memory for `bytes` bytes at an address that is a multiple of `alignment`. Throws
 /// std::bad_alloc.
 inline void* allocate(std::size_t bytes, std::size_t alignment) {
-    if (bytes < SIZE) return ::operator new(bytes, std::align_val_t{alignment});
-    void* const memory = ::operator new(bytes, std::align_val_t{SIZE});
+    if (bytes < SIZE) return ::operator new (bytes, std::align_val_t{alignment});
+    void* const memory = ::operator new (bytes, std::align_val_t{SIZE});
     // A refusal only costs speed.
     ::madvise(memory, bytes, MADV_HUGEPAGE);
     return memory;
@@ -24,7 +24,7 @@ inline void* allocate(std::size_t bytes, std::size_t alignment) {
 
 /// Gives back what allocate() returned for the same two numbers.
 inline void release(void* memory, std::size_t bytes, std::size_t alignment) noexcept {
-    ::operator delete(memory, std::align_val_t{bytes < SIZE ? alignment : SIZE});
+    ::operator delete (memory, std::align_val_t{bytes < SIZE ? alignment : SIZE});
 }
 
 /// An allocator for containers that grow large.
@@ -43,9 +43,7 @@ struct CAllocator {
         release(memory, count * sizeof(T), alignof(T));
     }
 
-    friend bool operator==(const CAllocator& /*left*/, const CAllocator& /*right*/) {
-        return true;
-    }
+    friend bool operator==(const CAllocator& /*left*/, const CAllocator& /*right*/) { return true; }
 };
 
 }  // namespace utils::hugepages
