@@ -19,9 +19,8 @@ std::string nowAs(const char* format) {
 
 // Qt reads a text by its format slowly, and every date that a client gives is of this form.
 bool isEightDigits(const std::string& date) {
-    return date.size() == 8 && std::all_of(date.begin(), date.end(), [](char each) {
-               return each >= '0' && each <= '9';
-           });
+    return date.size() == 8 && std::all_of(date.begin(), date.end(),
+                                           [](char each) { return each >= '0' && each <= '9'; });
 }
 
 }  // namespace
