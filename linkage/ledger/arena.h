@@ -8,7 +8,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <utility>
 #include <vector>
 
 namespace TC {
@@ -21,6 +20,10 @@ inline constexpr std::uint32_t NONE = utils::CKeyIndex::NONE;
 template <class T, unsigned BLOCK_BITS = 9>
 class CArena {
 public:
+    CArena() = default;
+    CArena(const CArena&) = delete;  // blocks would outlive the slabs that they lie in
+    CArena& operator=(const CArena&) = delete;
+
     T& operator[](std::uint32_t index) { return m_blocks[index >> BLOCK_BITS][index & MASK]; }
     const T& operator[](std::uint32_t index) const {
         return m_blocks[index >> BLOCK_BITS][index & MASK];
@@ -73,27 +76,9 @@ private:
     static constexpr std::size_t BLOCKS_PER_PAGE =
         std::max<std::size_t>(1, utils::hugepages::SIZE / BLOCK_BYTES);
 
-    // Memory for some blocks, without objects.
-    struct Slab {
-        explicit Slab(std::size_t blocks)
-            : bytes(blocks == 1 ? BLOCK_BYTES
-                                : std::max(blocks * BLOCK_BYTES, utils::hugepages::SIZE)),
-              memory(static_cast<T*>(utils::hugepages::allocate(bytes, alignof(T)))) {}
-        Slab(Slab&& other) noexcept
-            : bytes(other.bytes), memory(std::exchange(other.memory, nullptr)) {}
-        Slab& operator=(Slab&& other) noexcept {
-            std::swap(bytes, other.bytes);
-            std::swap(memory, other.memory);
-            return *this;
-        }
-        Slab(const Slab&) = delete;
-        Slab& operator=(const Slab&) = delete;
-        ~Slab() {
-            if (memory) utils::hugepages::release(memory, bytes, alignof(T));
-        }
-
+    struct FreeSlab {
         std::size_t bytes;
-        T* memory;
+        void operator()(T* memory) const { utils::hugepages::release(memory, bytes, alignof(T)); }
     };
 
     struct DestroyObjects {
@@ -102,9 +87,13 @@ private:
 
     void addBlock() {
         if (m_nPrepared == 0) {
-            m_nPrepared = m_blocks.size() < BLOCKS_PER_PAGE ? 1 : BLOCKS_PER_PAGE;
-            m_slabs.emplace_back(m_nPrepared);
-            m_next = m_slabs.back().memory;
+            const bool isLarge = m_blocks.size() >= BLOCKS_PER_PAGE;
+            const std::size_t bytes =
+                isLarge ? std::max(BLOCKS_PER_PAGE * BLOCK_BYTES, utils::hugepages::SIZE)
+                        : BLOCK_BYTES;
+            m_next = static_cast<T*>(utils::hugepages::allocate(bytes, alignof(T)));
+            m_slabs.emplace_back(m_next, FreeSlab{bytes});
+            m_nPrepared = isLarge ? BLOCKS_PER_PAGE : 1;
         }
         std::uninitialized_value_construct_n(m_next, MASK + 1);
         m_blocks.emplace_back(m_next);
@@ -112,7 +101,7 @@ private:
         --m_nPrepared;
     }
 
-    std::vector<Slab> m_slabs;
+    std::vector<std::unique_ptr<T, FreeSlab>> m_slabs;  ///< memory of the blocks, without objects
     std::vector<std::unique_ptr<T[], DestroyObjects>> m_blocks;
     T* m_next = nullptr;
     std::size_t m_nPrepared = 0;

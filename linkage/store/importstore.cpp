@@ -121,16 +121,21 @@ void CImportStore::retry() {
         return;
     }
     joinRetry();  // it has done its work and only has to leave
-    m_thread = boost::thread([this, door = m_pDoor] {
-        const CDoor::Visit visit(door);
-        if (!visit) return;
-        {
-            const std::lock_guard lock(m_mutex);
-            m_bRetries = false;
-            if (!m_pending.empty()) serve();
-        }
+    try {
+        m_thread = boost::thread([this, door = m_pDoor] {
+            const CDoor::Visit visit(door);
+            if (!visit) return;
+            {
+                const std::lock_guard lock(m_mutex);
+                m_bRetries = false;
+                if (!m_pending.empty()) serve();
+            }
+            m_bRetrying = false;
+        });
+    } catch (const boost::thread_resource_error&) {
         m_bRetrying = false;
-    });
+        m_retryLater();
+    }
 }
 
 void CImportStore::finish() {
