@@ -1,11 +1,8 @@
 #include "desk/importdialog.h"
 
-#include "desk/importtexts.h"
 #include "desk/rowsview.h"
-#include "desk/texts.h"
 
 #include <QComboBox>
-#include <QFileInfo>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMessageBox>
@@ -22,8 +19,6 @@ namespace {
 
 constexpr QSize SIZE{1120, 620};
 constexpr int LEAST_ROWS = 4;
-
-QString nameOf(const ImportFile& file) { return QFileInfo(file.path).fileName(); }
 
 /// Wide texts take more lines instead of a wider window.
 QLabel* makeLabel(QWidget* parent, const char* name) {
@@ -95,7 +90,7 @@ QWidget* CImportDialog::makeAccountLine() {
             &CImportDialog::chooseAccount);
     auto* layout = new QHBoxLayout(line);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(new QLabel(tr("Account of the files that name none:"), line));
+    layout->addWidget(new QLabel(tr("Account of files that name none that is followed:"), line));
     layout->addWidget(m_pAccount);
     layout->addStretch();
     line->hide();
@@ -205,7 +200,7 @@ void CImportDialog::takeReports(const ImportAnswer& answer) {
     for (Shown& each : m_files) {
         if (each.isImported || !each.report.ok() || report == answer.reports.end()) continue;
         each.isImported = report->ok();
-        if (report->isOutdated) outdated << nameOf(each.file);
+        if (report->isOutdated) outdated << each.name();
         each.report = *report++;
     }
     m_pNotice->setText(
@@ -234,7 +229,7 @@ std::vector<int> CImportDialog::numbers() const {
 void CImportDialog::undo() {
     QStringList names;
     for (const Shown& each : m_files) {
-        if (each.isImported && each.report.number != 0) names << nameOf(each.file);
+        if (each.isImported && each.report.number != 0) names << each.name();
     }
     askUndo(m_actions, numbers(), names.join(", "), this, [this](int) {
         m_bUndone = true;
@@ -264,101 +259,6 @@ void CImportDialog::askUndo(CActions& actions, const std::vector<int>& numbers,
                 });
             });
     box->open();
-}
-
-// ------------------------------------------------------------------- what is shown
-
-void CImportDialog::setBusy(bool busy) {
-    m_bBusy = busy;
-    showAll();
-}
-
-void CImportDialog::showAll() {
-    m_pHeading->setText(heading());
-    m_pNotice->setVisible(!m_pNotice->text().isEmpty());
-    m_pAccount->setEnabled(!m_bBusy);
-    showButtons();
-    if (m_bBusy) return;
-    showDays();
-    showRows();
-}
-
-QString CImportDialog::heading() const {
-    if (m_bBusy) return tr("Reading …");
-    int read = 0, taken = 0, added = 0;
-    for (const Shown& each : m_files) {
-        read += each.report.read;
-        taken += each.report.taken;
-        added += each.report.added;
-    }
-    const auto imported = std::count_if(m_files.begin(), m_files.end(),
-                                        [](const Shown& each) { return each.isImported; });
-    const QString counts = tr("rows read %1, taken %2, of these new %3, left out %4")
-                               .arg(read)
-                               .arg(taken)
-                               .arg(added)
-                               .arg(read - taken);
-    if (m_bUndone) return tr("Taken back: %1").arg(counts);
-    if (imported == 0) return tr("Preview, nothing is imported yet: %1").arg(counts);
-    if (imported == static_cast<std::ptrdiff_t>(m_files.size()))
-        return tr("Imported: %1").arg(counts);
-    return tr("Imported %1 of %2 files: %3").arg(imported).arg(m_files.size()).arg(counts);
-}
-
-QString CImportDialog::stateOf(const Shown& file) const {
-    if (!file.report.ok()) return tr("refused");
-    if (!file.isImported) return tr("not imported yet");
-    return m_bUndone ? tr("taken back") : tr("imported");
-}
-
-void CImportDialog::showDays() {
-    std::vector<Row> rows;
-    for (const Shown& each : m_files) {
-        const QString name = nameOf(each.file);
-        const QString state = stateOf(each);
-        if (each.report.days.empty()) rows.push_back({each.file.path, {name, state}, false});
-        const QString kind =
-            each.report.kind == TC::ImportReport::Kind::Orders ? tr("Orders") : tr("Deals");
-        for (const TC::ImportReport::Day& day : each.report.days) {
-            const QString account = QString::fromStdString(day.account);
-            const QString date = QString::fromStdString(day.date);
-            rows.push_back(
-                {QStringList{each.file.path, account, date}.join('\n'),
-                 {name, state, account, dashedDate(day.date), kind, day.records, day.bought,
-                  day.sold, day.added, day.repeated, day.matched, day.reported},
-                 false});
-        }
-    }
-    m_pDays->rows().setRows(std::move(rows));
-    m_pDays->measureAnew();
-}
-
-void CImportDialog::showRows() {
-    std::vector<Row> rows;
-    const auto add = [&rows](const QString& file, const QString& sheet, const QVariant& row,
-                             const QString& text) {
-        rows.push_back({QString::number(rows.size()), {file, sheet, row, text}, false});
-    };
-    for (const Shown& each : m_files) {
-        const QString name = nameOf(each.file);
-        if (!each.report.ok())
-            add(name, {}, {}, tr("nothing is taken: %1").arg(importText(each.report.refusal)));
-        for (const QString& note : each.report.notes)
-            add(name, {}, {}, tr("to check: %1").arg(importText(note)));
-        for (const auto& skipped : each.report.skipped)
-            add(name, skipped.sheet, skipped.row, importText(skipped.reason));
-    }
-    m_pRows->rows().setRows(std::move(rows));
-    m_pRows->measureAnew();
-}
-
-void CImportDialog::showButtons() {
-    const bool isAny = std::any_of(m_files.begin(), m_files.end(),
-                                   [](const Shown& each) { return each.isImported; });
-    m_pImport->setVisible(!m_bBusy && !filesToImport().empty());
-    m_pImport->setEnabled(!m_bBusy);
-    m_pUndo->setVisible(!m_bBusy && isAny && !m_bUndone && !numbers().empty());
-    m_pCancel->setText(isAny ? tr("Close") : tr("Cancel"));
 }
 
 }  // namespace desk

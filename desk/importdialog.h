@@ -43,6 +43,8 @@ private:
         ImportFile file;
         TC::ImportReport report;
         bool isImported = false;
+
+        QString name() const;
     };
 
     void makeTables();

@@ -7,13 +7,12 @@
 #include <QComboBox>
 #include <QDateEdit>
 #include <QFileInfo>
-#include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QPushButton>
-#include <QVBoxLayout>
-
 #include <QPointer>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QVBoxLayout>
 
 #include <utility>
 
@@ -23,6 +22,8 @@ namespace {
 
 /// A picture comes ten times a second.
 constexpr int PICTURES_TO_A_READING = 10;
+constexpr int LEAST_ROWS = 3;
+constexpr int MARGIN = 6;
 const QString KEPT = QStringLiteral("yyyyMMdd");
 
 QString text(const std::string& utf8) { return QString::fromStdString(utf8); }
@@ -59,18 +60,19 @@ QString answerText(const FiledRows& filed) {
     return {};
 }
 
+// The columns that tell the sources stand before those that a narrow window has no room for.
 Row dealRow(const FiledRow& row) {
     return {QString::number(row.key),
-            {text(row.time), text(row.stock), text(row.strategy), row.buys, row.price,
-             qlonglong(row.traded), row.amount, text(row.number), sourceText(row)},
+            {text(row.time), text(row.stock), row.buys, row.price, qlonglong(row.traded),
+             row.amount, sourceText(row), text(row.strategy), text(row.number)},
             false};
 }
 
 Row orderRow(const FiledRow& row) {
     return {QString::number(row.key),
-            {text(row.number), text(row.stock), text(row.strategy), row.buys, row.price,
-             qlonglong(row.volume), qlonglong(row.traded), row.amount,
-             libraryText(TC::getOrderStatusQString(row.status)), sourceText(row)},
+            {text(row.stock), row.buys, row.price, qlonglong(row.volume), qlonglong(row.traded),
+             row.amount, libraryText(TC::getOrderStatusQString(row.status)), sourceText(row),
+             text(row.strategy), text(row.number)},
             false};
 }
 
@@ -107,6 +109,8 @@ CPastDaysPage::CPastDaysPage(CActions& actions, QWidget* parent)
     tables->addWidget(m_pDeals, 1);
     tables->addWidget(m_pOrders, 1);
     auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(MARGIN, MARGIN, MARGIN, MARGIN);
+    layout->setSpacing(MARGIN);
     layout->addLayout(line);
     layout->addLayout(tables, 1);
     layout->addWidget(m_pTotals);
@@ -153,28 +157,32 @@ void CPastDaysPage::makeTables() {
     });
     m_pDeals = new CRowsView({{tr("Time"), EFormat::Time},
                               {tr("Stock")},
-                              {tr("Strategy")},
                               {tr("Side"), EFormat::Side},
                               {tr("Price"), EFormat::Price},
                               {tr("Volume"), EFormat::Count},
                               {tr("Amount"), EFormat::Money},
-                              {tr("Number")},
-                              {tr("Source")}},
+                              {tr("Source")},
+                              {tr("Strategy")},
+                              {tr("Number")}},
                              CRowsView::ESorting::ByUser, this);
     m_pDeals->setObjectName("pastDeals");
-    m_pOrders = new CRowsView({{tr("Number")},
-                               {tr("Stock")},
-                               {tr("Strategy")},
+    m_pOrders = new CRowsView({{tr("Stock")},
                                {tr("Side"), EFormat::Side},
                                {tr("Price"), EFormat::Price},
                                {tr("Volume"), EFormat::Count},
                                {tr("Traded"), EFormat::Count},
                                {tr("Amount"), EFormat::Money},
                                {tr("Status")},
-                               {tr("Source")}},
+                               {tr("Source")},
+                               {tr("Strategy")},
+                               {tr("Number")}},
                               CRowsView::ESorting::ByUser, this);
     m_pOrders->setObjectName("pastOrders");
-    for (CRowsView* table : {m_pDeals, m_pOrders}) table->setScrolling();
+    for (CRowsView* table : {m_pDeals, m_pOrders}) {
+        table->setScrolling();
+        table->setMinimumHeight(table->heightOf(LEAST_ROWS) +
+                                table->horizontalScrollBar()->sizeHint().height());
+    }
     m_pDays->setFixedWidth(fontMetrics().horizontalAdvance("0000-00-00") + 60);
 }
 

@@ -1044,8 +1044,8 @@
         <translation>所有行均采用</translation>
     </message>
     <message>
-        <source>Account of the files that name none:</source>
-        <translation>未注明账户的文件属于：</translation>
+        <source>Account of files that name none that is followed:</source>
+        <translation>未注明所跟踪账户的文件属于：</translation>
     </message>
     <message>
         <source>Undo this import…</source>

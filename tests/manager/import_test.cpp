@@ -301,12 +301,11 @@ TEST_F(Import, TakesOnlyWhatItsPreviewHasShown) {
 
     // A report that comes while rows are filed.
     f.manager().undoImport(f.manager().getImports().at(0).number);
-    f.manager().requestAccount("A");
-    f.settle();
+    today("600036,买入,10,100,1,10001\n");
     show();
     boost::signals2::connection once = f.manager().sigStocksChanged.connect([&] {
         once.disconnect();
-        f.deal({.account = "A", .key = 1, .volume = 100, .dealId = "1"});
+        f.deal({.account = "A", .key = 9, .stock = "SH600036", .volume = 100, .dealId = "1"});
     });
     expectOutdated("what was filed differs");
     EXPECT_EQ(dealsOf("A", "20240103"), 1u) << "the report alone";
