@@ -6,6 +6,8 @@
 #include "platform/services/quoteclient.h"
 #include "platform/utils/text.h"
 
+#include <algorithm>
+#include <memory>
 #include <utility>
 
 namespace desk {
@@ -45,6 +47,29 @@ TC::TradeStatData statOf(const TC::CLinkageManager& manager, const Selection& pa
         stat.m_dTotalSellAmount += figures.sellAmount;
     }
     return stat;
+}
+
+/// Calls `work` for each file; without a manager each is refused.
+template <class Work>
+ImportAnswer overFiles(const std::vector<ImportFile>& files, Work work) {
+    ImportAnswer answer;
+    answer.reports.reserve(files.size());
+    TC::CLinkageManager* const manager = Manager::exists() ? Manager::instance() : nullptr;
+    for (const ImportFile& file : files) {
+        if (manager) {
+            answer.reports.push_back(work(*manager, file));
+            continue;
+        }
+        TC::ImportReport report;
+        report.path = file.path;
+        report.refusal = QT_TRANSLATE_NOOP("ImportText", "the library is not running");
+        answer.reports.push_back(report);
+    }
+    if (!manager) return answer;
+    const auto accounts = manager->getAccounts();
+    answer.accounts.reserve(accounts.size());
+    for (const auto& account : accounts) answer.accounts.push_back(account->m_strKey);
+    return answer;
 }
 
 PlanPreview previewOf(TC::CLinkageManager& manager, const Selection& pair, bool history) {
@@ -129,17 +154,49 @@ void CActions::deleteAllHistory() {
     m_engine.post(onManager([](TC::CLinkageManager& manager) { manager.deleteAllHisTorydata(); }));
 }
 
-void CActions::import(const QString& path, std::function<void(const TC::ImportReport&)> answer) {
-    m_engine.post([&engine = m_engine, path, answer] {
-        TC::ImportReport report;
-        if (Manager::exists()) {
-            report = Manager::instance()->importData(path);
-        } else {
-            report.path = path;
-            report.refusal = QT_TRANSLATE_NOOP("ImportText", "the library is not running");
-        }
-        engine.answer([answer, report] { answer(report); });
+void CActions::previewImport(const std::vector<ImportFile>& files, ImportAnswered answer) {
+    m_engine.post([&engine = m_engine, files, answer] {
+        const ImportAnswer done =
+            overFiles(files, [](TC::CLinkageManager& manager, const ImportFile& file) {
+                return manager.importPreview(file.path, file.terms);
+            });
+        engine.answer([answer, done] { answer(done); });
     });
+}
+
+void CActions::import(const std::vector<ImportFile>& files, ImportAnswered answer) {
+    m_engine.post([&engine = m_engine, files, answer] {
+        const ImportAnswer done =
+            overFiles(files, [](TC::CLinkageManager& manager, const ImportFile& file) {
+                return manager.importData(file.path, file.terms);
+            });
+        engine.answer([answer, done] { answer(done); });
+    });
+}
+
+void CActions::undoImports(std::vector<int> numbers, std::function<void(int)> answer) {
+    std::sort(numbers.rbegin(), numbers.rend());
+    m_engine.post(onManager([&engine = m_engine, numbers, answer](TC::CLinkageManager& manager) {
+        int undone = 0;
+        for (const int number : numbers) undone += manager.undoImport(number);
+        engine.answer([answer, undone] { answer(undone); });
+    }));
+}
+
+void CActions::readPastDay(const std::string& account, const std::string& date,
+                           std::function<void(const PastDay&)> answer) {
+    m_engine.post([&engine = m_engine, account, date, answer] {
+        auto day = std::make_shared<PastDay>(PastDay{.account = account, .date = date});
+        if (Manager::exists()) *day = takePastDay(*Manager::instance(), account, date);
+        engine.answer([answer, day] { answer(*day); });
+    });
+}
+
+void CActions::askPastDay(const std::string& account, const std::string& date) {
+    m_engine.post(onManager([account, date](TC::CLinkageManager& manager) {
+        manager.requestAccountDeals(account, date, date);
+        manager.requestAccountOrders(account, date, date);
+    }));
 }
 
 }  // namespace desk

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "desk/pastday.h"
 #include "desk/picture.h"
 #include "linkage/balance/balanceplan.h"
 #include "linkage/store/importreport.h"
@@ -9,6 +10,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <vector>
 
 namespace desk {
 
@@ -22,9 +24,21 @@ struct PlanPreview {
     std::map<std::string, double> lastPrices;  ///< yuan, of the plan's stocks, where known
 };
 
+/// A statement file and what the user has decided of it.
+struct ImportFile {
+    QString path;
+    TC::ImportTerms terms;
+};
+
+/// What became of statement files, or would become of them, in their order.
+struct ImportAnswer {
+    std::vector<TC::ImportReport> reports;
+    std::vector<std::string> accounts;  ///< keys of the accounts that are followed
+};
+
 /// What the user can ask of the library. Each call returns at once; the work is done on
 /// the engine's thread, the answer comes on the window's. Without a manager nothing is
-/// done, and only an import is answered, by a refusal.
+/// done; imports are then answered by refusals, past days as empty ones.
 ///
 /// Threads: the window's.
 class CActions {
@@ -49,7 +63,19 @@ public:
     void deleteBalancedHistory();
     void deleteAllHistory();
 
-    void import(const QString& path, std::function<void(const TC::ImportReport&)> answer);
+    using ImportAnswered = std::function<void(const ImportAnswer&)>;
+    /// What an import of each file would do now. It does not see the files before it.
+    void previewImport(const std::vector<ImportFile>& files, ImportAnswered answer);
+    /// Imports the files one after another.
+    void import(const std::vector<ImportFile>& files, ImportAnswered answer);
+    /// Takes imports back, the newest first; the answer is how many there were to take back.
+    void undoImports(std::vector<int> numbers, std::function<void(int)> answer);
+
+    /// What is filed under a past day; the answer has the day as it is then.
+    void readPastDay(const std::string& account, const std::string& date,
+                     std::function<void(const PastDay&)> answer);
+    /// Asks the trading server for the deals and orders of a day ("yyyyMMdd").
+    void askPastDay(const std::string& account, const std::string& date);
 
 private:
     CEngine& m_engine;

@@ -1,6 +1,6 @@
 #include "desk/importpage.h"
 
-#include "desk/importtexts.h"
+#include "desk/importdialog.h"
 
 #include <QFileDialog>
 #include <QFileInfo>
@@ -9,71 +9,100 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include <utility>
+
 namespace desk {
 
+namespace {
+
+constexpr int FILE_COLUMN = 1;
+
+Row importRow(const TC::ImportSummary& import) {
+    const QString number = QString::number(import.number);
+    const QString time = QString::fromStdString(import.time);
+    const QDateTime taken = QDateTime::fromString(time, "yyyyMMddHHmmss");
+    const bool orders = import.kind == TC::ImportReport::Kind::Orders;
+    return {number,
+            {import.number, QFileInfo(QString::fromStdString(import.path)).fileName(),
+             orders ? CImportPage::tr("Orders") : CImportPage::tr("Deals"), import.records,
+             taken.isValid() ? taken.toString("yyyy-MM-dd HH:mm:ss") : time},
+            false};
+}
+
+}  // namespace
+
 CImportPage::CImportPage(CActions& actions, QWidget* parent) : QWidget(parent), m_actions(actions) {
-    m_pChoose = new QPushButton(tr("Import a statement…"), this);
+    m_pChoose = new QPushButton(tr("Import statements…"), this);
     m_pChoose->setObjectName("importChoose");
-    connect(m_pChoose, &QPushButton::clicked, this, &CImportPage::chooseFile);
-    m_pSummary = new QLabel(tr("Deals and orders from workbooks, CSV and text files."), this);
-    m_pSummary->setObjectName("importSummary");
-    m_pSummary->setWordWrap(true);
-    m_pSummary->setTextFormat(Qt::PlainText);
-    m_pSkipped =
-        new CRowsView({{tr("Sheet")}, {tr("Row"), EFormat::Count}, {tr("Not taken because")}},
-                      CRowsView::ESorting::Off, this);
-    m_pSkipped->setObjectName("importSkipped");
+    connect(m_pChoose, &QPushButton::clicked, this, &CImportPage::chooseFiles);
+    m_pUndo = new QPushButton(tr("Undo the chosen import…"), this);
+    m_pUndo->setObjectName("importsUndo");
+    connect(m_pUndo, &QPushButton::clicked, this, &CImportPage::undo);
+    auto* hint = new QLabel(tr("Deals and orders from workbooks, CSV and text files."), this);
+    hint->setWordWrap(true);
+    m_pImports = new CRowsView({{tr("Import"), EFormat::Count},
+                                {tr("File")},
+                                {tr("Kind")},
+                                {tr("Rows"), EFormat::Count},
+                                {tr("Imported at")}},
+                               CRowsView::ESorting::Off, this);
+    m_pImports->setObjectName("imports");
+    m_pImports->setPlaceholder(tr("Nothing was imported"));
+    connect(m_pImports, &CRowsView::sigChosen, this, &CImportPage::showButtons);
 
     auto* line = new QHBoxLayout;
     line->addWidget(m_pChoose);
-    line->addWidget(m_pSummary, 1);
+    line->addWidget(hint, 1);
+    line->addWidget(m_pUndo);
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(line);
-    layout->addWidget(m_pSkipped);
+    layout->addWidget(m_pImports);
+    showButtons();
 }
 
-void CImportPage::chooseFile() {
-    auto* dialog = new QFileDialog(this, tr("Import a statement"));
+void CImportPage::chooseFiles() {
+    auto* dialog = new QFileDialog(this, tr("Import statements"));
     dialog->setObjectName("importDialog");
     dialog->setAttribute(Qt::WA_DeleteOnClose);
-    dialog->setFileMode(QFileDialog::ExistingFile);
-    dialog->setNameFilters({tr("Statements (*.xls *.xlsx *.csv *.txt)"), tr("All files (*)")});
-    connect(dialog, &QFileDialog::fileSelected, this, &CImportPage::import);
+    dialog->setFileMode(QFileDialog::ExistingFiles);
+    dialog->setNameFilters(
+        {tr("Statements (*.xls *.xlsx *.ods *.csv *.txt)"), tr("All files (*)")});
+    connect(dialog, &QFileDialog::filesSelected, this, &CImportPage::preview);
     dialog->open();
 }
 
-void CImportPage::setAlive(bool alive) { m_pChoose->setEnabled(alive && !m_bReading); }
-
-void CImportPage::import(const QString& path) {
-    m_bReading = true;
-    setAlive(true);
-    m_pSummary->setText(tr("Reading %1 …").arg(QFileInfo(path).fileName()));
-    m_actions.import(path, [this](const TC::ImportReport& report) { show(report); });
+void CImportPage::preview(const QStringList& paths) {
+    auto* dialog = new CImportDialog(m_actions, paths, this);
+    dialog->open();
 }
 
-void CImportPage::show(const TC::ImportReport& report) {
-    m_bReading = false;
-    setAlive(true);
-    const QString name = QFileInfo(report.path).fileName();
-    if (!report.ok()) {
-        m_pSummary->setText(tr("%1: nothing was taken: %2").arg(name, importText(report.refusal)));
-    } else {
-        QStringList text{tr("%1: rows read %2, taken %3, of these new %4, left out %5.")
-                             .arg(name)
-                             .arg(report.read)
-                             .arg(report.taken)
-                             .arg(report.added)
-                             .arg(report.skippedCount())};
-        for (const QString& note : report.notes) text << importText(note);
-        m_pSummary->setText(text.join(" · "));
-    }
+void CImportPage::undo() {
+    const int row = m_pImports->rows().indexOf(m_pImports->currentKey());
+    if (row < 0) return;
+    const int number = m_pImports->currentKey().toInt();
+    const QString name = m_pImports->rows().index(row, FILE_COLUMN).data().toString();
+    CImportDialog::askUndo(m_actions, {number}, name, this, [this, name](int undone) {
+        Q_EMIT sigMessage(undone > 0 ? tr("What was imported from %1 was taken back.").arg(name)
+                                     : tr("The import of %1 was taken back before.").arg(name));
+    });
+}
+
+void CImportPage::setAlive(bool alive) {
+    m_bAlive = alive;
+    showButtons();
+}
+
+void CImportPage::showButtons() {
+    m_pChoose->setEnabled(m_bAlive);
+    m_pUndo->setEnabled(m_bAlive && !m_pImports->currentKey().isEmpty());
+}
+
+void CImportPage::show(const std::vector<TC::ImportSummary>& imports) {
     std::vector<Row> rows;
-    for (const auto& skipped : report.skipped) {
-        rows.push_back({skipped.sheet + '\n' + QString::number(skipped.row),
-                        {skipped.sheet, skipped.row, importText(skipped.reason)},
-                        false});
-    }
-    m_pSkipped->rows().setRows(std::move(rows));
+    rows.reserve(imports.size());
+    for (const TC::ImportSummary& import : imports) rows.push_back(importRow(import));
+    m_pImports->rows().setRows(std::move(rows));
+    showButtons();
 }
 
 }  // namespace desk

@@ -5,32 +5,38 @@
 
 #include <QWidget>
 
-class QLabel;
+#include <vector>
+
 class QPushButton;
 
 namespace desk {
 
-/// Import of a statement file, and the report of what became of its rows.
+/// Import of statement files, and the imports that stand.
 class CImportPage final : public QWidget {
     Q_OBJECT
 
 public:
     explicit CImportPage(CActions& actions, QWidget* parent = nullptr);
 
-    /// Asks for a file.
-    void chooseFile();
+    /// Asks for files, then shows what an import of them would do.
+    void chooseFiles();
+    void show(const std::vector<TC::ImportSummary>& imports);
     /// Without the library nothing can be imported.
     void setAlive(bool alive);
 
+Q_SIGNALS:
+    void sigMessage(const QString& text);
+
 private:
-    void import(const QString& path);
-    void show(const TC::ImportReport& report);
+    void preview(const QStringList& paths);
+    void undo();
+    void showButtons();
 
     CActions& m_actions;
     QPushButton* m_pChoose;
-    QLabel* m_pSummary;
-    CRowsView* m_pSkipped;
-    bool m_bReading = false;
+    QPushButton* m_pUndo;
+    CRowsView* m_pImports;
+    bool m_bAlive = true;
 };
 
 }  // namespace desk

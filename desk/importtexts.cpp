@@ -9,7 +9,8 @@ namespace desk {
 
 namespace {
 
-/// What the library says about statement files; %1 and so on stand for what it fills in,
+/// What the library says about statement files, and about past days that the trading server was
+/// asked for; %1 and so on stand for what it fills in,
 /// in this order.
 const char* const TEXTS[] = {
     QT_TRANSLATE_NOOP("ImportText", "the library is not running"),
@@ -97,6 +98,15 @@ const char* const TEXTS[] = {
     QT_TRANSLATE_NOOP("ImportText", "the web page has cells of several rows"),
     QT_TRANSLATE_NOOP("ImportText", "%1 more rows were left out than are listed"),
     QT_TRANSLATE_NOOP("ImportText", "a service of the client failed"),
+    QT_TRANSLATE_NOOP("ImportText", "the import is not what was shown any more"),
+    QT_TRANSLATE_NOOP("ImportText", "no answer"),
+    QT_TRANSLATE_NOOP("ImportText", "error %1 %2"),
+    QT_TRANSLATE_NOOP("ImportText", "no such day"),
+    QT_TRANSLATE_NOOP("ImportText", "no such account"),
+    QT_TRANSLATE_NOOP("ImportText", "the last day has not come yet"),
+    QT_TRANSLATE_NOOP("ImportText", "the first day is before any exchange"),
+    QT_TRANSLATE_NOOP("ImportText", "the first day is after the last"),
+    QT_TRANSLATE_NOOP("ImportText", "records of the running day come with its reports"),
     QT_TRANSLATE_NOOP("ImportText", "price"),
     QT_TRANSLATE_NOOP("ImportText", "volume"),
     QT_TRANSLATE_NOOP("ImportText", "traded volume"),

@@ -6,8 +6,10 @@
 #include "desk/detailtables.h"
 #include "desk/historypage.h"
 #include "desk/importpage.h"
+#include "desk/pastdayspage.h"
 #include "desk/plandialog.h"
 #include "desk/rowsview.h"
+#include "desk/texts.h"
 
 #include <QLabel>
 #include <QProgressBar>
@@ -39,6 +41,7 @@ CMainWindow::CMainWindow(CEngine& engine) : m_engine(engine), m_actions(engine) 
     connect(m_pPause, &QPushButton::clicked, this, [this] { setPaused(!m_engine.paused()); });
     connect(m_pBalance, &QPushButton::clicked, this, [this] { askBalance(m_selection, false); });
     connect(m_pHistory, &CHistoryPage::sigMessage, this, &CMainWindow::showMessage);
+    connect(m_pImport, &CImportPage::sigMessage, this, &CMainWindow::showMessage);
     connect(m_pHistory, &CHistoryPage::sigBalance, this,
             [this](const QString& account, const QString& strategy) {
                 askBalance({account.toStdString(), strategy.toStdString(), {}}, true);
@@ -71,6 +74,8 @@ void CMainWindow::show(std::shared_ptr<const Picture> picture) {
     m_pBalances->show(now.balances);
     m_pTimes->show(now.balanceTimes, m_selection);
     m_pHistory->show(now.history, m_selection);
+    m_pImport->show(now.imports);
+    m_pPast->show(m_selection.account, now.alive);
     enableActions(now.alive);
     divide();
     const bool halted = now.halted && m_engine.paused();
@@ -85,7 +90,8 @@ void CMainWindow::show(std::shared_ptr<const Picture> picture) {
 /// Without the manager all actions are disabled.
 void CMainWindow::enableActions(bool alive) {
     m_pBalance->setEnabled(alive && !m_selection.strategy.empty());
-    for (QWidget* widget : std::initializer_list<QWidget*>{m_pImportNow, m_pTimes, m_pHistory})
+    for (QWidget* widget :
+         std::initializer_list<QWidget*>{m_pImportNow, m_pTimes, m_pHistory, m_pPast})
         widget->setEnabled(alive);
     m_pImport->setAlive(alive);
     if (std::exchange(m_bAlive, alive) != alive)
@@ -95,8 +101,7 @@ void CMainWindow::enableActions(bool alive) {
 void CMainWindow::showClock(const Picture& picture) {
     showPaused();
     m_pClock->setText(QString::fromStdString(picture.time));
-    const QString date = QString::fromStdString(picture.date);
-    m_pDate->setText(date.left(4) + '-' + date.mid(4, 2) + '-' + date.mid(6));
+    m_pDate->setText(dashedDate(picture.date));
     m_pProgress->setVisible(picture.progress >= 0.0);
     m_pProgress->setValue(static_cast<int>(picture.progress * m_pProgress->maximum()));
 }

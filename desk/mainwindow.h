@@ -22,6 +22,7 @@ class CChart;
 class CDetailTables;
 class CHistoryPage;
 class CImportPage;
+class CPastDaysPage;
 class CRowsView;
 
 /// The one window of the desk. It shows pictures of the library's state and passes the user's
@@ -98,6 +99,7 @@ private:
     CBalanceTimesPage* m_pTimes = nullptr;
     CHistoryPage* m_pHistory = nullptr;
     CImportPage* m_pImport = nullptr;
+    CPastDaysPage* m_pPast = nullptr;
     QPushButton* m_pImportNow = nullptr;
     bool m_bAlive = true;
     bool m_bHalted = false;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "linkage/stats/periodpoint.h"
+#include "linkage/store/importreport.h"
 #include "replay/balancefigures.h"
 
 #include <cstdint>
@@ -115,6 +116,7 @@ struct Picture {
     std::vector<PairRow> pairs;
     std::map<std::string, std::string> balanceTimes;
     std::vector<HistoryRow> history;
+    std::vector<TC::ImportSummary> imports;        ///< that stand, by number
     std::vector<replay::BalanceFigures> balances;  ///< of the day, by the book
 
     // of the selection

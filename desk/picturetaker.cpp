@@ -78,6 +78,7 @@ void CPictureTaker::take(Picture& picture) {
 
     picture.userName = TC::getUserConfig()->getUserDataString(TC::USER_NAME).toStdString();
     picture.balanceTimes = manager.getBalanceTime();
+    picture.imports = manager.getImports();
     picture.balances = replay::balancesOf(manager.getBalances(), picture.date, {});
     takePairs(manager, picture);
     takeHistory(manager, picture);

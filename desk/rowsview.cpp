@@ -2,6 +2,9 @@
 
 #include "desk/style.h"
 
+#include <QAction>
+#include <QApplication>
+#include <QClipboard>
 #include <QFontMetrics>
 #include <QHeaderView>
 #include <QPainter>
@@ -56,7 +59,13 @@ CRowsView::CRowsView(std::vector<Column> columns, ESorting sorting, QWidget* par
     }
     setItemDelegate(new CRowsDelegate(this));
     setSelectionBehavior(SelectRows);
-    setSelectionMode(SingleSelection);
+    setSelectionMode(ExtendedSelection);
+    auto* copy = new QAction(tr("Copy rows"), this);
+    copy->setShortcut(QKeySequence::Copy);
+    copy->setShortcutContext(Qt::WidgetShortcut);
+    connect(copy, &QAction::triggered, this, &CRowsView::copyChosen);
+    addAction(copy);
+    setContextMenuPolicy(Qt::ActionsContextMenu);
     setShowGrid(false);
     setWordWrap(false);
     setTextElideMode(Qt::ElideRight);
@@ -130,6 +139,28 @@ void CRowsView::makeRoomForMark(int column) {
     spread();
 }
 
+void CRowsView::setScrolling() {
+    m_bScrolling = true;
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+    spread();
+}
+
+QString CRowsView::chosenText() const {
+    QModelIndexList chosen = selectionModel()->selectedRows();
+    std::sort(chosen.begin(), chosen.end());
+    QString text;
+    for (const QModelIndex& row : chosen) {
+        for (int column = 0; column < model()->columnCount(); ++column) {
+            if (column > 0) text += '\t';
+            text += row.sibling(row.row(), column).data().toString();
+        }
+        text += '\n';
+    }
+    return text;
+}
+
+void CRowsView::copyChosen() const { QApplication::clipboard()->setText(chosenText()); }
+
 /// How many columns fit into `room`; at least one.
 int CRowsView::shownColumns(int room) const {
     int used = m_widths.front();
@@ -140,7 +171,7 @@ int CRowsView::shownColumns(int room) const {
 
 void CRowsView::spread() {
     const int room = viewport()->width();
-    const int count = shownColumns(room);
+    const int count = m_bScrolling ? static_cast<int>(m_widths.size()) : shownColumns(room);
     const int used = std::accumulate(m_widths.begin(), m_widths.begin() + count, 0);
     const int spare = std::max(0, room - used);
     for (int i = 0; i < static_cast<int>(m_widths.size()); ++i) {

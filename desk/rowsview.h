@@ -12,7 +12,8 @@ namespace desk {
 
 /// Shows a CRowsModel. Columns are as wide as the widest cell that they ever held, and share
 /// the room that is left; only changed rows are measured. In a narrow table the last columns
-/// are left out rather than cut, and only whole rows are shown.
+/// are left out rather than cut, unless it scrolls, and only whole rows are shown. The user
+/// can choose several rows and copy them as text.
 class CRowsView final : public QTableView {
     Q_OBJECT
 
@@ -36,6 +37,12 @@ public:
     /// The text that is shown while there are no rows.
     void setPlaceholder(const QString& text) { m_strPlaceholder = text; }
 
+    /// All columns are there, and the table scrolls to those that have no room.
+    void setScrolling();
+
+    /// The chosen rows as text, all of their columns: a line to each row, tabs between cells.
+    QString chosenText() const;
+
     /// Makes the columns as wide as their present cells need.
     void measureAnew();
 
@@ -50,6 +57,7 @@ protected:
     void currentChanged(const QModelIndex& current, const QModelIndex& previous) override;
 
 private:
+    void copyChosen() const;
     void measure(int first, int last);
     void makeRoomForMark(int column);
     void spread();
@@ -60,6 +68,7 @@ private:
     QSortFilterProxyModel* m_pSorted = nullptr;
     std::vector<int> m_widths;
     QString m_strPlaceholder;
+    bool m_bScrolling = false;
     bool m_bMeasuring = false;  ///< inside updateGeometries()
 };
 

@@ -43,7 +43,7 @@ QHeaderView { background: #202937; }
 QHeaderView::section { background: #202937; color: #8b97aa; border: 0; padding: 4px 8px;
                        border-bottom: 1px solid #2d3849; }
 QTabWidget::pane { border: 1px solid #2d3849; top: -1px; }
-QTabBar::tab { background: #11161f; color: #8b97aa; padding: 6px 14px;
+QTabBar::tab { background: #11161f; color: #8b97aa; padding: 6px 10px;
                border: 1px solid transparent; }
 QTabBar::tab:selected { background: #181f2a; color: #dce3ee; border: 1px solid #2d3849;
                         border-bottom-color: #181f2a; }

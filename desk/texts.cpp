@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QLibraryInfo>
 #include <QLocale>
+#include <QStringList>
 #include <QTranslator>
 
 /// The resources of a static library must be initialised explicitly, outside of any namespace.
@@ -23,6 +24,11 @@ CTranslation::CTranslation(const QLocale& locale)
 CTranslation::~CTranslation() {
     QCoreApplication::removeTranslator(m_pDesk.get());
     QCoreApplication::removeTranslator(m_pQt.get());
+}
+
+QString dashedDate(const std::string& date) {
+    const QString text = QString::fromStdString(date);
+    return QStringList{text.left(4), text.mid(4, 2), text.mid(6)}.join('-');
 }
 
 QString libraryText(const QString& text) {

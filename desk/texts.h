@@ -25,6 +25,9 @@ private:
     std::unique_ptr<QTranslator> m_pQt;
 };
 
+/// A date "yyyyMMdd" as yyyy-MM-dd.
+QString dashedDate(const std::string& date);
+
 /// A text of the library, in the language of the desk.
 QString libraryText(const QString& text);
 

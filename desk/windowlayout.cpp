@@ -5,6 +5,7 @@
 #include "desk/historypage.h"
 #include "desk/importpage.h"
 #include "desk/mainwindow.h"
+#include "desk/pastdayspage.h"
 #include "desk/rowsview.h"
 
 #include <QComboBox>
@@ -75,7 +76,7 @@ QWidget* CMainWindow::makeTopBar() {
     m_pImportNow->setObjectName("importNow");
     connect(m_pImportNow, &QPushButton::clicked, this, [this] {
         m_pTabs->setCurrentWidget(m_pImport);
-        m_pImport->chooseFile();
+        m_pImport->chooseFiles();
     });
 
     live->setVisible(!m_engine.canBePaced());
@@ -119,10 +120,12 @@ QWidget* CMainWindow::makeBody() {
     m_pTimes = new CBalanceTimesPage(m_actions, m_pTabs);
     m_pHistory = new CHistoryPage(m_actions, m_pTabs);
     m_pImport = new CImportPage(m_actions, m_pTabs);
+    m_pPast = new CPastDaysPage(m_actions, m_pTabs);
     m_pTabs->addTab(m_pBalances, tr("Balances"));
     m_pTabs->addTab(m_pTimes, tr("Balance times"));
     m_pTabs->addTab(m_pHistory, tr("History"));
     m_pTabs->addTab(m_pImport, tr("Import"));
+    m_pTabs->addTab(m_pPast, tr("Past days"));
     m_pChart = new CChart(this);
     makeSplitters();
 

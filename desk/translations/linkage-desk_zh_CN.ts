@@ -574,6 +574,42 @@
         <source>unknown status: %1</source>
         <translation>未知状态：%1</translation>
     </message>
+    <message>
+        <source>the import is not what was shown any more</source>
+        <translation>要导入的内容与所显示的不再一致</translation>
+    </message>
+    <message>
+        <source>no answer</source>
+        <translation>没有应答</translation>
+    </message>
+    <message>
+        <source>error %1 %2</source>
+        <translation>错误 %1 %2</translation>
+    </message>
+    <message>
+        <source>no such day</source>
+        <translation>没有这一天</translation>
+    </message>
+    <message>
+        <source>no such account</source>
+        <translation>没有这个账户</translation>
+    </message>
+    <message>
+        <source>the last day has not come yet</source>
+        <translation>最后一天尚未到来</translation>
+    </message>
+    <message>
+        <source>the first day is before any exchange</source>
+        <translation>第一天早于所有交易所</translation>
+    </message>
+    <message>
+        <source>the first day is after the last</source>
+        <translation>第一天晚于最后一天</translation>
+    </message>
+    <message>
+        <source>records of the running day come with its reports</source>
+        <translation>当日的记录随回报到来</translation>
+    </message>
 </context>
 <context>
     <name>Tables</name>
@@ -938,14 +974,58 @@
     </message>
 </context>
 <context>
-    <name>desk::CImportPage</name>
+    <name>desk::CImportDialog</name>
     <message>
-        <source>Import a statement…</source>
-        <translation>导入对账单…</translation>
+        <source>Import statements</source>
+        <translation>导入对账单</translation>
     </message>
     <message>
-        <source>Deals and orders from workbooks, CSV and text files.</source>
-        <translation>可导入工作簿、CSV 和文本文件中的成交与委托。</translation>
+        <source>File</source>
+        <translation>文件</translation>
+    </message>
+    <message>
+        <source>State</source>
+        <translation>状态</translation>
+    </message>
+    <message>
+        <source>Account</source>
+        <translation>账户</translation>
+    </message>
+    <message>
+        <source>Day</source>
+        <translation>日期</translation>
+    </message>
+    <message>
+        <source>Kind</source>
+        <translation>类型</translation>
+    </message>
+    <message>
+        <source>Number</source>
+        <translation>笔数</translation>
+    </message>
+    <message>
+        <source>Bought amount</source>
+        <translation>买入金额</translation>
+    </message>
+    <message>
+        <source>Sold amount</source>
+        <translation>卖出金额</translation>
+    </message>
+    <message>
+        <source>New</source>
+        <translation>新增</translation>
+    </message>
+    <message>
+        <source>Imported before</source>
+        <translation>已导入过</translation>
+    </message>
+    <message>
+        <source>In other statements</source>
+        <translation>其他对账单已有</translation>
+    </message>
+    <message>
+        <source>Reported</source>
+        <translation>已回报</translation>
     </message>
     <message>
         <source>Sheet</source>
@@ -956,32 +1036,179 @@
         <translation>行</translation>
     </message>
     <message>
-        <source>Not taken because</source>
-        <translation>未导入原因</translation>
+        <source>Not taken, or to check</source>
+        <translation>未采用原因或待核对</translation>
     </message>
     <message>
-        <source>Import a statement</source>
-        <translation>导入对账单</translation>
+        <source>Every row is taken</source>
+        <translation>所有行均采用</translation>
     </message>
     <message>
-        <source>Statements (*.xls *.xlsx *.csv *.txt)</source>
-        <translation>对账单 (*.xls *.xlsx *.csv *.txt)</translation>
+        <source>Account of files that name none that is followed:</source>
+        <translation>未注明所跟踪账户的文件属于：</translation>
+    </message>
+    <message>
+        <source>Undo this import…</source>
+        <translation>撤销本次导入…</translation>
+    </message>
+    <message>
+        <source>Import</source>
+        <translation>导入</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>choose one</source>
+        <translation>请选择</translation>
+    </message>
+    <message>
+        <source>%1: the import would not be what was shown any more, so nothing of it was imported. This is what would be imported now.</source>
+        <translation>%1：要导入的内容与所显示的不再一致，因此没有导入。现在将导入的内容如下。</translation>
+    </message>
+    <message>
+        <source>What was imported here was taken back.</source>
+        <translation>本次导入已撤销。</translation>
+    </message>
+    <message>
+        <source>Undo an import</source>
+        <translation>撤销导入</translation>
+    </message>
+    <message>
+        <source>Take back what was imported from %1?</source>
+        <translation>撤销从 %1 导入的内容？</translation>
+    </message>
+    <message>
+        <source>Take back</source>
+        <translation>撤销</translation>
+    </message>
+    <message>
+        <source>Reading …</source>
+        <translation>正在读取…</translation>
+    </message>
+    <message>
+        <source>rows read %1, taken %2, of these new %3, left out %4</source>
+        <translation>读取 %1 行，采用 %2 行，其中新增 %3 行，未采用 %4 行</translation>
+    </message>
+    <message>
+        <source>Taken back: %1</source>
+        <translation>已撤销：%1</translation>
+    </message>
+    <message>
+        <source>Preview, nothing is imported yet: %1</source>
+        <translation>预览，尚未导入：%1</translation>
+    </message>
+    <message>
+        <source>Imported: %1</source>
+        <translation>已导入：%1</translation>
+    </message>
+    <message>
+        <source>Imported %1 of %2 files: %3</source>
+        <translation>已导入 %1 个文件（共 %2 个）：%3</translation>
+    </message>
+    <message>
+        <source>refused</source>
+        <translation>已拒绝</translation>
+    </message>
+    <message>
+        <source>not imported yet</source>
+        <translation>尚未导入</translation>
+    </message>
+    <message>
+        <source>taken back</source>
+        <translation>已撤销</translation>
+    </message>
+    <message>
+        <source>imported</source>
+        <translation>已导入</translation>
+    </message>
+    <message>
+        <source>Orders</source>
+        <translation>委托</translation>
+    </message>
+    <message>
+        <source>Deals</source>
+        <translation>成交</translation>
+    </message>
+    <message>
+        <source>nothing is taken: %1</source>
+        <translation>没有采用任何内容：%1</translation>
+    </message>
+    <message>
+        <source>to check: %1</source>
+        <translation>请核对：%1</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>关闭</translation>
+    </message>
+</context>
+<context>
+    <name>desk::CImportPage</name>
+    <message>
+        <source>Deals and orders from workbooks, CSV and text files.</source>
+        <translation>可导入工作簿、CSV 和文本文件中的成交与委托。</translation>
     </message>
     <message>
         <source>All files (*)</source>
         <translation>所有文件 (*)</translation>
     </message>
     <message>
-        <source>Reading %1 …</source>
-        <translation>正在读取 %1 …</translation>
+        <source>Orders</source>
+        <translation>委托</translation>
     </message>
     <message>
-        <source>%1: nothing was taken: %2</source>
-        <translation>%1：未导入：%2</translation>
+        <source>Deals</source>
+        <translation>成交</translation>
     </message>
     <message>
-        <source>%1: rows read %2, taken %3, of these new %4, left out %5.</source>
-        <translation>%1：读取 %2 行，导入 %3 行，其中新增 %4 行，跳过 %5 行。</translation>
+        <source>Import statements…</source>
+        <translation>导入对账单…</translation>
+    </message>
+    <message>
+        <source>Undo the chosen import…</source>
+        <translation>撤销所选导入…</translation>
+    </message>
+    <message>
+        <source>Import</source>
+        <translation>导入</translation>
+    </message>
+    <message>
+        <source>File</source>
+        <translation>文件</translation>
+    </message>
+    <message>
+        <source>Kind</source>
+        <translation>类型</translation>
+    </message>
+    <message>
+        <source>Rows</source>
+        <translation>行数</translation>
+    </message>
+    <message>
+        <source>Imported at</source>
+        <translation>导入时间</translation>
+    </message>
+    <message>
+        <source>Nothing was imported</source>
+        <translation>没有导入过</translation>
+    </message>
+    <message>
+        <source>Import statements</source>
+        <translation>导入对账单</translation>
+    </message>
+    <message>
+        <source>Statements (*.xls *.xlsx *.ods *.csv *.txt)</source>
+        <translation>对账单 (*.xls *.xlsx *.ods *.csv *.txt)</translation>
+    </message>
+    <message>
+        <source>What was imported from %1 was taken back.</source>
+        <translation>从 %1 导入的内容已撤销。</translation>
+    </message>
+    <message>
+        <source>The import of %1 was taken back before.</source>
+        <translation>%1 的导入此前已撤销。</translation>
     </message>
 </context>
 <context>
@@ -1098,6 +1325,141 @@
         <source>Balances</source>
         <translation>配平</translation>
     </message>
+    <message>
+        <source>Past days</source>
+        <translation>往日</translation>
+    </message>
+</context>
+<context>
+    <name>desk::CPastDaysPage</name>
+    <message>
+        <source>reported</source>
+        <translation>回报</translation>
+    </message>
+    <message>
+        <source>answered by the server</source>
+        <translation>服务器应答</translation>
+    </message>
+    <message>
+        <source>imported</source>
+        <translation>导入</translation>
+    </message>
+    <message>
+        <source>imported from %1</source>
+        <translation>导入自 %1</translation>
+    </message>
+    <message>
+        <source>asked, no answer yet</source>
+        <translation>已询问，尚无应答</translation>
+    </message>
+    <message>
+        <source>not asked</source>
+        <translation>未询问</translation>
+    </message>
+    <message>
+        <source>answered, %1 filed</source>
+        <translation>已应答，共 %1 笔</translation>
+    </message>
+    <message>
+        <source>no trading that day</source>
+        <translation>当日休市</translation>
+    </message>
+    <message>
+        <source>not answered: %1</source>
+        <translation>未得到应答：%1</translation>
+    </message>
+    <message>
+        <source>bought %1 shares for %2 yuan, sold %3 for %4 yuan</source>
+        <translation>买入 %1 股 %2 元，卖出 %3 股 %4 元</translation>
+    </message>
+    <message>
+        <source>Deals: %1, %2</source>
+        <translation>成交 %1 笔，%2</translation>
+    </message>
+    <message>
+        <source>Orders: %1, %2</source>
+        <translation>委托 %1 笔，%2</translation>
+    </message>
+    <message>
+        <source>Deals</source>
+        <translation>成交</translation>
+    </message>
+    <message>
+        <source>Orders</source>
+        <translation>委托</translation>
+    </message>
+    <message>
+        <source>Ask the server</source>
+        <translation>询问服务器</translation>
+    </message>
+    <message>
+        <source>Asks the trading server for the deals and orders of this day</source>
+        <translation>向交易服务器询问这一天的成交与委托</translation>
+    </message>
+    <message>
+        <source>Day</source>
+        <translation>日期</translation>
+    </message>
+    <message>
+        <source>Time</source>
+        <translation>时间</translation>
+    </message>
+    <message>
+        <source>Stock</source>
+        <translation>股票</translation>
+    </message>
+    <message>
+        <source>Strategy</source>
+        <translation>策略</translation>
+    </message>
+    <message>
+        <source>Side</source>
+        <translation>方向</translation>
+    </message>
+    <message>
+        <source>Price</source>
+        <translation>价格</translation>
+    </message>
+    <message>
+        <source>Volume</source>
+        <translation>数量</translation>
+    </message>
+    <message>
+        <source>Amount</source>
+        <translation>金额</translation>
+    </message>
+    <message>
+        <source>Number</source>
+        <translation>编号</translation>
+    </message>
+    <message>
+        <source>Source</source>
+        <translation>来源</translation>
+    </message>
+    <message>
+        <source>Traded</source>
+        <translation>已成交</translation>
+    </message>
+    <message>
+        <source>Status</source>
+        <translation>状态</translation>
+    </message>
+    <message>
+        <source>No deals are filed under this day</source>
+        <translation>这一天没有成交记录</translation>
+    </message>
+    <message>
+        <source>No orders are filed under this day</source>
+        <translation>这一天没有委托记录</translation>
+    </message>
+    <message>
+        <source>Choose an account</source>
+        <translation>请选择账户</translation>
+    </message>
+    <message>
+        <source>Server: deals %1; orders %2.</source>
+        <translation>服务器：成交%1；委托%2。</translation>
+    </message>
 </context>
 <context>
     <name>desk::CPlanDialog</name>
@@ -1207,6 +1569,13 @@
     <message>
         <source>Sell</source>
         <translation>卖</translation>
+    </message>
+</context>
+<context>
+    <name>desk::CRowsView</name>
+    <message>
+        <source>Copy rows</source>
+        <translation>复制所选行</translation>
     </message>
 </context>
 </TS>

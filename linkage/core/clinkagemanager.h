@@ -47,6 +47,8 @@ namespace TC {
 
 namespace statement {
 class CAccountChoice;
+class CWorkbook;
+struct Statement;
 template <class Record>
 struct Parsed;
 }  // namespace statement
@@ -82,10 +84,12 @@ struct HistoryState;
 struct ImportReport;
 struct ImportState;
 struct ImportSummary;
+struct ImportTerms;
 struct ManagerState;
 struct PeriodPoint;
 struct PositionReports;
 struct Reconciliation;
+struct RecordSource;
 template <class T>
 class CPublished;
 
@@ -436,7 +440,7 @@ public:
     void writeBlanaceTime();
 
     // -------------------------------------------- server history and import
-    // linkage/store/serverhistory.cpp, linkage/store/importrecords.cpp
+    // linkage/store/serverhistory.cpp, importrecords.cpp, filedrecords.cpp
 
     /// Ask the trading server for an account's deals, or orders, of some past days
     /// ("yyyyMMdd", first and last), one after another; give the number of the request, 0
@@ -467,6 +471,17 @@ public:
     std::map<unsigned long long, boost::shared_ptr<vexservice::COrderDetail>> getAccountOrders(
         const std::string& accountKey, int day) const;
 
+    /// The days (local midnight in seconds since the epoch) under which anything is filed of an
+    /// account, the running day included.
+    std::set<int> getFiledDays(const std::string& accountKey) const;
+
+    /// Where each deal, or order, that is filed of an account under a day comes from, by record
+    /// key: every record of getAccountDeals, or getAccountOrders, has an entry. See
+    /// linkage/store/filedrecords.h.
+    std::map<unsigned long long, RecordSource> getRecordSources(EHistoryRecords records,
+                                                                const std::string& accountKey,
+                                                                int day) const;
+
     /// Imports a statement file (workbook, CSV or text); asks for one with a file dialog
     /// when the path is empty (then on the GUI thread only). What is taken is filed under
     /// its day and changes no figure of the day; importing the same file again changes
@@ -479,6 +494,13 @@ public:
 
     /// The report that importData would give, without its number; changes nothing.
     ImportReport importPreview(const QString& path = QString());
+
+    /// The same with what the user has decided: the account of a file that names none, and for
+    /// importData the preview that the import must agree with. Of a file that changed, another
+    /// import, a new trading date or a report in between nothing stays filed that the preview
+    /// does not show; a difference that arises while rows are filed takes them back.
+    ImportReport importData(const QString& path, const ImportTerms& terms);
+    ImportReport importPreview(const QString& path, const ImportTerms& terms);
 
     /// Takes an import back: what no other import and no report holds is gone from its
     /// day. A stock of the running day stays in getStocks until its account is requested.
@@ -748,10 +770,13 @@ protected:
         LINKAGE_REQUIRES(m_mutex);
     template <class Record>
     class CStatementImport;
-    ImportReport readImport(const QString& path, bool files);
+    ImportReport readImport(const QString& path, const ImportTerms& terms, bool files);
+    void importFile(const ImportTerms& terms, bool files, ImportReport& report);
+    void importStatement(const statement::Statement& rows, const statement::CWorkbook& book,
+                         const std::string& account, bool files, ImportReport& report);
     template <class Record>
-    void importRows(const std::vector<statement::Parsed<Record>>& parsed, bool files,
-                    ImportReport& report);
+    void importRows(const std::vector<statement::Parsed<Record>>& parsed,
+                    const std::string& account, bool files, ImportReport& report);
     /// Drops the rows and the file of an import, whether or not it was kept.
     void takeImportBack(int number);
     template <class Record>

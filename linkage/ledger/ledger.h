@@ -100,6 +100,8 @@ public:
 
     ByRecord<OrderPtr> accountOrders(const std::string& accountKey, int day) const;
     ByRecord<DealPtr> accountDeals(const std::string& accountKey, int day) const;
+    /// The days under which an account has an order or a deal.
+    std::set<int> filedDays(const std::string& accountKey) const;
     ByText<ByRecord<OrderPtr>> orders(int day, const std::string& stockKey,
                                       const std::set<std::string>& accountKeys) const;
     ByText<ByRecord<DealPtr>> deals(int day, const std::string& stockKey,

@@ -64,6 +64,17 @@ ByRecord<DealPtr> CLedger::accountDeals(const std::string& accountKey, int day) 
     return records;
 }
 
+std::set<int> CLedger::filedDays(const std::string& accountKey) const {
+    std::set<int> days;
+    const std::uint32_t account = findAccount(accountKey);
+    if (account == NONE) return days;
+    for (const std::uint32_t at : m_accounts[account].cells) {
+        const Cell& cell = m_cells[at];
+        if (cell.firstOrder != NONE || cell.firstDeal != NONE) days.insert(cell.day);
+    }
+    return days;
+}
+
 const CLedger::Cell* CLedger::findCell(int day, const std::string& stockKey,
                                        const std::string& accountKey) const {
     const std::uint32_t account = findAccount(accountKey);

@@ -87,9 +87,10 @@ public:
         : m_manager(manager), m_report(report) {}
 
     /// Finds the accounts; the report has a refusal when there is none.
-    void choose(const std::vector<Parsed<Record>>& parsed) {
-        const CAccountChoice accounts(m_manager.getAccounts(), namedAccounts(parsed));
+    void choose(const std::vector<Parsed<Record>>& parsed, const std::string& account) {
+        const CAccountChoice accounts(m_manager.getAccounts(), namedAccounts(parsed), account);
         m_report.refusal = accounts.refusal();
+        m_report.needsAccount = accounts.needsChoice();
         if (!m_report.ok()) return;
         if (!accounts.note().isEmpty()) m_report.notes << accounts.note();
         inSlices(parsed, [&](const Parsed<Record>& row) {
@@ -322,11 +323,11 @@ void CLinkageManager::dropImported(const std::string& accountKey,
 }
 
 template <class Record>
-void CLinkageManager::importRows(const std::vector<Parsed<Record>>& parsed, bool files,
-                                 ImportReport& report) {
+void CLinkageManager::importRows(const std::vector<Parsed<Record>>& parsed,
+                                 const std::string& account, bool files, ImportReport& report) {
     if (parsed.empty()) return;
     CStatementImport<Record> import(*this, report);
-    import.choose(parsed);
+    import.choose(parsed, account);
     if (!report.ok()) return;
     if (files) {
         import.file();
@@ -335,30 +336,63 @@ void CLinkageManager::importRows(const std::vector<Parsed<Record>>& parsed, bool
     }
 }
 
-ImportReport CLinkageManager::importData(const QString& path) { return readImport(path, true); }
+ImportReport CLinkageManager::importData(const QString& path) { return importData(path, {}); }
 
-ImportReport CLinkageManager::importPreview(const QString& path) { return readImport(path, false); }
+ImportReport CLinkageManager::importPreview(const QString& path) { return importPreview(path, {}); }
 
-ImportReport CLinkageManager::readImport(const QString& path, bool files) {
+ImportReport CLinkageManager::importData(const QString& path, const ImportTerms& terms) {
+    return readImport(path, terms, true);
+}
+
+ImportReport CLinkageManager::importPreview(const QString& path, const ImportTerms& terms) {
+    return readImport(path, terms, false);
+}
+
+void CLinkageManager::importStatement(const Statement& rows, const CWorkbook& book,
+                                      const std::string& account, bool files,
+                                      ImportReport& report) {
+    importRows<vexservice::CDealDetail>(rows.deals, account, files, report);
+    importRows<vexservice::COrderDetail>(rows.orders, account, files, report);
+    sortSkipped(report.skipped, book);
+    const auto listed = static_cast<int>(report.skipped.size());
+    if (listed < report.skippedCount()) {
+        report.notes << QStringLiteral("%1 more rows were left out than are listed")
+                            .arg(report.skippedCount() - listed);
+    }
+}
+
+// What was shown is looked for twice: before anything is filed, and, because reports and other
+// imports go on meanwhile, in what was filed.
+void CLinkageManager::importFile(const ImportTerms& terms, bool files, ImportReport& report) {
+    const auto refuseUnless = [&report](bool isSame) {
+        if (isSame) return;
+        report.isOutdated = true;
+        throw Refusal(QStringLiteral("the import is not what was shown any more"));
+    };
+    // Reading may take a while and needs nothing of the manager.
+    const CWorkbook book = readFile(report.path, &report.digest);
+    Statement rows = readStatement(book, getTradeDate());
+    report.kind = rows.kind;
+    report.read = rows.read;
+    report.notes = std::move(rows.notes);
+    report.skipped = std::move(rows.skipped);
+    if (!files || !terms.shown) return importStatement(rows, book, terms.account, files, report);
+    ImportReport expected = report;
+    importStatement(rows, book, terms.account, false, expected);
+    refuseUnless(expected.tellsSame(*terms.shown));
+    importStatement(rows, book, terms.account, true, report);
+    if (report.tellsSame(*terms.shown)) return;
+    if (report.number != 0) undoImport(std::exchange(report.number, 0));
+    refuseUnless(false);
+}
+
+ImportReport CLinkageManager::readImport(const QString& path, const ImportTerms& terms,
+                                         bool files) {
     ImportReport report;
     report.path = path.isEmpty() ? askForFile() : path;
     try {
         if (report.path.isEmpty()) throw Refusal(QStringLiteral("no file was chosen"));
-        // Reading may take a while and needs nothing of the manager.
-        const CWorkbook book = readFile(report.path);
-        Statement rows = readStatement(book, getTradeDate());
-        report.kind = rows.kind;
-        report.read = rows.read;
-        report.notes = std::move(rows.notes);
-        report.skipped = std::move(rows.skipped);
-        importRows<vexservice::CDealDetail>(rows.deals, files, report);
-        importRows<vexservice::COrderDetail>(rows.orders, files, report);
-        sortSkipped(report.skipped, book);
-        const auto listed = static_cast<int>(report.skipped.size());
-        if (listed < report.skippedCount()) {
-            report.notes << QStringLiteral("%1 more rows were left out than are listed")
-                                .arg(report.skippedCount() - listed);
-        }
+        importFile(terms, files, report);
     } catch (const Refusal& why) {
         report.refusal = why.text;
     } catch (const std::bad_alloc&) {

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,6 +21,8 @@ struct ImportReport {
         QString sheet;  ///< empty for text files
         int row = 0;    ///< counted from 1
         QString reason;
+
+        bool operator==(const SkippedRow&) const = default;
     };
 
     /// The file's own trades of one account and day, known before or not, to be held
@@ -33,6 +37,8 @@ struct ImportReport {
         int repeated = 0;  ///< known from an earlier import of the same row
         int matched = 0;   ///< taken for trades of earlier statements
         int reported = 0;  ///< taken for trades that the trading system reports
+
+        bool operator==(const Day&) const = default;
     };
 
     /// So many skipped rows are listed with their reasons; further ones only count.
@@ -51,9 +57,32 @@ struct ImportReport {
     std::vector<SkippedRow> skipped;
     std::vector<Day> days;  ///< by account and date
     QStringList notes;      ///< what the reader assumed, for the user to check
+    QByteArray digest;      ///< of the file's bytes (SHA-256); empty when they cannot be read
+    /// Refused only because it is not clear which of the followed accounts the file is of;
+    /// ImportTerms::account can tell.
+    bool needsAccount = false;
+    /// Refused because the import would not be what ImportTerms::shown has.
+    bool isOutdated = false;
 
     bool ok() const { return refusal.isEmpty(); }
     int skippedCount() const { return read - taken; }
+
+    /// Whether both tell the same of the same file. The number and the notes are left out.
+    bool tellsSame(const ImportReport& other) const {
+        return refusal == other.refusal && kind == other.kind && read == other.read &&
+               taken == other.taken && added == other.added && days == other.days &&
+               skipped == other.skipped && digest == other.digest;
+    }
+};
+
+/// What the user decided before an import.
+struct ImportTerms {
+    /// Key of a followed account: rows belong to it where the file names no account that is
+    /// followed. "": then they can only belong to the only account there is.
+    std::string account;
+    /// The preview that the user has seen: the import is refused (ImportReport::isOutdated),
+    /// and nothing stays filed, unless it gives the same.
+    std::optional<ImportReport> shown;
 };
 
 /// An import that stands: which it was and what it filed.

@@ -152,6 +152,13 @@ CServerHistory::Filed& CServerHistory::filed(const HistoryQuery& query) {
     return m_filed[{query.records, query.accountKey, historyDate(query.day)}];
 }
 
+CServerHistory::Keys CServerHistory::filedKeys(EHistoryRecords records,
+                                               const std::string& accountKey,
+                                               const std::string& date) const {
+    const auto at = m_filed.find({records, accountKey, date});
+    return at == m_filed.end() ? Keys() : at->second.keys;
+}
+
 CServerHistory::Filed* CServerHistory::filedDeals(const std::string& accountKey,
                                                   const std::string& date) {
     if (m_filed.empty()) return nullptr;

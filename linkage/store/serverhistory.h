@@ -91,6 +91,9 @@ public:
         std::unordered_multimap<std::string, std::uint64_t> deals;
     };
     Filed& filed(const HistoryQuery& query);
+    /// Their keys.
+    Keys filedKeys(EHistoryRecords records, const std::string& accountKey,
+                   const std::string& date) const;
     /// The deals that only the server has filed under a day; null when there are none.
     Filed* filedDeals(const std::string& accountKey, const std::string& date);
     /// Takes out a deal that is filed under another key than `key` and has this in common;

@@ -129,7 +129,9 @@ TEST_F(DeskRun, WithoutTheLibraryNothingCanBeAskedFor) {
         EXPECT_FALSE(enabled(button)) << button;
     desk::CActions actions(*m_engine);
     QString refusal;
-    actions.import("x.csv", [&](const TC::ImportReport& report) { refusal = report.refusal; });
+    actions.import({{"x.csv", {}}}, [&](const desk::ImportAnswer& answer) {
+        refusal = answer.reports.at(0).refusal;
+    });
     EXPECT_TRUE(until([&] { return refusal == "the library is not running"; }));
 }
 

@@ -1,4 +1,5 @@
 #include "desk/balancespage.h"
+#include "desk/importdialog.h"
 #include "desk/importtexts.h"
 #include "desk/texts.h"
 #include "linkage/balance/booknames.h"
@@ -77,6 +78,27 @@ TEST_P(DeskLanguages, PlanDialogIsWhole) {
     EXPECT_TRUE(summary.contains('1'));
 }
 
+TEST_P(DeskLanguages, ImportDialogIsWhole) {
+    openAtTheEnd(GetParam());
+    desk::CActions actions(*m_engine);
+    desk::CImportDialog preview(
+        actions, {QStringLiteral(LINKAGE_SOURCE_DIR "/tests/data/import/deals.xls"), "none.csv"},
+        m_window.get());
+    preview.open();
+    const auto* reasons = preview.findChild<desk::CRowsView*>("importRows");
+    ASSERT_TRUE(until([&] { return reasons->model()->rowCount() > 1; }));
+    for (const QSize size : {preview.size(), QSize(1280, 800)}) {
+        preview.resize(size);
+        QApplication::processEvents();
+        EXPECT_EQ(preview.size(), size);
+        expectWhole(preview, "import");
+    }
+    for (const auto* label : preview.findChildren<QLabel*>()) {
+        const QString text = label->text();
+        EXPECT_TRUE(text.isEmpty() || isChinese(text) == chinese()) << text.toStdString();
+    }
+}
+
 TEST_P(DeskLanguages, LibraryTextsFollowTheLanguage) {
     const desk::CTranslation translation{QLocale(GetParam())};
     for (int code = -1; code <= 60; ++code) {
@@ -133,7 +155,11 @@ TEST_F(DeskTest, NoTextOfTheLibraryIsLeftUntranslated) {
         static const QRegularExpression WORD("[a-z]{2}");
         EXPECT_FALSE(WORD.match(text).hasMatch()) << text.toStdString();
     };
-    QStringList imports = {"store/importrecords.cpp"};
+    QFile texts(LINKAGE_SOURCE_DIR "/desk/translations/linkage-desk_zh_CN.ts");
+    ASSERT_TRUE(texts.open(QIODevice::ReadOnly));
+    EXPECT_FALSE(texts.readAll().contains("unfinished")) << "texts of the desk itself";
+    QStringList imports = {"store/importrecords.cpp", "store/serverhistory.cpp",
+                           "store/historyquestions.cpp"};
     for (const QString& name :
          QDir(LINKAGE_SOURCE_DIR "/linkage/store/import").entryList({"*.cpp"}))
         imports << "store/import/" + name;

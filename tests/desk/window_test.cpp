@@ -2,7 +2,6 @@
 #include "linkage/balance/balanceplan.h"
 #include "tests/desk/deskfixture.h"
 
-#include <QFileDialog>
 #include <QTimeEdit>
 
 namespace {
@@ -224,39 +223,6 @@ TEST_F(DeskWindow, HistoryIsDeletedOnlyAfterAQuestion) {
     EXPECT_TRUE(until([&] { return left().second == 1; })) << "the unequal one stays";
     remove("historyDeleteAll", "historyDeleteGo");
     EXPECT_TRUE(until([&] { return left().second == 0; }));
-}
-
-TEST_F(DeskWindow, ImportShowsItsReportAndTheLibraryHasTheDeals) {
-    openAtTheEnd();
-    QFile file(m_dir.filePath("deals.csv"));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(
-        "成交日期,成交时间,证券代码,证券名称,买卖标志,成交价格,成交数量,成交金额,成交编号,"
-        "股东代码\n"
-        "20240105,09:40:01,600001,样本银行,买入,10.05,100,1005.00,D1,A01\n"
-        "20240105,09:41:02,600001,样本银行,什么,10.06,200,2012.00,D2,A01\n");
-    file.close();
-    openTab("importSkipped");
-    press("importChoose");
-    auto* chooser = qobject_cast<QFileDialog*>(dialog("importDialog"));
-    ASSERT_TRUE(chooser);
-    chooser->selectFile(file.fileName());
-    QMetaObject::invokeMethod(chooser, "accept");
-    auto* summary = find<QLabel>("importSummary");
-    ASSERT_TRUE(until([&] { return summary->text().startsWith("deals.csv:"); }));
-    EXPECT_TRUE(summary->text().contains("rows read 2, taken 1, of these new 1, left out 1"))
-        << summary->text().toStdString();
-    ASSERT_EQ(rows("importSkipped").rowCount(), 1);
-    EXPECT_EQ(rows("importSkipped").index(0, 1).data().toString(), "3");
-    const int imported = ask([](Manager& manager) {
-        int count = 0;
-        for (const auto& [day, stocks] : manager.state().dealDetails)
-            for (const auto& [stock, accounts] : stocks)
-                for (const auto& [account, deals] : accounts)
-                    for (const auto& [key, deal] : deals) count += deal->m_bImported;
-        return count;
-    });
-    EXPECT_EQ(imported, 1);
 }
 
 }  // namespace

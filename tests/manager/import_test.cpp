@@ -1,3 +1,5 @@
+#include "linkage/store/filedrecords.h"
+#include "linkage/store/historyrequest.h"
 #include "linkage/store/importreport.h"
 #include "tests/support/fixture.h"
 
@@ -8,6 +10,8 @@
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
+
+#include <algorithm>
 
 namespace importtest {
 namespace {
@@ -265,6 +269,99 @@ TEST_F(Import, IsSeenBeforeAndTakenBackAndSurvivesARestart) {
         EXPECT_EQ(dealsOf("A", "20240102"), 1u) << "as it is reported";
         restart();
     }
+}
+
+TEST_F(Import, TakesOnlyWhatItsPreviewHasShown) {
+    const auto today = [this](const char* rows) {
+        return csv(rows, "证券代码,买卖,价格,数量,成交编号,资金账号\n");
+    };
+    const QString path = today("600000,买入,10,100,1,10001\n600000,买入,10,200,2,10001\n");
+    TC::ImportTerms terms;
+    const auto show = [&] { terms.shown = f.manager().importPreview(path, terms); };
+    const auto expectOutdated = [&](const char* why) {
+        const auto report = f.manager().importData(path, terms);
+        EXPECT_TRUE(report.isOutdated) << why;
+        EXPECT_EQ(report.number, 0);
+        EXPECT_TRUE(f.manager().getImports().empty()) << why;
+    };
+    show();
+    f.deal({.account = "A", .key = 1, .volume = 100, .dealId = "1"});
+    expectOutdated("a report");
+    EXPECT_EQ(dealsOf("A", "20240102"), 1u);
+    show();
+    today("600000,买入,10,200,2,10001\n600000,买入,10,100,1,10001\n");
+    expectOutdated("the same deals in another order");
+    show();
+    f.newTradingDate("20240103");
+    expectOutdated("rows without a date are of the new day");
+    EXPECT_EQ(dealsOf("A", "20240103"), 0u);
+    show();
+    EXPECT_EQ(countsOf(f.manager().importData(path, terms)), countsOf(*terms.shown));
+    EXPECT_EQ(dealsOf("A", "20240103"), 2u);
+
+    // A report that comes while rows are filed.
+    f.manager().undoImport(f.manager().getImports().at(0).number);
+    today("600036,买入,10,100,1,10001\n");
+    show();
+    boost::signals2::connection once = f.manager().sigStocksChanged.connect([&] {
+        once.disconnect();
+        f.deal({.account = "A", .key = 9, .stock = "SH600036", .volume = 100, .dealId = "1"});
+    });
+    expectOutdated("what was filed differs");
+    EXPECT_EQ(dealsOf("A", "20240103"), 1u) << "the report alone";
+}
+
+TEST_F(Import, TellsWhichImportFiledARecord) {
+    const auto origins = [&](const char* date) {
+        std::string text;
+        for (const auto& [key, source] :
+             f.manager().getRecordSources(TC::EHistoryRecords::Deals, "A", Fixture::day(date))) {
+            text += fmt::format("{}{} ", "rai"[static_cast<int>(source.kind)], source.import);
+        }
+        return text;
+    };
+    f.deal({.account = "A", .key = 5});
+    const auto first =
+        take("10001,20240102,600000,买入,10,300,1\n10001,20231229,600000,买入,10,300,1\n");
+    take("10001,20231229,600000,买入,10,300,1\n10001,20231229,600000,买入,10,400,2\n");
+    f.client().setServerHistory("A", "20231229",
+                                {.deals = {f.makeDeal({.key = 7, .tradeDate = "20231229"})}});
+    f.manager().requestAccountDeals("A", "20231229", "20231229");
+    f.settle();
+    EXPECT_EQ(origins("20240102"), "r0 i1 ");
+    EXPECT_EQ(f.manager().getFiledDays("A"),
+              (std::set<int>{Fixture::day("20231229"), Fixture::day("20240102")}));
+    EXPECT_TRUE(f.manager().getFiledDays("B").empty());
+    const auto sorted = [](std::string text) {
+        std::sort(text.begin(), text.end());
+        return text;
+    };
+    EXPECT_EQ(sorted(origins("20231229")), sorted("a0 i1 i2 "));
+    f.manager().undoImport(first.number);
+    EXPECT_EQ(sorted(origins("20231229")), sorted("a0 i2 i2 ")) << "the second tells it as well";
+    f.manager().undoImport(2);
+    EXPECT_EQ(origins("20231229"), "a0 ");
+    EXPECT_EQ(origins("20240102"), "r0 ");
+}
+
+TEST_F(Import, TheUserCanSayWhoseAFileIs) {
+    const QString orders = sample("orders_gb18030.csv");
+    EXPECT_TRUE(f.manager().importPreview(orders).needsAccount);
+    EXPECT_EQ(f.manager().importPreview(orders, {.account = "C"}).refusal,
+              "account C is not followed");
+    EXPECT_EQ(f.manager().importData(orders, {.account = "B"}).taken, 6);
+    EXPECT_EQ(f.manager().getAccountOrders("B", Fixture::day("20230203")).size(), 6u);
+    // What a file names is not overruled, unless nobody follows it.
+    EXPECT_EQ(f.manager().importPreview(sample("deals.xls"), {.account = "B"}).days.at(0).account,
+              "A");
+    const auto other =
+        f.manager().importPreview(csv("777,20240102,600000,买入,10,100,N3\n"), {.account = "B"});
+    EXPECT_EQ(other.notes.join('|'), "the file names account 777; it was taken for B");
+    const auto two = f.manager().importPreview(
+        csv("777,20240102,600000,买入,10,100,1\n778,20240102,600000,买入,10,100,2\n"),
+        {.account = "B"});
+    EXPECT_EQ(two.taken, 0);
+    EXPECT_FALSE(two.needsAccount) << "of several accounts no one can be chosen";
 }
 
 TEST_F(Import, ListsSoManySkippedRowsAndCountsTheRest) {

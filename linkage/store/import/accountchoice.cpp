@@ -30,7 +30,8 @@ void CAccountChoice::insert(Names& names, const QString& name, const Account& ac
 }
 
 CAccountChoice::CAccountChoice(const std::vector<Account>& followed,
-                               const std::vector<NamedAccount>& named) {
+                               const std::vector<NamedAccount>& named, const std::string& chosen) {
+    Account only = followed.size() == 1 ? followed.front() : nullptr;
     for (const Account& account : followed) {
         for (const std::string& id : {account->m_strKey, account->m_strID}) {
             const QString name = plainText(QString::fromStdString(id));
@@ -38,6 +39,7 @@ CAccountChoice::CAccountChoice(const std::vector<Account>& followed,
             insert(m_byName, name, account);
             insert(m_byNameWithoutZeros, withoutZeros(name), account);
         }
+        if (!chosen.empty() && account->m_strKey == chosen) only = account;
     }
     QSet<QString> different;
     QStringList fundAccounts;  // the first of them, for the user
@@ -51,22 +53,34 @@ CAccountChoice::CAccountChoice(const std::vector<Account>& followed,
         if (fundAccounts.size() < 5) fundAccounts << each.fundAccount.left(LONGEST_NAME);
     }
     const QString names = fundAccounts.join(QStringLiteral(", "));
+    const bool isOfOne = different.size() <= 1;
     if (followed.empty()) {
-        m_refusal = QStringLiteral("no account is followed");
-    } else if (!unclear.isEmpty()) {
-        m_refusal = unclear;
-    } else if (followed.size() > 1 || different.size() > 1) {
-        m_refusal =
-            names.isEmpty()
-                ? QStringLiteral("the file names no account, and several are followed")
-                : QStringLiteral("the file is of account %1, which is not followed").arg(names);
+        refuse(QStringLiteral("no account is followed"), false);
+    } else if (!chosen.empty() && (!only || only->m_strKey != chosen)) {
+        refuse(QStringLiteral("account %1 is not followed").arg(QString::fromStdString(chosen)),
+               true);
+    } else if (!unclear.isEmpty() && chosen.empty()) {
+        refuse(unclear, isOfOne);
+    } else if (only && isOfOne) {
+        takeAll(only, names);
     } else {
-        m_only = followed.front();
-        if (!names.isEmpty()) {
-            m_note = QStringLiteral("the file names account %1; it was taken for %2")
-                         .arg(names, QString::fromStdString(m_only->m_strKey));
-        }
+        refuse(names.isEmpty()
+                   ? QStringLiteral("the file names no account, and several are followed")
+                   : QStringLiteral("the file is of account %1, which is not followed").arg(names),
+               isOfOne);
     }
+}
+
+void CAccountChoice::refuse(const QString& why, bool needsChoice) {
+    m_refusal = why;
+    m_bNeedsChoice = needsChoice;
+}
+
+void CAccountChoice::takeAll(const Account& account, const QString& names) {
+    m_only = account;
+    if (names.isEmpty()) return;
+    m_note = QStringLiteral("the file names account %1; it was taken for %2")
+                 .arg(names, QString::fromStdString(account->m_strKey));
 }
 
 CAccountChoice::Choice CAccountChoice::find(const NamedAccount& named) const {

@@ -26,7 +26,8 @@ struct NamedAccount {
 ///   accounts alike names none of them.
 /// - When no row names a followed account, all rows belong to the only one there is,
 ///   unless they name different fund accounts. Brokers write their numbers in many
-///   ways, so a name alone is no reason to refuse; a note tells the user.
+///   ways, so a name alone is no reason to refuse; a note tells the user. Where several
+///   accounts are followed, the user can choose the one.
 /// - Otherwise nothing can be taken, or not that row.
 class LINKAGE_EXPORT CAccountChoice {
 public:
@@ -38,10 +39,14 @@ public:
         bool isUnclear = false;  ///< there are several
     };
 
-    CAccountChoice(const std::vector<Account>& followed, const std::vector<NamedAccount>& named);
+    /// `chosen` is the key of the account that the user has chosen, "" for none.
+    CAccountChoice(const std::vector<Account>& followed, const std::vector<NamedAccount>& named,
+                   const std::string& chosen = {});
 
     /// Why no row at all can be taken; empty otherwise.
     const QString& refusal() const { return m_refusal; }
+    /// The refusal is only that the user has to choose an account.
+    bool needsChoice() const { return m_bNeedsChoice; }
     /// What the user should check; may be empty.
     const QString& note() const { return m_note; }
     /// The account of a row.
@@ -52,11 +57,14 @@ private:
     using Names = QHash<QString, Account>;
     static void insert(Names& names, const QString& name, const Account& account);
     Choice find(const NamedAccount& named) const;
+    void takeAll(const Account& account, const QString& names);
+    void refuse(const QString& why, bool needsChoice);
 
     Names m_byName;
     Names m_byNameWithoutZeros;
     Account m_only;
     QString m_refusal;
+    bool m_bNeedsChoice = false;
     QString m_note;
 };
 

@@ -306,6 +306,17 @@ void CDayRecords<Record>::fates(int import, std::unordered_map<std::uint64_t, EF
 }
 
 template <class Record>
+std::unordered_map<std::uint64_t, int> CDayRecords<Record>::origins() const {
+    std::unordered_map<std::uint64_t, int> imports;
+    for (const auto& [name, group] : m_groups) {
+        for (const Row& row : group.rows) {
+            if (row.fate == EFate::Filed) imports.emplace(row.record->recordKey(), row.import);
+        }
+    }
+    return imports;
+}
+
+template <class Record>
 std::vector<std::pair<int, typename CDayRecords<Record>::Ptr>> CDayRecords<Record>::imported()
     const {
     std::vector<std::pair<int, Ptr>> all;

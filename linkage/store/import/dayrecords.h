@@ -91,6 +91,9 @@ public:
     /// What became of the records of an import, by key; of all of them without a number.
     void fates(int import, std::unordered_map<std::uint64_t, EFate>& fates) const;
 
+    /// The import that filed each record which stands, by key: the earliest that tells the trade.
+    std::unordered_map<std::uint64_t, int> origins() const;
+
     bool hasImports() const { return !m_keys.empty(); }
     /// The records of all imports, each with the number of its import.
     std::vector<std::pair<int, Ptr>> imported() const;

@@ -1,5 +1,6 @@
 #include "linkage/store/import/readers.h"
 
+#include <QCryptographicHash>
 #include <QFile>
 #include <QFileInfo>
 
@@ -79,9 +80,11 @@ CWorkbook readBytes(const QByteArray& bytes) {
     return readText(bytes);
 }
 
-CWorkbook readFile(const QString& path) {
+CWorkbook readFile(const QString& path, QByteArray* digest) {
     try {
-        return readBytes(wholeFile(path));
+        const QByteArray bytes = wholeFile(path);
+        if (digest) *digest = QCryptographicHash::hash(bytes, QCryptographicHash::Sha256);
+        return readBytes(bytes);
     } catch (const std::bad_alloc&) {
         throw Refusal(QStringLiteral("there is not enough memory to read the file"));
     }

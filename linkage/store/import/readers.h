@@ -33,7 +33,8 @@ LINKAGE_EXPORT EFormat detectFormat(const QByteArray& bytes);
 LINKAGE_EXPORT CWorkbook readBytes(const QByteArray& bytes);
 
 /// Reads a file of any of the formats. Throws Refusal: missing, not a plain file,
-/// too large, or unreadable.
-LINKAGE_EXPORT CWorkbook readFile(const QString& path);
+/// too large, or unreadable. `digest`, where one is wanted, becomes that of the bytes
+/// (SHA-256) as soon as they are read.
+LINKAGE_EXPORT CWorkbook readFile(const QString& path, QByteArray* digest = nullptr);
 
 }  // namespace TC::statement

@@ -1,0 +1,19 @@
+#pragma once
+
+namespace TC {
+
+/// Where a record that is filed under a day comes from; see CLinkageManager::getRecordSources.
+struct RecordSource {
+    enum class EKind {
+        Reported,  ///< by the trading system, while its day ran
+        Answered,  ///< by the trading server, which was asked for the day
+        Imported,  ///< read from a statement file
+    };
+
+    EKind kind = EKind::Reported;
+    int import = 0;  ///< imported: the number of the earliest import that tells it; otherwise 0
+
+    bool operator==(const RecordSource&) const = default;
+};
+
+}  // namespace TC
