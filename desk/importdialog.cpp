@@ -18,7 +18,6 @@ namespace desk {
 namespace {
 
 constexpr QSize SIZE{1120, 620};
-constexpr int LEAST_ROWS = 4;
 
 /// Wide texts take more lines instead of a wider window.
 QLabel* makeLabel(QWidget* parent, const char* name) {
@@ -57,6 +56,7 @@ CImportDialog::CImportDialog(CActions& actions, const QStringList& paths, QWidge
 }
 
 void CImportDialog::makeTables() {
+    constexpr int LEAST_ROWS = 4;
     m_pDays = new CRowsView({{tr("File")},
                              {tr("State")},
                              {tr("Account")},

@@ -22,9 +22,8 @@ namespace {
 
 /// A picture comes ten times a second.
 constexpr int PICTURES_TO_A_READING = 10;
-constexpr int LEAST_ROWS = 3;
 constexpr int MARGIN = 6;
-const QString KEPT = QStringLiteral("yyyyMMdd");
+const QString FILED = QStringLiteral("yyyyMMdd");
 
 QString text(const std::string& utf8) { return QString::fromStdString(utf8); }
 
@@ -125,7 +124,7 @@ void CPastDaysPage::makeControls() {
     m_pDate->setCalendarPopup(true);
     m_pDate->setKeyboardTracking(false);
     connect(m_pDate, &QDateEdit::dateChanged, this, [this](const QDate& date) {
-        if (!m_bFilling) chooseDay(date.toString(KEPT).toStdString());
+        if (!m_bFilling) chooseDay(date.toString(FILED).toStdString());
     });
     m_pKind = new QComboBox(this);
     m_pKind->setObjectName("pastKind");
@@ -150,6 +149,7 @@ void CPastDaysPage::makeControls() {
 }
 
 void CPastDaysPage::makeTables() {
+    constexpr int LEAST_ROWS = 3;
     m_pDays = new CRowsView({{tr("Day")}}, CRowsView::ESorting::Off, this);
     m_pDays->setObjectName("pastDays");
     connect(m_pDays, &CRowsView::sigChosen, this, [this](const QString& key) {
@@ -227,7 +227,7 @@ void CPastDaysPage::take(const PastDay& day) {
     m_day = day;
     m_bFilling = true;
     showDays();
-    m_pDate->setDate(QDate::fromString(text(day.date), KEPT));
+    m_pDate->setDate(QDate::fromString(text(day.date), FILED));
     m_bFilling = false;
     showRecords();
     showServer();
