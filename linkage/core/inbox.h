@@ -9,6 +9,7 @@
 #include <mutex>
 #include <set>
 #include <string>
+#include <unordered_set>
 #include <variant>
 #include <vector>
 
@@ -18,7 +19,7 @@ namespace TC {
 struct InboxItem {
     using Work = boost::function<void()>;
 
-    std::string accountKey;
+    const std::string* accountKey;  ///< "" for other work; stays as long as the inbox
     std::variant<Work, boost::shared_ptr<vexservice::COrderDetail>,
                  boost::shared_ptr<vexservice::CDealDetail>>
         what;
@@ -38,7 +39,7 @@ public:
     template <class What>
     bool push(const std::string& accountKey, What&& what) {
         const std::lock_guard lock(m_mutex);
-        m_items.push_back({accountKey, std::forward<What>(what)});
+        m_items.push_back({&*m_accountKeys.insert(accountKey).first, std::forward<What>(what)});
         return !std::exchange(m_bTold, true);
     }
 
@@ -66,7 +67,7 @@ public:
     static void gatherFrom(const std::vector<InboxItem>& items, const std::string& accountKey,
                            WaitingReports& found) {
         for (const InboxItem& item : items) {
-            if (item.accountKey != accountKey) continue;
+            if (*item.accountKey != accountKey) continue;
             if (const auto* order = std::get_if<1>(&item.what)) found.insert(order->get());
             if (const auto* deal = std::get_if<2>(&item.what)) found.insert(deal->get());
         }
@@ -77,6 +78,7 @@ public:
 private:
     mutable std::mutex m_mutex;
     std::vector<InboxItem> m_items;
+    std::unordered_set<std::string> m_accountKeys;  ///< once each, so that no item has a copy
     bool m_bTold = false;
 };
 

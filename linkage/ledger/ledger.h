@@ -58,6 +58,11 @@ public:
 
     DealtStock dealtStock(const DealReport& report);
 
+    /// Fetches into the processor's cache what reports that come soon will touch first. Whoever
+    /// has several reports at hand waits for memory once, not once for each. Changes nothing.
+    /// linkage/ledger/ledgerprefetch.cpp
+    void prefetch(const ComingReports& reports) const;
+
     // ------------------------------------------------------------------ texts
     // linkage/ledger/ledgernames.cpp
 

@@ -1,6 +1,8 @@
 #include "common/prefetch.h"
 #include "linkage/ledger/ledger.h"
 
+#include <array>
+
 namespace TC {
 
 using namespace ledger;
@@ -49,6 +51,44 @@ void CLedger::prefetchEntry(const OrderStep& step) const {
     const OrderEntry& entry = m_orders[step.entry];
     if (entry.levelCell != NONE) m_levels.prefetch(entry.levelCell);
     utils::prefetch(step.previous.get());
+}
+
+// In three passes, so that each report's places are on their way while the others' are looked up.
+void CLedger::prefetch(const ComingReports& reports) const {
+    std::array<const Account*, LOOK_AHEAD> accounts{};
+    const std::string* lastKey = nullptr;
+    const Account* last = nullptr;
+    for (std::size_t at = 0; at < reports.size(); ++at) {
+        const auto& [accountKey, order, deal] = reports[at];
+        if (!order && !deal) continue;
+        if (accountKey != lastKey) {
+            lastKey = accountKey;
+            const std::uint32_t found = findAccount(*accountKey);
+            last = found == NONE ? nullptr : &m_accounts[found];
+        }
+        accounts[at] = last;
+        if (!last) continue;
+        if (order) last->orders.prefetch(utils::mixHash(order->recordKey()));
+        if (deal) last->deals.prefetch(utils::mixHash(deal->recordKey()));
+    }
+    std::array<const OrderEntry*, LOOK_AHEAD> entries{};
+    for (std::size_t at = 0; at < reports.size(); ++at) {
+        if (!accounts[at] || !reports[at].order) continue;
+        const std::uint64_t hash = utils::mixHash(reports[at].order->recordKey());
+        // The first of this hash: which key it has would have to be waited for.
+        const std::uint32_t entry =
+            accounts[at]->orders.find(hash, [](std::uint32_t) { return true; });
+        if (entry == NONE) continue;
+        entries[at] = &m_orders[entry];
+        utils::prefetch(entries[at]);
+        utils::prefetch(&entries[at]->pair);
+    }
+    for (const OrderEntry* const entry : entries) {
+        if (!entry) continue;
+        utils::prefetch(entry->report.get());
+        if (entry->levelCell != NONE) m_levels.prefetch(entry->levelCell);
+        if (entry->figures) utils::prefetch(entry->figures);
+    }
 }
 
 }  // namespace TC

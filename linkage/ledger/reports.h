@@ -7,6 +7,7 @@
 
 #include <QString>
 
+#include <array>
 #include <cstdint>
 #include <string>
 
@@ -48,6 +49,17 @@ public:
 protected:
     ~IOrderWatch() = default;
 };
+
+/// A report that apply() will get soon: of an order or of a deal, or neither.
+struct ComingReport {
+    const std::string* accountKey = nullptr;
+    const vexservice::COrderDetail* order = nullptr;
+    const vexservice::CDealDetail* deal = nullptr;
+};
+
+/// So many reports are looked at together before they are applied one by one.
+inline constexpr std::size_t LOOK_AHEAD = 8;
+using ComingReports = std::array<ComingReport, LOOK_AHEAD>;
 
 /// A report of a deal, and what its texts were resolved to. CLedger::resolve() makes it; it may
 /// be used while its arguments and the ledger live.
