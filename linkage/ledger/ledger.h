@@ -34,7 +34,7 @@ public:
     explicit CLedger(bool clientType3) : m_bClientType3(clientType3) { strategyId(WHOLE_ACCOUNT); }
 
     // ------------------------------------------------------------------ reports
-    // linkage/ledger/ledgerorders.cpp, ledgerdeals.cpp
+    // linkage/ledger/ledgerorders.cpp, ledgerdeals.cpp, ledgerprefetch.cpp
 
     /// Takes in one report of an order: files it, counts its open lots, its place in the
     /// running sets and its traded figures. `watch` is called in the middle; when it throws,
@@ -60,7 +60,6 @@ public:
 
     /// Fetches into the processor's cache what reports that come soon will touch first. Whoever
     /// has several reports at hand waits for memory once, not once for each. Changes nothing.
-    /// linkage/ledger/ledgerprefetch.cpp
     void prefetch(const ComingReports& reports) const;
 
     // ------------------------------------------------------------------ texts

@@ -98,8 +98,10 @@ public:
     /// Whether a market ("SH") has traded on a past day ("yyyyMMdd"). Empty where the calendar
     /// does not know the day; say false only when it is certain, because the trading server is
     /// then not asked for the day.
-    virtual std::optional<bool> isTradingDay(const std::string& market,
-                                             const std::string& day) const;
+    virtual std::optional<bool> isTradingDay(const std::string& /*market*/,
+                                             const std::string& /*day*/) const {
+        return std::nullopt;
+    }
 };
 
 PLATFORM_EXPORT std::int64_t getMarketLastTradeDate(const std::string& market);

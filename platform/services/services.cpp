@@ -107,11 +107,6 @@ std::int64_t getMarketLastTradeDate(const std::string& market) {
     return utils::CSingletonT<IMarketCalendar>::instance()->lastTradeDate(market);
 }
 
-std::optional<bool> IMarketCalendar::isTradingDay(const std::string& /*market*/,
-                                                  const std::string& /*day*/) const {
-    return std::nullopt;
-}
-
 std::optional<bool> isMarketTradingDay(const std::string& market, const std::string& day) {
     using Calendar = utils::CSingletonT<IMarketCalendar>;
     return Calendar::exists() ? Calendar::instance()->isTradingDay(market, day) : std::nullopt;
