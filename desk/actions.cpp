@@ -4,9 +4,13 @@
 #include "linkage/core/clinkagemanager.h"
 #include "platform/services/clientconfig.h"
 #include "platform/services/quoteclient.h"
+#include "platform/services/stockmanager.h"
+#include "platform/services/tradeclient.h"
 #include "platform/utils/text.h"
+#include "replay/times.h"
 
 #include <algorithm>
+#include <exception>
 #include <memory>
 #include <utility>
 
@@ -85,8 +89,25 @@ PlanPreview previewOf(TC::CLinkageManager& manager, const Selection& pair, bool 
             Pim::sToQs(stock.stockKey));
         if (price && price->hasLastPrice())
             preview.lastPrices[stock.stockKey] = price->m_dLastPrice;
+        const auto detail = utils::CSingletonT<TC::CStockManager>::instance()->getInstrumentDetail(
+            Pim::sToQs(stock.stockKey));
+        if (detail) preview.names[stock.stockKey] = detail->m_strName;
     }
     return preview;
+}
+
+/// Empty, or why the cancellation was not asked for. What becomes of it the order's reports tell.
+QString cancel(const TC::CLinkageManager& manager, const std::string& account, std::uint64_t key) {
+    const auto orders =
+        manager.getAccountOrders(account, replay::dayNumber(manager.getTradeDate()));
+    const auto found = orders.find(key);
+    if (found == orders.end() || !vexservice::isRunningStatus(found->second->m_eStatus))
+        return CEngine::tr("it does not run any more");
+    QString error;
+    const bool asked = utils::CManualSingletonT<TC::CTradeClient>::instance()->cancelOrder(
+        found->second, error, -1, QString(), {});
+    if (asked) return {};
+    return error.isEmpty() ? CEngine::tr("the trading server was not asked") : error;
 }
 
 }  // namespace
@@ -113,6 +134,26 @@ void CActions::balance(const Selection& pair, std::function<void(bool)> answer) 
 void CActions::balanceHistory(const Selection& pair) {
     m_engine.post(onManager([pair](TC::CLinkageManager& manager) {
         manager.doHistoryBalanceBySignalTask(pair.account, pair.strategy);
+    }));
+}
+
+void CActions::cancelOrder(const std::string& account, std::uint64_t key,
+                           std::function<void(const QString&)> answer) {
+    m_engine.post(
+        onManager([&engine = m_engine, account, key, answer](TC::CLinkageManager& manager) {
+            QString fault;
+            try {
+                fault = cancel(manager, account, key);
+            } catch (const std::exception& thrown) {  // a service of the client
+                fault = QString::fromUtf8(thrown.what());
+            }
+            engine.answer([answer, fault] { answer(fault); });
+        }));
+}
+
+void CActions::cancelAllOrders(const Selection& pair) {
+    m_engine.post(onManager([pair](TC::CLinkageManager& manager) {
+        manager.cancelAllOrders(pair.account, pair.strategy);
     }));
 }
 

@@ -7,6 +7,7 @@
 
 #include <QString>
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <string>
@@ -22,6 +23,7 @@ struct PlanPreview {
     int runningOrders = 0;  ///< of the pair; they and its tasks are cancelled first
     int runningTasks = 0;
     std::map<std::string, double> lastPrices;  ///< yuan, of the plan's stocks, where known
+    std::map<std::string, std::string> names;  ///< of the plan's stocks, where known
 };
 
 /// A statement file and what the user has decided of it.
@@ -51,6 +53,12 @@ public:
     /// Asks for a balance; the answer is false when one is pending already.
     void balance(const Selection& pair, std::function<void(bool)> answer);
     void balanceHistory(const Selection& pair);
+
+    /// Asks for the cancellation of an order. The answer is empty, or why it was not asked for.
+    void cancelOrder(const std::string& account, std::uint64_t key,
+                     std::function<void(const QString&)> answer);
+    /// The same for all running orders of a pair.
+    void cancelAllOrders(const Selection& pair);
 
     /// `time` is "hhmmss".
     void setBalanceTime(const std::string& key, const std::string& time);

@@ -35,6 +35,11 @@ double CTimeAxis::offset(double minute) const {
 
 double CTimeAxis::place(double minute) const { return offset(minute) / offset(m_nLast); }
 
+double CTimeAxis::minuteAt(double place) const {
+    const double minute = m_nFirst + std::clamp(place, 0.0, 1.0) * offset(m_nLast);
+    return m_bSession && minute >= LUNCH ? minute + (RESUME - LUNCH) : minute;
+}
+
 std::vector<int> CTimeAxis::marks(int most) const {
     for (const int every : {30, 60, 120, 240}) {
         std::vector<int> marks;

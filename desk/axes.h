@@ -18,6 +18,9 @@ public:
     /// Place of a minute, 0 (left) to 1 (right); minutes outside stand at the ends.
     double place(double minute) const;
 
+    /// The minute that stands at a place from 0 to 1; at the lunch break its end.
+    double minuteAt(double place) const;
+
     bool isSession() const { return m_bSession; }
     int first() const { return m_nFirst; }
     int last() const { return m_nLast; }

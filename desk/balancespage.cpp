@@ -1,11 +1,15 @@
 #include "desk/balancespage.h"
 
+#include "desk/picture.h"
 #include "platform/utils/text.h"
 
 #include <QCoreApplication>
 #include <QRegularExpression>
 #include <QStringList>
 #include <QVBoxLayout>
+
+#include <algorithm>
+#include <utility>
 
 namespace desk {
 
@@ -64,14 +68,36 @@ QString remainsText(const replay::BalanceFigures& balance) {
     return remains.join(QStringLiteral("; "));
 }
 
-Row rowOf(const replay::BalanceFigures& balance) {
+/// `pair` is empty where nothing is known of what still runs.
+QString stateText(const replay::BalanceFigures& balance, const PairRow* pair) {
+    const auto asked = static_cast<int>(balance.cancelledOrders + balance.cancelledTasks);
+    if (balance.state == "cancelling" && pair) {
+        const int running = std::min(asked, pair->runningOrders + pair->runningTasks);
+        return CBalancesPage::tr("cancelling: %1 of %2 done").arg(asked - running).arg(asked);
+    }
+    if (balance.state == "sent")
+        return CBalancesPage::tr("sent, filled %1 of %2")
+            .arg(formatted(qlonglong(balance.filled()), EFormat::Count),
+                 formatted(qlonglong(balance.sent()), EFormat::Count));
+    return bookText(balance.state);
+}
+
+const PairRow* pairOf(const replay::BalanceFigures& balance, const std::vector<PairRow>& pairs) {
+    const auto found = std::find_if(pairs.begin(), pairs.end(), [&balance](const PairRow& pair) {
+        return pair.account == balance.pair.first && pair.strategy == balance.pair.second;
+    });
+    return found == pairs.end() ? nullptr : &*found;
+}
+
+Row rowOf(const replay::BalanceFigures& balance, const std::vector<PairRow>& pairs) {
     const QString strategy = balance.pair.second.empty() ? CBalancesPage::tr("whole account")
                                                          : Pim::sToQs(balance.pair.second);
     return {QString::number(balance.number),
             {balance.number, Pim::sToQs(balance.asked), Pim::sToQs(balance.pair.first),
              balance.history ? CBalancesPage::tr("%1, earlier days").arg(strategy) : strategy,
-             bookText(balance.state), qlonglong(balance.cancelledOrders + balance.cancelledTasks),
-             qlonglong(balance.sent()), qlonglong(balance.filled()), remainsText(balance)},
+             stateText(balance, pairOf(balance, pairs)),
+             qlonglong(balance.cancelledOrders + balance.cancelledTasks), qlonglong(balance.sent()),
+             qlonglong(balance.filled()), remainsText(balance)},
             false};
 }
 
@@ -108,10 +134,24 @@ CBalancesPage::CBalancesPage(QWidget* parent) : QWidget(parent) {
     layout->addWidget(m_pTable);
 }
 
-void CBalancesPage::show(const std::vector<replay::BalanceFigures>& balances) {
+QString balanceStateText(const std::vector<replay::BalanceFigures>& balances, const PairRow& pair) {
+    const auto newest =
+        std::find_if(balances.rbegin(), balances.rend(), [&pair](const auto& balance) {
+            return balance.pair == replay::PairKey(pair.account, pair.strategy);
+        });
+    if (newest == balances.rend()) return {};
+    const QString state = stateText(*newest, &pair);
+    const bool isOver = newest->state == "ended" || newest->state == "refused";
+    return isOver && !newest->remains.empty()
+               ? QString("%1; %2").arg(state, bookText(newest->remains.front().reason))
+               : state;
+}
+
+void CBalancesPage::show(const std::vector<replay::BalanceFigures>& balances,
+                         const std::vector<PairRow>& pairs) {
     std::vector<Row> rows;
     for (auto each = balances.rbegin(); each != balances.rend(); ++each)
-        rows.push_back(rowOf(*each));
+        rows.push_back(rowOf(*each, pairs));
     m_pTable->rows().setRows(std::move(rows));
 }
 

@@ -1,39 +1,50 @@
 #include "desk/balancetimespage.h"
 
+#include "desk/question.h"
+#include "desk/timeedit.h"
+
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
 #include <QStyledItemDelegate>
-#include <QTimeEdit>
 #include <QVBoxLayout>
+
+#include <functional>
+#include <utility>
 
 namespace desk {
 
 namespace {
 
 constexpr int TIME_COLUMN = 2;
-const QString SHOWN = QStringLiteral("HH:mm:ss");
 const QString KEPT = QStringLiteral("HHmmss");
 
 class CTimeDelegate final : public QStyledItemDelegate {
 public:
-    using QStyledItemDelegate::QStyledItemDelegate;
+    using MakeEditor = std::function<QWidget*(QWidget*)>;
+
+    CTimeDelegate(QObject* parent, MakeEditor make)
+        : QStyledItemDelegate(parent), m_make(std::move(make)) {}
 
     QWidget* createEditor(QWidget* parent, const QStyleOptionViewItem&,
                           const QModelIndex&) const override {
-        auto* editor = new QTimeEdit(parent);
-        editor->setDisplayFormat(SHOWN);
-        editor->setFrame(false);
-        return editor;
+        return m_make(parent);
     }
     void setEditorData(QWidget* editor, const QModelIndex& index) const override {
-        static_cast<QTimeEdit*>(editor)->setTime(
-            QTime::fromString(index.data(CRowsModel::ROLE_VALUE).toString(), KEPT));
+        auto* edit = static_cast<CTimeEdit*>(editor);
+        // Pictures come while the user types; they must not take back what was typed.
+        if (!edit->text().isEmpty()) return;
+        edit->setTime(QTime::fromString(index.data(CRowsModel::ROLE_VALUE).toString(), KEPT));
+        edit->selectAll();
     }
     void setModelData(QWidget* editor, QAbstractItemModel* model,
                       const QModelIndex& index) const override {
-        model->setData(index, static_cast<QTimeEdit*>(editor)->time().toString(KEPT));
+        const QTime time = static_cast<CTimeEdit*>(editor)->time();
+        if (time.isValid()) model->setData(index, time.toString(KEPT));
     }
+
+private:
+    MakeEditor m_make;
 };
 
 }  // namespace
@@ -45,41 +56,77 @@ CBalanceTimesPage::CBalanceTimesPage(CActions& actions, QWidget* parent)
                       CRowsView::ESorting::Off, this);
     m_pTable->setObjectName("balanceTimes");
     m_pTable->setPlaceholder(tr("No strategy has a balance time"));
-    m_pTable->setItemDelegateForColumn(TIME_COLUMN, new CTimeDelegate(m_pTable));
+    m_pTable->setItemDelegateForColumn(
+        TIME_COLUMN,
+        new CTimeDelegate(m_pTable, [this](QWidget* cells) { return makeTimeEditor(cells); }));
+    // The table of times is for editing: a typed key begins with the time, wherever it stands.
+    m_pTable->setEditedColumn(TIME_COLUMN);
     connect(&m_pTable->rows(), &CRowsModel::sigEdited, this,
             [this](const QString& key, int, const QVariant& time) {
                 m_actions.setBalanceTime(key.toStdString(), time.toString().toStdString());
             });
 
     m_pChosen = new QLabel(this);
-    m_pTime = new QTimeEdit(QTime(14, 55), this);
+    m_pTime = static_cast<CTimeEdit*>(makeTimeEditor(this));
     m_pTime->setObjectName("balanceTimeEdit");
-    m_pTime->setDisplayFormat(SHOWN);
+    m_pRemark = new QLabel(this);
+    m_pRemark->setObjectName("balanceTimeRemark");
+    connect(m_pTime, &QLineEdit::returnPressed, this, &CBalanceTimesPage::setTime);
     m_pSet = new QPushButton(tr("Set time"), this);
     m_pSet->setObjectName("balanceTimeSet");
-    connect(m_pSet, &QPushButton::clicked, this, [this] {
-        m_actions.setBalanceTime(balanceKey(m_chosen.account, m_chosen.strategy),
-                                 m_pTime->time().toString(KEPT).toStdString());
-    });
-    m_pDelete = new QPushButton(tr("Delete row"), this);
+    connect(m_pSet, &QPushButton::clicked, this, &CBalanceTimesPage::setTime);
+    m_pDelete = new QPushButton(tr("Delete row…"), this);
     m_pDelete->setObjectName("balanceTimeDelete");
-    connect(m_pDelete, &QPushButton::clicked, this,
-            [this] { m_actions.deleteBalanceTime(m_pTable->currentKey().toStdString()); });
+    connect(m_pDelete, &QPushButton::clicked, this, &CBalanceTimesPage::askDelete);
 
     auto* line = new QHBoxLayout;
     line->addWidget(m_pChosen);
     line->addWidget(m_pTime);
     line->addWidget(m_pSet);
+    line->addWidget(m_pRemark);
     line->addStretch();
     line->addWidget(m_pDelete);
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(m_pTable);
     layout->addLayout(line);
-    show({}, {});
+    m_pTime->setTime(QTime(14, 55));
+    show({}, {}, {});
+}
+
+QWidget* CBalanceTimesPage::makeTimeEditor(QWidget* parent) {
+    auto* edit = new CTimeEdit(parent);
+    edit->setFrame(parent == this);
+    connect(edit, &QLineEdit::textChanged, this, [this, edit] { judge(*edit); });
+    return edit;
+}
+
+/// Says what is wrong with a time while it is typed.
+void CBalanceTimesPage::judge(const CTimeEdit& edit) {
+    m_pRemark->setText(timeRemark(edit.time(), m_now));
+    m_pSet->setEnabled(m_pTime->isEnabled() && m_pTime->time().isValid());
+}
+
+void CBalanceTimesPage::setTime() {
+    const QTime time = m_pTime->time();
+    if (!time.isValid() || m_chosen.strategy.empty()) return;
+    m_actions.setBalanceTime(balanceKey(m_chosen.account, m_chosen.strategy),
+                             time.toString(KEPT).toStdString());
+}
+
+void CBalanceTimesPage::askDelete() {
+    const QString key = m_pTable->currentKey();
+    if (key.isEmpty()) return;
+    const QString name = key.section(':', 0, 0) + QStringLiteral(" / ") + key.section(':', 1);
+    ask(this,
+        {QStringLiteral("balanceTimeDelete"), tr("Delete a balance time"),
+         tr("Delete the balance time of %1? It will not be balanced by itself any more.").arg(name),
+         tr("Delete")},
+        [this, key] { m_actions.deleteBalanceTime(key.toStdString()); });
 }
 
 void CBalanceTimesPage::show(const std::map<std::string, std::string>& times,
-                             const Selection& chosen) {
+                             const Selection& chosen, const std::string& now) {
+    m_now = typedTime(QString::fromStdString(now));
     std::vector<Row> rows;
     for (const auto& [key, time] : times) {
         const QString text = QString::fromStdString(key);
@@ -96,7 +143,8 @@ void CBalanceTimesPage::show(const std::map<std::string, std::string>& times,
                                        QString::fromStdString(chosen.strategy))
                             : tr("Choose a strategy to give it a time"));
     m_pTime->setEnabled(pair);
-    m_pSet->setEnabled(pair);
+    const auto* edited = m_pTable->findChild<CTimeEdit*>();
+    judge(edited ? *edited : *m_pTime);
     m_pDelete->setEnabled(!m_pTable->currentKey().isEmpty());
 }
 

@@ -94,7 +94,7 @@ void CChart::paintPane(QPainter& painter, const Pane& pane, const QString& title
     painter.drawText(pane.area.left(), pane.area.top() - metrics.descent() - 3, title);
     if (!lack.isEmpty()) {
         painter.drawText(pane.area, Qt::AlignCenter, lack);
-        return;
+        return paintMinutes(painter, pane);
     }
     for (const double value : pane.values.marks()) {
         const int y = static_cast<int>(pixel(pane, 0, value).y());
@@ -172,8 +172,10 @@ void CChart::paintEvent(QPaintEvent*) {
     paintPane(painter, m_profit, profitTitle(), profitLack());
     paintCurve(painter, m_price.area.adjusted(0, 0, 1, 1), pricePoints(), style::ACCENT, {});
     paintProfit(painter);
+    if (priceLack().isEmpty()) paintOrders(painter);
     paintMarks(painter, 0, m_price);
     paintMarks(painter, 1, m_profit);
+    paintCross(painter);
 }
 
 /// A price holds until the next one, the last one until now.
@@ -200,9 +202,12 @@ QString CChart::priceTitle() const {
     for (const StockRow& row : m_pPicture->stocks) {
         if (row.stock == chosen.stock) name = QString::fromStdString(row.name);
     }
-    return tr("Price of %1 %2 (yuan), with the deals and resting orders of the strategy")
-        .arg(QString::fromStdString(chosen.stock), name)
-        .replace("  (", " (");
+    const QString title =
+        tr("Price of %1 %2 (yuan), with the deals and resting orders of the strategy")
+            .arg(QString::fromStdString(chosen.stock), name)
+            .replace("  (", " (");
+    if (m_nUnlabelled == 0) return title;
+    return tr("%1; %2 price levels have no label").arg(title).arg(m_nUnlabelled);
 }
 
 QString CChart::profitTitle() const {
@@ -223,7 +228,8 @@ QString CChart::priceLack() const {
 
 QString CChart::profitLack() const {
     if (m_pPicture->selection.account.empty()) return tr("Choose a strategy");
-    return m_pPicture->curve.empty() ? tr("No profit yet: nothing was traded") : QString();
+    return m_pPicture->curve.empty() ? tr("No profit yet: the day has no figures of it")
+                                     : QString();
 }
 
 }  // namespace desk

@@ -33,6 +33,8 @@ public:
 protected:
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void leaveEvent(QEvent* event) override;
 
 private:
     struct Pane {
@@ -47,6 +49,7 @@ private:
     void fileMarks();
     void fileDeals();
     void fileOrders();
+    void paintOrders(QPainter& painter) const;
     void fileLabel(int type, double minute, double value, const QString& text, QColor colour,
                    bool above);
     QString orderLabel(const RestingLevel& level) const;
@@ -60,6 +63,9 @@ private:
     void paintCurve(QPainter& painter, const QRect& clip, const std::vector<QPointF>& points,
                     QColor colour, std::optional<double> ground) const;
     void paintProfit(QPainter& painter) const;
+    /// Lines through the mouse, with the time, the value, and the deals of that minute.
+    void paintCross(QPainter& painter) const;
+    QString crossText(const Pane& pane, int minute) const;
     void paintMarks(QPainter& painter, int type, const Pane& pane) const;
     std::vector<QPointF> pricePoints() const;
     QString priceTitle() const;
@@ -73,6 +79,8 @@ private:
     Pane m_profit;
     double m_dDayWidth = 0.0;  ///< pixels that the time axis takes
     std::vector<RestingLevel> m_resting;
+    std::size_t m_nUnlabelled = 0;  ///< levels of resting orders that have no label
+    std::optional<QPoint> m_mouse;
     bool m_bStale = true;
 };
 

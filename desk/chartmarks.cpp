@@ -25,12 +25,16 @@ constexpr int LARGEST_DOT = 12;
 constexpr int LABEL_PADDING = 10;
 constexpr int DOT_TRANSPARENCY = 20;
 constexpr int BORDER_TRANSPARENCY = 30;
+constexpr int LINE_ALPHA = 150;
 
 int rgb(const QColor& colour) { return static_cast<int>(colour.rgb() & 0xffffff); }
 
 }  // namespace
 
-CChart::CChart(QWidget* parent) : QWidget(parent) { Draw::instance()->init(); }
+CChart::CChart(QWidget* parent) : QWidget(parent) {
+    Draw::instance()->init();
+    setMouseTracking(true);
+}
 
 CChart::~CChart() {
     Draw::instance()->clearDatas(KEY);
@@ -85,8 +89,20 @@ void CChart::fileDeals() {
     }
 }
 
-/// Resting orders as dotted lines at their price, those nearest to the market first, with a
-/// framed label where there is room for one. An order beyond the axis has no line; its label
+/// The library's lines are all red; those of resting orders have the colour of their side.
+void CChart::paintOrders(QPainter& painter) const {
+    for (const RestingLevel& level : m_resting) {
+        if (level.price > m_price.values.high || level.price < m_price.values.low) continue;
+        const int y = static_cast<int>(pixel(m_price, 0, level.price).y());
+        QColor colour = level.buys ? style::RISE : style::FALL;
+        colour.setAlpha(LINE_ALPHA);
+        painter.setPen(QPen(colour, 1, Qt::DotLine));
+        painter.drawLine(m_price.area.left(), y, m_price.area.right(), y);
+    }
+}
+
+/// Resting orders, those nearest to the market first, with a framed label where there is room
+/// for one. An order beyond the axis has no line; its label
 /// stands at the edge, or next to the labels that are there already.
 void CChart::fileOrders() {
     const ValueAxis& axis = m_price.values;
@@ -94,13 +110,11 @@ void CChart::fileOrders() {
     const double top = m_price.area.top() + height / 2;
     const double bottom = m_price.area.bottom() - height / 2;
     std::vector<double> labelled;
+    const std::size_t all =
+        restingLevels(m_pPicture->orders, 0.0, m_pPicture->orders.size()).size();
+    m_nUnlabelled = all - m_resting.size();
     for (const RestingLevel& level : m_resting) {
         const bool over = level.price > axis.high, under = level.price < axis.low;
-        if (!over && !under) {
-            std::vector<double> xs = {double(m_time.first()), double(m_time.last())};
-            std::vector<double> ys = {level.price, level.price};
-            Draw::instance()->addDrawLineData(Type(0), KEY, xs, ys, 1, true, false, 0, 0);
-        }
         const auto taken = [&](double y) {
             return std::any_of(labelled.begin(), labelled.end(),
                                [&](double other) { return std::fabs(other - y) < height; });
@@ -108,7 +122,10 @@ void CChart::fileOrders() {
         double y = std::max(top, std::min(pixel(m_price, 0, level.price).y(), bottom));
         const int inwards = int(over) - int(under);
         while (inwards != 0 && taken(y) && y + inwards > top && y + inwards < bottom) y += inwards;
-        if (taken(y)) continue;
+        if (taken(y)) {
+            ++m_nUnlabelled;
+            continue;
+        }
         labelled.push_back(y);
         fileLabel(0, m_time.last(), valueAt(m_price, y), orderLabel(level),
                   level.buys ? style::RISE : style::FALL, false);

@@ -11,6 +11,8 @@ namespace desk {
 
 namespace {
 
+constexpr int CHANGE_COLUMN = 11;
+
 struct Tables {
     Q_DECLARE_TR_FUNCTIONS(Tables)
 };
@@ -23,20 +25,36 @@ CRowsView* makeTable(QWidget* parent, const char* name, std::vector<Column> colu
     return table;
 }
 
+/// At a limit nobody can trade out of a position on the wrong side; the library then values it
+/// one limit further.
+QString limitText(const StockRow& row) {
+    if (row.limit == 0) return {};
+    const std::int64_t net = row.bought - row.sold;
+    const bool further = row.limit > 0 ? net < 0 : net > 0;
+    if (row.limit > 0)
+        return further ? Tables::tr("up, valued one limit higher") : Tables::tr("up");
+    return further ? Tables::tr("down, valued one limit lower") : Tables::tr("down");
+}
+
 Row stockRow(const StockRow& row) {
-    const QVariant last = row.lastPrice > 0.0 ? QVariant(row.lastPrice) : QVariant();
-    return {text(row.stock),
-            {text(row.stock), text(row.name), last, row.profit, qlonglong(row.bought),
-             qlonglong(row.sold), qlonglong(row.bought - row.sold), row.positionValue,
-             row.boughtAmount, row.soldAmount, row.commission},
-            false};
+    const auto known = [](double price) { return price > 0.0 ? QVariant(price) : QVariant(); };
+    const bool changes = row.lastPrice > 0.0 && row.referencePrice > 0.0;
+    const QVariant change =
+        changes ? QVariant((row.lastPrice / row.referencePrice - 1.0) * 100.0) : QVariant();
+    return {
+        text(row.stock),
+        {text(row.stock), text(row.name), known(row.lastPrice), row.profit, qlonglong(row.bought),
+         qlonglong(row.sold), qlonglong(row.bought - row.sold), row.positionValue, row.boughtAmount,
+         row.soldAmount, row.commission, change, limitText(row), known(row.bid), known(row.ask)},
+        false};
 }
 
 Row orderRow(const OrderRow& row) {
     const QString key = QString::number(row.key);
     return {key,
-            {qulonglong(row.key), row.buys, row.price, row.volume, row.traded,
-             libraryText(TC::getOrderStatusQString(row.status))},
+            {qulonglong(row.key), row.buys,
+             row.price > 0.0 ? QVariant(row.price) : QVariant(Tables::tr("market")), row.volume,
+             row.traded, libraryText(TC::getOrderStatusQString(row.status))},
             false};
 }
 
@@ -55,8 +73,13 @@ Row taskRow(const TaskRow& row) {
             false};
 }
 
+QString sidesText(const LevelRow& row) {
+    if (row.buys && row.sells) return Tables::tr("Buy and sell");
+    return formatted(row.buys, EFormat::Side);
+}
+
 Row levelRow(const LevelRow& row) {
-    return {QString::number(row.price, 'f', 4), {row.price, row.lots}, false};
+    return {QString::number(row.price, 'f', 4), {row.price, row.lots, sidesText(row)}, false};
 }
 
 template <class Source>
@@ -73,7 +96,7 @@ CDetailTables::CDetailTables(QWidget* parent, QTabWidget* tabs) {
     m_pStocks = makeTable(parent, "stocks",
                           {{Tables::tr("Stock")},
                            {Tables::tr("Name")},
-                           {Tables::tr("Last"), EFormat::Price},
+                           {Tables::tr("Last"), EFormat::Price, false, CHANGE_COLUMN},
                            {Tables::tr("Profit"), EFormat::Profit},
                            {Tables::tr("Bought"), EFormat::Count},
                            {Tables::tr("Sold"), EFormat::Count},
@@ -81,7 +104,11 @@ CDetailTables::CDetailTables(QWidget* parent, QTabWidget* tabs) {
                            {Tables::tr("Position value"), EFormat::Yuan},
                            {Tables::tr("Bought amount"), EFormat::Yuan},
                            {Tables::tr("Sold amount"), EFormat::Yuan},
-                           {Tables::tr("Commission"), EFormat::Money}});
+                           {Tables::tr("Commission"), EFormat::Money},
+                           {Tables::tr("Change"), EFormat::Change},
+                           {Tables::tr("Limit")},
+                           {Tables::tr("Bid"), EFormat::Price},
+                           {Tables::tr("Ask"), EFormat::Price}});
     m_pOrders = makeTable(tabs, "orders",
                           {{Tables::tr("Order")},
                            {Tables::tr("Side"), EFormat::Side},
@@ -102,14 +129,15 @@ CDetailTables::CDetailTables(QWidget* parent, QTabWidget* tabs) {
                           {Tables::tr("Runs on")},
                           {Tables::tr("Volume"), EFormat::Count},
                           {Tables::tr("Traded"), EFormat::Count}});
-    m_pLevels = makeTable(
-        tabs, "levels",
-        {{Tables::tr("Price"), EFormat::Price}, {Tables::tr("Open lots"), EFormat::Count}});
+    m_pLevels = makeTable(tabs, "levels",
+                          {{Tables::tr("Price"), EFormat::Price},
+                           {Tables::tr("Open lots"), EFormat::Count},
+                           {Tables::tr("Side")}});
     nameTables(tabs);
 }
 
 void CDetailTables::nameTables(QTabWidget* tabs) {
-    m_pStocks->setPlaceholder(Tables::tr("Nothing traded yet"));
+    m_pStocks->setPlaceholder(Tables::tr("Nothing traded today"));
     m_pOrders->setPlaceholder(Tables::tr("No orders of this stock yet"));
     m_pDeals->setPlaceholder(Tables::tr("No deals of this stock yet"));
     m_pTasks->setPlaceholder(Tables::tr("No tasks of this stock"));

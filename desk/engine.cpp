@@ -116,6 +116,7 @@ void CEngine::takePicture(CPictureTaker& taker, const IStage& stage) {
     picture->time = clockText();
     picture->minute = clockMinute();
     picture->progress = stage.progress();
+    picture->paced = m_dSpeed != UNPACED;
     picture->ended = stage.ended();
     picture->halted = stage.halted();
     picture->fault = stage.fault();

@@ -1,7 +1,8 @@
 #include "desk/historypage.h"
 
+#include "desk/question.h"
+
 #include <QHBoxLayout>
-#include <QMessageBox>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -94,15 +95,8 @@ void CHistoryPage::confirmDeleteStock() {
 }
 
 void CHistoryPage::confirm(const QString& question, std::function<void()> go) {
-    auto* box = new QMessageBox(QMessageBox::Warning, tr("Delete history"), question,
-                                QMessageBox::NoButton, this);
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    box->setObjectName("historyDeleteBox");
-    QPushButton* yes = box->addButton(tr("Delete"), QMessageBox::DestructiveRole);
-    yes->setObjectName("historyDeleteGo");
-    box->addButton(tr("Cancel"), QMessageBox::RejectRole)->setObjectName("historyDeleteNot");
-    connect(yes, &QPushButton::clicked, this, std::move(go));
-    box->open();
+    ask(this, {QStringLiteral("historyDelete"), tr("Delete history"), question, tr("Delete")},
+        std::move(go));
 }
 
 void CHistoryPage::show(const std::vector<HistoryRow>& history, const Selection& chosen) {

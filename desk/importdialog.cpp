@@ -1,11 +1,11 @@
 #include "desk/importdialog.h"
 
+#include "desk/question.h"
 #include "desk/rowsview.h"
 
 #include <QComboBox>
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -77,7 +77,6 @@ void CImportDialog::makeTables() {
     m_pRows->setObjectName("importRows");
     m_pRows->setPlaceholder(tr("Every row is taken"));
     for (CRowsView* table : {m_pDays, m_pRows}) {
-        table->setScrolling();
         table->setMinimumHeight(table->heightOf(LEAST_ROWS));
     }
 }
@@ -241,24 +240,14 @@ void CImportDialog::undo() {
 
 void CImportDialog::askUndo(CActions& actions, const std::vector<int>& numbers,
                             const QString& names, QWidget* parent, std::function<void(int)> done) {
-    auto* box = new QMessageBox(QMessageBox::Warning, tr("Undo an import"),
-                                tr("Take back what was imported from %1?").arg(names),
-                                QMessageBox::NoButton, parent);
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    box->setObjectName("importUndoBox");
-    box->setTextFormat(Qt::PlainText);
-    QPushButton* yes = box->addButton(tr("Take back"), QMessageBox::DestructiveRole);
-    yes->setObjectName("importUndoGo");
-    QPushButton* no = box->addButton(tr("Cancel"), QMessageBox::RejectRole);
-    no->setObjectName("importUndoNot");
-    box->setDefaultButton(no);
-    connect(yes, &QPushButton::clicked, parent,
-            [&actions, numbers, parent = QPointer<QWidget>(parent), done = std::move(done)] {
-                actions.undoImports(numbers, [parent, done](int undone) {
-                    if (parent) done(undone);
-                });
+    ask(parent,
+        {QStringLiteral("importUndo"), tr("Undo an import"),
+         tr("Take back what was imported from %1?").arg(names), tr("Take back")},
+        [&actions, numbers, parent = QPointer<QWidget>(parent), done = std::move(done)] {
+            actions.undoImports(numbers, [parent, done](int undone) {
+                if (parent) done(undone);
             });
-    box->open();
+        });
 }
 
 }  // namespace desk

@@ -8,6 +8,7 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QLocale>
+#include <QSettings>
 #include <QTemporaryDir>
 #include <QTextStream>
 #include <QTime>
@@ -46,7 +47,7 @@ QString readArguments(const QCoreApplication& application, Arguments& arguments)
     const QCommandLineOption dir("data-dir", "The client's data directory; else a temporary one.",
                                  "DIR");
     const QCommandLineOption lang("lang", "Language (zh_CN or en); else the system's.", "NAME");
-    const QCommandLineOption size("size", "Size of the window in pixels.", "WxH", "1600x940");
+    const QCommandLineOption size("size", "Size of the window in pixels.", "WxH");
     const QCommandLineOption shot(
         "shot", "Play the scenario without a display, save a picture of the window and exit.",
         "FILE.png");
@@ -64,9 +65,12 @@ QString readArguments(const QCoreApplication& application, Arguments& arguments)
         return "--until takes a time as HH:MM";
     arguments.engine.dataDir = parser.value(dir);
     arguments.locale = parser.isSet(lang) ? QLocale(parser.value(lang)) : QLocale::system();
-    const QStringList sides = parser.value(size).split('x');
+    const QString sizeText =
+        parser.isSet(shot) && !parser.isSet(size) ? QString("1600x940") : parser.value(size);
+    const QStringList sides = sizeText.split('x');
     arguments.size = sides.size() == 2 ? QSize(sides[0].toInt(), sides[1].toInt()) : QSize();
-    if (arguments.size.isEmpty()) return "--size takes a size as WIDTHxHEIGHT";
+    if (!sizeText.isEmpty() && arguments.size.isEmpty())
+        return "--size takes a size as WIDTHxHEIGHT";
     arguments.shot = parser.value(shot);
     if (parser.isSet(shot) && arguments.engine.scenario.isEmpty()) return "--shot needs a scenario";
     return {};
@@ -105,7 +109,10 @@ int main(int argc, char** argv) {
     if (!arguments.shot.isEmpty()) arguments.engine.speed = desk::UNPACED;
     desk::CEngine engine(arguments.engine);
     desk::CMainWindow window(engine);
-    window.resize(arguments.size);
+    const bool isKept = arguments.shot.isEmpty();  // a picture shows the window as it begins
+    QSettings settings(QSettings::IniFormat, QSettings::UserScope, "linkage", "linkage-desk");
+    if (isKept) window.restoreFrom(settings);
+    if (!arguments.size.isEmpty()) window.resize(arguments.size);
     static_cast<QWidget&>(window).show();
 
     QString shotFault;
@@ -116,6 +123,7 @@ int main(int argc, char** argv) {
         });
     engine.start();
     const int status = QApplication::exec();
+    if (isKept) window.saveTo(settings);
     if (!shotFault.isEmpty()) return refuse(shotFault);
     return status;
 }

@@ -4,16 +4,23 @@
 #include "desk/balancetimespage.h"
 #include "desk/chart.h"
 #include "desk/detailtables.h"
+#include "desk/eventspage.h"
 #include "desk/historypage.h"
 #include "desk/importpage.h"
 #include "desk/pastdayspage.h"
 #include "desk/plandialog.h"
+#include "desk/question.h"
 #include "desk/rowsview.h"
+#include "desk/runningpage.h"
 #include "desk/texts.h"
+#include "desk/timeedit.h"
 
+#include <QCloseEvent>
 #include <QLabel>
+#include <QPointer>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QScreen>
 #include <QTabWidget>
 
 #include <algorithm>
@@ -27,21 +34,36 @@ QString pairKey(const std::string& account, const std::string& strategy) {
     return QString::fromStdString(account) + '\n' + QString::fromStdString(strategy);
 }
 
+/// A balance starts so many seconds after it was asked for, and waits for cancellations so long.
+constexpr int BALANCE_DELAY = 5;
+constexpr int LONGEST_BALANCE = BALANCE_DELAY + 30;
+
+/// Seconds of the day of "hh:mm:ss".
+int secondOf(const std::string& time) {
+    return QTime(0, 0).secsTo(typedTime(QString::fromStdString(time)));
+}
+
 }  // namespace
 
 CMainWindow::CMainWindow(CEngine& engine) : m_engine(engine), m_actions(engine) {
     setWindowTitle(tr("Linkage Desk"));
     setMenuWidget(makeTopBar());
     setCentralWidget(makeBody());
-    resize(1600, 940);
+    makeShortcuts();
+    const QSize screen = this->screen()->availableSize();
+    resize(QSize(1600, 940).boundedTo(screen));
 
     connect(&m_engine, &CEngine::sigNews, this, &CMainWindow::collect, Qt::QueuedConnection);
     connect(m_pPairs, &CRowsView::sigChosen, this, &CMainWindow::choosePair);
     connect(m_pTables->stocks(), &CRowsView::sigChosen, this, &CMainWindow::chooseStock);
     connect(m_pPause, &QPushButton::clicked, this, [this] { setPaused(!m_engine.paused()); });
     connect(m_pBalance, &QPushButton::clicked, this, [this] { askBalance(m_selection, false); });
-    connect(m_pHistory, &CHistoryPage::sigMessage, this, &CMainWindow::showMessage);
-    connect(m_pImport, &CImportPage::sigMessage, this, &CMainWindow::showMessage);
+    connect(m_pHistory, &CHistoryPage::sigMessage, this,
+            [this](const QString& text) { showMessage(text); });
+    connect(m_pRunning, &CRunningPage::sigMessage, this,
+            [this](const QString& text) { showMessage(text); });
+    connect(m_pImport, &CImportPage::sigMessage, this,
+            [this](const QString& text) { showMessage(text); });
     connect(m_pHistory, &CHistoryPage::sigBalance, this,
             [this](const QString& account, const QString& strategy) {
                 askBalance({account.toStdString(), strategy.toStdString(), {}}, true);
@@ -71,8 +93,10 @@ void CMainWindow::show(std::shared_ptr<const Picture> picture) {
         m_pTables->show(now);
         m_pChart->show(m_pShown);
     }
-    m_pBalances->show(now.balances);
-    m_pTimes->show(now.balanceTimes, m_selection);
+    m_pRunning->show(now.running);
+    m_pEvents->show(now.events);
+    m_pBalances->show(now.balances, now.pairs);
+    m_pTimes->show(now.balanceTimes, m_selection, now.time);
     m_pHistory->show(now.history, m_selection);
     m_pImport->show(now.imports);
     m_pPast->show(m_selection.account, now.alive);
@@ -81,7 +105,9 @@ void CMainWindow::show(std::shared_ptr<const Picture> picture) {
     const bool halted = now.halted && m_engine.paused();
     if (halted && !m_bHalted)
         showMessage(tr("Halted at %1; Play goes on.").arg(QString::fromStdString(now.time)));
+    if (m_bHalted && !halted) showMessage({});
     m_bHalted = halted;
+    expireMessage(now);
     if (!now.fault.empty()) showMessage(QString::fromStdString(now.fault));
     chooseForTheUser(now);
     Q_EMIT sigShown();
@@ -116,7 +142,8 @@ void CMainWindow::showPairs(const Picture& picture) {
         rows.push_back(
             {pairKey(pair.account, pair.strategy),
              {name, pair.profit, qlonglong(pair.bought), qlonglong(pair.sold), pair.runningOrders,
-              pair.runningTasks, QString::fromStdString(pair.balanceTime)},
+              pair.runningTasks, QString::fromStdString(pair.balanceTime), pair.unequalValue,
+              balanceStateText(picture.balances, pair)},
              whole});
     }
     m_pPairs->rows().setRows(std::move(rows));
@@ -193,20 +220,71 @@ void CMainWindow::askBalance(const Selection& pair, bool history) {
         const QString name = QString::fromStdString(pair.account + " / " + pair.strategy);
         auto* dialog = new CPlanDialog(
             history ? tr("Balance the history of %1").arg(name) : tr("Balance %1").arg(name), plan,
-            this);
+            QString::fromStdString(m_pShown->time), this);
         connect(dialog, &QDialog::accepted, this, [this, pair, history, name] {
+            m_nBalancingUntil = secondOf(m_pShown->time) + LONGEST_BALANCE;
             if (history) {
                 m_actions.balanceHistory(pair);
-                showMessage(tr("The history of %1 is being balanced.").arg(name));
+                showMessage(tr("The history of %1 is being balanced.").arg(name), LONGEST_BALANCE);
                 return;
             }
             m_actions.balance(pair, [this, name](bool asked) {
+                if (!asked) m_nBalancingUntil = 0;
                 showMessage(
                     asked ? tr("%1 will be balanced in 5 seconds.").arg(name)
-                          : tr("%1 is not balanced: another balance stands against it.").arg(name));
+                          : tr("%1 is not balanced: another balance stands against it.").arg(name),
+                    asked ? BALANCE_DELAY : LONGEST_BALANCE);
             });
         });
+        follow(dialog, pair, history);
         dialog->open();
+    });
+}
+
+/// Keeps an open plan up to date: one question at a time, with each picture.
+void CMainWindow::follow(CPlanDialog* dialog, const Selection& pair, bool history) {
+    m_bPreviewing = false;
+    connect(this, &CMainWindow::sigShown, dialog,
+            [this, pair, history, open = QPointer<CPlanDialog>(dialog)] {
+                if (!m_pShown->alive || std::exchange(m_bPreviewing, true)) return;
+                m_actions.preview(pair, history, [this, open](const PlanPreview& plan) {
+                    m_bPreviewing = false;
+                    if (open) open->show(plan, QString::fromStdString(m_pShown->time));
+                });
+            });
+}
+
+/// What would be lost when the desk were closed now; empty when nothing would.
+QString CMainWindow::pendingText() const {
+    if (!m_pShown || !m_pShown->alive) return {};
+    const Picture& now = *m_pShown;
+    const int second = secondOf(now.time);
+    const auto isOver = [](const replay::BalanceFigures& balance) {
+        return balance.state == "ended" || balance.state == "refused" || balance.state.empty();
+    };
+    auto underWay = static_cast<int>(std::count_if(
+        now.balances.begin(), now.balances.end(),
+        [&isOver](const replay::BalanceFigures& balance) { return !isOver(balance); }));
+    if (underWay == 0 && now.balances.empty() && second < m_nBalancingUntil) underWay = 1;
+    const QString clock = QString::fromStdString(now.time).remove(':');
+    const auto toCome =
+        std::count_if(now.balanceTimes.begin(), now.balanceTimes.end(), [&clock](const auto& time) {
+            return typedTime(QString::fromStdString(time.second)).toString("HHmmss") > clock;
+        });
+    if (underWay + toCome == 0) return {};
+    return tr("Balances under way: %1. Balance times still to come today: %2. They stop with the "
+              "desk.")
+        .arg(underWay)
+        .arg(toCome);
+}
+
+void CMainWindow::closeEvent(QCloseEvent* event) {
+    const QString pending = m_bCloseAgreed ? QString() : pendingText();
+    if (pending.isEmpty()) return QMainWindow::closeEvent(event);
+    event->ignore();
+    ask(this, {QStringLiteral("close"), tr("Close the desk"), pending, tr("Close")}, [this] {
+        m_bCloseAgreed = true;
+        close();
     });
 }
 
@@ -217,6 +295,14 @@ void CMainWindow::setPaused(bool paused) {
 
 void CMainWindow::showPaused() { m_pPause->setText(m_engine.paused() ? tr("Play") : tr("Pause")); }
 
-void CMainWindow::showMessage(const QString& text) { m_pMessage->setText(text); }
+void CMainWindow::showMessage(const QString& text, int seconds) {
+    m_pMessage->setText(text);
+    m_nMessageUntil = seconds > 0 && m_pShown ? secondOf(m_pShown->time) + seconds : 0;
+}
+
+/// A message goes when it is no longer true, by the client's time.
+void CMainWindow::expireMessage(const Picture& picture) {
+    if (m_nMessageUntil > 0 && secondOf(picture.time) >= m_nMessageUntil) showMessage({});
+}
 
 }  // namespace desk

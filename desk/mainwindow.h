@@ -12,6 +12,7 @@ class QLabel;
 class QProgressBar;
 class QPushButton;
 class QSplitter;
+class QSettings;
 class QTabWidget;
 
 namespace desk {
@@ -20,10 +21,13 @@ class CBalancesPage;
 class CBalanceTimesPage;
 class CChart;
 class CDetailTables;
+class CEventsPage;
 class CHistoryPage;
 class CImportPage;
 class CPastDaysPage;
+class CPlanDialog;
 class CRowsView;
+class CRunningPage;
 
 /// The one window of the desk. It shows pictures of the library's state and passes the user's
 /// requests on; it waits for neither.
@@ -46,6 +50,11 @@ public:
     /// shown.
     void tidy();
 
+    /// What the user did to the window, its tables and splitters. Nothing is read or written
+    /// unless one of these is called.
+    void restoreFrom(const QSettings& settings);
+    void saveTo(QSettings& settings) const;
+
 Q_SIGNALS:
     /// Another picture is on the screen.
     void sigShown();
@@ -54,12 +63,21 @@ Q_SIGNALS:
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
+    /// Asks first while a balance is under way or still to come: it would not happen.
+    void closeEvent(QCloseEvent* event) override;
 
 private:
     QWidget* makeTopBar();
     void makePace(QWidget* bar);
     QWidget* makeBody();
+    void makePairs();
+    void makeTabs();
     void makeSplitters();
+    void makeShortcuts();
+    void stepPair(int steps);
+    QString pendingText() const;
+    void follow(CPlanDialog* dialog, const Selection& pair, bool history);
+    void expireMessage(const Picture& picture);
     void makeStatusBar();
     void divide();
     QWidget* titled(const QString& title, QWidget* content);
@@ -74,7 +92,8 @@ private:
     void setPaused(bool paused);
     void showPaused();
     void askBalance(const Selection& pair, bool history);
-    void showMessage(const QString& text);
+    /// `seconds` of client time after which the text is not true any more; 0: it stays.
+    void showMessage(const QString& text, int seconds = 0);
     void enableActions(bool alive);
 
     CEngine& m_engine;
@@ -92,9 +111,12 @@ private:
     CChart* m_pChart = nullptr;
     QTabWidget* m_pTabs = nullptr;
     QSplitter* m_pBoth = nullptr;
+    QSplitter* m_pLeft = nullptr;
     QSplitter* m_pRight = nullptr;
     bool m_bSplitByHand = false;
     std::unique_ptr<CDetailTables> m_pTables;
+    CRunningPage* m_pRunning = nullptr;
+    CEventsPage* m_pEvents = nullptr;
     CBalancesPage* m_pBalances = nullptr;
     CBalanceTimesPage* m_pTimes = nullptr;
     CHistoryPage* m_pHistory = nullptr;
@@ -103,6 +125,12 @@ private:
     QPushButton* m_pImportNow = nullptr;
     bool m_bAlive = true;
     bool m_bHalted = false;
+    bool m_bCloseAgreed = false;
+    bool m_bPreviewing = false;  ///< a preview for the open plan is under way
+    /// Seconds of the client's day: until then a balance asked for here may be under way, though
+    /// there is no book that tells; and until then the message holds (0: no end).
+    int m_nBalancingUntil = 0;
+    int m_nMessageUntil = 0;
     QLabel* m_pCounts = nullptr;
     QLabel* m_pMessage = nullptr;
 };

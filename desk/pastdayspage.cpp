@@ -179,7 +179,6 @@ void CPastDaysPage::makeTables() {
                               CRowsView::ESorting::ByUser, this);
     m_pOrders->setObjectName("pastOrders");
     for (CRowsView* table : {m_pDeals, m_pOrders}) {
-        table->setScrolling();
         table->setMinimumHeight(table->heightOf(LEAST_ROWS) +
                                 table->horizontalScrollBar()->sizeHint().height());
     }

@@ -33,7 +33,8 @@ struct PairRow {
     std::int64_t sold = 0;
     int runningOrders = 0;
     int runningTasks = 0;
-    std::string balanceTime;  ///< "hhmmss", empty: none
+    std::string balanceTime;    ///< "hhmmss", empty: none
+    double unequalValue = 0.0;  ///< of what is bought and not sold, or sold and not bought
 };
 
 struct StockRow {
@@ -46,7 +47,11 @@ struct StockRow {
     double commission = 0.0;
     double profit = 0.0;
     double positionValue = 0.0;
-    double lastPrice = 0.0;  ///< 0: not known
+    double lastPrice = 0.0;  ///< 0: not known, as with the next three
+    double referencePrice = 0.0;
+    double bid = 0.0;
+    double ask = 0.0;
+    int limit = 0;  ///< 1: the last price is at limit-up, -1: at limit-down
 };
 
 struct OrderRow {
@@ -57,6 +62,33 @@ struct OrderRow {
     int volume = 0;
     int traded = 0;
     int status = 0;
+};
+
+/// A running order of any account.
+struct RunningRow {
+    std::string account;
+    std::string strategy;
+    std::string stock;
+    std::string name;
+    std::string
+        seen;  ///< "hh:mm:ss", when the desk saw it first: orders carry no time; empty: not paced
+    OrderRow order;
+};
+
+enum class EEvent { Balance, Rejected, Reconciled, Connection };
+
+/// Something that happened on the day. What the figures mean depends on the kind.
+struct EventRow {
+    int id = 0;        ///< counted from 1
+    std::string time;  ///< client time "hh:mm:ss"
+    EEvent kind = EEvent::Balance;
+    std::string account;
+    std::string strategy;
+    std::string stock;
+    std::string detail;  ///< a balance's state in the book's words; a broker's remark
+    int number = 0;      ///< of the balance; missed orders; the connection's status
+    int second = 0;      ///< missed deals
+    int third = 0;       ///< positions that differ
 };
 
 struct DealRow {
@@ -81,6 +113,8 @@ struct TaskRow {
 struct LevelRow {
     double price = 0.0;
     int lots = 0;
+    bool buys = false;  ///< of buy orders, or also of them
+    bool sells = false;
 };
 
 struct HistoryRow {
@@ -107,6 +141,7 @@ struct Picture {
     std::string time;  ///< client time "hh:mm:ss"
     int minute = 0;
     double progress = -1.0;  ///< of a recording, 0 to 1; negative: none
+    bool paced = true;       ///< otherwise the machine's speed decides what is seen when
     bool alive = false;      ///< the library runs; otherwise the picture has nothing of it
     bool ended = false;      ///< the recording was played to its end
     bool halted = false;     ///< the moment was reached at which it was to stop
@@ -118,6 +153,9 @@ struct Picture {
     std::vector<HistoryRow> history;
     std::vector<TC::ImportSummary> imports;        ///< that stand, by number
     std::vector<replay::BalanceFigures> balances;  ///< of the day, by the book
+
+    std::vector<RunningRow> running;  ///< of all accounts, the newest first
+    std::vector<EventRow> events;     ///< the newest first
 
     // of the selection
     Selection selection;

@@ -2,6 +2,7 @@
 
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/managerstate.h"
+#include "linkage/ledger/profitrule.h"
 #include "linkage/ledger/types.h"
 #include "platform/services/clientconfig.h"
 #include "platform/services/quoteclient.h"
@@ -11,6 +12,7 @@
 #include <QTime>
 
 #include <atomic>
+#include <cmath>
 #include <set>
 #include <tuple>
 #include <utility>
@@ -25,12 +27,6 @@ namespace {
 
 using Manager = utils::CSingletonT<TC::CLinkageManager>;
 
-std::string instrumentName(const std::string& stockKey) {
-    const auto detail = utils::CSingletonT<TC::CStockManager>::instance()->getInstrumentDetail(
-        Pim::sToQs(stockKey));
-    return detail ? detail->m_strName : std::string();
-}
-
 /// Account and strategy of a history key, which is the account key followed by the strategy.
 std::pair<std::string, std::string> pairOf(const std::string& key, const Picture& picture) {
     std::string account;
@@ -39,6 +35,57 @@ std::pair<std::string, std::string> pairOf(const std::string& key, const Picture
             account = pair.account;
     }
     return {account, key.substr(account.size())};
+}
+
+/// The newest point of the curve was valued at the end of its minute's last pass, the table now.
+/// On the screen they are one figure.
+void agree(Picture& picture) {
+    if (picture.curve.empty()) return;
+    for (const PairRow& pair : picture.pairs) {
+        if (pair.account == picture.selection.account &&
+            pair.strategy == picture.selection.strategy)
+            picture.curve.rbegin()->second.profit = pair.profit;
+    }
+}
+
+boost::shared_ptr<vexservice::CPriceData> priceOf(const std::string& stock) {
+    return utils::CManualSingletonT<TC::CQuoteClient>::instance()->getStockPrice(Pim::sToQs(stock));
+}
+
+double bestOf(const std::vector<vexservice::CPriceLevel>& book) {
+    return book.empty() ? 0.0 : book.front().m_dPrice;
+}
+
+/// What the market says of a stock: where its price stands and between which two it could trade.
+void takeMarket(StockRow& row) {
+    const auto price = priceOf(row.stock);
+    if (price && price->hasLastPrice()) row.lastPrice = price->m_dLastPrice;
+    if (price) {
+        row.bid = bestOf(price->m_bids);
+        row.ask = bestOf(price->m_asks);
+    }
+    const auto detail = utils::CSingletonT<TC::CStockManager>::instance()->getInstrumentDetail(
+        Pim::sToQs(row.stock));
+    if (!detail) return;
+    row.name = detail->m_strName;
+    row.referencePrice = detail->m_dReferencePrice;
+    const auto isAt = [&row](double limit) {
+        return limit > 0.0 && std::fabs(limit - row.lastPrice) <= TC::LIMIT_TOLERANCE;
+    };
+    row.limit = int(isAt(detail->m_dLimitUp)) - int(isAt(detail->m_dLimitDown));
+}
+
+/// The strategies that have anything today, a balance time, or history.
+std::set<std::string> strategiesOf(TC::CLinkageManager& manager, const Picture& picture) {
+    std::set<std::string> strategies = manager.getStrategys();
+    strategies.insert(std::string());
+    for (const auto& [key, time] : picture.balanceTimes) {
+        const std::size_t colon = key.find(':');
+        if (colon != std::string::npos) strategies.insert(key.substr(colon + 1));
+    }
+    for (const auto& [key, stat] : manager.getHistoryStatData())
+        strategies.insert(stat.m_strStrategy);
+    return strategies;
 }
 
 }  // namespace
@@ -62,6 +109,7 @@ void CPictureTaker::followManager(TC::CLinkageManager& manager) {
     m_statConnection = manager.sigStatDataChanged.connect(
         [flag = m_pStatChanged] { flag->changed.store(true, std::memory_order_relaxed); });
     startCurves(manager);
+    m_events.follow(manager);
     for (const auto& [key, stocks] : manager.state().historyLinkageData) m_fileKeys.insert(key);
 }
 
@@ -82,14 +130,16 @@ void CPictureTaker::take(Picture& picture) {
     picture.balances = replay::balancesOf(manager.getBalances(), picture.date, {});
     takePairs(manager, picture);
     takeHistory(manager, picture);
+    takeRunning(manager, picture);
+    picture.events = m_events.take(picture);
     takeStocks(manager, picture);
     picture.curve = manager.getPeriodCurve(picture.selection.account, picture.selection.strategy);
+    agree(picture);
     if (!picture.selection.stock.empty()) takeStock(manager, picture);
 }
 
 void CPictureTaker::takePairs(TC::CLinkageManager& manager, Picture& picture) {
-    std::set<std::string> strategies = manager.getStrategys();
-    strategies.insert(std::string());
+    const std::set<std::string> strategies = strategiesOf(manager, picture);
     for (const auto& account : manager.getAccounts()) {
         for (const std::string& strategy : strategies) {
             PairRow row;
@@ -105,10 +155,16 @@ void CPictureTaker::takePairs(TC::CLinkageManager& manager, Picture& picture) {
                 row.sold += figures.sellVolume;
                 row.profit += record->worth().m_dProfit;
                 row.positionValue += record->worth().m_dPositionValue;
+                const auto price = priceOf(stock);
+                const std::int64_t net = std::int64_t(figures.buyVolume) - figures.sellVolume;
+                if (net != 0 && price && price->hasLastPrice())
+                    row.unequalValue += std::fabs(static_cast<double>(net) * price->m_dLastPrice);
             }
             const auto time = picture.balanceTimes.find(row.account + ":" + strategy);
             if (time != picture.balanceTimes.end()) row.balanceTime = time->second;
-            const bool idle = records.empty() && row.runningOrders == 0 && row.runningTasks == 0;
+            const bool idle = records.empty() && row.runningOrders == 0 && row.runningTasks == 0 &&
+                              row.balanceTime.empty() &&
+                              manager.getHistoryOfPair(row.account, strategy).empty();
             // The chosen strategy stays in the list, even when a new day has emptied it.
             const bool chosen =
                 picture.selection.account == row.account && picture.selection.strategy == strategy;
@@ -123,7 +179,7 @@ void CPictureTaker::takeStocks(TC::CLinkageManager& manager, Picture& picture) {
         const TC::EffectiveFigures figures = TC::effectiveFigures(*record, m_bClientType3);
         StockRow row;
         row.stock = stock;
-        row.name = instrumentName(stock);
+        takeMarket(row);
         row.bought = figures.buyVolume;
         row.sold = figures.sellVolume;
         row.boughtAmount = figures.buyAmount;
@@ -131,9 +187,23 @@ void CPictureTaker::takeStocks(TC::CLinkageManager& manager, Picture& picture) {
         row.commission = record->deals().m_dCommission;
         row.profit = record->worth().m_dProfit;
         row.positionValue = record->worth().m_dPositionValue;
-        const auto price = utils::CManualSingletonT<TC::CQuoteClient>::instance()->getStockPrice(
-            Pim::sToQs(stock));
-        if (price && price->hasLastPrice()) row.lastPrice = price->m_dLastPrice;
+        picture.stocks.push_back(std::move(row));
+    }
+    takeStocksWithoutFigures(manager, picture);
+}
+
+/// Orders, and deals that balance history, have no figures of the day; their stocks are listed all
+/// the same, or nobody could look at them.
+void CPictureTaker::takeStocksWithoutFigures(TC::CLinkageManager& manager, Picture& picture) {
+    const Selection& chosen = picture.selection;
+    if (chosen.account.empty()) return;
+    std::set<std::string> known;
+    for (const StockRow& row : picture.stocks) known.insert(row.stock);
+    for (const std::string& stock : manager.getStocks()) {
+        if (known.count(stock) || !hasRecords(manager, picture, stock)) continue;
+        StockRow row;
+        row.stock = stock;
+        takeMarket(row);
         picture.stocks.push_back(std::move(row));
     }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "desk/eventlog.h"
 #include "desk/picture.h"
 #include "desk/pricetape.h"
 
@@ -10,6 +11,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 
 namespace TC {
 class CLinkageManager;
@@ -33,10 +35,14 @@ private:
     void followManager(TC::CLinkageManager& manager);
     void takePairs(TC::CLinkageManager& manager, Picture& picture);
     void takeStocks(TC::CLinkageManager& manager, Picture& picture);
+    void takeStocksWithoutFigures(TC::CLinkageManager& manager, Picture& picture);
+    static bool hasRecords(TC::CLinkageManager& manager, const Picture& picture,
+                           const std::string& stock);
     void takeStock(TC::CLinkageManager& manager, Picture& picture);
     void takeOrders(TC::CLinkageManager& manager, Picture& picture);
     void takeDeals(TC::CLinkageManager& manager, Picture& picture);
     void takeTasks(TC::CLinkageManager& manager, Picture& picture);
+    void takeRunning(TC::CLinkageManager& manager, Picture& picture);
     void takeHistory(TC::CLinkageManager& manager, Picture& picture);
 
     std::set<std::string> historyKeys(const std::map<std::string, TC::TradeStatData>& stats,
@@ -46,6 +52,9 @@ private:
     std::string m_strTapeDate;
     std::set<std::string> m_fileKeys;  ///< history keys that the manager began with
     bool m_bClientType3 = false;
+    CEventLog m_events;
+    /// When each running order was seen first, by account and record key.
+    std::map<std::pair<std::string, std::uint64_t>, std::string> m_seen;
     boost::signals2::scoped_connection m_statConnection;
     std::shared_ptr<struct StatFlag> m_pStatChanged;
 };

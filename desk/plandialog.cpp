@@ -9,10 +9,13 @@
 #include <QDialogButtonBox>
 #include <QLabel>
 #include <QPushButton>
-#include <QStyle>
 #include <QVBoxLayout>
 
+#include <algorithm>
+#include <cstdlib>
 #include <map>
+#include <tuple>
+#include <utility>
 
 namespace desk {
 
@@ -22,6 +25,7 @@ constexpr int LEAST_ROWS = 6;
 
 std::vector<Column> planColumns() {
     return {{CPlanDialog::tr("Stock")},
+            {CPlanDialog::tr("Name")},
             {CPlanDialog::tr("Bought"), EFormat::Count},
             {CPlanDialog::tr("Sold"), EFormat::Count},
             {CPlanDialog::tr("Difference"), EFormat::Count},
@@ -43,16 +47,30 @@ QVariant amountOf(const TC::StockBalance& stock, const std::map<std::string, dou
     return price > 0.0 ? QVariant(price * static_cast<double>(stock.volume)) : QVariant();
 }
 
-Row planRow(const TC::StockBalance& stock, const std::map<std::string, double>& lastPrices) {
+/// What an order leaves of the difference, and why; empty when it leaves nothing.
+QString restText(const TC::StockBalance& stock) {
+    const std::int64_t rest = std::abs(std::int64_t(stock.difference)) - stock.volume;
+    if (rest == 0) return {};
+    const QString shares = formatted(qlonglong(std::abs(rest)), EFormat::Count);
+    if (stock.least != stock.most)
+        return CPlanDialog::tr("%1 shares wait for open orders").arg(shares);
+    return rest > 0 ? CPlanDialog::tr("Rounded: %1 shares stay unequal").arg(shares)
+                    : CPlanDialog::tr("Rounded up by %1 shares").arg(shares);
+}
+
+Row planRow(const TC::StockBalance& stock, const PlanPreview& preview) {
+    const auto& lastPrices = preview.lastPrices;
+    const auto name = preview.names.find(stock.stockKey);
     Row row;
     row.key = Pim::sToQs(stock.stockKey);
-    row.cells = {row.key, stock.bought, stock.sold, stock.difference};
+    row.cells = {row.key, name == preview.names.end() ? QString() : Pim::sToQs(name->second),
+                 stock.bought, stock.sold, stock.difference};
     if (stock.outcome == TC::EBalanceOutcome::Order) {
         row.cells.insert(row.cells.end(),
                          {stock.side == vexservice::OPT_BUY, qlonglong(stock.volume),
                           libraryText(TC::getPriceTypeQString(stock.priceType)),
                           stock.price > 0.0 ? QVariant(stock.price) : QVariant(),
-                          amountOf(stock, lastPrices), QString()});
+                          amountOf(stock, lastPrices), restText(stock)});
     } else {
         row.cells.insert(row.cells.end(), {QVariant(), QVariant(), QVariant(), QVariant(),
                                            QVariant(), outcomeText(stock.outcome)});
@@ -82,8 +100,21 @@ QString summaryOf(const PlanPreview& preview) {
                 "selling for about %3 yuan.")
                 .arg(orders)
                 .arg(formatted(buys, EFormat::Yuan), formatted(sells, EFormat::Yuan));
-    text << CPlanDialog::tr("Figures and prices may still change.");
     return text.join('\n');
+}
+
+/// Whether another order, or another reason for none, would follow. Prices change all the time and
+/// do not count.
+bool isSamePlan(const PlanPreview& one, const PlanPreview& other) {
+    const auto facts = [](const TC::StockBalance& stock) {
+        return std::tuple(stock.stockKey, stock.bought, stock.sold, stock.outcome, stock.side,
+                          stock.volume, stock.priceType);
+    };
+    return one.runningOrders == other.runningOrders && one.runningTasks == other.runningTasks &&
+           one.plan.refusal == other.plan.refusal &&
+           std::equal(one.plan.stocks.begin(), one.plan.stocks.end(), other.plan.stocks.begin(),
+                      other.plan.stocks.end(),
+                      [&facts](const auto& a, const auto& b) { return facts(a) == facts(b); });
 }
 
 }  // namespace
@@ -126,42 +157,60 @@ QString outcomeText(TC::EBalanceOutcome outcome) {
     return {};
 }
 
-CPlanDialog::CPlanDialog(const QString& title, const PlanPreview& preview, QWidget* parent)
-    : QDialog(parent) {
+CPlanDialog::CPlanDialog(const QString& title, const PlanPreview& preview, const QString& time,
+                         QWidget* parent)
+    : QDialog(parent), m_preview(preview) {
     setObjectName("planDialog");
     setAttribute(Qt::WA_DeleteOnClose);
     setWindowTitle(title);
     auto* layout = new QVBoxLayout(this);
-    const bool refused = preview.plan.refusal != TC::EBalanceRefusal::None;
     auto* heading = new QLabel(title, this);
     heading->setObjectName("planHeading");
     heading->setProperty("role", "heading");
-    layout->addWidget(heading);
-    auto* summary = new QLabel(summaryOf(preview), this);
-    summary->setObjectName("planSummary");
-    summary->setWordWrap(true);
-    layout->addWidget(summary);
+    m_pSummary = new QLabel(this);
+    m_pSummary->setObjectName("planSummary");
+    m_pSummary->setWordWrap(true);
+    m_pTable = new CRowsView(planColumns(), CRowsView::ESorting::Off, this);
+    m_pTable->setObjectName("planTable");
+    m_pFreshness = new QLabel(this);
+    m_pFreshness->setObjectName("planFreshness");
+    for (QWidget* part :
+         std::initializer_list<QWidget*>{heading, m_pSummary, m_pTable, m_pFreshness})
+        layout->addWidget(part);
+    makeButtons();
+    show(preview, time);
+}
 
-    auto* table = new CRowsView(planColumns(), CRowsView::ESorting::Off, this);
-    table->setObjectName("planTable");
-    std::vector<Row> rows;
-    for (const TC::StockBalance& stock : preview.plan.stocks)
-        rows.push_back(planRow(stock, preview.lastPrices));
-    table->rows().setRows(std::move(rows));
-    table->setMinimumSize(table->neededWidth(true), table->heightOf(LEAST_ROWS));
-    table->setVisible(!refused);
-    layout->addWidget(table);
-
+void CPlanDialog::makeButtons() {
     auto* buttons = new QDialogButtonBox(this);
-    QPushButton* go = buttons->addButton(tr("Balance"), QDialogButtonBox::AcceptRole);
-    go->setObjectName("planAccept");
-    go->setProperty("primary", true);
-    go->style()->polish(go);  // the button box polished it before the property was set
-    go->setEnabled(!refused);
-    buttons->addButton(tr("Cancel"), QDialogButtonBox::RejectRole)->setObjectName("planReject");
+    m_pGo = buttons->addButton(tr("Balance"), QDialogButtonBox::AcceptRole);
+    m_pGo->setObjectName("planAccept");
+    m_pGo->setAutoDefault(false);
+    QPushButton* no = buttons->addButton(tr("Cancel"), QDialogButtonBox::RejectRole);
+    no->setObjectName("planReject");
+    no->setDefault(true);
+    no->setFocus();
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
-    layout->addWidget(buttons);
+    layout()->addWidget(buttons);
+}
+
+void CPlanDialog::show(const PlanPreview& preview, const QString& time) {
+    if (!isSamePlan(m_preview, preview)) m_changed = time;
+    m_preview = preview;
+    const bool refused = preview.plan.refusal != TC::EBalanceRefusal::None;
+    m_pSummary->setText(summaryOf(preview));
+    std::vector<Row> rows;
+    rows.reserve(preview.plan.stocks.size());
+    for (const TC::StockBalance& stock : preview.plan.stocks)
+        rows.push_back(planRow(stock, preview));
+    m_pTable->rows().setRows(std::move(rows));
+    m_pTable->setMinimumSize(m_pTable->neededWidth(true), m_pTable->heightOf(LEAST_ROWS));
+    m_pTable->setVisible(!refused);
+    m_pFreshness->setText(m_changed.isEmpty()
+                              ? tr("As of %1.").arg(time)
+                              : tr("As of %1; it changed at %2.").arg(time, m_changed));
+    m_pGo->setEnabled(!refused);
 }
 
 }  // namespace desk

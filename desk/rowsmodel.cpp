@@ -34,7 +34,8 @@ bool isNumber(EFormat format) {
 
 QVariant colourOf(const QVariant& value, EFormat format) {
     if (format == EFormat::Side) return value.toBool() ? style::RISE : style::FALL;
-    if (format != EFormat::Profit || value.toDouble() == 0.0) return {};
+    const bool coloured = format == EFormat::Profit || format == EFormat::Change;
+    if (!coloured || value.toDouble() == 0.0) return {};
     return value.toDouble() > 0.0 ? style::RISE : style::FALL;
 }
 
@@ -52,12 +53,16 @@ QString formatted(const QVariant& value, EFormat format) {
             return QString::fromStdString(utils::formatIntNumber(std::llround(value.toDouble()), 0,
                                                                  utils::FORMAT_NUMBER_GROUPED));
         case EFormat::Price:
-            return price(value.toDouble());
+            // A word instead of a price, as of a market order, stays.
+            return value.type() == QVariant::String ? value.toString() : price(value.toDouble());
         case EFormat::Money:
             return money(value.toDouble(), utils::FORMAT_NUMBER_GROUPED);
         case EFormat::Profit:
             return money(value.toDouble(),
                          utils::FORMAT_NUMBER_GROUPED | utils::FORMAT_NUMBER_SIGNED);
+        case EFormat::Change:
+            return QString("%1%").arg(money(
+                value.toDouble(), utils::FORMAT_NUMBER_GROUPED | utils::FORMAT_NUMBER_SIGNED));
         case EFormat::Side:
             return value.toBool() ? CRowsModel::tr("Buy") : CRowsModel::tr("Sell");
         case EFormat::Time: {
@@ -145,6 +150,8 @@ QVariant CRowsModel::data(const QModelIndex& index, int role) const {
         case ROLE_KEY:
             return shown.key;
         case Qt::ForegroundRole:
+            if (const int from = m_columns[column].colourFrom; from >= 0)
+                return colourOf(shown.cells[static_cast<std::size_t>(from)], EFormat::Profit);
             return colourOf(value, format);
         case Qt::TextAlignmentRole:
             return int((isNumber(format) ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);

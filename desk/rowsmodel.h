@@ -15,15 +15,17 @@ enum class EFormat {
     Money,   ///< two decimals, grouped
     Yuan,    ///< money in whole yuan, grouped
     Profit,  ///< the same with its sign, and in the colour of gain or loss
-    Price,   ///< two decimals, or three when the third is not 0; grouped
+    Price,   ///< two decimals, or three when the third is not 0; grouped; a text stays
     Side,    ///< true: buy
     Time,    ///< "hhmmss" as hh:mm:ss
+    Change,  ///< percent with its sign, in the colour of rise or fall
 };
 
 struct Column {
     QString title;
     EFormat format = EFormat::Text;
     bool editable = false;
+    int colourFrom = -1;  ///< the column whose sign colours this one; -1: its own
 };
 
 struct Row {

@@ -5,9 +5,14 @@
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
+#include <QFileDialog>
 #include <QFontMetrics>
-#include <QHeaderView>
+#include <QKeyEvent>
+#include <QMenu>
+#include <QMessageBox>
 #include <QPainter>
+#include <QRegularExpression>
+#include <QSaveFile>
 #include <QScrollBar>
 #include <QSortFilterProxyModel>
 #include <QStyledItemDelegate>
@@ -60,12 +65,8 @@ CRowsView::CRowsView(std::vector<Column> columns, ESorting sorting, QWidget* par
     setItemDelegate(new CRowsDelegate(this));
     setSelectionBehavior(SelectRows);
     setSelectionMode(ExtendedSelection);
-    auto* copy = new QAction(tr("Copy rows"), this);
-    copy->setShortcut(QKeySequence::Copy);
-    copy->setShortcutContext(Qt::WidgetShortcut);
-    connect(copy, &QAction::triggered, this, &CRowsView::copyChosen);
-    addAction(copy);
-    setContextMenuPolicy(Qt::ActionsContextMenu);
+    setTabKeyNavigation(false);
+    makeMenus();
     setShowGrid(false);
     setWordWrap(false);
     setTextElideMode(Qt::ElideRight);
@@ -75,10 +76,10 @@ CRowsView::CRowsView(std::vector<Column> columns, ESorting sorting, QWidget* par
     horizontalHeader()->setHighlightSections(false);
     horizontalHeader()->setSectionResizeMode(QHeaderView::Interactive);
 
-    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-
     for (std::size_t column = 0; column < m_pRows->columns().size(); ++column)
         m_widths.push_back(titleWidth(column));
+    connect(horizontalHeader(), &QHeaderView::sectionResized, this,
+            [this] { m_bByHand |= !m_bSpreading && isVisible(); });
     connect(horizontalHeader(), &QHeaderView::sortIndicatorChanged, this,
             &CRowsView::makeRoomForMark);
     connect(m_pRows, &QAbstractItemModel::rowsInserted, this,
@@ -101,11 +102,14 @@ int CRowsView::neededWidth(bool whole) const {
 }
 
 int CRowsView::heightOf(int rows) const {
-    return horizontalHeader()->sizeHint().height() + rows * verticalHeader()->defaultSectionSize() +
+    const bool scrolls = neededWidth() > viewport()->width();
+    return (scrolls ? horizontalScrollBar()->sizeHint().height() : 0) +
+           horizontalHeader()->sizeHint().height() + rows * verticalHeader()->defaultSectionSize() +
            2 * frameWidth();
 }
 
 void CRowsView::measureAnew() {
+    m_bByHand = false;
     for (std::size_t column = 0; column < m_widths.size(); ++column)
         m_widths[column] = titleWidth(column);
     measure(0, m_pRows->rowCount() - 1);
@@ -139,12 +143,6 @@ void CRowsView::makeRoomForMark(int column) {
     spread();
 }
 
-void CRowsView::setScrolling() {
-    m_bScrolling = true;
-    setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
-    spread();
-}
-
 QString CRowsView::chosenText() const {
     QModelIndexList chosen = selectionModel()->selectedRows();
     std::sort(chosen.begin(), chosen.end());
@@ -161,25 +159,115 @@ QString CRowsView::chosenText() const {
 
 void CRowsView::copyChosen() const { QApplication::clipboard()->setText(chosenText()); }
 
-/// How many columns fit into `room`; at least one.
-int CRowsView::shownColumns(int room) const {
-    int used = m_widths.front();
-    std::size_t count = 1;
-    while (count < m_widths.size() && used + m_widths[count] <= room) used += m_widths[count++];
-    return static_cast<int>(count);
+QString CRowsView::csv() const {
+    const auto line = [this](const auto& textOf) {
+        QStringList cells;
+        for (int column = 0; column < model()->columnCount(); ++column) {
+            if (isColumnHidden(column)) continue;
+            QString text = textOf(column);
+            if (text.contains(QRegularExpression("[\",\n]")))
+                text = QString("\"%1\"").arg(text.replace('"', QStringLiteral("\"\"")));
+            cells << text;
+        }
+        return cells.join(',') + '\n';
+    };
+    QString text =
+        line([this](int column) { return model()->headerData(column, Qt::Horizontal).toString(); });
+    for (int row = 0; row < model()->rowCount(); ++row)
+        text += line([this, row](int column) {
+            return model()->index(row, column).data().toString().trimmed();
+        });
+    return text;
 }
 
-void CRowsView::spread() {
-    const int room = viewport()->width();
-    const int count = m_bScrolling ? static_cast<int>(m_widths.size()) : shownColumns(room);
-    const int used = std::accumulate(m_widths.begin(), m_widths.begin() + count, 0);
-    const int spare = std::max(0, room - used);
-    for (int i = 0; i < static_cast<int>(m_widths.size()); ++i) {
-        setColumnHidden(i, i >= count);
-        // The first columns take the pixels that do not divide evenly.
-        const int share = spare / count + (i < spare % count ? 1 : 0);
-        if (i < count) setColumnWidth(i, m_widths[static_cast<std::size_t>(i)] + share);
+/// The file begins with a mark by which spreadsheets know UTF-8.
+void CRowsView::saveCsv() {
+    auto* dialog = new QFileDialog(this, tr("Save the table as CSV"));
+    dialog->setObjectName("csvDialog");
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setAcceptMode(QFileDialog::AcceptSave);
+    dialog->setDefaultSuffix(QStringLiteral("csv"));
+    connect(dialog, &QFileDialog::fileSelected, this, [this](const QString& path) {
+        QSaveFile file(path);
+        const QByteArray text = csv().prepend(QChar(QChar::ByteOrderMark)).toUtf8();
+        const bool saved =
+            file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.commit();
+        if (!saved)
+            QMessageBox::warning(this, tr("Save the table as CSV"),
+                                 tr("%1 cannot be written: %2").arg(path, file.errorString()));
+    });
+    dialog->open();
+}
+
+void CRowsView::makeMenus() {
+    const auto add = [this](const QString& text, auto work) {
+        auto* action = new QAction(text, this);
+        connect(action, &QAction::triggered, this, work);
+        addAction(action);
+        return action;
+    };
+    QAction* copy = add(tr("&Copy rows"), &CRowsView::copyChosen);
+    copy->setShortcut(QKeySequence::Copy);
+    copy->setShortcutContext(Qt::WidgetShortcut);
+    add(tr("&Save as CSV…"), &CRowsView::saveCsv);
+    add(tr("Choose c&olumns…"),
+        [this] { chooseColumns(horizontalHeader()->mapToGlobal(QPoint())); });
+    setContextMenuPolicy(Qt::ActionsContextMenu);
+    horizontalHeader()->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(horizontalHeader(), &QWidget::customContextMenuRequested, this,
+            [this](const QPoint& place) { chooseColumns(horizontalHeader()->mapToGlobal(place)); });
+}
+
+/// The first column always stays.
+void CRowsView::chooseColumns(const QPoint& place) {
+    auto* menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    for (int column = 1; column < model()->columnCount(); ++column) {
+        QAction* action = menu->addAction(model()->headerData(column, Qt::Horizontal).toString());
+        action->setCheckable(true);
+        action->setChecked(!isColumnHidden(column));
+        connect(action, &QAction::toggled, this, [this, column](bool shown) {
+            m_bSpreading = true;  // showing a column is not giving it a width
+            setColumnHidden(column, !shown);
+            m_bSpreading = false;
+            spread();
+        });
     }
+    menu->popup(place);
+}
+
+QByteArray CRowsView::layoutState() const {
+    const bool isSorted = m_pSorted && m_pSorted->sortColumn() >= 0;
+    const bool isChanged = m_bByHand || isSorted || horizontalHeader()->hiddenSectionCount() > 0;
+    return isChanged ? horizontalHeader()->saveState() : QByteArray();
+}
+
+void CRowsView::restoreLayout(const QByteArray& state) {
+    m_bByHand = !state.isEmpty() && horizontalHeader()->restoreState(state);
+}
+
+/// Widths that the user has given stay.
+void CRowsView::spread() {
+    if (m_bByHand) return;
+    m_bSpreading = true;
+    std::vector<int> shown;
+    shown.reserve(m_widths.size());
+    int used = 0;
+    for (int i = 0; i < static_cast<int>(m_widths.size()); ++i) {
+        if (isColumnHidden(i)) continue;
+        shown.push_back(i);
+        used += m_widths[static_cast<std::size_t>(i)];
+    }
+    const int count = static_cast<int>(shown.size());
+    const int spare = std::max(0, viewport()->width() - used);
+    for (int place = 0; place < count; ++place) {
+        // The first columns take the pixels that do not divide evenly.
+        const int share = spare / count + (place < spare % count ? 1 : 0);
+        const int column = shown[static_cast<std::size_t>(place)];
+        setColumnWidth(column, m_widths[static_cast<std::size_t>(column)] + share);
+    }
+    m_bSpreading = false;
+    updateGeometries();  // a scroll bar may have come or gone
 }
 
 void CRowsView::paintEvent(QPaintEvent* event) {
@@ -205,6 +293,14 @@ void CRowsView::updateGeometries() {
         setViewportMargins(margins);
     }
     m_bMeasuring = false;
+}
+
+void CRowsView::keyPressEvent(QKeyEvent* event) {
+    const QString text = event->text();
+    const bool digit = text.size() == 1 && text.front().isDigit();
+    if (m_nEdited >= 0 && digit && currentIndex().isValid() && state() != EditingState)
+        setCurrentIndex(currentIndex().siblingAtColumn(m_nEdited));
+    QTableView::keyPressEvent(event);
 }
 
 void CRowsView::resizeEvent(QResizeEvent* event) {

@@ -2,6 +2,7 @@
 
 #include "desk/rowsmodel.h"
 
+#include <QHeaderView>
 #include <QTableView>
 
 #include <vector>
@@ -11,9 +12,9 @@ class QSortFilterProxyModel;
 namespace desk {
 
 /// Shows a CRowsModel. Columns are as wide as the widest cell that they ever held, and share
-/// the room that is left; only changed rows are measured. In a narrow table the last columns
-/// are left out rather than cut, unless it scrolls, and only whole rows are shown. The user
-/// can choose several rows and copy them as text.
+/// the room that is left; only changed rows are measured. A narrow table scrolls to the columns
+/// that have no room, and only whole rows are shown. The user can choose several rows and copy
+/// them as text, hide columns, and save the table as CSV. Tab leaves the table.
 class CRowsView final : public QTableView {
     Q_OBJECT
 
@@ -37,11 +38,18 @@ public:
     /// The text that is shown while there are no rows.
     void setPlaceholder(const QString& text) { m_strPlaceholder = text; }
 
-    /// All columns are there, and the table scrolls to those that have no room.
-    void setScrolling();
+    /// The column in which a typed key begins an edit, whichever cell of the row is current.
+    void setEditedColumn(int column) { m_nEdited = column; }
 
     /// The chosen rows as text, all of their columns: a line to each row, tabs between cells.
     QString chosenText() const;
+    /// All rows and shown columns as comma-separated values, the titles first.
+    QString csv() const;
+
+    /// Which columns are hidden, the widths that the user gave, and the sorting.
+    /// Empty while the user has changed nothing.
+    QByteArray layoutState() const;
+    void restoreLayout(const QByteArray& state);
 
     /// Makes the columns as wide as their present cells need.
     void measureAnew();
@@ -54,6 +62,7 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void updateGeometries() override;
+    void keyPressEvent(QKeyEvent* event) override;
     void currentChanged(const QModelIndex& current, const QModelIndex& previous) override;
 
 private:
@@ -61,15 +70,19 @@ private:
     void measure(int first, int last);
     void makeRoomForMark(int column);
     void spread();
-    int shownColumns(int room) const;
+    void makeMenus();
+    void chooseColumns(const QPoint& place);
+    void saveCsv();
     int titleWidth(std::size_t column) const;
 
     CRowsModel* m_pRows;
     QSortFilterProxyModel* m_pSorted = nullptr;
     std::vector<int> m_widths;
     QString m_strPlaceholder;
-    bool m_bScrolling = false;
+    int m_nEdited = -1;
     bool m_bMeasuring = false;  ///< inside updateGeometries()
+    bool m_bSpreading = false;  ///< inside spread()
+    bool m_bByHand = false;     ///< the user has given columns their widths
 };
 
 }  // namespace desk

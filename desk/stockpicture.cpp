@@ -32,6 +32,16 @@ bool belongs(const boost::shared_ptr<vexservice::CCommandRecord>& command,
     return strategy.empty() || strategyOf(command) == strategy;
 }
 
+OrderRow orderRow(std::uint64_t key, const vexservice::COrderDetail& order, bool buys) {
+    return {key,
+            buys,
+            vexservice::isRunningStatus(order.m_eStatus),
+            order.m_dPrice,
+            order.m_nVolume,
+            order.m_nTradedVolume,
+            order.m_eStatus};
+}
+
 template <class Row, class Less>
 void keepFirst(std::vector<Row>& rows, Less less) {
     const std::size_t kept = std::min(rows.size(), LONGEST_TABLE);
@@ -42,6 +52,57 @@ void keepFirst(std::vector<Row>& rows, Less less) {
 
 }  // namespace
 
+/// Whether the chosen pair has an order or a deal in a stock today.
+bool CPictureTaker::hasRecords(TC::CLinkageManager& manager, const Picture& picture,
+                               const std::string& stock) {
+    const int day = replay::dayNumber(picture.date);
+    const Selection& chosen = picture.selection;
+    const auto any = [&chosen](const auto& byAccount) {
+        for (const auto& [account, records] : byAccount) {
+            for (const auto& [key, record] : records) {
+                if (belongs(record->m_pCommand, chosen.strategy)) return true;
+            }
+        }
+        return false;
+    };
+    return any(manager.getOrderDetails(day, stock, {chosen.account})) ||
+           any(manager.getDealDetails(day, stock, {chosen.account}));
+}
+
+/// Walks over all orders of the day: those that run are listed, those that were rejected are
+/// events.
+void CPictureTaker::takeRunning(TC::CLinkageManager& manager, Picture& picture) {
+    decltype(m_seen) seen;
+    std::set<std::string> accounts;
+    for (const auto& account : manager.getAccounts()) accounts.insert(account->m_strKey);
+    for (const std::string& stock : manager.getStocks()) {
+        const auto detail = utils::CSingletonT<TC::CStockManager>::instance()->getInstrumentDetail(
+            QString::fromStdString(stock));
+        for (const auto& [account, orders] :
+             manager.getOrderDetails(replay::dayNumber(picture.date), stock, accounts)) {
+            for (const auto& [key, order] : orders) {
+                if (order->m_eStatus == vexservice::STATUS_JUNK)
+                    m_events.noteRejected(account, key, stock, order->m_strRemark);
+                if (!vexservice::isRunningStatus(order->m_eStatus)) continue;
+                const std::pair id(account, std::uint64_t(key));
+                const auto known = m_seen.find(id);
+                seen[id] = known != m_seen.end() ? known->second
+                           : picture.paced       ? picture.time
+                                                 : std::string();
+                const bool buys =
+                    vexservice::isBuyByDirection(order->m_eDirection, order->m_eOffsetFlag);
+                picture.running.push_back({account, strategyOf(order->m_pCommand), stock,
+                                           detail ? detail->m_strName : std::string(), seen[id],
+                                           orderRow(key, *order, buys)});
+            }
+        }
+    }
+    m_seen = std::move(seen);
+    keepFirst(picture.running, [](const RunningRow& left, const RunningRow& right) {
+        return std::pair(right.seen, right.order.key) < std::pair(left.seen, left.order.key);
+    });
+}
+
 void CPictureTaker::takeOrders(TC::CLinkageManager& manager, Picture& picture) {
     const Selection& chosen = picture.selection;
     std::map<std::int32_t, LevelRow, std::greater<>> levels;
@@ -49,7 +110,8 @@ void CPictureTaker::takeOrders(TC::CLinkageManager& manager, Picture& picture) {
          manager.getOrderDetails(replay::dayNumber(picture.date), chosen.stock, {chosen.account})) {
         for (const auto& [key, order] : orders) {
             if (!belongs(order->m_pCommand, chosen.strategy)) continue;
-            const bool running = vexservice::isRunningStatus(order->m_eStatus);
+            const bool buys =
+                vexservice::isBuyByDirection(order->m_eDirection, order->m_eOffsetFlag);
             const int lots =
                 TC::openLots(order->m_eStatus, order->m_nVolume, order->m_nTradedVolume,
                              vexservice::getTradeMinUnit(order->m_strMarket, order->m_strCode));
@@ -57,11 +119,9 @@ void CPictureTaker::takeOrders(TC::CLinkageManager& manager, Picture& picture) {
                 LevelRow& level = levels[TC::priceLevel(order->m_dPrice, picture.tick)];
                 level.price = order->m_dPrice;
                 level.lots += lots;
+                (buys ? level.buys : level.sells) = true;
             }
-            const bool buys =
-                vexservice::isBuyByDirection(order->m_eDirection, order->m_eOffsetFlag);
-            picture.orders.push_back({key, buys, running, order->m_dPrice, order->m_nVolume,
-                                      order->m_nTradedVolume, order->m_eStatus});
+            picture.orders.push_back(orderRow(key, *order, buys));
         }
     }
     keepFirst(picture.orders, [](const OrderRow& left, const OrderRow& right) {

@@ -39,6 +39,7 @@ QPalette palette() {
 
 const char* const SHEET = R"(
 QTableView { border: 1px solid #2d3849; background: #181f2a; selection-background-color: #27456e; }
+QTableView:focus { border-color: #4f9dff; }
 QHeaderView { background: #202937; }
 QHeaderView::section { background: #202937; color: #8b97aa; border: 0; padding: 4px 8px;
                        border-bottom: 1px solid #2d3849; }
@@ -49,6 +50,9 @@ QTabBar::tab:selected { background: #181f2a; color: #dce3ee; border: 1px solid #
                         border-bottom-color: #181f2a; }
 QPushButton { background: #202937; border: 1px solid #2d3849; border-radius: 4px;
               padding: 5px 14px; }
+QTabBar:focus { color: #4f9dff; }
+QTabBar::tab:selected:focus { border-color: #4f9dff; }
+QPushButton:focus { border: 1px solid #4f9dff; }
 QPushButton:hover { border-color: #4f9dff; }
 QPushButton:disabled { color: #5b6575; }
 QPushButton[primary="true"] { background: #1f5fae; border-color: #2c76cf; }

@@ -2,17 +2,21 @@
 #include "desk/balancetimespage.h"
 #include "desk/chart.h"
 #include "desk/detailtables.h"
+#include "desk/eventspage.h"
 #include "desk/historypage.h"
 #include "desk/importpage.h"
 #include "desk/mainwindow.h"
 #include "desk/pastdayspage.h"
 #include "desk/rowsview.h"
+#include "desk/runningpage.h"
 
 #include <QComboBox>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QSettings>
+#include <QShortcut>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QTabWidget>
@@ -30,6 +34,9 @@ namespace {
 constexpr int MOST_STOCK_ROWS = 6;
 /// The tabs' share of the height below the stocks, in percent; the chart gets the rest.
 constexpr int TABS_PERCENT = 36;
+/// The left side's share of the width, and the strategies' of the left side's height, at most.
+constexpr int LEFT_PERCENT = 44;
+constexpr int PAIRS_PERCENT = 60;
 constexpr double SPEEDS[] = {1, 2, 5, 10, 20, 60, 100, 300, 1000};
 
 QLabel* makeLabel(QWidget* parent, const char* role, const QString& text = {}) {
@@ -102,17 +109,22 @@ QWidget* CMainWindow::titled(const QString& title, QWidget* content) {
     return box;
 }
 
-QWidget* CMainWindow::makeBody() {
+void CMainWindow::makePairs() {
     m_pPairs = new CRowsView({{tr("Account")},
                               {tr("Profit"), EFormat::Profit},
                               {tr("Bought"), EFormat::Count},
                               {tr("Sold"), EFormat::Count},
                               {tr("Orders"), EFormat::Count},
                               {tr("Tasks"), EFormat::Count},
-                              {tr("Balance"), EFormat::Time}},
+                              {tr("Balance"), EFormat::Time},
+                              {tr("Unequal"), EFormat::Yuan},
+                              {tr("State")}},
                              CRowsView::ESorting::Off, this);
     m_pPairs->setObjectName("pairs");
+}
 
+/// Below the stock: what belongs to it and to the day.
+void CMainWindow::makeTabs() {
     m_pTabs = new QTabWidget(this);
     m_pTabs->setObjectName("tabs");
     m_pTables = std::make_unique<CDetailTables>(this, m_pTabs);
@@ -126,6 +138,11 @@ QWidget* CMainWindow::makeBody() {
     m_pTabs->addTab(m_pHistory, tr("History"));
     m_pTabs->addTab(m_pImport, tr("Import"));
     m_pTabs->addTab(m_pPast, tr("Past days"));
+}
+
+QWidget* CMainWindow::makeBody() {
+    makePairs();
+    makeTabs();
     m_pChart = new CChart(this);
     makeSplitters();
 
@@ -139,15 +156,28 @@ QWidget* CMainWindow::makeBody() {
 
 void CMainWindow::makeSplitters() {
     m_pRight = new QSplitter(Qt::Vertical, this);
+    m_pRight->setObjectName("right");
     m_pRight->addWidget(titled(tr("Stocks of the strategy"), m_pTables->stocks()));
     m_pRight->addWidget(m_pChart);
     m_pRight->addWidget(m_pTabs);
     m_pRight->setStretchFactor(1, 1);
+    auto* day = new QTabWidget(this);
+    day->setObjectName("dayTabs");
+    m_pRunning = new CRunningPage(m_actions, day);
+    m_pEvents = new CEventsPage(day);
+    day->addTab(m_pRunning, tr("Running orders"));
+    day->addTab(m_pEvents, tr("Events"));
+    m_pLeft = new QSplitter(Qt::Vertical, this);
+    m_pLeft->setObjectName("left");
+    m_pLeft->addWidget(titled(tr("Accounts and strategies"), m_pPairs));
+    m_pLeft->addWidget(day);
+    m_pLeft->setStretchFactor(1, 1);
     m_pBoth = new QSplitter(Qt::Horizontal, this);
-    m_pBoth->addWidget(titled(tr("Accounts and strategies"), m_pPairs));
+    m_pBoth->setObjectName("both");
+    m_pBoth->addWidget(m_pLeft);
     m_pBoth->addWidget(m_pRight);
     m_pBoth->setStretchFactor(1, 1);
-    for (QSplitter* splitter : {m_pRight, m_pBoth}) {
+    for (QSplitter* splitter : {m_pLeft, m_pRight, m_pBoth}) {
         splitter->setChildrenCollapsible(false);
         connect(splitter, &QSplitter::splitterMoved, this, [this] { m_bSplitByHand = true; });
     }
@@ -167,9 +197,15 @@ void CMainWindow::makeStatusBar() {
 /// own division of the window is left alone.
 void CMainWindow::divide() {
     if (m_bSplitByHand) return;
-    const int left = std::min(m_pPairs->neededWidth(true), m_pBoth->width() / 2);
-    if (left != m_pPairs->parentWidget()->width())
+    const int left = std::min(m_pPairs->neededWidth(true), m_pBoth->width() * LEFT_PERCENT / 100);
+    if (left != m_pLeft->width())
         m_pBoth->setSizes({left, m_pBoth->width() - left - m_pBoth->handleWidth()});
+    const int most = m_pLeft->height() * PAIRS_PERCENT / 100;
+    const int pairs = std::min(most, m_pPairs->parentWidget()->sizeHint().height() -
+                                         m_pPairs->sizeHint().height() +
+                                         m_pPairs->heightOf(m_pPairs->rows().rowCount() + 1));
+    if (pairs != m_pPairs->parentWidget()->height())
+        m_pLeft->setSizes({pairs, m_pLeft->height() - pairs - m_pLeft->handleWidth()});
 
     CRowsView* stocks = m_pTables->stocks();
     const int title = stocks->parentWidget()->sizeHint().height() - stocks->sizeHint().height();
@@ -183,6 +219,60 @@ void CMainWindow::divide() {
 void CMainWindow::resizeEvent(QResizeEvent* event) {
     QMainWindow::resizeEvent(event);
     divide();
+}
+
+void CMainWindow::makeShortcuts() {
+    const auto add = [this](const QKeySequence& keys, auto work) {
+        connect(new QShortcut(keys, this), &QShortcut::activated, this, work);
+    };
+    const auto click = [&add](QPushButton* button, const QKeySequence& keys) {
+        add(keys, [button] { button->click(); });
+        button->setToolTip(keys.toString(QKeySequence::NativeText));
+    };
+    click(m_pPause, Qt::Key_F5);
+    click(m_pBalance, Qt::Key_F9);
+    click(m_pImportNow, int(Qt::CTRL) | int(Qt::Key_I));
+    add(int(Qt::CTRL) | int(Qt::Key_Down), [this] { stepPair(1); });
+    add(int(Qt::CTRL) | int(Qt::Key_Up), [this] { stepPair(-1); });
+    for (int tab = 0; tab < m_pTabs->count(); ++tab) {
+        const QKeySequence keys(int(Qt::CTRL) | (int(Qt::Key_1) + tab));
+        add(keys, [this, tab] { m_pTabs->setCurrentIndex(tab); });
+        m_pTabs->setTabToolTip(tab, keys.toString(QKeySequence::NativeText));
+    }
+}
+
+/// Chooses the next row, or the one before.
+void CMainWindow::stepPair(int steps) {
+    const int count = m_pPairs->model()->rowCount();
+    if (count == 0) return;
+    const int row = std::clamp(m_pPairs->currentIndex().row() + steps, 0, count - 1);
+    m_pPairs->setCurrentIndex(m_pPairs->model()->index(row, 0));
+}
+
+void CMainWindow::saveTo(QSettings& settings) const {
+    settings.setValue(QStringLiteral("window"), saveGeometry());
+    if (m_bSplitByHand) {
+        for (const QSplitter* splitter : {m_pLeft, m_pRight, m_pBoth})
+            settings.setValue(QString("splitter/%1").arg(splitter->objectName()),
+                              splitter->saveState());
+    }
+    for (const auto* table : findChildren<CRowsView*>()) {
+        const QString key = QString("table/%1").arg(table->objectName());
+        if (const QByteArray state = table->layoutState(); !state.isEmpty())
+            settings.setValue(key, state);
+    }
+}
+
+void CMainWindow::restoreFrom(const QSettings& settings) {
+    restoreGeometry(settings.value(QStringLiteral("window")).toByteArray());
+    for (QSplitter* splitter : {m_pLeft, m_pRight, m_pBoth}) {
+        const QByteArray state =
+            settings.value(QString("splitter/%1").arg(splitter->objectName())).toByteArray();
+        m_bSplitByHand |= !state.isEmpty() && splitter->restoreState(state);
+    }
+    for (auto* table : findChildren<CRowsView*>())
+        table->restoreLayout(
+            settings.value(QString("table/%1").arg(table->objectName())).toByteArray());
 }
 
 }  // namespace desk

@@ -2,6 +2,17 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="zh_CN">
 <context>
+    <name>BalanceTime</name>
+    <message>
+        <source>No time of day; write 1450 or 14:50:00</source>
+        <translation>不是时间；请写 1450 或 14:50:00</translation>
+    </message>
+    <message>
+        <source>%1 is past: it balances nothing today any more</source>
+        <translation>%1 已过：今天不再配平</translation>
+    </message>
+</context>
+<context>
     <name>BookText</name>
     <message>
         <source>asked</source>
@@ -730,10 +741,6 @@
         <translation>净买入</translation>
     </message>
     <message>
-        <source>Nothing traded yet</source>
-        <translation>尚无成交</translation>
-    </message>
-    <message>
         <source>No orders of this stock yet</source>
         <translation>该股票尚无委托</translation>
     </message>
@@ -748,6 +755,50 @@
     <message>
         <source>No lots of this stock rest at the exchange</source>
         <translation>该股票没有挂单</translation>
+    </message>
+    <message>
+        <source>up, valued one limit higher</source>
+        <translation>涨停，按再高一档涨停估值</translation>
+    </message>
+    <message>
+        <source>up</source>
+        <translation>涨停</translation>
+    </message>
+    <message>
+        <source>down, valued one limit lower</source>
+        <translation>跌停，按再低一档跌停估值</translation>
+    </message>
+    <message>
+        <source>down</source>
+        <translation>跌停</translation>
+    </message>
+    <message>
+        <source>market</source>
+        <translation>市价</translation>
+    </message>
+    <message>
+        <source>Buy and sell</source>
+        <translation>买和卖</translation>
+    </message>
+    <message>
+        <source>Change</source>
+        <translation>涨跌幅</translation>
+    </message>
+    <message>
+        <source>Limit</source>
+        <translation>涨跌停</translation>
+    </message>
+    <message>
+        <source>Bid</source>
+        <translation>买一</translation>
+    </message>
+    <message>
+        <source>Ask</source>
+        <translation>卖一</translation>
+    </message>
+    <message>
+        <source>Nothing traded today</source>
+        <translation>今天没有成交</translation>
     </message>
 </context>
 <context>
@@ -769,10 +820,6 @@
         <translation>设定时间</translation>
     </message>
     <message>
-        <source>Delete row</source>
-        <translation>删除此行</translation>
-    </message>
-    <message>
         <source>%1 / %2 at</source>
         <translation>%1 / %2 于</translation>
     </message>
@@ -783,6 +830,22 @@
     <message>
         <source>No strategy has a balance time</source>
         <translation>没有策略设了配平时间</translation>
+    </message>
+    <message>
+        <source>Delete row…</source>
+        <translation>删除此行…</translation>
+    </message>
+    <message>
+        <source>Delete a balance time</source>
+        <translation>删除配平时间</translation>
+    </message>
+    <message>
+        <source>Delete the balance time of %1? It will not be balanced by itself any more.</source>
+        <translation>删除 %1 的配平时间？此后不再自动配平。</translation>
+    </message>
+    <message>
+        <source>Delete</source>
+        <translation>删除</translation>
     </message>
 </context>
 <context>
@@ -835,6 +898,14 @@
         <source>Nothing was balanced today, or the guard is off</source>
         <translation>今日没有配平，或未启用配平保护</translation>
     </message>
+    <message>
+        <source>cancelling: %1 of %2 done</source>
+        <translation>撤单中：已完成 %1，共 %2</translation>
+    </message>
+    <message>
+        <source>sent, filled %1 of %2</source>
+        <translation>已发送，成交 %1，共 %2</translation>
+    </message>
 </context>
 <context>
     <name>desk::CChart</name>
@@ -871,8 +942,12 @@
         <translation>请选择策略</translation>
     </message>
     <message>
-        <source>No profit yet: nothing was traded</source>
-        <translation>尚无盈亏：没有成交</translation>
+        <source>%1; %2 price levels have no label</source>
+        <translation>%1；%2 个价位没有标签</translation>
+    </message>
+    <message>
+        <source>No profit yet: the day has no figures of it</source>
+        <translation>还没有盈亏：当天没有相关数据</translation>
     </message>
 </context>
 <context>
@@ -880,6 +955,57 @@
     <message>
         <source>The run was stopped by a fault: %1</source>
         <translation>运行因故障停止：%1</translation>
+    </message>
+    <message>
+        <source>it does not run any more</source>
+        <translation>该委托已不在运行</translation>
+    </message>
+    <message>
+        <source>the trading server was not asked</source>
+        <translation>没有向交易服务器提出请求</translation>
+    </message>
+</context>
+<context>
+    <name>desk::CEventsPage</name>
+    <message>
+        <source>Connected, not logged in yet</source>
+        <translation>已连接，尚未登录</translation>
+    </message>
+    <message>
+        <source>The login failed</source>
+        <translation>登录失败</translation>
+    </message>
+    <message>
+        <source>Logged in</source>
+        <translation>已登录</translation>
+    </message>
+    <message>
+        <source>The connection is lost</source>
+        <translation>连接断开</translation>
+    </message>
+    <message>
+        <source>Balance %1 of %2 / %3: %4</source>
+        <translation>第 %1 号配平，%2 / %3：%4</translation>
+    </message>
+    <message>
+        <source>Rejected: an order of %1 in %2 %3</source>
+        <translation>废单：%1 的 %2 委托 %3</translation>
+    </message>
+    <message>
+        <source>%1 was loaded again: missed orders %2, deals %3, positions %4</source>
+        <translation>%1 重新加载：遗漏委托 %2，成交 %3，持仓 %4</translation>
+    </message>
+    <message>
+        <source>Time</source>
+        <translation>时间</translation>
+    </message>
+    <message>
+        <source>Event</source>
+        <translation>事件</translation>
+    </message>
+    <message>
+        <source>Nothing has happened yet</source>
+        <translation>还没有事件</translation>
     </message>
 </context>
 <context>
@@ -943,10 +1069,6 @@
     <message>
         <source>Delete</source>
         <translation>删除</translation>
-    </message>
-    <message>
-        <source>Cancel</source>
-        <translation>取消</translation>
     </message>
     <message>
         <source>Nothing was carried over from earlier days</source>
@@ -1329,6 +1451,34 @@
         <source>Past days</source>
         <translation>往日</translation>
     </message>
+    <message>
+        <source>Balances under way: %1. Balance times still to come today: %2. They stop with the desk.</source>
+        <translation>进行中的配平：%1。今天尚未到的配平时间：%2。关闭后都不再执行。</translation>
+    </message>
+    <message>
+        <source>Close the desk</source>
+        <translation>关闭窗口</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>关闭</translation>
+    </message>
+    <message>
+        <source>Unequal</source>
+        <translation>不平市值</translation>
+    </message>
+    <message>
+        <source>State</source>
+        <translation>状态</translation>
+    </message>
+    <message>
+        <source>Running orders</source>
+        <translation>运行中委托</translation>
+    </message>
+    <message>
+        <source>Events</source>
+        <translation>事件</translation>
+    </message>
 </context>
 <context>
     <name>desk::CPastDaysPage</name>
@@ -1548,16 +1698,36 @@
         <translation>现在将发出委托 %1 笔，买入约 %2 元，卖出约 %3 元。</translation>
     </message>
     <message>
-        <source>Figures and prices may still change.</source>
-        <translation>数量与价格仍可能变化。</translation>
-    </message>
-    <message>
         <source>Open orders may settle it</source>
         <translation>未完成委托可能已够</translation>
     </message>
     <message>
         <source>A task trades it</source>
         <translation>任务正在交易</translation>
+    </message>
+    <message>
+        <source>Name</source>
+        <translation>名称</translation>
+    </message>
+    <message>
+        <source>%1 shares wait for open orders</source>
+        <translation>%1 股等待未完成委托</translation>
+    </message>
+    <message>
+        <source>Rounded: %1 shares stay unequal</source>
+        <translation>取整：剩 %1 股不平</translation>
+    </message>
+    <message>
+        <source>Rounded up by %1 shares</source>
+        <translation>取整：多 %1 股</translation>
+    </message>
+    <message>
+        <source>As of %1.</source>
+        <translation>截至 %1。</translation>
+    </message>
+    <message>
+        <source>As of %1; it changed at %2.</source>
+        <translation>截至 %1；%2 有变化。</translation>
     </message>
 </context>
 <context>
@@ -1574,8 +1744,118 @@
 <context>
     <name>desk::CRowsView</name>
     <message>
-        <source>Copy rows</source>
-        <translation>复制所选行</translation>
+        <source>Save the table as CSV</source>
+        <translation>将表格存为 CSV</translation>
+    </message>
+    <message>
+        <source>%1 cannot be written: %2</source>
+        <translation>无法写入 %1：%2</translation>
+    </message>
+    <message>
+        <source>&amp;Copy rows</source>
+        <translation>复制所选行(&amp;C)</translation>
+    </message>
+    <message>
+        <source>&amp;Save as CSV…</source>
+        <translation>存为 CSV(&amp;S)…</translation>
+    </message>
+    <message>
+        <source>Choose c&amp;olumns…</source>
+        <translation>选择列(&amp;O)…</translation>
+    </message>
+</context>
+<context>
+    <name>desk::CRunningPage</name>
+    <message>
+        <source>market</source>
+        <translation>市价</translation>
+    </message>
+    <message>
+        <source>First seen</source>
+        <translation>首见时间</translation>
+    </message>
+    <message>
+        <source>Stock</source>
+        <translation>证券</translation>
+    </message>
+    <message>
+        <source>Side</source>
+        <translation>方向</translation>
+    </message>
+    <message>
+        <source>Price</source>
+        <translation>价格</translation>
+    </message>
+    <message>
+        <source>Volume</source>
+        <translation>数量</translation>
+    </message>
+    <message>
+        <source>Traded</source>
+        <translation>成交</translation>
+    </message>
+    <message>
+        <source>Strategy</source>
+        <translation>策略</translation>
+    </message>
+    <message>
+        <source>Status</source>
+        <translation>状态</translation>
+    </message>
+    <message>
+        <source>Account</source>
+        <translation>账户</translation>
+    </message>
+    <message>
+        <source>Name</source>
+        <translation>名称</translation>
+    </message>
+    <message>
+        <source>No order is running</source>
+        <translation>没有运行中的委托</translation>
+    </message>
+    <message>
+        <source>Cancel &amp;order</source>
+        <translation>撤单(&amp;O)</translation>
+    </message>
+    <message>
+        <source>Cancel order</source>
+        <translation>撤单</translation>
+    </message>
+    <message>
+        <source>Also by a double click on the order, or the key Delete</source>
+        <translation>也可双击委托或按 Delete 键</translation>
+    </message>
+    <message>
+        <source>Cancel all of the strategy…</source>
+        <translation>撤销该策略全部委托…</translation>
+    </message>
+    <message>
+        <source>The cancellation of order %1 was asked for.</source>
+        <translation>已请求撤销委托 %1。</translation>
+    </message>
+    <message>
+        <source>Order %1 is not cancelled: %2.</source>
+        <translation>委托 %1 未撤销：%2。</translation>
+    </message>
+    <message>
+        <source>Cancel orders</source>
+        <translation>撤销委托</translation>
+    </message>
+    <message>
+        <source>Cancel all running orders of %1 / %2? Now there are %3.</source>
+        <translation>撤销 %1 / %2 的全部运行中委托？现有 %3 笔。</translation>
+    </message>
+    <message>
+        <source>Cancel the orders</source>
+        <translation>撤销委托</translation>
+    </message>
+</context>
+<context>
+    <name>desk::Question</name>
+    <message>
+        <source>Cancel</source>
+        <translation>取消</translation>
     </message>
 </context>
 </TS>

@@ -1,8 +1,7 @@
 #include "desk/balancespage.h"
+#include "desk/timeedit.h"
 #include "linkage/balance/balanceplan.h"
 #include "tests/desk/deskfixture.h"
-
-#include <QTimeEdit>
 
 namespace {
 
@@ -102,7 +101,7 @@ TEST_F(DeskWindow, BalanceTimeIsSetEditedInPlaceAndDeleted) {
         return ask([](Manager& manager) { return manager.getBalanceTime(); });
     };
 
-    find<QTimeEdit>("balanceTimeEdit")->setTime(QTime(14, 50, 5));
+    find<desk::CTimeEdit>("balanceTimeEdit")->setTime(QTime(14, 50, 5));
     press("balanceTimeSet");
     ASSERT_TRUE(until([&] { return table->rows().rowCount() == 1; }));
     EXPECT_EQ(kept().at("A01:alpha"), "145005");
@@ -111,7 +110,7 @@ TEST_F(DeskWindow, BalanceTimeIsSetEditedInPlaceAndDeleted) {
     const QPoint place = table->visualRect(table->model()->index(0, 2)).center();
     QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, place);
     QTest::mouseDClick(table->viewport(), Qt::LeftButton, {}, place);
-    auto* editor = table->findChild<QTimeEdit*>();
+    auto* editor = table->findChild<desk::CTimeEdit*>();
     ASSERT_TRUE(editor);
     editor->setTime(QTime(14, 57));
     QTest::keyClick(editor, Qt::Key_Return);
@@ -120,6 +119,7 @@ TEST_F(DeskWindow, BalanceTimeIsSetEditedInPlaceAndDeleted) {
     expectCells(rows("pairs"), "A01\nalpha", {{6, "14:57:00"}});
 
     press("balanceTimeDelete");
+    press(*dialog("balanceTimeDeleteBox"), "balanceTimeDeleteGo");
     ASSERT_TRUE(until([&] { return table->rows().rowCount() == 0; }));
     EXPECT_TRUE(kept().empty());
 }
@@ -134,7 +134,7 @@ TEST_F(DeskWindow, BalanceIsSentOnlyAfterItsPlanWasConfirmed) {
               500);
     // The last cell: what it comes to at the price of the order.
     expectCells(plan->findChild<CRowsView*>("planTable")->rows(), "SH600001",
-                {{3, "500"}, {4, "Sell"}, {5, "500"}, {6, "Opposite best price"}, {8, "5,055"}});
+                {{4, "500"}, {5, "Sell"}, {6, "500"}, {7, "Opposite best price"}, {9, "5,055"}});
     EXPECT_EQ(plan->findChild<QLabel*>("planHeading")->text(), "Balance A01 / alpha");
     const QString summary = plan->findChild<QLabel*>("planSummary")->text();
     EXPECT_TRUE(summary.contains("running orders 1, running tasks 0")) << summary.toStdString();
@@ -168,7 +168,7 @@ TEST_F(DeskWindow, HistoryIsCarriedOverOnceAndBalanced) {
     ASSERT_TRUE(until([&] { return enabled("historyBalance"); }));
     press("historyBalance");
     QDialog* plan = dialog("planDialog");
-    expectCells(plan->findChild<CRowsView*>("planTable")->rows(), "SH600001", {{5, "500"}});
+    expectCells(plan->findChild<CRowsView*>("planTable")->rows(), "SH600001", {{6, "500"}});
     EXPECT_FALSE(plan->findChild<QLabel*>("planSummary")->text().contains("Cancelled"));
     press(*plan, "planAccept");
     m_engine->setSpeed(1000);

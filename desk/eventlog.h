@@ -1,0 +1,60 @@
+#pragma once
+
+#include "desk/picture.h"
+
+#include <boost/signals2/connection.hpp>
+
+#include <QObject>
+
+#include <deque>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace TC {
+class CLinkageManager;
+}
+
+namespace desk {
+
+/// What happened on the day that the user did not do himself: steps of balances, rejected orders,
+/// the connection, and reports that were missed.
+///
+/// Threads: the engine's; the signals that it follows come on any.
+class CEventLog {
+public:
+    static constexpr std::size_t KEPT = 300;
+
+    /// To be called with each new manager; its client is there by then.
+    void follow(TC::CLinkageManager& manager);
+    /// Takes in what is new since the last time, and gives the newest events, newest first. Orders
+    /// that were rejected are told once.
+    void noteRejected(const std::string& account, std::uint64_t key, const std::string& stock,
+                      const std::string& remark);
+    std::vector<EventRow> take(const Picture& picture);
+
+private:
+    struct Inbox {
+        std::mutex mutex;
+        std::vector<EventRow> events;
+    };
+
+    void add(EventRow event, const std::string& time);
+    void takeBalances(const Picture& picture);
+
+    /// Shared with slots that may still be under way.
+    std::shared_ptr<Inbox> m_pInbox = std::make_shared<Inbox>();
+    std::unique_ptr<QObject> m_pContext;  ///< ends the connections of Qt
+    boost::signals2::scoped_connection m_reconciled;
+    std::map<int, std::string> m_states;  ///< of balances, by number
+    std::string m_date;
+    std::set<std::pair<std::string, std::uint64_t>> m_rejected;
+    std::deque<EventRow> m_events;  ///< newest first
+    int m_nNext = 1;
+};
+
+}  // namespace desk

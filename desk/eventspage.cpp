@@ -1,0 +1,72 @@
+#include "desk/eventspage.h"
+
+#include "desk/balancespage.h"
+#include "desk/picture.h"
+#include "platform/services/connections.h"
+
+#include <QVBoxLayout>
+
+#include <utility>
+
+namespace desk {
+
+namespace {
+
+QString connectionText(int status) {
+    switch (status) {
+        case TC::PROXY_CONNECTED:
+            return CEventsPage::tr("Connected, not logged in yet");
+        case TC::PROXY_LOGIN_FAILED:
+            return CEventsPage::tr("The login failed");
+        case TC::PROXY_LOGIN_SUCCESS:
+            return CEventsPage::tr("Logged in");
+        default:
+            return CEventsPage::tr("The connection is lost");
+    }
+}
+
+}  // namespace
+
+QString eventText(const EventRow& event) {
+    const QString account = QString::fromStdString(event.account);
+    const QString detail = QString::fromStdString(event.detail);
+    switch (event.kind) {
+        case EEvent::Balance:
+            return CEventsPage::tr("Balance %1 of %2 / %3: %4")
+                .arg(event.number)
+                .arg(account, QString::fromStdString(event.strategy), bookText(event.detail));
+        case EEvent::Rejected:
+            return CEventsPage::tr("Rejected: an order of %1 in %2 %3")
+                .arg(account, QString::fromStdString(event.stock), detail)
+                .trimmed();
+        case EEvent::Reconciled:
+            return CEventsPage::tr("%1 was loaded again: missed orders %2, deals %3, positions %4")
+                .arg(account)
+                .arg(event.number)
+                .arg(event.second)
+                .arg(event.third);
+        case EEvent::Connection:
+            return connectionText(event.number);
+    }
+    return {};
+}
+
+CEventsPage::CEventsPage(QWidget* parent) : QWidget(parent) {
+    m_pTable = new CRowsView({{tr("Time")}, {tr("Event")}}, CRowsView::ESorting::Off, this);
+    m_pTable->setObjectName("events");
+    m_pTable->setPlaceholder(tr("Nothing has happened yet"));
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(m_pTable);
+}
+
+void CEventsPage::show(const std::vector<EventRow>& events) {
+    std::vector<Row> rows;
+    rows.reserve(events.size());
+    for (const EventRow& event : events)
+        rows.push_back({QString::number(event.id),
+                        {QString::fromStdString(event.time), eventText(event)},
+                        false});
+    m_pTable->rows().setRows(std::move(rows));
+}
+
+}  // namespace desk
