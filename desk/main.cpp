@@ -3,6 +3,7 @@
 #include "desk/shot.h"
 #include "desk/style.h"
 #include "desk/texts.h"
+#include "linkage/version.h"
 #include "platform/log.h"
 
 #include <QApplication>
@@ -39,6 +40,7 @@ QString readArguments(const QCoreApplication& application, Arguments& arguments)
         "Shows the linkage library at work: on the built-in market, live, or on a recorded\n"
         "scenario at any speed.");
     parser.addHelpOption();
+    parser.addVersionOption();
     parser.addPositionalArgument("SCENARIO", "Scenario file, plain or compressed with gzip.",
                                  "[SCENARIO]");
     const QCommandLineOption speed("speed", "Speed of a recording, 1 to 1000.", "N", "60");
@@ -93,6 +95,7 @@ void chooseTheDisplay(int argc, char** argv) {
 int main(int argc, char** argv) {
     chooseTheDisplay(argc, argv);
     QApplication application(argc, argv);
+    QApplication::setApplicationVersion(TC::loadedVersion());
     QCoreApplication::setApplicationName("linkage-desk");
 
     Arguments arguments;

@@ -1,6 +1,7 @@
 #include "lab/run.h"
 #include "lab/shrink.h"
 #include "platform/log.h"
+#include "replay/programversion.h"
 #include "replay/times.h"
 
 #include <fmt/format.h>
@@ -156,6 +157,7 @@ int runAll(Arguments arguments) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (replay::printsVersion(argc, argv, "linkage-lab")) return 0;
     Arguments arguments;
     arguments.run.jobs = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
     if (!readArguments(argc, argv, arguments)) {

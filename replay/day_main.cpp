@@ -1,4 +1,5 @@
 #include "replay/dayreport.h"
+#include "replay/programversion.h"
 
 #include <QCoreApplication>
 
@@ -11,6 +12,7 @@ namespace {
 
 constexpr const char* USAGE =
     "usage: linkage-day [--data-dir DIR] SCENARIO\n"
+    "       linkage-day --version\n"
     "Plays a scenario (plain or gzip-compressed, \"-\": standard input) and ends with what\n"
     "each account and strategy did, and how they were balanced.\n";
 
@@ -30,6 +32,7 @@ int play(const std::string& path, const replay::ReplayOptions& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (replay::printsVersion(argc, argv, "linkage-day")) return 0;
     replay::ReplayOptions options;
     options.log = false;
     std::string path;

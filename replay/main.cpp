@@ -1,4 +1,5 @@
 #include "replay/journal.h"
+#include "replay/programversion.h"
 #include "replay/replay.h"
 
 #include <QCoreApplication>
@@ -18,6 +19,7 @@ constexpr int FAILURE = 1;
 
 constexpr const char* USAGE =
     "usage: linkage-replay [--data-dir DIR] [--journal FILE] [--no-log] SCENARIO...\n"
+    "       linkage-replay --version\n"
     "Plays scenario files (\"-\": standard input) against the linkage library and prints\n"
     "what the library did, one JSON object a line.\n";
 
@@ -98,6 +100,7 @@ int playAll(const Arguments& arguments) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (replay::printsVersion(argc, argv, "linkage-replay")) return 0;
     Arguments arguments;
     if (!readArguments(argc, argv, arguments)) {
         std::fputs(USAGE, stderr);

@@ -1,3 +1,4 @@
+#include "replay/programversion.h"
 #include "replay/sampleday.h"
 
 #include <charconv>
@@ -10,6 +11,7 @@ namespace {
 constexpr const char* USAGE =
     "usage: linkage-makeday [--accounts N] [--strategies N] [--stocks N] [--orders N]\n"
     "                       [--seed N]\n"
+    "       linkage-makeday --version\n"
     "Writes a made-up trading day as a scenario to standard output; the same options\n"
     "give the same day.\n";
 
@@ -32,6 +34,11 @@ bool readOption(const std::string& name, const char* text, replay::SampleOptions
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (replay::printsVersion(argc, argv, "linkage-makeday")) return 0;
+    if (argc == 2 && std::strcmp(argv[1], "--help") == 0) {
+        std::fputs(USAGE, stdout);
+        return 0;
+    }
     replay::SampleOptions options;
     for (int i = 1; i < argc; i += 2) {
         if (i + 1 >= argc || !readOption(argv[i], argv[i + 1], options)) {

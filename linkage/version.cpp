@@ -1,0 +1,7 @@
+#include "linkage/version.h"
+
+namespace TC {
+
+const char* loadedVersion() { return VERSION; }
+
+}  // namespace TC
