@@ -7,6 +7,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 table='
 platform
 common
+linkage          platform
 linkage/ledger   linkage common platform
 linkage/core     linkage/ledger linkage common platform
 linkage/stats    linkage/core linkage/ledger linkage common platform
@@ -16,6 +17,7 @@ linkage/draw     linkage platform
 paper            linkage/core common platform
 replay           paper linkage/* common platform
 desk             replay paper linkage/* common platform
+examples         paper linkage/* platform
 lab              replay paper linkage/* common platform
 textbook         linkage/core linkage/ledger linkage common platform
 fuzz             replay paper linkage/* common platform
