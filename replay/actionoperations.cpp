@@ -110,7 +110,7 @@ void importPreview(Call& call) {
     write(call.result, call.manager.importPreview(statementOf(call)), true);
 }
 
-constexpr Operation OPERATIONS[] = {
+constexpr Operation ACTION_OPERATIONS[] = {
     operation<&Manager::requestAccounts>("requestAccounts"),
     operation<&Manager::requestAccount>("requestAccount"),
     {"runAutoBalance", 2, runAutoBalance},
@@ -155,6 +155,6 @@ constexpr Operation OPERATIONS[] = {
 
 }  // namespace
 
-std::span<const Operation> actionOperations() { return OPERATIONS; }
+std::span<const Operation> actionOperations() { return ACTION_OPERATIONS; }
 
 }  // namespace replay

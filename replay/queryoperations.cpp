@@ -144,7 +144,7 @@ void getBalances(Call& call) {
     call.result.endArray();
 }
 
-constexpr Operation OPERATIONS[] = {
+constexpr Operation QUERY_OPERATIONS[] = {
     {"getBalances", 2, getBalances},
     operation<&Manager::getTradeDate>("getTradeDate"),
     operation<&Manager::getStocks>("getStocks"),
@@ -180,6 +180,6 @@ constexpr Operation OPERATIONS[] = {
 
 }  // namespace
 
-std::span<const Operation> queryOperations() { return OPERATIONS; }
+std::span<const Operation> queryOperations() { return QUERY_OPERATIONS; }
 
 }  // namespace replay
