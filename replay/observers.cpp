@@ -96,16 +96,16 @@ void CSignalObserver::connectQtSignals(TC::CLinkageManager& manager) {
             });
         };
     };
-    using Manager = TC::CLinkageManager;
-    connect(&manager, &Manager::sigCancelTask, this,
+    using Sender = TC::CLinkageManager;
+    connect(&manager, &Sender::sigCancelTask, this,
             [this, signal = nameOf("cancelTask")](int number, const QString& text) {
                 line(signal, [&](CJsonWriter& args) {
                     args.value(number);
                     args.value(text.toStdString());
                 });
             });
-    connect(&manager, &Manager::sigHistoryDealsDone, this, dayDone("historyDealsDone"));
-    connect(&manager, &Manager::sigHistoryOrdersDone, this, dayDone("historyOrdersDone"));
+    connect(&manager, &Sender::sigHistoryDealsDone, this, dayDone("historyDealsDone"));
+    connect(&manager, &Sender::sigHistoryOrdersDone, this, dayDone("historyOrdersDone"));
 }
 
 std::string CSignalObserver::nameOf(std::string_view signal) {

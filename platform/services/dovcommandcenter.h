@@ -18,7 +18,6 @@ namespace TC {
 /// does not change them any more. The command center may keep completions as long as it likes.
 /// Failure: nothing throws. A completion reports an error of the request; what became of an order
 /// shows only in its reports.
-/// seen in its reports alone.
 class PLATFORM_EXPORT CDovCommandCenter {
 public:
     virtual ~CDovCommandCenter() = default;
