@@ -202,7 +202,7 @@ QString CChart::priceTitle() const {
     for (const StockRow& row : m_pPicture->stocks) {
         if (row.stock == chosen.stock) name = QString::fromStdString(row.name);
     }
-    const QString title =
+    QString title =
         tr("Price of %1 %2 (yuan), with the deals and resting orders of the strategy")
             .arg(QString::fromStdString(chosen.stock), name)
             .replace("  (", " (");
