@@ -202,10 +202,9 @@ QString CChart::priceTitle() const {
     for (const StockRow& row : m_pPicture->stocks) {
         if (row.stock == chosen.stock) name = QString::fromStdString(row.name);
     }
-    QString title =
-        tr("Price of %1 %2 (yuan), with the deals and resting orders of the strategy")
-            .arg(QString::fromStdString(chosen.stock), name)
-            .replace("  (", " (");
+    QString title = tr("Price of %1 %2 (yuan), with the deals and resting orders of the strategy")
+                        .arg(QString::fromStdString(chosen.stock), name)
+                        .replace("  (", " (");
     if (m_nUnlabelled == 0) return title;
     return tr("%1; %2 price levels have no label").arg(title).arg(m_nUnlabelled);
 }

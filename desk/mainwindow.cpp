@@ -93,7 +93,7 @@ void CMainWindow::show(std::shared_ptr<const Picture> picture) {
         m_pTables->show(now);
         m_pChart->show(m_pShown);
     }
-    m_pRunning->show(now.running);
+    m_pRunning->show(now.running, now.pairs);
     m_pEvents->show(now.events);
     m_pBalances->show(now.balances, now.pairs);
     m_pTimes->show(now.balanceTimes, m_selection, now.time);

@@ -6,6 +6,7 @@
 
 #include <QAction>
 #include <QHBoxLayout>
+#include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -65,13 +66,15 @@ CRunningPage::CRunningPage(CActions& actions, QWidget* parent)
     connect(m_pCancelAll, &QPushButton::clicked, this, &CRunningPage::askCancelAll);
 
     auto* line = new QHBoxLayout;
+    m_pShown = new QLabel(this);
     line->addWidget(m_pCancel);
+    line->addWidget(m_pShown);
     line->addStretch();
     line->addWidget(m_pCancelAll);
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(m_pTable);
     layout->addLayout(line);
-    show({});
+    show({}, {});
 }
 
 const RunningRow* CRunningPage::current() const {
@@ -96,10 +99,10 @@ void CRunningPage::askCancelAll() {
     const RunningRow* row = current();
     if (!row || row->strategy.empty()) return;
     const Selection pair{row->account, row->strategy, {}};
-    const auto count =
-        std::count_if(m_orders.begin(), m_orders.end(), [&pair](const RunningRow& other) {
-            return other.account == pair.account && other.strategy == pair.strategy;
-        });
+    const auto counted = std::find_if(m_pairs.begin(), m_pairs.end(), [&pair](const PairRow& each) {
+        return each.account == pair.account && each.strategy == pair.strategy;
+    });
+    const int count = counted == m_pairs.end() ? 0 : counted->runningOrders;
     ask(this,
         {QStringLiteral("runningCancelAll"), tr("Cancel orders"),
          tr("Cancel all running orders of %1 / %2? Now there are %3.")
@@ -109,8 +112,15 @@ void CRunningPage::askCancelAll() {
         [this, pair] { m_actions.cancelAllOrders(pair); });
 }
 
-void CRunningPage::show(const std::vector<RunningRow>& orders) {
+void CRunningPage::show(const std::vector<RunningRow>& orders, const std::vector<PairRow>& pairs) {
     m_orders = orders;
+    m_pairs = pairs;
+    int all = 0;
+    for (const PairRow& pair : pairs) {
+        if (pair.strategy.empty()) all += pair.runningOrders;
+    }
+    const bool isCut = all > static_cast<int>(orders.size()) && !orders.empty();
+    m_pShown->setText(isCut ? tr("The newest %1 of %2").arg(orders.size()).arg(all) : QString());
     std::vector<Row> rows;
     rows.reserve(orders.size());
     for (const RunningRow& order : orders) rows.push_back(rowOf(order));

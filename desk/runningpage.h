@@ -7,6 +7,7 @@
 
 #include <vector>
 
+class QLabel;
 class QPushButton;
 
 namespace desk {
@@ -19,7 +20,8 @@ class CRunningPage final : public QWidget {
 public:
     explicit CRunningPage(CActions& actions, QWidget* parent = nullptr);
 
-    void show(const std::vector<RunningRow>& orders);
+    /// The newest running orders, and how many there are of each strategy.
+    void show(const std::vector<RunningRow>& orders, const std::vector<PairRow>& pairs);
 
 Q_SIGNALS:
     void sigMessage(const QString& text);
@@ -31,7 +33,9 @@ private:
 
     CActions& m_actions;
     std::vector<RunningRow> m_orders;
+    std::vector<PairRow> m_pairs;
     CRowsView* m_pTable;
+    QLabel* m_pShown;
     QPushButton* m_pCancel;
     QPushButton* m_pCancelAll;
 };

@@ -1843,6 +1843,10 @@
         <translation>撤销委托</translation>
     </message>
     <message>
+        <source>The newest %1 of %2</source>
+        <translation>最新 %1 笔，共 %2 笔</translation>
+    </message>
+    <message>
         <source>Cancel all running orders of %1 / %2? Now there are %3.</source>
         <translation>撤销 %1 / %2 的全部运行中委托？现有 %3 笔。</translation>
     </message>
