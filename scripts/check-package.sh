@@ -11,7 +11,7 @@ prefix=$work/installed
 cmake --install "$build" --prefix "$prefix" >"$work/log" || { cat "$work/log" >&2; exit 1; }
 [[ $("$prefix/bin/linkage-replay" --version) == "linkage-replay $(sed -n 's/.*VERSION\[\] = "\(.*\)".*/\1/p' "$root/linkage/version.h")" ]]
 
-cmake -S "$root/examples/paper" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" \
+cmake -S "$root/examples/paper" -B "$work/cmake" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" \
     -DCMAKE_BUILD_TYPE=Debug >"$work/log"
 cmake --build "$work/cmake" >"$work/log" || { cat "$work/log" >&2; exit 1; }
 "$work/cmake/example-paper"

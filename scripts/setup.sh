@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs with apt what the project needs and this machine lacks.
-#     scripts/setup.sh          what ./run needs
-#     scripts/setup.sh --check  what ./check needs besides
+#     scripts/setup.sh            what ./run needs
+#     scripts/setup.sh --check    what ./check needs besides
+#     scripts/setup.sh --package  what ./run --package needs besides
 set -euo pipefail
 
 packages=(
@@ -13,6 +14,8 @@ packages=(
 )
 if [[ ${1:-} == --check ]]; then
     packages+=(libgtest-dev clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev)
+elif [[ ${1:-} == --package ]]; then
+    packages+=(dpkg-dev file)
 fi
 
 if ! command -v dpkg-query >/dev/null; then
