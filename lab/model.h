@@ -87,7 +87,8 @@ public:
     void order(const OrderReport& report, bool heard);
     void deal(const DealReport& report, bool heard);
     void task(std::uint64_t key, const Origin& of, bool runs);
-    /// The library lost the report that it heard last; the data center keeps it.
+    /// The library lost the report that it heard last; the data center keeps it. Nothing is lost
+    /// with a report that is not followed.
     void takeBack();
 
     /// An account is loaded: the library has what the data center has, and gives up orders of

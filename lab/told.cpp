@@ -28,6 +28,7 @@ void putBack(Map& map, std::uint64_t key, const std::optional<Value>& value) {
 }  // namespace
 
 void CModel::order(const OrderReport& report, bool heard) {
+    if (heard) m_last = {};
     if (!follows(report.of)) return;
     Told& told = m_told[static_cast<std::size_t>(report.of.account)];
     told.keptOrders[report.key] = report;
@@ -41,6 +42,7 @@ void CModel::order(const OrderReport& report, bool heard) {
 }
 
 void CModel::deal(const DealReport& report, bool heard) {
+    if (heard) m_last = {};
     if (!follows(report.of)) return;
     Told& told = m_told[static_cast<std::size_t>(report.of.account)];
     told.keptDeals[report.key] = report;
