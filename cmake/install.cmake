@@ -39,6 +39,8 @@ configure_package_config_file(cmake/linkageConfig.cmake.in ${PROJECT_BINARY_DIR}
   INSTALL_DESTINATION ${config})
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/linkageConfigVersion.cmake
   COMPATIBILITY SameMajorVersion)
+# The library's folder may have one step or, as on Debian below /usr, two.
+file(RELATIVE_PATH prefix_from_pc /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(cmake/linkage.pc.in ${PROJECT_BINARY_DIR}/linkage.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/linkageConfig.cmake
               ${PROJECT_BINARY_DIR}/linkageConfigVersion.cmake
@@ -46,7 +48,10 @@ install(FILES ${PROJECT_BINARY_DIR}/linkageConfig.cmake
 install(FILES ${PROJECT_BINARY_DIR}/linkage.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 
-# Debian packages.
+# Debian packages, of this tree alone.
+if(NOT PROJECT_IS_TOP_LEVEL)
+  return()
+endif()
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_PACKAGE_CONTACT "The makers of linkage <linkage@localhost>")

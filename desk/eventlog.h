@@ -31,10 +31,10 @@ public:
 
     /// To be called with each new manager; its client is there by then.
     void follow(TC::CLinkageManager& manager);
-    /// Takes in what is new since the last time, and gives the newest events, newest first. Orders
-    /// that were rejected are told once.
+    /// Notes a rejected order, the first time that it is told.
     void noteRejected(const std::string& account, std::uint64_t key, const std::string& stock,
                       const std::string& remark);
+    /// Takes in what is new since the last time, and gives the newest events, newest first.
     std::vector<EventRow> take(const Picture& picture);
 
 private:

@@ -246,6 +246,8 @@ void CMainWindow::follow(CPlanDialog* dialog, const Selection& pair, bool histor
     m_bPreviewing = false;
     connect(this, &CMainWindow::sigShown, dialog,
             [this, pair, history, open = QPointer<CPlanDialog>(dialog)] {
+                // A question that met no manager is never answered.
+                if (!m_pShown->alive) m_bPreviewing = false;
                 if (!m_pShown->alive || std::exchange(m_bPreviewing, true)) return;
                 m_actions.preview(pair, history, [this, open](const PlanPreview& plan) {
                     m_bPreviewing = false;

@@ -1,4 +1,4 @@
-// The library with the paper client as its host: an order, a deal, and what the library tells.
+// The library with the paper client as its host: a deal is reported, and the library tells what was bought.
 
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/version.h"
