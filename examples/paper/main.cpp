@@ -1,4 +1,4 @@
-// The library with the paper client as its host: a deal is reported, and the library tells what was bought.
+// The library with the paper client as its host: a deal is reported, and the library tells of it.
 
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/version.h"
