@@ -146,6 +146,7 @@ void CDay::checkEnd(const Pair& pair, int stock) {
     }
     // Without the guard nobody says what is left, or why.
     if (!m_options.guard || (!pair.strategy.empty() && !pair.history)) return;
+    if (m_services.isUncertain(pair.account)) return;
     const std::int64_t left = bought - sold + (pair.history ? m_model.restOf(pair, stock) : 0);
     if (!of.detail || !of.priced || std::abs(left) < of.unit) return;
     // Without numbers what was sent last stays open until it is lost.

@@ -92,8 +92,13 @@ public:
     void takeBack();
 
     /// An account is loaded: the library has what the data center has, and gives up orders of
-    /// which nothing was heard for so long.
-    void load(int account, std::int64_t now);
+    /// which nothing was heard for so long. When the load is not `whole`, a record may be missing.
+    void load(int account, std::int64_t now, bool whole);
+    /// The last load was whole after all.
+    void trust(int account);
+    /// Whether an order runs by its newest report, and its final report came only with a load
+    /// that was not whole. Nobody can tell whether the library knows of the end.
+    bool isUnsure(int account) const;
     /// Another trading date begins.
     void newDate();
     /// What the library heard of deals that balance history is history from now on.
@@ -168,6 +173,7 @@ private:
         std::map<std::uint64_t, OrderReport> orders;  ///< heard by the library
         std::map<std::uint64_t, DealReport> deals;
         std::map<std::uint64_t, OrderReport> finals;  ///< final reports, whatever came since
+        std::set<std::uint64_t> guesses;  ///< of those, what a load taught that was not whole
     };
     /// What an account had of a record before its last report.
     struct Last {
@@ -176,6 +182,7 @@ private:
         std::uint64_t deal = 0;
         std::optional<OrderReport> report;
         std::optional<OrderReport> final;
+        bool guessed = false;
         bool knewDeal = false;
     };
     struct Task {

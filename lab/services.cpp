@@ -47,9 +47,17 @@ bool CServices::isAnyUncertain() const {
 
 void CServices::doubt(Account& account) { account.uncertain = m_bWasUncertain = true; }
 
-// The model took each load for a whole one.
 void CServices::trust() {
-    for (Account& account : m_accounts) account.uncertain = account.uncertain && account.owed;
+    for (std::size_t at = 0; at < m_accounts.size(); ++at) {
+        Account& account = m_accounts[at];
+        if (!account.uncertain || account.owed) continue;
+        account.uncertain = false;
+        if (!account.whole) m_model.trust(static_cast<int>(at));
+    }
+}
+
+bool CServices::isUncertain(int account) const {
+    return at(account).uncertain || m_model.isUnsure(account);
 }
 
 void CServices::count(EService service, paper::EFault kind) {
@@ -101,7 +109,7 @@ void CServices::read(int number, bool threw) {
     if (account.reads < READS) return;
     account.reads = 0;
     account.owed = account.uncertain = false;
-    m_model.load(number, now());
+    m_model.load(number, now(), account.whole);
     if (!account.whole) return doubt(account);
     for (const int stock : m_model.stocksOf(number)) m_seen.insert(stock);
 }

@@ -43,7 +43,8 @@ public:
     void tells(const Origin& of, bool deal);
     void told();
 
-    bool isUncertain(int account) const { return at(account).uncertain; }
+    bool isUncertain(int account) const;
+    /// Whether a load would make an account certain.
     bool isAnyUncertain() const;
     /// Accounts that were uncertain after their first load.
     bool wasUncertain() const { return m_bWasUncertain; }

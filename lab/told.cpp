@@ -2,6 +2,7 @@
 
 #include "lab/times.h"
 
+#include <algorithm>
 #include <utility>
 
 // What the model is told.
@@ -36,9 +37,12 @@ void CModel::order(const OrderReport& report, bool heard) {
     m_last = {.account = report.of.account,
               .order = report.key,
               .report = found(told.orders, report.key),
-              .final = found(told.finals, report.key)};
+              .final = found(told.finals, report.key),
+              .guessed = told.guesses.count(report.key) > 0};
     told.orders[report.key] = report;
-    if (!report.runs()) told.finals[report.key] = report;
+    if (report.runs()) return;
+    told.finals[report.key] = report;
+    told.guesses.erase(report.key);
 }
 
 void CModel::deal(const DealReport& report, bool heard) {
@@ -58,6 +62,7 @@ void CModel::takeBack() {
     if (m_last.order != 0) {
         putBack(told.orders, m_last.order, m_last.report);
         putBack(told.finals, m_last.order, m_last.final);
+        if (m_last.guessed) told.guesses.insert(m_last.order);
     }
     if (m_last.deal != 0 && !m_last.knewDeal) told.deals.erase(m_last.deal);
     m_last = {};
@@ -65,18 +70,33 @@ void CModel::takeBack() {
 
 void CModel::task(std::uint64_t key, const Origin& of, bool runs) { m_tasks[key] = {of, runs}; }
 
-void CModel::load(int account, std::int64_t now) {
+void CModel::load(int account, std::int64_t now, bool whole) {
     Told& told = m_told[static_cast<std::size_t>(account)];
     told.orders = told.keptOrders;
     told.deals = told.keptDeals;
     for (const auto& [key, report] : told.orders) {
-        if (!report.runs()) told.finals[key] = report;
+        if (report.runs()) continue;
+        const bool isNew = told.finals.count(key) == 0;
+        told.finals[key] = report;
+        if (whole) {
+            told.guesses.erase(key);
+        } else if (isNew) {
+            told.guesses.insert(key);
+        }
     }
     for (SentCommand& command : m_sent) {
         if (command.pair.account != account || command.refused) continue;
         if (now < command.at + LOST_AFTER || knows(account, command.number)) continue;
         for (SentOrder& order : command.orders) order.lost = true;
     }
+}
+
+void CModel::trust(int account) { m_told[static_cast<std::size_t>(account)].guesses.clear(); }
+
+bool CModel::isUnsure(int account) const {
+    const Told& told = m_told[static_cast<std::size_t>(account)];
+    return std::any_of(told.guesses.begin(), told.guesses.end(),
+                       [&](std::uint64_t key) { return told.orders.at(key).runs(); });
 }
 
 void CModel::carryDeals() {
@@ -101,6 +121,7 @@ void CModel::restart(std::vector<SentCommand> book) {
         told.orders.clear();
         told.deals.clear();
         told.finals.clear();
+        told.guesses.clear();
     }
 }
 
