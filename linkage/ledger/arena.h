@@ -72,9 +72,11 @@ private:
 
     static constexpr std::uint32_t MASK = (1u << BLOCK_BITS) - 1;
     static constexpr std::size_t BLOCK_BYTES = sizeof(T) << BLOCK_BITS;
-    // A large arena takes huge pages, one for several blocks; a small one takes block by block.
+    // A large arena takes huge pages, one for several blocks; a smaller one takes block by block,
+    // because a page that is hardly used would be much of its memory.
     static constexpr std::size_t BLOCKS_PER_PAGE =
         std::max<std::size_t>(1, utils::hugepages::SIZE / BLOCK_BYTES);
+    static constexpr std::size_t LARGE = 8 * BLOCKS_PER_PAGE;
 
     struct FreeSlab {
         std::size_t bytes;
@@ -87,7 +89,7 @@ private:
 
     void addBlock() {
         if (m_nPrepared == 0) {
-            const bool isLarge = m_blocks.size() >= BLOCKS_PER_PAGE;
+            const bool isLarge = m_blocks.size() >= LARGE;
             const std::size_t bytes =
                 isLarge ? std::max(BLOCKS_PER_PAGE * BLOCK_BYTES, utils::hugepages::SIZE)
                         : BLOCK_BYTES;

@@ -14,6 +14,7 @@ struct PLATFORM_EXPORT COrderDetail : INumberedData {
     EEntrustStatus m_eStatus = STATUS_UNREPORTED;
     int m_nVolume = 0;           ///< ordered, in shares
     int m_nTradedVolume = 0;     ///< traded so far, in shares
+    bool m_bImported = false;    ///< read from a statement file
     double m_dPrice = 0.0;       ///< order price, yuan
     double m_dTradedAmount = 0;  ///< traded so far, yuan
     std::string m_strMarket;
@@ -23,7 +24,6 @@ struct PLATFORM_EXPORT COrderDetail : INumberedData {
     std::string m_strRemark;     ///< from the broker or the exchange, such as a reason to reject
     boost::shared_ptr<CAccountInfo> m_pAccountInfo;
     boost::shared_ptr<CCommandRecord> m_pCommand;  ///< strategy carrier; may be empty
-    bool m_bImported = false;                      ///< read from a statement file
 };
 
 /// Rules of orders.
