@@ -26,6 +26,7 @@ constexpr const char* NAME = "/sse_600519_20230201";
 constexpr const char* STOCK = "SH600519";
 constexpr const char* DATE = "20230201";
 constexpr double CENT = 0.01;
+constexpr int OPENING_AUCTION = 9 * 60 + 25;  ///< its last minute of the day
 
 using Manager = utils::CSingletonT<TC::CLinkageManager>;
 
@@ -36,6 +37,9 @@ struct Totals {
     double sellAmount = 0.0;
     double commission = 0.0;
 
+    double meanPrice() const {
+        return (buyAmount + sellAmount) / static_cast<double>(bought + sold);
+    }
     double profitAt(double price) const {
         return static_cast<double>(bought - sold) * price + (sellAmount - buyAmount) - commission;
     }
@@ -144,6 +148,8 @@ void expectCurve(const std::map<int, TC::PeriodPoint>& curve, const std::map<int
     for (const auto& [minute, point] : curve) {
         for (; deal != deals.end() && deal->first <= minute; ++deal) sum += deal->second;
         for (; close != day.closes.end() && close->first <= minute; ++close) price = close->second;
+        // No quote came by the end of the opening auction, so the price of its deals is taken.
+        if (minute == OPENING_AUCTION) price = sum.meanPrice();
         if (minute == curve.rbegin()->first) price = lastPrice;
         EXPECT_NEAR(point.profit, sum.profitAt(price), CENT) << minute;
     }
