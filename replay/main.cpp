@@ -19,9 +19,11 @@ constexpr int FAILURE = 1;
 
 constexpr const char* USAGE =
     "usage: linkage-replay [--data-dir DIR] [--journal FILE] [--no-log] SCENARIO...\n"
+    "       linkage-replay --interactive [--data-dir DIR] [--journal FILE] [--no-log]\n"
     "       linkage-replay --version\n"
     "Plays scenario files (\"-\": standard input) against the linkage library and prints\n"
-    "what the library did, one JSON object a line.\n";
+    "what the library did, one JSON object a line. With --interactive it reads standard input,\n"
+    "answers each line before it reads the next, and ends each answer with an empty line.\n";
 
 struct Arguments {
     replay::ReplayOptions options;
@@ -39,6 +41,8 @@ bool readArguments(int argc, char** argv, Arguments& arguments) {
             arguments.scenarios.push_back(text);
         } else if (text == "--") {
             optionsEnded = true;
+        } else if (text == "--interactive") {
+            arguments.options.answers = true;
         } else if (text == "--no-log") {
             arguments.options.log = false;
         } else if (text == "--help") {
@@ -50,6 +54,10 @@ bool readArguments(int argc, char** argv, Arguments& arguments) {
         } else {
             return false;
         }
+    }
+    if (arguments.options.answers) {
+        if (!arguments.scenarios.empty()) return false;
+        arguments.scenarios.emplace_back("-");
     }
     return arguments.help || !arguments.scenarios.empty();
 }

@@ -247,4 +247,9 @@ void COutput::flush() {
     m_buffer.clear();
 }
 
+void COutput::endAnswer() {
+    m_buffer.push_back('\n');
+    flush();
+}
+
 }  // namespace replay

@@ -101,6 +101,8 @@ public:
     void forgetTime() { m_nAtMillis = m_nOffsetSpan = -1; }
 
     void flush();
+    /// Ends what one line of input gave with an empty line, and flushes.
+    void endAnswer();
 
 private:
     Sink m_sink;

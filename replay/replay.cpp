@@ -17,7 +17,9 @@ public:
     CFilePlay(CLineReader& reader, const ReplayOptions& options, COutput& output,
               IReplayWatcher& watcher)
         : m_reader(reader),
+          m_output(output),
           m_watcher(watcher),
+          m_bAnswers(options.answers),
           m_session({QString::fromStdString(options.dataDir), options.log, watcher.requests()},
                     output) {
         if (!options.journal.empty()) m_journal.emplace(options.journal);
@@ -44,6 +46,10 @@ private:
         std::string_view line;
         while (m_reader.next(line)) {
             play(m_parser.parse(line));
+            if (m_bAnswers) {
+                m_session.rest();
+                m_output.endAnswer();
+            }
             if (m_reader.number() % PROGRESS_LINES == 0) m_watcher.progress(m_reader.progress());
         }
     }
@@ -62,7 +68,9 @@ private:
     }
 
     CLineReader& m_reader;
+    COutput& m_output;
     IReplayWatcher& m_watcher;
+    const bool m_bAnswers;
     CEventParser m_parser;
     CSession m_session;
     std::optional<CJournal> m_journal;

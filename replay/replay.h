@@ -12,6 +12,7 @@ struct ReplayOptions {
     std::string dataDir;  ///< empty: a temporary one per scenario
     std::string journal;  ///< empty: none
     bool log = true;
+    bool answers = false;  ///< each line is answered before the next is read
 };
 
 /// Looks on while a scenario is played.

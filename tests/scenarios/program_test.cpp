@@ -1,11 +1,14 @@
 #include "tests/support/playing.h"
 
+#include <QProcess>
+
 #include <sys/wait.h>
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <string>
+#include <utility>
 
 /// The programs as they are called: exit status, standard output, standard error.
 namespace {
@@ -65,6 +68,7 @@ TEST_F(Programs, ReplayTellsHowItEndedAndWhere) {
          path("good") + ": the journal would overwrite it\n"},
         {"--no-log --journal @none/x @good", 2, 0, "cannot be written"},
         {"--data-dir", 2, 0, "usage: linkage-replay "},
+        {"--interactive @good", 2, 0, "usage: linkage-replay "},
         {"--other @good", 2, 0, "usage: linkage-replay "},
         {"", 2, 0, "usage: linkage-replay "},
     };
@@ -86,6 +90,37 @@ TEST_F(Programs, ReplayTellsHowItEndedAndWhere) {
     EXPECT_EQ(homeless.status, 1);
     EXPECT_NE(homeless.errors.find("no temporary directory"), std::string::npos);
     EXPECT_TRUE(run(LINKAGE_REPLAY " --help").output.starts_with("usage: linkage-replay "));
+}
+
+TEST_F(Programs, ReplayAnswersEachLineBeforeItReadsTheNext) {
+    QProcess replay;
+    replay.start(QStringLiteral(LINKAGE_REPLAY),
+                 {QStringLiteral("--interactive"), QStringLiteral("--no-log")});
+    ASSERT_TRUE(replay.waitForStarted());
+    const auto answer = [&](const std::string& line) {
+        replay.write((line + "\n").c_str());
+        QByteArray text;
+        while (text != "\n" && !text.endsWith("\n\n") && replay.waitForReadyRead(60'000)) {
+            text += replay.readAllStandardOutput();
+        }
+        return text.toStdString();
+    };
+    const auto end = [](std::string text) { return std::move(text) + "\n"; };
+    EXPECT_EQ(answer(R"({"do":"config","now":"2024-01-02 09:30:00"})"), "\n");
+    EXPECT_EQ(answer(R"({"do":"init"})"), "\n");
+    EXPECT_EQ(answer("# has no answer\n"
+                     R"({"do":"call","op":"getTradeDate"})"),
+              end(TRADE_DATE));
+    // A report is answered as well, although reports may be handed over many at a time.
+    EXPECT_EQ(answer(R"({"do":"account","key":"A"})"), "\n");
+    EXPECT_EQ(answer(R"({"do":"accountReady","account":"A"})"), "\n");
+    EXPECT_NE(answer(R"({"do":"order","account":"A","key":1,"market":"SH","code":"600000",)"
+                     R"("side":"buy","price":10,"volume":100,"status":50,"strategy":"s"})"),
+              "\n");
+    EXPECT_EQ(answer(R"({"do":"call","op":"none"})"), "");
+    ASSERT_TRUE(replay.state() == QProcess::NotRunning || replay.waitForFinished());
+    EXPECT_EQ(replay.exitCode(), 2);
+    EXPECT_EQ(replay.readAllStandardError().toStdString(), "-:8: unknown \"op\": \"none\"\n");
 }
 
 TEST_F(Programs, ReplayWritesAJournalForEachScenario) {
