@@ -1,5 +1,6 @@
 #include "bench/measure.h"
 #include "bench/programs.h"
+#include "platform/log.h"
 
 #include <benchmark/benchmark.h>
 
@@ -50,6 +51,16 @@ double strandSeconds(const Workload& day, std::uint32_t producers) {
         for (std::thread& thread : threads) thread.join();
         program.waitApplied();
     });
+}
+
+/// A storm of reports from four threads, whose lines either go nowhere, as in a client that
+/// configured no log, or are switched off.
+double stormSeconds(const Workload& day, ELogLevel level) {
+    constexpr std::uint32_t PRODUCERS = 4;
+    g_VexStdLogger.setLevel(level);
+    const double taken = strandSeconds(day, PRODUCERS);
+    g_VexStdLogger.setLevel(ELogLevel::Off);
+    return taken;
 }
 
 /// Bytes that a program takes for the orders, which must outlive it.
@@ -121,6 +132,12 @@ void addIntake() {
         [day] { return playSeconds<CTextbookProgram>(day->get()); });
     add("strand/one", 5, day->reports(), [day] { return strandSeconds(day->get(), 1); });
     add("strand/two", 5, day->reports(), [day] { return strandSeconds(day->get(), 2); });
+    for (int turn = 0; turn < 3; ++turn) {
+        add("storm/silent", 2, day->reports(),
+            [day] { return stormSeconds(day->get(), ELogLevel::Off); });
+        add("storm/log without appender", 2, day->reports(),
+            [day] { return stormSeconds(day->get(), ELogLevel::Info); });
+    }
     addMemory<CLimitProgram>("limit");
     addMemory<CLibraryProgram>("library");
     addMemory<CTextbookProgram>("textbook");

@@ -1,10 +1,10 @@
 #include "bench/measure.h"
 #include "bench/programs.h"
+#include "platform/log.h"
 
 #include <QCoreApplication>
 
 #include <benchmark/benchmark.h>
-#include <log4cxx/logger.h>
 #include <malloc.h>
 
 #include <fmt/format.h>
@@ -44,7 +44,7 @@ int main(int argc, char** argv) {
     mallopt(M_MMAP_THRESHOLD, 1 << 30);
     mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
     const QCoreApplication application(argc, argv);
-    log4cxx::Logger::getLogger("linkage")->setLevel(log4cxx::Level::getOff());
+    g_VexStdLogger.setLevel(ELogLevel::Off);
     if (argc > 1 && std::string_view(argv[1]) == "--guard") {
         bench::libraryOptions().guard = true;
         fmt::print("with the guard of balances\n");

@@ -4,7 +4,6 @@
 #include "desk/style.h"
 #include "desk/texts.h"
 #include "linkage/version.h"
-#include "platform/log.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -104,9 +103,6 @@ int main(int argc, char** argv) {
     std::optional<QTemporaryDir> temporary;
     if (arguments.engine.dataDir.isEmpty()) arguments.engine.dataDir = temporary.emplace().path();
 
-    // Without a configuration the log would only report that it has none.
-    if (!qEnvironmentVariableIsSet("LOG4CXX_CONFIGURATION"))
-        g_VexStdLogger.setTap([](std::string_view, const std::string&) {});
     const desk::CTranslation translation(arguments.locale);
     desk::style::apply(application);
     if (!arguments.shot.isEmpty()) arguments.engine.speed = desk::UNPACED;

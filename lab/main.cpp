@@ -169,7 +169,7 @@ int main(int argc, char** argv) {
         return 0;
     }
     replay::setTimeZone("Asia/Shanghai");
-    g_VexStdLogger.setSilent(true);
+    g_VexStdLogger.setLevel(ELogLevel::Off);
     try {
         return arguments.one ? tellOne(arguments) : runAll(arguments);
     } catch (const std::exception& fault) {

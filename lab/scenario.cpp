@@ -54,7 +54,7 @@ std::vector<SentLine> sentByReplay(const std::string& path) {
     CCommands commands;
     replay::COutput output([](std::string_view) {});
     const std::string fault = replay::playFile(path, {}, output, &commands);
-    g_VexStdLogger.setSilent(true);  // a session lets the log speak when it ends
+    g_VexStdLogger.setLevel(ELogLevel::Off);  // a session lets the log speak when it ends
     if (!fault.empty()) throw std::runtime_error(fault);
     return commands.sent;
 }

@@ -10,37 +10,57 @@
 #include <string>
 #include <string_view>
 
+/// How much a line matters.
+enum class ELogLevel {
+    Info,     ///< what is done, step by step
+    Warning,  ///< something is left out, refused, or asked for again
+    Error,    ///< a service or the disk failed
+    Off       ///< no line has it: the level of a log that says nothing
+};
+
 /// The client's log.
 ///
 /// A line consists of the logger's name, the qualified name of the operation and the message:
 /// "[{0}] [{1}] {2}". It goes to the log4cxx logger "linkage", so levels, files and layouts are
-/// configured as everywhere in the client.
+/// configured as everywhere in the client; while no appender is there, nothing is composed. A
+/// client with a log of its own takes the lines with setReceiver().
 ///
 /// Threads: any. Failure: writing a log line never throws.
 class PLATFORM_EXPORT CVexLogger {
 public:
-    /// Takes every line in place of log4cxx, on the thread that writes it.
-    using Tap = std::function<void(std::string_view operation, const std::string& message)>;
+    struct Line {
+        ELogLevel level = ELogLevel::Info;
+        std::string_view operation;  ///< qualified name, as "TC::CLinkageManager::doStockBalance"
+        std::string_view message;
+    };
+
+    /// Called on the thread that writes the line, often under the manager's lock: it must not
+    /// wait. What the line names is valid during the call.
+    using Receiver = std::function<void(const Line& line)>;
 
     CVexLogger();
     ~CVexLogger();
 
-    /// Whether a line at information level would go anywhere. Ask before composing.
-    bool isInfoEnabled() const;
+    /// Whether a line of this level would go anywhere. Ask before composing.
+    bool isEnabled(ELogLevel level) const noexcept;
 
-    void info(const char* operation, const std::string& message) noexcept;
-    void error(const char* operation, const std::string& message) noexcept;
+    void write(ELogLevel level, const char* operation, const std::string& message) noexcept;
+    void info(const char* operation, const std::string& message) noexcept {
+        write(ELogLevel::Info, operation, message);
+    }
+    void error(const char* operation, const std::string& message) noexcept {
+        write(ELogLevel::Error, operation, message);
+    }
 
-    /// Diverts the log (an empty tap ends it). Not while other threads are logging.
-    void setTap(Tap tap);
+    /// Gives all lines to the client's own log in place of log4cxx; an empty receiver gives them
+    /// back. A line that another thread is writing may still reach the receiver of before.
+    void setReceiver(Receiver receiver);
 
-    /// A silent log drops every line, and VEX_INFO does not even compose it. Not while other
-    /// threads are logging.
-    void setSilent(bool silent);
+    /// Drops lines below a level before they are composed; Info, which drops none, at first.
+    void setLevel(ELogLevel from) noexcept;
 
 private:
     struct Sink;
-    void write(bool error, const char* operation, const std::string& message) noexcept;
     std::unique_ptr<Sink> m_pSink;
 };
 
@@ -54,9 +74,11 @@ PLATFORM_EXPORT std::string accountLogKey(
 
 }  // namespace LOGPRINT
 
-/// Logs at information level; the arguments are not evaluated when nobody listens.
-#define VEX_INFO(operation, ...)                                        \
-    do {                                                                \
-        if (g_VexStdLogger.isInfoEnabled())                             \
-            g_VexStdLogger.info(operation, ::fmt::format(__VA_ARGS__)); \
+/// Logs at a level; the arguments are not evaluated when nobody listens.
+#define VEX_LOG(level, operation, ...)                                          \
+    do {                                                                        \
+        if (g_VexStdLogger.isEnabled(level))                                    \
+            g_VexStdLogger.write(level, operation, ::fmt::format(__VA_ARGS__)); \
     } while (0)
+#define VEX_INFO(operation, ...) VEX_LOG(ELogLevel::Info, operation, __VA_ARGS__)
+#define VEX_WARNING(operation, ...) VEX_LOG(ELogLevel::Warning, operation, __VA_ARGS__)

@@ -130,21 +130,21 @@ void CSignalObserver::plain(boost::signals2::signal<void()>& signal, std::string
 }
 
 CLogObserver::CLogObserver(COutput* output) : m_output(output) {
-    g_VexStdLogger.setSilent(!m_output);
-    g_VexStdLogger.setTap([this](std::string_view, const std::string& message) {
+    g_VexStdLogger.setLevel(m_output ? ELogLevel::Info : ELogLevel::Off);
+    g_VexStdLogger.setReceiver([this](const CVexLogger::Line& logged) {
         if (m_bMuted) return;
         if (std::this_thread::get_id() == m_owner) {
-            line(message);
+            line(logged.message);
             return;
         }
         const std::lock_guard lock(m_mutex);
-        m_foreign.push_back(message);
+        m_foreign.emplace_back(logged.message);
     });
 }
 
 CLogObserver::~CLogObserver() {
-    g_VexStdLogger.setTap({});
-    g_VexStdLogger.setSilent(false);
+    g_VexStdLogger.setReceiver({});
+    g_VexStdLogger.setLevel(ELogLevel::Info);
 }
 
 void CLogObserver::collect() {
@@ -156,7 +156,7 @@ void CLogObserver::collect() {
     for (const std::string& message : lines) line(message);
 }
 
-void CLogObserver::line(const std::string& message) {
+void CLogObserver::line(std::string_view message) {
     CJsonWriter& out = m_output->beginLine();
     out.written(m_output->at());
     out.member("out", "log");

@@ -64,7 +64,7 @@ public:
     void mute(bool muted) { m_bMuted = muted; }
 
 private:
-    void line(const std::string& message);
+    void line(std::string_view message);
 
     COutput* m_output;
     std::atomic<bool> m_bMuted{false};

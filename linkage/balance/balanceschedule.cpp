@@ -17,8 +17,8 @@ constexpr std::int64_t WATCHDOG_MICROS = 1'000'000;
 
 void CLinkageManager::addBalanceTime(const std::string& key, const std::string& time) {
     if ((m_options.guard || m_options.keepBalanceTimes) && !isTimeOfDay(time)) {
-        VEX_INFO("TC::CLinkageManager::addBalanceTime", "{0}: \"{1}\" is no time of day", key,
-                 time);
+        VEX_WARNING("TC::CLinkageManager::addBalanceTime", "{0}: \"{1}\" is no time of day", key,
+                    time);
         return;
     }
     m_pBalance->m_balanceTimes.with([&](auto& times) { times[key] = time; });

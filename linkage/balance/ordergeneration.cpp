@@ -41,8 +41,8 @@ bool CLinkageManager::sendGuarded(const GuardPair& pair, EBalanceForm form) {
     if (m_pGuarded) {
         m_pGuarded->sendAtOnce(pair, form);
     } else {
-        VEX_INFO("TC::CLinkageManager::sendGuarded", "{0} : nothing is balanced before init",
-                 pair.account);
+        VEX_WARNING("TC::CLinkageManager::sendGuarded", "{0} : nothing is balanced before init",
+                    pair.account);
     }
     return true;
 }

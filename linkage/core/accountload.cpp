@@ -212,11 +212,11 @@ void CLinkageManager::noteReconciliation(const Reconciliation& found) {
     m_pReconciliations->add(found);
     if (!found.any()) return;
     if (m_options.guard) {
-        VEX_INFO("CLinkageManager::reconcile",
-                 "account {0}, {1}: orders {2} new, {3} changed, {4} gone; deals {5} new, {6} "
-                 "gone; positions {7} differ",
-                 found.account, textOf(found.cause), found.orders.added, found.orders.changed,
-                 found.orders.gone, found.deals.added, found.deals.gone, found.positions.size());
+        VEX_WARNING("CLinkageManager::reconcile",
+                    "account {0}, {1}: orders {2} new, {3} changed, {4} gone; deals {5} new, {6} "
+                    "gone; positions {7} differ",
+                    found.account, textOf(found.cause), found.orders.added, found.orders.changed,
+                    found.orders.gone, found.deals.added, found.deals.gone, found.positions.size());
     }
     raise("CLinkageManager::reconcile", sigReconciled, found);
 }

@@ -71,8 +71,8 @@ CFileSaver::Texts CFileSaver::load() {
             m_set.keepCopyOf(name);
         }
         const bool large = read == IFileSystem::ERead::TooLarge;
-        VEX_INFO("TC::CLinkageManager::readFromFile", "file {0}, left as it is : {1}",
-                 large ? "too large" : "not readable", m_set.pathOf(name));
+        VEX_WARNING("TC::CLinkageManager::readFromFile", "file {0}, left as it is : {1}",
+                    large ? "too large" : "not readable", m_set.pathOf(name));
     }
     return texts;
 }

@@ -77,8 +77,8 @@ void CLinkageManager::addHistoryStat(const std::string& key, TradeStatData stat)
         return true;
     });
     if (!added) {
-        VEX_INFO(operation, "key {0} refused: a figure is no number or has no room in its total",
-                 key);
+        VEX_WARNING(operation, "key {0} refused: a figure is no number or has no room in its total",
+                    key);
         return;
     }
     m_pHistory->m_alreadyAddedKeys.insert(key);
@@ -108,8 +108,9 @@ void CLinkageManager::addHistoryLinkdata(const std::string& accountKey,
         if (!stocks->getInstrumentDetail(Pim::sToQs(stock))) continue;
 
         if (!canBeHistory(today)) {
-            VEX_INFO(operation, "key {0}, stock {1} refused: bought {2}, sold {3} are no volumes",
-                     historyKey, stock, today.buyVolume, today.sellVolume);
+            VEX_WARNING(operation,
+                        "key {0}, stock {1} refused: bought {2}, sold {3} are no volumes",
+                        historyKey, stock, today.buyVolume, today.sellVolume);
             continue;
         }
 
@@ -118,8 +119,8 @@ void CLinkageManager::addHistoryLinkdata(const std::string& accountKey,
         const auto [at, inserted] =
             m_pHistory->m_historyLinkageData[historyKey].try_emplace(stock, record);
         if (!inserted && !addFigures(*at->second, today, record->m_dCloseValue)) {
-            VEX_INFO(operation, "key {0}, stock {1} refused: its total has no room", historyKey,
-                     stock);
+            VEX_WARNING(operation, "key {0}, stock {1} refused: its total has no room", historyKey,
+                        stock);
             continue;
         }
         const EffectiveFigures kept = effectiveFigures(*at->second, m_bClientType3);
@@ -204,9 +205,9 @@ std::map<std::string, boost::shared_ptr<LinkagePeriodExtData>> CLinkageManager::
     const CLock lock(m_mutex);
     const std::string historyKey = accountKey + strategy;
     if (!m_pHistory->isFree(historyKey, accountKey, strategy)) {
-        VEX_INFO("TC::CLinkageManager::getHistoryOfPair",
-                 "account {0}, strategy {1} has no history: the key {2} is another pair's",
-                 accountKey, strategy, historyKey);
+        VEX_WARNING("TC::CLinkageManager::getHistoryOfPair",
+                    "account {0}, strategy {1} has no history: the key {2} is another pair's",
+                    accountKey, strategy, historyKey);
         return {};
     }
     return getHistoryLinkageData(historyKey);

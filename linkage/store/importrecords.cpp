@@ -407,8 +407,8 @@ ImportReport CLinkageManager::readImport(const QString& path, const ImportTerms&
         report.days.clear();
         report.notes.clear();
         if (files) {
-            VEX_INFO(OPERATION, "Import of {0} refused: {1}", report.path.toStdString(),
-                     report.refusal.toStdString());
+            VEX_WARNING(OPERATION, "Import of {0} refused: {1}", report.path.toStdString(),
+                        report.refusal.toStdString());
         }
     } else if (files) {
         VEX_INFO(OPERATION, "Imported {0}: {1} rows read, {2} taken, {3} new, {4} skipped",

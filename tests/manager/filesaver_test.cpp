@@ -133,9 +133,9 @@ boost::thread noThread(const std::function<void()>&) { return {}; }
 /// The log's lines while it lives.
 struct Log {
     Log() {
-        g_VexStdLogger.setTap([this](std::string_view, const std::string& line) { text += line; });
+        g_VexStdLogger.setReceiver([this](const CVexLogger::Line& line) { text += line.message; });
     }
-    ~Log() { g_VexStdLogger.setTap({}); }
+    ~Log() { g_VexStdLogger.setReceiver({}); }
     bool has(const std::string& part) const { return text.find(part) != text.npos; }
     std::string text;
 };

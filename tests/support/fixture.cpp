@@ -66,9 +66,9 @@ Fixture::Fixture(Settings settings) : m_settings(std::move(settings)) {
         if (Manager::exists()) Manager::instance()->finishSaves();
         return false;
     });
-    g_VexStdLogger.setTap([this](std::string_view operation, const std::string& text) {
+    g_VexStdLogger.setReceiver([this](const CVexLogger::Line& line) {
         const std::lock_guard lock(m_seenMutex);
-        m_seen.log.push_back({now(), std::string(operation), text});
+        m_seen.log.push_back({now(), std::string(line.operation), std::string(line.message)});
     });
     paper::ClientConfig config;
     config.clientType = m_settings.clientType;
@@ -89,7 +89,7 @@ Fixture::~Fixture() {
     release();
     m_pClient.reset();
     m_pLoop.reset();
-    g_VexStdLogger.setTap({});
+    g_VexStdLogger.setReceiver({});
 }
 
 // ----------------------------------------------------------------- reference data
