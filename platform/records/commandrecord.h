@@ -14,7 +14,9 @@ struct PLATFORM_EXPORT CCommandRecord {
     std::string m_strTradeDate;      ///< "yyyyMMdd"
     std::string m_strStrategyName;   ///< primary name
     std::string m_strStrategyName2;  ///< secondary name
-    std::string m_strTag;            ///< "历史配平" for balances of history
+    /// "历史配平" for balances of history, as the command said (see COrderComandParam); whoever has
+    /// this tag is in the figures of history, not of the day.
+    std::string m_strTag;
     /// The number that the command center gave the command (see CDovCommandCenter); 0: not known.
     int m_nCommand = 0;
 };

@@ -9,7 +9,7 @@
 
 namespace vexservice {
 
-/// The kinds of records that the data center hands out and announces.
+/// The kinds of records that the data center hands out and announces, each with its class.
 enum EDataType : int {
     DATA_TASK = 541,      ///< CTaskDetail, of all accounts together
     DATA_ORDER = 542,     ///< COrderDetail

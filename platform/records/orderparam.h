@@ -34,6 +34,8 @@ struct COrderComandParam {
     bool m_bGroup = false;
     bool m_bFurther = false;
     std::string m_strStrategyName;
+    /// The strategy, too, or "历史配平" when the command balances history: then the tag of its
+    /// orders, deals and tasks (CCommandRecord::m_strTag).
     std::string m_strStrategyName2;
     int m_nStrategyMarker = 0;
 };

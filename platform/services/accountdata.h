@@ -17,7 +17,8 @@ public:
     virtual boost::shared_ptr<CAccountInfo> getAccountInfo() const = 0;
 
     /// Appends the newest report of each record of one EDataType, in the order in
-    /// which the records first appeared. Unknown types give nothing.
+    /// which the records first appeared. Each record has the class of its type (see EDataType), and
+    /// none is null. Unknown types give nothing.
     virtual void getVector(int type, std::vector<boost::shared_ptr<IData>>& records) const = 0;
 };
 

@@ -22,7 +22,13 @@ class PLATFORM_EXPORT CDovCommandCenter {
 public:
     virtual ~CDovCommandCenter() = default;
 
-    /// Sends the orders of a command. `completion` may be empty.
+    /// Sends the orders of a command. `completion` may be empty. The library always gives `checked`
+    /// as true and `source` as 0; a command center need not look at them. Who starts balances is
+    /// the client: the library calls this only after it was asked for one.
+    ///
+    /// The carriers of the orders, and of their deals, have the strategy names that the orders
+    /// had. The command's tag comes back: when its secondary strategy name is "历史配平", that text
+    /// is the tag of these carriers, and no other carrier has it.
     ///
     /// The completion names the command: it is called without an error and with a number above 0
     /// that no other command has, after this call and before any report of the command's orders.

@@ -36,7 +36,10 @@ public:
 /// The client's quotes. Stocks are named by their stock key ("SH600000").
 ///
 /// Threads: calls from any thread; callbacks on the quote client's thread, never inside a
-/// call. A caller may hold locks: no call waits for a callback.
+/// call, and with no lock of the quote client held. A caller may hold locks: no call waits for a
+/// callback.
+/// Order: a price is kept before it is delivered; whoever hears of it gets it, or a newer one, from
+/// getStockPrice().
 /// Ownership: the client installs it before a manager's init() and takes it away after the manager
 /// has gone; the caller holds the requests that he made.
 /// Failure: nothing throws; what is not known is an empty pointer or an empty list.

@@ -20,8 +20,8 @@ namespace TC {
 /// The client's connection to the trading server.
 ///
 /// Threads: calls from any thread; they return at once. Answers of history queries
-/// come on a thread of the trade client, at most once each; a broken connection may
-/// lose one. The signal is emitted on the trade client's thread.
+/// come on a thread of the trade client, never inside the call, at most once each; a broken
+/// connection may lose one. The signal is emitted on the trade client's thread.
 /// Ownership: the client installs it before a manager's init() and takes it away after the manager
 /// has gone; nobody changes a record that was passed to it.
 /// Failure: nothing throws; an answer reports its error.
@@ -38,7 +38,9 @@ public:
     ~CTradeClient() override;
 
     /// Asks for the cancellation of an order; its outcome is seen only in later
-    /// reports of the order. `error` says why a request could not be sent.
+    /// reports of the order. Gives true when the request was sent; otherwise false, and `error`
+    /// says why. A cancellation that comes too late changes nothing. The library always gives
+    /// `batch` as -1, `remark` as "" and no `aux`; a trade client need not look at them.
     virtual bool cancelOrder(const boost::shared_ptr<vexservice::COrderDetail>& order,
                              QString& error, int batch, QString remark,
                              const boost::shared_ptr<COrderAuxInfo>& aux) = 0;
@@ -54,7 +56,7 @@ public:
                                    const DealsAnswer& answer) = 0;
 
 Q_SIGNALS:
-    /// The data of an account was initialised.
+    /// The data of an account was initialised: the data center has its info and its records.
     void sigInitedAccountData(const vexservice::CAccountInfo& accountInfo);
 };
 

@@ -14,8 +14,16 @@ namespace vexservice {
 
 /// The trade data center: every account, its records, and news of them.
 ///
-/// Threads: any. Callbacks come on the data center's own threads. A callback that was under way
-/// when its connection was cut may still come once.
+/// Threads: any. Callbacks come on the data center's own threads, and with no lock of the data
+/// center held. A callback that was under way when its connection was cut may still come once.
+/// Order: a record is kept before it is announced; whoever hears of it finds it, or a newer report
+/// of it, among the account's records. Reports of one record come in their order: what has traded
+/// never falls, and an order that was final does not run again. The newest report of each record
+/// was announced, unless a load of the whole account brought it, which
+/// CTradeClient::sigInitedAccountData tells.
+/// Dates: each order and deal has its trade date. Those of other dates may be among an account's
+/// records; they belong to that account and to the strategy of their own carrier, and count under
+/// their own date.
 /// Ownership: records and accounts are shared and outlive their replacement.
 /// Failure: an unknown account gives an empty pointer, nothing throws.
 class PLATFORM_EXPORT IDataCenter {
@@ -39,7 +47,8 @@ public:
     virtual std::string getTradingDate() const = 0;
 
     /// News of one EDataType of one account, or of all accounts with an empty key.
-    /// Subscribing delivers nothing by itself.
+    /// Subscribing delivers nothing by itself. The library always gives `filter` as "", which means
+    /// all news of the type; a data center need not know any other.
     virtual boost::signals2::connection subscribe(const std::string& accountKey, int type,
                                                   const std::string& filter,
                                                   const Callback& callback) = 0;
@@ -57,7 +66,7 @@ public:
 class PLATFORM_EXPORT ITaskCenter {
 public:
     virtual ~ITaskCenter() = default;
-    /// Empty when the client runs no task of this number.
+    /// By the task's record key. Empty when the client runs no task of this number.
     virtual boost::shared_ptr<ITaskHandler> getTaskHandler(std::uint64_t taskNumber) = 0;
 };
 
