@@ -8,11 +8,12 @@ set(config ${CMAKE_INSTALL_LIBDIR}/cmake/linkage)
 
 install(TARGETS platform linkage EXPORT targets
   LIBRARY COMPONENT library NAMELINK_COMPONENT development)
-install(TARGETS paper EXPORT targets ARCHIVE COMPONENT development)
+install(TARGETS paper adaptercheck EXPORT targets ARCHIVE COMPONENT development)
 
 # Of the library only what a client may include.
 file(GLOB_RECURSE public RELATIVE ${PROJECT_SOURCE_DIR} platform/*.h paper/*.h)
 list(APPEND public
+  adaptercheck/adaptercheck.h
   linkage/export.h linkage/version.h
   linkage/balance/balancebook.h linkage/balance/balanceplan.h linkage/balance/balancerule.h
   linkage/core/balanceasker.h linkage/core/clinkagemanager.h linkage/core/linkageoptions.h
@@ -26,7 +27,8 @@ foreach(header IN LISTS public)
   install(FILES ${header} DESTINATION ${headers}/${folder} COMPONENT development)
 endforeach()
 
-foreach(program linkage-replay linkage-day linkage-makeday linkage-desk linkage-lab)
+foreach(program linkage-replay linkage-day linkage-makeday linkage-desk linkage-lab
+                linkage-adapter-check)
   if(TARGET ${program})
     set_target_properties(${program} PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
     install(TARGETS ${program} RUNTIME COMPONENT tools)

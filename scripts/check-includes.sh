@@ -15,6 +15,8 @@ linkage/balance  linkage/core linkage/ledger linkage common platform
 linkage/store    linkage/balance linkage/core linkage/ledger linkage common platform
 linkage/draw     linkage platform
 paper            linkage/core common platform
+adaptercheck     platform
+adaptercheck/program adaptercheck paper linkage platform
 replay           paper linkage/* common platform
 desk             replay paper linkage/* common platform
 examples         paper linkage/* platform
@@ -22,15 +24,15 @@ lab              replay paper linkage/* common platform
 textbook         linkage/core linkage/ledger linkage common platform
 fuzz             replay paper linkage/* common platform
 bench            textbook replay paper linkage/* common platform
-tests            lab desk textbook replay paper linkage/* common platform
+tests            adaptercheck adaptercheck/program lab desk textbook replay paper linkage/* common platform
 '
 
 git ls-files -co --exclude-standard -- '*.h' '*.cpp' | xargs grep -oE '^#include "[^"]+"' |
     awk -v table="$table" '
-    # The folder of a path: two steps of it within linkage, else one.
+    # The folder of a path: two steps of it within linkage and adaptercheck, else one.
     function folder(path,   steps, count) {
         count = split(path, steps, "/")
-        return steps[1] == "linkage" && count > 2 ? steps[1] "/" steps[2] : steps[1]
+        return (steps[1] == "linkage" || steps[1] == "adaptercheck") && count > 2 ? steps[1] "/" steps[2] : steps[1]
     }
     BEGIN {
         rows = split(table, lines, "\n")

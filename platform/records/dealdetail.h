@@ -12,7 +12,7 @@ struct PLATFORM_EXPORT CDealDetail : INumberedData {
     EOffset_Flag_Type m_eOffsetFlag = OFFSET_NONE;
     int m_nVolume = 0;       ///< shares
     double m_dPrice = 0.0;   ///< yuan
-    double m_dAmount = 0.0;  ///< yuan
+    double m_dAmount = 0.0;  ///< yuan: what its shares cost together
     std::string m_strMarket;
     std::string m_strCode;
     std::string m_strTradeDate;     ///< "yyyyMMdd"
