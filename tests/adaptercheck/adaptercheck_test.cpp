@@ -12,7 +12,11 @@
 namespace adaptercheck {
 
 // So that a test prints what it compares.
-void PrintTo(const Result& result, std::ostream* out) { *out << result.reason; }
+void PrintTo(EVerdict verdict, std::ostream* out) {
+    *out << (verdict == EVerdict::Passed   ? "passed"
+             : verdict == EVerdict::Failed ? "failed"
+                                           : "skipped");
+}
 
 namespace {
 
@@ -25,6 +29,21 @@ Result runOne(const Case& each, const Factory& factory) {
 TEST(AdapterCheck, ThePaperClientPassesEveryCase) {
     for (const Case& each : allCases()) {
         const Result result = runOne(each, [] { return std::make_unique<CPaperAdapter>(); });
+        EXPECT_EQ(result.verdict, EVerdict::Passed) << each.name << ": " << result.reason;
+    }
+}
+
+/// Delivers on another thread, and never says that nothing more comes.
+struct Threaded : CPaperAdapter {
+    bool settle() override {
+        std::thread([this] { CPaperAdapter::settle(); }).join();
+        return false;
+    }
+};
+
+TEST(AdapterCheck, AnAdapterWithThreadsOfItsOwnPassesToo) {
+    for (const Case& each : allCases()) {
+        const Result result = runOne(each, [] { return std::make_unique<Threaded>(); });
         EXPECT_EQ(result.verdict, EVerdict::Passed) << each.name << ": " << result.reason;
     }
 }
@@ -144,6 +163,7 @@ TEST(AdapterCheckDeathTest, ACaseThatBlocksIsAFailure) {
 }  // namespace adaptercheck
 
 int main(int argc, char** argv) {
+    if (!qEnvironmentVariableIsSet("TZ")) qputenv("TZ", "Asia/Shanghai");
     testing::InitGoogleTest(&argc, argv);
     const QCoreApplication application(argc, argv);
     return RUN_ALL_TESTS();
