@@ -11,7 +11,7 @@
 
 #include <QDateTime>
 
-#include <boost/make_shared.hpp>
+#include <boost/thread/lock_guard.hpp>
 
 #include <cmath>
 

@@ -14,7 +14,7 @@ using namespace vexservice;
 
 namespace {
 
-std::string contentOf(const boost::shared_ptr<CCommandRecord>& carrier) {
+std::string carried(const boost::shared_ptr<CCommandRecord>& carrier) {
     if (!carrier) return "-";
     return fmt::format("{}/{}/{}/{}", carrier->m_strStrategyName, carrier->m_strStrategyName2,
                        carrier->m_strTag, carrier->m_nCommand);
@@ -29,17 +29,17 @@ std::string contentOf(const IData& record) {
                             int{order->m_eStatus}, order->m_nVolume, order->m_nTradedVolume,
                             order->m_dPrice, order->m_dTradedAmount, order->m_strMarket,
                             order->m_strCode, order->m_strTradeDate, order->m_strRemark,
-                            contentOf(order->m_pCommand));
+                            carried(order->m_pCommand));
     } else if (const auto* deal = dynamic_cast<const CDealDetail*>(&record)) {
         text += fmt::format(" {} {} {} {} {} {} {} {} {} {}", int{deal->m_eDirection},
                             deal->m_nVolume, deal->m_dPrice, deal->m_dAmount, deal->m_strMarket,
                             deal->m_strCode, deal->m_strTradeDate, deal->m_strTradeTime,
-                            deal->m_nOrderKey, contentOf(deal->m_pCommand));
+                            deal->m_nOrderKey, carried(deal->m_pCommand));
     } else if (const auto* position = dynamic_cast<const CPositionStatics*>(&record)) {
         text += fmt::format(" {} {} {} {}", position->m_strMarket, position->m_strCode,
                             position->m_nVolume, position->m_nAvailable);
     } else if (const auto* task = dynamic_cast<const CTaskDetail*>(&record)) {
-        text += fmt::format(" {} {}", int{task->m_eStatus}, contentOf(task->m_pCommand));
+        text += fmt::format(" {} {}", int{task->m_eStatus}, carried(task->m_pCommand));
         for (const auto& item : task->m_items) {
             if (item) text += fmt::format(" {}/{}", item->m_nVolume, item->m_nTradedVolume);
         }

@@ -27,7 +27,7 @@ PricePtr quoted(CStage& stage, double last) {
     const QString key = QString::fromStdString(stock(stage));
     need(stage.adapter().quote(last), "quotes");
     stage.await([&] { return isLast(quotes().getStockPrice(key), last); });
-    const PricePtr price = quotes().getStockPrice(key);
+    PricePtr price = quotes().getStockPrice(key);
     expect(isLast(price, last), "the stock was quoted at " + std::to_string(last) +
                                     ", and its newest price is " +
                                     (price ? std::to_string(price->m_dLastPrice) : "unknown"));

@@ -59,7 +59,7 @@ void newestIsAnnounced(CStage& stage) {
             accountData(account(stage))->getVector(type, records);
             for (const auto& record : records) {
                 if (!record) continue;
-                const std::string kept = contentOf(*record);
+                std::string kept = contentOf(*record);
                 const auto last = std::find_if(heard.rbegin(), heard.rend(), [&](const News& each) {
                     return each.type == type && each.record &&
                            each.record->getKey() == record->getKey();
@@ -74,6 +74,7 @@ void newestIsAnnounced(CStage& stage) {
 
 void newestOnceInOrder(CStage& stage) {
     std::vector<std::uint64_t> keys;
+    keys.reserve(3);
     for (int times = 0; times < 3; ++times) keys.push_back(restingOrder(stage, 100)->recordKey());
     need(stage.adapter().fill(100), "filling orders");
     stage.await([&] {

@@ -68,6 +68,7 @@ void picturesAreConsistent(CStage& stage) {
         } while (!over);
     };
     std::vector<std::thread> readers;
+    readers.reserve(READERS);
     for (int at = 0; at < READERS; ++at) {
         readers.emplace_back([&] {
             try {
