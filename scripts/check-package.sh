@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs a build in a folder of its own, and builds and runs the examples from there.
+# Installs a build in a folder of its own, compiles each header alone in C++17, and builds and runs
+# the examples from there.
 #     scripts/check-package.sh BUILDDIR
 set -euo pipefail
 build=$(cd "$1" && pwd)
@@ -11,13 +12,24 @@ prefix=$work/installed
 cmake --install "$build" --prefix "$prefix" >"$work/log" || { cat "$work/log" >&2; exit 1; }
 [[ $("$prefix/bin/linkage-replay" --version) == "linkage-replay $(sed -n 's/.*VERSION\[\] = "\(.*\)".*/\1/p' "$root/linkage/version.h")" ]]
 
+# Every header alone: what it needs it includes, and it needs no more than C++17. The second
+# compiler sees the headers without the global alias that a client may do without.
+export PKG_CONFIG_PATH=$prefix/lib/pkgconfig
+read -ra headers_flags <<<"$(pkg-config --cflags linkage)"
+alone() {
+    echo "#include \"$2\"" | "$1" -std=c++17 -Wall -Wextra -Werror -fsyntax-only "${@:3}" -x c++ -
+}
+export -f alone
+(cd "$prefix/include/linkage-1" && find . -name '*.h' -printf '%P\n') >"$work/headers"
+xargs -P2 -I{} bash -c 'alone "$@"' - g++ {} "${headers_flags[@]}" <"$work/headers"
+xargs -P2 -I{} bash -c 'alone "$@"' - clang++-14 {} "${headers_flags[@]}" -DLINKAGE_NO_BSON_ALIAS <"$work/headers"
+
 cmake -S "$root/examples/paper" -B "$work/cmake" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" \
     -DCMAKE_BUILD_TYPE=Debug >"$work/log"
 cmake --build "$work/cmake" >"$work/log" || { cat "$work/log" >&2; exit 1; }
 "$work/cmake/example-paper"
 
 # The same through pkg-config, with clang; the paper client is an archive and stands first.
-export PKG_CONFIG_PATH=$prefix/lib/pkgconfig
 read -ra flags <<<"$(pkg-config --cflags --libs linkage)"
 clang++-14 -std=c++20 "$root/examples/paper/main.cpp" "$prefix/lib/libpaper.a" "${flags[@]}" \
     -lmongoclient -Wl,-rpath,"$prefix/lib" -o "$work/by-pkg-config"

@@ -32,7 +32,6 @@
 #include <memory>
 #include <optional>
 #include <set>
-#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -665,7 +664,7 @@ protected:
     bool sendGuarded(const GuardPair& pair, EBalanceForm form) LINKAGE_REQUIRES(m_mutex);
     void cancelOrders(const std::vector<boost::shared_ptr<vexservice::COrderDetail>>& orders);
     void terminateTasks(const std::vector<boost::shared_ptr<vexservice::CTaskDetail>>& tasks);
-    void onCancelServerTask(const utils::VexError& error, bson::BSONObj result,
+    void onCancelServerTask(const utils::VexError& error, mongo::BSONObj result,
                             const boost::shared_ptr<vexservice::CTaskDetail>& task);
     void doStockBalanceBySignalTask(const std::string& accountkey, const std::string& strategy);
     void doStockBalance(const std::string& accountkey, const std::string& strategy);

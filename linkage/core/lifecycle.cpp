@@ -8,7 +8,7 @@
 #include "linkage/core/published.h"
 #include "linkage/core/quotes.h"
 #include "linkage/core/raise.h"
-#include "linkage/core/reconciliation.h"
+#include "linkage/core/reconciling.h"
 #include "linkage/ledger/daykey.h"
 #include "linkage/ledger/ledger.h"
 #include "platform/log.h"

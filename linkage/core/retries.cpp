@@ -3,7 +3,7 @@
 #include "linkage/core/enginestate.h"
 #include "linkage/core/guarded.h"
 #include "linkage/core/raise.h"
-#include "linkage/core/reconciliation.h"
+#include "linkage/core/reconciling.h"
 #include "platform/log.h"
 #include "platform/utils/keys.h"
 

@@ -59,7 +59,6 @@ Q_SIGNALS:
 }  // namespace TC
 
 Q_DECLARE_METATYPE(TC::EProxyConnectionStatus)
-Q_DECLARE_METATYPE(std::string)
 
 extern template class PLATFORM_EXPORT utils::CManualSingletonT<TC::CExchangeClient>;
 extern template class PLATFORM_EXPORT utils::CSingletonT<TC::CProxyClient>;

@@ -39,7 +39,7 @@ public:
         const std::string& serverTaskKey,
         const boost::shared_ptr<vexservice::CTaskOpRecord>& record,
         const boost::shared_ptr<vexservice::CAccountInfo>& account,
-        const boost::function<void(const utils::VexError&, bson::BSONObj)>& completion) = 0;
+        const boost::function<void(const utils::VexError&, mongo::BSONObj)>& completion) = 0;
 };
 
 }  // namespace TC
