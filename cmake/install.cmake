@@ -17,7 +17,7 @@ list(APPEND public
   linkage/export.h linkage/version.h
   linkage/balance/balancebook.h linkage/balance/balanceplan.h linkage/balance/balancerule.h
   linkage/core/balanceasker.h linkage/core/clinkagemanager.h linkage/core/linkageoptions.h
-  linkage/core/mutex.h linkage/core/reconciliation.h linkage/core/room.h
+  linkage/core/mutex.h linkage/core/reconciliation.h linkage/core/room.h linkage/core/startup.h
   linkage/draw/cenhancedrawmanager.h
   linkage/ledger/types.h
   linkage/stats/periodpoint.h

@@ -96,7 +96,9 @@ class CPublished;
 /// position that the trade data center reports; derives statistics from them; and
 /// balances strategies.
 ///
-/// Life: `utils::CSingletonT<CLinkageManager>::instance()` makes it (its files are read then),
+/// Life: `utils::CSingletonT<CLinkageManager>::instance()` makes it (its files are read then;
+/// without TC::CAppConfig or TC::IDataDirectory it throws utils::ServiceMissing, which names all
+/// that is missing, and a later call makes it),
 /// `init()` connects it to the client, `release()` takes it down and returns when none of its
 /// handlers runs and every save asked for is on disk. A call of instance() during release(), or
 /// in a handler that has called release(), makes a second manager: stop such calls first.
@@ -106,9 +108,10 @@ class CPublished;
 /// copies. What arrives from the client's services is posted to the strand "linkage"
 /// and handled there, one report at a time, in the order of arrival.
 ///
-/// Failure: nothing throws. What cannot be done is logged and left undone. When a slot of the
-/// client throws, the exception is logged and that one raise ends: slots connected after it are
-/// not called, and the manager's work goes on.
+/// Failure: what cannot be done is logged and left undone. When a service that is not installed,
+/// or one that throws, is asked on the thread of a call, the call may throw what the service threw;
+/// the manager stays whole. When a slot of the client throws, the exception is logged and that one
+/// raise ends: slots connected after it are not called, and the manager's work goes on.
 class LINKAGE_EXPORT CLinkageManager : public QObject,
                                        public boost::enable_shared_from_this<CLinkageManager> {
     Q_OBJECT
@@ -125,8 +128,15 @@ public:
     LinkageOptions options() const;
 
     /// Connects the manager to the client's services, requests tasks and accounts and
-    /// starts the calculators. A second call does nothing.
+    /// starts the calculators. Once it has done so, a further call does nothing.
+    ///
+    /// Where something is missing (missingServices() in linkage/core/startup.h), one log line
+    /// names all of it. When init() needs it, or when a service throws while it is asked for the
+    /// trade date or the user's name, nothing is begun, and a later call begins.
     void init();
+
+    /// Whether init() has begun the work.
+    bool isInited() const;
 
     /// Called by release(): shuts the door to late callbacks, waits for handlers on other
     /// threads and finishes saves. Inside a handler, or a slot that the manager called, it does
@@ -553,6 +563,9 @@ protected:
     // life: linkage/core/lifecycle.cpp, guarded.h
     CLinkageManager();
     ~CLinkageManager() override;
+    void askTradeDate() LINKAGE_REQUIRES(m_mutex);
+    void connectClient() LINKAGE_REQUIRES(m_mutex);
+    void startEngine() LINKAGE_REQUIRES(m_mutex);
     /// The one way onto the strand: runs `work` there if the manager still lives.
     void post(boost::function<void()> work);
     /// Wraps a callback of a client's service or a timer: it runs only while the

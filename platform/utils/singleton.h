@@ -2,6 +2,7 @@
 
 #include "platform/export.h"
 
+#include <boost/core/demangle.hpp>
 #include <boost/shared_ptr.hpp>
 
 #include <atomic>
@@ -20,9 +21,12 @@ namespace utils {
 
 /// A service was asked for before the client installed it: a fault in the
 /// client's start-up order, never a state of normal running.
-struct ServiceMissing : std::logic_error {
+struct PLATFORM_EXPORT ServiceMissing : std::logic_error {
     explicit ServiceMissing(const std::type_info& type)
-        : std::logic_error(std::string("no client has installed the service ") + type.name()) {}
+        : std::logic_error("no client has installed the service " +
+                           boost::core::demangle(type.name())) {}
+    /// Of several services at once, in words.
+    explicit ServiceMissing(const std::string& what) : std::logic_error(what) {}
 };
 
 /// One object per process, made on first use.
