@@ -10,7 +10,14 @@ trap 'rm -rf "$work"' EXIT
 prefix=$work/installed
 
 cmake --install "$build" --prefix "$prefix" >"$work/log" || { cat "$work/log" >&2; exit 1; }
-[[ $("$prefix/bin/linkage-replay" --version) == "linkage-replay $(sed -n 's/.*VERSION\[\] = "\(.*\)".*/\1/p' "$root/linkage/version.h")" ]]
+version=$(sed -n 's/.*VERSION\[\] = "\(.*\)".*/\1/p' "$root/linkage/version.h")
+[[ $("$prefix/bin/linkage-replay" --version) == "linkage-replay $version" ]]
+
+# The interface is what it was.
+for name in linkage linkage-platform; do
+    "$root/scripts/exports.sh" "$prefix/lib/lib$name.so" | diff "$root/docs/exports-$name.txt" - ||
+        { echo "lib$name.so exports something else; see \"Versions\" in CONTRIBUTING.md" >&2; exit 1; }
+done
 
 # Every header alone: what it needs it includes, and it needs no more than C++17. The second
 # compiler sees the headers without the global alias that a client may do without.

@@ -24,24 +24,22 @@ struct DayRecords {
 /// The differences between the records that the manager had and those that the data center has.
 /// Reports that still wait do not count as missed, and imported records do not count as
 /// reports.
-LINKAGE_EXPORT RecordChanges compareOrders(const ByRecord<OrderPtr>& before,
-                                           const ByRecord<OrderPtr>& now,
-                                           const WaitingReports& waiting);
-LINKAGE_EXPORT RecordChanges compareDeals(const ByRecord<DealPtr>& before,
-                                          const ByRecord<DealPtr>& now,
-                                          const WaitingReports& waiting);
+RecordChanges compareOrders(const ByRecord<OrderPtr>& before, const ByRecord<OrderPtr>& now,
+                            const WaitingReports& waiting);
+RecordChanges compareDeals(const ByRecord<DealPtr>& before, const ByRecord<DealPtr>& now,
+                           const WaitingReports& waiting);
 
 /// Bought less sold by stock key.
-LINKAGE_EXPORT VolumeByStock netOf(const ByRecord<DealPtr>& deals);
+VolumeByStock netOf(const ByRecord<DealPtr>& deals);
 
 /// The stocks whose reported position is not the opening position plus the net of the day's
 /// deals: expected and reported volume. A stock that one of the three does not name has 0
 /// there.
-LINKAGE_EXPORT std::map<std::string, std::pair<std::int64_t, std::int64_t>> comparePositions(
+std::map<std::string, std::pair<std::int64_t, std::int64_t>> comparePositions(
     const VolumeByStock& opening, const VolumeByStock& net, const VolumeByStock& reported);
 
 /// What the manager remembers of reconciling. Guarded by the manager's lock.
-class LINKAGE_EXPORT CReconciliations {
+class CReconciliations {
 public:
     static constexpr std::size_t KEPT = 1'000;
 
