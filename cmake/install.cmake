@@ -14,7 +14,7 @@ install(TARGETS paper EXPORT targets ARCHIVE COMPONENT development)
 # scripts/check-package.sh sees to it.
 file(GLOB_RECURSE public RELATIVE ${PROJECT_SOURCE_DIR} platform/*.h)
 list(APPEND public
-  linkage/export.h linkage/version.h
+  linkage/export.h linkage/plugin.h linkage/version.h
   linkage/balance/balancebook.h linkage/balance/balanceplan.h linkage/balance/balancerule.h
   linkage/core/balanceasker.h linkage/core/clinkagemanager.h linkage/core/linkageoptions.h
   linkage/core/mutex.h linkage/core/reconciliation.h linkage/core/room.h linkage/core/startup.h
