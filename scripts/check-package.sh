@@ -19,6 +19,9 @@ for name in linkage linkage-platform; do
         { echo "lib$name.so exports something else; see \"Versions\" in CONTRIBUTING.md" >&2; exit 1; }
 done
 
+# Macros have our prefix, so that none meets one of the client's.
+if grep -rnE '^ *# *define ' "$prefix/include/linkage-1" | grep -v 'define LINKAGE_'; then exit 1; fi
+
 # Every header alone: what it needs it includes, and it needs no more than C++17. The second
 # compiler sees the headers without the global alias that a client may do without.
 export PKG_CONFIG_PATH=$prefix/lib/pkgconfig

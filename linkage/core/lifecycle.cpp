@@ -111,7 +111,7 @@ void CLinkageManager::setOptions(const LinkageOptions& options) {
     const CLock lock(m_mutex);
     const std::string fault = m_bInited ? "the manager was initialised before" : faultOf(options);
     if (!fault.empty()) {
-        VEX_WARNING(operation, "options are left as they are: {0}", fault);
+        LINKAGE_LOG_WARNING(operation, "options are left as they are: {0}", fault);
         return;
     }
     m_options = options;

@@ -18,7 +18,7 @@ namespace TC {
 /// does not change them any more. The command center may keep completions as long as it likes.
 /// Failure: nothing throws. A completion reports an error of the request; what became of an order
 /// shows only in its reports.
-class PLATFORM_EXPORT CDovCommandCenter {
+class LINKAGE_PLATFORM_EXPORT CDovCommandCenter {
 public:
     virtual ~CDovCommandCenter() = default;
 
@@ -44,4 +44,4 @@ public:
 
 }  // namespace TC
 
-extern template class PLATFORM_EXPORT utils::CSingletonT<TC::CDovCommandCenter>;
+extern template class LINKAGE_PLATFORM_EXPORT utils::CSingletonT<TC::CDovCommandCenter>;
