@@ -35,7 +35,7 @@ public:
         const std::string& serverTaskKey,
         const boost::shared_ptr<vexservice::CTaskOpRecord>& record,
         const boost::shared_ptr<vexservice::CAccountInfo>& account,
-        const boost::function<void(const utils::VexError&, bson::BSONObj)>& completion) override;
+        const boost::function<void(const utils::VexError&, mongo::BSONObj)>& completion) override;
 
 private:
     using Completion = boost::function<void(utils::VexError, int)>;

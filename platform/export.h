@@ -2,4 +2,4 @@
 
 /// Marks what the platform library exports. Everything else is compiled hidden, so that a client
 /// links against the port and against nothing behind it.
-#define PLATFORM_EXPORT __attribute__((visibility("default")))
+#define LINKAGE_PLATFORM_EXPORT __attribute__((visibility("default")))

@@ -26,7 +26,7 @@ enum class ELogLevel {
 /// client with a log of its own takes the lines with setReceiver().
 ///
 /// Threads: any. Failure: writing a log line never throws.
-class PLATFORM_EXPORT CVexLogger {
+class LINKAGE_PLATFORM_EXPORT CVexLogger {
 public:
     struct Line {
         ELogLevel level = ELogLevel::Info;
@@ -64,21 +64,21 @@ private:
     std::unique_ptr<Sink> m_pSink;
 };
 
-PLATFORM_EXPORT extern CVexLogger g_VexStdLogger;
+LINKAGE_PLATFORM_EXPORT extern CVexLogger g_VexStdLogger;
 
 namespace LOGPRINT {
 
 /// How an account is named in log lines: its key, "" for none.
-PLATFORM_EXPORT std::string accountLogKey(
+LINKAGE_PLATFORM_EXPORT std::string accountLogKey(
     const boost::shared_ptr<vexservice::CAccountInfo>& account);
 
 }  // namespace LOGPRINT
 
 /// Logs at a level; the arguments are not evaluated when nobody listens.
-#define VEX_LOG(level, operation, ...)                                          \
+#define LINKAGE_LOG(level, operation, ...)                                      \
     do {                                                                        \
         if (g_VexStdLogger.isEnabled(level))                                    \
             g_VexStdLogger.write(level, operation, ::fmt::format(__VA_ARGS__)); \
     } while (0)
-#define VEX_INFO(operation, ...) VEX_LOG(ELogLevel::Info, operation, __VA_ARGS__)
-#define VEX_WARNING(operation, ...) VEX_LOG(ELogLevel::Warning, operation, __VA_ARGS__)
+#define LINKAGE_LOG_INFO(operation, ...) LINKAGE_LOG(ELogLevel::Info, operation, __VA_ARGS__)
+#define LINKAGE_LOG_WARNING(operation, ...) LINKAGE_LOG(ELogLevel::Warning, operation, __VA_ARGS__)

@@ -14,6 +14,7 @@ linkage/stats    linkage/core linkage/ledger linkage common platform
 linkage/balance  linkage/core linkage/ledger linkage common platform
 linkage/store    linkage/balance linkage/core linkage/ledger linkage common platform
 linkage/draw     linkage platform
+linkage/plugin   linkage linkage/core linkage/stats linkage/balance linkage/draw platform
 paper            linkage/core common platform
 adaptercheck     platform
 adaptercheck/program adaptercheck paper linkage platform

@@ -44,7 +44,8 @@ bool CLinkageManager::runAutoBalance(const std::string& accountkey, const std::s
         return m_pGuarded && m_pGuarded->ask({accountkey, strategy}, asker, START_MICROS);
     }
     if (m_pBalance->findStart(accountkey, strategy)) {
-        VEX_INFO("TC::CLinkageManager::runAutoBalance", "{0} not find balance data", accountkey);
+        LINKAGE_LOG_INFO("TC::CLinkageManager::runAutoBalance", "{0} not find balance data",
+                         accountkey);
         return false;
     }
     const auto strand = m_pEngine->m_strand;
@@ -69,18 +70,18 @@ void CLinkageManager::tryAutoBalance(const std::string& accountkey, const std::s
     }
     auto& starts = m_pBalance->m_autoBalanceStarts;
     if (!starts.count(accountkey)) {
-        VEX_INFO(operation, "{0} : balancing data is empty", accountkey);
+        LINKAGE_LOG_INFO(operation, "{0} : balancing data is empty", accountkey);
         return;
     }
     const int* start = m_pBalance->findStart(accountkey, strategy);
     if (!start) {
-        VEX_INFO(operation, "{0} : balancing data is not find", accountkey);
+        LINKAGE_LOG_INFO(operation, "{0} : balancing data is not find", accountkey);
         return;
     }
     if (waitsForCancellations(balanceSecond(), *start) &&
         (getRunningTasks(accountkey, strategy) >= 1 ||
          getRunningOrders(accountkey, strategy) >= 1)) {
-        VEX_INFO(operation, "{0} : task or order is running", accountkey);
+        LINKAGE_LOG_INFO(operation, "{0} : task or order is running", accountkey);
         return;
     }
     BalanceAccount account;
@@ -93,7 +94,7 @@ void CLinkageManager::tryAutoBalance(const std::string& accountkey, const std::s
     if (!answered && !m_pBalance->m_bAutoBalanceRunning) armBalanceWatchdog();
     if (!account.info) return;
     if (isBalancedType(*account.info)) {
-        VEX_INFO(operation, "accountkey {0}, strategy {1}", accountkey, strategy);
+        LINKAGE_LOG_INFO(operation, "accountkey {0}, strategy {1}", accountkey, strategy);
         attempt(operation, [&] { doStockBalanceBySignalTask(accountkey, strategy); });
     }
     starts[accountkey].erase(strategy);

@@ -20,7 +20,7 @@ BalanceAccount findBalanceAccount(const std::string& accountkey, const char* ope
     auto account = findBalanceAccount(accountkey);
     if (account.refusal != EBalanceRefusal::None) {
         const bool data = account.refusal == EBalanceRefusal::NoAccountData;
-        VEX_INFO(operation, fmt::runtime(data ? noData : noInfo), accountkey);
+        LINKAGE_LOG_INFO(operation, fmt::runtime(data ? noData : noInfo), accountkey);
     }
     return account;
 }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <tuple>
 #include <vector>
 
 /// What became of each balance, as CLinkageManager::getBalances tells it. Kept only with
@@ -34,7 +35,10 @@ struct BalanceStock {
     std::int64_t remains = 0;  ///< bought less sold when the balance ended; 0 before
     std::string reason;        ///< why it sent nothing, or why something remains
 
-    bool operator==(const BalanceStock&) const = default;
+    /// Every member, for comparisons.
+    auto tied() const { return std::tie(bought, sold, least, most, sent, filled, remains, reason); }
+    bool operator==(const BalanceStock& other) const { return tied() == other.tied(); }
+    bool operator!=(const BalanceStock& other) const { return !(*this == other); }
 };
 
 struct BalanceRecord {

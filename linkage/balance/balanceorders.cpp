@@ -154,16 +154,18 @@ void logRefusal(const BalanceRequest& request, const PreparedBalance& prepared,
         case EBalanceRefusal::NoAnswer:  // was logged where it was thrown
             break;
         case EBalanceRefusal::NoAccountData:
-            VEX_INFO(texts.operation, fmt::runtime(texts.noAccountData), account);
+            LINKAGE_LOG_INFO(texts.operation, fmt::runtime(texts.noAccountData), account);
             break;
         case EBalanceRefusal::NoAccountInfo:
-            VEX_INFO(texts.operation, fmt::runtime(texts.noAccountInfo), account);
+            LINKAGE_LOG_INFO(texts.operation, fmt::runtime(texts.noAccountInfo), account);
             break;
         case EBalanceRefusal::WrongAccountType:
-            VEX_INFO(texts.operation, fmt::runtime(texts.wrongType), prepared.account->m_nType);
+            LINKAGE_LOG_INFO(texts.operation, fmt::runtime(texts.wrongType),
+                             prepared.account->m_nType);
             break;
         case EBalanceRefusal::NoFigures:
-            VEX_INFO(texts.operation, fmt::runtime(texts.noFigures), account, request.strategy);
+            LINKAGE_LOG_INFO(texts.operation, fmt::runtime(texts.noFigures), account,
+                             request.strategy);
             break;
     }
 }
@@ -235,10 +237,10 @@ void sendPerStock(const BalanceRequest& request, const PreparedBalance& prepared
         const StockBalance& stock = stocks[at];
         switch (stock.outcome) {
             case EBalanceOutcome::Balanced:
-                VEX_INFO(texts.operation, fmt::runtime(texts.balanced), stock.stockKey);
+                LINKAGE_LOG_INFO(texts.operation, fmt::runtime(texts.balanced), stock.stockKey);
                 break;
             case EBalanceOutcome::NoInstrument:
-                VEX_INFO(texts.operation, fmt::runtime(texts.noInstrument), stock.stockKey);
+                LINKAGE_LOG_INFO(texts.operation, fmt::runtime(texts.noInstrument), stock.stockKey);
                 break;
             case EBalanceOutcome::BelowLot:
             case EBalanceOutcome::Waiting:
@@ -246,10 +248,11 @@ void sendPerStock(const BalanceRequest& request, const PreparedBalance& prepared
             case EBalanceOutcome::NoAnswer:  // was logged where it was thrown
                 break;
             case EBalanceOutcome::Order:
-                VEX_INFO(texts.operation,
-                         "account [{0}] strategy [{1}] stock [{2}] [buynum({3}) - sellnum({4})]",
-                         prepared.account->m_strID, request.strategy, stock.stockKey, stock.bought,
-                         stock.sold);
+                LINKAGE_LOG_INFO(
+                    texts.operation,
+                    "account [{0}] strategy [{1}] stock [{2}] [buynum({3}) - sellnum({4})]",
+                    prepared.account->m_strID, request.strategy, stock.stockKey, stock.bought,
+                    stock.sold);
                 attempt(texts.operation,
                         [&] { send(stockCommand(request, prepared, prepared.orders[at])); });
                 break;

@@ -17,8 +17,8 @@ constexpr std::int64_t WATCHDOG_MICROS = 1'000'000;
 
 void CLinkageManager::addBalanceTime(const std::string& key, const std::string& time) {
     if ((m_options.guard || m_options.keepBalanceTimes) && !isTimeOfDay(time)) {
-        VEX_WARNING("TC::CLinkageManager::addBalanceTime", "{0}: \"{1}\" is no time of day", key,
-                    time);
+        LINKAGE_LOG_WARNING("TC::CLinkageManager::addBalanceTime", "{0}: \"{1}\" is no time of day",
+                            key, time);
         return;
     }
     m_pBalance->m_balanceTimes.with([&](auto& times) { times[key] = time; });
@@ -53,8 +53,8 @@ void CLinkageManager::runAutoBalanceTimer(const std::string& accountkey,
     constexpr auto operation = "TC::CLinkageManager::runAutoBalanceTimer";
     attempt(operation, [&] { cancelAllTasks(accountkey, strategy); });
     attempt(operation, [&] { cancelAllOrders(accountkey, strategy); });
-    VEX_INFO(operation, "callcel task and order accountkey {0}, strategy {1}", accountkey,
-             strategy);
+    LINKAGE_LOG_INFO(operation, "callcel task and order accountkey {0}, strategy {1}", accountkey,
+                     strategy);
     if (!m_pBalance->m_bAutoBalanceRunning) armBalanceWatchdog();
 }
 
@@ -89,7 +89,7 @@ void CLinkageManager::onAutoBalanceTimer() {
             }
             // After this time the balance is sent even if orders or tasks still run.
             if (isBalancedType(*account.info)) {
-                VEX_INFO(operation, "accountkey {0}, strategy {1}", accountkey, at->first);
+                LINKAGE_LOG_INFO(operation, "accountkey {0}, strategy {1}", accountkey, at->first);
                 attempt(operation, [&, &account = accountkey] {
                     doStockBalanceBySignalTask(account, at->first);
                 });

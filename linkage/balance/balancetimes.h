@@ -1,7 +1,5 @@
 #pragma once
 
-#include "linkage/export.h"
-
 #include <map>
 #include <string>
 
@@ -12,13 +10,13 @@ namespace TC {
 inline constexpr char BALANCE_TIMES_FILE[] = "balancetimes.txt";
 
 /// Whether a text is a time of day "hhmmss", 000000 to 235959.
-LINKAGE_EXPORT bool isTimeOfDay(const std::string& text);
+bool isTimeOfDay(const std::string& text);
 
 /// The table as the text of its file: a line "hhmmss key" for each entry, in key order.
 /// Backslashes and line ends in a key are escaped.
-LINKAGE_EXPORT std::string balanceTimesText(const std::map<std::string, std::string>& times);
+std::string balanceTimesText(const std::map<std::string, std::string>& times);
 
 /// The table of a text. Lines of any other form are left out.
-LINKAGE_EXPORT std::map<std::string, std::string> readBalanceTimes(const std::string& text);
+std::map<std::string, std::string> readBalanceTimes(const std::string& text);
 
 }  // namespace TC

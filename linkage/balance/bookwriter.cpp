@@ -69,7 +69,7 @@ bool CBookWriter::writeNoted() {
         lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(count));
     }
     if (std::exchange(m_bFailed, false)) {
-        VEX_INFO(BOOK_WRITER, "the book of balances is written again");
+        LINKAGE_LOG_INFO(BOOK_WRITER, "the book of balances is written again");
     }
     return true;
 }

@@ -223,7 +223,7 @@ void CGuardedBalances::send(Balance& balance, const BalanceRequest& request,
                 });
             });
         for (const auto& order : commands[at]->m_orders) {
-            VEX_INFO(
+            LINKAGE_LOG_INFO(
                 GUARDED_BALANCES, "balance {0} account [{1}] strategy [{2}] stock [{3}{4}] {5} {6}",
                 balance.number, balance.pair.account, balance.pair.strategy,
                 order->m_stock.m_strMarket, order->m_stock.m_strCode,

@@ -3,7 +3,6 @@
 #include "linkage/balance/balancebook.h"
 #include "linkage/balance/balanceplan.h"
 #include "linkage/balance/guardpicture.h"
-#include "linkage/export.h"
 
 #include <cstdint>
 #include <map>
@@ -103,8 +102,7 @@ BalanceRecord recordOf(const GuardedBalance& balance);
 
 /// A line of the book: the step that was made and all of the balance after it, JSON, with
 /// its line end.
-LINKAGE_EXPORT std::string bookLine(const GuardedBalance& balance, const std::string& step,
-                                    std::int64_t now);
+std::string bookLine(const GuardedBalance& balance, const std::string& step, std::int64_t now);
 
 /// The local time of day, "hh:mm:ss"; "" for 0.
 std::string bookTime(std::int64_t micros);
@@ -113,6 +111,6 @@ std::string bookTime(std::int64_t micros);
 
 /// The balances of a book, by number, each as its last whole line has it. Lines that cannot be
 /// read are skipped and counted in `damaged`.
-LINKAGE_EXPORT std::map<int, GuardedBalance> readBook(const std::string& text, int& damaged);
+std::map<int, GuardedBalance> readBook(const std::string& text, int& damaged);
 
 }  // namespace TC

@@ -263,8 +263,9 @@ void CGuardedBalances::refuse(Balance& balance, const std::string& reason) {
 void CGuardedBalances::note(const Balance& balance, const std::string& step) {
     m_book.note(balance.date, bookLine(balance, step, now()));
     m_changed.insert(balance.number);
-    VEX_INFO(GUARDED_BALANCES, "balance {0} account {1} strategy {2}: {3} {4}", balance.number,
-             balance.pair.account, balance.pair.strategy, step, balance.reason);
+    LINKAGE_LOG_INFO(GUARDED_BALANCES, "balance {0} account {1} strategy {2}: {3} {4}",
+                     balance.number, balance.pair.account, balance.pair.strategy, step,
+                     balance.reason);
     writeLater();
 }
 

@@ -47,7 +47,8 @@ bool CGuardedBalances::bookIsRead() {
 void CGuardedBalances::restore(const std::string& text) {
     int damaged = 0;
     std::map<int, Balance> read = readBook(text, damaged);
-    if (damaged > 0) VEX_WARNING(GUARDED_BALANCES, "{0} lines of the book cannot be read", damaged);
+    if (damaged > 0)
+        LINKAGE_LOG_WARNING(GUARDED_BALANCES, "{0} lines of the book cannot be read", damaged);
     for (auto& [number, balance] : read) {
         balance.date = m_strDate;
         m_nLast = std::max(m_nLast, number);

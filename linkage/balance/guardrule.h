@@ -1,7 +1,6 @@
 #pragma once
 
 #include "linkage/balance/balancerule.h"
-#include "linkage/export.h"
 
 #include <cstdint>
 #include <optional>
@@ -63,16 +62,15 @@ struct GuardVolumes {
 /// no deal names stand against the deals that name no order: the larger sum counts, for each
 /// strategy apart. Where the history record holds deals already, only what goes beyond them is
 /// added.
-LINKAGE_EXPORT GuardVolumes guardVolumes(const GuardInput& input);
+GuardVolumes guardVolumes(const GuardInput& input);
 
 /// What to sell (positive) or to buy (negative) before lots are looked at; 0 for nothing.
-LINKAGE_EXPORT std::int64_t guardSurplus(const GuardVolumes& volumes);
+std::int64_t guardSurplus(const GuardVolumes& volumes);
 
 /// Decides for one stock: the surplus, in lots as decideBalance has them. When 32 bits cannot
 /// hold the surplus, only a part of it is sent. `lot` is empty when the stock has no instrument
 /// detail; it is not looked at where there is nothing to send.
-LINKAGE_EXPORT BalanceDecision decideGuarded(const GuardVolumes& volumes,
-                                             const std::optional<BalanceLot>& lot,
-                                             EBalanceForm form);
+BalanceDecision decideGuarded(const GuardVolumes& volumes, const std::optional<BalanceLot>& lot,
+                              EBalanceForm form);
 
 }  // namespace TC

@@ -18,7 +18,7 @@ void CLinkageManager::doHistoryBalanceBySignalTask(const std::string& accountkey
     };
     const CLock lock(m_mutex);
     if (sendGuarded({accountkey, strategy, true}, EBalanceForm::SignalTask)) return;
-    VEX_INFO(TEXTS.operation, "balance start");
+    LINKAGE_LOG_INFO(TEXTS.operation, "balance start");
     const auto request = BalanceRequest::ofHistory(*this, accountkey, strategy,
                                                    EBalanceForm::SignalTask, m_bClientType3);
     sendPerStock(request, prepareBalance(request), TEXTS);

@@ -21,7 +21,7 @@ void CLinkageManager::doStockBalanceBySignalTask(const std::string& accountkey,
     };
     const CLock lock(m_mutex);
     if (sendGuarded({accountkey, strategy}, EBalanceForm::SignalTask)) return;
-    VEX_INFO(TEXTS.operation, "start：{0} ", accountkey);
+    LINKAGE_LOG_INFO(TEXTS.operation, "start：{0} ", accountkey);
     const auto request = BalanceRequest::today(*this, accountkey, strategy,
                                                EBalanceForm::SignalTask, m_bClientType3);
     sendPerStock(request, prepareBalance(request), TEXTS);
@@ -41,8 +41,8 @@ bool CLinkageManager::sendGuarded(const GuardPair& pair, EBalanceForm form) {
     if (m_pGuarded) {
         m_pGuarded->sendAtOnce(pair, form);
     } else {
-        VEX_WARNING("TC::CLinkageManager::sendGuarded", "{0} : nothing is balanced before init",
-                    pair.account);
+        LINKAGE_LOG_WARNING("TC::CLinkageManager::sendGuarded",
+                            "{0} : nothing is balanced before init", pair.account);
     }
     return true;
 }

@@ -6,7 +6,7 @@
 #include "linkage/core/published.h"
 #include "linkage/core/quotes.h"
 #include "linkage/core/raise.h"
-#include "linkage/core/reconciliation.h"
+#include "linkage/core/reconciling.h"
 #include "linkage/ledger/daykey.h"
 #include "linkage/ledger/ledger.h"
 #include "platform/log.h"
@@ -66,7 +66,7 @@ void CLinkageManager::doRequestAccount(
     const auto info = accountData ? accountData->getAccountInfo() : nullptr;
     if (!info) return;
     AccountLoad load{.account = info->getKey(), .cause = cause};
-    VEX_INFO(ACCOUNT_LOAD, "CLinkageManager::doRequestAccount, acc:{0}", load.account);
+    LINKAGE_LOG_INFO(ACCOUNT_LOAD, "CLinkageManager::doRequestAccount, acc:{0}", load.account);
     if (!attempt(ACCOUNT_LOAD, [&] { load.read(*accountData); })) return loadLater(load.account);
     {
         const CLock lock(m_mutex);
@@ -212,11 +212,12 @@ void CLinkageManager::noteReconciliation(const Reconciliation& found) {
     m_pReconciliations->add(found);
     if (!found.any()) return;
     if (m_options.guard) {
-        VEX_WARNING("CLinkageManager::reconcile",
-                    "account {0}, {1}: orders {2} new, {3} changed, {4} gone; deals {5} new, {6} "
-                    "gone; positions {7} differ",
-                    found.account, textOf(found.cause), found.orders.added, found.orders.changed,
-                    found.orders.gone, found.deals.added, found.deals.gone, found.positions.size());
+        LINKAGE_LOG_WARNING(
+            "CLinkageManager::reconcile",
+            "account {0}, {1}: orders {2} new, {3} changed, {4} gone; deals {5} new, {6} "
+            "gone; positions {7} differ",
+            found.account, textOf(found.cause), found.orders.added, found.orders.changed,
+            found.orders.gone, found.deals.added, found.deals.gone, found.positions.size());
     }
     raise("CLinkageManager::reconcile", sigReconciled, found);
 }

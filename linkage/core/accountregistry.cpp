@@ -6,7 +6,7 @@
 #include "linkage/core/published.h"
 #include "linkage/core/quotes.h"
 #include "linkage/core/raise.h"
-#include "linkage/core/reconciliation.h"
+#include "linkage/core/reconciling.h"
 #include "linkage/ledger/daykey.h"
 #include "linkage/ledger/ledger.h"
 #include "platform/log.h"
@@ -42,8 +42,8 @@ void CLinkageManager::requestAccount(const std::string& accountKey) {
 void CLinkageManager::slotRefreshAccount(const vexservice::CAccountInfo& accountInfo) {
     const auto accountData = findData("CLinkageManager::slotRefreshAccount", accountInfo.hash());
     if (!accountData) return;
-    VEX_INFO("CLinkageManager::slotRefreshAccount", "CLinkageManager::slotRefreshAccount, acc:{0}",
-             accountInfo.getKey());
+    LINKAGE_LOG_INFO("CLinkageManager::slotRefreshAccount",
+                     "CLinkageManager::slotRefreshAccount, acc:{0}", accountInfo.getKey());
     post([this, accountData] { doRequestAccount(accountData, ELoadCause::AccountReady); });
 }
 
@@ -74,7 +74,7 @@ void CLinkageManager::doNewTradingDay(const std::string& date) {
 }
 
 void CLinkageManager::doRequestAccounts(ELoadCause cause) {
-    VEX_INFO("CLinkageManager::doRequestAccounts", "CLinkageManager::doRequestAccounts");
+    LINKAGE_LOG_INFO("CLinkageManager::doRequestAccounts", "CLinkageManager::doRequestAccounts");
     constexpr auto operation = "CLinkageManager::doRequestAccounts";
     std::vector<boost::shared_ptr<vexservice::CAccountData>> accounts;
     if (!attempt(operation, [&] { dataCenter().getAllAccountData(accounts); })) {

@@ -32,7 +32,6 @@
 #include <memory>
 #include <optional>
 #include <set>
-#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -97,7 +96,9 @@ class CPublished;
 /// position that the trade data center reports; derives statistics from them; and
 /// balances strategies.
 ///
-/// Life: `utils::CSingletonT<CLinkageManager>::instance()` makes it (its files are read then),
+/// Life: `utils::CSingletonT<CLinkageManager>::instance()` makes it (its files are read then;
+/// without TC::CAppConfig or TC::IDataDirectory it throws utils::ServiceMissing, which names all
+/// that is missing, and a later call makes it),
 /// `init()` connects it to the client, `release()` takes it down and returns when none of its
 /// handlers runs and every save asked for is on disk. A call of instance() during release(), or
 /// in a handler that has called release(), makes a second manager: stop such calls first.
@@ -107,9 +108,10 @@ class CPublished;
 /// copies. What arrives from the client's services is posted to the strand "linkage"
 /// and handled there, one report at a time, in the order of arrival.
 ///
-/// Failure: nothing throws. What cannot be done is logged and left undone. When a slot of the
-/// client throws, the exception is logged and that one raise ends: slots connected after it are
-/// not called, and the manager's work goes on.
+/// Failure: what cannot be done is logged and left undone. When a service that is not installed,
+/// or one that throws, is asked on the thread of a call, the call may throw what the service threw;
+/// the manager stays whole. When a slot of the client throws, the exception is logged and that one
+/// raise ends: slots connected after it are not called, and the manager's work goes on.
 class LINKAGE_EXPORT CLinkageManager : public QObject,
                                        public boost::enable_shared_from_this<CLinkageManager> {
     Q_OBJECT
@@ -126,8 +128,15 @@ public:
     LinkageOptions options() const;
 
     /// Connects the manager to the client's services, requests tasks and accounts and
-    /// starts the calculators. A second call does nothing.
+    /// starts the calculators. Once it has done so, a further call does nothing.
+    ///
+    /// Where something is missing (missingServices() in linkage/core/startup.h), one log line
+    /// names all of it. When init() needs it, or when a service throws while it is asked for the
+    /// trade date or the user's name, nothing is begun, and a later call begins.
     void init();
+
+    /// Whether init() has begun the work.
+    bool isInited() const;
 
     /// Called by release(): shuts the door to late callbacks, waits for handlers on other
     /// threads and finishes saves. Inside a handler, or a slot that the manager called, it does
@@ -137,7 +146,7 @@ public:
 
     /// Everything the manager holds, in documented form: linkage/core/managerstate.h. For
     /// diagnosis and tests.
-    ManagerState state() const;
+    LINKAGE_LOCAL ManagerState state() const;
 
     /// Where the figures of the day disagree with one another, in words; empty when they
     /// are sound. It walks everything. For diagnosis and tests.
@@ -541,9 +550,9 @@ Q_SIGNALS:
 
 protected Q_SLOTS:
     // linkage/core/accountregistry.cpp
-    void slotNewTradingDate(std::string date);
-    void slotProxyLoginStatus(TC::EProxyConnectionStatus status, QString text);
-    void slotRefreshAccount(const vexservice::CAccountInfo& accountInfo);
+    LINKAGE_LOCAL void slotNewTradingDate(std::string date);
+    LINKAGE_LOCAL void slotProxyLoginStatus(TC::EProxyConnectionStatus status, QString text);
+    LINKAGE_LOCAL void slotRefreshAccount(const vexservice::CAccountInfo& accountInfo);
 
 protected:
     friend class utils::CSingletonT<CLinkageManager>;
@@ -552,264 +561,282 @@ protected:
     friend class CGuardedBalances;
 
     // life: linkage/core/lifecycle.cpp, guarded.h
-    CLinkageManager();
-    ~CLinkageManager() override;
+    LINKAGE_LOCAL CLinkageManager();
+    LINKAGE_LOCAL ~CLinkageManager() override;
+    LINKAGE_LOCAL void askTradeDate() LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL void connectClient() LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL void startEngine() LINKAGE_REQUIRES(m_mutex);
     /// The one way onto the strand: runs `work` there if the manager still lives.
-    void post(boost::function<void()> work);
+    LINKAGE_LOCAL void post(boost::function<void()> work);
     /// Wraps a callback of a client's service or a timer: it runs only while the
     /// manager lives, and release() waits for it.
     template <class F>
-    auto guarded(F work) const;
-    void drainLater();
-    void drainInbox();
-    void handle(InboxItem& item);
+    LINKAGE_LOCAL auto guarded(F work) const;
+    LINKAGE_LOCAL void drainLater();
+    LINKAGE_LOCAL void drainInbox();
+    LINKAGE_LOCAL void handle(InboxItem& item);
 
     // retries after a service failed: linkage/core/retries.cpp
     /// Runs `work` on the strand after a delay, and again as long as it throws. A later call
     /// with the same name replaces the work.
-    void retryLater(const std::string& name, boost::function<void()> work);
-    void retryNow();
+    LINKAGE_LOCAL void retryLater(const std::string& name, boost::function<void()> work);
+    LINKAGE_LOCAL void retryNow();
     /// Loads an account again after a delay, because some of its records were missed.
-    void loadLater(const std::string& accountKey);
+    LINKAGE_LOCAL void loadLater(const std::string& accountKey);
 
     // account registry: linkage/core/accountregistry.cpp, accountload.cpp
-    class CLoad;
-    void doRequestAccounts(ELoadCause cause);
-    void doRequestAccount(const boost::shared_ptr<vexservice::CAccountData>& accountData,
-                          ELoadCause cause);
+    class LINKAGE_LOCAL CLoad;
+    LINKAGE_LOCAL void doRequestAccounts(ELoadCause cause);
+    LINKAGE_LOCAL void doRequestAccount(
+        const boost::shared_ptr<vexservice::CAccountData>& accountData, ELoadCause cause);
     using Records = std::vector<boost::shared_ptr<vexservice::IData>>;
     /// Plays records in one hold of the lock; fees are asked for before. False when a record is
     /// not wholly in the figures because a service threw.
-    bool replay(const std::string& accountKey, const Records& orders, const Records& deals,
-                const Records& positions);
+    LINKAGE_LOCAL bool replay(const std::string& accountKey, const Records& orders,
+                              const Records& deals, const Records& positions);
     /// Drops what the manager has of the account and plays its records, in one hold of the lock.
-    bool playLoad(const AccountLoad& load);
-    void reconcile(const AccountLoad& load);
-    void noteReconciliation(const Reconciliation& found) LINKAGE_REQUIRES(m_mutex);
-    void subscribeAccount(const std::string& accountKey);
-    void removeAccountDatas(const std::string& accountKey);
-    void doNewTradingDay(const std::string& date);
+    LINKAGE_LOCAL bool playLoad(const AccountLoad& load);
+    LINKAGE_LOCAL void reconcile(const AccountLoad& load);
+    LINKAGE_LOCAL void noteReconciliation(const Reconciliation& found) LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL void subscribeAccount(const std::string& accountKey);
+    LINKAGE_LOCAL void removeAccountDatas(const std::string& accountKey);
+    LINKAGE_LOCAL void doNewTradingDay(const std::string& date);
 
     // intake: linkage/core/orderintake.cpp, dealintake.cpp, taskintake.cpp, priceintake.cpp
-    class COrderWatch;
-    void onOrderDetail(const std::string& accountKey,
-                       const boost::shared_ptr<vexservice::IData>& data);
-    void doOrderDetail(const std::string& accountKey,
-                       const boost::shared_ptr<vexservice::COrderDetail>& order);
-    void onDealDetail(const std::string& accountKey,
-                      const boost::shared_ptr<vexservice::IData>& data);
-    void doDealDetail(const std::string& accountKey,
-                      const boost::shared_ptr<vexservice::CDealDetail>& deal);
+    class LINKAGE_LOCAL COrderWatch;
+    LINKAGE_LOCAL void onOrderDetail(const std::string& accountKey,
+                                     const boost::shared_ptr<vexservice::IData>& data);
+    LINKAGE_LOCAL void doOrderDetail(const std::string& accountKey,
+                                     const boost::shared_ptr<vexservice::COrderDetail>& order);
+    LINKAGE_LOCAL void onDealDetail(const std::string& accountKey,
+                                    const boost::shared_ptr<vexservice::IData>& data);
+    LINKAGE_LOCAL void doDealDetail(const std::string& accountKey,
+                                    const boost::shared_ptr<vexservice::CDealDetail>& deal);
     /// Asks for the fee of a dealt stock; false when the service threw. Not under the lock.
-    bool askFee(const DealReport& report);
+    LINKAGE_LOCAL bool askFee(const DealReport& report);
     /// The same for all dealt stocks whose fee is not known.
-    void askFees(const std::string& accountKey, const Records& deals);
+    LINKAGE_LOCAL void askFees(const std::string& accountKey, const Records& deals);
     /// A deal of a load, which asks for no fee.
-    bool replayDeal(const std::string& accountKey,
-                    const boost::shared_ptr<vexservice::CDealDetail>& deal);
+    LINKAGE_LOCAL bool replayDeal(const std::string& accountKey,
+                                  const boost::shared_ptr<vexservice::CDealDetail>& deal);
     /// False when the deal has to wait for its commission.
-    bool takeDeal(const DealReport& report, bool feeKnown) LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL bool takeDeal(const DealReport& report, bool feeKnown) LINKAGE_REQUIRES(m_mutex);
     /// Takes the newest price of a dealt stock and subscribes to further ones.
-    void followPrice(const DealReport& report) LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL void followPrice(const DealReport& report) LINKAGE_REQUIRES(m_mutex);
     /// Opens the price subscription of a stock unless there is one. False when the quote
     /// client gave none, so that the next deal asks again.
-    bool requestPrice(const std::string& stockKey) LINKAGE_REQUIRES(m_mutex);
-    void onTaskDetail(const boost::shared_ptr<vexservice::IData>& data);
-    void doTaskDetail(const boost::shared_ptr<vexservice::CTaskDetail>& task);
-    void doRequestTask();
-    void loadTasks();
-    void onPositionStat(const std::string& accountKey,
-                        const boost::shared_ptr<vexservice::IData>& data);
-    void doPositionStat(const std::string& accountKey,
-                        const boost::shared_ptr<vexservice::CPositionStatics>& position);
-    void onPriceData(const std::string& stockKey,
-                     const boost::shared_ptr<vexservice::CPriceData>& price);
+    LINKAGE_LOCAL bool requestPrice(const std::string& stockKey) LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL void onTaskDetail(const boost::shared_ptr<vexservice::IData>& data);
+    LINKAGE_LOCAL void doTaskDetail(const boost::shared_ptr<vexservice::CTaskDetail>& task);
+    LINKAGE_LOCAL void doRequestTask();
+    LINKAGE_LOCAL void loadTasks();
+    LINKAGE_LOCAL void onPositionStat(const std::string& accountKey,
+                                      const boost::shared_ptr<vexservice::IData>& data);
+    LINKAGE_LOCAL void doPositionStat(
+        const std::string& accountKey,
+        const boost::shared_ptr<vexservice::CPositionStatics>& position);
+    LINKAGE_LOCAL void onPriceData(const std::string& stockKey,
+                                   const boost::shared_ptr<vexservice::CPriceData>& price);
 
     // queries: linkage/stats/queries.cpp
-    DayTotals dayTotals(int day, const std::string& stockKey, const std::string& accountKey) const
+    LINKAGE_LOCAL DayTotals dayTotals(int day, const std::string& stockKey,
+                                      const std::string& accountKey) const
         LINKAGE_REQUIRES(m_mutex);
 
     // position merging: linkage/stats/positionmerge.cpp
     /// The position that this report is part of, merged from all its reports; empty for
     /// stocks that are not held. A report without account info is returned as it is.
-    boost::shared_ptr<vexservice::CPositionStatics> tryMergePosition(
+    LINKAGE_LOCAL boost::shared_ptr<vexservice::CPositionStatics> tryMergePosition(
         const boost::shared_ptr<vexservice::CPositionStatics>& position);
 
     // totals: linkage/stats/totals.cpp
     /// Every selected record's share in the totals; see getTotalProfits.
     template <class Visit>
-    void forEachTotal(const std::set<std::string>& accountKeys,
-                      const std::set<std::string>& strategies,
-                      const std::set<std::string>& stockKeys, Visit visit) const
+    LINKAGE_LOCAL void forEachTotal(const std::set<std::string>& accountKeys,
+                                    const std::set<std::string>& strategies,
+                                    const std::set<std::string>& stockKeys, Visit visit) const
         LINKAGE_REQUIRES(m_mutex);
 
     // calculators: linkage/stats/calculators.cpp, linkage/stats/extcalculator.cpp
-    void switchCalculator(bool CCurveData::*own);
-    void runStatCalculator();
-    void runExtCalculator();
+    LINKAGE_LOCAL void switchCalculator(bool CCurveData::*own);
+    LINKAGE_LOCAL void runStatCalculator();
+    LINKAGE_LOCAL void runExtCalculator();
     /// Asks the history service for the bars of the day that are due.
-    void requestQuote();
+    LINKAGE_LOCAL void requestQuote();
     /// Takes the answer to a question put when the minute `finished` had ended.
-    void onRequestQuote(const std::string& stockKey, const std::string& day, int finished,
-                        const std::vector<CMinuteBar>& bars);
-    void renewPeriodTotals(const std::string& accountKey, const std::string& stockKey)
+    LINKAGE_LOCAL void onRequestQuote(const std::string& stockKey, const std::string& day,
+                                      int finished, const std::vector<CMinuteBar>& bars);
+    LINKAGE_LOCAL void renewPeriodTotals(const std::string& accountKey, const std::string& stockKey)
         LINKAGE_REQUIRES(m_mutex);
-    void renewCloseValues(const std::string& stockKey) LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL void renewCloseValues(const std::string& stockKey) LINKAGE_REQUIRES(m_mutex);
 
     // balancing: linkage/balance/
-    void onAutoBalanceTimer();
-    void armBalanceWatchdog() LINKAGE_REQUIRES(m_mutex);
-    void balanceWaiting(const std::string& accountkey, const std::string& strategy);
+    LINKAGE_LOCAL void onAutoBalanceTimer();
+    LINKAGE_LOCAL void armBalanceWatchdog() LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL void balanceWaiting(const std::string& accountkey, const std::string& strategy);
     /// After each report: each guarded balance takes the step that is due.
-    void settleBalances();
-    bool sendGuarded(const GuardPair& pair, EBalanceForm form) LINKAGE_REQUIRES(m_mutex);
-    void cancelOrders(const std::vector<boost::shared_ptr<vexservice::COrderDetail>>& orders);
-    void terminateTasks(const std::vector<boost::shared_ptr<vexservice::CTaskDetail>>& tasks);
-    void onCancelServerTask(const utils::VexError& error, bson::BSONObj result,
-                            const boost::shared_ptr<vexservice::CTaskDetail>& task);
-    void doStockBalanceBySignalTask(const std::string& accountkey, const std::string& strategy);
-    void doStockBalance(const std::string& accountkey, const std::string& strategy);
+    LINKAGE_LOCAL void settleBalances();
+    LINKAGE_LOCAL bool sendGuarded(const GuardPair& pair, EBalanceForm form)
+        LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL void cancelOrders(
+        const std::vector<boost::shared_ptr<vexservice::COrderDetail>>& orders);
+    LINKAGE_LOCAL void terminateTasks(
+        const std::vector<boost::shared_ptr<vexservice::CTaskDetail>>& tasks);
+    LINKAGE_LOCAL void onCancelServerTask(const utils::VexError& error, mongo::BSONObj result,
+                                          const boost::shared_ptr<vexservice::CTaskDetail>& task);
+    LINKAGE_LOCAL void doStockBalanceBySignalTask(const std::string& accountkey,
+                                                  const std::string& strategy);
+    LINKAGE_LOCAL void doStockBalance(const std::string& accountkey, const std::string& strategy);
 
     // the history store: linkage/store/historyvalues.cpp
-    void runHistoryStatCalculator();
+    LINKAGE_LOCAL void runHistoryStatCalculator();
 
     // What the rooms above the core keep for the manager, and what it calls in them:
     // linkage/stats/statsroom.cpp, linkage/balance/balanceroom.cpp, linkage/store/storeroom.cpp
-    static RoomPtr<CCurveData> makeCurveData();
-    static RoomPtr<PositionReports> makePositionReports();
-    static RoomPtr<BalanceState> makeBalanceState();
-    static RoomPtr<HistoryState> makeHistoryState();
-    static RoomPtr<CServerHistory> makeServerHistory();
-    RoomPtr<ImportState> makeImportState();
+    LINKAGE_LOCAL static RoomPtr<CCurveData> makeCurveData();
+    LINKAGE_LOCAL static RoomPtr<PositionReports> makePositionReports();
+    LINKAGE_LOCAL static RoomPtr<BalanceState> makeBalanceState();
+    LINKAGE_LOCAL static RoomPtr<HistoryState> makeHistoryState();
+    LINKAGE_LOCAL static RoomPtr<CServerHistory> makeServerHistory();
+    LINKAGE_LOCAL RoomPtr<ImportState> makeImportState();
     /// At a new trade date: drops what was kept of the old one.
-    void newStatsDay() LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL void newStatsDay() LINKAGE_REQUIRES(m_mutex);
     /// A live price, as it comes: the curves keep it for its minute.
-    void notePriceNow(const std::string& stockKey, double price) LINKAGE_REQUIRES(m_mutex);
-    void newBalanceDay() LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL void notePriceNow(const std::string& stockKey, double price)
+        LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL void newBalanceDay() LINKAGE_REQUIRES(m_mutex);
     /// startGuard() makes the guarded balances, the others pass news to them. Call noteOrder()
     /// and noteDeal() only with the guard.
-    void startGuard() LINKAGE_REQUIRES(m_mutex);
-    void noteLoadBegins(const std::string& accountKey);
-    void noteLoadEnds(const std::string& accountKey, bool whole);
-    void noteOrder(const std::string& accountKey, const vexservice::COrderDetail& order,
-                   const boost::shared_ptr<vexservice::COrderDetail>& takenBack)
+    LINKAGE_LOCAL void startGuard() LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL void noteLoadBegins(const std::string& accountKey);
+    LINKAGE_LOCAL void noteLoadEnds(const std::string& accountKey, bool whole);
+    LINKAGE_LOCAL void noteOrder(const std::string& accountKey,
+                                 const vexservice::COrderDetail& order,
+                                 const boost::shared_ptr<vexservice::COrderDetail>& takenBack)
         LINKAGE_REQUIRES(m_mutex);
-    void noteDeal(const std::string& accountKey, const vexservice::CDealDetail& deal)
+    LINKAGE_LOCAL void noteDeal(const std::string& accountKey, const vexservice::CDealDetail& deal)
         LINKAGE_REQUIRES(m_mutex);
-    void newStoreDay() LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL void newStoreDay() LINKAGE_REQUIRES(m_mutex);
     /// Before an account, or the tasks, are loaded again: drops what was derived from their
     /// records.
-    void dropStatsOf(const std::string& accountKey) LINKAGE_REQUIRES(m_mutex);
-    void dropHistoryOrders(const std::string& accountKey) LINKAGE_REQUIRES(m_mutex);
-    void dropHistoryTasks() LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL void dropStatsOf(const std::string& accountKey) LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL void dropHistoryOrders(const std::string& accountKey) LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL void dropHistoryTasks() LINKAGE_REQUIRES(m_mutex);
     /// Running tasks that balance the history of a pair.
-    std::vector<boost::shared_ptr<vexservice::CTaskDetail>> runningHistoryTasks(
+    LINKAGE_LOCAL std::vector<boost::shared_ptr<vexservice::CTaskDetail>> runningHistoryTasks(
         const std::string& accountKey, const std::string& strategy) const;
     /// Whether the history record of a pair holds the deal already.
-    bool isCountedInHistory(const std::string& historyKey,
-                            const vexservice::CDealDetail& deal) const;
+    LINKAGE_LOCAL bool isCountedInHistory(const std::string& historyKey,
+                                          const vexservice::CDealDetail& deal) const;
     /// Called after the requested loads of accounts: guarded balances may decide from now on.
-    void doEndLoading();
-    void describeBalances(ManagerState& state) const LINKAGE_REQUIRES(m_mutex);
-    void describeHistory(ManagerState& state) const LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL void doEndLoading();
+    LINKAGE_LOCAL void describeBalances(ManagerState& state) const LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL void describeHistory(ManagerState& state) const LINKAGE_REQUIRES(m_mutex);
 
     // files: linkage/store/savefiles.cpp, linkage/store/loadfiles.cpp
-    RoomPtr<CFileSaver> makeSaver();
-    RoomPtr<CBookWriter> makeBook() const;
-    void readFromFile();
-    void readKeptBalanceTimes();
+    LINKAGE_LOCAL RoomPtr<CFileSaver> makeSaver();
+    LINKAGE_LOCAL RoomPtr<CBookWriter> makeBook() const;
+    LINKAGE_LOCAL void readFromFile();
+    LINKAGE_LOCAL void readKeptBalanceTimes();
     /// The rows of each file as they stand now; also sets the write stamp.
-    std::map<std::string, std::string> writeToFile(bool withTime);
-    std::map<std::string, std::string> writeBlanaceTimeToFile();
+    LINKAGE_LOCAL std::map<std::string, std::string> writeToFile(bool withTime);
+    LINKAGE_LOCAL std::map<std::string, std::string> writeBlanaceTimeToFile();
     /// On the strand: tries a save that failed once more in half a minute.
-    void retrySaveLater();
-    bool isCanWriteToFile(const std::string& historyKey, const std::string& tradeKey) const;
+    LINKAGE_LOCAL void retrySaveLater();
+    LINKAGE_LOCAL bool isCanWriteToFile(const std::string& historyKey,
+                                        const std::string& tradeKey) const;
     /// Whether a deal was not yet counted into history under this key.
-    bool isNewToHistory(const std::string& historyKey, const vexservice::CDealDetail& deal) const;
+    LINKAGE_LOCAL bool isNewToHistory(const std::string& historyKey,
+                                      const vexservice::CDealDetail& deal) const;
 
     // history of the server: linkage/store/serverhistory.cpp, linkage/store/historyintake.cpp
-    void doHistoryOrder(const boost::shared_ptr<vexservice::COrderDetail>& order,
-                        const std::string& accountKey, bool stockIsNew, bool recordIsNew,
-                        bool running) LINKAGE_REQUIRES(m_mutex);
-    void doHistoryTask(const boost::shared_ptr<vexservice::CTaskDetail>& task,
-                       const std::string& accountKey, std::uint64_t recordKey, bool running)
-        LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL void doHistoryOrder(const boost::shared_ptr<vexservice::COrderDetail>& order,
+                                      const std::string& accountKey, bool stockIsNew,
+                                      bool recordIsNew, bool running) LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL void doHistoryTask(const boost::shared_ptr<vexservice::CTaskDetail>& task,
+                                     const std::string& accountKey, std::uint64_t recordKey,
+                                     bool running) LINKAGE_REQUIRES(m_mutex);
     /// Takes a new deal that balances history into the history store, unless it was counted
     /// there before.
-    void doHistoryDeal(const DealReport& report, const DealChange& change)
+    LINKAGE_LOCAL void doHistoryDeal(const DealReport& report, const DealChange& change)
         LINKAGE_REQUIRES(m_mutex);
-    std::uint64_t requestHistory(const HistoryRequest& request);
-    void startHistoryQuery(HistoryQuery query);
-    void askHistoryDay(HistoryQuery query);
-    void sendHistoryQuestion(const HistoryQuery& query);
-    void onQueryHistoryDeal(std::uint64_t question, const utils::VexError& error,
-                            const std::vector<boost::shared_ptr<vexservice::CDealDetail>>& deals);
-    void onQueryHistoryOrder(
+    LINKAGE_LOCAL std::uint64_t requestHistory(const HistoryRequest& request);
+    LINKAGE_LOCAL void startHistoryQuery(HistoryQuery query);
+    LINKAGE_LOCAL void askHistoryDay(HistoryQuery query);
+    LINKAGE_LOCAL void sendHistoryQuestion(const HistoryQuery& query);
+    LINKAGE_LOCAL void onQueryHistoryDeal(
+        std::uint64_t question, const utils::VexError& error,
+        const std::vector<boost::shared_ptr<vexservice::CDealDetail>>& deals);
+    LINKAGE_LOCAL void onQueryHistoryOrder(
         std::uint64_t question, const utils::VexError& error,
         const std::vector<boost::shared_ptr<vexservice::COrderDetail>>& orders);
     template <class Record>
-    void takeHistoryAnswer(std::uint64_t question, const utils::VexError& error,
-                           const std::vector<boost::shared_ptr<Record>>& records);
-    void giveHistoryDayUp(std::uint64_t question, const char* fault);
-    void endHistoryDay(HistoryQuery query, const HistoryDay& result);
+    LINKAGE_LOCAL void takeHistoryAnswer(std::uint64_t question, const utils::VexError& error,
+                                         const std::vector<boost::shared_ptr<Record>>& records);
+    LINKAGE_LOCAL void giveHistoryDayUp(std::uint64_t question, const char* fault);
+    LINKAGE_LOCAL void endHistoryDay(HistoryQuery query, const HistoryDay& result);
 
     // import: linkage/store/importrecords.cpp
     /// Files one imported record; no figure changes. True when it was not there before.
-    bool importDeal(const std::string& accountKey,
-                    const boost::shared_ptr<vexservice::CDealDetail>& deal)
+    LINKAGE_LOCAL bool importDeal(const std::string& accountKey,
+                                  const boost::shared_ptr<vexservice::CDealDetail>& deal)
         LINKAGE_REQUIRES(m_mutex);
-    bool importOrder(const std::string& accountKey,
-                     const boost::shared_ptr<vexservice::COrderDetail>& order)
+    LINKAGE_LOCAL bool importOrder(const std::string& accountKey,
+                                   const boost::shared_ptr<vexservice::COrderDetail>& order)
         LINKAGE_REQUIRES(m_mutex);
     /// Takes away what else is filed of a record that the trading system now reports: an
     /// imported copy, and of a deal one of its server. The server is asked for orders of past
     /// days only, which nobody reports any more.
-    void dropImported(const std::string& accountKey, const vexservice::CDealDetail& deal)
-        LINKAGE_REQUIRES(m_mutex);
-    void dropImported(const std::string& accountKey, const vexservice::COrderDetail& order)
+    LINKAGE_LOCAL void dropImported(const std::string& accountKey,
+                                    const vexservice::CDealDetail& deal) LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL void dropImported(const std::string& accountKey,
+                                    const vexservice::COrderDetail& order)
         LINKAGE_REQUIRES(m_mutex);
     template <class Record>
-    class CStatementImport;
-    ImportReport readImport(const QString& path, const ImportTerms& terms, bool files);
-    void importFile(const ImportTerms& terms, bool files, ImportReport& report);
-    void importStatement(const statement::Statement& rows, const statement::CWorkbook& book,
-                         const std::string& account, bool files, ImportReport& report);
+    class LINKAGE_LOCAL CStatementImport;
+    LINKAGE_LOCAL ImportReport readImport(const QString& path, const ImportTerms& terms,
+                                          bool files);
+    LINKAGE_LOCAL void importFile(const ImportTerms& terms, bool files, ImportReport& report);
+    LINKAGE_LOCAL void importStatement(const statement::Statement& rows,
+                                       const statement::CWorkbook& book, const std::string& account,
+                                       bool files, ImportReport& report);
     template <class Record>
-    void importRows(const std::vector<statement::Parsed<Record>>& parsed,
-                    const std::string& account, bool files, ImportReport& report);
+    LINKAGE_LOCAL void importRows(const std::vector<statement::Parsed<Record>>& parsed,
+                                  const std::string& account, bool files, ImportReport& report);
     /// Drops the rows and the file of an import, whether or not it was kept.
-    void takeImportBack(int number);
+    LINKAGE_LOCAL void takeImportBack(int number);
     template <class Record>
-    void dropImport(int number);
+    LINKAGE_LOCAL void dropImport(int number);
 
     // what is imported beside what is reported: linkage/store/importsettling.cpp
-    void readImports();
-    void finishImports();
+    LINKAGE_LOCAL void readImports();
+    LINKAGE_LOCAL void finishImports();
     /// On the strand: tries to save imports once more in half a minute.
-    void retryImportsLater();
+    LINKAGE_LOCAL void retryImportsLater();
     /// Works through about so many records of a day that may have changed, and brings the
     /// changes into the ledger; false when none is left.
     template <class Record>
-    bool settleImported(const std::string& accountKey, int day, std::size_t most)
+    LINKAGE_LOCAL bool settleImported(const std::string& accountKey, int day, std::size_t most)
         LINKAGE_REQUIRES(m_mutex);
     /// The whole day, a slice to each hold of the lock.
     template <class Record>
-    void settleDay(const std::string& accountKey, int day);
+    LINKAGE_LOCAL void settleDay(const std::string& accountKey, int day);
     template <class Record>
-    void noteReported(const std::string& accountKey, const Record& record)
+    LINKAGE_LOCAL void noteReported(const std::string& accountKey, const Record& record)
         LINKAGE_REQUIRES(m_mutex);
     /// A deal that was filed for the server is gone.
-    void unreportImported(const std::string& accountKey, int day, std::uint64_t key)
+    LINKAGE_LOCAL void unreportImported(const std::string& accountKey, int day, std::uint64_t key)
         LINKAGE_REQUIRES(m_mutex);
     /// The records that are reported under a day have changed.
     template <class Record>
-    void relinkImported(const std::string& accountKey, int day) LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL void relinkImported(const std::string& accountKey, int day)
+        LINKAGE_REQUIRES(m_mutex);
     /// The records of an account's running day are gone; what was imported comes back.
-    void restartImported(const std::string& accountKey) LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL void restartImported(const std::string& accountKey) LINKAGE_REQUIRES(m_mutex);
     /// Brings what is not settled of an account into the ledger, a slice to each turn of the
     /// strand.
-    void refileLater(const std::string& accountKey) LINKAGE_REQUIRES(m_mutex);
-    void refileImported(const std::string& accountKey);
+    LINKAGE_LOCAL void refileLater(const std::string& accountKey) LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL void refileImported(const std::string& accountKey);
 
     mutable CRecursiveMutex m_mutex;
     bool m_bInited LINKAGE_GUARDED_BY(m_mutex) = false;

@@ -85,8 +85,8 @@ bool CLinkageManager::replayDeal(const std::string& accountKey, const DealPtr& d
 bool CLinkageManager::takeDeal(const DealReport& report, bool feeKnown) {
     const vexservice::CDealDetail& deal = *report.deal;
     if (!feeKnown) {
-        VEX_WARNING(DEAL_INTAKE, "account {0}, deal {1}: the commission is not known yet",
-                    report.accountKey, deal.getKey());
+        LINKAGE_LOG_WARNING(DEAL_INTAKE, "account {0}, deal {1}: the commission is not known yet",
+                            report.accountKey, deal.getKey());
         loadLater(report.accountKey);
         // Any other deal counts at once, and the next load adds its commission. The history
         // store takes a deal once only, so it has to wait for that load.

@@ -8,7 +8,8 @@
 #include "linkage/core/published.h"
 #include "linkage/core/quotes.h"
 #include "linkage/core/raise.h"
-#include "linkage/core/reconciliation.h"
+#include "linkage/core/reconciling.h"
+#include "linkage/core/startcheck.h"
 #include "linkage/ledger/daykey.h"
 #include "linkage/ledger/ledger.h"
 #include "platform/log.h"
@@ -27,6 +28,8 @@ namespace TC {
 
 namespace {
 
+constexpr char INIT[] = "CLinkageManager::init";
+
 void registerMetaTypes() {
     qRegisterMetaType<std::string>("std::string");
     qRegisterMetaType<vexservice::CAccountInfo>("vexservice::CAccountInfo");
@@ -36,6 +39,16 @@ void registerMetaTypes() {
 std::string lastTradeDateOfShanghai() {
     const std::int64_t seconds = marlo::getMarketLastTradeDate("SH") / 1000;
     return QDateTime::fromSecsSinceEpoch(seconds).toString("yyyyMMdd").toStdString();
+}
+
+/// The kind of client. The first that a manager asks for, so here it stops when its services are
+/// not there yet.
+bool isClientType3() {
+    const std::vector<MissingService> missing = missingServices();
+    if (isNeeded(missing, MissingService::ENeed::Instance)) {
+        throw utils::ServiceMissing("no manager is made. Missing: " + textOf(missing));
+    }
+    return utils::CSingletonT<CAppConfig>::instance()->isClientType(CLIENT_TYPE_3);
 }
 
 template <class Record>
@@ -71,7 +84,7 @@ ComingReports reportsFrom(const std::vector<InboxItem>& batch, std::size_t from)
 }  // namespace
 
 CLinkageManager::CLinkageManager()
-    : m_bClientType3(utils::CSingletonT<CAppConfig>::instance()->isClientType(CLIENT_TYPE_3)),
+    : m_bClientType3(isClientType3()),
       m_pDoor(boost::make_shared<CDoor>()),
       m_pTradeDate(std::make_unique<CPublished<std::string>>()),
       m_pEngine(std::make_unique<EngineState>()),
@@ -98,11 +111,16 @@ void CLinkageManager::setOptions(const LinkageOptions& options) {
     const CLock lock(m_mutex);
     const std::string fault = m_bInited ? "the manager was initialised before" : faultOf(options);
     if (!fault.empty()) {
-        VEX_WARNING(operation, "options are left as they are: {0}", fault);
+        LINKAGE_LOG_WARNING(operation, "options are left as they are: {0}", fault);
         return;
     }
     m_options = options;
     if (options.keepBalanceTimes) readKeptBalanceTimes();
+}
+
+bool CLinkageManager::isInited() const {
+    const CLock lock(m_mutex);
+    return m_bInited;
 }
 
 LinkageOptions CLinkageManager::options() const {
@@ -113,33 +131,48 @@ LinkageOptions CLinkageManager::options() const {
 void CLinkageManager::init() {
     const CLock lock(m_mutex);
     if (m_bInited) return;
+    Strand strand;
+    const std::vector<MissingService> missing = checkStart(thread(), strand);
+    const bool possible = !isNeeded(missing, MissingService::ENeed::Init);
+    if (!missing.empty()) {
+        const std::string begin = possible ? "Missing, and needed later: " : "Not begun. Missing: ";
+        g_VexStdLogger.error(INIT, begin + textOf(missing));
+    }
+    // Whatever throws here does so before anything is begun, so that init() can be called again.
+    if (!possible || !attempt(INIT, [this] { askTradeDate(); })) return;
     m_bInited = true;
+    newStatsDay();
+    connectClient();
+    m_pEngine->setStrand(std::move(strand));
+    startEngine();
+}
 
+void CLinkageManager::askTradeDate() {
     if (m_bClientType3) {
         m_pTradeDate->set(lastTradeDateOfShanghai());
-    } else {
-        m_strUserData = getUserConfig()->getUserDataString(USER_NAME).toStdString();
-        const auto ask = [this] { m_pTradeDate->set(dataCenter().getTradingDate()); };
-        if (!attempt("CLinkageManager::init", ask)) m_pTradeDate->set(lastTradeDateOfShanghai());
+        return;
     }
+    m_strUserData = getUserConfig()->getUserDataString(USER_NAME).toStdString();
+    const auto ask = [this] { m_pTradeDate->set(dataCenter().getTradingDate()); };
+    if (!attempt(INIT, ask)) m_pTradeDate->set(lastTradeDateOfShanghai());
+}
 
-    newStatsDay();
-
+void CLinkageManager::connectClient() {
     connect(getProxyClient(), &CProxyClient::sig_loginStatus, this,
             &CLinkageManager::slotProxyLoginStatus);
     connect(utils::CManualSingletonT<CTradeClient>::instance(), &CTradeClient::sigInitedAccountData,
             this, &CLinkageManager::slotRefreshAccount);
     connect(utils::CManualSingletonT<CExchangeClient>::instance(),
             &CExchangeClient::sigNewTradingDate, this, &CLinkageManager::slotNewTradingDate);
-    if (m_bClientType3) {
-        CUserConfig& config = *getUserConfig();
-        const boost::lock_guard<boost::recursive_mutex> configLock(config.m_mutex);
-        m_pEngine->m_userDataConnection =
-            config.m_sigUserDataChanged.connect(guarded([this] { requestAccounts(); }));
-    }
+    if (!m_bClientType3) return;
+    CUserConfig& config = *getUserConfig();
+    const boost::lock_guard<boost::recursive_mutex> configLock(config.m_mutex);
+    m_pEngine->m_userDataConnection =
+        config.m_sigUserDataChanged.connect(guarded([this] { requestAccounts(); }));
+}
 
+void CLinkageManager::startEngine() {
     EngineState& engine = *m_pEngine;
-    engine.setStrand(utils::CSingletonT<net::RPCEngine>::instance()->getStrand("linkage"));
     if (m_options.guard) startGuard();
     post([this] { doRequestTask(); });
     post([this] { doRequestAccounts(ELoadCause::Request); });
@@ -224,12 +257,10 @@ CLinkageManager::~CLinkageManager() {
     m_pLedger.reset();
     m_pQuotes.reset();
     engine.m_taskConnection.reset();
-    if (m_bInited) {
-        engine.m_extTimer->cancel();
-        engine.m_statTimer->cancel();
-        engine.m_historyStatTimer->cancel();
-        engine.m_retryTimer->cancel();
-        engine.m_saveTimer->cancel();
+    for (const EngineState::Timer& timer :
+         {engine.m_extTimer, engine.m_statTimer, engine.m_historyStatTimer, engine.m_retryTimer,
+          engine.m_saveTimer}) {
+        if (timer) timer->cancel();
     }
     // The two balancing timers are destroyed with the members. A balance that was asked for is
     // not cancelled here: its handler finds the door closed.

@@ -18,13 +18,7 @@ namespace TC {
 class LINKAGE_TS(capability("mutex")) CRecursiveMutex {
 public:
     void lock() LINKAGE_TS(acquire_capability()) {
-        if (!m_mutex.try_lock()) {
-            m_nWaiting.fetch_add(1);
-            m_mutex.lock();
-            m_nWaiting.fetch_sub(1);
-            m_nPassed.fetch_add(1);
-            m_nPassed.notify_all();
-        }
+        if (!m_mutex.try_lock()) lockWaiting();
         if (m_nDepth++ == 0) m_owner.store(std::this_thread::get_id(), std::memory_order_relaxed);
     }
     void unlock() LINKAGE_TS(release_capability()) {
@@ -35,14 +29,11 @@ public:
     /// Lets a thread that waits for the lock have it. Call it between two holds of long work:
     /// a lock that is taken again at once leaves who waits no time to wake up. Does nothing
     /// while the calling thread holds the lock further out.
-    void giveWay() {
-        const unsigned passed = m_nPassed.load();
-        if (m_nWaiting.load() == 0) return;
-        if (m_owner.load(std::memory_order_relaxed) == std::this_thread::get_id()) return;
-        m_nPassed.wait(passed);
-    }
+    void giveWay();
 
 private:
+    void lockWaiting();
+
     std::recursive_mutex m_mutex;
     int m_nDepth = 0;  ///< of the owner
     std::atomic<std::thread::id> m_owner{};

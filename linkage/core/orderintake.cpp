@@ -14,7 +14,7 @@ namespace {
 constexpr char ORDER_INTAKE[] = "CLinkageManager::doOrderDetail";
 
 void logOrder(const vexservice::COrderDetail& order) {
-    VEX_INFO(
+    LINKAGE_LOG_INFO(
         ORDER_INTAKE,
         "CLinkageManager::doOrderDetail {0} , strategy {1}, sys {2}, stat {3},  vol {4}, "
         "volTraded {5},  bIsBuy {6} stock {7}",

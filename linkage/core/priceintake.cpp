@@ -33,7 +33,7 @@ void CLinkageManager::doPositionStat(const std::string& accountKey, const Positi
 void CLinkageManager::onPriceData(const std::string& stockKey,
                                   const boost::shared_ptr<vexservice::CPriceData>& price) {
     if (!price || !price->hasLastPrice()) {
-        VEX_INFO("TC::CLinkageManager::onPriceData", "pricedata is InvalidValue");
+        LINKAGE_LOG_INFO("TC::CLinkageManager::onPriceData", "pricedata is InvalidValue");
         return;
     }
     const CLock lock(m_mutex);

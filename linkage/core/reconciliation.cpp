@@ -1,4 +1,4 @@
-#include "linkage/core/reconciliation.h"
+#include "linkage/core/reconciling.h"
 
 #include "platform/utils/keys.h"
 

@@ -3,7 +3,7 @@
 #include "linkage/core/enginestate.h"
 #include "linkage/core/guarded.h"
 #include "linkage/core/raise.h"
-#include "linkage/core/reconciliation.h"
+#include "linkage/core/reconciling.h"
 #include "platform/log.h"
 #include "platform/utils/keys.h"
 
@@ -23,7 +23,8 @@ void CLinkageManager::retryLater(const std::string& name, boost::function<void()
     if (!engine.m_retryTimer) return;
     const bool armed = !engine.m_retries.empty();
     engine.m_retries[name] = std::move(work);
-    VEX_WARNING(RETRY, "{0} is asked for again in {1} s", name, engine.m_nRetryWait / 1'000'000);
+    LINKAGE_LOG_WARNING(RETRY, "{0} is asked for again in {1} s", name,
+                        engine.m_nRetryWait / 1'000'000);
     if (armed) return;
     armTimer(*engine.m_retryTimer, *engine.m_strand, engine.m_nRetryWait,
              guarded([this] { retryNow(); }));

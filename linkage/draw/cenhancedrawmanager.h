@@ -154,8 +154,8 @@ private:
     ~CEnhanceDrawManager() = default;
 
     Store& store(EDrawType type) { return type == 0 ? m_first : m_second; }
-    void append(EDrawType type, std::string const& key,
-                boost::shared_ptr<IEnhanceDataBase> graphic);
+    LINKAGE_LOCAL void append(EDrawType type, std::string const& key,
+                              boost::shared_ptr<IEnhanceDataBase> graphic);
 
     Store m_first;
     Store m_second;

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "linkage/export.h"
 #include "linkage/stats/periodrule.h"
 #include "platform/services/quoteclient.h"
 
@@ -21,7 +20,7 @@ namespace TC {
 /// price, bar or limit.
 ///
 /// Guarded by the manager's lock.
-class LINKAGE_EXPORT CCurveData {
+class CCurveData {
 public:
     using ByStrategy = std::map<std::string, PeriodTotals>;
     using Closes = std::map<int, double>;

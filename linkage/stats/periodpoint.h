@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <tuple>
 
 namespace TC {
 
@@ -15,7 +16,13 @@ struct PeriodPoint {
     double sellAmount = 0.0;
     double commission = 0.0;
 
-    bool operator==(const PeriodPoint&) const = default;
+    /// Every member, for comparisons.
+    auto tied() const {
+        return std::tie(profit, positionValue, buyVolume, sellVolume, buyAmount, sellAmount,
+                        commission);
+    }
+    bool operator==(const PeriodPoint& other) const { return tied() == other.tied(); }
+    bool operator!=(const PeriodPoint& other) const { return !(*this == other); }
 };
 
 }  // namespace TC

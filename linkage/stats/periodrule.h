@@ -1,6 +1,5 @@
 #pragma once
 
-#include "linkage/export.h"
 #include "linkage/ledger/types.h"
 #include "linkage/ledger/valuerule.h"
 #include "linkage/stats/periodpoint.h"
@@ -35,15 +34,15 @@ inline constexpr int OPENING_MINUTE = 570;
 inline bool isAuctionMinute(int minute) { return minute < OPENING_MINUTE || minute >= LAST_MINUTE; }
 
 /// The newest trading minute at or before a minute; 0 before the first one.
-LINKAGE_EXPORT int tradingMinuteAt(int minute);
+int tradingMinuteAt(int minute);
 
 /// The minute of which a live price, seen in a minute, is the price: in the pause and after the
 /// close that of the last trade, before 9:30 that of the opening auction. 0 before 9:25, when
 /// prices are yesterday's or of an auction that may still change.
-LINKAGE_EXPORT int priceMinute(int minute);
+int priceMinute(int minute);
 
 /// How many trading minutes there are up to and including a minute.
-LINKAGE_EXPORT int countTradingMinutes(int minute);
+int countTradingMinutes(int minute);
 
 /// How far the trade date has come.
 struct DayMoment {
@@ -53,7 +52,7 @@ struct DayMoment {
 
 /// `now` is "yyyyMMddhhmmss". Another day than the trade date is wholly over, or has not
 /// begun.
-LINKAGE_EXPORT DayMoment dayMoment(const std::string& now, const std::string& tradeDate);
+DayMoment dayMoment(const std::string& now, const std::string& tradeDate);
 
 /// Deal totals since the start of the day at the end of each minute with deals.
 using PeriodTotals = std::map<int, LinkagePeriodTradeData>;
@@ -66,7 +65,7 @@ const Figures* findPrevExtData(const std::map<int, Figures>& byMinute, int minut
 }
 
 /// The totals to the end of each minute; `deals` holds the sums of single minutes.
-LINKAGE_EXPORT PeriodTotals totalsOf(const std::map<int, LinkagePeriodTradeData>& deals);
+PeriodTotals totalsOf(const std::map<int, LinkagePeriodTradeData>& deals);
 
 /// What is known of one stock of a curve.
 struct CurveStock {
@@ -94,7 +93,6 @@ struct CurveStock {
 /// deals; if that is not known either, at yesterday's close, else at the first close of the day,
 /// else at the newest price. A stock without any close or price of today is not valued: its
 /// profit and position value are 0, as they are live.
-LINKAGE_EXPORT std::map<int, PeriodPoint> periodCurve(const std::vector<CurveStock>& stocks,
-                                                      int running);
+std::map<int, PeriodPoint> periodCurve(const std::vector<CurveStock>& stocks, int running);
 
 }  // namespace TC

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "linkage/core/managerstate.h"
-#include "linkage/export.h"
 
 #include <boost/shared_ptr.hpp>
 
@@ -31,6 +30,6 @@ struct PositionReports {
 /// cost is the mean weighted by volume; while nothing is held it is that of the part
 /// with the smallest record key. The record is named by `parts.key`, so it keeps its
 /// name as further parts appear; its account info is that of the same part.
-LINKAGE_EXPORT PositionPtr mergePosition(const PositionParts& parts);
+PositionPtr mergePosition(const PositionParts& parts);
 
 }  // namespace TC

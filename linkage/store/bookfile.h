@@ -1,7 +1,6 @@
 #pragma once
 
 #include "linkage/balance/bookwriter.h"
-#include "linkage/export.h"
 #include "linkage/store/directorylock.h"
 #include "linkage/store/filesystem.h"
 
@@ -18,7 +17,7 @@ namespace TC {
 /// nothing is read, because another client goes on with what stands there. Nor are lines
 /// appended to a book that was not read here, or that may have other lines since; one that is
 /// larger than IFileSystem::MOST_BYTES is neither read nor grown. The log says why, once.
-class LINKAGE_EXPORT CBookFile final : public IBookFile {
+class CBookFile final : public IBookFile {
 public:
     CBookFile(std::string directory, std::unique_ptr<IFileSystem> files,
               std::shared_ptr<CDirectoryLock> lock)

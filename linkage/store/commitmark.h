@@ -1,7 +1,5 @@
 #pragma once
 
-#include "linkage/export.h"
-
 #include <map>
 #include <optional>
 #include <string>
@@ -14,7 +12,7 @@
 namespace TC::commit {
 
 /// What tells two contents apart; "" stands for no file.
-LINKAGE_EXPORT std::string digest(const std::string& bytes);
+std::string digest(const std::string& bytes);
 
 /// What a file was and what it becomes, as digests.
 struct Change {
@@ -25,9 +23,9 @@ struct Change {
 };
 using Mark = std::map<std::string, Change>;  ///< by file name
 
-LINKAGE_EXPORT std::string textOf(const Mark& mark);
+std::string textOf(const Mark& mark);
 /// Nothing when the text is no whole mark.
-LINKAGE_EXPORT std::optional<Mark> markFrom(const std::string& text);
+std::optional<Mark> markFrom(const std::string& text);
 
 enum class EStep {
     None,    ///< the file is what the mark wants
@@ -37,7 +35,6 @@ enum class EStep {
 };
 
 /// What is left to do for a file that is `now`, with `beside` at its side.
-LINKAGE_EXPORT EStep stepFor(const Change& change, const std::string& now,
-                             const std::string& beside);
+EStep stepFor(const Change& change, const std::string& now, const std::string& beside);
 
 }  // namespace TC::commit

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "linkage/export.h"
 #include "linkage/ledger/types.h"
 
 #include <map>
@@ -32,22 +31,22 @@ namespace TC::csv {
 
 /// Whether a text can be read back from a row unchanged: it is UTF-8 without commas and line
 /// ends.
-LINKAGE_EXPORT bool isField(const std::string& text);
+bool isField(const std::string& text);
 /// The text with full-width commas for commas, blanks for line ends, and U+FFFD for what is
 /// not UTF-8.
-LINKAGE_EXPORT std::string asField(const std::string& text);
+std::string asField(const std::string& text);
 
 /// The header lines, "\n" included. Their texts can be translated.
-LINKAGE_EXPORT std::string statHeader();
-LINKAGE_EXPORT std::string balanceHeader();
-LINKAGE_EXPORT std::string detailHeader();
+std::string statHeader();
+std::string balanceHeader();
+std::string detailHeader();
 
 /// Rows, "\n" included. `balanceTime` is empty where the writer leaves it out.
-LINKAGE_EXPORT std::string statRow(const std::string& key, const TradeStatData& record,
-                                   const std::string& stamp, const std::string& balanceTime);
-LINKAGE_EXPORT std::string balanceRow(const std::string& key, const std::string& stock,
-                                      const EffectiveFigures& figures, const std::string& stamp);
-LINKAGE_EXPORT std::string detailRow(const std::string& key, const std::string& tradeKey);
+std::string statRow(const std::string& key, const TradeStatData& record, const std::string& stamp,
+                    const std::string& balanceTime);
+std::string balanceRow(const std::string& key, const std::string& stock,
+                       const EffectiveFigures& figures, const std::string& stamp);
+std::string detailRow(const std::string& key, const std::string& tradeKey);
 
 struct StatRow {
     std::string key;
@@ -66,9 +65,9 @@ struct DetailRow {
 };
 
 /// The rows of a file's text. Statistics keep a row with an empty key, balances do not.
-LINKAGE_EXPORT std::vector<StatRow> readStatRows(const std::string& text);
-LINKAGE_EXPORT std::vector<BalanceRow> readBalanceRows(const std::string& text);
-LINKAGE_EXPORT std::vector<DetailRow> readDetailRows(const std::string& text);
+std::vector<StatRow> readStatRows(const std::string& text);
+std::vector<BalanceRow> readBalanceRows(const std::string& text);
+std::vector<DetailRow> readDetailRows(const std::string& text);
 
 /// The write stamp: the day alone, or the moment.
 inline std::string dayStamp(const std::string& today) { return today + "000000"; }
@@ -89,8 +88,7 @@ inline bool isTradeKeyOf(const std::string& tradeKey, const std::string& day) {
 
 /// Whether a deal that detail.csv leaves out today still belongs to the trade date in
 /// force or a later one. "" for a trade date that is not known yet.
-LINKAGE_EXPORT bool isKept(const std::string& tradeKey, const std::string& today,
-                           const std::string& tradeDate);
+bool isKept(const std::string& tradeKey, const std::string& today, const std::string& tradeDate);
 
 /// The key of a row's balance time in the table of balance times.
 inline std::string balanceKey(const TradeStatData& record) {
@@ -99,13 +97,13 @@ inline std::string balanceKey(const TradeStatData& record) {
 
 /// The table of balance times by history key. A history key is a balance key without its
 /// colons; where several give the same one, the first in key order counts.
-LINKAGE_EXPORT std::map<std::string, std::string> timesByHistoryKey(
+std::map<std::string, std::string> timesByHistoryKey(
     const std::map<std::string, std::string>& balanceTimes);
 
 /// The balance time of a row. A row that names its pair has the time of that pair and never
 /// that of another one with the same history key; "" for none.
-LINKAGE_EXPORT std::string balanceTimeOf(const std::string& key, const TradeStatData& record,
-                                         const std::map<std::string, std::string>& balanceTimes,
-                                         const std::map<std::string, std::string>& byHistoryKey);
+std::string balanceTimeOf(const std::string& key, const TradeStatData& record,
+                          const std::map<std::string, std::string>& balanceTimes,
+                          const std::map<std::string, std::string>& byHistoryKey);
 
 }  // namespace TC::csv

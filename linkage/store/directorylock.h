@@ -1,6 +1,5 @@
 #pragma once
 
-#include "linkage/export.h"
 #include "linkage/store/filesystem.h"
 
 #include <memory>
@@ -14,7 +13,7 @@ namespace TC {
 /// ends with the object or with the process.
 ///
 /// Threads: any.
-class LINKAGE_EXPORT CDirectoryLock {
+class CDirectoryLock {
 public:
     CDirectoryLock(std::string directory, std::shared_ptr<IFileSystem> files)
         : m_directory(std::move(directory)), m_pFiles(std::move(files)) {}

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "linkage/export.h"
-
 #include <functional>
 #include <string>
 
@@ -54,23 +52,23 @@ struct Fault {
 
 /// The kind of a name ("open", "write", "flush", "rename", "remove", "makeDirectory").
 /// False when there is no such kind.
-LINKAGE_EXPORT bool stepNamed(const std::string& name, EStep& step);
+bool stepNamed(const std::string& name, EStep& step);
 
 /// Starts to count steps and to remember what is not flushed. A further call starts again from
 /// 0.
-LINKAGE_EXPORT void begin();
+void begin();
 
 /// Forgets faults and what was remembered; the files stay as they are.
-LINKAGE_EXPORT void end();
+void end();
 
 /// Adds a fault to those that are set. Calls begin() when nobody has.
-LINKAGE_EXPORT void fail(const Fault& fault);
+void fail(const Fault& fault);
 
 /// Takes all faults away.
-LINKAGE_EXPORT void clearFaults();
+void clearFaults();
 
 /// Steps of any kind since begin(), with those that failed.
-LINKAGE_EXPORT int steps();
+int steps();
 
 /// Whether the change of a name (made, renamed, removed) reached the disk although its
 /// directory was not flushed since. The data of a file reach the disk only by a flush.
@@ -78,12 +76,12 @@ using KeepsName = std::function<bool(const std::string& path)>;
 
 /// Puts the files back to what is flushed. From here to restart() every step that would
 /// change something fails with EIO.
-LINKAGE_EXPORT void crash(const KeepsName& keepsName = {});
+void crash(const KeepsName& keepsName = {});
 
 /// Whether the process is gone: from crash(), or a step that crashed, to restart().
-LINKAGE_EXPORT bool crashed();
+bool crashed();
 
 /// Ends the time after a crash and takes all faults away; counting goes on.
-LINKAGE_EXPORT void restart();
+void restart();
 
 }  // namespace TC::disk

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <tuple>
+
 namespace TC {
 
 /// Where a record that is filed under a day comes from; see CLinkageManager::getRecordSources.
@@ -13,7 +15,10 @@ struct RecordSource {
     EKind kind = EKind::Reported;
     int import = 0;  ///< imported: the number of the earliest import that tells it; otherwise 0
 
-    bool operator==(const RecordSource&) const = default;
+    /// Every member, for comparisons.
+    auto tied() const { return std::tie(kind, import); }
+    bool operator==(const RecordSource& other) const { return tied() == other.tied(); }
+    bool operator!=(const RecordSource& other) const { return !(*this == other); }
 };
 
 }  // namespace TC

@@ -71,8 +71,8 @@ CFileSaver::Texts CFileSaver::load() {
             m_set.keepCopyOf(name);
         }
         const bool large = read == IFileSystem::ERead::TooLarge;
-        VEX_WARNING("TC::CLinkageManager::readFromFile", "file {0}, left as it is : {1}",
-                    large ? "too large" : "not readable", m_set.pathOf(name));
+        LINKAGE_LOG_WARNING("TC::CLinkageManager::readFromFile", "file {0}, left as it is : {1}",
+                            large ? "too large" : "not readable", m_set.pathOf(name));
     }
     return texts;
 }
@@ -218,7 +218,7 @@ void CFileSaver::report(const CFileSet::Fault& fault) {
         lasts = m_bLasts;
         if (fault.empty()) {
             if (!std::exchange(m_strLogged, {}).empty()) {
-                VEX_INFO(SAVER, "the files are saved again");
+                LINKAGE_LOG_INFO(SAVER, "the files are saved again");
             }
             return;
         }

@@ -2,7 +2,6 @@
 
 #include "linkage/core/door.h"
 #include "linkage/core/mutex.h"
-#include "linkage/export.h"
 #include "linkage/store/csvfiles.h"
 #include "linkage/store/directorylock.h"
 #include "linkage/store/fileencoding.h"
@@ -49,7 +48,7 @@ namespace TC {
 /// stays, and so does the whole set: what is saved without having been read would be lost.
 ///
 /// Threads: any. Locks: the manager's lock may be held by the caller throughout.
-class LINKAGE_EXPORT CFileSaver {
+class CFileSaver {
 public:
     /// File name to text; a file with an empty text is removed.
     using Texts = std::map<std::string, std::string>;

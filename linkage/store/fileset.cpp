@@ -81,7 +81,7 @@ void CFileSet::open() {
     if (!isThere()) return;
     Fault fault = takeLock();
     if (fault.empty()) fault = settle();
-    if (!fault.empty()) VEX_WARNING(FILE_SET, "{0}", fault);
+    if (!fault.empty()) LINKAGE_LOG_WARNING(FILE_SET, "{0}", fault);
     // Who may not or cannot end what was begun reads it as if he had.
     if (m_bMark && !m_mark) readMark(m_mark);
 }
@@ -167,7 +167,7 @@ CFileSet::Fault CFileSet::copyBeside(const std::string& name) {
         if (stamp && stamp->exists) continue;
         if (Fault fault = writeWhole(beside, path, bytes); !fault.empty()) return fault;
         if (!m_files.flushDirectory(m_directory)) return faultAt(m_directory);
-        VEX_WARNING(FILE_SET, "file not readable : {0}, kept as {1}", path, beside);
+        LINKAGE_LOG_WARNING(FILE_SET, "file not readable : {0}, kept as {1}", path, beside);
         m_keep.erase(name);
         return {};
     }
@@ -252,7 +252,8 @@ CFileSet::Fault CFileSet::readMark(std::optional<commit::Mark>& mark) {
             return faultAt(path);
     }
     mark = commit::markFrom(text);
-    if (!mark) VEX_WARNING(FILE_SET, "{0} : no commit mark, what it lists is not taken", path);
+    if (!mark)
+        LINKAGE_LOG_WARNING(FILE_SET, "{0} : no commit mark, what it lists is not taken", path);
     return {};
 }
 
@@ -302,7 +303,7 @@ CFileSet::Fault CFileSet::applyOne(const std::string& name, const commit::Change
             break;
         case commit::EStep::Leave:
             m_left = changedBy(path);
-            VEX_WARNING(FILE_SET, "{0}", m_left);
+            LINKAGE_LOG_WARNING(FILE_SET, "{0}", m_left);
             return {};
     }
     learn(name, change.after);

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "linkage/export.h"
 #include "linkage/store/commitmark.h"
 #include "linkage/store/directorylock.h"
 #include "linkage/store/filesystem.h"
@@ -31,7 +30,7 @@ namespace TC {
 ///
 /// Failure: a text that says what failed, "" for none; nothing throws but bad_alloc.
 /// Threads: one at a time, but for stage() and discard(), which touch no state.
-class LINKAGE_EXPORT CFileSet {
+class CFileSet {
 public:
     using Fault = std::string;
 

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "linkage/export.h"
-
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -74,7 +72,7 @@ public:
 };
 
 /// The machine's own files.
-class LINKAGE_EXPORT CDiskFiles : public IFileSystem {
+class CDiskFiles : public IFileSystem {
 public:
     bool makeDirectory(const std::string& path) override;
     ERead read(const std::string& path, std::string& bytes) override;

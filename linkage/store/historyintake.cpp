@@ -94,8 +94,9 @@ void CLinkageManager::doHistoryDeal(const DealReport& report, const DealChange& 
         return at == records.end() || addDeal(at->second, deal, change.buys);
     }) && fits;
     if (!fits) {
-        VEX_WARNING(operation, "key {0}, deal {1} : volume {2}, amount {3} left out of a total",
-                    historyKey, key, deal.m_nVolume, deal.m_dAmount);
+        LINKAGE_LOG_WARNING(operation,
+                            "key {0}, deal {1} : volume {2}, amount {3} left out of a total",
+                            historyKey, key, deal.m_nVolume, deal.m_dAmount);
     }
     try {
         writedata(false);

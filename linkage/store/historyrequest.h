@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <tuple>
 
 /// What becomes of a request for past days of an account; see
 /// CLinkageManager::requestAccountDeals.
@@ -22,7 +23,10 @@ struct HistoryDay {
     int records = 0;    ///< answered: how many records are filed under the day, however they came
     std::string fault;  ///< in plain English
 
-    bool operator==(const HistoryDay&) const = default;
+    /// Every member, for comparisons.
+    auto tied() const { return std::tie(state, records, fault); }
+    bool operator==(const HistoryDay& other) const { return tied() == other.tied(); }
+    bool operator!=(const HistoryDay& other) const { return !(*this == other); }
 };
 
 /// A request and how far it has come. A range that cannot be asked for counts as one day that
@@ -39,7 +43,12 @@ struct HistoryRequest {
     std::string fault;  ///< of the day that failed last, "" when none did
 
     bool isOver() const { return days > 0 && done == days; }
-    bool operator==(const HistoryRequest&) const = default;
+    /// Every member, for comparisons.
+    auto tied() const {
+        return std::tie(number, records, account, first, last, days, done, failed, fault);
+    }
+    bool operator==(const HistoryRequest& other) const { return tied() == other.tied(); }
+    bool operator!=(const HistoryRequest& other) const { return !(*this == other); }
 };
 
 }  // namespace TC

@@ -22,10 +22,11 @@ bool HistoryState::claim(const char* operation, const std::string& key,
         return true;
     }
     const auto& [otherAccount, otherStrategy] = m_owners.at(key);
-    VEX_INFO(operation,
-             "history of account {0}, strategy {1} refused: its key {2} is the one of account {3}, "
-             "strategy {4}",
-             accountKey, strategy, key, otherAccount, otherStrategy);
+    LINKAGE_LOG_INFO(
+        operation,
+        "history of account {0}, strategy {1} refused: its key {2} is the one of account {3}, "
+        "strategy {4}",
+        accountKey, strategy, key, otherAccount, otherStrategy);
     return false;
 }
 

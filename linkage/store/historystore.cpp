@@ -77,21 +77,21 @@ void CLinkageManager::addHistoryStat(const std::string& key, TradeStatData stat)
         return true;
     });
     if (!added) {
-        VEX_WARNING(operation, "key {0} refused: a figure is no number or has no room in its total",
-                    key);
+        LINKAGE_LOG_WARNING(
+            operation, "key {0} refused: a figure is no number or has no room in its total", key);
         return;
     }
     m_pHistory->m_alreadyAddedKeys.insert(key);
     if (isNew) {
-        VEX_INFO("TC::CLinkageManager::addHistoryStat",
-                 "[CLinkageManager::addHistoryStat]:new：key:{0},m_nTotalBuyVolume：{1}, "
-                 "m_nTotalSellVolume:{2} ",
-                 key, kept.m_nTotalBuyVolume, kept.m_nTotalSellVolume);
+        LINKAGE_LOG_INFO("TC::CLinkageManager::addHistoryStat",
+                         "[CLinkageManager::addHistoryStat]:new：key:{0},m_nTotalBuyVolume：{1}, "
+                         "m_nTotalSellVolume:{2} ",
+                         key, kept.m_nTotalBuyVolume, kept.m_nTotalSellVolume);
     } else {
-        VEX_INFO("TC::CLinkageManager::addHistoryStat",
-                 "[CLinkageManager::addHistoryStat]: key:{0},m_nTotalBuyVolume：{1}, "
-                 "m_nTotalSellVolume:{2}",
-                 key, kept.m_nTotalBuyVolume, kept.m_nTotalSellVolume);
+        LINKAGE_LOG_INFO("TC::CLinkageManager::addHistoryStat",
+                         "[CLinkageManager::addHistoryStat]: key:{0},m_nTotalBuyVolume：{1}, "
+                         "m_nTotalSellVolume:{2}",
+                         key, kept.m_nTotalBuyVolume, kept.m_nTotalSellVolume);
     }
 }
 
@@ -108,9 +108,9 @@ void CLinkageManager::addHistoryLinkdata(const std::string& accountKey,
         if (!stocks->getInstrumentDetail(Pim::sToQs(stock))) continue;
 
         if (!canBeHistory(today)) {
-            VEX_WARNING(operation,
-                        "key {0}, stock {1} refused: bought {2}, sold {3} are no volumes",
-                        historyKey, stock, today.buyVolume, today.sellVolume);
+            LINKAGE_LOG_WARNING(operation,
+                                "key {0}, stock {1} refused: bought {2}, sold {3} are no volumes",
+                                historyKey, stock, today.buyVolume, today.sellVolume);
             continue;
         }
 
@@ -119,21 +119,21 @@ void CLinkageManager::addHistoryLinkdata(const std::string& accountKey,
         const auto [at, inserted] =
             m_pHistory->m_historyLinkageData[historyKey].try_emplace(stock, record);
         if (!inserted && !addFigures(*at->second, today, record->m_dCloseValue)) {
-            VEX_WARNING(operation, "key {0}, stock {1} refused: its total has no room", historyKey,
-                        stock);
+            LINKAGE_LOG_WARNING(operation, "key {0}, stock {1} refused: its total has no room",
+                                historyKey, stock);
             continue;
         }
         const EffectiveFigures kept = effectiveFigures(*at->second, m_bClientType3);
         if (inserted) {
-            VEX_INFO("TC::CLinkageManager::addHistoryLinkdata",
-                     "[CLinkageManager::addHistoryLinkdata]:new:key:{0},stock: {1} "
-                     ",sellVolume：{2}, buyVolume:{3}",
-                     historyKey, stock, kept.sellVolume, kept.buyVolume);
+            LINKAGE_LOG_INFO("TC::CLinkageManager::addHistoryLinkdata",
+                             "[CLinkageManager::addHistoryLinkdata]:new:key:{0},stock: {1} "
+                             ",sellVolume：{2}, buyVolume:{3}",
+                             historyKey, stock, kept.sellVolume, kept.buyVolume);
         } else {
-            VEX_INFO("TC::CLinkageManager::addHistoryLinkdata",
-                     "[CLinkageManager::addHistoryLinkdata]:key:{0},stock: {1} "
-                     ",sellVolume：{2}, buyVolume:{3}",
-                     historyKey, stock, kept.sellVolume, kept.buyVolume);
+            LINKAGE_LOG_INFO("TC::CLinkageManager::addHistoryLinkdata",
+                             "[CLinkageManager::addHistoryLinkdata]:key:{0},stock: {1} "
+                             ",sellVolume：{2}, buyVolume:{3}",
+                             historyKey, stock, kept.sellVolume, kept.buyVolume);
         }
     }
 }
@@ -159,8 +159,8 @@ void CLinkageManager::deleteHistoryAlreadyBalancedata() {
             ++at;
             continue;
         }
-        VEX_INFO("TC::CLinkageManager::deleteHistoryAlreadyBalancedata",
-                 "Delete history already balanced data : {0}", at->first);
+        LINKAGE_LOG_INFO("TC::CLinkageManager::deleteHistoryAlreadyBalancedata",
+                         "Delete history already balanced data : {0}", at->first);
         m_pHistory->m_historyLinkageData.erase(at->first);
         at = records.erase(at);
     }
@@ -178,7 +178,7 @@ void CLinkageManager::deleteHistoryLinkageData(const std::string& key, const std
 void CLinkageManager::deleteAllHisTorydata() {
     // A slot may release the manager; the manager is then destroyed when this visit ends.
     const CDoor::Visit visit(m_pDoor);
-    VEX_INFO("TC::CLinkageManager::deleteAllHisTorydata", "Delete all history data.");
+    LINKAGE_LOG_INFO("TC::CLinkageManager::deleteAllHisTorydata", "Delete all history data.");
     const CLock lock(m_mutex);
     m_pHistory->m_historyStatData.set({});
     m_pHistory->m_historyLinkageData.clear();
@@ -205,9 +205,10 @@ std::map<std::string, boost::shared_ptr<LinkagePeriodExtData>> CLinkageManager::
     const CLock lock(m_mutex);
     const std::string historyKey = accountKey + strategy;
     if (!m_pHistory->isFree(historyKey, accountKey, strategy)) {
-        VEX_WARNING("TC::CLinkageManager::getHistoryOfPair",
-                    "account {0}, strategy {1} has no history: the key {2} is another pair's",
-                    accountKey, strategy, historyKey);
+        LINKAGE_LOG_WARNING(
+            "TC::CLinkageManager::getHistoryOfPair",
+            "account {0}, strategy {1} has no history: the key {2} is another pair's", accountKey,
+            strategy, historyKey);
         return {};
     }
     return getHistoryLinkageData(historyKey);

@@ -407,13 +407,13 @@ ImportReport CLinkageManager::readImport(const QString& path, const ImportTerms&
         report.days.clear();
         report.notes.clear();
         if (files) {
-            VEX_WARNING(OPERATION, "Import of {0} refused: {1}", report.path.toStdString(),
-                        report.refusal.toStdString());
+            LINKAGE_LOG_WARNING(OPERATION, "Import of {0} refused: {1}", report.path.toStdString(),
+                                report.refusal.toStdString());
         }
     } else if (files) {
-        VEX_INFO(OPERATION, "Imported {0}: {1} rows read, {2} taken, {3} new, {4} skipped",
-                 report.path.toStdString(), report.read, report.taken, report.added,
-                 report.skippedCount());
+        LINKAGE_LOG_INFO(OPERATION, "Imported {0}: {1} rows read, {2} taken, {3} new, {4} skipped",
+                         report.path.toStdString(), report.read, report.taken, report.added,
+                         report.skippedCount());
     }
     return report;
 }
@@ -425,7 +425,7 @@ bool CLinkageManager::undoImport(int number) {
         if (m_pImports->summaries.erase(number) == 0) return false;
     }
     takeImportBack(number);
-    VEX_INFO("TC::CLinkageManager::undoImport", "Import {0} was taken back", number);
+    LINKAGE_LOG_INFO("TC::CLinkageManager::undoImport", "Import {0} was taken back", number);
     return true;
 }
 

@@ -6,6 +6,7 @@
 
 #include <optional>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -22,7 +23,10 @@ struct ImportReport {
         int row = 0;    ///< counted from 1
         QString reason;
 
-        bool operator==(const SkippedRow&) const = default;
+        /// Every member, for comparisons.
+        auto tied() const { return std::tie(sheet, row, reason); }
+        bool operator==(const SkippedRow& other) const { return tied() == other.tied(); }
+        bool operator!=(const SkippedRow& other) const { return !(*this == other); }
     };
 
     /// The file's own trades of one account and day, known before or not, to be held
@@ -38,7 +42,13 @@ struct ImportReport {
         int matched = 0;   ///< taken for trades of earlier statements
         int reported = 0;  ///< taken for trades that the trading system reports
 
-        bool operator==(const Day&) const = default;
+        /// Every member, for comparisons.
+        auto tied() const {
+            return std::tie(account, date, records, bought, sold, added, repeated, matched,
+                            reported);
+        }
+        bool operator==(const Day& other) const { return tied() == other.tied(); }
+        bool operator!=(const Day& other) const { return !(*this == other); }
     };
 
     /// So many skipped rows are listed with their reasons; further ones only count.

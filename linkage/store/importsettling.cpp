@@ -71,8 +71,8 @@ void CLinkageManager::readImports() {
         statement::StoredImport import = statement::importOf(*text);
         import.summary.number = number;
         if (import.damaged > 0) {
-            VEX_WARNING(READ_IMPORTS, "import {0}: {1} lines cannot be read", number,
-                        import.damaged);
+            LINKAGE_LOG_WARNING(READ_IMPORTS, "import {0}: {1} lines cannot be read", number,
+                                import.damaged);
         }
         m_pImports->summaries[number] = import.summary;
         for (const auto& [account, deal] : import.deals) {

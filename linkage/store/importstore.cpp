@@ -90,8 +90,8 @@ std::optional<std::string> CImportStore::load(int number) {
     const IFileSystem::ERead read = m_set.read(nameOf(number), bytes);
     if (read == IFileSystem::ERead::Done) return bytes;
     const bool large = read == IFileSystem::ERead::TooLarge;
-    VEX_WARNING(IMPORT_STORE, "file {0}, left as it is : {1}", large ? "too large" : "not readable",
-                m_set.pathOf(nameOf(number)));
+    LINKAGE_LOG_WARNING(IMPORT_STORE, "file {0}, left as it is : {1}",
+                        large ? "too large" : "not readable", m_set.pathOf(nameOf(number)));
     return std::nullopt;
 }
 
@@ -100,7 +100,8 @@ std::optional<std::string> CImportStore::load(int number) {
 CImportStore::ESave CImportStore::save(int number, std::string text) {
     const std::lock_guard lock(m_mutex);
     if (text.size() > IFileSystem::MOST_BYTES) {
-        VEX_WARNING(IMPORT_STORE, "import {0} is not saved, its file would be too large", number);
+        LINKAGE_LOG_WARNING(IMPORT_STORE, "import {0} is not saved, its file would be too large",
+                            number);
         return ESave::TooLarge;
     }
     m_pending[number] = std::move(text);
@@ -170,7 +171,7 @@ void CImportStore::report(const CFileSet::Fault& fault) {
     if (!fault.empty() && !m_bRetries) m_bRetries = m_retryLater();
     if (std::exchange(m_strFault, fault) == fault) return;
     if (fault.empty()) {
-        VEX_INFO(IMPORT_STORE, "the imports are saved again");
+        LINKAGE_LOG_INFO(IMPORT_STORE, "the imports are saved again");
     } else {
         g_VexStdLogger.error(IMPORT_STORE, "imports not saved, tried again later : " + fault);
     }

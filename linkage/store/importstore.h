@@ -1,7 +1,6 @@
 #pragma once
 
 #include "linkage/core/door.h"
-#include "linkage/export.h"
 #include "linkage/store/directorylock.h"
 #include "linkage/store/fileset.h"
 #include "linkage/store/filesystem.h"
@@ -31,7 +30,7 @@ namespace TC {
 /// for which the owner is asked. It is logged, once for each reason.
 ///
 /// Threads: any. The manager's lock may be held, and is never asked for.
-class LINKAGE_EXPORT CImportStore {
+class CImportStore {
 public:
     /// `lock` is that of the Balance directory. `retryLater` calls retry() after a while;
     /// false when that cannot be done yet. `door` is the manager's.

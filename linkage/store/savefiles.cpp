@@ -29,8 +29,8 @@ bool isRow(HistoryState& history, const char* file, std::initializer_list<std::s
     if (std::all_of(names.begin(), names.end(), csv::isField)) return true;
     std::string row = fmt::format("{}", fmt::join(names, "|"));
     if (history.m_refusedNames.insert(file + row).second) {
-        VEX_WARNING(SAVE_FILES, "row left out of {0}, no file can hold such a name : {1}", file,
-                    csv::asField(row));
+        LINKAGE_LOG_WARNING(SAVE_FILES, "row left out of {0}, no file can hold such a name : {1}",
+                            file, csv::asField(row));
     }
     return false;
 }
@@ -40,7 +40,7 @@ void describeSafely(HistoryState& history, std::string& text) {
     std::string field = csv::asField(text);
     if (field == text) return;
     if (history.m_refusedNames.insert(text).second) {
-        VEX_WARNING(SAVE_FILES, "text saved as : {0}", field);
+        LINKAGE_LOG_WARNING(SAVE_FILES, "text saved as : {0}", field);
     }
     text = std::move(field);
 }

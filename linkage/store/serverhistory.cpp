@@ -102,9 +102,9 @@ std::vector<boost::shared_ptr<Record>> ownRecords(
         }
     }
     if (strays > 0) {
-        VEX_WARNING(operationOf(query.records),
-                    "account {0}, day {1}: {2} records of other days left out", query.accountKey,
-                    date, strays);
+        LINKAGE_LOG_WARNING(operationOf(query.records),
+                            "account {0}, day {1}: {2} records of other days left out",
+                            query.accountKey, date, strays);
     }
     return own;
 }
@@ -354,8 +354,8 @@ void CLinkageManager::endHistoryDay(HistoryQuery query, const HistoryDay& result
         m_pServerHistory->endDay(query, result);
     }
     if (!result.fault.empty()) {
-        VEX_WARNING(operationOf(query.records), "account {0}, day {1}: {2}", query.accountKey,
-                    historyDate(query.day), result.fault);
+        LINKAGE_LOG_WARNING(operationOf(query.records), "account {0}, day {1}: {2}",
+                            query.accountKey, historyDate(query.day), result.fault);
     }
     const QDateTime day = query.day.isValid() ? query.day.startOfDay() : QDateTime();
     raise(operationOf(query.records), [&] {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "linkage/export.h"
 #include "linkage/store/historyrequest.h"
 #include "platform/utils/deadlinetimer.h"
 
@@ -32,14 +31,13 @@ struct HistoryQuery {
 };
 
 /// "yyyyMMdd" as a date; anything else gives an invalid one.
-LINKAGE_EXPORT QDate historyDay(const std::string& text);
+QDate historyDay(const std::string& text);
 /// The other way round; "" for an invalid date.
 std::string historyDate(const QDate& day);
 
 /// Why the server cannot be asked for these days, "" when it can: a day that is none, an
 /// empty range, days that have not come yet, or days before any exchange (1990).
-LINKAGE_EXPORT std::string historyRangeFault(const QDate& first, const QDate& last,
-                                             const QDate& tradeDate);
+std::string historyRangeFault(const QDate& first, const QDate& last, const QDate& tradeDate);
 
 /// Queries under way and what their answers filed.
 ///
@@ -49,7 +47,7 @@ LINKAGE_EXPORT std::string historyRangeFault(const QDate& first, const QDate& la
 /// last.
 ///
 /// Guarded by the manager's lock.
-class LINKAGE_EXPORT CServerHistory {
+class CServerHistory {
 public:
     using Timer = boost::shared_ptr<utils::DeadlineTimer>;
     using Keys = std::set<std::uint64_t>;

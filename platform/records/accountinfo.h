@@ -5,7 +5,7 @@
 namespace vexservice {
 
 /// What is known of one trading account.
-struct PLATFORM_EXPORT CAccountInfo : IData {
+struct LINKAGE_PLATFORM_EXPORT CAccountInfo : IData {
     std::string m_strKey;  ///< account key, unique in the client
     std::string m_strID;   ///< account ID as the broker writes it
     std::string m_strName;

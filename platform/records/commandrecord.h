@@ -8,7 +8,7 @@ namespace vexservice {
 
 /// The command behind an order, deal or task: who asked for it, and under which
 /// strategy. Orders and deals carry it as their strategy carrier.
-struct PLATFORM_EXPORT CCommandRecord {
+struct LINKAGE_PLATFORM_EXPORT CCommandRecord {
     std::string m_strUser;
     int m_nKind = 0;
     std::string m_strTradeDate;      ///< "yyyyMMdd"

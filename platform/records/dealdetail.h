@@ -7,7 +7,7 @@
 namespace vexservice {
 
 /// One deal (fill).
-struct PLATFORM_EXPORT CDealDetail : INumberedData {
+struct LINKAGE_PLATFORM_EXPORT CDealDetail : INumberedData {
     EEntrustBS m_eDirection = ENTRUST_BUY;
     EOffset_Flag_Type m_eOffsetFlag = OFFSET_NONE;
     int m_nVolume = 0;       ///< shares

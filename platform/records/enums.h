@@ -97,12 +97,12 @@ enum ETaskOperation : int {
 };
 
 /// Whether an order in this status may still trade.
-PLATFORM_EXPORT bool isRunningStatus(EEntrustStatus status);
+LINKAGE_PLATFORM_EXPORT bool isRunningStatus(EEntrustStatus status);
 
 /// Whether a direction buys. The offset flag matters for contracts only.
-PLATFORM_EXPORT bool isBuyByDirection(EEntrustBS direction, EOffset_Flag_Type offset);
+LINKAGE_PLATFORM_EXPORT bool isBuyByDirection(EEntrustBS direction, EOffset_Flag_Type offset);
 
 /// Whether a price type leaves the price to the market.
-PLATFORM_EXPORT bool isRealMarketPrice(EPriceType priceType);
+LINKAGE_PLATFORM_EXPORT bool isRealMarketPrice(EPriceType priceType);
 
 }  // namespace vexservice

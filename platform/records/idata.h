@@ -19,7 +19,7 @@ enum EDataType : int {
 
 /// The common base of all records. Records are shared, not copied; whoever
 /// publishes a record does not change it afterwards but publishes a new one.
-struct PLATFORM_EXPORT IData {
+struct LINKAGE_PLATFORM_EXPORT IData {
     virtual ~IData();
 
     /// The text key of the record: an account record's account key, otherwise the
@@ -29,7 +29,7 @@ struct PLATFORM_EXPORT IData {
 
 /// A record that is named by a number: each later report of the same order, deal,
 /// task or position of an account carries the same one.
-struct PLATFORM_EXPORT INumberedData : IData {
+struct LINKAGE_PLATFORM_EXPORT INumberedData : IData {
     std::uint64_t m_nRecordKey = 0;
 
     std::uint64_t recordKey() const { return m_nRecordKey; }

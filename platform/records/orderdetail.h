@@ -8,7 +8,7 @@ namespace vexservice {
 
 /// One report of an order. Figures are cumulative: each report replaces the one
 /// before it.
-struct PLATFORM_EXPORT COrderDetail : INumberedData {
+struct LINKAGE_PLATFORM_EXPORT COrderDetail : INumberedData {
     EEntrustBS m_eDirection = ENTRUST_BUY;
     EOffset_Flag_Type m_eOffsetFlag = OFFSET_NONE;
     EEntrustStatus m_eStatus = STATUS_UNREPORTED;
@@ -27,7 +27,7 @@ struct PLATFORM_EXPORT COrderDetail : INumberedData {
 };
 
 /// Rules of orders.
-struct PLATFORM_EXPORT COrderDetailHelper {
+struct LINKAGE_PLATFORM_EXPORT COrderDetailHelper {
     static bool isRunning(EEntrustStatus status) { return isRunningStatus(status); }
 
     /// Commission of a deal in yuan under the given fee limits (see

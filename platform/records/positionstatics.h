@@ -6,7 +6,7 @@ namespace vexservice {
 
 /// One report of a position: today's or yesterday's lots of one stock, on one
 /// shareholder account.
-struct PLATFORM_EXPORT CPositionStatics : INumberedData {
+struct LINKAGE_PLATFORM_EXPORT CPositionStatics : INumberedData {
     std::string m_strMarket;
     std::string m_strCode;
     int m_nVolume = 0;     ///< shares held

@@ -15,7 +15,7 @@ struct CPriceLevel {
 };
 
 /// The quote client's picture of one stock.
-struct PLATFORM_EXPORT CPriceData : IData {
+struct LINKAGE_PLATFORM_EXPORT CPriceData : IData {
     /// What the last price holds while none is known.
     static constexpr double UNKNOWN = std::numeric_limits<double>::max();
 

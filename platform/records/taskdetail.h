@@ -18,14 +18,14 @@ struct CTaskItem {
 };
 
 /// One report of an algorithmic task, possibly over several stocks.
-struct PLATFORM_EXPORT CTaskDetail : INumberedData {
+struct LINKAGE_PLATFORM_EXPORT CTaskDetail : INumberedData {
     ETaskStatus m_eStatus = TASK_RUNNING;
     bool m_bServerTask = true;  ///< runs on the trading server, else in the client
     std::vector<boost::shared_ptr<CTaskItem>> m_items;
     boost::shared_ptr<CCommandRecord> m_pCommand;  ///< may be empty
 };
 
-struct PLATFORM_EXPORT CTaskHelper {
+struct LINKAGE_PLATFORM_EXPORT CTaskHelper {
     /// The key by which the server knows a task; "" for none.
     static std::string genServerTaskKey(const boost::shared_ptr<CTaskDetail>& task);
 };

@@ -11,7 +11,7 @@ namespace vexservice {
 /// Threads: any; each call is a consistent picture of its own.
 /// Ownership: shared; the records it gives out are not changed afterwards.
 /// Failure: nothing throws; unknown data gives an empty pointer or no records.
-class PLATFORM_EXPORT CAccountData : public IData {
+class LINKAGE_PLATFORM_EXPORT CAccountData : public IData {
 public:
     /// May be empty while the account's data is not loaded.
     virtual boost::shared_ptr<CAccountInfo> getAccountInfo() const = 0;

@@ -35,7 +35,7 @@ enum EUserMember : int {
 };
 
 /// The application's configuration. Constant for the process's life.
-class PLATFORM_EXPORT CAppConfig {
+class LINKAGE_PLATFORM_EXPORT CAppConfig {
 public:
     virtual ~CAppConfig() = default;
     virtual bool isClientType(EClientType type) const = 0;
@@ -45,7 +45,7 @@ public:
 };
 
 /// The user's configuration. A member that the user has not set gives "", 0 or null.
-class PLATFORM_EXPORT CUserConfig {
+class LINKAGE_PLATFORM_EXPORT CUserConfig {
 public:
     virtual ~CUserConfig() = default;
     virtual QString getUserDataString(EUserMember member) const = 0;
@@ -59,28 +59,28 @@ public:
     boost::recursive_mutex m_mutex;
 };
 
-PLATFORM_EXPORT CUserConfig* getUserConfig();
+LINKAGE_PLATFORM_EXPORT CUserConfig* getUserConfig();
 
 /// The time service: gives the time that an operation is stamped with. The library asks it for each
 /// operation.
-class PLATFORM_EXPORT CTimeService {
+class LINKAGE_PLATFORM_EXPORT CTimeService {
 public:
     virtual ~CTimeService() = default;
     /// Milliseconds since the epoch.
     virtual std::int64_t currentTime() const = 0;
 };
 
-PLATFORM_EXPORT CTimeService* getTimeService();
+LINKAGE_PLATFORM_EXPORT CTimeService* getTimeService();
 
 /// Where the client keeps its data; no trailing separator. Asked once, when a manager is
 /// made; a directory that is not there yet is made when the first file is saved.
-class PLATFORM_EXPORT IDataDirectory {
+class LINKAGE_PLATFORM_EXPORT IDataDirectory {
 public:
     virtual ~IDataDirectory() = default;
     virtual QString path() const = 0;
 };
 
-PLATFORM_EXPORT QString getDataDir();
+LINKAGE_PLATFORM_EXPORT QString getDataDir();
 
 }  // namespace TC
 
@@ -88,7 +88,7 @@ namespace marlo {
 
 /// The markets' calendar; threads, ownership and failure as above. The library asks for the last
 /// trade date once, in init(), and for single days when their history is requested.
-class PLATFORM_EXPORT IMarketCalendar {
+class LINKAGE_PLATFORM_EXPORT IMarketCalendar {
 public:
     virtual ~IMarketCalendar() = default;
     /// Last trade date of a market ("SH"): its local midnight in milliseconds since the
@@ -104,16 +104,16 @@ public:
     }
 };
 
-PLATFORM_EXPORT std::int64_t getMarketLastTradeDate(const std::string& market);
+LINKAGE_PLATFORM_EXPORT std::int64_t getMarketLastTradeDate(const std::string& market);
 
 /// As IMarketCalendar::isTradingDay; empty also when the client has installed no calendar.
-PLATFORM_EXPORT std::optional<bool> isMarketTradingDay(const std::string& market,
-                                                       const std::string& day);
+LINKAGE_PLATFORM_EXPORT std::optional<bool> isMarketTradingDay(const std::string& market,
+                                                               const std::string& day);
 
 }  // namespace marlo
 
-extern template class PLATFORM_EXPORT utils::CSingletonT<TC::CAppConfig>;
-extern template class PLATFORM_EXPORT utils::CSingletonT<TC::CUserConfig>;
-extern template class PLATFORM_EXPORT utils::CSingletonT<TC::CTimeService>;
-extern template class PLATFORM_EXPORT utils::CSingletonT<TC::IDataDirectory>;
-extern template class PLATFORM_EXPORT utils::CSingletonT<marlo::IMarketCalendar>;
+extern template class LINKAGE_PLATFORM_EXPORT utils::CSingletonT<TC::CAppConfig>;
+extern template class LINKAGE_PLATFORM_EXPORT utils::CSingletonT<TC::CUserConfig>;
+extern template class LINKAGE_PLATFORM_EXPORT utils::CSingletonT<TC::CTimeService>;
+extern template class LINKAGE_PLATFORM_EXPORT utils::CSingletonT<TC::IDataDirectory>;
+extern template class LINKAGE_PLATFORM_EXPORT utils::CSingletonT<marlo::IMarketCalendar>;

@@ -26,10 +26,10 @@ enum EProxyConnectionStatus : int {
     PROXY_LOGIN_SUCCESS = 3,
 };
 
-PLATFORM_EXPORT bool isProxyLoginSuccess(EProxyConnectionStatus status);
+LINKAGE_PLATFORM_EXPORT bool isProxyLoginSuccess(EProxyConnectionStatus status);
 
 /// The connection to the proxy server.
-class PLATFORM_EXPORT CProxyClient : public QObject {
+class LINKAGE_PLATFORM_EXPORT CProxyClient : public QObject {
     Q_OBJECT
 
 public:
@@ -41,10 +41,10 @@ Q_SIGNALS:
     void sig_loginStatus(TC::EProxyConnectionStatus status, QString text);
 };
 
-PLATFORM_EXPORT CProxyClient* getProxyClient();
+LINKAGE_PLATFORM_EXPORT CProxyClient* getProxyClient();
 
 /// The connection to the exchanges.
-class PLATFORM_EXPORT CExchangeClient : public QObject {
+class LINKAGE_PLATFORM_EXPORT CExchangeClient : public QObject {
     Q_OBJECT
 
 public:
@@ -59,7 +59,6 @@ Q_SIGNALS:
 }  // namespace TC
 
 Q_DECLARE_METATYPE(TC::EProxyConnectionStatus)
-Q_DECLARE_METATYPE(std::string)
 
-extern template class PLATFORM_EXPORT utils::CManualSingletonT<TC::CExchangeClient>;
-extern template class PLATFORM_EXPORT utils::CSingletonT<TC::CProxyClient>;
+extern template class LINKAGE_PLATFORM_EXPORT utils::CManualSingletonT<TC::CExchangeClient>;
+extern template class LINKAGE_PLATFORM_EXPORT utils::CSingletonT<TC::CProxyClient>;

@@ -18,7 +18,7 @@ namespace TC {
 /// does not change them any more. The command center may keep completions as long as it likes.
 /// Failure: nothing throws. A completion reports an error of the request; what became of an order
 /// shows only in its reports.
-class PLATFORM_EXPORT CDovCommandCenter {
+class LINKAGE_PLATFORM_EXPORT CDovCommandCenter {
 public:
     virtual ~CDovCommandCenter() = default;
 
@@ -45,9 +45,9 @@ public:
         const std::string& serverTaskKey,
         const boost::shared_ptr<vexservice::CTaskOpRecord>& record,
         const boost::shared_ptr<vexservice::CAccountInfo>& account,
-        const boost::function<void(const utils::VexError&, bson::BSONObj)>& completion) = 0;
+        const boost::function<void(const utils::VexError&, mongo::BSONObj)>& completion) = 0;
 };
 
 }  // namespace TC
 
-extern template class PLATFORM_EXPORT utils::CSingletonT<TC::CDovCommandCenter>;
+extern template class LINKAGE_PLATFORM_EXPORT utils::CSingletonT<TC::CDovCommandCenter>;

@@ -13,7 +13,7 @@ namespace vexservice {
 /// Ownership: nothing is kept of what is passed.
 /// Failure: nothing throws. A missing quote is an empty pointer; a price that needs one is
 /// then 0.
-class PLATFORM_EXPORT IOrderRules {
+class LINKAGE_PLATFORM_EXPORT IOrderRules {
 public:
     virtual ~IOrderRules() = default;
 
@@ -31,7 +31,7 @@ public:
     virtual void fixTimeRange(CCodeOrderParam& order) = 0;
 };
 
-struct PLATFORM_EXPORT CPriceDataHelper {
+struct LINKAGE_PLATFORM_EXPORT CPriceDataHelper {
     /// As IOrderRules::getPriceForOrder; the further arguments are not used.
     static double getPriceForOrder(const boost::shared_ptr<CPriceData>& quote, EPriceType priceType,
                                    EOperationType operation, int level,
@@ -40,7 +40,7 @@ struct PLATFORM_EXPORT CPriceDataHelper {
 };
 
 /// Market-wide switches of the client. Threads: any. Failure: nothing throws.
-class PLATFORM_EXPORT ConfigCollector {
+class LINKAGE_PLATFORM_EXPORT ConfigCollector {
 public:
     virtual ~ConfigCollector() = default;
     static ConfigCollector* instance();
@@ -52,15 +52,14 @@ public:
 
 namespace TC {
 
-PLATFORM_EXPORT void orderSettingToParam(const vexservice::COrderSetting& setting,
-                                         vexservice::CCodeOrderParam& order,
-                                         vexservice::EOperationType operation, int volume,
-                                         double price,
-                                         const boost::shared_ptr<vexservice::CPriceData>& quote);
+LINKAGE_PLATFORM_EXPORT void orderSettingToParam(
+    const vexservice::COrderSetting& setting, vexservice::CCodeOrderParam& order,
+    vexservice::EOperationType operation, int volume, double price,
+    const boost::shared_ptr<vexservice::CPriceData>& quote);
 
-PLATFORM_EXPORT void fixTimeRange(vexservice::CCodeOrderParam& order);
+LINKAGE_PLATFORM_EXPORT void fixTimeRange(vexservice::CCodeOrderParam& order);
 
 }  // namespace TC
 
-extern template class PLATFORM_EXPORT utils::CSingletonT<vexservice::IOrderRules>;
-extern template class PLATFORM_EXPORT utils::CSingletonT<vexservice::ConfigCollector>;
+extern template class LINKAGE_PLATFORM_EXPORT utils::CSingletonT<vexservice::IOrderRules>;
+extern template class LINKAGE_PLATFORM_EXPORT utils::CSingletonT<vexservice::ConfigCollector>;

@@ -19,7 +19,7 @@ struct CMinuteBar {
 };
 
 /// A live price subscription; it ends when the object goes.
-class PLATFORM_EXPORT CQuoteRequest {
+class LINKAGE_PLATFORM_EXPORT CQuoteRequest {
 public:
     using Callback = boost::function<void(const boost::shared_ptr<vexservice::CPriceData>&)>;
 
@@ -43,7 +43,7 @@ public:
 /// Ownership: the client installs it before a manager's init() and takes it away after the manager
 /// has gone; the caller holds the requests that he made.
 /// Failure: nothing throws; what is not known is an empty pointer or an empty list.
-class PLATFORM_EXPORT CQuoteClient {
+class LINKAGE_PLATFORM_EXPORT CQuoteClient {
 public:
     using BarsAnswer = boost::function<void(const std::vector<CMinuteBar>&)>;
 
@@ -67,4 +67,4 @@ public:
 
 }  // namespace TC
 
-extern template class PLATFORM_EXPORT utils::CManualSingletonT<TC::CQuoteClient>;
+extern template class LINKAGE_PLATFORM_EXPORT utils::CManualSingletonT<TC::CQuoteClient>;

@@ -18,7 +18,7 @@ namespace net {
 /// Ownership: the same name gives the same strand, shared by all who ask; the io_service
 /// behind it outlives every module.
 /// Failure: there is always a strand. An exception of a handler leaves the engine's run().
-class PLATFORM_EXPORT RPCEngine {
+class LINKAGE_PLATFORM_EXPORT RPCEngine {
 public:
     virtual ~RPCEngine() = default;
     virtual boost::shared_ptr<boost::asio::io_service::strand> getStrand(
@@ -27,4 +27,4 @@ public:
 
 }  // namespace net
 
-extern template class PLATFORM_EXPORT utils::CSingletonT<net::RPCEngine>;
+extern template class LINKAGE_PLATFORM_EXPORT utils::CSingletonT<net::RPCEngine>;

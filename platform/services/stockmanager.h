@@ -15,7 +15,7 @@ namespace TC {
 /// Threads: any. A detail is never changed after it was handed out: a change makes
 /// a new one and is announced by utils::referenceDataChanged().
 /// Failure: nothing throws.
-class PLATFORM_EXPORT CStockManager {
+class LINKAGE_PLATFORM_EXPORT CStockManager {
 public:
     virtual ~CStockManager() = default;
 
@@ -34,7 +34,7 @@ namespace vexservice {
 /// Which stock belongs to which types, and in what units it trades. Threads: any.
 /// A change is announced by utils::referenceDataChanged(). Failure: nothing throws; a
 /// stock that nobody described is of no type.
-class PLATFORM_EXPORT StockTypeCenter {
+class LINKAGE_PLATFORM_EXPORT StockTypeCenter {
 public:
     virtual ~StockTypeCenter() = default;
     virtual bool isTypedStock(int type, const std::string& market, const std::string& code) = 0;
@@ -43,13 +43,13 @@ public:
 };
 
 /// As StockTypeCenter::isTypedStock; the last text is not used.
-PLATFORM_EXPORT bool isTypedStock(int type, const std::string& market, const std::string& code,
-                                  const std::string& unused);
+LINKAGE_PLATFORM_EXPORT bool isTypedStock(int type, const std::string& market,
+                                          const std::string& code, const std::string& unused);
 
 /// As StockTypeCenter::tradeMinUnit.
-PLATFORM_EXPORT int getTradeMinUnit(const std::string& market, const std::string& code);
+LINKAGE_PLATFORM_EXPORT int getTradeMinUnit(const std::string& market, const std::string& code);
 
 }  // namespace vexservice
 
-extern template class PLATFORM_EXPORT utils::CSingletonT<TC::CStockManager>;
-extern template class PLATFORM_EXPORT utils::CSingletonT<vexservice::StockTypeCenter>;
+extern template class LINKAGE_PLATFORM_EXPORT utils::CSingletonT<TC::CStockManager>;
+extern template class LINKAGE_PLATFORM_EXPORT utils::CSingletonT<vexservice::StockTypeCenter>;

@@ -25,7 +25,7 @@ namespace TC {
 /// Ownership: the client installs it before a manager's init() and takes it away after the manager
 /// has gone; nobody changes a record that was passed to it.
 /// Failure: nothing throws; an answer reports its error.
-class PLATFORM_EXPORT CTradeClient : public QObject {
+class LINKAGE_PLATFORM_EXPORT CTradeClient : public QObject {
     Q_OBJECT
 
 public:
@@ -64,4 +64,4 @@ Q_SIGNALS:
 
 Q_DECLARE_METATYPE(vexservice::CAccountInfo)
 
-extern template class PLATFORM_EXPORT utils::CManualSingletonT<TC::CTradeClient>;
+extern template class LINKAGE_PLATFORM_EXPORT utils::CManualSingletonT<TC::CTradeClient>;

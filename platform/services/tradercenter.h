@@ -26,7 +26,7 @@ namespace vexservice {
 /// their own date.
 /// Ownership: records and accounts are shared and outlive their replacement.
 /// Failure: an unknown account gives an empty pointer, nothing throws.
-class PLATFORM_EXPORT IDataCenter {
+class LINKAGE_PLATFORM_EXPORT IDataCenter {
 public:
     using Callback =
         boost::function<void(const std::string& accountKey, const boost::shared_ptr<IData>&)>;
@@ -55,7 +55,7 @@ public:
 };
 
 /// Takes operations on one task that runs in the client.
-class PLATFORM_EXPORT ITaskHandler {
+class LINKAGE_PLATFORM_EXPORT ITaskHandler {
 public:
     virtual ~ITaskHandler() = default;
     virtual void operate(const boost::shared_ptr<CTaskOpRecord>& record) = 0;
@@ -63,7 +63,7 @@ public:
 
 /// The tasks that run in the client rather than on the server. Threads: any, also under
 /// locks of the caller. Failure: nothing throws.
-class PLATFORM_EXPORT ITaskCenter {
+class LINKAGE_PLATFORM_EXPORT ITaskCenter {
 public:
     virtual ~ITaskCenter() = default;
     /// By the task's record key. Empty when the client runs no task of this number.
@@ -71,7 +71,7 @@ public:
 };
 
 /// Fee limits of accounts. Threads: any. Failure: nothing throws.
-class PLATFORM_EXPORT IFeeLimitService {
+class LINKAGE_PLATFORM_EXPORT IFeeLimitService {
 public:
     virtual ~IFeeLimitService() = default;
     /// Empty when none are known. A change is announced by referenceDataChanged().
@@ -84,7 +84,7 @@ public:
 ///
 /// Threads: any. Ownership: the center owns its services; pointers stay valid until it
 /// goes. Failure: none of the three is ever null.
-class PLATFORM_EXPORT TraderCenter {
+class LINKAGE_PLATFORM_EXPORT TraderCenter {
 public:
     virtual ~TraderCenter() = default;
 
@@ -99,4 +99,4 @@ public:
 
 }  // namespace vexservice
 
-extern template class PLATFORM_EXPORT utils::CSingletonT<vexservice::TraderCenter>;
+extern template class LINKAGE_PLATFORM_EXPORT utils::CSingletonT<vexservice::TraderCenter>;

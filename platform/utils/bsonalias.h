@@ -7,4 +7,7 @@ class BSONObj;
 class BSONObjBuilder;
 }  // namespace mongo
 
+/// Define LINKAGE_NO_BSON_ALIAS where `bson` is something else: the public headers do without it.
+#ifndef LINKAGE_NO_BSON_ALIAS
 namespace bson = mongo;
+#endif

@@ -13,7 +13,7 @@ class CWaits;
 /// reads another: "now", "today", timers and trade dates all follow it.
 ///
 /// Threads: any. The clock must outlive everything that was armed on it.
-class PLATFORM_EXPORT IClock {
+class LINKAGE_PLATFORM_EXPORT IClock {
 public:
     virtual ~IClock() = default;
 
@@ -26,12 +26,12 @@ public:
 };
 
 /// Puts a clock in place; null brings the machine's own clock back.
-PLATFORM_EXPORT void setClock(IClock* clock);
+LINKAGE_PLATFORM_EXPORT void setClock(IClock* clock);
 
 /// The clock in place.
-PLATFORM_EXPORT IClock& currentClock();
+LINKAGE_PLATFORM_EXPORT IClock& currentClock();
 
 /// Seconds since the epoch, with fraction.
-PLATFORM_EXPORT double clock();
+LINKAGE_PLATFORM_EXPORT double clock();
 
 }  // namespace utils

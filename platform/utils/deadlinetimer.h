@@ -21,7 +21,7 @@ namespace utils {
 ///
 /// Threads: one at a time; the handler runs in the service. Errors: a wait that is cut
 /// short ends with operation_aborted.
-class PLATFORM_EXPORT DeadlineTimer {
+class LINKAGE_PLATFORM_EXPORT DeadlineTimer {
 public:
     using Handler = std::function<void(const boost::system::error_code&)>;
 

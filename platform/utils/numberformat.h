@@ -16,10 +16,11 @@ enum EFormatNumberFlag {
 
 /// A double as text: two decimals, or as FORMAT_NUMBER_SHORTEST says. A value that
 /// is not finite gives "--".
-PLATFORM_EXPORT std::string formatDoubleNumber(double value, int flags = FORMAT_NUMBER_NONE);
+LINKAGE_PLATFORM_EXPORT std::string formatDoubleNumber(double value,
+                                                       int flags = FORMAT_NUMBER_NONE);
 
 /// An integer as text, filled with leading zeros up to `width` digits.
-PLATFORM_EXPORT std::string formatIntNumber(long long value, int width = 0,
-                                            int flags = FORMAT_NUMBER_NONE);
+LINKAGE_PLATFORM_EXPORT std::string formatIntNumber(long long value, int width = 0,
+                                                    int flags = FORMAT_NUMBER_NONE);
 
 }  // namespace utils

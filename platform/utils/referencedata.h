@@ -11,10 +11,10 @@ namespace utils {
 /// these services keeps them only while this number stays the same.
 ///
 /// Threads: any.
-PLATFORM_EXPORT std::uint64_t referenceDataRevision();
+LINKAGE_PLATFORM_EXPORT std::uint64_t referenceDataRevision();
 
 /// The client calls this after any of that data has changed. A client that does not know whether it
 /// has changed may call it as often as it likes.
-PLATFORM_EXPORT void referenceDataChanged();
+LINKAGE_PLATFORM_EXPORT void referenceDataChanged();
 
 }  // namespace utils

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <atomic>
+#include <type_traits>
 
 namespace utils {
 
@@ -9,6 +9,8 @@ namespace utils {
 /// need not be of the same moment.
 template <class T>
 class CRelaxed {
+    static_assert(std::is_trivially_copyable_v<T> && sizeof(T) <= sizeof(void*));
+
 public:
     CRelaxed(T value = T()) : m_value(value) {}
     CRelaxed(const CRelaxed& other) : m_value(other.get()) {}
@@ -22,10 +24,14 @@ public:
     }
 
     operator T() const { return get(); }
+    // The compiler's own operations: they are the same in every standard a client is compiled in,
+    // and leave m_value a plain number for own().
     T get() const {
-        return std::atomic_ref<T>(const_cast<T&>(m_value)).load(std::memory_order_relaxed);
+        T value;
+        __atomic_load(&m_value, &value, __ATOMIC_RELAXED);
+        return value;
     }
-    void set(T value) { std::atomic_ref<T>(m_value).store(value, std::memory_order_relaxed); }
+    void set(T value) { __atomic_store(&m_value, &value, __ATOMIC_RELAXED); }
 
     /// For the only writer: a plain read, which the compiler may combine with others.
     T own() const { return m_value; }

@@ -7,6 +7,14 @@
 
 namespace utils {
 
+/// What a total of doubles has beyond its first double; a total of integers has nothing.
+template <class T, bool = std::is_integral_v<T>>
+struct RunningRest {
+    T m_rest{};
+};
+template <class T>
+struct RunningRest<T, true> {};
+
 /// The total of a changing set of values, kept as they change.
 ///
 /// Integers are exact in 64 bits. Doubles are kept as a sum of two doubles (error-free addition,
@@ -17,7 +25,7 @@ namespace utils {
 ///
 /// Threads: one writer at a time; value() from any thread.
 template <class T>
-class CRunningTotal {
+class CRunningTotal : private RunningRest<T> {
 public:
     /// Replaces one value of the set by another (0 stands for none).
     void change(T from, T to) {
@@ -33,7 +41,6 @@ public:
 
 private:
     using Wide = std::conditional_t<std::is_integral_v<T>, std::int64_t, T>;
-    struct Nothing {};
 
     static bool counts(T value) {
         constexpr T LARGEST = 1e280;  // even 2^64 of these have a finite sum
@@ -44,14 +51,13 @@ private:
         const T high = m_total.get();
         const T sum = high + value;
         const T part = sum - high;
-        const T lost = (high - (sum - part)) + (value - part) + m_rest;
+        const T lost = (high - (sum - part)) + (value - part) + this->m_rest;
         const T total = sum + lost;
-        m_rest = lost - (total - sum);
+        this->m_rest = lost - (total - sum);
         m_total.set(total);
     }
 
     CRelaxed<Wide> m_total;
-    [[no_unique_address]] std::conditional_t<std::is_integral_v<T>, Nothing, T> m_rest{};
 };
 
 }  // namespace utils

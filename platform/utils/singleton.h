@@ -2,6 +2,7 @@
 
 #include "platform/export.h"
 
+#include <boost/core/demangle.hpp>
 #include <boost/shared_ptr.hpp>
 
 #include <atomic>
@@ -20,9 +21,12 @@ namespace utils {
 
 /// A service was asked for before the client installed it: a fault in the
 /// client's start-up order, never a state of normal running.
-struct ServiceMissing : std::logic_error {
+struct LINKAGE_PLATFORM_EXPORT ServiceMissing : std::logic_error {
     explicit ServiceMissing(const std::type_info& type)
-        : std::logic_error(std::string("no client has installed the service ") + type.name()) {}
+        : std::logic_error("no client has installed the service " +
+                           boost::core::demangle(type.name())) {}
+    /// Of several services at once, in words.
+    explicit ServiceMissing(const std::string& what) : std::logic_error(what) {}
 };
 
 /// One object per process, made on first use.
@@ -33,7 +37,7 @@ struct ServiceMissing : std::logic_error {
 /// Threads: instance() from any thread. install() and release() belong to start
 /// and shutdown, when no other thread uses the object.
 template <class T>
-class PLATFORM_EXPORT CSingletonT {
+class LINKAGE_PLATFORM_EXPORT CSingletonT {
 public:
     /// The one object; made when there is none yet, under a boost::shared_mutex.
     static T* instance() {
@@ -63,7 +67,7 @@ private:
 ///
 /// Threads: as CSingletonT. instance() before install() throws ServiceMissing.
 template <class T>
-class PLATFORM_EXPORT CManualSingletonT {
+class LINKAGE_PLATFORM_EXPORT CManualSingletonT {
 public:
     static T* instance() {
         if (T* present = s_pPublished.load(std::memory_order_acquire)) return present;

@@ -6,6 +6,7 @@
 #include <boost/thread/shared_mutex.hpp>
 
 #include <type_traits>
+#include <utility>
 
 /// The rest of the singletons, for the one source that instantiates them for a T.
 namespace utils {
@@ -16,6 +17,11 @@ struct SingletonMutex {
 };
 template <class T>
 boost::shared_mutex SingletonMutex<T>::s_mutex;
+
+template <class T, class = void>
+struct CanRetire : std::false_type {};
+template <class T>
+struct CanRetire<T, std::void_t<decltype(std::declval<T&>().retire())>> : std::true_type {};
 
 template <class T>
 boost::shared_ptr<T> CSingletonT<T>::s_pInstance;
@@ -49,7 +55,7 @@ void CSingletonT<T>::release() {
     victim.swap(s_pInstance);
     s_pPublished.store(nullptr, std::memory_order_release);
     if (!victim) return;
-    if constexpr (requires(T & object) { object.retire(); }) victim->retire();
+    if constexpr (CanRetire<T>::value) victim->retire();
 }
 
 template <class T>

@@ -15,7 +15,7 @@ namespace utils {
 /// The waits of timers for moments of a clock that stands still until its owner moves it.
 ///
 /// Threads: any.
-class PLATFORM_EXPORT CWaits {
+class LINKAGE_PLATFORM_EXPORT CWaits {
 public:
     /// Called at most once: with true when the moment has come, with false when the wait was
     /// cancelled.

@@ -36,8 +36,8 @@ protected:
         return m_composed;
     }
     void speak() {
-        VEX_INFO("op", "line {0}", composed());
-        VEX_WARNING("op", "line {0}", composed());
+        LINKAGE_LOG_INFO("op", "line {0}", composed());
+        LINKAGE_LOG_WARNING("op", "line {0}", composed());
         g_VexStdLogger.error("op", "broken");
     }
 

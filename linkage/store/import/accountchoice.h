@@ -1,6 +1,5 @@
 #pragma once
 
-#include "linkage/export.h"
 #include "platform/records/accountinfo.h"
 
 #include <QHash>
@@ -29,7 +28,7 @@ struct NamedAccount {
 ///   ways, so a name alone is no reason to refuse; a note tells the user. Where several
 ///   accounts are followed, the user can choose the one.
 /// - Otherwise nothing can be taken, or not that row.
-class LINKAGE_EXPORT CAccountChoice {
+class CAccountChoice {
 public:
     using Account = boost::shared_ptr<vexservice::CAccountInfo>;
 

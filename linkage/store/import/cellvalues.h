@@ -1,7 +1,5 @@
 #pragma once
 
-#include "linkage/export.h"
-
 #include <QString>
 
 #include <optional>
@@ -11,7 +9,7 @@
 namespace TC::statement {
 
 /// A cell as a statement's columns see it. Empty, or a text, or a number.
-struct LINKAGE_EXPORT Value {
+struct Value {
     bool isNumber = false;
     double number = 0.0;
     QString text;
@@ -30,7 +28,7 @@ QString plainText(const QString& text);
 /// Finite number out of a cell: thousands separators, full-width digits, the sign of the yuan
 /// and a unit that stands for one (元, 股, 张, 份) are taken; anything else is not, in particular
 /// no other currency and no unit behind a single figure (手, 万).
-LINKAGE_EXPORT std::optional<double> cellNumber(const Value& value);
+std::optional<double> cellNumber(const Value& value);
 
 struct DateTime {
     std::string date;  ///< "yyyyMMdd"
@@ -40,12 +38,12 @@ struct DateTime {
 /// A date out of a number (20230201, or days of a workbook) or a text ("20230201",
 /// "2023-02-01", "2023/2/1", "2023年2月1日"), which a time may follow. Only dates that a day key
 /// can hold and on which there were exchanges: 1990 to 2037.
-LINKAGE_EXPORT std::optional<DateTime> dateOf(const Value& value, bool dates1904 = false);
+std::optional<DateTime> dateOf(const Value& value, bool dates1904 = false);
 
 /// A time of day, "hhmmss", out of "9:48:13", "09:48", "下午2:30", "2:30 PM", "14时30分", 94813,
 /// 1430, 930, 09481312 (hundredths follow), a fraction of a day, or the end of a date; empty when
 /// it is none of these, as for digits that are a date, or that name an hour alone.
-LINKAGE_EXPORT std::string timeOf(const Value& value);
+std::string timeOf(const Value& value);
 
 struct Instrument {
     std::string market;  ///< "SH", "SZ" or "BJ"
@@ -60,9 +58,8 @@ struct Instrument {
 ///
 /// Nothing for codes of other markets, and for a market that the code cannot have;
 /// `isOfOtherList` says that the list is of another market unless the row names one.
-LINKAGE_EXPORT std::optional<Instrument> instrumentOf(const Value& code, const QString& marketName,
-                                                      const QString& holderCode,
-                                                      bool isOfOtherList = false);
+std::optional<Instrument> instrumentOf(const Value& code, const QString& marketName,
+                                       const QString& holderCode, bool isOfOtherList = false);
 
 /// What an instrument is, as far as its code tells.
 enum class EInstrument { Share, Fund, Bond, Other };

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "linkage/export.h"
 #include "platform/records/dealdetail.h"
 #include "platform/records/orderdetail.h"
 
@@ -20,13 +19,13 @@ namespace TC::statement {
 /// What two records must agree in to be the same trade at all: stock and side, for deals the
 /// volume and the price as well, to a tenth of the smallest tick. A later list may correct the
 /// volume of an order.
-LINKAGE_EXPORT std::string valuesOf(const vexservice::CDealDetail& deal);
-LINKAGE_EXPORT std::string valuesOf(const vexservice::COrderDetail& order);
+std::string valuesOf(const vexservice::CDealDetail& deal);
+std::string valuesOf(const vexservice::COrderDetail& order);
 
 /// The exchange's number of a record without blanks and zeros in front, which spreadsheet
 /// programs drop; "" when it has none.
-LINKAGE_EXPORT std::string systemNumber(const vexservice::CDealDetail& deal);
-LINKAGE_EXPORT std::string systemNumber(const vexservice::COrderDetail& order);
+std::string systemNumber(const vexservice::CDealDetail& deal);
+std::string systemNumber(const vexservice::COrderDetail& order);
 
 /// What became of an imported record.
 enum class EFate {
@@ -52,7 +51,7 @@ enum class EFate {
 /// Only trades of equal values meet. While all of them have numbers, only those of one
 /// number meet, so a report then costs a look at these alone.
 template <class Record>
-class LINKAGE_EXPORT CDayRecords {
+class CDayRecords {
 public:
     using Ptr = boost::shared_ptr<Record>;
     using Keys = std::set<std::uint64_t>;

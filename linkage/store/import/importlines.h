@@ -1,6 +1,5 @@
 #pragma once
 
-#include "linkage/export.h"
 #include "linkage/store/importreport.h"
 #include "platform/records/dealdetail.h"
 #include "platform/records/orderdetail.h"
@@ -28,9 +27,9 @@ struct StoredImport {
 /// An import as lines of JSON in UTF-8: one for the import and one for each record. What
 /// stands in a name never ends a line: marks are escaped, and a byte that is not of UTF-8 is
 /// written as U+FFFD.
-LINKAGE_EXPORT std::string textOf(const StoredImport& import);
+std::string textOf(const StoredImport& import);
 
 /// An import out of its lines. A line that cannot be read costs itself only.
-LINKAGE_EXPORT StoredImport importOf(std::string_view text);
+StoredImport importOf(std::string_view text);
 
 }  // namespace TC::statement

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "linkage/export.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -30,7 +28,7 @@ struct MatchItem {
 ///
 /// The work grows with the number of items, not with its square: of each list of candidates
 /// a set of imports looks at every place once, because what speaks against a place stays.
-class LINKAGE_EXPORT CPlaceMatching {
+class CPlaceMatching {
 public:
     struct Place {
         std::vector<std::uint32_t> items;  ///< the rows in it, in the order of their imports

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "linkage/export.h"
 #include "linkage/store/import/workbook.h"
 #include "linkage/store/importreport.h"
 #include "platform/records/dealdetail.h"
@@ -50,6 +49,6 @@ struct Statement {
 ///
 /// `tradeDate` ("yyyyMMdd") is the day of files that name no day at all, and the last day
 /// that is taken. Throws Refusal when no sheet has a header, or no day can be found.
-LINKAGE_EXPORT Statement readStatement(const CWorkbook& book, const std::string& tradeDate);
+Statement readStatement(const CWorkbook& book, const std::string& tradeDate);
 
 }  // namespace TC::statement

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "linkage/export.h"
-
 #include <QString>
 
 #include <optional>
@@ -14,7 +12,7 @@ enum class ESide { Buy, Sell };
 /// The side that a text names, with whatever else it says of the way of trading ("盘后定价
 /// 买入", "买入(普通)"); nothing for what is no deal (dividends, fees, subscriptions,
 /// transfers, designations, cancellations) and for what is not understood.
-LINKAGE_EXPORT std::optional<ESide> sideOf(const QString& text);
+std::optional<ESide> sideOf(const QString& text);
 
 /// Whether a text speaks of buying or selling, understood or not.
 bool speaksOfSide(const QString& text);
@@ -34,7 +32,7 @@ bool saysDealt(const QString& text);
 
 /// Whether a text says that its row was cancelled, voided, reversed or failed. Names of
 /// ways to trade that speak of cancelling the rest ("五档即成剩撤") do not.
-LINKAGE_EXPORT bool saysVoid(const QString& text);
+bool saysVoid(const QString& text);
 
 /// Whether a text marks a sum under rows ("合计", "本日小计").
 bool saysSum(const QString& text);

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "linkage/export.h"
-
 #include <QHash>
 #include <QString>
 #include <QStringList>
@@ -31,7 +29,7 @@ inline constexpr int kMaxReadLength = 1000;         ///< of these so many are re
 inline constexpr qint64 kMaxTextLength = 16 << 20;  ///< characters of all different texts
 
 /// A file that is not taken at all. Thrown and caught inside the reader only.
-struct LINKAGE_EXPORT Refusal : std::runtime_error {
+struct Refusal : std::runtime_error {
     explicit Refusal(const QString& why) : std::runtime_error(why.toStdString()), text(why) {}
     QString text;
 };
@@ -52,7 +50,7 @@ struct Cell {
 /// cannot make memory grow by repeating a reference to a long text.
 ///
 /// Adding throws Refusal when a limit is reached.
-class LINKAGE_EXPORT CWorkbook {
+class CWorkbook {
 public:
     struct Sheet {
         QString name;

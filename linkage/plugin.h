@@ -1,0 +1,156 @@
+#pragma once
+
+#include <QtPlugin>
+
+#include <boost/function.hpp>
+#include <boost/shared_ptr.hpp>
+#include <boost/signals2/connection.hpp>
+
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+class QObject;
+
+namespace vexservice {
+struct CAccountInfo;
+struct CDealDetail;
+struct COrderDetail;
+}  // namespace vexservice
+
+namespace TC {
+
+class CEnhanceDrawManager;
+class CLinkageManager;
+class LinkagePeriodExtData;
+enum class EBalanceAsker;
+struct BalancePlan;
+struct BalanceRecord;
+struct LinkageOptions;
+struct MissingService;
+struct PeriodPoint;
+struct TradeStatData;
+
+/// The library for a client that does not link it but loads it at run time:
+///
+///     QPluginLoader loader("liblinkage.so");
+///     auto* const linkage = qobject_cast<TC::ILinkagePlugin*>(loader.instance());
+///
+/// The client links linkage::platform alone, installs its services there, and reaches everything
+/// through this interface; none of its calls needs a symbol of the library. The headers of the
+/// types that an operation gives are named with it. Do not unload the library.
+///
+/// The interface is the library's own object and lives as long as the library. Every operation has
+/// the contract of the manager's operation of its name (linkage/core/clinkagemanager.h) and, but
+/// for those under "life", makes the manager when there is none; where that is not possible it
+/// throws utils::ServiceMissing.
+class ILinkagePlugin {
+public:
+    virtual ~ILinkagePlugin() = default;
+
+    // ------------------------------------------------------------------ life
+
+    /// The version of the library, as TC::loadedVersion(); the loader's metadata has it too,
+    /// before anything of the library has run.
+    virtual const char* version() const = 0;
+
+    /// What the library needs and does not find; see linkage/core/startup.h. Ask it on the thread
+    /// that will call init().
+    virtual std::vector<MissingService> missingServices() const = 0;
+
+    /// Makes the manager where there is none, on the calling thread, and begins its work. False,
+    /// with a line in the log, when something is missing; then it can be called again.
+    virtual bool init(const LinkageOptions& options) = 0;
+    virtual bool isInited() const = 0;
+    virtual void release() = 0;
+
+    /// The manager itself, made when there is none; throws utils::ServiceMissing when it cannot be
+    /// made. For clients that link the library, and as the sender of its Qt signals: object() can
+    /// be connected with the SIGNAL() macro.
+    virtual CLinkageManager& linkage() = 0;
+    virtual QObject* object() = 0;
+    virtual CEnhanceDrawManager& draw() = 0;
+
+    // -------------------------------------------------------------- accounts
+
+    virtual void requestAccounts() = 0;
+    virtual void requestAccount(const std::string& accountKey) = 0;
+    virtual std::vector<boost::shared_ptr<vexservice::CAccountInfo>> getAccounts() const = 0;
+
+    // --------------------------------------------------------------- queries
+    // linkage/ledger/types.h, linkage/stats/periodpoint.h, platform/records/
+
+    virtual std::string getTradeDate() const = 0;
+    virtual std::set<std::string> getStocks() const = 0;
+    virtual std::set<std::string> getStrategys() const = 0;
+    virtual int getRunningOrders(const std::string& accountKey,
+                                 const std::string& strategy) const = 0;
+    virtual int getRunningTasks(const std::string& accountKey,
+                                const std::string& strategy) const = 0;
+    virtual std::map<std::string, boost::shared_ptr<LinkagePeriodExtData>> getTradeStatDatas(
+        const std::string& accountKey, const std::string& strategy) const = 0;
+    virtual std::map<std::string,
+                     std::map<unsigned long long, boost::shared_ptr<vexservice::COrderDetail>>>
+    getOrderDetails(int day, const std::string& stockKey,
+                    const std::set<std::string>& accountKeys) const = 0;
+    virtual std::map<std::string,
+                     std::map<unsigned long long, boost::shared_ptr<vexservice::CDealDetail>>>
+    getDealDetails(int day, const std::string& stockKey,
+                   const std::set<std::string>& accountKeys) const = 0;
+    virtual std::map<int, double> getTotalProfits(const std::set<std::string>& accountKeys,
+                                                  const std::set<std::string>& strategies,
+                                                  const std::set<std::string>& stockKeys,
+                                                  bool todayOnly) const = 0;
+    virtual std::map<int, std::pair<double, double>> getTotalBuySellAmounts(
+        const std::set<std::string>& accountKeys, const std::set<std::string>& strategies,
+        const std::set<std::string>& stockKeys, bool todayOnly) const = 0;
+    /// Both calculators together, which getPeriodCurve needs.
+    virtual void startCalculators() = 0;
+    virtual void stopCalculators() = 0;
+    virtual std::map<int, PeriodPoint> getPeriodCurve(const std::string& accountKey,
+                                                      const std::string& strategy) const = 0;
+    virtual std::map<std::string, TradeStatData> getHistoryStatData() const = 0;
+
+    // -------------------------------------------------------------- balances
+    // linkage/core/balanceasker.h, linkage/balance/balanceplan.h, linkage/balance/balancebook.h
+
+    virtual bool runAutoBalance(const std::string& accountKey, const std::string& strategy,
+                                EBalanceAsker asker) = 0;
+    virtual BalancePlan previewBalance(const std::string& accountKey, const std::string& strategy,
+                                       bool grouped) const = 0;
+    virtual std::vector<BalanceRecord> getBalances(
+        const std::optional<std::string>& account,
+        const std::optional<std::string>& strategy) const = 0;
+    virtual bool cancelAllOrders(const std::string& accountKey, const std::string& strategy) = 0;
+    virtual bool cancelAllTasks(const std::string& accountKey, const std::string& strategy) = 0;
+    virtual void addBalanceTime(const std::string& key, const std::string& time) = 0;
+    virtual bool deleteBalanceTime(const std::string& key) = 0;
+    virtual std::map<std::string, std::string> getBalanceTime() const = 0;
+    virtual void addHistoryLinkdata(const std::string& accountKey, const std::string& strategy) = 0;
+    virtual void doHistoryBalance(const std::string& accountKey, const std::string& strategy) = 0;
+    /// Waits until every save asked for is on disk, or has failed.
+    virtual void finishSaves() = 0;
+
+    // --------------------------------------------------------------- signals
+    // Each connects a slot to the manager's signal until the connection is cut or the manager is
+    // released. Threads and locks are those of the signal.
+
+    virtual boost::signals2::connection onNewTradingDay(
+        const boost::function<void(const std::string&)>& slot) = 0;
+    virtual boost::signals2::connection onProfitChanged(
+        const boost::function<void(const std::string&, const std::string&, double)>& slot) = 0;
+    virtual boost::signals2::connection onStocksChanged(const boost::function<void()>& slot) = 0;
+    virtual boost::signals2::connection onStrategysChanged(const boost::function<void()>& slot) = 0;
+    virtual boost::signals2::connection onStatDataChanged(const boost::function<void()>& slot) = 0;
+    virtual boost::signals2::connection onBalanceChanged(
+        const boost::function<void(int)>& slot) = 0;
+};
+
+}  // namespace TC
+
+/// The number changes when a client must be compiled anew.
+#define LINKAGE_PLUGIN_IID "linkage.plugin/1"
+Q_DECLARE_INTERFACE(TC::ILinkagePlugin, LINKAGE_PLUGIN_IID)
