@@ -138,15 +138,14 @@ bool CPaperAdapter::hold(int volume) {
 }
 
 bool CPaperAdapter::startTask(bool server) {
-    paper::TaskRequest task;
-    task.account = ACCOUNT;
-    task.market = "SH";
-    task.code = "600000";
-    task.volume = 1000;
-    task.slices = 10;
-    task.seconds = 10'000.0;
-    task.strategy = "kit";
-    task.server = server;
+    const paper::TaskRequest task{.account = ACCOUNT,
+                                  .market = "SH",
+                                  .code = "600000",
+                                  .volume = 1000,
+                                  .slices = 10,
+                                  .seconds = 10'000.0,
+                                  .strategy = "kit",
+                                  .server = server};
     m_pClient->startTask(task);
     return true;
 }
