@@ -19,7 +19,7 @@ struct OrderRequest {
     std::string code;         ///< the stock's code in its market ("600000")
     bool buys = true;         ///< else it sells
     std::int64_t volume = 0;  ///< shares
-    /// A market type takes what the book has.
+    /// Orders of any other type than a market type need a price.
     vexservice::EPriceType priceType = vexservice::PRTP_FIX;
     double price = 0.0;          ///< yuan
     std::string strategy = {};   ///< primary strategy name of its carrier
@@ -37,7 +37,7 @@ struct TaskRequest {
     bool buys = true;           ///< else it sells
     int volume = 0;             ///< shares
     int slices = 1;             ///< parts, at least 1
-    double seconds = 0.0;       ///< from the first part to the last
+    double seconds = 0.0;       ///< all parts, at equal distances; the first at once
     std::string strategy = {};  ///< primary strategy name of its carrier
     bool server = true;         ///< the server's task, else a local one
     // The exchange fills in the rest.

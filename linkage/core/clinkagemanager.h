@@ -409,8 +409,7 @@ public:
     // --------------------------------------------------------- history store
     // linkage/store/historystore.cpp, linkage/store/historyvalues.cpp
 
-    /// The history store as copies: statistics by history key, and by stock key the records of
-    /// one history key.
+    /// The statistics of the history store as copies, by history key.
     std::map<std::string, TradeStatData> getHistoryStatData() const;
     /// The records of one history key, by stock key: not copies, but those that the manager goes on
     /// updating. Empty for a key that the store does not have.
@@ -452,12 +451,11 @@ public:
     /// Whether a history key was already taken into the day's history.
     bool isAlreadyAdd(const std::string& key) const;
 
-    /// Removes pairs with equal totals, one stock of a pair, or everything. The files
-    /// follow.
+    /// Removes pairs with equal totals. The files follow.
     void deleteHistoryAlreadyBalancedata();
-    /// Removes one stock of a history key.
+    /// Removes one stock of a history key. The files follow.
     void deleteHistoryLinkageData(const std::string& key, const std::string& stock);
-    /// Removes everything, and raises sigHistoryCleared.
+    /// Removes everything, its files too, and raises sigHistoryCleared.
     void deleteAllHisTorydata();
 
     // linkage/store/savefiles.cpp
@@ -466,10 +464,12 @@ public:
     /// before is tried once more.
     void finishSaves();
 
-    /// Ask for the files to be rewritten, on a thread of their own: all three, or the
-    /// statistics with the balance times. A save that fails is logged and tried again.
+    /// Asks for the files to be rewritten, without balance times, on a thread of their own. Their
+    /// rows are stamped with the moment, or without `withTime` with the day alone. A save that
+    /// fails is logged and tried again.
     void writedata(bool withTime);
-    /// Asks for the statistics file to be rewritten with the balance times.
+    /// As writedata(false), for the statistics file alone, with the balance times; with
+    /// LinkageOptions::keepBalanceTimes also for the file of the balance times.
     void writeBlanaceTime();
 
     // -------------------------------------------- server history and import

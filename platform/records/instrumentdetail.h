@@ -9,7 +9,7 @@ struct CInstrumentDetail {
     std::string m_strMarket;         ///< "SH" or "SZ"
     std::string m_strCode;           ///< the code in its market ("600000")
     std::string m_strName;           ///< the stock's name, for people
-    std::string m_strProductID;      ///< the product's number; goes into orders as it is
+    std::string m_strProductID;      ///< the product's ID; goes into orders as it is
     double m_dPriceTick = 0.01;      ///< yuan: smallest step of a price
     double m_dReferencePrice = 0.0;  ///< yesterday's close; 0: none
     double m_dLimitUp = 0.0;         ///< 0: none
@@ -21,7 +21,7 @@ struct CStockInfo {
     std::string m_strMarket;     ///< "SH" or "SZ"
     std::string m_strCode;       ///< the code in its market ("600000")
     std::string m_strName;       ///< the stock's name, for people
-    std::string m_strProductID;  ///< the product's number
+    std::string m_strProductID;  ///< the product's ID
 };
 
 }  // namespace vexservice
