@@ -22,9 +22,9 @@ struct TradeStatData {
     std::string m_strAccountType;    ///< kind of account, as a text of the client
     std::string m_strBroker;         ///< brokerage company
     std::string m_strStrategy;       ///< strategy name
-    /// When it was added, as a text of the client; saves stamp rows with their own time.
+    /// When it was added, as a text of the client; saves stamp rows with a time of their own.
     std::string m_strAddDate;
-    /// "hhmmss", as the client gives it; saves write the time of the balance-time table
+    /// "hhmmss", as the client gives it; saves write that of the balance-time table, or none.
     std::string m_strBalanceTime;
 
     std::int64_t m_nTotalBuyVolume = 0;   ///< shares
