@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+/// @file
 /// Holds an adapter to the contracts of platform/services. A client maker writes an IAdapter over
 /// his services, links it with this library, and calls run() from main().
 namespace adaptercheck {
@@ -11,25 +12,27 @@ namespace adaptercheck {
 /// What the adapter has to be asked for. Leave empty what it does not have: cases that need it are
 /// then skipped.
 struct Facts {
-    std::string account;       ///< key of an account that may trade the stock
-    std::string otherAccount;  ///< key of another one
-    std::string market;        ///< of a stock that has a detail and is quoted
-    std::string code;
+    std::string account;        ///< key of an account that may trade the stock
+    std::string otherAccount;   ///< key of another one
+    std::string market;         ///< of a stock that has a detail and is quoted
+    std::string code;           ///< the stock's code in that market ("600000")
     double restingPrice = 0.0;  ///< yuan: a buy order at this price rests until fill()
     std::string pastDay;        ///< "yyyyMMdd": the server has records of the account
     std::string emptyDay;       ///< the account has no records of this day
     std::string unknownDay;     ///< the server cannot tell this day
     std::string barsDay;        ///< the stock has minute bars of this day
+    /// Whether commands get numbers above 0; see TC::CDovCommandCenter.
     bool numbersCommands = true;
 };
 
 /// A buy order that somebody enters elsewhere: it comes to the client by its reports alone.
 struct OutsideOrder {
-    std::string account;
-    std::string strategy;
-    int volume = 0;  ///< shares, at Facts::restingPrice
+    std::string account;   ///< account key
+    std::string strategy;  ///< strategy name that the reports carry; "" for none
+    int volume = 0;        ///< shares, at Facts::restingPrice
 };
 
+/// What change() makes different.
 enum class EReferenceData { Instrument, Fees };
 
 /// The adapter under test, and the world behind it. Each case has a new one, in which no order
@@ -49,6 +52,7 @@ public:
     virtual void install() = 0;
     /// Takes all of them away again.
     virtual void remove() = 0;
+    /// What the cases are to ask for. Asked once in each case.
     virtual Facts facts() const = 0;
 
     /// Lets what is pending come: runs an event loop for a moment, moves a clock of the adapter's
@@ -56,6 +60,7 @@ public:
     /// false, that more may come by itself.
     virtual bool settle() { return false; }
 
+    /// Somebody enters the order elsewhere. It rests at Facts::restingPrice until fill().
     virtual bool place(const OutsideOrder& /*order*/) { return false; }
     /// The market trades so many shares at Facts::restingPrice, the oldest order first.
     virtual bool fill(int /*volume*/) { return false; }
@@ -71,7 +76,9 @@ public:
     virtual bool change(EReferenceData /*what*/) { return false; }
     /// The user's settings change.
     virtual bool changeSettings() { return false; }
+    /// A new trade date ("yyyyMMdd") begins: the data center knows it, and then it is announced.
     virtual bool beginTradingDate(const std::string& /*date*/) { return false; }
+    /// The proxy server reports a login that succeeded, though there was one before.
     virtual bool login() { return false; }
     /// The connection to the trading server breaks.
     virtual bool disconnect() { return false; }
@@ -79,6 +86,7 @@ public:
     virtual bool initAccount() { return false; }
 };
 
+/// Makes a new adapter for each case. The adapter goes when its case ends.
 using Factory = std::function<std::unique_ptr<IAdapter>()>;
 
 /// Runs the cases that the arguments ask for (--help tells them) and prints a table. Returns 0 when

@@ -11,7 +11,7 @@ install(TARGETS platform linkage EXPORT targets
 install(TARGETS paper adaptercheck EXPORT targets ARCHIVE COMPONENT development)
 
 # What clients may include. Each compiles alone in C++17, and none needs one that is not here;
-# scripts/check-package.sh sees to it.
+# scripts/check-package.sh sees to it. scripts/check-docs.sh reads the list from the build tree.
 file(GLOB_RECURSE public RELATIVE ${PROJECT_SOURCE_DIR} platform/*.h)
 list(APPEND public
   adaptercheck/adaptercheck.h
@@ -25,6 +25,8 @@ list(APPEND public
   linkage/store/filedrecords.h linkage/store/historyrequest.h linkage/store/importreport.h
   paper/clientdata.h paper/clientobserver.h paper/faults.h paper/loop.h paper/paperclient.h
   paper/requests.h paper/scheduler.h)
+list(JOIN public "\n" lines)
+file(WRITE ${PROJECT_BINARY_DIR}/public-headers "${lines}\n")
 foreach(header IN LISTS public)
   cmake_path(GET header PARENT_PATH folder)
   install(FILES ${header} DESTINATION ${headers}/${folder} COMPONENT development)

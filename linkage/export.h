@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// What is visible outside the library.
+
 /// Marks what the linkage library exports. Everything else is compiled hidden.
 #define LINKAGE_EXPORT __attribute__((visibility("default")))
 

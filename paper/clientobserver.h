@@ -14,6 +14,7 @@ namespace paper {
 class IClientObserver {
 public:
     virtual ~IClientObserver() = default;
+    /// The library asks for the cancellation of this order.
     virtual void onCancelOrder(const vexservice::COrderDetail& order) = 0;
     /// `server`: the operation went to the command center, otherwise to the local task center.
     virtual void onOperateTask(std::uint64_t taskKey, bool server,

@@ -29,7 +29,7 @@ enum class EService {
     History,
     Calendar,
 };
-inline constexpr std::size_t SERVICE_COUNT = 8;
+inline constexpr std::size_t SERVICE_COUNT = 8;  ///< how many services there are
 
 /// How a call fails. Throw: it throws before it has done anything. Null: it answers with nothing:
 /// an empty pointer or list, 0, false, a command without a number. Lost: the service takes the
@@ -38,9 +38,11 @@ enum class EFault { None, Throw, Null, Lost };
 
 /// The service or fault that has this name in scenarios ("feeLimits", "throw"), if any.
 std::optional<EService> serviceNamed(std::string_view name);
+/// The fault of a name, likewise.
 std::optional<EFault> faultNamed(std::string_view name);
 /// The other way round.
 std::string_view nameOf(EService service);
+/// The name of a fault, likewise.
 std::string_view nameOf(EFault fault);
 
 /// Thrown by a service that was told to throw.
@@ -67,12 +69,16 @@ public:
     /// Sees every call before it is answered or throws. Set it before the first call; it must not
     /// call back into the client.
     using Watch = std::function<void(EService service, EFault fault, std::string_view what)>;
+    /// Sets who sees the calls. An empty function takes him away.
     void watch(Watch watch);
 
     /// An answer that comes later than the call, on the loop: of History. Whoever took the answers
     /// with answerThrough() gives each when he likes, or never.
     using Answer = std::function<void()>;
+    /// Gives the answer: posts it to the loop, or hands it to whoever took the answers.
     void answer(boost::asio::io_service& loop, Answer answer) const;
+    /// Hands all further answers to a function, which may keep them. It is called on the thread
+    /// that asks. Set it before the first call.
     void answerThrough(std::function<void(Answer answer)> through);
 
 private:

@@ -26,6 +26,7 @@ public:
     /// Puts the machine's clock back, unless another clock took this one's place.
     ~CVirtualLoop() override;
 
+    /// The engine's service. Only the owner's thread runs it, in runToRest().
     boost::asio::io_service& service() { return m_service; }
 
     /// Further work that must come to rest with the loop (saves); returns whether it
@@ -37,6 +38,7 @@ public:
 
     /// Moves the clock, stopping at each due time on the way, the last one included.
     void advanceTo(std::int64_t micros);
+    /// As advanceTo(), from now on.
     void advanceSeconds(double seconds);
 
     std::int64_t nowMicros() const override { return m_now.load(std::memory_order_acquire); }
@@ -62,6 +64,7 @@ private:
 /// The paper client on the machine's clock, with threads: for programs.
 class CRealLoop {
 public:
+    /// Starts the threads, which run the service until stop().
     explicit CRealLoop(int threads = 1);
     /// Stops; what is queued is dropped.
     ~CRealLoop();
@@ -70,6 +73,7 @@ public:
     /// taken down while nothing runs.
     void stop();
 
+    /// The engine's service.
     boost::asio::io_service& service() { return m_service; }
 
 private:

@@ -26,14 +26,21 @@ class CScheduler final : public std::enable_shared_from_this<CScheduler> {
 public:
     /// Key (account, ":", strategy) to time of day.
     using Table = std::map<std::string, std::string>;
+    /// What the scheduler asks and starts, on the loop. None of the functions may be empty, and
+    /// none may call stop().
     struct Client {
+        /// The balance-time table as it is now.
         std::function<Table()> table;
+        /// Account keys, to split the keys of the table.
         std::function<std::vector<std::string>()> accounts;
+        /// Starts a balance.
         std::function<void(const std::string& account, const std::string& strategy)> balance;
     };
 
+    /// It does nothing before start(). The service must outlive it.
     CScheduler(boost::asio::io_service& service, Client client);
 
+    /// Begins to look at the table at the next whole second. Call it once.
     void start();
     /// Starts no balance after this, and waits for those that are being started. Whoever takes the
     /// manager down must call it before that, and without the manager's lock.

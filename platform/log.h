@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// The log that the libraries and the client write to.
+
 #include "platform/export.h"
 #include "platform/records/accountinfo.h"
 
@@ -28,10 +31,11 @@ enum class ELogLevel {
 /// Threads: any. Failure: writing a log line never throws.
 class LINKAGE_PLATFORM_EXPORT CVexLogger {
 public:
+    /// One line, as a receiver gets it.
     struct Line {
-        ELogLevel level = ELogLevel::Info;
+        ELogLevel level = ELogLevel::Info;  ///< how much the line matters
         std::string_view operation;  ///< qualified name, as "TC::CLinkageManager::doStockBalance"
-        std::string_view message;
+        std::string_view message;    ///< what happened, UTF-8
     };
 
     /// Called on the thread that writes the line, often under the manager's lock: it must not
@@ -44,10 +48,14 @@ public:
     /// Whether a line of this level would go anywhere. Ask before composing.
     bool isEnabled(ELogLevel level) const noexcept;
 
+    /// Writes one line. It does nothing when no line of this level goes anywhere. Prefer
+    /// LINKAGE_LOG, which composes the message only when it is needed.
     void write(ELogLevel level, const char* operation, const std::string& message) noexcept;
+    /// As write() with ELogLevel::Info.
     void info(const char* operation, const std::string& message) noexcept {
         write(ELogLevel::Info, operation, message);
     }
+    /// As write() with ELogLevel::Error.
     void error(const char* operation, const std::string& message) noexcept {
         write(ELogLevel::Error, operation, message);
     }
@@ -64,6 +72,7 @@ private:
     std::unique_ptr<Sink> m_pSink;
 };
 
+/// The one log of the process: the libraries and the client write to it.
 LINKAGE_PLATFORM_EXPORT extern CVexLogger g_VexStdLogger;
 
 namespace LOGPRINT {
@@ -80,5 +89,7 @@ LINKAGE_PLATFORM_EXPORT std::string accountLogKey(
         if (g_VexStdLogger.isEnabled(level))                                    \
             g_VexStdLogger.write(level, operation, ::fmt::format(__VA_ARGS__)); \
     } while (0)
+/// As LINKAGE_LOG with ELogLevel::Info.
 #define LINKAGE_LOG_INFO(operation, ...) LINKAGE_LOG(ELogLevel::Info, operation, __VA_ARGS__)
+/// As LINKAGE_LOG with ELogLevel::Warning.
 #define LINKAGE_LOG_WARNING(operation, ...) LINKAGE_LOG(ELogLevel::Warning, operation, __VA_ARGS__)

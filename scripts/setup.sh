@@ -3,6 +3,7 @@
 #     scripts/setup.sh            what ./run needs
 #     scripts/setup.sh --check    what ./check needs besides
 #     scripts/setup.sh --package  what ./run --package needs besides
+#     scripts/setup.sh --docs     what ./run --docs needs besides
 set -euo pipefail
 
 packages=(
@@ -13,9 +14,11 @@ packages=(
     zlib1g-dev libbenchmark-dev
 )
 if [[ ${1:-} == --check ]]; then
-    packages+=(libgtest-dev clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev)
+    packages+=(libgtest-dev clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev doxygen)
 elif [[ ${1:-} == --package ]]; then
     packages+=(dpkg-dev file)
+elif [[ ${1:-} == --docs ]]; then
+    packages+=(doxygen)
 fi
 
 if ! command -v dpkg-query >/dev/null; then

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 
+/// @file
 /// The one decision of balancing: what a stock needs so that its bought and its sold
 /// volume become equal.
 namespace TC {
@@ -18,8 +19,9 @@ enum class EBalanceForm {
     GroupedHistory,  ///< one command for stocks of earlier days; exact from one lot on
 };
 
+/// What balancing does about one stock, or why it does nothing.
 enum class EBalanceOutcome {
-    Order,
+    Order,         ///< an order is sent
     Balanced,      ///< bought and sold volume are equal
     BelowLot,      ///< the difference cannot be traded
     NoInstrument,  ///< the instrument manager has no detail of the stock
@@ -37,8 +39,9 @@ struct BalanceLot {
     bool anyVolume = false;  ///< any volume from one lot on, not only whole lots
 };
 
+/// The decision for one stock.
 struct BalanceDecision {
-    EBalanceOutcome outcome = EBalanceOutcome::Balanced;
+    EBalanceOutcome outcome = EBalanceOutcome::Balanced;    ///< an order, or why there is none
     vexservice::EOperationType side = vexservice::OPT_BUY;  ///< meaningful with Order
     std::int32_t volume = 0;                                ///< shares, positive with Order
 };

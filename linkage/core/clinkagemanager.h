@@ -174,8 +174,11 @@ public:
     /// The two switches of the period calculation, which runs every 10 s while at
     /// least one of them is on. Stopping takes effect at its next run.
     void startProfitCalculator();
+    /// Turns the switch of the profit calculation off; see startProfitCalculator().
     void stopProfitCalculator();
+    /// Turns the switch of the balance calculation on; see startProfitCalculator().
     void startBalanceCalculator();
+    /// Turns the switch of the balance calculation off; see startProfitCalculator().
     void stopBalanceCalculator();
 
     /// The profit and balance curve of one strategy of one account over the day: minute
@@ -215,6 +218,7 @@ public:
     /// How many orders or tasks of a strategy are running; the strategy "" counts
     /// those of the whole account. Unknown ones count 0.
     int getRunningOrders(const std::string& accountKey, const std::string& strategy) const;
+    /// As getRunningOrders, for tasks.
     int getRunningTasks(const std::string& accountKey, const std::string& strategy) const;
 
     /// Traded figures by stock key. The records are those that intake goes on
@@ -236,9 +240,11 @@ public:
     std::map<std::string, std::map<unsigned long long, boost::shared_ptr<vexservice::COrderDetail>>>
     getOrderDetails(int day, const std::string& stockKey,
                     const std::set<std::string>& accountKeys) const;
+    /// As getOrderDetails, for deals.
     std::map<std::string, std::map<unsigned long long, boost::shared_ptr<vexservice::CDealDetail>>>
     getDealDetails(int day, const std::string& stockKey,
                    const std::set<std::string>& accountKeys) const;
+    /// As getOrderDetails, for tasks, which belong to the running day.
     std::map<std::string, std::map<unsigned long long, boost::shared_ptr<vexservice::CTaskDetail>>>
     getTaskDetails(const std::string& stockKey, const std::set<std::string>& accountKeys) const;
 
@@ -252,6 +258,7 @@ public:
     /// has of it, as they stand now.
     std::pair<int, int> getBuySellVolumes(int day, const std::string& stockKey,
                                           const std::set<std::string>& accountKeys) const;
+    /// As getBuySellVolumes, for amounts: bought and sold, yuan.
     std::pair<double, double> getBuySellAmounts(int day, const std::string& stockKey,
                                                 const std::set<std::string>& accountKeys) const;
 
@@ -303,6 +310,7 @@ public:
     /// selected accounts and stock keys; an empty set selects all. 0 when there is none.
     double getDealAmplitude(const std::set<std::string>& accountKeys,
                             const std::set<std::string>& stockKeys) const;
+    /// As getDealAmplitude, for order prices.
     double getOrderAmplitude(const std::set<std::string>& accountKeys,
                              const std::set<std::string>& stockKeys) const;
 
@@ -338,7 +346,9 @@ public:
     /// Any text is taken as a time; with keepBalanceTimes or the guard only a time of day,
     /// "000000" to "235959", and any other is refused with a log line.
     void addBalanceTime(const std::string& key, const std::string& time);
+    /// Takes a time out of the table; false, and no save, when the key has none.
     bool deleteBalanceTime(const std::string& key);
+    /// The table of balance times as it is now: key (account, ":", strategy) to "hhmmss".
     std::map<std::string, std::string> getBalanceTime() const;
 
     /// Asks for a balance of a pair, which starts in 5 s. False when one is pending,
@@ -367,6 +377,7 @@ public:
 
     /// Cancel what runs of a pair; false when the pair was never seen.
     bool cancelAllOrders(const std::string& accountkey, const std::string& strategy);
+    /// Terminates the tasks that run of a pair; false when the pair was never seen.
     bool cancelAllTasks(const std::string& accountkey, const std::string& strategy);
 
     /// Emits sigCancelTask. Takes no lock.
@@ -378,6 +389,7 @@ public:
     /// none. `grouped` previews the form that sends one command for all stocks.
     BalancePlan previewBalance(const std::string& accountkey, const std::string& strategy,
                                bool grouped = false) const;
+    /// As previewBalance, for what the history store holds of the pair.
     BalancePlan previewHistoryBalance(const std::string& accountkey, const std::string& strategy,
                                       bool grouped = false) const;
 
@@ -386,6 +398,7 @@ public:
     /// Balances what the history store holds of a pair: one command per stock, or one
     /// command for all stocks.
     void doHistoryBalanceBySignalTask(const std::string& accountkey, const std::string& strategy);
+    /// As doHistoryBalanceBySignalTask, with one command for all stocks.
     void doHistoryBalance(const std::string& accountkey, const std::string& strategy);
 
     // linkage/balance/ordergeneration.cpp
@@ -396,9 +409,10 @@ public:
     // --------------------------------------------------------- history store
     // linkage/store/historystore.cpp, linkage/store/historyvalues.cpp
 
-    /// The history store as copies: statistics by history key, and by stock key the records of
-    /// one history key.
+    /// The statistics of the history store as copies, by history key.
     std::map<std::string, TradeStatData> getHistoryStatData() const;
+    /// The records of one history key, by stock key: not copies, but those that the manager goes on
+    /// updating. Empty for a key that the store does not have.
     std::map<std::string, boost::shared_ptr<LinkagePeriodExtData>> getHistoryLinkageData(
         const std::string& historyKey) const;
     /// The same for a pair: empty when its history key is another pair's ("881" with "5" and
@@ -409,6 +423,7 @@ public:
     /// How many orders or tasks that balance history are running; the strategy "" counts those
     /// of the whole account. Unknown ones count 0.
     int getHistoryRunningOrders(const std::string& accountKey, const std::string& strategy) const;
+    /// As getHistoryRunningOrders, for tasks.
     int getHistoryRunningTasks(const std::string& accountKey, const std::string& strategy) const;
 
     /// Copies the statistics record of a history key; false, and `out` unchanged, when
@@ -424,17 +439,23 @@ public:
     /// volumes that do not fit into their total or wrapped in the day's figures, amounts that
     /// are not finite.
     void addHistoryStat(const std::string& key, TradeStatData stat);
+    /// Merges today's unequal stocks of a pair into the history store. A stock without instrument
+    /// detail is left out. A stock that the store did not have shares its record with the day until
+    /// the next trade date.
     void addHistoryLinkdata(const std::string& accountKey, const std::string& strategy);
 
+    /// Gives a statistics record an ID of the client's. Nothing happens when the key has no record.
+    /// Writes no file.
     void setHistoryStatDataId(const std::string& key, int id);
 
     /// Whether a history key was already taken into the day's history.
     bool isAlreadyAdd(const std::string& key) const;
 
-    /// Removes pairs with equal totals, one stock of a pair, or everything. The files
-    /// follow.
+    /// Removes pairs with equal totals. The files follow.
     void deleteHistoryAlreadyBalancedata();
+    /// Removes one stock of a history key. The files follow.
     void deleteHistoryLinkageData(const std::string& key, const std::string& stock);
+    /// Removes everything, its files too, and raises sigHistoryCleared.
     void deleteAllHisTorydata();
 
     // linkage/store/savefiles.cpp
@@ -443,9 +464,12 @@ public:
     /// before is tried once more.
     void finishSaves();
 
-    /// Ask for the files to be rewritten, on a thread of their own: all three, or the
-    /// statistics with the balance times. A save that fails is logged and tried again.
+    /// Asks for the files to be rewritten, without balance times, on a thread of their own. Their
+    /// rows are stamped with the moment, or without `withTime` with the day alone. A save that
+    /// fails is logged and tried again.
     void writedata(bool withTime);
+    /// As writedata(false), for the statistics file alone, with the balance times; with
+    /// LinkageOptions::keepBalanceTimes also for the file of the balance times.
     void writeBlanaceTime();
 
     // -------------------------------------------- server history and import
@@ -461,6 +485,7 @@ public:
     /// questions for one day the newer one counts.
     std::uint64_t requestAccountDeals(const std::string& accountKey, const std::string& firstDay,
                                       const std::string& lastDay);
+    /// As requestAccountDeals, for orders.
     std::uint64_t requestAccountOrders(const std::string& accountKey, const std::string& firstDay,
                                        const std::string& lastDay);
 
@@ -477,6 +502,7 @@ public:
     /// What is filed of an account under a day, by record key.
     std::map<unsigned long long, boost::shared_ptr<vexservice::CDealDetail>> getAccountDeals(
         const std::string& accountKey, int day) const;
+    /// As getAccountDeals, for orders.
     std::map<unsigned long long, boost::shared_ptr<vexservice::COrderDetail>> getAccountOrders(
         const std::string& accountKey, int day) const;
 
@@ -509,6 +535,7 @@ public:
     /// import, a new trading date or a report in between nothing stays filed that the preview
     /// does not show; a difference that arises while rows are filed takes them back.
     ImportReport importData(const QString& path, const ImportTerms& terms);
+    /// The report that importData would give with these terms; changes nothing.
     ImportReport importPreview(const QString& path, const ImportTerms& terms);
 
     /// Takes an import back: what no other import and no report holds is gone from its
@@ -530,7 +557,9 @@ public:
     /// A stock, a strategy, or any figure is new. Raised under the manager's lock. Only after
     /// the revaluation, every 3 s, sigStatDataChanged is raised without it.
     boost::signals2::signal<void()> sigStocksChanged;
+    /// A strategy is new; otherwise as sigStocksChanged.
     boost::signals2::signal<void()> sigStrategysChanged;
+    /// Any figure is new; otherwise as sigStocksChanged, but for the revaluation.
     boost::signals2::signal<void()> sigStatDataChanged;
     /// Loading an account again showed that something had been missed. Raised under the
     /// manager's lock, on the strand.
@@ -544,10 +573,17 @@ public:
     boost::signals2::signal<void(int)> sigBalanceChanged;
 
 Q_SIGNALS:
+    /// Somebody called cancelTask(), with these values. Emitted on the thread of that call.
     void sigCancelTask(int number, const QString& text);
+    /// A past day of an account is over for deals: answered, refused or lost (getHistoryDay tells).
+    /// `day` is its local midnight, invalid when the range cannot be asked for and names no day.
+    /// Emitted without the manager's lock.
     void sigHistoryDealsDone(const QDateTime& day, std::string accountKey);
+    /// As sigHistoryDealsDone, for orders.
     void sigHistoryOrdersDone(const QDateTime& day, std::string accountKey);
 
+    // What follows is not for clients, and not on their pages.
+    /// @cond
 protected Q_SLOTS:
     // linkage/core/accountregistry.cpp
     LINKAGE_LOCAL void slotNewTradingDate(std::string date);
@@ -862,13 +898,16 @@ protected:
     RoomPtr<ImportState> m_pImports;
     RoomPtr<CBookWriter> m_pBook;
     RoomPtr<CGuardedBalances> m_pGuarded;  ///< from init() on, only with the guard
+    /// @endcond
 };
 
 // linkage/stats/statustexts.cpp
 
 /// Display texts of order status, task status and price type; "未知" for any other code.
 LINKAGE_EXPORT QString getOrderStatusQString(int status);
+/// Display text of a task status.
 LINKAGE_EXPORT QString getTaskStatusQString(int status);
+/// Display text of a price type.
 LINKAGE_EXPORT QString getPriceTypeQString(int priceType);
 
 }  // namespace TC

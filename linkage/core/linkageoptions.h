@@ -28,8 +28,8 @@ struct LinkageOptions {
     /// filed under it: reported, answered by the trading server, or imported.
     bool filedTotals = false;
 
-    static constexpr int MOST_ROUNDS = 100;
-    static constexpr int LONGEST_ROUND = 24 * 60 * 60;
+    static constexpr int MOST_ROUNDS = 100;             ///< largest value of `rounds`
+    static constexpr int LONGEST_ROUND = 24 * 60 * 60;  ///< largest value of `roundSeconds`: a day
 };
 
 /// Empty, or what is wrong with the values.

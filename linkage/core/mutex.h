@@ -4,23 +4,31 @@
 #include <mutex>
 #include <thread>
 
+/// @file
 /// The manager's lock, written so that clang's -Wthread-safety can check who holds it.
+
+/// An attribute of clang's -Wthread-safety; nothing with another compiler.
 #if defined(__clang__)
 #define LINKAGE_TS(x) __attribute__((x))
 #else
 #define LINKAGE_TS(x)
 #endif
+/// May be touched only by a thread that holds x.
 #define LINKAGE_GUARDED_BY(x) LINKAGE_TS(guarded_by(x))
+/// May be called only by a thread that holds all of these.
 #define LINKAGE_REQUIRES(...) LINKAGE_TS(requires_capability(__VA_ARGS__))
 
 namespace TC {
 
+/// A recursive mutex that lets a thread in long work give way to those that wait.
 class LINKAGE_TS(capability("mutex")) CRecursiveMutex {
 public:
+    /// Waits until the lock can be had. The owner may take it again.
     void lock() LINKAGE_TS(acquire_capability()) {
         if (!m_mutex.try_lock()) lockWaiting();
         if (m_nDepth++ == 0) m_owner.store(std::this_thread::get_id(), std::memory_order_relaxed);
     }
+    /// Gives one hold back.
     void unlock() LINKAGE_TS(release_capability()) {
         if (--m_nDepth == 0) m_owner.store({}, std::memory_order_relaxed);
         m_mutex.unlock();
@@ -44,6 +52,7 @@ private:
 /// Holds the lock for a scope; unlock() and relock() leave a gap in it.
 class LINKAGE_TS(scoped_lockable) CLock {
 public:
+    /// Takes the lock, which must outlive this object.
     explicit CLock(CRecursiveMutex& mutex) LINKAGE_TS(acquire_capability(mutex))
         : m_pMutex(&mutex) {
         m_pMutex->lock();
@@ -51,10 +60,12 @@ public:
     ~CLock() LINKAGE_TS(release_capability()) {
         if (m_bHeld) m_pMutex->unlock();
     }
+    /// Gives the lock back before the scope ends. Only while it is held.
     void unlock() LINKAGE_TS(release_capability()) {
         m_bHeld = false;
         m_pMutex->unlock();
     }
+    /// Takes it again after unlock().
     void relock() LINKAGE_TS(acquire_capability()) {
         m_pMutex->lock();
         m_bHeld = true;

@@ -10,6 +10,7 @@ namespace TC {
 template <class State>
 using RoomPtr = std::unique_ptr<State, void (*)(State*)>;
 
+/// Makes the object, with the function that destroys it.
 template <class State, class... Arguments>
 RoomPtr<State> makeRoom(Arguments&&... arguments) {
     return {new State(std::forward<Arguments>(arguments)...), [](State* state) { delete state; }};

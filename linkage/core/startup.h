@@ -9,15 +9,16 @@ namespace TC {
 
 /// Something that the library needs of its client and does not have.
 struct MissingService {
+    /// From when on a missing part is felt.
     enum class ENeed {
         Instance,  ///< the manager cannot be made without it
         Init,      ///< init() does nothing without it
         Later,     ///< only what needs it fails, each time that it is asked for
     };
 
-    std::string name;         ///< the service, or which part of it: "net::RPCEngine: a strand"
-    std::string consequence;  ///< what does not work without it, in plain English
-    ENeed need = ENeed::Later;
+    std::string name;           ///< the service, or which part of it: "net::RPCEngine: a strand"
+    std::string consequence;    ///< what does not work without it, in plain English
+    ENeed need = ENeed::Later;  ///< the moment from which on it is needed
 };
 
 /// What is missing now: services that are not installed, parts of services that are null, and an

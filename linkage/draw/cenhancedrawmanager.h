@@ -30,22 +30,26 @@ public:
     /// the second.
     enum EDrawType : int { DRAW_FIRST = 0, DRAW_SECOND = 1 };
 
+    /// Anchor in data space, colour as 0xRRGGBB, transparency in percent.
     IEnhanceDataBase(EDrawType type, double x, double y, int colour, int transparency)
         : m_dX(x), m_dY(y), m_eDrawType(type), m_nTransparency(transparency), m_nColour(colour) {}
+    /// A copy is a graphic of its own.
     IEnhanceDataBase(const IEnhanceDataBase&) = default;
+    /// Takes all values of the other one.
     IEnhanceDataBase& operator=(const IEnhanceDataBase&) = default;
 
+    /// The store that the graphic is filed in.
     virtual EDrawType getDrawType() { return m_eDrawType; }
 
     /// Paints the graphic; `map` turns a data-space point into a pixel. An empty `map`
     /// throws boost::bad_function_call. Pen, brush and font stay set.
     virtual void drawGraph(QPainter* painter, boost::function<QPointF(QPointF const&)>& map) = 0;
 
-    double m_dX;  ///< anchor
-    double m_dY;
-    EDrawType m_eDrawType;
-    int m_nTransparency;
-    int m_nColour;
+    double m_dX;            ///< anchor
+    double m_dY;            ///< the anchor's second value
+    EDrawType m_eDrawType;  ///< see getDrawType()
+    int m_nTransparency;    ///< percent
+    int m_nColour;          ///< 0xRRGGBB
 
 protected:
     ~IEnhanceDataBase() = default;
@@ -58,16 +62,17 @@ public:
 
     void drawGraph(QPainter* painter, boost::function<QPointF(QPointF const&)>& map) override;
 
-    std::vector<double> m_xs;
-    std::vector<double> m_ys;
-    int m_nWidth = 1;  ///< pixels
-    bool m_bDotted = false;
-    bool m_bFlag2 = false;  ///< kept for the caller; painting does not read it
+    std::vector<double> m_xs;  ///< first values of the points, in data space
+    std::vector<double> m_ys;  ///< second values, likewise
+    int m_nWidth = 1;          ///< pixels
+    bool m_bDotted = false;    ///< draws dots, else a full line
+    bool m_bFlag2 = false;     ///< kept for the caller; painting does not read it
 };
 
 /// A dot centred on its anchor, and a second circle whose top left corner is there.
 class LINKAGE_EXPORT EnhanceRoundData final : public IEnhanceDataBase {
 public:
+    /// Mind the order: the second diameter comes first here.
     EnhanceRoundData(int secondDiameter, int mainDiameter, double x, double y, int colour,
                      int transparency)
         : IEnhanceDataBase(DRAW_FIRST, x, y, colour, transparency),
@@ -87,17 +92,17 @@ public:
 
     void drawGraph(QPainter* painter, boost::function<QPointF(QPointF const&)>& map) override;
 
-    std::string m_strText;  ///< UTF-8
-    std::string m_strFontFamily = "宋体";
-    int m_nFontSize = 12;  ///< kept for the caller; texts have the default size
-    int m_nTextColour = 0xff0000;
-    int m_nTextTransparency = 0;
-    int m_nBorderColour = 0xff0000;
-    int m_nBoxWidth = -1;  ///< pixels
-    int m_nBoxHeight = -1;
-    int m_nBorderTransparency = 100;
-    int m_nOffsetX = 0;  ///< pixels
-    int m_nOffsetY = 0;
+    std::string m_strText;                 ///< UTF-8
+    std::string m_strFontFamily = "宋体";  ///< name of the font family, UTF-8
+    int m_nFontSize = 12;                  ///< kept for the caller; texts have the default size
+    int m_nTextColour = 0xff0000;          ///< 0xRRGGBB, of the letters
+    int m_nTextTransparency = 0;           ///< percent, of the letters
+    int m_nBorderColour = 0xff0000;        ///< 0xRRGGBB, of the box
+    int m_nBoxWidth = -1;                  ///< pixels
+    int m_nBoxHeight = -1;                 ///< pixels; below 1 there is no box
+    int m_nBorderTransparency = 100;       ///< percent, of the box
+    int m_nOffsetX = 0;                    ///< pixels
+    int m_nOffsetY = 0;                    ///< pixels
 };
 
 /// Keeps graphics by type and key, and paints them over a chart.
@@ -114,8 +119,10 @@ public:
 /// one, or both wait forever.
 class LINKAGE_EXPORT CEnhanceDrawManager {
 public:
+    /// See IEnhanceDataBase::EDrawType
     using EDrawType = IEnhanceDataBase::EDrawType;
 
+    /// Only notes that it was called; drawing works without it.
     void init();
 
     /// Adds a polyline, unless one of the vectors has fewer than two values. Every
@@ -127,6 +134,7 @@ public:
     void addDrawRoundData(EDrawType type, std::string const& key, double x, double y,
                           int mainDiameter, int secondDiameter, int colour, int transparency);
 
+    /// Adds a label. The parameters are the members of EnhanceTextData, in another order.
     void addDrawTextData(EDrawType type, std::string const& key, double x, double y,
                          std::string const& text, int textColour, std::string fontFamily,
                          int fontSize, int textTransparency, int boxWidth, int boxHeight,
@@ -134,6 +142,7 @@ public:
 
     /// Removes a key, or everything, from both stores, one after the other.
     void clearDatas(std::string const& key);
+    /// Removes all keys from both stores, likewise.
     void clearDatas();
 
     /// Paints what a store has under a key. Sets the painter's clip to `clip` in any

@@ -6,9 +6,9 @@ namespace vexservice {
 
 /// What is known of one trading account.
 struct LINKAGE_PLATFORM_EXPORT CAccountInfo : IData {
-    std::string m_strKey;  ///< account key, unique in the client
-    std::string m_strID;   ///< account ID as the broker writes it
-    std::string m_strName;
+    std::string m_strKey;     ///< account key, unique in the client
+    std::string m_strID;      ///< account ID as the broker writes it
+    std::string m_strName;    ///< the account's name, for people
     int m_nType = 0;          ///< EAccountType
     std::string m_strBroker;  ///< brokerage company
 

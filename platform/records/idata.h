@@ -30,8 +30,10 @@ struct LINKAGE_PLATFORM_EXPORT IData {
 /// A record that is named by a number: each later report of the same order, deal,
 /// task or position of an account carries the same one.
 struct LINKAGE_PLATFORM_EXPORT INumberedData : IData {
+    /// One for each order, deal, task or position, over all its reports.
     std::uint64_t m_nRecordKey = 0;
 
+    /// The number that all reports of one order, deal, task or position share.
     std::uint64_t recordKey() const { return m_nRecordKey; }
     std::string getKey() const override;
 };

@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 
+/// @file
 /// What the client knows about itself and its user.
 ///
 /// Threads: any, also under locks of the caller: no operation waits for a callback.
@@ -22,7 +23,8 @@ namespace TC {
 
 /// Kinds of clients, by number; the linkage library tells kind 3 from the others.
 enum EClientType : int {
-    CLIENT_TYPE_STANDARD = 1,
+    CLIENT_TYPE_STANDARD = 1,  ///< an ordinary client
+    /// The figures of its strategies are those of orders (TC::EffectiveFigures).
     CLIENT_TYPE_3 = 3,
 };
 
@@ -38,6 +40,7 @@ enum EUserMember : int {
 class LINKAGE_PLATFORM_EXPORT CAppConfig {
 public:
     virtual ~CAppConfig() = default;
+    /// Whether this client is of a kind. The library asks for kind 3 alone.
     virtual bool isClientType(EClientType type) const = 0;
     /// Text encoding of the files in the data directory: "UTF-8", or "GBK" when installations that
     /// use the system's code page share these files.
@@ -48,7 +51,9 @@ public:
 class LINKAGE_PLATFORM_EXPORT CUserConfig {
 public:
     virtual ~CUserConfig() = default;
+    /// A text member; "" when the user has not set it, or when the member is no text.
     virtual QString getUserDataString(EUserMember member) const = 0;
+    /// A number member; 0 when the user has not set it, or when the member is no number.
     virtual double getUserDataDouble(EUserMember member) const = 0;
     /// The block of a structured member, or null when the user has none. It belongs to the
     /// configuration, which neither changes nor moves it.
@@ -56,9 +61,10 @@ public:
 
     /// Raised after any change; connect and disconnect under m_mutex.
     boost::signals2::signal<void()> m_sigUserDataChanged;
-    boost::recursive_mutex m_mutex;
+    boost::recursive_mutex m_mutex;  ///< guards the slots of the signal
 };
 
+/// The installed configuration of the user. Throws utils::ServiceMissing when there is none.
 LINKAGE_PLATFORM_EXPORT CUserConfig* getUserConfig();
 
 /// The time service: gives the time that an operation is stamped with. The library asks it for each
@@ -70,6 +76,7 @@ public:
     virtual std::int64_t currentTime() const = 0;
 };
 
+/// The installed time service. Throws utils::ServiceMissing when there is none.
 LINKAGE_PLATFORM_EXPORT CTimeService* getTimeService();
 
 /// Where the client keeps its data; no trailing separator. Asked once, when a manager is
@@ -77,9 +84,11 @@ LINKAGE_PLATFORM_EXPORT CTimeService* getTimeService();
 class LINKAGE_PLATFORM_EXPORT IDataDirectory {
 public:
     virtual ~IDataDirectory() = default;
+    /// The directory, in the form that Qt opens ("/" between folders).
     virtual QString path() const = 0;
 };
 
+/// IDataDirectory::path() of the installed one. Throws utils::ServiceMissing when there is none.
 LINKAGE_PLATFORM_EXPORT QString getDataDir();
 
 }  // namespace TC
@@ -104,6 +113,8 @@ public:
     }
 };
 
+/// As IMarketCalendar::lastTradeDate of the installed calendar. Throws utils::ServiceMissing when
+/// there is none.
 LINKAGE_PLATFORM_EXPORT std::int64_t getMarketLastTradeDate(const std::string& market);
 
 /// As IMarketCalendar::isTradingDay; empty also when the client has installed no calendar.

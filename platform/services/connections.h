@@ -8,6 +8,7 @@
 
 #include <string>
 
+/// @file
 /// The signals of the client's connections.
 ///
 /// Threads: each signal is emitted on the connection's own thread or any other. The linkage
@@ -19,13 +20,15 @@
 /// installed throws utils::ServiceMissing.
 namespace TC {
 
+/// Status of the connection to the proxy server.
 enum EProxyConnectionStatus : int {
-    PROXY_DISCONNECTED = 0,
-    PROXY_CONNECTED = 1,
-    PROXY_LOGIN_FAILED = 2,
-    PROXY_LOGIN_SUCCESS = 3,
+    PROXY_DISCONNECTED = 0,   ///< not connected
+    PROXY_CONNECTED = 1,      ///< connected, not logged in
+    PROXY_LOGIN_FAILED = 2,   ///< connected, the login was refused
+    PROXY_LOGIN_SUCCESS = 3,  ///< logged in
 };
 
+/// Whether the status says that a login has succeeded.
 LINKAGE_PLATFORM_EXPORT bool isProxyLoginSuccess(EProxyConnectionStatus status);
 
 /// The connection to the proxy server.
@@ -41,6 +44,7 @@ Q_SIGNALS:
     void sig_loginStatus(TC::EProxyConnectionStatus status, QString text);
 };
 
+/// The installed connection to the proxy server. Throws utils::ServiceMissing when there is none.
 LINKAGE_PLATFORM_EXPORT CProxyClient* getProxyClient();
 
 /// The connection to the exchanges.

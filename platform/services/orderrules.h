@@ -31,6 +31,7 @@ public:
     virtual void fixTimeRange(CCodeOrderParam& order) = 0;
 };
 
+/// Prices by the installed rules.
 struct LINKAGE_PLATFORM_EXPORT CPriceDataHelper {
     /// As IOrderRules::getPriceForOrder; the further arguments are not used.
     static double getPriceForOrder(const boost::shared_ptr<CPriceData>& quote, EPriceType priceType,
@@ -43,6 +44,7 @@ struct LINKAGE_PLATFORM_EXPORT CPriceDataHelper {
 class LINKAGE_PLATFORM_EXPORT ConfigCollector {
 public:
     virtual ~ConfigCollector() = default;
+    /// The installed switches. Throws utils::ServiceMissing when there are none.
     static ConfigCollector* instance();
     /// Whether the registration rules hold: market orders need a protective price.
     virtual bool useRegistRules() = 0;
@@ -52,11 +54,15 @@ public:
 
 namespace TC {
 
+/// As IOrderRules::orderSettingToParam of the installed rules. Throws utils::ServiceMissing when
+/// there are none.
 LINKAGE_PLATFORM_EXPORT void orderSettingToParam(
     const vexservice::COrderSetting& setting, vexservice::CCodeOrderParam& order,
     vexservice::EOperationType operation, int volume, double price,
     const boost::shared_ptr<vexservice::CPriceData>& quote);
 
+/// As IOrderRules::fixTimeRange of the installed rules. Throws utils::ServiceMissing when there are
+/// none.
 LINKAGE_PLATFORM_EXPORT void fixTimeRange(vexservice::CCodeOrderParam& order);
 
 }  // namespace TC

@@ -21,6 +21,7 @@ struct CMinuteBar {
 /// A live price subscription; it ends when the object goes.
 class LINKAGE_PLATFORM_EXPORT CQuoteRequest {
 public:
+    /// Takes a new price. See CQuoteClient for the thread.
     using Callback = boost::function<void(const boost::shared_ptr<vexservice::CPriceData>&)>;
 
     virtual ~CQuoteRequest() = default;
@@ -45,6 +46,7 @@ public:
 /// Failure: nothing throws; what is not known is an empty pointer or an empty list.
 class LINKAGE_PLATFORM_EXPORT CQuoteClient {
 public:
+    /// Takes the bars of a day. See CQuoteClient for the thread.
     using BarsAnswer = boost::function<void(const std::vector<CMinuteBar>&)>;
 
     virtual ~CQuoteClient() = default;

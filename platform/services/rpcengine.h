@@ -21,6 +21,8 @@ namespace net {
 class LINKAGE_PLATFORM_EXPORT RPCEngine {
 public:
     virtual ~RPCEngine() = default;
+    /// The strand of a name, made when nobody has asked for it before. The library asks for one,
+    /// "linkage".
     virtual boost::shared_ptr<boost::asio::io_service::strand> getStrand(
         const std::string& name) = 0;
 };

@@ -23,6 +23,7 @@ public:
     virtual std::shared_ptr<vexservice::CInstrumentDetail> getInstrumentDetail(
         const QString& stockKey) = 0;
 
+    /// As the other one, by market and code.
     std::shared_ptr<vexservice::CInstrumentDetail> getInstrumentDetail(const std::string& market,
                                                                        const std::string& code);
 };
@@ -37,6 +38,7 @@ namespace vexservice {
 class LINKAGE_PLATFORM_EXPORT StockTypeCenter {
 public:
     virtual ~StockTypeCenter() = default;
+    /// Whether a stock is of a type. The library asks for those of vexservice::EStockType.
     virtual bool isTypedStock(int type, const std::string& market, const std::string& code) = 0;
     /// The minimum trading unit (lot) in shares, at least 1.
     virtual int tradeMinUnit(const std::string& market, const std::string& code) = 0;

@@ -29,8 +29,10 @@ class LINKAGE_PLATFORM_EXPORT CTradeClient : public QObject {
     Q_OBJECT
 
 public:
+    /// Takes the orders of a past day, or the error that prevented the answer.
     using OrdersAnswer = boost::function<void(
         const utils::VexError&, const std::vector<boost::shared_ptr<vexservice::COrderDetail>>&)>;
+    /// Takes the deals of a past day, or the error that prevented the answer.
     using DealsAnswer = boost::function<void(
         const utils::VexError&, const std::vector<boost::shared_ptr<vexservice::CDealDetail>>&)>;
 
@@ -52,6 +54,7 @@ public:
     /// knows as days without trading are not asked for (marlo::IMarketCalendar).
     virtual void queryHistoryOrders(const std::string& accountKey, const std::string& day,
                                     const OrdersAnswer& answer) = 0;
+    /// As queryHistoryOrders, for deals.
     virtual void queryHistoryDeals(const std::string& accountKey, const std::string& day,
                                    const DealsAnswer& answer) = 0;
 

@@ -28,6 +28,7 @@ namespace vexservice {
 /// Failure: an unknown account gives an empty pointer, nothing throws.
 class LINKAGE_PLATFORM_EXPORT IDataCenter {
 public:
+    /// Takes one new record of an account. See IDataCenter for threads and order.
     using Callback =
         boost::function<void(const std::string& accountKey, const boost::shared_ptr<IData>&)>;
 
@@ -58,6 +59,7 @@ public:
 class LINKAGE_PLATFORM_EXPORT ITaskHandler {
 public:
     virtual ~ITaskHandler() = default;
+    /// Does what the record asks for. What became of it shows only in the task's reports.
     virtual void operate(const boost::shared_ptr<CTaskOpRecord>& record) = 0;
 };
 
@@ -90,10 +92,15 @@ public:
 
     /// Throws utils::ServiceMissing before a client has installed one.
     static TraderCenter* instance();
+    /// Puts the client's center in place, or takes it away (empty). Belongs to start and shutdown,
+    /// when no other thread uses the center.
     static void install(boost::shared_ptr<TraderCenter> center);
 
+    /// Accounts and their records.
     virtual IDataCenter* getDataCenter() = 0;
+    /// The tasks that run in the client.
     virtual ITaskCenter* getTaskCenter() = 0;
+    /// Fee limits of accounts.
     virtual IFeeLimitService* getFeeLimitService() = 0;
 };
 

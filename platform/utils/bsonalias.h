@@ -1,5 +1,6 @@
 #pragma once
 
+/// @file
 /// The legacy BSON classes live in the namespace `mongo`; the client and its
 /// modules call them `bson`. Include <mongo/bson/bson.h> where they are used.
 namespace mongo {

@@ -23,8 +23,10 @@ namespace utils {
 /// short ends with operation_aborted.
 class LINKAGE_PLATFORM_EXPORT DeadlineTimer {
 public:
+    /// Takes the end of a wait: no error when the moment has come.
     using Handler = std::function<void(const boost::system::error_code&)>;
 
+    /// A timer whose handlers run in the service, which must outlive it. It waits for nothing yet.
     explicit DeadlineTimer(boost::asio::io_service& service) : m_service(service) {}
     ~DeadlineTimer() { cancel(); }
     DeadlineTimer(const DeadlineTimer&) = delete;
@@ -34,6 +36,8 @@ public:
     void expires_from_now(const boost::posix_time::time_duration& delay);
     /// One wait at a time: another that is under way is cut short.
     void async_wait(Handler handler);
+    /// Cuts a wait short; its handler is called with operation_aborted. Does nothing when none is
+    /// under way.
     void cancel();
 
 private:

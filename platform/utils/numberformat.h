@@ -8,7 +8,7 @@ namespace utils {
 
 /// How a number is written. Flags may be combined.
 enum EFormatNumberFlag {
-    FORMAT_NUMBER_NONE = 0,
+    FORMAT_NUMBER_NONE = 0,      ///< plain digits, a minus sign before negative numbers
     FORMAT_NUMBER_GROUPED = 1,   ///< thousands separated by commas
     FORMAT_NUMBER_SIGNED = 2,    ///< a plus sign before positive numbers
     FORMAT_NUMBER_SHORTEST = 4,  ///< the fewest digits that read back to the same value

@@ -10,7 +10,7 @@ namespace utils {
 /// What a total of doubles has beyond its first double; a total of integers has nothing.
 template <class T, bool = std::is_integral_v<T>>
 struct RunningRest {
-    T m_rest{};
+    T m_rest{};  ///< what the first double had no room for
 };
 template <class T>
 struct RunningRest<T, true> {};
@@ -37,6 +37,7 @@ public:
         }
     }
 
+    /// The total as it is now. From any thread.
     T value() const { return static_cast<T>(m_total.get()); }
 
 private:

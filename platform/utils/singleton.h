@@ -11,6 +11,7 @@
 #include <typeinfo>
 #include <utility>
 
+/// @file
 /// The two singletons of the client.
 ///
 /// Each instantiation has its statics in exactly one shared library: the header
@@ -22,6 +23,7 @@ namespace utils {
 /// A service was asked for before the client installed it: a fault in the
 /// client's start-up order, never a state of normal running.
 struct LINKAGE_PLATFORM_EXPORT ServiceMissing : std::logic_error {
+    /// Of one service, whose type the text names.
     explicit ServiceMissing(const std::type_info& type)
         : std::logic_error("no client has installed the service " +
                            boost::core::demangle(type.name())) {}
@@ -69,18 +71,22 @@ private:
 template <class T>
 class LINKAGE_PLATFORM_EXPORT CManualSingletonT {
 public:
+    /// The one object; throws ServiceMissing while there is none.
     static T* instance() {
         if (T* present = s_pPublished.load(std::memory_order_acquire)) return present;
         throw ServiceMissing(typeid(T));
     }
 
+    /// Whether there is an object now.
     static bool exists() { return s_pPublished.load(std::memory_order_acquire) != nullptr; }
 
+    /// Puts the client's object in place, or takes it away (empty).
     static void install(boost::shared_ptr<T> object) {
         s_pPublished.store(object.get(), std::memory_order_release);
         s_pInstance = std::move(object);
     }
 
+    /// Drops the object; it is destroyed when no other holder remains.
     static void release() { install({}); }
 
 private:

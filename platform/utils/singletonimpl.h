@@ -8,16 +8,19 @@
 #include <type_traits>
 #include <utility>
 
+/// @file
 /// The rest of the singletons, for the one source that instantiates them for a T.
 namespace utils {
 
+/// The lock under which the object of T is made and installed.
 template <class T>
 struct SingletonMutex {
-    static boost::shared_mutex s_mutex;
+    static boost::shared_mutex s_mutex;  ///< one for each T
 };
 template <class T>
 boost::shared_mutex SingletonMutex<T>::s_mutex;
 
+/// Whether T has a member retire(), which CSingletonT::release() calls.
 template <class T, class = void>
 struct CanRetire : std::false_type {};
 template <class T>

@@ -23,6 +23,8 @@ public:
     /// The moment, and the number of the wait, which rises with each one added.
     using Place = std::pair<std::int64_t, std::uint64_t>;
 
+    /// Adds a wait that ends at a moment, in microseconds since the epoch. A moment that has passed
+    /// is due at the next takeDue().
     Place add(std::int64_t dueMicros, End end);
     /// Takes a wait out; returns an empty function when it is no longer there.
     End take(const Place& place);
