@@ -86,8 +86,9 @@ bool holds(const Work& work) noexcept {
 
 std::vector<MissingService> checkStart(const QThread* thread, Strand& strand) {
     std::vector<MissingService> missing;
-    const auto part = [&](const char* name, const char* consequence, bool there) {
-        if (!there) missing.push_back({name, consequence, ENeed::Init});
+    const auto part = [&](const char* name, const char* consequence, bool there,
+                          ENeed need = ENeed::Init) {
+        if (!there) missing.push_back({name, consequence, need});
     };
     for (const Row& row : SERVICES) {
         if (!row.exists()) missing.push_back({row.name, row.consequence, needOf(row)});
@@ -107,9 +108,10 @@ std::vector<MissingService> checkStart(const QThread* thread, Strand& strand) {
                  return strand != nullptr;
              }));
     }
+    // The thread may begin to run one later, so this cannot keep the manager from beginning.
     part("an event loop on the manager's thread",
          "logins, new trade dates and accounts that become ready are not noticed",
-         QAbstractEventDispatcher::instance(const_cast<QThread*>(thread)) != nullptr);
+         QAbstractEventDispatcher::instance(const_cast<QThread*>(thread)) != nullptr, ENeed::Later);
     std::stable_sort(missing.begin(), missing.end(),
                      [](const auto& left, const auto& right) { return left.need < right.need; });
     return missing;

@@ -191,14 +191,13 @@ TEST(Startup, AThreadWithoutEventLoop) {
     Fixture f;
     std::thread([&] {
         Manager::instance()->init();
-        EXPECT_FALSE(Manager::instance()->isInited());
+        EXPECT_TRUE(Manager::instance()->isInited()) << "the thread may run its loop later";
         const Texts said = saidOfStart(f);
         ASSERT_EQ(said.size(), 1u);
         EXPECT_TRUE(names(said[0], "an event loop on the manager's thread")) << said[0];
-        const QEventLoop loop;
-        Manager::instance()->init();
-        EXPECT_TRUE(Manager::instance()->isInited());
         Manager::release();
+        const QEventLoop loop;
+        EXPECT_TRUE(TC::missingServices().empty());
     }).join();
 }
 
