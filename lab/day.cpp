@@ -157,7 +157,7 @@ void CDay::rest() {
 bool CDay::settle() {
     if (!Manager::exists()) return false;
     Manager::instance()->finishSaves();
-    if (m_bDirty) noteHistory(true);
+    noteHistory(true);  // an account may have been loaded by a timer of the library
     if (!m_options.guard || !lives() || !m_bDirty) return false;
     m_bDirty = false;
     m_invariants.look(manager());

@@ -96,6 +96,7 @@ private:
     void importStatement(const Step& step);
     History history() const;
     void noteHistory(bool done);
+    std::string textOf(const History& history) const;
     void checkHistory();
     void checkLoaded();
 

@@ -90,6 +90,8 @@ public:
     /// The library lost the report that it heard last; the data center keeps it. Nothing is lost
     /// with a report that is not followed.
     void takeBack();
+    /// Or it may have lost it.
+    void mayTakeBack();
 
     /// An account is loaded: the library has what the data center has, and gives up orders of
     /// which nothing was heard for so long. When the load is not `whole`, a record may be missing.
@@ -97,7 +99,8 @@ public:
     /// The last load was whole after all.
     void trust(int account);
     /// Whether an order runs by its newest report, and its final report came only with a load
-    /// that was not whole. Nobody can tell whether the library knows of the end.
+    /// that was not whole, or may have been lost. Nobody can tell whether the library knows of
+    /// the end.
     bool isUnsure(int account) const;
     /// Another trading date begins.
     void newDate();
@@ -173,7 +176,7 @@ private:
         std::map<std::uint64_t, OrderReport> orders;  ///< heard by the library
         std::map<std::uint64_t, DealReport> deals;
         std::map<std::uint64_t, OrderReport> finals;  ///< final reports, whatever came since
-        std::set<std::uint64_t> guesses;  ///< of those, what a load taught that was not whole
+        std::set<std::uint64_t> guesses;              ///< of those, what the library may have lost
     };
     /// What an account had of a record before its last report.
     struct Last {

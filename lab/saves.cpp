@@ -111,6 +111,18 @@ void CDay::noteHistory(bool done) {
     m_savedHistories[history()] = {m_nDate, m_model.carried()};
 }
 
+std::string CDay::textOf(const History& history) const {
+    std::string text;
+    for (std::size_t place = 0; place < history.size(); ++place) {
+        const Rest& rest = m_plan.rests[place];
+        const auto& [bought, sold] = history[place];
+        text += fmt::format(
+            " {} \"{}\" {} {}-{}", accountOf(rest.account), pairOf(m_plan, rest).strategy,
+            m_plan.stocks[static_cast<std::size_t>(rest.stock)].key(), bought, sold);
+    }
+    return text;
+}
+
 // What a manager has read before it is told anything is what was saved last.
 void CDay::checkLoaded() {
     const Times times = manager().getBalanceTime();
@@ -125,7 +137,11 @@ void CDay::checkLoaded() {
 void CDay::checkHistory() {
     const History loaded = history();
     const auto at = m_savedHistories.find(loaded);
-    if (at == m_savedHistories.end()) return fail("the history is not the one that was saved last");
+    if (at == m_savedHistories.end()) {
+        std::string text = "the history is not the one that was saved last:" + textOf(loaded);
+        for (const auto& [saved, when] : m_savedHistories) text += ", saved was" + textOf(saved);
+        return fail(text);
+    }
     Saved saved = at->second;
     if (saved.date == m_nDate) {
         m_model.carry(saved.carried);

@@ -26,6 +26,7 @@ void CServices::begins() {
     unknown.uncertain = unknown.owed = true;
     m_accounts.assign(m_plan.accounts.size(), unknown);
     m_seen.clear();
+    m_perhapsSeen.clear();
     m_telling.reset();
 }
 
@@ -110,8 +111,8 @@ void CServices::read(int number, bool threw) {
     account.reads = 0;
     account.owed = account.uncertain = false;
     m_model.load(number, now(), account.whole);
-    if (!account.whole) return doubt(account);
-    for (const int stock : m_model.stocksOf(number)) m_seen.insert(stock);
+    (account.whole ? m_seen : m_perhapsSeen).merge(m_model.stocksOf(number));
+    if (!account.whole) doubt(account);
 }
 
 // Stocks and fees are asked for ahead and, when that throws, once more: whether a record was
@@ -131,10 +132,16 @@ void CServices::told() {
 // taken only when its account and its fees are known.
 void CServices::throwsInReport(EService service) {
     Account& account = m_accounts[static_cast<std::size_t>(m_telling->of.account)];
-    const bool first = m_seen.count(m_telling->of.stock) == 0;
-    if (service == EService::Instrument && first) {
-        m_model.takeBack();
-        account.owed = true;
+    const int stock = m_telling->of.stock;
+    if (service == EService::Instrument && m_seen.count(stock) == 0) {
+        if (m_perhapsSeen.count(stock) > 0) {
+            // If it was not the first, a decision that the report caused asked for it.
+            m_model.mayTakeBack();
+            doubt(account);
+        } else {
+            m_model.takeBack();
+            account.owed = true;
+        }
         m_telling.reset();
         return;
     }

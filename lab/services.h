@@ -88,7 +88,8 @@ private:
     const std::function<bool()> m_lives;
     std::vector<Account> m_accounts;
     bool m_bWasUncertain = false;
-    std::set<int> m_seen;  ///< stocks that the library has asked the instruments for
+    std::set<int> m_seen;         ///< stocks that the library has asked the instruments for
+    std::set<int> m_perhapsSeen;  ///< as a load told that was not whole
     std::optional<Telling> m_telling;
     std::set<std::int64_t> m_failures;  ///< moments
 };

@@ -68,6 +68,13 @@ void CModel::takeBack() {
     m_last = {};
 }
 
+void CModel::mayTakeBack() {
+    Told& told = m_told[static_cast<std::size_t>(m_last.account)];
+    if (m_last.order != 0 && !m_last.final && told.finals.count(m_last.order) > 0)
+        told.guesses.insert(m_last.order);
+    m_last = {};
+}
+
 void CModel::task(std::uint64_t key, const Origin& of, bool runs) { m_tasks[key] = {of, runs}; }
 
 void CModel::load(int account, std::int64_t now, bool whole) {
