@@ -34,25 +34,28 @@ export -f alone
 xargs -P2 -I{} bash -c 'alone "$@"' - g++ {} "${headers_flags[@]}" <"$work/headers"
 xargs -P2 -I{} bash -c 'alone "$@"' - clang++-14 {} "${headers_flags[@]}" -DLINKAGE_NO_BSON_ALIAS <"$work/headers"
 
-cmake -S "$root/examples" -B "$work/cmake" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" \
-    -DCMAKE_BUILD_TYPE=Debug >"$work/log"
-cmake --build "$work/cmake" -j2 >"$work/log" || { cat "$work/log" >&2; exit 1; }
-# expect PROGRAM TEXT [ARGUMENT...]: it ends well, and the last line that it prints is the text.
 export QT_QPA_PLATFORM=offscreen TZ=Asia/Shanghai
-expect() {
-    local said
-    said=$(timeout 60 "$work/cmake/$1/example-$1" "${@:3}" | tail -n 1)
-    [[ $said == "$2" ]] || { echo "example-$1 printed: $said" >&2; exit 1; }
-}
-expect paper "linkage $version: SH600000 bought 300"
-expect minimal "SH600000: a balance would sell 300"
-expect csv "S SZ000001: bought 100, sold 0" "$root/examples/csv/deals.csv"
-expect widgets "4 stocks, the last is SH600003"
-expect plugin "SH600000 bought 300, sold 0" "$prefix/lib/liblinkage.so"
-# Loaded, not linked.
-if readelf -d "$work/cmake/plugin/example-plugin" | grep 'NEEDED.*liblinkage\.so'; then exit 1; fi
+for compiler in g++ clang++-14; do
+    built=$work/$compiler
+    cmake -S "$root/examples" -B "$built" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" \
+        -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_COMPILER="$compiler" >"$work/log"
+    cmake --build "$built" -j2 >"$work/log" || { cat "$work/log" >&2; exit 1; }
+    # expect PROGRAM TEXT [ARGUMENT...]: it ends well, and the last line that it prints is the text.
+    expect() {
+        local said
+        said=$(timeout 60 "$built/$1/example-$1" "${@:3}" | tail -n 1)
+        [[ $said == "$2" ]] || { echo "example-$1 of $compiler printed: $said" >&2; exit 1; }
+    }
+    expect paper "linkage $version: SH600000 bought 300"
+    expect minimal "SH600000: a balance would sell 300"
+    expect csv "S SZ000001: bought 100, sold 0" "$root/examples/csv/deals.csv"
+    expect widgets "4 stocks, the last is SH600003"
+    expect plugin "SH600000 bought 300, sold 0" "$prefix/lib/liblinkage.so"
+    # Loaded, not linked.
+    if readelf -d "$built/plugin/example-plugin" | grep 'NEEDED.*liblinkage\.so'; then exit 1; fi
+done
 
-# The same through pkg-config, with clang; the paper client is an archive and stands first.
+# A program through pkg-config; the paper client is an archive and stands first.
 read -ra flags <<<"$(pkg-config --cflags --libs linkage)"
 clang++-14 -std=c++20 "$root/examples/paper/main.cpp" "$prefix/lib/libpaper.a" "${flags[@]}" \
     -lmongoclient -Wl,-rpath,"$prefix/lib" -o "$work/by-pkg-config"

@@ -138,8 +138,13 @@ void CLinkageManager::init() {
         const std::string begin = possible ? "Missing, and needed later: " : "Not begun. Missing: ";
         g_VexStdLogger.error(INIT, begin + textOf(missing));
     }
-    // Whatever throws here does so before anything is begun, so that init() can be called again.
-    if (!possible || !attempt(INIT, [this] { askTradeDate(); })) return;
+    if (!possible) return;
+    try {
+        askTradeDate();
+    } catch (...) {
+        // Nothing is begun, so init() can be called again.
+        return logThrown(INIT);
+    }
     m_bInited = true;
     newStatsDay();
     connectClient();
