@@ -25,13 +25,24 @@ CStage::~CStage() {
     } catch (...) {
         // The case has its result already; runCase() looks at what remove() throws.
     }
-    for (std::thread& thread : m_threads) thread.join();
+    endThreads();
 }
 
 void CStage::remove() {
     if (!std::exchange(m_bInstalled, false)) return;
     m_beat();
+    endThreads();
     m_pAdapter->remove();
+}
+
+// Without the lock: what they run may blame.
+void CStage::endThreads() {
+    std::vector<std::thread> threads;
+    {
+        const std::lock_guard lock(m_mutex);
+        threads.swap(m_threads);
+    }
+    for (std::thread& thread : threads) thread.join();
 }
 
 bool CStage::await(const std::function<bool()>& holds) {
@@ -84,10 +95,11 @@ bool CStage::answersElsewhere(std::function<void()> work) {
         }
         done->set_value();
     });
-    const bool answers = answer.wait_for(m_patience) == std::future_status::ready;
-    const std::lock_guard lock(m_mutex);
-    m_threads.push_back(std::move(thread));
-    return answers;
+    {
+        const std::lock_guard lock(m_mutex);
+        m_threads.push_back(std::move(thread));
+    }
+    return answer.wait_for(m_patience) == std::future_status::ready;
 }
 
 void CStage::blame(const std::string& why) {

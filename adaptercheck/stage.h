@@ -38,7 +38,6 @@ class CStage {
 public:
     /// `beat` is called whenever the case goes on.
     CStage(const Factory& factory, Seconds patience, std::function<void()> beat);
-    /// Takes the services away, then ends what still runs.
     ~CStage();
     CStage(const CStage&) = delete;
     CStage& operator=(const CStage&) = delete;
@@ -65,12 +64,14 @@ public:
     /// Something that await() may wait for has changed.
     void changed();
 
-    /// Takes the services away, once.
+    /// Takes the services away, once; before that waits for what runs on other threads.
     void remove();
     /// Throws Failed when a callback saw something wrong.
     void judge();
 
 private:
+    void endThreads();
+
     const Seconds m_patience;
     const std::function<void()> m_beat;
     std::unique_ptr<IAdapter> m_pAdapter;

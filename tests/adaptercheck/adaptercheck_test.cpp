@@ -20,7 +20,7 @@ void PrintTo(EVerdict verdict, std::ostream* out) {
 
 namespace {
 
-constexpr Seconds PATIENCE{2.0};
+constexpr Seconds PATIENCE{5.0};  // enough on a busy machine too
 
 Result runOne(const Case& each, const Factory& factory) {
     return runCase(each, factory, PATIENCE, [] {});
