@@ -90,7 +90,7 @@ public:
     /// The library lost the report that it heard last; the data center keeps it. Nothing is lost
     /// with a report that is not followed.
     void takeBack();
-    /// Or it may have lost it.
+    /// The library may have lost the report that it heard last, or it has it.
     void mayTakeBack();
 
     /// An account is loaded: the library has what the data center has, and gives up orders of

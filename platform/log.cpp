@@ -8,6 +8,7 @@
 #include <atomic>
 #include <mutex>
 
+// With a name, because CVexLogger::Sink, which has linkage, holds one.
 namespace clientlog {
 
 using log4cxx::LoggerPtr;

@@ -42,11 +42,10 @@ std::string lastTradeDateOfShanghai() {
 }
 
 /// The kind of client. The first that a manager asks for, so here it stops when its services are
-/// not there yet.
+/// not there yet. Only then are the others looked at, to name all that is missing.
 bool isClientType3() {
-    const std::vector<MissingService> missing = missingServices();
-    if (isNeeded(missing, MissingService::ENeed::Instance)) {
-        throw utils::ServiceMissing("no manager is made. Missing: " + textOf(missing));
+    if (!canBeMade()) {
+        throw utils::ServiceMissing("no manager is made. Missing: " + textOf(missingServices()));
     }
     return utils::CSingletonT<CAppConfig>::instance()->isClientType(CLIENT_TYPE_3);
 }
@@ -133,7 +132,7 @@ void CLinkageManager::init() {
     if (m_bInited) return;
     Strand strand;
     const std::vector<MissingService> missing = checkStart(thread(), strand);
-    const bool possible = !isNeeded(missing, MissingService::ENeed::Init);
+    const bool possible = canBegin(missing);
     if (!missing.empty()) {
         const std::string begin = possible ? "Missing, and needed later: " : "Not begun. Missing: ";
         g_VexStdLogger.error(INIT, begin + textOf(missing));

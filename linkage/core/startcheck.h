@@ -18,7 +18,10 @@ using Strand = boost::shared_ptr<boost::asio::io_service::strand>;
 /// one.
 std::vector<MissingService> checkStart(const QThread* thread, Strand& strand);
 
-/// Whether something is missing that is needed at this step, or before it.
-bool isNeeded(const std::vector<MissingService>& missing, MissingService::ENeed need);
+/// Whether the services are there without which no manager is made. Asks them nothing.
+bool canBeMade();
+
+/// Whether init() can begin although this is missing.
+bool canBegin(const std::vector<MissingService>& missing);
 
 }  // namespace TC

@@ -130,9 +130,14 @@ std::string textOf(const std::vector<MissingService>& missing) {
     return text;
 }
 
-bool isNeeded(const std::vector<MissingService>& missing, MissingService::ENeed need) {
-    return std::any_of(missing.begin(), missing.end(),
-                       [&](const MissingService& each) { return each.need <= need; });
+bool canBeMade() {
+    return std::all_of(std::begin(SERVICES), std::end(SERVICES),
+                       [](const Row& row) { return row.need != ENeed::Instance || row.exists(); });
+}
+
+bool canBegin(const std::vector<MissingService>& missing) {
+    return std::all_of(missing.begin(), missing.end(),
+                       [](const MissingService& each) { return each.need == ENeed::Later; });
 }
 
 }  // namespace TC
