@@ -2,6 +2,7 @@
 #include "adaptercheck/world.h"
 #include "platform/records/taskdetail.h"
 
+#include <fmt/format.h>
 #include <mongo/bson/bson.h>
 
 #include <boost/make_shared.hpp>
@@ -110,8 +111,8 @@ void tagComesBack(CStage& stage) {
         checkCarriers(stage, command, [&](const auto& carrier, const std::string& what) {
             const std::string got = carrier ? carrier->m_strTag : "";
             const bool right = tag.empty() ? got != HISTORY_TAG : got == tag;
-            expect(right, what + " of a command " + (tag.empty() ? "of the day" : tag) +
-                              " has the tag \"" + got + "\"");
+            expect(right, fmt::format("{} of a command {} has the tag \"{}\"", what,
+                                      tag.empty() ? "of the day" : tag, got));
         });
     }
 }
