@@ -3,6 +3,17 @@
 /// @file
 /// What a client that loads the library at run time calls.
 
+#include "linkage/balance/balancebook.h"
+#include "linkage/balance/balanceplan.h"
+#include "linkage/core/balanceasker.h"
+#include "linkage/core/linkageoptions.h"
+#include "linkage/core/startup.h"
+#include "linkage/ledger/types.h"
+#include "linkage/stats/periodpoint.h"
+#include "platform/records/accountinfo.h"
+#include "platform/records/dealdetail.h"
+#include "platform/records/orderdetail.h"
+
 #include <QtPlugin>
 
 #include <boost/function.hpp>
@@ -18,24 +29,10 @@
 
 class QObject;
 
-namespace vexservice {
-struct CAccountInfo;
-struct CDealDetail;
-struct COrderDetail;
-}  // namespace vexservice
-
 namespace TC {
 
 class CEnhanceDrawManager;
 class CLinkageManager;
-class LinkagePeriodExtData;
-enum class EBalanceAsker;
-struct BalancePlan;
-struct BalanceRecord;
-struct LinkageOptions;
-struct MissingService;
-struct PeriodPoint;
-struct TradeStatData;
 
 /// The library for a client that does not link it but loads it at run time:
 ///
@@ -43,8 +40,8 @@ struct TradeStatData;
 ///     auto* const linkage = qobject_cast<TC::ILinkagePlugin*>(loader.instance());
 ///
 /// The client links linkage::platform alone, installs its services there, and reaches everything
-/// through this interface; none of its calls needs a symbol of the library. The headers of the
-/// types that an operation gives are named with it. Do not unload the library.
+/// through this interface; none of its calls needs a symbol of the library. Do not unload the
+/// library.
 ///
 /// The interface is the library's own object and lives as long as the library. Every operation has
 /// the contract of the manager's operation of its name (linkage/core/clinkagemanager.h) and, but
@@ -91,7 +88,6 @@ public:
     virtual std::vector<boost::shared_ptr<vexservice::CAccountInfo>> getAccounts() const = 0;
 
     // --------------------------------------------------------------- queries
-    // linkage/ledger/types.h, linkage/stats/periodpoint.h, platform/records/
 
     /// The current trade date, "yyyyMMdd".
     virtual std::string getTradeDate() const = 0;
@@ -139,7 +135,6 @@ public:
     virtual std::map<std::string, TradeStatData> getHistoryStatData() const = 0;
 
     // -------------------------------------------------------------- balances
-    // linkage/core/balanceasker.h, linkage/balance/balanceplan.h, linkage/balance/balancebook.h
 
     /// Asks for a balance of a pair, which starts in 5 s; false when it is refused.
     virtual bool runAutoBalance(const std::string& accountKey, const std::string& strategy,

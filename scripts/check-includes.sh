@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Arrows go down only: fails when a file includes something that its folder may not know.
-# The table: a folder, and the folders whose headers it may include besides its own.
+# The table: a folder, and the folders whose headers it may include besides its own. The two files
+# in it are the contracts of the library: they bring what their results are made of.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -14,6 +15,8 @@ linkage/stats    linkage/core linkage/ledger linkage common platform
 linkage/balance  linkage/core linkage/ledger linkage common platform
 linkage/store    linkage/balance linkage/core linkage/ledger linkage common platform
 linkage/draw     linkage platform
+linkage/core/clinkagemanager.h linkage/core linkage/ledger linkage/stats linkage/balance linkage/store linkage platform
+linkage/plugin.h linkage/core linkage/ledger linkage/stats linkage/balance platform
 linkage/plugin   linkage linkage/core linkage/stats linkage/balance linkage/draw platform
 paper            linkage/core common platform
 adaptercheck     platform
@@ -48,7 +51,7 @@ git ls-files -co --exclude-standard -- '*.h' '*.cpp' | xargs grep -oE '^#include
         file = substr($0, 1, colon - 1)
         match($0, /"[^"]+"/)
         header = substr($0, RSTART + 1, RLENGTH - 2)
-        from = folder(file)
+        from = file in known ? file : folder(file)
         to = folder(header)
         if (header !~ /\//) next
         if (!(from in known)) { print file ": its folder is not in the table"; bad = 1; next }

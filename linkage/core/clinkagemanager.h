@@ -1,11 +1,18 @@
 #pragma once
 
+#include "linkage/balance/balancebook.h"
+#include "linkage/balance/balanceplan.h"
 #include "linkage/core/balanceasker.h"
 #include "linkage/core/linkageoptions.h"
 #include "linkage/core/mutex.h"
+#include "linkage/core/reconciliation.h"
 #include "linkage/core/room.h"
 #include "linkage/export.h"
 #include "linkage/ledger/types.h"
+#include "linkage/stats/periodpoint.h"
+#include "linkage/store/filedrecords.h"
+#include "linkage/store/historyrequest.h"
+#include "linkage/store/importreport.h"
 #include "platform/records/accountinfo.h"
 #include "platform/records/dealdetail.h"
 #include "platform/records/orderdetail.h"
@@ -61,9 +68,7 @@ class CCurveData;
 class CQuotes;
 class CReconciliations;
 class CServerHistory;
-enum class ELoadCause;
 struct AccountLoad;
-struct BalancePlan;
 struct DayTotals;
 struct DealChange;
 struct DealReport;
@@ -71,24 +76,13 @@ struct EngineState;
 struct FollowedAccounts;
 struct InboxItem;
 struct BalanceState;
-struct BalanceRecord;
 struct GuardPair;
-enum class EBalanceForm;
-enum class EHistoryRecords;
-struct HistoryDay;
 struct HistoryQuery;
-struct HistoryRequest;
 struct CMinuteBar;
 struct HistoryState;
-struct ImportReport;
 struct ImportState;
-struct ImportSummary;
-struct ImportTerms;
 struct ManagerState;
-struct PeriodPoint;
 struct PositionReports;
-struct Reconciliation;
-struct RecordSource;
 template <class T>
 class CPublished;
 
