@@ -16,8 +16,8 @@ linkage/balance  linkage/core linkage/ledger linkage common platform
 linkage/store    linkage/balance linkage/core linkage/ledger linkage common platform
 linkage/draw     linkage platform
 linkage/core/clinkagemanager.h linkage/core linkage/ledger linkage/stats linkage/balance linkage/store linkage platform
-linkage/plugin.h linkage/core linkage/ledger linkage/stats linkage/balance platform
-linkage/plugin   linkage linkage/core linkage/stats linkage/balance linkage/draw platform
+linkage/plugin.h linkage/core linkage/draw
+linkage/plugin   linkage linkage/core linkage/draw platform
 paper            linkage/core common platform
 adaptercheck     platform
 adaptercheck/program adaptercheck paper linkage platform

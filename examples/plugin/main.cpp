@@ -1,14 +1,13 @@
 // A client that loads the library at run time and links linkage::platform alone.
 //     example-plugin LIBRARY
 
-#include "linkage/core/linkageoptions.h"
-#include "linkage/core/startup.h"
-#include "linkage/ledger/types.h"
 #include "linkage/plugin.h"
 #include "services.h"
 
 #include <QCoreApplication>
+#include <QImage>
 #include <QJsonObject>
+#include <QPainter>
 #include <QPluginLoader>
 
 #include <cstdio>
@@ -38,20 +37,32 @@ int main(int argc, char** argv) {
     if (!linkage->init({})) return 1;
 
     // The signal comes on the library's strand; the screen's thread wakes up and asks.
-    const auto changed = linkage->onStatDataChanged([&] {
+    TC::CLinkageManager& manager = linkage->linkage();
+    const auto changed = manager.sigStatDataChanged.connect([&] {
         QMetaObject::invokeMethod(&application, [&] {
-            if (linkage->getTradeStatDatas("10001", "S").size() == 1) application.quit();
+            if (manager.getTradeStatDatas("10001", "S").size() == 1) application.quit();
         });
     });
     services.center().report("10001", host::makeDeal(1, "SH600000", true, 300, 10.0, "S"));
     application.exec();
 
-    for (const auto& stock : linkage->getTradeStatDatas("10001", "S")) {
+    for (const auto& stock : manager.getTradeStatDatas("10001", "S")) {
         const TC::DealFigures& deals = stock.second->deals();
         std::printf("%s bought %d, sold %d\n", stock.first.c_str(), deals.m_nBuyVolume.get(),
                     deals.m_nSellVolume.get());
     }
     changed.disconnect();
+
+    TC::CEnhanceDrawManager& draw = linkage->draw();
+    draw.addDrawRoundData(TC::IEnhanceDataBase::DRAW_FIRST, "SH600000", 2.0, 3.0, 4, 0, 0xff0000,
+                          0);
+    QImage chart(8, 8, QImage::Format_RGB32);
+    chart.fill(Qt::white);
+    QPainter painter(&chart);
+    draw.drawGraph(TC::IEnhanceDataBase::DRAW_FIRST, "SH600000", &painter, chart.rect(),
+                   [](const QPointF& point) { return point; });
+    painter.end();
+    if (chart.pixelColor(2, 3) == QColor(Qt::white)) return 1;
     linkage->release();
     return 0;
 }

@@ -106,6 +106,9 @@ class CPublished;
 /// or one that throws, is asked on the thread of a call, the call may throw what the service threw;
 /// the manager stays whole. When a slot of the client throws, the exception is logged and that one
 /// raise ends: slots connected after it are not called, and the manager's work goes on.
+///
+/// Every public operation is virtual, and every signal but the Qt ones a member, so that a client
+/// that loads the library at run time can use them without a symbol of it (linkage/plugin.h).
 class LINKAGE_EXPORT CLinkageManager : public QObject,
                                        public boost::enable_shared_from_this<CLinkageManager> {
     Q_OBJECT
@@ -116,10 +119,10 @@ public:
 
     /// Sets the options. Call it before init(); the last call counts. After init(), or when a
     /// value is out of range, it changes nothing and logs a line.
-    void setOptions(const LinkageOptions& options);
+    virtual void setOptions(const LinkageOptions& options);
 
     /// The options as they stand. Takes the lock; after init() they do not change any more.
-    LinkageOptions options() const;
+    virtual LinkageOptions options() const;
 
     /// Connects the manager to the client's services, requests tasks and accounts and
     /// starts the calculators. Once it has done so, a further call does nothing.
@@ -127,16 +130,16 @@ public:
     /// Where something is missing (missingServices() in linkage/core/startup.h), one log line
     /// names all of it. When init() needs it, or when a service throws while it is asked for the
     /// trade date or the user's name, nothing is begun, and a later call begins.
-    void init();
+    virtual void init();
 
     /// Whether init() has begun the work.
-    bool isInited() const;
+    virtual bool isInited() const;
 
     /// Called by release(): shuts the door to late callbacks, waits for handlers on other
     /// threads and finishes saves. Inside a handler, or a slot that the manager called, it does
     /// not wait; the manager is then destroyed when that handler ends, and reports that still
     /// wait are dropped. Not from a thread that holds a lock which a handler may want.
-    void retire();
+    virtual void retire();
 
     /// Everything the manager holds, in documented form: linkage/core/managerstate.h. For
     /// diagnosis and tests.
@@ -144,36 +147,36 @@ public:
 
     /// Where the figures of the day disagree with one another, in words; empty when they
     /// are sound. It walks everything. For diagnosis and tests.
-    std::vector<std::string> checkIntegrity() const;
+    virtual std::vector<std::string> checkIntegrity() const;
 
     // ------------------------------------------------------ account registry
     // linkage/core/accountregistry.cpp, accountload.cpp; before init() requests do nothing
 
     /// Requests every account that the data center knows. Takes no lock.
-    void requestAccounts();
+    virtual void requestAccounts();
 
     /// Requests one account; nothing happens when the data center does not know it.
     /// Takes no lock.
-    void requestAccount(const std::string& accountKey);
+    virtual void requestAccount(const std::string& accountKey);
 
     /// What the manager had missed, found by loading accounts again (login, account ready,
     /// request, rollover). One entry for each such load, oldest first, the newest 1,000. A load
     /// that found anything raises sigReconciled; with LinkageOptions::guard it is logged as
     /// well. See linkage/core/reconciliation.h.
-    std::vector<Reconciliation> getReconciliations() const;
+    virtual std::vector<Reconciliation> getReconciliations() const;
 
     // ----------------------------------------------------------- calculators
     // linkage/stats/calculators.cpp, linkage/stats/extcalculator.cpp
 
     /// The two switches of the period calculation, which runs every 10 s while at
     /// least one of them is on. Stopping takes effect at its next run.
-    void startProfitCalculator();
+    virtual void startProfitCalculator();
     /// Turns the switch of the profit calculation off; see startProfitCalculator().
-    void stopProfitCalculator();
+    virtual void stopProfitCalculator();
     /// Turns the switch of the balance calculation on; see startProfitCalculator().
-    void startBalanceCalculator();
+    virtual void startBalanceCalculator();
     /// Turns the switch of the balance calculation off; see startProfitCalculator().
-    void stopBalanceCalculator();
+    virtual void stopBalanceCalculator();
 
     /// The profit and balance curve of one strategy of one account over the day: minute
     /// of the day to the figures at the end of that minute, summed over its stocks; the
@@ -193,53 +196,56 @@ public:
     /// that price to the bit, and has the deals whose time cannot be read. When the account is
     /// loaded again, and when the trade date is announced once more, the minutes stay as they were
     /// until the next run. Empty before the period calculation has run on the day.
-    std::map<int, PeriodPoint> getPeriodCurve(const std::string& accountKey,
-                                              const std::string& strategy) const;
+    virtual std::map<int, PeriodPoint> getPeriodCurve(const std::string& accountKey,
+                                                      const std::string& strategy) const;
 
     // --------------------------------------------------------------- queries
     // linkage/stats/queries.cpp, linkage/stats/totals.cpp
     // A day is the local midnight of a trade date in seconds since the epoch.
 
     /// The current trade date, "yyyyMMdd". Never waits for the manager's lock.
-    std::string getTradeDate() const;
+    virtual std::string getTradeDate() const;
 
     /// Stock keys with orders or deals today. Makes today's entries when missing.
-    std::set<std::string> getStocks();
+    virtual std::set<std::string> getStocks();
 
     /// Every strategy seen so far.
-    std::set<std::string> getStrategys() const;
+    virtual std::set<std::string> getStrategys() const;
 
     /// How many orders or tasks of a strategy are running; the strategy "" counts
     /// those of the whole account. Unknown ones count 0.
-    int getRunningOrders(const std::string& accountKey, const std::string& strategy) const;
+    virtual int getRunningOrders(const std::string& accountKey, const std::string& strategy) const;
     /// As getRunningOrders, for tasks.
-    int getRunningTasks(const std::string& accountKey, const std::string& strategy) const;
+    virtual int getRunningTasks(const std::string& accountKey, const std::string& strategy) const;
 
     /// Traded figures by stock key. The records are those that intake goes on
     /// updating. Never waits for the manager's lock: while the account is loaded again, other
     /// threads get the records of before.
-    std::map<std::string, boost::shared_ptr<LinkagePeriodExtData>> getTradeStatDatas(
+    virtual std::map<std::string, boost::shared_ptr<LinkagePeriodExtData>> getTradeStatDatas(
         const std::string& accountKey, const std::string& strategy) const;
 
     /// The same for several accounts and one strategy at once: by account key, for those
     /// of the given accounts (none: of all) that have any. What `out` held before goes.
     /// Never waits for the manager's lock.
-    void getTradeStatDatas(
+    virtual void getTradeStatDatas(
         const std::list<std::string>& accountKeys, const std::string& strategy,
         std::map<std::string, std::map<std::string, boost::shared_ptr<LinkagePeriodExtData>>>& out)
         const;
 
     /// Orders, deals or tasks of one stock, by account key and record key, for those
     /// of the given accounts that have any.
-    std::map<std::string, std::map<unsigned long long, boost::shared_ptr<vexservice::COrderDetail>>>
+    virtual std::map<std::string,
+                     std::map<unsigned long long, boost::shared_ptr<vexservice::COrderDetail>>>
     getOrderDetails(int day, const std::string& stockKey,
                     const std::set<std::string>& accountKeys) const;
     /// As getOrderDetails, for deals.
-    std::map<std::string, std::map<unsigned long long, boost::shared_ptr<vexservice::CDealDetail>>>
+    virtual std::map<std::string,
+                     std::map<unsigned long long, boost::shared_ptr<vexservice::CDealDetail>>>
     getDealDetails(int day, const std::string& stockKey,
                    const std::set<std::string>& accountKeys) const;
     /// As getOrderDetails, for tasks, which belong to the running day.
-    std::map<std::string, std::map<unsigned long long, boost::shared_ptr<vexservice::CTaskDetail>>>
+    virtual std::map<std::string,
+                     std::map<unsigned long long, boost::shared_ptr<vexservice::CTaskDetail>>>
     getTaskDetails(const std::string& stockKey, const std::set<std::string>& accountKeys) const;
 
     /// Bought and sold volume (shares) or amount (yuan) of the given accounts in one
@@ -250,22 +256,23 @@ public:
     ///
     /// With LinkageOptions::filedTotals those of a past day are of all deals that getDealDetails
     /// has of it, as they stand now.
-    std::pair<int, int> getBuySellVolumes(int day, const std::string& stockKey,
-                                          const std::set<std::string>& accountKeys) const;
+    virtual std::pair<int, int> getBuySellVolumes(int day, const std::string& stockKey,
+                                                  const std::set<std::string>& accountKeys) const;
     /// As getBuySellVolumes, for amounts: bought and sold, yuan.
-    std::pair<double, double> getBuySellAmounts(int day, const std::string& stockKey,
-                                                const std::set<std::string>& accountKeys) const;
+    virtual std::pair<double, double> getBuySellAmounts(
+        int day, const std::string& stockKey, const std::set<std::string>& accountKeys) const;
 
     /// The followed accounts in key order.
-    std::vector<boost::shared_ptr<vexservice::CAccountInfo>> getAccounts() const;
+    virtual std::vector<boost::shared_ptr<vexservice::CAccountInfo>> getAccounts() const;
 
     /// Finds followed accounts by account ID: adds the account keys of every account
     /// that has one of the IDs to `accountKeys`. True when every ID was found. No IDs add
     /// no key, which selects all accounts wherever a set of keys is asked for.
-    bool getAccounts(const QList<QString>& accountIds, std::set<std::string>& accountKeys) const;
+    virtual bool getAccounts(const QList<QString>& accountIds,
+                             std::set<std::string>& accountKeys) const;
 
     /// Account IDs of futures accounts (kind 1) or of all others, in key order.
-    std::list<std::string> getAccountIds(int kind) const;
+    virtual std::list<std::string> getAccountIds(int kind) const;
 
     // Totals over the selected accounts, strategies and stock keys, by day.
     //
@@ -279,50 +286,51 @@ public:
     /// it. What belongs to no strategy is valued at the price of the last pass where the
     /// stock has records of strategies too. Of earlier days no profit is kept: with or without
     /// `todayOnly` there is today's entry alone.
-    std::map<int, double> getTotalProfits(const std::set<std::string>& accountKeys,
-                                          const std::set<std::string>& strategies,
-                                          const std::set<std::string>& stockKeys,
-                                          bool todayOnly) const;
+    virtual std::map<int, double> getTotalProfits(const std::set<std::string>& accountKeys,
+                                                  const std::set<std::string>& strategies,
+                                                  const std::set<std::string>& stockKeys,
+                                                  bool todayOnly) const;
 
     /// Position value in yuan, from the same records and by the same rules. The values
     /// of strategies with opposite positions are added, not netted.
-    std::map<int, double> getTotalBalances(const std::set<std::string>& accountKeys,
-                                           const std::set<std::string>& strategies,
-                                           const std::set<std::string>& stockKeys,
-                                           bool todayOnly) const;
+    virtual std::map<int, double> getTotalBalances(const std::set<std::string>& accountKeys,
+                                                   const std::set<std::string>& strategies,
+                                                   const std::set<std::string>& stockKeys,
+                                                   bool todayOnly) const;
 
     /// Bought and sold amount in yuan. Today: the effective amounts of the traded
     /// figures. Other days, unless `todayOnly`: the amounts of the deals that are filed
     /// under them (reported then, answered by the trading server, imported), less those
     /// that balance history, which no strategy's figures hold.
-    std::map<int, std::pair<double, double>> getTotalBuySellAmounts(
+    virtual std::map<int, std::pair<double, double>> getTotalBuySellAmounts(
         const std::set<std::string>& accountKeys, const std::set<std::string>& strategies,
         const std::set<std::string>& stockKeys, bool todayOnly) const;
 
     /// The largest relative distance of a deal price, or of an order price, from the
     /// reference price (a fraction: 0.01 is one percent), over what is kept of the
     /// selected accounts and stock keys; an empty set selects all. 0 when there is none.
-    double getDealAmplitude(const std::set<std::string>& accountKeys,
-                            const std::set<std::string>& stockKeys) const;
+    virtual double getDealAmplitude(const std::set<std::string>& accountKeys,
+                                    const std::set<std::string>& stockKeys) const;
     /// As getDealAmplitude, for order prices.
-    double getOrderAmplitude(const std::set<std::string>& accountKeys,
-                             const std::set<std::string>& stockKeys) const;
+    virtual double getOrderAmplitude(const std::set<std::string>& accountKeys,
+                                     const std::set<std::string>& stockKeys) const;
 
     /// Open lots of all accounts of a strategy at one price level: `price` (yuan) in
     /// steps of `tick` (yuan), rounded as order intake does. Of the open lots per order.
-    int getOrderNumberByPrice(const QString& strategy, double price, double tick) const;
+    virtual int getOrderNumberByPrice(const QString& strategy, double price, double tick) const;
 
     /// Positions in one stock, of the given accounts (none: of all followed) that have
     /// one: account IDs, volumes held and volumes that may be sold (shares), side by
     /// side, in account key order. What the three lists held before goes. From the
     /// merged positions and the followed accounts.
-    void getPositionNumber(const QString& stockKey, QList<QString>& accountIds, QList<int>& volumes,
-                           QList<int>& availables, const QList<QString>& accountKeys) const;
+    virtual void getPositionNumber(const QString& stockKey, QList<QString>& accountIds,
+                                   QList<int>& volumes, QList<int>& availables,
+                                   const QList<QString>& accountKeys) const;
 
     /// Shares that a task has traded of one stock so far: the sum over its items of that
     /// stock, for all accounts; 0 for no task. Takes no lock.
-    int getTaskItemFinishNumber(const boost::shared_ptr<vexservice::CTaskDetail>& task,
-                                const std::string& stockKey) const;
+    virtual int getTaskItemFinishNumber(const boost::shared_ptr<vexservice::CTaskDetail>& task,
+                                        const std::string& stockKey) const;
 
     // ------------------------------------------------------------- balancing
     // linkage/balance/balanceschedule.cpp, linkage/balance/autobalance.cpp
@@ -339,11 +347,11 @@ public:
     ///
     /// Any text is taken as a time; with keepBalanceTimes or the guard only a time of day,
     /// "000000" to "235959", and any other is refused with a log line.
-    void addBalanceTime(const std::string& key, const std::string& time);
+    virtual void addBalanceTime(const std::string& key, const std::string& time);
     /// Takes a time out of the table; false, and no save, when the key has none.
-    bool deleteBalanceTime(const std::string& key);
+    virtual bool deleteBalanceTime(const std::string& key);
     /// The table of balance times as it is now: key (account, ":", strategy) to "hhmmss".
-    std::map<std::string, std::string> getBalanceTime() const;
+    virtual std::map<std::string, std::string> getBalanceTime() const;
 
     /// Asks for a balance of a pair, which starts in 5 s. False when one is pending,
     /// and before init(). One timer serves all pairs: a pair that still waits for its
@@ -352,119 +360,125 @@ public:
     /// With LinkageOptions::guard each balance has 5 s of its own, and one that overlaps
     /// another waits for its turn. False when it is refused; getBalances tells why. `asker`
     /// goes to the book.
-    bool runAutoBalance(const std::string& accountkey, const std::string& strategy,
-                        EBalanceAsker asker = EBalanceAsker::Demand);
+    virtual bool runAutoBalance(const std::string& accountkey, const std::string& strategy,
+                                EBalanceAsker asker = EBalanceAsker::Demand);
 
     /// Starts a balance now: records it as pending, cancels what runs of the pair and
     /// arms the watchdog; or balances at once when nothing runs.
-    void runAutoBalanceTimer(const std::string& accountkey, const std::string& strategy);
+    virtual void runAutoBalanceTimer(const std::string& accountkey, const std::string& strategy);
 
     /// Sends a pending balance if nothing of the pair runs any more, or 30 s after its
     /// start.
-    void tryAutoBalance(const std::string& accountkey, const std::string& strategy);
+    virtual void tryAutoBalance(const std::string& accountkey, const std::string& strategy);
 
     /// What became of the balances since init() on this trade date and the one before, and
     /// of those of this date before a restart: oldest first, of one account and strategy or
     /// of all. Empty without LinkageOptions::guard.
-    std::vector<BalanceRecord> getBalances(const std::optional<std::string>& account = {},
-                                           const std::optional<std::string>& strategy = {}) const;
+    virtual std::vector<BalanceRecord> getBalances(
+        const std::optional<std::string>& account = {},
+        const std::optional<std::string>& strategy = {}) const;
 
     /// Cancel what runs of a pair; false when the pair was never seen.
-    bool cancelAllOrders(const std::string& accountkey, const std::string& strategy);
+    virtual bool cancelAllOrders(const std::string& accountkey, const std::string& strategy);
     /// Terminates the tasks that run of a pair; false when the pair was never seen.
-    bool cancelAllTasks(const std::string& accountkey, const std::string& strategy);
+    virtual bool cancelAllTasks(const std::string& accountkey, const std::string& strategy);
 
     /// Emits sigCancelTask. Takes no lock.
-    void cancelTask(int number, const QString& text);
+    virtual void cancelTask(int number, const QString& text);
 
     // linkage/balance/balancepreview.cpp
 
     /// What balancing would send now: per stock the order, or the reason why there is
     /// none. `grouped` previews the form that sends one command for all stocks.
-    BalancePlan previewBalance(const std::string& accountkey, const std::string& strategy,
-                               bool grouped = false) const;
+    virtual BalancePlan previewBalance(const std::string& accountkey, const std::string& strategy,
+                                       bool grouped = false) const;
     /// As previewBalance, for what the history store holds of the pair.
-    BalancePlan previewHistoryBalance(const std::string& accountkey, const std::string& strategy,
-                                      bool grouped = false) const;
+    virtual BalancePlan previewHistoryBalance(const std::string& accountkey,
+                                              const std::string& strategy,
+                                              bool grouped = false) const;
 
     // linkage/balance/historybalance.cpp
 
     /// Balances what the history store holds of a pair: one command per stock, or one
     /// command for all stocks.
-    void doHistoryBalanceBySignalTask(const std::string& accountkey, const std::string& strategy);
+    virtual void doHistoryBalanceBySignalTask(const std::string& accountkey,
+                                              const std::string& strategy);
     /// As doHistoryBalanceBySignalTask, with one command for all stocks.
-    void doHistoryBalance(const std::string& accountkey, const std::string& strategy);
+    virtual void doHistoryBalance(const std::string& accountkey, const std::string& strategy);
 
     // linkage/balance/ordergeneration.cpp
 
     /// An order's main values as the JSON text of a trade parameter. Takes no lock.
-    std::string genTradeParam(const QString& stockcode, int pricetype, double price, int vol) const;
+    virtual std::string genTradeParam(const QString& stockcode, int pricetype, double price,
+                                      int vol) const;
 
     // --------------------------------------------------------- history store
     // linkage/store/historystore.cpp, linkage/store/historyvalues.cpp
 
     /// The statistics of the history store as copies, by history key.
-    std::map<std::string, TradeStatData> getHistoryStatData() const;
+    virtual std::map<std::string, TradeStatData> getHistoryStatData() const;
     /// The records of one history key, by stock key: not copies, but those that the manager goes on
     /// updating. Empty for a key that the store does not have.
-    std::map<std::string, boost::shared_ptr<LinkagePeriodExtData>> getHistoryLinkageData(
+    virtual std::map<std::string, boost::shared_ptr<LinkagePeriodExtData>> getHistoryLinkageData(
         const std::string& historyKey) const;
     /// The same for a pair: empty when its history key is another pair's ("881" with "5" and
     /// "88" with "15" have the same one).
-    std::map<std::string, boost::shared_ptr<LinkagePeriodExtData>> getHistoryOfPair(
+    virtual std::map<std::string, boost::shared_ptr<LinkagePeriodExtData>> getHistoryOfPair(
         const std::string& accountKey, const std::string& strategy) const;
 
     /// How many orders or tasks that balance history are running; the strategy "" counts those
     /// of the whole account. Unknown ones count 0.
-    int getHistoryRunningOrders(const std::string& accountKey, const std::string& strategy) const;
+    virtual int getHistoryRunningOrders(const std::string& accountKey,
+                                        const std::string& strategy) const;
     /// As getHistoryRunningOrders, for tasks.
-    int getHistoryRunningTasks(const std::string& accountKey, const std::string& strategy) const;
+    virtual int getHistoryRunningTasks(const std::string& accountKey,
+                                       const std::string& strategy) const;
 
     /// Copies the statistics record of a history key; false, and `out` unchanged, when
     /// there is none. Never waits for the manager's lock.
-    bool historyBalance(const std::string& key, TradeStatData& out) const;
+    virtual bool historyBalance(const std::string& key, TradeStatData& out) const;
 
     /// Revalues the history store at the newest prices and writes the totals of each
     /// history key into its statistics record. Subscribes to the prices of its stocks.
-    void historyStatCalculator();
+    virtual void historyStatCalculator();
 
     /// Merges a pair's statistics, or today's unequal stocks of a pair, into the history store.
     /// Writes no file. Refused with a log line: a pair whose history key is another pair's,
     /// volumes that do not fit into their total or wrapped in the day's figures, amounts that
     /// are not finite.
-    void addHistoryStat(const std::string& key, TradeStatData stat);
+    virtual void addHistoryStat(const std::string& key, TradeStatData stat);
     /// Merges today's unequal stocks of a pair into the history store. A stock without instrument
     /// detail is left out. A stock that the store did not have shares its record with the day until
     /// the next trade date.
-    void addHistoryLinkdata(const std::string& accountKey, const std::string& strategy);
+    virtual void addHistoryLinkdata(const std::string& accountKey, const std::string& strategy);
 
     /// Gives a statistics record an ID of the client's. Nothing happens when the key has no record.
     /// Writes no file.
-    void setHistoryStatDataId(const std::string& key, int id);
+    virtual void setHistoryStatDataId(const std::string& key, int id);
 
     /// Whether a history key was already taken into the day's history.
-    bool isAlreadyAdd(const std::string& key) const;
+    virtual bool isAlreadyAdd(const std::string& key) const;
 
     /// Removes pairs with equal totals. The files follow.
-    void deleteHistoryAlreadyBalancedata();
+    virtual void deleteHistoryAlreadyBalancedata();
     /// Removes one stock of a history key. The files follow.
-    void deleteHistoryLinkageData(const std::string& key, const std::string& stock);
+    virtual void deleteHistoryLinkageData(const std::string& key, const std::string& stock);
     /// Removes everything, its files too, and raises sigHistoryCleared.
-    void deleteAllHisTorydata();
+    virtual void deleteAllHisTorydata();
 
     // linkage/store/savefiles.cpp
 
     /// Waits until every save asked for so far is on disk, or has failed; one that failed
     /// before is tried once more.
-    void finishSaves();
+    virtual void finishSaves();
 
     /// Asks for the files to be rewritten, without balance times, on a thread of their own. Their
     /// rows are stamped with the moment, or without `withTime` with the day alone. A save that
     /// fails is logged and tried again.
-    void writedata(bool withTime);
+    virtual void writedata(bool withTime);
     /// As writedata(false), for the statistics file alone, with the balance times; with
     /// LinkageOptions::keepBalanceTimes also for the file of the balance times.
-    void writeBlanaceTime();
+    virtual void writeBlanaceTime();
 
     // -------------------------------------------- server history and import
     // linkage/store/serverhistory.cpp, importrecords.cpp, filedrecords.cpp
@@ -477,39 +491,40 @@ public:
     /// client's calendar knows as a day without trading (marlo::IMarketCalendar) is ended without
     /// asking. A range that cannot be asked for is ended with the signal of its first day. Of two
     /// questions for one day the newer one counts.
-    std::uint64_t requestAccountDeals(const std::string& accountKey, const std::string& firstDay,
-                                      const std::string& lastDay);
+    virtual std::uint64_t requestAccountDeals(const std::string& accountKey,
+                                              const std::string& firstDay,
+                                              const std::string& lastDay);
     /// As requestAccountDeals, for orders.
-    std::uint64_t requestAccountOrders(const std::string& accountKey, const std::string& firstDay,
-                                       const std::string& lastDay);
+    virtual std::uint64_t requestAccountOrders(const std::string& accountKey,
+                                               const std::string& firstDay,
+                                               const std::string& lastDay);
 
     /// What became of a day (local midnight in seconds since the epoch) of an account when it was
     /// asked for last; nothing when it never was. It stands before the day's signal is raised,
     /// and stays over a rollover, not over a restart. See linkage/store/historyrequest.h.
-    std::optional<HistoryDay> getHistoryDay(EHistoryRecords records, const std::string& accountKey,
-                                            int day) const;
+    virtual std::optional<HistoryDay> getHistoryDay(EHistoryRecords records,
+                                                    const std::string& accountKey, int day) const;
 
     /// The requests since init() and how far they have come, oldest first; of those that are over
     /// the newest 1,000.
-    std::vector<HistoryRequest> getHistoryRequests() const;
+    virtual std::vector<HistoryRequest> getHistoryRequests() const;
 
     /// What is filed of an account under a day, by record key.
-    std::map<unsigned long long, boost::shared_ptr<vexservice::CDealDetail>> getAccountDeals(
-        const std::string& accountKey, int day) const;
+    virtual std::map<unsigned long long, boost::shared_ptr<vexservice::CDealDetail>>
+    getAccountDeals(const std::string& accountKey, int day) const;
     /// As getAccountDeals, for orders.
-    std::map<unsigned long long, boost::shared_ptr<vexservice::COrderDetail>> getAccountOrders(
-        const std::string& accountKey, int day) const;
+    virtual std::map<unsigned long long, boost::shared_ptr<vexservice::COrderDetail>>
+    getAccountOrders(const std::string& accountKey, int day) const;
 
     /// The days (local midnight in seconds since the epoch) under which anything is filed of an
     /// account, the running day included.
-    std::set<int> getFiledDays(const std::string& accountKey) const;
+    virtual std::set<int> getFiledDays(const std::string& accountKey) const;
 
     /// Where each deal, or order, that is filed of an account under a day comes from, by record
     /// key: every record of getAccountDeals, or getAccountOrders, has an entry. See
     /// linkage/store/filedrecords.h.
-    std::map<unsigned long long, RecordSource> getRecordSources(EHistoryRecords records,
-                                                                const std::string& accountKey,
-                                                                int day) const;
+    virtual std::map<unsigned long long, RecordSource> getRecordSources(
+        EHistoryRecords records, const std::string& accountKey, int day) const;
 
     /// Imports a statement file (workbook, CSV or text); asks for one with a file dialog
     /// when the path is empty (then on the GUI thread only). What is taken is filed under
@@ -519,27 +534,27 @@ public:
     /// file of its own in the directory "Balance/imports"; what it filed is there again after
     /// the account's next request, also after a restart. The lock is held for slices of the
     /// file. See linkage/store/importreport.h.
-    ImportReport importData(const QString& path = QString());
+    virtual ImportReport importData(const QString& path = QString());
 
     /// The report that importData would give, without its number; changes nothing.
-    ImportReport importPreview(const QString& path = QString());
+    virtual ImportReport importPreview(const QString& path = QString());
 
     /// The same with what the user has decided: the account of a file that names none, and for
     /// importData the preview that the import must agree with. Of a file that changed, another
     /// import, a new trading date or a report in between nothing stays filed that the preview
     /// does not show; a difference that arises while rows are filed takes them back.
-    ImportReport importData(const QString& path, const ImportTerms& terms);
+    virtual ImportReport importData(const QString& path, const ImportTerms& terms);
     /// The report that importData would give with these terms; changes nothing.
-    ImportReport importPreview(const QString& path, const ImportTerms& terms);
+    virtual ImportReport importPreview(const QString& path, const ImportTerms& terms);
 
     /// Takes an import back: what no other import and no report holds is gone from its
     /// day. A stock of the running day stays in getStocks until its account is requested.
     /// False when there is no such import. A file that cannot be removed is tried again
     /// later. The lock is held for slices.
-    bool undoImport(int number);
+    virtual bool undoImport(int number);
 
     /// The imports that stand, by number.
-    std::vector<ImportSummary> getImports() const;
+    virtual std::vector<ImportSummary> getImports() const;
 
     // --------------------------------------------------------------- signals
 

@@ -248,7 +248,7 @@ CLinkageManager::~CLinkageManager() {
     // A manager that is destroyed without release() stops in the same order.
     m_pDoor->close({});
     // A handler that released the manager may have asked for a save afterwards.
-    finishSaves();
+    CLinkageManager::finishSaves();
     CLock lock(m_mutex);
     QObject::disconnect(this, nullptr, nullptr, nullptr);
     EngineState& engine = *m_pEngine;

@@ -117,39 +117,44 @@ public:
 /// other store takes the second lock while the first is held; clearing always uses both stores.
 /// While one thread paints with such a function, no other thread may paint the other store with
 /// one, or both wait forever.
+///
+/// Every operation is virtual: see CLinkageManager.
 class LINKAGE_EXPORT CEnhanceDrawManager {
 public:
     /// See IEnhanceDataBase::EDrawType
     using EDrawType = IEnhanceDataBase::EDrawType;
 
     /// Only notes that it was called; drawing works without it.
-    void init();
+    virtual void init();
 
     /// Adds a polyline, unless one of the vectors has fewer than two values. Every
     /// line is 0xff0000 and opaque: the last two numbers are not used.
-    void addDrawLineData(EDrawType type, std::string const& key, std::vector<double>& xs,
-                         std::vector<double>& ys, int width, bool dotted, bool flag2, int, int);
+    virtual void addDrawLineData(EDrawType type, std::string const& key, std::vector<double>& xs,
+                                 std::vector<double>& ys, int width, bool dotted, bool flag2, int,
+                                 int);
 
     /// Adds a dot. Mind the order: the main diameter comes first here.
-    void addDrawRoundData(EDrawType type, std::string const& key, double x, double y,
-                          int mainDiameter, int secondDiameter, int colour, int transparency);
+    virtual void addDrawRoundData(EDrawType type, std::string const& key, double x, double y,
+                                  int mainDiameter, int secondDiameter, int colour,
+                                  int transparency);
 
     /// Adds a label. The parameters are the members of EnhanceTextData, in another order.
-    void addDrawTextData(EDrawType type, std::string const& key, double x, double y,
-                         std::string const& text, int textColour, std::string fontFamily,
-                         int fontSize, int textTransparency, int boxWidth, int boxHeight,
-                         int borderColour, int borderTransparency, int offsetX, int offsetY);
+    virtual void addDrawTextData(EDrawType type, std::string const& key, double x, double y,
+                                 std::string const& text, int textColour, std::string fontFamily,
+                                 int fontSize, int textTransparency, int boxWidth, int boxHeight,
+                                 int borderColour, int borderTransparency, int offsetX,
+                                 int offsetY);
 
     /// Removes a key, or everything, from both stores, one after the other.
-    void clearDatas(std::string const& key);
+    virtual void clearDatas(std::string const& key);
     /// Removes all keys from both stores, likewise.
-    void clearDatas();
+    virtual void clearDatas();
 
     /// Paints what a store has under a key. Sets the painter's clip to `clip` in any
     /// case and leaves it set. An empty `map` throws boost::bad_function_call at the
     /// first graphic.
-    void drawGraph(EDrawType type, std::string const& key, QPainter* painter, QRect const& clip,
-                   boost::function<QPointF(QPointF const&)> map);
+    virtual void drawGraph(EDrawType type, std::string const& key, QPainter* painter,
+                           QRect const& clip, boost::function<QPointF(QPointF const&)> map);
 
 private:
     friend class utils::CSingletonT<CEnhanceDrawManager>;
@@ -160,7 +165,7 @@ private:
     };
 
     CEnhanceDrawManager() = default;
-    ~CEnhanceDrawManager() = default;
+    virtual ~CEnhanceDrawManager() = default;
 
     Store& store(EDrawType type) { return type == 0 ? m_first : m_second; }
     LINKAGE_LOCAL void append(EDrawType type, std::string const& key,
