@@ -84,8 +84,11 @@ int CRowsModel::indexOf(const QString& key) const {
 }
 
 void CRowsModel::setRows(std::vector<Row> rows) {
+    if (rows == m_rows) return;
+    Q_EMIT sigSetting();
     removeMissing(rows);
     for (std::size_t i = 0; i < rows.size(); ++i) place(static_cast<int>(i), std::move(rows[i]));
+    Q_EMIT sigSet();
 }
 
 void CRowsModel::removeMissing(const std::vector<Row>& rows) {
@@ -173,6 +176,7 @@ QVariant CRowsModel::headerData(int section, Qt::Orientation orientation, int ro
     if (orientation != Qt::Horizontal) return {};
     const Column& column = m_columns[static_cast<std::size_t>(section)];
     if (role == Qt::DisplayRole) return column.title;
+    if (role == Qt::ToolTipRole && !column.tip.isEmpty()) return column.tip;
     if (role == Qt::TextAlignmentRole)
         return int((isNumber(column.format) ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
     return {};

@@ -26,12 +26,14 @@ struct Column {
     EFormat format = EFormat::Text;
     bool editable = false;
     int colourFrom = -1;  ///< the column whose sign colours this one; -1: its own
+    QString tip{};        ///< of the title
 };
 
 struct Row {
     QString key;  ///< unique in the table
     std::vector<QVariant> cells;
     bool heading = false;
+    QString group{};  ///< rows of a group stay together, below its heading, however they are sorted
 
     bool operator==(const Row&) const = default;
 };
@@ -65,6 +67,9 @@ public:
 
 Q_SIGNALS:
     void sigEdited(const QString& key, int column, const QVariant& value);
+    /// setRows() begins, and is done: between the two the rows are of two times.
+    void sigSetting();
+    void sigSet();
 
 private:
     void removeMissing(const std::vector<Row>& rows);

@@ -1,5 +1,6 @@
 #include "desk/rowsview.h"
 
+#include "desk/sortedrows.h"
 #include "desk/style.h"
 
 #include <QAction>
@@ -14,7 +15,6 @@
 #include <QRegularExpression>
 #include <QSaveFile>
 #include <QScrollBar>
-#include <QSortFilterProxyModel>
 #include <QStyledItemDelegate>
 
 #include <algorithm>
@@ -30,6 +30,10 @@ constexpr int SORT_MARK = 16;
 /// When more rows than this change at once, the table was just filled, and its first rows are
 /// enough to measure.
 constexpr int MEASURED_AT_MOST = 200;
+
+/// What a saved layout begins with. One of an earlier version begins with neither.
+const QByteArray WIDTHS_BY_HAND("h");
+const QByteArray WIDTHS_BY_CONTENT("c");
 
 /// Gain and loss keep their colours in the chosen row.
 class CRowsDelegate final : public QStyledItemDelegate {
@@ -53,15 +57,14 @@ QFont bold(QFont font) {
 CRowsView::CRowsView(std::vector<Column> columns, ESorting sorting, QWidget* parent)
     : QTableView(parent), m_pRows(new CRowsModel(std::move(columns), this)) {
     if (sorting == ESorting::ByUser) {
-        m_pSorted = new QSortFilterProxyModel(this);
-        m_pSorted->setSourceModel(m_pRows);
-        m_pSorted->setSortRole(CRowsModel::ROLE_VALUE);
+        m_pSorted = new CSortedRows(*m_pRows, this);
         setModel(m_pSorted);
         setSortingEnabled(true);
         sortByColumn(-1, Qt::AscendingOrder);  // the source's order until the user asks
     } else {
         setModel(m_pRows);
     }
+    followRows();
     setItemDelegate(new CRowsDelegate(this));
     setSelectionBehavior(SelectRows);
     setSelectionMode(ExtendedSelection);
@@ -88,6 +91,20 @@ CRowsView::CRowsView(std::vector<Column> columns, ESorting sorting, QWidget* par
             [this](const QModelIndex& first, const QModelIndex& last) {
                 measure(first.row(), last.row());
             });
+}
+
+void CRowsView::followRows() {
+    connect(m_pRows, &CRowsModel::sigSetting, this, [this] {
+        m_bInSight =
+            currentIndex().isValid() && viewport()->rect().intersects(visualRect(currentIndex()));
+    });
+    connect(m_pRows, &CRowsModel::sigSet, this, [this] {
+        if (m_pSorted) m_pSorted->sortAnew();
+        if (!m_bInSight || !currentIndex().isValid()) return;
+        const int across = horizontalScrollBar()->value();
+        scrollTo(currentIndex());
+        horizontalScrollBar()->setValue(across);
+    });
 }
 
 int CRowsView::titleWidth(std::size_t column) const {
@@ -239,11 +256,17 @@ void CRowsView::chooseColumns(const QPoint& place) {
 QByteArray CRowsView::layoutState() const {
     const bool isSorted = m_pSorted && m_pSorted->sortColumn() >= 0;
     const bool isChanged = m_bByHand || isSorted || horizontalHeader()->hiddenSectionCount() > 0;
-    return isChanged ? horizontalHeader()->saveState() : QByteArray();
+    if (!isChanged) return {};
+    return (m_bByHand ? WIDTHS_BY_HAND : WIDTHS_BY_CONTENT) + horizontalHeader()->saveState();
 }
 
 void CRowsView::restoreLayout(const QByteArray& state) {
-    m_bByHand = !state.isEmpty() && horizontalHeader()->restoreState(state);
+    if (state.isEmpty()) return;
+    const bool byContent = state.startsWith(WIDTHS_BY_CONTENT);
+    const bool isMarked = byContent || state.startsWith(WIDTHS_BY_HAND);
+    const bool restored = horizontalHeader()->restoreState(isMarked ? state.mid(1) : state);
+    m_bByHand = restored && !byContent;
+    spread();
 }
 
 /// Widths that the user has given stay.

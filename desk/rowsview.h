@@ -7,14 +7,15 @@
 
 #include <vector>
 
-class QSortFilterProxyModel;
-
 namespace desk {
+
+class CSortedRows;
 
 /// Shows a CRowsModel. Columns are as wide as the widest cell that they ever held, and share
 /// the room that is left; only changed rows are measured. A narrow table scrolls to the columns
 /// that have no room, and only whole rows are shown. The user can choose several rows and copy
-/// them as text, hide columns, and save the table as CSV. Tab leaves the table.
+/// them as text, hide columns, and save the table as CSV. Tab leaves the table. The current row
+/// stays in sight while rows change, and a sorted table stays sorted.
 class CRowsView final : public QTableView {
     Q_OBJECT
 
@@ -66,6 +67,7 @@ protected:
     void currentChanged(const QModelIndex& current, const QModelIndex& previous) override;
 
 private:
+    void followRows();
     void copyChosen() const;
     void measure(int first, int last);
     void makeRoomForMark(int column);
@@ -76,7 +78,8 @@ private:
     int titleWidth(std::size_t column) const;
 
     CRowsModel* m_pRows;
-    QSortFilterProxyModel* m_pSorted = nullptr;
+    CSortedRows* m_pSorted = nullptr;
+    bool m_bInSight = false;  ///< while rows are set: the current one was in sight
     std::vector<int> m_widths;
     QString m_strPlaceholder;
     int m_nEdited = -1;
