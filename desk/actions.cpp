@@ -1,10 +1,9 @@
 #include "desk/actions.h"
 
 #include "desk/engine.h"
+#include "desk/market.h"
 #include "linkage/core/clinkagemanager.h"
 #include "platform/services/clientconfig.h"
-#include "platform/services/quoteclient.h"
-#include "platform/services/stockmanager.h"
 #include "platform/services/tradeclient.h"
 #include "platform/utils/text.h"
 #include "replay/times.h"
@@ -85,12 +84,10 @@ PlanPreview previewOf(TC::CLinkageManager& manager, const Selection& pair, bool 
         preview.runningTasks = manager.getRunningTasks(pair.account, pair.strategy);
     }
     for (const TC::StockBalance& stock : preview.plan.stocks) {
-        const auto price = utils::CManualSingletonT<TC::CQuoteClient>::instance()->getStockPrice(
-            Pim::sToQs(stock.stockKey));
+        const auto price = priceOf(stock.stockKey);
         if (price && price->hasLastPrice())
             preview.lastPrices[stock.stockKey] = price->m_dLastPrice;
-        const auto detail = utils::CSingletonT<TC::CStockManager>::instance()->getInstrumentDetail(
-            Pim::sToQs(stock.stockKey));
+        const auto detail = detailOf(stock.stockKey);
         if (detail) preview.names[stock.stockKey] = detail->m_strName;
     }
     return preview;
@@ -126,13 +123,17 @@ void CActions::preview(const Selection& pair, bool history, PlanAnswer answer) {
 
 void CActions::balance(const Selection& pair, std::function<void(bool)> answer) {
     m_engine.post(onManager([&engine = m_engine, pair, answer](TC::CLinkageManager& manager) {
+        const CBalanceWatch::CAsking asking(engine.witness().balances,
+                                            {pair.account, pair.strategy}, false, EAskedBy::Trader);
         const bool asked = manager.runAutoBalance(pair.account, pair.strategy);
         engine.answer([answer, asked] { answer(asked); });
     }));
 }
 
 void CActions::balanceHistory(const Selection& pair) {
-    m_engine.post(onManager([pair](TC::CLinkageManager& manager) {
+    m_engine.post(onManager([&engine = m_engine, pair](TC::CLinkageManager& manager) {
+        const CBalanceWatch::CAsking asking(
+            engine.witness().balances, {pair.account, pair.strategy}, true, EAskedBy::Trader, 0);
         manager.doHistoryBalanceBySignalTask(pair.account, pair.strategy);
     }));
 }
@@ -141,6 +142,7 @@ void CActions::cancelOrder(const std::string& account, std::uint64_t key,
                            std::function<void(const QString&)> answer) {
     m_engine.post(
         onManager([&engine = m_engine, account, key, answer](TC::CLinkageManager& manager) {
+            const CBalanceWatch::CCancelling cancelling(engine.witness().balances);
             QString fault;
             try {
                 fault = cancel(manager, account, key);
@@ -152,7 +154,8 @@ void CActions::cancelOrder(const std::string& account, std::uint64_t key,
 }
 
 void CActions::cancelAllOrders(const Selection& pair) {
-    m_engine.post(onManager([pair](TC::CLinkageManager& manager) {
+    m_engine.post(onManager([&engine = m_engine, pair](TC::CLinkageManager& manager) {
+        const CBalanceWatch::CCancelling cancelling(engine.witness().balances);
         manager.cancelAllOrders(pair.account, pair.strategy);
     }));
 }

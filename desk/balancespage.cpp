@@ -1,6 +1,7 @@
 #include "desk/balancespage.h"
 
-#include "desk/picture.h"
+#include "desk/ownbalances.h"
+#include "desk/timeedit.h"
 #include "platform/utils/text.h"
 
 #include <QCoreApplication>
@@ -25,6 +26,7 @@ namespace {
     QT_TRANSLATE_NOOP("BookText", "refused"),
     QT_TRANSLATE_NOOP("BookText", "balanced"),
     QT_TRANSLATE_NOOP("BookText", "less than a lot"),
+    QT_TRANSLATE_NOOP("BookText", "rounded to whole lots"),
     QT_TRANSLATE_NOOP("BookText", "no instrument"),
     QT_TRANSLATE_NOOP("BookText", "no price"),
     QT_TRANSLATE_NOOP("BookText", "waiting for open orders"),
@@ -69,7 +71,15 @@ QString remainsText(const replay::BalanceFigures& balance) {
 }
 
 /// `pair` is empty where nothing is known of what still runs.
-QString stateText(const replay::BalanceFigures& balance, const PairRow* pair) {
+QString stateText(const replay::BalanceFigures& balance, const PairRow* pair,
+                  const std::string& now) {
+    if (balance.state == "asked" && !balance.history) {
+        const int left =
+            BALANCE_DELAY +
+            typedTime(QString::fromStdString(now)).secsTo(typedTime(Pim::sToQs(balance.asked)));
+        return left > 0 ? CBalancesPage::tr("asked, starts in %1 s").arg(left)
+                        : CBalancesPage::tr("asked, waits for its turn");
+    }
     const auto asked = static_cast<int>(balance.cancelledOrders + balance.cancelledTasks);
     if (balance.state == "cancelling" && pair) {
         const int running = std::min(asked, pair->runningOrders + pair->runningTasks);
@@ -89,13 +99,14 @@ const PairRow* pairOf(const replay::BalanceFigures& balance, const std::vector<P
     return found == pairs.end() ? nullptr : &*found;
 }
 
-Row rowOf(const replay::BalanceFigures& balance, const std::vector<PairRow>& pairs) {
+Row rowOf(const BalanceRow& balance, const Picture& picture) {
     const QString strategy = balance.pair.second.empty() ? CBalancesPage::tr("whole account")
                                                          : Pim::sToQs(balance.pair.second);
     return {QString::number(balance.number),
-            {balance.number, Pim::sToQs(balance.asked), Pim::sToQs(balance.pair.first),
+            {balance.number, Pim::sToQs(balance.asked), askedByText(balance.by),
+             Pim::sToQs(balance.pair.first),
              balance.history ? CBalancesPage::tr("%1, earlier days").arg(strategy) : strategy,
-             stateText(balance, pairOf(balance, pairs)),
+             stateText(balance, pairOf(balance, picture.pairs), picture.time),
              qlonglong(balance.cancelledOrders + balance.cancelledTasks), qlonglong(balance.sent()),
              qlonglong(balance.filled()), remainsText(balance)},
             false};
@@ -120,6 +131,7 @@ QString bookText(const std::string& text) {
 CBalancesPage::CBalancesPage(QWidget* parent) : QWidget(parent) {
     m_pTable = new CRowsView({{tr("No."), EFormat::Count},
                               {tr("Asked")},
+                              {tr("Asked for by")},
                               {tr("Account")},
                               {tr("Strategy")},
                               {tr("State")},
@@ -129,29 +141,46 @@ CBalancesPage::CBalancesPage(QWidget* parent) : QWidget(parent) {
                               {tr("Still unequal")}},
                              CRowsView::ESorting::Off, this);
     m_pTable->setObjectName("balances");
-    m_pTable->setPlaceholder(tr("Nothing was balanced today, or the guard is off"));
+    m_pTable->setPlaceholder(tr("Nothing was balanced today"));
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(m_pTable);
 }
 
-QString balanceStateText(const std::vector<replay::BalanceFigures>& balances, const PairRow& pair) {
+QString askedByText(EAskedBy by) {
+    switch (by) {
+        case EAskedBy::Trader:
+            return CBalancesPage::tr("the trader");
+        case EAskedBy::StrategyTime:
+            return CBalancesPage::tr("the strategy's balance time");
+        case EAskedBy::AccountTime:
+            return CBalancesPage::tr("the account's balance time");
+        case EAskedBy::Recording:
+            return CBalancesPage::tr("the recording");
+        case EAskedBy::Program:
+            break;
+    }
+    return CBalancesPage::tr("the client, automatically");
+}
+
+QString balanceStateText(const Picture& picture, const PairRow& pair) {
+    const auto& balances = picture.balances;
     const auto newest =
         std::find_if(balances.rbegin(), balances.rend(), [&pair](const auto& balance) {
             return balance.pair == replay::PairKey(pair.account, pair.strategy);
         });
     if (newest == balances.rend()) return {};
-    const QString state = stateText(*newest, &pair);
+    const QString state = stateText(*newest, &pair, picture.time);
     const bool isOver = newest->state == "ended" || newest->state == "refused";
     return isOver && !newest->remains.empty()
                ? QString("%1; %2").arg(state, bookText(newest->remains.front().reason))
                : state;
 }
 
-void CBalancesPage::show(const std::vector<replay::BalanceFigures>& balances,
-                         const std::vector<PairRow>& pairs) {
+void CBalancesPage::show(const Picture& picture) {
     std::vector<Row> rows;
-    for (auto each = balances.rbegin(); each != balances.rend(); ++each)
-        rows.push_back(rowOf(*each, pairs));
+    rows.reserve(picture.balances.size());
+    for (auto each = picture.balances.rbegin(); each != picture.balances.rend(); ++each)
+        rows.push_back(rowOf(*each, picture));
     m_pTable->rows().setRows(std::move(rows));
 }
 

@@ -54,7 +54,7 @@ Row orderRow(const OrderRow& row) {
     return {key,
             {qulonglong(row.key), row.buys,
              row.price > 0.0 ? QVariant(row.price) : QVariant(Tables::tr("market")), row.volume,
-             row.traded, libraryText(TC::getOrderStatusQString(row.status))},
+             row.traded, libraryText(TC::getOrderStatusQString(row.status)), text(row.seen)},
             false};
 }
 
@@ -79,7 +79,10 @@ QString sidesText(const LevelRow& row) {
 }
 
 Row levelRow(const LevelRow& row) {
-    return {QString::number(row.price, 'f', 4), {row.price, row.lots, sidesText(row)}, false};
+    return {QString::number(row.price, 'f', 4),
+            {row.price > 0.0 ? QVariant(row.price) : QVariant(Tables::tr("market")), row.lots,
+             sidesText(row)},
+            false};
 }
 
 template <class Source>
@@ -91,6 +94,14 @@ void fill(CRowsView* table, const std::vector<Source>& source, Row (*make)(const
 }
 
 }  // namespace
+
+Column firstSeenColumn() {
+    Column column{Tables::tr("First seen")};
+    column.tip = Tables::tr(
+        "Orders carry no time. This is when the first report of the order "
+        "came; empty: before the desk was there");
+    return column;
+}
 
 CDetailTables::CDetailTables(QWidget* parent, QTabWidget* tabs) {
     m_pStocks = makeTable(parent, "stocks",
@@ -115,7 +126,8 @@ CDetailTables::CDetailTables(QWidget* parent, QTabWidget* tabs) {
                            {Tables::tr("Price"), EFormat::Price},
                            {Tables::tr("Volume"), EFormat::Count},
                            {Tables::tr("Traded"), EFormat::Count},
-                           {Tables::tr("Status")}});
+                           {Tables::tr("Status")},
+                           firstSeenColumn()});
     m_pDeals = makeTable(tabs, "deals",
                          {{Tables::tr("Time"), EFormat::Time},
                           {Tables::tr("Side"), EFormat::Side},

@@ -8,6 +8,9 @@ namespace desk {
 
 struct Picture;
 
+/// When an order was seen first; its heading's tip says why.
+Column firstSeenColumn();
+
 /// The tables of the chosen strategy and stock.
 class CDetailTables {
 public:

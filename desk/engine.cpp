@@ -3,6 +3,7 @@
 #include "desk/picturetaker.h"
 
 #include <QCoreApplication>
+#include <QEventLoop>
 
 #include <algorithm>
 #include <chrono>
@@ -143,8 +144,9 @@ void CEngine::step(IStage& stage, double elapsed) {
 }
 
 std::unique_ptr<IStage> CEngine::makeStage(CPriceTape& tape) {
-    if (m_options.scenario.isEmpty()) return makeLiveStage(m_options.dataDir, tape);
-    return makeRecordedStage(m_options.scenario, m_options.dataDir, m_options.haltAt, tape);
+    if (m_options.scenario.isEmpty()) return makeLiveStage(m_options.dataDir, tape, m_witness);
+    return makeRecordedStage(m_options.scenario, m_options.dataDir, m_options.haltAt, tape,
+                             m_witness);
 }
 
 void CEngine::fail(const QString& fault) {
@@ -170,9 +172,11 @@ void CEngine::run() {
 }
 
 void CEngine::play() {
+    // What is posted to this thread is delivered below; the library looks for a loop at its start.
+    const QEventLoop loop;
     CPriceTape tape;
     const std::unique_ptr<IStage> stage = makeStage(tape);
-    CPictureTaker taker(tape);
+    CPictureTaker taker(tape, m_witness);
     Clock::time_point last = Clock::now();
     Clock::time_point nextPicture = last;
     while (!m_bStop) {

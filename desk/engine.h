@@ -1,5 +1,6 @@
 #pragma once
 
+#include "desk/daywitness.h"
 #include "desk/picture.h"
 #include "desk/stage.h"
 
@@ -55,6 +56,9 @@ public:
     void answer(Job answer);
 
     void select(const Selection& selection);
+    /// For jobs: what the desk hears itself of the day.
+    CDayWitness& witness() { return m_witness; }
+
     void setSpeed(double speed);
     void setPaused(bool paused);
     bool canBePaced() const { return !m_options.scenario.isEmpty(); }
@@ -84,6 +88,7 @@ private:
     void step(IStage& stage, double elapsed);
 
     const EngineOptions m_options;
+    CDayWitness m_witness;  ///< the engine's thread
     std::atomic<double> m_dSpeed;
     std::atomic<bool> m_bPaused;
     std::atomic<bool> m_bStop{false};

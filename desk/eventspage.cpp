@@ -25,6 +25,14 @@ QString connectionText(int status) {
     }
 }
 
+/// Of a fault that came more than once.
+QString timesText(const EventRow& event) {
+    if (event.number < 2) return {};
+    return QStringLiteral(" ") + CEventsPage::tr("(%1 times since %2)")
+                                     .arg(event.number)
+                                     .arg(QString::fromStdString(event.since));
+}
+
 }  // namespace
 
 QString eventText(const EventRow& event) {
@@ -32,9 +40,12 @@ QString eventText(const EventRow& event) {
     const QString detail = QString::fromStdString(event.detail);
     switch (event.kind) {
         case EEvent::Balance:
-            return CEventsPage::tr("Balance %1 of %2 / %3: %4")
+            return CEventsPage::tr("Balance %1 of %2 / %3 (%4): %5")
                 .arg(event.number)
-                .arg(account, QString::fromStdString(event.strategy), bookText(event.detail));
+                .arg(account,
+                     event.strategy.empty() ? CBalancesPage::tr("whole account")
+                                            : QString::fromStdString(event.strategy),
+                     askedByText(event.by), bookText(event.detail));
         case EEvent::Rejected:
             return CEventsPage::tr("Rejected: an order of %1 in %2 %3")
                 .arg(account, QString::fromStdString(event.stock), detail)
@@ -47,6 +58,13 @@ QString eventText(const EventRow& event) {
                 .arg(event.third);
         case EEvent::Connection:
             return connectionText(event.number);
+        case EEvent::ServiceFault:
+            return CEventsPage::tr("Service fault: %1").arg(detail) + timesText(event);
+        case EEvent::DiskFault:
+            return CEventsPage::tr("Disk fault: %1").arg(detail) + timesText(event);
+        case EEvent::RecordingEnd:
+            return detail.isEmpty() ? CEventsPage::tr("The recording was played to its end")
+                                    : CEventsPage::tr("The recording stopped: %1").arg(detail);
     }
     return {};
 }

@@ -1,3 +1,4 @@
+#include "desk/daywitness.h"
 #include "desk/pricetape.h"
 #include "desk/stage.h"
 #include "desk/wanderingmarket.h"
@@ -29,11 +30,14 @@ TC::LinkageOptions liveOptions() {
 
 class CLiveStage final : public IStage {
 public:
-    CLiveStage(const QString& dataDir, CPriceTape& tape)
+    CLiveStage(const QString& dataDir, CPriceTape& tape, CDayWitness& witness)
         : m_tape(tape),
-          m_client(m_loop.service(), liveConfig(dataDir)),
+          m_witness(witness),
+          m_client(m_loop.service(), liveConfig(dataDir), &witness.balances),
           m_market(m_loop.service(), m_client) {
+        witness.clientIsThere();
         Manager::instance()->setOptions(liveOptions());
+        witness.balances.follow(*Manager::instance());
         Manager::instance()->init();
         for (const std::string& stock : m_market.stockKeys()) m_tape.follow(stock);
         m_market.open();
@@ -46,6 +50,7 @@ public:
         Manager::release();
         m_loop.stop();
         m_tape.letGo();
+        m_witness.arrivals.letGo();
     }
 
     void step(std::int64_t) override { m_tape.giveBars(m_client); }
@@ -53,6 +58,7 @@ public:
 
 private:
     CPriceTape& m_tape;
+    CDayWitness& m_witness;
     paper::CRealLoop m_loop;
     paper::CPaperClient m_client;
     CWanderingMarket m_market;
@@ -60,8 +66,9 @@ private:
 
 }  // namespace
 
-std::unique_ptr<IStage> makeLiveStage(const QString& dataDir, CPriceTape& tape) {
-    return std::make_unique<CLiveStage>(dataDir, tape);
+std::unique_ptr<IStage> makeLiveStage(const QString& dataDir, CPriceTape& tape,
+                                      CDayWitness& witness) {
+    return std::make_unique<CLiveStage>(dataDir, tape, witness);
 }
 
 }  // namespace desk

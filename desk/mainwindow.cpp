@@ -1,5 +1,6 @@
 #include "desk/mainwindow.h"
 
+#include "desk/accountpage.h"
 #include "desk/balancespage.h"
 #include "desk/balancetimespage.h"
 #include "desk/chart.h"
@@ -7,6 +8,7 @@
 #include "desk/eventspage.h"
 #include "desk/historypage.h"
 #include "desk/importpage.h"
+#include "desk/ownbalances.h"
 #include "desk/pastdayspage.h"
 #include "desk/plandialog.h"
 #include "desk/question.h"
@@ -34,9 +36,7 @@ QString pairKey(const std::string& account, const std::string& strategy) {
     return QString::fromStdString(account) + '\n' + QString::fromStdString(strategy);
 }
 
-/// A balance starts so many seconds after it was asked for, and waits for cancellations so long.
-constexpr int BALANCE_DELAY = 5;
-constexpr int LONGEST_BALANCE = BALANCE_DELAY + 30;
+constexpr int LONGEST_BALANCE = BALANCE_DELAY + LONGEST_CANCELLING;
 
 /// Seconds of the day of "hh:mm:ss".
 int secondOf(const std::string& time) {
@@ -95,7 +95,8 @@ void CMainWindow::show(std::shared_ptr<const Picture> picture) {
     }
     m_pRunning->show(now.running, now.pairs);
     m_pEvents->show(now.events);
-    m_pBalances->show(now.balances, now.pairs);
+    m_pAccount->show(now, m_selection.account);
+    m_pBalances->show(now);
     m_pTimes->show(now.balanceTimes, m_selection, now.time);
     m_pHistory->show(now.history, m_selection);
     m_pImport->show(now.imports);
@@ -143,8 +144,9 @@ void CMainWindow::showPairs(const Picture& picture) {
             {pairKey(pair.account, pair.strategy),
              {name, pair.profit, qlonglong(pair.bought), qlonglong(pair.sold), pair.runningOrders,
               pair.runningTasks, QString::fromStdString(pair.balanceTime), pair.unequalValue,
-              balanceStateText(picture.balances, pair)},
-             whole});
+              balanceStateText(picture, pair)},
+             whole,
+             QString::fromStdString(pair.account)});
     }
     m_pPairs->rows().setRows(std::move(rows));
 }

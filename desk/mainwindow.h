@@ -17,6 +17,7 @@ class QTabWidget;
 
 namespace desk {
 
+class CAccountPage;
 class CBalancesPage;
 class CBalanceTimesPage;
 class CChart;
@@ -117,6 +118,7 @@ private:
     std::unique_ptr<CDetailTables> m_pTables;
     CRunningPage* m_pRunning = nullptr;
     CEventsPage* m_pEvents = nullptr;
+    CAccountPage* m_pAccount = nullptr;
     CBalancesPage* m_pBalances = nullptr;
     CBalanceTimesPage* m_pTimes = nullptr;
     CHistoryPage* m_pHistory = nullptr;

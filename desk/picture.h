@@ -58,10 +58,11 @@ struct OrderRow {
     std::uint64_t key = 0;
     bool buys = true;
     bool running = false;
-    double price = 0.0;
+    double price = 0.0;  ///< 0: a market order
     int volume = 0;
     int traded = 0;
     int status = 0;
+    std::string seen{};  ///< "hh:mm:ss", when its first report came: orders carry no time
 };
 
 /// A running order of any account.
@@ -70,12 +71,32 @@ struct RunningRow {
     std::string strategy;
     std::string stock;
     std::string name;
-    std::string
-        seen;  ///< "hh:mm:ss", when the desk saw it first: orders carry no time; empty: not paced
     OrderRow order;
 };
 
-enum class EEvent { Balance, Rejected, Reconciled, Connection };
+/// Who asked for a balance.
+enum class EAskedBy {
+    Program,       ///< somebody else than the rest: the client by itself
+    Trader,        ///< at this screen, or on this day before the desk was started anew
+    StrategyTime,  ///< the balance time of a strategy
+    AccountTime,   ///< the balance time of an account as a whole
+    Recording,     ///< a line of the recording
+};
+
+/// A balance of the day: by the book where there is one, else as the desk saw it.
+struct BalanceRow : replay::BalanceFigures {
+    EAskedBy by = EAskedBy::Program;
+};
+
+enum class EEvent {
+    Balance,
+    Rejected,
+    Reconciled,
+    Connection,
+    ServiceFault,
+    DiskFault,
+    RecordingEnd,
+};
 
 /// Something that happened on the day. What the figures mean depends on the kind.
 struct EventRow {
@@ -85,10 +106,12 @@ struct EventRow {
     std::string account;
     std::string strategy;
     std::string stock;
-    std::string detail;  ///< a balance's state in the book's words; a broker's remark
-    int number = 0;      ///< of the balance; missed orders; the connection's status
+    std::string detail;  ///< a balance's state in the book's words; a broker's remark; a fault
+    int number = 0;      ///< of the balance; missed orders; the connection's status; times
     int second = 0;      ///< missed deals
     int third = 0;       ///< positions that differ
+    EAskedBy by = EAskedBy::Program;
+    std::string since{};  ///< of a fault that came several times: when it came first
 };
 
 struct DealRow {
@@ -128,6 +151,31 @@ struct HistoryRow {
     double soldAmount = 0.0;
 };
 
+/// What an account has, as far as the client's records and the day's figures tell. They tell no
+/// cash.
+struct FundsRow {
+    std::string account;
+    std::string name;
+    double marketValue = 0.0;     ///< of the positions whose price is known
+    double positionProfit = 0.0;  ///< of these, against their cost
+    double bound = 0.0;           ///< what running buy orders with a price may still take
+    double dayProfit = 0.0;       ///< of what was traded today
+    double commission = 0.0;
+    double boughtAmount = 0.0;
+    double soldAmount = 0.0;
+};
+
+/// A position as the client reports it.
+struct PositionRow {
+    std::string stock;
+    std::string name;
+    int volume = 0;
+    int sellable = 0;
+    double cost = 0.0;           ///< yuan for each share
+    double lastPrice = 0.0;      ///< 0: not known
+    std::int64_t netBought = 0;  ///< today, by the library's figures
+};
+
 /// Deals of one minute and side, for the chart.
 struct DealDot {
     int minute = 0;
@@ -151,15 +199,17 @@ struct Picture {
     std::vector<PairRow> pairs;
     std::map<std::string, std::string> balanceTimes;
     std::vector<HistoryRow> history;
-    std::vector<TC::ImportSummary> imports;        ///< that stand, by number
-    std::vector<replay::BalanceFigures> balances;  ///< of the day, by the book
+    std::vector<TC::ImportSummary> imports;  ///< that stand, by number
+    std::vector<BalanceRow> balances;        ///< of the day, the oldest first
 
     std::vector<RunningRow> running;  ///< of all accounts, the newest first
+    std::vector<FundsRow> funds;      ///< of all accounts
     std::vector<EventRow> events;     ///< the newest first
 
     // of the selection
     Selection selection;
     std::vector<StockRow> stocks;
+    std::vector<PositionRow> positions;  ///< of the account
     std::map<int, TC::PeriodPoint> curve;
     std::map<int, double> prices;
     double referencePrice = 0.0;

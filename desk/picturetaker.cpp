@@ -1,13 +1,11 @@
 #include "desk/picturetaker.h"
 
+#include "desk/market.h"
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/managerstate.h"
 #include "linkage/ledger/profitrule.h"
 #include "linkage/ledger/types.h"
 #include "platform/services/clientconfig.h"
-#include "platform/services/quoteclient.h"
-#include "platform/services/stockmanager.h"
-#include "platform/utils/text.h"
 
 #include <QTime>
 
@@ -48,10 +46,6 @@ void agree(Picture& picture) {
     }
 }
 
-boost::shared_ptr<vexservice::CPriceData> priceOf(const std::string& stock) {
-    return utils::CManualSingletonT<TC::CQuoteClient>::instance()->getStockPrice(Pim::sToQs(stock));
-}
-
 double bestOf(const std::vector<vexservice::CPriceLevel>& book) {
     return book.empty() ? 0.0 : book.front().m_dPrice;
 }
@@ -64,8 +58,7 @@ void takeMarket(StockRow& row) {
         row.bid = bestOf(price->m_bids);
         row.ask = bestOf(price->m_asks);
     }
-    const auto detail = utils::CSingletonT<TC::CStockManager>::instance()->getInstrumentDetail(
-        Pim::sToQs(row.stock));
+    const auto detail = detailOf(row.stock);
     if (!detail) return;
     row.name = detail->m_strName;
     row.referencePrice = detail->m_dReferencePrice;
@@ -110,27 +103,37 @@ void CPictureTaker::followManager(TC::CLinkageManager& manager) {
         [flag = m_pStatChanged] { flag->changed.store(true, std::memory_order_relaxed); });
     startCurves(manager);
     m_events.follow(manager);
+    m_witness.balances.follow(manager);
     for (const auto& [key, stocks] : manager.state().historyLinkageData) m_fileKeys.insert(key);
 }
 
 void CPictureTaker::take(Picture& picture) {
     picture.alive = Manager::exists();
-    if (!picture.alive) return;
+    if (!picture.alive) {
+        picture.events = m_events.take(picture);
+        return;
+    }
     TC::CLinkageManager& manager = *Manager::instance();
     followManager(manager);
     picture.date = manager.getTradeDate();
     // Prices that came before the first picture belong to the day of that picture.
-    if (!m_strTapeDate.empty() && picture.date != m_strTapeDate) m_tape.forget();
+    if (!m_strTapeDate.empty() && picture.date != m_strTapeDate) {
+        m_tape.forget();
+        m_witness.arrivals.forgetOrders();
+        m_seen.clear();
+    }
     m_strTapeDate = picture.date;
     for (const std::string& stock : manager.getStocks()) m_tape.follow(stock);
 
     picture.userName = TC::getUserConfig()->getUserDataString(TC::USER_NAME).toStdString();
     picture.balanceTimes = manager.getBalanceTime();
     picture.imports = manager.getImports();
-    picture.balances = replay::balancesOf(manager.getBalances(), picture.date, {});
+    m_witness.balances.settle(manager);
+    picture.balances = m_witness.balances.rows(manager, picture.date);
     takePairs(manager, picture);
     takeHistory(manager, picture);
     takeRunning(manager, picture);
+    takeAccounts(manager, picture);
     picture.events = m_events.take(picture);
     takeStocks(manager, picture);
     picture.curve = manager.getPeriodCurve(picture.selection.account, picture.selection.strategy);
@@ -210,8 +213,7 @@ void CPictureTaker::takeStocksWithoutFigures(TC::CLinkageManager& manager, Pictu
 
 void CPictureTaker::takeStock(TC::CLinkageManager& manager, Picture& picture) {
     const std::string& stock = picture.selection.stock;
-    const auto detail =
-        utils::CSingletonT<TC::CStockManager>::instance()->getInstrumentDetail(Pim::sToQs(stock));
+    const auto detail = detailOf(stock);
     if (detail) {
         picture.referencePrice = detail->m_dReferencePrice;
         picture.tick = detail->m_dPriceTick;

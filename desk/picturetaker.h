@@ -1,5 +1,6 @@
 #pragma once
 
+#include "desk/daywitness.h"
 #include "desk/eventlog.h"
 #include "desk/picture.h"
 #include "desk/pricetape.h"
@@ -25,7 +26,8 @@ namespace desk {
 /// Threads: one, the engine's.
 class CPictureTaker {
 public:
-    explicit CPictureTaker(CPriceTape& tape) : m_tape(tape) {}
+    CPictureTaker(CPriceTape& tape, CDayWitness& witness)
+        : m_tape(tape), m_witness(witness), m_events(witness) {}
 
     /// `picture.selection` says what to look at. When it names nothing that exists, it is not
     /// changed, and its tables stay empty. Nothing is filled without a manager.
@@ -43,18 +45,24 @@ private:
     void takeDeals(TC::CLinkageManager& manager, Picture& picture);
     void takeTasks(TC::CLinkageManager& manager, Picture& picture);
     void takeRunning(TC::CLinkageManager& manager, Picture& picture);
+    void takeAccounts(TC::CLinkageManager& manager, Picture& picture);
+    std::vector<PositionRow> positionsOf(const TC::CLinkageManager& manager,
+                                         const std::string& account) const;
+    std::string seenAt(const std::string& account, std::uint64_t key, const Picture& picture);
     void takeHistory(TC::CLinkageManager& manager, Picture& picture);
 
     std::set<std::string> historyKeys(const std::map<std::string, TC::TradeStatData>& stats,
                                       const Picture& picture) const;
 
     CPriceTape& m_tape;
+    CDayWitness& m_witness;
     std::string m_strTapeDate;
     std::set<std::string> m_fileKeys;  ///< history keys that the manager began with
     bool m_bClientType3 = false;
     CEventLog m_events;
-    /// When each running order was seen first, by account and record key.
+    /// When each order was seen first whose report nobody heard, by account and record key.
     std::map<std::pair<std::string, std::uint64_t>, std::string> m_seen;
+    std::map<std::string, double> m_bound;  ///< FundsRow::bound, by account
     boost::signals2::scoped_connection m_statConnection;
     std::shared_ptr<struct StatFlag> m_pStatChanged;
 };

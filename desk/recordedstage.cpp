@@ -1,3 +1,4 @@
+#include "desk/daywitness.h"
 #include "desk/picturetaker.h"
 #include "desk/pricetape.h"
 #include "desk/stage.h"
@@ -28,15 +29,19 @@ constexpr std::int64_t STRIDE_MICROS = 2'000'000;
 class CRecordedStage final : public IStage {
 public:
     CRecordedStage(const QString& scenario, const QString& dataDir, std::string haltAt,
-                   CPriceTape& tape)
+                   CPriceTape& tape, CDayWitness& witness)
         : m_tape(tape),
+          m_witness(witness),
           m_scenario(scenario.toStdString()),
           m_haltAt(std::move(haltAt)),
           m_reader(m_scenario),
           m_output([](std::string_view) {}),
-          m_session({dataDir, false, nullptr}, m_output) {}
+          m_session({dataDir, false, &witness.balances}, m_output) {}
 
-    ~CRecordedStage() override { m_tape.letGo(); }
+    ~CRecordedStage() override {
+        m_tape.letGo();
+        m_witness.arrivals.letGo();
+    }
 
     bool canBePaced() const override { return true; }
     double progress() const override { return m_bEnded ? 1.0 : m_reader.progress(); }
@@ -81,6 +86,7 @@ private:
             std::int64_t next = std::min(until, now + STRIDE_MICROS);
             if (m_target) next = std::min(next, *m_target);
             m_session.advanceTo(next);
+            if (Manager::exists()) m_witness.balances.settle(*Manager::instance());
             m_tape.giveBars(m_session.client());
         }
     }
@@ -104,8 +110,13 @@ private:
             if (const auto* bars = std::get_if<replay::BarsEvent>(&event);
                 bars && !bars->bars.empty())
                 m_tape.leaveBars(bars->stockKey, bars->bars.back().m_nMinute);
-            m_session.play(event);
-            if (first) setHalt();
+            play(event);
+            if (const auto* held = std::get_if<replay::PositionEvent>(&event); held && !held->push)
+                m_witness.arrivals.notePosition(held->account, held->position);
+            if (first) {
+                setHalt();
+                m_witness.clientIsThere();
+            }
             followManager();
         } catch (const replay::LineError& fault) {
             fail(fault);
@@ -114,11 +125,54 @@ private:
         }
     }
 
+    /// Balances that a line asks for, and cancellations, are the recording's.
+    void play(const replay::Event& event) {
+        const auto* call = std::get_if<replay::CallEvent>(&event);
+        std::optional<CBalanceWatch::CAsking> asking;
+        std::optional<CBalanceWatch::CCancelling> cancelling;
+        if (call) {
+            if (call->op == "cancelAllOrders" || call->op == "cancelAllTasks")
+                cancelling.emplace(m_witness.balances);
+            else if (const auto delay = balanceDelay(call->op))
+                noteAsking(*call, *delay, asking);
+        }
+        m_session.play(event);
+    }
+
+    /// Seconds after which a balance starts that an operation asks for; empty: it asks for none.
+    static std::optional<int> balanceDelay(std::string_view op) {
+        if (op == "runAutoBalance") return BALANCE_DELAY;
+        const bool atOnce = op == "runAutoBalanceTimer" || op == "doStockBalance" ||
+                            op == "doStockBalanceBySignalTask" || isHistory(op);
+        return atOnce ? std::optional(0) : std::nullopt;
+    }
+    static bool isHistory(std::string_view op) {
+        return op == "doHistoryBalance" || op == "doHistoryBalanceBySignalTask";
+    }
+
+    void noteAsking(const replay::CallEvent& call, int delay,
+                    std::optional<CBalanceWatch::CAsking>& asking) {
+        std::string_view account;
+        std::string_view strategy;
+        if (!Manager::exists() || !call.args || call.args->at(0).get(account) ||
+            call.args->at(1).get(strategy))
+            return;
+        m_witness.balances.settle(*Manager::instance());
+        asking.emplace(m_witness.balances,
+                       replay::PairKey(std::string(account), std::string(strategy)),
+                       isHistory(call.op), EAskedBy::Recording, delay);
+    }
+
     /// The curves begin with the manager and not with the first picture, because the time of
     /// that picture depends on the machine's speed.
     void followManager() {
-        if (Manager::exists() && !m_bFollowed) startCurves(*Manager::instance());
-        m_bFollowed = Manager::exists();
+        const bool exists = Manager::exists();
+        if (exists && !m_bFollowed) startCurves(*Manager::instance());
+        if (exists)
+            m_witness.balances.follow(*Manager::instance());
+        else if (m_bFollowed)
+            m_witness.balances.managerGone();
+        m_bFollowed = exists;
     }
 
     void fail(const std::exception& fault) {
@@ -135,6 +189,7 @@ private:
     }
 
     CPriceTape& m_tape;
+    CDayWitness& m_witness;
     const std::string m_scenario;
     const std::string m_haltAt;
     replay::CLineReader m_reader;
@@ -152,9 +207,10 @@ private:
 }  // namespace
 
 std::unique_ptr<IStage> makeRecordedStage(const QString& scenario, const QString& dataDir,
-                                          const std::string& haltAt, CPriceTape& tape) {
+                                          const std::string& haltAt, CPriceTape& tape,
+                                          CDayWitness& witness) {
     try {
-        return std::make_unique<CRecordedStage>(scenario, dataDir, haltAt, tape);
+        return std::make_unique<CRecordedStage>(scenario, dataDir, haltAt, tape, witness);
     } catch (const replay::InputError& fault) {
         throw StageError(scenario.toStdString() + ": " + fault.what());
     }

@@ -1,5 +1,6 @@
 #include "desk/runningpage.h"
 
+#include "desk/detailtables.h"
 #include "desk/question.h"
 #include "desk/texts.h"
 #include "linkage/core/clinkagemanager.h"
@@ -24,9 +25,8 @@ QString keyOf(const RunningRow& row) {
 Row rowOf(const RunningRow& row) {
     const OrderRow& order = row.order;
     return {keyOf(row),
-            {QString::fromStdString(row.seen), QString::fromStdString(row.stock), order.buys,
-             order.price > 0.0 ? QVariant(formatted(order.price, EFormat::Price))
-                               : QVariant(CRunningPage::tr("market")),
+            {QString::fromStdString(order.seen), QString::fromStdString(row.stock), order.buys,
+             order.price > 0.0 ? QVariant(order.price) : QVariant(CRunningPage::tr("market")),
              order.volume, order.traded, QString::fromStdString(row.strategy),
              libraryText(TC::getOrderStatusQString(order.status)),
              QString::fromStdString(row.account), QString::fromStdString(row.name)},
@@ -37,10 +37,10 @@ Row rowOf(const RunningRow& row) {
 
 CRunningPage::CRunningPage(CActions& actions, QWidget* parent)
     : QWidget(parent), m_actions(actions) {
-    m_pTable = new CRowsView({{tr("First seen")},
+    m_pTable = new CRowsView({firstSeenColumn(),
                               {tr("Stock")},
                               {tr("Side"), EFormat::Side},
-                              {tr("Price")},
+                              {tr("Price"), EFormat::Price},
                               {tr("Volume"), EFormat::Count},
                               {tr("Traded"), EFormat::Count},
                               {tr("Strategy")},

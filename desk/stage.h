@@ -11,6 +11,7 @@
 namespace desk {
 
 class CPriceTape;
+struct CDayWitness;
 
 /// The stage cannot be set up; the text says why.
 struct StageError : std::runtime_error {
@@ -48,11 +49,13 @@ public:
 
 /// Plays a scenario file on virtual time, up to the time of day `haltAt` ("hh:mm",
 /// empty: to its end). Throws StageError when the file cannot be opened. The tape notes
-/// the prices of all stocks that are quoted, and must outlive the stage.
+/// the prices of all stocks that are quoted; tape and witness must outlive the stage.
 std::unique_ptr<IStage> makeRecordedStage(const QString& scenario, const QString& dataDir,
-                                          const std::string& haltAt, CPriceTape& tape);
+                                          const std::string& haltAt, CPriceTape& tape,
+                                          CDayWitness& witness);
 
 /// Runs the built-in market on the machine's clock.
-std::unique_ptr<IStage> makeLiveStage(const QString& dataDir, CPriceTape& tape);
+std::unique_ptr<IStage> makeLiveStage(const QString& dataDir, CPriceTape& tape,
+                                      CDayWitness& witness);
 
 }  // namespace desk

@@ -1,3 +1,4 @@
+#include "desk/market.h"
 #include "desk/picturetaker.h"
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/ledger/attribution.h"
@@ -5,7 +6,6 @@
 #include "platform/records/dealdetail.h"
 #include "platform/records/orderdetail.h"
 #include "platform/records/taskdetail.h"
-#include "platform/services/stockmanager.h"
 #include "platform/utils/keys.h"
 #include "replay/times.h"
 
@@ -72,35 +72,44 @@ bool CPictureTaker::hasRecords(TC::CLinkageManager& manager, const Picture& pict
 /// Walks over all orders of the day: those that run are listed, those that were rejected are
 /// events.
 void CPictureTaker::takeRunning(TC::CLinkageManager& manager, Picture& picture) {
-    decltype(m_seen) seen;
+    m_bound.clear();
     std::set<std::string> accounts;
     for (const auto& account : manager.getAccounts()) accounts.insert(account->m_strKey);
     for (const std::string& stock : manager.getStocks()) {
-        const auto detail = utils::CSingletonT<TC::CStockManager>::instance()->getInstrumentDetail(
-            QString::fromStdString(stock));
+        const auto detail = detailOf(stock);
         for (const auto& [account, orders] :
              manager.getOrderDetails(replay::dayNumber(picture.date), stock, accounts)) {
             for (const auto& [key, order] : orders) {
                 if (order->m_eStatus == vexservice::STATUS_JUNK)
-                    m_events.noteRejected(account, key, stock, order->m_strRemark);
+                    m_events.noteRejected({account, key}, stock, order->m_strRemark, picture);
                 if (!vexservice::isRunningStatus(order->m_eStatus)) continue;
-                const std::pair id(account, std::uint64_t(key));
-                const auto known = m_seen.find(id);
-                seen[id] = known != m_seen.end() ? known->second
-                           : picture.paced       ? picture.time
-                                                 : std::string();
                 const bool buys =
                     vexservice::isBuyByDirection(order->m_eDirection, order->m_eOffsetFlag);
-                picture.running.push_back({account, strategyOf(order->m_pCommand), stock,
-                                           detail ? detail->m_strName : std::string(), seen[id],
-                                           orderRow(key, *order, buys)});
+                if (buys && order->m_dPrice > 0.0)
+                    m_bound[account] +=
+                        order->m_dPrice * (order->m_nVolume - order->m_nTradedVolume);
+                RunningRow row{account, strategyOf(order->m_pCommand), stock,
+                               detail ? detail->m_strName : std::string(),
+                               orderRow(key, *order, buys)};
+                row.order.seen = seenAt(account, key, picture);
+                picture.running.push_back(std::move(row));
             }
         }
     }
-    m_seen = std::move(seen);
     keepFirst(picture.running, [](const RunningRow& left, const RunningRow& right) {
-        return std::pair(right.seen, right.order.key) < std::pair(left.seen, left.order.key);
+        return std::pair(right.order.seen, right.order.key) <
+               std::pair(left.order.seen, left.order.key);
     });
+}
+
+/// An order whose report nobody heard, because a load of the account brought it, was seen when the
+/// first picture has it. Without a pace that is no time of the day.
+std::string CPictureTaker::seenAt(const std::string& account, std::uint64_t key,
+                                  const Picture& picture) {
+    std::string heard = m_witness.arrivals.firstSeen({account, key});
+    if (!heard.empty()) return heard;
+    const std::string now = picture.paced ? picture.time : std::string();
+    return m_seen.emplace(std::pair(account, key), now).first->second;
 }
 
 void CPictureTaker::takeOrders(TC::CLinkageManager& manager, Picture& picture) {
@@ -127,6 +136,7 @@ void CPictureTaker::takeOrders(TC::CLinkageManager& manager, Picture& picture) {
     keepFirst(picture.orders, [](const OrderRow& left, const OrderRow& right) {
         return std::pair(right.running, right.key) < std::pair(left.running, left.key);
     });
+    for (OrderRow& row : picture.orders) row.seen = seenAt(chosen.account, row.key, picture);
     for (const auto& [ticks, level] : levels) {
         if (picture.levels.size() == LONGEST_TABLE) break;
         picture.levels.push_back(level);

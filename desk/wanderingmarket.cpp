@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 
 namespace desk {
 
@@ -48,7 +49,25 @@ CWanderingMarket::CWanderingMarket(boost::asio::io_service& service, paper::CPap
     }
 }
 
+/// What the accounts hold from the days before. The paper exchange changes no position.
+void CWanderingMarket::reportPositions() {
+    std::uint64_t key = 0;
+    for (const char* account : ACCOUNTS) {
+        for (const Stock& stock : m_stocks) {
+            auto position = boost::make_shared<vexservice::CPositionStatics>();
+            position->m_nRecordKey = ++key;
+            position->m_strMarket = stock.market;
+            position->m_strCode = stock.code;
+            position->m_nVolume = position->m_nAvailable = 100 * (10 + upTo(40));
+            position->m_dCost = yuan(stock.reference + upTo(100) - 50);
+            position->m_pAccountInfo = m_client.accountInfo(account);
+            m_client.report(account, position);
+        }
+    }
+}
+
 void CWanderingMarket::open() {
+    reportPositions();
     for (const Stock& stock : m_stocks) quote(stock);
     arm();
 }

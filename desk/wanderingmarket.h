@@ -37,6 +37,7 @@ private:
         int reference = 0;
     };
 
+    void reportPositions();
     void arm();
     void tick();
     void move(Stock& stock);

@@ -1,3 +1,4 @@
+#include "desk/accountpage.h"
 #include "desk/balancespage.h"
 #include "desk/balancetimespage.h"
 #include "desk/chart.h"
@@ -119,7 +120,7 @@ void CMainWindow::makePairs() {
                               {tr("Balance"), EFormat::Time},
                               {tr("Unequal"), EFormat::Yuan},
                               {tr("State")}},
-                             CRowsView::ESorting::Off, this);
+                             CRowsView::ESorting::ByUser, this);
     m_pPairs->setObjectName("pairs");
 }
 
@@ -167,6 +168,8 @@ void CMainWindow::makeSplitters() {
     m_pEvents = new CEventsPage(day);
     day->addTab(m_pRunning, tr("Running orders"));
     day->addTab(m_pEvents, tr("Events"));
+    m_pAccount = new CAccountPage(day);
+    day->addTab(m_pAccount, tr("Funds and positions"));
     m_pLeft = new QSplitter(Qt::Vertical, this);
     m_pLeft->setObjectName("left");
     m_pLeft->addWidget(titled(tr("Accounts and strategies"), m_pPairs));

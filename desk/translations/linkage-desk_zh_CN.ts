@@ -130,6 +130,10 @@
         <source>balance %1 balanced the whole account</source>
         <translation>第 %1 号配平已配平整个账户</translation>
     </message>
+    <message>
+        <source>rounded to whole lots</source>
+        <translation>按整手取整</translation>
+    </message>
 </context>
 <context>
     <name>ImportText</name>
@@ -800,6 +804,113 @@
         <source>Nothing traded today</source>
         <translation>今天没有成交</translation>
     </message>
+    <message>
+        <source>First seen</source>
+        <translation>首见时间</translation>
+    </message>
+    <message>
+        <source>Orders carry no time. This is when the first report of the order came; empty: before the desk was there</source>
+        <translation>委托记录中没有时间。这里是收到该委托首个回报的时间；空白表示早于本程序启动</translation>
+    </message>
+</context>
+<context>
+    <name>desk::CAccountPage</name>
+    <message>
+        <source>Account</source>
+        <translation>账户</translation>
+    </message>
+    <message>
+        <source>Market value</source>
+        <translation>市值</translation>
+    </message>
+    <message>
+        <source>Of the positions, at the newest price</source>
+        <translation>持仓按最新价计算</translation>
+    </message>
+    <message>
+        <source>Profit</source>
+        <translation>盈亏</translation>
+    </message>
+    <message>
+        <source>Of the positions, against their cost</source>
+        <translation>持仓相对成本的盈亏</translation>
+    </message>
+    <message>
+        <source>Profit of the day</source>
+        <translation>当日盈亏</translation>
+    </message>
+    <message>
+        <source>Of what was traded today</source>
+        <translation>当日成交部分的盈亏</translation>
+    </message>
+    <message>
+        <source>Frozen</source>
+        <translation>冻结</translation>
+    </message>
+    <message>
+        <source>What running buy orders may still take, at their prices</source>
+        <translation>在途买单按委托价还可能占用的金额</translation>
+    </message>
+    <message>
+        <source>Bought</source>
+        <translation>买入</translation>
+    </message>
+    <message>
+        <source>Sold</source>
+        <translation>卖出</translation>
+    </message>
+    <message>
+        <source>Commission</source>
+        <translation>手续费</translation>
+    </message>
+    <message>
+        <source>Name</source>
+        <translation>名称</translation>
+    </message>
+    <message>
+        <source>Stock</source>
+        <translation>股票</translation>
+    </message>
+    <message>
+        <source>Volume</source>
+        <translation>数量</translation>
+    </message>
+    <message>
+        <source>As the client reported it last</source>
+        <translation>以客户端最近一次上报为准</translation>
+    </message>
+    <message>
+        <source>Sellable</source>
+        <translation>可卖</translation>
+    </message>
+    <message>
+        <source>Cost</source>
+        <translation>成本价</translation>
+    </message>
+    <message>
+        <source>Last</source>
+        <translation>最新价</translation>
+    </message>
+    <message>
+        <source>Net bought today</source>
+        <translation>当日净买入</translation>
+    </message>
+    <message>
+        <source>By the deals of the day, whether or not the position has them</source>
+        <translation>按当日成交计算，不论持仓是否已包含</translation>
+    </message>
+    <message>
+        <source>The client has reported no position of this account</source>
+        <translation>客户端未上报该账户的持仓</translation>
+    </message>
+    <message>
+        <source>The client&apos;s records hold no cash: what is available, and the total, are not known here.</source>
+        <translation>客户端的记录中没有现金：可用资金和总资产在此未知。</translation>
+    </message>
+    <message>
+        <source>Positions of %1</source>
+        <translation>%1 的持仓</translation>
+    </message>
 </context>
 <context>
     <name>desk::CBalanceTimesPage</name>
@@ -895,16 +1006,48 @@
         <translation>尚未配平</translation>
     </message>
     <message>
-        <source>Nothing was balanced today, or the guard is off</source>
-        <translation>今日没有配平，或未启用配平保护</translation>
-    </message>
-    <message>
         <source>cancelling: %1 of %2 done</source>
         <translation>撤单中：已完成 %1，共 %2</translation>
     </message>
     <message>
         <source>sent, filled %1 of %2</source>
         <translation>已发送，成交 %1，共 %2</translation>
+    </message>
+    <message>
+        <source>asked, starts in %1 s</source>
+        <translation>已请求，%1 秒后开始</translation>
+    </message>
+    <message>
+        <source>asked, waits for its turn</source>
+        <translation>已请求，等待轮到</translation>
+    </message>
+    <message>
+        <source>Asked for by</source>
+        <translation>发起方</translation>
+    </message>
+    <message>
+        <source>Nothing was balanced today</source>
+        <translation>今日没有配平</translation>
+    </message>
+    <message>
+        <source>the trader</source>
+        <translation>交易员</translation>
+    </message>
+    <message>
+        <source>the strategy&apos;s balance time</source>
+        <translation>策略配平时间</translation>
+    </message>
+    <message>
+        <source>the account&apos;s balance time</source>
+        <translation>账户配平时间</translation>
+    </message>
+    <message>
+        <source>the recording</source>
+        <translation>录制数据</translation>
+    </message>
+    <message>
+        <source>the client, automatically</source>
+        <translation>客户端自动</translation>
     </message>
 </context>
 <context>
@@ -984,10 +1127,6 @@
         <translation>连接断开</translation>
     </message>
     <message>
-        <source>Balance %1 of %2 / %3: %4</source>
-        <translation>第 %1 号配平，%2 / %3：%4</translation>
-    </message>
-    <message>
         <source>Rejected: an order of %1 in %2 %3</source>
         <translation>废单：%1 的 %2 委托 %3</translation>
     </message>
@@ -1006,6 +1145,30 @@
     <message>
         <source>Nothing has happened yet</source>
         <translation>还没有事件</translation>
+    </message>
+    <message>
+        <source>(%1 times since %2)</source>
+        <translation>（自 %2 起共 %1 次）</translation>
+    </message>
+    <message>
+        <source>Balance %1 of %2 / %3 (%4): %5</source>
+        <translation>第 %1 号配平 %2 / %3（%4）：%5</translation>
+    </message>
+    <message>
+        <source>Service fault: %1</source>
+        <translation>服务故障：%1</translation>
+    </message>
+    <message>
+        <source>Disk fault: %1</source>
+        <translation>磁盘故障：%1</translation>
+    </message>
+    <message>
+        <source>The recording was played to its end</source>
+        <translation>录制数据已播放完毕</translation>
+    </message>
+    <message>
+        <source>The recording stopped: %1</source>
+        <translation>录制数据播放中止：%1</translation>
     </message>
 </context>
 <context>
@@ -1479,6 +1642,10 @@
         <source>Events</source>
         <translation>事件</translation>
     </message>
+    <message>
+        <source>Funds and positions</source>
+        <translation>资金与持仓</translation>
+    </message>
 </context>
 <context>
     <name>desk::CPastDaysPage</name>
@@ -1769,10 +1936,6 @@
     <message>
         <source>market</source>
         <translation>市价</translation>
-    </message>
-    <message>
-        <source>First seen</source>
-        <translation>首见时间</translation>
     </message>
     <message>
         <source>Stock</source>

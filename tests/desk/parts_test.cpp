@@ -124,6 +124,41 @@ TEST(DeskRows, CellsAreWrittenAsTheirColumnSays) {
         EXPECT_EQ(desk::formatted(value, format), QString(text));
 }
 
+TEST(DeskRows, ASortedTableStaysSortedByGroupsAndItsCurrentRowInSight) {
+    desk::CRowsView table({{"Key"}, {"Value", desk::EFormat::Price}},
+                          desk::CRowsView::ESorting::ByUser);
+    const auto set = [&table](const std::vector<std::pair<QString, QVariant>>& cells) {
+        std::vector<Row> rows;
+        for (const auto& [key, value] : cells)
+            rows.push_back({key, {key, value}, key.size() == 1, key.left(1)});
+        table.rows().setRows(rows);
+    };
+    const auto order = [&table] {
+        QStringList keys;
+        for (int row = 0; row < table.model()->rowCount(); ++row)
+            keys << table.model()->index(row, 0).data().toString();
+        return keys.join(' ');
+    };
+    set({{"A", 1}, {"A1", 10.5}, {"A2", 9.0}, {"B", 2}, {"B1", 7}, {"B2", "market"}});
+    EXPECT_EQ(order(), "A A1 A2 B B1 B2");
+    table.sortByColumn(1, Qt::AscendingOrder);
+    EXPECT_EQ(order(), "A A2 A1 B B1 B2") << "words behind numbers";
+    table.sortByColumn(1, Qt::DescendingOrder);
+    EXPECT_EQ(order(), "B B2 B1 A A1 A2") << "headings above their rows";
+    table.show();
+    table.resize(300, table.heightOf(3));
+    table.chooseKey("B1");
+    QSignalSpy chosen(&table, &desk::CRowsView::sigChosen);
+    set({{"A", 3}, {"A1", 8}, {"A2", 9}, {"B", 2}, {"B1", 7}, {"B2", "market"}});
+    EXPECT_EQ(order(), "A A2 A1 B B2 B1");
+    EXPECT_EQ(table.currentKey(), "B1");
+    EXPECT_TRUE(table.viewport()->rect().contains(table.visualRect(table.currentIndex())));
+    table.scrollToTop();
+    set({{"A", 4}, {"A1", 8}, {"A2", 9}, {"B", 2}, {"B1", 7}, {"B2", "market"}});
+    EXPECT_EQ(table.verticalScrollBar()->value(), 0) << "who looks elsewhere is left there";
+    EXPECT_EQ(chosen.count(), 0);
+}
+
 TEST(DeskRows, NarrowTablesScrollAndShowWholeRows) {
     desk::CRowsView table({{"Key"}, {"Value", desk::EFormat::Count}, {"Remark"}},
                           desk::CRowsView::ESorting::Off);
@@ -156,7 +191,8 @@ protected:
         EXPECT_TRUE(file.open(QIODevice::WriteOnly));
         file.write(text);
         file.close();
-        return desk::makeRecordedStage(file.fileName(), m_dir.filePath("data"), haltAt, m_tape);
+        return desk::makeRecordedStage(file.fileName(), m_dir.filePath("data"), haltAt, m_tape,
+                                       m_witness);
     }
 
     /// Steps until the stage has used `seconds`, which a slow machine may do in parts.
@@ -168,6 +204,7 @@ protected:
 
     QTemporaryDir m_dir;
     desk::CPriceTape m_tape;
+    desk::CDayWitness m_witness;
 };
 
 TEST_F(DeskStage, TimePassesAsItIsToldAndEventsHappenOnTheWay) {
@@ -213,12 +250,13 @@ TEST_F(DeskStage, HaltsAtATimeOfDay) {
     played->goOn();
     while (!played->ended()) played->step(desk::IStage::NEVER);
     EXPECT_EQ(std::fmod(utils::clock(), 86400.0), 7 * 3600.0) << "15:00";
-    EXPECT_THROW(desk::makeRecordedStage("/nowhere/x", "", "", m_tape), desk::StageError);
+    EXPECT_THROW(desk::makeRecordedStage("/nowhere/x", "", "", m_tape, m_witness),
+                 desk::StageError);
 }
 
 TEST_F(DeskStage, CurvesBeginWithTheLibraryWhoeverLooks) {
     const auto played =
-        desk::makeRecordedStage(support::MORNING, m_dir.filePath("data"), "", m_tape);
+        desk::makeRecordedStage(support::MORNING, m_dir.filePath("data"), "", m_tape, m_witness);
     while (!played->ended()) played->step(desk::IStage::NEVER);
     const auto curve =
         utils::CSingletonT<TC::CLinkageManager>::instance()->getPeriodCurve("A01", "alpha");

@@ -82,12 +82,13 @@ TEST_F(DeskWindow, ShowsTheBookOfBalances) {
     ASSERT_TRUE(until([this] { return rows("balances").rowCount() == 2; }));
     expectCells(rows("balances"), "1",
                 {{1, "09:30:00"},
-                 {3, "S"},
-                 {4, "ended"},
-                 {6, "1,000"},
+                 {2, "the recording"},
+                 {4, "S"},
+                 {5, "ended"},
                  {7, "1,000"},
-                 {8, "SH600000 +50: less than a lot"}});
-    expectCells(rows("balances"), "2", {{4, "refused"}, {6, "0"}, {8, "balance 1 is under way"}});
+                 {8, "1,000"},
+                 {9, "SH600000 +50: less than a lot"}});
+    expectCells(rows("balances"), "2", {{5, "refused"}, {7, "0"}, {9, "balance 1 is under way"}});
     m_translation.emplace(QLocale("zh"));
     EXPECT_EQ(desk::bookText("balance 12 is under way"), "第 12 号配平正在进行");
     EXPECT_EQ(desk::bookText("rejected: no funds"), "废单: no funds");
