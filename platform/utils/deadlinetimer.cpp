@@ -27,13 +27,17 @@ void DeadlineTimer::async_wait(Handler handler) {
         m_place = m_pWaits->add(m_nDueMicros, std::move(end));
         return;
     }
-    if (!m_running) m_running.emplace(m_service);
-    m_running->expires_after(std::chrono::microseconds(m_nDueMicros - clock.nowMicros()));
-    m_running->async_wait(std::move(handler));
+    const auto running = std::make_shared<boost::asio::steady_timer>(m_service);
+    m_pRunning = running;
+    running->expires_after(std::chrono::microseconds(m_nDueMicros - clock.nowMicros()));
+    running->async_wait(
+        [running, handler = std::move(handler)](const boost::system::error_code& error) {
+            handler(error);
+        });
 }
 
 void DeadlineTimer::cancel() {
-    if (m_running) m_running->cancel();
+    if (const auto running = m_pRunning.lock()) running->cancel();
     if (!m_pWaits) return;
     if (const CWaits::End end = m_pWaits->take(m_place)) end(false);
 }

@@ -11,7 +11,6 @@
 
 #include <functional>
 #include <memory>
-#include <optional>
 
 namespace utils {
 
@@ -20,13 +19,14 @@ namespace utils {
 /// are due at the same moment end in the order in which they began to wait.
 ///
 /// Threads: one at a time; the handler runs in the service. Errors: a wait that is cut
-/// short ends with operation_aborted.
+/// short ends with operation_aborted. A timer may outlive the service; a wait ends with the service
+/// then, and its handler is not called.
 class LINKAGE_PLATFORM_EXPORT DeadlineTimer {
 public:
     /// Takes the end of a wait: no error when the moment has come.
     using Handler = std::function<void(const boost::system::error_code&)>;
 
-    /// A timer whose handlers run in the service, which must outlive it. It waits for nothing yet.
+    /// A timer whose handlers run in the service. It waits for nothing yet.
     explicit DeadlineTimer(boost::asio::io_service& service) : m_service(service) {}
     ~DeadlineTimer() { cancel(); }
     DeadlineTimer(const DeadlineTimer&) = delete;
@@ -43,7 +43,7 @@ public:
 private:
     boost::asio::io_service& m_service;
     std::int64_t m_nDueMicros = 0;
-    std::optional<boost::asio::steady_timer> m_running;
+    std::weak_ptr<boost::asio::steady_timer> m_pRunning;  ///< the wait in the service owns it
     std::shared_ptr<CWaits> m_pWaits;  ///< of the clock at the last wait; may be empty
     CWaits::Place m_place;
 };
