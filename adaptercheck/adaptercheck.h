@@ -23,6 +23,9 @@ struct Facts {
     std::string barsDay;        ///< the stock has minute bars of this day
     /// Whether commands get numbers above 0; see TC::CDovCommandCenter.
     bool numbersCommands = true;
+    /// Whether the engine's threads go on after an exception of a handler. Where they do not, the
+    /// exception would end the process, and nobody tries it.
+    bool survivesHandlers = false;
 };
 
 /// A buy order that somebody enters elsewhere: it comes to the client by its reports alone.
@@ -84,6 +87,8 @@ public:
     virtual bool disconnect() { return false; }
     /// The data of Facts::account is initialised anew.
     virtual bool initAccount() { return false; }
+    /// The next command is refused as a whole: its completion has an error.
+    virtual bool refuseNext() { return false; }
 };
 
 /// Makes a new adapter for each case. The adapter goes when its case ends.

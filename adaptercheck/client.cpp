@@ -183,6 +183,37 @@ void loginsAreTold(CStage& stage) {
     expect(stage.await([&] { return *told == 2; }), "a repeated login was not told");
 }
 
+void handlersMayThrow(CStage& stage) {
+    need(stage.facts().survivesHandlers, "threads that go on after an exception");
+    struct Thrown {};
+    const auto strand = CSingletonT<net::RPCEngine>::instance()->getStrand("kit");
+    const auto ran = std::make_shared<std::atomic<bool>>(false);
+    strand->post([] { throw Thrown(); });
+    strand->post([ran] { *ran = true; });
+    bool goesOn = false;
+    try {
+        goesOn = stage.await([&] { return ran->load(); });
+    } catch (const Thrown&) {
+        // It left run() on this thread: an adapter that moves in settle() alone.
+        goesOn = stage.await([&] { return ran->load(); });
+    }
+    expect(goesOn, "after a handler that threw, the next one did not run");
+}
+
+void silentWhenDown(CStage& stage) {
+    const auto told = std::make_shared<std::atomic<int>>(0);
+    QObject::connect(TC::getProxyClient(), &TC::CProxyClient::sig_loginStatus,
+                     [told](TC::EProxyConnectionStatus status) {
+                         if (TC::isProxyLoginSuccess(status)) ++*told;
+                     });
+    QObject::connect(CManualSingletonT<TC::CExchangeClient>::instance(),
+                     &TC::CExchangeClient::sigNewTradingDate,
+                     [told](const std::string&) { ++*told; });
+    need(stage.adapter().disconnect(), "a connection that breaks");
+    stage.settle();
+    expect(*told == 0, "a connection that is down told a login or a new date");
+}
+
 void newDateIsKnown(CStage& stage) {
     const std::string today = dataCenter().getTradingDate();
     expect(isDate(today), "the trade date is \"" + today + "\"");
@@ -247,6 +278,10 @@ std::vector<Case> clientCases() {
         {116, "new-date", "services/connections.h",
          "A new trade date (\"yyyyMMdd\") has begun; the data center knows it already.",
          newDateIsKnown},
+        {117, "silent-when-down", "services/connections.h",
+         "a connection that is down emits nothing", silentWhenDown},
+        {118, "handlers-throw", "services/rpcengine.h",
+         "An exception of a handler leaves the engine's run().", handlersMayThrow},
     };
 }
 

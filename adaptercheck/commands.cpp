@@ -8,6 +8,7 @@
 #include <boost/make_shared.hpp>
 
 #include <algorithm>
+#include <set>
 
 /// Commands, and the operations on tasks.
 namespace adaptercheck {
@@ -44,7 +45,7 @@ void numbersComeFirst(CStage& stage) {
     need(stage.facts().numbersCommands, "numbers of commands");
     const auto told = CSentCommand(stage, {}).awaitCompletion();
     need(!told.empty(), "a completion");
-    expect(!told.front().reported, "an order was reported before the completion came");
+    expect(told.front().orders == 0, "an order was reported before the completion came");
 }
 
 int numberOf(const boost::shared_ptr<CCommandRecord>& carrier) {
@@ -150,6 +151,30 @@ void rejectionsSayWhy(CStage& stage) {
     expect(!order->m_strRemark.empty(), "a rejected order has no remark");
 }
 
+void allOrdersCome(CStage& stage) {
+    CommandTerms terms;
+    terms.second = 500;
+    const CSentCommand command(stage, terms);
+    stage.await([&] { return command.orders().size() >= 2; });
+    std::multiset<int> volumes;
+    for (const auto& order : command.orders()) volumes.insert(order->m_nVolume);
+    expect(volumes == std::multiset<int>{300, 500},
+           fmt::format("orders of {} shares came of a command of 300 and 500",
+                       fmt::join(volumes, " and ")));
+}
+
+void refusedCommandsEnd(CStage& stage) {
+    account(stage);
+    need(stage.adapter().refuseNext(), "a refusal of a command");
+    CSentCommand command(stage, {});
+    const auto told = command.awaitCompletion();
+    expect(!told.empty(), "the completion of a refused command did not come");
+    expect(!told.front().error.isOk(), "the completion of a refused command has no error");
+    stage.settle();
+    expect(command.orders().size() == told.front().orders,
+           "an order came after its command was refused");
+}
+
 boost::shared_ptr<CTaskDetail> startedTask(CStage& stage, bool server) {
     need(stage.adapter().startTask(server), server ? "a task of the server" : "a local task");
     boost::shared_ptr<CTaskDetail> found;
@@ -250,6 +275,11 @@ std::vector<Case> commandCases() {
          "Operates a task on the server, named by CTaskHelper::genServerTaskKey.", serverTasksEnd},
         {411, "local-tasks", "services/tradercenter.h",
          "Empty when the client runs no task of this number.", localTasksEnd},
+        {412, "all-orders", CENTER, "Sends the orders of a command.", allOrdersCome},
+        {413, "refused-commands", CENTER,
+         "When the completion is called with an error, at once or later, no further order of the "
+         "whole command will come",
+         refusedCommandsEnd},
     };
 }
 

@@ -157,6 +157,15 @@ void timesAreValid(CStage&) {
     }
 }
 
+void switchesAreTold(CStage& stage) {
+    const bool rules = ConfigCollector::instance()->useRegistRules();
+    const auto other = std::make_shared<std::atomic<bool>>(!rules);
+    expect(
+        stage.answersElsewhere([other] { *other = ConfigCollector::instance()->useRegistRules(); }),
+        "the switches were not told on another thread");
+    expect(*other == rules, "two threads were told different switches");
+}
+
 }  // namespace
 
 std::vector<Case> referenceCases() {
@@ -187,6 +196,9 @@ std::vector<Case> referenceCases() {
          marketOrdersAreProtected},
         {710, "valid-times", RULES, "Corrects the time in which the order is valid.",
          timesAreValid},
+        {711, "switches", RULES,
+         "Market-wide switches of the client. Threads: any. Failure: nothing throws.",
+         switchesAreTold},
     };
 }
 

@@ -60,18 +60,23 @@ std::vector<boost::shared_ptr<COrderDetail>> CNewOrders::get() const {
 
 namespace {
 
-boost::shared_ptr<COrderComandParam> makeCommand(CStage& stage, const CommandTerms& terms) {
+boost::shared_ptr<CCodeOrderParam> makeOrder(CStage& stage, const CommandTerms& terms, int volume) {
     const Facts& facts = stage.facts();
     auto order = boost::make_shared<CCodeOrderParam>();
     order->m_pAccountInfo = accountData(facts.account)->getAccountInfo();
     order->m_stock = {facts.market, facts.code, {}, {}};
-    order->m_nVolume = terms.volume;
+    order->m_nVolume = volume;
     order->m_strStrategyName = order->m_strStrategyName2 = terms.strategy;
     order->m_nStrategyMarker = 9;
     order->m_ePriceType = PRTP_FIX;
     order->m_dPrice = facts.restingPrice;
+    return order;
+}
+
+boost::shared_ptr<COrderComandParam> makeCommand(CStage& stage, const CommandTerms& terms) {
     auto command = boost::make_shared<COrderComandParam>();
-    command->m_orders.push_back(order);
+    command->m_orders.push_back(makeOrder(stage, terms, terms.volume));
+    if (terms.second > 0) command->m_orders.push_back(makeOrder(stage, terms, terms.second));
     command->m_strStrategyName = terms.strategy;
     command->m_strStrategyName2 = terms.tag.empty() ? terms.strategy : terms.tag;
     command->m_nStrategyMarker = 9;
@@ -90,9 +95,9 @@ CSentCommand::CSentCommand(CStage& stage, const CommandTerms& terms)
             // Once the command is not looked at any more the stage may be gone.
             const auto alive = state.lock();
             if (!alive) return;
-            Completion told{error, number, stage.heard(), false};
+            Completion told{error, number, stage.heard(), 0};
             try {
-                told.reported = !orders.get().empty();
+                told.orders = orders.get().size();
             } catch (...) {
                 stage.blame("the data center failed inside a completion");
             }

@@ -51,6 +51,7 @@ struct CommandTerms {
     std::string tag = {};  ///< "": the strategy, as for balances of the day
     int volume = 300;
     bool completion = true;
+    int second = 0;  ///< shares of a second order; 0: none
 };
 
 /// What became of one command.
@@ -60,13 +61,17 @@ public:
         utils::VexError error;
         int number = 0;
         Heard heard;
-        bool reported = false;  ///< the command's order was in the account's records by then
+        std::size_t orders = 0;  ///< of the command, that the account's records had by then
     };
 
     CSentCommand(CStage& stage, const CommandTerms& terms);
 
     /// Waits for the command's order, and fails without it.
     boost::shared_ptr<vexservice::COrderDetail> awaitOrder();
+    /// Orders that came since the command was sent.
+    std::vector<boost::shared_ptr<vexservice::COrderDetail>> orders() const {
+        return m_orders.get();
+    }
     /// Waits for the completion; empty when none has come.
     std::vector<Completion> awaitCompletion();
 

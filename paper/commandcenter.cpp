@@ -53,7 +53,8 @@ void CCommandCenter::createCommand(const boost::shared_ptr<COrderComandParam>& c
     if (m_pObserver) m_pObserver->onCommand(*command, number);
     if (fault == EFault::Lost) return;
     const int told = fault == EFault::Null ? 0 : number;
-    complete(completion, told);
+    if (refuses()) return complete(completion, {COMMAND_REFUSED, "refused"}, told);
+    complete(completion, {}, told);
     if (!m_pExchange) return;
     for (const auto& order : command->m_orders) {
         if (!order || !order->m_pAccountInfo) continue;
@@ -75,14 +76,27 @@ int CCommandCenter::number(const Completion& completion) {
 
 // The exchange calls the completion in turn with its reports, so it comes before those of the
 // command's orders.
-void CCommandCenter::complete(const Completion& completion, int number) {
+void CCommandCenter::complete(const Completion& completion, const utils::VexError& error,
+                              int number) {
     if (!completion) return;
-    auto work = [completion, number] { completion(utils::VexError{}, number); };
+    auto work = [completion, error, number] { completion(error, number); };
     if (m_pExchange) {
         m_pExchange->tell(std::move(work));
     } else {
         boost::asio::post(m_service, std::move(work));
     }
+}
+
+void CCommandCenter::refuse(int times) {
+    const std::lock_guard lock(m_mutex);
+    m_nRefusals = times;
+}
+
+bool CCommandCenter::refuses() {
+    const std::lock_guard lock(m_mutex);
+    if (m_nRefusals == 0) return false;
+    --m_nRefusals;
+    return true;
 }
 
 bool CCommandCenter::repeatResult(int number, const std::string& error) {

@@ -28,6 +28,9 @@ public:
     /// of the command will come. False when no command has this number.
     bool repeatResult(int number, const std::string& error);
 
+    /// The next `times` commands are refused: their completions have an error, and no order comes.
+    void refuse(int times);
+
     void createCommand(const boost::shared_ptr<vexservice::COrderComandParam>& command,
                        const boost::function<void(utils::VexError, int)>& completion, bool checked,
                        int source) override;
@@ -41,7 +44,8 @@ private:
     using Completion = boost::function<void(utils::VexError, int)>;
 
     int number(const Completion& completion);
-    void complete(const Completion& completion, int number);
+    void complete(const Completion& completion, const utils::VexError& error, int number);
+    bool refuses();
 
     boost::asio::io_service& m_service;
     const std::shared_ptr<CExchange> m_pExchange;
@@ -50,6 +54,7 @@ private:
     IClientObserver* const m_pObserver;
     std::mutex m_mutex;
     int m_nCommands = 0;
+    int m_nRefusals = 0;                      ///< that are still to come
     std::map<int, Completion> m_completions;  ///< by number of the command; the newest ones only
 };
 

@@ -268,6 +268,8 @@ void CPaperClient::rejectOrders(const std::string& accountKey, int times) {
     if (executes()) m_pServices->exchange->rejectNext(accountKey, times);
 }
 
+void CPaperClient::refuseCommands(int times) { m_pServices->commandCenter->refuse(times); }
+
 void CPaperClient::beSilent(double seconds) {
     if (executes()) m_pServices->exchange->beSilent(seconds);
 }

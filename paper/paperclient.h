@@ -110,6 +110,8 @@ public:
 
     /// Rejects the next `times` orders of the account.
     void rejectOrders(const std::string& accountKey, int times);
+    /// Refuses the next `times` commands as a whole: their completions have an error.
+    void refuseCommands(int times);
     /// For so many seconds the exchange takes orders and cancellations without answering; then it
     /// answers.
     void beSilent(double seconds);

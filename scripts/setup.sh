@@ -14,7 +14,8 @@ packages=(
     zlib1g-dev libbenchmark-dev
 )
 if [[ ${1:-} == --check ]]; then
-    packages+=(libgtest-dev clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev doxygen)
+    packages+=(libgtest-dev clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev doxygen
+               abigail-tools)
 elif [[ ${1:-} == --package ]]; then
     packages+=(dpkg-dev file)
 elif [[ ${1:-} == --docs ]]; then

@@ -45,6 +45,7 @@ Facts CPaperAdapter::facts() const {
     facts.pastDay = facts.barsDay = "20231229";
     facts.emptyDay = "20231228";
     facts.unknownDay = "20231227";
+    facts.survivesHandlers = true;
     return facts;
 }
 
@@ -181,6 +182,11 @@ bool CPaperAdapter::login() {
 
 bool CPaperAdapter::disconnect() {
     m_pClient->setFault(paper::EService::TradeClient, paper::EFault::Null, 1);
+    return true;
+}
+
+bool CPaperAdapter::refuseNext() {
+    m_pClient->refuseCommands(1);
     return true;
 }
 

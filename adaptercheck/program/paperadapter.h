@@ -31,6 +31,7 @@ public:
     bool login() override;
     bool disconnect() override;
     bool initAccount() override;
+    bool refuseNext() override;
 
 protected:
     paper::CPaperClient& client() { return *m_pClient; }

@@ -82,7 +82,7 @@ std::vector<Fault> clientFaults() {
     using CalendarService = As<marlo::IMarketCalendar, Calendar>;
     using EngineService = As<net::RPCEngine, Engine>;
     return {
-        {"a service is forgotten", {101}, with([](Adapter&) {
+        {"a service is forgotten", {101, 711}, with([](Adapter&) {
              CSingletonT<ConfigCollector>::release();
          })},
         {"a service is left behind",
@@ -121,7 +121,7 @@ std::vector<Fault> clientFaults() {
          {113},
          service<EngineService>(
              [](Engine& at, Adapter& adapter) { at.service = &adapter.loop().service(); })},
-        {"nobody runs the engine", {114}, service<EngineService>([](Engine& at, Adapter&) {
+        {"nobody runs the engine", {114, 118}, service<EngineService>([](Engine& at, Adapter&) {
              at.shares = true;
          })},
         {"a repeated login is not told",
@@ -141,6 +141,29 @@ std::vector<Fault> clientFaults() {
              made->onDate = [](const std::string& date) {
                  Q_EMIT CManualSingletonT<TC::CExchangeClient>::instance()->sigNewTradingDate(date);
                  return true;
+             };
+             return made;
+         }},
+        {"a login is told of a connection that is down",
+         {117},
+         [] {
+             auto made = adapter();
+             made->onDisconnect = [](Adapter& at) {
+                 at.client().login(true, {});
+                 return at.Base::disconnect();
+             };
+             return made;
+         }},
+        {"the engine ends with an exception",
+         {118},
+         [] {
+             auto made = adapter();
+             made->onSettle = [dead = false](Adapter& at) mutable {
+                 try {
+                     return dead || at.Base::settle();
+                 } catch (...) {
+                     return dead = true;
+                 }
              };
              return made;
          }},

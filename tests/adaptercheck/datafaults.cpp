@@ -143,7 +143,7 @@ std::vector<Fault> recordFaults() {
                   *mine = *order;
                   heard(key, mine);
               })},
-        {"each report has a key of its own", {303, 306, 801}, center([](Center& at) {
+        {"each report has a key of its own", {303, 306, 412, 801}, center([](Center& at) {
              at.records = [](int type, Records& all) {
                  if (type != DATA_ORDER) return;
                  for (const RecordPtr& record : Records(all)) {

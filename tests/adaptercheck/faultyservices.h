@@ -37,6 +37,8 @@ struct Adapter : adaptercheck::CPaperAdapter {
         if (onRemove) onRemove();
     }
     bool hold(int volume) override { return onHold ? onHold(*this) : Base::hold(volume); }
+    bool disconnect() override { return onDisconnect ? onDisconnect(*this) : Base::disconnect(); }
+    bool settle() override { return onSettle ? onSettle(*this) : Base::settle(); }
     bool login() override { return onLogin ? onLogin(*this) : Base::login(); }
     bool change(adaptercheck::EReferenceData what) override {
         return onChange ? onChange() : Base::change(what);
@@ -47,7 +49,7 @@ struct Adapter : adaptercheck::CPaperAdapter {
 
     std::function<void(Adapter&)> onInstall;
     std::function<void()> onRemove;
-    std::function<bool(Adapter&)> onHold, onLogin;
+    std::function<bool(Adapter&)> onHold, onLogin, onDisconnect, onSettle;
     std::function<bool()> onChange;
     std::function<bool(const std::string&)> onDate;
 };

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <mutex>
+#include <stdexcept>
 #include <thread>
 
 namespace faulty {
@@ -44,6 +45,9 @@ struct Rules : IOrderRules {
     void fixTimeRange(CCodeOrderParam& order) override {
         if (fixes) real.fixTimeRange(order);
     }
+};
+struct Switches : ConfigCollector {
+    bool useRegistRules() override { throw std::runtime_error("not loaded yet"); }
 };
 struct Fees : IFeeLimitService {
     boost::shared_ptr<CStkExchangeRateLimit> limits =
@@ -123,6 +127,7 @@ std::vector<Fault> referenceFaults() {
         {"a range that is none", {710}, service<RulesService>([](Rules& at, Adapter&) {
              at.fixes = false;
          })},
+        {"switches that throw", {711}, service<As<ConfigCollector, Switches>>(nothing)},
         {"every 64th end is lost",
          {801},
          news(DATA_ORDER,

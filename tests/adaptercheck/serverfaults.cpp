@@ -9,7 +9,7 @@ namespace faulty {
 std::vector<Fault> commandFaults() {
     using Completion = Commands::Completion;
     return {
-        {"the completion comes inside the call", {401}, commands([](Commands& at, Adapter&) {
+        {"the completion comes inside the call", {401, 413}, commands([](Commands& at, Adapter&) {
              at.command = [number = 0](auto&, Completion& completion) mutable {
                  ++number;
                  if (!completion) return;
@@ -75,6 +75,24 @@ std::vector<Fault> commandFaults() {
                  }
              } tasks;
              at.tasks = &tasks;
+         })},
+        {"only the first order is sent", {412}, commands([](Commands& at, Adapter&) {
+             at.command = [](COrderComandParam& sent, auto&) { sent.m_orders.resize(1); };
+         })},
+        {"an order of a refused command", {413}, commands([](Commands& at, Adapter& all) {
+             at.command = [&all](auto&, Completion& completion) {
+                 if (!completion) return;
+                 completion = [&all, completion](const auto& error, int number) {
+                     completion(error, number);
+                     if (error.isOk()) return;
+                     const paper::OrderRequest late{.account = "10001",
+                                                    .market = "SH",
+                                                    .code = "600000",
+                                                    .volume = 300,
+                                                    .price = 9.5};
+                     all.client().send(late);
+                 };
+             };
          })},
     };
 }
