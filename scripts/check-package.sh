@@ -60,3 +60,11 @@ read -ra flags <<<"$(pkg-config --cflags --libs linkage)"
 clang++-14 -std=c++20 "$root/examples/paper/main.cpp" "$prefix/lib/libpaper.a" "${flags[@]}" \
     -lmongoclient -Wl,-rpath,"$prefix/lib" -o "$work/by-pkg-config"
 "$work/by-pkg-config"
+
+# Clients that end badly.
+g++ -std=c++17 -I "$root/examples/host" "$root/tests/package/lifetime.cpp" "${flags[@]}" -lQt5Core \
+    -Wl,-rpath,"$prefix/lib" -o "$work/lifetime"
+for way in "" services-first; do
+    valgrind -q --error-exitcode=1 "$work/lifetime" $way >"$work/log" 2>&1 ||
+        { cat "$work/log" >&2; exit 1; }
+done

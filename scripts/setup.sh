@@ -15,7 +15,7 @@ packages=(
 )
 if [[ ${1:-} == --check ]]; then
     packages+=(libgtest-dev clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev doxygen
-               abigail-tools)
+               abigail-tools valgrind)
 elif [[ ${1:-} == --package ]]; then
     packages+=(dpkg-dev file)
 elif [[ ${1:-} == --docs ]]; then

@@ -30,10 +30,8 @@ void DeadlineTimer::async_wait(Handler handler) {
     const auto running = std::make_shared<boost::asio::steady_timer>(m_service);
     m_pRunning = running;
     running->expires_after(std::chrono::microseconds(m_nDueMicros - clock.nowMicros()));
-    running->async_wait(
-        [running, handler = std::move(handler)](const boost::system::error_code& error) {
-            handler(error);
-        });
+    running->async_wait([running, handler = std::move(handler)](
+                            const boost::system::error_code& error) { handler(error); });
 }
 
 void DeadlineTimer::cancel() {
