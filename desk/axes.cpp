@@ -12,15 +12,11 @@ constexpr int OPEN = 9 * 60 + 15;
 constexpr int LUNCH = 11 * 60 + 30;
 constexpr int RESUME = 13 * 60;
 constexpr int CLOSE = 15 * 60;
-/// So many minutes after the close reports and prices may still come.
-constexpr int TRAIL = 5;
 
 }  // namespace
 
 CTimeAxis::CTimeAxis(int first, int last)
-    : m_bSession(first > last || (first >= OPEN - TRAIL && last <= CLOSE + TRAIL)),
-      m_nFirst(OPEN),
-      m_nLast(CLOSE) {
+    : m_bSession(first > last || (first <= CLOSE && last >= OPEN)), m_nFirst(OPEN), m_nLast(CLOSE) {
     if (m_bSession) return;
     m_nFirst = first / 30 * 30;
     m_nLast = std::max(m_nFirst + 60, (last + 30) / 30 * 30);

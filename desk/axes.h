@@ -7,8 +7,8 @@
 /// Where minutes and values stand on a chart. Values in, values out.
 namespace desk {
 
-/// The time axis of one day. While all data lie within the market's session, the lunch break
-/// takes no room; otherwise the axis shows plain clock time.
+/// The time axis of one day. It shows the market's session, in which the lunch break takes no room,
+/// unless all data lie outside of it: then it shows plain clock time.
 class CTimeAxis {
 public:
     CTimeAxis() : CTimeAxis(0, 0) {}

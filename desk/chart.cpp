@@ -26,6 +26,14 @@ constexpr std::size_t MOST_ORDER_LINES = 8;
 /// Pixels between a label and the last point, which may have a dot around it.
 constexpr int LABEL_DISTANCE = 10;
 constexpr int FILL_ALPHA = 50;
+constexpr double POINT_RADIUS = 2.5;
+
+/// Adds a point to a curve. Of minutes that stand at one place, as those before the open, the last
+/// one counts.
+void addTo(std::vector<QPointF>& points, const QPointF& point) {
+    if (!points.empty() && points.back().x() == point.x()) points.pop_back();
+    points.push_back(point);
+}
 
 }  // namespace
 
@@ -45,7 +53,9 @@ void CChart::layOut() {
     const Picture& picture = *m_pPicture;
     m_resting = restingLevels(picture.orders, marketPrice(picture), MOST_ORDER_LINES);
     const ChartRange range = chartRange(picture, m_resting);
-    m_time = CTimeAxis(range.first, range.last);
+    // Prices alone, as before the open, do not say that the day is traded at another time.
+    const bool idle = picture.dots.empty() && picture.curve.empty();
+    m_time = idle ? CTimeAxis() : CTimeAxis(range.first, range.last);
     m_price.values =
         ValueAxis::over(range.low, range.high, PRICE_LINES, std::max(picture.tick, FINEST_PRICE));
     m_profit.values = ValueAxis::over(range.least, range.most, PROFIT_LINES, FINEST_MONEY);
@@ -142,6 +152,10 @@ void CChart::paintCurve(QPainter& painter, const QRect& clip, const std::vector<
     }
     painter.setPen(QPen(colour, 1.6));
     painter.drawPath(path);
+    if (points.size() == 1) {  // a day that has just begun
+        painter.setBrush(colour);
+        painter.drawEllipse(points.front(), POINT_RADIUS, POINT_RADIUS);
+    }
     painter.restore();
 }
 
@@ -149,7 +163,7 @@ void CChart::paintCurve(QPainter& painter, const QRect& clip, const std::vector<
 void CChart::paintProfit(QPainter& painter) const {
     std::vector<QPointF> points;
     for (const auto& [minute, point] : m_pPicture->curve)
-        points.push_back(pixel(m_profit, minute, point.profit));
+        addTo(points, pixel(m_profit, minute, point.profit));
     const double zero = pixel(m_profit, 0, 0.0).y();
     QRect gains = m_profit.area.adjusted(0, 0, 1, 1);
     QRect losses = gains;
@@ -184,11 +198,11 @@ std::vector<QPointF> CChart::pricePoints() const {
     std::pair<int, double> last(-1, 0.0);
     const auto holdUntil = [&](int minute) {
         if (last.first >= 0 && minute > last.first)
-            points.push_back(pixel(m_price, minute, last.second));
+            addTo(points, pixel(m_price, minute, last.second));
     };
     for (const auto& noted : m_pPicture->prices) {
         holdUntil(noted.first - 1);
-        points.push_back(pixel(m_price, noted.first, noted.second));
+        addTo(points, pixel(m_price, noted.first, noted.second));
         last = noted;
     }
     holdUntil(m_pPicture->minute);
@@ -202,11 +216,19 @@ QString CChart::priceTitle() const {
     for (const StockRow& row : m_pPicture->stocks) {
         if (row.stock == chosen.stock) name = QString::fromStdString(row.name);
     }
-    QString title = tr("Price of %1 %2 (yuan), with the deals and resting orders of the strategy")
-                        .arg(QString::fromStdString(chosen.stock), name)
-                        .replace("  (", " (");
-    if (m_nUnlabelled == 0) return title;
-    return tr("%1; %2 price levels have no label").arg(title).arg(m_nUnlabelled);
+    const QString stock = QString("%1 %2").arg(QString::fromStdString(chosen.stock), name);
+    const QString whole =
+        tr("Price of %1 (yuan), with the deals and resting orders of the strategy");
+    const QFontMetrics metrics(font());
+    // Where the pane is too narrow, the count of levels is what must stay.
+    for (const QString& text : {whole, tr("Price of %1 (yuan)")}) {
+        QString title = text.arg(stock.trimmed());
+        if (m_nUnlabelled > 0)
+            title = tr("%1; %2 price levels have no label").arg(title).arg(m_nUnlabelled);
+        if (m_price.area.left() + metrics.horizontalAdvance(title) <= width() || text != whole)
+            return title;
+    }
+    return {};
 }
 
 QString CChart::profitTitle() const {

@@ -66,6 +66,7 @@ private:
     /// Lines through the mouse, with the time, the value, and the deals of that minute.
     void paintCross(QPainter& painter) const;
     QString crossText(const Pane& pane, int minute) const;
+    std::vector<DealDot> dealsAt(int x) const;
     void paintMarks(QPainter& painter, int type, const Pane& pane) const;
     std::vector<QPointF> pricePoints() const;
     QString priceTitle() const;

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 
 /// The lines through the mouse, and what stands beside them.
 namespace desk {
@@ -16,6 +17,8 @@ namespace {
 
 constexpr int BOX_PADDING = 6;
 constexpr int MOUSE_DISTANCE = 12;
+/// Pixels; as far as the largest dot reaches from its middle.
+constexpr double DOT_REACH = 6.0;
 
 }  // namespace
 
@@ -30,14 +33,38 @@ void CChart::leaveEvent(QEvent* event) {
     QWidget::leaveEvent(event);
 }
 
+/// The deals under the mouse: those of the nearest minute whose dots reach so far.
+std::vector<DealDot> CChart::dealsAt(int x) const {
+    double nearest = DOT_REACH;
+    std::vector<DealDot> deals;
+    for (const DealDot& dot : m_pPicture->dots) {
+        const double distance = std::fabs(pixel(m_price, dot.minute, dot.price).x() - x);
+        const bool nearer = deals.empty() ? distance <= nearest : distance < nearest;
+        if (nearer) deals.clear();
+        const bool same = !deals.empty() && deals.front().minute == dot.minute;
+        if (nearer || same) deals.push_back(dot);
+        if (nearer) nearest = distance;
+    }
+    return deals;
+}
+
+/// Where the mouse is, what the curve shows there, and the deals.
 QString CChart::crossText(const Pane& pane, int minute) const {
     QStringList lines;
     lines << QString("%1  %2").arg(minuteText(minute),
                                    formatted(valueAt(pane, m_mouse->y()), pane.format));
-    for (const DealDot& dot : m_pPicture->dots) {
-        if (dot.minute != minute) continue;
-        lines << QString("%1 %2 × %3")
-                     .arg(formatted(dot.buys, EFormat::Side), formatted(dot.price, EFormat::Price),
+    const auto& prices = m_pPicture->prices;
+    const auto& curve = m_pPicture->curve;
+    const auto price = prices.upper_bound(minute);
+    const auto profit = curve.upper_bound(minute);
+    if (price != prices.begin() && minute <= m_pPicture->minute)
+        lines << tr("Price %1").arg(formatted(std::prev(price)->second, EFormat::Price));
+    if (profit != curve.begin() && minute <= m_pPicture->minute)
+        lines << tr("Profit %1").arg(formatted(std::prev(profit)->second.profit, EFormat::Profit));
+    for (const DealDot& dot : dealsAt(m_mouse->x())) {
+        lines << QString("%1 %2 %3 × %4")
+                     .arg(minuteText(dot.minute), formatted(dot.buys, EFormat::Side),
+                          formatted(dot.price, EFormat::Price),
                           formatted(qlonglong(dot.volume), EFormat::Count));
     }
     return lines.join('\n');
