@@ -1,6 +1,7 @@
 #include "desk/actions.h"
 
 #include "desk/engine.h"
+#include "desk/faulttexts.h"
 #include "desk/market.h"
 #include "linkage/core/clinkagemanager.h"
 #include "platform/services/clientconfig.h"
@@ -104,7 +105,7 @@ QString cancel(const TC::CLinkageManager& manager, const std::string& account, s
     const bool asked = utils::CManualSingletonT<TC::CTradeClient>::instance()->cancelOrder(
         found->second, error, -1, QString(), {});
     if (asked) return {};
-    return error.isEmpty() ? CEngine::tr("the trading server was not asked") : error;
+    return error.isEmpty() ? CEngine::tr("the trading server was not asked") : faultText(error);
 }
 
 }  // namespace
@@ -147,7 +148,7 @@ void CActions::cancelOrder(const std::string& account, std::uint64_t key,
             try {
                 fault = cancel(manager, account, key);
             } catch (const std::exception& thrown) {  // a service of the client
-                fault = QString::fromUtf8(thrown.what());
+                fault = faultText(QString::fromUtf8(thrown.what()));
             }
             engine.answer([answer, fault] { answer(fault); });
         }));

@@ -1,9 +1,8 @@
 #include "desk/importtexts.h"
 
-#include <QCoreApplication>
-#include <QRegularExpression>
+#include "desk/patterntexts.h"
 
-#include <algorithm>
+#include <QCoreApplication>
 
 namespace desk {
 
@@ -137,76 +136,13 @@ const char* const TEXTS[] = {
     QT_TRANSLATE_NOOP("ImportText", "unknown status: %1"),
 };
 
-struct Pattern {
-    QString source;
-    QRegularExpression expression;
-};
-
-Pattern patternOf(const char* source) {
-    static const QRegularExpression PLACE("%\\d");
-    const QString text = QString::fromUtf8(source);
-    QString expression = "^";
-    int done = 0;
-    for (auto places = PLACE.globalMatch(text); places.hasNext();) {
-        const QRegularExpressionMatch place = places.next();
-        expression += QRegularExpression::escape(text.mid(done, place.capturedStart() - done));
-        expression += "(.*)";
-        done = place.capturedEnd();
-    }
-    expression += QRegularExpression::escape(text.mid(done)) + "$";
-    return {text, QRegularExpression(expression, QRegularExpression::DotMatchesEverythingOption)};
-}
-
-/// Patterns with more text of their own come first, so that no text is taken for a more general
-/// one.
-const std::vector<Pattern>& patterns() {
-    static const std::vector<Pattern> PATTERNS = [] {
-        std::vector<Pattern> made;
-        for (const char* text : TEXTS) made.push_back(patternOf(text));
-        const auto plain = [](const Pattern& pattern) {
-            return pattern.source.size() - 2 * pattern.source.count('%');
-        };
-        std::stable_sort(made.begin(), made.end(), [&](const auto& left, const auto& right) {
-            return plain(left) > plain(right);
-        });
-        return made;
-    }();
-    return PATTERNS;
-}
-
-/// Fills all places of a text in one pass, because a value may itself contain "%1".
-QString filled(const QString& text, const QStringList& values) {
-    QString result;
-    for (int i = 0; i < text.size(); ++i) {
-        const int place = text[i] == '%' && i + 1 < text.size() ? text[i + 1].digitValue() : -1;
-        if (place < 1 || place > values.size()) {
-            result += text[i];
-            continue;
-        }
-        result += values[place - 1];
-        ++i;
-    }
-    return result;
-}
-
 }  // namespace
 
 QString importText(const QString& text) {
-    for (const Pattern& pattern : patterns()) {
-        const QRegularExpressionMatch match = pattern.expression.match(text);
-        if (!match.hasMatch()) continue;
-        QStringList values;
-        for (const QString& value : match.capturedTexts().mid(1)) values << importText(value);
-        return filled(
-            QCoreApplication::translate("ImportText", pattern.source.toUtf8().constData()), values);
-    }
-    return text;
+    static const CPatternTexts KNOWN("ImportText", TEXTS);
+    return KNOWN.translated(text);
 }
 
-QStringList importTextSources() {
-    QStringList sources;
-    for (const char* text : TEXTS) sources << QString::fromUtf8(text);
-    return sources;
-}
+QStringList importTextSources() { return textsOf(TEXTS); }
 
 }  // namespace desk

@@ -8,7 +8,7 @@ set -euo pipefail
 
 packages=(
     g++ cmake ninja-build pkg-config tzdata
-    qtbase5-dev qttools5-dev qttools5-dev-tools fonts-wqy-microhei
+    qtbase5-dev qttools5-dev qttools5-dev-tools qttranslations5-l10n fonts-wqy-microhei
     libboost-dev libboost-system-dev libboost-thread-dev
     libfmt-dev liblog4cxx-dev libmongoclient-dev libsimdjson-dev
     zlib1g-dev libbenchmark-dev

@@ -136,6 +136,389 @@
     </message>
 </context>
 <context>
+    <name>FaultText</name>
+    <message>
+        <source>field &quot;%1&quot;: %2</source>
+        <translation>字段“%1”：%2</translation>
+    </message>
+    <message>
+        <source>%1: missing field &quot;%2&quot;</source>
+        <translation>%1：缺少字段“%2”</translation>
+    </message>
+    <message>
+        <source>missing field &quot;%1&quot;</source>
+        <translation>缺少字段“%1”</translation>
+    </message>
+    <message>
+        <source>missing field &quot;seconds&quot; or &quot;to&quot;</source>
+        <translation>缺少字段“seconds”或“to”</translation>
+    </message>
+    <message>
+        <source>&quot;seconds&quot; and &quot;to&quot; in one line</source>
+        <translation>同一行中既有“seconds”又有“to”</translation>
+    </message>
+    <message>
+        <source>wrong type</source>
+        <translation>类型不对</translation>
+    </message>
+    <message>
+        <source>wrong type: %1 is needed, not %2</source>
+        <translation>类型不对：需要%1，而不是%2</translation>
+    </message>
+    <message>
+        <source>a list</source>
+        <translation>列表</translation>
+    </message>
+    <message>
+        <source>an object</source>
+        <translation>对象</translation>
+    </message>
+    <message>
+        <source>a text</source>
+        <translation>文本</translation>
+    </message>
+    <message>
+        <source>true or false</source>
+        <translation>真或假</translation>
+    </message>
+    <message>
+        <source>null</source>
+        <translation>空值</translation>
+    </message>
+    <message>
+        <source>a number</source>
+        <translation>数字</translation>
+    </message>
+    <message>
+        <source>a whole number</source>
+        <translation>整数</translation>
+    </message>
+    <message>
+        <source>number out of range: %1</source>
+        <translation>数字超出范围：%1</translation>
+    </message>
+    <message>
+        <source>number out of range: %1 is not within %2 to %3</source>
+        <translation>数字超出范围：%1 不在 %2 至 %3 之内</translation>
+    </message>
+    <message>
+        <source>number out of range: %1 is less than %2</source>
+        <translation>数字超出范围：%1 小于 %2</translation>
+    </message>
+    <message>
+        <source>number out of range: %1 is more than %2</source>
+        <translation>数字超出范围：%1 大于 %2</translation>
+    </message>
+    <message>
+        <source>number out of range: time ends in 2106</source>
+        <translation>数字超出范围：时间到 2106 年为止</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is no date &quot;yyyyMMdd&quot;</source>
+        <translation>“%1”不是“yyyyMMdd”形式的日期</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is no date and time</source>
+        <translation>“%1”不是日期和时间</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is no time &quot;hhmm&quot;</source>
+        <translation>“%1”不是“hhmm”形式的时间</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; has passed</source>
+        <translation>“%1”已过</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is neither &quot;%2&quot; nor &quot;%3&quot;</source>
+        <translation>“%1”既不是“%2”也不是“%3”</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is no service</source>
+        <translation>“%1”不是服务</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is no kind of fault</source>
+        <translation>“%1”不是故障类型</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is no step of the disk</source>
+        <translation>“%1”不是磁盘步骤</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is no error of the disk</source>
+        <translation>“%1”不是磁盘错误</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is no plain file name</source>
+        <translation>“%1”不是普通文件名</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is unknown</source>
+        <translation>“%1”未知</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; cannot be written: %2</source>
+        <translation>“%1”无法写入：%2</translation>
+    </message>
+    <message>
+        <source>the list has more than %1 values</source>
+        <translation>列表多于 %1 个值</translation>
+    </message>
+    <message>
+        <source>value %1 of the list is missing</source>
+        <translation>列表缺少第 %1 个值</translation>
+    </message>
+    <message>
+        <source>a book has at most %1 levels</source>
+        <translation>盘口最多 %1 档</translation>
+    </message>
+    <message>
+        <source>unknown &quot;do&quot;: &quot;%1&quot;</source>
+        <translation>未知的“do”：“%1”</translation>
+    </message>
+    <message>
+        <source>unknown &quot;op&quot;: &quot;%1&quot;</source>
+        <translation>未知的“op”：“%1”</translation>
+    </message>
+    <message>
+        <source>%1 takes %2 arguments, not %3</source>
+        <translation>%1 需要 %2 个参数，而不是 %3 个</translation>
+    </message>
+    <message>
+        <source>%1 to %2</source>
+        <translation>%1 至 %2</translation>
+    </message>
+    <message>
+        <source>account &quot;%1&quot; has no &quot;account&quot; line</source>
+        <translation>账户“%1”没有“account”行</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; needs the paper exchange</source>
+        <translation>“%1”需要模拟交易所</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; without a manager</source>
+        <translation>没有管理器时的“%1”</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; before &quot;config&quot;</source>
+        <translation>“config”之前的“%1”</translation>
+    </message>
+    <message>
+        <source>a second &quot;config&quot;</source>
+        <translation>第二个“config”</translation>
+    </message>
+    <message>
+        <source>there is no command %1</source>
+        <translation>没有 %1 号指令</translation>
+    </message>
+    <message>
+        <source>a line must be a JSON object</source>
+        <translation>每行必须是一个 JSON 对象</translation>
+    </message>
+    <message>
+        <source>not JSON: %1</source>
+        <translation>不是 JSON：%1</translation>
+    </message>
+    <message>
+        <source>This parser can&apos;t support a document that big</source>
+        <translation>文档太大</translation>
+    </message>
+    <message>
+        <source>Error allocating memory, we&apos;re most likely out of memory</source>
+        <translation>内存不足</translation>
+    </message>
+    <message>
+        <source>The JSON document has an improper structure: missing or superfluous commas, braces, missing keys, etc.</source>
+        <translation>结构不对：缺少或多出逗号、括号，或缺少键</translation>
+    </message>
+    <message>
+        <source>The JSON document was too deep (too many nested objects and arrays)</source>
+        <translation>嵌套太深</translation>
+    </message>
+    <message>
+        <source>Problem while parsing a string</source>
+        <translation>文本有误</translation>
+    </message>
+    <message>
+        <source>Problem while parsing an atom starting with the letter &apos;%1&apos;</source>
+        <translation>以字母“%1”开头的值有误</translation>
+    </message>
+    <message>
+        <source>Problem while parsing a number</source>
+        <translation>数字有误</translation>
+    </message>
+    <message>
+        <source>The input is not valid UTF-8</source>
+        <translation>不是有效的 UTF-8</translation>
+    </message>
+    <message>
+        <source>Empty: no JSON found</source>
+        <translation>内容为空</translation>
+    </message>
+    <message>
+        <source>Within strings, some characters must be escaped, we found unescaped characters</source>
+        <translation>文本中有未转义的字符</translation>
+    </message>
+    <message>
+        <source>A string is opened, but never closed.</source>
+        <translation>文本没有结束引号</translation>
+    </message>
+    <message>
+        <source>compressed data: %1</source>
+        <translation>压缩数据：%1</translation>
+    </message>
+    <message>
+        <source>unexpected end of file</source>
+        <translation>文件意外结束</translation>
+    </message>
+    <message>
+        <source>damaged</source>
+        <translation>已损坏</translation>
+    </message>
+    <message>
+        <source>incorrect header check</source>
+        <translation>文件头校验错误</translation>
+    </message>
+    <message>
+        <source>unknown compression method</source>
+        <translation>未知的压缩方法</translation>
+    </message>
+    <message>
+        <source>invalid window size</source>
+        <translation>窗口大小无效</translation>
+    </message>
+    <message>
+        <source>unknown header flags set</source>
+        <translation>文件头标志未知</translation>
+    </message>
+    <message>
+        <source>header crc mismatch</source>
+        <translation>文件头校验和不符</translation>
+    </message>
+    <message>
+        <source>invalid block type</source>
+        <translation>数据块类型无效</translation>
+    </message>
+    <message>
+        <source>invalid stored block lengths</source>
+        <translation>存储块长度无效</translation>
+    </message>
+    <message>
+        <source>too many length or distance symbols</source>
+        <translation>长度或距离符号过多</translation>
+    </message>
+    <message>
+        <source>invalid code lengths set</source>
+        <translation>编码长度集无效</translation>
+    </message>
+    <message>
+        <source>invalid bit length repeat</source>
+        <translation>位长重复无效</translation>
+    </message>
+    <message>
+        <source>invalid code -- missing end-of-block</source>
+        <translation>编码无效，缺少块结束符</translation>
+    </message>
+    <message>
+        <source>invalid literal/lengths set</source>
+        <translation>字面或长度集无效</translation>
+    </message>
+    <message>
+        <source>invalid distances set</source>
+        <translation>距离集无效</translation>
+    </message>
+    <message>
+        <source>invalid literal/length code</source>
+        <translation>字面或长度编码无效</translation>
+    </message>
+    <message>
+        <source>invalid distance code</source>
+        <translation>距离编码无效</translation>
+    </message>
+    <message>
+        <source>invalid distance too far back</source>
+        <translation>距离过远</translation>
+    </message>
+    <message>
+        <source>incorrect data check</source>
+        <translation>数据校验错误</translation>
+    </message>
+    <message>
+        <source>incorrect length check</source>
+        <translation>长度校验错误</translation>
+    </message>
+    <message>
+        <source>No such file or directory</source>
+        <translation>没有这样的文件或目录</translation>
+    </message>
+    <message>
+        <source>Permission denied</source>
+        <translation>没有权限</translation>
+    </message>
+    <message>
+        <source>Is a directory</source>
+        <translation>这是一个目录</translation>
+    </message>
+    <message>
+        <source>Not a directory</source>
+        <translation>不是目录</translation>
+    </message>
+    <message>
+        <source>Input/output error</source>
+        <translation>输入输出错误</translation>
+    </message>
+    <message>
+        <source>Too many open files</source>
+        <translation>打开的文件过多</translation>
+    </message>
+    <message>
+        <source>No space left on device</source>
+        <translation>磁盘空间不足</translation>
+    </message>
+    <message>
+        <source>Read-only file system</source>
+        <translation>文件系统只读</translation>
+    </message>
+    <message>
+        <source>Disk quota exceeded</source>
+        <translation>超出磁盘配额</translation>
+    </message>
+    <message>
+        <source>File name too long</source>
+        <translation>文件名太长</translation>
+    </message>
+    <message>
+        <source>Too many levels of symbolic links</source>
+        <translation>符号链接层数过多</translation>
+    </message>
+    <message>
+        <source>Value too large for defined data type</source>
+        <translation>文件太大</translation>
+    </message>
+    <message>
+        <source>Stale file handle</source>
+        <translation>文件句柄已失效</translation>
+    </message>
+    <message>
+        <source>no temporary directory can be made: %1</source>
+        <translation>无法建立临时目录：%1</translation>
+    </message>
+    <message>
+        <source>the service %1 failed</source>
+        <translation>服务 %1 出错</translation>
+    </message>
+    <message>
+        <source>no order</source>
+        <translation>没有委托</translation>
+    </message>
+    <message>
+        <source>no connection</source>
+        <translation>没有连接</translation>
+    </message>
+</context>
+<context>
     <name>ImportText</name>
     <message>
         <source>a service of the client failed</source>
@@ -1065,8 +1448,20 @@
         <translation>价格</translation>
     </message>
     <message>
-        <source>Price of %1 %2 (yuan), with the deals and resting orders of the strategy</source>
-        <translation>%1 %2 价格（元），及该策略的成交与挂单</translation>
+        <source>Price of %1 (yuan), with the deals and resting orders of the strategy</source>
+        <translation>%1 价格（元），及该策略的成交与挂单</translation>
+    </message>
+    <message>
+        <source>Price of %1 (yuan)</source>
+        <translation>%1 价格（元）</translation>
+    </message>
+    <message>
+        <source>Price %1</source>
+        <translation>价格 %1</translation>
+    </message>
+    <message>
+        <source>Profit %1</source>
+        <translation>盈亏 %1</translation>
     </message>
     <message>
         <source>Profit</source>
@@ -1978,8 +2373,8 @@
         <translation>没有运行中的委托</translation>
     </message>
     <message>
-        <source>Cancel &amp;order</source>
-        <translation>撤单(&amp;O)</translation>
+        <source>Cancel or&amp;der</source>
+        <translation>撤单(&amp;D)</translation>
     </message>
     <message>
         <source>Cancel order</source>
