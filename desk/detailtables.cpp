@@ -7,6 +7,8 @@
 #include <QCoreApplication>
 #include <QTabWidget>
 
+#include <array>
+
 namespace desk {
 
 namespace {
@@ -160,12 +162,18 @@ void CDetailTables::nameTables(QTabWidget* tabs) {
     tabs->addTab(m_pLevels, Tables::tr("Open lots"));
 }
 
-void CDetailTables::show(const Picture& picture) {
-    fill(m_pStocks, picture.stocks, stockRow);
-    fill(m_pOrders, picture.orders, orderRow);
-    fill(m_pDeals, picture.deals, dealRow);
-    fill(m_pTasks, picture.tasks, taskRow);
-    fill(m_pLevels, picture.levels, levelRow);
+CRowsView* CDetailTables::table(int which) const {
+    const std::array<CRowsView*, COUNT> tables{m_pStocks, m_pOrders, m_pDeals, m_pTasks, m_pLevels};
+    return tables[static_cast<std::size_t>(which)];
+}
+
+void CDetailTables::show(const Picture& picture, int which) {
+    CRowsView* table = this->table(which);
+    if (table == m_pStocks) fill(table, picture.stocks, stockRow);
+    if (table == m_pOrders) fill(table, picture.orders, orderRow);
+    if (table == m_pDeals) fill(table, picture.deals, dealRow);
+    if (table == m_pTasks) fill(table, picture.tasks, taskRow);
+    if (table == m_pLevels) fill(table, picture.levels, levelRow);
 }
 
 }  // namespace desk

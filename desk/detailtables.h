@@ -17,7 +17,10 @@ public:
     /// Adds a tab for each table except the stocks.
     CDetailTables(QWidget* parent, QTabWidget* tabs);
 
-    void show(const Picture& picture);
+    static constexpr int COUNT = 5;
+    /// Fills one of the tables.
+    void show(const Picture& picture, int which);
+    CRowsView* table(int which) const;
 
     CRowsView* stocks() { return m_pStocks; }
 

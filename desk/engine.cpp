@@ -1,5 +1,6 @@
 #include "desk/engine.h"
 
+#include "desk/faulttexts.h"
 #include "desk/picturetaker.h"
 
 #include <QCoreApplication>
@@ -165,7 +166,8 @@ void CEngine::run() {
     } catch (const StageError& fault) {
         fail(QString::fromUtf8(fault.what()));
     } catch (const std::exception& fault) {
-        fail(tr("The run was stopped by a fault: %1").arg(QString::fromUtf8(fault.what())));
+        fail(tr("The run was stopped by a fault: %1")
+                 .arg(faultText(QString::fromUtf8(fault.what()))));
     } catch (...) {
         fail(tr("The run was stopped by a fault: %1").arg("?"));
     }
@@ -176,6 +178,7 @@ void CEngine::play() {
     const QEventLoop loop;
     CPriceTape tape;
     const std::unique_ptr<IStage> stage = makeStage(tape);
+    stage->heed(m_bSelectionNew);
     CPictureTaker taker(tape, m_witness);
     Clock::time_point last = Clock::now();
     Clock::time_point nextPicture = last;

@@ -100,7 +100,7 @@ private:
     std::vector<Job> m_answers;
     std::shared_ptr<const Picture> m_pPicture;
     Selection m_selection;
-    bool m_bSelectionNew = false;
+    std::atomic<bool> m_bSelectionNew{false};  ///< the user waits for another picture
     bool m_bRung = false;
     QString m_strStageFault;
 

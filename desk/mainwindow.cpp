@@ -38,6 +38,9 @@ QString pairKey(const std::string& account, const std::string& strategy) {
 
 constexpr int LONGEST_BALANCE = BALANCE_DELAY + LONGEST_CANCELLING;
 
+/// From one page that is hidden to the next.
+constexpr int HIDDEN_MILLIS = 30;
+
 /// Seconds of the day of "hh:mm:ss".
 int secondOf(const std::string& time) {
     return QTime(0, 0).secsTo(typedTime(QString::fromStdString(time)));
@@ -54,6 +57,11 @@ CMainWindow::CMainWindow(CEngine& engine) : m_engine(engine), m_actions(engine) 
     resize(QSize(1600, 940).boundedTo(screen));
 
     connect(&m_engine, &CEngine::sigNews, this, &CMainWindow::collect, Qt::QueuedConnection);
+    listPages();
+    m_hidden.setInterval(HIDDEN_MILLIS);
+    connect(&m_hidden, &QTimer::timeout, this, &CMainWindow::showHiddenPage);
+    for (QTabWidget* tabs : {m_pTabs, m_pDayTabs})
+        connect(tabs, &QTabWidget::currentChanged, this, &CMainWindow::showPages);
     connect(m_pPairs, &CRowsView::sigChosen, this, &CMainWindow::choosePair);
     connect(m_pTables->stocks(), &CRowsView::sigChosen, this, &CMainWindow::chooseStock);
     connect(m_pPause, &QPushButton::clicked, this, [this] { setPaused(!m_engine.paused()); });
@@ -88,18 +96,10 @@ void CMainWindow::show(std::shared_ptr<const Picture> picture) {
     showClock(now);
     showPairs(now);
     showCounts(now);
-    // A picture of an earlier choice is not shown in the tables, or they would flicker.
-    if (now.selection == m_selection) {
-        m_pTables->show(now);
-        m_pChart->show(m_pShown);
-    }
-    m_pRunning->show(now.running, now.pairs);
-    m_pEvents->show(now.events);
-    m_pAccount->show(now, m_selection.account);
-    m_pBalances->show(now);
-    m_pTimes->show(now.balanceTimes, m_selection, now.time);
-    m_pHistory->show(now.history, m_selection);
-    m_pImport->show(now.imports);
+    if (now.selection == m_selection) m_pChart->show(m_pShown);
+    showPages();
+    m_nHiddenLeft = m_pages.size();
+    if (!m_hidden.isActive()) m_hidden.start();
     m_pPast->show(m_selection.account, now.alive);
     enableActions(now.alive);
     divide();
@@ -112,6 +112,49 @@ void CMainWindow::show(std::shared_ptr<const Picture> picture) {
     if (!now.fault.empty()) showMessage(QString::fromStdString(now.fault));
     chooseForTheUser(now);
     Q_EMIT sigShown();
+}
+
+/// What is filled from each picture, table by table.
+void CMainWindow::listPages() {
+    m_pages.reserve(CDetailTables::COUNT + 7);
+    for (int which = 0; which < CDetailTables::COUNT; ++which) {
+        m_pages.push_back({m_pTables->table(which), [this, which](const Picture& now) {
+                               // A picture of an earlier choice is not shown in the tables, or
+                               // they would flicker.
+                               if (now.selection == m_selection) m_pTables->show(now, which);
+                           }});
+    }
+    const auto add = [this](auto* page, auto show) {
+        m_pages.push_back({page, [page, show](const Picture& now) { show(*page, now); }});
+    };
+    add(m_pRunning, [](auto& page, const auto& now) { page.show(now.running, now.pairs); });
+    add(m_pEvents, [](auto& page, const auto& now) { page.show(now.events); });
+    add(m_pAccount, [this](auto& page, const auto& now) { page.show(now, m_selection.account); });
+    add(m_pBalances, [](auto& page, const auto& now) { page.show(now); });
+    add(m_pTimes, [this](auto& page, const auto& now) {
+        page.show(now.balanceTimes, m_selection, now.time);
+    });
+    add(m_pHistory, [this](auto& page, const auto& now) { page.show(now.history, m_selection); });
+    add(m_pImport, [](auto& page, const auto& now) { page.show(now.imports); });
+}
+
+void CMainWindow::showPages() {
+    if (!m_pShown) return;
+    for (const Page& page : m_pages) {
+        if (page.widget->isVisible()) page.show(*m_pShown);
+    }
+}
+
+/// Pages that nobody sees are filled one after another, so that none of them keeps the user
+/// waiting.
+void CMainWindow::showHiddenPage() {
+    while (m_nHiddenLeft > 0) {
+        --m_nHiddenLeft;
+        const Page& page = m_pages[m_nHidden];
+        m_nHidden = (m_nHidden + 1) % m_pages.size();
+        if (!page.widget->isVisible()) return page.show(*m_pShown);
+    }
+    m_hidden.stop();
 }
 
 /// Without the manager all actions are disabled.
@@ -196,7 +239,12 @@ bool CMainWindow::isSettled() const {
            (m_pShown->stocks.empty() || !m_selection.stock.empty());
 }
 
+void CMainWindow::fillHidden() {
+    while (m_nHiddenLeft > 0) showHiddenPage();
+}
+
 void CMainWindow::tidy() {
+    fillHidden();
     for (auto* table : findChildren<CRowsView*>()) {
         table->measureAnew();
         table->scrollToTop();

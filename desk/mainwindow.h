@@ -4,8 +4,11 @@
 #include "desk/engine.h"
 
 #include <QMainWindow>
+#include <QTimer>
 
+#include <functional>
 #include <memory>
+#include <vector>
 
 class QComboBox;
 class QLabel;
@@ -51,6 +54,9 @@ public:
     /// shown.
     void tidy();
 
+    /// Fills the pages that nobody sees now, and not in their turn.
+    void fillHidden();
+
     /// What the user did to the window, its tables and splitters. Nothing is read or written
     /// unless one of these is called.
     void restoreFrom(const QSettings& settings);
@@ -84,6 +90,9 @@ private:
     QWidget* titled(const QString& title, QWidget* content);
     void collect();
     void show(std::shared_ptr<const Picture> picture);
+    void listPages();
+    void showPages();
+    void showHiddenPage();
     void showPairs(const Picture& picture);
     void showClock(const Picture& picture);
     void showCounts(const Picture& picture);
@@ -111,10 +120,19 @@ private:
     CRowsView* m_pPairs = nullptr;
     CChart* m_pChart = nullptr;
     QTabWidget* m_pTabs = nullptr;
+    QTabWidget* m_pDayTabs = nullptr;
     QSplitter* m_pBoth = nullptr;
     QSplitter* m_pLeft = nullptr;
     QSplitter* m_pRight = nullptr;
     bool m_bSplitByHand = false;
+    struct Page {
+        QWidget* widget;
+        std::function<void(const Picture&)> show;
+    };
+    std::vector<Page> m_pages;
+    std::size_t m_nHidden = 0;      ///< the page that is filled next, if nobody sees it
+    std::size_t m_nHiddenLeft = 0;  ///< how many have not met the newest picture
+    QTimer m_hidden;
     std::unique_ptr<CDetailTables> m_pTables;
     CRunningPage* m_pRunning = nullptr;
     CEventsPage* m_pEvents = nullptr;

@@ -20,8 +20,9 @@ namespace desk {
 
 namespace {
 
-/// A picture comes ten times a second.
+/// A picture comes ten times a second. A day with many records is read less often.
 constexpr int PICTURES_TO_A_READING = 10;
+constexpr std::size_t ROWS_TO_A_READING = 500;
 constexpr int MARGIN = 6;
 const QString FILED = QStringLiteral("yyyyMMdd");
 
@@ -199,7 +200,9 @@ void CPastDaysPage::show(const std::string& account, bool alive) {
     }
     ++m_nPictures;
     if (!alive || m_account.empty() || !isVisible() || m_bReading) return;
-    if (m_bStale || m_nPictures >= PICTURES_TO_A_READING) read();
+    const std::size_t rows = m_day.deals.rows.size() + m_day.orders.rows.size();
+    const auto readings = static_cast<int>(1 + rows / ROWS_TO_A_READING);
+    if (m_bStale || m_nPictures >= PICTURES_TO_A_READING * readings) read();
 }
 
 void CPastDaysPage::chooseDay(const std::string& date) {

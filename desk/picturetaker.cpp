@@ -7,8 +7,6 @@
 #include "linkage/ledger/types.h"
 #include "platform/services/clientconfig.h"
 
-#include <QTime>
-
 #include <atomic>
 #include <cmath>
 #include <set>
@@ -84,9 +82,16 @@ std::set<std::string> strategiesOf(TC::CLinkageManager& manager, const Picture& 
 }  // namespace
 
 std::optional<int> minuteOf(const std::string& time) {
-    const QTime parsed = QTime::fromString(QString::fromStdString(time), "HHmmss");
-    if (!parsed.isValid()) return std::nullopt;
-    return parsed.hour() * 60 + parsed.minute();
+    // Called for each deal of each picture, so no parser of Qt's.
+    if (time.size() != 6) return std::nullopt;
+    int parts[3] = {};
+    for (std::size_t i = 0; i < time.size(); ++i) {
+        if (time[i] < '0' || time[i] > '9') return std::nullopt;
+        parts[i / 2] = parts[i / 2] * 10 + (time[i] - '0');
+    }
+    const auto [hour, minute, second] = parts;
+    if (hour > 23 || minute > 59 || second > 59) return std::nullopt;
+    return hour * 60 + minute;
 }
 
 void startCurves(TC::CLinkageManager& manager) {
@@ -104,6 +109,7 @@ void CPictureTaker::followManager(TC::CLinkageManager& manager) {
     startCurves(manager);
     m_events.follow(manager);
     m_witness.balances.follow(manager);
+    m_records.follow(manager);
     for (const auto& [key, stocks] : manager.state().historyLinkageData) m_fileKeys.insert(key);
 }
 
@@ -203,7 +209,7 @@ void CPictureTaker::takeStocksWithoutFigures(TC::CLinkageManager& manager, Pictu
     std::set<std::string> known;
     for (const StockRow& row : picture.stocks) known.insert(row.stock);
     for (const std::string& stock : manager.getStocks()) {
-        if (known.count(stock) || !hasRecords(manager, picture, stock)) continue;
+        if (known.count(stock) || !m_records.hasAny(chosen, stock)) continue;
         StockRow row;
         row.stock = stock;
         takeMarket(row);
@@ -219,8 +225,8 @@ void CPictureTaker::takeStock(TC::CLinkageManager& manager, Picture& picture) {
         picture.tick = detail->m_dPriceTick;
     }
     picture.prices = m_tape.of(stock);
-    takeOrders(manager, picture);
-    takeDeals(manager, picture);
+    takeOrders(picture);
+    takeDeals(picture);
     takeTasks(manager, picture);
 }
 

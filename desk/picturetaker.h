@@ -1,5 +1,6 @@
 #pragma once
 
+#include "desk/dayrecords.h"
 #include "desk/daywitness.h"
 #include "desk/eventlog.h"
 #include "desk/picture.h"
@@ -38,11 +39,9 @@ private:
     void takePairs(TC::CLinkageManager& manager, Picture& picture);
     void takeStocks(TC::CLinkageManager& manager, Picture& picture);
     void takeStocksWithoutFigures(TC::CLinkageManager& manager, Picture& picture);
-    static bool hasRecords(TC::CLinkageManager& manager, const Picture& picture,
-                           const std::string& stock);
     void takeStock(TC::CLinkageManager& manager, Picture& picture);
-    void takeOrders(TC::CLinkageManager& manager, Picture& picture);
-    void takeDeals(TC::CLinkageManager& manager, Picture& picture);
+    void takeOrders(Picture& picture);
+    void takeDeals(Picture& picture) const;
     void takeTasks(TC::CLinkageManager& manager, Picture& picture);
     void takeRunning(TC::CLinkageManager& manager, Picture& picture);
     void takeAccounts(TC::CLinkageManager& manager, Picture& picture);
@@ -63,6 +62,7 @@ private:
     /// When each order was seen first whose report nobody heard, by account and record key.
     std::map<std::pair<std::string, std::uint64_t>, std::string> m_seen;
     std::map<std::string, double> m_bound;  ///< FundsRow::bound, by account
+    CDayRecords m_records;
     boost::signals2::scoped_connection m_statConnection;
     std::shared_ptr<struct StatFlag> m_pStatChanged;
 };

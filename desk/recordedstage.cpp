@@ -1,4 +1,5 @@
 #include "desk/daywitness.h"
+#include "desk/faulttexts.h"
 #include "desk/picturetaker.h"
 #include "desk/pricetape.h"
 #include "desk/stage.h"
@@ -8,6 +9,8 @@
 #include "replay/output.h"
 #include "replay/session.h"
 #include "replay/times.h"
+
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <chrono>
@@ -22,7 +25,7 @@ using Manager = utils::CSingletonT<TC::CLinkageManager>;
 using Clock = std::chrono::steady_clock;
 
 /// How long a step may keep the engine from its jobs and pictures.
-constexpr auto LONGEST_STEP = std::chrono::milliseconds(30);
+constexpr auto LONGEST_STEP = std::chrono::milliseconds(10);
 /// Moves of the clock between two looks at how long the step has taken.
 constexpr std::int64_t STRIDE_MICROS = 2'000'000;
 
@@ -63,6 +66,7 @@ public:
         std::int64_t until = micros > NEVER - now ? NEVER : now + micros;
         if (m_haltMicros) until = std::min(until, *m_haltMicros);
         playUntil(until, deadline);
+        m_session.loop().runToRest();  // what was reported is taken in before it is shown
         // Events at the moment of the halt are still played before it.
         m_bHalted =
             m_haltMicros && m_session.loop().nowMicros() >= *m_haltMicros && (m_target || m_bEnded);
@@ -72,7 +76,7 @@ private:
     void playUntil(std::int64_t until, Clock::time_point deadline) {
         const bool wasEnded = m_bEnded;
         m_session.loop().runToRest();
-        while (Clock::now() < deadline) {
+        while (Clock::now() < deadline && !isHurried()) {
             const std::int64_t now = m_session.loop().nowMicros();
             if (m_target && now >= *m_target) m_target.reset();
             if (!m_target && !m_bEnded) {
@@ -177,7 +181,7 @@ private:
 
     void fail(const std::exception& fault) {
         m_bEnded = true;
-        m_fault = m_scenario + ":" + std::to_string(m_reader.number()) + ": " + fault.what();
+        m_fault = fmt::format("{}:{}: {}", m_scenario, m_reader.number(), faultText(fault.what()));
     }
 
     void setHalt() {
@@ -212,7 +216,7 @@ std::unique_ptr<IStage> makeRecordedStage(const QString& scenario, const QString
     try {
         return std::make_unique<CRecordedStage>(scenario, dataDir, haltAt, tape, witness);
     } catch (const replay::InputError& fault) {
-        throw StageError(scenario.toStdString() + ": " + fault.what());
+        throw StageError(fmt::format("{}: {}", scenario.toStdString(), faultText(fault.what())));
     }
 }
 

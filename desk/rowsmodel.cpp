@@ -8,6 +8,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <iterator>
 #include <utility>
 
 namespace desk {
@@ -87,8 +89,27 @@ void CRowsModel::setRows(std::vector<Row> rows) {
     if (rows == m_rows) return;
     Q_EMIT sigSetting();
     removeMissing(rows);
-    for (std::size_t i = 0; i < rows.size(); ++i) place(static_cast<int>(i), std::move(rows[i]));
+    QSet<QString> present;
+    present.reserve(static_cast<int>(m_rows.size()));
+    for (const Row& row : m_rows) present.insert(row.key);
+    std::size_t next = 0;
+    while (next < rows.size()) {
+        std::size_t end = next;  // of the new rows that stand together
+        while (end < rows.size() && !present.contains(rows[end].key)) ++end;
+        insert(next, {std::make_move_iterator(rows.begin() + std::ptrdiff_t(next)),
+                      std::make_move_iterator(rows.begin() + std::ptrdiff_t(end))});
+        if (end < rows.size()) place(static_cast<int>(end), std::move(rows[end]));
+        next = end + 1;
+    }
     Q_EMIT sigSet();
+}
+
+void CRowsModel::insert(std::size_t index, std::vector<Row> rows) {
+    if (rows.empty()) return;
+    beginInsertRows({}, static_cast<int>(index), static_cast<int>(index + rows.size()) - 1);
+    m_rows.insert(m_rows.begin() + static_cast<std::ptrdiff_t>(index),
+                  std::make_move_iterator(rows.begin()), std::make_move_iterator(rows.end()));
+    endInsertRows();
 }
 
 void CRowsModel::removeMissing(const std::vector<Row>& rows) {
@@ -105,16 +126,16 @@ void CRowsModel::removeMissing(const std::vector<Row>& rows) {
     }
 }
 
+/// The row is in the table already.
 void CRowsModel::place(int index, Row&& row) {
     const auto here = m_rows.begin() + index;
     if (here != m_rows.end() && here->key == row.key) return update(index, std::move(row));
     const auto found =
         std::find_if(here, m_rows.end(), [&row](const Row& other) { return other.key == row.key; });
-    if (found == m_rows.end()) {
-        beginInsertRows({}, index, index);
-        m_rows.insert(here, std::move(row));
-        endInsertRows();
-        return;
+    if (found == m_rows.end()) {  // a key that stands in the source twice
+        std::vector<Row> single;
+        single.push_back(std::move(row));
+        return insert(static_cast<std::size_t>(index), std::move(single));
     }
     const int from = static_cast<int>(found - m_rows.begin());
     beginMoveRows({}, from, from, {}, index);

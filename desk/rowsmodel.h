@@ -73,6 +73,7 @@ Q_SIGNALS:
 
 private:
     void removeMissing(const std::vector<Row>& rows);
+    void insert(std::size_t index, std::vector<Row> rows);
     void place(int index, Row&& row);
     void update(int index, Row&& row);
 

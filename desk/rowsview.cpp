@@ -30,6 +30,8 @@ constexpr int SORT_MARK = 16;
 /// When more rows than this change at once, the table was just filled, and its first rows are
 /// enough to measure.
 constexpr int MEASURED_AT_MOST = 200;
+/// Words whose widths are kept.
+constexpr int MOST_WORDS = 2000;
 
 /// What a saved layout begins with. One of an earlier version begins with neither.
 const QByteArray WIDTHS_BY_HAND("h");
@@ -127,22 +129,41 @@ int CRowsView::heightOf(int rows) const {
 
 void CRowsView::measureAnew() {
     m_bByHand = false;
+    for (auto& measured : m_measured) measured.clear();
     for (std::size_t column = 0; column < m_widths.size(); ++column)
         m_widths[column] = titleWidth(column);
     measure(0, m_pRows->rowCount() - 1);
     spread();
 }
 
+/// The width of a cell's text, or less where it needs no more than the `known` width. Figures are
+/// new with each picture, so they are measured only when they could be wider; words come again.
+int CRowsView::widthOf(const QString& text, bool heading, int known) {
+    const QFontMetrics metrics(heading ? bold(font()) : font());
+    static const QString MARKS = QStringLiteral(",.:-+% ");
+    const bool isFigure = std::all_of(text.begin(), text.end(), [](QChar letter) {
+        return (letter >= '0' && letter <= '9') || MARKS.contains(letter);
+    });
+    // A sign and a percent may be wider than digits; other marks are not.
+    const int most = text.size() * metrics.horizontalAdvance('0') +
+                     metrics.horizontalAdvance(QStringLiteral("+%"));
+    if (isFigure && most <= known) return 0;
+    if (isFigure) return metrics.horizontalAdvance(text);
+    auto& measured = m_measured[heading];
+    if (measured.size() > MOST_WORDS) measured.clear();
+    const auto found = measured.constFind(text);
+    if (found != measured.constEnd()) return *found;
+    return *measured.insert(text, metrics.horizontalAdvance(text));
+}
+
 void CRowsView::measure(int first, int last) {
-    const QFontMetrics plain(font());
-    const QFontMetrics heading(bold(font()));
     bool wider = false;
     for (int i = first; i <= std::min(last, first + MEASURED_AT_MOST); ++i) {
-        const QFontMetrics& metrics = m_pRows->row(i).heading ? heading : plain;
+        const bool heading = m_pRows->row(i).heading;
         for (std::size_t column = 0; column < m_widths.size(); ++column) {
             const QModelIndex cell = m_pRows->index(i, static_cast<int>(column));
             const QString text = m_pRows->data(cell, Qt::DisplayRole).toString();
-            const int width = metrics.horizontalAdvance(text) + PADDING;
+            const int width = widthOf(text, heading, m_widths[column] - PADDING) + PADDING;
             wider |= width > m_widths[column];
             m_widths[column] = std::max(m_widths[column], width);
         }

@@ -2,6 +2,7 @@
 
 #include "desk/rowsmodel.h"
 
+#include <QHash>
 #include <QHeaderView>
 #include <QTableView>
 
@@ -76,11 +77,13 @@ private:
     void chooseColumns(const QPoint& place);
     void saveCsv();
     int titleWidth(std::size_t column) const;
+    int widthOf(const QString& text, bool heading, int known);
 
     CRowsModel* m_pRows;
     CSortedRows* m_pSorted = nullptr;
     bool m_bInSight = false;  ///< while rows are set: the current one was in sight
     std::vector<int> m_widths;
+    QHash<QString, int> m_measured[2];  ///< widths of words, plain and in headings
     QString m_strPlaceholder;
     int m_nEdited = -1;
     bool m_bMeasuring = false;  ///< inside updateGeometries()

@@ -2,6 +2,7 @@
 
 #include <QString>
 
+#include <atomic>
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -28,10 +29,13 @@ public:
 
     virtual ~IStage() = default;
 
-    /// Lets up to `micros` of client time pass, but gives the thread back after a few
-    /// hundredths of a second; time that was not used then is lost, not owed. A stage
+    /// Lets up to `micros` of client time pass, but gives the thread back after a hundredth of a
+    /// second or two; time that was not used then is lost, not owed. A stage
     /// on the machine's clock ignores `micros`.
     virtual void step(std::int64_t micros) = 0;
+
+    /// While the flag is raised, a step ends as soon as it can.
+    void heed(const std::atomic<bool>& hurry) { m_pHurry = &hurry; }
 
     /// Whether speed and pause mean anything here.
     virtual bool canBePaced() const = 0;
@@ -45,6 +49,12 @@ public:
     virtual void goOn() {}
     /// Why the recording ended early; empty otherwise.
     virtual std::string fault() const { return {}; }
+
+protected:
+    bool isHurried() const { return m_pHurry && *m_pHurry; }
+
+private:
+    const std::atomic<bool>* m_pHurry = nullptr;
 };
 
 /// Plays a scenario file on virtual time, up to the time of day `haltAt` ("hh:mm",

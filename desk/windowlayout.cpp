@@ -162,18 +162,18 @@ void CMainWindow::makeSplitters() {
     m_pRight->addWidget(m_pChart);
     m_pRight->addWidget(m_pTabs);
     m_pRight->setStretchFactor(1, 1);
-    auto* day = new QTabWidget(this);
-    day->setObjectName("dayTabs");
-    m_pRunning = new CRunningPage(m_actions, day);
-    m_pEvents = new CEventsPage(day);
-    day->addTab(m_pRunning, tr("Running orders"));
-    day->addTab(m_pEvents, tr("Events"));
-    m_pAccount = new CAccountPage(day);
-    day->addTab(m_pAccount, tr("Funds and positions"));
+    m_pDayTabs = new QTabWidget(this);
+    m_pDayTabs->setObjectName("dayTabs");
+    m_pRunning = new CRunningPage(m_actions, m_pDayTabs);
+    m_pEvents = new CEventsPage(m_pDayTabs);
+    m_pDayTabs->addTab(m_pRunning, tr("Running orders"));
+    m_pDayTabs->addTab(m_pEvents, tr("Events"));
+    m_pAccount = new CAccountPage(m_pDayTabs);
+    m_pDayTabs->addTab(m_pAccount, tr("Funds and positions"));
     m_pLeft = new QSplitter(Qt::Vertical, this);
     m_pLeft->setObjectName("left");
     m_pLeft->addWidget(titled(tr("Accounts and strategies"), m_pPairs));
-    m_pLeft->addWidget(day);
+    m_pLeft->addWidget(m_pDayTabs);
     m_pLeft->setStretchFactor(1, 1);
     m_pBoth = new QSplitter(Qt::Horizontal, this);
     m_pBoth->setObjectName("both");
@@ -237,11 +237,15 @@ void CMainWindow::makeShortcuts() {
     click(m_pImportNow, int(Qt::CTRL) | int(Qt::Key_I));
     add(int(Qt::CTRL) | int(Qt::Key_Down), [this] { stepPair(1); });
     add(int(Qt::CTRL) | int(Qt::Key_Up), [this] { stepPair(-1); });
-    for (int tab = 0; tab < m_pTabs->count(); ++tab) {
-        const QKeySequence keys(int(Qt::CTRL) | (int(Qt::Key_1) + tab));
-        add(keys, [this, tab] { m_pTabs->setCurrentIndex(tab); });
-        m_pTabs->setTabToolTip(tab, keys.toString(QKeySequence::NativeText));
-    }
+    const auto choose = [&add](QTabWidget* tabs, int modifier) {
+        for (int tab = 0; tab < tabs->count(); ++tab) {
+            const QKeySequence keys(modifier | (int(Qt::Key_1) + tab));
+            add(keys, [tabs, tab] { tabs->setCurrentIndex(tab); });
+            tabs->setTabToolTip(tab, keys.toString(QKeySequence::NativeText));
+        }
+    };
+    choose(m_pTabs, int(Qt::CTRL));
+    choose(m_pDayTabs, int(Qt::ALT));
 }
 
 /// Chooses the next row, or the one before.

@@ -107,14 +107,23 @@ protected:
         return found;
     }
 
-    void press(const char* button) { press(*m_window, button); }
+    void press(const char* button) {
+        m_window->fillHidden();
+        press(*m_window, button);
+    }
     static void press(QWidget& window, const char* button) {
         QTest::mouseClick(window.findChild<QPushButton*>(button), Qt::LeftButton);
     }
-    bool enabled(const char* button) { return find<QPushButton>(button)->isEnabled(); }
+    bool enabled(const char* button) {
+        m_window->fillHidden();
+        return find<QPushButton>(button)->isEnabled();
+    }
     QString message() { return find<QLabel>("message")->text(); }
 
-    desk::CRowsModel& rows(const char* table) { return find<desk::CRowsView>(table)->rows(); }
+    desk::CRowsModel& rows(const char* table) {
+        m_window->fillHidden();
+        return find<desk::CRowsView>(table)->rows();
+    }
 
     void clickRow(const char* name, const QString& key) {
         auto* table = find<desk::CRowsView>(name);

@@ -1,0 +1,122 @@
+#pragma once
+
+#include "desk/picture.h"
+#include "platform/records/dealdetail.h"
+#include "platform/records/orderdetail.h"
+
+#include <boost/shared_ptr.hpp>
+#include <boost/signals2/connection.hpp>
+
+#include <QObject>
+
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+namespace TC {
+class CLinkageManager;
+}
+
+namespace desk {
+
+/// Orders and deals of the day, as the library has them, by account, stock and strategy.
+///
+/// It asks the library for all of them only at its start and after a load of accounts. In between
+/// it takes in what the data center reports, so that a picture costs what changed and not what the
+/// day holds. The library's counts of running orders show whether both still agree; when they do
+/// not, and once whenever nothing more is reported, it asks for all again.
+///
+/// Threads: the engine's; reports come on any.
+class CDayRecords {
+public:
+    using OrderPtr = boost::shared_ptr<vexservice::COrderDetail>;
+    using DealPtr = boost::shared_ptr<vexservice::CDealDetail>;
+
+    /// By account and record key.
+    using RunningOrders = std::map<std::pair<std::string, std::uint64_t>, OrderPtr>;
+
+    CDayRecords();
+    ~CDayRecords();
+
+    /// To be called with each new manager; its client is there by then.
+    void follow(TC::CLinkageManager& manager);
+
+    /// Takes in what is new. `rejected` gets each order that is new among the rejected ones, with
+    /// its account and record key.
+    template <class Rejected>
+    void update(TC::CLinkageManager& manager, const Picture& picture, Rejected rejected) {
+        takeNews(manager, picture);
+        for (const auto& [id, order] : m_rejected) rejected(id.first, id.second, *order);
+        m_rejected.clear();
+    }
+
+    const RunningOrders& running() const { return m_running; }
+
+    /// Whether the pair has an order or a deal in the stock; the empty strategy stands for the
+    /// whole account.
+    bool hasAny(const Selection& chosen, const std::string& stock) const;
+
+    /// Calls `work` with key and record of each order, or deal, of the chosen pair and stock.
+    template <class Work>
+    void eachOrder(const Selection& chosen, Work work) const {
+        each(chosen, [&work](const Records& records) {
+            for (const auto& [key, order] : records.orders) work(key, *order);
+        });
+    }
+    template <class Work>
+    void eachDeal(const Selection& chosen, Work work) const {
+        each(chosen, [&work](const Records& records) {
+            for (const auto& [key, deal] : records.deals) work(key, *deal);
+        });
+    }
+
+private:
+    using Clock = std::chrono::steady_clock;
+    using Place = std::tuple<std::string, std::string, std::string>;  // account, stock, strategy
+    struct Records {
+        std::map<std::uint64_t, OrderPtr> orders;
+        std::map<std::uint64_t, DealPtr> deals;
+    };
+    struct News;
+    struct Inbox;
+
+    /// The records of an account and a stock stand in a row, by strategy.
+    template <class Work>
+    void each(const Selection& chosen, Work work) const {
+        auto at = m_records.lower_bound({chosen.account, chosen.stock, chosen.strategy});
+        for (; at != m_records.end(); ++at) {
+            const auto& [account, stock, strategy] = at->first;
+            if (account != chosen.account || stock != chosen.stock) return;
+            if (!chosen.strategy.empty() && strategy != chosen.strategy) return;
+            work(at->second);
+        }
+    }
+
+    void takeNews(TC::CLinkageManager& manager, const Picture& picture);
+    void readAll(TC::CLinkageManager& manager, const Picture& picture);
+    bool agrees(const TC::CLinkageManager& manager) const;
+    bool isDue(bool isNew, bool agreed, const Picture& picture);
+    void take(const std::string& account, const OrderPtr& order);
+    void take(const std::string& account, const DealPtr& deal);
+    void setRunning(const std::string& account, const OrderPtr& order);
+
+    std::shared_ptr<Inbox> m_pInbox;  ///< shared with reports that are under way
+    std::unique_ptr<QObject> m_pContext;
+    std::vector<boost::signals2::scoped_connection> m_connections;
+    std::map<Place, Records> m_records;
+    std::map<std::string, std::map<std::uint64_t, OrderPtr>> m_orders;
+    RunningOrders m_running;
+    std::map<std::string, int> m_runningOf;  ///< how many, by account
+    std::vector<std::pair<std::pair<std::string, std::uint64_t>, OrderPtr>> m_rejected;
+    std::string m_date;
+    bool m_bUnchecked = true;  ///< reports came since all was read
+    Clock::time_point m_lastNews;
+    Clock::time_point m_nextReading;
+};
+
+}  // namespace desk
