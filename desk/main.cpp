@@ -1,4 +1,5 @@
 #include "desk/engine.h"
+#include "desk/fluency.h"
 #include "desk/mainwindow.h"
 #include "desk/shot.h"
 #include "desk/style.h"
@@ -18,19 +19,49 @@
 
 namespace {
 
+constexpr int TOO_SLOW = 1;
 constexpr int USAGE_ERROR = 2;
+constexpr double FASTEST = 1000.0;
 
 struct Arguments {
     desk::EngineOptions engine;
     QString shot;
     QSize size;
     QLocale locale;
+    std::optional<desk::FluencyTerms> measure;
 };
 
 int refuse(const QString& text) {
     QTextStream(stderr) << "linkage-desk: " << text << '\n';
     return USAGE_ERROR;
 }
+
+/// How fluent the window is, measured with clicks.
+struct MeasureOptions {
+    QCommandLineOption clicks{"measure",
+                              "Click so many times at random moments while the day plays (at\n"
+                              "1,000 times its speed unless --speed is given), without a display;\n"
+                              "print how soon the rows were painted and exit.",
+                              "N"};
+    QCommandLineOption atMost{"at-most",
+                              "With --measure: fail when the 99th percentile takes longer.", "MS"};
+    QCommandLineOption seed{"seed", "With --measure: which moments and clicks.", "N", "1"};
+
+    /// Empty, or what is wrong.
+    QString read(const QCommandLineParser& parser, Arguments& arguments) const {
+        if (!parser.isSet(clicks)) return {};
+        desk::FluencyTerms terms;
+        terms.clicks = parser.value(clicks).toInt();
+        terms.seed = parser.value(seed).toUInt();
+        terms.atMost = parser.value(atMost).toDouble();
+        if (terms.clicks < 1) return "--measure takes a number of clicks";
+        if (parser.isSet(atMost) && !(terms.atMost > 0.0))
+            return "--at-most takes a number of milliseconds";
+        if (!parser.isSet("speed")) arguments.engine.speed = FASTEST;
+        arguments.measure = terms;
+        return {};
+    }
+};
 
 /// Empty when the arguments can be understood, else what is wrong.
 QString readArguments(const QCoreApplication& application, Arguments& arguments) {
@@ -52,41 +83,61 @@ QString readArguments(const QCoreApplication& application, Arguments& arguments)
     const QCommandLineOption shot(
         "shot", "Play the scenario without a display, save a picture of the window and exit.",
         "FILE.png");
-    parser.addOptions({speed, halt, dir, lang, size, shot});
+    const MeasureOptions measure;
+    parser.addOptions(
+        {speed, halt, dir, lang, size, shot, measure.clicks, measure.atMost, measure.seed});
     parser.process(application);
 
     const QStringList files = parser.positionalArguments();
     if (files.size() > 1) return "more than one scenario";
     if (!files.isEmpty()) arguments.engine.scenario = files.front();
     arguments.engine.speed = parser.value(speed).toDouble();
-    if (!(arguments.engine.speed >= 1.0 && arguments.engine.speed <= 1000.0))
+    if (!(arguments.engine.speed >= 1.0 && arguments.engine.speed <= FASTEST))
         return "--speed takes a number from 1 to 1000";
     arguments.engine.haltAt = parser.value(halt).toStdString();
     if (parser.isSet(halt) && !QTime::fromString(parser.value(halt), "HH:mm").isValid())
         return "--until takes a time as HH:MM";
     arguments.engine.dataDir = parser.value(dir);
     arguments.locale = parser.isSet(lang) ? QLocale(parser.value(lang)) : QLocale::system();
+    const bool isAlone = parser.isSet(shot) || parser.isSet(measure.clicks);  // without a display
     const QString sizeText =
-        parser.isSet(shot) && !parser.isSet(size) ? QString("1600x940") : parser.value(size);
+        isAlone && !parser.isSet(size) ? QString("1600x940") : parser.value(size);
     const QStringList sides = sizeText.split('x');
     arguments.size = sides.size() == 2 ? QSize(sides[0].toInt(), sides[1].toInt()) : QSize();
     if (!sizeText.isEmpty() && arguments.size.isEmpty())
         return "--size takes a size as WIDTHxHEIGHT";
     arguments.shot = parser.value(shot);
     if (parser.isSet(shot) && arguments.engine.scenario.isEmpty()) return "--shot needs a scenario";
-    return {};
+    return measure.read(parser, arguments);
 }
 
-/// Taking a picture needs no display. Qt chooses its platform before the arguments are parsed,
-/// so they are looked at here.
+/// Taking a picture and measuring need no display. Qt chooses its platform before the arguments are
+/// parsed, so they are looked at here.
 void chooseTheDisplay(int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
         const QByteArray argument = argv[i];
-        const bool needsNone = argument == "--shot" || argument.startsWith("--shot=") ||
+        const bool needsNone = argument.startsWith("--shot") || argument.startsWith("--measure") ||
                                argument == "--help" || argument == "-h";
         if (needsNone && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
             qputenv("QT_QPA_PLATFORM", "offscreen");
     }
+}
+
+/// Runs until all clicks are answered.
+int measureFluency(desk::CMainWindow& window, desk::CEngine& engine,
+                   const desk::FluencyTerms& terms) {
+    desk::CFluency fluency(window, terms);
+    QObject::connect(&fluency, &desk::CFluency::sigDone, &QCoreApplication::quit);
+    QString fault;
+    QObject::connect(&window, &desk::CMainWindow::sigFault, &fluency, [&](const QString& text) {
+        fault = text;
+        QCoreApplication::quit();
+    });
+    engine.start();
+    QApplication::exec();
+    if (!fault.isEmpty()) return refuse(fault);
+    QTextStream(stdout) << fluency.report();
+    return fluency.isWell() ? 0 : TOO_SLOW;
 }
 
 }  // namespace
@@ -108,11 +159,13 @@ int main(int argc, char** argv) {
     if (!arguments.shot.isEmpty()) arguments.engine.speed = desk::UNPACED;
     desk::CEngine engine(arguments.engine);
     desk::CMainWindow window(engine);
-    const bool isKept = arguments.shot.isEmpty();  // a picture shows the window as it begins
+    // A picture shows the window as it begins, and clicks are measured on it.
+    const bool isKept = arguments.shot.isEmpty() && !arguments.measure;
     QSettings settings(QSettings::IniFormat, QSettings::UserScope, "linkage", "linkage-desk");
     if (isKept) window.restoreFrom(settings);
     if (!arguments.size.isEmpty()) window.resize(arguments.size);
     static_cast<QWidget&>(window).show();
+    if (arguments.measure) return measureFluency(window, engine, *arguments.measure);
 
     QString shotFault;
     if (!arguments.shot.isEmpty())
