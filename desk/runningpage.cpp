@@ -51,7 +51,7 @@ CRunningPage::CRunningPage(CActions& actions, QWidget* parent)
     m_pTable->setObjectName("running");
     m_pTable->setPlaceholder(tr("No order is running"));
     connect(m_pTable, &QTableView::doubleClicked, this, &CRunningPage::cancel);
-    auto* key = new QAction(tr("Cancel &order"), m_pTable);
+    auto* key = new QAction(tr("Cancel or&der"), m_pTable);
     key->setShortcut(QKeySequence::Delete);
     key->setShortcutContext(Qt::WidgetShortcut);
     connect(key, &QAction::triggered, this, &CRunningPage::cancel);

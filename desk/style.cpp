@@ -2,9 +2,11 @@
 
 #include <QApplication>
 #include <QFont>
+#include <QPainter>
 #include <QPalette>
 #include <QProxyStyle>
 #include <QStyleFactory>
+#include <QStyleOption>
 
 namespace desk::style {
 
@@ -56,6 +58,7 @@ QPushButton:focus { border: 1px solid #4f9dff; }
 QPushButton:hover { border-color: #4f9dff; }
 QPushButton:disabled { color: #5b6575; }
 QPushButton[primary="true"] { background: #1f5fae; border-color: #2c76cf; }
+QPushButton[primary="true"]:focus { border-color: #dce3ee; }
 QPushButton[primary="true"]:disabled { background: #202937; border-color: #2d3849; }
 QProgressBar { background: #202937; border: 0; border-radius: 3px; max-height: 6px; }
 QProgressBar::chunk { background: #4f9dff; border-radius: 3px; }
@@ -67,7 +70,7 @@ QLabel[role="faint"] { color: #8b97aa; }
 QToolTip { border: 1px solid #2d3849; }
 )";
 
-/// Cells of tables keep the distance that their headers keep.
+/// Cells of tables keep the distance that their headers keep, and boxes show where the focus is.
 class CDeskStyle final : public QProxyStyle {
 public:
     CDeskStyle() : QProxyStyle(QStyleFactory::create("Fusion")) {}
@@ -76,6 +79,17 @@ public:
                     const QWidget* widget) const override {
         if (metric == PM_FocusFrameHMargin) return CELL_MARGIN - 1;
         return QProxyStyle::pixelMetric(metric, option, widget);
+    }
+
+    void drawComplexControl(ComplexControl control, const QStyleOptionComplex* option,
+                            QPainter* painter, const QWidget* widget) const override {
+        QProxyStyle::drawComplexControl(control, option, painter, widget);
+        if (control != CC_ComboBox || !(option->state & State_HasFocus)) return;
+        painter->save();
+        painter->setPen(ACCENT);
+        painter->setBrush(Qt::NoBrush);
+        painter->drawRect(option->rect.adjusted(0, 0, -1, -1));
+        painter->restore();
     }
 };
 

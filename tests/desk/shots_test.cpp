@@ -5,6 +5,7 @@
 #include "linkage/balance/booknames.h"
 #include "tests/desk/deskfixture.h"
 #include "tests/desk/layoutcheck.h"
+#include "tests/desk/textcheck.h"
 
 #include <QDir>
 #include <QFile>
@@ -12,17 +13,11 @@
 #include <QProcess>
 #include <QRegularExpression>
 
-#include <algorithm>
-
 namespace {
 
 using support::CLayoutCheck;
 using support::DeskTest;
-
-bool isChinese(const QString& text) {
-    return std::any_of(text.begin(), text.end(),
-                       [](QChar letter) { return letter.script() == QChar::Script_Han; });
-}
+using support::isChinese;
 
 class DeskLanguages : public DeskTest, public testing::WithParamInterface<const char*> {
 protected:
@@ -45,7 +40,7 @@ TEST_P(DeskLanguages, NothingIsCutOffOrOverlapsOnAnyPage) {
     auto* tabs = find<QTabWidget>("tabs");
     for (int i = 0; i < tabs->count(); ++i) {
         tabs->setCurrentIndex(i);
-        for (const QSize size : {QSize(1280, 760), QSize(1600, 940), QSize(1920, 1080)}) {
+        for (const QSize size : {QSize(1280, 760), QSize(1280, 800), QSize(1920, 1080)}) {
             m_window->resize(size);
             QApplication::processEvents();
             EXPECT_EQ(m_window->size(), size);
