@@ -18,6 +18,8 @@
 #include <QStyledItemDelegate>
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <numeric>
 #include <utility>
 
@@ -48,6 +50,24 @@ protected:
         option->palette.setBrush(QPalette::HighlightedText, option->palette.brush(QPalette::Text));
     }
 };
+
+using Advances = std::array<double, 128>;
+
+/// Letters of which figures are made.
+const QString FIGURES = QStringLiteral("0123456789,.:-+% ");
+
+/// How wide the letters of figures are. The window's thread; few fonts are in use.
+const Advances& advancesOf(const QFont& font) {
+    static std::vector<std::pair<QFont, Advances>> known;
+    const auto found = std::find_if(known.begin(), known.end(),
+                                    [&font](const auto& each) { return each.first == font; });
+    if (found != known.end()) return found->second;
+    Advances advances{};
+    const QFontMetricsF metrics(font);
+    for (const QChar letter : FIGURES)
+        advances[letter.unicode()] = metrics.horizontalAdvance(letter);
+    return known.emplace_back(font, advances).second;
+}
 
 QFont bold(QFont font) {
     font.setBold(true);
@@ -136,24 +156,23 @@ void CRowsView::measureAnew() {
     spread();
 }
 
-/// The width of a cell's text, or less where it needs no more than the `known` width. Figures are
-/// new with each picture, so they are measured only when they could be wider; words come again.
-int CRowsView::widthOf(const QString& text, bool heading, int known) {
-    const QFontMetrics metrics(heading ? bold(font()) : font());
-    static const QString MARKS = QStringLiteral(",.:-+% ");
-    const bool isFigure = std::all_of(text.begin(), text.end(), [](QChar letter) {
-        return (letter >= '0' && letter <= '9') || MARKS.contains(letter);
-    });
-    // A sign and a percent may be wider than digits; other marks are not.
-    const int most = text.size() * metrics.horizontalAdvance('0') +
-                     metrics.horizontalAdvance(QStringLiteral("+%"));
-    if (isFigure && most <= known) return 0;
-    if (isFigure) return metrics.horizontalAdvance(text);
+/// Figures are new with each picture, so the widths of their letters are added up; words come
+/// again.
+int CRowsView::widthOf(const QString& text, bool heading) {
+    const QFont letters = heading ? bold(font()) : font();
+    const bool isFigure = std::all_of(text.begin(), text.end(),
+                                      [](QChar letter) { return FIGURES.contains(letter); });
+    if (isFigure) {
+        const auto& advances = advancesOf(letters);
+        double width = 0.0;
+        for (const QChar letter : text) width += advances[letter.unicode()];
+        return static_cast<int>(std::ceil(width));
+    }
     auto& measured = m_measured[heading];
     if (measured.size() > MOST_WORDS) measured.clear();
     const auto found = measured.constFind(text);
     if (found != measured.constEnd()) return *found;
-    return *measured.insert(text, metrics.horizontalAdvance(text));
+    return *measured.insert(text, QFontMetrics(letters).horizontalAdvance(text));
 }
 
 void CRowsView::measure(int first, int last) {
@@ -163,7 +182,7 @@ void CRowsView::measure(int first, int last) {
         for (std::size_t column = 0; column < m_widths.size(); ++column) {
             const QModelIndex cell = m_pRows->index(i, static_cast<int>(column));
             const QString text = m_pRows->data(cell, Qt::DisplayRole).toString();
-            const int width = widthOf(text, heading, m_widths[column] - PADDING) + PADDING;
+            const int width = widthOf(text, heading) + PADDING;
             wider |= width > m_widths[column];
             m_widths[column] = std::max(m_widths[column], width);
         }

@@ -77,7 +77,7 @@ private:
     void chooseColumns(const QPoint& place);
     void saveCsv();
     int titleWidth(std::size_t column) const;
-    int widthOf(const QString& text, bool heading, int known);
+    int widthOf(const QString& text, bool heading);
 
     CRowsModel* m_pRows;
     CSortedRows* m_pSorted = nullptr;
