@@ -9,7 +9,7 @@ namespace desk {
 namespace {
 
 /// What is wrong with a scenario, a file or the client; %1 and so on stand for what is filled in.
-const char* const TEXTS[] = {
+const char* const FAULT_TEXTS[] = {
     QT_TRANSLATE_NOOP("FaultText", "field \"%1\": %2"),
     QT_TRANSLATE_NOOP("FaultText", "%1: missing field \"%2\""),
     QT_TRANSLATE_NOOP("FaultText", "missing field \"%1\""),
@@ -115,12 +115,12 @@ const char* const TEXTS[] = {
 }  // namespace
 
 QString faultText(const QString& text) {
-    static const CPatternTexts KNOWN("FaultText", TEXTS);
+    static const CPatternTexts KNOWN("FaultText", FAULT_TEXTS);
     return KNOWN.translated(text);
 }
 
 std::string faultText(const char* text) { return faultText(QString::fromUtf8(text)).toStdString(); }
 
-QStringList faultTextSources() { return textsOf(TEXTS); }
+QStringList faultTextSources() { return textsOf(FAULT_TEXTS); }
 
 }  // namespace desk
