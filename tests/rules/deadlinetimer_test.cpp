@@ -4,13 +4,7 @@
 
 #include <memory>
 
-namespace {
-
 using utils::DeadlineTimer;
-
-constexpr boost::posix_time::hours LONG(1);
-
-}  // namespace
 
 // A client may take its engine down first. What a timer then touches only a sanitizer sees.
 TEST(DeadlineTimer, OutlivesTheServiceThatItWaitedIn) {
@@ -27,8 +21,8 @@ TEST(DeadlineTimer, OutlivesTheServiceThatItWaitedIn) {
     arm(over, boost::posix_time::seconds(0));
     service->run();
     EXPECT_EQ(called, 1);
-    arm(waiting, LONG);
-    arm(cut, LONG);
+    arm(waiting, boost::posix_time::hours(1));
+    arm(cut, boost::posix_time::hours(1));
     cut.cancel();
     service.reset();
     EXPECT_EQ(held.use_count(), 1) << "a handler has outlived its service";
