@@ -7,9 +7,8 @@
 #include "platform/utils/keys.h"
 #include "replay/times.h"
 
-#include <algorithm>
+#include <limits>
 #include <mutex>
-#include <set>
 
 namespace desk {
 
@@ -19,8 +18,7 @@ using namespace std::chrono_literals;
 
 /// So long nothing must be reported until all is asked for again.
 constexpr auto QUIET = 300ms;
-/// The least time between two readings, and how much longer than a reading it is.
-constexpr auto BETWEEN_READINGS = 1000ms;
+/// Reading takes one part of the time in so many.
 constexpr int READING_SHARE = 20;
 
 /// Reports of one order come in their order, but the library may have given a newer one already.
@@ -88,7 +86,6 @@ void CDayRecords::takeNews(TC::CLinkageManager& manager, const Picture& picture)
         news.swap(m_pInbox->news);
         isLoaded = std::exchange(m_pInbox->isLoaded, false);
     }
-    const bool isNewDay = std::exchange(m_date, picture.date) != picture.date;
     const auto takeAll = [&](bool isRepeat) {
         for (const News& each : news) {
             if (each.deal && each.deal->m_strTradeDate == m_date) take(each.account, each.deal);
@@ -98,53 +95,72 @@ void CDayRecords::takeNews(TC::CLinkageManager& manager, const Picture& picture)
             take(each.account, each.order);
         }
     };
-    if (!isNewDay) takeAll(false);
-    if (!isNewDay && !isDue(!news.empty() || isLoaded, agrees(manager), picture)) return;
+    std::vector<std::string> accounts;
+    for (const auto& account : manager.getAccounts()) accounts.push_back(account->m_strKey);
+    const bool isNewDay = std::exchange(m_date, picture.date) != picture.date;
+    if (isNewDay) {
+        m_running.clear();
+        m_runningOf.clear();
+        m_records.clear();
+        m_orders.clear();
+    } else {
+        takeAll(false);
+    }
+    if (isNewDay || isLoaded) m_due.insert(accounts.begin(), accounts.end());
+    // A picture that is saved must not depend on the machine's speed.
+    const bool isLast = !picture.paced && (picture.ended || picture.halted);
+    noteDue(accounts, manager, !news.empty(), isLast);
     const Clock::time_point before = Clock::now();
-    readAll(manager, picture);
+    if (m_due.empty() || (!isNewDay && !isLast && before < m_nextReading)) return;
+    do {
+        const std::string account = *m_due.begin();
+        m_due.erase(m_due.begin());
+        read(manager, picture, account);
+    } while (!m_due.empty() && (isNewDay || isLast));
     takeAll(true);
-    m_bUnchecked = false;
     const Clock::time_point now = Clock::now();
-    m_nextReading =
-        now + std::max<Clock::duration>(BETWEEN_READINGS, (now - before) * READING_SHARE);
+    m_nextReading = now + (now - before) * READING_SHARE;
 }
 
-/// Whether the library has to be asked for everything again.
-bool CDayRecords::isDue(bool isNew, bool agreed, const Picture& picture) {
+/// Adds the accounts that have to be asked for again.
+void CDayRecords::noteDue(const std::vector<std::string>& accounts,
+                          const TC::CLinkageManager& manager, bool isNew, bool isLast) {
     const Clock::time_point now = Clock::now();
     if (isNew) {
         m_bUnchecked = true;
         m_lastNews = now;
     }
-    if (!m_bUnchecked && agreed) return false;
-    // A picture that is saved must not depend on the machine's speed.
-    if (!picture.paced && (picture.ended || picture.halted)) return true;
-    return now >= m_nextReading && (!agreed || now - m_lastNews >= QUIET);
-}
-
-bool CDayRecords::agrees(const TC::CLinkageManager& manager) const {
-    const auto accounts = manager.getAccounts();
-    return std::all_of(accounts.begin(), accounts.end(), [&](const auto& account) {
-        const auto counted = m_runningOf.find(account->m_strKey);
+    for (const std::string& account : accounts) {
+        const auto counted = m_runningOf.find(account);
         const int known = counted == m_runningOf.end() ? 0 : counted->second;
-        return known == manager.getRunningOrders(account->m_strKey, {});
-    });
+        if (known != manager.getRunningOrders(account, {})) m_due.insert(account);
+    }
+    if (!m_bUnchecked || (!isLast && now - m_lastNews < QUIET)) return;
+    m_bUnchecked = false;
+    m_due.insert(accounts.begin(), accounts.end());
 }
 
-void CDayRecords::readAll(TC::CLinkageManager& manager, const Picture& picture) {
-    m_running.clear();
-    m_runningOf.clear();
-    m_records.clear();
-    m_orders.clear();
-    std::set<std::string> accounts;
-    for (const auto& account : manager.getAccounts()) accounts.insert(account->m_strKey);
+void CDayRecords::forget(const std::string& account) {
+    const auto first = m_records.lower_bound({account, "", ""});
+    auto last = first;
+    while (last != m_records.end() && std::get<0>(last->first) == account) ++last;
+    m_records.erase(first, last);
+    m_running.erase(m_running.lower_bound({account, 0}),
+                    m_running.upper_bound({account, std::numeric_limits<std::uint64_t>::max()}));
+    m_runningOf.erase(account);
+    m_orders.erase(account);
+}
+
+void CDayRecords::read(TC::CLinkageManager& manager, const Picture& picture,
+                       const std::string& account) {
+    forget(account);
     const int day = replay::dayNumber(picture.date);
     for (const std::string& stock : manager.getStocks()) {
-        for (const auto& [account, orders] : manager.getOrderDetails(day, stock, accounts)) {
-            for (const auto& [key, order] : orders) take(account, order);
+        for (const auto& [key, orders] : manager.getOrderDetails(day, stock, {account})) {
+            for (const auto& [number, order] : orders) take(account, order);
         }
-        for (const auto& [account, deals] : manager.getDealDetails(day, stock, accounts)) {
-            for (const auto& [key, deal] : deals) take(account, deal);
+        for (const auto& [key, deals] : manager.getDealDetails(day, stock, {account})) {
+            for (const auto& [number, deal] : deals) take(account, deal);
         }
     }
 }
@@ -174,7 +190,7 @@ void CDayRecords::setRunning(const std::string& account, const OrderPtr& order) 
         m_runningOf[account] -= static_cast<int>(m_running.erase(id));
         return;
     }
-    OrderPtr& running = m_running[id];
+    OrderPtr& running = m_running[id].order;
     if (!running) ++m_runningOf[account];
     running = order;
 }

@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -26,10 +27,11 @@ namespace desk {
 
 /// Orders and deals of the day, as the library has them, by account, stock and strategy.
 ///
-/// It asks the library for all of them only at its start and after a load of accounts. In between
-/// it takes in what the data center reports, so that a picture costs what changed and not what the
-/// day holds. The library's counts of running orders show whether both still agree; when they do
-/// not, and once whenever nothing more is reported, it asks for all again.
+/// It asks the library for all of them only at its start. After that it takes in what the data
+/// center reports, so that a picture costs what changed and not what the day holds. An account is
+/// asked for again after a load, when the library's count of its running orders is another one, and
+/// once whenever nothing more is reported. That is one account to a picture: a whole day would keep
+/// whoever clicks waiting.
 ///
 /// Threads: the engine's; reports come on any.
 class CDayRecords {
@@ -37,8 +39,12 @@ public:
     using OrderPtr = boost::shared_ptr<vexservice::COrderDetail>;
     using DealPtr = boost::shared_ptr<vexservice::CDealDetail>;
 
+    struct Running {
+        OrderPtr order;
+        std::string seen;  ///< for who shows it: when it was seen first; empty until he asks
+    };
     /// By account and record key.
-    using RunningOrders = std::map<std::pair<std::string, std::uint64_t>, OrderPtr>;
+    using RunningOrders = std::map<std::pair<std::string, std::uint64_t>, Running>;
 
     CDayRecords();
     ~CDayRecords();
@@ -55,7 +61,7 @@ public:
         m_rejected.clear();
     }
 
-    const RunningOrders& running() const { return m_running; }
+    RunningOrders& running() { return m_running; }
 
     /// Whether the pair has an order or a deal in the stock; the empty strategy stands for the
     /// whole account.
@@ -98,9 +104,10 @@ private:
     }
 
     void takeNews(TC::CLinkageManager& manager, const Picture& picture);
-    void readAll(TC::CLinkageManager& manager, const Picture& picture);
-    bool agrees(const TC::CLinkageManager& manager) const;
-    bool isDue(bool isNew, bool agreed, const Picture& picture);
+    void forget(const std::string& account);
+    void read(TC::CLinkageManager& manager, const Picture& picture, const std::string& account);
+    void noteDue(const std::vector<std::string>& accounts, const TC::CLinkageManager& manager,
+                 bool isNew, bool isLast);
     void take(const std::string& account, const OrderPtr& order);
     void take(const std::string& account, const DealPtr& deal);
     void setRunning(const std::string& account, const OrderPtr& order);
@@ -114,7 +121,8 @@ private:
     std::map<std::string, int> m_runningOf;  ///< how many, by account
     std::vector<std::pair<std::pair<std::string, std::uint64_t>, OrderPtr>> m_rejected;
     std::string m_date;
-    bool m_bUnchecked = true;  ///< reports came since all was read
+    std::set<std::string> m_due;  ///< accounts that are to be asked for again
+    bool m_bUnchecked = true;     ///< reports came since all was asked for
     Clock::time_point m_lastNews;
     Clock::time_point m_nextReading;
 };

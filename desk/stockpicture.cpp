@@ -41,7 +41,8 @@ void keepFirst(std::vector<Row>& rows, Less less) {
 }
 
 RunningRow runningRow(const CDayRecords::RunningOrders::value_type& entry) {
-    const auto& [id, order] = entry;
+    const auto& id = entry.first;
+    const CDayRecords::OrderPtr& order = entry.second.order;
     const std::string stock = utils::zorStockKey(order->m_strMarket, order->m_strCode);
     const auto detail = detailOf(stock);
     const bool buys = vexservice::isBuyByDirection(order->m_eDirection, order->m_eOffsetFlag);
@@ -64,24 +65,27 @@ void CPictureTaker::takeRunning(TC::CLinkageManager& manager, Picture& picture) 
     std::set<std::string> accounts;
     for (const auto& account : manager.getAccounts()) accounts.insert(account->m_strKey);
     using Entry = CDayRecords::RunningOrders::value_type;
-    std::vector<std::pair<std::string, const Entry*>> running;  // by the time of the first report
+    std::vector<const Entry*> running;
     running.reserve(m_records.running().size());
-    for (const Entry& entry : m_records.running()) {
-        const auto& [id, order] = entry;
+    for (Entry& entry : m_records.running()) {
+        const auto& id = entry.first;
+        const CDayRecords::OrderPtr& order = entry.second.order;
         if (!accounts.count(id.first)) continue;
-        running.emplace_back(seenAt(id.first, id.second, picture), &entry);
+        std::string& seen = entry.second.seen;
+        if (seen.empty()) seen = seenAt(id.first, id.second, picture);
+        running.push_back(&entry);
         const bool buys = vexservice::isBuyByDirection(order->m_eDirection, order->m_eOffsetFlag);
         if (buys && order->m_dPrice > 0.0)
             m_bound[id.first] += order->m_dPrice * (order->m_nVolume - order->m_nTradedVolume);
     }
-    keepFirst(running, [](const auto& left, const auto& right) {
-        return std::tie(right.first, right.second->first.second) <
-               std::tie(left.first, left.second->first.second);
+    keepFirst(running, [](const Entry* left, const Entry* right) {
+        return std::tie(right->second.seen, right->first.second) <
+               std::tie(left->second.seen, left->first.second);
     });
     picture.running.reserve(running.size());
-    for (const auto& [seen, entry] : running) {
+    for (const Entry* entry : running) {
         picture.running.push_back(runningRow(*entry));
-        picture.running.back().order.seen = seen;
+        picture.running.back().order.seen = entry->second.seen;
     }
 }
 
