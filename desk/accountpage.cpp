@@ -1,6 +1,7 @@
 #include "desk/accountpage.h"
 
 #include "desk/picture.h"
+#include "desk/texts.h"
 
 #include <QLabel>
 #include <QVBoxLayout>
@@ -13,8 +14,6 @@ namespace desk {
 namespace {
 
 constexpr int MOST_ACCOUNTS = 3;
-
-QString text(const std::string& utf8) { return QString::fromStdString(utf8); }
 
 std::vector<Column> fundsColumns() {
     return {{CAccountPage::tr("Account")},
@@ -63,14 +62,6 @@ Row positionRow(const PositionRow& row) {
             false};
 }
 
-template <class Source>
-void fill(CRowsView* table, const std::vector<Source>& source, Row (*make)(const Source&)) {
-    std::vector<Row> rows;
-    rows.reserve(source.size());
-    for (const Source& row : source) rows.push_back(make(row));
-    table->rows().setRows(std::move(rows));
-}
-
 }  // namespace
 
 CAccountPage::CAccountPage(QWidget* parent) : QWidget(parent) {
@@ -93,12 +84,12 @@ CAccountPage::CAccountPage(QWidget* parent) : QWidget(parent) {
 }
 
 void CAccountPage::show(const Picture& picture, const std::string& account) {
-    fill(m_pFunds, picture.funds, fundsRow);
+    m_pFunds->fill(picture.funds, fundsRow);
     const int accounts = std::clamp(static_cast<int>(picture.funds.size()), 1, MOST_ACCOUNTS);
     m_pFunds->setFixedHeight(m_pFunds->heightOf(accounts));
     if (picture.selection.account != account) return;
     m_pTitle->setText(tr("Positions of %1").arg(account.empty() ? "–" : text(account)));
-    fill(m_pPositions, picture.positions, positionRow);
+    m_pPositions->fill(picture.positions, positionRow);
 }
 
 }  // namespace desk

@@ -19,8 +19,6 @@ struct Tables {
     Q_DECLARE_TR_FUNCTIONS(Tables)
 };
 
-QString text(const std::string& utf8) { return QString::fromStdString(utf8); }
-
 CRowsView* makeTable(QWidget* parent, const char* name, std::vector<Column> columns) {
     auto* table = new CRowsView(std::move(columns), CRowsView::ESorting::ByUser, parent);
     table->setObjectName(name);
@@ -85,14 +83,6 @@ Row levelRow(const LevelRow& row) {
             {row.price > 0.0 ? QVariant(row.price) : QVariant(Tables::tr("market")), row.lots,
              sidesText(row)},
             false};
-}
-
-template <class Source>
-void fill(CRowsView* table, const std::vector<Source>& source, Row (*make)(const Source&)) {
-    std::vector<Row> rows;
-    rows.reserve(source.size());
-    for (const Source& row : source) rows.push_back(make(row));
-    table->rows().setRows(std::move(rows));
 }
 
 }  // namespace
@@ -169,11 +159,11 @@ CRowsView* CDetailTables::table(int which) const {
 
 void CDetailTables::show(const Picture& picture, int which) {
     CRowsView* table = this->table(which);
-    if (table == m_pStocks) fill(table, picture.stocks, stockRow);
-    if (table == m_pOrders) fill(table, picture.orders, orderRow);
-    if (table == m_pDeals) fill(table, picture.deals, dealRow);
-    if (table == m_pTasks) fill(table, picture.tasks, taskRow);
-    if (table == m_pLevels) fill(table, picture.levels, levelRow);
+    if (table == m_pStocks) table->fill(picture.stocks, stockRow);
+    if (table == m_pOrders) table->fill(picture.orders, orderRow);
+    if (table == m_pDeals) table->fill(picture.deals, dealRow);
+    if (table == m_pTasks) table->fill(picture.tasks, taskRow);
+    if (table == m_pLevels) table->fill(picture.levels, levelRow);
 }
 
 }  // namespace desk

@@ -58,6 +58,7 @@ const char* const FAULT_TEXTS[] = {
     QT_TRANSLATE_NOOP("FaultText", "not JSON: %1"),
     QT_TRANSLATE_NOOP("FaultText", "This parser can't support a document that big"),
     QT_TRANSLATE_NOOP("FaultText", "Error allocating memory, we're most likely out of memory"),
+    // One text: NOLINTNEXTLINE(bugprone-suspicious-missing-comma)
     QT_TRANSLATE_NOOP("FaultText",
                       "The JSON document has an improper structure: missing or superfluous commas, "
                       "braces, missing keys, etc."),

@@ -2,6 +2,7 @@
 
 #include "desk/importdialog.h"
 
+#include <QDateTime>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QHBoxLayout>

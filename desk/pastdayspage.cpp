@@ -26,8 +26,6 @@ constexpr std::size_t ROWS_TO_A_READING = 500;
 constexpr int MARGIN = 6;
 const QString FILED = QStringLiteral("yyyyMMdd");
 
-QString text(const std::string& utf8) { return QString::fromStdString(utf8); }
-
 QString sourceText(const FiledRow& row) {
     switch (row.source.kind) {
         case TC::RecordSource::EKind::Reported:

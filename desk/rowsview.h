@@ -6,6 +6,7 @@
 #include <QHeaderView>
 #include <QTableView>
 
+#include <utility>
 #include <vector>
 
 namespace desk {
@@ -26,6 +27,14 @@ public:
     CRowsView(std::vector<Column> columns, ESorting sorting, QWidget* parent = nullptr);
 
     CRowsModel& rows() { return *m_pRows; }
+    /// Shows a row for each of these.
+    template <class Source>
+    void fill(const std::vector<Source>& source, Row (*make)(const Source&)) {
+        std::vector<Row> rows;
+        rows.reserve(source.size());
+        for (const Source& each : source) rows.push_back(make(each));
+        m_pRows->setRows(std::move(rows));
+    }
 
     /// Key of the current row; empty when there is none.
     QString currentKey() const;

@@ -25,6 +25,9 @@ private:
     std::unique_ptr<QTranslator> m_pQt;
 };
 
+/// A text of the library or the client, which is UTF-8.
+inline QString text(const std::string& utf8) { return QString::fromStdString(utf8); }
+
 /// A date "yyyyMMdd" as yyyy-MM-dd.
 QString dashedDate(const std::string& date);
 
