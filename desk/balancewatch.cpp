@@ -24,12 +24,6 @@ namespace {
 
 std::int64_t nowMicros() { return utils::currentClock().nowMicros(); }
 
-std::string strategyOf(const boost::shared_ptr<vexservice::CCommandRecord>& command) {
-    if (!command) return {};
-    return command->m_strStrategyName.empty() ? command->m_strStrategyName2
-                                              : command->m_strStrategyName;
-}
-
 EAskedBy timeOf(const replay::PairKey& pair) {
     return pair.second.empty() ? EAskedBy::AccountTime : EAskedBy::StrategyTime;
 }
@@ -211,7 +205,7 @@ bool CBalanceWatch::isOwnCancel() const { return m_cancelling == std::this_threa
 void CBalanceWatch::onCancelOrder(const vexservice::COrderDetail& order) {
     const std::lock_guard lock(m_mutex);
     if (m_bGuard || isOwnCancel() || !order.m_pAccountInfo) return;
-    m_own.cancels({order.m_pAccountInfo->getKey(), strategyOf(order.m_pCommand)}, order,
+    m_own.cancels({order.m_pAccountInfo->getKey(), TC::strategyOf(order.m_pCommand.get())}, order,
                   nowMicros());
 }
 

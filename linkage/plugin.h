@@ -52,7 +52,7 @@ public:
 
 }  // namespace TC
 
-/// The number changes when a client must be compiled anew: with each change of this interface or of
-/// a manager's public operations.
+/// The number changes when a client must be compiled anew: when a function of this interface, or a
+/// public operation of a manager, goes, changes, or comes before another.
 #define LINKAGE_PLUGIN_IID "linkage.plugin/1"
 Q_DECLARE_INTERFACE(TC::ILinkagePlugin, LINKAGE_PLUGIN_IID)
