@@ -17,10 +17,11 @@ list(APPEND public
   adaptercheck/adaptercheck.h
   linkage/export.h linkage/plugin.h linkage/version.h
   linkage/balance/balancebook.h linkage/balance/balanceplan.h linkage/balance/balancerule.h
+  linkage/balance/linkagechanges.h
   linkage/core/balanceasker.h linkage/core/clinkagemanager.h linkage/core/linkageoptions.h
   linkage/core/mutex.h linkage/core/reconciliation.h linkage/core/room.h linkage/core/startup.h
   linkage/draw/cenhancedrawmanager.h
-  linkage/ledger/types.h
+  linkage/ledger/changes.h linkage/ledger/types.h
   linkage/stats/periodpoint.h
   linkage/store/filedrecords.h linkage/store/historyrequest.h linkage/store/importreport.h
   paper/clientdata.h paper/clientobserver.h paper/faults.h paper/loop.h paper/paperclient.h

@@ -209,7 +209,7 @@ void CGuardedBalances::send(Balance& balance, const BalanceRequest& request,
         return;
     }
     balance = std::move(sent);
-    m_changed.insert(balance.number);
+    touch(balance);
     // A trading date that begins between two commands ends the balance.
     for (std::size_t at = 0; at < commands.size() && balance.isActive(); ++at) {
         const auto completion =

@@ -69,6 +69,7 @@ struct GuardedBalance {
     std::int64_t cancelAt = 0;
     std::int64_t sentAt = 0;  ///< when the last round was sent
     std::int64_t endedAt = 0;
+    std::uint64_t changedAt = 0;  ///< counted in changes; not in the book
     std::int64_t retryAt = 0;  ///< when the decision is tried again after a service did not answer
 
     int rounds = 0;

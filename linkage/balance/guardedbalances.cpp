@@ -260,9 +260,14 @@ void CGuardedBalances::refuse(Balance& balance, const std::string& reason) {
 
 // ----------------------------------------------------------- what others see of it
 
-void CGuardedBalances::note(const Balance& balance, const std::string& step) {
-    m_book.note(balance.date, bookLine(balance, step, now()));
+void CGuardedBalances::touch(Balance& balance) {
+    balance.changedAt = ++m_nChanges;
     m_changed.insert(balance.number);
+}
+
+void CGuardedBalances::note(Balance& balance, const std::string& step) {
+    m_book.note(balance.date, bookLine(balance, step, now()));
+    touch(balance);
     LINKAGE_LOG_INFO(GUARDED_BALANCES, "balance {0} account {1} strategy {2}: {3} {4}",
                      balance.number, balance.pair.account, balance.pair.strategy, step,
                      balance.reason);

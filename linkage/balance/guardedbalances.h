@@ -59,6 +59,10 @@ public:
     std::vector<BalanceRecord> records(const std::optional<std::string>& account,
                                        const std::optional<std::string>& strategy) const;
 
+    /// The balances that changed after a change of theirs, by number; `change` becomes the newest.
+    /// linkage/balance/changes.cpp
+    std::vector<BalanceRecord> changedSince(std::uint64_t& change) const;
+
     // ---------------------------------------------------------------------- news
     // linkage/balance/guardprogress.cpp
 
@@ -104,7 +108,8 @@ private:
     void seeRound(Balance& balance);
     void end(Balance& balance, const std::string& reason);
     void refuse(Balance& balance, const std::string& reason);
-    void note(const Balance& balance, const std::string& step);
+    void note(Balance& balance, const std::string& step);
+    void touch(Balance& balance);
     void writeLater();
     void publishStarts();
     void raiseChanged();
@@ -161,7 +166,8 @@ private:
     bool m_bNews = false;
     std::map<std::string, GuardPicture> m_pictures;  ///< taken during this settle()
     std::set<std::string> m_dirty;                   ///< accounts with news of what balances sent
-    std::set<int> m_changed;  ///< balances for which sigBalanceChanged is due
+    std::set<int> m_changed;       ///< balances for which sigBalanceChanged is due
+    std::uint64_t m_nChanges = 0;  ///< counts the changes of all balances
 
     utils::DeadlineTimer m_timer;
     std::int64_t m_nArmedFor = 0;

@@ -57,6 +57,7 @@ void CGuardedBalances::restore(const std::string& text) {
         }
         m_dirty.insert(balance.pair.account);
         Balance& kept = m_balances[number] = std::move(balance);
+        kept.changedAt = ++m_nChanges;
         if (kept.isToDecide()) {
             end(kept, REASON_RESTART);
         } else if (kept.state == EBalanceState::Sent) {

@@ -2,6 +2,7 @@
 
 #include "linkage/balance/balancebook.h"
 #include "linkage/balance/balanceplan.h"
+#include "linkage/balance/linkagechanges.h"
 #include "linkage/core/balanceasker.h"
 #include "linkage/core/linkageoptions.h"
 #include "linkage/core/mutex.h"
@@ -555,6 +556,18 @@ public:
 
     /// The imports that stand, by number.
     virtual std::vector<ImportSummary> getImports() const;
+
+    // --------------------------------------------------------------- changes
+    // linkage/balance/changes.cpp
+
+    /// What changed since the cursor was here last: pairs, figures, stocks, orders, deals, tasks
+    /// and balances, each once, as it is now; and moves the cursor on. For a screen, which asks ten
+    /// times a second: the answer costs what changed, not what exists.
+    ///
+    /// A fresh cursor is told everything, and so is one of another manager or of so long ago that
+    /// more has changed since than is remembered. An answer has about `most` records; when there is
+    /// `more`, ask again. Every reader has a cursor of its own. See linkage/ledger/changes.h.
+    virtual LinkageChanges getChanges(ChangeCursor& cursor, std::size_t most = CHANGES_AT_ONCE);
 
     // --------------------------------------------------------------- signals
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "linkage/ledger/changes.h"
 #include "linkage/ledger/ledgerrecords.h"
 #include "linkage/ledger/nametable.h"
 #include "linkage/ledger/profittable.h"
@@ -233,6 +234,15 @@ public:
     /// Every account that was ever seen. May be called without the manager's lock.
     std::vector<std::string> accountKeys() const;
 
+    // ------------------------------------------------------------------------ changes
+    // linkage/ledger/ledgerchanges.cpp
+
+    /// Tells what changed since the cursor was here last, and moves it on. At most about `most`
+    /// records: a pair's figures are told together. A cursor that is fresh, of another ledger, or
+    /// of too long ago is told everything: in so many answers pairs, stocks, orders, deals and
+    /// tasks, and then what changed meanwhile.
+    void changesSince(ChangeCursor& cursor, std::size_t most, LedgerChanges& out);
+
     // ------------------------------------------------------------------------ removal
     // linkage/ledger/ledgerremoval.cpp
 
@@ -294,6 +304,8 @@ public:
 
 private:
     class CIntegrity;
+    class CChangeReader;
+    using CChangeJournal = ledger::CChangeJournal;
     using Account = ledger::Account;
     using Cell = ledger::Cell;
     using Day = ledger::Day;
@@ -308,6 +320,22 @@ private:
     using Pair = ledger::Pair;
     using Stock = ledger::Stock;
     using Strategy = ledger::Strategy;
+    using TaskEntry = ledger::TaskEntry;
+
+    // what somebody may ask for as changed
+    void noteOrder(std::uint32_t at) {
+        m_journal.note(CChangeJournal::EKind::Order, at, m_orders[at].changedAt);
+    }
+    void noteDeal(std::uint32_t at) {
+        m_journal.note(CChangeJournal::EKind::Deal, at, m_deals[at].changedAt);
+    }
+    void noteStock(std::uint32_t at) {
+        m_journal.note(CChangeJournal::EKind::Stock, at, m_stocks[at].changedAt);
+    }
+    void noteTask(const std::string& accountKey, const TaskPtr& task);
+    void noteAgain(std::uint32_t account);
+    void noteLeft(std::uint32_t pair);
+    void noteMovedDeal(std::uint32_t account, const DealPtr& before, const DealPtr& now);
 
     // texts to integers
     std::uint32_t accountId(const std::string& key);
@@ -426,6 +454,11 @@ private:
     std::vector<std::uint32_t> m_grownPairs;
     std::vector<std::uint32_t> m_pairsInOrder;  ///< by account key and strategy
     CProfitTable m_profits;
+
+    CChangeJournal m_journal;
+    CChangeJournal::Place m_nTasksDroppedAt = 0;
+    std::vector<TaskEntry> m_taskEntries;  ///< tasks in the order in which they came
+    std::map<std::pair<std::string, std::uint64_t>, std::uint32_t> m_taskIndex;  ///< account, key
 
     // These records are few and change seldom, so they have their documented form.
     ByText<ByText<ByRecord<TaskPtr>>> m_taskDetails;  ///< stock, account

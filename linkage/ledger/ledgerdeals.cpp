@@ -91,6 +91,10 @@ std::pair<std::uint32_t, bool> CLedger::putDeal(std::uint32_t accountAt, std::ui
              utils::mixHash(key), [&](std::uint32_t index) { return m_deals[index].key == key; });
          at != NONE; at = m_deals[at].nextOfKey) {
         if (m_deals[at].cell != cellAt) continue;
+        if (m_deals[at].reported) {
+            noteMovedDeal(accountAt, m_deals[at].report, deal);
+            noteDeal(at);
+        }
         m_deals[at].report = deal;
         return {at, false};
     }
@@ -114,6 +118,8 @@ bool CLedger::fileDeal(DealStep& step, const DealPtr& deal, DealChange& change) 
         change.stockIsNew = m_days[m_cells[step.cell].day].deals.count(step.stock) == 0;
     }
     std::tie(step.entry, change.recordIsNew) = putDeal(step.account, step.cell, deal);
+    m_deals[step.entry].reported = true;
+    noteDeal(step.entry);
     return m_deals[step.entry].dropped;
 }
 

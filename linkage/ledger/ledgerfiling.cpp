@@ -30,6 +30,7 @@ bool CLedger::fileOrder(int day, const std::string& stockKey, const std::string&
          at = m_orders[at].nextOfKey) {
         if (m_orders[at].cell == cell) {
             m_orders[at].file(order, runs);
+            if (m_orders[at].reported) noteOrder(at);
             return false;
         }
     }

@@ -120,6 +120,8 @@ void CLedger::fileOrder(OrderStep& step, const OrderPtr& order, OrderChange& cha
     step.entry = at;
     step.takesBack = m_orders[at].ended && step.runs;
     step.previous = m_orders[at].file(order, step.runs);
+    m_orders[at].reported = true;
+    noteOrder(at);
     prefetchEntry(step);
 }
 
@@ -142,6 +144,7 @@ void CLedger::placeOrder(OrderStep& step, bool recordIsNew) {
         entry.level = step.level;
         return;
     }
+    if (entry.pair != step.pair) noteLeft(entry.pair);
     settleFacets(step, entry);
 }
 

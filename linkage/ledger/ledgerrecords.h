@@ -2,6 +2,7 @@
 
 #include "common/keyindex.h"
 #include "linkage/ledger/arena.h"
+#include "linkage/ledger/changejournal.h"
 #include "linkage/ledger/figures.h"
 #include "linkage/ledger/ledgerstate.h"
 #include "linkage/ledger/profitrule.h"
@@ -63,6 +64,7 @@ struct Stock {
     bool hasOrderAmplitudes = false;    ///< some account had one, even if a request has dropped it
     bool hasDealAmplitudes = false;
     bool hasPeriods = false;
+    CChangeJournal::Place changedAt = 0;
 };
 
 /// One day of one stock of one account.
@@ -108,7 +110,8 @@ struct OrderEntry {
     Progress progress;
     bool buys = false;
     std::uint8_t facets = 0;
-    bool ended = false;  ///< `report` is final; known here so that nobody has to look at it
+    bool ended = false;     ///< `report` is final; known here so that nobody has to look at it
+    bool reported = false;  ///< by the data center, since the account was loaded
     std::int32_t lots = 0;
     std::int32_t level = 0;
     std::uint32_t levelCell = NONE;
@@ -117,6 +120,7 @@ struct OrderEntry {
     std::uint32_t nextInCell = NONE;
     std::uint32_t nextOfKey = NONE;
     std::uint32_t placeRunning[2] = {NONE, NONE};  ///< in the strategy's set, the account's
+    CChangeJournal::Place changedAt = 0;
 
     /// Takes the newest report, and gives back the one before it.
     OrderPtr file(const OrderPtr& newest, bool runs) {
@@ -131,8 +135,16 @@ struct DealEntry {
     std::uint32_t cell = NONE;
     std::uint32_t nextInCell = NONE;
     std::uint32_t nextOfKey = NONE;
-    bool counted = false;  ///< in the traded figures
-    bool dropped = false;  ///< was counted, until the account's figures of the day were dropped
+    bool counted = false;   ///< in the traded figures
+    bool dropped = false;   ///< was counted, until the account's figures of the day were dropped
+    bool reported = false;  ///< as in OrderEntry
+    CChangeJournal::Place changedAt = 0;
+};
+
+struct TaskEntry {
+    std::string account;
+    TaskPtr report;
+    CChangeJournal::Place changedAt = 0;
 };
 
 /// Open lots of one price level of a pair.
@@ -159,6 +171,9 @@ struct Pair {
     std::uint32_t sorted = 0;  ///< how many of `figures`, from the first, are in stock-key order
     utils::CKeyIndex levelIndex;
     std::uint32_t firstLevel = NONE;
+    double profit = 0.0;  ///< of all its figures, at the last revaluation
+    CChangeJournal::Place changedAt = 0;
+    CChangeJournal::Place leftAt = 0;  ///< a record has gone to another pair
 };
 
 struct Account {
@@ -170,6 +185,7 @@ struct Account {
     std::vector<std::uint32_t> parked;  ///< order entries that are filed nowhere
     utils::CKeyIndex orders;
     utils::CKeyIndex deals;
+    CChangeJournal::Place droppedAt = 0;
 };
 
 struct Strategy {

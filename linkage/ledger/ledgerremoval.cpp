@@ -25,10 +25,12 @@ void unchain(CArena<Entry>& entries, utils::CKeyIndex& index, std::uint32_t at) 
     entries[before].nextOfKey = next;
 }
 
-// Drops the entries of a cell that have one of the keys and for which `mayGo` is true.
+// Drops the entries of a cell that have one of the keys and for which `mayGo` is true. True when
+// one of them was reported.
 template <class Entry, class MayGo>
-void dropFiled(CArena<Entry>& entries, utils::CKeyIndex& index, std::uint32_t& first,
+bool dropFiled(CArena<Entry>& entries, utils::CKeyIndex& index, std::uint32_t& first,
                const std::set<std::uint64_t>& keys, MayGo mayGo) {
+    bool reported = false;
     for (std::uint32_t* link = &first; *link != NONE;) {
         const std::uint32_t at = *link;
         if (keys.count(entries[at].key) == 0 || !mayGo(entries[at])) {
@@ -37,8 +39,10 @@ void dropFiled(CArena<Entry>& entries, utils::CKeyIndex& index, std::uint32_t& f
         }
         *link = entries[at].nextInCell;
         unchain(entries, index, at);
+        reported |= entries[at].reported;
         entries.drop(at);
     }
+    return reported;
 }
 
 }  // namespace
@@ -48,11 +52,13 @@ void CLedger::removeFiledOrders(int day, const std::string& accountKey,
     const std::uint32_t at = findAccount(accountKey);
     if (at == NONE || keys.empty()) return;
     Account& account = m_accounts[at];
+    bool reported = false;
     for (const std::uint32_t cell : account.cells) {
         if (m_cells[cell].day != day) continue;
-        dropFiled(m_orders, account.orders, m_cells[cell].firstOrder, keys,
-                  [](const OrderEntry& entry) { return entry.facets == FILED; });
+        reported |= dropFiled(m_orders, account.orders, m_cells[cell].firstOrder, keys,
+                              [](const OrderEntry& entry) { return entry.facets == FILED; });
     }
+    if (reported) noteAgain(at);
 }
 
 void CLedger::removeFiledDeals(int day, const std::string& accountKey,
@@ -60,11 +66,13 @@ void CLedger::removeFiledDeals(int day, const std::string& accountKey,
     const std::uint32_t at = findAccount(accountKey);
     if (at == NONE || keys.empty()) return;
     Account& account = m_accounts[at];
+    bool reported = false;
     for (const std::uint32_t cell : account.cells) {
         if (m_cells[cell].day != day) continue;
-        dropFiled(m_deals, account.deals, m_cells[cell].firstDeal, keys,
-                  [](const DealEntry&) { return true; });
+        reported |= dropFiled(m_deals, account.deals, m_cells[cell].firstDeal, keys,
+                              [](const DealEntry&) { return true; });
     }
+    if (reported) noteAgain(at);
 }
 
 void CLedger::removeAccount(const std::string& accountKey, int day) {
@@ -73,6 +81,7 @@ void CLedger::removeAccount(const std::string& accountKey, int day) {
     const std::uint32_t at = findAccount(accountKey);
     if (at != NONE) {
         Account& account = m_accounts[at];
+        m_journal.note(CChangeJournal::EKind::AccountDropped, at, account.droppedAt);
         removeRecords(account, day);
         removeFigures(account);
         for (const std::uint32_t held : account.holdings) {
@@ -132,6 +141,8 @@ void CLedger::removeRecords(Account& account, int day) {
             m_deals[at].nextOfKey = NONE;
             m_deals[at].dropped = startsAgain && (m_deals[at].counted || m_deals[at].dropped);
             m_deals[at].counted = false;
+            m_deals[at].reported = false;
+            m_deals[at].changedAt = 0;
             chainDeal(account, at);
         }
     }

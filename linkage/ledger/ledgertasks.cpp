@@ -4,6 +4,7 @@
 namespace TC {
 
 void CLedger::fileTask(const std::string& accountKey, const TaskPtr& task) {
+    noteTask(accountKey, task);
     for (const auto& item : task->m_items) {
         if (!item) continue;
         m_taskDetails[utils::zorStockKey(item->m_strMarket, item->m_strCode)][accountKey]
@@ -25,6 +26,9 @@ ByText<ByRecord<TaskPtr>> CLedger::tasks(const std::string& stockKey,
 
 void CLedger::clearTasks() {
     m_taskDetails.clear();
+    m_taskEntries.clear();
+    m_taskIndex.clear();
+    m_journal.note(CChangeJournal::EKind::TasksDropped, 0, m_nTasksDroppedAt);
     m_runningTasks.clear();
 }
 

@@ -50,6 +50,7 @@ void CLedger::setLatestPrice(std::uint32_t at, double price) {
         stock.hasNewPrice = true;
         m_newPrices.push_back(at);
     }
+    noteStock(at);
 }
 
 std::optional<double> CLedger::lastPrice(const std::string& stockKey) const {
@@ -63,7 +64,9 @@ std::optional<double> CLedger::valuedPrice(const std::string& stockKey) const {
 }
 
 void CLedger::forgetPrices() {
-    for (Stock& stock : m_stocks) {
+    for (std::uint32_t at = 0; at < m_stocks.size(); ++at) {
+        Stock& stock = m_stocks[at];
+        if (stock.lastPrice || stock.valuedPrice) noteStock(at);
         stock.valuedPrice.reset();
         if (!stock.hasNewPrice) stock.lastPrice.reset();
     }
@@ -115,6 +118,7 @@ std::vector<CLedger::ProfitSum> CLedger::revalue(const LimitRates& rates) {
         Stock& stock = m_stocks[at];
         stock.hasNewPrice = false;
         stock.valuedPrice = stock.lastPrice;
+        noteStock(at);
         if (stock.figures.blocks().empty()) continue;
         refreshLimits(stock);
         const ValuePrices prices =
@@ -127,7 +131,9 @@ std::vector<CLedger::ProfitSum> CLedger::revalue(const LimitRates& rates) {
 
     std::vector<ProfitSum> sums;
     m_profits.sumChanged(m_pairsInOrder, [&](std::uint32_t at, double profit) {
-        const Pair& pair = m_pairs[at];
+        Pair& pair = m_pairs[at];
+        pair.profit = profit;
+        m_journal.note(CChangeJournal::EKind::Pair, at, pair.changedAt);
         sums.push_back({m_accounts[pair.account].key, m_strategies[pair.strategy].key, profit});
     });
     return sums;

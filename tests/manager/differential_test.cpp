@@ -1,5 +1,7 @@
 #include "paper/datacenter.h"
 #include "platform/services/tradercenter.h"
+#include "platform/utils/keys.h"
+#include "tests/support/changemirror.h"
 #include "tests/support/fixture.h"
 #include "textbook/textbook.h"
 
@@ -16,7 +18,8 @@
 #include <map>
 #include <random>
 
-// Random days through the library and through the textbook: every figure must agree.
+// Random days through the library and through the textbook: every figure must agree. What is told
+// of changes, to some that ask often and to some that ask seldom, must add up to the same.
 
 namespace {
 
@@ -45,7 +48,7 @@ public:
         for (const std::string& key : ACCOUNTS) describeAccount(key);
         follow();
         m_fixture.init();
-        for (const std::string& key : ACCOUNTS) m_textbook.requestAccount(key);
+        for (const std::string& key : ACCOUNTS) requested(key);
     }
 
     void step() {
@@ -67,6 +70,9 @@ public:
         } else {
             rollover();
         }
+        if (chance(20)) m_mirrors[0].ask(m_fixture.manager());
+        if (chance(10)) m_mirrors[1].ask(m_fixture.manager());
+        if (chance(1)) m_mirrors[2].catchUp(m_fixture.manager());
     }
 
     std::string difference() {
@@ -74,7 +80,13 @@ public:
             if (figuresOf(*record) != figures) return "figures that somebody holds have changed";
         }
         if (!m_strProfits.empty()) return m_strProfits;
-        return firstDifference(m_textbook.state(), m_fixture.state());
+        const TC::ManagerState state = m_fixture.state();
+        for (CChangeMirror& mirror : m_mirrors) {
+            mirror.catchUp(m_fixture.manager());
+            if (!mirror.twice.empty()) return mirror.twice + " stands in one answer twice";
+            if (const std::string found = differenceOf(mirror, state); !found.empty()) return found;
+        }
+        return firstDifference(m_textbook.state(), state);
     }
 
     std::string faults() {
@@ -122,10 +134,78 @@ private:
         auto* const center = TraderCenter::instance()->getDataCenter();
         m_orders = center->subscribe("", DATA_ORDER, "", [this](auto& key, const auto& data) {
             m_textbook.order(key, boost::dynamic_pointer_cast<COrderDetail>(data));
+            noteReported<COrderDetail>(m_reportedOrders, key, data);
         });
         m_deals = center->subscribe("", DATA_DEAL, "", [this](auto& key, const auto& data) {
             m_textbook.deal(key, boost::dynamic_pointer_cast<CDealDetail>(data));
+            noteReported<CDealDetail>(m_reportedDeals, key, data);
         });
+    }
+
+    template <class Report>
+    using Reports = std::map<CChangeMirror::Record, boost::shared_ptr<Report>>;
+
+    template <class Report>
+    void noteReported(Reports<Report>& reported, const std::string& account,
+                      const boost::shared_ptr<IData>& data) {
+        const auto report = boost::dynamic_pointer_cast<Report>(data);
+        const std::string stock = report->m_strMarket + report->m_strCode;
+        if (stock == STOCKS[4] || stock == STOCKS[5]) return;
+        reported[CChangeMirror::keyOf(account, *report)] = report;
+    }
+
+    // The account has been loaded: the records of the data center are what was reported of it.
+    void requested(const std::string& key) {
+        m_textbook.requestAccount(key);
+        const auto ofAccount = [&](const auto& each) { return std::get<0>(each.first) == key; };
+        std::erase_if(m_reportedOrders, ofAccount);
+        std::erase_if(m_reportedDeals, ofAccount);
+        const auto data =
+            TraderCenter::instance()->getDataCenter()->getAccountData(utils::hash(key));
+        std::vector<boost::shared_ptr<IData>> orders, deals;
+        data->getVector(DATA_ORDER, orders);
+        data->getVector(DATA_DEAL, deals);
+        for (const auto& each : orders) noteReported<COrderDetail>(m_reportedOrders, key, each);
+        for (const auto& each : deals) noteReported<CDealDetail>(m_reportedDeals, key, each);
+    }
+
+    std::string differenceOf(const CChangeMirror& mirror, const TC::ManagerState& state) {
+        if (mirror.orders != m_reportedOrders) return "orders that were told as changed";
+        if (mirror.deals != m_reportedDeals) return "deals that were told as changed";
+        decltype(mirror.figures) figures;
+        std::map<CChangeMirror::Pair, double> profits;
+        for (const auto& [account, strategies] : state.tradeStatDatas) {
+            for (const auto& [strategy, stocks] : strategies) {
+                for (const auto& [stock, record] : stocks) {
+                    figures[{account, strategy, stock}] = record;
+                    profits[{account, strategy}] += record->worth().m_dProfit;
+                }
+            }
+        }
+        if (mirror.figures != figures) return "figures that were told as changed";
+        for (const auto& [pair, profit] : profits) {
+            const auto at = mirror.pairs.find(pair);
+            if (at == mirror.pairs.end()) return "a pair was not told: " + pair.second;
+            const int running = m_fixture.manager().getRunningOrders(pair.first, pair.second);
+            if (at->second.runningOrders != running ||
+                std::fabs(at->second.profit - profit) > 1e-6) {
+                return fmt::format("pair {}/{}: {} run, profit {}; found {}, {}", pair.first,
+                                   pair.second, running, profit, at->second.runningOrders,
+                                   at->second.profit);
+            }
+        }
+        // A price that no pass has used yet is in the state; the others were used.
+        for (const auto& [key, stock] : mirror.stocks) {
+            const auto unused = state.latestPrices.find(key);
+            const bool right = unused == state.latestPrices.end()
+                                   ? stock.lastPrice == stock.valuedPrice
+                                   : stock.lastPrice == unused->second;
+            if (!right) return "the price that was told as changed of " + key;
+        }
+        for (const auto& [key, price] : state.latestPrices) {
+            if (mirror.stocks.count(key) == 0) return "no price was told of " + key;
+        }
+        return std::string();
     }
 
     // Most reports carry an order on; some come back with everything different.
@@ -241,20 +321,20 @@ private:
         if (chance(20)) {
             m_fixture.manager().requestAccounts();
             m_fixture.settle();
-            for (const std::string& key : ACCOUNTS) m_textbook.requestAccount(key);
+            for (const std::string& key : ACCOUNTS) requested(key);
             return;
         }
         const std::string& key = any(ACCOUNTS);
         hold(key);
         m_fixture.accountReady(key);
-        m_textbook.requestAccount(key);
+        requested(key);
     }
 
     void rollover() {
         m_strDate = std::to_string(std::stoi(m_strDate) + 1);
         m_fixture.newTradingDate(m_strDate);
         m_textbook.rollover(m_strDate);
-        for (const std::string& key : ACCOUNTS) m_textbook.requestAccount(key);
+        for (const std::string& key : ACCOUNTS) requested(key);
     }
 
     std::string m_strDate = "20240102";
@@ -268,6 +348,10 @@ private:
     boost::signals2::scoped_connection m_deals;
     std::deque<std::pair<FiguresPtr, std::array<double, 6>>> m_held;
     std::string m_strProfits;  ///< the first pass that announced others
+
+    Reports<COrderDetail> m_reportedOrders;
+    Reports<CDealDetail> m_reportedDeals;
+    CChangeMirror m_mirrors[3] = {CChangeMirror(3), CChangeMirror(50), CChangeMirror()};
 };
 
 }  // namespace

@@ -1,0 +1,27 @@
+#include "linkage/balance/guardedbalances.h"
+#include "linkage/balance/linkagechanges.h"
+#include "linkage/core/clinkagemanager.h"
+#include "linkage/ledger/ledger.h"
+
+namespace TC {
+
+LinkageChanges CLinkageManager::getChanges(ChangeCursor& cursor, std::size_t most) {
+    const CLock lock(m_mutex);
+    LinkageChanges changes;
+    m_pLedger->changesSince(cursor, most, changes);
+    if (changes.everything) cursor.balances = 0;
+    if (m_pGuarded) changes.balances = m_pGuarded->changedSince(cursor.balances);
+    return changes;
+}
+
+std::vector<BalanceRecord> CGuardedBalances::changedSince(std::uint64_t& change) const {
+    std::vector<BalanceRecord> records;
+    if (change == m_nChanges) return records;
+    for (const auto& [number, balance] : m_balances) {
+        if (balance.changedAt > change) records.push_back(recordOf(balance));
+    }
+    change = m_nChanges;
+    return records;
+}
+
+}  // namespace TC
