@@ -90,6 +90,7 @@ struct EventReader {
         }
         to.keepBalanceTimes = in.flag("keepBalanceTimes", to.keepBalanceTimes);
         to.filedTotals = in.flag("filedTotals", to.filedTotals);
+        if (const auto days = in.find("keepDays")) to.keepDays = days->whole<int>(0);
     }
 
     static Event config(EventReader&, const CFields& in) {

@@ -161,8 +161,12 @@ void CLinkageManager::subscribeAccount(const std::string& accountKey) {
 
 void CLinkageManager::removeAccountDatas(const std::string& accountKey) {
     const CLock lock(m_mutex);
-    m_pLedger->removeAccount(accountKey, dayKey(m_pTradeDate->get()));
+    const bool dateBegins = m_pLedger->removeAccount(accountKey, dayKey(m_pTradeDate->get()));
     restartImported(accountKey);
+    if (dateBegins && m_options.keepDays > 0) {
+        const auto keep = static_cast<std::size_t>(m_options.keepDays);
+        forgetReported(accountKey, m_pLedger->dropOldDays(accountKey, keep));
+    }
     m_pQuotes->forgetAccount(accountKey);
     dropStatsOf(accountKey);
     dropHistoryOrders(accountKey);

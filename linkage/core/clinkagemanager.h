@@ -889,6 +889,9 @@ protected:
     template <class Record>
     LINKAGE_LOCAL void relinkImported(const std::string& accountKey, int day)
         LINKAGE_REQUIRES(m_mutex);
+    /// What was reported under these days is gone; what was imported of them comes back.
+    LINKAGE_LOCAL void forgetReported(const std::string& accountKey, const std::vector<int>& days)
+        LINKAGE_REQUIRES(m_mutex);
     /// The records of an account's running day are gone; what was imported comes back.
     LINKAGE_LOCAL void restartImported(const std::string& accountKey) LINKAGE_REQUIRES(m_mutex);
     /// Brings what is not settled of an account into the ledger, a slice to each turn of the

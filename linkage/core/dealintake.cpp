@@ -93,6 +93,11 @@ bool CLinkageManager::takeDeal(const DealReport& report, bool feeKnown) {
         if (isHistoryBalance(deal.m_pCommand.get())) return false;
     }
     const DealChange change = m_pLedger->apply(report);
+    if (change.tooOld) {
+        LINKAGE_LOG_INFO(DEAL_INTAKE, "account {0}, deal {1}: the date {2} is not kept any more",
+                         report.accountKey, deal.getKey(), deal.m_strTradeDate);
+        return true;
+    }
     if (m_pGuarded) noteDeal(report.accountKey, deal);
     if (change.recordIsNew) dropImported(report.accountKey, deal);
     if (change.ofHistory && change.recordIsNew) {

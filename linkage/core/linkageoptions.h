@@ -28,6 +28,12 @@ struct LinkageOptions {
     /// filed under it: reported, answered by the trading server, or imported.
     bool filedTotals = false;
 
+    /// Of how many past trade dates the reported orders and deals of an account are kept in
+    /// memory, with the totals of these days; older ones go when a trade date begins. What the
+    /// trading server answered goes with them; what was imported stays. Deals of a date that went
+    /// do not count any more, also when they are reported again. 0: all are kept.
+    int keepDays = 0;
+
     static constexpr int MOST_ROUNDS = 100;             ///< largest value of `rounds`
     static constexpr int LONGEST_ROUND = 24 * 60 * 60;  ///< largest value of `roundSeconds`: a day
 };
@@ -40,6 +46,7 @@ inline const char* faultOf(const LinkageOptions& options) {
     if (options.roundSeconds < 1 || options.roundSeconds > LinkageOptions::LONGEST_ROUND) {
         return "roundSeconds is out of range";
     }
+    if (options.keepDays < 0) return "keepDays is out of range";
     return "";
 }
 

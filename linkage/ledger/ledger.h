@@ -246,8 +246,15 @@ public:
     // ------------------------------------------------------------------------ removal
     // linkage/ledger/ledgerremoval.cpp
 
-    /// Drops an account's records of a trade day and all its figures.
-    void removeAccount(const std::string& accountKey, int day);
+    /// Drops an account's records of a trade day and all its figures. True when the account had
+    /// figures of another day.
+    bool removeAccount(const std::string& accountKey, int day);
+
+    /// Drops what was reported of an account, or answered by the server, under past days, but for
+    /// the newest `keep` of them, with the totals of these days; gives back the days. Deals of
+    /// these and earlier dates do not count any more, also when they are reported again. Call it
+    /// behind removeAccount().
+    std::vector<int> dropOldDays(const std::string& accountKey, std::size_t keep);
 
     /// Takes away filed records with these keys. An order that stands in any figure stays.
     void removeFiledOrders(int day, const std::string& accountKey,
@@ -406,6 +413,8 @@ private:
     void leaveRunning(Pair& pair, std::uint32_t entry, bool wide);
     void removeFigures(Account& account);
     void removeRecords(Account& account, int day);
+    void dropCell(std::uint32_t cell);
+    bool hasCells(int day) const;
     void refresh(Listing& listing) const;
     template <class Visit>
     void forEachHolding(const std::set<std::string>& accountKeys,

@@ -46,6 +46,9 @@ DealtStock CLedger::dealtStock(const DealReport& report) {
 DealChange CLedger::apply(const DealReport& report) {
     const vexservice::CDealDetail& deal = *report.deal;
     DealChange change;
+    const DayOrder dropped = m_accounts[report.account].droppedThrough;
+    change.tooOld = dropped != 0 && orderOf(day(deal.m_strTradeDate)) <= dropped;
+    if (change.tooOld) return change;
     DealStep step;
     step.account = report.account;
     step.listing = report.listing;

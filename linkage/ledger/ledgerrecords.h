@@ -21,6 +21,11 @@
 /// The records that the ledger is made of. Only the ledger knows them.
 namespace TC::ledger {
 
+/// A day key as a number by which days can be ordered, also after 2038. A text that is no date
+/// comes behind all days.
+using DayOrder = std::uint32_t;
+inline DayOrder orderOf(int day) { return static_cast<DayOrder>(day); }
+
 /// The integer of the strategy "", the account as a whole. Every ledger adds it first.
 inline constexpr std::uint32_t WHOLE_ACCOUNT_ID = 0;
 
@@ -186,6 +191,7 @@ struct Account {
     utils::CKeyIndex orders;
     utils::CKeyIndex deals;
     CChangeJournal::Place droppedAt = 0;
+    DayOrder droppedThrough = 0;  ///< newest day whose records are not kept any more
 };
 
 struct Strategy {

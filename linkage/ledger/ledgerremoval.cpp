@@ -1,5 +1,8 @@
 #include "linkage/ledger/ledger.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace TC {
 
 using namespace ledger;
@@ -25,15 +28,13 @@ void unchain(CArena<Entry>& entries, utils::CKeyIndex& index, std::uint32_t at) 
     entries[before].nextOfKey = next;
 }
 
-// Drops the entries of a cell that have one of the keys and for which `mayGo` is true. True when
-// one of them was reported.
+// Drops the entries of a cell for which `mayGo` is true. True when one of them was reported.
 template <class Entry, class MayGo>
-bool dropFiled(CArena<Entry>& entries, utils::CKeyIndex& index, std::uint32_t& first,
-               const std::set<std::uint64_t>& keys, MayGo mayGo) {
+bool dropFiled(CArena<Entry>& entries, utils::CKeyIndex& index, std::uint32_t& first, MayGo mayGo) {
     bool reported = false;
     for (std::uint32_t* link = &first; *link != NONE;) {
         const std::uint32_t at = *link;
-        if (keys.count(entries[at].key) == 0 || !mayGo(entries[at])) {
+        if (!mayGo(entries[at])) {
             link = &entries[at].nextInCell;
             continue;
         }
@@ -55,8 +56,10 @@ void CLedger::removeFiledOrders(int day, const std::string& accountKey,
     bool reported = false;
     for (const std::uint32_t cell : account.cells) {
         if (m_cells[cell].day != day) continue;
-        reported |= dropFiled(m_orders, account.orders, m_cells[cell].firstOrder, keys,
-                              [](const OrderEntry& entry) { return entry.facets == FILED; });
+        reported |= dropFiled(m_orders, account.orders, m_cells[cell].firstOrder,
+                              [&](const OrderEntry& entry) {
+                                  return entry.facets == FILED && keys.count(entry.key) > 0;
+                              });
     }
     if (reported) noteAgain(at);
 }
@@ -69,18 +72,20 @@ void CLedger::removeFiledDeals(int day, const std::string& accountKey,
     bool reported = false;
     for (const std::uint32_t cell : account.cells) {
         if (m_cells[cell].day != day) continue;
-        reported |= dropFiled(m_deals, account.deals, m_cells[cell].firstDeal, keys,
-                              [](const DealEntry&) { return true; });
+        reported |= dropFiled(m_deals, account.deals, m_cells[cell].firstDeal,
+                              [&](const DealEntry& entry) { return keys.count(entry.key) > 0; });
     }
     if (reported) noteAgain(at);
 }
 
-void CLedger::removeAccount(const std::string& accountKey, int day) {
+bool CLedger::removeAccount(const std::string& accountKey, int day) {
     m_tradeDay = day;
     m_days[day].asked = true;
     const std::uint32_t at = findAccount(accountKey);
+    bool dateBegins = false;
     if (at != NONE) {
         Account& account = m_accounts[at];
+        dateBegins = account.day && *account.day != day;
         m_journal.note(CChangeJournal::EKind::AccountDropped, at, account.droppedAt);
         removeRecords(account, day);
         removeFigures(account);
@@ -92,6 +97,7 @@ void CLedger::removeAccount(const std::string& accountKey, int day) {
         }
     }
     for (auto& [stock, accounts] : m_positions) accounts.erase(accountKey);
+    return dateBegins;
 }
 
 // Drops the records of the day. Those of other days stay filed, without any figures. When
@@ -146,6 +152,65 @@ void CLedger::removeRecords(Account& account, int day) {
             chainDeal(account, at);
         }
     }
+}
+
+// Only filed records are left of past days, and nothing is derived from them. What was imported
+// stays: its files would bring it back.
+std::vector<int> CLedger::dropOldDays(const std::string& accountKey, std::size_t keep) {
+    const std::uint32_t accountAt = findAccount(accountKey);
+    if (accountAt == NONE) return {};
+    Account& account = m_accounts[accountAt];
+    const auto mayGo = [](const auto& entry) { return !entry.report->m_bImported; };
+    const auto hasAny = [&](const auto& entries, std::uint32_t at) {
+        while (at != NONE && !mayGo(entries[at])) at = entries[at].nextInCell;
+        return at != NONE;
+    };
+    std::set<DayOrder> days;
+    for (const std::uint32_t at : account.cells) {
+        const Cell& cell = m_cells[at];
+        const bool isPast = account.day && orderOf(cell.day) < orderOf(*account.day);
+        if (isPast && (cell.hasTotals || hasAny(m_orders, cell.firstOrder) ||
+                       hasAny(m_deals, cell.firstDeal))) {
+            days.insert(orderOf(cell.day));
+        }
+    }
+    if (days.size() <= keep) return {};
+    days.erase(std::prev(days.end(), static_cast<std::ptrdiff_t>(keep)), days.end());
+    account.droppedThrough = std::max(account.droppedThrough, *days.rbegin());
+
+    std::erase_if(account.cells, [&](std::uint32_t at) {
+        Cell& cell = m_cells[at];
+        if (days.count(orderOf(cell.day)) == 0) return false;
+        dropFiled(m_orders, account.orders, cell.firstOrder, mayGo);
+        dropFiled(m_deals, account.deals, cell.firstDeal, mayGo);
+        cell.hasTotals = false;
+        cell.totals = {};
+        if (cell.firstOrder != NONE || cell.firstDeal != NONE) return false;
+        dropCell(at);
+        return true;
+    });
+    std::erase_if(m_days, [&](const auto& day) {
+        return days.count(orderOf(day.first)) > 0 && !hasCells(day.first);
+    });
+    return {days.begin(), days.end()};
+}
+
+void CLedger::dropCell(std::uint32_t at) {
+    Holding& held = holding(m_cells[at].account, m_cells[at].stock);
+    std::uint32_t* link = &held.newestCell;
+    while (*link != at) link = &m_cells[*link].olderCell;
+    *link = m_cells[at].olderCell;
+    held.newestDay = held.newestCell == NONE ? 0 : m_cells[held.newestCell].day;
+    m_cells.drop(at);
+}
+
+bool CLedger::hasCells(int day) const {
+    for (const Account& account : m_accounts) {
+        for (const std::uint32_t at : account.cells) {
+            if (m_cells[at].day == day) return true;
+        }
+    }
+    return false;
 }
 
 void CLedger::removeFigures(Account& account) {

@@ -75,6 +75,7 @@ struct DealReport {
 
 /// What a report of a deal changed.
 struct DealChange {
+    bool tooOld = false;         ///< its date is not kept any more, and nothing was done
     bool ofHistory = false;      ///< it balances a strategy's history: in no traded figure
     bool stockIsNew = false;     ///< the first deal of the stock under its day
     bool recordIsNew = false;    ///< the first report of the deal there

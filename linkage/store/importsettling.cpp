@@ -175,6 +175,13 @@ void CLinkageManager::relinkImported(const std::string& accountKey, int day) {
 template void CLinkageManager::relinkImported<CDealDetail>(const std::string&, int);
 template void CLinkageManager::relinkImported<COrderDetail>(const std::string&, int);
 
+void CLinkageManager::forgetReported(const std::string& accountKey, const std::vector<int>& days) {
+    for (const int day : days) {
+        relinkImported<CDealDetail>(accountKey, day);
+        relinkImported<COrderDetail>(accountKey, day);
+    }
+}
+
 void CLinkageManager::restartImported(const std::string& accountKey) {
     const int today = dayKey(m_pTradeDate->get());
     bool any = false;

@@ -222,6 +222,29 @@ TEST_F(Import, AnnouncesNewStocksOfTheRunningDayAndBringsThemBack) {
     EXPECT_EQ(dealsOf("A", "20240102"), 1u) << "reported meanwhile";
 }
 
+TEST_F(Import, StandsInForReportsThatAreNotKeptAnyMore) {
+    f.release();
+    f.manager().setOptions({.keepDays = 1});
+    f.init();
+    f.deal({.account = "A", .key = 1, .stock = "SH600036", .dealId = "1"});
+    f.deal({.account = "A", .key = 2, .stock = "SH600036", .dealId = "2"});
+    take("10001,20240102,600036,买入,10,100,1\n");
+    const auto sources = [&] {
+        std::string text;
+        for (const auto& [key, source] : f.manager().getRecordSources(
+                 TC::EHistoryRecords::Deals, "A", Fixture::day("20240102"))) {
+            text += "rai"[static_cast<int>(source.kind)];
+        }
+        return text;
+    };
+    f.newTradingDate("20240103");
+    f.deal({.account = "A", .key = 3, .stock = "SH600036"});
+    EXPECT_EQ(sources(), "rr");
+    f.newTradingDate("20240104");
+    EXPECT_EQ(sources(), "i");
+    EXPECT_EQ(dealsOf("A", "20240103"), 1u);
+}
+
 TEST_F(Import, IsSeenBeforeAndTakenBackAndSurvivesARestart) {
     const auto daysOf = [](const TC::ImportReport& report) {
         std::string text;

@@ -1,6 +1,10 @@
+#include "linkage/ledger/daykey.h"
 #include "tests/support/fixture.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
+
+#include <algorithm>
 
 namespace tests {
 namespace {
@@ -54,6 +58,43 @@ TEST(Queries, VolumesOfAPastDayAreOfReportedDealsOrWithTheOptionOfAllThatAreFile
         EXPECT_EQ(volumes("20240105"), std::pair(100, 0));
         f.newTradingDate("20240108");
         EXPECT_EQ(volumes("20240105"), std::pair(100, 0)) << "reported, and so filed";
+    }
+}
+
+// The data center of the test keeps all records; so it reports those of old dates at every load.
+TEST(Queries, SoManyPastDaysAreKeptAsTheClientAsksFor) {
+    for (const int keep : {0, 1, 2}) {
+        Ready f({.now = "2024-01-02 10:00:00", .options = {.keepDays = keep}}, {"A", "B"});
+        auto& manager = f.manager();
+        const Texts dates = {"20240102", "20240103", "20240104", "20240105"};
+        std::uint64_t key = 0;
+        for (const std::string& date : dates) {
+            if (date != dates.front()) f.newTradingDate(date);
+            f.deal({.key = ++key, .stock = "SH600000", .volume = 100});
+            f.deal({.key = ++key, .stock = "SZ000001", .volume = 100, .strategy = "S"});
+            f.order({.key = key});
+        }
+        const auto daysOf = [&](const char* account) {
+            Texts days;
+            for (const int day : manager.getFiledDays(account)) days.push_back(TC::dayText(day));
+            return days;
+        };
+        const auto kept = keep == 0 ? dates : Texts(dates.end() - keep - 1, dates.end());
+        EXPECT_EQ(daysOf("A"), kept);
+        EXPECT_EQ(daysOf("B"), Texts());
+        for (const std::string& date : dates) {
+            const int sum = std::count(kept.begin(), kept.end(), date) > 0 ? 100 : 0;
+            EXPECT_EQ(manager.getBuySellVolumes(Fixture::day(date), "SH600000", {"A"}).first, sum);
+            EXPECT_EQ(f.state().dealDetails.count(Fixture::day(date)), sum > 0 ? 1u : 0u);
+        }
+
+        // Old deals do not come back as new ones, and an import of an old day is kept.
+        f.deal({.key = 1, .stock = "SH600000", .volume = 100, .tradeDate = "20240102"});
+        f.deal({.key = 77, .stock = "SH600000", .volume = 500, .tradeDate = "20240102"});
+        EXPECT_EQ(f.state().tradeStatDatas.at("A").at("").at("SH600000")->deals().m_nBuyVolume,
+                  keep == 0 ? 600 : 100)
+            << "key 77 is new where its day is kept";
+        EXPECT_EQ(fmt::format("{}", fmt::join(manager.checkIntegrity(), "\n")), "");
     }
 }
 

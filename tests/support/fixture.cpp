@@ -125,7 +125,8 @@ void Fixture::tradeSetting(int block, EPriceType priceType, double price) {
 void Fixture::create() {
     watch(*Manager::instance());
     const TC::LinkageOptions& options = m_settings.options;
-    if (options.guard || options.filedTotals) Manager::instance()->setOptions(options);
+    if (options.guard || options.filedTotals || options.keepDays > 0)
+        Manager::instance()->setOptions(options);
     settle();
 }
 
