@@ -160,7 +160,8 @@ void CLinkageManager::askTradeDate() {
     }
     m_strUserData = getUserConfig()->getUserDataString(USER_NAME).toStdString();
     if (m_strUserData.empty()) {
-        g_VexStdLogger.write(ELogLevel::Warning, INIT, "the user has no name: no task is followed");
+        g_VexStdLogger.write(ELogLevel::Warning, INIT,
+                             "the user has no name: no task of a user is followed");
     }
     const auto ask = [this] { m_pTradeDate->set(dataCenter().getTradingDate()); };
     if (!attempt(INIT, ask)) m_pTradeDate->set(lastTradeDateOfShanghai());
