@@ -197,7 +197,8 @@ std::vector<Case> referenceCases() {
         {710, "valid-times", RULES, "Corrects the time in which the order is valid.",
          timesAreValid},
         {711, "switches", RULES,
-         "Market-wide switches of the client. Threads: any. Failure: nothing throws.",
+         "Market-wide switches of the client. Threads: any, also under the library's lock. "
+         "Failure: nothing throws.",
          switchesAreTold},
     };
 }

@@ -1,5 +1,5 @@
-# What an installation holds: both libraries, the paper client, their headers, the programs, and
-# how CMake and pkg-config find them. `./run --install DIR` and `./run --package` use it.
+# What an installation holds: both libraries, the bases of adapters, the paper client, their headers,
+# the programs, and how CMake and pkg-config find them. `./run --install DIR` and `./run --package` use it.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -8,13 +8,14 @@ set(config ${CMAKE_INSTALL_LIBDIR}/cmake/linkage)
 
 install(TARGETS platform linkage EXPORT targets
   LIBRARY COMPONENT library NAMELINK_COMPONENT development)
-install(TARGETS paper adaptercheck EXPORT targets ARCHIVE COMPONENT development)
+install(TARGETS adapters paper adaptercheck EXPORT targets ARCHIVE COMPONENT development)
 
 # What clients may include. Each compiles alone in C++17, and none needs one that is not here;
 # scripts/check-package.sh sees to it. scripts/check-docs.sh reads the list from the build tree.
 file(GLOB_RECURSE public RELATIVE ${PROJECT_SOURCE_DIR} platform/*.h)
 list(APPEND public
   adaptercheck/adaptercheck.h
+  adapters/accountrecords.h adapters/quoteboard.h adapters/recordcenter.h adapters/strandengine.h
   linkage/export.h linkage/plugin.h linkage/version.h
   linkage/balance/balancebook.h linkage/balance/balanceplan.h linkage/balance/balancerule.h
   linkage/balance/linkagechanges.h

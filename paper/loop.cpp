@@ -1,14 +1,11 @@
 #include "paper/loop.h"
 
-#include "platform/log.h"
-
 #include <QCoreApplication>
 #include <QPointer>
 #include <QThread>
 
 #include <algorithm>
 #include <cmath>
-#include <exception>
 #include <optional>
 
 namespace paper {
@@ -94,29 +91,6 @@ void CVirtualLoop::advanceTo(std::int64_t micros) {
 
 void CVirtualLoop::advanceSeconds(double seconds) {
     advanceTo(nowMicros() + std::llround(seconds * 1e6));
-}
-
-CRealLoop::CRealLoop(int threads) : m_work(boost::asio::make_work_guard(m_service)) {
-    for (int i = 0; i < threads; ++i) {
-        m_threads.emplace_back([this] {
-            // A handler that throws costs that handler, not the thread.
-            while (!m_service.stopped()) {
-                try {
-                    m_service.run();
-                } catch (const std::exception& fault) {
-                    g_VexStdLogger.error("paper::CRealLoop", fault.what());
-                }
-            }
-        });
-    }
-}
-
-CRealLoop::~CRealLoop() { stop(); }
-
-void CRealLoop::stop() {
-    m_service.stop();
-    for (std::thread& thread : m_threads) thread.join();
-    m_threads.clear();
 }
 
 }  // namespace paper

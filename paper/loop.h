@@ -1,5 +1,6 @@
 #pragma once
 
+#include "adapters/strandengine.h"
 #include "platform/utils/clock.h"
 #include "platform/utils/waits.h"
 
@@ -12,8 +13,6 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <thread>
-#include <vector>
 
 namespace paper {
 
@@ -62,24 +61,6 @@ private:
 };
 
 /// The paper client on the machine's clock, with threads: for programs.
-class CRealLoop {
-public:
-    /// Starts the threads, which run the service until stop().
-    explicit CRealLoop(int threads = 1);
-    /// Stops; what is queued is dropped.
-    ~CRealLoop();
-
-    /// Stops and joins the threads. The service stays, so that what lives on it can be
-    /// taken down while nothing runs.
-    void stop();
-
-    /// The engine's service.
-    boost::asio::io_service& service() { return m_service; }
-
-private:
-    boost::asio::io_service m_service;
-    boost::asio::executor_work_guard<boost::asio::io_service::executor_type> m_work;
-    std::vector<std::thread> m_threads;
-};
+using CRealLoop = adapters::CServiceThreads;
 
 }  // namespace paper

@@ -4,7 +4,8 @@
 
 namespace paper {
 
-void COutbox::add(const std::string& accountKey, int type, CPaperAccountData::Record record) {
+void COutbox::add(const std::string& accountKey, int type,
+                  adapters::CAccountRecords::Record record) {
     add(Report{accountKey, type, std::move(record), {}});
 }
 

@@ -22,7 +22,7 @@ public:
     COutbox(boost::asio::io_service& service, std::shared_ptr<CDataCenter> dataCenter)
         : m_service(service), m_pDataCenter(std::move(dataCenter)) {}
 
-    void add(const std::string& accountKey, int type, CPaperAccountData::Record record);
+    void add(const std::string& accountKey, int type, adapters::CAccountRecords::Record record);
     /// Runs `work` in turn: after what was added before is published, and before what is added
     /// later.
     void add(std::function<void()> work);
@@ -31,7 +31,7 @@ private:
     struct Report {
         std::string account;
         int type;
-        CPaperAccountData::Record record;
+        adapters::CAccountRecords::Record record;
         std::function<void()> work;  ///< instead of a record
     };
 

@@ -1,9 +1,9 @@
 #include "paper/paperclient.h"
 
+#include "adapters/strandengine.h"
 #include "linkage/core/clinkagemanager.h"
 #include "paper/commandcenter.h"
 #include "paper/datacenter.h"
-#include "paper/engine.h"
 #include "paper/exchange.h"
 #include "paper/orderrules.h"
 #include "paper/quotes.h"
@@ -13,6 +13,8 @@
 #include "paper/usersettings.h"
 
 #include <boost/make_shared.hpp>
+
+#include <vector>
 
 namespace paper {
 
@@ -77,6 +79,8 @@ struct CPaperClient::Services {
     boost::shared_ptr<TC::CProxyClient> proxy;
     boost::shared_ptr<TC::CExchangeClient> exchangeClient;
     std::shared_ptr<CScheduler> scheduler;
+    /// What else is installed: it stays when somebody puts a service of his own before it.
+    std::vector<boost::shared_ptr<void>> others;
 };
 
 CPaperClient::Services::Services(boost::asio::io_service& service, const ClientConfig& config,
@@ -108,20 +112,25 @@ void CPaperClient::Services::install(boost::asio::io_service& service, const Cli
                                      IClientObserver* observer) {
     using utils::CManualSingletonT;
     using utils::CSingletonT;
-    TraderCenter::install(boost::make_shared<CTraderCenter>(dataCenter, taskCenter));
-    CSingletonT<net::RPCEngine>::install(boost::make_shared<CEngine>(service));
-    CSingletonT<TC::CAppConfig>::install(boost::make_shared<CPaperAppConfig>(config));
+    const auto kept = [this](const auto& other) {
+        others.push_back(other);
+        return other;
+    };
+    TraderCenter::install(kept(boost::make_shared<CTraderCenter>(dataCenter, taskCenter)));
+    CSingletonT<net::RPCEngine>::install(
+        kept(boost::make_shared<adapters::CStrandEngine>(service)));
+    CSingletonT<TC::CAppConfig>::install(kept(boost::make_shared<CPaperAppConfig>(config)));
     CSingletonT<TC::CUserConfig>::install(userSettings);
-    CSingletonT<TC::CTimeService>::install(boost::make_shared<CPaperTimeService>());
+    CSingletonT<TC::CTimeService>::install(kept(boost::make_shared<CPaperTimeService>()));
     CSingletonT<TC::IDataDirectory>::install(
-        boost::make_shared<CPaperDataDirectory>(config.dataDir));
+        kept(boost::make_shared<CPaperDataDirectory>(config.dataDir)));
     CSingletonT<marlo::IMarketCalendar>::install(calendar);
     CSingletonT<ConfigCollector>::install(
-        boost::make_shared<CPaperConfigCollector>(config.registRules));
+        kept(boost::make_shared<CPaperConfigCollector>(config.registRules)));
     CSingletonT<TC::CStockManager>::install(
-        boost::make_shared<CPaperStockManager>(instruments, faults));
-    CSingletonT<StockTypeCenter>::install(boost::make_shared<CPaperStockTypes>(instruments));
-    CSingletonT<IOrderRules>::install(boost::make_shared<COrderRules>(instruments));
+        kept(boost::make_shared<CPaperStockManager>(instruments, faults)));
+    CSingletonT<StockTypeCenter>::install(kept(boost::make_shared<CPaperStockTypes>(instruments)));
+    CSingletonT<IOrderRules>::install(kept(boost::make_shared<COrderRules>(instruments)));
     commandCenter =
         boost::make_shared<CCommandCenter>(service, exchange, taskCenter, observer, faults);
     CSingletonT<TC::CDovCommandCenter>::install(commandCenter);

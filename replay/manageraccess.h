@@ -32,6 +32,13 @@ struct ManagerAccess {
         manager.post(std::move(work));
     }
 
+    /// Whether a thread could take the manager's lock now.
+    static bool isLockFree(CLinkageManager& manager) {
+        if (!manager.m_mutex.try_lock()) return false;
+        manager.m_mutex.unlock();
+        return true;
+    }
+
     static void doStockBalance(CLinkageManager& manager, const std::string& accountKey,
                                const std::string& strategy) {
         manager.doStockBalance(accountKey, strategy);

@@ -18,17 +18,18 @@ linkage/draw     linkage platform
 linkage/core/clinkagemanager.h linkage/core linkage/ledger linkage/stats linkage/balance linkage/store linkage platform
 linkage/plugin.h linkage/core linkage/draw
 linkage/plugin   linkage linkage/core linkage/draw platform
-paper            linkage/core common platform
+adapters         common platform
+paper            adapters linkage/core common platform
 adaptercheck     platform
 adaptercheck/program adaptercheck paper linkage platform
 replay           paper linkage/* common platform
 desk             replay paper linkage/* common platform
-examples         paper linkage/* platform
+examples         adapters paper linkage/* platform
 lab              replay paper linkage/* common platform
 textbook         linkage/core linkage/ledger linkage common platform
 fuzz             replay paper linkage/* common platform
 bench            textbook replay paper linkage/* common platform
-tests            adaptercheck adaptercheck/program lab desk textbook replay paper linkage/* common platform
+tests            adaptercheck adaptercheck/program adapters lab desk textbook replay paper linkage/* common platform
 '
 
 git ls-files -co --exclude-standard -- '*.h' '*.cpp' | xargs grep -oE '^#include "[^"]+"' |

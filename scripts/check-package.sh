@@ -55,14 +55,16 @@ for compiler in g++ clang++-14; do
     if readelf -d "$built/plugin/example-plugin" | grep 'NEEDED.*liblinkage\.so'; then exit 1; fi
 done
 
-# A program through pkg-config; the paper client is an archive and stands first.
+# A program through pkg-config; the paper client and the bases are archives and stand first.
 read -ra flags <<<"$(pkg-config --cflags --libs linkage)"
-clang++-14 -std=c++20 "$root/examples/paper/main.cpp" "$prefix/lib/libpaper.a" "${flags[@]}" \
+clang++-14 -std=c++20 "$root/examples/paper/main.cpp" "$prefix/lib/libpaper.a" \
+    "$prefix/lib/liblinkage-adapters.a" "${flags[@]}" \
     -lmongoclient -Wl,-rpath,"$prefix/lib" -o "$work/by-pkg-config"
 "$work/by-pkg-config"
 
 # Clients that end badly.
-g++ -std=c++17 -I "$root/examples/host" "$root/tests/package/lifetime.cpp" "${flags[@]}" -lQt5Core \
+g++ -std=c++17 -I "$root/examples/host" "$root/tests/package/lifetime.cpp" \
+    "$prefix/lib/liblinkage-adapters.a" "${flags[@]}" -lQt5Core \
     -Wl,-rpath,"$prefix/lib" -o "$work/lifetime"
 for way in "" services-first; do
     valgrind -q --error-exitcode=1 "$work/lifetime" $way >"$work/log" 2>&1 ||

@@ -40,7 +40,7 @@ int main(int argc, char** argv) {
     for (int row = 1; !text.atEnd(); ++row) {
         const auto deal = readDeal(text.readLine());
         if (deal)
-            services.center().report("10001", deal);
+            services.report("10001", deal);
         else
             std::fprintf(stderr, "row %d is left out\n", row);
     }

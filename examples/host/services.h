@@ -1,12 +1,13 @@
 #pragma once
 
+#include "adapters/quoteboard.h"
+#include "adapters/recordcenter.h"
+#include "adapters/strandengine.h"
 #include "platform/records/dealdetail.h"
 #include "platform/services/clientconfig.h"
 #include "platform/services/connections.h"
 #include "platform/services/dovcommandcenter.h"
 #include "platform/services/orderrules.h"
-#include "platform/services/quoteclient.h"
-#include "platform/services/rpcengine.h"
 #include "platform/services/stockmanager.h"
 #include "platform/services/tradeclient.h"
 #include "platform/services/tradercenter.h"
@@ -14,86 +15,35 @@
 #include <QTemporaryDir>
 
 #include <boost/make_shared.hpp>
-#include <boost/signals2/signal.hpp>
 
 #include <chrono>
-#include <map>
-#include <memory>
-#include <mutex>
-#include <thread>
+#include <string>
+#include <vector>
 
 /// The smallest client that the library can live in: accounts and deals in memory, one price, and
-/// nothing is ever sent. A real client has its own data behind the same classes.
+/// nothing is ever sent. The bases of adapters/ keep the records and the prices and run the strand;
+/// a real client reads its wire here.
 namespace host {
-
-using vexservice::IData;
-using Record = boost::shared_ptr<IData>;
-
-/// One account and the newest report of each of its records.
-class CAccount final : public vexservice::CAccountData {
-public:
-    explicit CAccount(const std::string& key) {
-        m_pInfo->m_strKey = m_pInfo->m_strID = key;
-        m_pInfo->m_nType = vexservice::ACCOUNT_STOCK;
-    }
-    std::string getKey() const override { return m_pInfo->m_strKey; }
-    boost::shared_ptr<vexservice::CAccountInfo> getAccountInfo() const override { return m_pInfo; }
-    void getVector(int type, std::vector<Record>& records) const override {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        const auto found = m_records.find(type);
-        if (found == m_records.end()) return;
-        for (const auto& each : found->second) records.push_back(each.second);
-    }
-    void keep(int type, std::uint64_t recordKey, const Record& record) {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_records[type][recordKey] = record;
-    }
-
-private:
-    const boost::shared_ptr<vexservice::CAccountInfo> m_pInfo =
-        boost::make_shared<vexservice::CAccountInfo>();
-    mutable std::mutex m_mutex;
-    std::map<int, std::map<std::uint64_t, Record>> m_records;
-};
 
 /// The trade services. The accounts are there from the beginning.
 class CCenter final : public vexservice::TraderCenter,
-                      public vexservice::IDataCenter,
+                      public adapters::CRecordCenter,
                       public vexservice::ITaskCenter,
                       public vexservice::IFeeLimitService {
 public:
     CCenter(std::string tradeDate, const std::vector<std::string>& accounts)
-        : m_strTradeDate(std::move(tradeDate)) {
+        : CRecordCenter(std::move(tradeDate)) {
         for (const std::string& key : accounts) {
-            m_accounts.push_back(boost::make_shared<CAccount>(key));
+            auto info = boost::make_shared<vexservice::CAccountInfo>();
+            info->m_strKey = info->m_strID = key;
+            info->m_nType = vexservice::ACCOUNT_STOCK;
+            setAccount(key, info);
         }
     }
 
     IDataCenter* getDataCenter() override { return this; }
     ITaskCenter* getTaskCenter() override { return this; }
     IFeeLimitService* getFeeLimitService() override { return this; }
-
-    void getAllAccountData(
-        std::vector<boost::shared_ptr<vexservice::CAccountData>>& accounts) const override {
-        accounts.insert(accounts.end(), m_accounts.begin(), m_accounts.end());
-    }
-    boost::shared_ptr<vexservice::CAccountData> getAccountData(std::uint64_t hash) const override {
-        for (const auto& each : m_accounts) {
-            if (each->getAccountInfo()->hash() == hash) return each;
-        }
-        return {};
-    }
-    boost::shared_ptr<vexservice::CAccountData> getGlobalAccountData() const override {
-        return m_pTasks;
-    }
-    std::string getTradingDate() const override { return m_strTradeDate; }
-    boost::signals2::connection subscribe(const std::string& accountKey, int type,
-                                          const std::string&, const Callback& callback) override {
-        return m_news.connect(
-            [accountKey, type, callback](const std::string& of, int what, const Record& record) {
-                if (what == type && (accountKey.empty() || accountKey == of)) callback(of, record);
-            });
-    }
 
     boost::shared_ptr<vexservice::ITaskHandler> getTaskHandler(std::uint64_t) override {
         return {};
@@ -103,48 +53,6 @@ public:
         const std::string&) override {
         return boost::make_shared<vexservice::CStkExchangeRateLimit>();
     }
-
-    /// Keeps a deal, and only then tells of it.
-    void report(const std::string& accountKey,
-                const boost::shared_ptr<vexservice::CDealDetail>& deal) {
-        for (const auto& each : m_accounts) {
-            if (each->getKey() != accountKey) continue;
-            deal->m_pAccountInfo = each->getAccountInfo();
-            each->keep(vexservice::DATA_DEAL, deal->recordKey(), deal);
-            m_news(accountKey, vexservice::DATA_DEAL, deal);
-        }
-    }
-
-private:
-    const std::string m_strTradeDate;
-    std::vector<boost::shared_ptr<CAccount>> m_accounts;
-    const boost::shared_ptr<CAccount> m_pTasks = boost::make_shared<CAccount>("");
-    boost::signals2::signal<void(const std::string&, int, const Record&)> m_news;
-};
-
-/// One thread on which the library's strand and timers run.
-class CEngine final : public net::RPCEngine {
-public:
-    using Strand = boost::asio::io_service::strand;
-
-    CEngine() : m_thread([this] { m_service.run(); }) {}
-    ~CEngine() override {
-        m_service.stop();
-        m_thread.join();
-    }
-    boost::shared_ptr<Strand> getStrand(const std::string& name) override {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        boost::shared_ptr<Strand>& strand = m_strands[name];
-        if (!strand) strand = boost::make_shared<Strand>(m_service);
-        return strand;
-    }
-
-private:
-    boost::asio::io_service m_service;
-    boost::asio::io_service::work m_work{m_service};
-    std::mutex m_mutex;
-    std::map<std::string, boost::shared_ptr<Strand>> m_strands;
-    std::thread m_thread;
 };
 
 class CConfig final : public TC::CAppConfig {
@@ -192,18 +100,8 @@ public:
     int tradeMinUnit(const std::string&, const std::string&) override { return 100; }
 };
 
-class CQuotes final : public TC::CQuoteClient {
+class CQuotes final : public adapters::CQuoteBoard {
 public:
-    boost::shared_ptr<vexservice::CPriceData> getStockPrice(const QString& stockKey) override {
-        auto price = boost::make_shared<vexservice::CPriceData>();
-        price->m_strStockKey = stockKey.toStdString();
-        price->m_dLastPrice = 10.5;
-        return price;
-    }
-    boost::shared_ptr<TC::CQuoteRequest> request(const QString&,
-                                                 const TC::CQuoteRequest::Callback&) override {
-        return boost::make_shared<TC::CQuoteRequest>();
-    }
     void queryMinuteBars(const QString&, const std::string&, const BarsAnswer&) override {}
 };
 
@@ -254,8 +152,8 @@ class CServices {
 public:
     CServices(const std::string& tradeDate, const std::vector<std::string>& accounts)
         : m_pCenter(boost::make_shared<CCenter>(tradeDate, accounts)) {
-        install(m_pCenter, boost::make_shared<CEngine>(), boost::make_shared<CStocks>(),
-                boost::make_shared<CRules>());
+        install(m_pCenter, boost::make_shared<adapters::CThreadEngine>(),
+                boost::make_shared<CStocks>(), boost::make_shared<CRules>());
         utils::CSingletonT<TC::CAppConfig>::install(boost::make_shared<CConfig>());
         utils::CSingletonT<TC::CUserConfig>::install(boost::make_shared<CUser>());
         utils::CSingletonT<TC::IDataDirectory>::install(boost::make_shared<CDirectory>());
@@ -263,7 +161,7 @@ public:
         utils::CSingletonT<marlo::IMarketCalendar>::install(boost::make_shared<CCalendar>());
         utils::CSingletonT<TC::CDovCommandCenter>::install(boost::make_shared<CCommands>());
         utils::CSingletonT<TC::CProxyClient>::install(boost::make_shared<TC::CProxyClient>());
-        utils::CManualSingletonT<TC::CQuoteClient>::install(boost::make_shared<CQuotes>());
+        utils::CManualSingletonT<TC::CQuoteClient>::install(m_pQuotes);
         utils::CManualSingletonT<TC::CTradeClient>::install(boost::make_shared<CTrade>());
         utils::CManualSingletonT<TC::CExchangeClient>::install(
             boost::make_shared<TC::CExchangeClient>());
@@ -284,11 +182,22 @@ public:
     CServices(const CServices&) = delete;
     CServices& operator=(const CServices&) = delete;
 
-    CCenter& center() { return *m_pCenter; }
+    /// A deal as the wire tells it, and with it a price of its stock.
+    void report(const std::string& accountKey,
+                const boost::shared_ptr<vexservice::CDealDetail>& deal) {
+        auto price = boost::make_shared<vexservice::CPriceData>();
+        price->m_strStockKey = deal->m_strMarket + deal->m_strCode;
+        price->m_dLastPrice = 10.5;
+        m_pQuotes->setPrice(price->m_strStockKey, price);
+        const adapters::CAccountRecords* const account = m_pCenter->account(accountKey);
+        if (!account) return;
+        deal->m_pAccountInfo = account->getAccountInfo();
+        m_pCenter->report(accountKey, vexservice::DATA_DEAL, deal);
+    }
 
 private:
     static void install(const boost::shared_ptr<CCenter>& center,
-                        const boost::shared_ptr<CEngine>& engine,
+                        const boost::shared_ptr<adapters::CThreadEngine>& engine,
                         const boost::shared_ptr<CStocks>& stocks,
                         const boost::shared_ptr<CRules>& rules) {
         vexservice::TraderCenter::install(center);
@@ -300,6 +209,7 @@ private:
     }
 
     const boost::shared_ptr<CCenter> m_pCenter;
+    const boost::shared_ptr<CQuotes> m_pQuotes = boost::make_shared<CQuotes>();
 };
 
 /// A deal of the day as a report tells it.

@@ -43,7 +43,7 @@ int main(int argc, char** argv) {
             if (manager.getTradeStatDatas("10001", "S").size() == 1) application.quit();
         });
     });
-    services.center().report("10001", host::makeDeal(1, "SH600000", true, 300, 10.0, "S"));
+    services.report("10001", host::makeDeal(1, "SH600000", true, 300, 10.0, "S"));
     application.exec();
 
     for (const auto& stock : manager.getTradeStatDatas("10001", "S")) {

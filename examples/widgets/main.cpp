@@ -65,8 +65,7 @@ int main(int argc, char** argv) {
             if (table.rowCount() == 4) return application.quit();
             if (reported == 4) return;
             const std::string stock = "SH60000" + std::to_string(reported++);
-            services.center().report("10001",
-                                     host::makeDeal(reported, stock, true, 100, 10.0, "S"));
+            services.report("10001", host::makeDeal(reported, stock, true, 100, 10.0, "S"));
         });
         market.start(250);
         application.exec();

@@ -2,6 +2,7 @@
 #include "linkage/balance/balancestate.h"
 #include "linkage/balance/guardedbalances.h"
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/datacenter.h"
 #include "linkage/core/enginestate.h"
 #include "linkage/core/guarded.h"
 #include "linkage/core/raise.h"
@@ -9,7 +10,6 @@
 #include "platform/log.h"
 #include "platform/services/clientconfig.h"
 #include "platform/services/dovcommandcenter.h"
-#include "platform/services/tradercenter.h"
 
 #include <mongo/bson/bson.h>
 
@@ -164,8 +164,7 @@ void CLinkageManager::terminateTasks(
                 }));
             return;
         }
-        const auto handler = vexservice::TraderCenter::instance()->getTaskCenter()->getTaskHandler(
-            task->recordKey());
+        const auto handler = taskCenter().getTaskHandler(task->recordKey());
         if (handler) handler->operate(record);
     };
     for (const auto& task : tasks) {

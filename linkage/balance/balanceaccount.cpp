@@ -1,14 +1,13 @@
 #include "linkage/balance/balanceaccount.h"
 
+#include "linkage/core/datacenter.h"
 #include "platform/log.h"
-#include "platform/services/tradercenter.h"
 #include "platform/utils/keys.h"
 
 namespace TC {
 
 BalanceAccount findBalanceAccount(const std::string& accountkey) {
-    const auto data = vexservice::TraderCenter::instance()->getDataCenter()->getAccountData(
-        utils::hash(accountkey));
+    const auto data = dataCenter().getAccountData(utils::hash(accountkey));
     if (!data) return {EBalanceRefusal::NoAccountData, {}};
     auto info = data->getAccountInfo();
     if (!info) return {EBalanceRefusal::NoAccountInfo, {}};

@@ -136,9 +136,9 @@ bool CLinkageManager::replay(const std::string& accountKey, const Records& order
 }
 
 // The new subscriptions stand before the old ones end, so nothing is announced between them.
-// What is announced twice changes nothing the second time.
+// What is announced twice changes nothing the second time. Only the strand subscribes, and the data
+// center is asked without the lock.
 void CLinkageManager::subscribeAccount(const std::string& accountKey) {
-    const CLock lock(m_mutex);
     using Callback =
         void (CLinkageManager::*)(const std::string&, const boost::shared_ptr<vexservice::IData>&);
     std::vector<boost::signals2::scoped_connection> fresh;
@@ -154,6 +154,7 @@ void CLinkageManager::subscribeAccount(const std::string& accountKey) {
     subscribe(vexservice::DATA_DEAL, &CLinkageManager::onDealDetail);
     subscribe(vexservice::DATA_POSITION, &CLinkageManager::onPositionStat);
 
+    const CLock lock(m_mutex);
     m_pAccounts->disconnect(accountKey);
     auto& connections = m_pAccounts->m_connections[accountKey];
     for (auto& each : fresh) connections.push_back(each.release());

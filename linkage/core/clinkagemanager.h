@@ -719,7 +719,10 @@ protected:
     LINKAGE_LOCAL void switchCalculator(bool CCurveData::*own);
     LINKAGE_LOCAL void runStatCalculator();
     LINKAGE_LOCAL void runExtCalculator();
-    /// Asks the history service for the bars of the day that are due.
+    /// Brings what curves are made of up to date and arms the timer of the next run; false when
+    /// nobody wants curves.
+    LINKAGE_LOCAL bool renewCurves();
+    /// Asks the history service, without the lock, for the bars of the day that are due.
     LINKAGE_LOCAL void requestQuote();
     /// Takes the answer to a question put when the minute `finished` had ended.
     LINKAGE_LOCAL void onRequestQuote(const std::string& stockKey, const std::string& day,

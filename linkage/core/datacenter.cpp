@@ -1,9 +1,32 @@
 #include "linkage/core/datacenter.h"
 
 #include <algorithm>
+#include <string>
 #include <unordered_set>
 
 namespace TC {
+
+namespace {
+
+template <class Part>
+Part& existing(Part* part, const char* name) {
+    if (part) return *part;
+    throw utils::ServiceMissing(std::string("vexservice::TraderCenter: ") + name + " is missing");
+}
+
+}  // namespace
+
+vexservice::IDataCenter& dataCenter() {
+    return existing(vexservice::TraderCenter::instance()->getDataCenter(), "a data center");
+}
+
+vexservice::ITaskCenter& taskCenter() {
+    return existing(vexservice::TraderCenter::instance()->getTaskCenter(), "a task center");
+}
+
+vexservice::IFeeLimitService& feeLimitService() {
+    return existing(vexservice::TraderCenter::instance()->getFeeLimitService(), "fee limits");
+}
 
 Records recordsOf(const vexservice::CAccountData& data, int type) {
     Records records;

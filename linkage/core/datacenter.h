@@ -8,9 +8,10 @@
 
 namespace TC {
 
-inline vexservice::IDataCenter& dataCenter() {
-    return *vexservice::TraderCenter::instance()->getDataCenter();
-}
+/// The parts of the trade services. Each throws utils::ServiceMissing while the client has none.
+vexservice::IDataCenter& dataCenter();
+vexservice::ITaskCenter& taskCenter();
+vexservice::IFeeLimitService& feeLimitService();
 
 using Records = std::vector<boost::shared_ptr<vexservice::IData>>;
 

@@ -8,7 +8,6 @@
 #include "linkage/ledger/ledger.h"
 #include "platform/log.h"
 #include "platform/services/quoteclient.h"
-#include "platform/services/tradercenter.h"
 #include "platform/utils/keys.h"
 #include "platform/utils/referencedata.h"
 #include "platform/utils/text.h"
@@ -24,8 +23,8 @@ constexpr char DEAL_INTAKE[] = "CLinkageManager::doDealDetail";
 FeePtr feeOf(const std::string& accountKey, const vexservice::CDealDetail& deal) {
     const auto account = dataCenter().getAccountData(utils::hash(accountKey));
     if (!account) return {};
-    return vexservice::TraderCenter::instance()->getFeeLimitService()->getFeeLimits(
-        account->getAccountInfo(), deal.m_strMarket, deal.m_strCode);
+    return feeLimitService().getFeeLimits(account->getAccountInfo(), deal.m_strMarket,
+                                          deal.m_strCode);
 }
 
 }  // namespace

@@ -128,7 +128,7 @@ LinkageOptions CLinkageManager::options() const {
 }
 
 void CLinkageManager::init() {
-    const CLock lock(m_mutex);
+    CLock lock(m_mutex);
     if (m_bInited) return;
     Strand strand;
     const std::vector<MissingService> missing = checkStart(thread(), strand);
@@ -149,6 +149,8 @@ void CLinkageManager::init() {
     connectClient();
     m_pEngine->setStrand(std::move(strand));
     startEngine();
+    lock.unlock();
+    runExtCalculator();
 }
 
 void CLinkageManager::askTradeDate() {
@@ -157,6 +159,10 @@ void CLinkageManager::askTradeDate() {
         return;
     }
     m_strUserData = getUserConfig()->getUserDataString(USER_NAME).toStdString();
+    if (m_strUserData.empty()) {
+        g_VexStdLogger.write(ELogLevel::Warning, INIT,
+                             "the user has no name: no task of a user is followed");
+    }
     const auto ask = [this] { m_pTradeDate->set(dataCenter().getTradingDate()); };
     if (!attempt(INIT, ask)) m_pTradeDate->set(lastTradeDateOfShanghai());
 }
@@ -190,7 +196,6 @@ void CLinkageManager::startEngine() {
     }
     runStatCalculator();
     runHistoryStatCalculator();
-    runExtCalculator();
 }
 
 void CLinkageManager::post(boost::function<void()> work) {

@@ -26,7 +26,13 @@ public:
     /// Waits until the lock can be had. The owner may take it again.
     void lock() LINKAGE_TS(acquire_capability()) {
         if (!m_mutex.try_lock()) lockWaiting();
-        if (m_nDepth++ == 0) m_owner.store(std::this_thread::get_id(), std::memory_order_relaxed);
+        noteHold();
+    }
+    /// Takes the lock if no other thread has it; false when one has.
+    bool try_lock() LINKAGE_TS(try_acquire_capability(true)) {
+        if (!m_mutex.try_lock()) return false;
+        noteHold();
+        return true;
     }
     /// Gives one hold back.
     void unlock() LINKAGE_TS(release_capability()) {
@@ -41,6 +47,9 @@ public:
 
 private:
     void lockWaiting();
+    void noteHold() {
+        if (m_nDepth++ == 0) m_owner.store(std::this_thread::get_id(), std::memory_order_relaxed);
+    }
 
     std::recursive_mutex m_mutex;
     int m_nDepth = 0;  ///< of the owner

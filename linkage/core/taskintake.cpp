@@ -46,15 +46,17 @@ void CLinkageManager::loadTasks() {
         dropHistoryTasks();
     }
     file(tasks);
-    {
+    const auto hold = [this](boost::shared_ptr<TaskConnection> connection) {
         const CLock lock(m_mutex);
-        m_pEngine->m_taskConnection.reset();
-        m_pEngine->m_taskConnection = boost::make_shared<TaskConnection>(dataCenter().subscribe(
-            std::string(), vexservice::DATA_TASK, std::string(),
-            guarded([this](const std::string&, const boost::shared_ptr<vexservice::IData>& data) {
-                onTaskDetail(data);
-            })));
-    }
+        m_pEngine->m_taskConnection.swap(connection);
+    };
+    hold({});
+    // The data center is asked without the lock.
+    hold(boost::make_shared<TaskConnection>(dataCenter().subscribe(
+        std::string(), vexservice::DATA_TASK, std::string(),
+        guarded([this](const std::string&, const boost::shared_ptr<vexservice::IData>& data) {
+            onTaskDetail(data);
+        }))));
     file(differing(tasks, read()));
 }
 

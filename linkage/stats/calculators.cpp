@@ -44,9 +44,10 @@ void CLinkageManager::startBalanceCalculator() {
 }
 
 void CLinkageManager::switchCalculator(bool CCurveData::*own) {
-    const CLock lock(m_mutex);
+    CLock lock(m_mutex);
     const bool running = m_pCurveData->isWanted();
     (*m_pCurveData).*own = true;
+    lock.unlock();
     if (!running) runExtCalculator();
 }
 

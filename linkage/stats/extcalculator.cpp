@@ -30,8 +30,12 @@ void addMinutes(const CLedger& ledger, const Figures& figures, Minutes& minutes)
 }  // namespace
 
 void CLinkageManager::runExtCalculator() {
+    if (renewCurves()) requestQuote();
+}
+
+bool CLinkageManager::renewCurves() {
     const CLock lock(m_mutex);
-    if (!m_bInited || !m_pCurveData->isWanted()) return;
+    if (!m_bInited || !m_pCurveData->isWanted()) return false;
     m_pCurveData->noteRun();
     std::set<CCurveData::AccountStock> due = m_pCurveData->takeSuspects();
     for (const auto& [account, stocks] : m_pQuotes->takeMarkers()) {
@@ -47,14 +51,15 @@ void CLinkageManager::runExtCalculator() {
         m_pCurveData->renewTraded(stock);
         renewCloseValues(stock);
     }
-    requestQuote();
-
     // After switching off and on again, the timer of the earlier run may still be waiting.
     const std::uint64_t run = ++m_pCurveData->m_nRun;
     armTimer(*m_pEngine->m_extTimer, *m_pEngine->m_strand, EXT_MICROS, guarded([this, run] {
-        const CLock runLock(m_mutex);
-        if (m_pCurveData->m_nRun == run) runExtCalculator();
+        CLock runLock(m_mutex);
+        const bool newest = m_pCurveData->m_nRun == run;
+        runLock.unlock();
+        if (newest) runExtCalculator();
     }));
+    return true;
 }
 
 void CLinkageManager::renewPeriodTotals(const std::string& accountKey,
@@ -85,11 +90,12 @@ void CLinkageManager::renewCloseValues(const std::string& stockKey) {
 }
 
 void CLinkageManager::requestQuote() {
-    const CLock lock(m_mutex);
+    CLock lock(m_mutex);
     const std::string day = m_pTradeDate->get();
     const DayMoment moment = dayMoment(nowText(), day);
-    for (const std::string& stock :
-         m_pCurveData->takeDueStocks(moment, utils::currentClock().nowMicros())) {
+    const auto due = m_pCurveData->takeDueStocks(moment, utils::currentClock().nowMicros());
+    lock.unlock();
+    for (const std::string& stock : due) {
         const auto answer = [this, stock, day,
                              finished = moment.finished](const std::vector<CMinuteBar>& bars) {
             post(

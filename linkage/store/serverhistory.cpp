@@ -1,6 +1,7 @@
 #include "linkage/store/serverhistory.h"
 
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/datacenter.h"
 #include "linkage/core/enginestate.h"
 #include "linkage/core/guarded.h"
 #include "linkage/core/published.h"
@@ -11,7 +12,6 @@
 #include "linkage/store/importstate.h"
 #include "platform/log.h"
 #include "platform/services/clientconfig.h"
-#include "platform/services/tradercenter.h"
 #include "platform/utils/keys.h"
 #include "platform/utils/text.h"
 
@@ -39,8 +39,7 @@ const char* operationOf(EHistoryRecords records) {
 }
 
 bool isKnownAccount(const std::string& accountKey) {
-    auto* center = vexservice::TraderCenter::instance()->getDataCenter();
-    return center->getAccountData(utils::hash(accountKey)) != nullptr;
+    return dataCenter().getAccountData(utils::hash(accountKey)) != nullptr;
 }
 
 // Whether the calendar knows that nothing was traded. A calendar that fails knows nothing.

@@ -9,6 +9,8 @@ namespace vexservice {
 /// The data center's data of one account.
 ///
 /// Threads: any; each call is a consistent picture of its own.
+/// Lock: the library holds its own while it asks for the info of a balance's account; records, and
+/// the info where an account is loaded, it asks for without it.
 /// Ownership: shared; the records it gives out are not changed afterwards.
 /// Failure: nothing throws; unknown data gives an empty pointer or no records.
 class LINKAGE_PLATFORM_EXPORT CAccountData : public IData {

@@ -15,6 +15,8 @@
 /// What the client knows about itself and its user.
 ///
 /// Threads: any, also under locks of the caller: no operation waits for a callback.
+/// Lock: the library holds its own while it asks for members of the user configuration and for the
+/// time. What is asked while a manager is made is asked without it.
 /// Ownership: the client installs each service before it makes a manager and takes it
 /// away after the manager has gone.
 /// Failure: asking for a service that nobody has installed throws utils::ServiceMissing. Nothing
@@ -79,8 +81,9 @@ public:
 /// The installed time service. Throws utils::ServiceMissing when there is none.
 LINKAGE_PLATFORM_EXPORT CTimeService* getTimeService();
 
-/// Where the client keeps its data; no trailing separator. Asked once, when a manager is
-/// made; a directory that is not there yet is made when the first file is saved.
+/// Where the client keeps its data; no trailing separator. Asked while a manager is
+/// made, and gives the same each time; a directory that is not there yet is made when the first
+/// file is saved.
 class LINKAGE_PLATFORM_EXPORT IDataDirectory {
 public:
     virtual ~IDataDirectory() = default;
@@ -96,7 +99,8 @@ LINKAGE_PLATFORM_EXPORT QString getDataDir();
 namespace marlo {
 
 /// The markets' calendar; threads, ownership and failure as above. The library asks for the last
-/// trade date once, in init(), and for single days when their history is requested.
+/// trade date once, in init() and under its lock, and for single days when their history is
+/// requested, without it.
 class LINKAGE_PLATFORM_EXPORT IMarketCalendar {
 public:
     virtual ~IMarketCalendar() = default;

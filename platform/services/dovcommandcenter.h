@@ -13,7 +13,8 @@ namespace TC {
 /// Sends commands and operations on server tasks.
 ///
 /// Threads: any. Calls return at once; completions come later on a thread of the
-/// command center, if at all, and never inside the call. A caller may hold locks.
+/// command center, if at all, and never inside the call. A caller may hold locks: the library holds
+/// its own.
 /// Ownership: commands and records belong to the command center from the call on, and the caller
 /// does not change them any more. The command center may keep completions as long as it likes.
 /// Failure: nothing throws. A completion reports an error of the request; what became of an order

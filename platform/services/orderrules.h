@@ -9,7 +9,7 @@ namespace vexservice {
 /// How the client turns a user's settings and the newest quote into the price and
 /// the settings of an order.
 ///
-/// Threads: any; callers may hold locks.
+/// Threads: any; callers may hold locks: the library holds its own.
 /// Ownership: nothing is kept of what is passed.
 /// Failure: nothing throws. A missing quote is an empty pointer; a price that needs one is
 /// then 0.
@@ -40,7 +40,8 @@ struct LINKAGE_PLATFORM_EXPORT CPriceDataHelper {
                                    double basis);
 };
 
-/// Market-wide switches of the client. Threads: any. Failure: nothing throws.
+/// Market-wide switches of the client. Threads: any, also under the library's lock. Failure:
+/// nothing throws.
 class LINKAGE_PLATFORM_EXPORT ConfigCollector {
 public:
     virtual ~ConfigCollector() = default;

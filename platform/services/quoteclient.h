@@ -39,6 +39,8 @@ public:
 /// Threads: calls from any thread; callbacks on the quote client's thread, never inside a
 /// call, and with no lock of the quote client held. A caller may hold locks: no call waits for a
 /// callback.
+/// Lock: the library holds its own while it asks for prices and subscriptions, and may hold it when
+/// it drops one; minute bars it asks for without it.
 /// Order: a price is kept before it is delivered; whoever hears of it gets it, or a newer one, from
 /// getStockPrice().
 /// Ownership: the client installs it before a manager's init() and takes it away after the manager

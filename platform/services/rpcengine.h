@@ -15,6 +15,7 @@ namespace net {
 /// The client's network engine: named strands on its io_service.
 ///
 /// Threads: any. Handlers and timers run on the engine's own threads.
+/// Lock: the library holds its own while it asks for its strand, in init().
 /// Ownership: the same name gives the same strand, shared by all who ask; the io_service
 /// behind it outlives every module.
 /// Failure: there is always a strand. An exception of a handler leaves the engine's run().

@@ -12,7 +12,8 @@ namespace TC {
 
 /// The instrument manager.
 ///
-/// Threads: any. A detail is never changed after it was handed out: a change makes
+/// Threads: any, also under the library's lock.
+/// A detail is never changed after it was handed out: a change makes
 /// a new one and is announced by utils::referenceDataChanged().
 /// Failure: nothing throws.
 class LINKAGE_PLATFORM_EXPORT CStockManager {
@@ -32,7 +33,8 @@ public:
 
 namespace vexservice {
 
-/// Which stock belongs to which types, and in what units it trades. Threads: any.
+/// Which stock belongs to which types, and in what units it trades.
+/// Threads: any, also under the library's lock.
 /// A change is announced by utils::referenceDataChanged(). Failure: nothing throws; a
 /// stock that nobody described is of no type.
 class LINKAGE_PLATFORM_EXPORT StockTypeCenter {

@@ -22,6 +22,7 @@ namespace TC {
 /// Threads: calls from any thread; they return at once. Answers of history queries
 /// come on a thread of the trade client, never inside the call, at most once each; a broken
 /// connection may lose one. The signal is emitted on the trade client's thread.
+/// Lock: the library holds its own while it asks for a cancellation, and not for past days.
 /// Ownership: the client installs it before a manager's init() and takes it away after the manager
 /// has gone; nobody changes a record that was passed to it.
 /// Failure: nothing throws; an answer reports its error.

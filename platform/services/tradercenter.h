@@ -16,6 +16,8 @@ namespace vexservice {
 ///
 /// Threads: any. Callbacks come on the data center's own threads, and with no lock of the data
 /// center held. A callback that was under way when its connection was cut may still come once.
+/// Lock: the library holds its own while it asks for an account of a balance, and for the trade
+/// date in init(); all else it asks for without it.
 /// Order: a record is kept before it is announced; whoever hears of it finds it, or a newer report
 /// of it, among the account's records. Reports of one record come in their order: what has traded
 /// never falls, and an order that was final does not run again. The newest report of each record
@@ -55,7 +57,7 @@ public:
                                                   const Callback& callback) = 0;
 };
 
-/// Takes operations on one task that runs in the client.
+/// Takes operations on one task that runs in the client. Called under the library's lock.
 class LINKAGE_PLATFORM_EXPORT ITaskHandler {
 public:
     virtual ~ITaskHandler() = default;
@@ -64,7 +66,7 @@ public:
 };
 
 /// The tasks that run in the client rather than on the server. Threads: any, also under
-/// locks of the caller. Failure: nothing throws.
+/// locks of the caller: the library holds its own. Failure: nothing throws.
 class LINKAGE_PLATFORM_EXPORT ITaskCenter {
 public:
     virtual ~ITaskCenter() = default;
@@ -72,7 +74,7 @@ public:
     virtual boost::shared_ptr<ITaskHandler> getTaskHandler(std::uint64_t taskNumber) = 0;
 };
 
-/// Fee limits of accounts. Threads: any. Failure: nothing throws.
+/// Fee limits of accounts. Threads: any; the library holds no lock. Failure: nothing throws.
 class LINKAGE_PLATFORM_EXPORT IFeeLimitService {
 public:
     virtual ~IFeeLimitService() = default;
@@ -84,8 +86,8 @@ public:
 
 /// Gives access to the trade services; the client installs it at its start.
 ///
-/// Threads: any. Ownership: the center owns its services; pointers stay valid until it
-/// goes. Failure: none of the three is ever null.
+/// Threads: any, also under the library's lock. Ownership: the center owns its services; pointers
+/// stay valid until it goes. Failure: none of the three is ever null.
 class LINKAGE_PLATFORM_EXPORT TraderCenter {
 public:
     virtual ~TraderCenter() = default;

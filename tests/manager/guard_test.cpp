@@ -141,6 +141,17 @@ TEST(Guard, OneBalanceAtATime) {
 
 TEST(Guard, DecidesOnWhatIsKnown) {
     const Case cases[] = {
+        {"a price that cannot be had is asked for again",
+         [](Guarded& f) {
+             f.client().setFault(paper::EService::Quote, paper::EFault::Throw, 2);
+             f.ask();
+             f.advance(6);
+             EXPECT_EQ(f.timesLogged("the service quote failed"), 2);
+             EXPECT_EQ(f.sent(), Lines{});
+             f.advance(1);
+         },
+         "1 S sent; sent -1000 filled 0 of 1000 to 1000\n",
+         {"S sell 1000"}},
         {"an order that ended stays so",
          [](Guarded& f) {
              f.sale(1, 0, STATUS_REPORTED);

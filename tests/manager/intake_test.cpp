@@ -6,6 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <fmt/format.h>
+
+#include <algorithm>
 #include <stdexcept>
 
 namespace {
@@ -90,28 +93,53 @@ TEST_F(Intake, SubscriptionThatWasRefusedIsAskedForAgain) {
     EXPECT_EQ(quotes->asked, 2);
 }
 
-// The deal whose fee was asked for counts without its commission; what is behind it goes on.
-TEST_F(Intake, AFeeServiceThatThrowsLosesNoReport) {
-    using namespace vexservice;
-    struct Center : TraderCenter {
-        IDataCenter* data = TraderCenter::instance()->getDataCenter();
-        IFeeLimitService* fees = TraderCenter::instance()->getFeeLimitService();
-        bool gone = true;
-        IDataCenter* getDataCenter() override { return data; }
-        ITaskCenter* getTaskCenter() override { return nullptr; }
-        IFeeLimitService* getFeeLimitService() override {
-            return gone ? throw std::runtime_error("gone") : fees;
-        }
+enum EGone { None, Data, NoData, Fees, NoFees };
+
+// A center that throws, or is without a part of its own.
+struct GoneCenter : vexservice::TraderCenter {
+    vexservice::IDataCenter* data = instance()->getDataCenter();
+    vexservice::IFeeLimitService* fees = instance()->getFeeLimitService();
+    EGone gone = None;
+
+    vexservice::IDataCenter* getDataCenter() override { return part(data, Data, NoData); }
+    vexservice::ITaskCenter* getTaskCenter() override { return nullptr; }
+    vexservice::IFeeLimitService* getFeeLimitService() override { return part(fees, Fees, NoFees); }
+
+private:
+    template <class Part>
+    Part* part(Part* real, EGone throws, EGone null) const {
+        if (gone == throws) throw std::runtime_error("gone");
+        return gone == null ? nullptr : real;
+    }
+};
+
+// The deal counts without its commission, which comes later; what is behind it goes on.
+TEST_F(Intake, ADealWhoseFeeOrAccountFailsCountsAndIsNamed) {
+    const auto center = boost::make_shared<GoneCenter>();
+    vexservice::TraderCenter::install(center);
+    const auto figures = [&](const std::string& stock) -> const auto& {
+        return f.manager().getTradeStatDatas("A", "").at(stock)->deals();
     };
-    const auto center = boost::make_shared<Center>();
-    TraderCenter::install(center);
-    f.deal({.key = 1});
-    f.order({.key = 2});
-    EXPECT_EQ(f.manager().getTradeStatDatas("A", "").at("SH600000")->deals().m_nBuyVolume, 100);
-    EXPECT_EQ(f.manager().getRunningOrders("A", ""), 1);
-    center->gone = false;
-    f.deal({.key = 1});
-    EXPECT_EQ(f.manager().getTradeStatDatas("A", "").at("SH600000")->deals().m_nBuyVolume, 100);
+    std::uint64_t key = 0;
+    for (const EGone gone : {Data, NoData, Fees, NoFees}) {
+        SCOPED_TRACE(gone);
+        const std::string stock = "SH60000" + std::to_string(++key);
+        center->gone = gone;
+        f.forget();
+        f.deal({.key = key, .stock = stock, .price = 10.0, .volume = 1000});
+        f.order({.key = key});
+        EXPECT_EQ(figures(stock).m_nBuyVolume, 1000);
+        EXPECT_DOUBLE_EQ(figures(stock).m_dCommission, 0.0);
+        EXPECT_EQ(f.manager().getRunningOrders("A", ""), static_cast<int>(key));
+        const Texts log = f.logTexts();
+        EXPECT_TRUE(std::count(log.begin(), log.end(),
+                               fmt::format("account A, deal {}: the commission is not known yet",
+                                           key)) == 1);
+        center->gone = None;
+        f.advance(20);
+        EXPECT_EQ(figures(stock).m_nBuyVolume, 1000);
+        EXPECT_DOUBLE_EQ(figures(stock).m_dCommission, 5.1);  // max(3, 5) + 0.1
+    }
 }
 
 // Each running set goes by the report that it holds, and asks for a balance at its end.

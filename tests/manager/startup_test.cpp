@@ -185,6 +185,14 @@ TEST(Startup, EverythingIsNamedInOneLine) {
     take<TC::CAppConfig>();
     take<TC::IDataDirectory>();
     EXPECT_EQ(TC::missingServices().size(), 16u);
+    try {
+        Manager::instance();
+        ADD_FAILURE() << "a manager was made";
+    } catch (const utils::ServiceMissing& thrown) {
+        for (const Row& row : ROWS) {
+            EXPECT_TRUE(std::strchr(row.name, ' ') || names(thrown.what(), row.name)) << row.name;
+        }
+    }
 }
 
 TEST(Startup, AThreadWithoutEventLoop) {

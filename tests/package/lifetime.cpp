@@ -20,7 +20,7 @@ int main(int argc, char** argv) {
         [&] { QMetaObject::invokeMethod(&application, &QCoreApplication::quit); });
     linkage.init();
     linkage.startProfitCalculator();  // its timer waits
-    services->center().report("10001", host::makeDeal(1, "SH600000", true, 300, 10.0, "S"));
+    services->report("10001", host::makeDeal(1, "SH600000", true, 300, 10.0, "S"));
     application.exec();
     linkage.addBalanceTime("10001:S", "150000");  // a save that may be under way
     if (argc > 1) {
