@@ -1,81 +1,87 @@
 #include "desk/arrivals.h"
 
 #include "desk/pricetape.h"
-#include "platform/records/orderdetail.h"
 #include "platform/services/tradercenter.h"
+#include "platform/utils/clock.h"
 #include "platform/utils/keys.h"
+
+#include <mutex>
 
 namespace desk {
 
-namespace {
+struct CArrivals::Inbox {
+    struct Report {
+        std::string account;
+        boost::shared_ptr<vexservice::IData> record;
+        std::int64_t micros = 0;  ///< client time
+    };
+    std::mutex mutex;
+    std::vector<Report> reports;
+};
 
-vexservice::IDataCenter& dataCenter() {
-    return *vexservice::TraderCenter::instance()->getDataCenter();
-}
-
-}  // namespace
-
-void CArrivals::Inbox::addOrder(const std::string& account,
-                                const boost::shared_ptr<vexservice::IData>& record) {
-    const auto order = boost::dynamic_pointer_cast<vexservice::COrderDetail>(record);
-    if (!order) return;
-    const Id id(account, order->recordKey());
-    const bool rejectsIt = order->m_eStatus == vexservice::STATUS_JUNK;
-    const std::lock_guard lock(mutex);
-    if (!seen.count(id)) seen[id] = clockText();
-    if (rejectsIt && !rejected.count(id)) rejected[id] = clockText();
-}
-
-void CArrivals::Inbox::addPosition(const std::string& account,
-                                   const boost::shared_ptr<vexservice::IData>& record) {
-    const auto position = boost::dynamic_pointer_cast<vexservice::CPositionStatics>(record);
-    if (!position) return;
-    const std::string stock = utils::zorStockKey(position->m_strMarket, position->m_strCode);
-    const std::lock_guard lock(mutex);
-    positions[account][stock][position->recordKey()] = position;
-}
+CArrivals::CArrivals() : m_pInbox(std::make_shared<Inbox>()) {}
+CArrivals::~CArrivals() = default;
 
 void CArrivals::listen() {
-    const auto follow = [this](int type, auto add) {
-        m_connections.emplace_back(dataCenter().subscribe(
-            "", type, "",
-            [inbox = m_pInbox, add](const std::string& account,
-                                    const boost::shared_ptr<vexservice::IData>& record) {
-                (inbox.get()->*add)(account, record);
-            }));
+    const auto note = [inbox = m_pInbox](const std::string& account,
+                                         const boost::shared_ptr<vexservice::IData>& record) {
+        const std::int64_t now = utils::currentClock().nowMicros();
+        const std::lock_guard lock(inbox->mutex);
+        inbox->reports.push_back({account, record, now});
     };
     m_connections.clear();
-    follow(vexservice::DATA_ORDER, &Inbox::addOrder);
-    follow(vexservice::DATA_POSITION, &Inbox::addPosition);
+    auto* center = vexservice::TraderCenter::instance()->getDataCenter();
+    for (const int type :
+         {vexservice::DATA_ORDER, vexservice::DATA_DEAL, vexservice::DATA_POSITION})
+        m_connections.emplace_back(center->subscribe("", type, "", note));
 }
 
 void CArrivals::notePosition(const std::string& account,
                              const boost::shared_ptr<vexservice::CPositionStatics>& position) {
-    m_pInbox->addPosition(account, position);
+    const std::string stock = utils::zorStockKey(position->m_strMarket, position->m_strCode);
+    m_positions[account][stock][position->recordKey()] = position;
 }
 
-void CArrivals::forgetOrders() {
-    const std::lock_guard lock(m_pInbox->mutex);
-    m_pInbox->seen.clear();
-    m_pInbox->rejected.clear();
+void CArrivals::noteTimes(const News& news, std::int64_t micros) {
+    const Id id(news.account, news.order->recordKey());
+    const auto note = [&](Times& times) {
+        const auto [at, isNew] = times.try_emplace(id);
+        if (isNew) at->second = clockText(micros);
+    };
+    note(m_seen);
+    if (news.order->m_eStatus == vexservice::STATUS_JUNK) note(m_rejected);
 }
 
-std::string CArrivals::timeIn(const std::map<Id, std::string>& times, const Id& order) const {
-    const std::lock_guard lock(m_pInbox->mutex);
+std::vector<CArrivals::News> CArrivals::take(const std::string& date) {
+    std::vector<Inbox::Report> reports;
+    {
+        const std::lock_guard lock(m_pInbox->mutex);
+        reports.swap(m_pInbox->reports);
+    }
+    if (std::exchange(m_date, date) != date) {
+        m_seen.clear();
+        m_rejected.clear();
+    }
+    std::vector<News> all;
+    for (const auto& [account, record, micros] : reports) {
+        News news{account, boost::dynamic_pointer_cast<vexservice::COrderDetail>(record), {}};
+        if (news.order && news.order->m_strTradeDate == date) {
+            noteTimes(news, micros);
+            all.push_back(std::move(news));
+        } else if (news.deal = boost::dynamic_pointer_cast<vexservice::CDealDetail>(record);
+                   news.deal && news.deal->m_strTradeDate == date) {
+            all.push_back(std::move(news));
+        } else if (const auto position =
+                       boost::dynamic_pointer_cast<vexservice::CPositionStatics>(record)) {
+            notePosition(account, position);
+        }
+    }
+    return all;
+}
+
+std::string CArrivals::timeIn(const Times& times, const Id& order) {
     const auto at = times.find(order);
     return at == times.end() ? std::string() : at->second;
-}
-
-std::string CArrivals::firstSeen(const Id& order) const { return timeIn(m_pInbox->seen, order); }
-
-std::string CArrivals::rejectedAt(const Id& order) const {
-    return timeIn(m_pInbox->rejected, order);
-}
-
-CArrivals::Positions CArrivals::positionsOf(const std::string& account) const {
-    const std::lock_guard lock(m_pInbox->mutex);
-    const auto at = m_pInbox->positions.find(account);
-    return at == m_pInbox->positions.end() ? Positions() : at->second;
 }
 
 }  // namespace desk

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/records/dealdetail.h"
+#include "platform/records/orderdetail.h"
 #include "platform/records/positionstatics.h"
 
 #include <boost/shared_ptr.hpp>
@@ -8,20 +10,32 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace desk {
 
-/// What the client reports and the library does not tell: when an order came, and the positions
-/// with their cost.
+/// What the client reports. A report only waits, with the time at which it came, until it is taken
+/// in: so the client is not kept.
+///
+/// It also knows what the library does not tell: when an order came, and the positions with their
+/// cost.
 ///
 /// Threads: reports come on any; everything else is called on one, the engine's.
 class CArrivals {
 public:
     using Id = std::pair<std::string, std::uint64_t>;  ///< account, record key
+
+    /// An order or a deal of an account; the other one is empty.
+    struct News {
+        std::string account;
+        boost::shared_ptr<vexservice::COrderDetail> order;
+        boost::shared_ptr<vexservice::CDealDetail> deal;
+    };
+
+    CArrivals();
+    ~CArrivals();
 
     /// The client is there: hears its reports from now on. What it has already is in no report.
     void listen();
@@ -29,39 +43,40 @@ public:
     /// recording counts the calls that are to fail.
     void notePosition(const std::string& account,
                       const boost::shared_ptr<vexservice::CPositionStatics>& position);
-    /// Another day: its orders have other times.
-    void forgetOrders();
     /// Ends the subscriptions; to be called before the client is destroyed.
     void letGo() { m_connections.clear(); }
 
+    /// Takes in what was reported since the last call, and gives the orders and deals of the trade
+    /// date "yyyyMMdd" in their order. The orders of another date than the last one have other
+    /// times.
+    std::vector<News> take(const std::string& date);
+
+    // What was taken in:
+
     /// Client time "hh:mm:ss" of an order's first report, or of that which rejected it; empty when
     /// no report was heard.
-    std::string firstSeen(const Id& order) const;
-    std::string rejectedAt(const Id& order) const;
+    std::string firstSeen(const Id& order) const { return timeIn(m_seen, order); }
+    std::string rejectedAt(const Id& order) const { return timeIn(m_rejected, order); }
 
     /// The reports of an account's positions, by stock key and record key.
     using Positions =
         std::map<std::string,
                  std::map<unsigned long long, boost::shared_ptr<vexservice::CPositionStatics>>>;
-    Positions positionsOf(const std::string& account) const;
+    const Positions& positionsOf(const std::string& account) { return m_positions[account]; }
 
 private:
-    struct Inbox {
-        mutable std::mutex mutex;
-        std::map<Id, std::string> seen;
-        std::map<Id, std::string> rejected;
-        std::map<std::string, Positions> positions;
+    using Times = std::map<Id, std::string>;
+    struct Inbox;
 
-        void addOrder(const std::string& account,
-                      const boost::shared_ptr<vexservice::IData>& record);
-        void addPosition(const std::string& account,
-                         const boost::shared_ptr<vexservice::IData>& record);
-    };
-    std::string timeIn(const std::map<Id, std::string>& times, const Id& order) const;
+    static std::string timeIn(const Times& times, const Id& order);
+    void noteTimes(const News& news, std::int64_t micros);
 
-    /// Shared with reports that may still be under way.
-    std::shared_ptr<Inbox> m_pInbox = std::make_shared<Inbox>();
+    std::shared_ptr<Inbox> m_pInbox;  ///< shared with reports that may still be under way
     std::vector<boost::signals2::scoped_connection> m_connections;
+    std::string m_date;
+    Times m_seen;
+    Times m_rejected;
+    std::map<std::string, Positions> m_positions;
 };
 
 }  // namespace desk

@@ -3,12 +3,12 @@
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/ledger/attribution.h"
 #include "platform/services/tradeclient.h"
-#include "platform/services/tradercenter.h"
 #include "platform/utils/keys.h"
 #include "replay/times.h"
 
+#include <algorithm>
 #include <limits>
-#include <mutex>
+#include <utility>
 
 namespace desk {
 
@@ -37,64 +37,19 @@ std::tuple<std::string, std::string, std::string> placeOf(const std::string& acc
 
 }  // namespace
 
-struct CDayRecords::News {
-    std::string account;
-    OrderPtr order;  ///< empty: a deal
-    DealPtr deal;
-};
-
-struct CDayRecords::Inbox {
-    std::mutex mutex;
-    std::vector<News> news;
-    bool isLoaded = false;  ///< records of an account came without being announced
-};
-
-CDayRecords::CDayRecords() = default;
-CDayRecords::~CDayRecords() = default;
-
 void CDayRecords::follow(TC::CLinkageManager& manager) {
-    m_connections.clear();
     m_date.clear();
-    m_pInbox = std::make_shared<Inbox>();
     m_pContext = std::make_unique<QObject>();
-    const auto loaded = [inbox = m_pInbox] {
-        const std::lock_guard lock(inbox->mutex);
-        inbox->isLoaded = true;
-    };
+    const auto loaded = [flag = m_pLoaded] { *flag = true; };
     QObject::connect(utils::CManualSingletonT<TC::CTradeClient>::instance(),
                      &TC::CTradeClient::sigInitedAccountData, m_pContext.get(), loaded,
                      Qt::DirectConnection);
-    m_connections.emplace_back(
-        manager.sigReconciled.connect([loaded](const TC::Reconciliation&) { loaded(); }));
-    const auto note = [inbox = m_pInbox](const std::string& account,
-                                         const boost::shared_ptr<vexservice::IData>& data) {
-        News news{account, boost::dynamic_pointer_cast<vexservice::COrderDetail>(data), {}};
-        if (!news.order) news.deal = boost::dynamic_pointer_cast<vexservice::CDealDetail>(data);
-        const std::lock_guard lock(inbox->mutex);
-        inbox->news.push_back(std::move(news));
-    };
-    auto* center = vexservice::TraderCenter::instance()->getDataCenter();
-    for (const int type : {vexservice::DATA_ORDER, vexservice::DATA_DEAL})
-        m_connections.emplace_back(center->subscribe({}, type, {}, note));
+    m_reconciled = manager.sigReconciled.connect([loaded](const TC::Reconciliation&) { loaded(); });
 }
 
 void CDayRecords::takeNews(TC::CLinkageManager& manager, const Picture& picture) {
-    std::vector<News> news;
-    bool isLoaded = false;
-    {
-        const std::lock_guard lock(m_pInbox->mutex);
-        news.swap(m_pInbox->news);
-        isLoaded = std::exchange(m_pInbox->isLoaded, false);
-    }
-    const auto takeAll = [&](bool isRepeat) {
-        for (const News& each : news) {
-            if (each.deal && each.deal->m_strTradeDate == m_date) take(each.account, each.deal);
-            if (!each.order || each.order->m_strTradeDate != m_date) continue;
-            const OrderPtr& known = m_orders[each.account][each.order->recordKey()];
-            if (isRepeat && known && isOlder(*each.order, *known)) continue;
-            take(each.account, each.order);
-        }
-    };
+    const bool isLoaded = m_pLoaded->exchange(false);
+    const News news = m_arrivals.take(picture.date);
     std::vector<std::string> accounts;
     for (const auto& account : manager.getAccounts()) accounts.push_back(account->m_strKey);
     const bool isNewDay = std::exchange(m_date, picture.date) != picture.date;
@@ -102,40 +57,56 @@ void CDayRecords::takeNews(TC::CLinkageManager& manager, const Picture& picture)
         m_running.clear();
         m_runningOf.clear();
         m_records.clear();
-        m_orders.clear();
+        m_known.clear();
     } else {
-        takeAll(false);
+        takeAll(news, false);
     }
     if (isNewDay || isLoaded) m_due.insert(accounts.begin(), accounts.end());
     // A picture that is saved must not depend on the machine's speed.
     const bool isLast = !picture.paced && (picture.ended || picture.halted);
-    noteDue(accounts, manager, !news.empty(), isLast);
+    noteDue(accounts, manager, isLast);
+    if (!isNewDay && !isLast) return;
+    for (const std::string& account : std::exchange(m_due, {})) read(manager, account);
+    takeAll(news, true);
+}
+
+void CDayRecords::catchUp(TC::CLinkageManager& manager) {
     const Clock::time_point before = Clock::now();
-    if (m_due.empty() || (!isNewDay && !isLast && before < m_nextReading)) return;
-    do {
-        const std::string account = *m_due.begin();
-        m_due.erase(m_due.begin());
-        read(manager, picture, account);
-    } while (!m_due.empty() && (isNewDay || isLast));
-    takeAll(true);
+    if (m_due.empty() || before < m_nextReading || manager.getTradeDate() != m_date) return;
+    const News news = m_arrivals.take(m_date);
+    takeAll(news, false);
+    const std::string account = *m_due.begin();
+    m_due.erase(m_due.begin());
+    if (!agrees(manager, account)) read(manager, account);
+    takeAll(news, true);
     const Clock::time_point now = Clock::now();
     m_nextReading = now + (now - before) * READING_SHARE;
 }
 
+/// The library may be behind the reports: so they are taken again after it was asked.
+void CDayRecords::takeAll(const News& news, bool isRepeat) {
+    if (!news.empty()) {
+        m_bUnchecked = true;
+        m_lastNews = Clock::now();
+    }
+    for (const CArrivals::News& each : news) {
+        if (each.deal) take(each.account, each.deal);
+        if (!each.order) continue;
+        const OrderPtr& known = m_known[each.account].orders[each.order->recordKey()];
+        if (isRepeat && known && isOlder(*each.order, *known)) continue;
+        take(each.account, each.order);
+    }
+}
+
 /// Adds the accounts that have to be asked for again.
 void CDayRecords::noteDue(const std::vector<std::string>& accounts,
-                          const TC::CLinkageManager& manager, bool isNew, bool isLast) {
-    const Clock::time_point now = Clock::now();
-    if (isNew) {
-        m_bUnchecked = true;
-        m_lastNews = now;
-    }
+                          const TC::CLinkageManager& manager, bool isLast) {
     for (const std::string& account : accounts) {
         const auto counted = m_runningOf.find(account);
         const int known = counted == m_runningOf.end() ? 0 : counted->second;
         if (known != manager.getRunningOrders(account, {})) m_due.insert(account);
     }
-    if (!m_bUnchecked || (!isLast && now - m_lastNews < QUIET)) return;
+    if (!m_bUnchecked || (!isLast && Clock::now() - m_lastNews < QUIET)) return;
     m_bUnchecked = false;
     m_due.insert(accounts.begin(), accounts.end());
 }
@@ -148,13 +119,37 @@ void CDayRecords::forget(const std::string& account) {
     m_running.erase(m_running.lower_bound({account, 0}),
                     m_running.upper_bound({account, std::numeric_limits<std::uint64_t>::max()}));
     m_runningOf.erase(account);
-    m_orders.erase(account);
+    m_known.erase(account);
 }
 
-void CDayRecords::read(TC::CLinkageManager& manager, const Picture& picture,
-                       const std::string& account) {
+/// Whether the library has the records of an account that are here, and no others. To look is less
+/// work than to take them in.
+bool CDayRecords::agrees(TC::CLinkageManager& manager, const std::string& account) const {
+    const auto at = m_known.find(account);
+    if (at == m_known.end()) return false;
+    const Known& known = at->second;
+    std::size_t orders = 0, deals = 0;
+    bool isSame = true;
+    const auto compare = [&isSame](const auto& asked, const auto& here, std::size_t& count) {
+        for (const auto& [key, records] : asked) {
+            count += records.size();
+            isSame &= std::all_of(records.begin(), records.end(), [&here](const auto& record) {
+                const auto found = here.find(record.first);
+                return found != here.end() && found->second == record.second;
+            });
+        }
+    };
+    const int day = replay::dayNumber(m_date);
+    for (const std::string& stock : manager.getStocks()) {
+        compare(manager.getOrderDetails(day, stock, {account}), known.orders, orders);
+        compare(manager.getDealDetails(day, stock, {account}), known.deals, deals);
+    }
+    return isSame && orders == known.orders.size() && deals == known.deals.size();
+}
+
+void CDayRecords::read(TC::CLinkageManager& manager, const std::string& account) {
     forget(account);
-    const int day = replay::dayNumber(picture.date);
+    const int day = replay::dayNumber(m_date);
     for (const std::string& stock : manager.getStocks()) {
         for (const auto& [key, orders] : manager.getOrderDetails(day, stock, {account})) {
             for (const auto& [number, order] : orders) take(account, order);
@@ -167,7 +162,7 @@ void CDayRecords::read(TC::CLinkageManager& manager, const Picture& picture,
 
 void CDayRecords::take(const std::string& account, const OrderPtr& order) {
     const std::uint64_t key = order->recordKey();
-    OrderPtr& known = m_orders[account][key];
+    OrderPtr& known = m_known[account].orders[key];
     if (known == order) return;
     const Place place = placeOf(account, *order);
     if (known && placeOf(account, *known) != place)
@@ -181,7 +176,9 @@ void CDayRecords::take(const std::string& account, const OrderPtr& order) {
 }
 
 void CDayRecords::take(const std::string& account, const DealPtr& deal) {
-    m_records[placeOf(account, *deal)].deals[deal->recordKey()] = deal;
+    const std::uint64_t key = deal->recordKey();
+    if (std::exchange(m_known[account].deals[key], deal) == deal) return;
+    m_records[placeOf(account, *deal)].deals[key] = deal;
 }
 
 void CDayRecords::setRunning(const std::string& account, const OrderPtr& order) {
@@ -201,6 +198,16 @@ bool CDayRecords::hasAny(const Selection& chosen, const std::string& stock) cons
         any |= !records.orders.empty() || !records.deals.empty();
     });
     return any;
+}
+
+bool CDayRecords::hasAny(const std::string& account, const std::string& strategy) const {
+    for (auto at = m_records.lower_bound({account, "", ""}); at != m_records.end(); ++at) {
+        const auto& [owner, stock, name] = at->first;
+        if (owner != account) return false;
+        const bool isAny = !at->second.orders.empty() || !at->second.deals.empty();
+        if (isAny && (strategy.empty() || strategy == name)) return true;
+    }
+    return false;
 }
 
 }  // namespace desk

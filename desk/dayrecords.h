@@ -1,14 +1,13 @@
 #pragma once
 
+#include "desk/arrivals.h"
 #include "desk/picture.h"
-#include "platform/records/dealdetail.h"
-#include "platform/records/orderdetail.h"
 
-#include <boost/shared_ptr.hpp>
 #include <boost/signals2/connection.hpp>
 
 #include <QObject>
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <map>
@@ -16,6 +15,7 @@
 #include <set>
 #include <string>
 #include <tuple>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -27,13 +27,13 @@ namespace desk {
 
 /// Orders and deals of the day, as the library has them, by account, stock and strategy.
 ///
-/// It asks the library for all of them only at its start. After that it takes in what the data
-/// center reports, so that a picture costs what changed and not what the day holds. An account is
+/// It asks the library for all of them only at its start. After that it takes in what the client
+/// reports, so that a picture costs what changed and not what the day holds. An account is
 /// asked for again after a load, when the library's count of its running orders is another one, and
-/// once whenever nothing more is reported. That is one account to a picture: a whole day would keep
-/// whoever clicks waiting.
+/// once whenever nothing more is reported. That is done between two pictures, one account at a
+/// time, because it would keep whoever clicks waiting.
 ///
-/// Threads: the engine's; reports come on any.
+/// Threads: the engine's.
 class CDayRecords {
 public:
     using OrderPtr = boost::shared_ptr<vexservice::COrderDetail>;
@@ -46,8 +46,7 @@ public:
     /// By account and record key.
     using RunningOrders = std::map<std::pair<std::string, std::uint64_t>, Running>;
 
-    CDayRecords();
-    ~CDayRecords();
+    explicit CDayRecords(CArrivals& arrivals) : m_arrivals(arrivals) {}
 
     /// To be called with each new manager; its client is there by then.
     void follow(TC::CLinkageManager& manager);
@@ -61,11 +60,17 @@ public:
         m_rejected.clear();
     }
 
+    /// Asks for an account again, if one is due. Not to be called while somebody waits for a
+    /// picture.
+    void catchUp(TC::CLinkageManager& manager);
+
     RunningOrders& running() { return m_running; }
 
     /// Whether the pair has an order or a deal in the stock; the empty strategy stands for the
     /// whole account.
     bool hasAny(const Selection& chosen, const std::string& stock) const;
+    /// The same in any stock.
+    bool hasAny(const std::string& account, const std::string& strategy) const;
 
     /// Calls `work` with key and record of each order, or deal, of the chosen pair and stock.
     template <class Work>
@@ -88,8 +93,11 @@ private:
         std::map<std::uint64_t, OrderPtr> orders;
         std::map<std::uint64_t, DealPtr> deals;
     };
-    struct News;
-    struct Inbox;
+    struct Known {
+        std::unordered_map<std::uint64_t, OrderPtr> orders;
+        std::unordered_map<std::uint64_t, DealPtr> deals;
+    };
+    using News = std::vector<CArrivals::News>;
 
     /// The records of an account and a stock stand in a row, by strategy.
     template <class Work>
@@ -104,19 +112,23 @@ private:
     }
 
     void takeNews(TC::CLinkageManager& manager, const Picture& picture);
+    void takeAll(const News& news, bool isRepeat);
     void forget(const std::string& account);
-    void read(TC::CLinkageManager& manager, const Picture& picture, const std::string& account);
+    bool agrees(TC::CLinkageManager& manager, const std::string& account) const;
+    void read(TC::CLinkageManager& manager, const std::string& account);
     void noteDue(const std::vector<std::string>& accounts, const TC::CLinkageManager& manager,
-                 bool isNew, bool isLast);
+                 bool isLast);
     void take(const std::string& account, const OrderPtr& order);
     void take(const std::string& account, const DealPtr& deal);
     void setRunning(const std::string& account, const OrderPtr& order);
 
-    std::shared_ptr<Inbox> m_pInbox;  ///< shared with reports that are under way
-    std::unique_ptr<QObject> m_pContext;
-    std::vector<boost::signals2::scoped_connection> m_connections;
+    CArrivals& m_arrivals;
+    /// Records of an account came without being reported. Shared with slots that are under way.
+    std::shared_ptr<std::atomic<bool>> m_pLoaded = std::make_shared<std::atomic<bool>>(false);
+    std::unique_ptr<QObject> m_pContext;  ///< ends the connection of Qt
+    boost::signals2::scoped_connection m_reconciled;
     std::map<Place, Records> m_records;
-    std::map<std::string, std::map<std::uint64_t, OrderPtr>> m_orders;
+    std::unordered_map<std::string, Known> m_known;  ///< by account
     RunningOrders m_running;
     std::map<std::string, int> m_runningOf;  ///< how many, by account
     std::vector<std::pair<std::pair<std::string, std::uint64_t>, OrderPtr>> m_rejected;

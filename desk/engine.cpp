@@ -189,14 +189,14 @@ void CEngine::play() {
         QCoreApplication::sendPostedEvents();  // the manager's slots, called from other threads
 
         const Clock::time_point before = Clock::now();
-        std::unique_lock lock(m_mutex);
         if (before >= nextPicture || m_bSelectionNew) {
-            lock.unlock();
             takePicture(taker, *stage);
             const auto cost = Clock::now() - before;
             nextPicture = before + std::max<Clock::duration>(PICTURE_EVERY, cost * PICTURE_SHARE);
-            lock.lock();
+        } else {
+            taker.catchUp();
         }
+        std::unique_lock lock(m_mutex);
         m_wake.wait_until(lock, now + TICK,
                           [this] { return m_bStop || !m_jobs.empty() || m_bSelectionNew; });
     }

@@ -112,22 +112,35 @@ bool CFluency::clickRow(EKind kind, CRowsView& rows) {
     const QModelIndex index = rows.model()->index(other + (current >= 0 && other >= current), 0);
     rows.scrollTo(index);
     if (!rows.viewport()->rect().contains(rows.visualRect(index).center())) return false;
-    const QString key = index.data(CRowsModel::ROLE_KEY).toString();
-    m_wanted = m_window.shown()->selection;
-    if (kind == EKind::Stock) {
-        m_wanted.stock = key.toStdString();
-    } else {
-        m_wanted.account = key.section('\n', 0, 0).toStdString();
-        m_wanted.strategy = key.section('\n', 1).toStdString();
-    }
+    m_pRows = &rows;
     QWidget* watched = table("stocks")->viewport();
     if (kind == EKind::Stock) {
         auto* below = qobject_cast<CRowsView*>(page("tabs"));
         watched = below ? below->viewport() : m_window.findChild<CChart*>();
     }
-    post(kind, QString(key).replace('\n', QStringLiteral(" / ")), *rows.viewport(),
-         rows.visualRect(index).center(), watched);
+    post(kind, {}, *rows.viewport(), rows.visualRect(index).center(), watched);
     return true;
+}
+
+/// The row that the click meets: while it was under way a picture may have moved the rows. One that
+/// changes nothing is no click to be answered.
+void CFluency::aim(const QPoint& place) {
+    const CRowsView& rows = *std::exchange(m_pRows, nullptr);
+    const QModelIndex index = rows.indexAt(place);
+    if (!index.isValid() || index.row() == rows.currentIndex().row()) {
+        m_bWaiting = false;
+        m_pLimit->stop();
+        return waitAWhile();
+    }
+    const QString key = index.data(CRowsModel::ROLE_KEY).toString();
+    m_wanted = m_window.shown()->selection;
+    if (m_kind == EKind::Stock) {
+        m_wanted.stock = key.toStdString();
+    } else {
+        m_wanted.account = key.section('\n', 0, 0).toStdString();
+        m_wanted.strategy = key.section('\n', 1).toStdString();
+    }
+    m_strWhat = QString(key).replace('\n', QStringLiteral(" / "));
 }
 
 bool CFluency::clickPage() {
@@ -188,7 +201,8 @@ void CFluency::post(EKind kind, const QString& what, QWidget& target, const QPoi
 
 /// The tables have the picture of the wanted selection, with a stock of the strategy.
 void CFluency::onShown() {
-    if (!m_bWaiting || m_bArrived || m_kind == EKind::Page || m_kind == EKind::Heading) return;
+    if (!m_bWaiting || m_bArrived || m_pRows) return;
+    if (m_kind == EKind::Page || m_kind == EKind::Heading) return;
     const Picture& picture = *m_window.shown();
     const Selection& now = picture.selection;
     const bool isPair = now.account == m_wanted.account && now.strategy == m_wanted.strategy;
@@ -208,6 +222,8 @@ void CFluency::arrive() {
 }
 
 bool CFluency::eventFilter(QObject* watched, QEvent* event) {
+    if (m_pRows && watched == m_pRows->viewport() && event->type() == QEvent::MouseButtonPress)
+        aim(static_cast<QMouseEvent*>(event)->pos());
     const bool paints = event->type() == QEvent::Paint && watched == m_pWatched.data();
     if (paints && m_bWaiting && m_bArrived && !std::exchange(m_bPainted, true)) {
         // Comes when the window has painted everything and is back at its events.

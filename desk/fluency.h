@@ -66,6 +66,7 @@ private:
     bool clickHeading();
     void post(EKind kind, const QString& what, QWidget& target, const QPoint& place,
               QWidget* watched);
+    void aim(const QPoint& place);
     void onShown();
     void arrive();
     void finish(bool lost);
@@ -87,6 +88,7 @@ private:
     Clock::time_point m_begun;
     Selection m_wanted;
     QPointer<QWidget> m_pWatched;
+    QPointer<CRowsView> m_pRows;  ///< whose row is clicked on, until it is
 };
 
 }  // namespace desk

@@ -1,5 +1,6 @@
 #include "desk/ownbalances.h"
 
+#include "desk/pricetape.h"
 #include "linkage/ledger/attribution.h"
 #include "platform/utils/keys.h"
 #include "replay/times.h"
@@ -17,13 +18,6 @@ constexpr std::int64_t SECOND = 1'000'000;
 /// The library acts within its own time; only after so long nothing more is to be expected.
 constexpr std::int64_t PATIENCE = 2 * SECOND;
 constexpr std::int64_t LONGEST_UNHEARD = 60 * SECOND;
-
-std::string clockText(std::int64_t micros) {
-    std::string text = replay::timeText(micros);
-    text.insert(4, ":");
-    text.insert(2, ":");
-    return text;
-}
 
 bool isHistory(const vexservice::COrderComandParam& command) {
     return command.m_strStrategyName2 == TC::HISTORY_BALANCE_TAG;

@@ -125,7 +125,6 @@ void CPictureTaker::take(Picture& picture) {
     // Prices that came before the first picture belong to the day of that picture.
     if (!m_strTapeDate.empty() && picture.date != m_strTapeDate) {
         m_tape.forget();
-        m_witness.arrivals.forgetOrders();
         m_seen.clear();
     }
     m_strTapeDate = picture.date;
@@ -136,15 +135,19 @@ void CPictureTaker::take(Picture& picture) {
     picture.imports = manager.getImports();
     m_witness.balances.settle(manager);
     picture.balances = m_witness.balances.rows(manager, picture.date);
+    takeRunning(manager, picture);
     takePairs(manager, picture);
     takeHistory(manager, picture);
-    takeRunning(manager, picture);
     takeAccounts(manager, picture);
     picture.events = m_events.take(picture);
     takeStocks(manager, picture);
     picture.curve = manager.getPeriodCurve(picture.selection.account, picture.selection.strategy);
     agree(picture);
     if (!picture.selection.stock.empty()) takeStock(manager, picture);
+}
+
+void CPictureTaker::catchUp() {
+    if (m_statConnection.connected() && Manager::exists()) m_records.catchUp(*Manager::instance());
 }
 
 void CPictureTaker::takePairs(TC::CLinkageManager& manager, Picture& picture) {
@@ -172,7 +175,7 @@ void CPictureTaker::takePairs(TC::CLinkageManager& manager, Picture& picture) {
             const auto time = picture.balanceTimes.find(row.account + ":" + strategy);
             if (time != picture.balanceTimes.end()) row.balanceTime = time->second;
             const bool idle = records.empty() && row.runningOrders == 0 && row.runningTasks == 0 &&
-                              row.balanceTime.empty() &&
+                              row.balanceTime.empty() && !m_records.hasAny(row.account, strategy) &&
                               manager.getHistoryOfPair(row.account, strategy).empty();
             // The chosen strategy stays in the list, even when a new day has emptied it.
             const bool chosen =

@@ -13,16 +13,18 @@ namespace desk {
 
 namespace {
 
-QDateTime clockNow() {
-    return QDateTime::fromMSecsSinceEpoch(utils::currentClock().nowMicros() / 1000);
-}
+QDateTime timeOf(std::int64_t micros) { return QDateTime::fromMSecsSinceEpoch(micros / 1000); }
 
 }  // namespace
 
-std::string clockText() { return clockNow().toString("hh:mm:ss").toStdString(); }
+std::string clockText(std::int64_t micros) {
+    return timeOf(micros).toString("hh:mm:ss").toStdString();
+}
+
+std::string clockText() { return clockText(utils::currentClock().nowMicros()); }
 
 int clockMinute() {
-    const QTime time = clockNow().time();
+    const QTime time = timeOf(utils::currentClock().nowMicros()).time();
     return time.hour() * 60 + time.minute();
 }
 

@@ -4,6 +4,7 @@
 
 #include <boost/shared_ptr.hpp>
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -47,8 +48,10 @@ private:
     int m_nGivenUntil = 0;
 };
 
-/// Client time as "hh:mm:ss" and the minute of the day, by the platform's clock.
+/// Client time as "hh:mm:ss" and the minute of the day, by the platform's clock; or of a moment
+/// of it.
 std::string clockText();
+std::string clockText(std::int64_t micros);
 int clockMinute();
 
 }  // namespace desk

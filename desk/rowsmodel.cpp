@@ -4,6 +4,7 @@
 #include "platform/utils/numberformat.h"
 
 #include <QFont>
+#include <QHash>
 #include <QSet>
 
 #include <algorithm>
@@ -89,6 +90,7 @@ void CRowsModel::setRows(std::vector<Row> rows) {
     if (rows == m_rows) return;
     Q_EMIT sigSetting();
     removeMissing(rows);
+    arrange(rows);
     QSet<QString> present;
     present.reserve(static_cast<int>(m_rows.size()));
     for (const Row& row : m_rows) present.insert(row.key);
@@ -101,6 +103,7 @@ void CRowsModel::setRows(std::vector<Row> rows) {
         if (end < rows.size()) place(static_cast<int>(end), std::move(rows[end]));
         next = end + 1;
     }
+    removeFrom(rows.size());
     Q_EMIT sigSet();
 }
 
@@ -126,22 +129,47 @@ void CRowsModel::removeMissing(const std::vector<Row>& rows) {
     }
 }
 
-/// The row is in the table already.
-void CRowsModel::place(int index, Row&& row) {
-    const auto here = m_rows.begin() + index;
-    if (here != m_rows.end() && here->key == row.key) return update(index, std::move(row));
-    const auto found =
-        std::find_if(here, m_rows.end(), [&row](const Row& other) { return other.key == row.key; });
-    if (found == m_rows.end()) {  // a key that stands in the source twice
-        std::vector<Row> single;
-        single.push_back(std::move(row));
-        return insert(static_cast<std::size_t>(index), std::move(single));
+/// Brings the rows into the order of the new ones, in one step: when one row goes down, each row
+/// that it passes would be a move of its own, and each move sorts the table.
+void CRowsModel::arrange(const std::vector<Row>& rows) {
+    QHash<QString, int> places;
+    places.reserve(static_cast<int>(rows.size()));
+    for (std::size_t i = rows.size(); i-- > 0;) places.insert(rows[i].key, static_cast<int>(i));
+    std::vector<std::pair<int, int>> order;  // the new place, and where the row stands now
+    order.reserve(m_rows.size());
+    for (std::size_t i = 0; i < m_rows.size(); ++i)
+        order.emplace_back(places.value(m_rows[i].key), static_cast<int>(i));
+    if (std::is_sorted(order.begin(), order.end())) return;
+    std::sort(order.begin(), order.end());
+
+    Q_EMIT layoutAboutToBeChanged();
+    std::vector<Row> arranged;
+    std::vector<int> now(order.size());
+    arranged.reserve(order.size());
+    for (const auto& [place, from] : order) {
+        now[static_cast<std::size_t>(from)] = static_cast<int>(arranged.size());
+        arranged.push_back(std::move(m_rows[static_cast<std::size_t>(from)]));
     }
-    const int from = static_cast<int>(found - m_rows.begin());
-    beginMoveRows({}, from, from, {}, index);
-    std::rotate(here, found, found + 1);
-    endMoveRows();
-    update(index, std::move(row));
+    m_rows = std::move(arranged);
+    for (const QModelIndex& old : persistentIndexList())
+        changePersistentIndex(old, index(now[static_cast<std::size_t>(old.row())], old.column()));
+    Q_EMIT layoutChanged();
+}
+
+/// The row stands there already, except when its key stands in the source twice.
+void CRowsModel::place(int index, Row&& row) {
+    if (index < rowCount() && this->row(index).key == row.key) return update(index, std::move(row));
+    std::vector<Row> single;
+    single.push_back(std::move(row));
+    insert(static_cast<std::size_t>(index), std::move(single));
+}
+
+/// What is left of a key that stood in the source twice.
+void CRowsModel::removeFrom(std::size_t index) {
+    if (index >= m_rows.size()) return;
+    beginRemoveRows({}, static_cast<int>(index), rowCount() - 1);
+    m_rows.resize(index);
+    endRemoveRows();
 }
 
 void CRowsModel::update(int index, Row&& row) {

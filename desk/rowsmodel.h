@@ -4,6 +4,7 @@
 #include <QString>
 #include <QVariant>
 
+#include <cstddef>
 #include <vector>
 
 namespace desk {
@@ -74,7 +75,9 @@ Q_SIGNALS:
 private:
     void removeMissing(const std::vector<Row>& rows);
     void insert(std::size_t index, std::vector<Row> rows);
+    void arrange(const std::vector<Row>& rows);
     void place(int index, Row&& row);
+    void removeFrom(std::size_t index);
     void update(int index, Row&& row);
 
     std::vector<Column> m_columns;

@@ -42,6 +42,8 @@ QVariant valueOf(const Row& row, int column) {
 CSortedRows::CSortedRows(CRowsModel& rows, QObject* parent)
     : QSortFilterProxyModel(parent), m_rows(rows) {
     setDynamicSortFilter(false);
+    // Before the base hears of it, which then sorts by what stood elsewhere.
+    connect(&rows, &QAbstractItemModel::layoutChanged, this, &CSortedRows::noteHeadings);
     setSourceModel(&rows);
 }
 
@@ -49,11 +51,15 @@ void CSortedRows::sortAnew() {
     if (sortColumn() >= 0) sort(sortColumn(), sortOrder());
 }
 
-void CSortedRows::sort(int column, Qt::SortOrder order) {
+void CSortedRows::noteHeadings() {
     m_headings.clear();
     for (int i = 0; i < m_rows.rowCount(); ++i) {
         if (m_rows.row(i).heading) m_headings.insert(m_rows.row(i).group, i);
     }
+}
+
+void CSortedRows::sort(int column, Qt::SortOrder order) {
+    noteHeadings();
     QSortFilterProxyModel::sort(column, order);
 }
 

@@ -23,6 +23,8 @@ protected:
     bool lessThan(const QModelIndex& left, const QModelIndex& right) const override;
 
 private:
+    void noteHeadings();
+
     const CRowsModel& m_rows;
     QHash<QString, int> m_headings;  ///< rows, by group
 };

@@ -3,7 +3,10 @@
 #include "desk/style.h"
 #include "tests/support/paintrecorder.h"
 
+#include <QCoreApplication>
 #include <QImage>
+#include <QMouseEvent>
+#include <QStringList>
 
 #include <gtest/gtest.h>
 
@@ -111,6 +114,79 @@ TEST(DeskChart, PaintsDealsAndRestingOrdersWhereTheyBelong) {
     empty->orders.clear();
     chart.show(empty);
     EXPECT_EQ(count(red) + count(green) + count(line), 0);
+}
+
+/// What the box beside the mouse says, line by line; empty without a box.
+QStringList crossText(desk::CChart& chart, const QPointF& mouse) {
+    QMouseEvent move(QEvent::MouseMove, mouse.toPoint(), Qt::NoButton, Qt::NoButton,
+                     Qt::NoModifier);
+    QCoreApplication::sendEvent(&chart, &move);
+    support::CPaintRecorder recorder;
+    chart.render(&recorder);
+    QStringList lines;
+    double height = 0.0;
+    for (const support::Painted& painted : recorder.painted) {
+        if (painted.kind != support::Painted::TEXT || painted.pen.color() != desk::style::TEXT)
+            continue;
+        if (lines.isEmpty() || painted.origin.y() != height) lines << QString();
+        height = painted.origin.y();
+        lines.back() = (lines.back() + painted.text).simplified();
+    }
+    return lines;
+}
+
+TEST(DeskChart, TheCrossTellsTimeValueAndTheDealsUnderIt) {
+    constexpr int HALF_PAST_TEN = 10 * 60 + 30;
+    auto picture = std::make_shared<desk::Picture>();
+    picture->selection = {"A", "s", "SH600001"};
+    picture->minute = 11 * 60;
+    picture->prices = {{9 * 60 + 40, 10.0}, {HALF_PAST_TEN, 10.5}};
+    picture->curve[10 * 60].profit = 1234.0;
+    picture->dots = {{HALF_PAST_TEN, true, 10.25, 1200},
+                     {HALF_PAST_TEN, false, 10.25, 300},
+                     {HALF_PAST_TEN + 20, false, 10.5, 700}};
+    desk::CChart chart;
+    chart.resize(700, 400);
+    chart.show(picture);
+    support::CPaintRecorder recorder;
+    chart.render(&recorder);
+    std::vector<QPointF> dots;
+    for (const support::Painted& painted : recorder.painted) {
+        if (painted.kind == support::Painted::ELLIPSE) dots.push_back(painted.rect.center());
+    }
+    ASSERT_GE(dots.size(), 3u);
+    const double minuteWidth = (dots[2].x() - dots[0].x()) / 20;
+    const auto at = [&](int minute, double y) {
+        const double x = dots[0].x() + (minute - HALF_PAST_TEN) * minuteWidth;
+        return crossText(chart, {x, y});
+    };
+
+    QStringList lines = at(HALF_PAST_TEN, dots[0].y());
+    ASSERT_FALSE(lines.isEmpty());
+    const QStringList first = lines.takeFirst().split(' ');
+    EXPECT_EQ(first.front(), "10:30");
+    EXPECT_NEAR(first.back().toDouble(), 10.25, 0.003) << "where the mouse is, to a pixel";
+    EXPECT_EQ(lines.join('|'),
+              "Price 10.50|Profit +1,234.00|10:30 Buy 10.25 × 1,200|10:30 Sell 10.25 × 300");
+    lines = at(HALF_PAST_TEN + 22, dots[0].y());
+    EXPECT_EQ(lines.mid(1).join('|'), "Price 10.50|Profit +1,234.00|10:50 Sell 10.50 × 700")
+        << "two minutes beside the dot, and still on it";
+    EXPECT_EQ(at(9 * 60 + 50, dots[0].y()).mid(1).join('|'), "Price 10.00")
+        << "there is no profit yet";
+    lines = at(11 * 60 + 20, chart.height() - 40);
+    ASSERT_EQ(lines.size(), 1) << "that minute has not come yet";
+    EXPECT_TRUE(lines.front().startsWith("11:20 ")) << lines.front().toStdString();
+    EXPECT_FALSE(lines.front().contains('.')) << "whole yuan, not prices, stand on this axis";
+    QEvent leave(QEvent::Leave);
+    QCoreApplication::sendEvent(&chart, &leave);
+    recorder.painted.clear();
+    chart.render(&recorder);
+    EXPECT_TRUE(std::none_of(recorder.painted.begin(), recorder.painted.end(),
+                             [](const auto& each) {
+                                 return each.kind == support::Painted::TEXT &&
+                                        each.pen.color() == desk::style::TEXT;
+                             }))
+        << "the mouse is elsewhere";
 }
 
 }  // namespace

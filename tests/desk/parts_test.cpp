@@ -71,22 +71,24 @@ std::vector<Row> rowsOf(std::initializer_list<std::pair<const char*, int>> rows)
 }
 
 TEST(DeskRows, OnlyWhatChangedIsTouched) {
+    qRegisterMetaType<QList<QPersistentModelIndex>>("QList<QPersistentModelIndex>");
+    qRegisterMetaType<QAbstractItemModel::LayoutChangeHint>("QAbstractItemModel::LayoutChangeHint");
     CRowsModel model({{"Key"}, {"Value", desk::EFormat::Count}});
     QSignalSpy inserted(&model, &CRowsModel::rowsInserted);
     QSignalSpy removed(&model, &CRowsModel::rowsRemoved);
-    QSignalSpy moved(&model, &CRowsModel::rowsMoved);
+    QSignalSpy arranged(&model, &CRowsModel::layoutChanged);
     QSignalSpy changed(&model, &CRowsModel::dataChanged);
     QSignalSpy reset(&model, &CRowsModel::modelReset);
     const auto counts = [&] {
-        const std::vector<int> now = {inserted.count(), removed.count(), moved.count(),
+        const std::vector<int> now = {inserted.count(), removed.count(), arranged.count(),
                                       changed.count(), reset.count()};
-        for (QSignalSpy* spy : {&inserted, &removed, &moved, &changed, &reset}) spy->clear();
+        for (QSignalSpy* spy : {&inserted, &removed, &arranged, &changed, &reset}) spy->clear();
         return now;
     };
     struct Case {
         const char* name;
         std::initializer_list<std::pair<const char*, int>> rows;
-        std::vector<int> signalled;  // inserted, removed, moved, changed, reset
+        std::vector<int> signalled;  // inserted, removed, arranged, changed, reset
     } const cases[] = {
         {"first", {{"a", 1}, {"b", 2}, {"c", 3}}, {1, 0, 0, 0, 0}},
         {"the same", {{"a", 1}, {"b", 2}, {"c", 3}}, {0, 0, 0, 0, 0}},
@@ -95,6 +97,9 @@ TEST(DeskRows, OnlyWhatChangedIsTouched) {
         {"order", {{"c", 3}, {"a", 1}, {"x", 9}, {"b", 5}}, {0, 0, 1, 0, 0}},
         {"two gone together", {{"c", 3}, {"b", 5}}, {0, 1, 0, 0, 0}},
         {"moved and changed", {{"b", 6}, {"c", 3}}, {0, 0, 1, 1, 0}},
+        {"a key twice", {{"b", 6}, {"c", 3}, {"b", 7}}, {1, 0, 0, 0, 0}},
+        {"still, and between", {{"b", 6}, {"b", 7}, {"c", 3}}, {0, 0, 1, 0, 0}},
+        {"once again", {{"c", 3}, {"b", 7}}, {0, 1, 1, 1, 0}},
         {"nothing left", {}, {0, 1, 0, 0, 0}},
     };
     for (const auto& [name, rows, signalled] : cases) {
@@ -161,6 +166,9 @@ TEST(DeskRows, ASortedTableStaysSortedByGroupsAndItsCurrentRowInSight) {
     set({{"A", 4}, {"A1", 8}, {"A2", 9}, {"B", 2}, {"B1", 7}, {"B2", "market"}});
     EXPECT_EQ(table.verticalScrollBar()->value(), 0) << "who looks elsewhere is left there";
     EXPECT_EQ(chosen.count(), 0);
+    set({{"B", 2}, {"B1", 7}, {"A", 4}});
+    EXPECT_EQ(order(), "A B B1") << "fewer rows, and in another order";
+    EXPECT_EQ(table.currentKey(), "B1");
 }
 
 TEST(DeskRows, NarrowTablesScrollAndShowWholeRows) {

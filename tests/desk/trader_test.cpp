@@ -152,11 +152,13 @@ TEST_F(DeskTrader, TheMorningAfterShowsWhatIsLeftOfEarlierDays) {
 {"do":"call","op":"addHistoryLinkdata","args":["A01","alpha"]}
 {"do":"call","op":"addBalanceTime","args":["A01:grid","145000"]}
 {"do":"newTradingDate","date":"20240108"}
+{"do":"order","account":"A01","key":900,"market":"SH","code":"600001","side":"buy","price":9,"volume":100,"status":57,"strategy":"early"}
 {"do":"advance","seconds":60}
 )");
     ASSERT_TRUE(untilEnded());
     EXPECT_GE(rows("pairs").indexOf("A01\nalpha"), 0) << "it has history";
     EXPECT_GE(rows("pairs").indexOf("A01\ngrid"), 0) << "it has a balance time";
+    EXPECT_GE(rows("pairs").indexOf("A01\nearly"), 0) << "its only order was refused";
 }
 
 TEST_F(DeskTrader, NoFigureOnTheScreenDiffersWhileTheDayPlays) {
@@ -200,6 +202,51 @@ TEST_F(DeskTrader, TheWindowIsRememberedAndASettledNoticeGoes) {
     ASSERT_TRUE(until([&] { return message().contains("in 5 seconds"); }));
     m_engine->setSpeed(1000);
     EXPECT_TRUE(until([&] { return message().isEmpty(); })) << "5 seconds are over";
+}
+
+TEST_F(DeskTrader, AChosenSortingIsThereAgainAfterARestart) {
+    // The profits of the strategies, and the accounts of orders: a table of groups and one without.
+    struct Sorted {
+        const char* table;
+        int column;
+        Qt::SortOrder order;
+    } const sorted[] = {{"pairs", 1, Qt::AscendingOrder}, {"running", 8, Qt::AscendingOrder}};
+    const auto keysIn = [this](const char* name) {
+        QStringList keys;
+        const auto* model = find<CRowsView>(name)->model();
+        for (int row = 0; row < model->rowCount(); ++row)
+            keys << model->index(row, 0).data(desk::CRowsModel::ROLE_KEY).toString();
+        return keys;
+    };
+    const auto filled = [this] {
+        return untilEnded() && until([this] { return rows("running").rowCount() == 2; });
+    };
+    const QString file = m_dir.filePath("desk.ini");
+    open(support::MORNING);
+    ASSERT_TRUE(filled());
+    std::map<std::string, QStringList> chosen;
+    for (const auto& [table, column, order] : sorted) {
+        const QStringList before = keysIn(table);
+        find<CRowsView>(table)->sortByColumn(column, order);
+        chosen[table] = keysIn(table);
+        EXPECT_NE(chosen[table], before) << table << ": else this test shows nothing";
+    }
+    {
+        QSettings settings(file, QSettings::IniFormat);
+        m_window->saveTo(settings);
+    }
+    m_window.reset();
+    m_engine.reset();
+
+    open(support::MORNING);
+    m_window->restoreFrom(QSettings(file, QSettings::IniFormat));
+    ASSERT_TRUE(filled());
+    for (const auto& [table, column, order] : sorted) {
+        const auto* heading = find<CRowsView>(table)->horizontalHeader();
+        EXPECT_EQ(heading->sortIndicatorSection(), column) << table;
+        EXPECT_EQ(heading->sortIndicatorOrder(), order) << table;
+        EXPECT_EQ(keysIn(table), chosen[table]) << table;
+    }
 }
 
 }  // namespace
