@@ -61,7 +61,7 @@ Latencies load(CLibraryProgram& program, std::span<const Report> reports, IsOver
     for (; TICK * ticks < LEAST || !isOver(); ++ticks) {
         std::this_thread::sleep_until(begin + TICK * ticks);
         for (std::size_t sent = ticks * BURST; sent < (ticks + 1) * BURST; ++sent) {
-            program.callback(reports[sent % reports.size()]);
+            if (!reports.empty()) program.callback(reports[sent % reports.size()]);
             if (sent % SAMPLED != 0) continue;
             program.post([place = &applied.emplace_back()] { *place = Clock::now(); });
         }
@@ -98,6 +98,10 @@ public:
         return bench::load(m_program, std::span(m_day.reports).subspan(FILLED), isOver);
     }
 
+    Latencies loadNothing() {
+        return bench::load(m_program, {}, [] { return true; });
+    }
+
 private:
     static const Workload& traded() {
         static const Workload deals = makeTraded();
@@ -118,6 +122,8 @@ private:
     CLibraryProgram m_program;
 };
 
+Latencies ofMachine(CBusyDay& busy) { return busy.loadNothing(); }
+
 Latencies alone(CBusyDay& busy) {
     return busy.load([] { return true; });
 }
@@ -135,11 +141,14 @@ Latencies withScreen(CBusyDay& busy) {
     addHistoryRows(busy.manager(), busy.day(), 200);
     busy.manager().startProfitCalculator();
     Clock::time_point next = Clock::now();
-    return beside(busy, [&] {
+    std::atomic<std::size_t> answers = 0;
+    const Latencies taken = beside(busy, [&] {
         std::this_thread::sleep_until(next);
         next += std::chrono::milliseconds(100);
-        askEverything(busy.manager(), busy.day());
+        answers += askEverything(busy.manager(), busy.day());
     });
+    if (answers == 0) throw std::runtime_error("the screen was shown nothing");
+    return taken;
 }
 
 Latencies withSaves(CBusyDay& busy) {
@@ -168,6 +177,12 @@ Latencies withImport(CBusyDay& busy) {
     return taken;
 }
 
+/// The period calculation, which runs every 10 s for the curves, runs at once when it is started.
+Latencies withCurves(CBusyDay& busy) {
+    std::jthread other([&] { busy.manager().startProfitCalculator(); });
+    return busy.load([] { return true; });
+}
+
 /// The calculator's timer is due every 3 s; deals have brought new prices of all stocks by then.
 Latencies withPass(CBusyDay& busy) {
     std::atomic<std::size_t> sums = 0;
@@ -175,9 +190,7 @@ Latencies withPass(CBusyDay& busy) {
         [&](const std::string&, const std::string&, double) { ++sums; });
     std::this_thread::sleep_until(busy.beforePass());
     sums = 0;
-    const Latencies taken = busy.load([&] { return sums > 0; });
-    if (sums == 0) throw std::runtime_error("there was no pass");
-    return taken;
+    return busy.load([&] { return sums > 0; });
 }
 
 /// Of several runs the one with the least p99.9 counts: what the machine can do when nothing else
@@ -205,8 +218,10 @@ void addLoad(const std::string& name, int repetitions, Latencies (*run)(CBusyDay
 }  // namespace
 
 void addLatency() {
+    addLoad("machine", 3, ofMachine);
     addLoad("alone", 3, alone);
     addLoad("screen", 3, withScreen);
+    addLoad("curves", 2, withCurves);
     addLoad("import", 2, withImport);
     addLoad("saves", 3, withSaves);
     addLoad("pass", 2, withPass);

@@ -145,7 +145,7 @@ void writeStatement(const std::string& path);
 void addHistoryRows(TC::CLinkageManager& manager, const Workload& workload, int rows);
 
 /// Asks everything that a screen can ask and that is copied for it, once. Gives the number of
-/// answers, so that none is left out.
+/// answers.
 std::size_t askEverything(TC::CLinkageManager& manager, const Workload& day);
 
 }  // namespace bench
