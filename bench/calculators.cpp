@@ -15,23 +15,6 @@ namespace {
 
 constexpr std::size_t PASSES = 20;
 
-/// Every record has a deal, so that every record has a profit.
-Workload makeTraded() {
-    Workload traded = makeWorld({});
-    std::uint64_t key = 1'000'000'000;
-    for (Report ids; ids.account < traded.size.accounts; ++ids.account) {
-        for (ids.strategy = 1; ids.strategy <= traded.size.strategies; ++ids.strategy) {
-            for (ids.stock = 0; ids.stock < traded.size.stocks; ++ids.stock) {
-                Report report = ids;
-                report.deal = makeDeal(traded, ids, key, static_cast<int>(key % 14'000));
-                if (++key % 3 == 0) report.deal->m_eDirection = vexservice::ENTRUST_SELL;
-                traded.reports.push_back(std::move(report));
-            }
-        }
-    }
-    return traded;
-}
-
 class CPasses {
 public:
     double limit() {

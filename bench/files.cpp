@@ -21,20 +21,11 @@ namespace bench {
 namespace {
 
 constexpr int ROWS = 100'000;
-constexpr int IMPORTED = 60'000;
 
 class CHistory {
 public:
     CHistory() : m_workload(makeWorld({})), m_world(m_workload) {
-        for (int row = 0; row < ROWS; ++row) {
-            TC::TradeStatData stat;
-            stat.m_strAccountKey = m_workload.accounts[row % 10].key;
-            stat.m_strStrategy = fmt::format("strategy-{}", row);
-            stat.m_nTotalBuyVolume = 100 * row;
-            stat.m_dTotalBuyAmount = 12.34 * row;
-            stat.m_nTotalSellVolume = 200;
-            manager().addHistoryStat(stat.m_strAccountKey + stat.m_strStrategy, stat);
-        }
+        addHistoryRows(manager(), m_workload, ROWS);
     }
     ~CHistory() { Manager::release(); }
     CHistory(const CHistory&) = delete;
@@ -65,22 +56,9 @@ private:
     CWorld m_world;
 };
 
-/// A statement of a month: 60,000 deals of 50 stocks, each with a number of its own.
 class CStatement {
 public:
-    CStatement() {
-        std::ofstream file(m_path);
-        file << "成交日期,成交时间,证券代码,买卖标志,成交价格,成交数量,成交金额,成交编号\n";
-        for (int row = 0; row < IMPORTED; ++row) {
-            const int price = 500 + row % 700;
-            const int volume = 100 * (1 + row % 30);
-            const int cents = price * volume;
-            file << fmt::format("202312{:02},{:02}{:02}{:02},{},{},{}.{:02},{},{}.{:02},{}\n",
-                                1 + row % 20, 10 + row % 5, row % 60, row % 59, 600000 + row % 50,
-                                row % 2 == 0 ? "买入" : "卖出", price / 100, price % 100, volume,
-                                cents / 100, cents % 100, 10'000'000 + row);
-        }
-    }
+    CStatement() { writeStatement(m_path); }
 
     /// Into a manager that knows nothing of those days.
     double importSeconds() const {
@@ -89,9 +67,9 @@ public:
         TC::ImportReport report;
         const double taken =
             seconds([&] { report = program.manager().importData(QString::fromStdString(m_path)); });
-        if (report.added != IMPORTED) {
+        if (report.added != STATEMENT_ROWS) {
             throw std::runtime_error(fmt::format("{} rows of {} were imported; {}", report.added,
-                                                 IMPORTED, report.refusal.toStdString()));
+                                                 STATEMENT_ROWS, report.refusal.toStdString()));
         }
         return taken;
     }
@@ -124,10 +102,36 @@ double replaySeconds(const std::string& day) {
 
 }  // namespace
 
+void writeStatement(const std::string& path) {
+    std::ofstream file(path);
+    file << "成交日期,成交时间,证券代码,买卖标志,成交价格,成交数量,成交金额,成交编号\n";
+    for (int row = 0; row < STATEMENT_ROWS; ++row) {
+        const int price = 500 + row % 700;
+        const int volume = 100 * (1 + row % 30);
+        const int cents = price * volume;
+        file << fmt::format("202312{:02},{:02}{:02}{:02},{},{},{}.{:02},{},{}.{:02},{}\n",
+                            1 + row % 20, 10 + row % 5, row % 60, row % 59, 600000 + row % 50,
+                            row % 2 == 0 ? "买入" : "卖出", price / 100, price % 100, volume,
+                            cents / 100, cents % 100, 10'000'000 + row);
+    }
+}
+
+void addHistoryRows(TC::CLinkageManager& manager, const Workload& workload, int rows) {
+    for (int row = 0; row < rows; ++row) {
+        TC::TradeStatData stat;
+        stat.m_strAccountKey = workload.accounts[row % 10].key;
+        stat.m_strStrategy = fmt::format("strategy-{}", row);
+        stat.m_nTotalBuyVolume = 100 * row;
+        stat.m_dTotalBuyAmount = 12.34 * row;
+        stat.m_nTotalSellVolume = 200;
+        manager.addHistoryStat(stat.m_strAccountKey + stat.m_strStrategy, stat);
+    }
+}
+
 void addHistory() {
     add("history/save 100,000 rows", 3, ROWS, [] { return CHistory().save(); });
     add("history/load 100,000 rows", 3, ROWS, [] { return CHistory().load(); });
-    add("import/60,000 rows", 3, IMPORTED, [] { return CStatement().importSeconds(); });
+    add("import/60,000 rows", 3, STATEMENT_ROWS, [] { return CStatement().importSeconds(); });
 }
 
 void addRecordedDay() {

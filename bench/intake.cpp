@@ -125,6 +125,8 @@ void addIntake() {
     for (int turn = 0; turn < 6; ++turn) {
         add("report/limit", 3, day->reports(),
             [day] { return playSeconds<CLimitProgram>(day->get()); });
+        add("report/own", 3, day->reports(),
+            [day] { return playSeconds<COwnLimitProgram<>>(day->get()); });
         add("report/library", 3, day->reports(),
             [day] { return playSeconds<CLibraryProgram>(day->get()); });
     }

@@ -1,22 +1,30 @@
 #pragma once
 
+#include "bench/recordkeys.h"
 #include "bench/workload.h"
 #include "linkage/core/managerstate.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 namespace bench {
 
-/// The limit: the figures of the day's intake, kept as fast as we know how. Texts come as
-/// ready-made integers, every place is an index into a flat array, and each report costs one hash
-/// look-up of its record key. It assumes what the library may not assume: an order never changes
-/// its stock, strategy, side or price, there is one day, no stock is excluded, nobody listens, no
-/// other thread reads, and reports are kept by number.
-class CLimit {
+/// The figures of the day's intake, kept as fast as we know how. Texts come as ready-made integers,
+/// every place is an index into a flat array, and each report costs one hash look-up of its record
+/// key. It assumes what the library may not assume: an order never changes its stock, strategy,
+/// side or price, there is one day, no stock is excluded, nobody listens, and no other thread
+/// reads.
+///
+/// `Keeping` says what is kept of an order's and a deal's report, and whether figures are derived.
+template <class Keeping>
+class CFlat {
 public:
+    using KeptOrder = typename Keeping::Order;
+    using KeptDeal = typename Keeping::Deal;
+
     struct Deals {
         std::int32_t boughtVolume = 0;
         std::int32_t soldVolume = 0;
@@ -33,10 +41,10 @@ public:
     };
 
     struct Order {
-        std::uint32_t report;
-        std::uint32_t pair;
-        std::uint32_t stock;
-        std::uint32_t level;
+        KeptOrder report{};
+        std::uint32_t pair = 0;
+        std::uint32_t stock = 0;
+        std::uint32_t level = 0;
         std::int32_t lots = 0;
         std::int32_t traded = 0;
         double amount = 0.0;
@@ -62,10 +70,19 @@ public:
 
     static constexpr std::uint32_t NOWHERE = 0xffffffffu;
 
-    explicit CLimit(const Workload& world);
+    explicit CFlat(const Workload& world);
 
-    void order(std::uint32_t number, const Report& report);
-    void deal(std::uint32_t number, const Report& report);
+    /// Tells the processor early which record comes.
+    void prefetch(const vexservice::COrderDetail& order) const {
+        m_orderKeys.prefetch(order.m_nRecordKey);
+    }
+    void prefetch(const vexservice::CDealDetail& deal) const {
+        m_dealKeys.prefetch(deal.m_nRecordKey);
+    }
+
+    /// Whether it is the first report of its record.
+    bool order(const KeptOrder& report, const vexservice::COrderDetail& order, const Ids& ids);
+    bool deal(const KeptDeal& report, const vexservice::CDealDetail& deal, const Ids& ids);
 
     /// Revalues the records of the stocks that have a new price; the profit sum of every
     /// pair is then in `sums`.
@@ -75,55 +92,13 @@ public:
         return m_profits[placeOf(pairOf(account, strategy), stock)];
     }
 
-    /// In the form of the manager's state, for comparison.
-    TC::ManagerState state(const Workload& world) const;
+    /// In the form of the manager's state, for comparison. The two functions give the report that
+    /// is kept, with its integers.
+    TC::ManagerState state(const Workload& world,
+                           const std::function<Report(const KeptOrder&)>& orderOf,
+                           const std::function<Report(const KeptDeal&)>& dealOf) const;
 
 private:
-    /// Record keys to numbers from 0 upwards.
-    class CKeys {
-    public:
-        CKeys() : m_slots(1024) {}
-
-        /// The number of the key; a new key gets the next one.
-        std::uint32_t number(std::uint64_t key, bool& isNew) {
-            for (std::size_t at = start(key);; at = (at + 1) & (m_slots.size() - 1)) {
-                Slot& slot = m_slots[at];
-                if (slot.key == key) {
-                    isNew = false;
-                    return slot.number;
-                }
-                if (slot.number != NOWHERE) continue;
-                isNew = true;
-                slot = {key, m_nUsed++};
-                const std::uint32_t number = slot.number;
-                if (m_nUsed * 2 > m_slots.size()) grow();
-                return number;
-            }
-        }
-
-    private:
-        struct Slot {
-            std::uint64_t key = 0;
-            std::uint32_t number = NOWHERE;
-        };
-        std::size_t start(std::uint64_t key) const {
-            return (key * 0x9e3779b97f4a7c15ull >> 20) & (m_slots.size() - 1);
-        }
-        void grow() {
-            std::vector<Slot> old(m_slots.size() * 2);
-            old.swap(m_slots);
-            for (const Slot& slot : old) {
-                if (slot.number == NOWHERE) continue;
-                std::size_t at = start(slot.key);
-                while (m_slots[at].number != NOWHERE) at = (at + 1) & (m_slots.size() - 1);
-                m_slots[at] = slot;
-            }
-        }
-
-        std::vector<Slot> m_slots;
-        std::uint32_t m_nUsed = 0;
-    };
-
     struct Terms {
         double tick, reference, limitUp, limitDown;
         int unit;
@@ -137,7 +112,7 @@ private:
     }
     void describeFigures(const Workload& world, const std::vector<bool>& seen,
                          TC::ManagerState& state) const;
-    void settle(Order& kept, const vexservice::COrderDetail& order, const Report& report);
+    void settle(Order& kept, const vexservice::COrderDetail& order, const Ids& ids);
     void setRunning(Order& kept, std::uint32_t number, std::uint32_t pair, int which, bool runs);
     Minute& minuteOf(std::size_t place, int minute);
 
@@ -150,10 +125,10 @@ private:
     std::vector<vexservice::CStkExchangeRateLimit> m_fees;
     std::vector<double> m_quotes;
 
-    CKeys m_orderKeys;
-    CKeys m_dealKeys;
+    CRecordKeys m_orderKeys;
+    CRecordKeys m_dealKeys;
     std::vector<Order> m_orders;
-    std::vector<std::uint32_t> m_dealReports;
+    std::vector<KeptDeal> m_dealReports;
     std::vector<Deals> m_deals;              ///< by stock and pair
     std::vector<double> m_profits;           ///< likewise
     std::vector<double> m_values;            ///< likewise
@@ -168,62 +143,41 @@ private:
     std::vector<double> m_latest;  ///< by stock; 0: none
 };
 
-inline CLimit::CLimit(const Workload& world)
-    : m_nStrategies(world.size.strategies + 1),
-      m_nPairs(world.size.accounts * m_nStrategies),
-      m_nAccounts(world.size.accounts),
-      m_quotes(world.prices) {
-    for (const auto& stock : world.stocks) {
-        m_terms.push_back(
-            {stock.tick, stock.reference, stock.limitUp, stock.limitDown, stock.unit});
-        m_nLevels = std::max(m_nLevels, static_cast<std::uint32_t>(stock.limitUp / stock.tick) + 2);
-    }
-    for (const auto& account : world.accounts) m_fees.push_back(*account.fee);
-    const std::size_t places = static_cast<std::size_t>(m_nPairs) * world.size.stocks;
-    const std::size_t holdings = static_cast<std::size_t>(m_nAccounts) * world.size.stocks;
-    m_deals.resize(places);
-    m_profits.resize(places);
-    m_values.resize(places);
-    m_sums.resize(places);
-    m_minutesOf.resize(places, NOWHERE);
-    m_lots.resize(static_cast<std::size_t>(m_nPairs) * m_nLevels);
-    m_running.resize(m_nPairs);
-    m_orderAmplitudes.resize(holdings, -1.0);
-    m_dealAmplitudes.resize(holdings, -1.0);
-    m_days.resize(holdings);
-    m_latest.resize(world.size.stocks);
-}
-
-inline void CLimit::order(std::uint32_t number, const Report& report) {
-    const vexservice::COrderDetail& order = *report.order;
+template <class Keeping>
+bool CFlat<Keeping>::order(const KeptOrder& report, const vexservice::COrderDetail& order,
+                           const Ids& ids) {
     bool isNew = false;
     const std::uint32_t at = m_orderKeys.number(order.m_nRecordKey, isNew);
     if (isNew) {
-        const Terms& terms = m_terms[report.stock];
+        const Terms& terms = m_terms[ids.stock];
         Order fresh;
-        fresh.pair = pairOf(report.account, report.strategy);
-        fresh.stock = report.stock;
+        fresh.pair = pairOf(ids.account, ids.strategy);
+        fresh.stock = ids.stock;
         fresh.level =
             fresh.pair * m_nLevels + static_cast<std::uint32_t>(order.m_dPrice / terms.tick + 0.5);
         m_orders.push_back(fresh);
-        double& amplitude = m_orderAmplitudes[report.stock * m_nAccounts + report.account];
-        amplitude =
-            std::max(amplitude, std::fabs(order.m_dPrice - terms.reference) / terms.reference);
+        if constexpr (Keeping::FIGURES) {
+            double& amplitude = m_orderAmplitudes[ids.stock * m_nAccounts + ids.account];
+            amplitude =
+                std::max(amplitude, std::fabs(order.m_dPrice - terms.reference) / terms.reference);
+        }
     }
     Order& kept = m_orders[at];
-    kept.report = number;
-    settle(kept, order, report);
+    kept.report = report;
+    if constexpr (!Keeping::FIGURES) return isNew;
+    settle(kept, order, ids);
     const bool runs = vexservice::isRunningStatus(order.m_eStatus);
     setRunning(kept, at, kept.pair, 0, runs);
-    setRunning(kept, at, kept.pair - report.strategy, 1, runs);
+    setRunning(kept, at, kept.pair - ids.strategy, 1, runs);
+    return isNew;
 }
 
-inline void CLimit::settle(Order& kept, const vexservice::COrderDetail& order,
-                           const Report& report) {
+template <class Keeping>
+void CFlat<Keeping>::settle(Order& kept, const vexservice::COrderDetail& order, const Ids& ids) {
     std::int32_t lots = 0;
     if (order.m_eStatus == vexservice::STATUS_REPORTED ||
         order.m_eStatus == vexservice::STATUS_PART_SUCC) {
-        const int unit = m_terms[report.stock].unit;
+        const int unit = m_terms[ids.stock].unit;
         const int left = order.m_nVolume - order.m_nTradedVolume;
         lots = left < unit ? 1 : static_cast<int>(static_cast<double>(left) / unit + 0.5);
     }
@@ -231,8 +185,8 @@ inline void CLimit::settle(Order& kept, const vexservice::COrderDetail& order,
     kept.lots = lots;
     const std::int32_t volume = order.m_nTradedVolume - kept.traded;
     const double amount = order.m_dTradedAmount - kept.amount;
-    Orders& own = m_sums[placeOf(kept.pair, report.stock)];
-    Orders& wide = m_sums[placeOf(kept.pair - report.strategy, report.stock)];
+    Orders& own = m_sums[placeOf(kept.pair, ids.stock)];
+    Orders& wide = m_sums[placeOf(kept.pair - ids.strategy, ids.stock)];
     if (order.m_eDirection == vexservice::ENTRUST_BUY) {
         own.boughtVolume += volume;
         own.boughtAmount += amount;
@@ -248,8 +202,9 @@ inline void CLimit::settle(Order& kept, const vexservice::COrderDetail& order,
     kept.amount = order.m_dTradedAmount;
 }
 
-inline void CLimit::setRunning(Order& kept, std::uint32_t number, std::uint32_t pair, int which,
-                               bool runs) {
+template <class Keeping>
+void CFlat<Keeping>::setRunning(Order& kept, std::uint32_t number, std::uint32_t pair, int which,
+                                bool runs) {
     std::vector<std::uint32_t>& running = m_running[pair];
     std::uint32_t& place = kept.place[which];
     if (runs == (place != NOWHERE)) return;
@@ -265,7 +220,8 @@ inline void CLimit::setRunning(Order& kept, std::uint32_t number, std::uint32_t 
     place = NOWHERE;
 }
 
-inline CLimit::Minute& CLimit::minuteOf(std::size_t place, int minute) {
+template <class Keeping>
+typename CFlat<Keeping>::Minute& CFlat<Keeping>::minuteOf(std::size_t place, int minute) {
     for (std::uint32_t at = m_minutesOf[place]; at != NOWHERE; at = m_minutes[at].older) {
         if (m_minutes[at].minute == minute) return m_minutes[at];
     }
@@ -276,21 +232,23 @@ inline CLimit::Minute& CLimit::minuteOf(std::size_t place, int minute) {
     return m_minutes.emplace_back(fresh);
 }
 
-inline void CLimit::deal(std::uint32_t number, const Report& report) {
-    const vexservice::CDealDetail& deal = *report.deal;
+template <class Keeping>
+bool CFlat<Keeping>::deal(const KeptDeal& report, const vexservice::CDealDetail& deal,
+                          const Ids& ids) {
     bool isNew = false;
     const std::uint32_t at = m_dealKeys.number(deal.m_nRecordKey, isNew);
     if (!isNew) {
-        m_dealReports[at] = number;
-        return;
+        m_dealReports[at] = report;
+        return false;
     }
-    m_dealReports.push_back(number);
-    const Terms& terms = m_terms[report.stock];
-    const std::size_t holding = report.stock * m_nAccounts + report.account;
+    m_dealReports.push_back(report);
+    if constexpr (!Keeping::FIGURES) return true;
+    const Terms& terms = m_terms[ids.stock];
+    const std::size_t holding = ids.stock * m_nAccounts + ids.account;
     double& amplitude = m_dealAmplitudes[holding];
     amplitude = std::max(amplitude, std::fabs(deal.m_dPrice - terms.reference) / terms.reference);
 
-    const vexservice::CStkExchangeRateLimit& fee = m_fees[report.account];
+    const vexservice::CStkExchangeRateLimit& fee = m_fees[ids.account];
     const bool buys = deal.m_eDirection == vexservice::ENTRUST_BUY;
     const double commission = std::max(fee.m_dRate * deal.m_dAmount, fee.m_dMinimum) +
                               fee.m_dTransfer * deal.m_dAmount +
@@ -299,9 +257,9 @@ inline void CLimit::deal(std::uint32_t number, const Report& report) {
     const auto two = [&](int from) { return (digits[from] - '0') * 10 + digits[from + 1] - '0'; };
     const int minute = two(0) * 60 + two(2) + (two(4) >= 1 ? 1 : 0);
 
-    const std::uint32_t pair = pairOf(report.account, report.strategy);
-    const std::size_t own = placeOf(pair, report.stock);
-    const std::size_t wide = placeOf(pair - report.strategy, report.stock);
+    const std::uint32_t pair = pairOf(ids.account, ids.strategy);
+    const std::size_t own = placeOf(pair, ids.stock);
+    const std::size_t wide = placeOf(pair - ids.strategy, ids.stock);
     const auto count = [&](auto& totals) {
         (buys ? totals.boughtVolume : totals.soldVolume) += deal.m_nVolume;
         (buys ? totals.boughtAmount : totals.soldAmount) += deal.m_dAmount;
@@ -314,34 +272,17 @@ inline void CLimit::deal(std::uint32_t number, const Report& report) {
     m_deals[own].commission += commission;
     count(m_deals[wide]);
     m_deals[wide].commission += commission;
-    m_latest[report.stock] = m_quotes[report.stock];
+    m_latest[ids.stock] = m_quotes[ids.stock];
+    return true;
 }
 
-// In stock-key order, so that all three programs add up the sums in the same order.
-inline void CLimit::revalue(const std::vector<bool>& renewed, std::vector<double>& sums) {
-    constexpr double STEP = 0.1;  // a price limit of 10 %
-    sums.assign(m_nPairs, 0.0);
-    for (std::uint32_t stock = 0; stock < m_terms.size(); ++stock) {
-        double* const profits = m_profits.data() + placeOf(0, stock);
-        if (renewed[stock]) {
-            const Deals* const deals = m_deals.data() + placeOf(0, stock);
-            double* const values = m_values.data() + placeOf(0, stock);
-            const double last = m_quotes[stock];
-            const bool up = std::fabs(m_terms[stock].limitUp - last) <= 1e-5;
-            const bool down = std::fabs(m_terms[stock].limitDown - last) <= 1e-5;
-            const double longPrice = down ? last - STEP * last : last;
-            const double shortPrice = up ? last + STEP * last : last;
-            for (std::uint32_t pair = 0; pair < m_nPairs; ++pair) {
-                const Deals& figures = deals[pair];
-                const std::int32_t net = figures.boughtVolume - figures.soldVolume;
-                const double price = net < 0 ? shortPrice : net >= 1 ? longPrice : last;
-                profits[pair] =
-                    price * net + (figures.soldAmount - figures.boughtAmount) - figures.commission;
-                values[pair] = std::abs(net) * last;
-            }
-        }
-        for (std::uint32_t pair = 0; pair < m_nPairs; ++pair) sums[pair] += profits[pair];
-    }
-}
+/// The limit keeps reports by number.
+struct ByNumber {
+    using Order = std::uint32_t;
+    using Deal = std::uint32_t;
+    static constexpr bool FIGURES = true;
+};
+
+using CLimit = CFlat<ByNumber>;
 
 }  // namespace bench

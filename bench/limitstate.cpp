@@ -1,10 +1,43 @@
 #include "bench/limit.h"
+#include "bench/ownlimit.h"
 
 #include <QDateTime>
 
+// What of the limit is not intake: its making, a pass, and its state in words.
+
 namespace bench {
 
-TC::ManagerState CLimit::state(const Workload& world) const {
+template <class Keeping>
+CFlat<Keeping>::CFlat(const Workload& world)
+    : m_nStrategies(world.size.strategies + 1),
+      m_nPairs(world.size.accounts * m_nStrategies),
+      m_nAccounts(world.size.accounts),
+      m_quotes(world.prices) {
+    for (const auto& stock : world.stocks) {
+        m_terms.push_back(
+            {stock.tick, stock.reference, stock.limitUp, stock.limitDown, stock.unit});
+        m_nLevels = std::max(m_nLevels, static_cast<std::uint32_t>(stock.limitUp / stock.tick) + 2);
+    }
+    for (const auto& account : world.accounts) m_fees.push_back(*account.fee);
+    const std::size_t places = static_cast<std::size_t>(m_nPairs) * world.size.stocks;
+    const std::size_t holdings = static_cast<std::size_t>(m_nAccounts) * world.size.stocks;
+    m_deals.resize(places);
+    m_profits.resize(places);
+    m_values.resize(places);
+    m_sums.resize(places);
+    m_minutesOf.resize(places, NOWHERE);
+    m_lots.resize(static_cast<std::size_t>(m_nPairs) * m_nLevels);
+    m_running.resize(m_nPairs);
+    m_orderAmplitudes.resize(holdings, -1.0);
+    m_dealAmplitudes.resize(holdings, -1.0);
+    m_days.resize(holdings);
+    m_latest.resize(world.size.stocks);
+}
+
+template <class Keeping>
+TC::ManagerState CFlat<Keeping>::state(const Workload& world,
+                                       const std::function<Report(const KeptOrder&)>& orderOf,
+                                       const std::function<Report(const KeptDeal&)>& dealOf) const {
     TC::ManagerState state;
     const int day =
         static_cast<int>(QDateTime::fromString(QString::fromStdString(world.tradeDate), "yyyyMMdd")
@@ -17,7 +50,7 @@ TC::ManagerState CLimit::state(const Workload& world) const {
     // A record of traded figures exists where an order or a deal was filed.
     std::vector<bool> seen(m_deals.size());
     for (const Order& kept : m_orders) {
-        const Report& report = world.reports[kept.report];
+        const Report report = orderOf(kept.report);
         const std::string& account = keyOf(report.account);
         const std::string& strategy = world.strategies[report.strategy];
         state.strategys.insert(strategy);
@@ -32,8 +65,8 @@ TC::ManagerState CLimit::state(const Workload& world) const {
             if (kept.place[0] != NOWHERE) running.insert(report.order->recordKey());
         }
     }
-    for (const std::uint32_t number : m_dealReports) {
-        const Report& report = world.reports[number];
+    for (const KeptDeal& kept : m_dealReports) {
+        const Report report = dealOf(kept);
         const std::string& stock = world.stockKeys[report.stock];
         const std::uint32_t pair = pairOf(report.account, report.strategy);
         state.strategys.insert(world.strategies[report.strategy]);
@@ -64,8 +97,9 @@ TC::ManagerState CLimit::state(const Workload& world) const {
     return state;
 }
 
-void CLimit::describeFigures(const Workload& world, const std::vector<bool>& seen,
-                             TC::ManagerState& state) const {
+template <class Keeping>
+void CFlat<Keeping>::describeFigures(const Workload& world, const std::vector<bool>& seen,
+                                     TC::ManagerState& state) const {
     for (std::uint32_t stock = 0; stock < world.size.stocks; ++stock) {
         const std::string& stockKey = world.stockKeys[stock];
         for (std::uint32_t account = 0; account < m_nAccounts; ++account) {
@@ -99,5 +133,39 @@ void CLimit::describeFigures(const Workload& world, const std::vector<bool>& see
         }
     }
 }
+
+// In stock-key order, so that all programs add up the sums in the same order.
+template <class Keeping>
+void CFlat<Keeping>::revalue(const std::vector<bool>& renewed, std::vector<double>& sums) {
+    constexpr double STEP = 0.1;  // a price limit of 10 %
+    sums.assign(m_nPairs, 0.0);
+    for (std::uint32_t stock = 0; stock < m_terms.size(); ++stock) {
+        double* const profits = m_profits.data() + placeOf(0, stock);
+        if (renewed[stock]) {
+            const Deals* const deals = m_deals.data() + placeOf(0, stock);
+            double* const values = m_values.data() + placeOf(0, stock);
+            const double last = m_quotes[stock];
+            const bool up = std::fabs(m_terms[stock].limitUp - last) <= 1e-5;
+            const bool down = std::fabs(m_terms[stock].limitDown - last) <= 1e-5;
+            const double longPrice = down ? last - STEP * last : last;
+            const double shortPrice = up ? last + STEP * last : last;
+            for (std::uint32_t pair = 0; pair < m_nPairs; ++pair) {
+                const Deals& figures = deals[pair];
+                const std::int32_t net = figures.boughtVolume - figures.soldVolume;
+                const double price = net < 0 ? shortPrice : net >= 1 ? longPrice : last;
+                profits[pair] =
+                    price * net + (figures.soldAmount - figures.boughtAmount) - figures.commission;
+                values[pair] = std::abs(net) * last;
+            }
+        }
+        for (std::uint32_t pair = 0; pair < m_nPairs; ++pair) sums[pair] += profits[pair];
+    }
+}
+
+template class CFlat<ByNumber>;
+template class CFlat<ByRecord>;
+template class CFlat<NothingKept>;
+template class CFlat<NoFigures>;
+template class CFlat<NothingAtAll>;
 
 }  // namespace bench

@@ -18,7 +18,7 @@
 
 namespace {
 
-/// Plays the same million reports in all three programs and returns the first difference of their
+/// Plays the same million reports in all programs and returns the first difference of their
 /// states; if there is one, no number is worth printing.
 std::string stateDifference() {
     const bench::Workload day = bench::makeDay({});
@@ -27,12 +27,24 @@ std::string stateDifference() {
         return program.state();
     };
     const TC::ManagerState expected = stateAfter(bench::CTextbookProgram(day));
-    const std::string library =
-        textbook::firstDifference(expected, stateAfter(bench::CLibraryProgram(day)));
-    if (!library.empty()) return "the library: " + library;
-    const std::string limit =
-        textbook::firstDifference(expected, stateAfter(bench::CLimitProgram(day)));
-    return limit.empty() ? "" : "the limit: " + limit;
+    const auto differs = [&](const char* name, auto&& program) {
+        const std::string difference = textbook::firstDifference(expected, stateAfter(program));
+        return difference.empty() ? difference : fmt::format("{}: {}", name, difference);
+    };
+    std::string difference = differs("the library", bench::CLibraryProgram(day));
+    if (difference.empty()) difference = differs("the limit", bench::CLimitProgram(day));
+    if (difference.empty()) {
+        difference = differs("the interface's own limit", bench::COwnLimitProgram<>(day));
+    }
+    return difference;
+}
+
+/// Whether the first argument is this one, which is then taken out.
+bool takeOption(int& argc, char** argv, std::string_view option) {
+    if (argc < 2 || argv[1] != option) return false;
+    --argc;
+    std::rotate(argv + 1, argv + 2, argv + argc + 1);
+    return true;
 }
 
 }  // namespace
@@ -45,22 +57,25 @@ int main(int argc, char** argv) {
     mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
     const QCoreApplication application(argc, argv);
     g_VexStdLogger.setLevel(ELogLevel::Off);
-    if (argc > 1 && std::string_view(argv[1]) == "--guard") {
+    if (takeOption(argc, argv, "--guard")) {
         bench::libraryOptions().guard = true;
         fmt::print("with the guard of balances\n");
-        --argc;
-        std::rotate(argv + 1, argv + 2, argv + argc + 1);
     }
+    const bool parts = takeOption(argc, argv, "--parts");
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
 
     const std::string difference = stateDifference();
     if (!difference.empty()) {
-        fmt::print(stderr, "the three programs disagree; {}\n", difference);
+        fmt::print(stderr, "the programs disagree; {}\n", difference);
         return 1;
     }
-    fmt::print("1,000,000 reports: textbook, library and limit agree on every figure\n");
+    fmt::print("1,000,000 reports: textbook, library and both limits agree on every figure\n");
     std::fflush(stdout);
+    if (parts) {
+        bench::printParts();
+        return 0;
+    }
 
     // The recorded day comes first: outside the benchmark a program of its own replays it, with a
     // fresh heap.
@@ -69,6 +84,8 @@ int main(int argc, char** argv) {
     bench::addCalculators();
     bench::addQueries();
     bench::addHistory();
+    bench::addLatency();
+    bench::addLongDays();
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
     return bench::printTable() ? 0 : 1;

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include <cstdio>
+#include <limits>
 #include <vector>
 
 namespace bench {
@@ -28,18 +29,23 @@ void add(const std::string& name, int repetitions, double items, std::function<d
 
 namespace {
 
+constexpr double NO_BOUND = std::numeric_limits<double>::infinity();
+
 struct Bound {
     std::string what;
     std::string measured;  ///< names of figures
     std::string against;   ///< "": the bound is a figure by itself
     double atMost;         ///< times `against`, or in `unit`
     const char* unit;
-    double scale;  ///< by which the figures are multiplied for display
+    double scale;         ///< by which the figures are multiplied for display
+    bool orNext = false;  ///< it is enough when this bound or the next one holds
 };
 
 const std::vector<Bound>& bounds() {
     static const std::vector<Bound> all = {
-        {"a report, handed to the handler", "report/library", "report/limit", 3.0, "ns", 1e9},
+        {"a report, handed to the handler", "report/library", "report/limit", 2.0, "ns", 1e9, true},
+        {"or: the same against the interface's own limit", "report/library", "report/own", 1.25,
+         "ns", 1e9},
         {"a report, from callback to applied, one producer", "strand/one", "report/limit", 5.0,
          "ns", 1e9},
         {"a storm from four threads, its log unheard, against silent", "storm/log without appender",
@@ -53,8 +59,22 @@ const std::vector<Bound>& bounds() {
         {"memory of a traded-figures record", "bytes/figures library", "bytes/figures limit", 3.0,
          "bytes", 1.0},
         {"memory of an order", "bytes/order library", "bytes/order limit", 3.0, "bytes", 1.0},
+        {"memory of a day that is over, against the day as it ran", "days/over", "days/running",
+         1.0, "MB", 1e-6},
+        {"the last 10 of 30 days that are over, against the first 10", "days/last", "days/first",
+         1.1, "MB", 1e-6},
         {"the recorded day, against parsing it", "day/replay", "day/parse", 3.0, "ms", 1e3},
         {"an import of 60,000 rows", "import/60,000 rows", "", 3.3, "s", 60'000},
+        {"200,000 reports a second, callback to applied, p99.9", "latency/alone", "", 1.0, "ms",
+         1e3},
+        {"  with nothing to apply: what the machine takes", "latency/machine", "", NO_BOUND, "ms",
+         1e3},
+        {"  with a screen that asks for all ten times a second", "latency/screen", "", 1.0, "ms",
+         1e3},
+        {"  with the calculation of the curves", "latency/curves", "", 1.0, "ms", 1e3},
+        {"  with an import of 60,000 rows", "latency/import", "", 1.0, "ms", 1e3},
+        {"  with saves of 100,000 history rows", "latency/saves", "", 1.0, "ms", 1e3},
+        {"  with a pass over 100,000 records", "latency/pass", "", 1.0, "ms", 1e3},
     };
     return all;
 }
@@ -68,7 +88,8 @@ struct Line {
 Line lineOf(const Bound& bound) {
     const bool isRatio = !bound.against.empty();
     Line line;
-    line.atMost = fmt::format("{} {}", bound.atMost, isRatio ? "x" : bound.unit);
+    const bool isBound = bound.atMost != NO_BOUND;
+    if (isBound) line.atMost = fmt::format("{} {}", bound.atMost, isRatio ? "x" : bound.unit);
     if (!figures().has(bound.measured) || (isRatio && !figures().has(bound.against))) return line;
     const double value = figures()[bound.measured];
     const double shown = value * bound.scale;
@@ -80,7 +101,10 @@ Line lineOf(const Bound& bound) {
         line.measured = fmt::format("{:.2f} x ({:.1f} {} / {:.1f})", held, shown, bound.unit,
                                     base * bound.scale);
     }
-    line.ok = held <= bound.atMost ? "yes" : "NO";
+    if (const std::string& details = figures().details(bound.measured); !details.empty()) {
+        line.measured += fmt::format(" ({})", details);
+    }
+    if (isBound) line.ok = held <= bound.atMost ? "yes" : "NO";
     return line;
 }
 
@@ -88,11 +112,14 @@ Line lineOf(const Bound& bound) {
 
 bool printTable() {
     bool well = true;
-    fmt::print("\n{:<60} | {:<38} | {:<8} | ok\n", "what", "measured", "at most");
+    bool former = true;  // whether a bound that is an alternative to this one was missed
+    fmt::print("\n{:<60} | {:<52} | {:<8} | ok\n", "what", "measured", "at most");
     for (const Bound& bound : bounds()) {
         const Line line = lineOf(bound);
-        well = well && line.ok != "NO";
-        fmt::print("{:<60} | {:<38} | {:<8} | {}\n", bound.what, line.measured, line.atMost,
+        const bool missed = line.ok == "NO" && former;
+        well = well && (!missed || bound.orNext);
+        former = !bound.orNext || missed;
+        fmt::print("{:<60} | {:<52} | {:<8} | {}\n", bound.what, line.measured, line.atMost,
                    line.ok);
     }
     std::fflush(stdout);

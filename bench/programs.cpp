@@ -7,6 +7,7 @@
 #include <QDateTime>
 
 #include <future>
+#include <utility>
 
 namespace bench {
 
@@ -40,6 +41,13 @@ CWorld::CWorld(const Workload& workload, Time time) {
         price->m_dLastPrice = workload.prices[stock];
         m_pClient->setPrice(workload.stockKeys[stock], price, false);
     }
+}
+
+void CWorld::beginDay(const std::string& tradeDate) {
+    constexpr double ONE_PASS = 3.0;
+    m_standing->advanceSeconds(ONE_PASS);
+    m_pClient->newTradingDate(tradeDate, tradeDate);
+    m_standing->runToRest();
 }
 
 TC::LinkageOptions& libraryOptions() {
@@ -76,9 +84,13 @@ void CLibraryProgram::callback(const Report& report) {
     }
 }
 
+void CLibraryProgram::post(boost::function<void()> work) {
+    TC::ManagerAccess::post(*m_pManager, std::move(work));
+}
+
 void CLibraryProgram::waitApplied() {
     std::promise<void> applied;
-    TC::ManagerAccess::post(*m_pManager, [&applied] { applied.set_value(); });
+    post([&applied] { applied.set_value(); });
     applied.get_future().wait();
 }
 

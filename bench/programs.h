@@ -1,6 +1,7 @@
 #pragma once
 
 #include "bench/limit.h"
+#include "bench/ownlimit.h"
 #include "bench/workload.h"
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/managerstate.h"
@@ -12,9 +13,10 @@
 
 #include <memory>
 #include <optional>
+#include <span>
 #include <vector>
 
-/// The three programs that do the same work, driven in the same way.
+/// The programs that do the same work, driven in the same way.
 namespace bench {
 
 /// The client of a workload, on a clock that stands still, or on the machine's clock with one
@@ -29,6 +31,9 @@ public:
     void runToRest() {
         if (m_standing) m_standing->runToRest();
     }
+    /// Announces a trade date, a few seconds later: the time between, in which only timers fire, is
+    /// left out. On a clock that stands.
+    void beginDay(const std::string& tradeDate);
 
 private:
     QTemporaryDir m_directory;
@@ -72,6 +77,8 @@ public:
 
     /// As the data center calls it, on any thread.
     void callback(const Report& report);
+    /// Calls `work` on the strand, behind everything that was called back before.
+    void post(boost::function<void()> work);
     /// Waits until everything that was called back is applied.
     void waitApplied();
 
@@ -80,6 +87,7 @@ public:
     void runCalculator();
 
     TC::CLinkageManager& manager() { return *m_pManager; }
+    CWorld& world() { return m_world; }
     TC::ManagerState state() { return m_pManager->state(); }
 
 private:
@@ -91,10 +99,17 @@ private:
 class CLimitProgram {
 public:
     explicit CLimitProgram(const Workload& workload) : m_workload(workload), m_limit(workload) {}
-    void order(std::uint32_t number, const Report& report) { m_limit.order(number, report); }
-    void deal(std::uint32_t number, const Report& report) { m_limit.deal(number, report); }
+    void order(std::uint32_t number, const Report& report) {
+        m_limit.order(number, *report.order, report);
+    }
+    void deal(std::uint32_t number, const Report& report) {
+        m_limit.deal(number, *report.deal, report);
+    }
     CLimit& limit() { return m_limit; }
-    TC::ManagerState state() const { return m_limit.state(m_workload); }
+    TC::ManagerState state() const {
+        const auto reportOf = [&](std::uint32_t number) { return m_workload.reports[number]; };
+        return m_limit.state(m_workload, reportOf, reportOf);
+    }
 
 private:
     const Workload& m_workload;
@@ -102,16 +117,35 @@ private:
 };
 
 template <class Program>
-void play(Program& program, const Workload& workload) {
-    std::uint32_t number = 0;
-    for (const Report& report : workload.reports) {
-        if (report.order) {
-            program.order(number, report);
-        } else {
-            program.deal(number, report);
-        }
-        ++number;
+void apply(Program& program, std::uint32_t number, const Report& report) {
+    if (report.order) {
+        program.order(number, report);
+    } else {
+        program.deal(number, report);
     }
 }
+
+template <class Program>
+void play(Program& program, std::span<const Report> reports) {
+    std::uint32_t number = 0;
+    for (const Report& report : reports) apply(program, number++, report);
+}
+
+template <class Program>
+void play(Program& program, const Workload& workload) {
+    play(program, std::span(workload.reports));
+}
+
+constexpr int STATEMENT_ROWS = 60'000;
+
+/// A statement of a month: deals of 50 stocks, each with a number of its own.
+void writeStatement(const std::string& path);
+
+/// Adds so many rows to the history store.
+void addHistoryRows(TC::CLinkageManager& manager, const Workload& workload, int rows);
+
+/// Asks everything that a screen can ask and that is copied for it, once. Gives the number of
+/// answers.
+std::size_t askEverything(TC::CLinkageManager& manager, const Workload& day);
 
 }  // namespace bench

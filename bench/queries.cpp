@@ -3,6 +3,8 @@
 
 #include <QDateTime>
 
+#include <list>
+#include <map>
 #include <memory>
 #include <set>
 #include <stdexcept>
@@ -57,7 +59,64 @@ int dayOf(const Workload& day) {
     return static_cast<int>(date.toSecsSinceEpoch());
 }
 
+/// Counts answers.
+class CAnswers {
+public:
+    template <class Container>
+    void take(const Container& answer) {
+        m_nTaken += answer.size();
+    }
+    std::size_t taken() const { return m_nTaken; }
+
+private:
+    std::size_t m_nTaken = 0;
+};
+
 }  // namespace
+
+std::size_t askEverything(TC::CLinkageManager& manager, const Workload& day) {
+    CAnswers answers;
+    const int date = dayOf(day);
+    const std::set<std::string> accounts = allAccounts(day);
+    const std::string& account = day.accounts[0].key;
+    const std::string& strategy = day.strategies[1];
+    const std::string& stock = day.stockKeys[0];
+    for (const std::string& name : {std::string(), strategy}) {
+        answers.take(manager.getTradeStatDatas(account, name));
+        answers.take(manager.getPeriodCurve(account, name));
+        answers.take(manager.getHistoryOfPair(account, name));
+    }
+    std::map<std::string, std::map<std::string, boost::shared_ptr<TC::LinkagePeriodExtData>>> wide;
+    manager.getTradeStatDatas(std::list<std::string>(), "", wide);
+    answers.take(wide);
+    answers.take(manager.getStocks());
+    answers.take(manager.getStrategys());
+    answers.take(manager.getAccounts());
+    answers.take(manager.getAccountIds(0));
+    answers.take(manager.getOrderDetails(date, stock, accounts));
+    answers.take(manager.getDealDetails(date, stock, accounts));
+    answers.take(manager.getTaskDetails(stock, accounts));
+    answers.take(manager.getAccountOrders(account, date));
+    answers.take(manager.getAccountDeals(account, date));
+    answers.take(manager.getFiledDays(account));
+    answers.take(manager.getRecordSources(TC::EHistoryRecords::Deals, account, date));
+    answers.take(manager.getRecordSources(TC::EHistoryRecords::Orders, account, date));
+    answers.take(manager.getTotalProfits({}, {}, {}, true));
+    answers.take(manager.getTotalBalances({}, {}, {}, true));
+    answers.take(manager.getTotalBuySellAmounts({}, {}, {}, false));
+    answers.take(manager.getHistoryStatData());
+    answers.take(manager.getBalanceTime());
+    answers.take(manager.getBalances());
+    answers.take(manager.getReconciliations());
+    answers.take(manager.getHistoryRequests());
+    answers.take(manager.getImports());
+    manager.getDealAmplitude({}, {});
+    manager.getOrderAmplitude({}, {});
+    manager.getBuySellVolumes(date, stock, accounts);
+    manager.getBuySellAmounts(date, stock, accounts);
+    manager.getOrderNumberByPrice(QString::fromStdString(strategy), day.prices[0], 0.01);
+    return answers.taken();
+}
 
 void addQueries() {
     addQuery("getTradeStatDatas, account-wide", [](auto& manager, const Workload& day) {

@@ -120,14 +120,15 @@ private:
     std::vector<Report> m_open;
     std::vector<std::size_t> m_recentOrders;
     std::vector<std::size_t> m_recentDeals;
-    std::uint64_t m_nKey = 1'000'000'000;
+    std::uint64_t m_nKey = m_size.firstKey;
     int m_nSecond = 0;
 };
 
 }  // namespace
 
-Workload makeWorld(const Size& size) {
+Workload makeWorld(const Size& size, const std::string& tradeDate) {
     Workload world;
+    world.tradeDate = tradeDate;
     world.size = size;
     for (std::uint32_t i = 0; i < size.accounts; ++i) {
         paper::Account account;
@@ -204,8 +205,8 @@ boost::shared_ptr<CDealDetail> makeDeal(const Workload& workload, const Report& 
     return deal;
 }
 
-Workload makeDay(const Size& size) {
-    Workload day = makeWorld(size);
+Workload makeDay(const Size& size, const std::string& tradeDate) {
+    Workload day = makeWorld(size, tradeDate);
     CDayMaker(day).make();
     return day;
 }
@@ -228,6 +229,22 @@ Workload makeOrders(const Size& size, std::size_t ordersPerRecord) {
         }
     }
     return orders;
+}
+
+Workload makeTraded() {
+    Workload traded = makeWorld({});
+    std::uint64_t key = 2'000'000'000;  // none of a day's keys
+    for (Report ids; ids.account < traded.size.accounts; ++ids.account) {
+        for (ids.strategy = 1; ids.strategy <= traded.size.strategies; ++ids.strategy) {
+            for (ids.stock = 0; ids.stock < traded.size.stocks; ++ids.stock) {
+                Report report = ids;
+                report.deal = makeDeal(traded, ids, key, static_cast<int>(key % 14'000));
+                if (++key % 3 == 0) report.deal->m_eDirection = ENTRUST_SELL;
+                traded.reports.push_back(std::move(report));
+            }
+        }
+    }
+    return traded;
 }
 
 }  // namespace bench
