@@ -23,6 +23,7 @@ public:
         Order,
         Deal,
         Task,
+        Gone,
         AccountDropped,
         TasksDropped
     };

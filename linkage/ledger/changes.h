@@ -80,12 +80,16 @@ struct LedgerChanges {
     bool tasksDropped = false;  ///< forget all tasks
     /// Forget the orders, deals, pairs and figures of these account keys: they are loaded again.
     std::vector<std::string> droppedAccounts;
+    /// Forget these: an import was taken back, or the trading system reports what it had. As they
+    /// were last.
+    std::vector<ChangedOrder> goneOrders;
+    std::vector<ChangedDeal> goneDeals;  ///< likewise
 
     std::vector<ChangedPair> pairs;       ///< by account and strategy
     std::vector<ChangedFigures> figures;  ///< by account, strategy and stock
     std::vector<ChangedStock> stocks;     ///< by stock
-    /// Of the orders that the data center reported since the account was loaded, whatever their
-    /// date; not of imports and of the server's history. By account, trade date, stock and record
+    /// Orders that the data center reported since the account was loaded, whatever their date, and
+    /// those that were imported under the trade date. By account, trade date, stock and record
     /// key: an order that comes back under another stock or date is told under both.
     std::vector<ChangedOrder> orders;
     std::vector<ChangedDeal> deals;  ///< likewise
@@ -93,8 +97,8 @@ struct LedgerChanges {
 
     /// How many records are in it.
     std::size_t size() const {
-        return pairs.size() + figures.size() + stocks.size() + orders.size() + deals.size() +
-               tasks.size();
+        return goneOrders.size() + goneDeals.size() + pairs.size() + figures.size() +
+               stocks.size() + orders.size() + deals.size() + tasks.size();
     }
 };
 

@@ -340,7 +340,8 @@ private:
         m_journal.note(CChangeJournal::EKind::Stock, at, m_stocks[at].changedAt);
     }
     void noteTask(const std::string& accountKey, const TaskPtr& task);
-    void noteAgain(std::uint32_t account);
+    void noteGone(ChangedOrder order, ChangedDeal deal);
+    bool isThere(const ledger::GoneRecord& gone) const;
     void noteLeft(std::uint32_t pair);
     void noteMovedDeal(std::uint32_t account, const DealPtr& before, const DealPtr& now);
 
@@ -466,6 +467,7 @@ private:
 
     CChangeJournal m_journal;
     CChangeJournal::Place m_nTasksDroppedAt = 0;
+    std::map<CChangeJournal::Place, ledger::GoneRecord> m_gone;  ///< those that the journal reaches
     std::vector<TaskEntry> m_taskEntries;  ///< tasks in the order in which they came
     std::map<std::pair<std::string, std::uint64_t>, std::uint32_t> m_taskIndex;  ///< account, key
 

@@ -1,5 +1,7 @@
 #include "linkage/ledger/attribution.h"
+#include "linkage/ledger/daykey.h"
 #include "linkage/ledger/ledger.h"
+#include "platform/utils/keys.h"
 
 #include <algorithm>
 #include <utility>
@@ -109,6 +111,9 @@ private:
                     takeTask(at);
                 }
                 break;
+            case EKind::Gone:
+                takeGone(place);
+                break;
             case EKind::AccountDropped:
                 dropAccount(place, at);
                 break;
@@ -137,7 +142,7 @@ private:
 
     void takeOrder(std::uint32_t at) {
         const OrderEntry& entry = m_ledger.m_orders[at];
-        if (!entry.reported || entry.cell == NONE) return;
+        if (!entry.told || entry.cell == NONE) return;
         const std::uint32_t account = m_ledger.m_cells[entry.cell].account;
         m_out.orders.push_back({m_ledger.m_accounts[account].key, entry.report});
         if (entry.figures)
@@ -146,11 +151,21 @@ private:
 
     void takeDeal(std::uint32_t at) {
         const DealEntry& entry = m_ledger.m_deals[at];
-        if (!entry.reported) return;
+        if (!entry.told) return;
         const Cell& cell = m_ledger.m_cells[entry.cell];
         m_out.deals.push_back({m_ledger.m_accounts[cell.account].key, entry.report});
         const auto& strategy = strategyOf(entry.report->m_pCommand.get());
         if (entry.counted) touch(cell.account, m_ledger.findStrategy(strategy), cell.stock);
+    }
+
+    void takeGone(CChangeJournal::Place place) {
+        const GoneRecord& gone = m_ledger.m_gone.at(place);
+        if (m_ledger.isThere(gone)) return;
+        if (gone.order.report) {
+            m_out.goneOrders.push_back(gone.order);
+        } else {
+            m_out.goneDeals.push_back(gone.deal);
+        }
     }
 
     void takeTask(std::uint32_t at) {
@@ -251,23 +266,33 @@ void CLedger::noteTask(const std::string& accountKey, const TaskPtr& task) {
     m_journal.note(EKind::Task, place->second, entry.changedAt);
 }
 
-// A record that was reported is gone, and its account is not loaded again. That is rare, so the
-// account is told anew.
-void CLedger::noteAgain(std::uint32_t accountAt) {
+// The journal has no room for what is gone, and says only where it was.
+void CLedger::noteGone(ChangedOrder order, ChangedDeal deal) {
     if (!m_journal.isOn()) return;
-    Account& account = m_accounts[accountAt];
-    m_journal.note(EKind::AccountDropped, accountAt, account.droppedAt);
-    const auto noteChain = [&](auto& entries, std::uint32_t first, EKind kind) {
-        for (std::uint32_t at = first; at != NONE; at = entries[at].nextInCell) {
-            if (!entries[at].reported) continue;
-            entries[at].changedAt = 0;
-            m_journal.note(kind, at, entries[at].changedAt);
+    CChangeJournal::Place place = 0;
+    m_journal.note(EKind::Gone, 0, place);
+    m_gone[place] = {std::move(order), std::move(deal)};
+    while (!m_journal.reaches(m_gone.begin()->first)) m_gone.erase(m_gone.begin());
+}
+
+// The record may be back by now; then it is told.
+bool CLedger::isThere(const GoneRecord& gone) const {
+    const auto isIn = [&](const auto& entries, std::uint32_t at, const auto& report) {
+        for (; at != NONE; at = entries[at].nextInCell) {
+            if (entries[at].key == report.recordKey()) return entries[at].told;
         }
+        return false;
     };
-    for (const std::uint32_t at : account.cells) {
-        noteChain(m_orders, m_cells[at].firstOrder, EKind::Order);
-        noteChain(m_deals, m_cells[at].firstDeal, EKind::Deal);
+    const auto cellOfReport = [&](const std::string& account, const auto& report) {
+        return findCell(dayKey(report.m_strTradeDate),
+                        utils::zorStockKey(report.m_strMarket, report.m_strCode), account);
+    };
+    if (gone.order.report) {
+        const Cell* const cell = cellOfReport(gone.order.account, *gone.order.report);
+        return cell && isIn(m_orders, cell->firstOrder, *gone.order.report);
     }
+    const Cell* const cell = cellOfReport(gone.deal.account, *gone.deal.report);
+    return cell && isIn(m_deals, cell->firstDeal, *gone.deal.report);
 }
 
 }  // namespace TC

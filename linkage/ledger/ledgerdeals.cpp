@@ -94,7 +94,7 @@ std::pair<std::uint32_t, bool> CLedger::putDeal(std::uint32_t accountAt, std::ui
              utils::mixHash(key), [&](std::uint32_t index) { return m_deals[index].key == key; });
          at != NONE; at = m_deals[at].nextOfKey) {
         if (m_deals[at].cell != cellAt) continue;
-        if (m_deals[at].reported) {
+        if (m_deals[at].told) {
             noteMovedDeal(accountAt, m_deals[at].report, deal);
             noteDeal(at);
         }
@@ -121,7 +121,7 @@ bool CLedger::fileDeal(DealStep& step, const DealPtr& deal, DealChange& change) 
         change.stockIsNew = m_days[m_cells[step.cell].day].deals.count(step.stock) == 0;
     }
     std::tie(step.entry, change.recordIsNew) = putDeal(step.account, step.cell, deal);
-    m_deals[step.entry].reported = true;
+    m_deals[step.entry].told = true;
     noteDeal(step.entry);
     return m_deals[step.entry].dropped;
 }

@@ -30,11 +30,14 @@ bool CLedger::fileOrder(int day, const std::string& stockKey, const std::string&
          at = m_orders[at].nextOfKey) {
         if (m_orders[at].cell == cell) {
             m_orders[at].file(order, runs);
-            if (m_orders[at].reported) noteOrder(at);
+            if (m_orders[at].told) noteOrder(at);
             return false;
         }
     }
-    m_orders[addOrder(account, order->recordKey(), cell)].file(order, runs);
+    const std::uint32_t made = addOrder(account, order->recordKey(), cell);
+    m_orders[made].file(order, runs);
+    m_orders[made].told = day == m_tradeDay;
+    if (m_orders[made].told) noteOrder(made);
     return true;
 }
 
@@ -42,7 +45,12 @@ bool CLedger::fileDeal(int day, const std::string& stockKey, const std::string& 
                        const DealPtr& deal) {
     const std::uint32_t accountAt = accountId(accountKey);
     const std::uint32_t stock = stockId(stockKey);
-    return putDeal(accountAt, cellOf(accountAt, stock, day), deal).second;
+    const auto [at, isNew] = putDeal(accountAt, cellOf(accountAt, stock, day), deal);
+    if (isNew && day == m_tradeDay) {
+        m_deals[at].told = true;
+        noteDeal(at);
+    }
+    return isNew;
 }
 
 ByRecord<OrderPtr> CLedger::accountOrders(const std::string& accountKey, int day) const {

@@ -120,7 +120,7 @@ void CLedger::fileOrder(OrderStep& step, const OrderPtr& order, OrderChange& cha
     step.entry = at;
     step.takesBack = m_orders[at].ended && step.runs;
     step.previous = m_orders[at].file(order, step.runs);
-    m_orders[at].reported = true;
+    m_orders[at].told = true;
     noteOrder(at);
     prefetchEntry(step);
 }

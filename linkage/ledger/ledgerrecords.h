@@ -3,6 +3,7 @@
 #include "common/keyindex.h"
 #include "linkage/ledger/arena.h"
 #include "linkage/ledger/changejournal.h"
+#include "linkage/ledger/changes.h"
 #include "linkage/ledger/figures.h"
 #include "linkage/ledger/ledgerstate.h"
 #include "linkage/ledger/profitrule.h"
@@ -115,8 +116,10 @@ struct OrderEntry {
     Progress progress;
     bool buys = false;
     std::uint8_t facets = 0;
-    bool ended = false;     ///< `report` is final; known here so that nobody has to look at it
-    bool reported = false;  ///< by the data center, since the account was loaded
+    bool ended = false;  ///< `report` is final; known here so that nobody has to look at it
+    /// CLedger::changesSince tells of it: it was reported since the account was loaded, or filed
+    /// under the running day.
+    bool told = false;
     std::int32_t lots = 0;
     std::int32_t level = 0;
     std::uint32_t levelCell = NONE;
@@ -140,10 +143,16 @@ struct DealEntry {
     std::uint32_t cell = NONE;
     std::uint32_t nextInCell = NONE;
     std::uint32_t nextOfKey = NONE;
-    bool counted = false;   ///< in the traded figures
-    bool dropped = false;   ///< was counted, until the account's figures of the day were dropped
-    bool reported = false;  ///< as in OrderEntry
+    bool counted = false;  ///< in the traded figures
+    bool dropped = false;  ///< was counted, until the account's figures of the day were dropped
+    bool told = false;     ///< as in OrderEntry
     CChangeJournal::Place changedAt = 0;
+};
+
+/// A record that was told and then taken away alone: one of the two.
+struct GoneRecord {
+    ChangedOrder order;
+    ChangedDeal deal;
 };
 
 struct TaskEntry {

@@ -28,10 +28,10 @@ void unchain(CArena<Entry>& entries, utils::CKeyIndex& index, std::uint32_t at) 
     entries[before].nextOfKey = next;
 }
 
-// Drops the entries of a cell for which `mayGo` is true. True when one of them was reported.
-template <class Entry, class MayGo>
-bool dropFiled(CArena<Entry>& entries, utils::CKeyIndex& index, std::uint32_t& first, MayGo mayGo) {
-    bool reported = false;
+// Drops the entries of a cell for which `mayGo` is true; `onGone` hears of each before.
+template <class Entry, class MayGo, class OnGone>
+void dropFiled(CArena<Entry>& entries, utils::CKeyIndex& index, std::uint32_t& first, MayGo mayGo,
+               OnGone onGone) {
     for (std::uint32_t* link = &first; *link != NONE;) {
         const std::uint32_t at = *link;
         if (!mayGo(entries[at])) {
@@ -40,10 +40,9 @@ bool dropFiled(CArena<Entry>& entries, utils::CKeyIndex& index, std::uint32_t& f
         }
         *link = entries[at].nextInCell;
         unchain(entries, index, at);
-        reported |= entries[at].reported;
+        onGone(entries[at]);
         entries.drop(at);
     }
-    return reported;
 }
 
 }  // namespace
@@ -53,15 +52,16 @@ void CLedger::removeFiledOrders(int day, const std::string& accountKey,
     const std::uint32_t at = findAccount(accountKey);
     if (at == NONE || keys.empty()) return;
     Account& account = m_accounts[at];
-    bool reported = false;
+    const auto mayGo = [&](const OrderEntry& entry) {
+        return entry.facets == FILED && keys.count(entry.key) > 0;
+    };
     for (const std::uint32_t cell : account.cells) {
         if (m_cells[cell].day != day) continue;
-        reported |= dropFiled(m_orders, account.orders, m_cells[cell].firstOrder,
-                              [&](const OrderEntry& entry) {
-                                  return entry.facets == FILED && keys.count(entry.key) > 0;
-                              });
+        dropFiled(m_orders, account.orders, m_cells[cell].firstOrder, mayGo,
+                  [&](const OrderEntry& entry) {
+                      if (entry.told) noteGone({accountKey, entry.report}, {});
+                  });
     }
-    if (reported) noteAgain(at);
 }
 
 void CLedger::removeFiledDeals(int day, const std::string& accountKey,
@@ -69,13 +69,14 @@ void CLedger::removeFiledDeals(int day, const std::string& accountKey,
     const std::uint32_t at = findAccount(accountKey);
     if (at == NONE || keys.empty()) return;
     Account& account = m_accounts[at];
-    bool reported = false;
+    const auto mayGo = [&](const DealEntry& entry) { return keys.count(entry.key) > 0; };
     for (const std::uint32_t cell : account.cells) {
         if (m_cells[cell].day != day) continue;
-        reported |= dropFiled(m_deals, account.deals, m_cells[cell].firstDeal,
-                              [&](const DealEntry& entry) { return keys.count(entry.key) > 0; });
+        dropFiled(m_deals, account.deals, m_cells[cell].firstDeal, mayGo,
+                  [&](const DealEntry& entry) {
+                      if (entry.told) noteGone({}, {accountKey, entry.report});
+                  });
     }
-    if (reported) noteAgain(at);
 }
 
 bool CLedger::removeAccount(const std::string& accountKey, int day) {
@@ -147,7 +148,7 @@ void CLedger::removeRecords(Account& account, int day) {
             m_deals[at].nextOfKey = NONE;
             m_deals[at].dropped = startsAgain && (m_deals[at].counted || m_deals[at].dropped);
             m_deals[at].counted = false;
-            m_deals[at].reported = false;
+            m_deals[at].told = false;
             m_deals[at].changedAt = 0;
             chainDeal(account, at);
         }
@@ -181,8 +182,9 @@ std::vector<int> CLedger::dropOldDays(const std::string& accountKey, std::size_t
     std::erase_if(account.cells, [&](std::uint32_t at) {
         Cell& cell = m_cells[at];
         if (days.count(orderOf(cell.day)) == 0) return false;
-        dropFiled(m_orders, account.orders, cell.firstOrder, mayGo);
-        dropFiled(m_deals, account.deals, cell.firstDeal, mayGo);
+        const auto nobodyKnows = [](const auto&) {};
+        dropFiled(m_orders, account.orders, cell.firstOrder, mayGo, nobodyKnows);
+        dropFiled(m_deals, account.deals, cell.firstDeal, mayGo, nobodyKnows);
         cell.hasTotals = false;
         cell.totals = {};
         if (cell.firstOrder != NONE || cell.firstDeal != NONE) return false;

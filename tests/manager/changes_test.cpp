@@ -11,11 +11,6 @@ namespace {
 
 using namespace tests;
 
-struct SilentWatch final : TC::IOrderWatch {
-    void onFiled(const TC::OrderPtr&) override {}
-    void onRunning(const TC::RunningChange&) override {}
-};
-
 void ask(TC::CLedger& ledger, TC::ChangeCursor& cursor, CChangeMirror& mirror,
          std::size_t most = 1000) {
     TC::LinkageChanges changes;
@@ -83,23 +78,40 @@ TEST(Changes, AReaderWhoComesTooLateOrFromElsewhereIsToldEverything) {
     EXPECT_TRUE(ofManager.everything) << "the cursor is of another ledger";
 }
 
-// Reads one record at a time, so that drops and records lie in different answers.
-TEST(Changes, AReportedRecordThatIsTakenAwayAloneIsForgotten) {
-    Ready f;
-    TC::CLedger ledger(false);
-    SilentWatch watch;
-    TC::ChangeCursor cursor;
-    CChangeMirror mirror;
-    ask(ledger, cursor, mirror);
-    ledger.apply("A", f.makeOrder({.key = 1, .strategy = "S"}), watch);
-    ledger.apply("A", f.makeOrder({.key = 2, .strategy = "S", .tag = "历史配平"}), watch);
-    ask(ledger, cursor, mirror, 1);
-    ledger.removeFiledOrders(Fixture::day("20240102"), "A", {1, 2});
-    do ask(ledger, cursor, mirror, 1);
-    while (mirror.last.more);
-    ASSERT_EQ(mirror.orders.size(), 1u);
-    EXPECT_EQ(mirror.orders.begin()->second->recordKey(), 1u) << "it stands in figures and stays";
-    EXPECT_EQ(mirror.pairs.at({"A", "S"}).runningOrders, 1);
+// Reads one record at a time, so that what goes and what comes lie in different answers.
+TEST(Changes, ImportsOfTheRunningDayComeAndGo) {
+    Fixture f;
+    f.account({.key = "A", .id = "10001"});
+    f.init();
+    CChangeMirror mirror(1);
+    const auto import = [&](const char* rows) {
+        f.writeFile("statement.csv", std::string("资金账号,成交日期,证券代码,买卖,价格,数量,"
+                                                 "成交编号\n") +
+                                         rows);
+        return f.manager().importData(f.dataDir() + "/Balance/statement.csv").number;
+    };
+    const auto seen = [&] {
+        mirror.catchUp(f.manager());
+        std::string text;
+        for (const auto& [key, deal] : mirror.deals) text += deal->m_bImported ? 'i' : 'r';
+        return text;
+    };
+    EXPECT_EQ(seen(), "");
+    import("10001,20240102,600000,买入,10,100,1\n10001,20231229,600000,买入,10,100,2\n");
+    EXPECT_EQ(seen(), "i") << "the deal of the day before is not of the day";
+    f.deal({.key = 1, .dealId = "1"});
+    EXPECT_EQ(seen(), "r");
+    const int second = import("10001,20240102,600000,买入,10,100,3\n");
+    EXPECT_EQ(seen().size(), 2u);
+    EXPECT_TRUE(f.manager().undoImport(second));
+    EXPECT_EQ(seen(), "r");
+
+    const int third = import("10001,20240102,600000,买入,10,100,3\n");
+    f.manager().undoImport(third);
+    import("10001,20240102,600000,买入,10,100,3\n");
+    EXPECT_EQ(seen().size(), 2u) << "it went and came back";
+    f.newTradingDate("20240103");
+    EXPECT_EQ(seen(), "");
 }
 
 TEST(Changes, TasksAreToldWithTheirPairsAndForgottenWithTheDay) {

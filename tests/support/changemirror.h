@@ -40,6 +40,8 @@ public:
         if (changes.everything) forgetAll();
         if (changes.tasksDropped) tasks.clear();
         for (const std::string& account : changes.droppedAccounts) forget(account);
+        for (const auto& each : changes.goneOrders) orders.erase(keyOf(each));
+        for (const auto& each : changes.goneDeals) deals.erase(keyOf(each));
         for (const auto& each : changes.pairs) put(pairs, Pair{each.account, each.strategy}, each);
         for (const auto& each : changes.figures) {
             put(figures, std::tuple(each.account, each.strategy, each.stock), each.record);
