@@ -31,8 +31,7 @@ void CArrivals::listen() {
     };
     m_connections.clear();
     auto* center = vexservice::TraderCenter::instance()->getDataCenter();
-    for (const int type :
-         {vexservice::DATA_ORDER, vexservice::DATA_DEAL, vexservice::DATA_POSITION})
+    for (const int type : {vexservice::DATA_ORDER, vexservice::DATA_POSITION})
         m_connections.emplace_back(center->subscribe("", type, "", note));
 }
 
@@ -42,17 +41,18 @@ void CArrivals::notePosition(const std::string& account,
     m_positions[account][stock][position->recordKey()] = position;
 }
 
-void CArrivals::noteTimes(const News& news, std::int64_t micros) {
-    const Id id(news.account, news.order->recordKey());
+void CArrivals::noteTimes(const std::string& account, const vexservice::COrderDetail& order,
+                          std::int64_t micros) {
+    const Id id(account, order.recordKey());
     const auto note = [&](Times& times) {
         const auto [at, isNew] = times.try_emplace(id);
         if (isNew) at->second = clockText(micros);
     };
     note(m_seen);
-    if (news.order->m_eStatus == vexservice::STATUS_JUNK) note(m_rejected);
+    if (order.m_eStatus == vexservice::STATUS_JUNK) note(m_rejected);
 }
 
-std::vector<CArrivals::News> CArrivals::take(const std::string& date) {
+void CArrivals::takeIn(const std::string& date) {
     std::vector<Inbox::Report> reports;
     {
         const std::lock_guard lock(m_pInbox->mutex);
@@ -62,21 +62,12 @@ std::vector<CArrivals::News> CArrivals::take(const std::string& date) {
         m_seen.clear();
         m_rejected.clear();
     }
-    std::vector<News> all;
     for (const auto& [account, record, micros] : reports) {
-        News news{account, boost::dynamic_pointer_cast<vexservice::COrderDetail>(record), {}};
-        if (news.order && news.order->m_strTradeDate == date) {
-            noteTimes(news, micros);
-            all.push_back(std::move(news));
-        } else if (news.deal = boost::dynamic_pointer_cast<vexservice::CDealDetail>(record);
-                   news.deal && news.deal->m_strTradeDate == date) {
-            all.push_back(std::move(news));
-        } else if (const auto position =
-                       boost::dynamic_pointer_cast<vexservice::CPositionStatics>(record)) {
+        const auto order = boost::dynamic_pointer_cast<vexservice::COrderDetail>(record);
+        if (order && order->m_strTradeDate == date) noteTimes(account, *order, micros);
+        if (const auto position = boost::dynamic_pointer_cast<vexservice::CPositionStatics>(record))
             notePosition(account, position);
-        }
     }
-    return all;
 }
 
 std::string CArrivals::timeIn(const Times& times, const Id& order) {

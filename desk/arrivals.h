@@ -1,6 +1,5 @@
 #pragma once
 
-#include "platform/records/dealdetail.h"
 #include "platform/records/orderdetail.h"
 #include "platform/records/positionstatics.h"
 
@@ -16,23 +15,14 @@
 
 namespace desk {
 
-/// What the client reports. A report only waits, with the time at which it came, until it is taken
-/// in: so the client is not kept.
-///
-/// It also knows what the library does not tell: when an order came, and the positions with their
-/// cost.
+/// What the client reports and the library does not tell: when an order came, and the positions
+/// with their cost. A report only waits, with the time at which it came, until it is taken in: so
+/// the client is not kept.
 ///
 /// Threads: reports come on any; everything else is called on one, the engine's.
 class CArrivals {
 public:
     using Id = std::pair<std::string, std::uint64_t>;  ///< account, record key
-
-    /// An order or a deal of an account; the other one is empty.
-    struct News {
-        std::string account;
-        boost::shared_ptr<vexservice::COrderDetail> order;
-        boost::shared_ptr<vexservice::CDealDetail> deal;
-    };
 
     CArrivals();
     ~CArrivals();
@@ -46,10 +36,9 @@ public:
     /// Ends the subscriptions; to be called before the client is destroyed.
     void letGo() { m_connections.clear(); }
 
-    /// Takes in what was reported since the last call, and gives the orders and deals of the trade
-    /// date "yyyyMMdd" in their order. The orders of another date than the last one have other
-    /// times.
-    std::vector<News> take(const std::string& date);
+    /// Takes in what was reported since the last call. The orders of another trade date "yyyyMMdd"
+    /// than the last one have other times.
+    void takeIn(const std::string& date);
 
     // What was taken in:
 
@@ -69,7 +58,8 @@ private:
     struct Inbox;
 
     static std::string timeIn(const Times& times, const Id& order);
-    void noteTimes(const News& news, std::int64_t micros);
+    void noteTimes(const std::string& account, const vexservice::COrderDetail& order,
+                   std::int64_t micros);
 
     std::shared_ptr<Inbox> m_pInbox;  ///< shared with reports that may still be under way
     std::vector<boost::signals2::scoped_connection> m_connections;

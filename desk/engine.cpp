@@ -193,8 +193,6 @@ void CEngine::play() {
             takePicture(taker, *stage);
             const auto cost = Clock::now() - before;
             nextPicture = before + std::max<Clock::duration>(PICTURE_EVERY, cost * PICTURE_SHARE);
-        } else {
-            taker.catchUp();
         }
         std::unique_lock lock(m_mutex);
         m_wake.wait_until(lock, now + TICK,

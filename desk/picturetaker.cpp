@@ -109,7 +109,6 @@ void CPictureTaker::followManager(TC::CLinkageManager& manager) {
     startCurves(manager);
     m_events.follow(manager);
     m_witness.balances.follow(manager);
-    m_records.follow(manager);
     for (const auto& [key, stocks] : manager.state().historyLinkageData) m_fileKeys.insert(key);
 }
 
@@ -135,6 +134,7 @@ void CPictureTaker::take(Picture& picture) {
     picture.imports = manager.getImports();
     m_witness.balances.settle(manager);
     picture.balances = m_witness.balances.rows(manager, picture.date);
+    m_witness.arrivals.takeIn(picture.date);
     takeRunning(manager, picture);
     takePairs(manager, picture);
     takeHistory(manager, picture);
@@ -144,10 +144,6 @@ void CPictureTaker::take(Picture& picture) {
     picture.curve = manager.getPeriodCurve(picture.selection.account, picture.selection.strategy);
     agree(picture);
     if (!picture.selection.stock.empty()) takeStock(manager, picture);
-}
-
-void CPictureTaker::catchUp() {
-    if (m_statConnection.connected() && Manager::exists()) m_records.catchUp(*Manager::instance());
 }
 
 void CPictureTaker::takePairs(TC::CLinkageManager& manager, Picture& picture) {

@@ -28,15 +28,11 @@ namespace desk {
 class CPictureTaker {
 public:
     CPictureTaker(CPriceTape& tape, CDayWitness& witness)
-        : m_tape(tape), m_witness(witness), m_events(witness), m_records(witness.arrivals) {}
+        : m_tape(tape), m_witness(witness), m_events(witness) {}
 
     /// `picture.selection` says what to look at. When it names nothing that exists, it is not
     /// changed, and its tables stay empty. Nothing is filled without a manager.
     void take(Picture& picture);
-
-    /// Compares records with the library's, if that is due; to be called while nobody waits for a
-    /// picture.
-    void catchUp();
 
 private:
     void followManager(TC::CLinkageManager& manager);
