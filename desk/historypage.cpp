@@ -33,10 +33,16 @@ CHistoryPage::CHistoryPage(CActions& actions, QWidget* parent)
     m_pTable->setObjectName("history");
     m_pTable->setPlaceholder(tr("Nothing was carried over from earlier days"));
 
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(m_pTable);
+    // Two lines, so that the window fits a small screen.
     m_pButtons = new QHBoxLayout;
+    layout->addLayout(m_pButtons);
     m_pCarry = addButton(tr("Carry over today"), "historyCarry");
     m_pBalance = addButton(tr("Balance…"), "historyBalance");
     m_pButtons->addStretch();
+    m_pButtons = new QHBoxLayout;
+    layout->addLayout(m_pButtons);
     m_pDeleteStock = addButton(tr("Delete stock…"), "historyDeleteStock");
     m_pDeleteBalanced = addButton(tr("Delete balanced…"), "historyDeleteBalanced");
     m_pDeleteAll = addButton(tr("Delete all…"), "historyDeleteAll");
@@ -56,9 +62,7 @@ CHistoryPage::CHistoryPage(CActions& actions, QWidget* parent)
                 [this] { m_actions.deleteAllHistory(); });
     });
 
-    auto* layout = new QVBoxLayout(this);
-    layout->addWidget(m_pTable);
-    layout->addLayout(m_pButtons);
+    m_pButtons->addStretch();
     show({}, {});
 }
 

@@ -67,12 +67,13 @@ CRunningPage::CRunningPage(CActions& actions, QWidget* parent)
 
     auto* line = new QHBoxLayout;
     m_pShown = new QLabel(this);
+    m_pShown->setWordWrap(true);
     line->addWidget(m_pCancel);
-    line->addWidget(m_pShown);
     line->addStretch();
     line->addWidget(m_pCancelAll);
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(m_pTable);
+    layout->addWidget(m_pShown);
     layout->addLayout(line);
     show({}, {});
 }
@@ -120,6 +121,7 @@ void CRunningPage::show(const std::vector<RunningRow>& orders, const std::vector
         if (pair.strategy.empty()) all += pair.runningOrders;
     }
     const bool isCut = all > static_cast<int>(orders.size()) && !orders.empty();
+    m_pShown->setVisible(isCut);
     m_pShown->setText(isCut ? tr("The newest %1 of %2").arg(orders.size()).arg(all) : QString());
     std::vector<Row> rows;
     rows.reserve(orders.size());

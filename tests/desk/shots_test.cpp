@@ -38,6 +38,9 @@ TEST_P(DeskLanguages, NothingIsCutOffOrOverlapsOnAnyPage) {
     press("historyCarry");
     ASSERT_TRUE(until([&] { return !shown()->history.empty() && !shown()->balanceTimes.empty(); }));
     auto* tabs = find<QTabWidget>("tabs");
+    // Room for the frame and a bar of the desktop is left on a screen of 1024x768.
+    EXPECT_LE(m_window->minimumSizeHint().width(), 1020);
+    EXPECT_LE(m_window->minimumSizeHint().height(), 700);
     for (int i = 0; i < tabs->count(); ++i) {
         tabs->setCurrentIndex(i);
         for (const QSize size : {QSize(1280, 760), QSize(1280, 800), QSize(1920, 1080)}) {
