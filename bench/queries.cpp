@@ -128,6 +128,11 @@ void addQueries() {
     addQuery("getTotalProfits, today", [](auto& manager, const Workload&) {
         return manager.getTotalProfits({}, {}, {}, true).size();
     });
+    // A new reader: answer after answer until it knows the day.
+    addQuery("getChanges, 1,000 at a time",
+             [cursor = TC::ChangeCursor()](auto& manager, const Workload&) mutable {
+                 return manager.getChanges(cursor, TC::CHANGES_AT_ONCE).size();
+             });
     addQuery("getStocks",
              [](auto& manager, const Workload&) { return manager.getStocks().size(); });
 }
