@@ -30,12 +30,6 @@ private:
     Workload m_reports;
 };
 
-template <class Program>
-double playSeconds(const Workload& day) {
-    Program program(day);
-    return seconds([&] { play(program, day); });
-}
-
 double strandSeconds(const Workload& day, std::uint32_t producers) {
     CLibraryProgram program(day, CWorld::Time::Real);
     return wallSeconds([&] {

@@ -8,6 +8,7 @@
 #include <boost/shared_ptr.hpp>
 #include <boost/signals2/signal.hpp>
 
+#include <mutex>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -19,6 +20,11 @@ namespace bench {
 /// Texts as the interface hands them over, to integers: one hash look-up for each. It knows all
 /// texts from the beginning.
 class CTextIds {
+    // Before its first use: its type is that of its answer.
+    static auto sameIn(const std::vector<std::string>& texts, const std::string& text) {
+        return [&](std::uint32_t at) { return utils::sameText(texts[at], text); };
+    }
+
 public:
     explicit CTextIds(const Workload& world);
 
@@ -35,9 +41,6 @@ public:
     }
 
 private:
-    static auto sameIn(const std::vector<std::string>& texts, const std::string& text) {
-        return [&](std::uint32_t at) { return utils::sameText(texts[at], text); };
-    }
     static std::uint64_t hashOf(const std::string& market, const std::string& code) {
         return utils::textHash(code, utils::textHash(market));
     }
@@ -95,7 +98,8 @@ public:
         : m_workload(workload), m_ids(workload), m_flat(workload) {}
 
     void order(std::uint32_t, const Report& report) {
-        [[maybe_unused]] const auto held = lock();
+        std::unique_lock held(m_mutex, std::defer_lock);
+        if constexpr (PARTS.locks) held.lock();
         if constexpr (PARTS.prefetches) m_flat.prefetch(*report.order);
         const bool isNew = m_flat.order(KeptOrder(report.order), *report.order, idsOf(report));
         if constexpr (PARTS.signals) {
@@ -104,7 +108,8 @@ public:
     }
 
     void deal(std::uint32_t, const Report& report) {
-        [[maybe_unused]] const auto held = lock();
+        std::unique_lock held(m_mutex, std::defer_lock);
+        if constexpr (PARTS.locks) held.lock();
         if constexpr (PARTS.prefetches) m_flat.prefetch(*report.deal);
         m_flat.deal(KeptDeal(report.deal), *report.deal, idsOf(report));
         if constexpr (PARTS.signals) m_changed();
@@ -118,14 +123,6 @@ private:
                            std::conditional_t<PARTS.figures, NothingKept, NothingAtAll>>;
     using KeptOrder = std::conditional_t<PARTS.keeps, const ByRecord::Order&, NoReport>;
     using KeptDeal = std::conditional_t<PARTS.keeps, const ByRecord::Deal&, NoReport>;
-
-    auto lock() {
-        if constexpr (PARTS.locks) {
-            return TC::CLock(m_mutex);
-        } else {
-            return 0;
-        }
-    }
 
     Ids idsOf(const Report& report) const {
         if constexpr (!PARTS.lookUps) return report;

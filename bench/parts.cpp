@@ -21,12 +21,6 @@ namespace {
 
 constexpr int TURNS = 7;
 
-template <class Program>
-double playSeconds(const Workload& day) {
-    Program program(day);
-    return seconds([&] { play(program, day); });
-}
-
 /// The same where nobody else keeps the reports, so that a report that is replaced is freed. What
 /// nobody kept is freed here, which is not measured apart.
 template <class Program>
@@ -79,6 +73,7 @@ public:
     /// The median of the differences of the same turn.
     double between(const std::string& more, const std::string& less) const {
         std::vector<double> differences;
+        differences.reserve(TURNS);
         for (int turn = 0; turn < TURNS; ++turn) {
             differences.push_back(m_times.at(more)[turn] - m_times.at(less)[turn]);
         }

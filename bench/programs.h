@@ -1,6 +1,7 @@
 #pragma once
 
 #include "bench/limit.h"
+#include "bench/measure.h"
 #include "bench/ownlimit.h"
 #include "bench/workload.h"
 #include "linkage/core/clinkagemanager.h"
@@ -134,6 +135,13 @@ void play(Program& program, std::span<const Report> reports) {
 template <class Program>
 void play(Program& program, const Workload& workload) {
     play(program, std::span(workload.reports));
+}
+
+/// Seconds of processor time that a fresh program takes for the reports.
+template <class Program>
+double playSeconds(const Workload& day) {
+    Program program(day);
+    return seconds([&] { play(program, day); });
 }
 
 constexpr int STATEMENT_ROWS = 60'000;
