@@ -8,9 +8,12 @@ namespace TC {
 LinkageChanges CLinkageManager::getChanges(ChangeCursor& cursor, std::size_t most) {
     const CLock lock(m_mutex);
     LinkageChanges changes;
-    m_pLedger->changesSince(cursor, most, changes);
-    if (changes.everything) cursor.balances = 0;
-    if (m_pGuarded) changes.balances = m_pGuarded->changedSince(cursor.balances);
+    // An answer that cannot be made, for want of memory, must not count as read.
+    ChangeCursor next = cursor;
+    m_pLedger->changesSince(next, most, changes);
+    if (changes.everything) next.balances = 0;
+    if (m_pGuarded) changes.balances = m_pGuarded->changedSince(next.balances);
+    cursor = next;
     return changes;
 }
 
