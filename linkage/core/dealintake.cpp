@@ -1,3 +1,4 @@
+#include "common/prefetch.h"
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/datacenter.h"
 #include "linkage/core/enginestate.h"
@@ -38,6 +39,7 @@ void CLinkageManager::onDealDetail(const std::string& accountKey,
 
 void CLinkageManager::doDealDetail(const std::string& accountKey, const DealPtr& deal) {
     if (!deal) return;
+    utils::prefetchAll(deal.get());
     CLock lock(m_mutex);
     const DealReport report = m_pLedger->resolve(accountKey, deal);
     if (!report.followed) return;

@@ -50,20 +50,13 @@ bool isClientType3() {
     return utils::CSingletonT<CAppConfig>::instance()->isClientType(CLIENT_TYPE_3);
 }
 
-template <class Record>
-void prefetchRecord(const Record* record) {
-    for (std::size_t at = 0; at < sizeof(Record); at += 64) {
-        utils::prefetch(reinterpret_cast<const char*>(record) + at);
-    }
-}
-
 /// Another thread has written them: their lines are not in this processor's cache.
 void prefetchRecords(const std::vector<InboxItem>& batch, std::size_t from) {
     for (std::size_t at = from; at < std::min(from + LOOK_AHEAD, batch.size()); ++at) {
         if (const auto* order = std::get_if<OrderPtr>(&batch[at].what)) {
-            prefetchRecord(order->get());
+            utils::prefetchAll(order->get());
         } else if (const auto* deal = std::get_if<DealPtr>(&batch[at].what)) {
-            prefetchRecord(deal->get());
+            utils::prefetchAll(deal->get());
         }
     }
 }

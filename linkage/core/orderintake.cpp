@@ -1,3 +1,4 @@
+#include "common/prefetch.h"
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/enginestate.h"
 #include "linkage/core/raise.h"
@@ -64,6 +65,7 @@ private:
 
 void CLinkageManager::doOrderDetail(const std::string& accountKey, const OrderPtr& order) {
     if (!order) return;
+    utils::prefetchAll(order.get());
     const CLock lock(m_mutex);
     COrderWatch watch(*this, accountKey, *order);
     const OrderChange change = m_pLedger->apply(accountKey, order, watch);
