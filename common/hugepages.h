@@ -2,8 +2,11 @@
 
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <cstddef>
+#include <memory>
 #include <new>
+#include <utility>
 
 namespace utils::hugepages {
 
@@ -26,6 +29,43 @@ inline void* allocate(std::size_t bytes, std::size_t alignment) {
 inline void release(void* memory, std::size_t bytes, std::size_t alignment) noexcept {
     ::operator delete (memory, std::align_val_t{bytes < SIZE ? alignment : SIZE});
 }
+
+/// Memory in pieces out of slabs that grow up to a huge page. It goes back slab by slab, when
+/// nobody has a piece of the slab any more. Pieces may be given back on any thread.
+class CPieces {
+public:
+    static constexpr std::size_t LINE = 64;
+
+    struct Piece {
+        unsigned char* memory = nullptr;
+        std::shared_ptr<void> slab;
+    };
+
+    /// `bytes` bytes at an address that is a multiple of LINE. Throws std::bad_alloc.
+    Piece take(std::size_t bytes) {
+        bytes = (bytes + LINE - 1) / LINE * LINE;
+        if (bytes > m_nLeft) addSlab(bytes);
+        m_nLeft -= bytes;
+        return {std::exchange(m_next, m_next + bytes), m_slab};
+    }
+
+private:
+    static constexpr std::size_t FIRST = std::size_t{64} << 10;
+
+    void addSlab(std::size_t least) {
+        const std::size_t bytes = std::max(m_nNext, least);
+        void* const memory = allocate(bytes, LINE);
+        m_slab = {memory, [bytes](void* slab) { release(slab, bytes, LINE); }};
+        m_next = static_cast<unsigned char*>(memory);
+        m_nLeft = bytes;
+        m_nNext = std::min(2 * m_nNext, SIZE);
+    }
+
+    std::shared_ptr<void> m_slab;
+    unsigned char* m_next = nullptr;
+    std::size_t m_nLeft = 0;
+    std::size_t m_nNext = FIRST;  ///< bytes of the next slab
+};
 
 /// An allocator for containers that grow large.
 template <class T>

@@ -15,8 +15,6 @@ constexpr std::uint32_t GROWTH = 4;
 /// Bytes of one record that a revaluation reads and writes.
 constexpr std::size_t STREAMED = sizeof(DealFigures) + sizeof(DealWorth) + sizeof(SumPlace);
 
-constexpr std::size_t linesFor(std::size_t bytes) { return (bytes + 63) / 64; }
-
 struct OwnRecord {
     DealFigures deals;
     DealWorth worth;
@@ -49,18 +47,23 @@ void CFigureIndex::add(std::uint32_t stock, Figures* figures) {
             if (slot.figures) place(slot);
         }
     }
-    place({figures, stock});
+    // Sums that are too far away are fetched from a wrong place, which only costs time.
+    static_assert(alignof(DealFigures) == sizeof(DealFigures));
+    const auto distance = reinterpret_cast<std::intptr_t>(&figures->record.deals()) -
+                          reinterpret_cast<std::intptr_t>(figures);
+    place({figures, stock,
+           static_cast<std::int32_t>(distance / static_cast<std::intptr_t>(sizeof(DealFigures)))});
     ++m_nUsed;
 }
 
 // One allocation for the three arrays: a pass then streams over few pages.
-FigureBlock::FigureBlock(std::uint32_t room)
+FigureBlock::FigureBlock(std::uint32_t room, utils::hugepages::CPieces& memory)
     : capacity(room),
-      m_pStreamed(std::make_unique<Line[]>(linesFor(room * STREAMED))),
-      m_pRecords(std::make_unique_for_overwrite<Line[]>(linesFor(room * sizeof(Figures)))) {
+      m_streamed(memory.take(room * STREAMED)),
+      m_records(memory.take(room * sizeof(Figures))) {
     static_assert(alignof(DealFigures) >= alignof(DealWorth));
     static_assert(alignof(DealWorth) >= alignof(SumPlace));
-    unsigned char* const begin = m_pStreamed[0].bytes;
+    unsigned char* const begin = m_streamed.memory;
     deals = new (begin) DealFigures[room];
     worths = new (deals + room) DealWorth[room];
     places = new (worths + room) SumPlace[room];
@@ -85,7 +88,7 @@ Figures* CFigureBlocks::makeIn(const boost::shared_ptr<FigureBlock>& block, std:
     return made;
 }
 
-Figures* CFigureBlocks::make() {
+Figures* CFigureBlocks::make(utils::hugepages::CPieces& memory) {
     if (m_nGaps > 0) {
         for (const auto& block : m_blocks) {
             // Somebody who holds a block may still read a dropped record of it.
@@ -101,7 +104,7 @@ Figures* CFigureBlocks::make() {
         const std::uint32_t room =
             m_blocks.empty() ? FIRST_BLOCK
                              : std::min(m_blocks.back()->capacity * GROWTH, LARGEST_BLOCK);
-        m_blocks.push_back(boost::make_shared<FigureBlock>(room));
+        m_blocks.push_back(boost::make_shared<FigureBlock>(room, memory));
     }
     return makeIn(m_blocks.back(), m_blocks.back()->used);
 }

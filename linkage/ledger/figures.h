@@ -1,5 +1,6 @@
 #pragma once
 
+#include "common/hugepages.h"
 #include "common/prefetch.h"
 #include "linkage/ledger/arena.h"
 #include "linkage/ledger/types.h"
@@ -32,12 +33,6 @@ struct alignas(64) Figures {
     std::uint32_t inBlock = 0;
 
     boost::shared_ptr<LinkagePeriodExtData> share();
-
-    /// Asks the processor for all of the figures, which will be needed soon.
-    void prefetch() const {
-        utils::prefetch(this);
-        utils::prefetch(&block);
-    }
 };
 
 /// The figures of one strategy of one account, by stock.
@@ -45,10 +40,16 @@ class CFigureIndex {
 public:
     /// Null when there is none.
     Figures* find(std::uint32_t stock) const {
+        return m_slots.empty() ? nullptr : slotOf(stock).figures;
+    }
+
+    /// As find(), and asks the processor for the sums over their deals. To learn from the figures
+    /// where these are would mean to wait for the figures first.
+    Figures* findForDeal(std::uint32_t stock) const {
         if (m_slots.empty()) return nullptr;
-        std::size_t at = start(stock);
-        while (m_slots[at].figures && m_slots[at].stock != stock) at = (at + 1) & m_nMask;
-        return m_slots[at].figures;
+        const Slot& slot = slotOf(stock);
+        utils::prefetch(reinterpret_cast<const DealFigures*>(slot.figures) + slot.toDeals);
+        return slot.figures;
     }
 
     /// Adds the figures of a stock that is not there yet.
@@ -64,7 +65,14 @@ private:
     struct Slot {
         Figures* figures = nullptr;
         std::uint32_t stock = NONE;
+        std::int32_t toDeals = 0;  ///< from the figures to their sums, in sizes of such sums
     };
+
+    const Slot& slotOf(std::uint32_t stock) const {
+        std::size_t at = start(stock);
+        while (m_slots[at].figures && m_slots[at].stock != stock) at = (at + 1) & m_nMask;
+        return m_slots[at];
+    }
 
     std::size_t start(std::uint32_t stock) const { return stock * 0x9e3779b1u >> 7 & m_nMask; }
     void place(const Slot& slot);
@@ -83,15 +91,16 @@ struct SumPlace {
 /// Figures of one stock side by side. The calculators stream over deal figures, worths and
 /// places in the sums; each of these has an array of its own.
 ///
-/// A shared pointer to one record keeps the whole block alive.
+/// A shared pointer to one record keeps the whole block alive, with the slab that it lies in.
+/// Blocks lie in huge pages because a pass otherwise waits for the processor's list of pages.
 struct FigureBlock : boost::enable_shared_from_this<FigureBlock> {
-    explicit FigureBlock(std::uint32_t room);
+    FigureBlock(std::uint32_t room, utils::hugepages::CPieces& memory);
     ~FigureBlock();
     FigureBlock(const FigureBlock&) = delete;
     FigureBlock& operator=(const FigureBlock&) = delete;
 
     Figures& at(std::uint32_t index) { return records()[index]; }
-    Figures* records() { return reinterpret_cast<Figures*>(m_pRecords.get()); }
+    Figures* records() { return reinterpret_cast<Figures*>(m_records.memory); }
 
     /// Asks the processor for the beginnings of the three arrays.
     void prefetch() const {
@@ -108,19 +117,16 @@ struct FigureBlock : boost::enable_shared_from_this<FigureBlock> {
     SumPlace* places;
 
 private:
-    struct alignas(64) Line {
-        unsigned char bytes[64];
-    };
-    std::unique_ptr<Line[]> m_pStreamed;  ///< the three arrays, one behind another
-    std::unique_ptr<Line[]> m_pRecords;
+    const utils::hugepages::CPieces::Piece m_streamed;  ///< the three arrays, one behind another
+    const utils::hugepages::CPieces::Piece m_records;
 };
 
 /// All records of one stock.
 class CFigureBlocks {
 public:
     /// New figures, in a gap or at the end. A gap is left empty while somebody outside holds
-    /// its block.
-    Figures* make();
+    /// its block. A further block takes its place out of `memory`.
+    Figures* make(utils::hugepages::CPieces& memory);
 
     /// Takes figures out. Whoever holds their record keeps it as it is.
     void drop(Figures* figures);

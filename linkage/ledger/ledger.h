@@ -1,11 +1,13 @@
 #pragma once
 
+#include "common/hugepages.h"
 #include "linkage/ledger/changes.h"
 #include "linkage/ledger/ledgerrecords.h"
 #include "linkage/ledger/nametable.h"
 #include "linkage/ledger/profittable.h"
 #include "linkage/ledger/runningrecords.h"
 
+#include <array>
 #include <functional>
 #include <map>
 #include <memory>
@@ -353,7 +355,7 @@ private:
     std::uint32_t stockId(const std::string& key);
     std::uint32_t findStock(const std::string& key) const;
     /// The listing of market and code, with today's reference data.
-    std::uint32_t listingId(const std::string& market, const std::string& code);
+    const Listing& listing(const std::string& market, const std::string& code);
     bool listStrategy(std::uint32_t strategy);
     Holding& holding(std::uint32_t account, std::uint32_t stock);
     const Cell* findCell(int day, const std::string& stockKey, const std::string& accountKey) const;
@@ -380,15 +382,18 @@ private:
 
     // linkage/ledger/ledgerprefetch.cpp. A report touches a dozen places that are not in the
     // cache, each found through another. These functions prefetch them early and together, so
-    // they arrive during the first steps. They change nothing.
-    void prefetchOrder(const OrderStep& step, const vexservice::COrderDetail& order) const;
+    // they arrive during the first steps. They change nothing but the step, which keeps what they
+    // found: the entry that the order most likely has, or the figures of a deal.
+    void prefetchOrder(OrderStep& step, const vexservice::COrderDetail& order) const;
     void prefetchDeal(const DealReport& report) const;
 
-    std::uint32_t cellOf(std::uint32_t account, std::uint32_t stock, int day);
+    std::uint32_t cellOf(Holding& held, std::uint32_t account, std::uint32_t stock, int day);
     std::uint32_t pairOf(std::uint32_t account, std::uint32_t strategy);
     const Pair* findPair(std::uint32_t account, std::uint32_t strategy) const;
-    void prefetchPlaces(std::uint32_t account, std::uint32_t stock, const Pair* pair) const;
-    void prefetchFigures(std::uint32_t account, std::uint32_t strategy, std::uint32_t stock) const;
+    /// Of a strategy, and of its account as a whole; null where there is none yet.
+    using PairsOf = std::array<const Pair*, 2>;
+    PairsOf pairsOf(std::uint32_t account, std::uint32_t strategy) const;
+    Figures* findFigures(const DealStep& step) const;
     Figures* figuresIn(std::uint32_t pair, std::uint32_t stock);
     std::uint32_t findOrder(const Account& account, std::uint64_t key) const;
     const Pair* findPair(const std::string& accountKey, const std::string& strategy) const;
@@ -405,7 +410,6 @@ private:
         std::int32_t lots = 0;
         std::uint32_t places[2] = {NONE, NONE};
     };
-    void prefetchEntry(const OrderStep& step) const;
     void settleFacets(OrderStep& step, OrderEntry& target);
     void gatherFacets(OrderStep& step, OrderEntry& entry, Gathered& held) const;
     std::uint32_t parkFacets(const OrderStep& step, OrderEntry& entry, std::uint8_t stays);
@@ -441,6 +445,7 @@ private:
     std::shared_ptr<const SteadyFigures> m_pSteady;
     CNameTable<Account> m_accounts;
     CNameTable<Strategy> m_strategies;
+    utils::hugepages::CPieces m_figureMemory;
     CNameTable<Stock> m_stocks;
     CArena<Listing, 5> m_listings;
     utils::CKeyIndex m_listingIndex;

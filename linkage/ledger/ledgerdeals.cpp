@@ -13,34 +13,36 @@ namespace TC {
 using namespace ledger;
 
 DealReport CLedger::resolve(const std::string& accountKey, const DealPtr& deal) {
-    const std::uint32_t at = listingId(deal->m_strMarket, deal->m_strCode);
-    const Listing& listed = m_listings[at];
+    std::uint32_t account = findAccount(accountKey);
+    if (account != NONE) m_accounts[account].deals.prefetch(utils::mixHash(deal->recordKey()));
+    const Listing& listed = listing(deal->m_strMarket, deal->m_strCode);
     if (listed.excluded) return {.accountKey = accountKey, .deal = deal, .followed = false};
+    if (account == NONE) account = accountId(accountKey);
     const DealReport report{.accountKey = accountKey,
                             .deal = deal,
-                            .account = accountId(accountKey),
-                            .listing = at,
+                            .account = account,
                             .stock = listed.stock,
                             .strategy = strategyId(strategyOf(deal->m_pCommand.get())),
+                            .listing = &listed,
+                            .holding = &holding(account, listed.stock),
                             .followed = true};
     prefetchDeal(report);
     return report;
 }
 
 bool CLedger::knowsFee(const DealReport& report) {
-    return holding(report.account, report.stock).feeRevision == utils::referenceDataRevision();
+    return report.holding->feeRevision == utils::referenceDataRevision();
 }
 
 void CLedger::setFee(const DealReport& report, const FeePtr& fee, std::uint64_t revision) {
-    Holding& held = holding(report.account, report.stock);
+    Holding& held = *report.holding;
     held.fee = fee;
     held.feeRevision = revision;
 }
 
 DealtStock CLedger::dealtStock(const DealReport& report) {
     Stock& stock = m_stocks[report.stock];
-    return {stock.key, stock.quoteKey, stock.requestEpoch,
-            holding(report.account, report.stock).markerEpoch};
+    return {stock.key, stock.quoteKey, stock.requestEpoch, report.holding->markerEpoch};
 }
 
 DealChange CLedger::apply(const DealReport& report) {
@@ -52,6 +54,7 @@ DealChange CLedger::apply(const DealReport& report) {
     DealStep step;
     step.account = report.account;
     step.listing = report.listing;
+    step.holding = report.holding;
     step.stock = report.stock;
     step.strategy = report.strategy;
     const bool wasDropped = fileDeal(step, report.deal, change);
@@ -63,8 +66,8 @@ DealChange CLedger::apply(const DealReport& report) {
     if (!change.recordIsNew && !change.counted) return change;
     if (change.counted) enterFigures(step);
     step.buys = change.buys = vexservice::isBuyByDirection(deal.m_eDirection, deal.m_eOffsetFlag);
-    step.commission = change.commission = vexservice::COrderDetailHelper::calcDealCommission(
-        holding(step.account, step.stock).fee, report.deal);
+    step.commission = change.commission =
+        vexservice::COrderDetailHelper::calcDealCommission(step.holding->fee, report.deal);
     if (change.recordIsNew) countDay(step);
     if (change.counted) {
         countMinute(step);
@@ -115,8 +118,8 @@ std::pair<std::uint32_t, bool> CLedger::putDeal(std::uint32_t accountAt, std::ui
 
 bool CLedger::fileDeal(DealStep& step, const DealPtr& deal, DealChange& change) {
     step.deal = deal.get();
-    step.cell = cellOf(step.account, step.stock, day(deal->m_strTradeDate));
-    prefetchFigures(step.account, step.strategy, step.stock);
+    step.cell = cellOf(*step.holding, step.account, step.stock, day(deal->m_strTradeDate));
+    step.figures = findFigures(step);
     if (!m_cells[step.cell].hasDeals) {
         change.stockIsNew = m_days[m_cells[step.cell].day].deals.count(step.stock) == 0;
     }
@@ -127,11 +130,11 @@ bool CLedger::fileDeal(DealStep& step, const DealPtr& deal, DealChange& change) 
 }
 
 void CLedger::widenDealAmplitude(const DealStep& step) {
-    const Listing& listed = m_listings[step.listing];
+    const Listing& listed = *step.listing;
     if (!listed.hasDetail) return;
     const std::optional<double> distance = amplitude(step.deal->m_dPrice, listed.reference);
     if (!distance) return;
-    Holding& held = holding(step.account, step.stock);
+    Holding& held = *step.holding;
     if (!held.hasDealAmplitude) {
         held.hasDealAmplitude = true;
         m_stocks[step.stock].hasDealAmplitudes = true;
@@ -142,7 +145,9 @@ void CLedger::widenDealAmplitude(const DealStep& step) {
 void CLedger::enterFigures(DealStep& step) {
     m_deals[step.entry].counted = true;
     m_deals[step.entry].dropped = false;
-    step.figures = figuresIn(pairOf(step.account, step.strategy), step.stock);
+    if (!step.figures) {
+        step.figures = figuresIn(pairOf(step.account, step.strategy), step.stock);
+    }
 }
 
 void CLedger::countDay(const DealStep& step) {
@@ -157,8 +162,6 @@ void CLedger::countDay(const DealStep& step) {
 void CLedger::countMinute(const DealStep& step) {
     const int minute = dealMinute(std::atoi(step.deal->m_strTradeTime.c_str()));
     Figures& figures = *step.figures;
-    utils::prefetch(&figures.record.deals());
-    if (figures.wide) utils::prefetch(&figures.wide->record.deals());
     if (minute < 0) return;
     m_stocks[step.stock].hasPeriods = true;
 

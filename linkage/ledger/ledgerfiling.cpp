@@ -23,7 +23,7 @@ bool CLedger::fileOrder(int day, const std::string& stockKey, const std::string&
                         const OrderPtr& order) {
     const std::uint32_t accountAt = accountId(accountKey);
     const std::uint32_t stock = stockId(stockKey);
-    const std::uint32_t cell = cellOf(accountAt, stock, day);
+    const std::uint32_t cell = cellOf(holding(accountAt, stock), accountAt, stock, day);
     const bool runs = vexservice::isRunningStatus(order->m_eStatus);
     Account& account = m_accounts[accountAt];
     for (std::uint32_t at = findOrder(account, order->recordKey()); at != NONE;
@@ -45,7 +45,8 @@ bool CLedger::fileDeal(int day, const std::string& stockKey, const std::string& 
                        const DealPtr& deal) {
     const std::uint32_t accountAt = accountId(accountKey);
     const std::uint32_t stock = stockId(stockKey);
-    const auto [at, isNew] = putDeal(accountAt, cellOf(accountAt, stock, day), deal);
+    const auto [at, isNew] =
+        putDeal(accountAt, cellOf(holding(accountAt, stock), accountAt, stock, day), deal);
     if (isNew && day == m_tradeDay) {
         m_deals[at].told = true;
         noteDeal(at);

@@ -41,7 +41,7 @@ std::uint32_t CLedger::stockId(const std::string& key) {
     return made;
 }
 
-std::uint32_t CLedger::listingId(const std::string& market, const std::string& code) {
+const CLedger::Listing& CLedger::listing(const std::string& market, const std::string& code) {
     const std::uint64_t hash = utils::textHash(code, utils::textHash(market));
     std::uint32_t at = m_listingIndex.find(hash, [&](std::uint32_t index) {
         return utils::sameText(m_listings[index].code, code) &&
@@ -57,25 +57,25 @@ std::uint32_t CLedger::listingId(const std::string& market, const std::string& c
     }
     Listing& found = m_listings[at];
     if (found.revision != utils::referenceDataRevision()) refresh(found);
-    return at;
+    return found;
 }
 
-void CLedger::refresh(Listing& listing) const {
+void CLedger::refresh(Listing& known) const {
     // The revision is read first: a change during the questions below is seen next time. It is
     // stored last: when a question throws, the next call asks again.
     const std::uint64_t revision = utils::referenceDataRevision();
     const auto isTyped = [&](int type) {
-        return vexservice::isTypedStock(type, listing.market, listing.code, std::string());
+        return vexservice::isTypedStock(type, known.market, known.code, std::string());
     };
-    listing.excluded =
+    known.excluded =
         isTyped(vexservice::STOCKTYPE_REPURCHASE) || isTyped(vexservice::STOCKTYPE_SUBSCRIPTION);
     const auto detail = utils::CSingletonT<CStockManager>::instance()->getInstrumentDetail(
-        listing.market, listing.code);
-    listing.hasDetail = detail != nullptr;
-    listing.tick = detail ? detail->m_dPriceTick : DEFAULT_TICK;
-    listing.reference = detail ? detail->m_dReferencePrice : 0.0;
-    listing.unit = vexservice::getTradeMinUnit(listing.market, listing.code);
-    listing.revision = revision;
+        known.market, known.code);
+    known.hasDetail = detail != nullptr;
+    known.tick = detail ? detail->m_dPriceTick : DEFAULT_TICK;
+    known.reference = detail ? detail->m_dReferencePrice : 0.0;
+    known.unit = vexservice::getTradeMinUnit(known.market, known.code);
+    known.revision = revision;
 }
 
 CLedger::Holding& CLedger::holding(std::uint32_t account, std::uint32_t stock) {
@@ -86,7 +86,7 @@ CLedger::Holding& CLedger::holding(std::uint32_t account, std::uint32_t stock) {
 }
 
 bool CLedger::follows(const std::string& market, const std::string& code) {
-    return !m_listings[listingId(market, code)].excluded;
+    return !listing(market, code).excluded;
 }
 
 int CLedger::day(const std::string& date) {
@@ -112,8 +112,7 @@ std::set<std::string> CLedger::strategies() const {
     return names;
 }
 
-std::uint32_t CLedger::cellOf(std::uint32_t account, std::uint32_t stock, int day) {
-    Holding& held = holding(account, stock);
+std::uint32_t CLedger::cellOf(Holding& held, std::uint32_t account, std::uint32_t stock, int day) {
     if (held.newestDay == day && held.newestCell != NONE) return held.newestCell;
     for (std::uint32_t at = held.newestCell; at != NONE; at = m_cells[at].olderCell) {
         if (m_cells[at].day == day) return at;
@@ -151,7 +150,7 @@ Figures* CLedger::figuresIn(std::uint32_t pairAt, std::uint32_t stock) {
                               ? nullptr
                               : figuresIn(pairOf(pair.account, WHOLE_ACCOUNT_ID), stock);
     const std::lock_guard names(m_namesMutex);
-    Figures* const made = m_stocks[stock].figures.make();
+    Figures* const made = m_stocks[stock].figures.make(m_figureMemory);
     made->stock = stock;
     made->pair = pairAt;
     made->wide = wide;

@@ -1,3 +1,4 @@
+#include "common/prefetch.h"
 #include "linkage/ledger/attribution.h"
 #include "linkage/ledger/ledger.h"
 #include "linkage/ledger/orderrule.h"
@@ -42,12 +43,16 @@ OrderChange CLedger::apply(const std::string& accountKey, const OrderPtr& order,
 
 bool CLedger::resolve(const std::string& accountKey, const vexservice::COrderDetail& order,
                       OrderStep& step) {
-    step.listing = listingId(order.m_strMarket, order.m_strCode);
-    const Listing& listed = m_listings[step.listing];
-    if (listed.excluded) return false;
-    step.stock = listed.stock;
-    step.level = priceLevel(order.m_dPrice, listed.tick);
-    step.account = accountId(accountKey);
+    step.account = findAccount(accountKey);
+    if (step.account != NONE) {
+        m_accounts[step.account].orders.prefetch(utils::mixHash(order.recordKey()));
+    }
+    step.listing = &listing(order.m_strMarket, order.m_strCode);
+    if (step.listing->excluded) return false;
+    step.stock = step.listing->stock;
+    step.level = priceLevel(order.m_dPrice, step.listing->tick);
+    if (step.account == NONE) step.account = accountId(accountKey);
+    step.holding = &holding(step.account, step.stock);
     step.strategy = strategyId(strategyOf(order.m_pCommand.get()));
     step.runs = vexservice::COrderDetailHelper::isRunning(order.m_eStatus);
     step.buys = vexservice::isBuyByDirection(order.m_eDirection, order.m_eOffsetFlag);
@@ -104,10 +109,10 @@ void CLedger::fileOrder(OrderStep& step, const OrderPtr& order, OrderChange& cha
     const int day = this->day(order->m_strTradeDate);
     const std::uint64_t key = order->recordKey();
     step.order = order.get();
-    step.cell = cellOf(step.account, step.stock, day);
-    prefetchFigures(step.account, step.strategy, step.stock);
-
-    const std::uint32_t head = findOrder(account, key);
+    step.cell = cellOf(*step.holding, step.account, step.stock, day);
+    // What was prefetched is most likely the order itself.
+    const bool isAhead = step.entry != NONE && m_orders[step.entry].key == key;
+    const std::uint32_t head = isAhead ? step.entry : findOrder(account, key);
     std::uint32_t at = head;
     while (at != NONE && m_orders[at].cell != step.cell) at = m_orders[at].nextOfKey;
     if (at == NONE) {
@@ -118,16 +123,18 @@ void CLedger::fileOrder(OrderStep& step, const OrderPtr& order, OrderChange& cha
     }
     if (at != head && head != NONE) headOfKey(account, key, at);
     step.entry = at;
-    step.takesBack = m_orders[at].ended && step.runs;
-    step.previous = m_orders[at].file(order, step.runs);
-    m_orders[at].told = true;
+    step.filed = &m_orders[at];
+    if (step.filed->levelCell != NONE) m_levels.prefetch(step.filed->levelCell);
+    step.takesBack = step.filed->ended && step.runs;
+    step.previous = step.filed->file(order, step.runs);
+    utils::prefetch(step.previous.get());
+    step.filed->told = true;
     noteOrder(at);
-    prefetchEntry(step);
 }
 
 void CLedger::placeOrder(OrderStep& step, bool recordIsNew) {
     step.pair = pairOf(step.account, step.strategy);
-    OrderEntry& entry = m_orders[step.entry];
+    OrderEntry& entry = *step.filed;
     const bool asBefore = entry.pair == step.pair && entry.buys == step.buys &&
                           entry.level == step.level && entry.nextOfKey == NONE;
     if (asBefore) {
@@ -250,10 +257,10 @@ std::uint32_t CLedger::levelCellOf(std::uint32_t pairAt, std::int32_t level) {
 }
 
 void CLedger::countLots(OrderStep& step) {
-    OrderEntry& entry = m_orders[step.entry];
+    OrderEntry& entry = *step.filed;
     const vexservice::COrderDetail& order = *step.order;
-    const std::int32_t lots = openLots(order.m_eStatus, order.m_nVolume, order.m_nTradedVolume,
-                                       m_listings[step.listing].unit);
+    const std::int32_t lots =
+        openLots(order.m_eStatus, order.m_nVolume, order.m_nTradedVolume, step.listing->unit);
     if (entry.levelCell == NONE) entry.levelCell = levelCellOf(step.pair, step.level);
     if (lots != entry.lots) {
         Level& level = m_levels[entry.levelCell];
@@ -284,7 +291,7 @@ void CLedger::leaveRunning(Pair& pair, std::uint32_t at, bool wide) {
 
 bool CLedger::updateRunning(OrderStep& step, bool wide, IOrderWatch& watch) {
     Pair& pair = m_pairs[wide ? pairOf(step.account, WHOLE_ACCOUNT_ID) : step.pair];
-    const bool present = m_orders[step.entry].facets & (wide ? RUNS_WIDE : RUNS);
+    const bool present = step.filed->facets & (wide ? RUNS_WIDE : RUNS);
     RunningChange change{.ofAccount = wide};
     if (!step.runs) {
         if (!present) return false;
@@ -302,7 +309,7 @@ bool CLedger::updateRunning(OrderStep& step, bool wide, IOrderWatch& watch) {
 }
 
 void CLedger::countTraded(OrderStep& step) {
-    OrderEntry& entry = m_orders[step.entry];
+    OrderEntry& entry = *step.filed;
     const std::int32_t traded = step.order->m_nTradedVolume;
     const double amount = step.order->m_dTradedAmount;
     if (!entry.figures) entry.figures = figuresIn(step.pair, step.stock);
@@ -328,12 +335,12 @@ void CLedger::countTraded(OrderStep& step) {
 }
 
 void CLedger::widenOrderAmplitude(const OrderStep& step) {
-    const Listing& listed = m_listings[step.listing];
+    const Listing& listed = *step.listing;
     const double price = step.order->m_dPrice;
     if (!listed.hasDetail || !(std::fabs(price) > 0.00001)) return;
     const std::optional<double> distance = amplitude(price, listed.reference);
     if (!distance) return;
-    Holding& held = holding(step.account, step.stock);
+    Holding& held = *step.holding;
     if (!held.hasOrderAmplitude) {
         held.hasOrderAmplitude = true;
         m_stocks[step.stock].hasOrderAmplitudes = true;

@@ -7,50 +7,58 @@ namespace TC {
 
 using namespace ledger;
 
-void CLedger::prefetchPlaces(std::uint32_t accountAt, std::uint32_t stock, const Pair* pair) const {
-    const Account& account = m_accounts[accountAt];
-    if (stock < account.holdings.size() && account.holdings[stock] != NONE) {
-        m_holdings.prefetch(account.holdings[stock]);
-    }
-    for (const Pair* const each : {pair, findPair(accountAt, WHOLE_ACCOUNT_ID)}) {
-        if (each) each->index.prefetch(stock);
-    }
+namespace {
+
+// For prefetching, the first of a hash will do: which key it has would have to be waited for.
+constexpr auto ANY = [](std::uint32_t) { return true; };
+
+}  // namespace
+
+CLedger::PairsOf CLedger::pairsOf(std::uint32_t account, std::uint32_t strategy) const {
+    return {findPair(account, strategy), findPair(account, WHOLE_ACCOUNT_ID)};
 }
 
-void CLedger::prefetchOrder(const OrderStep& step, const vexservice::COrderDetail& order) const {
-    m_accounts[step.account].orders.prefetch(utils::mixHash(order.recordKey()));
-    const Pair* const pair = findPair(step.account, step.strategy);
-    prefetchPlaces(step.account, step.stock, pair);
-    if (!pair) return;
-    pair->levelIndex.prefetch(utils::mixHash(static_cast<std::uint32_t>(step.level)));
-    if (step.runs) return;
+// The look-ups at the end read what the beginning has asked for; all of it comes together.
+void CLedger::prefetchOrder(OrderStep& step, const vexservice::COrderDetail& order) const {
+    const PairsOf pairs = pairsOf(step.account, step.strategy);
+    const Pair* const own = pairs[0];
+    const std::uint64_t levelHash = utils::mixHash(static_cast<std::uint32_t>(step.level));
+    utils::prefetch(step.holding);
+    for (const Pair* const each : pairs) {
+        if (each) each->index.prefetch(step.stock);
+    }
+    if (own) own->levelIndex.prefetch(levelHash);
     // When an order leaves a running set, the last order of the set moves to its place.
-    for (const Pair* const each : {pair, findPair(step.account, WHOLE_ACCOUNT_ID)}) {
-        if (each && !each->running.empty()) {
+    for (const Pair* const each : pairs) {
+        if (!step.runs && each && !each->running.empty()) {
             utils::prefetch(&m_orders[each->running.back()].placeRunning);
         }
     }
+
+    step.entry = m_accounts[step.account].orders.find(utils::mixHash(order.recordKey()), ANY);
+    if (step.entry != NONE) utils::prefetchAll(&m_orders[step.entry]);
+    for (const Pair* const each : pairs) {
+        if (each) utils::prefetch(each->index.find(step.stock));
+    }
+    if (step.entry != NONE || !own) return;
+    const std::uint32_t level = own->levelIndex.find(levelHash, ANY);
+    if (level != NONE) m_levels.prefetch(level);
 }
 
 void CLedger::prefetchDeal(const DealReport& report) const {
-    m_accounts[report.account].deals.prefetch(utils::mixHash(report.deal->recordKey()));
-    prefetchPlaces(report.account, report.stock, findPair(report.account, report.strategy));
-}
-
-void CLedger::prefetchFigures(std::uint32_t account, std::uint32_t strategy,
-                              std::uint32_t stock) const {
-    for (const Pair* const each :
-         {findPair(account, strategy), findPair(account, WHOLE_ACCOUNT_ID)}) {
-        if (const Figures* const figures = each ? each->index.find(stock) : nullptr) {
-            figures->prefetch();
-        }
+    utils::prefetch(report.holding);
+    for (const Pair* const each : pairsOf(report.account, report.strategy)) {
+        if (each) each->index.prefetch(report.stock);
     }
 }
 
-void CLedger::prefetchEntry(const OrderStep& step) const {
-    const OrderEntry& entry = m_orders[step.entry];
-    if (entry.levelCell != NONE) m_levels.prefetch(entry.levelCell);
-    utils::prefetch(step.previous.get());
+Figures* CLedger::findFigures(const DealStep& step) const {
+    m_cells.prefetch(step.cell);
+    const auto [own, wide] = pairsOf(step.account, step.strategy);
+    Figures* const figures = own ? own->index.findForDeal(step.stock) : nullptr;
+    if (figures) utils::prefetchAll(figures);
+    if (wide) utils::prefetch(wide->index.findForDeal(step.stock));
+    return figures;
 }
 
 // In three passes, so that each report's places are on their way while the others' are looked up.
@@ -75,13 +83,10 @@ void CLedger::prefetch(const ComingReports& reports) const {
     for (std::size_t at = 0; at < reports.size(); ++at) {
         if (!accounts[at] || !reports[at].order) continue;
         const std::uint64_t hash = utils::mixHash(reports[at].order->recordKey());
-        // The first of this hash: which key it has would have to be waited for.
-        const std::uint32_t entry =
-            accounts[at]->orders.find(hash, [](std::uint32_t) { return true; });
+        const std::uint32_t entry = accounts[at]->orders.find(hash, ANY);
         if (entry == NONE) continue;
         entries[at] = &m_orders[entry];
-        utils::prefetch(entries[at]);
-        utils::prefetch(&entries[at]->pair);
+        utils::prefetchAll(entries[at]);
     }
     for (const OrderEntry* const entry : entries) {
         if (!entry) continue;

@@ -229,17 +229,19 @@ struct Before {
 /// A report on its way through intake: what its texts and its record were resolved to.
 struct ReportStep {
     std::uint32_t account = NONE;
-    std::uint32_t listing = NONE;
     std::uint32_t stock = NONE;
     std::uint32_t strategy = WHOLE_ACCOUNT_ID;
     std::uint32_t cell = NONE;
     std::uint32_t entry = NONE;
+    const Listing* listing = nullptr;
+    Holding* holding = nullptr;
     bool buys = false;
 };
 
 struct OrderStep : ReportStep {
     const vexservice::COrderDetail* order = nullptr;
-    OrderPtr previous;  ///< the report before this one
+    OrderEntry* filed = nullptr;  ///< `entry` itself
+    OrderPtr previous;            ///< the report before this one
     std::uint32_t pair = NONE;
     std::int32_t level = 0;
     bool runs = false;

@@ -13,6 +13,11 @@
 
 namespace TC {
 
+namespace ledger {
+struct Holding;
+struct Listing;
+}  // namespace ledger
+
 using FeePtr = boost::shared_ptr<vexservice::CStkExchangeRateLimit>;
 
 /// What a report of an order changed.
@@ -67,9 +72,10 @@ struct DealReport {
     const std::string& accountKey;
     const DealPtr& deal;
     std::uint32_t account;
-    std::uint32_t listing;
     std::uint32_t stock;
     std::uint32_t strategy;
+    const ledger::Listing* listing;
+    ledger::Holding* holding;
     bool followed;  ///< false: its stock is never followed
 };
 
