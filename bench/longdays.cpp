@@ -16,6 +16,7 @@ namespace {
 
 constexpr int DAYS = 30;
 constexpr int COMPARED = 10;
+constexpr int KEPT = 5;
 constexpr std::size_t ORDER_REPORTS = 24'518;
 constexpr std::size_t DEAL_REPORTS = 15'482;
 constexpr std::uint64_t KEYS_OF_A_DAY = 1'000'000;
@@ -31,9 +32,13 @@ std::string textOf(const QDate& date) { return date.toString("yyyyMMdd").toStdSt
 
 class CLongDays {
 public:
-    void run() {
+    /// With so many days kept; 0: all.
+    void run(int keepDays) {
         const Workload world = makeWorld({});
-        CLibraryProgram program(world);
+        TC::LinkageOptions options = libraryOptions();
+        options.keepDays = keepDays;
+        CLibraryProgram program(world, CWorld::Time::Standing, options);
+        const double empty = bytes(program);
         QDate date = QDate::fromString(QString::fromStdString(FIRST_DAY), "yyyyMMdd");
         for (int day = 0; day < DAYS; ++day) {
             const double before = bytes(program);
@@ -42,6 +47,7 @@ public:
             date = nextTradeDate(date);
             program.world().beginDay(textOf(date));
             m_over.push_back(bytes(program) - before);
+            m_all.push_back(bytes(program) - empty);
         }
     }
 
@@ -50,6 +56,8 @@ public:
     double over() const { return mean(m_over.begin(), m_over.end()); }
     double first() const { return mean(m_over.begin(), m_over.begin() + COMPARED); }
     double last() const { return mean(m_over.end() - COMPARED, m_over.end()); }
+    /// Bytes after so many days.
+    double after(int days) const { return m_all[static_cast<std::size_t>(days) - 1]; }
 
 private:
     using At = std::vector<double>::const_iterator;
@@ -74,6 +82,7 @@ private:
 
     std::vector<double> m_running;
     std::vector<double> m_over;
+    std::vector<double> m_all;
 };
 
 }  // namespace
@@ -82,12 +91,21 @@ void addLongDays() {
     benchmark::RegisterBenchmark("days/30 with rollovers", [](benchmark::State& state) {
         for (auto _ : state) {
             CLongDays days;
-            days.run();
+            days.run(0);
             figures().note("days/running", days.running());
             figures().note("days/over", days.over());
             figures().note("days/first", days.first());
             figures().note("days/last", days.last());
             state.counters["bytes_per_day_over"] = days.over();
+        }
+    })->Iterations(1);
+    benchmark::RegisterBenchmark("days/30, of which 5 are kept", [](benchmark::State& state) {
+        for (auto _ : state) {
+            CLongDays days;
+            days.run(KEPT);
+            figures().note("days/kept", days.after(DAYS));
+            figures().note("days/kept early", days.after(2 * KEPT));
+            state.counters["bytes_kept"] = days.after(DAYS);
         }
     })->Iterations(1);
 }

@@ -83,6 +83,7 @@ int main(int argc, char** argv) {
     bench::addIntake();
     bench::addCalculators();
     bench::addQueries();
+    bench::addChanges();
     bench::addHistory();
     bench::addLatency();
     bench::addLongDays();

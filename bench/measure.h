@@ -71,6 +71,7 @@ void add(const std::string& name, int repetitions, double items, std::function<d
 void addIntake();
 void addCalculators();
 void addQueries();
+void addChanges();
 void addHistory();
 void addRecordedDay();
 void addLatency();

@@ -55,9 +55,10 @@ TC::LinkageOptions& libraryOptions() {
     return options;
 }
 
-CLibraryProgram::CLibraryProgram(const Workload& workload, CWorld::Time time)
+CLibraryProgram::CLibraryProgram(const Workload& workload, CWorld::Time time,
+                                 const TC::LinkageOptions& options)
     : m_workload(workload), m_world(workload, time), m_pManager(Manager::instance()) {
-    m_pManager->setOptions(libraryOptions());
+    m_pManager->setOptions(options);
     m_pManager->init();
     m_world.runToRest();
     if (time == CWorld::Time::Real) waitApplied();

@@ -68,7 +68,8 @@ TC::LinkageOptions& libraryOptions();
 
 class CLibraryProgram {
 public:
-    explicit CLibraryProgram(const Workload& workload, CWorld::Time time = CWorld::Time::Standing);
+    explicit CLibraryProgram(const Workload& workload, CWorld::Time time = CWorld::Time::Standing,
+                             const TC::LinkageOptions& options = libraryOptions());
     ~CLibraryProgram();
     CLibraryProgram(const CLibraryProgram&) = delete;
     CLibraryProgram& operator=(const CLibraryProgram&) = delete;
