@@ -632,7 +632,14 @@ protected:
     LINKAGE_LOCAL auto guarded(F work) const;
     LINKAGE_LOCAL void drainLater();
     LINKAGE_LOCAL void drainInbox();
+    /// Takes reports of the batch in one hold of the lock, up to the first that cannot be taken so;
+    /// gives how many.
+    LINKAGE_LOCAL std::size_t takeReports(std::size_t from);
+    /// False for other work, and for a deal whose fee must be asked for: handle() takes them,
+    /// without the lock.
+    LINKAGE_LOCAL bool takeHeld(const InboxItem& item);
     LINKAGE_LOCAL void handle(InboxItem& item);
+    LINKAGE_LOCAL void finish(const InboxItem& item, bool whole);
 
     // retries after a service failed: linkage/core/retries.cpp
     /// Runs `work` on the strand after a delay, and again as long as it throws. A later call
@@ -677,6 +684,9 @@ protected:
     /// A deal of a load, which asks for no fee.
     LINKAGE_LOCAL bool replayDeal(const std::string& accountKey,
                                   const boost::shared_ptr<vexservice::CDealDetail>& deal);
+    /// False, and nothing is done, when the fee of the deal is not known.
+    LINKAGE_LOCAL bool takeIfFeeKnown(const std::string& accountKey,
+                                      const boost::shared_ptr<vexservice::CDealDetail>& deal);
     /// False when the deal has to wait for its commission.
     LINKAGE_LOCAL bool takeDeal(const DealReport& report, bool feeKnown) LINKAGE_REQUIRES(m_mutex);
     /// Takes the newest price of a dealt stock and subscribes to further ones.

@@ -20,12 +20,13 @@
 
 namespace TC {
 
-/// A recursive mutex that lets a thread in long work give way to those that wait.
+/// A recursive mutex that lets a thread in long work give way to those that wait. One thread may
+/// go before the others (CPrecedence).
 class LINKAGE_TS(capability("mutex")) CRecursiveMutex {
 public:
     /// Waits until the lock can be had. The owner may take it again.
     void lock() LINKAGE_TS(acquire_capability()) {
-        if (!m_mutex.try_lock()) lockWaiting();
+        if (mustQueue() || !m_mutex.try_lock()) lockWaiting();
         noteHold();
     }
     /// Takes the lock if no other thread has it; false when one has.
@@ -45,8 +46,33 @@ public:
     /// while the calling thread holds the lock further out.
     void giveWay();
 
+    /// How many threads wait for the lock. For tests.
+    int waiting() const { return m_nWaiting.load(); }
+
+    /// While it lives, its thread waits only for a hold that is under way: whoever asks later
+    /// waits behind it, also who has just given the lock back. One thread at a time has it, and
+    /// calls giveWay() now and then, because the others may starve.
+    class CPrecedence {
+    public:
+        /// The lock must outlive this object.
+        explicit CPrecedence(CRecursiveMutex& mutex) : m_mutex(mutex) {
+            m_mutex.m_first.store(std::this_thread::get_id(), std::memory_order_relaxed);
+        }
+        ~CPrecedence() { m_mutex.m_first.store({}, std::memory_order_relaxed); }
+        CPrecedence(const CPrecedence&) = delete;
+        CPrecedence& operator=(const CPrecedence&) = delete;
+
+    private:
+        CRecursiveMutex& m_mutex;
+    };
+
 private:
     void lockWaiting();
+    bool isOwner() const {
+        return m_owner.load(std::memory_order_relaxed) == std::this_thread::get_id();
+    }
+    /// Whether the thread that goes first waits. The owner may always take the lock again.
+    bool mustQueue() const { return m_bFirstWaits.load(std::memory_order_relaxed) && !isOwner(); }
     void noteHold() {
         if (m_nDepth++ == 0) m_owner.store(std::this_thread::get_id(), std::memory_order_relaxed);
     }
@@ -54,6 +80,9 @@ private:
     std::recursive_mutex m_mutex;
     int m_nDepth = 0;  ///< of the owner
     std::atomic<std::thread::id> m_owner{};
+    std::atomic<std::thread::id> m_first{};  ///< who has precedence
+    std::atomic<bool> m_bFirstWaits{false};
+    std::atomic<unsigned> m_nTurns{0};  ///< of those who had precedence and had to wait
     std::atomic<int> m_nWaiting{0};
     std::atomic<unsigned> m_nPassed{0};  ///< who had to wait and has the lock
 };
