@@ -729,17 +729,25 @@ protected:
     LINKAGE_LOCAL void switchCalculator(bool CCurveData::*own);
     LINKAGE_LOCAL void runStatCalculator();
     LINKAGE_LOCAL void runExtCalculator();
-    /// Brings what curves are made of up to date and arms the timer of the next run; false when
-    /// nobody wants curves.
-    LINKAGE_LOCAL bool renewCurves();
+    /// Begins a run over what curves are made of, or joins the one under way, and arms the timer of
+    /// the next one; gives its number, 0 when nobody wants curves.
+    LINKAGE_LOCAL std::uint64_t beginCurves();
+    /// On the strand: a slice to each turn.
+    LINKAGE_LOCAL void renewCurvesInTurns(std::uint64_t run);
+    /// One slice in one hold of the lock; true when the run is over. Who ends it asks for bars.
+    LINKAGE_LOCAL bool renewCurves(std::uint64_t run);
+    /// These give how much they renewed.
+    LINKAGE_LOCAL std::size_t renewNext() LINKAGE_REQUIRES(m_mutex);
     /// Asks the history service, without the lock, for the bars of the day that are due.
     LINKAGE_LOCAL void requestQuote();
     /// Takes the answer to a question put when the minute `finished` had ended.
     LINKAGE_LOCAL void onRequestQuote(const std::string& stockKey, const std::string& day,
                                       int finished, const std::vector<CMinuteBar>& bars);
-    LINKAGE_LOCAL void renewPeriodTotals(const std::string& accountKey, const std::string& stockKey)
+    LINKAGE_LOCAL std::size_t renewPeriodTotals(const std::string& accountKey,
+                                                const std::string& stockKey)
         LINKAGE_REQUIRES(m_mutex);
-    LINKAGE_LOCAL void renewCloseValues(const std::string& stockKey) LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL std::size_t renewCloseValues(const std::string& stockKey)
+        LINKAGE_REQUIRES(m_mutex);
 
     // balancing: linkage/balance/
     LINKAGE_LOCAL void onAutoBalanceTimer();

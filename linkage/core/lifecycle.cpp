@@ -219,17 +219,21 @@ void CLinkageManager::drainInbox() {
     EngineState& engine = *m_pEngine;
     std::vector<InboxItem>& batch = engine.m_batch;
     if (!engine.m_inbox.take(batch)) return;
-    const CRecursiveMutex::CPrecedence precedence(m_mutex);
+    CRecursiveMutex::CPrecedence precedence(m_mutex);
     for (std::size_t at = 0; at < batch.size();) {
         const std::size_t taken = takeReports(at);
         at += taken;
         // A handler may have released the manager; reports that still wait are then dropped.
         if (m_pDoor->isClosed()) return;
-        if (taken == 0) handle(batch[at++]);
+        if (taken == 0) {
+            precedence.pause();
+            handle(batch[at++]);
+            precedence.resume();
+        }
         engine.m_nInARow += std::max<std::size_t>(taken, 1);
         if (engine.m_nInARow < REPORTS_IN_A_ROW) continue;
         engine.m_nInARow = 0;
-        m_mutex.giveWay();
+        precedence.giveWay();
     }
     batch.clear();
     drainLater();

@@ -49,16 +49,22 @@ public:
     /// How many threads wait for the lock. For tests.
     int waiting() const { return m_nWaiting.load(); }
 
-    /// While it lives, its thread waits only for a hold that is under way: whoever asks later
-    /// waits behind it, also who has just given the lock back. One thread at a time has it, and
-    /// calls giveWay() now and then, because the others may starve.
+    /// While it lives, its thread goes before all others: they may have the lock only while it
+    /// pauses or gives way. So its thread waits for nothing but a hold that is under way. One
+    /// thread at a time has it. It must not wait for another thread but in a pause, and must give
+    /// way now and then, or the others starve.
     class CPrecedence {
     public:
         /// The lock must outlive this object.
-        explicit CPrecedence(CRecursiveMutex& mutex) : m_mutex(mutex) {
-            m_mutex.m_first.store(std::this_thread::get_id(), std::memory_order_relaxed);
-        }
-        ~CPrecedence() { m_mutex.m_first.store({}, std::memory_order_relaxed); }
+        explicit CPrecedence(CRecursiveMutex& mutex);
+        ~CPrecedence();
+        /// Lets others have the lock until resume(). In the pause its thread goes first only where
+        /// it waits.
+        void pause() { m_mutex.setAhead(false); }
+        /// Goes before all others again.
+        void resume() { m_mutex.setAhead(true); }
+        /// As CRecursiveMutex::giveWay().
+        void giveWay();
         CPrecedence(const CPrecedence&) = delete;
         CPrecedence& operator=(const CPrecedence&) = delete;
 
@@ -68,11 +74,18 @@ public:
 
 private:
     void lockWaiting();
+    void queue();
+    void setAhead(bool ahead);
     bool isOwner() const {
         return m_owner.load(std::memory_order_relaxed) == std::this_thread::get_id();
     }
-    /// Whether the thread that goes first waits. The owner may always take the lock again.
-    bool mustQueue() const { return m_bFirstWaits.load(std::memory_order_relaxed) && !isOwner(); }
+    bool isFirst() const {
+        return m_first.load(std::memory_order_relaxed) == std::this_thread::get_id();
+    }
+    /// Whether another thread goes first. The owner may always take the lock again.
+    bool mustQueue() const {
+        return m_bAhead.load(std::memory_order_relaxed) && !isOwner() && !isFirst();
+    }
     void noteHold() {
         if (m_nDepth++ == 0) m_owner.store(std::this_thread::get_id(), std::memory_order_relaxed);
     }
@@ -81,8 +94,7 @@ private:
     int m_nDepth = 0;  ///< of the owner
     std::atomic<std::thread::id> m_owner{};
     std::atomic<std::thread::id> m_first{};  ///< who has precedence
-    std::atomic<bool> m_bFirstWaits{false};
-    std::atomic<unsigned> m_nTurns{0};  ///< of those who had precedence and had to wait
+    std::atomic<bool> m_bAhead{false};       ///< who has precedence wants or uses the lock
     std::atomic<int> m_nWaiting{0};
     std::atomic<unsigned> m_nPassed{0};  ///< who had to wait and has the lock
 };

@@ -22,12 +22,15 @@ void awaitWaiting(const CRecursiveMutex& mutex, int count) {
 TEST(MutexThreads, WhoGoesFirstComesBeforeTheOneThatHadTheLock) {
     CRecursiveMutex mutex;
     std::string turns;
+    std::string expected;
     for (int round = 0; round < 200; ++round) {
         CLock lock(mutex);
         std::thread first([&] {
             const Precedence precedence(mutex);
-            const CLock inner(mutex);
-            turns += 'f';
+            for (int hold = 0; hold < 3; ++hold) {
+                const CLock inner(mutex);
+                turns += 'f';
+            }
         });
         awaitWaiting(mutex, 1);
         {
@@ -39,32 +42,43 @@ TEST(MutexThreads, WhoGoesFirstComesBeforeTheOneThatHadTheLock) {
         turns += 'o';
         lock.unlock();
         first.join();
+        expected += "offfo";
     }
-    std::string expected;
-    for (int round = 0; round < 200; ++round) expected += "ofo";
     EXPECT_EQ(turns, expected);
 }
 
-TEST(MutexThreads, WhoGoesFirstLetsOthersInWhereItGivesWay) {
+// Also one that has waited for longer.
+TEST(MutexThreads, WhoGoesFirstLetsOthersInWhereItGivesWayOrPauses) {
     CRecursiveMutex mutex;
-    const Precedence precedence(mutex);
-    int passed = 0;
+    std::string turns;
+    std::string expected;
     for (int round = 0; round < 200; ++round) {
         CLock lock(mutex);
         std::thread other([&] {
             const CLock inner(mutex);
-            ++passed;
+            turns += 'o';
         });
         awaitWaiting(mutex, 1);
-        mutex.giveWay();  // nobody can pass while the caller holds it
+        Precedence precedence(mutex);
+        const bool gives = round % 2 == 0;
+        for (int hold = 0; hold < 3; ++hold) {
+            precedence.giveWay();  // nobody can pass while the caller holds it
+            lock.unlock();
+            lock.relock();
+            turns += 'f';
+        }
         lock.unlock();
-        mutex.giveWay();
-        lock.relock();
-        EXPECT_EQ(passed, round + 1);
-        lock.unlock();
+        if (gives) {
+            precedence.giveWay();
+        } else {
+            precedence.pause();
+        }
         other.join();
+        precedence.resume();
+        precedence.giveWay();  // nobody waits
+        expected += "fffo";
     }
-    mutex.giveWay();  // nobody waits
+    EXPECT_EQ(turns, expected);
 }
 
 // Several that come behind the first, from every side, and nobody is left waiting.
@@ -79,17 +93,24 @@ TEST(MutexThreads, AllComeToAnEnd) {
         ++counted;
     };
     std::thread first([&] {
-        for (int at = 0; at < HOLDS; ++at) {
-            const Precedence precedence(mutex);
-            hold();
-            if (at % 64 == 0) mutex.giveWay();
+        for (int at = 0; at < HOLDS; at += 10) {
+            Precedence precedence(mutex);
+            for (int each = 0; each < 10; ++each) {
+                hold();
+                if (each == 3) precedence.pause();
+                if (each == 6) precedence.resume();
+                if (each == 9) precedence.giveWay();
+            }
         }
         --left;
     });
     std::thread others[2];
     for (std::thread& other : others) {
         other = std::thread([&] {
-            for (int at = 0; at < HOLDS; ++at) hold();
+            for (int at = 0; at < HOLDS; ++at) {
+                hold();
+                if (at % 16 == 0) mutex.giveWay();
+            }
             --left;
         });
     }
