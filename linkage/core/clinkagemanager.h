@@ -817,9 +817,13 @@ protected:
     LINKAGE_LOCAL RoomPtr<CBookWriter> makeBook() const;
     LINKAGE_LOCAL void readFromFile();
     LINKAGE_LOCAL void readKeptBalanceTimes();
-    /// The rows of each file as they stand now; also sets the write stamp.
-    LINKAGE_LOCAL std::map<std::string, std::string> writeToFile(bool withTime);
-    LINKAGE_LOCAL std::map<std::string, std::string> writeBlanaceTimeToFile();
+    /// One slice of what the next save is made of; false when nothing is left.
+    LINKAGE_LOCAL bool followHistory();
+    /// Makes the texts of files by name; called without the lock.
+    using TextMaker = boost::function<std::map<std::string, std::string>()>;
+    /// What makes the files as they stand now; also sets the write stamp.
+    LINKAGE_LOCAL TextMaker writeToFile(bool withTime);
+    LINKAGE_LOCAL TextMaker writeBlanaceTimeToFile();
     /// On the strand: tries a save that failed once more in half a minute.
     LINKAGE_LOCAL void retrySaveLater();
     LINKAGE_LOCAL bool isCanWriteToFile(const std::string& historyKey,
