@@ -632,7 +632,14 @@ protected:
     LINKAGE_LOCAL auto guarded(F work) const;
     LINKAGE_LOCAL void drainLater();
     LINKAGE_LOCAL void drainInbox();
+    /// Takes reports of the batch in one hold of the lock, up to the first that cannot be taken so;
+    /// gives how many.
+    LINKAGE_LOCAL std::size_t takeReports(std::size_t from);
+    /// False for other work, and for a deal whose fee must be asked for: handle() takes them,
+    /// without the lock.
+    LINKAGE_LOCAL bool takeHeld(const InboxItem& item);
     LINKAGE_LOCAL void handle(InboxItem& item);
+    LINKAGE_LOCAL void finish(const InboxItem& item, bool whole);
 
     // retries after a service failed: linkage/core/retries.cpp
     /// Runs `work` on the strand after a delay, and again as long as it throws. A later call
@@ -677,6 +684,9 @@ protected:
     /// A deal of a load, which asks for no fee.
     LINKAGE_LOCAL bool replayDeal(const std::string& accountKey,
                                   const boost::shared_ptr<vexservice::CDealDetail>& deal);
+    /// False, and nothing is done, when the fee of the deal is not known.
+    LINKAGE_LOCAL bool takeIfFeeKnown(const std::string& accountKey,
+                                      const boost::shared_ptr<vexservice::CDealDetail>& deal);
     /// False when the deal has to wait for its commission.
     LINKAGE_LOCAL bool takeDeal(const DealReport& report, bool feeKnown) LINKAGE_REQUIRES(m_mutex);
     /// Takes the newest price of a dealt stock and subscribes to further ones.
@@ -719,17 +729,25 @@ protected:
     LINKAGE_LOCAL void switchCalculator(bool CCurveData::*own);
     LINKAGE_LOCAL void runStatCalculator();
     LINKAGE_LOCAL void runExtCalculator();
-    /// Brings what curves are made of up to date and arms the timer of the next run; false when
-    /// nobody wants curves.
-    LINKAGE_LOCAL bool renewCurves();
+    /// Begins a run over what curves are made of, or joins the one under way, and arms the timer of
+    /// the next one; gives its number, 0 when nobody wants curves.
+    LINKAGE_LOCAL std::uint64_t beginCurves();
+    /// On the strand: a slice to each turn.
+    LINKAGE_LOCAL void renewCurvesInTurns(std::uint64_t run);
+    /// One slice in one hold of the lock; true when the run is over. Who ends it asks for bars.
+    LINKAGE_LOCAL bool renewCurves(std::uint64_t run);
+    /// These give how much they renewed.
+    LINKAGE_LOCAL std::size_t renewNext() LINKAGE_REQUIRES(m_mutex);
     /// Asks the history service, without the lock, for the bars of the day that are due.
     LINKAGE_LOCAL void requestQuote();
     /// Takes the answer to a question put when the minute `finished` had ended.
     LINKAGE_LOCAL void onRequestQuote(const std::string& stockKey, const std::string& day,
                                       int finished, const std::vector<CMinuteBar>& bars);
-    LINKAGE_LOCAL void renewPeriodTotals(const std::string& accountKey, const std::string& stockKey)
+    LINKAGE_LOCAL std::size_t renewPeriodTotals(const std::string& accountKey,
+                                                const std::string& stockKey)
         LINKAGE_REQUIRES(m_mutex);
-    LINKAGE_LOCAL void renewCloseValues(const std::string& stockKey) LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL std::size_t renewCloseValues(const std::string& stockKey)
+        LINKAGE_REQUIRES(m_mutex);
 
     // balancing: linkage/balance/
     LINKAGE_LOCAL void onAutoBalanceTimer();
@@ -799,9 +817,13 @@ protected:
     LINKAGE_LOCAL RoomPtr<CBookWriter> makeBook() const;
     LINKAGE_LOCAL void readFromFile();
     LINKAGE_LOCAL void readKeptBalanceTimes();
-    /// The rows of each file as they stand now; also sets the write stamp.
-    LINKAGE_LOCAL std::map<std::string, std::string> writeToFile(bool withTime);
-    LINKAGE_LOCAL std::map<std::string, std::string> writeBlanaceTimeToFile();
+    /// One slice of what the next save is made of; false when nothing is left.
+    LINKAGE_LOCAL bool followHistory();
+    /// Makes the texts of files by name; called without the lock.
+    using TextMaker = boost::function<std::map<std::string, std::string>()>;
+    /// What makes the files as they stand now; also sets the write stamp.
+    LINKAGE_LOCAL TextMaker writeToFile(bool withTime);
+    LINKAGE_LOCAL TextMaker writeBlanaceTimeToFile();
     /// On the strand: tries a save that failed once more in half a minute.
     LINKAGE_LOCAL void retrySaveLater();
     LINKAGE_LOCAL bool isCanWriteToFile(const std::string& historyKey,

@@ -83,6 +83,15 @@ bool CLinkageManager::replayDeal(const std::string& accountKey, const DealPtr& d
     return !report.followed || takeDeal(report, m_pLedger->knowsFee(report));
 }
 
+bool CLinkageManager::takeIfFeeKnown(const std::string& accountKey, const DealPtr& deal) {
+    const CLock lock(m_mutex);
+    const DealReport report = m_pLedger->resolve(accountKey, deal);
+    if (!report.followed) return true;
+    if (!m_pLedger->knowsFee(report)) return false;
+    takeDeal(report, true);
+    return true;
+}
+
 bool CLinkageManager::takeDeal(const DealReport& report, bool feeKnown) {
     const vexservice::CDealDetail& deal = *report.deal;
     if (!feeKnown) {

@@ -8,6 +8,7 @@
 #include <boost/signals2/connection.hpp>
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <mutex>
@@ -55,6 +56,7 @@ struct EngineState {
 
     CInbox m_inbox;
     std::vector<InboxItem> m_batch;  ///< the batch in work; only the strand uses it
+    std::size_t m_nInARow = 0;       ///< reports since the strand gave way; likewise
 
     /// The reports of an account that were announced and not handled yet. On the strand.
     void gatherWaiting(const std::string& accountKey, WaitingReports& found) const {

@@ -29,6 +29,12 @@ namespace TC {
 namespace {
 
 constexpr char INIT[] = "CLinkageManager::init";
+constexpr char DRAIN[] = "CLinkageManager::drainInbox";
+
+/// So many reports are taken in one hold of the lock. A slot of the client may be called in each.
+constexpr std::size_t REPORTS_PER_HOLD = 64;
+/// After so many the strand lets others have the lock: more than arrive in a hold of theirs.
+constexpr std::size_t REPORTS_IN_A_ROW = 1024;
 
 void registerMetaTypes() {
     qRegisterMetaType<std::string>("std::string");
@@ -201,40 +207,76 @@ void CLinkageManager::drainLater() {
 }
 
 // One batch, then the strand gets its turn again, so that timers are never starved by a
-// storm of reports.
+// storm of reports. The strand goes before whoever else wants the lock, and gives way now and then.
 void CLinkageManager::drainInbox() {
-    std::vector<InboxItem>& batch = m_pEngine->m_batch;
-    if (!m_pEngine->m_inbox.take(batch)) return;
-    for (std::size_t at = 0; at < batch.size(); ++at) {
+    EngineState& engine = *m_pEngine;
+    std::vector<InboxItem>& batch = engine.m_batch;
+    if (!engine.m_inbox.take(batch)) return;
+    CRecursiveMutex::CPrecedence precedence(m_mutex);
+    for (std::size_t at = 0; at < batch.size();) {
+        const std::size_t taken = takeReports(at);
+        at += taken;
         // A handler may have released the manager; reports that still wait are then dropped.
         if (m_pDoor->isClosed()) return;
-        if (at % LOOK_AHEAD == 0) {
-            prefetchRecords(batch, at + LOOK_AHEAD);
-            const CLock lock(m_mutex);
-            m_pLedger->prefetch(reportsFrom(batch, at));
+        if (taken == 0) {
+            precedence.pause();
+            handle(batch[at++]);
+            precedence.resume();
         }
-        InboxItem& item = batch[at];
-        try {
-            handle(item);
-        } catch (...) {
-            // A service of the client threw. The reports behind this one must not be lost.
-            logThrown("CLinkageManager::drainInbox");
-            if (!item.accountKey->empty()) loadLater(*item.accountKey);
-        }
-        if (m_options.guard) settleBalances();
+        engine.m_nInARow += std::max<std::size_t>(taken, 1);
+        if (engine.m_nInARow < REPORTS_IN_A_ROW) continue;
+        engine.m_nInARow = 0;
+        precedence.giveWay();
     }
     batch.clear();
     drainLater();
 }
 
-void CLinkageManager::handle(InboxItem& item) {
-    if (auto* order = std::get_if<OrderPtr>(&item.what)) {
-        doOrderDetail(*item.accountKey, *order);
-    } else if (auto* deal = std::get_if<DealPtr>(&item.what)) {
-        doDealDetail(*item.accountKey, *deal);
-    } else {
-        std::get<InboxItem::Work>(item.what)();
+// To take the lock for each report costs more than it seems: where others want it too, each of
+// these is a hand-over between threads.
+std::size_t CLinkageManager::takeReports(std::size_t from) {
+    const std::vector<InboxItem>& batch = m_pEngine->m_batch;
+    const std::size_t end = std::min(batch.size(), from + REPORTS_PER_HOLD);
+    const CLock lock(m_mutex);
+    std::size_t at = from;
+    for (; at < end && !m_pDoor->isClosed(); ++at) {
+        if (at % LOOK_AHEAD == 0) {
+            prefetchRecords(batch, at + LOOK_AHEAD);
+            m_pLedger->prefetch(reportsFrom(batch, at));
+        }
+        const InboxItem& item = batch[at];
+        bool taken = true;
+        const bool whole = attempt(DRAIN, [&] { taken = takeHeld(item); });
+        if (!taken) break;
+        finish(item, whole);
     }
+    return at - from;
+}
+
+bool CLinkageManager::takeHeld(const InboxItem& item) {
+    if (const auto* order = std::get_if<OrderPtr>(&item.what)) {
+        doOrderDetail(*item.accountKey, *order);
+        return true;
+    }
+    const auto* deal = std::get_if<DealPtr>(&item.what);
+    return deal && takeIfFeeKnown(*item.accountKey, *deal);
+}
+
+void CLinkageManager::handle(InboxItem& item) {
+    const auto* deal = std::get_if<DealPtr>(&item.what);
+    finish(item, attempt(DRAIN, [&] {
+               if (deal) {
+                   doDealDetail(*item.accountKey, *deal);
+               } else {
+                   std::get<InboxItem::Work>(item.what)();
+               }
+           }));
+}
+
+// Where a service of the client threw, the reports behind this one must not be lost.
+void CLinkageManager::finish(const InboxItem& item, bool whole) {
+    if (!whole && !item.accountKey->empty()) loadLater(*item.accountKey);
+    if (m_options.guard) settleBalances();
 }
 
 void CLinkageManager::retire() {

@@ -20,12 +20,13 @@
 
 namespace TC {
 
-/// A recursive mutex that lets a thread in long work give way to those that wait.
+/// A recursive mutex that lets a thread in long work give way to those that wait. One thread may
+/// go before the others (CPrecedence).
 class LINKAGE_TS(capability("mutex")) CRecursiveMutex {
 public:
     /// Waits until the lock can be had. The owner may take it again.
     void lock() LINKAGE_TS(acquire_capability()) {
-        if (!m_mutex.try_lock()) lockWaiting();
+        if (mustQueue() || !m_mutex.try_lock()) lockWaiting();
         noteHold();
     }
     /// Takes the lock if no other thread has it; false when one has.
@@ -45,8 +46,46 @@ public:
     /// while the calling thread holds the lock further out.
     void giveWay();
 
+    /// How many threads wait for the lock. For tests.
+    int waiting() const { return m_nWaiting.load(); }
+
+    /// While it lives, its thread goes before all others: they may have the lock only while it
+    /// pauses or gives way. So its thread waits for nothing but a hold that is under way. One
+    /// thread at a time has it. It must not wait for another thread but in a pause, and must give
+    /// way now and then, or the others starve.
+    class CPrecedence {
+    public:
+        /// The lock must outlive this object.
+        explicit CPrecedence(CRecursiveMutex& mutex);
+        ~CPrecedence();
+        /// Lets others have the lock until resume(). In the pause its thread goes first only where
+        /// it waits.
+        void pause() { m_mutex.setAhead(false); }
+        /// Goes before all others again.
+        void resume() { m_mutex.setAhead(true); }
+        /// As CRecursiveMutex::giveWay().
+        void giveWay();
+        CPrecedence(const CPrecedence&) = delete;
+        CPrecedence& operator=(const CPrecedence&) = delete;
+
+    private:
+        CRecursiveMutex& m_mutex;
+    };
+
 private:
     void lockWaiting();
+    void queue();
+    void setAhead(bool ahead);
+    bool isOwner() const {
+        return m_owner.load(std::memory_order_relaxed) == std::this_thread::get_id();
+    }
+    bool isFirst() const {
+        return m_first.load(std::memory_order_relaxed) == std::this_thread::get_id();
+    }
+    /// Whether another thread goes first. The owner may always take the lock again.
+    bool mustQueue() const {
+        return m_bAhead.load(std::memory_order_relaxed) && !isOwner() && !isFirst();
+    }
     void noteHold() {
         if (m_nDepth++ == 0) m_owner.store(std::this_thread::get_id(), std::memory_order_relaxed);
     }
@@ -54,6 +93,8 @@ private:
     std::recursive_mutex m_mutex;
     int m_nDepth = 0;  ///< of the owner
     std::atomic<std::thread::id> m_owner{};
+    std::atomic<std::thread::id> m_first{};  ///< who has precedence
+    std::atomic<bool> m_bAhead{false};       ///< who has precedence wants or uses the lock
     std::atomic<int> m_nWaiting{0};
     std::atomic<unsigned> m_nPassed{0};  ///< who had to wait and has the lock
 };

@@ -105,8 +105,23 @@ public:
     bool fileDeal(int day, const std::string& stockKey, const std::string& accountKey,
                   const DealPtr& deal);
 
-    ByRecord<OrderPtr> accountOrders(const std::string& accountKey, int day) const;
-    ByRecord<DealPtr> accountDeals(const std::string& accountKey, int day) const;
+    ByRecord<OrderPtr> accountOrders(const std::string& accountKey, int day) const {
+        return byRecord(listOrders(accountKey, day));
+    }
+    ByRecord<DealPtr> accountDeals(const std::string& accountKey, int day) const {
+        return byRecord(listDeals(accountKey, day));
+    }
+    /// The same for who would not hold the lock while they are brought into order.
+    template <class Ptr>
+    using RecordList = std::vector<std::pair<std::uint64_t, Ptr>>;
+    RecordList<OrderPtr> listOrders(const std::string& accountKey, int day) const;
+    RecordList<DealPtr> listDeals(const std::string& accountKey, int day) const;
+    template <class Ptr>
+    static ByRecord<Ptr> byRecord(RecordList<Ptr> list) {
+        ByRecord<Ptr> records;
+        for (auto& [key, record] : list) records.emplace(key, std::move(record));
+        return records;
+    }
     /// The days under which an account has an order or a deal.
     std::set<int> filedDays(const std::string& accountKey) const;
     ByText<ByRecord<OrderPtr>> orders(int day, const std::string& stockKey,

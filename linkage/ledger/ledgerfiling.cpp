@@ -17,6 +17,13 @@ void fillRecords(const CArena<Record>& entries, std::uint32_t first,
     }
 }
 
+template <class Record, class List>
+void listRecords(const CArena<Record>& entries, std::uint32_t first, List& list) {
+    for (std::uint32_t at = first; at != NONE; at = entries[at].nextInCell) {
+        list.emplace_back(entries[at].key, entries[at].report);
+    }
+}
+
 }  // namespace
 
 bool CLedger::fileOrder(int day, const std::string& stockKey, const std::string& accountKey,
@@ -54,24 +61,24 @@ bool CLedger::fileDeal(int day, const std::string& stockKey, const std::string& 
     return isNew;
 }
 
-ByRecord<OrderPtr> CLedger::accountOrders(const std::string& accountKey, int day) const {
-    ByRecord<OrderPtr> records;
+CLedger::RecordList<OrderPtr> CLedger::listOrders(const std::string& accountKey, int day) const {
+    RecordList<OrderPtr> list;
     const std::uint32_t account = findAccount(accountKey);
-    if (account == NONE) return records;
+    if (account == NONE) return list;
     for (const std::uint32_t at : m_accounts[account].cells) {
-        if (m_cells[at].day == day) fillRecords(m_orders, m_cells[at].firstOrder, records);
+        if (m_cells[at].day == day) listRecords(m_orders, m_cells[at].firstOrder, list);
     }
-    return records;
+    return list;
 }
 
-ByRecord<DealPtr> CLedger::accountDeals(const std::string& accountKey, int day) const {
-    ByRecord<DealPtr> records;
+CLedger::RecordList<DealPtr> CLedger::listDeals(const std::string& accountKey, int day) const {
+    RecordList<DealPtr> list;
     const std::uint32_t account = findAccount(accountKey);
-    if (account == NONE) return records;
+    if (account == NONE) return list;
     for (const std::uint32_t at : m_accounts[account].cells) {
-        if (m_cells[at].day == day) fillRecords(m_deals, m_cells[at].firstDeal, records);
+        if (m_cells[at].day == day) listRecords(m_deals, m_cells[at].firstDeal, list);
     }
-    return records;
+    return list;
 }
 
 std::set<int> CLedger::filedDays(const std::string& accountKey) const {

@@ -32,35 +32,82 @@ void CCurveData::newDay(const std::string& date) {
     m_seen.clear();
     m_totals.clear();
     m_suspects.clear();
+    m_due.clear();
+    m_renewedStocks.clear();
+    m_bRunning = false;
     m_bRunToday = false;
 }
 
-std::set<CCurveData::AccountStock> CCurveData::takeSuspects() {
-    std::set<AccountStock> taken;
+// Marks of an account that is built up again go with its day.
+void CCurveData::suspectAccount(const std::string& accountKey) {
+    m_suspects.insert(accountKey);
+    m_due.erase(accountKey);
+}
+
+std::uint64_t CCurveData::beginRun() {
+    if (!m_bRunning) m_nRounds = 0;
+    m_bRunning = true;
+    return ++m_nRun;
+}
+
+bool CCurveData::addDue(Marks marks) {
+    ++m_nRounds;
     for (const std::string& account : m_suspects) {
         const auto stocks = m_totals.find(account);
         if (stocks == m_totals.end()) continue;
-        for (const auto& [stock, totals] : stocks->second) taken.emplace(account, stock);
+        std::set<std::string>& due = marks[account];
+        for (const auto& [stock, totals] : stocks->second) due.insert(stock);
     }
     m_suspects.clear();
-    return taken;
+    m_due.merge(marks);
+    for (auto& [account, stocks] : marks) m_due[account].merge(stocks);
+    return !m_due.empty();
 }
 
-CCurveData::ByStrategy& CCurveData::totalsOf(const std::string& accountKey,
-                                             const std::string& stockKey) {
+std::optional<std::pair<std::string, std::string>> CCurveData::nextDue() const {
+    if (m_due.empty()) return std::nullopt;
+    const auto& [account, stocks] = *m_due.begin();
+    return std::pair(account, *stocks.begin());
+}
+
+std::optional<std::string> CCurveData::nextStock() const {
+    if (!m_due.empty() || m_renewedStocks.empty()) return std::nullopt;
+    return *m_renewedStocks.begin();
+}
+
+void CCurveData::endRun() {
+    m_nEnded = m_nRun;
+    m_bRunning = false;
+    m_bRunToday = true;
+}
+
+// What renews a stock renews it for all its accounts, so once for each stock is enough.
+void CCurveData::renewTotals(const std::string& accountKey, const std::string& stockKey,
+                             ByStrategy totals) {
     m_bars.try_emplace(stockKey);
-    return m_totals[accountKey][stockKey];
+    m_totals[accountKey][stockKey].renew(m_nRun, m_nEnded) = std::move(totals);
+    m_renewedStocks.insert(stockKey);
+    const auto due = m_due.find(accountKey);
+    if (due == m_due.end()) return;
+    due->second.erase(stockKey);
+    if (due->second.empty()) m_due.erase(due);
 }
 
-void CCurveData::renewTraded(const std::string& stockKey) {
+std::size_t CCurveData::renewTraded(const std::string& stockKey) {
+    m_renewedStocks.erase(stockKey);
     const auto followed = m_bars.find(stockKey);
-    if (followed == m_bars.end()) return;
+    if (followed == m_bars.end()) return 0;
+    std::size_t count = m_totals.size();
     std::map<int, LinkagePeriodTradeData> sums;
     for (const auto& [account, stocks] : m_totals) {
-        const PeriodTotals* const totals = findTotals(account, stockKey, WHOLE_ACCOUNT);
-        if (!totals) continue;
+        const auto renewed = stocks.find(stockKey);
+        if (renewed == stocks.end()) continue;
+        const ByStrategy& byStrategy = renewed->second.newest();
+        const auto totals = byStrategy.find(WHOLE_ACCOUNT);
+        if (totals == byStrategy.end()) continue;
+        count += totals->second.size();
         LinkagePeriodTradeData before;
-        for (const auto& [minute, total] : *totals) {
+        for (const auto& [minute, total] : totals->second) {
             LinkagePeriodTradeData& sum = sums[minute];
             sum.m_nBuyVolume += total.m_nBuyVolume - before.m_nBuyVolume;
             sum.m_nSellVolume += total.m_nSellVolume - before.m_nSellVolume;
@@ -69,13 +116,13 @@ void CCurveData::renewTraded(const std::string& stockKey) {
             before = total;
         }
     }
-    Closes& traded = followed->second.traded;
-    traded.clear();
+    Closes& traded = followed->second.traded.renew(m_nRun, m_nEnded);
     for (const auto& [minute, sum] : sums) {
         const double volume = static_cast<double>(sum.m_nBuyVolume + sum.m_nSellVolume);
         const double price = roundedPrice((sum.m_dBuyAmount + sum.m_dSellAmount) / volume);
         if (isPrice(price)) traded.emplace_hint(traded.end(), minute, price);
     }
+    return count;
 }
 
 void CCurveData::notePrice(const std::string& stockKey, double price, std::int64_t nowMicros) {
@@ -94,7 +141,7 @@ const CCurveData::Closes* CCurveData::findSeen(const std::string& stockKey) cons
 
 const CCurveData::Closes* CCurveData::findTraded(const std::string& stockKey) const {
     const auto bars = m_bars.find(stockKey);
-    return bars == m_bars.end() ? nullptr : &bars->second.traded;
+    return bars == m_bars.end() ? nullptr : &bars->second.traded.of(m_nEnded);
 }
 
 const PeriodTotals* CCurveData::findTotals(const std::string& accountKey,
@@ -104,8 +151,9 @@ const PeriodTotals* CCurveData::findTotals(const std::string& accountKey,
     if (account == m_totals.end()) return nullptr;
     const auto stock = account->second.find(stockKey);
     if (stock == account->second.end()) return nullptr;
-    const auto totals = stock->second.find(strategy);
-    return totals == stock->second.end() ? nullptr : &totals->second;
+    const ByStrategy& byStrategy = stock->second.of(m_nEnded);
+    const auto totals = byStrategy.find(strategy);
+    return totals == byStrategy.end() ? nullptr : &totals->second;
 }
 
 bool CCurveData::isDue(const Bars& bars, const DayMoment& moment, std::int64_t nowMicros) {

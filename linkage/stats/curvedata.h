@@ -3,8 +3,10 @@
 #include "linkage/stats/periodrule.h"
 #include "platform/services/quoteclient.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <unordered_map>
@@ -12,6 +14,27 @@
 #include <vector>
 
 namespace TC {
+
+/// A value that runs renew one after another: readers have that of the newest run that has ended,
+/// however much of it the run under way has renewed.
+template <class T>
+class CRenewed {
+public:
+    /// An empty value for the run `run`; runs have growing numbers.
+    T& renew(std::uint64_t run, std::uint64_t ended) {
+        if (m_nRun <= ended) m_held = std::move(m_next);
+        m_nRun = run;
+        m_next = T();
+        return m_next;
+    }
+    const T& of(std::uint64_t ended) const { return m_nRun <= ended ? m_next : m_held; }
+    const T& newest() const { return m_next; }
+
+private:
+    T m_held;
+    T m_next;
+    std::uint64_t m_nRun = 0;  ///< of m_next
+};
 
 /// What the profit and balance curves of the day are made of: the closes of each stock's
 /// minutes, the live prices seen in them, and the deal totals at the end of each minute per
@@ -24,36 +47,49 @@ class CCurveData {
 public:
     using ByStrategy = std::map<std::string, PeriodTotals>;
     using Closes = std::map<int, double>;
-    using AccountStock = std::pair<std::string, std::string>;
+    using Marks = std::map<std::string, std::set<std::string>>;  ///< stocks by account
 
     bool m_bProfitCalcRunning = false;
     bool m_bBalanceCalcRunning = false;
 
     bool isWanted() const { return m_bProfitCalcRunning || m_bBalanceCalcRunning; }
 
-    /// Counts the runs of the period calculation; only the newest one's timer counts.
-    std::uint64_t m_nRun = 0;
-
     /// A trade date ("yyyyMMdd"): what is known of another one goes. The same date again changes
     /// nothing.
     void newDay(const std::string& date);
 
-    /// The account's day is built up again: its totals stay until the next run renews them.
-    void suspectAccount(const std::string& accountKey) { m_suspects.insert(accountKey); }
+    /// The account's day is built up again: its totals stay until a run renews them.
+    void suspectAccount(const std::string& accountKey);
 
-    /// The totals that are to be renewed although nobody marked them, because their account was
-    /// built up again.
-    std::set<AccountStock> takeSuspects();
+    // A run of the period calculation. It renews what has changed, in slices, and all of it is
+    // seen when it ends.
 
-    void noteRun() { m_bRunToday = true; }
+    /// Begins a run, or joins the one under way; the number by which to ask for it.
+    std::uint64_t beginRun();
+    /// Whether this is the run, or the joining of one, that came last.
+    bool isNewestRun(std::uint64_t run) const { return run == m_nRun; }
+    /// Also when the run has gone with its day.
+    bool isOver(std::uint64_t run) const { return !m_bRunning || run <= m_nEnded; }
+    /// Adds to what is due the marked stocks, and those of the suspected accounts; false when
+    /// nothing is due.
+    bool addDue(Marks marks);
+    /// How often addDue() was called in this run.
+    int rounds() const { return m_nRounds; }
+    /// The next account and stock whose totals are due; empty when none is.
+    std::optional<std::pair<std::string, std::string>> nextDue() const;
+    /// The next of the stocks whose totals were renewed, when no totals are due.
+    std::optional<std::string> nextStock() const;
+    /// Ends the run: everybody sees what it has renewed.
+    void endRun();
     bool hasRunToday() const { return m_bRunToday; }
 
-    /// The totals of an account's stock by strategy, to be renewed. The stock is followed
-    /// from now on.
-    ByStrategy& totalsOf(const std::string& accountKey, const std::string& stockKey);
+    /// Renews the totals of an account's stock by strategy; it is not due any more. The stock is
+    /// followed from now on.
+    void renewTotals(const std::string& accountKey, const std::string& stockKey, ByStrategy totals);
 
-    /// Derives the mean prices of a stock's deals from the totals of all accounts.
-    void renewTraded(const std::string& stockKey);
+    /// Derives the mean prices of a stock's deals from the totals of all accounts, as far as they
+    /// are renewed. Gives how many totals these are.
+    std::size_t renewTraded(const std::string& stockKey);
 
     /// Keeps a live price that came at this moment as its minute's, if there is one.
     void notePrice(const std::string& stockKey, double price, std::int64_t nowMicros);
@@ -86,8 +122,9 @@ private:
         int askedFinished = 0;
         std::int64_t askedMicros = 0;
         std::int64_t waitMicros = 0;  ///< until it is asked again
-        Closes traded;
+        CRenewed<Closes> traded;
     };
+    using Totals = std::map<std::string, std::map<std::string, CRenewed<ByStrategy>>>;
 
     static bool isDue(const Bars& bars, const DayMoment& moment, std::int64_t nowMicros);
 
@@ -95,8 +132,15 @@ private:
     std::int64_t m_nMidnight = 0;  ///< of the date, seconds since the epoch
     std::map<std::string, Bars> m_bars;
     std::unordered_map<std::string, Closes> m_seen;
-    std::map<std::string, std::map<std::string, ByStrategy>> m_totals;  ///< account, stock
+    Totals m_totals;  ///< account, stock
     std::set<std::string> m_suspects;
+
+    std::uint64_t m_nRun = 0;    ///< counts runs, and who joined one
+    std::uint64_t m_nEnded = 0;  ///< the newest of them that has ended
+    bool m_bRunning = false;
+    int m_nRounds = 0;
+    Marks m_due;
+    std::set<std::string> m_renewedStocks;
     bool m_bRunToday = false;
 };
 

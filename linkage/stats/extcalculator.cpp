@@ -19,74 +19,114 @@ namespace {
 
 constexpr std::int64_t EXT_MICROS = 10'000'000;
 
+/// So much is renewed in one hold of the lock, counted in minutes of records and in records.
+constexpr std::size_t RENEWED_PER_HOLD = 200;
+/// A run goes over what has changed meanwhile so many times; the next run has the rest.
+constexpr int MOST_ROUNDS = 16;
+
 using Minutes = std::map<int, LinkagePeriodTradeData>;
 
-void addMinutes(const CLedger& ledger, const Figures& figures, Minutes& minutes) {
+/// Gives how many they are.
+std::size_t addMinutes(const CLedger& ledger, const Figures& figures, Minutes& minutes) {
+    std::size_t count = 0;
     ledger.forEachMinute(figures, [&](int minute, const LinkagePeriodTradeData& deals) {
         minutes[minute] += deals;
+        ++count;
     });
+    return count;
 }
 
 }  // namespace
 
+// On the thread of a call, which has its curves when it returns.
 void CLinkageManager::runExtCalculator() {
-    if (renewCurves()) requestQuote();
+    const std::uint64_t run = beginCurves();
+    if (run == 0) return;
+    while (!renewCurves(run)) m_mutex.giveWay();
 }
 
-bool CLinkageManager::renewCurves() {
+std::uint64_t CLinkageManager::beginCurves() {
     const CLock lock(m_mutex);
-    if (!m_bInited || !m_pCurveData->isWanted()) return false;
-    m_pCurveData->noteRun();
-    std::set<CCurveData::AccountStock> due = m_pCurveData->takeSuspects();
-    for (const auto& [account, stocks] : m_pQuotes->takeMarkers()) {
-        for (const std::string& stock : stocks) due.emplace(account, stock);
-    }
-    // What follows renews a stock for all its accounts, so one call for each stock is enough.
-    std::set<std::string> renewed;
-    for (const auto& [account, stock] : due) {
-        renewPeriodTotals(account, stock);
-        renewed.insert(stock);
-    }
-    for (const std::string& stock : renewed) {
-        m_pCurveData->renewTraded(stock);
-        renewCloseValues(stock);
-    }
+    if (!m_bInited || !m_pCurveData->isWanted()) return 0;
+    const std::uint64_t run = m_pCurveData->beginRun();
     // After switching off and on again, the timer of the earlier run may still be waiting.
-    const std::uint64_t run = ++m_pCurveData->m_nRun;
     armTimer(*m_pEngine->m_extTimer, *m_pEngine->m_strand, EXT_MICROS, guarded([this, run] {
         CLock runLock(m_mutex);
-        const bool newest = m_pCurveData->m_nRun == run;
+        const bool newest = m_pCurveData->isNewestRun(run);
         runLock.unlock();
-        if (newest) runExtCalculator();
+        if (!newest) return;
+        if (const std::uint64_t next = beginCurves()) renewCurvesInTurns(next);
     }));
+    return run;
+}
+
+void CLinkageManager::renewCurvesInTurns(std::uint64_t run) {
+    if (!renewCurves(run)) post([this, run] { renewCurvesInTurns(run); });
+}
+
+// Between two slices anything may happen. What changes the totals is gone over again, so that what
+// is seen in the end is of one moment, that of the last slice.
+bool CLinkageManager::renewCurves(std::uint64_t run) {
+    {
+        const CLock lock(m_mutex);
+        for (std::size_t renewed = 0; renewed < RENEWED_PER_HOLD;) {
+            if (m_pCurveData->isOver(run)) return true;
+            const std::size_t count = renewNext();
+            renewed += count;
+            if (count > 0) continue;
+            if (m_pCurveData->rounds() < MOST_ROUNDS &&
+                m_pCurveData->addDue(m_pQuotes->takeMarkers())) {
+                continue;
+            }
+            m_pCurveData->endRun();
+            break;
+        }
+        if (!m_pCurveData->isOver(run)) return false;
+    }
+    requestQuote();
     return true;
 }
 
-void CLinkageManager::renewPeriodTotals(const std::string& accountKey,
-                                        const std::string& stockKey) {
-    CCurveData::ByStrategy& totals = m_pCurveData->totalsOf(accountKey, stockKey);
-    totals.clear();
+std::size_t CLinkageManager::renewNext() {
+    if (const auto due = m_pCurveData->nextDue()) {
+        return 1 + renewPeriodTotals(due->first, due->second);
+    }
+    const auto stock = m_pCurveData->nextStock();
+    if (!stock) return 0;
+    const std::size_t traded = m_pCurveData->renewTraded(*stock);
+    return 1 + traded + renewCloseValues(*stock);
+}
+
+std::size_t CLinkageManager::renewPeriodTotals(const std::string& accountKey,
+                                               const std::string& stockKey) {
+    CCurveData::ByStrategy totals;
+    std::size_t count = 0;
     // Deals without strategy stand under "" in the ledger; here "" is the account as a
     // whole, as in every other figure.
     Minutes wide;
     for (const auto& [strategy, figures] : m_pLedger->figuresOfStock(accountKey, stockKey)) {
-        addMinutes(*m_pLedger, *figures, wide);
+        count += addMinutes(*m_pLedger, *figures, wide);
         if (strategy.empty()) continue;
         Minutes own;
         addMinutes(*m_pLedger, *figures, own);
         totals[strategy] = totalsOf(own);
     }
     totals[WHOLE_ACCOUNT] = totalsOf(wide);
+    m_pCurveData->renewTotals(accountKey, stockKey, std::move(totals));
+    return count;
 }
 
-void CLinkageManager::renewCloseValues(const std::string& stockKey) {
+std::size_t CLinkageManager::renewCloseValues(const std::string& stockKey) {
     const CCurveData::Closes* const closes = m_pCurveData->findCloses(stockKey);
-    if (!closes) return;
+    if (!closes) return 0;
     const double close = closes->rbegin()->second;
+    std::size_t count = 0;
     m_pLedger->forEachOfStock(stockKey, [&](Figures& figures) {
         const std::int32_t net = effectiveFigures(figures.record, m_bClientType3).net();
         figures.record.m_dCloseValue = positionValueOf(net, close);
+        ++count;
     });
+    return count;
 }
 
 void CLinkageManager::requestQuote() {

@@ -20,7 +20,7 @@ Sources sourcesOf(const ByRecord<boost::shared_ptr<Record>>& records,
                   const std::unordered_map<std::uint64_t, int>& imports) {
     Sources sources;
     for (const auto& [key, record] : records) {
-        RecordSource& source = sources[key];
+        RecordSource& source = sources.emplace_hint(sources.end(), key, RecordSource())->second;
         if (record->m_bImported) {
             const auto import = imports.find(key);
             source = {RecordSource::EKind::Imported, import == imports.end() ? 0 : import->second};
@@ -40,17 +40,29 @@ std::set<int> CLinkageManager::getFiledDays(const std::string& accountKey) const
 
 Sources CLinkageManager::getRecordSources(EHistoryRecords records, const std::string& accountKey,
                                           int day) const {
-    const CLock lock(m_mutex);
-    const auto sources = [&]<class Record>(const ImportState::Days<Record>& days) {
-        const auto imported = days.find({accountKey, day});
-        return sourcesOf(recordsOfDay<Record>(*m_pLedger, accountKey, day),
-                         m_pServerHistory->filedKeys(records, accountKey, dayText(day)),
-                         imported == days.end() ? std::unordered_map<std::uint64_t, int>()
-                                                : imported->second.origins());
-    };
-    return records == EHistoryRecords::Deals
-               ? sources.operator()<vexservice::CDealDetail>(m_pImports->deals)
-               : sources.operator()<vexservice::COrderDetail>(m_pImports->orders);
+    const bool ofDeals = records == EHistoryRecords::Deals;
+    CLedger::RecordList<DealPtr> deals;
+    CLedger::RecordList<OrderPtr> orders;
+    CServerHistory::Keys answered;
+    std::unordered_map<std::uint64_t, int> imports;
+    {
+        // What is copied under the lock is brought into order without it.
+        const CLock lock(m_mutex);
+        const auto importsOf = [&](const auto& days) {
+            const auto imported = days.find({accountKey, day});
+            if (imported != days.end()) imports = imported->second.origins();
+        };
+        answered = m_pServerHistory->filedKeys(records, accountKey, dayText(day));
+        if (ofDeals) {
+            deals = m_pLedger->listDeals(accountKey, day);
+            importsOf(m_pImports->deals);
+        } else {
+            orders = m_pLedger->listOrders(accountKey, day);
+            importsOf(m_pImports->orders);
+        }
+    }
+    return ofDeals ? sourcesOf(CLedger::byRecord(std::move(deals)), answered, imports)
+                   : sourcesOf(CLedger::byRecord(std::move(orders)), answered, imports);
 }
 
 }  // namespace TC

@@ -160,18 +160,31 @@ std::optional<CFileSaver::Wishes> CFileSaver::take(bool onSaveThread) {
     return merged(earlier, *std::exchange(m_wishes, std::nullopt));
 }
 
-// One round: composes what is asked for and writes it. False when nothing was.
-// Asked for, composed: both happen in one hold of the manager's lock, so that whoever
+// Nothing is taken off the wishes here: who finishes saves under the manager's lock must not find
+// one that waits for it.
+void CFileSaver::prepare() {
+    if (!m_composer.prepare) return;
+    {
+        const std::lock_guard lock(m_mutex);
+        if (!m_wishes) return;
+    }
+    while (m_composer.prepare()) m_managerMutex.giveWay();
+}
+
+// One round: takes what is asked for, composes and writes it. False when nothing was.
+// Asked for, taken: both happen in one hold of the manager's lock, so that whoever
 // holds it finds a save either still to be taken or past the need of that lock.
 bool CFileSaver::serve(bool onSaveThread) {
+    prepare();
     CLock lock(m_managerMutex);
     const std::optional<Wishes> wishes = take(onSaveThread);
     if (!wishes) return false;
     CFileSet::Fault fault;
     {
         const Writing writing(*this);
-        const Save save = compose(*wishes);
+        Save save = takeFiles(*wishes);
         lock.unlock();
+        compose(save, *wishes);
         try {
             fault = commit(save);
         } catch (const std::exception& error) {
@@ -186,19 +199,29 @@ bool CFileSaver::serve(bool onSaveThread) {
     return true;
 }
 
-CFileSaver::Save CFileSaver::compose(const Wishes& wishes) {
+CFileSaver::Save CFileSaver::takeFiles(const Wishes& wishes) {
     Save save;
     save.number = ++m_nNumber;
     try {
-        if (wishes.all) save.texts = m_composer.all(*wishes.all);
-        if (wishes.balanceTimes) {
-            for (auto& [name, text] : m_composer.balanceTimes()) save.texts[name] = std::move(text);
-        }
+        if (wishes.all) save.taken.push_back(m_composer.all(*wishes.all));
+        if (wishes.balanceTimes) save.taken.push_back(m_composer.balanceTimes());
     } catch (...) {
         putBack(wishes);
         throw;
     }
     return save;
+}
+
+void CFileSaver::compose(Save& save, const Wishes& wishes) {
+    try {
+        for (auto& make : save.taken) {
+            for (auto& [name, text] : make()) save.texts[name] = std::move(text);
+        }
+        save.taken.clear();
+    } catch (...) {
+        putBack(wishes);
+        throw;
+    }
 }
 
 // What could not be composed stands, unless it was asked for anew.

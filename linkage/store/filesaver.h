@@ -29,9 +29,9 @@ namespace TC {
 ///
 /// Saving. A request is noted and served by a thread of its own; requests made before it
 /// gets to them are served together, so there is at most one save thread and one waiting
-/// save however many ask. What is written is composed under the manager's lock; encoding
-/// and writing happen without it. All files of a save take their places together or none
-/// does (CFileSet).
+/// save however many ask. What is written is taken under the manager's lock, in one hold; the
+/// texts are made, encoded and written without it. All files of a save take their places together
+/// or none does (CFileSet).
 ///
 /// Failure. A save that fails is tried again: with the next request, by finish(), and by
 /// retry(), for which the owner is asked. What is written then is what is composed then. A
@@ -55,12 +55,16 @@ public:
 
     /// What the owner does for the saver.
     struct Composer {
-        /// Compose the files as they stand now; called under the manager's lock.
-        std::function<Texts(bool withTime)> all;
-        std::function<Texts()> balanceTimes;
+        /// Take what the files hold as things stand now; called under the manager's lock. What
+        /// they give makes the texts of that, and is called without the lock.
+        std::function<std::function<Texts()>(bool withTime)> all;
+        std::function<std::function<Texts()>()> balanceTimes;
         /// Calls retry() after a while; false when that cannot be done yet. Called from any
         /// thread, without a lock of the saver.
         std::function<bool()> retryLater = {};
+        /// Does a part of what would take long in the hold in which the files are taken; false
+        /// when nothing is left. Takes the manager's lock.
+        std::function<bool()> prepare = {};
     };
 
     using StartThread = std::function<boost::thread(std::function<void()>)>;
@@ -115,7 +119,8 @@ private:
     };
     struct Save {
         std::uint64_t number = 0;
-        Texts texts;
+        std::vector<std::function<Texts()>> taken = {};
+        Texts texts = {};
     };
     struct Writing;
 
@@ -125,7 +130,9 @@ private:
     void run();
     bool serve(bool onSaveThread);
     std::optional<Wishes> take(bool onSaveThread);
-    Save compose(const Wishes& wishes) LINKAGE_REQUIRES(m_managerMutex);
+    void prepare();
+    Save takeFiles(const Wishes& wishes) LINKAGE_REQUIRES(m_managerMutex);
+    void compose(Save& save, const Wishes& wishes);
     void putBack(const Wishes& wishes);
     CFileSet::Fault commit(const Save& save);
     CFileSet::Fault stage(const Save& save, std::vector<CFileSet::Change>& staged);

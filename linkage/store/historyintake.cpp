@@ -79,6 +79,7 @@ void CLinkageManager::doHistoryDeal(const DealReport& report, const DealChange& 
     if (!history.claim(operation, historyKey, report.accountKey, strategy)) return;
     const std::string key = csv::tradeKey(deal.m_strTradeDate, deal.m_strDealID);
     history.m_writtenTradeKeys[historyKey].insert(key);
+    history.m_picture.touch(historyKey);
 
     bool fits = true;
     const auto stocks = history.m_historyLinkageData.find(historyKey);

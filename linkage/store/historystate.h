@@ -3,6 +3,7 @@
 #include "linkage/core/managerstate.h"
 #include "linkage/core/published.h"
 #include "linkage/ledger/runningrecords.h"
+#include "linkage/store/historypicture.h"
 
 #include <map>
 #include <set>
@@ -26,8 +27,11 @@ struct HistoryState {
     /// history key: the pair that its history is of. Two pairs may have one history key
     /// ("881" with "5", "88" with "15"); the key belongs to the first while it holds anything.
     std::map<std::string, std::pair<std::string, std::string>> m_owners;
-    /// Rows and names that could not be saved; each is logged once.
-    std::set<std::string> m_refusedNames;
+    /// What saves see of the three above: whoever changes something there tells it.
+    CHistoryPicture m_picture;
+    /// Rows and names that could not be saved; each is logged once. Saves use it without the
+    /// manager's lock.
+    CPublished<std::set<std::string>> m_refusedNames;
     /// The stamp of the last write, or of the file that was read.
     std::string m_strWriteTime;
     /// Running orders and tasks that balance history.

@@ -82,6 +82,7 @@ void CLinkageManager::addHistoryStat(const std::string& key, TradeStatData stat)
         return;
     }
     m_pHistory->m_alreadyAddedKeys.insert(key);
+    m_pHistory->m_picture.touch(key);
     if (isNew) {
         LINKAGE_LOG_INFO("TC::CLinkageManager::addHistoryStat",
                          "[CLinkageManager::addHistoryStat]:new：key:{0},m_nTotalBuyVolume：{1}, "
@@ -118,6 +119,7 @@ void CLinkageManager::addHistoryLinkdata(const std::string& accountKey,
         // what the other one adds.
         const auto [at, inserted] =
             m_pHistory->m_historyLinkageData[historyKey].try_emplace(stock, record);
+        m_pHistory->m_picture.share(historyKey);
         if (!inserted && !addFigures(*at->second, today, record->m_dCloseValue)) {
             LINKAGE_LOG_WARNING(operation, "key {0}, stock {1} refused: its total has no room",
                                 historyKey, stock);
@@ -144,6 +146,7 @@ void CLinkageManager::setHistoryStatDataId(const std::string& key, int id) {
         const auto at = records.find(key);
         if (at != records.end()) at->second.m_nId = id;
     });
+    m_pHistory->m_picture.touch(key);
 }
 
 bool CLinkageManager::isAlreadyAdd(const std::string& key) const {
@@ -162,6 +165,7 @@ void CLinkageManager::deleteHistoryAlreadyBalancedata() {
         LINKAGE_LOG_INFO("TC::CLinkageManager::deleteHistoryAlreadyBalancedata",
                          "Delete history already balanced data : {0}", at->first);
         m_pHistory->m_historyLinkageData.erase(at->first);
+        m_pHistory->m_picture.touch(at->first);
         at = records.erase(at);
     }
     m_pHistory->m_historyStatData.set(std::move(records));
@@ -172,6 +176,7 @@ void CLinkageManager::deleteHistoryLinkageData(const std::string& key, const std
     const CLock lock(m_mutex);
     const auto stocks = m_pHistory->m_historyLinkageData.find(key);
     if (stocks != m_pHistory->m_historyLinkageData.end()) stocks->second.erase(stock);
+    m_pHistory->m_picture.touch(key);
     writedata(false);
 }
 
@@ -183,6 +188,7 @@ void CLinkageManager::deleteAllHisTorydata() {
     m_pHistory->m_historyStatData.set({});
     m_pHistory->m_historyLinkageData.clear();
     m_pHistory->m_alreadyAddedKeys.clear();
+    m_pHistory->m_picture.clear();
     m_pSaver->remove({STAT_FILE, BALANCE_FILE});
     raise("CLinkageManager::deleteAllHisTorydata", sigHistoryCleared);
 }

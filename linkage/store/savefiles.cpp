@@ -15,7 +15,9 @@
 #include <QFile>
 
 #include <algorithm>
+#include <functional>
 #include <initializer_list>
+#include <set>
 
 namespace TC {
 
@@ -24,11 +26,21 @@ namespace {
 constexpr char SAVE_FILES[] = "TC::CLinkageManager::writedata";
 constexpr std::int64_t SAVE_RETRY_MICROS = 30'000'000;
 
+/// So many rows are copied in one hold of the lock.
+constexpr std::size_t ROWS_PER_SLICE = 50;
+
+using Names = CPublished<std::set<std::string>>;
+using Rows = CHistoryPicture::Rows;
+
+bool isNewName(Names& refused, const std::string& name) {
+    return refused.with([&](auto& names) { return names.insert(name).second; });
+}
+
 // Whether a row of these can be read back. What cannot be is left out, and said once.
-bool isRow(HistoryState& history, const char* file, std::initializer_list<std::string> names) {
+bool isRow(Names& refused, const char* file, std::initializer_list<std::string> names) {
     if (std::all_of(names.begin(), names.end(), csv::isField)) return true;
     std::string row = fmt::format("{}", fmt::join(names, "|"));
-    if (history.m_refusedNames.insert(file + row).second) {
+    if (isNewName(refused, file + row)) {
         LINKAGE_LOG_WARNING(SAVE_FILES, "row left out of {0}, no file can hold such a name : {1}",
                             file, csv::asField(row));
     }
@@ -36,40 +48,43 @@ bool isRow(HistoryState& history, const char* file, std::initializer_list<std::s
 }
 
 // A text that only describes; nothing is found by it.
-void describeSafely(HistoryState& history, std::string& text) {
+void describeSafely(Names& refused, std::string& text) {
     std::string field = csv::asField(text);
     if (field == text) return;
-    if (history.m_refusedNames.insert(text).second) {
+    if (isNewName(refused, text)) {
         LINKAGE_LOG_WARNING(SAVE_FILES, "text saved as : {0}", field);
     }
     text = std::move(field);
 }
 
-std::string statText(HistoryState& history, const std::map<std::string, std::string>* times) {
+std::string statText(const Rows& rows, Names& refused, const std::string& stamp,
+                     const std::map<std::string, std::string>* times) {
     std::map<std::string, std::string> byHistoryKey;
     if (times) byHistoryKey = csv::timesByHistoryKey(*times);
     std::string text = csv::statHeader();
-    for (const auto& [key, kept] : history.m_historyStatData.get()) {
-        if (!isRow(history, STAT_FILE, {key, kept.m_strAccountKey, kept.m_strStrategy})) continue;
-        TradeStatData record = kept;
+    for (const CHistoryPicture::Row& row : rows) {
+        if (!row->stat) continue;
+        TradeStatData record = *row->stat;
+        if (!isRow(refused, STAT_FILE, {row->key, record.m_strAccountKey, record.m_strStrategy})) {
+            continue;
+        }
         for (std::string* each : {&record.m_strFundAccountId, &record.m_strAccountName,
                                   &record.m_strAccountType, &record.m_strBroker}) {
-            describeSafely(history, *each);
+            describeSafely(refused, *each);
         }
-        std::string time = times ? csv::balanceTimeOf(key, record, *times, byHistoryKey) : "";
-        describeSafely(history, time);
-        text += csv::statRow(key, record, history.m_strWriteTime, time);
+        std::string time = times ? csv::balanceTimeOf(row->key, record, *times, byHistoryKey) : "";
+        describeSafely(refused, time);
+        text += csv::statRow(row->key, record, stamp, time);
     }
     return text;
 }
 
-std::string balanceText(HistoryState& history, bool clientType3) {
+std::string balanceText(const Rows& rows, Names& refused, const std::string& stamp) {
     std::string text = csv::balanceHeader();
-    for (const auto& [key, stocks] : history.m_historyLinkageData) {
-        for (const auto& [stock, record] : stocks) {
-            if (!isRow(history, BALANCE_FILE, {key, stock})) continue;
-            text += csv::balanceRow(key, stock, effectiveFigures(*record, clientType3),
-                                    history.m_strWriteTime);
+    for (const CHistoryPicture::Row& row : rows) {
+        for (const auto& [stock, figures] : row->stocks) {
+            if (!isRow(refused, BALANCE_FILE, {row->key, stock})) continue;
+            text += csv::balanceRow(row->key, stock, figures, stamp);
         }
     }
     return text;
@@ -77,30 +92,30 @@ std::string balanceText(HistoryState& history, bool clientType3) {
 
 // The rows of the deals that `belongs` takes.
 template <class Belongs>
-std::string detailRows(HistoryState& history, Belongs belongs) {
-    std::string rows;
-    for (const auto& [key, tradeKeys] : history.m_writtenTradeKeys) {
-        for (const std::string& tradeKey : tradeKeys) {
-            if (belongs(tradeKey) && isRow(history, DETAIL_FILE, {key, tradeKey})) {
-                rows += csv::detailRow(key, tradeKey);
+std::string detailRows(const Rows& rows, Names& refused, Belongs belongs) {
+    std::string text;
+    for (const CHistoryPicture::Row& row : rows) {
+        for (const std::string& tradeKey : row->tradeKeys) {
+            if (belongs(tradeKey) && isRow(refused, DETAIL_FILE, {row->key, tradeKey})) {
+                text += csv::detailRow(row->key, tradeKey);
             }
         }
     }
-    return rows;
+    return text;
 }
 
-std::string detailText(HistoryState& history, const std::string& today) {
-    return csv::detailHeader() + detailRows(history, [&](const std::string& tradeKey) {
+std::string detailText(const Rows& rows, Names& refused, const std::string& today) {
+    return csv::detailHeader() + detailRows(rows, refused, [&](const std::string& tradeKey) {
                return csv::isTradeKeyOf(tradeKey, today);
            });
 }
 
-std::string keptText(HistoryState& history, const std::string& today,
+std::string keptText(const Rows& rows, Names& refused, const std::string& today,
                      const std::string& tradeDate) {
-    std::string rows = detailRows(history, [&](const std::string& tradeKey) {
+    std::string text = detailRows(rows, refused, [&](const std::string& tradeKey) {
         return csv::isKept(tradeKey, today, tradeDate);
     });
-    return rows.empty() ? rows : csv::detailHeader() + rows;
+    return text.empty() ? text : csv::detailHeader() + text;
 }
 
 }  // namespace
@@ -118,7 +133,8 @@ RoomPtr<CFileSaver> CLinkageManager::makeSaver() {
                              [this] {
                                  if (m_pEngine->hasStrand()) post([this] { retrySaveLater(); });
                                  return m_pEngine->hasStrand();
-                             }},
+                             },
+                             [this] { return followHistory(); }},
         std::make_unique<CDiskFiles>());
 }
 
@@ -145,24 +161,41 @@ void CLinkageManager::retrySaveLater() {
              guarded([this] { m_pSaver->retry(); }));
 }
 
-std::map<std::string, std::string> CLinkageManager::writeToFile(bool withTime) {
+bool CLinkageManager::followHistory() {
+    const CLock lock(m_mutex);
+    return m_pHistory->m_picture.follow(*m_pHistory, m_bClientType3, ROWS_PER_SLICE);
+}
+
+CLinkageManager::TextMaker CLinkageManager::writeToFile(bool withTime) {
     const CLock lock(m_mutex);
     const std::string today = todayText();
     m_pHistory->m_strWriteTime = withTime ? nowText() : csv::dayStamp(today);
     // This writer leaves the balance times out of the file; it always has.
-    return {{STAT_FILE, statText(*m_pHistory, nullptr)},
-            {BALANCE_FILE, balanceText(*m_pHistory, m_bClientType3)},
-            {DETAIL_FILE, detailText(*m_pHistory, today)},
-            {KEPT_FILE, keptText(*m_pHistory, today, m_pTradeDate->get())}};
+    return [taken = m_pHistory->m_picture.take(*m_pHistory, m_bClientType3),
+            &refused = m_pHistory->m_refusedNames, today, stamp = m_pHistory->m_strWriteTime,
+            tradeDate = m_pTradeDate->get()] {
+        const Rows rows = taken.rows();
+        // One after the other, because names that are refused are logged.
+        CFileSaver::Texts texts;
+        texts[STAT_FILE] = statText(rows, refused, stamp, nullptr);
+        texts[BALANCE_FILE] = balanceText(rows, refused, stamp);
+        texts[DETAIL_FILE] = detailText(rows, refused, today);
+        texts[KEPT_FILE] = keptText(rows, refused, today, tradeDate);
+        return texts;
+    };
 }
 
-std::map<std::string, std::string> CLinkageManager::writeBlanaceTimeToFile() {
+CLinkageManager::TextMaker CLinkageManager::writeBlanaceTimeToFile() {
     const CLock lock(m_mutex);
     m_pHistory->m_strWriteTime = csv::dayStamp(todayText());
-    const auto times = m_pBalance->m_balanceTimes.get();
-    std::map<std::string, std::string> texts = {{STAT_FILE, statText(*m_pHistory, &times)}};
-    if (m_options.keepBalanceTimes) texts[BALANCE_TIMES_FILE] = balanceTimesText(times);
-    return texts;
+    return [taken = m_pHistory->m_picture.take(*m_pHistory, m_bClientType3),
+            &refused = m_pHistory->m_refusedNames, stamp = m_pHistory->m_strWriteTime,
+            times = m_pBalance->m_balanceTimes.get(), keeps = m_options.keepBalanceTimes] {
+        CFileSaver::Texts texts;
+        texts[STAT_FILE] = statText(taken.rows(), refused, stamp, &times);
+        if (keeps) texts[BALANCE_TIMES_FILE] = balanceTimesText(times);
+        return texts;
+    };
 }
 
 bool CLinkageManager::isNewToHistory(const std::string& historyKey,

@@ -371,14 +371,18 @@ void CLinkageManager::endHistoryDay(HistoryQuery query, const HistoryDay& result
 
 std::map<unsigned long long, DealPtr> CLinkageManager::getAccountDeals(
     const std::string& accountKey, int day) const {
-    const CLock lock(m_mutex);
-    return m_pLedger->accountDeals(accountKey, day);
+    CLock lock(m_mutex);
+    auto filed = m_pLedger->listDeals(accountKey, day);
+    lock.unlock();
+    return CLedger::byRecord(std::move(filed));
 }
 
 std::map<unsigned long long, OrderPtr> CLinkageManager::getAccountOrders(
     const std::string& accountKey, int day) const {
-    const CLock lock(m_mutex);
-    return m_pLedger->accountOrders(accountKey, day);
+    CLock lock(m_mutex);
+    auto filed = m_pLedger->listOrders(accountKey, day);
+    lock.unlock();
+    return CLedger::byRecord(std::move(filed));
 }
 
 }  // namespace TC

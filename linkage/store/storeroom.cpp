@@ -30,6 +30,8 @@ RoomPtr<CServerHistory> CLinkageManager::makeServerHistory() { return makeRoom<C
 
 void CLinkageManager::newStoreDay() {
     m_pHistory->m_alreadyAddedKeys.clear();
+    // The trade keys of any pair may go.
+    m_pHistory->m_picture.newDay();
     auto& written = m_pHistory->m_writtenTradeKeys;
     if (m_options.guard) {
         // A date that is announced again brings the same deals again: what history has of them

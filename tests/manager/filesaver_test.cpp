@@ -48,11 +48,14 @@ struct Saver {
     ~Saver() { disk::end(); }
 
     std::unique_ptr<CFileSaver> make(std::unique_ptr<IFileSystem> files) {
-        const auto times = [this] { return CFileSaver::Texts{{STAT_FILE, text('a' - '1')}}; };
+        const auto times = [this] {
+            return [texts = CFileSaver::Texts{{STAT_FILE, text('a' - '1')}}] { return texts; };
+        };
         return std::make_unique<CFileSaver>(
             mutex, boost::make_shared<CDoor>(), CFileSaver::Place{directory},
-            CFileSaver::Composer{[this](bool) { return compose(); }, times}, std::move(files),
-            start);
+            CFileSaver::Composer{[this](bool) { return [texts = compose()] { return texts; }; },
+                                 times},
+            std::move(files), start);
     }
     /// As another process would, which first reads.
     void reopen(std::unique_ptr<IFileSystem> files = std::make_unique<CDiskFiles>()) {

@@ -1,4 +1,5 @@
 #include "linkage/stats/periodpoint.h"
+#include "replay/manageraccess.h"
 #include "tests/support/fixture.h"
 
 #include <gtest/gtest.h>
@@ -329,6 +330,127 @@ TEST(PeriodCurves, AreTheSameInWhateverOrderThingsArrive) {
         }
         std::shuffle(all.begin(), all.end(), random);
     }
+}
+
+// ------------------------------------------------------------- runs in several slices
+
+/// A day with so many stocks that a run takes several turns of the strand. The calculators' timers
+/// fall on the same moments every half minute, so a slot can look in between.
+struct ManyStocks : testing::Test {
+    static constexpr int STOCKS = 600;
+    Ready f{{.now = "2024-01-02 10:00:02"}, {"A", "B"}};
+    std::uint64_t key = 0;
+    std::vector<std::string> seen;      ///< at each turn, without repetitions
+    std::function<void()> inTheMiddle;  ///< once, in a later turn of a run
+
+    void SetUp() override {
+        f.manager().startProfitCalculator();
+        f.manager().sigStatDataChanged.connect([this] {
+            if (f.now() == "10:01:02.000" && std::exchange(m_nLooks, 0) > 0) look(60);
+        });
+        dealAll("100001");
+        f.advanceTo("10:00:40");
+        ASSERT_EQ(pictures(), "600 600");
+        f.advanceTo("10:00:55");
+        dealAll("100031");
+    }
+
+    /// A hundred shares of each stock for each account.
+    void dealAll(const std::string& time) {
+        for (int stock = 0; stock < STOCKS; ++stock) {
+            for (const char* account : {"A", "B"}) report(account, stock, time);
+        }
+        f.settle();
+    }
+    void report(const std::string& account, int stock, const std::string& time) {
+        Deal deal{.account = account, .key = ++key, .strategy = "S"};
+        deal.stock = "SH" + std::to_string(600000 + stock);
+        deal.time = time;
+        f.client().report(account, f.makeDeal(deal));
+    }
+    /// How many hundred shares the accounts' curves have in their first minute.
+    std::string pictures() {
+        std::string text;
+        for (const std::string account : {"A", "B"}) {
+            const Curve whole = f.manager().getPeriodCurve(account, "");
+            const Curve own = f.manager().getPeriodCurve(account, "S");
+            const auto bought = [](const Curve& curve) {
+                return curve.empty() ? 0 : curve.begin()->second.buyVolume / 100;
+            };
+            EXPECT_EQ(bought(whole), bought(own));
+            text += (text.empty() ? "" : " ") + std::to_string(bought(whole));
+        }
+        return text;
+    }
+    /// Looks at so many turns of the strand.
+    void look(int turns) {
+        if (turns == 0) return;
+        const std::string now = pictures();
+        if (seen.empty() || seen.back() != now) seen.push_back(now);
+        if (turns == 57 && inTheMiddle) inTheMiddle();
+        if (!f.hasManager()) return;
+        TC::ManagerAccess::post(f.manager(), [this, turns] { look(turns - 1); });
+    }
+
+private:
+    int m_nLooks = 1;
+};
+
+TEST_F(ManyStocks, AreSeenTogether) {
+    // The minutes of the run before stay until all are renewed.
+    int turns = 0;
+    inTheMiddle = [&] { turns = static_cast<int>(seen.size()); };
+    f.advanceTo("10:01:02");
+    EXPECT_EQ(seen, (Texts{"600 600", "1200 1200"}));
+    EXPECT_EQ(turns, 1) << "the run took more turns than were looked at";
+}
+
+TEST_F(ManyStocks, ARunThatWasOvertakenByDealsIsOfOneMoment) {
+    inTheMiddle = [&] {
+        for (const int stock : {0, STOCKS - 1}) {
+            for (const char* account : {"A", "B"}) report(account, stock, "100059");
+        }
+    };
+    f.advanceTo("10:01:02");
+    EXPECT_EQ(seen, (Texts{"600 600", "1202 1202"}));
+}
+
+TEST_F(ManyStocks, WhoAsksInTheMiddleOfARunHasItsCurvesAtOnce) {
+    inTheMiddle = [&] {
+        f.manager().stopProfitCalculator();
+        f.manager().startBalanceCalculator();
+        EXPECT_EQ(pictures(), "1200 1200");
+    };
+    f.advanceTo("10:01:02");
+    report("A", 1, "100045");
+    f.settle();
+    f.advanceTo("10:01:11");
+    EXPECT_EQ(pictures(), "1200 1200");
+    f.advanceTo("10:01:12");
+    EXPECT_EQ(pictures(), "1201 1200") << "and the next run comes in its turn";
+}
+
+TEST_F(ManyStocks, AnAccountThatIsLoadedInTheMiddleIsRenewedWithItsRun) {
+    inTheMiddle = [&] { f.manager().requestAccount("A"); };
+    f.advanceTo("10:01:02");
+    EXPECT_EQ(seen, (Texts{"600 600", "1200 1200"}));
+}
+
+TEST_F(ManyStocks, ANewTradingDateEndsTheRunOfTheOldOne) {
+    inTheMiddle = [&] { f.client().newTradingDate("20240103", "20240103"); };
+    f.advanceTo("10:01:02");
+    EXPECT_EQ(seen, (Texts{"600 600", "0 0"}));
+    f.advanceTo("2024-01-03 10:00:02");
+    report("A", 1, "100001");
+    f.settle();
+    f.advance(10);
+    EXPECT_EQ(pictures(), "1 0");
+}
+
+TEST_F(ManyStocks, AReleaseInTheMiddleOfARunEndsIt) {
+    inTheMiddle = [&] { utils::CSingletonT<TC::CLinkageManager>::release(); };
+    f.advanceTo("10:01:02");
+    EXPECT_FALSE(f.hasManager());
 }
 
 }  // namespace

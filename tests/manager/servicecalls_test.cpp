@@ -222,6 +222,50 @@ TEST(ServiceCalls, AreAskedUnderTheLockWhereTheGuideSaysSo) {
     EXPECT_EQ(textOf(seen), textOf(documentedLocks()));
 }
 
+// Reports that wait together are taken in one hold, and what may not be done in it is done between.
+TEST(ServiceCalls, OfABatchKeepTheirOrderAndTheirLock) {
+    Day day(1);
+    Texts seen;
+    const auto see = [&](const std::string& what) {
+        if (!Manager::exists()) return;
+        const auto& stocks = day.f.manager().getTradeStatDatas("A", "");
+        const auto record = stocks.find("SH600000");
+        const int bought =
+            record == stocks.end() ? 0 : record->second->deals().m_nBuyVolume.get() / 100;
+        seen.push_back(fmt::format("{} after {} deals and {} orders, {}", what, bought,
+                                   day.f.manager().getRunningOrders("A", "S"),
+                                   isLockHeld() ? "locked" : "free"));
+    };
+    ASSERT_EQ(day.start(), 1);
+    asked::install([&](const std::string& call) {
+        if (call == "IFeeLimitService::getFeeLimits") see("fee");
+        return true;
+    });
+    const auto work = [&] { TC::ManagerAccess::post(day.f.manager(), [&] { see("work"); }); };
+    const auto order = [&](std::uint64_t key) {
+        day.f.client().report("A", day.f.makeOrder({.key = key, .strategy = "S"}));
+    };
+    const auto deal = [&](std::uint64_t key) {
+        day.f.client().report("A", day.f.makeDeal({.key = key, .strategy = "S"}));
+    };
+    order(1);
+    order(2);
+    deal(1);
+    work();
+    order(3);
+    deal(2);
+    utils::referenceDataChanged();
+    work();
+    for (std::uint64_t key = 4; key < 200; ++key) order(key);
+    deal(3);
+    day.f.settle();
+    EXPECT_EQ(seen, (Texts{"fee after 0 deals and 2 orders, free",
+                           "work after 1 deals and 2 orders, free",
+                           "work after 2 deals and 3 orders, free"}));
+    EXPECT_EQ(day.f.manager().getRunningOrders("A", "S"), 199);
+    day.f.release();
+}
+
 // ------------------------------------------------------------------------ faults
 
 enum class EFails { Throws, Nothing };

@@ -159,8 +159,10 @@ TEST(PeriodCurve, ValuesAMinuteAtThePriceThatHeldThen) {
         stock.curve.rule.reference = 7.0;
         stock.curve.latest = 8.0;
         CCurveData curves;
-        curves.totalsOf("A", "s")[""] = totalsOf(stock.minutes);
+        curves.beginRun();
+        curves.renewTotals("A", "s", {{"", totalsOf(stock.minutes)}});
         curves.renewTraded("s");
+        curves.endRun();
         stock.traded = *curves.findTraded("s");
         Prices prices;
         for (const auto& [minute, point] :
@@ -294,7 +296,7 @@ TEST(MinuteBars, AreAskedForWhenAMinuteHasEndedAndAgainWhileAnyIsMissing) {
         return due == std::vector{stock};
     };
     EXPECT_FALSE(asked(573, 574, 0)) << "nothing is followed";
-    curves.totalsOf("A", stock);
+    curves.renewTotals("A", stock, {});
     EXPECT_FALSE(asked(570, 0, 0)) << "no minute has ended";
     EXPECT_TRUE(asked(573, 574, 600));
     EXPECT_FALSE(asked(573, 574, 610)) << "asked a moment ago";
@@ -332,7 +334,7 @@ TEST(MinuteBars, AreAskedForWhenAMinuteHasEndedAndAgainWhileAnyIsMissing) {
 TEST(MinuteBars, KeepTheNewestAnswerAndNoUnfinishedMinute) {
     CCurveData curves;
     EXPECT_FALSE(curves.addBars("SH600000", 573, {{571, 10.0}})) << "not followed";
-    curves.totalsOf("A", "SH600000");
+    curves.renewTotals("A", "SH600000", {});
     EXPECT_TRUE(curves.addBars("SH600000", 573, {{571, 10.0}, {573, 10.5}, {574, 9.0}}));
     EXPECT_FALSE(curves.addBars("SH600000", 573, {{571, 10.0}, {572, 0.0}})) << "nothing new";
     EXPECT_TRUE(curves.addBars("SH600000", 574, {{573, 10.75}})) << "corrected";

@@ -20,10 +20,12 @@ TEST(FileSaverThreads, AskingRemovingAndFinishingAtOnceEndsWithTheLastState) {
     const auto text = [&] { return std::string("state ") + std::to_string(state); };
     CFileSaver saver(mutex, boost::make_shared<CDoor>(), {root.path().toStdString() + "/Balance"},
                      {[&](bool) {
-                          return CFileSaver::Texts{{STAT_FILE, text()}, {BALANCE_FILE, text()}};
+                          return [now = text()] {
+                              return CFileSaver::Texts{{STAT_FILE, now}, {BALANCE_FILE, now}};
+                          };
                       },
                       [&] {
-                          return CFileSaver::Texts{{STAT_FILE, text()}};
+                          return [now = text()] { return CFileSaver::Texts{{STAT_FILE, now}}; };
                       }},
                      std::make_unique<CDiskFiles>());
     const auto intake = [&] {
