@@ -288,13 +288,8 @@ struct EventReader {
 
     static Event price(EventReader&, const CFields& in) {
         PriceEvent event;
-        event.stockKey = stockKey(in);
-        event.price = boost::make_shared<vexservice::CPriceData>();
-        event.price->m_strStockKey = event.stockKey;
-        const CValue last = in.need("last");
-        if (!last.isNull()) event.price->m_dLastPrice = last.real();
-        event.price->m_asks = bookSide(in, "asks");
-        event.price->m_bids = bookSide(in, "bids");
+        event.price = CEventParser::readPrice(in);
+        event.stockKey = event.price->m_strStockKey;
         event.push = in.flag("push", true);
         return event;
     }
@@ -512,8 +507,19 @@ boost::shared_ptr<vexservice::CCommandRecord> CEventParser::carrier(const CField
     return made;
 }
 
-Event CEventParser::parse(std::string_view line) {
-    const CFields fields = parseLine(m_parser, line);
+boost::shared_ptr<vexservice::CPriceData> CEventParser::readPrice(const CFields& fields) {
+    auto price = boost::make_shared<vexservice::CPriceData>();
+    price->m_strStockKey = stockKey(fields);
+    const CValue last = fields.need("last");
+    if (!last.isNull()) price->m_dLastPrice = last.real();
+    price->m_asks = bookSide(fields, "asks");
+    price->m_bids = bookSide(fields, "bids");
+    return price;
+}
+
+Event CEventParser::parse(std::string_view line) { return parse(parseLine(m_parser, line)); }
+
+Event CEventParser::parse(const CFields& fields) {
     const CValue kind = fields.need("do");
     const std::string_view name = kind.text();
     EventReader reader{*this};

@@ -18,6 +18,12 @@ public:
     /// Memory behind the line must be readable, as it is behind CLineReader's lines.
     Event parse(std::string_view line);
 
+    /// The newest price of a stock, from the fields that a "price" line has.
+    static boost::shared_ptr<vexservice::CPriceData> readPrice(const CFields& fields);
+
+    /// The same for a line whose fields were looked at already.
+    Event parse(const CFields& fields);
+
     /// The line read last, without blanks, as a journal keeps it.
     std::string minified() const;
 

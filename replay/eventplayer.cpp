@@ -24,13 +24,14 @@ std::string inQuotes(std::string_view text) { return "\"" + std::string(text) + 
 
 CEventPlayer::CEventPlayer(const paper::ClientConfig& config, const TC::LinkageOptions& options,
                            paper::CPaperClient& client, paper::CVirtualLoop& loop, COutput& output,
-                           QString balanceDir)
+                           QString balanceDir, std::string record)
     : m_config(config),
       m_options(options),
       m_client(client),
       m_loop(loop),
       m_output(output),
-      m_balanceDir(std::move(balanceDir)) {
+      m_balanceDir(std::move(balanceDir)),
+      m_record(std::move(record)) {
     TC::disk::begin();
 }
 
@@ -214,6 +215,12 @@ TC::CLinkageManager& CEventPlayer::takeManager() {
     if (!m_pSignals) {
         m_pSignals = std::make_unique<CSignalObserver>(manager, m_output);
         manager.setOptions(m_options);
+        if (!m_record.empty()) {
+            const std::string file = numberedName(m_record, ++m_nRecorded);
+            if (!manager.startRecording(QFile::decodeName(file.c_str()))) {
+                throw LineError(inQuotes(file) + " cannot be recorded");
+            }
+        }
     }
     return manager;
 }

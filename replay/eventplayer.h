@@ -9,6 +9,11 @@
 
 namespace replay {
 
+/// The name of the `number`-th file: FILE, FILE.2, FILE.3 ...
+inline std::string numberedName(const std::string& name, std::size_t number) {
+    return number == 1 ? name : name + "." + std::to_string(number);
+}
+
 /// Carries events out on a paper client and the manager.
 ///
 /// Threads: the loop's. Failure: an event that cannot be carried out throws LineError and has
@@ -17,9 +22,10 @@ class CEventPlayer {
 public:
     /// `balanceDir`: where the library keeps its files.
     /// `options`: what every manager is given when it is made.
+    /// `record`: the file into which each manager is recorded; empty: none.
     CEventPlayer(const paper::ClientConfig& config, const TC::LinkageOptions& options,
                  paper::CPaperClient& client, paper::CVirtualLoop& loop, COutput& output,
-                 QString balanceDir);
+                 QString balanceDir, std::string record);
     /// Takes the manager down, silently.
     ~CEventPlayer();
 
@@ -78,6 +84,8 @@ private:
     paper::CVirtualLoop& m_loop;
     COutput& m_output;
     const QString m_balanceDir;
+    const std::string m_record;
+    int m_nRecorded = 0;
     std::unique_ptr<CSignalObserver> m_pSignals;
     TextBuffer m_result;
 };

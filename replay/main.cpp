@@ -1,5 +1,6 @@
 #include "replay/journal.h"
 #include "replay/programversion.h"
+#include "replay/recordingplayer.h"
 #include "replay/replay.h"
 
 #include <QCoreApplication>
@@ -18,8 +19,10 @@ constexpr int LINE_ERROR = 2;
 constexpr int FAILURE = 1;
 
 constexpr const char* USAGE =
-    "usage: linkage-replay [--data-dir DIR] [--journal FILE] [--no-log] SCENARIO...\n"
+    "usage: linkage-replay [--data-dir DIR] [--journal FILE] [--record FILE] [--no-log] "
+    "SCENARIO...\n"
     "       linkage-replay --interactive [--data-dir DIR] [--journal FILE] [--no-log]\n"
+    "       linkage-replay --verify RECORDING...\n"
     "       linkage-replay --version\n"
     "Plays scenario files (\"-\": standard input) against the linkage library and prints\n"
     "what the library did, one JSON object a line. With --interactive it reads standard input,\n"
@@ -29,6 +32,7 @@ struct Arguments {
     replay::ReplayOptions options;
     std::vector<std::string> scenarios;
     bool help = false;
+    bool verify = false;
 };
 
 /// False when they cannot be understood.
@@ -47,6 +51,10 @@ bool readArguments(int argc, char** argv, Arguments& arguments) {
             arguments.options.log = false;
         } else if (text == "--help") {
             arguments.help = true;
+        } else if (text == "--verify") {
+            arguments.verify = true;
+        } else if (text == "--record" && hasNext) {
+            arguments.options.record = argv[++i];
         } else if (text == "--data-dir" && hasNext) {
             arguments.options.dataDir = argv[++i];
         } else if (text == "--journal" && hasNext) {
@@ -71,16 +79,16 @@ void writeAll(std::string_view text) {
     }
 }
 
-/// Each scenario has a journal of its own, because a scenario has one config.
-std::string journalPath(const std::string& given, std::size_t index) {
-    return given.empty() || index == 0 ? given : given + "." + std::to_string(index + 1);
+/// Each scenario has a journal and a recording of its own, because it has one config.
+std::string ownPath(const std::string& given, std::size_t index) {
+    return given.empty() ? given : replay::numberedName(given, index + 1);
 }
 
 /// A journal must not take the place of a scenario, not even of one that comes later.
 bool journalsAreApart(const Arguments& arguments) {
     const auto& scenarios = arguments.scenarios;
     for (std::size_t i = 0; i < scenarios.size(); ++i) {
-        const std::string journal = journalPath(arguments.options.journal, i);
+        const std::string journal = ownPath(arguments.options.journal, i);
         for (const std::string& scenario : scenarios) {
             if (journal.empty() || !replay::overwrites(journal, scenario)) continue;
             std::fprintf(stderr, "%s: the journal would overwrite it\n", scenario.c_str());
@@ -95,7 +103,9 @@ int playAll(const Arguments& arguments) {
     replay::COutput output(writeAll);
     for (std::size_t i = 0; i < arguments.scenarios.size(); ++i) {
         replay::ReplayOptions options = arguments.options;
-        options.journal = journalPath(options.journal, i);
+        options.journal = ownPath(options.journal, i);
+        if (i > 0 && !options.record.empty())
+            options.record.append("-").append(std::to_string(i + 1));
         const std::string fault = replay::playFile(arguments.scenarios[i], options, output);
         output.flush();
         if (fault.empty()) continue;
@@ -103,6 +113,31 @@ int playAll(const Arguments& arguments) {
         return LINE_ERROR;
     }
     return 0;
+}
+
+/// 0 when all recordings are played and nothing differs.
+int verifyAll(const Arguments& arguments) {
+    int status = 0;
+    for (const std::string& path : arguments.scenarios) {
+        const replay::RecordingVerdict verdict = replay::verifyRecording(path);
+        if (!verdict.fault.empty()) {
+            std::fprintf(stderr, "%s\n", verdict.fault.c_str());
+            status = LINE_ERROR;
+            continue;
+        }
+        std::printf("%s: %llu steps, %llu marks", path.c_str(),
+                    static_cast<unsigned long long>(verdict.steps),
+                    static_cast<unsigned long long>(verdict.marks));
+        if (verdict.difference) {
+            const replay::RecordingDifference& found = *verdict.difference;
+            std::printf(", different at line %zu, %s\n  expected: %s\n  got:      %s\n", found.line,
+                        found.at.c_str(), found.expected.c_str(), found.got.c_str());
+            if (status == 0) status = FAILURE;
+        } else {
+            std::printf(", no difference\n");
+        }
+    }
+    return status;
 }
 
 }  // namespace
@@ -120,7 +155,7 @@ int main(int argc, char** argv) {
     }
     const QCoreApplication application(argc, argv);
     try {
-        return playAll(arguments);
+        return arguments.verify ? verifyAll(arguments) : playAll(arguments);
     } catch (const std::exception& fault) {
         std::fprintf(stderr, "linkage-replay: %s\n", fault.what());
         return FAILURE;

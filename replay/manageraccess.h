@@ -1,6 +1,9 @@
 #pragma once
 
+#include "linkage/balance/guardedbalances.h"
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/inbox.h"
+#include "linkage/tape/tapeinput.h"
 
 namespace TC {
 
@@ -27,6 +30,52 @@ struct ManagerAccess {
                             const boost::shared_ptr<vexservice::CPriceData>& price) {
         manager.onPriceData(stockKey, price);
     }
+    /// Takes a report in, as the strand does. `held`: in a row of reports, under one hold.
+    static void takeReport(CLinkageManager& manager, InboxItem& item, bool held) {
+        if (!held) return manager.handle(item);
+        const CLock lock(manager.m_mutex);
+        manager.takeHeld(item);
+    }
+    static void takePosition(CLinkageManager& manager, const std::string& accountKey,
+                             const boost::shared_ptr<vexservice::CPositionStatics>& position) {
+        manager.takePosition(accountKey, position);
+    }
+    static void doTaskDetail(CLinkageManager& manager,
+                             const boost::shared_ptr<vexservice::CTaskDetail>& task) {
+        manager.doTaskDetail(task);
+    }
+    static void onRequestQuote(CLinkageManager& manager, const BarsInput& bars) {
+        manager.onRequestQuote(bars.stockKey, bars.day, bars.finished, bars.bars);
+    }
+    static void onQueryHistory(CLinkageManager& manager,
+                               const HistoryInput<vexservice::CDealDetail>& answer) {
+        manager.onQueryHistoryDeal(answer.question, answer.error, answer.records);
+    }
+    static void onQueryHistory(CLinkageManager& manager,
+                               const HistoryInput<vexservice::COrderDetail>& answer) {
+        manager.onQueryHistoryOrder(answer.question, answer.error, answer.records);
+    }
+    static void giveHistoryDayUp(CLinkageManager& manager, std::uint64_t question,
+                                 const std::string& fault) {
+        manager.giveHistoryDayUp(question, fault.c_str());
+    }
+    static void completed(CLinkageManager& manager, const ResultInput& result) {
+        if (!manager.m_pGuarded) return;
+        manager.m_pGuarded->completed(result.balance, result.index, result.error, result.command);
+    }
+    static void settleBalances(CLinkageManager& manager) { manager.settleBalances(); }
+    static void login(CLinkageManager& manager, bool ok) {
+        manager.slotProxyLoginStatus(ok ? PROXY_LOGIN_SUCCESS : PROXY_LOGIN_FAILED, QString());
+    }
+    static void accountReady(CLinkageManager& manager, const vexservice::CAccountInfo& info) {
+        manager.slotRefreshAccount(info);
+    }
+    static void newTradingDate(CLinkageManager& manager, const std::string& date) {
+        manager.slotNewTradingDate(date);
+    }
+    static void setTape(CLinkageManager& manager, ITape* tape) { manager.setTape(tape); }
+    static bool hasLock(CLinkageManager& manager) { return manager.m_mutex.isMine(); }
+
     static void runStatCalculator(CLinkageManager& manager) { manager.runStatCalculator(); }
     static void post(CLinkageManager& manager, boost::function<void()> work) {
         manager.post(std::move(work));

@@ -1,28 +1,11 @@
 #include "replay/observers.h"
 
+#include "linkage/record/recordlines.h"
 #include "platform/log.h"
 
+#include <optional>
+
 namespace replay {
-
-namespace {
-
-void writeOrder(CJsonWriter& out, const vexservice::CCodeOrderParam& order) {
-    out.beginObject();
-    out.member("account", order.m_pAccountInfo ? order.m_pAccountInfo->getKey() : std::string());
-    out.member("code", order.m_stock.m_strCode);
-    out.member("marker", order.m_nStrategyMarker);
-    out.member("market", order.m_stock.m_strMarket);
-    out.member("operationType", static_cast<int>(order.m_eOperationType));
-    out.member("orderKind", order.m_nOrderKind);
-    out.member("price", order.m_dPrice);
-    out.member("priceType", static_cast<int>(order.m_ePriceType));
-    out.member("strategyName", order.m_strStrategyName);
-    out.member("strategyName2", order.m_strStrategyName2);
-    out.member("volume", order.m_nVolume);
-    out.endObject();
-}
-
-}  // namespace
 
 void CRequestObserver::onCancelOrder(const vexservice::COrderDetail& order) {
     CJsonWriter& out = m_output.beginLine();
@@ -48,17 +31,7 @@ void CRequestObserver::onOperateTask(std::uint64_t taskKey, bool server,
 void CRequestObserver::onCommand(const vexservice::COrderComandParam& command, int number) {
     CJsonWriter& out = m_output.beginLine();
     out.written(m_output.at());
-    out.member("commandType", command.m_nCommandType);
-    out.member("flag", command.m_bGroup);
-    out.member("marker", command.m_nStrategyMarker);
-    if (m_bNumbers) out.member("number", number);
-    out.key("orders");
-    out.beginArray();
-    for (const auto& order : command.m_orders) writeOrder(out, *order);
-    out.endArray();
-    out.member("out", "command");
-    out.member("strategyName", command.m_strStrategyName);
-    out.member("strategyName2", command.m_strStrategyName2);
+    TC::writeCommand(out, command, m_bNumbers ? std::optional(number) : std::nullopt);
     m_output.endLine();
 }
 

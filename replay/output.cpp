@@ -3,13 +3,8 @@
 #include "platform/utils/clock.h"
 
 #include <fmt/compile.h>
-#include <simdjson.h>
 
-#include <algorithm>
-#include <array>
-#include <charconv>
 #include <chrono>
-#include <cmath>
 #include <ctime>
 
 namespace replay {
@@ -17,190 +12,11 @@ namespace replay {
 namespace {
 
 constexpr std::size_t BUFFER_SIZE = 1 << 16;
-constexpr double EXACT_INTEGERS = 9007199254740992.0;  // 2^53
-constexpr int FIXED_DIGITS = 21;                       ///< an exponent is written from 1e21 on
-
 constexpr std::int64_t DAY_MILLIS = 86'400'000;
 /// Time zones change their offset at full quarters of an hour, so never within such a span.
 constexpr std::int64_t OFFSET_MILLIS = 900'000;
 
-constexpr std::string_view REPLACEMENT = "\xEF\xBF\xBD";
-
-bool needsEscape(char c) { return static_cast<unsigned char>(c) < 0x20 || c == '"' || c == '\\'; }
-
-/// Whether a text is ASCII without escapes, as most are; it goes into JSON as it is.
-bool isPlain(std::string_view text) {
-    bool plain = true;
-    for (const char c : text) {
-        plain &= static_cast<signed char>(c) >= 0x20 && c != '"' && c != '\\';
-    }
-    return plain;
-}
-
-void append(TextBuffer& out, std::string_view text) {
-    out.append(text.data(), text.data() + text.size());
-}
-
-void appendEscaped(TextBuffer& out, char c) {
-    switch (c) {
-        case '"':
-            append(out, "\\\"");
-            return;
-        case '\\':
-            append(out, "\\\\");
-            return;
-        case '\n':
-            append(out, "\\n");
-            return;
-        case '\r':
-            append(out, "\\r");
-            return;
-        case '\t':
-            append(out, "\\t");
-            return;
-        case '\b':
-            append(out, "\\b");
-            return;
-        case '\f':
-            append(out, "\\f");
-            return;
-        default:
-            break;
-    }
-    static constexpr char HEX[] = "0123456789abcdef";
-    append(out, "\\u00");
-    out.push_back(HEX[static_cast<unsigned char>(c) >> 4]);
-    out.push_back(HEX[c & 15]);
-}
-
-/// Length of the sequence of UTF-8 that starts here, 0 when it is none.
-std::size_t sequenceLength(std::string_view text) {
-    const auto first = static_cast<unsigned char>(text.front());
-    const std::size_t length = first < 0x80 ? 1 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
-    if (length > text.size()) return 0;
-    return simdjson::validate_utf8(text.data(), length) ? length : 0;
-}
-
-/// Bytes that are no UTF-8 become replacement characters.
-std::string repaired(std::string_view text) {
-    std::string good;
-    while (!text.empty()) {
-        const std::size_t length = sequenceLength(text);
-        good += length ? text.substr(0, length) : REPLACEMENT;
-        text.remove_prefix(length ? length : 1);
-    }
-    return good;
-}
-
-/// From digits "d.ddd" and a decimal exponent, as JavaScript writes them.
-void appendWithExponent(TextBuffer& out, std::string_view digits, int exponent) {
-    if (exponent < 0 || exponent >= FIXED_DIGITS) {
-        append(out, digits);
-        append(out, exponent < 0 ? "e-" : "e+");
-        append(out, std::to_string(std::abs(exponent)));
-        return;
-    }
-    int missing = exponent + 1;
-    for (char c : digits) {
-        if (c == '.') continue;
-        out.push_back(c);
-        --missing;
-    }
-    for (; missing > 0; --missing) out.push_back('0');
-}
-
 }  // namespace
-
-void appendNumber(TextBuffer& out, double number) {
-    std::array<char, 64> text;
-    char* const begin = text.data();
-    char* const end = begin + text.size();
-    if (!std::isfinite(number)) {
-        append(out, "null");
-        return;
-    }
-    const double size = std::fabs(number);
-    if (size < EXACT_INTEGERS && number == std::trunc(number)) {
-        out.append(begin, std::to_chars(begin, end, static_cast<std::int64_t>(number)).ptr);
-        return;
-    }
-    if (size >= 1e-4 && size < EXACT_INTEGERS) {
-        // This gives the same digits as the code below, and faster. It would write smaller numbers
-        // with exponents.
-        fmt::format_to(fmt::appender(out), FMT_COMPILE("{}"), number);
-        return;
-    }
-    if (size >= 1e-6 && size < EXACT_INTEGERS) {
-        out.append(begin, std::to_chars(begin, end, number, std::chars_format::fixed).ptr);
-        return;
-    }
-    if (number < 0) out.push_back('-');
-    char* const last = std::to_chars(begin, end, size, std::chars_format::scientific).ptr;
-    const std::string_view scientific(begin, static_cast<std::size_t>(last - begin));
-    const std::size_t mark = scientific.find('e');
-    const char* exponentText = begin + mark + 1 + (scientific[mark + 1] == '+');
-    int exponent = 0;
-    std::from_chars(exponentText, last, exponent);
-    appendWithExponent(out, scientific.substr(0, mark), exponent);
-}
-
-void CJsonWriter::raw(std::string_view text) {
-    std::copy(text.begin(), text.end(), room(text.size()));
-}
-
-void CJsonWriter::key(std::string_view name) {
-    char* to = room(name.size() + 3);
-    *to++ = '"';
-    to = std::copy(name.begin(), name.end(), to);
-    *to++ = '"';
-    *to = ':';
-}
-
-void CJsonWriter::textKey(std::string_view name) {
-    value(name);
-    m_out.push_back(':');
-}
-
-void CJsonWriter::value(std::string_view text) {
-    if (isPlain(text)) {
-        char* to = room(text.size() + 2);
-        *to++ = '"';
-        to = std::copy(text.begin(), text.end(), to);
-        *to = '"';
-    } else if (simdjson::validate_utf8(text.data(), text.size())) {
-        quoted(text);
-    } else {
-        quoted(repaired(text));
-    }
-}
-
-void CJsonWriter::quoted(std::string_view text) {
-    *room(1) = '"';
-    std::size_t plain = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (!needsEscape(text[i])) continue;
-        append(m_out, text.substr(plain, i - plain));
-        appendEscaped(m_out, text[i]);
-        plain = i + 1;
-    }
-    append(m_out, text.substr(plain));
-    m_out.push_back('"');
-}
-
-void CJsonWriter::value(double number) {
-    room(0);
-    appendNumber(m_out, number);
-}
-
-void CJsonWriter::integer(std::int64_t number) {
-    std::array<char, 24> text;
-    raw({text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr});
-}
-
-void CJsonWriter::integer(std::uint64_t number) {
-    std::array<char, 24> text;
-    raw({text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr});
-}
 
 COutput::COutput(Sink sink) : m_sink(std::move(sink)) { m_buffer.reserve(BUFFER_SIZE * 2); }
 

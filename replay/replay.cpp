@@ -20,7 +20,8 @@ public:
           m_output(output),
           m_watcher(watcher),
           m_bAnswers(options.answers),
-          m_session({QString::fromStdString(options.dataDir), options.log, watcher.requests()},
+          m_session({QString::fromStdString(options.dataDir), options.log, options.record,
+                     watcher.requests()},
                     output) {
         if (!options.journal.empty()) m_journal.emplace(options.journal);
     }

@@ -11,6 +11,7 @@ namespace replay {
 struct ReplayOptions {
     std::string dataDir;  ///< empty: a temporary one per scenario
     std::string journal;  ///< empty: none
+    std::string record;   ///< of each manager; empty: none
     bool log = true;
     bool answers = false;  ///< each line is answered before the next is read
 };

@@ -85,7 +85,7 @@ void CSession::start(const ConfigEvent& event) {
     m_pClient =
         std::make_unique<paper::CPaperClient>(m_pLoop->service(), config, m_pRequests.get());
     m_pPlayer = std::make_unique<CEventPlayer>(config, event.options, *m_pClient, *m_pLoop,
-                                               m_output, m_balanceDir);
+                                               m_output, m_balanceDir, m_options.record);
 }
 
 bool CSession::settle() {

@@ -15,8 +15,9 @@
 namespace replay {
 
 struct SessionOptions {
-    QString dataDir;  ///< empty: a temporary one, removed with the session
-    bool log = true;  ///< log lines are part of the output
+    QString dataDir;     ///< empty: a temporary one, removed with the session
+    bool log = true;     ///< log lines are part of the output
+    std::string record;  ///< file of a recording of each manager; empty: none
     /// Sees the requests that reach the client, after they were written out.
     paper::IClientObserver* requests = nullptr;
 };

@@ -9,13 +9,15 @@ table='
 platform
 common
 linkage          platform
-linkage/ledger   linkage common platform
-linkage/core     linkage/ledger linkage common platform
-linkage/stats    linkage/core linkage/ledger linkage common platform
-linkage/balance  linkage/core linkage/ledger linkage common platform
-linkage/store    linkage/balance linkage/core linkage/ledger linkage common platform
+linkage/tape     linkage common platform
+linkage/ledger   linkage/tape linkage common platform
+linkage/core     linkage/record linkage/ledger linkage/tape linkage common platform
+linkage/stats    linkage/core linkage/ledger linkage/tape linkage common platform
+linkage/balance  linkage/core linkage/ledger linkage/tape linkage common platform
+linkage/store    linkage/balance linkage/core linkage/ledger linkage/tape linkage common platform
+linkage/record   linkage/core linkage/ledger linkage/tape linkage common platform
 linkage/draw     linkage platform
-linkage/core/clinkagemanager.h linkage/core linkage/ledger linkage/stats linkage/balance linkage/store linkage platform
+linkage/core/clinkagemanager.h linkage/core linkage/record linkage/ledger linkage/stats linkage/balance linkage/store linkage platform
 linkage/plugin.h linkage/core linkage/draw
 linkage/plugin   linkage linkage/core linkage/draw platform
 adapters         common platform

@@ -7,6 +7,7 @@
 #include "linkage/core/guarded.h"
 #include "linkage/core/raise.h"
 #include "linkage/ledger/ledger.h"
+#include "linkage/tape/services.h"
 #include "platform/log.h"
 #include "platform/services/clientconfig.h"
 #include "platform/services/dovcommandcenter.h"
@@ -21,9 +22,9 @@ constexpr std::int64_t START_MICROS = 5'000'000;
 
 boost::shared_ptr<vexservice::CTaskOpRecord> terminationRecord() {
     boost::shared_ptr<vexservice::CTaskOpRecord> record(new vexservice::CTaskOpRecord);
-    const std::string user = getUserConfig()->getUserDataString(USER_NAME).toStdString();
+    const std::string user = service<CUserConfig>().getUserDataString(USER_NAME).toStdString();
     record->m_eOperation = vexservice::TASK_OP_TERMINATE;
-    record->m_nTime = getTimeService()->currentTime();
+    record->m_nTime = service<CTimeService>().currentTime();
     record->m_strOperator = user;
     record->m_strRemark = user + "终止任务";
     return record;
@@ -39,6 +40,9 @@ boost::shared_ptr<vexservice::CAccountInfo> taskAccount(const vexservice::CTaskD
 
 bool CLinkageManager::runAutoBalance(const std::string& accountkey, const std::string& strategy,
                                      EBalanceAsker asker) {
+    const CStep step(tape(), [&] {
+        return callOf("runAutoBalance", accountkey, strategy, static_cast<int>(asker));
+    });
     CLock lock(m_mutex);
     if (m_options.guard) {
         return m_pGuarded && m_pGuarded->ask({accountkey, strategy}, asker, START_MICROS);
@@ -56,12 +60,14 @@ bool CLinkageManager::runAutoBalance(const std::string& accountkey, const std::s
     // One timer starts the balances of all pairs, and its handler does not look at the
     // wait's error code: a pair that is still waiting starts at once when another asks.
     const std::lock_guard arming(m_pEngine->m_balanceTimerMutex);
-    armTimer(*timer, *strand, START_MICROS,
-             guarded([this, accountkey, strategy] { runAutoBalanceTimer(accountkey, strategy); }));
+    armTimer(*timer, *strand, START_MICROS, guarded(later("start", [this, accountkey, strategy] {
+        runAutoBalanceTimer(accountkey, strategy);
+    })));
     return true;
 }
 
 void CLinkageManager::tryAutoBalance(const std::string& accountkey, const std::string& strategy) {
+    const CStep step(tape(), [&] { return callOf("tryAutoBalance", accountkey, strategy); });
     constexpr auto operation = "TC::CLinkageManager::tryAutoBalance";
     const CLock lock(m_mutex);
     if (m_options.guard) {
@@ -114,6 +120,7 @@ void CLinkageManager::balanceWaiting(const std::string& accountkey, const std::s
 void CLinkageManager::settleBalances() {
     const CLock lock(m_mutex);
     if (!m_pGuarded || !m_pGuarded->hasNews()) return;
+    const CStep step(tape(), [] { return callOf("settleBalances"); });
     attempt("TC::CLinkageManager::settleBalances", [&] { m_pGuarded->settle(); });
 }
 
@@ -124,6 +131,7 @@ std::vector<BalanceRecord> CLinkageManager::getBalances(
 }
 
 bool CLinkageManager::cancelAllOrders(const std::string& accountkey, const std::string& strategy) {
+    const CStep step(tape(), [&] { return callOf("cancelAllOrders", accountkey, strategy); });
     const CLock lock(m_mutex);
     const auto orders = m_pLedger->runningOrders(accountkey, strategy);
     if (!orders) return false;
@@ -137,13 +145,13 @@ void CLinkageManager::cancelOrders(
         if (!order) continue;
         attempt("TC::CLinkageManager::cancelAllOrders", [&] {
             QString error;
-            utils::CManualSingletonT<CTradeClient>::instance()->cancelOrder(order, error, -1,
-                                                                            QString(), {});
+            service<CTradeClient>().cancelOrder(order, error, -1, QString(), {});
         });
     }
 }
 
 bool CLinkageManager::cancelAllTasks(const std::string& accountkey, const std::string& strategy) {
+    const CStep step(tape(), [&] { return callOf("cancelAllTasks", accountkey, strategy); });
     const CLock lock(m_mutex);
     const auto tasks = m_pLedger->runningTasks().records(accountkey, strategy);
     if (!tasks) return false;
@@ -157,7 +165,7 @@ void CLinkageManager::terminateTasks(
     const auto record = terminationRecord();
     const auto terminate = [&](const boost::shared_ptr<vexservice::CTaskDetail>& task) {
         if (task->m_bServerTask) {
-            utils::CSingletonT<CDovCommandCenter>::instance()->operateServerTask(
+            service<CDovCommandCenter>().operateServerTask(
                 vexservice::CTaskHelper::genServerTaskKey(task), record, taskAccount(*task),
                 guarded([this, task](const utils::VexError& error, const bson::BSONObj& result) {
                     onCancelServerTask(error, result, task);
@@ -174,6 +182,7 @@ void CLinkageManager::terminateTasks(
 }
 
 void CLinkageManager::cancelTask(int number, const QString& text) {
+    const CStep step(tape(), [&] { return callOf("cancelTask", number, text.toStdString()); });
     raise("CLinkageManager::cancelTask", [&] { Q_EMIT sigCancelTask(number, text); });
 }
 

@@ -4,6 +4,7 @@
 #include "linkage/balance/balancestate.h"
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/ledger/attribution.h"
+#include "linkage/tape/services.h"
 #include "platform/log.h"
 #include "platform/services/clientconfig.h"
 #include "platform/services/dovcommandcenter.h"
@@ -33,26 +34,29 @@ int strategyMarker(const std::string& strategy) { return strategy.empty() ? 0 : 
 
 BalanceLot lotOf(const vexservice::CInstrumentDetail& detail) {
     const auto typed = [&](int type) {
-        return vexservice::isTypedStock(type, detail.m_strMarket, detail.m_strCode, "");
+        return service<vexservice::StockTypeCenter>().isTypedStock(type, detail.m_strMarket,
+                                                                   detail.m_strCode);
     };
-    return {vexservice::getTradeMinUnit(detail.m_strMarket, detail.m_strCode),
-            typed(vexservice::STOCKTYPE_ANY_VOLUME_A) || typed(vexservice::STOCKTYPE_ANY_VOLUME_B)};
+    return {
+        service<vexservice::StockTypeCenter>().tradeMinUnit(detail.m_strMarket, detail.m_strCode),
+        typed(vexservice::STOCKTYPE_ANY_VOLUME_A) || typed(vexservice::STOCKTYPE_ANY_VOLUME_B)};
 }
 
 /// Price type and price after the user's settings and the newest quote. Shanghai wants
 /// a protective price with market orders once the registration rules hold.
 void priceOrder(vexservice::CCodeOrderParam& order, int volume) {
     const auto& stock = order.m_stock;
-    const auto quote = utils::CManualSingletonT<CQuoteClient>::instance()->getStockPrice(
+    const auto quote = service<CQuoteClient>().getStockPrice(
         Pim::sToQs(utils::zorStockKey(stock.m_strMarket, stock.m_strCode)));
-    const CTradeSetting settings(getUserConfig()->getUserDataAddress(USER_TRADE_SETTING));
+    const CTradeSetting settings(service<CUserConfig>().getUserDataAddress(USER_TRADE_SETTING));
     const bool credit = order.m_pAccountInfo->m_nType == vexservice::ACCOUNT_CREDIT;
-    orderSettingToParam(credit ? settings.m_credit : settings.m_stock, order,
-                        order.m_eOperationType, volume, 0.0, quote);
+    service<vexservice::IOrderRules>().orderSettingToParam(
+        credit ? settings.m_credit : settings.m_stock, order, order.m_eOperationType, volume, 0.0,
+        quote);
     if (vexservice::isRealMarketPrice(order.m_ePriceType) && stock.m_strMarket == "SH" &&
-        vexservice::ConfigCollector::instance()->useRegistRules()) {
-        order.m_dPrice = vexservice::CPriceDataHelper::getPriceForOrder(
-            quote, order.m_ePriceType, order.m_eOperationType, 0, {}, false, false, 0.0);
+        service<vexservice::ConfigCollector>().useRegistRules()) {
+        order.m_dPrice = service<vexservice::IOrderRules>().getPriceForOrder(
+            quote, order.m_ePriceType, order.m_eOperationType);
     }
 }
 
@@ -70,7 +74,7 @@ OrderParamPtr makeOrder(const boost::shared_ptr<vexservice::CAccountInfo>& accou
     order->m_strStrategyName2 = strategy;
     order->m_nStrategyMarker = strategyMarker(strategy);
     priceOrder(*order, decision.volume);
-    fixTimeRange(*order);
+    service<vexservice::IOrderRules>().fixTimeRange(*order);
     return order;
 }
 
@@ -99,8 +103,7 @@ void prepareStock(const BalanceRequest& request, const std::string& stockKey,
     const bool unequal = guarded ? guardSurplus(*guarded) != 0 : difference != 0;
     std::shared_ptr<vexservice::CInstrumentDetail> detail;
     if (unequal) {
-        detail = utils::CSingletonT<CStockManager>::instance()->getInstrumentDetail(
-            Pim::sToQs(stockKey));
+        detail = service<CStockManager>().getInstrumentDetail(Pim::sToQs(stockKey));
     }
     const auto lot = detail ? std::optional(lotOf(*detail)) : std::nullopt;
     const auto decision = guarded ? decideGuarded(*guarded, lot, request.form)
@@ -143,7 +146,7 @@ CommandPtr stockCommand(const BalanceRequest& request, const PreparedBalance& pr
 }
 
 void send(const CommandPtr& command) {
-    utils::CSingletonT<CDovCommandCenter>::instance()->createCommand(command, {}, true, 0);
+    service<CDovCommandCenter>().createCommand(command, {}, true, 0);
 }
 
 void logRefusal(const BalanceRequest& request, const PreparedBalance& prepared,

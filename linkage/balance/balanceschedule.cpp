@@ -5,6 +5,7 @@
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/enginestate.h"
 #include "linkage/core/guarded.h"
+#include "linkage/tape/step.h"
 #include "platform/log.h"
 
 namespace TC {
@@ -21,13 +22,20 @@ void CLinkageManager::addBalanceTime(const std::string& key, const std::string& 
                             key, time);
         return;
     }
-    m_pBalance->m_balanceTimes.with([&](auto& times) { times[key] = time; });
+    const CStep step(tape(), [&] { return callOf("addBalanceTime", key, time); });
+    m_pBalance->m_balanceTimes.with([&](auto& times) {
+        CStep::takesPlace();
+        times[key] = time;
+    });
     writeBlanaceTime();
 }
 
 bool CLinkageManager::deleteBalanceTime(const std::string& key) {
-    const bool found =
-        m_pBalance->m_balanceTimes.with([&](auto& times) { return times.erase(key) > 0; });
+    const CStep step(tape(), [&] { return callOf("deleteBalanceTime", key); });
+    const bool found = m_pBalance->m_balanceTimes.with([&](auto& times) {
+        CStep::takesPlace();
+        return times.erase(key) > 0;
+    });
     if (found) writeBlanaceTime();
     return found;
 }
@@ -40,6 +48,7 @@ std::map<std::string, std::string> CLinkageManager::getBalanceTime() const {
 
 void CLinkageManager::runAutoBalanceTimer(const std::string& accountkey,
                                           const std::string& strategy) {
+    const CStep step(tape(), [&] { return callOf("runAutoBalanceTimer", accountkey, strategy); });
     const CLock lock(m_mutex);
     if (m_options.guard) {
         if (m_pGuarded) m_pGuarded->ask({accountkey, strategy}, EBalanceAsker::Demand, 0);
@@ -64,7 +73,7 @@ void CLinkageManager::armBalanceWatchdog() {
     if (!timer) return;
     // The watchdog also runs when its wait is cancelled.
     armTimer(*timer, *m_pEngine->m_strand, WATCHDOG_MICROS,
-             guarded([this] { onAutoBalanceTimer(); }));
+             guarded(later("watchdog", [this] { onAutoBalanceTimer(); })));
 }
 
 void CLinkageManager::onAutoBalanceTimer() {

@@ -3,7 +3,7 @@
 #include "linkage/core/managerstate.h"
 #include "linkage/core/published.h"
 #include "linkage/core/raise.h"
-#include "platform/utils/clock.h"
+#include "linkage/tape/moment.h"
 
 #include <cstdint>
 #include <map>
@@ -40,7 +40,7 @@ struct BalanceState {
 };
 
 /// The current second, as balances are timed.
-inline int balanceSecond() { return static_cast<int>(static_cast<std::int64_t>(utils::clock())); }
+inline int balanceSecond() { return static_cast<int>(nowMicros() / 1'000'000); }
 
 /// Whether a balance still waits for its cancellations: for 30 s from its start.
 inline bool waitsForCancellations(int now, int start) {

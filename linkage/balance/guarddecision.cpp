@@ -4,6 +4,7 @@
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/guarded.h"
 #include "linkage/ledger/ledger.h"
+#include "linkage/tape/services.h"
 #include "platform/log.h"
 #include "platform/services/dovcommandcenter.h"
 #include "platform/utils/keys.h"
@@ -203,7 +204,9 @@ void CGuardedBalances::send(Balance& balance, const BalanceRequest& request,
         sent.commands.push_back(std::move(record));
     }
     for (auto& [key, stock] : sent.stocks) stock.sent += stock.planned;
-    if (!m_book.writeNow(balance.date, bookLine(sent, "sent", now()))) {
+    const bool written = decideOnTape(
+        "book", [&] { return m_book.writeNow(balance.date, bookLine(sent, "sent", now())); });
+    if (!written) {
         for (auto& [key, stock] : balance.stocks) stock.planned = 0;
         end(balance, REASON_NO_BOOK);
         return;
@@ -218,7 +221,6 @@ void CGuardedBalances::send(Balance& balance, const BalanceRequest& request,
                 // Reports are posted to the strand too, so no report overtakes the number of
                 // its command.
                 m_manager.post([this, number, index, error, command] {
-                    const CLock lock(m_manager.m_mutex);
                     completed(number, index, error, command);
                 });
             });
@@ -230,8 +232,7 @@ void CGuardedBalances::send(Balance& balance, const BalanceRequest& request,
                 order->m_eOperationType == vexservice::OPT_BUY ? "buy" : "sell", order->m_nVolume);
         }
         attempt(GUARDED_BALANCES, [&] {
-            utils::CSingletonT<CDovCommandCenter>::instance()->createCommand(commands[at],
-                                                                             completion, true, 0);
+            service<CDovCommandCenter>().createCommand(commands[at], completion, true, 0);
         });
     }
 }

@@ -7,8 +7,9 @@
 #include "linkage/core/guarded.h"
 #include "linkage/core/published.h"
 #include "linkage/core/raise.h"
+#include "linkage/tape/moment.h"
+#include "linkage/tape/step.h"
 #include "platform/log.h"
-#include "platform/utils/clock.h"
 
 #include <algorithm>
 #include <limits>
@@ -39,7 +40,7 @@ private:
 CGuardedBalances::CGuardedBalances(CLinkageManager& manager, CBookWriter& book)
     : m_manager(manager), m_book(book), m_timer(manager.m_pEngine->m_strand->context()) {}
 
-std::int64_t CGuardedBalances::now() const { return utils::currentClock().nowMicros(); }
+std::int64_t CGuardedBalances::now() const { return nowMicros(); }
 
 // ---------------------------------------------------------------------- requests
 
@@ -276,10 +277,10 @@ void CGuardedBalances::note(Balance& balance, const std::string& step) {
 
 // The lines are written without the manager's lock.
 void CGuardedBalances::writeLater() {
-    if (m_bWritePosted.exchange(true)) return;
-    m_manager.post([this] {
+    if (decideOnTape("bookPosted", [&] { return m_bWritePosted.exchange(true); })) return;
+    m_manager.post("writeBook", [this] {
         m_bWritePosted = false;
-        if (m_book.flush()) return;
+        if (decideOnTape("bookLines", [&] { return m_book.flush(); })) return;
         const CLock lock(m_manager.m_mutex);
         m_nBookRetryAt = now() + BOOK_RETRY;
         arm();
@@ -348,15 +349,16 @@ void CGuardedBalances::arm() {
     }
     if (due == NEVER || due == m_nArmedFor) return;
     m_nArmedFor = due;
-    armTimer(m_timer, *m_manager.m_pEngine->m_strand, due - now(), m_manager.guarded([this] {
-        const CLock lock(m_manager.m_mutex);
-        if (now() >= m_nArmedFor) m_nArmedFor = 0;
-        if (m_nBookRetryAt != 0 && now() >= m_nBookRetryAt) {
-            m_nBookRetryAt = 0;
-            writeLater();
-        }
-        settle();
-    }));
+    armTimer(m_timer, *m_manager.m_pEngine->m_strand, due - now(),
+             m_manager.guarded(m_manager.later("guard", [this] {
+                 const CLock lock(m_manager.m_mutex);
+                 if (now() >= m_nArmedFor) m_nArmedFor = 0;
+                 if (m_nBookRetryAt != 0 && now() >= m_nBookRetryAt) {
+                     m_nBookRetryAt = 0;
+                     writeLater();
+                 }
+                 settle();
+             })));
 }
 
 }  // namespace TC

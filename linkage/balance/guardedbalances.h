@@ -53,6 +53,10 @@ public:
 
     bool hasNews() const { return m_bNews; }
 
+    /// The command center's answer to the `command`-th command of a balance. Takes the manager's
+    /// lock. linkage/balance/guardprogress.cpp
+    void completed(int balance, std::size_t command, const utils::VexError& error, int number);
+
     /// What a form would send now. Sends and changes nothing.
     BalancePlan preview(const GuardPair& pair, EBalanceForm form, bool checkType) const;
 
@@ -125,7 +129,6 @@ private:
     void refresh(Balance& balance, const GuardPicture& seen);
     void loseUnheard(const std::string& account);
     void tellRemains(Balance& balance);
-    void completed(int balance, std::size_t command, const utils::VexError& error, int number);
 
     // linkage/balance/guarddecision.cpp
     std::vector<boost::shared_ptr<vexservice::CTaskDetail>> runningTasks(

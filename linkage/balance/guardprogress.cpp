@@ -274,6 +274,8 @@ void CGuardedBalances::tellRemains(Balance& balance) {
 
 void CGuardedBalances::completed(int number, std::size_t at, const utils::VexError& error,
                                  int command) {
+    const CStep step(m_manager.tape(), [&] { return ResultInput{number, at, error, command}; });
+    const CLock lock(m_manager.m_mutex);
     const auto found = m_balances.find(number);
     if (found == m_balances.end() || at >= found->second.commands.size()) return;
     Balance& balance = found->second;

@@ -1,6 +1,7 @@
 #include "linkage/balance/balanceorders.h"
 #include "linkage/balance/guardpicture.h"
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/tape/step.h"
 #include "platform/log.h"
 
 namespace TC {
@@ -16,6 +17,8 @@ void CLinkageManager::doHistoryBalanceBySignalTask(const std::string& accountkey
         .balanced = "stock:{0} nDelta is nzero",
         .noInstrument = "instrumentDetailPtr is empty {0}",
     };
+    const CStep step(tape(),
+                     [&] { return callOf("doHistoryBalanceBySignalTask", accountkey, strategy); });
     const CLock lock(m_mutex);
     if (sendGuarded({accountkey, strategy, true}, EBalanceForm::SignalTask)) return;
     LINKAGE_LOG_INFO(TEXTS.operation, "balance start");
@@ -25,6 +28,7 @@ void CLinkageManager::doHistoryBalanceBySignalTask(const std::string& accountkey
 }
 
 void CLinkageManager::doHistoryBalance(const std::string& accountkey, const std::string& strategy) {
+    const CStep step(tape(), [&] { return callOf("doHistoryBalance", accountkey, strategy); });
     const CLock lock(m_mutex);
     if (sendGuarded({accountkey, strategy, true}, EBalanceForm::GroupedHistory)) return;
     const auto request = BalanceRequest::ofHistory(*this, accountkey, strategy,

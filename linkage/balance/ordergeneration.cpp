@@ -1,6 +1,7 @@
 #include "linkage/balance/balanceorders.h"
 #include "linkage/balance/guardedbalances.h"
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/tape/step.h"
 #include "platform/log.h"
 #include "platform/utils/numberformat.h"
 
@@ -19,6 +20,8 @@ void CLinkageManager::doStockBalanceBySignalTask(const std::string& accountkey,
         .balanced = "stock {0} balance volume is zero",
         .noInstrument = "stock {0} CInstrumentDetailPtr is empty",
     };
+    const CStep step(tape(),
+                     [&] { return callOf("doStockBalanceBySignalTask", accountkey, strategy); });
     const CLock lock(m_mutex);
     if (sendGuarded({accountkey, strategy}, EBalanceForm::SignalTask)) return;
     LINKAGE_LOG_INFO(TEXTS.operation, "start：{0} ", accountkey);
@@ -28,6 +31,7 @@ void CLinkageManager::doStockBalanceBySignalTask(const std::string& accountkey,
 }
 
 void CLinkageManager::doStockBalance(const std::string& accountkey, const std::string& strategy) {
+    const CStep step(tape(), [&] { return callOf("doStockBalance", accountkey, strategy); });
     const CLock lock(m_mutex);
     if (sendGuarded({accountkey, strategy}, EBalanceForm::Grouped)) return;
     const auto request =

@@ -9,8 +9,9 @@
 #include "linkage/core/reconciling.h"
 #include "linkage/ledger/daykey.h"
 #include "linkage/ledger/ledger.h"
+#include "linkage/tape/moment.h"
+#include "linkage/tape/step.h"
 #include "platform/log.h"
-#include "platform/utils/clock.h"
 #include "platform/utils/keys.h"
 
 #include <boost/pointer_cast.hpp>
@@ -20,6 +21,28 @@ namespace TC {
 namespace {
 
 constexpr char ACCOUNT_LOAD[] = "CLinkageManager::doRequestAccount";
+
+/// Of the reports that wait those that the load has brought as well. Who announces reports does not
+/// wait for the lock, so on a tape this is an answer.
+WaitingReports broughtOf(const WaitingReports& waiting, const DayRecords& load,
+                         const std::string& account) {
+    using Records = std::vector<boost::shared_ptr<const vexservice::IData>>;
+    Records brought;
+    const auto add = [&](const auto& records) {
+        for (const auto& [key, record] : records) {
+            if (waiting.count(record) > 0) brought.push_back(record);
+        }
+    };
+    add(load.orders);
+    add(load.deals);
+    if (CStep* const step = CStep::current()) {
+        const auto answer = step->tape().asks(*step, step->nextCall(), {"waiting", account},
+                                              [&] { return TapeAnswer(brought); });
+        const auto* const then = std::get_if<Records>(&answer);
+        brought = then ? *then : Records();
+    }
+    return {brought.begin(), brought.end()};
+}
 
 }  // namespace
 
@@ -208,7 +231,8 @@ void CLinkageManager::reconcile(const AccountLoad& load) {
 
     WaitingReports waiting;
     m_pEngine->gatherWaiting(load.account, waiting);
-    noteReconciliation({utils::currentClock().nowMicros(), load.account, load.cause,
+    waiting = broughtOf(waiting, now, load.account);
+    noteReconciliation({nowMicros(), load.account, load.cause,
                         compareOrders(load.before.orders, now.orders, waiting),
                         compareDeals(load.before.deals, now.deals, waiting), std::move(positions)});
 }

@@ -9,6 +9,7 @@
 #include "linkage/core/reconciling.h"
 #include "linkage/ledger/daykey.h"
 #include "linkage/ledger/ledger.h"
+#include "linkage/tape/step.h"
 #include "platform/log.h"
 #include "platform/utils/keys.h"
 
@@ -29,44 +30,53 @@ boost::shared_ptr<vexservice::CAccountData> findData(const char* operation, std:
 }  // namespace
 
 void CLinkageManager::requestAccounts() {
-    post([this] { doRequestAccounts(ELoadCause::Request); });
+    const CStep step(tape(), [] { return callOf("requestAccounts"); });
+    post("loadAccounts", [this] { doRequestAccounts(ELoadCause::Request); });
 }
 
 void CLinkageManager::requestAccount(const std::string& accountKey) {
     if (!m_pEngine->hasStrand()) return;
+    const CStep step(tape(), [&] { return callOf("requestAccount", accountKey); });
     const auto accountData = findData("CLinkageManager::requestAccount", utils::hash(accountKey));
     if (!accountData) return;
-    post([this, accountData] { doRequestAccount(accountData, ELoadCause::Request); });
+    post("loadAccount",
+         [this, accountData] { doRequestAccount(accountData, ELoadCause::Request); });
 }
 
 void CLinkageManager::slotRefreshAccount(const vexservice::CAccountInfo& accountInfo) {
+    const CStep step(tape(), [&] { return callOf("accountReady", accountInfo.getKey()); });
     const auto accountData = findData("CLinkageManager::slotRefreshAccount", accountInfo.hash());
     if (!accountData) return;
     LINKAGE_LOG_INFO("CLinkageManager::slotRefreshAccount",
                      "CLinkageManager::slotRefreshAccount, acc:{0}", accountInfo.getKey());
-    post([this, accountData] { doRequestAccount(accountData, ELoadCause::AccountReady); });
+    post("loadAccount",
+         [this, accountData] { doRequestAccount(accountData, ELoadCause::AccountReady); });
 }
 
 void CLinkageManager::slotProxyLoginStatus(EProxyConnectionStatus status, QString) {
-    if (isProxyLoginSuccess(status)) post([this] { doRequestAccounts(ELoadCause::Login); });
+    const CStep step(tape(), [&] { return callOf("login", isProxyLoginSuccess(status)); });
+    if (isProxyLoginSuccess(status))
+        post("loadAccounts", [this] { doRequestAccounts(ELoadCause::Login); });
 }
 
 void CLinkageManager::slotNewTradingDate(std::string date) {
+    const CStep step(tape(), [&] { return callOf("newTradingDate", date); });
     // The data center knows the day; what the exchange announces may be ahead of it.
-    const auto ask = [this] { m_pTradeDate->set(dataCenter().getTradingDate()); };
-    if (!attempt("CLinkageManager::slotNewTradingDate", ask)) m_pTradeDate->set(date);
+    std::string day = date;
+    attempt("CLinkageManager::slotNewTradingDate", [&] { day = dataCenter().getTradingDate(); });
     {
         const CLock lock(m_mutex);
+        m_pTradeDate->set(day);
         m_pQuotes->newDay();
         m_pLedger->forgetPrices();
         newStatsDay();
         newBalanceDay();
         newStoreDay();
     }
-    post([this] { doRequestTask(); });
-    post([this] { doRequestAccounts(ELoadCause::Rollover); });
-    if (m_options.guard) post([this] { doEndLoading(); });
-    post([this, date] { doNewTradingDay(date); });
+    post("loadTasks", [this] { doRequestTask(); });
+    post("loadAccounts", [this] { doRequestAccounts(ELoadCause::Rollover); });
+    if (m_options.guard) post("endLoading", [this] { doEndLoading(); });
+    post("newDay", [this, date] { doNewTradingDay(date); });
 }
 
 void CLinkageManager::doNewTradingDay(const std::string& date) {

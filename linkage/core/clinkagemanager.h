@@ -10,6 +10,7 @@
 #include "linkage/core/room.h"
 #include "linkage/export.h"
 #include "linkage/ledger/types.h"
+#include "linkage/record/recordingoptions.h"
 #include "linkage/stats/periodpoint.h"
 #include "linkage/store/filedrecords.h"
 #include "linkage/store/historyrequest.h"
@@ -34,6 +35,7 @@
 #include <boost/shared_ptr.hpp>
 #include <boost/signals2/signal.hpp>
 
+#include <atomic>
 #include <cstdint>
 #include <list>
 #include <map>
@@ -62,6 +64,8 @@ struct Parsed;
 
 class CBookWriter;
 class CDoor;
+class CRecording;
+class ITape;
 class CFileSaver;
 class CGuardedBalances;
 class CLedger;
@@ -569,6 +573,21 @@ public:
     /// `more`, ask again. Every reader has a cursor of its own. See linkage/ledger/changes.h.
     virtual LinkageChanges getChanges(ChangeCursor& cursor, std::size_t most = CHANGES_AT_ONCE);
 
+    // ------------------------------------------------------------- recording
+    // linkage/record/recording.cpp
+
+    /// Begins to record everything that decides what the manager does, so that the day can be
+    /// played and proved later (linkage-replay --verify). Call it before init(), once in a
+    /// manager's life. False, and a log line, when it is too late or the file cannot be made.
+    /// A recording never disturbs trading: when it cannot go on, it ends with a log line. See
+    /// linkage/record/recordingoptions.h.
+    virtual bool startRecording(const QString& file, const RecordingOptions& options = {});
+    /// Ends the recording and waits until it is on disk. Does nothing when none runs. Releasing the
+    /// manager ends it, too.
+    virtual void stopRecording();
+    /// The recording as it stands; empty when none was begun.
+    virtual std::optional<RecordingState> getRecording() const;
+
     // --------------------------------------------------------------- signals
 
     /// A new trade date was loaded.
@@ -626,6 +645,16 @@ protected:
     LINKAGE_LOCAL void startEngine() LINKAGE_REQUIRES(m_mutex);
     /// The one way onto the strand: runs `work` there if the manager still lives.
     LINKAGE_LOCAL void post(boost::function<void()> work);
+    /// The same with a step of its own on the tape. `name` names the work there.
+    LINKAGE_LOCAL void post(const char* name, boost::function<void()> work);
+    /// Makes work that runs later, on the strand or at a timer, a step of its own. Empty when the
+    /// tape keeps it.
+    LINKAGE_LOCAL boost::function<void()> later(const char* name, boost::function<void()> work);
+    /// Sets what follows the manager's steps from now on. Before init().
+    LINKAGE_LOCAL void setTape(ITape* tape);
+    LINKAGE_LOCAL void flushRecordingLater();
+    /// What follows the manager's steps; null: nothing does.
+    LINKAGE_LOCAL ITape* tape() const { return m_pTape.load(std::memory_order_acquire); }
     /// Wraps a callback of a client's service or a timer: it runs only while the
     /// manager lives, and release() waits for it.
     template <class F>
@@ -700,6 +729,9 @@ protected:
     LINKAGE_LOCAL void loadTasks();
     LINKAGE_LOCAL void onPositionStat(const std::string& accountKey,
                                       const boost::shared_ptr<vexservice::IData>& data);
+    LINKAGE_LOCAL void takePosition(
+        const std::string& accountKey,
+        const boost::shared_ptr<vexservice::CPositionStatics>& position);
     LINKAGE_LOCAL void doPositionStat(
         const std::string& accountKey,
         const boost::shared_ptr<vexservice::CPositionStatics>& position);
@@ -726,7 +758,7 @@ protected:
         LINKAGE_REQUIRES(m_mutex);
 
     // calculators: linkage/stats/calculators.cpp, linkage/stats/extcalculator.cpp
-    LINKAGE_LOCAL void switchCalculator(bool CCurveData::*own);
+    LINKAGE_LOCAL void switchCalculator(const char* operation, bool CCurveData::*own);
     LINKAGE_LOCAL void runStatCalculator();
     LINKAGE_LOCAL void runExtCalculator();
     /// Begins a run over what curves are made of, or joins the one under way, and arms the timer of
@@ -925,6 +957,8 @@ protected:
     LINKAGE_LOCAL void refileImported(const std::string& accountKey);
 
     mutable CRecursiveMutex m_mutex;
+    std::atomic<ITape*> m_pTape{nullptr};  ///< of m_pRecording, or of a player
+    RoomPtr<CRecording> m_pRecording;
     bool m_bInited LINKAGE_GUARDED_BY(m_mutex) = false;
     bool m_bClientType3 = false;  ///< constant from construction on
     /// Written only before init(), under the lock; handlers read it without the lock.

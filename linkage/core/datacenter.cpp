@@ -1,5 +1,7 @@
 #include "linkage/core/datacenter.h"
 
+#include "linkage/tape/services.h"
+
 #include <algorithm>
 #include <string>
 #include <unordered_set>
@@ -17,14 +19,17 @@ Part& existing(Part* part, const char* name) {
 }  // namespace
 
 vexservice::IDataCenter& dataCenter() {
+    if (auto* const taped = tapedService<vexservice::IDataCenter>()) return *taped;
     return existing(vexservice::TraderCenter::instance()->getDataCenter(), "a data center");
 }
 
 vexservice::ITaskCenter& taskCenter() {
+    if (auto* const taped = tapedService<vexservice::ITaskCenter>()) return *taped;
     return existing(vexservice::TraderCenter::instance()->getTaskCenter(), "a task center");
 }
 
 vexservice::IFeeLimitService& feeLimitService() {
+    if (auto* const taped = tapedService<vexservice::IFeeLimitService>()) return *taped;
     return existing(vexservice::TraderCenter::instance()->getFeeLimitService(), "fee limits");
 }
 

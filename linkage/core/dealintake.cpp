@@ -7,10 +7,11 @@
 #include "linkage/core/raise.h"
 #include "linkage/ledger/attribution.h"
 #include "linkage/ledger/ledger.h"
+#include "linkage/tape/moment.h"
+#include "linkage/tape/services.h"
 #include "platform/log.h"
 #include "platform/services/quoteclient.h"
 #include "platform/utils/keys.h"
-#include "platform/utils/referencedata.h"
 #include "platform/utils/text.h"
 
 #include <boost/pointer_cast.hpp>
@@ -55,7 +56,7 @@ void CLinkageManager::doDealDetail(const std::string& accountKey, const DealPtr&
 // The trade services are asked without the manager's lock.
 bool CLinkageManager::askFee(const DealReport& report) {
     return attempt(DEAL_INTAKE, [&] {
-        const std::uint64_t revision = utils::referenceDataRevision();
+        const std::uint64_t revision = referenceRevision();
         const FeePtr fee = feeOf(report.accountKey, *report.deal);
         const CLock lock(m_mutex);
         m_pLedger->setFee(report, fee, revision);
@@ -130,8 +131,7 @@ bool CLinkageManager::takeDeal(const DealReport& report, bool feeKnown) {
 
 void CLinkageManager::followPrice(const DealReport& report) {
     const DealtStock stock = m_pLedger->dealtStock(report);
-    const auto price =
-        utils::CManualSingletonT<CQuoteClient>::instance()->getStockPrice(stock.quoteKey);
+    const auto price = service<CQuoteClient>().getStockPrice(stock.quoteKey);
     if (price && price->hasLastPrice()) {
         m_pLedger->setLatestPrice(report.stock, price->m_dLastPrice);
         // The subscription tells all prices that follow.
@@ -150,7 +150,7 @@ void CLinkageManager::followPrice(const DealReport& report) {
 
 bool CLinkageManager::requestPrice(const std::string& stockKey) {
     if (m_pQuotes->isRequested(stockKey)) return true;
-    const auto request = CQuoteRequest::makeRequest(
+    const auto request = service<CQuoteClient>().request(
         Pim::sToQs(stockKey),
         guarded([this, stockKey](const boost::shared_ptr<vexservice::CPriceData>& price) {
             onPriceData(stockKey, price);

@@ -36,6 +36,7 @@ struct EngineState {
     Timer m_balanceTimer;
     Timer m_saveTimer;    ///< armed on the strand only
     Timer m_importTimer;  ///< likewise
+    Timer m_recordTimer;
     std::mutex m_balanceTimerMutex;
 
     /// Work that failed because of a service and will be tried again, by name. The mutex guards

@@ -25,8 +25,8 @@ struct InboxItem {
         what;
 };
 
-/// Reports, by address.
-using WaitingReports = std::set<const vexservice::IData*>;
+/// Reports, told apart by address.
+using WaitingReports = std::set<boost::shared_ptr<const vexservice::IData>>;
 
 /// What waits for the strand, in the order of arrival. push() asks for a wake-up of the strand
 /// once per batch, not once per report: in a storm the wake-up is most of the cost of a post.
@@ -68,8 +68,8 @@ public:
                            WaitingReports& found) {
         for (const InboxItem& item : items) {
             if (*item.accountKey != accountKey) continue;
-            if (const auto* order = std::get_if<1>(&item.what)) found.insert(order->get());
-            if (const auto* deal = std::get_if<2>(&item.what)) found.insert(deal->get());
+            if (const auto* order = std::get_if<1>(&item.what)) found.insert(*order);
+            if (const auto* deal = std::get_if<2>(&item.what)) found.insert(*deal);
         }
     }
 

@@ -12,6 +12,8 @@
 #include "linkage/core/startcheck.h"
 #include "linkage/ledger/daykey.h"
 #include "linkage/ledger/ledger.h"
+#include "linkage/record/recording.h"
+#include "linkage/tape/services.h"
 #include "platform/log.h"
 #include "platform/services/clientconfig.h"
 #include "platform/services/rpcengine.h"
@@ -43,7 +45,7 @@ void registerMetaTypes() {
 }
 
 std::string lastTradeDateOfShanghai() {
-    const std::int64_t seconds = marlo::getMarketLastTradeDate("SH") / 1000;
+    const std::int64_t seconds = service<marlo::IMarketCalendar>().lastTradeDate("SH") / 1000;
     return QDateTime::fromSecsSinceEpoch(seconds).toString("yyyyMMdd").toStdString();
 }
 
@@ -82,7 +84,8 @@ ComingReports reportsFrom(const std::vector<InboxItem>& batch, std::size_t from)
 }  // namespace
 
 CLinkageManager::CLinkageManager()
-    : m_bClientType3(isClientType3()),
+    : m_pRecording(nullptr, [](CRecording*) {}),
+      m_bClientType3(isClientType3()),
       m_pDoor(boost::make_shared<CDoor>()),
       m_pTradeDate(std::make_unique<CPublished<std::string>>()),
       m_pEngine(std::make_unique<EngineState>()),
@@ -106,6 +109,10 @@ CLinkageManager::CLinkageManager()
 
 void CLinkageManager::setOptions(const LinkageOptions& options) {
     constexpr auto operation = "CLinkageManager::setOptions";
+    const CStep step(tape(), [&] {
+        return callOf("setOptions", options.guard, options.rounds, options.roundSeconds,
+                      options.keepBalanceTimes, options.filedTotals, options.keepDays);
+    });
     const CLock lock(m_mutex);
     const std::string fault = m_bInited ? "the manager was initialised before" : faultOf(options);
     if (!fault.empty()) {
@@ -127,6 +134,7 @@ LinkageOptions CLinkageManager::options() const {
 }
 
 void CLinkageManager::init() {
+    const CStep step(tape(), [] { return callOf("init"); });
     CLock lock(m_mutex);
     if (m_bInited) return;
     Strand strand;
@@ -157,7 +165,7 @@ void CLinkageManager::askTradeDate() {
         m_pTradeDate->set(lastTradeDateOfShanghai());
         return;
     }
-    m_strUserData = getUserConfig()->getUserDataString(USER_NAME).toStdString();
+    m_strUserData = service<CUserConfig>().getUserDataString(USER_NAME).toStdString();
     if (m_strUserData.empty()) {
         g_VexStdLogger.write(ELogLevel::Warning, INIT,
                              "the user has no name: no task of a user is followed");
@@ -183,23 +191,40 @@ void CLinkageManager::connectClient() {
 void CLinkageManager::startEngine() {
     EngineState& engine = *m_pEngine;
     if (m_options.guard) startGuard();
-    post([this] { doRequestTask(); });
-    post([this] { doRequestAccounts(ELoadCause::Request); });
-    if (m_pGuarded) post([this] { doEndLoading(); });
+    post("loadTasks", [this] { doRequestTask(); });
+    post("loadAccounts", [this] { doRequestAccounts(ELoadCause::Request); });
+    if (m_pGuarded) post("endLoading", [this] { doEndLoading(); });
 
     for (EngineState::Timer* timer :
          {&engine.m_extTimer, &engine.m_statTimer, &engine.m_autoBalanceTimer,
           &engine.m_historyStatTimer, &engine.m_balanceTimer, &engine.m_retryTimer,
-          &engine.m_saveTimer, &engine.m_importTimer}) {
+          &engine.m_saveTimer, &engine.m_importTimer, &engine.m_recordTimer}) {
         *timer = boost::make_shared<utils::DeadlineTimer>(engine.m_strand->context());
     }
     runStatCalculator();
     runHistoryStatCalculator();
+    if (m_pRecording) flushRecordingLater();
 }
 
 void CLinkageManager::post(boost::function<void()> work) {
     if (m_pEngine->hasStrand() && m_pEngine->m_inbox.push(std::string(), std::move(work)))
         drainLater();
+}
+
+void CLinkageManager::post(const char* name, boost::function<void()> work) {
+    boost::function<void()> step = later(name, std::move(work));
+    if (step) post(std::move(step));
+}
+
+boost::function<void()> CLinkageManager::later(const char* name, boost::function<void()> work) {
+    CStep* const step = CStep::current();
+    const Ticket ticket = step ? step->nextTicket(name) : Ticket{.name = name};
+    boost::function<void()> taken = [this, ticket, work = std::move(work)] {
+        const CStep own(tape(), [&] { return WorkInput{ticket}; });
+        work();
+    };
+    if (step && step->tape().keeps(ticket, taken)) taken.clear();
+    return taken;
 }
 
 void CLinkageManager::drainLater() {
@@ -244,33 +269,33 @@ std::size_t CLinkageManager::takeReports(std::size_t from) {
             prefetchRecords(batch, at + LOOK_AHEAD);
             m_pLedger->prefetch(reportsFrom(batch, at));
         }
-        const InboxItem& item = batch[at];
-        bool taken = true;
-        const bool whole = attempt(DRAIN, [&] { taken = takeHeld(item); });
-        if (!taken) break;
-        finish(item, whole);
+        if (!takeHeld(batch[at])) break;
     }
     return at - from;
 }
 
 bool CLinkageManager::takeHeld(const InboxItem& item) {
+    bool taken = true;
     if (const auto* order = std::get_if<OrderPtr>(&item.what)) {
-        doOrderDetail(*item.accountKey, *order);
-        return true;
+        const CStep step(tape(), [&] { return OrderInput{item.accountKey, *order}; });
+        finish(item, attempt(DRAIN, [&] { doOrderDetail(*item.accountKey, *order); }));
+    } else if (const auto* deal = std::get_if<DealPtr>(&item.what)) {
+        const CStep step(tape(), [&] { return DealInput{item.accountKey, *deal, true}; });
+        const bool whole = attempt(DRAIN, [&] { taken = takeIfFeeKnown(*item.accountKey, *deal); });
+        if (taken) finish(item, whole);
+    } else {
+        taken = false;
     }
-    const auto* deal = std::get_if<DealPtr>(&item.what);
-    return deal && takeIfFeeKnown(*item.accountKey, *deal);
+    return taken;
 }
 
 void CLinkageManager::handle(InboxItem& item) {
-    const auto* deal = std::get_if<DealPtr>(&item.what);
-    finish(item, attempt(DRAIN, [&] {
-               if (deal) {
-                   doDealDetail(*item.accountKey, *deal);
-               } else {
-                   std::get<InboxItem::Work>(item.what)();
-               }
-           }));
+    if (const auto* deal = std::get_if<DealPtr>(&item.what)) {
+        const CStep step(tape(), [&] { return DealInput{item.accountKey, *deal, false}; });
+        finish(item, attempt(DRAIN, [&] { doDealDetail(*item.accountKey, *deal); }));
+    } else {
+        finish(item, attempt(DRAIN, std::get<InboxItem::Work>(item.what)));
+    }
 }
 
 // Where a service of the client threw, the reports behind this one must not be lost.
@@ -281,12 +306,14 @@ void CLinkageManager::finish(const InboxItem& item, bool whole) {
 
 void CLinkageManager::retire() {
     m_pDoor->close(shared_from_this());
+    stopRecording();
     finishSaves();
 }
 
 CLinkageManager::~CLinkageManager() {
     // A manager that is destroyed without release() stops in the same order.
     m_pDoor->close({});
+    CLinkageManager::stopRecording();
     // A handler that released the manager may have asked for a save afterwards.
     CLinkageManager::finishSaves();
     CLock lock(m_mutex);
@@ -303,7 +330,7 @@ CLinkageManager::~CLinkageManager() {
     engine.m_taskConnection.reset();
     for (const EngineState::Timer& timer :
          {engine.m_extTimer, engine.m_statTimer, engine.m_historyStatTimer, engine.m_retryTimer,
-          engine.m_saveTimer}) {
+          engine.m_saveTimer, engine.m_recordTimer}) {
         if (timer) timer->cancel();
     }
     // The two balancing timers are destroyed with the members. A balance that was asked for is

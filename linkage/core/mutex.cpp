@@ -37,7 +37,7 @@ void CRecursiveMutex::setAhead(bool ahead) {
 
 void CRecursiveMutex::giveWay() {
     const unsigned passed = m_nPassed.load();
-    if (m_nWaiting.load() == 0 || isOwner()) return;
+    if (m_nWaiting.load() == 0 || isMine()) return;
     m_nPassed.wait(passed);
 }
 

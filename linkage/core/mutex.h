@@ -20,14 +20,26 @@
 
 namespace TC {
 
+/// Hears of a thread that takes a lock which it does not have.
+class IHoldWatch {
+public:
+    virtual ~IHoldWatch() = default;
+    virtual void wants() = 0;  ///< before the thread waits for the lock
+    virtual void has() = 0;    ///< the thread has it
+};
+
 /// A recursive mutex that lets a thread in long work give way to those that wait. One thread may
 /// go before the others (CPrecedence).
 class LINKAGE_TS(capability("mutex")) CRecursiveMutex {
 public:
     /// Waits until the lock can be had. The owner may take it again.
     void lock() LINKAGE_TS(acquire_capability()) {
+        IHoldWatch* const watch = m_pWatch.load(std::memory_order_acquire);
+        const bool tells = watch && !isMine();
+        if (tells) watch->wants();
         if (mustQueue() || !m_mutex.try_lock()) lockWaiting();
         noteHold();
+        if (tells) watch->has();
     }
     /// Takes the lock if no other thread has it; false when one has.
     bool try_lock() LINKAGE_TS(try_acquire_capability(true)) {
@@ -40,6 +52,15 @@ public:
         if (--m_nDepth == 0) m_owner.store({}, std::memory_order_relaxed);
         m_mutex.unlock();
     }
+
+    /// Whether the calling thread has the lock.
+    bool isMine() const {
+        return m_owner.load(std::memory_order_relaxed) == std::this_thread::get_id();
+    }
+
+    /// Sets who hears of holds that begin from now on; null: nobody. It must live as long as the
+    /// mutex does.
+    void setWatch(IHoldWatch* watch) { m_pWatch.store(watch, std::memory_order_release); }
 
     /// Lets a thread that waits for the lock have it. Call it between two holds of long work:
     /// a lock that is taken again at once leaves who waits no time to wake up. Does nothing
@@ -76,15 +97,12 @@ private:
     void lockWaiting();
     void queue();
     void setAhead(bool ahead);
-    bool isOwner() const {
-        return m_owner.load(std::memory_order_relaxed) == std::this_thread::get_id();
-    }
     bool isFirst() const {
         return m_first.load(std::memory_order_relaxed) == std::this_thread::get_id();
     }
     /// Whether another thread goes first. The owner may always take the lock again.
     bool mustQueue() const {
-        return m_bAhead.load(std::memory_order_relaxed) && !isOwner() && !isFirst();
+        return m_bAhead.load(std::memory_order_relaxed) && !isMine() && !isFirst();
     }
     void noteHold() {
         if (m_nDepth++ == 0) m_owner.store(std::this_thread::get_id(), std::memory_order_relaxed);
@@ -93,6 +111,7 @@ private:
     std::recursive_mutex m_mutex;
     int m_nDepth = 0;  ///< of the owner
     std::atomic<std::thread::id> m_owner{};
+    std::atomic<IHoldWatch*> m_pWatch{nullptr};
     std::atomic<std::thread::id> m_first{};  ///< who has precedence
     std::atomic<bool> m_bAhead{false};       ///< who has precedence wants or uses the lock
     std::atomic<int> m_nWaiting{0};

@@ -3,6 +3,7 @@
 #include "linkage/core/quotes.h"
 #include "linkage/core/raise.h"
 #include "linkage/ledger/ledger.h"
+#include "linkage/tape/step.h"
 #include "platform/log.h"
 #include "platform/utils/keys.h"
 
@@ -15,10 +16,13 @@ void CLinkageManager::onPositionStat(const std::string& accountKey,
     if (!data) return;
     const auto position = boost::dynamic_pointer_cast<vexservice::CPositionStatics>(data);
     if (!position) return;
-    post([this, accountKey, position] {
-        const auto take = [&] { doPositionStat(accountKey, position); };
-        if (!attempt("CLinkageManager::onPositionStat", take)) loadLater(accountKey);
-    });
+    post([this, accountKey, position] { takePosition(accountKey, position); });
+}
+
+void CLinkageManager::takePosition(const std::string& accountKey, const PositionPtr& position) {
+    const CStep step(tape(), [&] { return PositionInput{accountKey, position}; });
+    const auto take = [&] { doPositionStat(accountKey, position); };
+    if (!attempt("CLinkageManager::onPositionStat", take)) loadLater(accountKey);
 }
 
 void CLinkageManager::doPositionStat(const std::string& accountKey, const PositionPtr& position) {
@@ -36,6 +40,7 @@ void CLinkageManager::onPriceData(const std::string& stockKey,
         LINKAGE_LOG_INFO("TC::CLinkageManager::onPriceData", "pricedata is InvalidValue");
         return;
     }
+    const CStep step(tape(), [&] { return PriceInput{stockKey, price}; });
     const CLock lock(m_mutex);
     m_pLedger->setLatestPrice(stockKey, price->m_dLastPrice);
     notePriceNow(stockKey, price->m_dLastPrice);

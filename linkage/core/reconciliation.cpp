@@ -18,7 +18,7 @@ RecordChanges compare(const ByRecord<Record>& before, const ByRecord<Record>& no
                       const WaitingReports& waiting, Same same) {
     RecordChanges changes;
     for (const auto& [key, record] : now) {
-        if (waiting.count(record.get()) > 0) continue;
+        if (waiting.count(record) > 0) continue;
         const auto known = before.find(key);
         if (known == before.end() || known->second->m_bImported) {
             ++changes.added;

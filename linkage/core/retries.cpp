@@ -27,7 +27,7 @@ void CLinkageManager::retryLater(const std::string& name, boost::function<void()
                         engine.m_nRetryWait / 1'000'000);
     if (armed) return;
     armTimer(*engine.m_retryTimer, *engine.m_strand, engine.m_nRetryWait,
-             guarded([this] { retryNow(); }));
+             guarded(later("retry", [this] { retryNow(); })));
 }
 
 // A service that goes on failing is asked less and less often.

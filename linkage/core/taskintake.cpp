@@ -6,6 +6,7 @@
 #include "linkage/core/raise.h"
 #include "linkage/ledger/attribution.h"
 #include "linkage/ledger/ledger.h"
+#include "linkage/tape/step.h"
 
 #include <boost/make_shared.hpp>
 #include <boost/pointer_cast.hpp>
@@ -68,6 +69,7 @@ void CLinkageManager::onTaskDetail(const boost::shared_ptr<vexservice::IData>& d
 
 void CLinkageManager::doTaskDetail(const TaskPtr& task) {
     if (!task || !task->m_pCommand) return;
+    const CStep step(tape(), [&] { return TaskInput{task}; });
     const vexservice::CCommandRecord& command = *task->m_pCommand;
     const CLock lock(m_mutex);
     if (command.m_strUser != m_strUserData) return;

@@ -1,6 +1,6 @@
 #include "linkage/ledger/daykey.h"
 
-#include "platform/utils/clock.h"
+#include "linkage/tape/moment.h"
 #include "platform/utils/text.h"
 
 #include <QDateTime>
@@ -13,7 +13,7 @@ namespace TC {
 namespace {
 
 std::string nowAs(const char* format) {
-    const auto millis = utils::currentClock().nowMicros() / 1000;
+    const auto millis = nowMicros() / 1000;
     return QDateTime::fromMSecsSinceEpoch(millis).toString(format).toStdString();
 }
 

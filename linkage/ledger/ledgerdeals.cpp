@@ -2,7 +2,7 @@
 #include "linkage/ledger/attribution.h"
 #include "linkage/ledger/ledger.h"
 #include "linkage/ledger/orderrule.h"
-#include "platform/utils/referencedata.h"
+#include "linkage/tape/moment.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -31,7 +31,7 @@ DealReport CLedger::resolve(const std::string& accountKey, const DealPtr& deal) 
 }
 
 bool CLedger::knowsFee(const DealReport& report) {
-    return report.holding->feeRevision == utils::referenceDataRevision();
+    return report.holding->feeRevision == referenceRevision();
 }
 
 void CLedger::setFee(const DealReport& report, const FeePtr& fee, std::uint64_t revision) {

@@ -1,9 +1,9 @@
 #include "linkage/ledger/daykey.h"
 #include "linkage/ledger/ledger.h"
 #include "linkage/ledger/orderrule.h"
-#include "platform/services/stockmanager.h"
+#include "linkage/tape/moment.h"
+#include "linkage/tape/services.h"
 #include "platform/utils/keys.h"
-#include "platform/utils/referencedata.h"
 #include "platform/utils/text.h"
 
 namespace TC {
@@ -56,25 +56,24 @@ const CLedger::Listing& CLedger::listing(const std::string& market, const std::s
         m_listingIndex.add(hash, at);
     }
     Listing& found = m_listings[at];
-    if (found.revision != utils::referenceDataRevision()) refresh(found);
+    if (found.revision != referenceRevision()) refresh(found);
     return found;
 }
 
 void CLedger::refresh(Listing& known) const {
     // The revision is read first: a change during the questions below is seen next time. It is
     // stored last: when a question throws, the next call asks again.
-    const std::uint64_t revision = utils::referenceDataRevision();
+    const std::uint64_t revision = referenceRevision();
     const auto isTyped = [&](int type) {
-        return vexservice::isTypedStock(type, known.market, known.code, std::string());
+        return service<vexservice::StockTypeCenter>().isTypedStock(type, known.market, known.code);
     };
     known.excluded =
         isTyped(vexservice::STOCKTYPE_REPURCHASE) || isTyped(vexservice::STOCKTYPE_SUBSCRIPTION);
-    const auto detail = utils::CSingletonT<CStockManager>::instance()->getInstrumentDetail(
-        known.market, known.code);
+    const auto detail = service<CStockManager>().getInstrumentDetail(known.market, known.code);
     known.hasDetail = detail != nullptr;
     known.tick = detail ? detail->m_dPriceTick : DEFAULT_TICK;
     known.reference = detail ? detail->m_dReferencePrice : 0.0;
-    known.unit = vexservice::getTradeMinUnit(known.market, known.code);
+    known.unit = service<vexservice::StockTypeCenter>().tradeMinUnit(known.market, known.code);
     known.revision = revision;
 }
 

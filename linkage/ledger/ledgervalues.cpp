@@ -1,7 +1,7 @@
 #include "common/prefetch.h"
 #include "linkage/ledger/ledger.h"
 #include "linkage/ledger/valuerule.h"
-#include "platform/utils/referencedata.h"
+#include "linkage/tape/moment.h"
 
 #include <algorithm>
 #include <numeric>
@@ -73,7 +73,7 @@ void CLedger::forgetPrices() {
 }
 
 void CLedger::refreshLimits(Stock& stock) {
-    const std::uint64_t revision = utils::referenceDataRevision();
+    const std::uint64_t revision = referenceRevision();
     if (stock.limitsRevision == revision) return;
     stock.limitsRevision = revision;
     stock.limits = dayLimits(stock.quoteKey);

@@ -5,6 +5,10 @@
 #include "linkage/ledger/ledger.h"
 #include "linkage/ledger/valuerule.h"
 #include "linkage/stats/curvedata.h"
+#include "linkage/tape/step.h"
+
+#include <bit>
+#include <cstdint>
 
 namespace TC {
 
@@ -26,24 +30,29 @@ void CLinkageManager::runStatCalculator() {
             if (hadRecords) sums = m_pLedger->revalue({limitRate(false), limitRate(true)});
         });
     }
+    if (CStep* const step = CStep::current()) {
+        for (const CLedger::ProfitSum& sum : sums)
+            step->tape().figures(*step, std::bit_cast<std::uint64_t>(sum.profit));
+    }
     if (sigProfitChanged.empty()) sums.clear();
     for (const CLedger::ProfitSum& sum : sums) {
         raise(STAT_CALCULATOR, sigProfitChanged, sum.account, sum.strategy, sum.profit);
     }
     if (hadRecords) raise(STAT_CALCULATOR, sigStatDataChanged);
     armTimer(*m_pEngine->m_statTimer, *m_pEngine->m_strand, CALCULATOR_MICROS,
-             guarded([this] { runStatCalculator(); }));
+             guarded(later("pass", [this] { runStatCalculator(); })));
 }
 
 void CLinkageManager::startProfitCalculator() {
-    switchCalculator(&CCurveData::m_bProfitCalcRunning);
+    switchCalculator("startProfitCalculator", &CCurveData::m_bProfitCalcRunning);
 }
 
 void CLinkageManager::startBalanceCalculator() {
-    switchCalculator(&CCurveData::m_bBalanceCalcRunning);
+    switchCalculator("startBalanceCalculator", &CCurveData::m_bBalanceCalcRunning);
 }
 
-void CLinkageManager::switchCalculator(bool CCurveData::*own) {
+void CLinkageManager::switchCalculator(const char* operation, bool CCurveData::*own) {
+    const CStep step(tape(), [&] { return callOf(operation); });
     CLock lock(m_mutex);
     const bool running = m_pCurveData->isWanted();
     (*m_pCurveData).*own = true;
@@ -52,11 +61,13 @@ void CLinkageManager::switchCalculator(bool CCurveData::*own) {
 }
 
 void CLinkageManager::stopProfitCalculator() {
+    const CStep step(tape(), [] { return callOf("stopProfitCalculator"); });
     const CLock lock(m_mutex);
     m_pCurveData->m_bProfitCalcRunning = false;
 }
 
 void CLinkageManager::stopBalanceCalculator() {
+    const CStep step(tape(), [] { return callOf("stopBalanceCalculator"); });
     const CLock lock(m_mutex);
     m_pCurveData->m_bBalanceCalcRunning = false;
 }

@@ -9,8 +9,9 @@
 #include "linkage/ledger/ledger.h"
 #include "linkage/ledger/valuerule.h"
 #include "linkage/stats/curvedata.h"
+#include "linkage/tape/moment.h"
+#include "linkage/tape/services.h"
 #include "platform/services/quoteclient.h"
-#include "platform/utils/clock.h"
 #include "platform/utils/text.h"
 
 namespace TC {
@@ -50,18 +51,19 @@ std::uint64_t CLinkageManager::beginCurves() {
     if (!m_bInited || !m_pCurveData->isWanted()) return 0;
     const std::uint64_t run = m_pCurveData->beginRun();
     // After switching off and on again, the timer of the earlier run may still be waiting.
-    armTimer(*m_pEngine->m_extTimer, *m_pEngine->m_strand, EXT_MICROS, guarded([this, run] {
-        CLock runLock(m_mutex);
-        const bool newest = m_pCurveData->isNewestRun(run);
-        runLock.unlock();
-        if (!newest) return;
-        if (const std::uint64_t next = beginCurves()) renewCurvesInTurns(next);
-    }));
+    armTimer(*m_pEngine->m_extTimer, *m_pEngine->m_strand, EXT_MICROS,
+             guarded(later("curves", [this, run] {
+                 CLock runLock(m_mutex);
+                 const bool newest = m_pCurveData->isNewestRun(run);
+                 runLock.unlock();
+                 if (!newest) return;
+                 if (const std::uint64_t next = beginCurves()) renewCurvesInTurns(next);
+             })));
     return run;
 }
 
 void CLinkageManager::renewCurvesInTurns(std::uint64_t run) {
-    if (!renewCurves(run)) post([this, run] { renewCurvesInTurns(run); });
+    if (!renewCurves(run)) post("curveSlice", [this, run] { renewCurvesInTurns(run); });
 }
 
 // Between two slices anything may happen. What changes the totals is gone over again, so that what
@@ -133,7 +135,7 @@ void CLinkageManager::requestQuote() {
     CLock lock(m_mutex);
     const std::string day = m_pTradeDate->get();
     const DayMoment moment = dayMoment(nowText(), day);
-    const auto due = m_pCurveData->takeDueStocks(moment, utils::currentClock().nowMicros());
+    const auto due = m_pCurveData->takeDueStocks(moment, nowMicros());
     lock.unlock();
     for (const std::string& stock : due) {
         const auto answer = [this, stock, day,
@@ -142,14 +144,14 @@ void CLinkageManager::requestQuote() {
                 [this, stock, day, finished, bars] { onRequestQuote(stock, day, finished, bars); });
         };
         attempt("CLinkageManager::requestQuote", [&] {
-            utils::CManualSingletonT<CQuoteClient>::instance()->queryMinuteBars(
-                Pim::sToQs(stock), day, guarded(answer));
+            service<CQuoteClient>().queryMinuteBars(Pim::sToQs(stock), day, guarded(answer));
         });
     }
 }
 
 void CLinkageManager::onRequestQuote(const std::string& stockKey, const std::string& day,
                                      int finished, const std::vector<CMinuteBar>& bars) {
+    const CStep step(tape(), [&] { return BarsInput{stockKey, day, finished, bars}; });
     const CLock lock(m_mutex);
     if (day != m_pTradeDate->get()) return;
     if (m_pCurveData->addBars(stockKey, finished, bars)) renewCloseValues(stockKey);

@@ -4,12 +4,14 @@
 #include "linkage/ledger/daykey.h"
 #include "linkage/ledger/ledger.h"
 #include "linkage/ledger/volume.h"
+#include "linkage/tape/step.h"
 
 namespace TC {
 
 std::string CLinkageManager::getTradeDate() const { return m_pTradeDate->get(); }
 
 std::set<std::string> CLinkageManager::getStocks() {
+    const CStep step(tape(), [] { return callOf("getStocks"); });
     const CLock lock(m_mutex);
     return m_pLedger->stocksOfDay(dayKey(m_pTradeDate->get()));
 }

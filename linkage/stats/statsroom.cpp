@@ -2,7 +2,7 @@
 #include "linkage/core/published.h"
 #include "linkage/stats/curvedata.h"
 #include "linkage/stats/positionmerge.h"
-#include "platform/utils/clock.h"
+#include "linkage/tape/moment.h"
 
 namespace TC {
 
@@ -15,7 +15,7 @@ RoomPtr<PositionReports> CLinkageManager::makePositionReports() {
 void CLinkageManager::newStatsDay() { m_pCurveData->newDay(m_pTradeDate->get()); }
 
 void CLinkageManager::notePriceNow(const std::string& stockKey, double price) {
-    m_pCurveData->notePrice(stockKey, price, utils::currentClock().nowMicros());
+    m_pCurveData->notePrice(stockKey, price, nowMicros());
 }
 
 void CLinkageManager::dropStatsOf(const std::string& accountKey) {

@@ -4,6 +4,8 @@
 #include "linkage/ledger/volume.h"
 #include "linkage/store/filesaver.h"
 #include "linkage/store/historystate.h"
+#include "linkage/tape/jsonwriter.h"
+#include "linkage/tape/services.h"
 #include "platform/log.h"
 #include "platform/services/stockmanager.h"
 #include "platform/utils/text.h"
@@ -39,6 +41,27 @@ bool canBeHistory(const EffectiveFigures& figures) {
            std::isfinite(figures.sellAmount);
 }
 
+/// As an argument of a call (docs/SCENARIOS.md).
+TapeJson statOnTape(const TradeStatData& stat) {
+    TextBuffer text;
+    CJsonWriter out(text);
+    out.beginObject();
+    out.member("accountKey", stat.m_strAccountKey);
+    out.member("accountName", stat.m_strAccountName);
+    out.member("accountType", stat.m_strAccountType);
+    out.member("broker", stat.m_strBroker);
+    out.member("buyAmount", stat.m_dTotalBuyAmount);
+    out.member("buyVolume", stat.m_nTotalBuyVolume);
+    out.member("fundAccountId", stat.m_strFundAccountId);
+    out.member("id", stat.m_nId);
+    out.member("positionValue", stat.m_dTotalPositionValue);
+    out.member("sellAmount", stat.m_dTotalSellAmount);
+    out.member("sellVolume", stat.m_nTotalSellVolume);
+    out.member("strategy", stat.m_strStrategy);
+    out.endObject();
+    return {std::string(viewOf(text))};
+}
+
 bool isFinite(const TradeStatData& stat) {
     return std::isfinite(stat.m_dTotalBuyAmount) && std::isfinite(stat.m_dTotalSellAmount);
 }
@@ -59,6 +82,7 @@ bool addTotals(TradeStatData& record, const TradeStatData& stat) {
 }  // namespace
 
 void CLinkageManager::addHistoryStat(const std::string& key, TradeStatData stat) {
+    const CStep step(tape(), [&] { return callOf("addHistoryStat", key, statOnTape(stat)); });
     constexpr auto operation = "TC::CLinkageManager::addHistoryStat";
     const CLock lock(m_mutex);
     const bool namesPair = stat.m_strAccountKey + stat.m_strStrategy == key;
@@ -98,6 +122,7 @@ void CLinkageManager::addHistoryStat(const std::string& key, TradeStatData stat)
 
 void CLinkageManager::addHistoryLinkdata(const std::string& accountKey,
                                          const std::string& strategy) {
+    const CStep step(tape(), [&] { return callOf("addHistoryLinkdata", accountKey, strategy); });
     const CLock lock(m_mutex);
     constexpr auto operation = "TC::CLinkageManager::addHistoryLinkdata";
     const std::string historyKey = accountKey + strategy;
@@ -105,8 +130,7 @@ void CLinkageManager::addHistoryLinkdata(const std::string& accountKey,
     for (const auto& [stock, record] : getTradeStatDatas(accountKey, strategy)) {
         const EffectiveFigures today = effectiveFigures(*record, m_bClientType3);
         if (today.buyVolume == today.sellVolume) continue;
-        auto* stocks = utils::CSingletonT<CStockManager>::instance();
-        if (!stocks->getInstrumentDetail(Pim::sToQs(stock))) continue;
+        if (!service<CStockManager>().getInstrumentDetail(Pim::sToQs(stock))) continue;
 
         if (!canBeHistory(today)) {
             LINKAGE_LOG_WARNING(operation,
@@ -141,6 +165,7 @@ void CLinkageManager::addHistoryLinkdata(const std::string& accountKey,
 }
 
 void CLinkageManager::setHistoryStatDataId(const std::string& key, int id) {
+    const CStep step(tape(), [&] { return callOf("setHistoryStatDataId", key, id); });
     const CLock lock(m_mutex);
     m_pHistory->m_historyStatData.with([&](auto& records) {
         const auto at = records.find(key);
@@ -155,6 +180,7 @@ bool CLinkageManager::isAlreadyAdd(const std::string& key) const {
 }
 
 void CLinkageManager::deleteHistoryAlreadyBalancedata() {
+    const CStep step(tape(), [] { return callOf("deleteHistoryAlreadyBalancedata"); });
     const CLock lock(m_mutex);
     auto records = m_pHistory->m_historyStatData.get();
     for (auto at = records.begin(); at != records.end();) {
@@ -173,6 +199,7 @@ void CLinkageManager::deleteHistoryAlreadyBalancedata() {
 }
 
 void CLinkageManager::deleteHistoryLinkageData(const std::string& key, const std::string& stock) {
+    const CStep step(tape(), [&] { return callOf("deleteHistoryLinkageData", key, stock); });
     const CLock lock(m_mutex);
     const auto stocks = m_pHistory->m_historyLinkageData.find(key);
     if (stocks != m_pHistory->m_historyLinkageData.end()) stocks->second.erase(stock);
@@ -183,6 +210,7 @@ void CLinkageManager::deleteHistoryLinkageData(const std::string& key, const std
 void CLinkageManager::deleteAllHisTorydata() {
     // A slot may release the manager; the manager is then destroyed when this visit ends.
     const CDoor::Visit visit(m_pDoor);
+    const CStep step(tape(), [] { return callOf("deleteAllHisTorydata"); });
     LINKAGE_LOG_INFO("TC::CLinkageManager::deleteAllHisTorydata", "Delete all history data.");
     const CLock lock(m_mutex);
     m_pHistory->m_historyStatData.set({});

@@ -6,6 +6,7 @@
 #include "linkage/ledger/ledger.h"
 #include "linkage/ledger/profitrule.h"
 #include "linkage/store/historystate.h"
+#include "linkage/tape/services.h"
 #include "platform/services/quoteclient.h"
 #include "platform/services/stockmanager.h"
 #include "platform/utils/text.h"
@@ -38,10 +39,11 @@ void CLinkageManager::runHistoryStatCalculator() {
         m_pQuotes->clearHistoryPrices();
     }
     armTimer(*m_pEngine->m_historyStatTimer, *m_pEngine->m_strand, HISTORY_MICROS,
-             guarded([this] { runHistoryStatCalculator(); }));
+             guarded(later("historyPass", [this] { runHistoryStatCalculator(); })));
 }
 
 void CLinkageManager::historyStatCalculator() {
+    const CStep step(tape(), [] { return callOf("historyStatCalculator"); });
     const CLock lock(m_mutex);
     for (const auto& [key, stocks] : m_pHistory->m_historyLinkageData) {
         double value = 0.0;
@@ -49,11 +51,10 @@ void CLinkageManager::historyStatCalculator() {
         std::int64_t sold = 0;
         for (const auto& [stock, record] : stocks) {
             const QString stockKey = Pim::sToQs(stock);
-            const auto price =
-                utils::CManualSingletonT<CQuoteClient>::instance()->getStockPrice(stockKey);
+            const auto price = service<CQuoteClient>().getStockPrice(stockKey);
             const double last = price && price->hasLastPrice() ? price->m_dLastPrice : 0.0;
             requestPrice(stock);
-            if (!utils::CSingletonT<CStockManager>::instance()->getInstrumentDetail(stockKey)) {
+            if (!service<CStockManager>().getInstrumentDetail(stockKey)) {
                 continue;
             }
             const EffectiveFigures figures = effectiveFigures(*record, m_bClientType3);

@@ -10,11 +10,14 @@
 #include "linkage/store/importreport.h"
 #include "linkage/store/importsettling.h"
 #include "linkage/store/importstate.h"
+#include "linkage/tape/step.h"
 #include "platform/log.h"
 #include "platform/utils/keys.h"
 
 #include <QApplication>
+#include <QFile>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QSet>
 #include <QThread>
 
@@ -56,6 +59,14 @@ std::vector<NamedAccount> namedAccounts(const std::vector<Parsed<Record>>& rows)
         named.push_back({row.fundAccount, row.holder});
     }
     return named;
+}
+
+/// The call with the file itself, because a file may change.
+CallInput importOnTape(const QString& path, const ImportTerms& terms, bool files) {
+    QFile file(path);
+    const QByteArray bytes = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return callOf(files ? "importData" : "importPreview", QFileInfo(path).fileName().toStdString(),
+                  bytes.toBase64().toStdString(), terms.account, terms.shown.has_value());
 }
 
 /// Puts skipped rows in the order of the file, whichever step skipped them.
@@ -379,9 +390,9 @@ void CLinkageManager::importFile(const ImportTerms& terms, bool files, ImportRep
     if (!files || !terms.shown) return importStatement(rows, book, terms.account, files, report);
     ImportReport expected = report;
     importStatement(rows, book, terms.account, false, expected);
-    refuseUnless(expected.tellsSame(*terms.shown));
+    refuseUnless(decideOnTape("asShown", [&] { return expected.tellsSame(*terms.shown); }));
     importStatement(rows, book, terms.account, true, report);
-    if (report.tellsSame(*terms.shown)) return;
+    if (decideOnTape("asShown", [&] { return report.tellsSame(*terms.shown); })) return;
     if (report.number != 0) undoImport(std::exchange(report.number, 0));
     refuseUnless(false);
 }
@@ -390,6 +401,7 @@ ImportReport CLinkageManager::readImport(const QString& path, const ImportTerms&
                                          bool files) {
     ImportReport report;
     report.path = path.isEmpty() ? askForFile() : path;
+    const CStep step(tape(), [&] { return importOnTape(report.path, terms, files); });
     try {
         if (report.path.isEmpty()) throw Refusal(QStringLiteral("no file was chosen"));
         importFile(terms, files, report);
@@ -419,6 +431,7 @@ ImportReport CLinkageManager::readImport(const QString& path, const ImportTerms&
 }
 
 bool CLinkageManager::undoImport(int number) {
+    const CStep step(tape(), [&] { return callOf("undoImport", number); });
     {
         const CLock lock(m_mutex);
         // Whoever takes it back first does.

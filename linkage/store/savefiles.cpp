@@ -9,6 +9,7 @@
 #include "linkage/store/csvfiles.h"
 #include "linkage/store/filesaver.h"
 #include "linkage/store/historystate.h"
+#include "linkage/tape/step.h"
 #include "platform/log.h"
 #include "platform/services/clientconfig.h"
 
@@ -145,9 +146,15 @@ RoomPtr<CBookWriter> CLinkageManager::makeBook() const {
                                     std::make_unique<CDiskFiles>(), m_pSaver->directoryLock()));
 }
 
-void CLinkageManager::writedata(bool withTime) { m_pSaver->saveAll(withTime); }
+void CLinkageManager::writedata(bool withTime) {
+    const CStep step(tape(), [&] { return callOf("writedata", withTime); });
+    m_pSaver->saveAll(withTime);
+}
 
-void CLinkageManager::writeBlanaceTime() { m_pSaver->saveBalanceTimes(); }
+void CLinkageManager::writeBlanaceTime() {
+    const CStep step(tape(), [] { return callOf("writeBlanaceTime"); });
+    m_pSaver->saveBalanceTimes();
+}
 
 void CLinkageManager::finishSaves() {
     m_pSaver->finish();

@@ -10,6 +10,7 @@
 #include "linkage/ledger/ledger.h"
 #include "linkage/store/importsettling.h"
 #include "linkage/store/importstate.h"
+#include "linkage/tape/services.h"
 #include "platform/log.h"
 #include "platform/services/clientconfig.h"
 #include "platform/utils/keys.h"
@@ -45,7 +46,11 @@ bool isKnownAccount(const std::string& accountKey) {
 // Whether the calendar knows that nothing was traded. A calendar that fails knows nothing.
 bool isClosedDay(const char* operation, const std::string& date) {
     std::optional<bool> trades;
-    attempt(operation, [&] { trades = marlo::isMarketTradingDay("SH", date); });
+    attempt(operation, [&] {
+        // A client may have no calendar.
+        if (!utils::CSingletonT<marlo::IMarketCalendar>::exists()) return;
+        trades = service<marlo::IMarketCalendar>().isTradingDay("SH", date);
+    });
     return trades && !*trades;
 }
 
@@ -210,6 +215,11 @@ std::uint64_t CLinkageManager::requestAccountOrders(const std::string& accountKe
 
 std::uint64_t CLinkageManager::requestHistory(const HistoryRequest& request) {
     if (!m_pEngine->hasStrand()) return 0;
+    const CStep step(tape(), [&] {
+        const bool deals = request.records == EHistoryRecords::Deals;
+        return callOf(deals ? "requestAccountDeals" : "requestAccountOrders", request.account,
+                      request.first, request.last);
+    });
     HistoryQuery query{.records = request.records,
                        .accountKey = request.account,
                        .day = historyDay(request.first),
@@ -218,7 +228,7 @@ std::uint64_t CLinkageManager::requestHistory(const HistoryRequest& request) {
         const CLock lock(m_mutex);
         query.request = m_pServerHistory->begin(request);
     }
-    post([this, query] { startHistoryQuery(query); });
+    post("startHistory", [this, query] { startHistoryQuery(query); });
     return query.request;
 }
 
@@ -279,7 +289,7 @@ void CLinkageManager::askHistoryDay(HistoryQuery query) {
 }
 
 void CLinkageManager::sendHistoryQuestion(const HistoryQuery& query) {
-    CTradeClient& client = *utils::CManualSingletonT<CTradeClient>::instance();
+    CTradeClient& client = service<CTradeClient>();
     const std::string date = historyDate(query.day);
     const std::uint64_t question = query.question;
     if (query.records == EHistoryRecords::Deals) {
@@ -300,6 +310,8 @@ void CLinkageManager::sendHistoryQuestion(const HistoryQuery& query) {
 }
 
 void CLinkageManager::giveHistoryDayUp(std::uint64_t question, const char* fault) {
+    const CStep step(tape(),
+                     [&] { return callOf("giveHistoryDayUp", static_cast<int>(question), fault); });
     CLock lock(m_mutex);
     const auto query = m_pServerHistory->close(question);
     lock.unlock();
@@ -319,6 +331,7 @@ void CLinkageManager::onQueryHistoryOrder(std::uint64_t question, const utils::V
 template <class Record>
 void CLinkageManager::takeHistoryAnswer(std::uint64_t question, const utils::VexError& error,
                                         const std::vector<boost::shared_ptr<Record>>& records) {
+    const CStep step(tape(), [&] { return HistoryInput<Record>{question, error, records}; });
     CLock lock(m_mutex);
     const auto query = m_pServerHistory->close(question);
     if (!query) return;
@@ -366,7 +379,7 @@ void CLinkageManager::endHistoryDay(HistoryQuery query, const HistoryDay& result
     });
     if (query.day >= query.last) return;
     query.day = query.day.addDays(1);
-    post([this, query] { askHistoryDay(query); });
+    post("askHistory", [this, query] { askHistoryDay(query); });
 }
 
 std::map<unsigned long long, DealPtr> CLinkageManager::getAccountDeals(

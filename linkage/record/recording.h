@@ -1,0 +1,105 @@
+#pragma once
+
+#include "linkage/core/mutex.h"
+#include "linkage/record/recordfile.h"
+#include "linkage/record/recordingoptions.h"
+#include "linkage/record/tapetext.h"
+#include "linkage/tape/step.h"
+#include "linkage/tape/taped.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace TC {
+
+class CLinkageManager;
+
+/// Tells the tape of the step in hand when its thread takes the manager's lock.
+class CStepHolds final : public IHoldWatch {
+public:
+    void wants() override {
+        if (CStep* const step = CStep::current()) step->tape().wantsHold(*step);
+    }
+    void has() override {
+        if (CStep* const step = CStep::current()) step->tape().holds(*step);
+    }
+};
+
+/// The names of a manager's signals, by address.
+std::map<const void*, const char*> signalNames(const CLinkageManager& manager);
+
+/// Adds a figure to the check sum that a part of a step ends with so far.
+void addFigures(TapeUnit& unit, std::uint64_t value);
+
+/// The tape that writes. Threads that take steps hand over what they did, a part of a step at a
+/// time; a thread of its own brings the parts into their order and writes them.
+///
+/// Threads: any. Failure: what goes wrong ends the recording with a log line; no step notices.
+class CRecording final : public ITape {
+public:
+    /// Writes the first lines and begins. `picture`: the lines of the files that the manager has
+    /// read, and of the configuration. Throws std::runtime_error when the file cannot be made.
+    CRecording(const CLinkageManager& manager, const std::string& file,
+               const RecordingOptions& options, const std::string& picture,
+               std::function<bool()> locked);
+    /// Ends the recording.
+    ~CRecording() override;
+    CRecording(const CRecording&) = delete;
+    CRecording& operator=(const CRecording&) = delete;
+
+    /// Ends it: what was handed over is on disk when this returns.
+    void stop();
+    /// Asks for what was handed over to be on disk soon.
+    void flushSoon();
+    RecordingState state() const;
+
+    Moment begins(CStep& step) override;
+    void ends(CStep& step) override;
+    void wantsHold(CStep& /*step*/) override {}
+    void holds(CStep& step) override;
+    void callsBack(CStep& step, TapeInput input) override;
+    bool keeps(const Ticket& ticket, const boost::function<void()>& work) override;
+    void raises(CStep& step, unsigned call, const Signal& signal) override;
+    void figures(CStep& step, std::uint64_t value) override;
+    TapeAnswer asks(CStep& step, unsigned call, const TapeQuestion& question,
+                    const std::function<TapeAnswer()>& work) override;
+    void acts(CStep& step, const TapeMark& act) override;
+
+private:
+    void place(CStep& step);
+    void handOver(TapeUnit&& unit);
+    void write();
+    void writeUnits(std::vector<TapeUnit>& units);
+    void end(const std::string& fault);
+
+    const RecordingOptions m_options;
+    const CTapedClient m_client;
+    const std::map<const void*, const char*> m_signalNames;
+
+    std::atomic<std::uint64_t> m_nSteps{0};
+    std::atomic<std::uint64_t> m_nPlaces{0};
+    std::atomic<bool> m_bRunning{true};
+
+    std::mutex m_stopMutex;  ///< held while the thread ends
+    mutable std::mutex m_mutex;
+    std::condition_variable m_handedOver;
+    std::vector<TapeUnit> m_units;
+    bool m_bFlush = false;
+    bool m_bStop = false;
+    RecordingState m_state;
+
+    // of the writing thread
+    std::map<std::uint64_t, TapeUnit> m_early;  ///< parts before which others are missing, by place
+    std::uint64_t m_nNext = 1;                  ///< place of the next part
+    CTapeText m_text;
+    CRecordFile m_file;
+    std::thread m_thread;
+};
+
+}  // namespace TC

@@ -1,0 +1,326 @@
+#include "linkage/record/tapetext.h"
+
+#include "linkage/record/recordlines.h"
+#include "platform/records/idata.h"
+
+#include <boost/pointer_cast.hpp>
+
+#include <utility>
+
+namespace TC {
+
+namespace {
+
+constexpr std::size_t KEPT_REPORTS = 2;  ///< of a record
+
+template <class... Handlers>
+struct Overloaded : Handlers... {
+    using Handlers::operator()...;
+};
+template <class... Handlers>
+Overloaded(Handlers...) -> Overloaded<Handlers...>;
+
+using IDataPtr = boost::shared_ptr<const vexservice::IData>;
+using IDataPtrs = std::vector<IDataPtr>;
+
+/// The account that a question for records is about.
+std::string accountOf(const TapeQuestion& question) {
+    const std::size_t blank = question.about.find(' ');
+    if (std::string_view(question.name) != "records" || blank == std::string::npos) {
+        return question.about;
+    }
+    return question.about.substr(blank + 1);
+}
+
+std::string accountOf(const boost::shared_ptr<vexservice::CAccountInfo>& info) {
+    return info ? info->m_strKey : std::string();
+}
+
+void writeValue(CJsonWriter& out, const TapeValue& value) {
+    std::visit(Overloaded{[&](std::monostate) { out.null(); },
+                          [&](const TapeJson& json) { out.written(json.text); },
+                          [&](const auto& plain) { out.value(plain); }},
+               value);
+}
+
+void writeValues(CJsonWriter& out, std::string_view name, const std::vector<TapeValue>& values) {
+    out.key(name);
+    out.beginArray();
+    for (const TapeValue& value : values) writeValue(out, value);
+    out.endArray();
+}
+
+void writeError(CJsonWriter& out, const utils::VexError& error) {
+    if (error.isOk() && error.m_strText.empty()) return;
+    out.member("error", error.m_nError);
+    out.member("text", error.m_strText);
+}
+
+}  // namespace
+
+CTapeText::CTapeText() { m_out.writesExponents(); }
+
+std::string_view CTapeText::take() {
+    m_taken.clear();
+    std::swap(m_taken, m_buffer);
+    return viewOf(m_taken);
+}
+
+CJsonWriter& CTapeText::beginLine(std::string_view kind) {
+    m_out.beginObject();
+    m_out.member("do", kind);
+    return m_out;
+}
+
+void CTapeText::endLine() {
+    m_out.endObject();
+    m_buffer.push_back('\n');
+}
+
+// --------------------------------------------------------------------------- records
+
+std::uint64_t CTapeText::numberOf(const RecordPtr& record) const {
+    const auto at = m_numbers.find(record.get());
+    return at == m_numbers.end() ? 0 : at->second;
+}
+
+// A record that is freed could be taken for a later one at its address, so what has a number is
+// kept. The player keeps as many.
+void CTapeText::remember(const RecordName& name, const RecordPtr& record) {
+    m_numbers[record.get()] = ++m_nRecords;
+    std::deque<RecordPtr>& newest = m_newest[name];
+    newest.push_back(record);
+    if (newest.size() <= KEPT_REPORTS) return;
+    m_numbers.erase(newest.front().get());
+    newest.pop_front();
+}
+
+void CTapeText::define(const std::string& account, const RecordPtr& record) {
+    remember({account, recordName(*record)}, record);
+    writeRecord(m_out, account, *record);
+}
+
+void CTapeText::defineRecords(const TapeInput& input) {
+    const auto history = [&](const auto& answer) {
+        for (const auto& record : answer.records) {
+            if (!record || numberOf(record) != 0) continue;
+            beginLine(recordKind(*record));
+            define(accountOf(record->m_pAccountInfo), record);
+            m_out.member("push", false);
+            endLine();
+        }
+    };
+    if (const auto* orders = std::get_if<HistoryInput<vexservice::COrderDetail>>(&input)) {
+        history(*orders);
+    } else if (const auto* deals = std::get_if<HistoryInput<vexservice::CDealDetail>>(&input)) {
+        history(*deals);
+    }
+}
+
+// --------------------------------------------------------------------------- answers
+
+std::string CTapeText::answerText(const TapeAnswer& answer) {
+    TextBuffer text;
+    CJsonWriter out(text);
+    out.writesExponents();
+    if (const auto* const records = std::get_if<IDataPtrs>(&answer)) {
+        out.beginArray();
+        for (const IDataPtr& record : *records) out.value(record ? numberOf(record) : 0);
+        out.endArray();
+    } else {
+        writeAnswer(out, answer);
+    }
+    return std::string(viewOf(text));
+}
+
+void CTapeText::addAnswer(const TapeUnit& unit, std::uint64_t number, const TapeAsk& ask) {
+    const std::string question = std::string(ask.question.name) + ' ' + ask.question.about;
+    // Most answers are the price that was told last: it need not be written to be seen as that.
+    if (const auto* const price =
+            std::get_if<boost::shared_ptr<vexservice::CPriceData>>(&ask.answer)) {
+        const auto [known, isNew] = m_prices.try_emplace(ask.question.about, *price);
+        if (!isNew && known->second == *price) return;
+        known->second = *price;
+    } else if (std::holds_alternative<TapeThrown>(ask.answer)) {
+        m_prices.erase(ask.question.about);
+    }
+    if (const auto* const records = std::get_if<IDataPtrs>(&ask.answer)) {
+        for (const IDataPtr& record : *records) {
+            if (!record || numberOf(record) != 0) continue;
+            beginLine(recordKind(*record));
+            define(accountOf(ask.question), record);
+            m_out.member("push", false);
+            endLine();
+        }
+    }
+    std::string text = answerText(ask.answer);
+    const auto [known, isNew] = m_answers.try_emplace(question);
+    if (!isNew && known->second == text) return;
+    beginLine("answer");
+    if (!unit.first) m_out.member("step", number);
+    m_out.member("call", ask.call);
+    m_out.member("to", question);
+    m_out.key("is");
+    m_out.written(text);
+    endLine();
+    known->second = std::move(text);
+}
+
+// --------------------------------------------------------------------------- steps
+
+void CTapeText::add(const TapeUnit& unit) {
+    if (m_nCurrent != 0 && m_nCurrent != unit.step) {
+        beginLine("leave");
+        if (m_nHolds != 1) m_out.member("holds", m_nHolds);
+        endLine();
+    }
+    std::uint64_t number = unit.first ? ++m_nSteps : m_stepNumbers.at(unit.step);
+    for (const TapeAsk& ask : unit.asks) addAnswer(unit, number, ask);
+    for (const TapeCallBack& back : unit.callBacks) {
+        defineRecords(back.input);
+        addInput(back.input);
+        if (!unit.first) m_out.member("step", number);
+        m_out.member("within", back.call);
+        endLine();
+    }
+    if (unit.first) {
+        addStep(unit);
+    } else if (m_nCurrent != unit.step) {
+        beginLine("resume").member("step", number);
+        endLine();
+    }
+    for (const TapeMark& mark : unit.marks) {
+        m_out.written(markText(mark));
+        m_buffer.push_back('\n');
+    }
+    const bool isNamed = !unit.last || unit.leavesWork;
+    if (isNamed) m_stepNumbers[unit.step] = number;
+    if (m_nCurrent != unit.step) m_nHolds = 0;
+    m_nHolds += unit.held ? 1 : 0;
+    m_nCurrent = unit.last ? 0 : unit.step;
+}
+
+void CTapeText::addStep(const TapeUnit& unit) {
+    if (unit.moment.revision != m_nRevision) {
+        m_nRevision = unit.moment.revision;
+        beginLine("referenceData").member("revision", m_nRevision);
+        endLine();
+    }
+    defineRecords(unit.input);
+    addInput(unit.input);
+    m_out.member("at", momentText(unit.moment.micros));
+    endLine();
+}
+
+// Leaves the line open: its moment comes last.
+void CTapeText::addInput(const TapeInput& input) {
+    const auto report = [&](const std::string& account, const auto& record) {
+        if (const std::uint64_t number = numberOf(record)) {
+            beginLine("report").member("record", number);
+            m_out.member("account", account);
+        } else {
+            beginLine(recordKind(*record));
+            define(account, record);
+        }
+    };
+    const auto history = [&](const auto& answer) {
+        beginLine("historyAnswer").member("question", answer.question);
+        writeError(m_out, answer.error);
+        m_out.key("records");
+        m_out.beginArray();
+        for (const auto& record : answer.records) m_out.value(record ? numberOf(record) : 0);
+        m_out.endArray();
+    };
+    std::visit(Overloaded{[&](std::monostate) { beginLine("nothing"); },
+                          [&](const OrderInput& in) { report(*in.accountKey, in.order); },
+                          [&](const DealInput& in) {
+                              report(*in.accountKey, in.deal);
+                              if (in.held) m_out.member("held", true);
+                          },
+                          [&](const PositionInput& in) { report(in.accountKey, in.position); },
+                          [&](const TaskInput& in) { report({}, in.task); },
+                          [&](const PriceInput& in) {
+                              beginLine("price");
+                              writePrice(m_out, in.stockKey, *in.price);
+                              m_prices[in.stockKey] = in.price;
+                              m_answers["price " + in.stockKey] = answerText(in.price);
+                          },
+                          [&](const BarsInput& in) {
+                              beginLine("barsAnswer");
+                              writeBars(m_out, in);
+                          },
+                          [&](const HistoryInput<vexservice::COrderDetail>& in) {
+                              history(in);
+                              m_out.member("of", "orders");
+                          },
+                          [&](const HistoryInput<vexservice::CDealDetail>& in) {
+                              history(in);
+                              m_out.member("of", "deals");
+                          },
+                          [&](const ResultInput& in) {
+                              beginLine("commandAnswer").member("balance", in.balance);
+                              m_out.member("index", in.index);
+                              m_out.member("number", in.command);
+                              writeError(m_out, in.error);
+                          },
+                          [&](const WorkInput& in) {
+                              beginLine("work").member("name", in.ticket.name);
+                              const auto step = m_stepNumbers.find(in.ticket.step);
+                              m_out.member("step", step == m_stepNumbers.end() ? 0 : step->second);
+                              m_out.member("index", in.ticket.index);
+                          },
+                          [&](const CallInput& in) { addCall(in); }},
+               input);
+}
+
+void CTapeText::addCall(const CallInput& call) {
+    // Signals of the client have kinds of their own.
+    static const std::map<std::string_view, const char*> SIGNALS = {
+        {"init", ""}, {"login", "ok"}, {"accountReady", "account"}, {"newTradingDate", "date"}};
+    const auto signal = SIGNALS.find(call.operation);
+    if (signal == SIGNALS.end()) {
+        beginLine("call").member("op", call.operation);
+        writeValues(m_out, "args", call.arguments);
+        return;
+    }
+    beginLine(call.operation);
+    if (call.arguments.empty()) return;
+    m_out.key(signal->second);
+    writeValue(m_out, call.arguments.front());
+}
+
+// ----------------------------------------------------------------------------- marks
+
+std::string markText(const TapeMark& mark) {
+    TextBuffer text;
+    CJsonWriter out(text);
+    out.beginObject();
+    std::visit(Overloaded{[&](const SignalMark& signal) {
+                              if (!signal.values.empty()) writeValues(out, "args", signal.values);
+                              out.member("name", signal.name);
+                              out.member("out", "signal");
+                          },
+                          [&](const CommandMark& command) { writeCommand(out, *command.command); },
+                          [&](const CancelMark& cancel) {
+                              out.member("key", cancel.order->recordKey());
+                              out.member("out", "cancelOrder");
+                          },
+                          [&](const OperateMark& operate) {
+                              out.member("key", operate.task);
+                              out.member("operation",
+                                         static_cast<int>(operate.record->m_eOperation));
+                              out.member("operator", operate.record->m_strOperator);
+                              out.member("out", "operateTask");
+                              out.member("remark", operate.record->m_strRemark);
+                              out.member("server", operate.server);
+                          },
+                          [&](const FiguresMark& figures) {
+                              out.member("out", "figures");
+                              out.member("sum", figures.sum);
+                          }},
+               mark);
+    out.endObject();
+    return std::string(viewOf(text));
+}
+
+}  // namespace TC

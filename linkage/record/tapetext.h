@@ -1,0 +1,78 @@
+#pragma once
+
+#include "linkage/tape/jsonwriter.h"
+#include "linkage/tape/tapeunit.h"
+
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+
+namespace TC {
+
+/// Writes parts of steps as lines of a scenario (docs/SCENARIOS.md, "Recordings").
+///
+/// A record stands in the text once; lists name it by its number, which is its rank among the
+/// records of the text. An answer stands there when it is not the one that the same question had
+/// last.
+///
+/// Threads: one.
+class CTapeText {
+public:
+    CTapeText();
+
+    /// Adds the next part, in the order of the parts' places.
+    void add(const TapeUnit& unit);
+
+    std::size_t size() const { return m_buffer.size(); }
+    /// The lines so far; they stand until the next part is added.
+    std::string_view take();
+
+private:
+    using RecordPtr = boost::shared_ptr<const vexservice::IData>;
+    /// Account, kind and record key.
+    using RecordName = std::pair<std::string, std::pair<int, std::uint64_t>>;
+
+    void addStep(const TapeUnit& unit);
+    void addInput(const TapeInput& input);
+    void addCall(const CallInput& call);
+    void addAnswer(const TapeUnit& unit, std::uint64_t number, const TapeAsk& ask);
+    /// The answer as JSON; records in it that the text does not have yet are written first.
+    std::string answerText(const TapeAnswer& answer);
+    void defineRecords(const TapeInput& input);
+
+    /// The number of a record; 0: the text does not have it.
+    std::uint64_t numberOf(const RecordPtr& record) const;
+    /// Writes a record, with the beginning of its line as it is given.
+    void define(const std::string& account, const RecordPtr& record);
+    void remember(const RecordName& name, const RecordPtr& record);
+
+    CJsonWriter& beginLine(std::string_view kind);
+    void endLine();
+    void writeMoment(const TapeUnit& unit);
+
+    TextBuffer m_buffer;
+    TextBuffer m_taken;
+    CJsonWriter m_out{m_buffer};
+
+    std::uint64_t m_nRecords = 0;
+    std::unordered_map<const vexservice::IData*, std::uint64_t> m_numbers;
+    /// The two newest records of each name: an older one is not known any more.
+    std::map<RecordName, std::deque<RecordPtr>> m_newest;
+
+    std::uint64_t m_nSteps = 0;
+    std::map<std::uint64_t, std::uint64_t> m_stepNumbers;  ///< of steps that go on, in the text
+    std::uint64_t m_nCurrent = 0;                          ///< step of the last part, if it goes on
+    std::uint64_t m_nHolds = 0;  ///< how often it had the lock since it was in hand
+    std::uint64_t m_nRevision = 0;
+    std::unordered_map<std::string, std::string> m_answers;  ///< the last one of each question
+    std::unordered_map<std::string, boost::shared_ptr<vexservice::CPriceData>> m_prices;
+};
+
+/// What the manager did, as the output of linkage-replay says it, but for the time.
+std::string markText(const TapeMark& mark);
+
+}  // namespace TC

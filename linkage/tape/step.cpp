@@ -1,0 +1,33 @@
+#include "linkage/tape/step.h"
+
+namespace TC {
+
+namespace {
+
+thread_local CStep* t_step = nullptr;
+
+}  // namespace
+
+CStep* CStep::current() { return t_step; }
+
+void CStep::open(ITape& tape, TapeInput input) {
+    m_pTape = &tape;
+    m_unit.input = std::move(input);
+    t_step = this;
+    m_unit.moment = tape.begins(*this);
+    m_moment.emplace(m_unit.moment);
+    // Several reports may be taken in while the strand has the lock.
+    if (tape.hasLock()) tape.holds(*this);
+}
+
+void CStep::end() {
+    if (m_pOuter) {
+        m_pOuter->m_nOutside = m_nOutsideOfOuter;
+        return;
+    }
+    m_moment.reset();
+    m_pTape->ends(*this);
+    t_step = nullptr;
+}
+
+}  // namespace TC

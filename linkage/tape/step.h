@@ -1,0 +1,99 @@
+#pragma once
+
+#include "linkage/tape/moment.h"
+#include "linkage/tape/tape.h"
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+namespace TC {
+
+/// One step of the manager: what it does because of one report, one timer, one call of the client.
+/// Without a tape it does nothing.
+///
+/// Threads: lives on the stack of the thread that takes the step.
+class CStep {
+public:
+    /// `make` gives what the step is taken for; it is called only with a tape. A step within a step
+    /// belongs to the outer one.
+    template <class MakeInput>
+    CStep(ITape* tape, const MakeInput& make) {
+        if (tape) begin(*tape, make);
+    }
+    ~CStep() {
+        if (m_pTape || m_pOuter) end();
+    }
+    CStep(const CStep&) = delete;
+    CStep& operator=(const CStep&) = delete;
+
+    /// The step that the calling thread takes; null: none that is on a tape.
+    static CStep* current();
+
+    /// The step in hand changes something that a lock of its own guards, and has that lock.
+    static void takesPlace() {
+        if (CStep* const step = current()) step->tape().holds(*step);
+    }
+
+    ITape& tape() const { return *m_pTape; }
+    /// What the tape keeps of the step's part in hand.
+    TapeUnit& unit() { return m_unit; }
+    /// Counts what the step asks of others, and what it tells them.
+    unsigned nextCall() { return ++m_nCalls; }
+    unsigned calls() const { return m_nCalls; }
+    /// Names work that the step leaves for later.
+    Ticket nextTicket(const char* name) { return {m_unit.step, name, ++m_tickets[name]}; }
+
+    /// While it lives, the step is outside the library: what comes in then is the client's.
+    class COutside {
+    public:
+        explicit COutside(CStep* step) : m_pStep(step) {
+            if (m_pStep) ++m_pStep->m_nOutside;
+        }
+        ~COutside() {
+            if (m_pStep) --m_pStep->m_nOutside;
+        }
+        COutside(const COutside&) = delete;
+        COutside& operator=(const COutside&) = delete;
+
+    private:
+        CStep* m_pStep;
+    };
+
+private:
+    template <class MakeInput>
+    void begin(ITape& tape, const MakeInput& make) {
+        CStep* const outer = current();
+        if (!outer) return open(tape, make());
+        if (outer->m_nOutside == 0) return;
+        outer->m_pTape->callsBack(*outer, make());
+        m_pOuter = outer;
+        m_nOutsideOfOuter = std::exchange(outer->m_nOutside, 0);
+    }
+    void open(ITape& tape, TapeInput input);
+    void end();
+
+    ITape* m_pTape = nullptr;
+    TapeUnit m_unit;
+    unsigned m_nCalls = 0;
+    int m_nOutside = 0;
+    std::map<std::string_view, unsigned> m_tickets;
+    std::optional<CHeldMoment> m_moment;
+    CStep* m_pOuter = nullptr;
+    int m_nOutsideOfOuter = 0;
+};
+
+/// Asks `work` for a decision that neither the manager's state nor a service makes. On a tape the
+/// decision is an answer under this name.
+template <class Work>
+bool decideOnTape(const char* name, const Work& work) {
+    CStep* const step = CStep::current();
+    if (!step) return work();
+    const TapeAnswer answer = step->tape().asks(*step, step->nextCall(), {name, {}},
+                                                [&] { return TapeAnswer(bool{work()}); });
+    return std::get<bool>(answer);
+}
+
+}  // namespace TC

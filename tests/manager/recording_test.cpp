@@ -1,0 +1,131 @@
+#include "linkage/record/recordingoptions.h"
+#include "replay/recordingplayer.h"
+#include "tests/support/fixture.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <zlib.h>
+
+#include <optional>
+#include <string>
+
+#include <gtest/gtest.h>
+
+// Recordings on virtual time. The storms of tests/threads judge the order of threads.
+
+using namespace tests;
+
+namespace {
+
+std::string unpacked(const QString& path) {
+    std::string text;
+    const gzFile file = gzopen(QFile::encodeName(path).constData(), "rb");
+    char buffer[1 << 14];
+    for (int count = 0; (count = gzread(file, buffer, sizeof(buffer))) > 0;) {
+        text.append(buffer, static_cast<std::size_t>(count));
+    }
+    gzclose(file);
+    return text;
+}
+
+void put(const QString& path, const std::string& text) {
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(text.data(), static_cast<qint64>(text.size()));
+}
+
+class Recording : public testing::Test {
+protected:
+    void begin(const TC::RecordingOptions& options = {}) {
+        f->account({.key = "A", .fee = {{0.0003, 5.0, 0.0, 0.001}}});
+        f->instrument({.market = "SH", .code = "600000", .reference = 10.0});
+        f->create();
+        ASSERT_TRUE(f->manager().startRecording(path(), options));
+        f->init();
+    }
+    /// A day that ends with a balance.
+    void play() {
+        f->order({.key = 1, .strategy = "S"});
+        f->deal({.key = 1, .price = 10.0, .volume = 300, .strategy = "S"});
+        f->price({.last = 10.5});
+        f->advance(10);
+        f->manager().runAutoBalance("A", "S");
+        f->advance(40);
+    }
+    QString path() const { return QDir::tempPath() + "/recording-test.jsonl.gz"; }
+    replay::RecordingVerdict verified(const QString& file) {
+        return replay::verifyRecording(QFile::encodeName(file).toStdString());
+    }
+    void SetUp() override { QFile::remove(path()); }
+    void TearDown() override { QFile::remove(path()); }
+
+    std::optional<Fixture> f{std::in_place};
+};
+
+// What a service answered is changed in the file: the first decision that it changes is told.
+TEST_F(Recording, TheFirstDecisionThatDiffersIsTold) {
+    begin();
+    play();
+    f->manager().stopRecording();
+    f.reset();
+    EXPECT_FALSE(verified(path()).difference);
+
+    std::string text = unpacked(path());
+    const std::string lot = "\"to\":\"lot SH600000\",\"is\":100";
+    const std::size_t at = text.find(lot);
+    ASSERT_NE(at, std::string::npos);
+    text.replace(at, lot.size(), "\"to\":\"lot SH600000\",\"is\":200");
+    const QString changed = path() + ".changed";
+    put(changed, text);
+    const auto verdict = verified(changed);
+    QFile::remove(changed);
+    EXPECT_EQ(verdict.fault, "");
+    ASSERT_TRUE(verdict.difference);
+    EXPECT_NE(verdict.difference->expected.find("\"out\":\"command\""), std::string::npos);
+    EXPECT_NE(verdict.difference->expected.find("\"volume\":300"), std::string::npos);
+    EXPECT_NE(verdict.difference->got.find("\"volume\":200"), std::string::npos);
+}
+
+// A process that is killed leaves a file without an end: it is played up to the last flush.
+TEST_F(Recording, AFileThatBreaksOffIsPlayedAsFarAsItGoes) {
+    begin();
+    play();
+    f->advance(1);
+    QFile file(path());
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray whole = file.readAll();
+    const QString torn = path() + ".torn";
+    put(torn, whole.toStdString());
+    f->manager().stopRecording();
+    f.reset();
+    const auto verdict = verified(torn);
+    QFile::remove(torn);
+    EXPECT_FALSE(verdict.difference);
+    EXPECT_GT(verdict.steps, 5u);
+}
+
+TEST_F(Recording, BeginsOnceAndBeforeInit) {
+    begin();
+    EXPECT_FALSE(f->manager().startRecording(path() + ".2"));
+    f.reset();
+
+    Fixture other;
+    other.init();
+    EXPECT_FALSE(other.manager().startRecording(path() + ".2"));
+    EXPECT_FALSE(other.manager().getRecording());
+    EXPECT_FALSE(QFile::exists(path() + ".2"));
+}
+
+TEST_F(Recording, EndsWithALineInTheLogWhenItsFileIsFullAndTradingGoesOn) {
+    begin({.mostBytes = 1});
+    play();
+    f->advance(2);
+    const auto recording = f->manager().getRecording();
+    ASSERT_TRUE(recording);
+    EXPECT_FALSE(recording->running);
+    EXPECT_EQ(recording->fault, "the file has its full size");
+    EXPECT_EQ(f->manager().getTradeStatDatas("A", "S").size(), 1u);
+}
+
+}  // namespace

@@ -1,0 +1,307 @@
+#include "linkage/core/clinkagemanager.h"
+#include "linkage/store/importreport.h"
+#include "paper/loop.h"
+#include "paper/paperclient.h"
+#include "platform/services/rpcengine.h"
+#include "platform/utils/clock.h"
+#include "platform/utils/waits.h"
+#include "replay/manageraccess.h"
+#include "replay/output.h"
+#include "replay/recordingplayer.h"
+#include "replay/records.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <boost/make_shared.hpp>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <functional>
+#include <future>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+// What a recording of a manager in a storm of threads says must be what the library does when the
+// recording is played, to the last signal and to the whole state.
+
+namespace {
+
+using Manager = utils::CSingletonT<TC::CLinkageManager>;
+
+/// Time that a thread of the test moves, so that timers fire in the middle of everything.
+class CMovedClock final : public utils::IClock {
+public:
+    CMovedClock() { utils::setClock(this); }
+    ~CMovedClock() override {
+        m_pWaits->clear();
+        utils::setClock(nullptr);
+    }
+    void move(std::int64_t micros) {
+        const std::int64_t now = m_now.fetch_add(micros) + micros;
+        for (const auto& end : m_pWaits->takeDue(now)) end(true);
+    }
+    std::int64_t nowMicros() const override { return m_now.load(); }
+    std::shared_ptr<utils::CWaits> waits() const override { return m_pWaits; }
+
+private:
+    // 2024-01-02 10:00:00 in Shanghai
+    std::atomic<std::int64_t> m_now{1'704'160'800'000'000};
+    const std::shared_ptr<utils::CWaits> m_pWaits = std::make_shared<utils::CWaits>();
+};
+
+/// One kind of what happens in a storm, with numbers of its own.
+struct Gust {
+    std::mt19937 random;
+    int below(int count) { return static_cast<int>(random() % static_cast<unsigned>(count)); }
+    std::string account() { return below(2) == 0 ? "A" : "B"; }
+    std::string strategy() { return std::string(1, "STU"[below(3)]); }
+    std::string stock() { return below(2) == 0 ? "600000" : "600001"; }
+};
+
+class CStorm {
+public:
+    CStorm(unsigned seed, bool guard, const QString& recording) : m_nSeed(seed) {
+        paper::ClientConfig config;
+        config.tradeDate = "20240102";
+        config.dataDir = m_directory.path();
+        config.executes = seed % 2 == 0;
+        m_pClient = std::make_unique<paper::CPaperClient>(m_loop.service(), config);
+        for (const char* const code : {"600000", "600001"}) {
+            m_pClient->setInstrument({.market = "SH", .code = code, .reference = 10.0});
+        }
+        for (const char* const key : {"A", "B"}) {
+            m_pClient->setAccount({.key = key, .id = key, .fee = {{0.0003, 5.0, 0.0, 0.001}}});
+        }
+        TC::LinkageOptions options;
+        options.guard = guard;
+        manager().setOptions(options);
+        EXPECT_TRUE(manager().startRecording(recording));
+        manager().init();
+    }
+    ~CStorm() { release(); }
+
+    void release() {
+        Manager::release();
+        m_loop.stop();
+        m_pClient.reset();
+    }
+
+    static TC::CLinkageManager& manager() { return *Manager::instance(); }
+
+    void blow() {
+        std::vector<std::function<void(Gust&, int)>> gusts = {
+            [this](Gust& gust, int at) { report(gust, at); },
+            [this](Gust& gust, int at) { report(gust, at); },
+            [this](Gust& gust, int at) { price(gust, at); },
+            [this](Gust& gust, int at) { request(gust, at); },
+            [this](Gust& gust, int at) { balance(gust, at); },
+            [this](Gust& gust, int at) { history(gust, at); },
+            [this](Gust& gust, int at) { fail(gust, at); },
+        };
+        std::atomic<int> running{0};
+        std::vector<std::thread> threads;
+        for (std::size_t kind = 0; kind < gusts.size(); ++kind) {
+            ++running;
+            threads.emplace_back([&, kind] {
+                Gust gust{std::mt19937(m_nSeed * 31 + static_cast<unsigned>(kind))};
+                for (int at = 1; at <= TIMES; ++at) {
+                    try {
+                        gusts[kind](gust, at);
+                    } catch (const std::runtime_error&) {
+                        // A service that fails on the thread of a call makes the call fail.
+                    }
+                }
+                --running;
+            });
+        }
+        // Signals of the client reach the manager on this thread.
+        for (int at = 0; running > 0 || at < 20; ++at) {
+            m_clock.move(200'000);
+            QCoreApplication::processEvents();
+            std::this_thread::yield();
+            if (at == 40) m_pClient->newTradingDate("20240103", "20240103");
+        }
+        for (std::thread& each : threads) each.join();
+    }
+
+    /// Waits until nothing waits for the strand any more: work may leave further work.
+    void calm() {
+        const auto strand = utils::CSingletonT<net::RPCEngine>::instance()->getStrand("linkage");
+        for (int pass = 0; pass < 200; ++pass) {
+            std::promise<void> done;
+            strand->post([&] { done.set_value(); });
+            done.get_future().wait();
+            QCoreApplication::processEvents();
+        }
+    }
+
+private:
+    static constexpr int TIMES = 150;
+
+    template <class Record>
+    void fill(Record& record, Gust& gust, const std::string& account, std::uint64_t key) {
+        record.m_nRecordKey = key;
+        record.m_strMarket = "SH";
+        record.m_strCode = gust.stock();
+        record.m_eDirection =
+            gust.below(2) == 0 ? vexservice::ENTRUST_BUY : vexservice::ENTRUST_SELL;
+        record.m_dPrice = 10.0 + 0.01 * gust.below(20);
+        record.m_nVolume = 100 * (1 + gust.below(5));
+        record.m_strTradeDate = m_pClient->tradeDate();
+        record.m_pAccountInfo = m_pClient->accountInfo(account);
+        record.m_pCommand = boost::make_shared<vexservice::CCommandRecord>();
+        record.m_pCommand->m_strStrategyName = gust.strategy();
+        if (gust.below(20) == 0) record.m_pCommand->m_strTag = "历史配平";
+    }
+
+    void report(Gust& gust, int /*at*/) {
+        const std::string account = gust.account();
+        const auto key = static_cast<std::uint64_t>(1 + gust.below(400));
+        if (gust.below(3) > 0) {
+            auto order = boost::make_shared<vexservice::COrderDetail>();
+            fill(*order, gust, account, key);
+            const bool open = gust.below(2) == 0;
+            order->m_eStatus = open ? vexservice::STATUS_REPORTED : vexservice::STATUS_SUCCEEDED;
+            order->m_nTradedVolume = open ? 0 : order->m_nVolume;
+            order->m_dTradedAmount = order->m_nTradedVolume * order->m_dPrice;
+            m_pClient->report(account, order);
+            return;
+        }
+        auto deal = boost::make_shared<vexservice::CDealDetail>();
+        fill(*deal, gust, account, key);
+        deal->m_dAmount = deal->m_dPrice * deal->m_nVolume;
+        deal->m_strTradeTime = "100000";
+        deal->m_strDealID = std::to_string(key);
+        m_pClient->report(account, deal);
+    }
+
+    void price(Gust& gust, int /*at*/) {
+        auto price = boost::make_shared<vexservice::CPriceData>();
+        const std::string key = "SH" + gust.stock();
+        price->m_strStockKey = key;
+        price->m_dLastPrice = 10.0 + 0.01 * gust.below(50);
+        price->m_asks = {{price->m_dLastPrice + 0.01, 500}};
+        m_pClient->setPrice(key, price);
+    }
+
+    void request(Gust& gust, int at) {
+        manager().getTradeStatDatas(gust.account(), gust.strategy());
+        manager().getStocks();
+        if (at % 10 == 0) manager().requestAccount(gust.account());
+        if (at % 25 == 0) m_pClient->login(true, QString());
+        if (at % 30 == 0) manager().requestAccountDeals("A", "20231227", "20231228");
+        if (at % 35 == 0) m_pClient->accountReady("B");
+        if (at == 5) manager().startProfitCalculator();
+        if (at % 40 == 0) importStatement(gust);
+    }
+
+    void importStatement(Gust& gust) {
+        const QString path = m_directory.path() + "/statement.csv";
+        QFile file(path);
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        QByteArray text("成交编号,成交日期,证券代码,买卖,成交价格,成交数量\n");
+        for (int row = 0; row < 500; ++row) {
+            text += QByteArray::number(10000 + gust.below(900)) + ",20231229,600000,买入,10,100\n";
+        }
+        file.write(text);
+        file.close();
+        const auto report = manager().importData(path, {.account = "A"});
+        if (report.number % 2 == 1) manager().undoImport(report.number);
+    }
+
+    void balance(Gust& gust, int at) {
+        const std::string account = gust.account();
+        const std::string strategy = gust.strategy();
+        if (at % 7 == 0) manager().runAutoBalance(account, strategy);
+        if (at % 11 == 0) manager().cancelAllOrders(account, strategy);
+        if (at % 13 == 0) manager().runAutoBalanceTimer(account, strategy);
+        if (at % 17 == 0) manager().doHistoryBalance(account, strategy);
+        manager().addBalanceTime(account + ":" + strategy, "0930" + std::to_string(10 + at % 40));
+        if (at % 5 == 0) manager().deleteBalanceTime(account + ":" + strategy);
+    }
+
+    void history(Gust& gust, int at) {
+        const std::string account = gust.account();
+        const std::string strategy = gust.strategy();
+        if (at % 6 == 0) manager().addHistoryLinkdata(account, strategy);
+        if (at % 9 == 0) {
+            TC::TradeStatData stat;
+            stat.m_strAccountKey = account;
+            stat.m_strStrategy = strategy;
+            stat.m_nTotalBuyVolume = at;
+            manager().addHistoryStat(account + strategy, stat);
+        }
+        if (at % 8 == 0) manager().historyStatCalculator();
+        if (at % 20 == 0) manager().writedata(true);
+        if (at % 50 == 0) manager().deleteHistoryAlreadyBalancedata();
+        manager().getTotalProfits({}, {}, {}, true);
+    }
+
+    void fail(Gust& gust, int at) {
+        if (at % 10 != 0) return;
+        constexpr paper::EService SERVICES[] = {paper::EService::FeeLimits, paper::EService::Quote,
+                                                paper::EService::AccountData,
+                                                paper::EService::CommandCenter};
+        m_pClient->setFault(SERVICES[gust.below(4)],
+                            gust.below(2) == 0 ? paper::EFault::Throw : paper::EFault::Null, 2);
+    }
+
+    const unsigned m_nSeed;
+    const QTemporaryDir m_directory;
+    CMovedClock m_clock;
+    paper::CRealLoop m_loop{2};
+    std::unique_ptr<paper::CPaperClient> m_pClient;
+};
+
+std::string stateText(TC::CLinkageManager& manager) {
+    replay::TextBuffer text;
+    replay::CJsonWriter out(text);
+    replay::writeState(out, manager.state());
+    return std::string(replay::viewOf(text));
+}
+
+class RecordingThreads : public testing::TestWithParam<bool> {};
+
+TEST_P(RecordingThreads, AStormIsPlayedAgainWithoutADifference) {
+    // Each repetition is another storm.
+    static unsigned seed = 0;
+    for (int round = 0; round < 4; ++round) {
+        SCOPED_TRACE(++seed);
+        const QTemporaryDir directory;
+        const QString path = directory.path() + "/storm.jsonl.gz";
+        std::string live;
+        {
+            CStorm storm(seed, GetParam(), path);
+            storm.blow();
+            storm.calm();
+            CStorm::manager().stopRecording();
+            live = stateText(CStorm::manager());
+            const auto recording = CStorm::manager().getRecording();
+            ASSERT_TRUE(recording && recording->fault.empty());
+            EXPECT_GT(recording->steps, 300u);
+        }
+        std::string played;
+        replay::VerifyOptions options;
+        options.finished = [&](TC::CLinkageManager& manager) { played = stateText(manager); };
+        const auto verdict = replay::verifyRecording(path.toStdString(), options);
+        EXPECT_EQ(verdict.fault, "");
+        if (false) {
+            QFile::remove("/tmp/storm.jsonl.gz");
+            QFile::copy(path, "/tmp/storm.jsonl.gz");
+        }
+        ASSERT_FALSE(verdict.difference)
+            << "line " << verdict.difference->line << ", expected " << verdict.difference->expected
+            << ", got " << verdict.difference->got;
+        ASSERT_EQ(played, live);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Guard, RecordingThreads, testing::Bool());
+
+}  // namespace
