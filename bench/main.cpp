@@ -81,6 +81,7 @@ int main(int argc, char** argv) {
     // fresh heap.
     bench::addRecordedDay();
     bench::addIntake();
+    bench::addRecording();
     bench::addCalculators();
     bench::addQueries();
     bench::addChanges();

@@ -39,6 +39,7 @@ struct Bound {
     const char* unit;
     double scale;         ///< by which the figures are multiplied for display
     bool orNext = false;  ///< it is enough when this bound or the next one holds
+    bool isMore = false;  ///< `atMost` is what may be more than `against`, in `unit`
 };
 
 const std::vector<Bound>& bounds() {
@@ -48,6 +49,9 @@ const std::vector<Bound>& bounds() {
          "ns", 1e9},
         {"a report, from callback to applied, one producer", "strand/one", "report/limit", 5.0,
          "ns", 1e9},
+        {"what recording adds to a report, callback to applied", "report/recorded",
+         "report/unrecorded", 120.0, "ns", 1e9, false, true},
+        {"  a report in the recording, on disk", "recording/bytes", "", 40.0, "bytes", 1.0},
         {"a storm from four threads, its log unheard, against silent", "storm/log without appender",
          "storm/silent", 1.1, "ns", 1e9},
         {"a pass with all prices new", "pass/all", "pass/limit", 2.0, "us", 1e6},
@@ -92,11 +96,13 @@ struct Line {
 };
 
 Line lineOf(const Bound& bound) {
-    const bool isRatio = !bound.against.empty();
+    const bool isCompared = !bound.against.empty();
+    const bool isRatio = isCompared && !bound.isMore;
     Line line;
     const bool isBound = bound.atMost != NO_BOUND;
     if (isBound) line.atMost = fmt::format("{} {}", bound.atMost, isRatio ? "x" : bound.unit);
-    if (!figures().has(bound.measured) || (isRatio && !figures().has(bound.against))) return line;
+    if (!figures().has(bound.measured) || (isCompared && !figures().has(bound.against)))
+        return line;
     const double value = figures()[bound.measured];
     const double shown = value * bound.scale;
     double held = shown;
@@ -106,6 +112,10 @@ Line lineOf(const Bound& bound) {
         held = value / base;
         line.measured = fmt::format("{:.2f} x ({:.1f} {} / {:.1f})", held, shown, bound.unit,
                                     base * bound.scale);
+    } else if (isCompared) {
+        const double base = figures()[bound.against] * bound.scale;
+        held = shown - base;
+        line.measured = fmt::format("{:.1f} {} ({:.1f} - {:.1f})", held, bound.unit, shown, base);
     }
     if (const std::string& details = figures().details(bound.measured); !details.empty()) {
         line.measured += fmt::format(" ({})", details);

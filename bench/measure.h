@@ -76,6 +76,7 @@ void addHistory();
 void addRecordedDay();
 void addLatency();
 void addLongDays();
+void addRecording();
 
 /// What each part of a report costs; not among the benchmarks.
 void printParts();

@@ -7,6 +7,7 @@
 #include <QDateTime>
 
 #include <future>
+#include <stdexcept>
 #include <utility>
 
 namespace bench {
@@ -56,9 +57,12 @@ TC::LinkageOptions& libraryOptions() {
 }
 
 CLibraryProgram::CLibraryProgram(const Workload& workload, CWorld::Time time,
-                                 const TC::LinkageOptions& options)
+                                 const TC::LinkageOptions& options, const QString& recording)
     : m_workload(workload), m_world(workload, time), m_pManager(Manager::instance()) {
     m_pManager->setOptions(options);
+    if (!recording.isEmpty() && !m_pManager->startRecording(recording)) {
+        throw std::runtime_error(recording.toStdString() + " cannot be recorded");
+    }
     m_pManager->init();
     m_world.runToRest();
     if (time == CWorld::Time::Real) waitApplied();

@@ -68,8 +68,10 @@ TC::LinkageOptions& libraryOptions();
 
 class CLibraryProgram {
 public:
+    /// `recording`: where all of it is recorded; empty: nowhere.
     explicit CLibraryProgram(const Workload& workload, CWorld::Time time = CWorld::Time::Standing,
-                             const TC::LinkageOptions& options = libraryOptions());
+                             const TC::LinkageOptions& options = libraryOptions(),
+                             const QString& recording = {});
     ~CLibraryProgram();
     CLibraryProgram(const CLibraryProgram&) = delete;
     CLibraryProgram& operator=(const CLibraryProgram&) = delete;
