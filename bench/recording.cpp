@@ -43,7 +43,8 @@ double plainSeconds(const Workload& day) {
 /// Notes the bytes of a report on disk, too. A recording that lacks a report is worth no number.
 double recordedSeconds(const Workload& day) {
     const QTemporaryDir folder;
-    CLibraryProgram program(day, CWorld::Time::Standing, folder.filePath("bench.rec"));
+    CLibraryProgram program(day, CWorld::Time::Standing, libraryOptions(),
+                            folder.filePath("bench.rec"));
     const double taken = takeInSeconds(program, day);
     program.manager().stopRecording();
     const TC::RecordingState state = program.manager().getRecording().value();

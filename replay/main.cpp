@@ -134,7 +134,8 @@ int verifyAll(const Arguments& arguments) {
                         found.at.c_str(), found.expected.c_str(), found.got.c_str());
             if (status == 0) status = FAILURE;
         } else {
-            std::printf(", no difference\n");
+            std::printf(", no difference%s\n",
+                        verdict.breaksOff ? ", and the recording breaks off there" : "");
         }
     }
     return status;

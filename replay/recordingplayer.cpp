@@ -93,6 +93,7 @@ public:
         const std::string kind(fields.text("do"));
         if (kind == "config") return begin(fields);
         if (kind == "writeFile") return writeFile(fields);
+        if (kind == "end") return endLine();
         if (kind == "answer") return addAnswer(fields);
         if (kind == "referenceData") {
             m_nRevision = fields.whole<std::uint64_t>("revision");
@@ -113,9 +114,10 @@ public:
         }
     }
 
-    /// After the last line.
+    /// After the last line. Where the file breaks off, of the step in hand the rest is missing.
     void finish() {
-        finishStep();
+        if (!m_bEnded) verdict.breaksOff = true;
+        m_pStep = nullptr;
         if (m_pManager && m_options.finished) m_options.finished(*m_pManager);
     }
 
@@ -367,6 +369,11 @@ private:
         m_pStep = nullptr;
     }
 
+    void endLine() {
+        finishStep();
+        m_bEnded = true;
+    }
+
     void resume(std::uint64_t number) {
         finishStep();
         const auto known = m_steps.find(number);
@@ -411,8 +418,18 @@ private:
     PlayedStep* m_pStep = nullptr;  ///< in hand
     std::optional<Difference> m_difference;
     std::atomic<bool> m_bFree{false};  ///< nothing is compared any more
+    bool m_bEnded = false;             ///< the last line was there
     CStepThreads m_threads;
 };
+
+/// A file whose writer was killed has no proper end.
+bool nextLine(CLineReader& reader, std::string_view& line) {
+    try {
+        return reader.next(line);
+    } catch (const LineError&) {
+        return false;
+    }
+}
 
 }  // namespace
 
@@ -423,7 +440,7 @@ RecordingVerdict verifyRecording(const std::string& path, const VerifyOptions& o
         CLineReader reader(path);
         try {
             std::string_view line;
-            while (reader.next(line)) {
+            while (nextLine(reader, line)) {
                 number = reader.number();
                 player->play(line);
             }

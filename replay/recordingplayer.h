@@ -24,7 +24,8 @@ struct RecordingVerdict {
     std::uint64_t steps = 0;
     std::uint64_t marks = 0;  ///< commands, cancellations, signals and sums that were compared
     std::optional<RecordingDifference> difference;  ///< the first one; none: all is the same
-    std::string fault;  ///< "FILE:LINE: what is wrong" where the file cannot be read on
+    bool breaksOff = false;  ///< the file has no end: who recorded was killed, or records still
+    std::string fault;       ///< "FILE:LINE: what is wrong" where the file cannot be read on
 };
 
 struct VerifyOptions {

@@ -20,8 +20,8 @@ public:
           m_output(output),
           m_watcher(watcher),
           m_bAnswers(options.answers),
-          m_session({QString::fromStdString(options.dataDir), options.log, options.record,
-                     watcher.requests()},
+          m_session({QString::fromStdString(options.dataDir), options.log, watcher.requests(),
+                     options.record},
                     output) {
         if (!options.journal.empty()) m_journal.emplace(options.journal);
     }

@@ -15,11 +15,11 @@
 namespace replay {
 
 struct SessionOptions {
-    QString dataDir;     ///< empty: a temporary one, removed with the session
-    bool log = true;     ///< log lines are part of the output
-    std::string record;  ///< file of a recording of each manager; empty: none
+    QString dataDir;  ///< empty: a temporary one, removed with the session
+    bool log = true;  ///< log lines are part of the output
     /// Sees the requests that reach the client, after they were written out.
     paper::IClientObserver* requests = nullptr;
+    std::string record;  ///< file of a recording of each manager; empty: none
 };
 
 /// One scenario. From its config on it has a client and a clock of its own, and a manager of its

@@ -574,7 +574,7 @@ public:
     virtual LinkageChanges getChanges(ChangeCursor& cursor, std::size_t most = CHANGES_AT_ONCE);
 
     // ------------------------------------------------------------- recording
-    // linkage/record/recording.cpp
+    // linkage/record/startrecording.cpp
 
     /// Begins to record everything that decides what the manager does, so that the day can be
     /// played and proved later (linkage-replay --verify). Call it before init(), once in a
@@ -649,12 +649,8 @@ protected:
     LINKAGE_LOCAL void post(const char* name, boost::function<void()> work);
     /// Makes work that runs later, on the strand or at a timer, a step of its own. Empty when the
     /// tape keeps it.
-    LINKAGE_LOCAL boost::function<void()> later(const char* name, boost::function<void()> work);
-    /// Sets what follows the manager's steps from now on. Before init().
-    LINKAGE_LOCAL void setTape(ITape* tape);
-    LINKAGE_LOCAL void flushRecordingLater();
-    /// What follows the manager's steps; null: nothing does.
-    LINKAGE_LOCAL ITape* tape() const { return m_pTape.load(std::memory_order_acquire); }
+    using Work = boost::function<void()>;
+    LINKAGE_LOCAL Work later(const char* name, Work work);
     /// Wraps a callback of a client's service or a timer: it runs only while the
     /// manager lives, and release() waits for it.
     template <class F>
@@ -669,6 +665,13 @@ protected:
     LINKAGE_LOCAL bool takeHeld(const InboxItem& item);
     LINKAGE_LOCAL void handle(InboxItem& item);
     LINKAGE_LOCAL void finish(const InboxItem& item, bool whole);
+
+    // recording: linkage/record/startrecording.cpp
+    /// Sets what follows the manager's steps from now on. Before init().
+    LINKAGE_LOCAL void setTape(ITape* tape);
+    LINKAGE_LOCAL void flushRecordingLater();
+    /// What follows the manager's steps; null: nothing does.
+    LINKAGE_LOCAL ITape* tape() const { return m_pTape.load(std::memory_order_acquire); }
 
     // retries after a service failed: linkage/core/retries.cpp
     /// Runs `work` on the strand after a delay, and again as long as it throws. A later call

@@ -216,7 +216,7 @@ void CLinkageManager::post(const char* name, boost::function<void()> work) {
     if (step) post(std::move(step));
 }
 
-boost::function<void()> CLinkageManager::later(const char* name, boost::function<void()> work) {
+CLinkageManager::Work CLinkageManager::later(const char* name, Work work) {
     CStep* const step = CStep::current();
     const Ticket ticket = step ? step->nextTicket(name) : Ticket{.name = name};
     boost::function<void()> taken = [this, ticket, work = std::move(work)] {

@@ -61,7 +61,7 @@ struct CRecordFile::State {
 };
 
 CRecordFile::CRecordFile(const std::string& path) : m_pState(std::make_unique<State>()) {
-    m_pState->file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+    m_pState->file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (m_pState->file < 0) throw std::runtime_error(path + ": " + reason());
     if (deflateInit2(&m_pState->stream, FASTEST, Z_DEFLATED, GZIP_WINDOW, USUAL_MEMORY,
                      Z_DEFAULT_STRATEGY) != Z_OK) {

@@ -13,8 +13,8 @@ namespace TC {
 /// can be written any more then.
 class CRecordFile {
 public:
-    /// Makes the file; it must not be there yet, so that no recording is lost to a second one.
-    /// Throws std::runtime_error.
+    /// Makes the file, for its owner alone to read; it must not be there yet, so that no recording
+    /// is lost to a second one. Throws std::runtime_error.
     explicit CRecordFile(const std::string& path);
     ~CRecordFile();
     CRecordFile(const CRecordFile&) = delete;

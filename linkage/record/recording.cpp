@@ -195,7 +195,8 @@ void CRecording::write() {
         }
         units.clear();
     }
-    if (!m_file.close()) end(m_file.fault());
+    m_text.end();
+    if (!m_file.write(m_text.take()) || !m_file.close()) end(m_file.fault());
     const std::lock_guard lock(m_mutex);
     m_state.running = false;
     m_state.bytes = m_file.bytes();

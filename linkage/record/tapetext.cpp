@@ -168,12 +168,21 @@ void CTapeText::addAnswer(const TapeUnit& unit, std::uint64_t number, const Tape
 
 // --------------------------------------------------------------------------- steps
 
+void CTapeText::leave() {
+    if (m_nCurrent == 0) return;
+    beginLine("leave");
+    if (m_nHolds != 1) m_out.member("holds", m_nHolds);
+    endLine();
+}
+
+void CTapeText::end() {
+    leave();
+    beginLine("end");
+    endLine();
+}
+
 void CTapeText::add(const TapeUnit& unit) {
-    if (m_nCurrent != 0 && m_nCurrent != unit.step) {
-        beginLine("leave");
-        if (m_nHolds != 1) m_out.member("holds", m_nHolds);
-        endLine();
-    }
+    if (m_nCurrent != unit.step) leave();
     std::uint64_t number = unit.first ? ++m_nSteps : m_stepNumbers.at(unit.step);
     for (const TapeAsk& ask : unit.asks) addAnswer(unit, number, ask);
     for (const TapeCallBack& back : unit.callBacks) {

@@ -27,6 +27,9 @@ public:
     /// Adds the next part, in the order of the parts' places.
     void add(const TapeUnit& unit);
 
+    /// The last line: nothing is missing before it, but of steps that were under way.
+    void end();
+
     std::size_t size() const { return m_buffer.size(); }
     /// The lines so far; they stand until the next part is added.
     std::string_view take();
@@ -36,6 +39,7 @@ private:
     /// Account, kind and record key.
     using RecordName = std::pair<std::string, std::pair<int, std::uint64_t>>;
 
+    void leave();
     void addStep(const TapeUnit& unit);
     void addInput(const TapeInput& input);
     void addCall(const CallInput& call);

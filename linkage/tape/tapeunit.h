@@ -8,6 +8,8 @@
 #include "platform/records/ratelimit.h"
 #include "platform/records/taskoprecord.h"
 
+#include <boost/container/small_vector.hpp>
+
 #include <memory>
 #include <string>
 #include <variant>
@@ -83,7 +85,7 @@ struct TapeUnit {
     TapeInput input;
     std::vector<TapeAsk> asks;
     std::vector<TapeCallBack> callBacks;
-    std::vector<TapeMark> marks;
+    boost::container::small_vector<TapeMark, 2> marks;  ///< most steps have as many
 };
 
 }  // namespace TC

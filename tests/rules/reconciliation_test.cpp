@@ -28,7 +28,7 @@ TEST(Reconciliation, OrdersAreNewChangedOrGone) {
     const ByRecord<TC::OrderPtr> now = {{1, same},         {2, order(50, 0)}, {3, order(55, 0)},
                                         {4, order(50, 1)}, {6, waitsToo},     {7, order(1, 1)},
                                         {9, waits}};
-    EXPECT_EQ(TC::compareOrders(before, now, {waits.get(), waitsToo.get()}),
+    EXPECT_EQ(TC::compareOrders(before, now, {waits, waitsToo}),
               (RecordChanges{.added = 1, .changed = 2, .gone = 1}))
         << "7 was imported until now; 3 and 4 say something else; 5 is gone, 8 nobody's";
 }
