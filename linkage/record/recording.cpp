@@ -165,9 +165,10 @@ void CRecording::handOver(TapeUnit&& unit) {
 }
 
 void CRecording::end(const std::string& fault) {
-    if (!m_bRunning.exchange(false)) return;
+    m_bRunning.store(false);
     {
         const std::lock_guard lock(m_mutex);
+        if (!m_state.fault.empty()) return;
         m_state.running = false;
         m_state.fault = fault;
     }

@@ -231,7 +231,11 @@ struct Rules final : IOrderRules, ConfigCollector {
 private:
     template <class Work>
     static void change(const char* name, CCodeOrderParam& order, const Work& work) {
-        const std::string about = order.m_stock.m_strMarket + order.m_stock.m_strCode;
+        // What the library has decided so far is in the question, so that the answer to another
+        // decision does not cover it.
+        const char* const side = order.m_eOperationType == OPT_BUY ? "buy" : "sell";
+        const std::string about = joined(joined(side, std::to_string(order.m_nVolume)),
+                                         order.m_stock.m_strMarket + order.m_stock.m_strCode);
         const auto answer = ask(name, about, [&] {
             CCodeOrderParam changed = order;
             work(changed);

@@ -1,6 +1,10 @@
 #include "replay/eventparser.h"
 #include "replay/operations.h"
+#include "replay/recordingplayer.h"
+#include "replay/replay.h"
 #include "tests/support/playing.h"
+
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -25,6 +29,31 @@ std::vector<fs::path> folders() {
         if (fs::exists(entry.path() / "input.jsonl")) all.push_back(entry.path());
     }
     return all;
+}
+
+// Each manager of a scenario has a recording of its own: FILE, FILE.2 ...
+TEST(Scenarios, RecordedAreVerifiedWithoutADifference) {
+    std::uint64_t steps = 0;
+    for (const fs::path& folder : folders()) {
+        SCOPED_TRACE(folder.filename().string());
+        const QTemporaryDir directory;
+        replay::ReplayOptions options;
+        options.record = directory.path().toStdString() + "/day.rec";
+        replay::COutput output([](std::string_view) {});
+        replay::playFile(folder / "input.jsonl", options, output);
+        for (std::size_t number = 1; fs::exists(replay::numberedName(options.record, number));
+             ++number) {
+            const auto verdict =
+                replay::verifyRecording(replay::numberedName(options.record, number));
+            EXPECT_EQ(verdict.fault, "");
+            EXPECT_FALSE(verdict.breaksOff);
+            EXPECT_FALSE(verdict.difference)
+                << "line " << verdict.difference->line << ", expected "
+                << verdict.difference->expected << ", got " << verdict.difference->got;
+            steps += verdict.steps;
+        }
+    }
+    EXPECT_GT(steps, 300u);
 }
 
 TEST(Scenarios, PrintWhatIsExpected) {

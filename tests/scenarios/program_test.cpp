@@ -136,6 +136,18 @@ TEST_F(Programs, ReplayWritesAJournalForEachScenario) {
     EXPECT_EQ(tests::readText(path("j")), START) << "without the line that could not be used";
 }
 
+TEST_F(Programs, ReplayRecordsAndVerifies) {
+    EXPECT_EQ(run(LINKAGE_REPLAY " --record @r @good").status, 0);
+    const Ended same = run(LINKAGE_REPLAY " --verify @r");
+    EXPECT_EQ(same.status, 0);
+    EXPECT_NE(same.output.find("no difference\n"), std::string::npos) << same.output;
+    // Another manager's recording stays.
+    EXPECT_EQ(run(LINKAGE_REPLAY " --record @r @good").status, 2);
+    const Ended none = run(LINKAGE_REPLAY " --verify @good");
+    EXPECT_EQ(none.status, 2);
+    EXPECT_NE(none.errors.find("is no recording"), std::string::npos) << none.errors;
+}
+
 TEST_F(Programs, DayEndsWithTables) {
     const Ended good = run(LINKAGE_DAY " @good");
     EXPECT_EQ(good.status, 0);
