@@ -23,6 +23,7 @@ list(APPEND public
   linkage/core/mutex.h linkage/core/reconciliation.h linkage/core/room.h linkage/core/startup.h
   linkage/draw/cenhancedrawmanager.h
   linkage/ledger/changes.h linkage/ledger/types.h
+  linkage/record/recordingoptions.h
   linkage/stats/periodpoint.h
   linkage/store/filedrecords.h linkage/store/historyrequest.h linkage/store/importreport.h
   paper/clientdata.h paper/clientobserver.h paper/faults.h paper/loop.h paper/paperclient.h
