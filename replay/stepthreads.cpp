@@ -109,7 +109,7 @@ CStepThreads::CStepThreads() = default;
 CStepThreads::~CStepThreads() = default;
 
 std::shared_ptr<CStepThreads::CRun> CStepThreads::start(std::function<void()> work) {
-    const auto run = std::make_shared<CRun>(std::move(work));
+    auto run = std::make_shared<CRun>(std::move(work));
     auto free = std::find_if(m_workers.begin(), m_workers.end(),
                              [](const auto& worker) { return worker->isFree(); });
     if (free == m_workers.end()) {

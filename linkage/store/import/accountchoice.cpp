@@ -13,7 +13,7 @@ namespace {
 constexpr int LONGEST_NAME = 40;  ///< in a text for the user
 
 /// Workbooks lose the zeros in front of numbers.
-QString withoutZeros(QString name) {
+QString nameWithoutZeros(QString name) {
     static const QRegularExpression zeros(QStringLiteral("^0+(?=\\d+$)"));
     return name.remove(zeros);
 }
@@ -37,7 +37,7 @@ CAccountChoice::CAccountChoice(const std::vector<Account>& followed,
             const QString name = plainText(QString::fromStdString(id));
             if (name.isEmpty()) continue;
             insert(m_byName, name, account);
-            insert(m_byNameWithoutZeros, withoutZeros(name), account);
+            insert(m_byNameWithoutZeros, nameWithoutZeros(name), account);
         }
         if (!chosen.empty() && account->m_strKey == chosen) only = account;
     }
@@ -90,7 +90,7 @@ CAccountChoice::Choice CAccountChoice::find(const NamedAccount& named) const {
     const QString name = plainText(id);
     auto found = m_byName.constFind(name);
     if (found == m_byName.constEnd()) {
-        found = m_byNameWithoutZeros.constFind(withoutZeros(name));
+        found = m_byNameWithoutZeros.constFind(nameWithoutZeros(name));
         if (found == m_byNameWithoutZeros.constEnd()) {
             return {{}, QStringLiteral("account %1 is not followed").arg(shown), false};
         }
