@@ -17,7 +17,7 @@ struct RecordingOptions {
 
 /// How far a recording has come.
 struct RecordingState {
-    bool running = false;
+    bool running = false;     ///< whether it goes on
     std::string file;         ///< its path
     std::string fault;        ///< why it ended by itself; "" when it did not
     std::uint64_t steps = 0;  ///< what was written
