@@ -217,8 +217,10 @@ TC::CLinkageManager& CEventPlayer::takeManager() {
         manager.setOptions(m_options);
         if (!m_record.empty()) {
             const std::string file = numberedName(m_record, ++m_nRecorded);
-            if (!manager.startRecording(QFile::decodeName(file.c_str()))) {
-                throw LineError(inQuotes(file) + " cannot be recorded");
+            const QString path = QFile::decodeName(file.c_str());
+            const std::string why = QFile::exists(path) ? "it exists" : "it cannot be made";
+            if (!manager.startRecording(path)) {
+                throw LineError(inQuotes(file) + " cannot be written: " + why);
             }
         }
     }

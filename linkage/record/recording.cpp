@@ -77,6 +77,16 @@ RecordingState CRecording::state() const {
     return m_state;
 }
 
+// A step must not notice that there is no memory for what is noted of it.
+template <class Work>
+void CRecording::note(const Work& work) {
+    try {
+        work();
+    } catch (...) {
+        end("there is no memory");
+    }
+}
+
 // --------------------------------------------------------------------------- steps
 
 Moment CRecording::begins(CStep& step) {
@@ -109,7 +119,7 @@ void CRecording::ends(CStep& step) {
 }
 
 void CRecording::callsBack(CStep& step, TapeInput input) {
-    step.unit().callBacks.push_back({step.calls(), std::move(input)});
+    note([&] { step.unit().callBacks.push_back({step.calls(), std::move(input)}); });
 }
 
 // Who takes this work must find the step before its own.
@@ -125,28 +135,32 @@ void CRecording::raises(CStep& step, unsigned /*call*/, const Signal& signal) {
     const char* const name = found == m_signalNames.end() ? signal.operation : found->second;
     // A pass raises one for each strategy; their sum is in the figures.
     if (signal.signal && std::string_view(name) == "profitChanged") return;
-    step.unit().marks.push_back(SignalMark{name, signal.values()});
+    note([&] { step.unit().marks.push_back(SignalMark{name, signal.values()}); });
 }
 
-void CRecording::figures(CStep& step, std::uint64_t value) { addFigures(step.unit(), value); }
+void CRecording::figures(CStep& step, std::uint64_t value) {
+    note([&] { addFigures(step.unit(), value); });
+}
 
 TapeAnswer CRecording::asks(CStep& step, unsigned call, const TapeQuestion& question,
                             const std::function<TapeAnswer()>& work) {
     std::vector<TapeAsk>& asks = step.unit().asks;
     try {
         TapeAnswer answer = work();
-        asks.push_back({call, question, answer});
+        note([&] { asks.push_back({call, question, answer}); });
         return answer;
     } catch (const std::exception& fault) {
-        asks.push_back({call, question, TapeThrown{fault.what()}});
+        note([&] { asks.push_back({call, question, TapeThrown{fault.what()}}); });
         throw;
     } catch (...) {
-        asks.push_back({call, question, TapeThrown{}});
+        note([&] { asks.push_back({call, question, TapeThrown{}}); });
         throw;
     }
 }
 
-void CRecording::acts(CStep& step, const TapeMark& act) { step.unit().marks.push_back(act); }
+void CRecording::acts(CStep& step, const TapeMark& act) {
+    note([&] { step.unit().marks.push_back(act); });
+}
 
 // -------------------------------------------------------------------------- writing
 
@@ -154,25 +168,29 @@ void CRecording::handOver(TapeUnit&& unit) {
     if (!m_bRunning.load(std::memory_order_relaxed)) return;
     bool full = false;
     bool many = false;
-    {
+    note([&] {
         const std::lock_guard lock(m_mutex);
         full = m_units.size() >= m_options.mostWaiting;
         if (!full) m_units.push_back(std::move(unit));
         many = m_units.size() == WRITTEN_TOGETHER;
-    }
+    });
     if (full) end("the disk cannot follow");
     if (many) m_handedOver.notify_one();
 }
 
-void CRecording::end(const std::string& fault) {
+void CRecording::end(const char* fault) noexcept {
     m_bRunning.store(false);
-    {
-        const std::lock_guard lock(m_mutex);
-        if (!m_state.fault.empty()) return;
-        m_state.running = false;
-        m_state.fault = fault;
+    try {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_state.running = false;
+            if (!m_state.fault.empty()) return;
+            m_state.fault = fault;
+        }
+        LINKAGE_LOG_WARNING(RECORDING, "the recording {0} ends: {1}", m_state.file, fault);
+    } catch (...) {
+        // Nor for this.
     }
-    LINKAGE_LOG_WARNING(RECORDING, "the recording {0} ends: {1}", m_state.file, fault);
 }
 
 void CRecording::write() {
@@ -190,14 +208,14 @@ void CRecording::write() {
         }
         try {
             writeUnits(units);
-            if (flush && !m_file.flush()) end(m_file.fault());
+            if (flush && !m_file.flush()) end(m_file.fault().c_str());
         } catch (const std::exception& fault) {
             end(fault.what());
         }
         units.clear();
     }
     m_text.end();
-    if (!m_file.write(m_text.take()) || !m_file.close()) end(m_file.fault());
+    if (!m_file.write(m_text.take()) || !m_file.close()) end(m_file.fault().c_str());
     const std::lock_guard lock(m_mutex);
     m_state.running = false;
     m_state.bytes = m_file.bytes();
@@ -209,7 +227,8 @@ void CRecording::writeUnits(std::vector<TapeUnit>& units) {
         steps += unit.first ? 1 : 0;
         m_text.add(unit);
         ++m_nNext;
-        if (m_text.size() >= WRITTEN_BYTES && !m_file.write(m_text.take())) end(m_file.fault());
+        if (m_text.size() >= WRITTEN_BYTES && !m_file.write(m_text.take()))
+            end(m_file.fault().c_str());
     };
     for (TapeUnit& unit : units) {
         if (unit.place != m_nNext) {
@@ -222,7 +241,7 @@ void CRecording::writeUnits(std::vector<TapeUnit>& units) {
             put(at->second);
         }
     }
-    if (!m_file.write(m_text.take())) end(m_file.fault());
+    if (!m_file.write(m_text.take())) end(m_file.fault().c_str());
     if (m_options.mostBytes != 0 && m_file.bytes() > m_options.mostBytes) {
         end("the file has its full size");
     }

@@ -76,7 +76,9 @@ private:
     void handOver(TapeUnit&& unit);
     void write();
     void writeUnits(std::vector<TapeUnit>& units);
-    void end(const std::string& fault);
+    template <class Work>
+    void note(const Work& work);
+    void end(const char* fault) noexcept;
 
     const RecordingOptions m_options;
     const CTapedClient m_client;

@@ -92,6 +92,7 @@ struct DataCenter final : IDataCenter {
             real().getAllAccountData(found);
             std::erase(found, nullptr);
             std::vector<std::string> keys;
+            keys.reserve(found.size());
             for (const auto& account : found) keys.push_back(account->getKey());
             return TapeAnswer(std::move(keys));
         });
