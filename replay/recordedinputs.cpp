@@ -6,6 +6,7 @@
 #include "replay/operations.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 
 #include <boost/make_shared.hpp>
@@ -98,8 +99,9 @@ RecordedInput readWork(const CFields& fields, RecordedWorks& works) {
 /// A statement that was imported lies in the line.
 RecordedInput readImport(const CList& args, Manager& manager, bool files) {
     const auto directory = std::make_shared<QTemporaryDir>();
-    const QString path = directory->path() + QLatin1Char('/') +
-                         QString::fromStdString(std::string(args.at(0).text()));
+    // Of a name that comes from others only the last part, which tells the kind of file.
+    const QFileInfo given(QString::fromStdString(std::string(args.at(0).text())));
+    const QString path = directory->path() + QLatin1Char('/') + given.fileName();
     QFile file(path);
     const std::string_view text = args.at(1).text();
     const QByteArray bytes =

@@ -20,6 +20,7 @@
 
 #include <boost/asio/io_service.hpp>
 
+#include <charconv>
 #include <deque>
 #include <map>
 #include <memory>
@@ -74,8 +75,14 @@ thread_local PlayedStep* t_step = nullptr;
 /// The microseconds of a moment's text.
 std::int64_t readMicros(const std::string& text) {
     constexpr std::size_t SECONDS = sizeof("yyyy-MM-dd hh:mm:ss") - 1;
+    constexpr std::size_t DIGITS = sizeof(".zzzzzz") - 1;
     const std::int64_t seconds = readMoment("at", text.substr(0, SECONDS));
-    return seconds + (text.size() > SECONDS ? std::stoll(text.substr(SECONDS + 1)) : 0);
+    std::int64_t micros = 0;
+    const char* const end = text.data() + text.size();
+    const bool whole = text.size() == SECONDS + DIGITS &&
+                       std::from_chars(text.data() + SECONDS + 1, end, micros).ptr == end;
+    if (!whole) throw LineError("field \"at\": \"" + text + "\" has no microseconds");
+    return seconds + micros;
 }
 
 /// The tape that plays.
@@ -149,19 +156,16 @@ public:
         return true;
     }
     void raises(TC::CStep& step, unsigned call, const Signal& signal) override {
-        const auto found = m_signalNames.find(signal.signal);
-        const char* const name = found == m_signalNames.end() ? signal.operation : found->second;
-        if (!signal.signal || std::string_view(name) != "profitChanged") {
-            step.unit().marks.push_back(TC::SignalMark{name, signal.values()});
-        }
+        TC::addSignal(step.unit(), m_signalNames, signal);
         callBack(call);
     }
     void figures(TC::CStep& step, std::uint64_t value) override {
         TC::addFigures(step.unit(), value);
     }
     TC::TapeAnswer asks(TC::CStep& /*step*/, unsigned call, const TC::TapeQuestion& question,
-                        const std::function<TC::TapeAnswer()>& work) override {
-        if (m_bFree || !t_step) return work();
+                        const std::function<TC::TapeAnswer()>& /*work*/) override {
+        // The client of a recording is not there.
+        if (m_bFree || !t_step) throw std::runtime_error("the recording has no answer");
         callBack(call);
         const std::string text = std::string(question.name) + ' ' + question.about;
         const auto own = t_step->answers.find(call);
@@ -173,7 +177,7 @@ public:
         const auto answer = answerTo(question);
         if (!answer) {
             differ("(no such question)", "asks: " + text);
-            return work();
+            throw std::runtime_error("the recording has no answer");
         }
         if (const auto* const thrown = std::get_if<TC::TapeThrown>(&*answer)) {
             throw std::runtime_error(thrown->text);
@@ -244,8 +248,13 @@ private:
     }
 
     void writeFile(const CFields& fields) {
-        const QString path = m_balanceDir + QLatin1Char('/') +
-                             QString::fromStdString(std::string(fields.text("name")));
+        const std::string name(fields.text("name"));
+        // Recordings come from others: nothing is written beside the directory.
+        const QString below = QDir::cleanPath(QString::fromStdString(name));
+        if (name.empty() || QDir::isAbsolutePath(below) || below.startsWith("..")) {
+            throw LineError("field \"name\": \"" + name + "\" is no place in the directory");
+        }
+        const QString path = m_balanceDir + QLatin1Char('/') + below;
         QDir().mkpath(QFileInfo(path).path());
         QFile file(path);
         const std::string_view text = fields.text("base64");

@@ -30,6 +30,14 @@ std::map<const void*, const char*> signalNames(const CLinkageManager& manager) {
             {&manager.sigBalanceChanged, "balanceChanged"}};
 }
 
+void addSignal(TapeUnit& unit, const std::map<const void*, const char*>& names,
+               const ITape::Signal& signal) {
+    const auto found = names.find(signal.signal);
+    const char* const name = found == names.end() ? signal.operation : found->second;
+    if (signal.signal && std::string_view(name) == "profitChanged") return;
+    unit.marks.push_back(SignalMark{name, signal.values()});
+}
+
 void addFigures(TapeUnit& unit, std::uint64_t value) {
     const auto isSum = [&] {
         return !unit.marks.empty() && std::holds_alternative<FiguresMark>(unit.marks.back());
@@ -131,11 +139,7 @@ bool CRecording::keeps(const Ticket& /*ticket*/, const boost::function<void()>& 
 }
 
 void CRecording::raises(CStep& step, unsigned /*call*/, const Signal& signal) {
-    const auto found = m_signalNames.find(signal.signal);
-    const char* const name = found == m_signalNames.end() ? signal.operation : found->second;
-    // A pass raises one for each strategy; their sum is in the figures.
-    if (signal.signal && std::string_view(name) == "profitChanged") return;
-    note([&] { step.unit().marks.push_back(SignalMark{name, signal.values()}); });
+    note([&] { addSignal(step.unit(), m_signalNames, signal); });
 }
 
 void CRecording::figures(CStep& step, std::uint64_t value) {

@@ -34,6 +34,11 @@ public:
 /// The names of a manager's signals, by address.
 std::map<const void*, const char*> signalNames(const CLinkageManager& manager);
 
+/// Adds a signal to what a part of a step did. Of the profits, one signal for each strategy, the
+/// sum is in the figures.
+void addSignal(TapeUnit& unit, const std::map<const void*, const char*>& names,
+               const ITape::Signal& signal);
+
 /// Adds a figure to the check sum that a part of a step ends with so far.
 void addFigures(TapeUnit& unit, std::uint64_t value);
 

@@ -100,14 +100,18 @@ void CTapeText::define(const std::string& account, const RecordPtr& record) {
     writeRecord(m_out, account, *record);
 }
 
+void CTapeText::tell(const std::string& account, const RecordPtr& record) {
+    if (numberOf(record) != 0) return;
+    beginLine(recordKind(*record));
+    define(account, record);
+    m_out.member("push", false);
+    endLine();
+}
+
 void CTapeText::defineRecords(const TapeInput& input) {
     const auto history = [&](const auto& answer) {
         for (const auto& record : answer.records) {
-            if (!record || numberOf(record) != 0) continue;
-            beginLine(recordKind(*record));
-            define(accountOf(record->m_pAccountInfo), record);
-            m_out.member("push", false);
-            endLine();
+            if (record) tell(accountOf(record->m_pAccountInfo), record);
         }
     };
     if (const auto* orders = std::get_if<HistoryInput<vexservice::COrderDetail>>(&input)) {
@@ -146,11 +150,7 @@ void CTapeText::addAnswer(const TapeUnit& unit, std::uint64_t number, const Tape
     }
     if (const auto* const records = std::get_if<IDataPtrs>(&ask.answer)) {
         for (const IDataPtr& record : *records) {
-            if (!record || numberOf(record) != 0) continue;
-            beginLine(recordKind(*record));
-            define(accountOf(ask.question), record);
-            m_out.member("push", false);
-            endLine();
+            if (record) tell(accountOf(ask.question), record);
         }
     }
     std::string text = answerText(ask.answer);

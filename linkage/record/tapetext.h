@@ -52,6 +52,9 @@ private:
     std::uint64_t numberOf(const RecordPtr& record) const;
     /// Writes a record, with the beginning of its line as it is given.
     void define(const std::string& account, const RecordPtr& record);
+    /// The same in a line of its own, which only says what the record is. Nothing when the text has
+    /// the record.
+    void tell(const std::string& account, const RecordPtr& record);
     void remember(const RecordName& name, const RecordPtr& record);
 
     CJsonWriter& beginLine(std::string_view kind);

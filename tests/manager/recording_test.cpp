@@ -9,6 +9,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -103,6 +104,50 @@ TEST_F(Recording, AFileThatBreaksOffIsPlayedAsFarAsItGoes) {
     EXPECT_FALSE(verdict.difference);
     EXPECT_TRUE(verdict.breaksOff);
     EXPECT_GT(verdict.steps, 5u);
+}
+
+// Also in the middle of a load that waits for another step.
+TEST_F(Recording, EveryBeginningOfAFileCanBePlayed) {
+    begin();
+    f->manager().requestAccounts();
+    play();
+    f.reset();
+    const std::string text = unpacked(path());
+    const QString cut = path() + ".cut";
+    std::size_t line = 0;
+    for (std::size_t at = text.find('\n'); at + 1 < text.size(); at = text.find('\n', at + 1)) {
+        if (++line % 5 != 0) continue;
+        put(cut, text.substr(0, at + 1));
+        const auto verdict = verified(cut);
+        ASSERT_EQ(verdict.fault, "") << line;
+        ASSERT_TRUE(verdict.breaksOff && !verdict.difference) << line;
+    }
+    EXPECT_GT(line, 50u);
+    QFile::remove(cut);
+}
+
+// Recordings come from others.
+TEST_F(Recording, LinesThatDoNotFitAreRefusedByName) {
+    begin();
+    f.reset();
+    const std::string config = unpacked(path());
+    const std::string first = config.substr(0, config.find('\n') + 1);
+    const QString changed = path() + ".changed";
+    const std::pair<std::string, std::string> rows[] = {
+        {R"({"do":"writeFile","name":"../x","base64":"eA=="})", "is no place in the directory"},
+        {R"({"do":"writeFile","name":"/tmp/x","base64":"eA=="})", "is no place in the directory"},
+        {R"({"do":"init","at":"2024-01-02 09:30:00"})", "has no microseconds"},
+        {R"({"do":"init","at":"2024-01-02 09:30:00.12x456"})", "has no microseconds"},
+        {R"({"do":"resume","step":7})", "no such step goes on"},
+        {R"({"do":"leave"})", "\"leave\" without a step"},
+        {R"({"out":"signal","name":"a"})", "a mark without a step"}};
+    for (const auto& [line, fault] : rows) {
+        put(changed, first + line + "\n");
+        const auto verdict = verified(changed);
+        EXPECT_NE(verdict.fault.find(":2: "), std::string::npos) << verdict.fault;
+        EXPECT_NE(verdict.fault.find(fault), std::string::npos) << verdict.fault;
+    }
+    QFile::remove(changed);
 }
 
 TEST_F(Recording, BeginsOnceAndBeforeInit) {
