@@ -753,12 +753,12 @@ protected:
         const boost::shared_ptr<vexservice::CPositionStatics>& position);
 
     // totals: linkage/stats/totals.cpp
-    /// Every selected record's share in the totals; see getTotalProfits.
+    /// Visits every selected record's share in the totals, without the lock; see getTotalProfits.
+    /// Gives the day.
     template <class Visit>
-    LINKAGE_LOCAL void forEachTotal(const std::set<std::string>& accountKeys,
-                                    const std::set<std::string>& strategies,
-                                    const std::set<std::string>& stockKeys, Visit visit) const
-        LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL int sumTotals(const std::set<std::string>& accountKeys,
+                                const std::set<std::string>& strategies,
+                                const std::set<std::string>& stockKeys, Visit visit) const;
 
     // calculators: linkage/stats/calculators.cpp, linkage/stats/extcalculator.cpp
     LINKAGE_LOCAL void switchCalculator(const char* operation, bool CCurveData::*own);

@@ -6,6 +6,7 @@
 #include "linkage/ledger/nametable.h"
 #include "linkage/ledger/profittable.h"
 #include "linkage/ledger/runningrecords.h"
+#include "linkage/ledger/slicedcopy.h"
 
 #include <array>
 #include <functional>
@@ -105,23 +106,8 @@ public:
     bool fileDeal(int day, const std::string& stockKey, const std::string& accountKey,
                   const DealPtr& deal);
 
-    ByRecord<OrderPtr> accountOrders(const std::string& accountKey, int day) const {
-        return byRecord(listOrders(accountKey, day));
-    }
-    ByRecord<DealPtr> accountDeals(const std::string& accountKey, int day) const {
-        return byRecord(listDeals(accountKey, day));
-    }
-    /// The same for who would not hold the lock while they are brought into order.
-    template <class Ptr>
-    using RecordList = std::vector<std::pair<std::uint64_t, Ptr>>;
-    RecordList<OrderPtr> listOrders(const std::string& accountKey, int day) const;
-    RecordList<DealPtr> listDeals(const std::string& accountKey, int day) const;
-    template <class Ptr>
-    static ByRecord<Ptr> byRecord(RecordList<Ptr> list) {
-        ByRecord<Ptr> records;
-        for (auto& [key, record] : list) records.emplace(key, std::move(record));
-        return records;
-    }
+    ByRecord<OrderPtr> accountOrders(const std::string& accountKey, int day) const;
+    ByRecord<DealPtr> accountDeals(const std::string& accountKey, int day) const;
     /// The days under which an account has an order or a deal.
     std::set<int> filedDays(const std::string& accountKey) const;
     ByText<ByRecord<OrderPtr>> orders(int day, const std::string& stockKey,
@@ -136,8 +122,8 @@ public:
                           const std::string& accountKey) const;
 
     /// The stocks that have orders or deals under a day. Also makes the day's entries in both
-    /// containers.
-    std::set<std::string> stocksOfDay(int day);
+    /// containers. The texts live as long as the ledger.
+    std::vector<const std::string*> stocksOfDay(int day);
 
     /// How many stocks have orders or deals under a day.
     std::size_t countStocks(int day) const;
@@ -180,6 +166,18 @@ public:
         }
     }
 
+    /// Every alive record of a pair, with its stock's key, which lives as long as the ledger, and
+    /// the stock's newest price.
+    template <class Visit>
+    void forEachOfPair(const std::string& account, const std::string& strategy, Visit visit) const {
+        const Pair* const pair = findPair(account, strategy);
+        if (!pair) return;
+        for (const Figures* figures : pair->figures) {
+            const Stock& stock = m_stocks[figures->stock];
+            visit(stock.key, stock.lastPrice, figures->record);
+        }
+    }
+
     /// The minutes of a record, newest first.
     template <class Visit>
     void forEachMinute(const Figures& figures, Visit visit) const {
@@ -201,6 +199,13 @@ public:
         const std::string& accountKey, int today,
         const std::function<void(const std::string& stockKey, const DealPtr& deal)>& visit) const;
 
+    // Copies in slices, so that reports need not wait for all: figurescopy.h, recordscopy.h
+    class CFiguresCopy;
+    template <class Ptr>
+    class CRecordsCopy;
+    /// Somebody else has changed figures of the ledger, which are shared.
+    void figuresChangedElsewhere() { m_figureCopies.restart(); }
+
     // linkage/ledger/ledgerqueries.cpp; in selections an empty set selects all
 
     /// The records of one stock of an account by strategy.
@@ -218,30 +223,6 @@ public:
             }
         }
     }
-
-    /// A record of a selection.
-    struct Selected {
-        const Figures* figures;
-        bool wide;      ///< of the account as a whole
-        bool selected;  ///< its strategy is selected
-    };
-    using VisitStock =
-        std::function<void(const std::string& stockKey, std::span<const Selected> records)>;
-
-    /// Visits the records in the order of account, stock and strategy; one call has all
-    /// records of one account's stock. When WHOLE_ACCOUNT is selected, the call has those
-    /// of all strategies too: the caller can subtract them from the account's.
-    void selectFigures(const std::set<std::string>& accountKeys,
-                       const std::set<std::string>& strategies,
-                       const std::set<std::string>& stockKeys, const VisitStock& visit) const;
-
-    /// Bought and sold amounts by day, of the deals that are filed under another day than
-    /// `exceptDay`, do not balance history and are in no traded figures. A deal without a
-    /// strategy counts for WHOLE_ACCOUNT.
-    ByDay<std::pair<double, double>> amountsOfDeals(const std::set<std::string>& accountKeys,
-                                                    const std::set<std::string>& strategies,
-                                                    const std::set<std::string>& stockKeys,
-                                                    int exceptDay) const;
 
     double largestOrderAmplitude(const std::set<std::string>& accountKeys,
                                  const std::set<std::string>& stockKeys) const;
@@ -484,6 +465,10 @@ private:
     std::vector<std::uint32_t> m_grownPairs;
     std::vector<std::uint32_t> m_pairsInOrder;  ///< by account key and strategy
     CProfitTable m_profits;
+
+    ledger::CSlicedCopies<const Figures*> m_figureCopies;
+    ledger::CSlicedCopies<std::uint32_t> m_orderCopies;  ///< of entries
+    ledger::CSlicedCopies<std::uint32_t> m_dealCopies;   ///< likewise
 
     CChangeJournal m_journal;
     CChangeJournal::Place m_nTasksDroppedAt = 0;

@@ -102,6 +102,7 @@ std::pair<std::uint32_t, bool> CLedger::putDeal(std::uint32_t accountAt, std::ui
             noteDeal(at);
         }
         m_deals[at].report = deal;
+        m_dealCopies.touch(at);
         return {at, false};
     }
     Cell& cell = m_cells[cellAt];
@@ -113,6 +114,7 @@ std::pair<std::uint32_t, bool> CLedger::putDeal(std::uint32_t accountAt, std::ui
     m_deals[made] = {.key = key, .report = deal, .cell = cellAt, .nextInCell = cell.firstDeal};
     cell.firstDeal = made;
     chainDeal(account, made);
+    m_dealCopies.touch(made);
     return {made, true};
 }
 
@@ -185,14 +187,16 @@ void CLedger::countMinute(const DealStep& step) {
 }
 
 void CLedger::countDeal(const DealStep& step) {
-    const auto add = [&](DealFigures& deals) {
+    const auto add = [&](Figures& figures) {
+        DealFigures& deals = figures.record.deals();
         auto& volume = step.buys ? deals.m_nBuyVolume : deals.m_nSellVolume;
         volume = wrapAdd(volume, step.deal->m_nVolume);
         (step.buys ? deals.m_dBuyAmount : deals.m_dSellAmount) += step.deal->m_dAmount;
         deals.m_dCommission += step.commission;
+        m_figureCopies.touch(&figures);
     };
-    add(step.figures->record.deals());
-    if (step.figures->wide) add(step.figures->wide->record.deals());
+    add(*step.figures);
+    if (step.figures->wide) add(*step.figures->wide);
 }
 
 }  // namespace TC

@@ -2,6 +2,7 @@
 #include "linkage/ledger/volume.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace TC {
 
@@ -17,11 +18,13 @@ void fillRecords(const CArena<Record>& entries, std::uint32_t first,
     }
 }
 
-template <class Record, class List>
-void listRecords(const CArena<Record>& entries, std::uint32_t first, List& list) {
-    for (std::uint32_t at = first; at != NONE; at = entries[at].nextInCell) {
-        list.emplace_back(entries[at].key, entries[at].report);
-    }
+/// The stocks that have orders or deals.
+std::vector<std::uint32_t> stocksOf(const Day& day) {
+    std::vector<std::uint32_t> stocks;
+    stocks.reserve(day.orders.size() + day.deals.size());
+    std::set_union(day.orders.begin(), day.orders.end(), day.deals.begin(), day.deals.end(),
+                   std::back_inserter(stocks));
+    return stocks;
 }
 
 }  // namespace
@@ -37,12 +40,14 @@ bool CLedger::fileOrder(int day, const std::string& stockKey, const std::string&
          at = m_orders[at].nextOfKey) {
         if (m_orders[at].cell == cell) {
             m_orders[at].file(order, runs);
+            m_orderCopies.touch(at);
             if (m_orders[at].told) noteOrder(at);
             return false;
         }
     }
     const std::uint32_t made = addOrder(account, order->recordKey(), cell);
     m_orders[made].file(order, runs);
+    m_orderCopies.touch(made);
     m_orders[made].told = day == m_tradeDay;
     if (m_orders[made].told) noteOrder(made);
     return true;
@@ -61,24 +66,24 @@ bool CLedger::fileDeal(int day, const std::string& stockKey, const std::string& 
     return isNew;
 }
 
-CLedger::RecordList<OrderPtr> CLedger::listOrders(const std::string& accountKey, int day) const {
-    RecordList<OrderPtr> list;
+ByRecord<OrderPtr> CLedger::accountOrders(const std::string& accountKey, int day) const {
+    ByRecord<OrderPtr> records;
     const std::uint32_t account = findAccount(accountKey);
-    if (account == NONE) return list;
+    if (account == NONE) return records;
     for (const std::uint32_t at : m_accounts[account].cells) {
-        if (m_cells[at].day == day) listRecords(m_orders, m_cells[at].firstOrder, list);
+        if (m_cells[at].day == day) fillRecords(m_orders, m_cells[at].firstOrder, records);
     }
-    return list;
+    return records;
 }
 
-CLedger::RecordList<DealPtr> CLedger::listDeals(const std::string& accountKey, int day) const {
-    RecordList<DealPtr> list;
+ByRecord<DealPtr> CLedger::accountDeals(const std::string& accountKey, int day) const {
+    ByRecord<DealPtr> records;
     const std::uint32_t account = findAccount(accountKey);
-    if (account == NONE) return list;
+    if (account == NONE) return records;
     for (const std::uint32_t at : m_accounts[account].cells) {
-        if (m_cells[at].day == day) listRecords(m_deals, m_cells[at].firstDeal, list);
+        if (m_cells[at].day == day) fillRecords(m_deals, m_cells[at].firstDeal, records);
     }
-    return list;
+    return records;
 }
 
 std::set<int> CLedger::filedDays(const std::string& accountKey) const {
@@ -143,21 +148,18 @@ ByText<ByRecord<DealPtr>> CLedger::deals(int day, const std::string& stockKey,
     return result;
 }
 
-std::set<std::string> CLedger::stocksOfDay(int day) {
-    std::set<std::string> keys;
+std::vector<const std::string*> CLedger::stocksOfDay(int day) {
+    std::vector<const std::string*> keys;
     Day& today = m_days[day];
     today.asked = true;
-    for (const std::uint32_t stock : today.orders) keys.insert(m_stocks[stock].key);
-    for (const std::uint32_t stock : today.deals) keys.insert(m_stocks[stock].key);
+    for (const std::uint32_t stock : stocksOf(today)) keys.push_back(&m_stocks[stock].key);
     return keys;
 }
 
 std::size_t CLedger::countStocks(int day) const {
     const auto at = m_days.find(day);
     if (at == m_days.end()) return 0;
-    std::set<std::uint32_t> stocks = at->second.orders;
-    stocks.insert(at->second.deals.begin(), at->second.deals.end());
-    return stocks.size();
+    return stocksOf(at->second).size();
 }
 
 std::optional<std::vector<OrderPtr>> CLedger::runningOrders(const std::string& accountKey,

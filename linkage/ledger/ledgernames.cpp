@@ -157,6 +157,7 @@ Figures* CLedger::figuresIn(std::uint32_t pairAt, std::uint32_t stock) {
     pair.figures.push_back(made);
     if (pair.figures.size() == pair.sorted + 1) m_grownPairs.push_back(pairAt);
     ++m_nFigures;
+    m_figureCopies.touch(made);
     return made;
 }
 

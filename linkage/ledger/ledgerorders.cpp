@@ -129,6 +129,7 @@ void CLedger::fileOrder(OrderStep& step, const OrderPtr& order, OrderChange& cha
     step.previous = step.filed->file(order, step.runs);
     utils::prefetch(step.previous.get());
     step.filed->told = true;
+    m_orderCopies.touch(at);
     noteOrder(at);
 }
 
@@ -322,6 +323,7 @@ void CLedger::countTraded(OrderStep& step) {
         auto& amounts = step.buys ? record.m_buyAmounts : record.m_sellAmounts;
         if (traded != tradedBefore) volumes.replace(tradedBefore, traded);
         if (amount != amountBefore) amounts.replace(amountBefore, amount);
+        if (m_bClientType3) m_figureCopies.touch(&figures);
     };
     const Before& before = step.before;
     if (Figures* const wideFigures = entry.figures->wide) {

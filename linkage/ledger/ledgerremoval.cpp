@@ -59,6 +59,7 @@ void CLedger::removeFiledOrders(int day, const std::string& accountKey,
         if (m_cells[cell].day != day) continue;
         dropFiled(m_orders, account.orders, m_cells[cell].firstOrder, mayGo,
                   [&](const OrderEntry& entry) {
+                      m_orderCopies.restart();
                       if (entry.told) noteGone({accountKey, entry.report}, {});
                   });
     }
@@ -74,6 +75,7 @@ void CLedger::removeFiledDeals(int day, const std::string& accountKey,
         if (m_cells[cell].day != day) continue;
         dropFiled(m_deals, account.deals, m_cells[cell].firstDeal, mayGo,
                   [&](const DealEntry& entry) {
+                      m_dealCopies.restart();
                       if (entry.told) noteGone({}, {accountKey, entry.report});
                   });
     }
@@ -106,6 +108,8 @@ bool CLedger::removeAccount(const std::string& accountKey, int day) {
 // again: so a second request has the same result as the first. On a new day they do not
 // count any more, even if the data center repeats them.
 void CLedger::removeRecords(Account& account, int day) {
+    m_orderCopies.restart();
+    m_dealCopies.restart();
     const bool startsAgain = account.day == day;
     account.day = day;
     account.orders.clear();
@@ -179,6 +183,8 @@ std::vector<int> CLedger::dropOldDays(const std::string& accountKey, std::size_t
     days.erase(std::prev(days.end(), static_cast<std::ptrdiff_t>(keep)), days.end());
     account.droppedThrough = std::max(account.droppedThrough, *days.rbegin());
 
+    m_orderCopies.restart();
+    m_dealCopies.restart();
     std::erase_if(account.cells, [&](std::uint32_t at) {
         Cell& cell = m_cells[at];
         if (days.count(orderOf(cell.day)) == 0) return false;
@@ -216,6 +222,7 @@ bool CLedger::hasCells(int day) const {
 }
 
 void CLedger::removeFigures(Account& account) {
+    m_figureCopies.restart();
     const std::lock_guard names(m_namesMutex);
     for (const std::uint32_t pairAt : account.pairs) {
         if (pairAt == NONE) continue;

@@ -112,6 +112,7 @@ void CLedger::revalueBlocks(const std::vector<std::pair<FigureBlock*, ValuePrice
 }
 
 std::vector<CLedger::ProfitSum> CLedger::revalue(const LimitRates& rates) {
+    m_figureCopies.restart();
     sortGrownPairs();
     std::vector<std::pair<FigureBlock*, ValuePrices>> blocks;
     for (const std::uint32_t at : m_newPrices) {

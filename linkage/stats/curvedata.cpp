@@ -22,6 +22,16 @@ bool isPrice(double price) { return std::isfinite(price) && price > 0.0; }
 /// Prices have at most four decimals; a mean of equal prices must be that price.
 double roundedPrice(double price) { return std::round(price * 1e4) / 1e4; }
 
+/// What a map has under a key; null when nothing. Looks at `next` first, and leaves it behind the
+/// key.
+template <class Map>
+const typename Map::mapped_type* findFrom(const Map& map, typename Map::const_iterator& next,
+                                          const std::string& key) {
+    if (next == map.end() || next->first != key) next = map.lower_bound(key);
+    if (next == map.end() || next->first != key) return nullptr;
+    return &(next++)->second;
+}
+
 }  // namespace
 
 void CCurveData::newDay(const std::string& date) {
@@ -105,9 +115,9 @@ std::size_t CCurveData::renewTraded(const std::string& stockKey) {
         const ByStrategy& byStrategy = renewed->second.newest();
         const auto totals = byStrategy.find(WHOLE_ACCOUNT);
         if (totals == byStrategy.end()) continue;
-        count += totals->second.size();
+        count += totals->second->size();
         LinkagePeriodTradeData before;
-        for (const auto& [minute, total] : totals->second) {
+        for (const auto& [minute, total] : *totals->second) {
             LinkagePeriodTradeData& sum = sums[minute];
             sum.m_nBuyVolume += total.m_nBuyVolume - before.m_nBuyVolume;
             sum.m_nSellVolume += total.m_nSellVolume - before.m_nSellVolume;
@@ -116,12 +126,13 @@ std::size_t CCurveData::renewTraded(const std::string& stockKey) {
             before = total;
         }
     }
-    Closes& traded = followed->second.traded.renew(m_nRun, m_nEnded);
+    const auto traded = std::make_shared<Closes>();
     for (const auto& [minute, sum] : sums) {
         const double volume = static_cast<double>(sum.m_nBuyVolume + sum.m_nSellVolume);
         const double price = roundedPrice((sum.m_dBuyAmount + sum.m_dSellAmount) / volume);
-        if (isPrice(price)) traded.emplace_hint(traded.end(), minute, price);
+        if (isPrice(price)) traded->emplace_hint(traded->end(), minute, price);
     }
+    followed->second.traded.renew(m_nRun, m_nEnded) = traded;
     return count;
 }
 
@@ -131,36 +142,41 @@ void CCurveData::notePrice(const std::string& stockKey, double price, std::int64
     const std::int64_t second = nowMicros / 1'000'000 - m_nMidnight;
     if (second < 0 || second >= DAY_SECONDS) return;
     const int minute = priceMinute(static_cast<int>((second + 59) / 60));
-    if (minute > 0) m_seen[stockKey][minute] = price;
+    if (minute > 0) m_seen[stockKey].change()[minute] = price;
 }
 
-const CCurveData::Closes* CCurveData::findSeen(const std::string& stockKey) const {
-    const auto seen = m_seen.find(stockKey);
-    return seen == m_seen.end() ? nullptr : &seen->second;
+CCurveData::CPartsFinder::CPartsFinder(const CCurveData& data, const std::string& accountKey,
+                                       const std::string& strategy)
+    : m_data(data), m_strategy(strategy), m_nextBars(data.m_bars.begin()) {
+    const auto account = data.m_totals.find(accountKey);
+    if (account == data.m_totals.end()) return;
+    m_pTotals = &account->second;
+    m_nextTotals = m_pTotals->begin();
 }
 
-const CCurveData::Closes* CCurveData::findTraded(const std::string& stockKey) const {
-    const auto bars = m_bars.find(stockKey);
-    return bars == m_bars.end() ? nullptr : &bars->second.traded.of(m_nEnded);
-}
-
-const PeriodTotals* CCurveData::findTotals(const std::string& accountKey,
-                                           const std::string& stockKey,
-                                           const std::string& strategy) const {
-    const auto account = m_totals.find(accountKey);
-    if (account == m_totals.end()) return nullptr;
-    const auto stock = account->second.find(stockKey);
-    if (stock == account->second.end()) return nullptr;
-    const ByStrategy& byStrategy = stock->second.of(m_nEnded);
-    const auto totals = byStrategy.find(strategy);
-    return totals == byStrategy.end() ? nullptr : &totals->second;
+CCurveData::StockParts CCurveData::CPartsFinder::find(const std::string& stockKey) {
+    StockParts parts;
+    if (const auto seen = m_data.m_seen.find(stockKey); seen != m_data.m_seen.end()) {
+        parts.seen = seen->second.share();
+    }
+    if (const auto* const bars = findFrom(m_data.m_bars, m_nextBars, stockKey)) {
+        parts.closes = bars->closes.share();
+        parts.traded = bars->traded.of(m_data.m_nEnded);
+    }
+    if (!m_pTotals) return parts;
+    const auto* const stock = findFrom(*m_pTotals, m_nextTotals, stockKey);
+    if (!stock) return parts;
+    const ByStrategy& byStrategy = stock->of(m_data.m_nEnded);
+    const auto totals = byStrategy.find(m_strategy);
+    if (totals != byStrategy.end()) parts.totals = totals->second;
+    return parts;
 }
 
 bool CCurveData::isDue(const Bars& bars, const DayMoment& moment, std::int64_t nowMicros) {
     const int newest = tradingMinuteAt(moment.finished);
     if (newest == 0) return false;
     if (bars.tradingMinutes >= countTradingMinutes(newest)) return false;
-    if (bars.askedFinished < newest && bars.closes.count(newest) == 0) return true;
+    if (bars.askedFinished < newest && bars.closes.get().count(newest) == 0) return true;
     return nowMicros - bars.askedMicros >= bars.waitMicros;
 }
 
@@ -190,14 +206,15 @@ bool CCurveData::addBars(const std::string& stockKey, int finished,
     bool changed = false;
     for (const CMinuteBar& bar : bars) {
         if (bar.m_nMinute > finished || !isPrice(bar.m_dClose)) continue;
-        const auto [at, isNew] = held.closes.try_emplace(bar.m_nMinute, bar.m_dClose);
+        const Closes& closes = held.closes.get();
+        const auto known = closes.find(bar.m_nMinute);
+        const bool isNew = known == closes.end();
+        if (!isNew && (!newest || known->second == bar.m_dClose)) continue;
+        held.closes.change()[bar.m_nMinute] = bar.m_dClose;
+        changed = true;
         if (isNew) {
             held.tradingMinutes += isTradingMinute(bar.m_nMinute);
             held.waitMicros = ASK_AGAIN_MICROS;
-            changed = true;
-        } else if (newest && at->second != bar.m_dClose) {
-            at->second = bar.m_dClose;
-            changed = true;
         }
     }
     return changed;
@@ -205,7 +222,8 @@ bool CCurveData::addBars(const std::string& stockKey, int finished,
 
 const CCurveData::Closes* CCurveData::findCloses(const std::string& stockKey) const {
     const auto bars = m_bars.find(stockKey);
-    return bars == m_bars.end() || bars->second.closes.empty() ? nullptr : &bars->second.closes;
+    return bars == m_bars.end() || bars->second.closes.get().empty() ? nullptr
+                                                                     : &bars->second.closes.get();
 }
 
 }  // namespace TC

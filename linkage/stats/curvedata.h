@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -36,6 +37,25 @@ private:
     std::uint64_t m_nRun = 0;  ///< of m_next
 };
 
+/// A value that its owner goes on changing while others keep it as it was when they took it.
+template <class T>
+class CShared {
+public:
+    const T& get() const { return *m_pValue; }
+    std::shared_ptr<const T> share() const {
+        m_bTaken = true;
+        return m_pValue;
+    }
+    T& change() {
+        if (std::exchange(m_bTaken, false)) m_pValue = std::make_shared<T>(*m_pValue);
+        return *m_pValue;
+    }
+
+private:
+    std::shared_ptr<T> m_pValue = std::make_shared<T>();
+    mutable bool m_bTaken = false;
+};
+
 /// What the profit and balance curves of the day are made of: the closes of each stock's
 /// minutes, the live prices seen in them, and the deal totals at the end of each minute per
 /// account, stock and strategy.
@@ -45,7 +65,7 @@ private:
 /// Guarded by the manager's lock.
 class CCurveData {
 public:
-    using ByStrategy = std::map<std::string, PeriodTotals>;
+    using ByStrategy = std::map<std::string, std::shared_ptr<const PeriodTotals>>;
     using Closes = std::map<int, double>;
     using Marks = std::map<std::string, std::set<std::string>>;  ///< stocks by account
 
@@ -93,12 +113,15 @@ public:
 
     /// Keeps a live price that came at this moment as its minute's, if there is one.
     void notePrice(const std::string& stockKey, double price, std::int64_t nowMicros);
-    /// The last live price of each minute; null without any.
-    const Closes* findSeen(const std::string& stockKey) const;
-    /// The mean price of the deals of each minute; null when the stock is not followed.
-    const Closes* findTraded(const std::string& stockKey) const;
-    const PeriodTotals* findTotals(const std::string& accountKey, const std::string& stockKey,
-                                   const std::string& strategy) const;
+    /// What is known of a stock of an account: parts that never change. Null where there is none.
+    struct StockParts {
+        std::shared_ptr<const PeriodTotals> totals;
+        std::shared_ptr<const Closes> closes;
+        std::shared_ptr<const Closes> seen;    ///< the last live price of each minute
+        std::shared_ptr<const Closes> traded;  ///< the mean price of the deals of each minute
+    };
+    /// Finds the parts of a pair's stocks; the quicker the more of them come in key order.
+    class CPartsFinder;
 
     /// The followed stocks whose bars are due, and notes them as asked for. A stock that lacks
     /// the last finished minute is due once for each such minute. A stock that lacks any minute
@@ -116,13 +139,13 @@ public:
 
 private:
     struct Bars {
-        Closes closes;
+        CShared<Closes> closes;
         int tradingMinutes = 0;  ///< of those
         int answered = 0;        ///< `finished` of the newest answer
         int askedFinished = 0;
         std::int64_t askedMicros = 0;
         std::int64_t waitMicros = 0;  ///< until it is asked again
-        CRenewed<Closes> traded;
+        CRenewed<std::shared_ptr<const Closes>> traded;
     };
     using Totals = std::map<std::string, std::map<std::string, CRenewed<ByStrategy>>>;
 
@@ -131,7 +154,7 @@ private:
     std::string m_strDate;
     std::int64_t m_nMidnight = 0;  ///< of the date, seconds since the epoch
     std::map<std::string, Bars> m_bars;
-    std::unordered_map<std::string, Closes> m_seen;
+    std::unordered_map<std::string, CShared<Closes>> m_seen;
     Totals m_totals;  ///< account, stock
     std::set<std::string> m_suspects;
 
@@ -142,6 +165,20 @@ private:
     Marks m_due;
     std::set<std::string> m_renewedStocks;
     bool m_bRunToday = false;
+};
+
+class CCurveData::CPartsFinder {
+public:
+    CPartsFinder(const CCurveData& data, const std::string& accountKey,
+                 const std::string& strategy);
+    StockParts find(const std::string& stockKey);
+
+private:
+    const CCurveData& m_data;
+    const std::string& m_strategy;
+    const std::map<std::string, CRenewed<ByStrategy>>* m_pTotals = nullptr;  ///< by stock
+    std::map<std::string, CRenewed<ByStrategy>>::const_iterator m_nextTotals;
+    std::map<std::string, Bars>::const_iterator m_nextBars;
 };
 
 }  // namespace TC

@@ -7,12 +7,19 @@
 #include "linkage/ledger/attribution.h"
 #include "linkage/ledger/daykey.h"
 #include "linkage/ledger/ledger.h"
+#include "linkage/ledger/tradedvalue.h"
 #include "linkage/ledger/valuerule.h"
 #include "linkage/stats/curvedata.h"
 #include "linkage/tape/moment.h"
 #include "linkage/tape/services.h"
 #include "platform/services/quoteclient.h"
 #include "platform/utils/text.h"
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace TC {
 
@@ -26,6 +33,14 @@ constexpr std::size_t RENEWED_PER_HOLD = 200;
 constexpr int MOST_ROUNDS = 16;
 
 using Minutes = std::map<int, LinkagePeriodTradeData>;
+
+/// What a curve needs of a stock, as of one moment.
+struct HeldStock {
+    const std::string* key;
+    CCurveData::StockParts parts;
+    std::optional<double> latest;
+    TradedValue value;
+};
 
 /// Gives how many they are.
 std::size_t addMinutes(const CLedger& ledger, const Figures& figures, Minutes& minutes) {
@@ -111,9 +126,9 @@ std::size_t CLinkageManager::renewPeriodTotals(const std::string& accountKey,
         if (strategy.empty()) continue;
         Minutes own;
         addMinutes(*m_pLedger, *figures, own);
-        totals[strategy] = totalsOf(own);
+        totals[strategy] = std::make_shared<PeriodTotals>(totalsOf(own));
     }
-    totals[WHOLE_ACCOUNT] = totalsOf(wide);
+    totals[WHOLE_ACCOUNT] = std::make_shared<PeriodTotals>(totalsOf(wide));
     m_pCurveData->renewTotals(accountKey, stockKey, std::move(totals));
     return count;
 }
@@ -159,21 +174,28 @@ void CLinkageManager::onRequestQuote(const std::string& stockKey, const std::str
 
 std::map<int, PeriodPoint> CLinkageManager::getPeriodCurve(const std::string& accountKey,
                                                            const std::string& strategy) const {
-    const CLock lock(m_mutex);
+    constexpr std::size_t STOCKS = 1024;  // mostly enough, so that none is moved under the lock
+    std::vector<HeldStock> held;
+    held.reserve(STOCKS);
+    CLock lock(m_mutex);
     if (!m_pCurveData->hasRunToday()) return {};
+    const std::string date = m_pTradeDate->get();
+    CCurveData::CPartsFinder parts(*m_pCurveData, accountKey, strategy);
+    m_pLedger->forEachOfPair(
+        accountKey, strategy,
+        [&](const std::string& key, const auto& price, const LinkagePeriodExtData& record) {
+            held.push_back({&key, parts.find(key), price, valueOf(record, m_bClientType3)});
+        });
+    lock.unlock();
+    std::sort(held.begin(), held.end(),
+              [](const HeldStock& a, const HeldStock& b) { return *a.key < *b.key; });
     std::vector<CurveStock> stocks;
-    for (const auto& [key, record] : m_pLedger->figuresOf(accountKey, strategy)) {
-        CurveStock& stock = stocks.emplace_back();
-        stock.totals = m_pCurveData->findTotals(accountKey, key, strategy);
-        stock.closes = m_pCurveData->findCloses(key);
-        stock.seen = m_pCurveData->findSeen(key);
-        stock.traded = m_pCurveData->findTraded(key);
-        stock.rule = valueRule(key);
-        stock.latest = m_pLedger->lastPrice(key);
-        stock.figures = effectiveFigures(*record, m_bClientType3);
-        stock.commission = record->deals().m_dCommission;
+    for (const HeldStock& each : held) {
+        stocks.push_back({each.parts.totals.get(), each.parts.closes.get(), each.parts.seen.get(),
+                          each.parts.traded.get(), each.latest, valueRule(*each.key),
+                          each.value.figures, each.value.commission});
     }
-    return periodCurve(stocks, dayMoment(nowText(), m_pTradeDate->get()).running);
+    return periodCurve(stocks, dayMoment(nowText(), date).running);
 }
 
 }  // namespace TC

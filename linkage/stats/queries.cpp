@@ -12,8 +12,12 @@ std::string CLinkageManager::getTradeDate() const { return m_pTradeDate->get(); 
 
 std::set<std::string> CLinkageManager::getStocks() {
     const CStep step(tape(), [] { return callOf("getStocks"); });
-    const CLock lock(m_mutex);
-    return m_pLedger->stocksOfDay(dayKey(m_pTradeDate->get()));
+    CLock lock(m_mutex);
+    const auto keys = m_pLedger->stocksOfDay(dayKey(m_pTradeDate->get()));
+    lock.unlock();
+    std::set<std::string> stocks;
+    for (const std::string* const key : keys) stocks.insert(*key);
+    return stocks;
 }
 
 std::set<std::string> CLinkageManager::getStrategys() const {

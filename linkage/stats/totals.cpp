@@ -1,10 +1,13 @@
 #include "linkage/core/accounts.h"
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/copyinslices.h"
 #include "linkage/core/published.h"
 #include "linkage/ledger/attribution.h"
 #include "linkage/ledger/daykey.h"
+#include "linkage/ledger/figurescopy.h"
 #include "linkage/ledger/ledger.h"
 #include "linkage/ledger/orderrule.h"
+#include "linkage/ledger/recordscopy.h"
 #include "linkage/ledger/selection.h"
 #include "linkage/ledger/valuerule.h"
 #include "linkage/stats/curvedata.h"
@@ -12,12 +15,20 @@
 #include "platform/utils/keys.h"
 #include "platform/utils/text.h"
 
+#include <algorithm>
 #include <optional>
 #include <span>
+#include <tuple>
+#include <unordered_map>
+#include <utility>
+#include <vector>
 
 namespace TC {
 
 namespace {
+
+using FiledDeals = CLedger::CRecordsCopy<DealPtr>;
+using Amounts = std::map<int, std::pair<double, double>>;
 
 std::set<std::string> keySet(const QList<QString>& texts) {
     std::set<std::string> keys;
@@ -25,76 +36,117 @@ std::set<std::string> keySet(const QList<QString>& texts) {
     return keys;
 }
 
-TradedValue valueOf(const LinkagePeriodExtData& record, bool clientType3) {
-    const DealWorth& worth = record.worth();
-    return {effectiveFigures(record, clientType3), record.deals().m_dCommission, worth.m_dProfit,
-            worth.m_dPositionValue};
+/// The order in which deals of other days are added: it must not depend on that of their arrival.
+bool comesBefore(const FiledDeals::Record& a, const FiledDeals::Record& b) {
+    return std::tie(a.day, *a.account, *a.stock, a.key) <
+           std::tie(b.day, *b.account, *b.stock, b.key);
+}
+
+/// Bought and sold amounts by day, without what balances history. A deal without a strategy counts
+/// for WHOLE_ACCOUNT.
+Amounts amountsOf(std::vector<FiledDeals::Record> deals, const std::set<std::string>& strategies) {
+    std::sort(deals.begin(), deals.end(), comesBefore);
+    Amounts amounts;
+    for (const auto& [key, deal, day, account, stock] : deals) {
+        const vexservice::CCommandRecord* const carrier = deal->m_pCommand.get();
+        if (isHistoryBalance(carrier) || !selects(strategies, strategyOf(carrier))) continue;
+        auto& [bought, sold] = amounts[day];
+        const bool buys = vexservice::isBuyByDirection(deal->m_eDirection, deal->m_eOffsetFlag);
+        (buys ? bought : sold) += deal->m_dAmount;
+    }
+    return amounts;
+}
+
+/// Visits every selected record's share in the totals.
+template <class Visit>
+void forEachTotal(const CLedger::CFiguresCopy& figures, bool withRest, Visit visit) {
+    std::vector<TradedValue> named;
+    std::unordered_map<const std::string*, ValueRule> rules;
+    figures.forEachStock([&](const std::string& stock, const std::optional<double>& price,
+                             std::span<const CLedger::CFiguresCopy::Selected> records) {
+        TradedValue wide;
+        named.clear();
+        for (const auto& each : records) {
+            if (each.wide) {
+                wide = each.value;
+                continue;
+            }
+            named.push_back(each.value);
+            if (each.selected) visit(each.value);
+        }
+        if (!withRest) return;
+        visit(remainder(wide, named, [&]() -> std::optional<ValuePrices> {
+            if (!price) return std::nullopt;
+            const auto known = rules.find(&stock);
+            if (known != rules.end()) return known->second.at(*price);
+            return rules.emplace(&stock, valueRule(stock)).first->second.at(*price);
+        }));
+    });
 }
 
 }  // namespace
 
 template <class Visit>
-void CLinkageManager::forEachTotal(const std::set<std::string>& accountKeys,
-                                   const std::set<std::string>& strategies,
-                                   const std::set<std::string>& stockKeys, Visit visit) const {
-    const bool withRest = selects(strategies, WHOLE_ACCOUNT);
-    std::vector<TradedValue> named;
-    m_pLedger->selectFigures(
-        accountKeys, strategies, stockKeys,
-        [&](const std::string& stock, std::span<const CLedger::Selected> records) {
-            TradedValue wide;
-            named.clear();
-            for (const CLedger::Selected& each : records) {
-                const TradedValue value = valueOf(each.figures->record, m_bClientType3);
-                if (each.wide) {
-                    wide = value;
-                    continue;
-                }
-                named.push_back(value);
-                if (each.selected) visit(value);
-            }
-            if (!withRest) return;
-            visit(remainder(wide, named, [&]() -> std::optional<ValuePrices> {
-                const std::optional<double> price = m_pLedger->valuedPrice(stock);
-                if (!price) return std::nullopt;
-                return valueRule(stock).at(*price);
-            }));
-        });
+int CLinkageManager::sumTotals(const std::set<std::string>& accountKeys,
+                               const std::set<std::string>& strategies,
+                               const std::set<std::string>& stockKeys, Visit visit) const {
+    CLedger::CFiguresCopy figures(*m_pLedger, accountKeys, strategies, stockKeys);
+    int today = 0;
+    copyInSlices(
+        m_mutex,
+        [&] {
+            figures.takeNames();
+            today = dayKey(m_pTradeDate->get());
+        },
+        figures);
+    forEachTotal(figures, selects(strategies, WHOLE_ACCOUNT), visit);
+    return today;
 }
 
 std::map<int, double> CLinkageManager::getTotalProfits(const std::set<std::string>& accountKeys,
                                                        const std::set<std::string>& strategies,
                                                        const std::set<std::string>& stockKeys,
                                                        bool) const {
-    const CLock lock(m_mutex);
     double total = 0.0;
-    forEachTotal(accountKeys, strategies, stockKeys,
-                 [&](const TradedValue& value) { total += value.profit; });
-    return {{dayKey(m_pTradeDate->get()), total}};
+    const int today = sumTotals(accountKeys, strategies, stockKeys,
+                                [&](const TradedValue& value) { total += value.profit; });
+    return {{today, total}};
 }
 
 std::map<int, double> CLinkageManager::getTotalBalances(const std::set<std::string>& accountKeys,
                                                         const std::set<std::string>& strategies,
                                                         const std::set<std::string>& stockKeys,
                                                         bool) const {
-    const CLock lock(m_mutex);
     double total = 0.0;
-    forEachTotal(accountKeys, strategies, stockKeys,
-                 [&](const TradedValue& value) { total += value.positionValue; });
-    return {{dayKey(m_pTradeDate->get()), total}};
+    const int today = sumTotals(accountKeys, strategies, stockKeys,
+                                [&](const TradedValue& value) { total += value.positionValue; });
+    return {{today, total}};
 }
 
 std::map<int, std::pair<double, double>> CLinkageManager::getTotalBuySellAmounts(
     const std::set<std::string>& accountKeys, const std::set<std::string>& strategies,
     const std::set<std::string>& stockKeys, bool todayOnly) const {
-    const CLock lock(m_mutex);
-    const int today = dayKey(m_pTradeDate->get());
-    std::map<int, std::pair<double, double>> totals;
-    if (!todayOnly) {
-        totals = m_pLedger->amountsOfDeals(accountKeys, strategies, stockKeys, today);
+    std::optional<CLedger::CFiguresCopy> figures;
+    std::vector<FiledDeals::Record> others;
+    int today = 0;
+    for (bool isToday = false; !isToday;) {
+        today = dayKey(m_pTradeDate->get());
+        figures.emplace(*m_pLedger, accountKeys, strategies, stockKeys);
+        FiledDeals deals(*m_pLedger, {accountKeys, stockKeys, today, true});
+        const auto last = [&] {
+            figures->takeNames();
+            isToday = today == dayKey(m_pTradeDate->get());
+        };
+        if (todayOnly) {
+            copyInSlices(m_mutex, last, *figures);
+        } else {
+            copyInSlices(m_mutex, last, *figures, deals);
+            others = deals.take();
+        }
     }
+    Amounts totals = amountsOf(std::move(others), strategies);
     auto& amounts = totals[today];
-    forEachTotal(accountKeys, strategies, stockKeys, [&](const TradedValue& value) {
+    forEachTotal(*figures, selects(strategies, WHOLE_ACCOUNT), [&](const TradedValue& value) {
         amounts.first += value.figures.buyAmount;
         amounts.second += value.figures.sellAmount;
     });

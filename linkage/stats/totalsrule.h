@@ -1,21 +1,13 @@
 #pragma once
 
 #include "linkage/ledger/profitrule.h"
-#include "linkage/ledger/types.h"
+#include "linkage/ledger/tradedvalue.h"
 #include "linkage/ledger/volume.h"
 
 #include <optional>
 #include <vector>
 
 namespace TC {
-
-/// What a record adds to a total.
-struct TradedValue {
-    EffectiveFigures figures;
-    double commission = 0.0;
-    double profit = 0.0;
-    double positionValue = 0.0;
-};
 
 /// What the account-wide figures of a stock have beyond those of the account's strategies.
 /// Without any strategy that is the account-wide record itself; otherwise it is valued by the

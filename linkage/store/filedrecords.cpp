@@ -1,7 +1,9 @@
 #include "linkage/store/filedrecords.h"
 
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/copyinslices.h"
 #include "linkage/ledger/daykey.h"
+#include "linkage/ledger/recordscopy.h"
 #include "linkage/store/importsettling.h"
 #include "linkage/store/importstate.h"
 #include "linkage/store/serverhistory.h"
@@ -40,29 +42,25 @@ std::set<int> CLinkageManager::getFiledDays(const std::string& accountKey) const
 
 Sources CLinkageManager::getRecordSources(EHistoryRecords records, const std::string& accountKey,
                                           int day) const {
-    const bool ofDeals = records == EHistoryRecords::Deals;
-    CLedger::RecordList<DealPtr> deals;
-    CLedger::RecordList<OrderPtr> orders;
     CServerHistory::Keys answered;
     std::unordered_map<std::uint64_t, int> imports;
-    {
-        // What is copied under the lock is brought into order without it.
-        const CLock lock(m_mutex);
-        const auto importsOf = [&](const auto& days) {
-            const auto imported = days.find({accountKey, day});
-            if (imported != days.end()) imports = imported->second.origins();
-        };
-        answered = m_pServerHistory->filedKeys(records, accountKey, dayText(day));
-        if (ofDeals) {
-            deals = m_pLedger->listDeals(accountKey, day);
-            importsOf(m_pImports->deals);
-        } else {
-            orders = m_pLedger->listOrders(accountKey, day);
-            importsOf(m_pImports->orders);
-        }
+    const auto ask = [&](auto& copy, const auto& days) {
+        copyInSlices(
+            m_mutex,
+            [&] {
+                answered = m_pServerHistory->filedKeys(records, accountKey, dayText(day));
+                const auto imported = days.find({accountKey, day});
+                if (imported != days.end()) imports = imported->second.origins();
+            },
+            copy);
+        return sourcesOf(copy.takeByRecord(), answered, imports);
+    };
+    if (records == EHistoryRecords::Deals) {
+        CLedger::CRecordsCopy<DealPtr> deals(*m_pLedger, {{accountKey}, {}, day});
+        return ask(deals, m_pImports->deals);
     }
-    return ofDeals ? sourcesOf(CLedger::byRecord(std::move(deals)), answered, imports)
-                   : sourcesOf(CLedger::byRecord(std::move(orders)), answered, imports);
+    CLedger::CRecordsCopy<OrderPtr> orders(*m_pLedger, {{accountKey}, {}, day});
+    return ask(orders, m_pImports->orders);
 }
 
 }  // namespace TC

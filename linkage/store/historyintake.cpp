@@ -86,6 +86,7 @@ void CLinkageManager::doHistoryDeal(const DealReport& report, const DealChange& 
     if (stocks != history.m_historyLinkageData.end()) {
         const auto at = stocks->second.find(m_pLedger->dealtStock(report).key);
         if (at != stocks->second.end()) {
+            m_pLedger->figuresChangedElsewhere();
             const bool bySums = m_bClientType3 && !at->second->m_bPlain;
             fits = addDeal(*at->second, deal, change.buys, change.commission, bySums);
         }

@@ -141,6 +141,7 @@ void CLinkageManager::addHistoryLinkdata(const std::string& accountKey,
 
         // The history takes today's record itself: until the next trade date both see
         // what the other one adds.
+        m_pLedger->figuresChangedElsewhere();
         const auto [at, inserted] =
             m_pHistory->m_historyLinkageData[historyKey].try_emplace(stock, record);
         m_pHistory->m_picture.share(historyKey);

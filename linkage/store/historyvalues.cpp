@@ -45,6 +45,7 @@ void CLinkageManager::runHistoryStatCalculator() {
 void CLinkageManager::historyStatCalculator() {
     const CStep step(tape(), [] { return callOf("historyStatCalculator"); });
     const CLock lock(m_mutex);
+    m_pLedger->figuresChangedElsewhere();
     for (const auto& [key, stocks] : m_pHistory->m_historyLinkageData) {
         double value = 0.0;
         std::int64_t bought = 0;

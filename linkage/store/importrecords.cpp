@@ -39,6 +39,9 @@ using namespace statement;
 
 constexpr char OPERATION[] = "TC::CLinkageManager::importData";
 
+/// To read what became of a row is quicker than to file it.
+constexpr std::size_t FATES_PER_HOLD = 200;
+
 QString askForFile() {
     // Without a screen, or on another thread, a dialog would bring the client down.
     const auto* application = qobject_cast<QApplication*>(QCoreApplication::instance());
@@ -104,6 +107,7 @@ public:
         m_report.needsAccount = accounts.needsChoice();
         if (!m_report.ok()) return;
         if (!accounts.note().isEmpty()) m_report.notes << accounts.note();
+        m_rows.reserve(parsed.size());
         inSlices(parsed, [&](const Parsed<Record>& row) {
             const auto choice = accounts.of({row.fundAccount, row.holder});
             Record& record = *row.record;
@@ -134,7 +138,10 @@ public:
             typename CDayRecords<Record>::Changes changes;
             while (records.settle(ROWS_PER_HOLD, changes)) {
             }
-            records.fates(NEXT, m_fates[place]);
+            typename CDayRecords<Record>::CFatesSoFar soFar;
+            while (records.fates(NEXT, ROWS_PER_HOLD, soFar)) {
+            }
+            m_fates[place] = std::move(soFar.fates);
         }
         tell();
     }
@@ -162,6 +169,7 @@ public:
 
 private:
     using Place = ImportState::Place;
+    using Fates = typename CDayRecords<Record>::Fates;
     struct Row {
         const Parsed<Record>* parsed;
         Place place;
@@ -254,19 +262,28 @@ private:
     }
 
     void takeFates() {
-        const auto& days = m_manager.m_pImports->template of<Record>();
         for (const Row& row : m_rows) {
             const auto [at, isNew] = m_fates.try_emplace(row.place);
             if (!isNew) continue;
-            const CLock lock(m_manager.m_mutex);
-            const auto day = days.find(at->first);
-            if (day == days.end()) continue;
-            day->second.fates(m_report.number, at->second);
+            at->second = fatesOf(at->first);
             if (m_report.number != 0) continue;
             for (auto& [key, fate] : at->second) {
                 if (fate == EFate::Filed) fate = EFate::Repeated;
             }
         }
+    }
+
+    /// Empty when the day is known no more.
+    Fates fatesOf(const Place& place) const {
+        typename CDayRecords<Record>::CFatesSoFar soFar;
+        for (bool more = true; more; m_manager.m_mutex.giveWay()) {
+            const CLock lock(m_manager.m_mutex);
+            const auto& days = m_manager.m_pImports->template of<Record>();
+            const auto day = days.find(place);
+            if (day == days.end()) return {};
+            more = day->second.fates(m_report.number, FATES_PER_HOLD, soFar);
+        }
+        return std::move(soFar.fates);
     }
 
     /// Counts the rows by what became of them.
@@ -311,7 +328,7 @@ private:
     CLinkageManager& m_manager;
     ImportReport& m_report;
     std::vector<Row> m_rows;
-    std::map<Place, std::unordered_map<std::uint64_t, EFate>> m_fates;
+    std::map<Place, Fates> m_fates;
 };
 
 bool CLinkageManager::importDeal(const std::string& accountKey,

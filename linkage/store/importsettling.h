@@ -11,7 +11,7 @@ namespace TC {
 
 /// So many rows are worked through in one hold of the manager's lock, so that intake does not
 /// wait for a whole file. To find them, a hold may look through all records of one day.
-inline constexpr std::size_t ROWS_PER_HOLD = 200;
+inline constexpr std::size_t ROWS_PER_HOLD = 50;
 
 /// What the ledger has of an account's day.
 template <class Record>

@@ -28,7 +28,7 @@ constexpr char SAVE_FILES[] = "TC::CLinkageManager::writedata";
 constexpr std::int64_t SAVE_RETRY_MICROS = 30'000'000;
 
 /// So many rows are copied in one hold of the lock.
-constexpr std::size_t ROWS_PER_SLICE = 50;
+constexpr std::size_t ROWS_PER_SLICE = 20;
 
 using Names = CPublished<std::set<std::string>>;
 using Rows = CHistoryPicture::Rows;

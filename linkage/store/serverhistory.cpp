@@ -1,6 +1,7 @@
 #include "linkage/store/serverhistory.h"
 
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/copyinslices.h"
 #include "linkage/core/datacenter.h"
 #include "linkage/core/enginestate.h"
 #include "linkage/core/guarded.h"
@@ -8,6 +9,7 @@
 #include "linkage/core/raise.h"
 #include "linkage/ledger/daykey.h"
 #include "linkage/ledger/ledger.h"
+#include "linkage/ledger/recordscopy.h"
 #include "linkage/store/importsettling.h"
 #include "linkage/store/importstate.h"
 #include "linkage/tape/services.h"
@@ -384,18 +386,18 @@ void CLinkageManager::endHistoryDay(HistoryQuery query, const HistoryDay& result
 
 std::map<unsigned long long, DealPtr> CLinkageManager::getAccountDeals(
     const std::string& accountKey, int day) const {
-    CLock lock(m_mutex);
-    auto filed = m_pLedger->listDeals(accountKey, day);
-    lock.unlock();
-    return CLedger::byRecord(std::move(filed));
+    CLedger::CRecordsCopy<DealPtr> deals(*m_pLedger, {{accountKey}, {}, day});
+    copyInSlices(
+        m_mutex, [] {}, deals);
+    return deals.takeByRecord();
 }
 
 std::map<unsigned long long, OrderPtr> CLinkageManager::getAccountOrders(
     const std::string& accountKey, int day) const {
-    CLock lock(m_mutex);
-    auto filed = m_pLedger->listOrders(accountKey, day);
-    lock.unlock();
-    return CLedger::byRecord(std::move(filed));
+    CLedger::CRecordsCopy<OrderPtr> orders(*m_pLedger, {{accountKey}, {}, day});
+    copyInSlices(
+        m_mutex, [] {}, orders);
+    return orders.takeByRecord();
 }
 
 }  // namespace TC

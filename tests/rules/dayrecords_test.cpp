@@ -239,10 +239,11 @@ TEST(DayRecords, TellsWhatBecameOfEachRow) {
     day.import(2, statementOf(two, {}));
     day.settle(1);
     const auto fatesOf = [&](int number) {
-        std::unordered_map<std::uint64_t, EFate> fates;
-        day.deals.fates(number, fates);
+        decltype(day.deals)::CFatesSoFar soFar;
+        while (day.deals.fates(number, 1, soFar)) {
+        }
         std::multiset<EFate> all;
-        for (const auto& [key, fate] : fates) all.insert(fate);
+        for (const auto& [key, fate] : soFar.fates) all.insert(fate);
         return all;
     };
     using Fates = std::multiset<EFate>;

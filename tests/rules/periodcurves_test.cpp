@@ -52,6 +52,10 @@ struct CStock {
     }
 };
 
+CCurveData::StockParts partsOf(const CCurveData& curves, const std::string& stock) {
+    return CCurveData::CPartsFinder(curves, "A", "").find(stock);
+}
+
 TEST(PeriodCurve, HasAPointForEachTradingMinuteAndForDealsOutsideTradingHours) {
     using Minutes = std::vector<int>;
     const std::tuple<const char*, Minutes, int, Minutes> cases[] = {
@@ -160,10 +164,11 @@ TEST(PeriodCurve, ValuesAMinuteAtThePriceThatHeldThen) {
         stock.curve.latest = 8.0;
         CCurveData curves;
         curves.beginRun();
-        curves.renewTotals("A", "s", {{"", totalsOf(stock.minutes)}});
+        curves.renewTotals("A", "s",
+                           {{"", std::make_shared<PeriodTotals>(totalsOf(stock.minutes))}});
         curves.renewTraded("s");
         curves.endRun();
-        stock.traded = *curves.findTraded("s");
+        stock.traded = *partsOf(curves, "s").traded;
         Prices prices;
         for (const auto& [minute, point] :
              periodCurve({stock.ready()}, each.expected.rbegin()->first + 1)) {
@@ -264,14 +269,20 @@ TEST(LivePrices, BelongToTheMinuteWhoseTradesTheyTell) {
         CCurveData curves;
         curves.newDay("20240102");
         curves.notePrice("s", 0.0, (MIDNIGHT + second) * 1'000'000);
-        EXPECT_EQ(curves.findSeen("s"), nullptr) << "no price";
+        EXPECT_EQ(partsOf(curves, "s").seen, nullptr) << "no price";
         curves.notePrice("s", 10.0, (MIDNIGHT + second) * 1'000'000 + 999'999);
-        const auto* const seen = curves.findSeen("s");
+        const auto seen = partsOf(curves, "s").seen;
         EXPECT_EQ(seen ? seen->begin()->first : 0, minute) << second;
         curves.newDay("20240102");
-        EXPECT_EQ(curves.findSeen("s"), seen) << "the same day";
+        EXPECT_EQ(partsOf(curves, "s").seen, seen) << "the same day";
+        if (seen) {
+            const auto taken = *seen;
+            curves.notePrice("s", 11.0, (MIDNIGHT + second) * 1'000'000 + 999'999);
+            EXPECT_EQ(*seen, taken) << "what was taken never changes";
+            EXPECT_NE(*partsOf(curves, "s").seen, taken);
+        }
         curves.newDay("20240103");
-        EXPECT_EQ(curves.findSeen("s"), nullptr);
+        EXPECT_EQ(partsOf(curves, "s").seen, nullptr);
     }
 }
 

@@ -3,6 +3,7 @@
 #include "linkage/store/import/placematching.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cctype>
 #include <cmath>
 #include <type_traits>
@@ -86,7 +87,15 @@ void CDayRecords<Record>::gather(const std::string& values) {
 }
 
 template <class Record>
+void CDayRecords<Record>::noteChange() {
+    static std::atomic<std::uint64_t> versions{0};
+    m_nVersion = ++versions;
+}
+
+// Whatever adds or takes away a row touches its group.
+template <class Record>
 void CDayRecords<Record>::touch(typename Groups::iterator group) {
+    noteChange();
     if (group->second.isTouched) return;
     group->second.isTouched = true;
     m_touched.push_back(group->first);
@@ -287,6 +296,7 @@ bool CDayRecords<Record>::settle(std::size_t records, Changes& changes) {
         m_touched.pop_back();
         if (found == m_groups.end()) continue;
         Group& group = found->second;
+        noteChange();
         group.isTouched = false;
         left -= std::min(left, std::max<std::size_t>(group.size(), 1));
         settleGroup(group);
@@ -297,12 +307,25 @@ bool CDayRecords<Record>::settle(std::size_t records, Changes& changes) {
 }
 
 template <class Record>
-void CDayRecords<Record>::fates(int import, std::unordered_map<std::uint64_t, EFate>& fates) const {
-    for (const auto& [name, group] : m_groups) {
-        for (const Row& row : group.rows) {
-            if (import == 0 || row.import == import) fates[row.record->recordKey()] = row.fate;
-        }
+bool CDayRecords<Record>::fates(int import, std::size_t records, CFatesSoFar& soFar) const {
+    if (soFar.m_nBegun == 0 || soFar.m_nVersion != m_nVersion) {
+        soFar.fates.clear();
+        soFar.m_next = m_groups.begin();
+        soFar.m_nVersion = m_nVersion;
+        ++soFar.m_nBegun;
     }
+    const bool isPatient = soFar.m_nBegun <= CFatesSoFar::MOST_BEGINNINGS;
+    for (std::size_t read = 0; soFar.m_next != m_groups.end(); ++soFar.m_next) {
+        if (isPatient && read >= records) return true;
+        const Group& group = soFar.m_next->second;
+        for (const Row& row : group.rows) {
+            if (import == 0 || row.import == import) {
+                soFar.fates[row.record->recordKey()] = row.fate;
+            }
+        }
+        read += std::max<std::size_t>(group.rows.size(), 1);
+    }
+    return false;
 }
 
 template <class Record>

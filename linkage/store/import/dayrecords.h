@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <set>
 #include <string>
@@ -87,8 +88,13 @@ public:
     /// many changes; false when none is left. Records that meet are worked through together.
     bool settle(std::size_t records, Changes& changes);
 
-    /// What became of the records of an import, by key; of all of them without a number.
-    void fates(int import, std::unordered_map<std::uint64_t, EFate>& fates) const;
+    /// What became of records, by key, as far as it is known.
+    using Fates = std::unordered_map<std::uint64_t, EFate>;
+    class CFatesSoFar;
+    /// What became of the records of an import; of all of them without a number. Reads about so
+    /// many records, and goes on where it was; it begins again when anything has changed since, so
+    /// that all is of one moment. False when none is left.
+    bool fates(int import, std::size_t records, CFatesSoFar& soFar) const;
 
     /// The import that filed each record which stands, by key: the earliest that tells the trade.
     std::unordered_map<std::uint64_t, int> origins() const;
@@ -130,15 +136,30 @@ private:
     void settleGroup(Group& group);
     bool isAnyLeft() const;
     void giveOut(std::size_t records, Changes& changes);
+    void noteChange();
 
-    Groups m_groups;  ///< by values, or by values and number
+    std::uint64_t m_nVersion = 0;  ///< differs from that of every other state of any day
+    Groups m_groups;               ///< by values, or by values and number
     std::unordered_map<std::uint64_t, std::string> m_reported;  ///< key to the name of its group
     std::unordered_map<std::uint64_t, std::vector<std::pair<int, Ptr>>> m_keys;
     std::vector<Ptr> m_toLink;
-    std::vector<std::string> m_touched;
+    std::deque<std::string> m_touched;      ///< a large vector would be moved in one go
     std::map<std::uint64_t, Ptr> m_toFile;  ///< by key
     Keys m_toRemove;
     bool m_bLinked = false;
+};
+
+template <class Record>
+class CDayRecords<Record>::CFatesSoFar {
+public:
+    Fates fates;
+
+private:
+    friend class CDayRecords;
+    static constexpr int MOST_BEGINNINGS = 3;
+    std::uint64_t m_nVersion = 0;
+    int m_nBegun = 0;
+    typename Groups::const_iterator m_next;
 };
 
 extern template class CDayRecords<vexservice::CDealDetail>;
