@@ -439,6 +439,12 @@ const RecordingVerdict& CRecordingPlayer::verdict() const { return m_pPlay->verd
 double CRecordingPlayer::progress() const { return m_pPlay->progress(); }
 TC::CLinkageManager* CRecordingPlayer::manager() const { return m_pPlay->manager(); }
 
+std::string differenceText(const RecordingVerdict& verdict) {
+    if (!verdict.difference) return {};
+    return std::to_string(verdict.differentSteps) + " steps differ, the first at line " +
+           std::to_string(verdict.difference->line) + ", " + verdict.difference->at;
+}
+
 bool isRecording(const std::string& path) {
     if (path == "-") return false;
     try {

@@ -33,6 +33,9 @@ struct RecordingVerdict {
     std::string fault;       ///< "FILE:LINE: what is wrong" where the file cannot be read on
 };
 
+/// "N steps differ, the first at line L, TIME"; empty when none does.
+std::string differenceText(const RecordingVerdict& verdict);
+
 /// What a step of a recording is taken for.
 struct RecordedStep {
     std::string kind;       ///< the "do" of its line: "order", "price", "call", "work" ...
