@@ -19,6 +19,7 @@ constexpr const char* USAGE =
     "with what each account and strategy did, and how they were balanced.\n";
 
 constexpr int FAILURE = 1;
+constexpr int USAGE_ERROR = 2;
 constexpr int LINE_ERROR = 2;
 /// How often the progress of a recording is shown, in steps.
 constexpr std::uint64_t PROGRESS_STEPS = 256;
@@ -42,10 +43,15 @@ int play(const std::string& path, const replay::ReplayOptions& options) {
 
 /// What a recording shows is told also where it breaks off, or differs.
 int playRecording(const std::string& path, const replay::ReplayOptions& options) {
+    if (!options.dataDir.empty()) {
+        std::fputs(
+            "linkage-day: a recording brings its own files; --data-dir does not go with "
+            "it\n",
+            stderr);
+        return USAGE_ERROR;
+    }
     replay::CDayReport report(isatty(STDERR_FILENO));
-    replay::CRecordingPlayer player(path, {.dataDir = QString::fromStdString(options.dataDir),
-                                           .passesDifferences = true,
-                                           .watcher = &report});
+    replay::CRecordingPlayer player(path, {.passesDifferences = true, .watcher = &report});
     while (player.playNext()) {
         if (player.verdict().steps % PROGRESS_STEPS == 0) report.progress(player.progress());
     }
@@ -88,7 +94,7 @@ int main(int argc, char** argv) {
     }
     if (path.empty()) {
         std::fputs(USAGE, stderr);
-        return LINE_ERROR;
+        return USAGE_ERROR;
     }
     const QCoreApplication application(argc, argv);
     try {

@@ -39,7 +39,7 @@ void CPlayedClient::begin(const CFields& line) {
     m_clock.set(readMoment("now", event.now));
     m_pPaper = std::make_unique<paper::CPaperClient>(m_service, config, nullptr);
     if (!m_options.watcher) return;
-    m_told.emplace(*m_pPaper);
+    m_told.emplace(*m_pPaper, *m_options.watcher);
     m_options.watcher->clientIsThere(*m_pPaper, config.clientType);
 }
 

@@ -56,6 +56,8 @@ public:
     /// The client is there, and no manager yet. The client is told what the lines tell of
     /// instruments, prices, accounts and records; the manager does not hear it from there.
     virtual void clientIsThere(paper::CPaperClient& /*client*/, int /*clientType*/) {}
+    /// The client is about to be told of a stock for the first time.
+    virtual void stockIsThere(const std::string& /*stockKey*/) {}
     /// The manager is there, and has taken no step yet.
     virtual void managerIsThere(TC::CLinkageManager& /*manager*/) {}
     /// The manager is at rest, and takes this step next.

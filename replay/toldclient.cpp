@@ -42,6 +42,7 @@ paper::Instrument& CToldClient::instrument(const std::string& stockKey) {
         at->second.market = stockKey.substr(0, MARKET_LETTERS);
         at->second.code = stockKey.size() > MARKET_LETTERS ? stockKey.substr(MARKET_LETTERS) : "";
         at->second.detail = false;
+        m_watcher.stockIsThere(stockKey);
     }
     return at->second;
 }
@@ -71,6 +72,7 @@ void CToldClient::answer(std::string_view question, const CValue& is) {
 }
 
 void CToldClient::price(const boost::shared_ptr<CPriceData>& price) {
+    instrument(price->m_strStockKey);
     m_client.setPrice(price->m_strStockKey, price);
 }
 

@@ -2,6 +2,7 @@
 
 #include "paper/paperclient.h"
 #include "replay/recordedclient.h"
+#include "replay/recordingplayer.h"
 
 #include <map>
 #include <string>
@@ -16,7 +17,9 @@ namespace replay {
 /// Threads: one.
 class CToldClient {
 public:
-    explicit CToldClient(paper::CPaperClient& client) : m_client(client) {}
+    /// `watcher` hears of each stock.
+    CToldClient(paper::CPaperClient& client, IRecordingWatcher& watcher)
+        : m_client(client), m_watcher(watcher) {}
 
     /// An answer to a question. What nobody but the library asks is passed over.
     void answer(std::string_view question, const CValue& is);
@@ -30,6 +33,7 @@ private:
     paper::Instrument& instrument(const std::string& stockKey);
 
     paper::CPaperClient& m_client;
+    IRecordingWatcher& m_watcher;
     std::map<std::string, paper::Instrument> m_instruments;  ///< by stock key
     std::map<std::string, paper::Account> m_accounts;        ///< by account key
 };

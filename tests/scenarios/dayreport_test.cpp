@@ -42,7 +42,9 @@ std::vector<replay::DayFigures> daysOf(const std::string& lines, const char* opt
                                &report),
               "");
     const std::string recorded = textOfRecording(folder.path("recording"));
-    if (recordsAll) EXPECT_EQ(recorded, replay::reportText(report.days()));
+    if (recordsAll) {
+        EXPECT_EQ(recorded, replay::reportText(report.days()));
+    }
     return report.days();
 }
 
