@@ -72,7 +72,14 @@ CRecordDialog::CRecordDialog(CActions& actions, const RecordTerms& terms, QWidge
     layout->addWidget(makeButtons());
     m_pDirectory->setText(terms.directory);
     m_pMost->setValue(static_cast<int>(std::min<std::uint64_t>(terms.mostBytes / GIB, MOST_GIB)));
-    resize(WIDTH, sizeHint().height());
+    resize(WIDTH, layout->totalHeightForWidth(WIDTH));
+}
+
+/// A text that is new may need more lines.
+void CRecordDialog::say(QLabel* label, const QString& text) {
+    if (label->text() == text) return;
+    label->setText(text);
+    resize(width(), std::max(height(), layout()->totalHeightForWidth(width())));
 }
 
 QWidget* CRecordDialog::makeDirectoryLine() {
@@ -157,8 +164,8 @@ void CRecordDialog::recordNow() {
         if (!open || begun) return;
         open->m_pEvery->setChecked(true);
         open->choose();
-        open->m_pNotice->setText(
-            tr("This session has begun already: recording begins with the next session."));
+        open->say(open->m_pNotice,
+                  tr("This session has begun already: recording begins with the next session."));
     });
 }
 
@@ -174,8 +181,8 @@ void CRecordDialog::show(const Picture& picture) {
     m_pRecord->setText(m_bRunning ? tr("Stop recording…") : tr("Record this session"));
     m_pRecord->setEnabled(m_bRunning || (picture.alive && !picture.recording));
     const QString state = recordingText(picture);
-    m_pState->setText(state.isEmpty() ? tr("This session is not recorded.")
-                                      : tr("%1: %2").arg(fileName(*picture.recording), state));
+    say(m_pState, state.isEmpty() ? tr("This session is not recorded.")
+                                  : tr("%1: %2").arg(fileName(*picture.recording), state));
 }
 
 }  // namespace desk

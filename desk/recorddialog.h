@@ -33,6 +33,7 @@ private:
     QWidget* makeSizeLine();
     QWidget* makeButtons();
     void chooseDirectory();
+    void say(QLabel* label, const QString& text);
     RecordTerms terms() const;
     void choose();
     void recordOrStop();
