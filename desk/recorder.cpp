@@ -80,7 +80,10 @@ void CRecorder::sessionBegins(TC::CLinkageManager& manager) {
     if (!begin(manager)) tell("the file cannot be made: " + m_terms.directory.toStdString());
 }
 
-bool CRecorder::recordNow(TC::CLinkageManager& manager) { return begin(manager); }
+bool CRecorder::recordNow(TC::CLinkageManager& manager) {
+    const auto recording = manager.getRecording();
+    return (recording && recording->running) || begin(manager);  // asked for twice
+}
 
 bool CRecorder::begin(TC::CLinkageManager& manager) {
     const auto file = freeFile();

@@ -21,6 +21,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <optional>
 #include <string>
 
 // Recordings in the desk: what one shows, and how sessions are recorded.
@@ -173,6 +174,10 @@ TEST_F(DeskRecording, EverySessionIsRecordedFromItsStart) {
     press("record");
     EXPECT_EQ(dialog("recordDialog")->findChild<QPushButton*>("recordNow")->text(),
               "Stop recording…");
+    std::optional<bool> begun;
+    desk::CActions(*m_engine).recordNow([&begun](bool well) { begun = well; });
+    EXPECT_TRUE(until([&begun] { return begun.has_value(); }));
+    EXPECT_TRUE(begun.value_or(false)) << "it is recorded already";
     shut();
     ASSERT_EQ(files("records").size(), 1);
     EXPECT_TRUE(desk::CRecorder::isNameOfOurs(files("records").front()));
