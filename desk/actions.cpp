@@ -114,6 +114,17 @@ std::string balanceKey(const std::string& account, const std::string& strategy) 
     return account + ":" + strategy;
 }
 
+bool CActions::mayCommand() const { return !m_engine.isRecording(); }
+
+template <class Job>
+void CActions::command(Job job) {
+    if (mayCommand()) m_engine.post(std::move(job));
+}
+
+QString noCommandText() {
+    return CEngine::tr("A recording shows what was: nothing can be sent or changed.");
+}
+
 void CActions::preview(const Selection& pair, bool history, PlanAnswer answer) {
     m_engine.post(
         onManager([&engine = m_engine, pair, history, answer](TC::CLinkageManager& manager) {
@@ -123,7 +134,7 @@ void CActions::preview(const Selection& pair, bool history, PlanAnswer answer) {
 }
 
 void CActions::balance(const Selection& pair, std::function<void(bool)> answer) {
-    m_engine.post(onManager([&engine = m_engine, pair, answer](TC::CLinkageManager& manager) {
+    command(onManager([&engine = m_engine, pair, answer](TC::CLinkageManager& manager) {
         const CBalanceWatch::CAsking asking(engine.witness().balances,
                                             {pair.account, pair.strategy}, false, EAskedBy::Trader);
         const bool asked = manager.runAutoBalance(pair.account, pair.strategy);
@@ -132,7 +143,7 @@ void CActions::balance(const Selection& pair, std::function<void(bool)> answer) 
 }
 
 void CActions::balanceHistory(const Selection& pair) {
-    m_engine.post(onManager([&engine = m_engine, pair](TC::CLinkageManager& manager) {
+    command(onManager([&engine = m_engine, pair](TC::CLinkageManager& manager) {
         const CBalanceWatch::CAsking asking(
             engine.witness().balances, {pair.account, pair.strategy}, true, EAskedBy::Trader, 0);
         manager.doHistoryBalanceBySignalTask(pair.account, pair.strategy);
@@ -141,38 +152,36 @@ void CActions::balanceHistory(const Selection& pair) {
 
 void CActions::cancelOrder(const std::string& account, std::uint64_t key,
                            std::function<void(const QString&)> answer) {
-    m_engine.post(
-        onManager([&engine = m_engine, account, key, answer](TC::CLinkageManager& manager) {
-            const CBalanceWatch::CCancelling cancelling(engine.witness().balances);
-            QString fault;
-            try {
-                fault = cancel(manager, account, key);
-            } catch (const std::exception& thrown) {  // a service of the client
-                fault = faultText(QString::fromUtf8(thrown.what()));
-            }
-            engine.answer([answer, fault] { answer(fault); });
-        }));
+    command(onManager([&engine = m_engine, account, key, answer](TC::CLinkageManager& manager) {
+        const CBalanceWatch::CCancelling cancelling(engine.witness().balances);
+        QString fault;
+        try {
+            fault = cancel(manager, account, key);
+        } catch (const std::exception& thrown) {  // a service of the client
+            fault = faultText(QString::fromUtf8(thrown.what()));
+        }
+        engine.answer([answer, fault] { answer(fault); });
+    }));
 }
 
 void CActions::cancelAllOrders(const Selection& pair) {
-    m_engine.post(onManager([&engine = m_engine, pair](TC::CLinkageManager& manager) {
+    command(onManager([&engine = m_engine, pair](TC::CLinkageManager& manager) {
         const CBalanceWatch::CCancelling cancelling(engine.witness().balances);
         manager.cancelAllOrders(pair.account, pair.strategy);
     }));
 }
 
 void CActions::setBalanceTime(const std::string& key, const std::string& time) {
-    m_engine.post(onManager(
+    command(onManager(
         [key, time](TC::CLinkageManager& manager) { manager.addBalanceTime(key, time); }));
 }
 
 void CActions::deleteBalanceTime(const std::string& key) {
-    m_engine.post(
-        onManager([key](TC::CLinkageManager& manager) { manager.deleteBalanceTime(key); }));
+    command(onManager([key](TC::CLinkageManager& manager) { manager.deleteBalanceTime(key); }));
 }
 
 void CActions::carryOver(const Selection& pair, std::function<void(bool)> answer) {
-    m_engine.post(onManager([&engine = m_engine, pair, answer](TC::CLinkageManager& manager) {
+    command(onManager([&engine = m_engine, pair, answer](TC::CLinkageManager& manager) {
         const std::string key = pair.account + pair.strategy;
         const bool fresh = !manager.isAlreadyAdd(key);
         if (fresh) {
@@ -185,22 +194,22 @@ void CActions::carryOver(const Selection& pair, std::function<void(bool)> answer
 }
 
 void CActions::deleteHistoryStock(const std::string& historyKey, const std::string& stock) {
-    m_engine.post(onManager([historyKey, stock](TC::CLinkageManager& manager) {
+    command(onManager([historyKey, stock](TC::CLinkageManager& manager) {
         manager.deleteHistoryLinkageData(historyKey, stock);
     }));
 }
 
 void CActions::deleteBalancedHistory() {
-    m_engine.post(
+    command(
         onManager([](TC::CLinkageManager& manager) { manager.deleteHistoryAlreadyBalancedata(); }));
 }
 
 void CActions::deleteAllHistory() {
-    m_engine.post(onManager([](TC::CLinkageManager& manager) { manager.deleteAllHisTorydata(); }));
+    command(onManager([](TC::CLinkageManager& manager) { manager.deleteAllHisTorydata(); }));
 }
 
 void CActions::previewImport(const std::vector<ImportFile>& files, ImportAnswered answer) {
-    m_engine.post([&engine = m_engine, files, answer] {
+    command([&engine = m_engine, files, answer] {
         const ImportAnswer done =
             overFiles(files, [](TC::CLinkageManager& manager, const ImportFile& file) {
                 return manager.importPreview(file.path, file.terms);
@@ -210,7 +219,7 @@ void CActions::previewImport(const std::vector<ImportFile>& files, ImportAnswere
 }
 
 void CActions::import(const std::vector<ImportFile>& files, ImportAnswered answer) {
-    m_engine.post([&engine = m_engine, files, answer] {
+    command([&engine = m_engine, files, answer] {
         const ImportAnswer done =
             overFiles(files, [](TC::CLinkageManager& manager, const ImportFile& file) {
                 return manager.importData(file.path, file.terms);
@@ -221,11 +230,26 @@ void CActions::import(const std::vector<ImportFile>& files, ImportAnswered answe
 
 void CActions::undoImports(std::vector<int> numbers, std::function<void(int)> answer) {
     std::sort(numbers.rbegin(), numbers.rend());
-    m_engine.post(onManager([&engine = m_engine, numbers, answer](TC::CLinkageManager& manager) {
+    command(onManager([&engine = m_engine, numbers, answer](TC::CLinkageManager& manager) {
         int undone = 0;
         for (const int number : numbers) undone += manager.undoImport(number);
         engine.answer([answer, undone] { answer(undone); });
     }));
+}
+
+void CActions::setRecording(const RecordTerms& terms) {
+    m_engine.post([&engine = m_engine, terms] { engine.recorder().setTerms(terms); });
+}
+
+void CActions::recordNow(std::function<void(bool)> answer) {
+    command(onManager([&engine = m_engine, answer](TC::CLinkageManager& manager) {
+        const bool begun = engine.recorder().recordNow(manager);
+        engine.answer([answer, begun] { answer(begun); });
+    }));
+}
+
+void CActions::stopRecording() {
+    command(onManager([](TC::CLinkageManager& manager) { manager.stopRecording(); }));
 }
 
 void CActions::readPastDay(const std::string& account, const std::string& date,
@@ -238,7 +262,7 @@ void CActions::readPastDay(const std::string& account, const std::string& date,
 }
 
 void CActions::askPastDay(const std::string& account, const std::string& date) {
-    m_engine.post(onManager([account, date](TC::CLinkageManager& manager) {
+    command(onManager([account, date](TC::CLinkageManager& manager) {
         manager.requestAccountDeals(account, date, date);
         manager.requestAccountOrders(account, date, date);
     }));

@@ -2,6 +2,7 @@
 
 #include "desk/pastday.h"
 #include "desk/picture.h"
+#include "desk/recorder.h"
 #include "linkage/balance/balanceplan.h"
 #include "linkage/store/importreport.h"
 
@@ -47,6 +48,10 @@ class CActions {
 public:
     explicit CActions(CEngine& engine) : m_engine(engine) {}
 
+    /// False while a recording is shown: it shows what was. What sends, deletes, files or changes
+    /// then does nothing and gives no answer.
+    bool mayCommand() const;
+
     using PlanAnswer = std::function<void(const PlanPreview&)>;
     /// What a balance of the pair, or of its history, would send now.
     void preview(const Selection& pair, bool history, PlanAnswer answer);
@@ -85,9 +90,22 @@ public:
     /// Asks the trading server for the deals and orders of a day ("yyyyMMdd").
     void askPastDay(const std::string& account, const std::string& date);
 
+    /// How sessions are recorded from the next one on.
+    void setRecording(const RecordTerms& terms);
+    /// Records this session; the answer is false when it cannot be recorded by now.
+    void recordNow(std::function<void(bool)> answer);
+    void stopRecording();
+
 private:
+    /// Posts a job that changes something.
+    template <class Job>
+    void command(Job job);
+
     CEngine& m_engine;
 };
+
+/// Says that nothing can be sent, and why.
+QString noCommandText();
 
 /// Key of a pair in the balance-time table.
 std::string balanceKey(const std::string& account, const std::string& strategy);

@@ -66,6 +66,7 @@ CBalanceTimesPage::CBalanceTimesPage(CActions& actions, QWidget* parent)
                 m_actions.setBalanceTime(key.toStdString(), time.toString().toStdString());
             });
 
+    if (!m_actions.mayCommand()) m_pTable->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_pChosen = new QLabel(this);
     m_pTime = static_cast<CTimeEdit*>(makeTimeEditor(this));
     m_pTime->setObjectName("balanceTimeEdit");
@@ -142,10 +143,10 @@ void CBalanceTimesPage::show(const std::map<std::string, std::string>& times,
                                   .arg(QString::fromStdString(chosen.account),
                                        QString::fromStdString(chosen.strategy))
                             : tr("Choose a strategy to give it a time"));
-    m_pTime->setEnabled(pair);
+    m_pTime->setEnabled(pair && m_actions.mayCommand());
     const auto* edited = m_pTable->findChild<CTimeEdit*>();
     judge(edited ? *edited : *m_pTime);
-    m_pDelete->setEnabled(!m_pTable->currentKey().isEmpty());
+    m_pDelete->setEnabled(m_actions.mayCommand() && !m_pTable->currentKey().isEmpty());
 }
 
 }  // namespace desk

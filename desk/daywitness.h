@@ -2,6 +2,7 @@
 
 #include "desk/arrivals.h"
 #include "desk/balancewatch.h"
+#include "desk/daynotes.h"
 #include "desk/faultlog.h"
 
 namespace desk {
@@ -14,6 +15,7 @@ struct CDayWitness {
     CFaultLog faults;
     CArrivals arrivals;
     CBalanceWatch balances;
+    CDayNotes notes;
 
     /// The client is there, and no manager yet.
     void clientIsThere() {

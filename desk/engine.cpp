@@ -2,6 +2,7 @@
 
 #include "desk/faulttexts.h"
 #include "desk/picturetaker.h"
+#include "replay/recordingplayer.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>
@@ -28,7 +29,10 @@ double seconds(Clock::duration duration) { return std::chrono::duration<double>(
 }  // namespace
 
 CEngine::CEngine(EngineOptions options)
-    : m_options(std::move(options)), m_dSpeed(m_options.speed), m_bPaused(m_options.paused) {}
+    : m_options(std::move(options)),
+      m_bRecording(replay::isRecording(m_options.scenario.toStdString())),
+      m_dSpeed(m_options.speed),
+      m_bPaused(m_options.paused) {}
 
 CEngine::~CEngine() {
     {
@@ -119,7 +123,9 @@ void CEngine::takePicture(CPictureTaker& taker, const IStage& stage) {
     picture->minute = clockMinute();
     picture->progress = stage.progress();
     picture->paced = m_dSpeed != UNPACED;
+    picture->recorded = stage.isRecording();
     picture->ended = stage.ended();
+    picture->breaksOff = stage.breaksOff();
     picture->halted = stage.halted();
     picture->fault = stage.fault();
     taker.take(*picture);
@@ -145,9 +151,12 @@ void CEngine::step(IStage& stage, double elapsed) {
 }
 
 std::unique_ptr<IStage> CEngine::makeStage(CPriceTape& tape) {
-    if (m_options.scenario.isEmpty()) return makeLiveStage(m_options.dataDir, tape, m_witness);
-    return makeRecordedStage(m_options.scenario, m_options.dataDir, m_options.haltAt, tape,
-                             m_witness);
+    if (m_options.scenario.isEmpty())
+        return makeLiveStage(m_options.dataDir, tape, m_witness, m_recorder);
+    if (m_bRecording)
+        return makeRecordingStage(m_options.scenario, m_options.haltAt, tape, m_witness);
+    return makeScenarioStage(m_options.scenario, m_options.dataDir, m_options.haltAt, tape,
+                             m_witness, m_recorder);
 }
 
 void CEngine::fail(const QString& fault) {
@@ -177,6 +186,7 @@ void CEngine::play() {
     // What is posted to this thread is delivered below; the library looks for a loop at its start.
     const QEventLoop loop;
     CPriceTape tape;
+    m_recorder.setTerms(m_options.record);
     const std::unique_ptr<IStage> stage = makeStage(tape);
     stage->heed(m_bSelectionNew);
     CPictureTaker taker(tape, m_witness);

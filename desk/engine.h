@@ -2,6 +2,7 @@
 
 #include "desk/daywitness.h"
 #include "desk/picture.h"
+#include "desk/recorder.h"
 #include "desk/stage.h"
 
 #include <QObject>
@@ -21,12 +22,13 @@ namespace desk {
 constexpr double UNPACED = 1e9;
 
 struct EngineOptions {
-    QString scenario;  ///< empty: the built-in market, live
-    QString dataDir;
+    QString scenario;  ///< or a recording; empty: the built-in market, live
+    QString dataDir;   ///< not of a recording, which brings its own files
     double speed = 1.0;
     bool paused = false;
     /// Time of day "hh:mm" at which a recording pauses; an unpaced recording goes no further.
     std::string haltAt;
+    RecordTerms record{};
 };
 
 /// Runs the library and its client on a thread of its own and hands pictures of them to
@@ -58,9 +60,15 @@ public:
     void select(const Selection& selection);
     /// For jobs: what the desk hears itself of the day.
     CDayWitness& witness() { return m_witness; }
+    /// For jobs: records sessions.
+    CRecorder& recorder() { return m_recorder; }
+    /// How sessions are recorded at the start.
+    const RecordTerms& recordTerms() const { return m_options.record; }
 
     void setSpeed(double speed);
     void setPaused(bool paused);
+    /// Whether a recording is played, which shows what was.
+    bool isRecording() const { return m_bRecording; }
     bool canBePaced() const { return !m_options.scenario.isEmpty(); }
     double speed() const { return m_dSpeed; }
     bool paused() const { return m_bPaused; }
@@ -88,7 +96,9 @@ private:
     void step(IStage& stage, double elapsed);
 
     const EngineOptions m_options;
-    CDayWitness m_witness;  ///< the engine's thread
+    const bool m_bRecording;
+    CDayWitness m_witness;            ///< the engine's thread
+    CRecorder m_recorder{m_witness};  ///< likewise
     std::atomic<double> m_dSpeed;
     std::atomic<bool> m_bPaused;
     std::atomic<bool> m_bStop{false};

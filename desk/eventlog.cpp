@@ -91,6 +91,13 @@ void CEventLog::takeBalances(const Picture& picture) {
     }
 }
 
+/// That the library does not record this session any more.
+void CEventLog::takeRecording(const Picture& picture) {
+    if (!picture.recording || picture.recording->fault.empty()) return;
+    if (std::exchange(m_unrecorded, picture.recording->file) == picture.recording->file) return;
+    add({.time = picture.time, .kind = EEvent::RecorderFault, .detail = picture.recording->fault});
+}
+
 std::vector<EventRow> CEventLog::take(const Picture& picture) {
     beginDay(picture);
     std::vector<EventRow> news = m_witness.balances.takeSteps();
@@ -100,6 +107,7 @@ std::vector<EventRow> CEventLog::take(const Picture& picture) {
         std::move(m_pInbox->events.begin(), m_pInbox->events.end(), std::back_inserter(news));
         m_pInbox->events.clear();
     }
+    for (EventRow& note : m_witness.notes.take()) news.push_back(std::move(note));
     for (LoggedFault& fault : m_witness.faults.take())
         news.push_back({.time = fault.last,
                         .kind = fault.disk ? EEvent::DiskFault : EEvent::ServiceFault,
@@ -114,8 +122,12 @@ std::vector<EventRow> CEventLog::take(const Picture& picture) {
         isFault ? addFault(std::move(event)) : add(std::move(event));
     }
     takeBalances(picture);
+    takeRecording(picture);
     if (picture.ended && !std::exchange(m_bEnded, true))
-        add({.time = picture.time, .kind = EEvent::RecordingEnd, .detail = picture.fault});
+        add({.time = picture.time,
+             .kind = EEvent::RecordingEnd,
+             .detail = picture.fault,
+             .number = picture.breaksOff});
     return {m_events.begin(), m_events.end()};
 }
 

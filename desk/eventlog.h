@@ -51,6 +51,7 @@ private:
     void add(EventRow event);
     void addFault(EventRow event);
     void takeBalances(const Picture& picture);
+    void takeRecording(const Picture& picture);
 
     CDayWitness& m_witness;
 
@@ -62,6 +63,7 @@ private:
     std::string m_date;
     std::set<CArrivals::Id> m_rejected;
     bool m_bEnded = false;          ///< the recording, which is told
+    std::string m_unrecorded;       ///< the file whose end by a fault is told
     std::deque<EventRow> m_events;  ///< newest first
     int m_nNext = 1;
 };

@@ -1,6 +1,7 @@
 #include "desk/eventspage.h"
 
 #include "desk/balancespage.h"
+#include "desk/faulttexts.h"
 #include "desk/picture.h"
 #include "platform/services/connections.h"
 
@@ -63,8 +64,19 @@ QString eventText(const EventRow& event) {
         case EEvent::DiskFault:
             return CEventsPage::tr("Disk fault: %1").arg(detail) + timesText(event);
         case EEvent::RecordingEnd:
+            if (event.number)
+                return CEventsPage::tr(
+                    "The recording breaks off here: its writer was ended, or still writes");
             return detail.isEmpty() ? CEventsPage::tr("The recording was played to its end")
                                     : CEventsPage::tr("The recording stopped: %1").arg(detail);
+        case EEvent::RecordingDiffers:
+            return CEventsPage::tr(
+                       "This library does something else than the recording says: "
+                       "first at %1, line %2")
+                .arg(detail)
+                .arg(event.number);
+        case EEvent::RecorderFault:
+            return CEventsPage::tr("Not recorded any more: %1").arg(faultText(detail));
     }
     return {};
 }

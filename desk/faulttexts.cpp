@@ -111,6 +111,22 @@ const char* const FAULT_TEXTS[] = {
     QT_TRANSLATE_NOOP("FaultText", "the service %1 failed"),
     QT_TRANSLATE_NOOP("FaultText", "no order"),
     QT_TRANSLATE_NOOP("FaultText", "no connection"),
+    QT_TRANSLATE_NOOP("FaultText", "is no recording: \"recorded\" is missing"),
+    QT_TRANSLATE_NOOP("FaultText", "\"%1\" has no microseconds"),
+    QT_TRANSLATE_NOOP("FaultText", "\"%1\" is no place in the directory"),
+    QT_TRANSLATE_NOOP("FaultText", "%1 cannot be written"),
+    QT_TRANSLATE_NOOP("FaultText", "a step before \"config\""),
+    QT_TRANSLATE_NOOP("FaultText", "no such step goes on"),
+    QT_TRANSLATE_NOOP("FaultText", "a mark without a step"),
+    QT_TRANSLATE_NOOP("FaultText", "\"%1\" without a step"),
+    QT_TRANSLATE_NOOP("FaultText", "there is no such record"),
+    QT_TRANSLATE_NOOP("FaultText", "no step has left this work"),
+    QT_TRANSLATE_NOOP("FaultText", "the statement cannot be written: %1"),
+    QT_TRANSLATE_NOOP("FaultText", "is no answer to \"%1\""),
+    QT_TRANSLATE_NOOP("FaultText", "there is no memory"),
+    QT_TRANSLATE_NOOP("FaultText", "the disk cannot follow"),
+    QT_TRANSLATE_NOOP("FaultText", "the file has its full size"),
+    QT_TRANSLATE_NOOP("FaultText", "the file cannot be made: %1"),
 };
 
 }  // namespace

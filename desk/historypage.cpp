@@ -117,12 +117,13 @@ void CHistoryPage::show(const std::vector<HistoryRow>& history, const Selection&
              false});
     }
     m_pTable->rows().setRows(std::move(rows));
-    m_pCarry->setEnabled(!chosen.strategy.empty());
+    const bool may = m_actions.mayCommand();
+    m_pCarry->setEnabled(may && !chosen.strategy.empty());
     const HistoryRow* row = current();
-    m_pBalance->setEnabled(row);
-    m_pDeleteStock->setEnabled(row && !row->stock.empty());
-    m_pDeleteBalanced->setEnabled(!history.empty());
-    m_pDeleteAll->setEnabled(!history.empty());
+    m_pBalance->setEnabled(row && may);
+    m_pDeleteStock->setEnabled(row && may && !row->stock.empty());
+    m_pDeleteBalanced->setEnabled(may && !history.empty());
+    m_pDeleteAll->setEnabled(may && !history.empty());
 }
 
 }  // namespace desk

@@ -62,6 +62,7 @@ CImportPage::CImportPage(CActions& actions, QWidget* parent) : QWidget(parent), 
 }
 
 void CImportPage::chooseFiles() {
+    if (!m_actions.mayCommand()) return;
     auto* dialog = new QFileDialog(this, tr("Import statements"));
     dialog->setObjectName("importDialog");
     dialog->setAttribute(Qt::WA_DeleteOnClose);
@@ -94,8 +95,9 @@ void CImportPage::setAlive(bool alive) {
 }
 
 void CImportPage::showButtons() {
-    m_pChoose->setEnabled(m_bAlive);
-    m_pUndo->setEnabled(m_bAlive && !m_pImports->currentKey().isEmpty());
+    const bool may = m_bAlive && m_actions.mayCommand();
+    m_pChoose->setEnabled(may);
+    m_pUndo->setEnabled(may && !m_pImports->currentKey().isEmpty());
 }
 
 void CImportPage::show(const std::vector<TC::ImportSummary>& imports) {

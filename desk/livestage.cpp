@@ -1,5 +1,6 @@
 #include "desk/daywitness.h"
 #include "desk/pricetape.h"
+#include "desk/recorder.h"
 #include "desk/stage.h"
 #include "desk/wanderingmarket.h"
 #include "linkage/core/clinkagemanager.h"
@@ -30,13 +31,14 @@ TC::LinkageOptions liveOptions() {
 
 class CLiveStage final : public IStage {
 public:
-    CLiveStage(const QString& dataDir, CPriceTape& tape, CDayWitness& witness)
+    CLiveStage(const QString& dataDir, CPriceTape& tape, CDayWitness& witness, CRecorder& recorder)
         : m_tape(tape),
           m_witness(witness),
           m_client(m_loop.service(), liveConfig(dataDir), &witness.balances),
           m_market(m_loop.service(), m_client) {
         witness.clientIsThere();
         Manager::instance()->setOptions(liveOptions());
+        recorder.sessionBegins(*Manager::instance());
         witness.balances.follow(*Manager::instance());
         Manager::instance()->init();
         for (const std::string& stock : m_market.stockKeys()) m_tape.follow(stock);
@@ -67,8 +69,8 @@ private:
 }  // namespace
 
 std::unique_ptr<IStage> makeLiveStage(const QString& dataDir, CPriceTape& tape,
-                                      CDayWitness& witness) {
-    return std::make_unique<CLiveStage>(dataDir, tape, witness);
+                                      CDayWitness& witness, CRecorder& recorder) {
+    return std::make_unique<CLiveStage>(dataDir, tape, witness, recorder);
 }
 
 }  // namespace desk

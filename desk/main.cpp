@@ -5,11 +5,13 @@
 #include "desk/style.h"
 #include "desk/texts.h"
 #include "linkage/version.h"
+#include "replay/recordingplayer.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QLocale>
 #include <QSettings>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTextStream>
 #include <QTime>
@@ -29,6 +31,7 @@ struct Arguments {
     QSize size;
     QLocale locale;
     std::optional<desk::FluencyTerms> measure;
+    std::optional<QString> record;  ///< directory
 };
 
 int refuse(const QString& text) {
@@ -63,21 +66,52 @@ struct MeasureOptions {
     }
 };
 
+constexpr char RECORD_DIRECTORY[] = "record/directory";
+constexpr char RECORD_EVERY[] = "record/everySession";
+constexpr char RECORD_MOST[] = "record/mostBytes";
+
+/// As the user has chosen, here or in an earlier session.
+desk::RecordTerms recordTerms(const Arguments& arguments, const QSettings* settings) {
+    desk::RecordTerms terms;
+    terms.directory = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) +
+                      QStringLiteral("/recordings");
+    if (settings) {
+        terms.directory = settings->value(RECORD_DIRECTORY, terms.directory).toString();
+        terms.everySession = settings->value(RECORD_EVERY, false).toBool();
+        terms.mostBytes = settings->value(RECORD_MOST, qulonglong(terms.mostBytes)).toULongLong();
+    }
+    if (!arguments.record) return terms;
+    terms.directory = *arguments.record;
+    terms.everySession = true;
+    return terms;
+}
+
+void save(const desk::RecordTerms& terms, QSettings& settings) {
+    settings.setValue(RECORD_DIRECTORY, terms.directory);
+    settings.setValue(RECORD_EVERY, terms.everySession);
+    settings.setValue(RECORD_MOST, qulonglong(terms.mostBytes));
+    settings.sync();
+}
+
 /// Empty when the arguments can be understood, else what is wrong.
 QString readArguments(const QCoreApplication& application, Arguments& arguments) {
     QCommandLineParser parser;
     parser.setApplicationDescription(
-        "Shows the linkage library at work: on the built-in market, live, or on a recorded\n"
-        "scenario at any speed.");
+        "Shows the linkage library at work: on the built-in market, live, or on a scenario or\n"
+        "a recording at any speed.");
     parser.addHelpOption();
     parser.addVersionOption();
-    parser.addPositionalArgument("SCENARIO", "Scenario file, plain or compressed with gzip.",
-                                 "[SCENARIO]");
-    const QCommandLineOption speed("speed", "Speed of a recording, 1 to 1000.", "N", "60");
+    parser.addPositionalArgument("FILE", "Scenario or recording, plain or compressed with gzip.",
+                                 "[FILE]");
+    const QCommandLineOption speed("speed", "Speed of a scenario or recording, 1 to 1000.", "N",
+                                   "60");
     const QCommandLineOption halt(
-        "until", "Halt a recording at this time of day; in a window Play goes on.", "HH:MM");
+        "until", "Halt a scenario or recording at this time of day; in a window Play goes on.",
+        "HH:MM");
     const QCommandLineOption dir("data-dir", "The client's data directory; else a temporary one.",
                                  "DIR");
+    const QCommandLineOption record(
+        "record", "Record this session, from its start, into a file of DIR.", "DIR");
     const QCommandLineOption lang("lang", "Language (zh_CN or en); else the system's.", "NAME");
     const QCommandLineOption size("size", "Size of the window in pixels.", "WxH");
     const QCommandLineOption shot(
@@ -85,12 +119,15 @@ QString readArguments(const QCoreApplication& application, Arguments& arguments)
         "FILE.png");
     const MeasureOptions measure;
     parser.addOptions(
-        {speed, halt, dir, lang, size, shot, measure.clicks, measure.atMost, measure.seed});
+        {speed, halt, dir, record, lang, size, shot, measure.clicks, measure.atMost, measure.seed});
     parser.process(application);
 
     const QStringList files = parser.positionalArguments();
     if (files.size() > 1) return "more than one scenario";
     if (!files.isEmpty()) arguments.engine.scenario = files.front();
+    const bool isRecording = replay::isRecording(arguments.engine.scenario.toStdString());
+    if (isRecording && (parser.isSet(dir) || parser.isSet(record)))
+        return "--data-dir and --record do not go with a recording";
     arguments.engine.speed = parser.value(speed).toDouble();
     if (!(arguments.engine.speed >= 1.0 && arguments.engine.speed <= FASTEST))
         return "--speed takes a number from 1 to 1000";
@@ -98,6 +135,7 @@ QString readArguments(const QCoreApplication& application, Arguments& arguments)
     if (parser.isSet(halt) && !QTime::fromString(parser.value(halt), "HH:mm").isValid())
         return "--until takes a time as HH:MM";
     arguments.engine.dataDir = parser.value(dir);
+    if (parser.isSet(record)) arguments.record = parser.value(record);
     arguments.locale = parser.isSet(lang) ? QLocale(parser.value(lang)) : QLocale::system();
     const bool isAlone = parser.isSet(shot) || parser.isSet(measure.clicks);  // without a display
     const QString sizeText =
@@ -157,11 +195,14 @@ int main(int argc, char** argv) {
     const desk::CTranslation translation(arguments.locale);
     desk::style::apply(application);
     if (!arguments.shot.isEmpty()) arguments.engine.speed = desk::UNPACED;
-    desk::CEngine engine(arguments.engine);
-    desk::CMainWindow window(engine);
     // A picture shows the window as it begins, and clicks are measured on it.
     const bool isKept = arguments.shot.isEmpty() && !arguments.measure;
     QSettings settings(QSettings::IniFormat, QSettings::UserScope, "linkage", "linkage-desk");
+    arguments.engine.record = recordTerms(arguments, isKept ? &settings : nullptr);
+    desk::CEngine engine(arguments.engine);
+    desk::CMainWindow window(engine);
+    QObject::connect(&window, &desk::CMainWindow::sigRecordingChosen, &window,
+                     [&window, &settings] { save(window.recordTerms(), settings); });
     if (isKept) window.restoreFrom(settings);
     if (!arguments.size.isEmpty()) window.resize(arguments.size);
     static_cast<QWidget&>(window).show();

@@ -12,6 +12,7 @@
 #include "desk/pastdayspage.h"
 #include "desk/plandialog.h"
 #include "desk/question.h"
+#include "desk/recorddialog.h"
 #include "desk/rowsview.h"
 #include "desk/runningpage.h"
 #include "desk/texts.h"
@@ -48,7 +49,8 @@ int secondOf(const std::string& time) {
 
 }  // namespace
 
-CMainWindow::CMainWindow(CEngine& engine) : m_engine(engine), m_actions(engine) {
+CMainWindow::CMainWindow(CEngine& engine)
+    : m_engine(engine), m_actions(engine), m_recordTerms(engine.recordTerms()) {
     setWindowTitle(tr("Linkage Desk"));
     setMenuWidget(makeTopBar());
     setCentralWidget(makeBody());
@@ -77,6 +79,7 @@ CMainWindow::CMainWindow(CEngine& engine) : m_engine(engine), m_actions(engine) 
                 askBalance({account.toStdString(), strategy.toStdString(), {}}, true);
             });
     setPaused(m_engine.paused());
+    if (!m_actions.mayCommand()) explainCommands();
 }
 
 CMainWindow::~CMainWindow() = default;
@@ -96,6 +99,7 @@ void CMainWindow::show(std::shared_ptr<const Picture> picture) {
     showClock(now);
     showPairs(now);
     showCounts(now);
+    m_pRecording->setText(recordingText(now));
     if (now.selection == m_selection) m_pChart->show(m_pShown);
     showPages();
     m_nHiddenLeft = m_pages.size();
@@ -159,13 +163,25 @@ void CMainWindow::showHiddenPage() {
 
 /// Without the manager all actions are disabled.
 void CMainWindow::enableActions(bool alive) {
-    m_pBalance->setEnabled(alive && !m_selection.strategy.empty());
-    for (QWidget* widget :
-         std::initializer_list<QWidget*>{m_pImportNow, m_pTimes, m_pHistory, m_pPast})
-        widget->setEnabled(alive);
+    const bool may = m_actions.mayCommand();
+    m_pBalance->setEnabled(alive && may && !m_selection.strategy.empty());
+    m_pImportNow->setEnabled(alive && may);
+    m_pRecord->setEnabled(may);
+    for (QWidget* page : std::initializer_list<QWidget*>{m_pTimes, m_pHistory, m_pPast})
+        page->setEnabled(alive);
     m_pImport->setAlive(alive);
     if (std::exchange(m_bAlive, alive) != alive)
         showMessage(alive ? QString() : tr("The library is not running."));
+}
+
+/// Why a recording offers nothing that could be sent.
+void CMainWindow::explainCommands() {
+    for (const char* name :
+         {"balanceNow", "importNow", "importChoose", "importsUndo", "balanceTimeSet",
+          "balanceTimeDelete", "historyCarry", "historyBalance", "historyDeleteStock",
+          "historyDeleteBalanced", "historyDeleteAll", "runningCancel", "runningCancelAll",
+          "record", "pastAsk"})
+        findChild<QPushButton*>(name)->setToolTip(noCommandText());
 }
 
 void CMainWindow::showClock(const Picture& picture) {
@@ -289,6 +305,21 @@ void CMainWindow::askBalance(const Selection& pair, bool history) {
         follow(dialog, pair, history);
         dialog->open();
     });
+}
+
+void CMainWindow::openRecording() {
+    auto* dialog = new CRecordDialog(m_actions, m_recordTerms, this);
+    connect(dialog, &CRecordDialog::sigChosen, this, &CMainWindow::setRecording);
+    connect(this, &CMainWindow::sigShown, dialog, [this, dialog] { dialog->show(*m_pShown); });
+    if (m_pShown) dialog->show(*m_pShown);
+    dialog->open();
+}
+
+void CMainWindow::setRecording(const RecordTerms& terms) {
+    if (m_recordTerms == terms) return;
+    m_recordTerms = terms;
+    m_actions.setRecording(terms);
+    Q_EMIT sigRecordingChosen();
 }
 
 /// Keeps an open plan up to date: one question at a time, with each picture.

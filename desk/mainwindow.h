@@ -45,6 +45,7 @@ public:
 
     /// The picture that is on the screen; empty before the first.
     std::shared_ptr<const Picture> shown() const { return m_pShown; }
+    const RecordTerms& recordTerms() const { return m_recordTerms; }
 
     /// Chooses the first strategy that has traded and its first stock.
     void chooseFirst();
@@ -67,6 +68,8 @@ Q_SIGNALS:
     void sigShown();
     /// Nothing can be played, or the run was stopped.
     void sigFault(const QString& text);
+    /// The user has chosen how sessions are recorded.
+    void sigRecordingChosen();
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
@@ -86,6 +89,8 @@ private:
     void follow(CPlanDialog* dialog, const Selection& pair, bool history);
     void expireMessage(const Picture& picture);
     void makeStatusBar();
+    void openRecording();
+    void setRecording(const RecordTerms& terms);
     void divide();
     QWidget* titled(const QString& title, QWidget* content);
     void collect();
@@ -105,6 +110,7 @@ private:
     /// `seconds` of client time after which the text is not true any more; 0: it stays.
     void showMessage(const QString& text, int seconds = 0);
     void enableActions(bool alive);
+    void explainCommands();
 
     CEngine& m_engine;
     CActions m_actions;
@@ -143,6 +149,8 @@ private:
     CImportPage* m_pImport = nullptr;
     CPastDaysPage* m_pPast = nullptr;
     QPushButton* m_pImportNow = nullptr;
+    QPushButton* m_pRecord = nullptr;
+    RecordTerms m_recordTerms;
     bool m_bAlive = true;
     bool m_bHalted = false;
     bool m_bCloseAgreed = false;
@@ -151,6 +159,7 @@ private:
     /// there is no book that tells; and until then the message holds (0: no end).
     int m_nBalancingUntil = 0;
     int m_nMessageUntil = 0;
+    QLabel* m_pRecording = nullptr;
     QLabel* m_pCounts = nullptr;
     QLabel* m_pMessage = nullptr;
 };

@@ -274,7 +274,7 @@ void CPastDaysPage::showRecords() {
 void CPastDaysPage::showServer() {
     const bool isPast = !m_day.account.empty() && m_day.date < m_day.tradeDate;
     const bool isAsked = m_day.deals.isAsked || m_day.orders.isAsked;
-    m_pAsk->setEnabled(isPast && !isAsked && !m_bStale);
+    m_pAsk->setEnabled(m_actions.mayCommand() && isPast && !isAsked && !m_bStale);
     m_pDate->setEnabled(!m_day.account.empty());
     m_pServer->setText(isPast ? tr("Server: deals %1; orders %2.")
                                     .arg(answerText(m_day.deals), answerText(m_day.orders))

@@ -1,11 +1,13 @@
 #pragma once
 
+#include "linkage/record/recordingoptions.h"
 #include "linkage/stats/periodpoint.h"
 #include "linkage/store/importreport.h"
 #include "replay/balancefigures.h"
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -96,6 +98,8 @@ enum class EEvent {
     ServiceFault,
     DiskFault,
     RecordingEnd,
+    RecordingDiffers,
+    RecorderFault,
 };
 
 /// Something that happened on the day. What the figures mean depends on the kind.
@@ -107,9 +111,11 @@ struct EventRow {
     std::string strategy;
     std::string stock;
     std::string detail;  ///< a balance's state in the book's words; a broker's remark; a fault
-    int number = 0;      ///< of the balance; missed orders; the connection's status; times
-    int second = 0;      ///< missed deals
-    int third = 0;       ///< positions that differ
+    /// Of the balance; missed orders; the connection's status; times; 1: the recording breaks off;
+    /// the line at which it differs.
+    int number = 0;
+    int second = 0;  ///< missed deals
+    int third = 0;   ///< positions that differ
     EAskedBy by = EAskedBy::Program;
     std::string since{};  ///< of a fault that came several times: when it came first
 };
@@ -191,10 +197,13 @@ struct Picture {
     double progress = -1.0;  ///< of a recording, 0 to 1; negative: none
     bool paced = true;       ///< otherwise the machine's speed decides what is seen when
     bool alive = false;      ///< the library runs; otherwise the picture has nothing of it
+    bool recorded = false;   ///< it shows what was; nothing can be sent
     bool ended = false;      ///< the recording was played to its end
+    bool breaksOff = false;  ///< and it has no proper end
     bool halted = false;     ///< the moment was reached at which it was to stop
     std::string fault;       ///< why the recording stopped early
     std::string userName;
+    std::optional<TC::RecordingState> recording;  ///< of this session; empty: none was begun
 
     std::vector<PairRow> pairs;
     std::map<std::string, std::string> balanceTimes;

@@ -99,14 +99,15 @@ void startCurves(TC::CLinkageManager& manager) {
     manager.startBalanceCalculator();
 }
 
-void CPictureTaker::followManager(TC::CLinkageManager& manager) {
+/// Of a recording the library is only asked: whatever changed it would make it another one.
+void CPictureTaker::followManager(TC::CLinkageManager& manager, bool recorded) {
     if (m_statConnection.connected()) return;
     m_bClientType3 =
         utils::CSingletonT<TC::CAppConfig>::instance()->isClientType(TC::CLIENT_TYPE_3);
     m_pStatChanged = std::make_shared<StatFlag>();
     m_statConnection = manager.sigStatDataChanged.connect(
         [flag = m_pStatChanged] { flag->changed.store(true, std::memory_order_relaxed); });
-    startCurves(manager);
+    if (!recorded) startCurves(manager);
     m_events.follow(manager);
     m_witness.balances.follow(manager);
     for (const auto& [key, stocks] : manager.state().historyLinkageData) m_fileKeys.insert(key);
@@ -119,7 +120,7 @@ void CPictureTaker::take(Picture& picture) {
         return;
     }
     TC::CLinkageManager& manager = *Manager::instance();
-    followManager(manager);
+    followManager(manager, picture.recorded);
     picture.date = manager.getTradeDate();
     // Prices that came before the first picture belong to the day of that picture.
     if (!m_strTapeDate.empty() && picture.date != m_strTapeDate) {
@@ -130,6 +131,7 @@ void CPictureTaker::take(Picture& picture) {
     for (const std::string& stock : manager.getStocks()) m_tape.follow(stock);
 
     picture.userName = TC::getUserConfig()->getUserDataString(TC::USER_NAME).toStdString();
+    picture.recording = manager.getRecording();
     picture.balanceTimes = manager.getBalanceTime();
     picture.imports = manager.getImports();
     m_witness.balances.settle(manager);
@@ -240,7 +242,8 @@ std::set<std::string> CPictureTaker::historyKeys(
 
 void CPictureTaker::takeHistory(TC::CLinkageManager& manager, Picture& picture) {
     const auto stats = manager.getHistoryStatData();
-    if (!stats.empty() && m_pStatChanged->changed.exchange(false)) manager.historyStatCalculator();
+    if (!stats.empty() && !picture.recorded && m_pStatChanged->changed.exchange(false))
+        manager.historyStatCalculator();
     for (const std::string& key : historyKeys(stats, picture)) {
         HistoryRow row;
         row.key = key;

@@ -35,7 +35,7 @@ public:
     void take(Picture& picture);
 
 private:
-    void followManager(TC::CLinkageManager& manager);
+    void followManager(TC::CLinkageManager& manager, bool recorded);
     void takePairs(TC::CLinkageManager& manager, Picture& picture);
     void takeStocks(TC::CLinkageManager& manager, Picture& picture);
     void takeStocksWithoutFigures(TC::CLinkageManager& manager, Picture& picture);

@@ -88,6 +88,10 @@ const RunningRow* CRunningPage::current() const {
 void CRunningPage::cancel() {
     const RunningRow* row = current();
     if (!row) return;
+    if (!m_actions.mayCommand()) {
+        Q_EMIT sigMessage(noCommandText());
+        return;
+    }
     const QString name = QString::number(row->order.key);
     m_actions.cancelOrder(row->account, row->order.key, [this, name](const QString& fault) {
         Q_EMIT sigMessage(fault.isEmpty()
@@ -128,8 +132,9 @@ void CRunningPage::show(const std::vector<RunningRow>& orders, const std::vector
     for (const RunningRow& order : orders) rows.push_back(rowOf(order));
     m_pTable->rows().setRows(std::move(rows));
     const RunningRow* row = current();
-    m_pCancel->setEnabled(row);
-    m_pCancelAll->setEnabled(row && !row->strategy.empty());
+    const bool may = m_actions.mayCommand();
+    m_pCancel->setEnabled(row && may);
+    m_pCancelAll->setEnabled(row && may && !row->strategy.empty());
 }
 
 }  // namespace desk

@@ -12,6 +12,7 @@
 namespace desk {
 
 class CPriceTape;
+class CRecorder;
 struct CDayWitness;
 
 /// The stage cannot be set up; the text says why.
@@ -37,9 +38,15 @@ public:
     /// While the flag is raised, a step ends as soon as it can.
     void heed(const std::atomic<bool>& hurry) { m_pHurry = &hurry; }
 
+    /// Whether it shows what was: nothing can be sent then, and nothing asked for that changes
+    /// the library.
+    virtual bool isRecording() const { return false; }
+
     /// Whether speed and pause mean anything here.
     virtual bool canBePaced() const = 0;
 
+    /// Whether the recording ended without its end.
+    virtual bool breaksOff() const { return false; }
     /// Share of the recording played, 0 to 1; negative where there is none.
     virtual double progress() const { return -1.0; }
     virtual bool ended() const { return false; }
@@ -59,13 +66,19 @@ private:
 
 /// Plays a scenario file on virtual time, up to the time of day `haltAt` ("hh:mm",
 /// empty: to its end). Throws StageError when the file cannot be opened. The tape notes
-/// the prices of all stocks that are quoted; tape and witness must outlive the stage.
-std::unique_ptr<IStage> makeRecordedStage(const QString& scenario, const QString& dataDir,
+/// the prices of all stocks that are quoted; the recorder hears of each manager before it begins.
+/// Tape, witness and recorder must outlive the stage.
+std::unique_ptr<IStage> makeScenarioStage(const QString& scenario, const QString& dataDir,
                                           const std::string& haltAt, CPriceTape& tape,
-                                          CDayWitness& witness);
+                                          CDayWitness& witness, CRecorder& recorder);
+
+/// Plays the recording of a manager by the moments of its steps, likewise; its files are in a
+/// directory of its own.
+std::unique_ptr<IStage> makeRecordingStage(const QString& recording, const std::string& haltAt,
+                                           CPriceTape& tape, CDayWitness& witness);
 
 /// Runs the built-in market on the machine's clock.
 std::unique_ptr<IStage> makeLiveStage(const QString& dataDir, CPriceTape& tape,
-                                      CDayWitness& witness);
+                                      CDayWitness& witness, CRecorder& recorder);
 
 }  // namespace desk

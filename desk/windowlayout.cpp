@@ -75,7 +75,10 @@ QWidget* CMainWindow::makeTopBar() {
     m_pClock = makeLabel(bar, "clock", "00:00:00");
     m_pDate = makeLabel(bar, "faint", "0000-00-00");
     makePace(bar);
-    auto* live = makeLabel(bar, "faint", tr("Built-in market, live"));
+    auto* kind = makeLabel(bar, "faint",
+                           m_engine.isRecording() ? tr("Recording: nothing can be sent")
+                                                  : tr("Built-in market, live"));
+    kind->setObjectName("kind");
     m_pBalance = new QPushButton(tr("Balance now…"), bar);
     m_pBalance->setObjectName("balanceNow");
     m_pBalance->setProperty("primary", true);
@@ -87,14 +90,20 @@ QWidget* CMainWindow::makeTopBar() {
         m_pImport->chooseFiles();
     });
 
-    live->setVisible(!m_engine.canBePaced());
+    m_pRecord = new QPushButton(tr("Record…"), bar);
+    m_pRecord->setObjectName("record");
+    m_pRecord->setToolTip(tr("Records what the library does, and says what is recorded"));
+    connect(m_pRecord, &QPushButton::clicked, this, &CMainWindow::openRecording);
+
+    kind->setVisible(m_engine.isRecording() || !m_engine.canBePaced());
     auto* line = new QHBoxLayout(bar);
     line->setContentsMargins(12, 8, 12, 4);
     line->setSpacing(10);
     for (QWidget* control :
-         std::initializer_list<QWidget*>{m_pClock, m_pDate, m_pPause, m_pSpeed, m_pProgress, live})
+         std::initializer_list<QWidget*>{m_pClock, m_pDate, m_pPause, m_pSpeed, m_pProgress, kind})
         line->addWidget(control);
     line->addStretch();
+    line->addWidget(m_pRecord);
     line->addWidget(m_pImportNow);
     line->addWidget(m_pBalance);
     return bar;
@@ -189,8 +198,11 @@ void CMainWindow::makeSplitters() {
 void CMainWindow::makeStatusBar() {
     m_pMessage = makeLabel(this, "faint");
     m_pMessage->setObjectName("message");
+    m_pRecording = makeLabel(this, "faint");
+    m_pRecording->setObjectName("recording");
     m_pCounts = makeLabel(this, "faint");
     statusBar()->addWidget(m_pMessage, 1);
+    statusBar()->addPermanentWidget(m_pRecording);
     statusBar()->addPermanentWidget(m_pCounts);
     statusBar()->setSizeGripEnabled(false);
     statusBar()->setContentsMargins(12, 0, 12, 4);

@@ -23,6 +23,11 @@ bool isHistory(const vexservice::COrderComandParam& command) {
     return command.m_strStrategyName2 == TC::HISTORY_BALANCE_TAG;
 }
 
+/// Whoever called the manager on this thread is cancelling, and no balance.
+thread_local bool t_ownCancels = false;
+
+bool isCancelling(std::string_view op) { return op == "cancelAllOrders" || op == "cancelAllTasks"; }
+
 std::string clockText(const std::string& hhmmss) {
     if (hhmmss.size() != 6) return hhmmss;
     return hhmmss.substr(0, 2) + ":" + hhmmss.substr(2, 2) + ":" + hhmmss.substr(4, 2);
@@ -76,21 +81,65 @@ std::vector<Remainder> remainsOf(const TC::BalancePlan& plan, const TC::BalanceP
 
 }  // namespace
 
+// ---------------------------------------------------------------------- a scenario
+
 void CDayReport::before(const Event& event, CSession& session) {
     if (const auto* config = std::get_if<ConfigEvent>(&event)) {
         m_bClientType3 = config->client.clientType == TC::CLIENT_TYPE_3;
     } else if (const auto* call = std::get_if<CallEvent>(&event)) {
-        noteCall(*call, session);
+        t_ownCancels = isCancelling(call->op);
+        if (t_ownCancels)
+            session.rest();  // what earlier lines queued is not cancelled by this call
+        std::string_view account;
+        std::string_view strategy;
+        const bool isPair =
+            call->args && !call->args->at(0).get(account) && !call->args->at(1).get(strategy);
+        if (isPair) noteBalanceCall(call->op, {std::string(account), std::string(strategy)});
     } else if (std::holds_alternative<NewTradingDateEvent>(event) ||
                std::holds_alternative<ReleaseEvent>(event)) {
-        closeDay(session);
+        session.rest();
+        closeDay();
     }
 }
 
-void CDayReport::after(const Event&, CSession&) { m_bOwnCancels = false; }
+void CDayReport::after(const Event&, CSession&) { t_ownCancels = false; }
 
 void CDayReport::finished(CSession& session) {
-    if (session.started()) closeDay(session);
+    if (session.started()) {
+        session.rest();
+        closeDay();
+    }
+    clearProgress();
+}
+
+// --------------------------------------------------------------------- a recording
+
+void CDayReport::clientIsThere(paper::CPaperClient& /*client*/, int clientType) {
+    m_bClientType3 = clientType == TC::CLIENT_TYPE_3;
+}
+
+void CDayReport::before(const RecordedStep& step) {
+    if (step.kind == "newTradingDate") closeDay();
+    if (step.kind == "call") noteBalanceCall(step.op, {step.account, step.strategy});
+    if (step.kind != "commandAnswer" || step.command == 0) return;
+    const std::vector<std::size_t>& commands = m_commandsOf[step.balance];
+    if (step.index < commands.size()) m_ordersOf[step.command] = commands[step.index];
+}
+
+void CDayReport::takes(const RecordedStep& step, const std::function<void()>& work) {
+    t_ownCancels = isCancelling(step.op);
+    work();
+    t_ownCancels = false;
+}
+
+void CDayReport::finished() {
+    closeDay();
+    clearProgress();
+}
+
+// ------------------------------------------------------------------------- progress
+
+void CDayReport::clearProgress() {
     if (m_bShowProgress) std::fputs("\r\x1b[K", stderr);
 }
 
@@ -107,13 +156,13 @@ void CDayReport::progress(double share) {
 // ----------------------------------------------------------------------- requests
 
 void CDayReport::onCancelOrder(const vexservice::COrderDetail& order) {
-    if (m_bOwnCancels) return;
+    if (t_ownCancels) return;
     const std::string account = order.m_pAccountInfo ? order.m_pAccountInfo->getKey() : "";
     m_cancelledOrders[{account, strategyOf(order.m_pCommand)}].insert(order.recordKey());
 }
 
 void CDayReport::onOperateTask(std::uint64_t taskKey, bool, const vexservice::CTaskOpRecord&) {
-    if (!m_bOwnCancels) m_cancelledTasks.insert(taskKey);
+    if (!t_ownCancels) m_cancelledTasks.insert(taskKey);
 }
 
 BalanceFigures& CDayReport::seen(const PairKey& pair, bool history) {
@@ -124,7 +173,10 @@ BalanceFigures& CDayReport::seen(const PairKey& pair, bool history) {
 }
 
 void CDayReport::onCommand(const vexservice::COrderComandParam& command, int number) {
-    m_ordersOf[number] = command.m_orders.size();
+    if (number > 0)
+        m_ordersOf[number] = command.m_orders.size();
+    else
+        noteCommand(command);
     for (const auto& order : command.m_orders) {
         BalanceFigures& balance =
             seen({order->m_pAccountInfo->getKey(), command.m_strStrategyName}, isHistory(command));
@@ -144,28 +196,36 @@ void CDayReport::onBalanceTime(const std::string& accountKey, const std::string&
     seen({accountKey, strategy}, false).asked = now();
 }
 
-void CDayReport::noteCall(const CallEvent& event, CSession& session) {
-    if (event.op == "cancelAllOrders" || event.op == "cancelAllTasks") {
-        session.rest();  // what earlier lines queued is not cancelled by this call
-        m_bOwnCancels = true;
+void CDayReport::noteBalanceCall(const std::string& op, const PairKey& pair) {
+    const bool history = op == "doHistoryBalance" || op == "doHistoryBalanceBySignalTask";
+    const bool today = op == "runAutoBalance" || op == "runAutoBalanceTimer" ||
+                       op == "doStockBalance" || op == "doStockBalanceBySignalTask";
+    if (history || today) seen(pair, history).asked = now();
+}
+
+/// A command of a guarded balance. Of the balances of one pair only the first that is not over
+/// sends; the others wait for it.
+void CDayReport::noteCommand(const vexservice::COrderComandParam& command) {
+    if (command.m_orders.empty()) return;
+    const PairKey pair(command.m_orders.front()->m_pAccountInfo->getKey(),
+                       command.m_strStrategyName);
+    const TC::CLinkageManager& manager = *Singleton::instance();
+    const std::string date = manager.getTradeDate();
+    for (const TC::BalanceRecord& balance : manager.getBalances()) {
+        const bool isOver = balance.state == TC::EBalanceState::Ended ||
+                            balance.state == TC::EBalanceState::Refused;
+        if (isOver || balance.date != date || balance.history != isHistory(command) ||
+            PairKey(balance.account, balance.strategy) != pair)
+            continue;
+        m_commandsOf[balance.number].push_back(command.m_orders.size());
         return;
     }
-    const bool history =
-        event.op == "doHistoryBalance" || event.op == "doHistoryBalanceBySignalTask";
-    const bool today = event.op == "runAutoBalance" || event.op == "runAutoBalanceTimer" ||
-                       event.op == "doStockBalance" || event.op == "doStockBalanceBySignalTask";
-    if (!history && !today) return;
-    std::string_view account;
-    std::string_view strategy;
-    if (!event.args || event.args->at(0).get(account) || event.args->at(1).get(strategy)) return;
-    seen({std::string(account), std::string(strategy)}, history).asked = now();
 }
 
 // --------------------------------------------------------------------- end of a day
 
-void CDayReport::closeDay(CSession& session) {
+void CDayReport::closeDay() {
     if (!Singleton::exists()) return;
-    session.rest();
     const TC::CLinkageManager& manager = *Singleton::instance();
     const TC::ManagerState state = manager.state();
     m_day.date = state.tradeDate;
@@ -182,6 +242,7 @@ void CDayReport::closeDay(CSession& session) {
     m_day = {};
     m_seen.clear();
     m_sent.clear();
+    m_commandsOf.clear();
     m_cancelledOrders.clear();
     m_cancelledTasks.clear();
 }

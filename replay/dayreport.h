@@ -1,6 +1,7 @@
 #pragma once
 
 #include "replay/balancefigures.h"
+#include "replay/recordingplayer.h"
 #include "replay/replay.h"
 
 #include <cstdint>
@@ -35,10 +36,12 @@ struct DayFigures {
     std::vector<BalanceFigures> balances;
 };
 
-/// Adds up what happened on each trade date of a scenario: from the manager's own figures at the
-/// end of the date, and from its book of balances, or without a book from the requests that the
-/// manager made during the date.
-class CDayReport final : public IReplayWatcher, private paper::IClientObserver {
+/// Adds up what happened on each trade date of a scenario or of a recording: from the manager's own
+/// figures at the end of the date, and from its book of balances, or without a book from the
+/// requests that the manager made during the date.
+class CDayReport final : public IReplayWatcher,
+                         public IRecordingWatcher,
+                         private paper::IClientObserver {
 public:
     explicit CDayReport(bool showProgress) : m_bShowProgress(showProgress) {}
 
@@ -46,6 +49,13 @@ public:
     void after(const Event& event, CSession& session) override;
     void finished(CSession& session) override;
     void progress(double share) override;
+
+    void clientIsThere(paper::CPaperClient& client, int clientType) override;
+    void before(const RecordedStep& step) override;
+    void takes(const RecordedStep& step, const std::function<void()>& work) override;
+    /// The recording was played as far as it goes, and its manager is still there.
+    void finished();
+
     paper::IClientObserver* requests() override { return this; }
 
     const std::vector<DayFigures>& days() const { return m_days; }
@@ -59,8 +69,10 @@ private:
                         std::uint64_t orderKey) override;
     void onBalanceTime(const std::string& accountKey, const std::string& strategy) override;
 
-    void noteCall(const CallEvent& event, CSession& session);
-    void closeDay(CSession& session);
+    void noteBalanceCall(const std::string& op, const PairKey& pair);
+    void noteCommand(const vexservice::COrderComandParam& command);
+    void clearProgress();
+    void closeDay();
     void addOrders(const TC::ManagerState& state);
     void addFill(const std::string& account, const std::string& stock,
                  const vexservice::COrderDetail& order);
@@ -77,11 +89,13 @@ private:
 
     const bool m_bShowProgress;
     bool m_bClientType3 = false;
-    bool m_bOwnCancels = false;  ///< the scenario itself is cancelling
     std::vector<DayFigures> m_days;
     DayFigures m_day;
-    std::map<std::pair<bool, PairKey>, BalanceFigures> m_seen;     ///< by history and pair
-    std::map<int, std::size_t> m_ordersOf;                         ///< by number of the command
+    std::map<std::pair<bool, PairKey>, BalanceFigures> m_seen;  ///< by history and pair
+    std::map<int, std::size_t> m_ordersOf;                      ///< by number of the command
+    /// How many orders each command of a guarded balance had, by the balance's number: commands of
+    /// a recording have their own numbers later.
+    std::map<int, std::vector<std::size_t>> m_commandsOf;
     std::map<std::pair<std::string, std::uint64_t>, Sent> m_sent;  ///< by account and record key
     std::set<std::uint64_t> m_cancelledTasks;
     std::map<PairKey, std::set<std::uint64_t>> m_cancelledOrders;

@@ -24,14 +24,16 @@ std::string inQuotes(std::string_view text) { return "\"" + std::string(text) + 
 
 CEventPlayer::CEventPlayer(const paper::ClientConfig& config, const TC::LinkageOptions& options,
                            paper::CPaperClient& client, paper::CVirtualLoop& loop, COutput& output,
-                           QString balanceDir, std::string record)
+                           QString balanceDir, std::string record,
+                           std::function<void(TC::CLinkageManager&)> managerMade)
     : m_config(config),
       m_options(options),
       m_client(client),
       m_loop(loop),
       m_output(output),
       m_balanceDir(std::move(balanceDir)),
-      m_record(std::move(record)) {
+      m_record(std::move(record)),
+      m_managerMade(std::move(managerMade)) {
     TC::disk::begin();
 }
 
@@ -223,6 +225,7 @@ TC::CLinkageManager& CEventPlayer::takeManager() {
                 throw LineError(inQuotes(file) + " cannot be written: " + why);
             }
         }
+        if (m_managerMade) m_managerMade(manager);
     }
     return manager;
 }

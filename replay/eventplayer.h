@@ -5,7 +5,9 @@
 #include "replay/event.h"
 #include "replay/observers.h"
 
+#include <functional>
 #include <memory>
+#include <string>
 
 namespace replay {
 
@@ -23,9 +25,11 @@ public:
     /// `balanceDir`: where the library keeps its files.
     /// `options`: what every manager is given when it is made.
     /// `record`: the file into which each manager is recorded; empty: none.
+    /// `managerMade` sees each manager before it begins; empty: nobody.
     CEventPlayer(const paper::ClientConfig& config, const TC::LinkageOptions& options,
                  paper::CPaperClient& client, paper::CVirtualLoop& loop, COutput& output,
-                 QString balanceDir, std::string record);
+                 QString balanceDir, std::string record,
+                 std::function<void(TC::CLinkageManager&)> managerMade);
     /// Takes the manager down, silently.
     ~CEventPlayer();
 
@@ -85,6 +89,7 @@ private:
     COutput& m_output;
     const QString m_balanceDir;
     const std::string m_record;
+    const std::function<void(TC::CLinkageManager&)> m_managerMade;
     int m_nRecorded = 0;
     std::unique_ptr<CSignalObserver> m_pSignals;
     TextBuffer m_result;

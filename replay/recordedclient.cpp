@@ -5,6 +5,8 @@
 
 #include <boost/make_shared.hpp>
 
+#include <charconv>
+
 namespace replay {
 
 namespace {
@@ -127,9 +129,23 @@ CRecordedClient::RecordPtr CRecordedClient::addRecord(const Event& event, const 
         for (std::size_t i = 0; i < task->accounts.size(); ++i) {
             task->task->m_items[i]->m_pAccountInfo = this->account(task->accounts[i]);
         }
+        m_serverTasks[vexservice::CTaskHelper::genServerTaskKey(task->task)] =
+            task->task->recordKey();
         return add(task->task);
     }
     return {};
+}
+
+std::optional<std::uint64_t> CRecordedClient::taskNumber(const std::string& key,
+                                                         bool server) const {
+    if (server) {
+        const auto known = m_serverTasks.find(key);
+        return known == m_serverTasks.end() ? std::nullopt : std::optional(known->second);
+    }
+    std::uint64_t number = 0;
+    const char* const end = key.data() + key.size();
+    return std::from_chars(key.data(), end, number).ptr == end ? std::optional(number)
+                                                               : std::nullopt;
 }
 
 void CRecordedClient::remember(const Name& name, const RecordPtr& record) {

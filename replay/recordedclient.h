@@ -25,6 +25,9 @@ public:
     RecordPtr addRecord(const Event& event, const CFields& fields);
     /// Null when no record has the number. Of a record key the two newest ones are known.
     RecordPtr record(std::uint64_t number) const;
+    /// The record key of a task, from its key at the server, or from its number; nothing when no
+    /// task has it.
+    std::optional<std::uint64_t> taskNumber(const std::string& key, bool server) const;
 
     /// The newest answer to a question, as JSON.
     void setAnswer(const std::string& question, std::string json);
@@ -46,6 +49,7 @@ private:
     std::uint64_t m_nRecords = 0;
     std::map<std::uint64_t, RecordPtr> m_records;
     std::map<Name, std::deque<std::uint64_t>> m_newest;
+    std::map<std::string, std::uint64_t> m_serverTasks;  ///< record keys
     std::map<std::string, std::string> m_answers;
     std::map<std::string, boost::shared_ptr<vexservice::CAccountInfo>> m_accounts;
     simdjson::dom::parser m_parser;

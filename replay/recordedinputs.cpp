@@ -45,23 +45,25 @@ RecordedInput readReport(const CFields& fields, CRecordedClient& client, CEventP
     if (const auto order = boost::dynamic_pointer_cast<vexservice::COrderDetail>(record)) {
         item.what = order;
         return {[&manager, item]() mutable { ManagerAccess::takeReport(manager, item, true); },
-                false};
+                false, record};
     }
     if (const auto deal = boost::dynamic_pointer_cast<vexservice::CDealDetail>(record)) {
         item.what = deal;
         const bool held = fields.flag("held", false);
         return {
             [&manager, item, held]() mutable { ManagerAccess::takeReport(manager, item, held); },
-            !held};
+            !held, record};
     }
     if (const auto task = boost::dynamic_pointer_cast<vexservice::CTaskDetail>(record)) {
         return {[&manager, task] {
-            TC::attempt("task", [&] { ManagerAccess::doTaskDetail(manager, task); });
-        }};
+                    TC::attempt("task", [&] { ManagerAccess::doTaskDetail(manager, task); });
+                },
+                true, record};
     }
     const auto position = boost::dynamic_pointer_cast<vexservice::CPositionStatics>(record);
     return {
-        [&manager, account, position] { ManagerAccess::takePosition(manager, account, position); }};
+        [&manager, account, position] { ManagerAccess::takePosition(manager, account, position); },
+        true, record};
 }
 
 RecordedInput readBars(const CFields& fields, Manager& manager) {

@@ -21,6 +21,8 @@ using RecordedWorks =
 struct RecordedInput {
     std::function<void()> work;
     bool mayPause = true;  ///< false: it holds the manager's lock once
+    /// What is reported; null: it is no report.
+    CRecordedClient::RecordPtr record{};
 };
 
 /// Reads the line of an input. Takes work that it names out of `works`. Throws LineError.

@@ -7,6 +7,7 @@
 #include <QString>
 #include <QTemporaryDir>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -20,6 +21,8 @@ struct SessionOptions {
     /// Sees the requests that reach the client, after they were written out.
     paper::IClientObserver* requests = nullptr;
     std::string record;  ///< file of a recording of each manager; empty: none
+    /// Sees each manager before it begins.
+    std::function<void(TC::CLinkageManager&)> managerMade{};
 };
 
 /// One scenario. From its config on it has a client and a clock of its own, and a manager of its

@@ -517,6 +517,70 @@
         <source>no connection</source>
         <translation>没有连接</translation>
     </message>
+    <message>
+        <source>is no recording: &quot;recorded&quot; is missing</source>
+        <translation>不是录制数据：缺少“recorded”</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; has no microseconds</source>
+        <translation>“%1”没有微秒</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is no place in the directory</source>
+        <translation>“%1”不在该目录之内</translation>
+    </message>
+    <message>
+        <source>%1 cannot be written</source>
+        <translation>无法写入 %1</translation>
+    </message>
+    <message>
+        <source>a step before &quot;config&quot;</source>
+        <translation>“config”之前出现了步骤</translation>
+    </message>
+    <message>
+        <source>no such step goes on</source>
+        <translation>没有这样一个仍在进行的步骤</translation>
+    </message>
+    <message>
+        <source>a mark without a step</source>
+        <translation>标记没有对应的步骤</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; without a step</source>
+        <translation>“%1”没有对应的步骤</translation>
+    </message>
+    <message>
+        <source>there is no such record</source>
+        <translation>没有这条记录</translation>
+    </message>
+    <message>
+        <source>no step has left this work</source>
+        <translation>没有步骤留下这项工作</translation>
+    </message>
+    <message>
+        <source>the statement cannot be written: %1</source>
+        <translation>无法写入对账单：%1</translation>
+    </message>
+    <message>
+        <source>is no answer to &quot;%1&quot;</source>
+        <translation>不是“%1”的答复</translation>
+    </message>
+    <message>
+        <source>there is no memory</source>
+        <translation>内存不足</translation>
+    </message>
+    <message>
+        <source>the disk cannot follow</source>
+        <translation>磁盘写入跟不上</translation>
+    </message>
+    <message>
+        <source>the file has its full size</source>
+        <translation>文件已达到大小上限</translation>
+    </message>
+    <message>
+        <source>the file cannot be made: %1</source>
+        <translation>无法建立文件：%1</translation>
+    </message>
 </context>
 <context>
     <name>ImportText</name>
@@ -1502,6 +1566,10 @@
         <source>the trading server was not asked</source>
         <translation>没有向交易服务器提出请求</translation>
     </message>
+    <message>
+        <source>A recording shows what was: nothing can be sent or changed.</source>
+        <translation>录制数据显示的是已经发生的事：不能发送，也不能更改。</translation>
+    </message>
 </context>
 <context>
     <name>desk::CEventsPage</name>
@@ -1564,6 +1632,18 @@
     <message>
         <source>The recording stopped: %1</source>
         <translation>录制数据播放中止：%1</translation>
+    </message>
+    <message>
+        <source>The recording breaks off here: its writer was ended, or still writes</source>
+        <translation>录制数据在此中断：录制的程序被终止，或仍在录制</translation>
+    </message>
+    <message>
+        <source>This library does something else than the recording says: first at %1, line %2</source>
+        <translation>本程序的行为与录制数据不同：最早在 %1，第 %2 行</translation>
+    </message>
+    <message>
+        <source>Not recorded any more: %1</source>
+        <translation>不再录制：%1</translation>
     </message>
 </context>
 <context>
@@ -2041,6 +2121,18 @@
         <source>Funds and positions</source>
         <translation>资金与持仓</translation>
     </message>
+    <message>
+        <source>Recording: nothing can be sent</source>
+        <translation>录制数据：不能发送</translation>
+    </message>
+    <message>
+        <source>Record…</source>
+        <translation>录制…</translation>
+    </message>
+    <message>
+        <source>Records what the library does, and says what is recorded</source>
+        <translation>录制程序的运行，并显示录制情况</translation>
+    </message>
 </context>
 <context>
     <name>desk::CPastDaysPage</name>
@@ -2290,6 +2382,93 @@
     <message>
         <source>As of %1; it changed at %2.</source>
         <translation>截至 %1；%2 有变化。</translation>
+    </message>
+</context>
+<context>
+    <name>desk::CRecordDialog</name>
+    <message>
+        <source>Recording %1</source>
+        <translation>正在录制 %1</translation>
+    </message>
+    <message>
+        <source>Recorded %1</source>
+        <translation>已录制 %1</translation>
+    </message>
+    <message>
+        <source>Not recorded any more: %1</source>
+        <translation>不再录制：%1</translation>
+    </message>
+    <message>
+        <source>Record</source>
+        <translation>录制</translation>
+    </message>
+    <message>
+        <source>A recording holds everything that decides what the library does, with accounts, orders and the files of the library. It plays in this program, and a maker can follow it.</source>
+        <translation>录制数据包含决定程序行为的一切内容，包括账号、委托和程序的文件。可在本程序中播放，也可供开发人员查看。</translation>
+    </message>
+    <message>
+        <source>Record every session from its start</source>
+        <translation>每次运行都从开始录制</translation>
+    </message>
+    <message>
+        <source>Choose…</source>
+        <translation>选择…</translation>
+    </message>
+    <message>
+        <source>Directory</source>
+        <translation>目录</translation>
+    </message>
+    <message>
+        <source>Keep at most</source>
+        <translation>最多保留</translation>
+    </message>
+    <message>
+        <source>The oldest recordings are removed before a session begins.</source>
+        <translation>每次运行开始前，先删除最早的录制数据。</translation>
+    </message>
+    <message>
+        <source>Record this session</source>
+        <translation>录制本次运行</translation>
+    </message>
+    <message>
+        <source>OK</source>
+        <translation>确定</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>Directory of the recordings</source>
+        <translation>录制数据的目录</translation>
+    </message>
+    <message>
+        <source>This session has begun already: recording begins with the next session.</source>
+        <translation>本次运行已经开始：从下一次运行起录制。</translation>
+    </message>
+    <message>
+        <source>Stop recording</source>
+        <translation>停止录制</translation>
+    </message>
+    <message>
+        <source>Stop recording this session? It cannot be gone on with.</source>
+        <translation>停止录制本次运行？停止后不能继续。</translation>
+    </message>
+    <message>
+        <source>Stop</source>
+        <translation>停止</translation>
+    </message>
+    <message>
+        <source>Stop recording…</source>
+        <translation>停止录制…</translation>
+    </message>
+    <message>
+        <source>This session is not recorded.</source>
+        <translation>本次运行没有录制。</translation>
+    </message>
+    <message>
+        <source>%1: %2</source>
+        <translation>%1：%2</translation>
     </message>
 </context>
 <context>

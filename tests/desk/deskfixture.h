@@ -51,6 +51,7 @@ protected:
         options.dataDir = m_dir.filePath("data");
         options.speed = speed;
         options.haltAt = haltAt;
+        options.record = m_record;
         m_engine = std::make_unique<desk::CEngine>(options);
         m_window = std::make_unique<desk::CMainWindow>(*m_engine);
         static_cast<QWidget&>(*m_window).show();
@@ -155,6 +156,7 @@ protected:
     }
 
     QTemporaryDir m_dir;
+    desk::RecordTerms m_record;  ///< how the session that is opened is recorded
     std::optional<desk::CTranslation> m_translation;
     std::unique_ptr<desk::CEngine> m_engine;
     std::unique_ptr<desk::CMainWindow> m_window;

@@ -1,6 +1,7 @@
 #include "desk/axes.h"
 #include "desk/picturetaker.h"
 #include "desk/pricetape.h"
+#include "desk/recorder.h"
 #include "desk/rowsmodel.h"
 #include "desk/rowsview.h"
 #include "desk/stage.h"
@@ -203,8 +204,8 @@ protected:
         EXPECT_TRUE(file.open(QIODevice::WriteOnly));
         file.write(text);
         file.close();
-        return desk::makeRecordedStage(file.fileName(), m_dir.filePath("data"), haltAt, m_tape,
-                                       m_witness);
+        return desk::makeScenarioStage(file.fileName(), m_dir.filePath("data"), haltAt, m_tape,
+                                       m_witness, m_recorder);
     }
 
     /// Steps until the stage has used `seconds`, which a slow machine may do in parts.
@@ -217,6 +218,7 @@ protected:
     QTemporaryDir m_dir;
     desk::CPriceTape m_tape;
     desk::CDayWitness m_witness;
+    desk::CRecorder m_recorder{m_witness};
 };
 
 TEST_F(DeskStage, TimePassesAsItIsToldAndEventsHappenOnTheWay) {
@@ -262,13 +264,13 @@ TEST_F(DeskStage, HaltsAtATimeOfDay) {
     played->goOn();
     while (!played->ended()) played->step(desk::IStage::NEVER);
     EXPECT_EQ(std::fmod(utils::clock(), 86400.0), 7 * 3600.0) << "15:00";
-    EXPECT_THROW(desk::makeRecordedStage("/nowhere/x", "", "", m_tape, m_witness),
+    EXPECT_THROW(desk::makeScenarioStage("/nowhere/x", "", "", m_tape, m_witness, m_recorder),
                  desk::StageError);
 }
 
 TEST_F(DeskStage, CurvesBeginWithTheLibraryWhoeverLooks) {
-    const auto played =
-        desk::makeRecordedStage(support::MORNING, m_dir.filePath("data"), "", m_tape, m_witness);
+    const auto played = desk::makeScenarioStage(support::MORNING, m_dir.filePath("data"), "",
+                                                m_tape, m_witness, m_recorder);
     while (!played->ended()) played->step(desk::IStage::NEVER);
     const auto curve =
         utils::CSingletonT<TC::CLinkageManager>::instance()->getPeriodCurve("A01", "alpha");

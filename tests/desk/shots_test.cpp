@@ -76,6 +76,18 @@ TEST_P(DeskLanguages, PlanDialogIsWhole) {
     EXPECT_TRUE(summary.contains('1'));
 }
 
+TEST_P(DeskLanguages, RecordDialogIsWhole) {
+    openAtTheEnd(GetParam());
+    press("record");
+    const QDialog* record = dialog("recordDialog");
+    QApplication::processEvents();
+    expectWhole(*record, "record");
+    for (const auto* label : record->findChildren<QLabel*>()) {
+        const QString text = label->text();
+        EXPECT_TRUE(text.isEmpty() || isChinese(text) == chinese()) << text.toStdString();
+    }
+}
+
 TEST_P(DeskLanguages, ImportDialogIsWhole) {
     openAtTheEnd(GetParam());
     desk::CActions actions(*m_engine);

@@ -70,6 +70,7 @@ TEST(DeskTexts, FaultsOfScenariosFollowTheLanguage) {
     }
     int refusals = 0;
     for (const char* name : {"eventparser", "eventplayer", "linereader", "operations",
+                             "playedclient", "recordedclient", "recordedinputs", "recordingplayer",
                              "scenarioline", "session", "times"}) {
         const QString path = QString(LINKAGE_SOURCE_DIR "/replay/%1.cpp").arg(name);
         for (const QString& text : refusalsOf(contentOf(path))) {

@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -64,7 +65,8 @@ protected:
     std::optional<Fixture> f{std::in_place};
 };
 
-// What a service answered is changed in the file: the first decision that it changes is told.
+// What a service answered is changed in the file: the first decision that it changes is told. Who
+// only wants to see the day plays on, with the answers that stand there.
 TEST_F(Recording, TheFirstDecisionThatDiffersIsTold) {
     begin();
     play();
@@ -81,11 +83,77 @@ TEST_F(Recording, TheFirstDecisionThatDiffersIsTold) {
     const QString changed = path() + ".changed";
     put(changed, text);
     const auto verdict = verified(changed);
-    QFile::remove(changed);
     EXPECT_EQ(verdict.fault, "");
     ASSERT_TRUE(verdict.difference);
     EXPECT_EQ(verdict.difference->expected, "asks: orderSetting buy 300 SH600000");
     EXPECT_EQ(verdict.difference->got, "asks: orderSetting buy 200 SH600000");
+    EXPECT_LT(verdict.steps, whole.steps);
+    {
+        replay::CRecordingPlayer player(changed.toStdString(), {.passesDifferences = true});
+        player.playToEnd();
+        EXPECT_EQ(player.verdict().fault, "");
+        EXPECT_EQ(player.verdict().steps, whole.steps);
+        EXPECT_EQ(player.verdict().differentSteps, 1u);
+        EXPECT_EQ(player.verdict().difference->line, verdict.difference->line);
+    }
+    QFile::remove(changed);
+}
+
+/// Hears of prices, and of what a recording's client is asked for.
+struct Looker final : replay::IRecordingWatcher, paper::IClientObserver {
+    void clientIsThere(paper::CPaperClient& /*client*/, int /*clientType*/) override {
+        request = TC::CQuoteRequest::makeRequest(
+            "SH600000", [this](const auto& price) { prices.push_back(price->m_dLastPrice); });
+    }
+    void before(const replay::RecordedStep& step) override {
+        if (step.kind == "call") calls.push_back(step.op + " " + step.account + step.strategy);
+    }
+    paper::IClientObserver* requests() override { return this; }
+    void onCancelOrder(const vexservice::COrderDetail& order) override {
+        cancelled.push_back(order.recordKey());
+    }
+    void onOperateTask(std::uint64_t /*task*/, bool /*server*/,
+                       const vexservice::CTaskOpRecord& /*record*/) override {}
+    void onCommand(const vexservice::COrderComandParam& command, int /*number*/) override {
+        sent.push_back(command.m_orders.front()->m_nVolume);
+    }
+
+    boost::shared_ptr<TC::CQuoteRequest> request;
+    std::vector<double> prices;
+    std::vector<std::string> calls;
+    std::vector<std::uint64_t> cancelled;
+    std::vector<std::int64_t> sent;
+};
+
+// Between two steps the manager has what it had then, and the clock stands where the player went.
+TEST_F(Recording, IsPlayedByTheMomentsOfItsSteps) {
+    begin();
+    const std::int64_t start = utils::currentClock().nowMicros();
+    play();
+    f.reset();
+    ASSERT_TRUE(replay::isRecording(path().toStdString()));
+
+    constexpr std::int64_t SECOND = 1'000'000;
+    Looker looker;
+    replay::CRecordingPlayer player(path().toStdString(), {.watcher = &looker});
+    EXPECT_EQ(player.nowMicros(), start);
+    EXPECT_FALSE(player.manager());
+    player.playUntil(start + 9 * SECOND);
+    EXPECT_EQ(player.nowMicros(), start + 9 * SECOND);
+    EXPECT_GT(player.nextMicros(), start + 9 * SECOND);
+    ASSERT_TRUE(player.manager());
+    EXPECT_EQ(player.manager()->getRunningOrders("A", "S"), 1);
+    EXPECT_EQ(player.manager()->getTradeStatDatas("A", "S").size(), 1u);
+    EXPECT_EQ(looker.prices, std::vector{10.5});
+    EXPECT_TRUE(looker.calls.empty() && looker.cancelled.empty());
+    player.playUntil(start + 16 * SECOND);
+    EXPECT_EQ(looker.calls, std::vector<std::string>{"runAutoBalance AS"});
+    EXPECT_EQ(looker.cancelled, std::vector<std::uint64_t>{1});
+    player.playToEnd();
+    EXPECT_EQ(looker.sent, std::vector<std::int64_t>{300});
+    EXPECT_TRUE(player.isOver());
+    EXPECT_FALSE(player.verdict().difference || player.verdict().breaksOff);
+    looker.request.reset();
 }
 
 // A process that is killed leaves a file without an end: it is played up to the last flush.
@@ -136,6 +204,7 @@ TEST_F(Recording, LinesThatDoNotFitAreRefusedByName) {
     const std::pair<std::string, std::string> rows[] = {
         {R"({"do":"writeFile","name":"../x","base64":"eA=="})", "is no place in the directory"},
         {R"({"do":"writeFile","name":"/tmp/x","base64":"eA=="})", "is no place in the directory"},
+        {R"({"do":"config","recorded":1})", "a second \"config\""},
         {R"({"do":"init","at":"2024-01-02 09:30:00"})", "has no microseconds"},
         {R"({"do":"init","at":"2024-01-02 09:30:00.12x456"})", "has no microseconds"},
         {R"({"do":"resume","step":7})", "no such step goes on"},

@@ -155,6 +155,17 @@ TEST_F(Programs, DayEndsWithTables) {
     const Ended bad = run(LINKAGE_DAY " @bad");
     EXPECT_EQ(bad.status, 2);
     EXPECT_EQ(bad.errors, path("bad") + ":6: unknown \"op\": \"none\"\n");
+    EXPECT_EQ(run(LINKAGE_REPLAY " --record @r @good").status, 0);
+    const Ended recorded = run(LINKAGE_DAY " @r");
+    EXPECT_EQ(recorded.status, 0) << recorded.errors;
+    EXPECT_EQ(recorded.output, good.output);
+    // Of one that breaks off, what there is.
+    const std::string bytes = tests::readText(path("r"));
+    tests::writeText(path("torn"), bytes.substr(0, bytes.size() - 20));
+    const Ended torn = run(LINKAGE_DAY " @torn");
+    EXPECT_EQ(torn.status, 0);
+    EXPECT_EQ(torn.errors, path("torn") + ": the recording breaks off\n");
+    EXPECT_NE(torn.output.find("20240102"), std::string::npos);
     EXPECT_EQ(run(LINKAGE_DAY " --help").status, 0);
     EXPECT_EQ(run(LINKAGE_DAY).status, 2);
 }

@@ -2,6 +2,8 @@
 #include "desk/faulttexts.h"
 #include "desk/picturetaker.h"
 #include "desk/pricetape.h"
+#include "desk/recorder.h"
+#include "desk/scriptedasking.h"
 #include "desk/stage.h"
 #include "linkage/core/clinkagemanager.h"
 #include "replay/eventparser.h"
@@ -29,19 +31,24 @@ constexpr auto LONGEST_STEP = std::chrono::milliseconds(10);
 /// Moves of the clock between two looks at how long the step has taken.
 constexpr std::int64_t STRIDE_MICROS = 2'000'000;
 
-class CRecordedStage final : public IStage {
+class CScenarioStage final : public IStage {
 public:
-    CRecordedStage(const QString& scenario, const QString& dataDir, std::string haltAt,
-                   CPriceTape& tape, CDayWitness& witness)
+    CScenarioStage(const QString& scenario, const QString& dataDir, std::string haltAt,
+                   CPriceTape& tape, CDayWitness& witness, CRecorder& recorder)
         : m_tape(tape),
           m_witness(witness),
           m_scenario(scenario.toStdString()),
           m_haltAt(std::move(haltAt)),
           m_reader(m_scenario),
           m_output([](std::string_view) {}),
-          m_session({dataDir, false, &witness.balances}, m_output) {}
+          m_session({.dataDir = dataDir,
+                     .log = false,
+                     .requests = &witness.balances,
+                     .managerMade =
+                         [&recorder](TC::CLinkageManager& made) { recorder.sessionBegins(made); }},
+                    m_output) {}
 
-    ~CRecordedStage() override {
+    ~CScenarioStage() override {
         m_tape.letGo();
         m_witness.arrivals.letGo();
     }
@@ -129,42 +136,22 @@ private:
         }
     }
 
-    /// Balances that a line asks for, and cancellations, are the recording's.
+    /// Balances that a line asks for, and cancellations, are the scenario's.
     void play(const replay::Event& event) {
         const auto* call = std::get_if<replay::CallEvent>(&event);
-        std::optional<CBalanceWatch::CAsking> asking;
-        std::optional<CBalanceWatch::CCancelling> cancelling;
-        if (call) {
-            if (call->op == "cancelAllOrders" || call->op == "cancelAllTasks")
-                cancelling.emplace(m_witness.balances);
-            else if (const auto delay = balanceDelay(call->op))
-                noteAsking(*call, *delay, asking);
-        }
-        m_session.play(event);
-    }
-
-    /// Seconds after which a balance starts that an operation asks for; empty: it asks for none.
-    static std::optional<int> balanceDelay(std::string_view op) {
-        if (op == "runAutoBalance") return BALANCE_DELAY;
-        const bool atOnce = op == "runAutoBalanceTimer" || op == "doStockBalance" ||
-                            op == "doStockBalanceBySignalTask" || isHistory(op);
-        return atOnce ? std::optional(0) : std::nullopt;
-    }
-    static bool isHistory(std::string_view op) {
-        return op == "doHistoryBalance" || op == "doHistoryBalanceBySignalTask";
-    }
-
-    void noteAsking(const replay::CallEvent& call, int delay,
-                    std::optional<CBalanceWatch::CAsking>& asking) {
         std::string_view account;
         std::string_view strategy;
-        if (!Manager::exists() || !call.args || call.args->at(0).get(account) ||
-            call.args->at(1).get(strategy))
-            return;
-        m_witness.balances.settle(*Manager::instance());
-        asking.emplace(m_witness.balances,
-                       replay::PairKey(std::string(account), std::string(strategy)),
-                       isHistory(call.op), EAskedBy::Recording, delay);
+        const bool isPair = call && call->args && !call->args->at(0).get(account) &&
+                            !call->args->at(1).get(strategy);
+        if (isPair && Manager::exists() && balanceDelay(call->op))
+            m_witness.balances.settle(*Manager::instance());
+        std::optional<CScriptedAsking> asking;
+        const bool asks = call && (isPair || !balanceDelay(call->op));
+        if (asks && Manager::exists())
+            asking.emplace(m_witness.balances, call->op,
+                           replay::PairKey(std::string(account), std::string(strategy)),
+                           EAskedBy::Recording);
+        m_session.play(event);
     }
 
     /// The curves begin with the manager and not with the first picture, because the time of
@@ -210,11 +197,11 @@ private:
 
 }  // namespace
 
-std::unique_ptr<IStage> makeRecordedStage(const QString& scenario, const QString& dataDir,
+std::unique_ptr<IStage> makeScenarioStage(const QString& scenario, const QString& dataDir,
                                           const std::string& haltAt, CPriceTape& tape,
-                                          CDayWitness& witness) {
+                                          CDayWitness& witness, CRecorder& recorder) {
     try {
-        return std::make_unique<CRecordedStage>(scenario, dataDir, haltAt, tape, witness);
+        return std::make_unique<CScenarioStage>(scenario, dataDir, haltAt, tape, witness, recorder);
     } catch (const replay::InputError& fault) {
         throw StageError(fmt::format("{}: {}", scenario.toStdString(), faultText(fault.what())));
     }
