@@ -1,3 +1,4 @@
+#include "replay/anonymise.h"
 #include "replay/journal.h"
 #include "replay/programversion.h"
 #include "replay/recordingplayer.h"
@@ -11,6 +12,7 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <random>
 
 namespace {
 
@@ -23,6 +25,7 @@ constexpr const char* USAGE =
     "SCENARIO...\n"
     "       linkage-replay --interactive [--data-dir DIR] [--journal FILE] [--no-log]\n"
     "       linkage-replay --verify RECORDING...\n"
+    "       linkage-replay --anonymise RECORDING --into COPY\n"
     "       linkage-replay --version\n"
     "Plays scenario files (\"-\": standard input) against the linkage library and prints\n"
     "what the library did, one JSON object a line. With --interactive it reads standard input,\n"
@@ -33,6 +36,8 @@ struct Arguments {
     std::vector<std::string> scenarios;
     bool help = false;
     bool verify = false;
+    std::string anonymise;  ///< a recording
+    std::string into;
 };
 
 /// False when they cannot be understood.
@@ -55,6 +60,10 @@ bool readArguments(int argc, char** argv, Arguments& arguments) {
             arguments.verify = true;
         } else if (text == "--record" && hasNext) {
             arguments.options.record = argv[++i];
+        } else if (text == "--anonymise" && hasNext) {
+            arguments.anonymise = argv[++i];
+        } else if (text == "--into" && hasNext) {
+            arguments.into = argv[++i];
         } else if (text == "--data-dir" && hasNext) {
             arguments.options.dataDir = argv[++i];
         } else if (text == "--journal" && hasNext) {
@@ -67,6 +76,8 @@ bool readArguments(int argc, char** argv, Arguments& arguments) {
         if (!arguments.scenarios.empty()) return false;
         arguments.scenarios.emplace_back("-");
     }
+    if (arguments.anonymise.empty() != arguments.into.empty()) return false;
+    if (!arguments.into.empty()) return arguments.scenarios.empty();
     return arguments.help || !arguments.scenarios.empty();
 }
 
@@ -115,6 +126,20 @@ int playAll(const Arguments& arguments) {
     return 0;
 }
 
+void printVerdict(const std::string& path, const replay::RecordingVerdict& verdict) {
+    std::printf("%s: %llu steps, %llu marks", path.c_str(),
+                static_cast<unsigned long long>(verdict.steps),
+                static_cast<unsigned long long>(verdict.marks));
+    if (verdict.difference) {
+        const replay::RecordingDifference& found = *verdict.difference;
+        std::printf(", different at line %zu, %s\n  expected: %s\n  got:      %s\n", found.line,
+                    found.at.c_str(), found.expected.c_str(), found.got.c_str());
+    } else {
+        std::printf(", no difference%s\n",
+                    verdict.breaksOff ? ", and the recording breaks off there" : "");
+    }
+}
+
 /// 0 when all recordings are played and nothing differs.
 int verifyAll(const Arguments& arguments) {
     int status = 0;
@@ -125,20 +150,22 @@ int verifyAll(const Arguments& arguments) {
             status = LINE_ERROR;
             continue;
         }
-        std::printf("%s: %llu steps, %llu marks", path.c_str(),
-                    static_cast<unsigned long long>(verdict.steps),
-                    static_cast<unsigned long long>(verdict.marks));
-        if (verdict.difference) {
-            const replay::RecordingDifference& found = *verdict.difference;
-            std::printf(", different at line %zu, %s\n  expected: %s\n  got:      %s\n", found.line,
-                        found.at.c_str(), found.expected.c_str(), found.got.c_str());
-            if (status == 0) status = FAILURE;
-        } else {
-            std::printf(", no difference%s\n",
-                        verdict.breaksOff ? ", and the recording breaks off there" : "");
-        }
+        printVerdict(path, verdict);
+        if (verdict.difference && status == 0) status = FAILURE;
     }
     return status;
+}
+
+int copyAnonymous(const Arguments& arguments) {
+    std::random_device chance;
+    const std::uint64_t seed = (std::uint64_t{chance()} << 32) | chance();
+    const replay::AnonymousCopy copy = replay::anonymise(arguments.anonymise, arguments.into, seed);
+    if (!copy.fault.empty()) {
+        std::fprintf(stderr, "%s\n", copy.fault.c_str());
+        return LINE_ERROR;
+    }
+    printVerdict(arguments.into, copy.verdict);
+    return 0;
 }
 
 }  // namespace
@@ -156,6 +183,7 @@ int main(int argc, char** argv) {
     }
     const QCoreApplication application(argc, argv);
     try {
+        if (!arguments.into.empty()) return copyAnonymous(arguments);
         return arguments.verify ? verifyAll(arguments) : playAll(arguments);
     } catch (const std::exception& fault) {
         std::fprintf(stderr, "linkage-replay: %s\n", fault.what());

@@ -69,6 +69,10 @@ TEST_F(Programs, ReplayTellsHowItEndedAndWhere) {
         {"--no-log --journal @none/x @good", 2, 0, "cannot be written"},
         {"--data-dir", 2, 0, "usage: linkage-replay "},
         {"--interactive @good", 2, 0, "usage: linkage-replay "},
+        {"--anonymise @good", 2, 0, "usage: linkage-replay "},
+        {"--anonymise @good --into @x @good", 2, 0, "usage: linkage-replay "},
+        {"--anonymise @good --into @x", 2, 0,
+         path("good") + ":1: is no recording: \"recorded\" is missing\n"},
         {"--other @good", 2, 0, "usage: linkage-replay "},
         {"", 2, 0, "usage: linkage-replay "},
     };

@@ -5,6 +5,7 @@
 #include "platform/services/rpcengine.h"
 #include "platform/utils/clock.h"
 #include "platform/utils/waits.h"
+#include "replay/anonymise.h"
 #include "replay/manageraccess.h"
 #include "replay/output.h"
 #include "replay/recordingplayer.h"
@@ -300,6 +301,22 @@ TEST_P(RecordingThreads, AStormIsPlayedAgainWithoutADifference) {
             << ", got " << verdict.difference->got;
         ASSERT_EQ(played, live);
     }
+}
+
+// The copy is played and compared with the recording by anonymise itself.
+TEST_P(RecordingThreads, AStormWithoutItsNamesIsPlayedAgainWithoutADifference) {
+    const QTemporaryDir directory;
+    const std::string path = directory.path().toStdString() + "/storm.jsonl.gz";
+    {
+        CStorm storm(11, GetParam(), QString::fromStdString(path));
+        storm.blow();
+        storm.calm();
+        CStorm::manager().stopRecording();
+    }
+    const auto copy = replay::anonymise(path, path + ".copy", 11);
+    EXPECT_EQ(copy.fault, "");
+    EXPECT_FALSE(copy.verdict.difference || copy.verdict.breaksOff);
+    EXPECT_GT(copy.verdict.steps, 300u);
 }
 
 INSTANTIATE_TEST_SUITE_P(Guard, RecordingThreads, testing::Bool());

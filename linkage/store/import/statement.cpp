@@ -345,6 +345,7 @@ private:
             account = m_table.titles.fundAccount;
         }
         const QString holder = values[COL_HOLDER].display().trimmed();
+        const QString order = values[COL_ORDER_NUMBER].display();
         const RowContext context{m_table.date,
                                  m_tradeDate,
                                  m_book.dates1904(),
@@ -353,16 +354,16 @@ private:
                                  account,
                                  m_ordinals};
         if (m_statement.kind == Kind::Orders) {
-            add(m_statement.orders, here.row, account, holder, readOrder(values, context));
+            add(m_statement.orders, here.row, account, holder, order, readOrder(values, context));
         } else {
-            add(m_statement.deals, here.row, account, holder, readDeal(values, context));
+            add(m_statement.deals, here.row, account, holder, order, readDeal(values, context));
         }
         m_table.above = {};
     }
 
     template <class Record>
     void add(std::vector<Parsed<Record>>& rows, int row, const QString& account,
-             const QString& holder, boost::shared_ptr<Record> record) {
+             const QString& holder, const QString& order, boost::shared_ptr<Record> record) {
         // A book may have a sheet to each account.
         const auto key = qMakePair(record->m_nRecordKey, account + '|' + holder);
         const auto known = m_sheetOfKey.find(key);
@@ -372,7 +373,7 @@ private:
             throw SkippedRow{QStringLiteral("stands on sheet \"%1\" already").arg(known.value())};
         }
         if (m_book.sheets().size() > 1) m_sheetOfKey.insert(key, m_sheet);
-        rows.push_back({m_sheet, row + 1, account, holder, std::move(record)});
+        rows.push_back({m_sheet, row + 1, account, holder, std::move(record), order});
     }
 
     /// Goes on with the table under these column names: the same one on the next page, one

@@ -24,6 +24,7 @@ struct Parsed {
     QString fundAccount;  ///< as the file names it; empty when it does not
     QString holder;
     boost::shared_ptr<Record> record;
+    QString orderNumber;  ///< as the file writes it; it tells deals without a number apart
 };
 
 struct Statement {
