@@ -129,6 +129,14 @@ public:
         --m_nUsed;
     }
 
+    /// Every index, in no order.
+    template <class Visit>
+    void forEach(Visit visit) const {
+        for (const Slot& slot : m_slots) {
+            if (slot.index != NONE) visit(slot.index);
+        }
+    }
+
     void clear() {
         m_slots.clear();
         m_nMask = 0;

@@ -116,6 +116,8 @@ const char* const FAULT_TEXTS[] = {
     QT_TRANSLATE_NOOP("FaultText", "\"%1\" is no place in the directory"),
     QT_TRANSLATE_NOOP("FaultText", "%1 cannot be written"),
     QT_TRANSLATE_NOOP("FaultText", "a step before \"config\""),
+    QT_TRANSLATE_NOOP("FaultText", "\"picture\" behind a step"),
+    QT_TRANSLATE_NOOP("FaultText", "%1 is no work that can wait"),
     QT_TRANSLATE_NOOP("FaultText", "no such step goes on"),
     QT_TRANSLATE_NOOP("FaultText", "a mark without a step"),
     QT_TRANSLATE_NOOP("FaultText", "\"%1\" without a step"),

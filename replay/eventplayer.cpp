@@ -24,7 +24,7 @@ std::string inQuotes(std::string_view text) { return "\"" + std::string(text) + 
 
 CEventPlayer::CEventPlayer(const paper::ClientConfig& config, const TC::LinkageOptions& options,
                            paper::CPaperClient& client, paper::CVirtualLoop& loop, COutput& output,
-                           QString balanceDir, std::string record,
+                           QString balanceDir, std::string record, std::size_t recordFrom,
                            std::function<void(TC::CLinkageManager&)> managerMade)
     : m_config(config),
       m_options(options),
@@ -33,6 +33,7 @@ CEventPlayer::CEventPlayer(const paper::ClientConfig& config, const TC::LinkageO
       m_output(output),
       m_balanceDir(std::move(balanceDir)),
       m_record(std::move(record)),
+      m_nRecordFrom(recordFrom),
       m_managerMade(std::move(managerMade)) {
     TC::disk::begin();
 }
@@ -44,6 +45,11 @@ CEventPlayer::~CEventPlayer() {
 }
 
 void CEventPlayer::play(const Event& event) {
+    const bool isIn = m_pSignals && ManagerSingleton::instance()->isInited();
+    if (isIn && !m_record.empty() && !m_bRecorded && m_nPlayed >= m_nRecordFrom) {
+        startRecording(*ManagerSingleton::instance());
+    }
+    ++m_nPlayed;
     std::visit([this](const auto& kind) { on(kind); }, event);
 }
 
@@ -217,17 +223,21 @@ TC::CLinkageManager& CEventPlayer::takeManager() {
     if (!m_pSignals) {
         m_pSignals = std::make_unique<CSignalObserver>(manager, m_output);
         manager.setOptions(m_options);
-        if (!m_record.empty()) {
-            const std::string file = numberedName(m_record, ++m_nRecorded);
-            const QString path = QFile::decodeName(file.c_str());
-            const std::string why = QFile::exists(path) ? "it exists" : "it cannot be made";
-            if (!manager.startRecording(path)) {
-                throw LineError(inQuotes(file) + " cannot be written: " + why);
-            }
-        }
+        m_bRecorded = false;
+        if (!m_record.empty() && m_nRecordFrom == 0) startRecording(manager);
         if (m_managerMade) m_managerMade(manager);
     }
     return manager;
+}
+
+void CEventPlayer::startRecording(TC::CLinkageManager& manager) {
+    m_bRecorded = true;
+    const std::string file = numberedName(m_record, ++m_nRecorded);
+    const QString path = QFile::decodeName(file.c_str());
+    const std::string why = QFile::exists(path) ? "it exists" : "it cannot be made";
+    if (!manager.startRecording(path)) {
+        throw LineError(inQuotes(file) + " cannot be written: " + why);
+    }
 }
 
 void CEventPlayer::on(const CreateEvent&) { takeManager(); }

@@ -24,11 +24,11 @@ class CEventPlayer {
 public:
     /// `balanceDir`: where the library keeps its files.
     /// `options`: what every manager is given when it is made.
-    /// `record`: the file into which each manager is recorded; empty: none.
-    /// `managerMade` sees each manager before it begins; empty: nobody.
+    /// `record`: the file into which each manager is recorded; empty: none. `recordFrom`: how many
+    /// events are played before. `managerMade` sees each manager before it begins; empty: nobody.
     CEventPlayer(const paper::ClientConfig& config, const TC::LinkageOptions& options,
                  paper::CPaperClient& client, paper::CVirtualLoop& loop, COutput& output,
-                 QString balanceDir, std::string record,
+                 QString balanceDir, std::string record, std::size_t recordFrom,
                  std::function<void(TC::CLinkageManager&)> managerMade);
     /// Takes the manager down, silently.
     ~CEventPlayer();
@@ -80,6 +80,7 @@ private:
     void needPaperExchange(std::string_view event) const;
     TC::CLinkageManager& needManager(std::string_view event) const;
     TC::CLinkageManager& takeManager();
+    void startRecording(TC::CLinkageManager& manager);
     QString pathOf(const std::string& name) const;
 
     const paper::ClientConfig m_config;
@@ -89,6 +90,9 @@ private:
     COutput& m_output;
     const QString m_balanceDir;
     const std::string m_record;
+    const std::size_t m_nRecordFrom;
+    std::size_t m_nPlayed = 0;  ///< events
+    bool m_bRecorded = false;   ///< the manager that is there
     const std::function<void(TC::CLinkageManager&)> m_managerMade;
     int m_nRecorded = 0;
     std::unique_ptr<CSignalObserver> m_pSignals;

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <exception>
@@ -21,8 +22,8 @@ constexpr int LINE_ERROR = 2;
 constexpr int FAILURE = 1;
 
 constexpr const char* USAGE =
-    "usage: linkage-replay [--data-dir DIR] [--journal FILE] [--record FILE] [--no-log] "
-    "SCENARIO...\n"
+    "usage: linkage-replay [--data-dir DIR] [--journal FILE] [--record FILE [--record-from N]]\n"
+    "                      [--no-log] SCENARIO...\n"
     "       linkage-replay --interactive [--data-dir DIR] [--journal FILE] [--no-log]\n"
     "       linkage-replay --verify RECORDING...\n"
     "       linkage-replay --anonymise RECORDING --into COPY\n"
@@ -60,6 +61,11 @@ bool readArguments(int argc, char** argv, Arguments& arguments) {
             arguments.verify = true;
         } else if (text == "--record" && hasNext) {
             arguments.options.record = argv[++i];
+        } else if (text == "--record-from" && hasNext) {
+            const std::string_view count = argv[++i];
+            const char* const end = count.data() + count.size();
+            const auto read = std::from_chars(count.data(), end, arguments.options.recordFrom);
+            if (read.ec != std::errc() || read.ptr != end) return false;
         } else if (text == "--anonymise" && hasNext) {
             arguments.anonymise = argv[++i];
         } else if (text == "--into" && hasNext) {

@@ -3,6 +3,7 @@
 #include "linkage/balance/guardedbalances.h"
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/inbox.h"
+#include "linkage/record/picturemanager.h"
 #include "linkage/tape/tapeinput.h"
 
 namespace TC {
@@ -72,6 +73,21 @@ struct ManagerAccess {
     }
     static void newTradingDate(CLinkageManager& manager, const std::string& date) {
         manager.slotNewTradingDate(date);
+    }
+    /// Makes a fresh manager what a picture says, as if init() had been called long ago.
+    template <class Reader>
+    static void restore(CLinkageManager& manager, Reader& picture) {
+        const CLock lock(manager.m_mutex);
+        manager.resume();
+        PictureMembers::of(picture, manager);
+    }
+    /// All that the manager has, as a text that is the same when a recording is played.
+    static std::string stateText(CLinkageManager& manager) { return manager.exactState(); }
+    /// Work that the manager had left for later; empty when it is unknown.
+    static boost::function<void()> leftWork(CLinkageManager& manager, std::uint64_t number,
+                                            const LeftWork& what) {
+        auto work = manager.workOf(what);
+        return work.empty() ? work : manager.leftWork(number, what, std::move(work));
     }
     static void setTape(CLinkageManager& manager, ITape* tape) { manager.setTape(tape); }
     static bool hasLock(CLinkageManager& manager) { return manager.m_mutex.isMine(); }

@@ -50,6 +50,7 @@ public:
 
     bool isThere() const { return m_pPaper != nullptr; }
     CRecordedClock& clock() { return m_clock; }
+    boost::asio::io_service& service() { return m_service; }
     const TC::LinkageOptions& managerOptions() const { return m_managerOptions; }
     /// What is told to those who look on; null: nobody looks on.
     CToldClient* told() { return m_told ? &*m_told : nullptr; }

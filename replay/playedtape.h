@@ -68,6 +68,8 @@ public:
     void wantsHold(TC::CStep& step) override;
     void holds(TC::CStep& step) override;
     void callsBack(TC::CStep& /*step*/, TC::TapeInput /*input*/) override {}
+    void changesWork(TC::CStep& /*step*/) override {}
+    void leaves(TC::CStep& /*step*/) override {}
     bool keeps(const TC::Ticket& ticket, const boost::function<void()>& work) override;
     void raises(TC::CStep& step, unsigned call, const Signal& signal) override;
     void figures(TC::CStep& step, std::uint64_t value) override;

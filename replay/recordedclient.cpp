@@ -152,9 +152,10 @@ void CRecordedClient::remember(const Name& name, const RecordPtr& record) {
     m_records[++m_nRecords] = record;
     std::deque<std::uint64_t>& newest = m_newest[name];
     newest.push_back(m_nRecords);
-    if (newest.size() <= KEPT_REPORTS) return;
-    m_records.erase(newest.front());
-    newest.pop_front();
+    while (newest.size() > KEPT_REPORTS && !m_bKeepAll) {
+        m_records.erase(newest.front());
+        newest.pop_front();
+    }
 }
 
 CRecordedClient::RecordPtr CRecordedClient::record(std::uint64_t number) const {

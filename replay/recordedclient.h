@@ -21,6 +21,9 @@ class CRecordedClient {
 public:
     using RecordPtr = boost::shared_ptr<vexservice::IData>;
 
+    /// Every record stays known while it is set: those of a picture.
+    void keepAll(bool all) { m_bKeepAll = all; }
+
     /// A line of a record. Lists name it by its number, which is its rank among the records.
     RecordPtr addRecord(const Event& event, const CFields& fields);
     /// Null when no record has the number. Of a record key the two newest ones are known.
@@ -46,6 +49,7 @@ private:
     void remember(const Name& name, const RecordPtr& record);
     TC::TapeAnswer read(std::string_view name, const CValue& value);
 
+    bool m_bKeepAll = false;
     std::uint64_t m_nRecords = 0;
     std::map<std::uint64_t, RecordPtr> m_records;
     std::map<Name, std::deque<std::uint64_t>> m_newest;

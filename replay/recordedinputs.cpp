@@ -92,7 +92,7 @@ RecordedInput readHistory(const CFields& fields, const CRecordedClient& client, 
 
 RecordedInput readWork(const CFields& fields, RecordedWorks& works) {
     const std::tuple key(fields.whole<std::uint64_t>("step"), std::string(fields.text("name")),
-                         fields.whole<unsigned>("index"));
+                         fields.whole<std::uint64_t>("index"));
     auto node = works.extract(key);
     if (!node) throw LineError("no step has left this work");
     return {[work = std::move(node.mapped())] { TC::attempt("work", work); }};

@@ -15,7 +15,7 @@ namespace replay {
 
 /// Work that steps have left for later, by step, name and index.
 using RecordedWorks =
-    std::map<std::tuple<std::uint64_t, std::string, unsigned>, boost::function<void()>>;
+    std::map<std::tuple<std::uint64_t, std::string, std::uint64_t>, boost::function<void()>>;
 
 /// What a line of a recording makes the manager do.
 struct RecordedInput {

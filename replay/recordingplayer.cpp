@@ -2,6 +2,8 @@
 
 #include "linkage/tape/moment.h"
 #include "replay/linereader.h"
+#include "replay/manageraccess.h"
+#include "replay/picturereader.h"
 #include "replay/playedclient.h"
 #include "replay/playedtape.h"
 #include "replay/recordedclient.h"
@@ -113,6 +115,7 @@ private:
     void addCallBack(const CFields& fields);
     RecordedInput inputWork(const CFields& fields, const std::string& kind);
 
+    void restore(const CFields& fields);
     void take(const CFields& fields, const std::string& kind);
     void start(std::function<void()> work);
     void goOn();
@@ -218,7 +221,7 @@ bool CRecordingPlayer::CPlay::isPlace(const CFields& fields, const std::string& 
         return true;
     }
     for (const char* const other :
-         {"config", "writeFile", "end", "answer", "referenceData", "leave"}) {
+         {"config", "writeFile", "picture", "end", "answer", "referenceData", "leave"}) {
         if (kind == other) return false;
     }
     if (fields.find("within") || (isRecord(kind) && !fields.flag("push", true))) return false;
@@ -227,7 +230,11 @@ bool CRecordingPlayer::CPlay::isPlace(const CFields& fields, const std::string& 
 }
 
 void CRecordingPlayer::CPlay::play(const CFields& fields, const std::string& kind) {
-    if (kind == "config") return m_played.begin(fields);
+    if (kind == "config") {
+        m_client.keepAll(fields.flag("middle", false));
+        return m_played.begin(fields);
+    }
+    if (kind == "picture") return restore(fields);
     if (kind == "writeFile") return m_played.writeFile(fields);
     if (kind == "answer") return addAnswer(fields);
     if (kind == "leave") return leave(fields.whole<unsigned>("holds", 1));
@@ -260,6 +267,28 @@ TC::CLinkageManager& CRecordingPlayer::CPlay::needManager() {
     m_tape.playOn(*m_pManager);
     if (m_options.watcher) m_options.watcher->managerIsThere(*m_pManager);
     return *m_pManager;
+}
+
+// What the manager was where the recording begins in the middle of its day.
+void CRecordingPlayer::CPlay::restore(const CFields& fields) {
+    if (m_pManager) throw LineError("\"picture\" behind a step");
+    clock().set(readMicros(std::string(fields.text("at"))));
+    CPictureReader::Shared shared{m_client, m_played.service(), {}, {}};
+    CPictureReader state(fields.need("state").fields(), shared);
+    TC::ManagerAccess::restore(needManager(), state);
+    m_client.keepAll(false);
+    fields.need("left").list().each([&](const CValue& each) {
+        const CFields work = each.fields();
+        const std::string name(work.text("name"));
+        std::vector<std::string> arguments;
+        work.need("with").list().each(
+            [&](const CValue& argument) { arguments.emplace_back(argument.text()); });
+        const auto number = work.whole<std::uint64_t>("number");
+        auto left =
+            TC::ManagerAccess::leftWork(*m_pManager, number, {name.c_str(), std::move(arguments)});
+        if (left.empty()) each.fail("\"" + name + "\" is no work that can wait");
+        m_tape.works()[{0, name, number}] = std::move(left);
+    });
 }
 
 PlayedStep& CRecordingPlayer::CPlay::goingOn(std::uint64_t number) {

@@ -21,7 +21,7 @@ public:
           m_watcher(watcher),
           m_bAnswers(options.answers),
           m_session({QString::fromStdString(options.dataDir), options.log, watcher.requests(),
-                     options.record},
+                     options.record, options.recordFrom},
                     output) {
         if (!options.journal.empty()) m_journal.emplace(options.journal);
     }

@@ -9,9 +9,10 @@
 namespace replay {
 
 struct ReplayOptions {
-    std::string dataDir;  ///< empty: a temporary one per scenario
-    std::string journal;  ///< empty: none
-    std::string record;   ///< of each manager; empty: none
+    std::string dataDir;         ///< empty: a temporary one per scenario
+    std::string journal;         ///< empty: none
+    std::string record;          ///< of each manager; empty: none
+    std::size_t recordFrom = 0;  ///< events that are played before; see SessionOptions
     bool log = true;
     bool answers = false;  ///< each line is answered before the next is read
 };

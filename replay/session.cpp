@@ -84,9 +84,9 @@ void CSession::start(const ConfigEvent& event) {
     m_pRequests = std::make_unique<CRequests>(m_output, event.options.guard, m_options.requests);
     m_pClient =
         std::make_unique<paper::CPaperClient>(m_pLoop->service(), config, m_pRequests.get());
-    m_pPlayer =
-        std::make_unique<CEventPlayer>(config, event.options, *m_pClient, *m_pLoop, m_output,
-                                       m_balanceDir, m_options.record, m_options.managerMade);
+    m_pPlayer = std::make_unique<CEventPlayer>(config, event.options, *m_pClient, *m_pLoop,
+                                               m_output, m_balanceDir, m_options.record,
+                                               m_options.recordFrom, m_options.managerMade);
 }
 
 bool CSession::settle() {

@@ -21,6 +21,8 @@ struct SessionOptions {
     /// Sees the requests that reach the client, after they were written out.
     paper::IClientObserver* requests = nullptr;
     std::string record;  ///< file of a recording of each manager; empty: none
+    /// The recording begins in the middle: when so many events were played, and there is a manager.
+    std::size_t recordFrom = 0;
     /// Sees each manager before it begins.
     std::function<void(TC::CLinkageManager&)> managerMade{};
 };

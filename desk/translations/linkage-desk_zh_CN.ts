@@ -534,6 +534,14 @@
         <translation>无法写入 %1</translation>
     </message>
     <message>
+        <source>&quot;picture&quot; behind a step</source>
+        <translation>“picture”出现在步骤之后</translation>
+    </message>
+    <message>
+        <source>%1 is no work that can wait</source>
+        <translation>%1不是可以等待的工作</translation>
+    </message>
+    <message>
         <source>a step before &quot;config&quot;</source>
         <translation>“config”之前出现了步骤</translation>
     </message>

@@ -60,9 +60,7 @@ bool CLinkageManager::runAutoBalance(const std::string& accountkey, const std::s
     // One timer starts the balances of all pairs, and its handler does not look at the
     // wait's error code: a pair that is still waiting starts at once when another asks.
     const std::lock_guard arming(m_pEngine->m_balanceTimerMutex);
-    armTimer(*timer, *strand, START_MICROS, guarded(later("start", [this, accountkey, strategy] {
-        runAutoBalanceTimer(accountkey, strategy);
-    })));
+    armTimer(*timer, *strand, START_MICROS, guarded(later({"start", {accountkey, strategy}})));
     return true;
 }
 

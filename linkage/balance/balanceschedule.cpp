@@ -72,8 +72,7 @@ void CLinkageManager::armBalanceWatchdog() {
     m_pBalance->m_bAutoBalanceRunning = timer != nullptr;
     if (!timer) return;
     // The watchdog also runs when its wait is cancelled.
-    armTimer(*timer, *m_pEngine->m_strand, WATCHDOG_MICROS,
-             guarded(later("watchdog", [this] { onAutoBalanceTimer(); })));
+    armTimer(*timer, *m_pEngine->m_strand, WATCHDOG_MICROS, guarded(later({"watchdog", {}})));
 }
 
 void CLinkageManager::onAutoBalanceTimer() {

@@ -278,13 +278,15 @@ void CGuardedBalances::note(Balance& balance, const std::string& step) {
 // The lines are written without the manager's lock.
 void CGuardedBalances::writeLater() {
     if (decideOnTape("bookPosted", [&] { return m_bWritePosted.exchange(true); })) return;
-    m_manager.post("writeBook", [this] {
-        m_bWritePosted = false;
-        if (decideOnTape("bookLines", [&] { return m_book.flush(); })) return;
-        const CLock lock(m_manager.m_mutex);
-        m_nBookRetryAt = now() + BOOK_RETRY;
-        arm();
-    });
+    m_manager.post(LeftWork("writeBook", {}));
+}
+
+void CGuardedBalances::writeBook() {
+    m_bWritePosted = false;
+    if (decideOnTape("bookLines", [&] { return m_book.flush(); })) return;
+    const CLock lock(m_manager.m_mutex);
+    m_nBookRetryAt = now() + BOOK_RETRY;
+    arm();
 }
 
 void CGuardedBalances::publishStarts() {
@@ -350,15 +352,17 @@ void CGuardedBalances::arm() {
     if (due == NEVER || due == m_nArmedFor) return;
     m_nArmedFor = due;
     armTimer(m_timer, *m_manager.m_pEngine->m_strand, due - now(),
-             m_manager.guarded(m_manager.later("guard", [this] {
-                 const CLock lock(m_manager.m_mutex);
-                 if (now() >= m_nArmedFor) m_nArmedFor = 0;
-                 if (m_nBookRetryAt != 0 && now() >= m_nBookRetryAt) {
-                     m_nBookRetryAt = 0;
-                     writeLater();
-                 }
-                 settle();
-             })));
+             m_manager.guarded(m_manager.later({"guard", {}})));
+}
+
+void CGuardedBalances::onTimer() {
+    const CLock lock(m_manager.m_mutex);
+    if (now() >= m_nArmedFor) m_nArmedFor = 0;
+    if (m_nBookRetryAt != 0 && now() >= m_nBookRetryAt) {
+        m_nBookRetryAt = 0;
+        writeLater();
+    }
+    settle();
 }
 
 }  // namespace TC

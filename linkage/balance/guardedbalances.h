@@ -32,6 +32,8 @@ inline constexpr char GUARDED_BALANCES[] = "TC::CGuardedBalances";
 ///
 /// Guarded by the manager's lock; the manager owns it and outlives it.
 class CGuardedBalances {
+    friend struct PictureMembers;
+
 public:
     using OrderPtr = boost::shared_ptr<vexservice::COrderDetail>;
 
@@ -52,6 +54,11 @@ public:
     void settle();
 
     bool hasNews() const { return m_bNews; }
+
+    /// Work that the manager runs for it on the strand: at its timer, and to write what the book
+    /// has noted. They take the manager's lock.
+    void onTimer();
+    void writeBook();
 
     /// The command center's answer to the `command`-th command of a balance. Takes the manager's
     /// lock. linkage/balance/guardprogress.cpp

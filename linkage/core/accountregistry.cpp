@@ -31,7 +31,7 @@ boost::shared_ptr<vexservice::CAccountData> findData(const char* operation, std:
 
 void CLinkageManager::requestAccounts() {
     const CStep step(tape(), [] { return callOf("requestAccounts"); });
-    post("loadAccounts", [this] { doRequestAccounts(ELoadCause::Request); });
+    post(loadAccounts(ELoadCause::Request));
 }
 
 void CLinkageManager::requestAccount(const std::string& accountKey) {
@@ -55,8 +55,7 @@ void CLinkageManager::slotRefreshAccount(const vexservice::CAccountInfo& account
 
 void CLinkageManager::slotProxyLoginStatus(EProxyConnectionStatus status, QString) {
     const CStep step(tape(), [&] { return callOf("login", isProxyLoginSuccess(status)); });
-    if (isProxyLoginSuccess(status))
-        post("loadAccounts", [this] { doRequestAccounts(ELoadCause::Login); });
+    if (isProxyLoginSuccess(status)) post(loadAccounts(ELoadCause::Login));
 }
 
 void CLinkageManager::slotNewTradingDate(std::string date) {
@@ -73,10 +72,10 @@ void CLinkageManager::slotNewTradingDate(std::string date) {
         newBalanceDay();
         newStoreDay();
     }
-    post("loadTasks", [this] { doRequestTask(); });
-    post("loadAccounts", [this] { doRequestAccounts(ELoadCause::Rollover); });
-    if (m_options.guard) post("endLoading", [this] { doEndLoading(); });
-    post("newDay", [this, date] { doNewTradingDay(date); });
+    post(LeftWork("loadTasks", {}));
+    post(loadAccounts(ELoadCause::Rollover));
+    if (m_options.guard) post(LeftWork("endLoading", {}));
+    post(LeftWork("newDay", {date}));
 }
 
 void CLinkageManager::doNewTradingDay(const std::string& date) {
@@ -88,7 +87,7 @@ void CLinkageManager::doRequestAccounts(ELoadCause cause) {
     constexpr auto operation = "CLinkageManager::doRequestAccounts";
     std::vector<boost::shared_ptr<vexservice::CAccountData>> accounts;
     if (!attempt(operation, [&] { dataCenter().getAllAccountData(accounts); })) {
-        return retryLater("all accounts", [this, cause] { doRequestAccounts(cause); });
+        return retryLater("all accounts", loadAccounts(cause));
     }
     for (const auto& account : accounts) {
         if (account && account->getAccountInfo()) doRequestAccount(account, cause);

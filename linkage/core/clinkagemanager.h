@@ -65,6 +65,7 @@ struct Parsed;
 class CBookWriter;
 class CDoor;
 class CRecording;
+class CTapeSwitch;
 class ITape;
 class CFileSaver;
 class CGuardedBalances;
@@ -86,8 +87,10 @@ struct HistoryQuery;
 struct CMinuteBar;
 struct HistoryState;
 struct ImportState;
+struct LeftWork;
 struct ManagerState;
 struct PositionReports;
+struct RecordingPicture;
 template <class T>
 class CPublished;
 
@@ -577,9 +580,11 @@ public:
     // linkage/record/startrecording.cpp
 
     /// Begins to record everything that decides what the manager does, so that the day can be
-    /// played and proved later (linkage-replay --verify). Call it before init(), once in a
-    /// manager's life. False, and a log line, when it is too late or the file cannot be made.
-    /// A recording never disturbs trading: when it cannot go on, it ends with a log line. See
+    /// played and proved later (linkage-replay --verify). After init() the recording begins with a
+    /// picture of all that the manager has, as soon as no operation is in its middle and no account
+    /// waits to be loaded (RecordingState::waits); the lock is held while the picture is taken.
+    /// False, and a log line, while another recording goes on, or when the file cannot be made. A
+    /// recording never disturbs trading: when it cannot go on, it ends with a log line. See
     /// linkage/record/recordingoptions.h.
     virtual bool startRecording(const QString& file, const RecordingOptions& options = {});
     /// Ends the recording and waits until it is on disk. Does nothing when none runs. Releasing the
@@ -635,6 +640,7 @@ protected:
     friend class utils::CSingletonT<CLinkageManager>;
     /// The replay command calls the protected operations that its format names.
     friend struct ManagerAccess;
+    friend struct PictureMembers;
     friend class CGuardedBalances;
 
     // life: linkage/core/lifecycle.cpp, guarded.h
@@ -643,14 +649,23 @@ protected:
     LINKAGE_LOCAL void askTradeDate() LINKAGE_REQUIRES(m_mutex);
     LINKAGE_LOCAL void connectClient() LINKAGE_REQUIRES(m_mutex);
     LINKAGE_LOCAL void startEngine() LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL void makeTimers() LINKAGE_REQUIRES(m_mutex);
+    /// Begins in the middle of a day, whose picture is read next.
+    LINKAGE_LOCAL void resume() LINKAGE_REQUIRES(m_mutex);
     /// The one way onto the strand: runs `work` there if the manager still lives.
     LINKAGE_LOCAL void post(boost::function<void()> work);
-    /// The same with a step of its own on the tape. `name` names the work there.
-    LINKAGE_LOCAL void post(const char* name, boost::function<void()> work);
+    using Work = boost::function<void()>;
+    /// The same with a step of its own on the tape. `what` names the work there.
+    LINKAGE_LOCAL void post(const LeftWork& what, Work work);
+    LINKAGE_LOCAL void post(const LeftWork& what) { post(what, workOf(what)); }
     /// Makes work that runs later, on the strand or at a timer, a step of its own. Empty when the
     /// tape keeps it.
-    using Work = boost::function<void()>;
-    LINKAGE_LOCAL Work later(const char* name, Work work);
+    LINKAGE_LOCAL Work later(const LeftWork& what, Work work);
+    LINKAGE_LOCAL Work later(const LeftWork& what) { return later(what, workOf(what)); }
+    /// The work of a name that says all of it; empty for another one.
+    LINKAGE_LOCAL Work workOf(const LeftWork& what);
+    /// The same work as a step, under the number that it waits under.
+    LINKAGE_LOCAL Work leftWork(std::uint64_t number, const LeftWork& what, Work work);
     /// Wraps a callback of a client's service or a timer: it runs only while the
     /// manager lives, and release() waits for it.
     template <class F>
@@ -669,17 +684,22 @@ protected:
     // recording: linkage/record/startrecording.cpp
     /// Sets what follows the manager's steps from now on. Before init().
     LINKAGE_LOCAL void setTape(ITape* tape);
+    LINKAGE_LOCAL void beginRecording() LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL void tryRecording(CRecording& recording) const;
+    LINKAGE_LOCAL RecordingPicture takePicture();
+    LINKAGE_LOCAL std::string exactState();
     LINKAGE_LOCAL void flushRecordingLater();
-    /// What follows the manager's steps; null: nothing does.
-    LINKAGE_LOCAL ITape* tape() const { return m_pTape.load(std::memory_order_acquire); }
+    /// What follows the manager's steps.
+    LINKAGE_LOCAL CTapeSwitch& tape() const { return *m_pTape; }
 
     // retries after a service failed: linkage/core/retries.cpp
     /// Runs `work` on the strand after a delay, and again as long as it throws. A later call
     /// with the same name replaces the work.
-    LINKAGE_LOCAL void retryLater(const std::string& name, boost::function<void()> work);
+    LINKAGE_LOCAL void retryLater(const std::string& name, const LeftWork& what);
     LINKAGE_LOCAL void retryNow();
     /// Loads an account again after a delay, because some of its records were missed.
     LINKAGE_LOCAL void loadLater(const std::string& accountKey);
+    LINKAGE_LOCAL void loadAgain(const std::string& accountKey);
 
     // account registry: linkage/core/accountregistry.cpp, accountload.cpp
     class LINKAGE_LOCAL CLoad;
@@ -768,6 +788,7 @@ protected:
     /// the next one; gives its number, 0 when nobody wants curves.
     LINKAGE_LOCAL std::uint64_t beginCurves();
     /// On the strand: a slice to each turn.
+    LINKAGE_LOCAL void onCurvesTimer(std::uint64_t run);
     LINKAGE_LOCAL void renewCurvesInTurns(std::uint64_t run);
     /// One slice in one hold of the lock; true when the run is over. Who ends it asks for bars.
     LINKAGE_LOCAL bool renewCurves(std::uint64_t run);
@@ -960,8 +981,9 @@ protected:
     LINKAGE_LOCAL void refileImported(const std::string& accountKey);
 
     mutable CRecursiveMutex m_mutex;
-    std::atomic<ITape*> m_pTape{nullptr};  ///< of m_pRecording, or of a player
-    RoomPtr<CRecording> m_pRecording;
+    const std::unique_ptr<CTapeSwitch> m_pTape;
+    std::shared_ptr<CRecording> m_pRecording;
+    std::shared_ptr<CRecording> m_pEarlier;  ///< steps may still be on it
     bool m_bInited LINKAGE_GUARDED_BY(m_mutex) = false;
     bool m_bClientType3 = false;  ///< constant from construction on
     /// Written only before init(), under the lock; handlers read it without the lock.

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "linkage/core/inbox.h"
+#include "linkage/core/reconciliation.h"
+#include "linkage/tape/leftworks.h"
 #include "platform/utils/deadlinetimer.h"
 
 #include <boost/asio/strand.hpp>
@@ -42,9 +44,12 @@ struct EngineState {
     /// Work that failed because of a service and will be tried again, by name. The mutex guards
     /// the three members below it.
     std::mutex m_retryMutex;
-    std::map<std::string, boost::function<void()>> m_retries;
+    std::map<std::string, LeftWork> m_retries;
     std::int64_t m_nRetryWait = FIRST_RETRY;
     Timer m_retryTimer;
+
+    /// Closures in the client's engine may outlive the manager.
+    const std::shared_ptr<CLeftWorks> m_pLeft = std::make_shared<CLeftWorks>();
 
     static constexpr std::int64_t FIRST_RETRY = 5'000'000;  ///< microseconds
     static constexpr std::int64_t LONGEST_RETRY = 300'000'000;
@@ -68,6 +73,9 @@ struct EngineState {
     boost::shared_ptr<TaskConnection> m_taskConnection;
     boost::signals2::connection m_userDataConnection;
 };
+
+/// The load of all accounts, as work that runs later.
+LeftWork loadAccounts(ELoadCause cause);
 
 /// Sets a timer whose handler runs on the strand. The handler does not learn whether the wait
 /// was cancelled: an armed timer always fires, at its time or when it is set again.

@@ -84,7 +84,7 @@ ComingReports reportsFrom(const std::vector<InboxItem>& batch, std::size_t from)
 }  // namespace
 
 CLinkageManager::CLinkageManager()
-    : m_pRecording(nullptr, [](CRecording*) {}),
+    : m_pTape(std::make_unique<CTapeSwitch>()),
       m_bClientType3(isClientType3()),
       m_pDoor(boost::make_shared<CDoor>()),
       m_pTradeDate(std::make_unique<CPublished<std::string>>()),
@@ -188,19 +188,33 @@ void CLinkageManager::connectClient() {
         config.m_sigUserDataChanged.connect(guarded([this] { requestAccounts(); }));
 }
 
-void CLinkageManager::startEngine() {
-    EngineState& engine = *m_pEngine;
+// What a picture does not have: it is the same for all of them.
+void CLinkageManager::resume() {
+    Strand strand;
+    checkStart(thread(), strand);
+    m_bInited = true;
+    m_pEngine->setStrand(std::move(strand));
     if (m_options.guard) startGuard();
-    post("loadTasks", [this] { doRequestTask(); });
-    post("loadAccounts", [this] { doRequestAccounts(ELoadCause::Request); });
-    if (m_pGuarded) post("endLoading", [this] { doEndLoading(); });
+    makeTimers();
+}
 
+void CLinkageManager::makeTimers() {
+    EngineState& engine = *m_pEngine;
     for (EngineState::Timer* timer :
          {&engine.m_extTimer, &engine.m_statTimer, &engine.m_autoBalanceTimer,
           &engine.m_historyStatTimer, &engine.m_balanceTimer, &engine.m_retryTimer,
           &engine.m_saveTimer, &engine.m_importTimer, &engine.m_recordTimer}) {
         *timer = boost::make_shared<utils::DeadlineTimer>(engine.m_strand->context());
     }
+}
+
+void CLinkageManager::startEngine() {
+    if (m_options.guard) startGuard();
+    post(LeftWork("loadTasks", {}));
+    post(loadAccounts(ELoadCause::Request));
+    if (m_pGuarded) post(LeftWork("endLoading", {}));
+
+    makeTimers();
     runStatCalculator();
     runHistoryStatCalculator();
     if (m_pRecording) flushRecordingLater();
@@ -211,20 +225,9 @@ void CLinkageManager::post(boost::function<void()> work) {
         drainLater();
 }
 
-void CLinkageManager::post(const char* name, boost::function<void()> work) {
-    boost::function<void()> step = later(name, std::move(work));
+void CLinkageManager::post(const LeftWork& what, Work work) {
+    Work step = later(what, std::move(work));
     if (step) post(std::move(step));
-}
-
-CLinkageManager::Work CLinkageManager::later(const char* name, Work work) {
-    CStep* const step = CStep::current();
-    const Ticket ticket = step ? step->nextTicket(name) : Ticket{.name = name};
-    boost::function<void()> taken = [this, ticket, work = std::move(work)] {
-        const CStep own(tape(), [&] { return WorkInput{ticket}; });
-        work();
-    };
-    if (step && step->tape().keeps(ticket, taken)) taken.clear();
-    return taken;
 }
 
 void CLinkageManager::drainLater() {
@@ -262,6 +265,7 @@ void CLinkageManager::drainInbox() {
 std::size_t CLinkageManager::takeReports(std::size_t from) {
     const std::vector<InboxItem>& batch = m_pEngine->m_batch;
     const std::size_t end = std::min(batch.size(), from + REPORTS_PER_HOLD);
+    const CTapeSwitch::CVisit visit(tape());
     const CLock lock(m_mutex);
     std::size_t at = from;
     for (; at < end && !m_pDoor->isClosed(); ++at) {

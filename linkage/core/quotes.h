@@ -18,6 +18,8 @@ namespace TC {
 ///
 /// Guarded by the manager's lock.
 class CQuotes {
+    friend struct PictureMembers;
+
 public:
     using Markers = std::map<std::string, std::set<std::string>>;
     using Prices = std::map<std::string, double>;

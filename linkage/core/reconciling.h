@@ -40,6 +40,8 @@ std::map<std::string, std::pair<std::int64_t, std::int64_t>> comparePositions(
 
 /// What the manager remembers of reconciling. Guarded by the manager's lock.
 class CReconciliations {
+    friend struct PictureMembers;
+
 public:
     static constexpr std::size_t KEPT = 1'000;
 

@@ -25,7 +25,7 @@ bool isRunningTask(vexservice::ETaskStatus status) {
 
 void CLinkageManager::doRequestTask() {
     const bool whole = attempt(TASK_INTAKE, [this] { loadTasks(); });
-    if (!whole) retryLater("tasks", [this] { doRequestTask(); });
+    if (!whole) retryLater("tasks", LeftWork("loadTasks", {}));
 }
 
 // Everything is read before anything is dropped, and read once more after the subscription,

@@ -19,6 +19,9 @@ inline constexpr std::uint32_t NONE = utils::CKeyIndex::NONE;
 /// nothing. make() uses the indexes of dropped objects again.
 template <class T, unsigned BLOCK_BITS = 9>
 class CArena {
+    template <class P>
+    friend class CLedgerPicture;
+
 public:
     CArena() = default;
     CArena(const CArena&) = delete;  // blocks would outlive the slabs that they lie in

@@ -34,6 +34,9 @@ namespace TC {
 /// the texts and lists of figures that they read change under a second lock, held for
 /// moments.
 class CLedger {
+    template <class P>
+    friend class CLedgerPicture;
+
 public:
     explicit CLedger(bool clientType3) : m_bClientType3(clientType3) { strategyId(WHOLE_ACCOUNT); }
 

@@ -18,6 +18,8 @@ namespace TC {
 /// the ledger.
 template <class Record>
 class CRunningRecords {
+    friend struct PictureMembers;
+
 public:
     using RecordPtr = boost::shared_ptr<Record>;
 

@@ -4,6 +4,7 @@
 #include "linkage/core/raise.h"
 #include "platform/log.h"
 
+#include <cstdio>
 #include <exception>
 #include <utility>
 
@@ -48,18 +49,43 @@ void addFigures(TapeUnit& unit, std::uint64_t value) {
 }
 
 CRecording::CRecording(const CLinkageManager& manager, const std::string& file,
-                       const RecordingOptions& options, const std::string& picture,
+                       const RecordingOptions& options, const std::string& head, bool waits,
                        std::function<bool()> locked)
-    : m_options(options), m_signalNames(signalNames(manager)), m_file(file) {
+    : m_options(options), m_signalNames(signalNames(manager)), m_bWaits(waits), m_file(file) {
     hasLock = std::move(locked);
     m_services = m_client.services();
     m_state.running = true;
+    m_state.waits = waits;
     m_state.file = file;
-    if (!m_file.write(picture) || !m_file.flush()) throw std::runtime_error(m_file.fault());
+    if (!m_file.write(head) || !m_file.flush()) throw std::runtime_error(m_file.fault());
     m_thread = std::thread([this] { write(); });
 }
 
 CRecording::~CRecording() { stop(); }
+
+bool CRecording::begin(const std::function<void()>& begun) {
+    const std::lock_guard lock(m_mutex);
+    if (m_nBegun > 0 || !m_bWaits.load()) return false;
+    begun();
+    m_nNext = m_nPlaces.load() + 1;
+    m_bPictureDue.store(true);
+    m_bWaits.store(false);
+    return true;
+}
+
+void CRecording::takePicture() {
+    if (!m_bPictureDue.exchange(false)) return;
+    try {
+        RecordingPicture picture = m_beginning.picture();
+        const std::lock_guard lock(m_mutex);
+        m_picture = std::move(picture);
+        m_state.waits = false;
+        m_bFlush = true;
+    } catch (...) {
+        end("there is no memory");
+    }
+    m_handedOver.notify_one();
+}
 
 void CRecording::stop() {
     const std::lock_guard stopping(m_stopMutex);
@@ -103,7 +129,14 @@ Moment CRecording::begins(CStep& step) {
 }
 
 void CRecording::place(CStep& step) {
-    step.unit().place = m_nPlaces.fetch_add(1, std::memory_order_relaxed) + 1;
+    TapeUnit& unit = step.unit();
+    std::unique_lock<std::mutex> waiting;
+    if (m_bWaits.load(std::memory_order_relaxed)) waiting = std::unique_lock(m_mutex);
+    if (waiting && m_bWaits.load() && !unit.counted) {
+        unit.counted = true;
+        ++m_nBegun;
+    }
+    unit.place = m_nPlaces.fetch_add(1, std::memory_order_relaxed) + 1;
 }
 
 void CRecording::holds(CStep& step) {
@@ -112,30 +145,44 @@ void CRecording::holds(CStep& step) {
         TapeUnit next;
         next.step = unit.step;
         next.first = false;
+        next.counted = unit.counted;
         next.moment = unit.moment;
         handOver(std::exchange(unit, std::move(next)));
     }
     place(step);
     unit.held = true;
+    // Some steps have a lock of their own instead.
+    if (m_bPictureDue.load(std::memory_order_relaxed) && hasLock()) takePicture();
 }
 
 void CRecording::ends(CStep& step) {
     TapeUnit& unit = step.unit();
     if (unit.place == 0) place(step);
     unit.last = true;
+    const bool counted = unit.counted;
     handOver(std::move(unit));
+    if (!counted) return;
+    bool rests = false;
+    {
+        const std::lock_guard lock(m_mutex);
+        rests = --m_nBegun == 0 && m_bWaits.load();
+    }
+    if (rests) note([&] { m_beginning.atRest(); });
 }
 
 void CRecording::callsBack(CStep& step, TapeInput input) {
     note([&] { step.unit().callBacks.push_back({step.calls(), std::move(input)}); });
 }
 
+// While the recording waits, so that it does not begin between the two.
+void CRecording::changesWork(CStep& step) {
+    if (m_bWaits.load() && step.unit().place == 0) place(step);
+}
+
 // Who takes this work must find the step before its own.
-bool CRecording::keeps(const Ticket& /*ticket*/, const boost::function<void()>& /*work*/) {
-    CStep& step = *CStep::current();
+void CRecording::leaves(CStep& step) {
     if (step.unit().place == 0) place(step);
     step.unit().leavesWork = true;
-    return false;
 }
 
 void CRecording::raises(CStep& step, unsigned /*call*/, const Signal& signal) {
@@ -169,7 +216,7 @@ void CRecording::acts(CStep& step, const TapeMark& act) {
 // -------------------------------------------------------------------------- writing
 
 void CRecording::handOver(TapeUnit&& unit) {
-    if (!m_bRunning.load(std::memory_order_relaxed)) return;
+    if (!m_bRunning.load(std::memory_order_relaxed) || unit.counted) return;
     bool full = false;
     bool many = false;
     note([&] {
@@ -202,15 +249,21 @@ void CRecording::write() {
     bool stop = false;
     while (!stop) {
         bool flush = false;
+        std::optional<RecordingPicture> picture;
         {
             std::unique_lock lock(m_mutex);
-            m_handedOver.wait(
-                lock, [&] { return m_bStop || m_bFlush || m_units.size() >= WRITTEN_TOGETHER; });
+            // Steps may be over before the picture that they come behind is made.
+            m_handedOver.wait(lock, [&] {
+                return m_bStop ||
+                       (!m_state.waits && (m_bFlush || m_units.size() >= WRITTEN_TOGETHER));
+            });
+            picture.swap(m_picture);
             units.swap(m_units);
             flush = std::exchange(m_bFlush, false);
             stop = m_bStop;
         }
         try {
+            if (picture) m_text.begin(*picture);
             writeUnits(units);
             if (flush && !m_file.flush()) end(m_file.fault().c_str());
         } catch (const std::exception& fault) {
@@ -223,6 +276,8 @@ void CRecording::write() {
     const std::lock_guard lock(m_mutex);
     m_state.running = false;
     m_state.bytes = m_file.bytes();
+    // Nothing is in it.
+    if (std::exchange(m_state.waits, false)) std::remove(m_state.file.c_str());
 }
 
 void CRecording::writeUnits(std::vector<TapeUnit>& units) {

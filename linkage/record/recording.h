@@ -48,16 +48,33 @@ void addFigures(TapeUnit& unit, std::uint64_t value);
 /// Threads: any. Failure: what goes wrong ends the recording with a log line; no step notices.
 class CRecording final : public ITape {
 public:
-    /// Writes the first lines and begins. `picture`: the lines of the files that the manager has
-    /// read, and of the configuration. Throws std::runtime_error when the file cannot be made.
+    /// Writes the first lines: of the configuration, and of the files that the manager has read.
+    /// `waits`: nothing comes before begin(). Throws std::runtime_error when the file cannot be
+    /// made.
     CRecording(const CLinkageManager& manager, const std::string& file,
-               const RecordingOptions& options, const std::string& picture,
+               const RecordingOptions& options, const std::string& head, bool waits,
                std::function<bool()> locked);
     /// Ends the recording.
     ~CRecording() override;
     CRecording(const CRecording&) = delete;
     CRecording& operator=(const CRecording&) = delete;
 
+    /// What a recording that waits asks of the manager.
+    struct Beginning {
+        /// No step is in its middle: calls begin() if the recording can begin now. Called without
+        /// a lock of the recording.
+        std::function<void()> atRest;
+        /// What the manager is; called with its lock.
+        std::function<RecordingPicture()> picture;
+    };
+    /// Before any step is on a recording that waits.
+    void waitFor(Beginning beginning) { m_beginning = std::move(beginning); }
+    /// A recording that waits begins, and leaves out what was before. False while a step is in its
+    /// middle. The picture is taken when a thread has the manager's lock next, before it does
+    /// anything. `begun` is called when it begins.
+    bool begin(const std::function<void()>& begun);
+    /// Takes the picture if it is due. With the manager's lock.
+    void takePicture();
     /// Ends it: what was handed over is on disk when this returns.
     void stop();
     /// Asks for what was handed over to be on disk soon.
@@ -69,7 +86,11 @@ public:
     void wantsHold(CStep& /*step*/) override {}
     void holds(CStep& step) override;
     void callsBack(CStep& step, TapeInput input) override;
-    bool keeps(const Ticket& ticket, const boost::function<void()>& work) override;
+    void changesWork(CStep& step) override;
+    void leaves(CStep& step) override;
+    bool keeps(const Ticket& /*ticket*/, const boost::function<void()>& /*work*/) override {
+        return false;
+    }
     void raises(CStep& step, unsigned call, const Signal& signal) override;
     void figures(CStep& step, std::uint64_t value) override;
     TapeAnswer asks(CStep& step, unsigned call, const TapeQuestion& question,
@@ -92,6 +113,10 @@ private:
     std::atomic<std::uint64_t> m_nSteps{0};
     std::atomic<std::uint64_t> m_nPlaces{0};
     std::atomic<bool> m_bRunning{true};
+    Beginning m_beginning;
+    std::atomic<bool> m_bWaits;  ///< it has not begun: nothing is kept
+    std::atomic<bool> m_bPictureDue{false};
+    unsigned m_nBegun = 0;  ///< steps that had a place while it waited, and go on
 
     std::mutex m_stopMutex;  ///< held while the thread ends
     mutable std::mutex m_mutex;
@@ -100,6 +125,7 @@ private:
     bool m_bFlush = false;
     bool m_bStop = false;
     RecordingState m_state;
+    std::optional<RecordingPicture> m_picture;  ///< not written yet
 
     // of the writing thread
     std::map<std::uint64_t, TapeUnit> m_early;  ///< parts before which others are missing, by place

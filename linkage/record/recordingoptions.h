@@ -17,7 +17,8 @@ struct RecordingOptions {
 
 /// How far a recording has come.
 struct RecordingState {
-    bool running = false;     ///< whether it goes on
+    bool running = false;     ///< whether it goes on, or waits
+    bool waits = false;       ///< it has not begun: it waits for a moment at which it can
     std::string file;         ///< its path
     std::string fault;        ///< why it ended by itself; "" when it did not
     std::uint64_t steps = 0;  ///< what was written

@@ -2,6 +2,8 @@
 #include "linkage/core/enginestate.h"
 #include "linkage/core/guarded.h"
 #include "linkage/ledger/daykey.h"
+#include "linkage/record/picturemanager.h"
+#include "linkage/record/picturewriter.h"
 #include "linkage/record/recording.h"
 #include "linkage/record/recordlines.h"
 #include "platform/log.h"
@@ -13,6 +15,7 @@
 #include <QTimeZone>
 
 #include <exception>
+#include <utility>
 
 namespace TC {
 
@@ -20,6 +23,8 @@ namespace {
 
 constexpr char START_RECORDING[] = "CLinkageManager::startRecording";
 constexpr std::int64_t FLUSH_MICROS = 1'000'000;
+/// How long a recording that cannot begin yet waits before it tries again.
+constexpr std::int64_t BEGIN_MICROS = 10'000;
 
 CStepHolds g_stepHolds;
 
@@ -46,13 +51,23 @@ void writeFileLine(TextBuffer& text, const QString& name, const QByteArray& byte
     text.push_back('\n');
 }
 
-/// What the manager has read so far.
-std::string pictureOf(bool clientType3, const LinkageOptions& options) {
-    TextBuffer text;
+void writeFiles(TextBuffer& text, const QStringList& names) {
+    const QDir directory(getDataDir() + QStringLiteral("/Balance"));
+    QDirIterator files(directory.path(), names, QDir::Files, QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        QFile file(files.next());
+        if (!file.open(QIODevice::ReadOnly)) continue;
+        writeFileLine(text, directory.relativeFilePath(file.fileName()), file.readAll());
+    }
+}
+
+/// The line that every recording begins with.
+void writeConfig(TextBuffer& text, bool clientType3, const LinkageOptions& options, bool middle) {
     CJsonWriter out(text);
     out.beginObject();
     out.member("do", "config");
     out.member("recorded", 1);
+    if (middle) out.member("middle", true);
     out.member("now", momentText(nowMicros()).substr(0, sizeof("yyyy-MM-dd hh:mm:ss") - 1));
     out.member("timeZone", QTimeZone::systemTimeZoneId().toStdString());
     out.member("clientType", clientType3 ? int{CLIENT_TYPE_3} : int{CLIENT_TYPE_STANDARD});
@@ -60,13 +75,23 @@ std::string pictureOf(bool clientType3, const LinkageOptions& options) {
     writeOptions(out, options);
     out.endObject();
     text.push_back('\n');
-    const QDir directory(getDataDir() + QStringLiteral("/Balance"));
-    QDirIterator files(directory.path(), QDir::Files, QDirIterator::Subdirectories);
-    while (files.hasNext()) {
-        QFile file(files.next());
-        if (!file.open(QIODevice::ReadOnly)) continue;
-        writeFileLine(text, directory.relativeFilePath(file.fileName()), file.readAll());
+}
+
+std::string leftText(const std::map<std::uint64_t, LeftWork>& works) {
+    TextBuffer text;
+    CJsonWriter out(text);
+    out.beginArray();
+    for (const auto& [number, work] : works) {
+        out.beginObject();
+        out.member("name", work.name);
+        out.member("number", number);
+        out.key("with");
+        out.beginArray();
+        for (const std::string& argument : work.arguments) out.value(argument);
+        out.endArray();
+        out.endObject();
     }
+    out.endArray();
     return std::string(viewOf(text));
 }
 
@@ -74,32 +99,97 @@ std::string pictureOf(bool clientType3, const LinkageOptions& options) {
 
 bool CLinkageManager::startRecording(const QString& file, const RecordingOptions& options) {
     const CLock lock(m_mutex);
-    if (m_bInited || m_pRecording) {
-        LINKAGE_LOG_WARNING(
-            START_RECORDING, "{0} is not recorded: {1}", file.toStdString(),
-            m_bInited ? "the manager was initialised before" : "a recording was begun before");
+    if (m_pRecording && m_pRecording->state().running) {
+        LINKAGE_LOG_WARNING(START_RECORDING, "{0} is not recorded: a recording goes on",
+                            file.toStdString());
         return false;
     }
     try {
-        finishSaves();
-        m_pRecording = makeRoom<CRecording>(*this, QFile::encodeName(file).toStdString(), options,
-                                            pictureOf(m_bClientType3, m_options),
-                                            [this] { return m_mutex.isMine(); });
+        TextBuffer head;
+        writeConfig(head, m_bClientType3, m_options, m_bInited);
+        // In the middle only the book may be read again.
+        m_bInited ? static_cast<void>(m_pBook->flush()) : finishSaves();
+        writeFiles(head,
+                   m_bInited ? QStringList{QStringLiteral("balances-*.jsonl")} : QStringList());
+        auto recording = std::make_shared<CRecording>(*this, QFile::encodeName(file).toStdString(),
+                                                      options, std::string(viewOf(head)), m_bInited,
+                                                      [this] { return m_mutex.isMine(); });
+        if (m_bInited) {
+            CRecording* const begun = recording.get();
+            recording->waitFor(
+                {[this, begun] { tryRecording(*begun); }, [this] { return takePicture(); }});
+        }
+        // Steps may still be under way on the one before.
+        m_pEarlier = std::exchange(m_pRecording, std::move(recording));
     } catch (const std::exception& fault) {
         LINKAGE_LOG_WARNING(START_RECORDING, "{0} is not recorded: {1}", file.toStdString(),
                             fault.what());
         return false;
     }
-    setTape(m_pRecording.get());
+    m_mutex.setWatch(&g_stepHolds);
+    if (m_bInited) {
+        beginRecording();
+    } else {
+        setTape(m_pRecording.get());
+    }
     return true;
 }
 
+// First new steps are on the tape, then those from before are over. The picture is of a moment at
+// which no step is in its middle, and no work waits that a picture cannot tell: the recording keeps
+// what comes behind. Until there is such a moment it waits.
+void CLinkageManager::beginRecording() {
+    if (!m_pTape->isOn()) m_pTape->turnOn(m_pRecording.get());
+    if (m_pTape->isOn()) tryRecording(*m_pRecording);
+    m_pRecording->takePicture();
+    if (!m_pRecording->state().waits) {
+        m_pEarlier.reset();
+        return flushRecordingLater();
+    }
+    armTimer(*m_pEngine->m_recordTimer, *m_pEngine->m_strand, BEGIN_MICROS, guarded([this] {
+        const CLock lock(m_mutex);
+        if (m_pRecording->state().running) beginRecording();
+    }));
+}
+
+// No work is added or removed between the look at it and the beginning.
+void CLinkageManager::tryRecording(CRecording& recording) const {
+    m_pEngine->m_pLeft->with([&](const auto& works, std::uint64_t last) {
+        if (m_pTape->hasOthers()) return;
+        for (const auto& [number, work] : works) {
+            if (!work.known) return;
+        }
+        recording.begin([&] { m_pTape->setLeft(last, works); });
+    });
+}
+
+// Only balance times change without the manager's lock, and to set one twice is to set it once.
+RecordingPicture CLinkageManager::takePicture() {
+    TextBuffer state;
+    CPictureWriter writer(state);
+    writer.beginObject();
+    PictureMembers::of(writer, *this);
+    writer.endObject();
+    return {momentText(nowMicros()), std::string(viewOf(state)), leftText(m_pTape->left()),
+            writer.records()};
+}
+
+std::string CLinkageManager::exactState() {
+    const CLock lock(m_mutex);
+    TextBuffer state;
+    CPictureWriter writer(state, true);
+    writer.beginObject();
+    PictureMembers::of(writer, *this);
+    writer.endObject();
+    return std::string(viewOf(state));
+}
+
 void CLinkageManager::stopRecording() {
-    m_pTape.store(nullptr, std::memory_order_release);
-    CRecording* recording = nullptr;
+    m_pTape->turnOff();
+    std::shared_ptr<CRecording> recording;
     {
         const CLock lock(m_mutex);
-        recording = m_pRecording.get();
+        recording = m_pRecording;
     }
     // The file is finished without the lock.
     if (recording) recording->stop();
@@ -113,13 +203,14 @@ std::optional<RecordingState> CLinkageManager::getRecording() const {
 
 void CLinkageManager::setTape(ITape* tape) {
     m_mutex.setWatch(&g_stepHolds);
-    m_pTape.store(tape, std::memory_order_release);
+    m_pTape->turnOn(tape);
 }
 
 // What was recorded is on disk a second later, also while nothing happens.
 void CLinkageManager::flushRecordingLater() {
     armTimer(*m_pEngine->m_recordTimer, *m_pEngine->m_strand, FLUSH_MICROS, guarded([this] {
-        if (!tape()) return;
+        const CLock lock(m_mutex);
+        if (!m_pRecording || !m_pRecording->state().running) return;
         m_pRecording->flushSoon();
         flushRecordingLater();
     }));

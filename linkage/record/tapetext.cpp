@@ -36,6 +36,17 @@ std::string accountOf(const boost::shared_ptr<vexservice::CAccountInfo>& info) {
     return info ? info->m_strKey : std::string();
 }
 
+/// The account of a record that nobody reports just now.
+std::string accountOf(const vexservice::IData& record) {
+    const auto of = [](const auto* known) {
+        return known ? accountOf(known->m_pAccountInfo) : std::string();
+    };
+    if (const auto* order = dynamic_cast<const vexservice::COrderDetail*>(&record))
+        return of(order);
+    if (const auto* deal = dynamic_cast<const vexservice::CDealDetail*>(&record)) return of(deal);
+    return of(dynamic_cast<const vexservice::CPositionStatics*>(&record));
+}
+
 void writeValue(CJsonWriter& out, const TapeValue& value) {
     std::visit(Overloaded{[&](std::monostate) { out.null(); },
                           [&](const TapeJson& json) { out.written(json.text); },
@@ -90,9 +101,10 @@ void CTapeText::remember(const RecordName& name, const RecordPtr& record) {
     m_numbers[record.get()] = ++m_nRecords;
     std::deque<RecordPtr>& newest = m_newest[name];
     newest.push_back(record);
-    if (newest.size() <= KEPT_REPORTS) return;
-    m_numbers.erase(newest.front().get());
-    newest.pop_front();
+    while (newest.size() > KEPT_REPORTS && !m_bPicture) {
+        m_numbers.erase(newest.front().get());
+        newest.pop_front();
+    }
 }
 
 void CTapeText::define(const std::string& account, const RecordPtr& record) {
@@ -105,6 +117,18 @@ void CTapeText::tell(const std::string& account, const RecordPtr& record) {
     beginLine(recordKind(*record));
     define(account, record);
     m_out.member("push", false);
+    endLine();
+}
+
+void CTapeText::begin(const RecordingPicture& picture) {
+    m_bPicture = true;
+    for (const RecordPtr& record : picture.records) tell(accountOf(*record), record);
+    m_bPicture = false;
+    beginLine("picture").member("at", picture.at);
+    m_out.key("state");
+    m_out.written(picture.state);
+    m_out.key("left");
+    m_out.written(picture.left);
     endLine();
 }
 

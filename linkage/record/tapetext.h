@@ -10,8 +10,17 @@
 #include <string_view>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 namespace TC {
+
+/// What the manager is where a recording begins in the middle.
+struct RecordingPicture {
+    std::string at;     ///< moment of the picture
+    std::string state;  ///< JSON; it names records by their rank among these, from 1 on
+    std::string left;   ///< JSON: the work that waits
+    std::vector<boost::shared_ptr<const vexservice::IData>> records;
+};
 
 /// Writes parts of steps as lines of a scenario (docs/SCENARIOS.md, "Recordings").
 ///
@@ -23,6 +32,9 @@ namespace TC {
 class CTapeText {
 public:
     CTapeText();
+
+    /// What a recording that begins in the middle has before its first step.
+    void begin(const RecordingPicture& picture);
 
     /// Adds the next part, in the order of the parts' places.
     void add(const TapeUnit& unit);
@@ -65,6 +77,7 @@ private:
     TextBuffer m_taken;
     CJsonWriter m_out{m_buffer};
 
+    bool m_bPicture = false;  ///< every record stays known
     std::uint64_t m_nRecords = 0;
     std::unordered_map<const vexservice::IData*, std::uint64_t> m_numbers;
     /// The two newest records of each name: an older one is not known any more.

@@ -40,7 +40,7 @@ void CLinkageManager::runStatCalculator() {
     }
     if (hadRecords) raise(STAT_CALCULATOR, sigStatDataChanged);
     armTimer(*m_pEngine->m_statTimer, *m_pEngine->m_strand, CALCULATOR_MICROS,
-             guarded(later("pass", [this] { runStatCalculator(); })));
+             guarded(later({"pass", {}})));
 }
 
 void CLinkageManager::startProfitCalculator() {

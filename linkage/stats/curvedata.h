@@ -20,6 +20,8 @@ namespace TC {
 /// however much of it the run under way has renewed.
 template <class T>
 class CRenewed {
+    friend struct PictureMembers;
+
 public:
     /// An empty value for the run `run`; runs have growing numbers.
     T& renew(std::uint64_t run, std::uint64_t ended) {
@@ -64,6 +66,8 @@ private:
 ///
 /// Guarded by the manager's lock.
 class CCurveData {
+    friend struct PictureMembers;
+
 public:
     using ByStrategy = std::map<std::string, std::shared_ptr<const PeriodTotals>>;
     using Closes = std::map<int, double>;

@@ -67,18 +67,20 @@ std::uint64_t CLinkageManager::beginCurves() {
     const std::uint64_t run = m_pCurveData->beginRun();
     // After switching off and on again, the timer of the earlier run may still be waiting.
     armTimer(*m_pEngine->m_extTimer, *m_pEngine->m_strand, EXT_MICROS,
-             guarded(later("curves", [this, run] {
-                 CLock runLock(m_mutex);
-                 const bool newest = m_pCurveData->isNewestRun(run);
-                 runLock.unlock();
-                 if (!newest) return;
-                 if (const std::uint64_t next = beginCurves()) renewCurvesInTurns(next);
-             })));
+             guarded(later({"curves", {std::to_string(run)}})));
     return run;
 }
 
+void CLinkageManager::onCurvesTimer(std::uint64_t run) {
+    CLock lock(m_mutex);
+    const bool newest = m_pCurveData->isNewestRun(run);
+    lock.unlock();
+    if (!newest) return;
+    if (const std::uint64_t next = beginCurves()) renewCurvesInTurns(next);
+}
+
 void CLinkageManager::renewCurvesInTurns(std::uint64_t run) {
-    if (!renewCurves(run)) post("curveSlice", [this, run] { renewCurvesInTurns(run); });
+    if (!renewCurves(run)) post(LeftWork("curveSlice", {std::to_string(run)}));
 }
 
 // Between two slices anything may happen. What changes the totals is gone over again, so that what

@@ -30,6 +30,8 @@ struct SavedHistory {
 ///
 /// Guarded by the manager's lock; what take() gave needs none.
 class CHistoryPicture {
+    friend struct PictureMembers;
+
 public:
     using Row = std::shared_ptr<const SavedHistory>;
     using Rows = std::vector<Row>;

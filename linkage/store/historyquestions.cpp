@@ -16,6 +16,23 @@ QDate historyDay(const std::string& text) { return QDate::fromString(Pim::sToQs(
 
 std::string historyDate(const QDate& day) { return day.toString(FORMAT).toStdString(); }
 
+LeftWork leftQuery(const char* name, const HistoryQuery& query) {
+    const bool deals = query.records == EHistoryRecords::Deals;
+    return {name,
+            {std::to_string(query.request), deals ? "deals" : "orders", query.accountKey,
+             historyDate(query.day), historyDate(query.last)}};
+}
+
+HistoryQuery queryOf(const LeftWork& work) {
+    HistoryQuery query;
+    query.request = work.number(0);
+    query.records = work.text(1) == "deals" ? EHistoryRecords::Deals : EHistoryRecords::Orders;
+    query.accountKey = work.text(2);
+    query.day = historyDay(work.text(3));
+    query.last = historyDay(work.text(4));
+    return query;
+}
+
 std::string historyRangeFault(const QDate& first, const QDate& last, const QDate& tradeDate) {
     if (!first.isValid() || !last.isValid()) return "no such day";
     if (first > last) return "the first day is after the last";

@@ -1,6 +1,7 @@
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/door.h"
 #include "linkage/core/raise.h"
+#include "linkage/ledger/ledger.h"
 #include "linkage/ledger/volume.h"
 #include "linkage/store/filesaver.h"
 #include "linkage/store/historystate.h"

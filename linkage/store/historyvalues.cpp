@@ -39,7 +39,7 @@ void CLinkageManager::runHistoryStatCalculator() {
         m_pQuotes->clearHistoryPrices();
     }
     armTimer(*m_pEngine->m_historyStatTimer, *m_pEngine->m_strand, HISTORY_MICROS,
-             guarded(later("historyPass", [this] { runHistoryStatCalculator(); })));
+             guarded(later({"historyPass", {}})));
 }
 
 void CLinkageManager::historyStatCalculator() {

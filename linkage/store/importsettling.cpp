@@ -202,7 +202,7 @@ void CLinkageManager::restartImported(const std::string& accountKey) {
 
 void CLinkageManager::refileLater(const std::string& accountKey) {
     if (!m_pEngine->hasStrand() || !m_pImports->refiling.insert(accountKey).second) return;
-    post("refile", [this, accountKey] { refileImported(accountKey); });
+    post(LeftWork("refile", {accountKey}));
 }
 
 // A slice to each turn of the strand, so that reports never wait for a whole statement.

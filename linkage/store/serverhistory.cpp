@@ -230,7 +230,7 @@ std::uint64_t CLinkageManager::requestHistory(const HistoryRequest& request) {
         const CLock lock(m_mutex);
         query.request = m_pServerHistory->begin(request);
     }
-    post("startHistory", [this, query] { startHistoryQuery(query); });
+    post(leftQuery("startHistory", query));
     return query.request;
 }
 
@@ -381,7 +381,7 @@ void CLinkageManager::endHistoryDay(HistoryQuery query, const HistoryDay& result
     });
     if (query.day >= query.last) return;
     query.day = query.day.addDays(1);
-    post("askHistory", [this, query] { askHistoryDay(query); });
+    post(leftQuery("askHistory", query));
 }
 
 std::map<unsigned long long, DealPtr> CLinkageManager::getAccountDeals(

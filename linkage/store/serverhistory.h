@@ -1,6 +1,7 @@
 #pragma once
 
 #include "linkage/store/historyrequest.h"
+#include "linkage/tape/leftworks.h"
 #include "platform/utils/deadlinetimer.h"
 
 #include <QDate>
@@ -35,6 +36,10 @@ QDate historyDay(const std::string& text);
 /// The other way round; "" for an invalid date.
 std::string historyDate(const QDate& day);
 
+/// Work for a query that runs later, and back.
+LeftWork leftQuery(const char* name, const HistoryQuery& query);
+HistoryQuery queryOf(const LeftWork& work);
+
 /// Why the server cannot be asked for these days, "" when it can: a day that is none, an
 /// empty range, days that have not come yet, or days before any exchange (1990).
 std::string historyRangeFault(const QDate& first, const QDate& last, const QDate& tradeDate);
@@ -48,6 +53,8 @@ std::string historyRangeFault(const QDate& first, const QDate& last, const QDate
 ///
 /// Guarded by the manager's lock.
 class CServerHistory {
+    friend struct PictureMembers;
+
 public:
     using Timer = boost::shared_ptr<utils::DeadlineTimer>;
     using Keys = std::set<std::uint64_t>;

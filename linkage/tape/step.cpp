@@ -8,7 +8,9 @@ thread_local CStep* t_step = nullptr;
 
 }  // namespace
 
-CStep* CStep::current() { return t_step; }
+CStep* CStep::innermost() { return t_step; }
+
+CStep* CStep::current() { return t_step && t_step->m_nOutside == 0 ? t_step : nullptr; }
 
 void CStep::open(ITape& tape, TapeInput input) {
     m_pTape = &tape;

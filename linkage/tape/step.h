@@ -2,6 +2,7 @@
 
 #include "linkage/tape/moment.h"
 #include "linkage/tape/tape.h"
+#include "linkage/tape/tapeswitch.h"
 
 #include <cstdint>
 #include <map>
@@ -12,7 +13,7 @@
 namespace TC {
 
 /// One step of the manager: what it does because of one report, one timer, one call of the client.
-/// Without a tape it does nothing.
+/// Without a tape it does nothing but tell that its thread is in a step.
 ///
 /// Threads: lives on the stack of the thread that takes the step.
 class CStep {
@@ -20,8 +21,8 @@ public:
     /// `make` gives what the step is taken for; it is called only with a tape. A step within a step
     /// belongs to the outer one.
     template <class MakeInput>
-    CStep(ITape* tape, const MakeInput& make) {
-        if (tape) begin(*tape, make);
+    CStep(CTapeSwitch& tapeSwitch, const MakeInput& make) : m_visit(tapeSwitch) {
+        if (ITape* const tape = m_visit.tape()) begin(*tape, make);
     }
     ~CStep() {
         if (m_pTape || m_pOuter) end();
@@ -29,7 +30,8 @@ public:
     CStep(const CStep&) = delete;
     CStep& operator=(const CStep&) = delete;
 
-    /// The step that the calling thread takes; null: none that is on a tape.
+    /// The step that the calling thread takes; null: none that is on a tape, or it is outside the
+    /// library. What a client asks the library from there decides nothing.
     static CStep* current();
 
     /// The step in hand changes something that a lock of its own guards, and has that lock.
@@ -65,16 +67,18 @@ public:
 private:
     template <class MakeInput>
     void begin(ITape& tape, const MakeInput& make) {
-        CStep* const outer = current();
+        CStep* const outer = innermost();
         if (!outer) return open(tape, make());
         if (outer->m_nOutside == 0) return;
         outer->m_pTape->callsBack(*outer, make());
         m_pOuter = outer;
         m_nOutsideOfOuter = std::exchange(outer->m_nOutside, 0);
     }
+    static CStep* innermost();
     void open(ITape& tape, TapeInput input);
     void end();
 
+    const CTapeSwitch::CVisit m_visit;
     ITape* m_pTape = nullptr;
     TapeUnit m_unit;
     unsigned m_nCalls = 0;

@@ -61,6 +61,10 @@ public:
     /// The client calls the library back inside the step: in a slot, or in a call of a service.
     virtual void callsBack(CStep& step, TapeInput input) = 0;
 
+    /// The step is about to take work that waits (CLeftWorks).
+    virtual void changesWork(CStep& step) = 0;
+    /// The step is about to leave work for later.
+    virtual void leaves(CStep& step) = 0;
     /// Work of the step that runs later, as a step of its own. True when the tape keeps the work,
     /// and nobody else is to run it.
     virtual bool keeps(const Ticket& ticket, const boost::function<void()>& work) = 0;

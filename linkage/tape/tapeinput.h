@@ -35,11 +35,11 @@ inline TapeValue tapeValue(std::string value) { return value; }
 inline TapeValue tapeValue(TapeJson value) { return value; }
 
 /// Names work that a step left for later: the `index`-th of that name that the step left. Step 0:
-/// work of no step.
+/// work that was left before the tape began; the index is its number (CLeftWorks).
 struct Ticket {
     std::uint64_t step = 0;
     const char* name = "";
-    unsigned index = 0;
+    std::uint64_t index = 0;
 };
 
 struct OrderInput {

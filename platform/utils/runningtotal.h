@@ -40,6 +40,15 @@ public:
     /// The total as it is now. From any thread.
     T value() const { return static_cast<T>(m_total.get()); }
 
+    /// What the total has beyond value(); nothing of integers. For the writer.
+    T rest() const {
+        if constexpr (std::is_integral_v<T>) {
+            return T();
+        } else {
+            return this->m_rest;
+        }
+    }
+
 private:
     using Wide = std::conditional_t<std::is_integral_v<T>, std::int64_t, T>;
 

@@ -20,6 +20,9 @@ public:
     /// The total over all keys.
     T sum() const { return m_total.value(); }
 
+    /// What the total has beyond sum(), where that has no room for it. For the writer.
+    T rest() const { return m_total.rest(); }
+
 private:
     CRunningTotal<T> m_total;
 };

@@ -59,8 +59,11 @@ protected:
     replay::RecordingVerdict verified(const QString& file) {
         return replay::verifyRecording(QFile::encodeName(file).toStdString());
     }
-    void SetUp() override { QFile::remove(path()); }
-    void TearDown() override { QFile::remove(path()); }
+    void SetUp() override { removeFiles(); }
+    void TearDown() override { removeFiles(); }
+    void removeFiles() {
+        for (const char* const end : {"", ".2", ".3"}) QFile::remove(path() + end);
+    }
 
     std::optional<Fixture> f{std::in_place};
 };
@@ -219,16 +222,25 @@ TEST_F(Recording, LinesThatDoNotFitAreRefusedByName) {
     QFile::remove(changed);
 }
 
-TEST_F(Recording, BeginsOnceAndBeforeInit) {
+TEST_F(Recording, BeginsInTheMiddleAndAgainButOneAtATime) {
     begin();
     EXPECT_FALSE(f->manager().startRecording(path() + ".2"));
+    play();
+    f->manager().stopRecording();
+    ASSERT_TRUE(f->manager().startRecording(path() + ".2"));
+    EXPECT_FALSE(f->manager().getRecording()->waits);
+    EXPECT_FALSE(f->manager().startRecording(path() + ".3"));
+    EXPECT_FALSE(QFile::exists(path() + ".3"));
+    f->order({.key = 7, .strategy = "S"});
+    f->advance(60);
+    f->manager().stopRecording();
     f.reset();
-
-    Fixture other;
-    other.init();
-    EXPECT_FALSE(other.manager().startRecording(path() + ".2"));
-    EXPECT_FALSE(other.manager().getRecording());
-    EXPECT_FALSE(QFile::exists(path() + ".2"));
+    for (const char* const end : {"", ".2"}) {
+        const auto verdict = verified(path() + end);
+        EXPECT_EQ(verdict.fault, "");
+        EXPECT_FALSE(verdict.difference);
+        EXPECT_GT(verdict.marks, 5u);
+    }
 }
 
 TEST_F(Recording, EndsWithALineInTheLogWhenItsFileIsFullAndTradingGoesOn) {

@@ -15,6 +15,12 @@
 #include <utility>
 #include <vector>
 
+namespace TC {
+
+struct PictureMembers;
+
+}  // namespace TC
+
 namespace TC::statement {
 
 /// What two records must agree in to be the same trade at all: stock and side, for deals the
@@ -53,6 +59,8 @@ enum class EFate {
 /// number meet, so a report then costs a look at these alone.
 template <class Record>
 class CDayRecords {
+    friend struct TC::PictureMembers;
+
 public:
     using Ptr = boost::shared_ptr<Record>;
     using Keys = std::set<std::uint64_t>;
