@@ -15,7 +15,7 @@ linkage/core     linkage/record linkage/ledger linkage/tape linkage common platf
 linkage/stats    linkage/core linkage/ledger linkage/tape linkage common platform
 linkage/balance  linkage/core linkage/ledger linkage/tape linkage common platform
 linkage/store    linkage/balance linkage/core linkage/ledger linkage/tape linkage common platform
-linkage/record   linkage/core linkage/ledger linkage/tape linkage common platform
+linkage/record   linkage/store linkage/balance linkage/stats linkage/core linkage/ledger linkage/tape linkage common platform
 linkage/draw     linkage platform
 linkage/core/clinkagemanager.h linkage/core linkage/record linkage/ledger linkage/stats linkage/balance linkage/store linkage platform
 linkage/plugin.h linkage/core linkage/draw

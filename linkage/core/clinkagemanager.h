@@ -658,14 +658,6 @@ protected:
     /// The same with a step of its own on the tape. `what` names the work there.
     LINKAGE_LOCAL void post(const LeftWork& what, Work work);
     LINKAGE_LOCAL void post(const LeftWork& what) { post(what, workOf(what)); }
-    /// Makes work that runs later, on the strand or at a timer, a step of its own. Empty when the
-    /// tape keeps it.
-    LINKAGE_LOCAL Work later(const LeftWork& what, Work work);
-    LINKAGE_LOCAL Work later(const LeftWork& what) { return later(what, workOf(what)); }
-    /// The work of a name that says all of it; empty for another one.
-    LINKAGE_LOCAL Work workOf(const LeftWork& what);
-    /// The same work as a step, under the number that it waits under.
-    LINKAGE_LOCAL Work leftWork(std::uint64_t number, const LeftWork& what, Work work);
     /// Wraps a callback of a client's service or a timer: it runs only while the
     /// manager lives, and release() waits for it.
     template <class F>
@@ -681,14 +673,23 @@ protected:
     LINKAGE_LOCAL void handle(InboxItem& item);
     LINKAGE_LOCAL void finish(const InboxItem& item, bool whole);
 
-    // recording: linkage/record/startrecording.cpp
+    // steps and recording: linkage/record/leftwork.cpp, linkage/record/startrecording.cpp
+    /// Makes work that runs later, on the strand or at a timer, a step of its own. Empty when the
+    /// tape keeps it.
+    LINKAGE_LOCAL Work later(const LeftWork& what, Work work);
+    LINKAGE_LOCAL Work later(const LeftWork& what) { return later(what, workOf(what)); }
+    /// The work of a name that says all of it; empty for another one.
+    LINKAGE_LOCAL Work workOf(const LeftWork& what);
+    /// The same work as a step, under the number that it waits under.
+    LINKAGE_LOCAL Work leftWork(std::uint64_t number, const LeftWork& what, Work work);
     /// Sets what follows the manager's steps from now on. Before init().
     LINKAGE_LOCAL void setTape(ITape* tape);
     LINKAGE_LOCAL void beginRecording() LINKAGE_REQUIRES(m_mutex);
     LINKAGE_LOCAL void tryRecording(CRecording& recording) const;
     LINKAGE_LOCAL RecordingPicture takePicture();
     LINKAGE_LOCAL std::string exactState();
-    LINKAGE_LOCAL void flushRecordingLater();
+    LINKAGE_LOCAL void flushRecordingLater() LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL void armRecordTimer(std::int64_t micros, Work work) LINKAGE_REQUIRES(m_mutex);
     /// What follows the manager's steps.
     LINKAGE_LOCAL CTapeSwitch& tape() const { return *m_pTape; }
 

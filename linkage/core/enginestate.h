@@ -39,6 +39,7 @@ struct EngineState {
     Timer m_saveTimer;    ///< armed on the strand only
     Timer m_importTimer;  ///< likewise
     Timer m_recordTimer;
+    std::uint64_t m_nRecordTimes = 0;  ///< how often it was set
     std::mutex m_balanceTimerMutex;
 
     /// Work that failed because of a service and will be tried again, by name. The mutex guards

@@ -146,10 +146,9 @@ void CLinkageManager::beginRecording() {
         m_pEarlier.reset();
         return flushRecordingLater();
     }
-    armTimer(*m_pEngine->m_recordTimer, *m_pEngine->m_strand, BEGIN_MICROS, guarded([this] {
-        const CLock lock(m_mutex);
+    armRecordTimer(BEGIN_MICROS, [this]() LINKAGE_REQUIRES(m_mutex) {
         if (m_pRecording->state().running) beginRecording();
-    }));
+    });
 }
 
 // No work is added or removed between the look at it and the beginning.
@@ -208,12 +207,23 @@ void CLinkageManager::setTape(ITape* tape) {
 
 // What was recorded is on disk a second later, also while nothing happens.
 void CLinkageManager::flushRecordingLater() {
-    armTimer(*m_pEngine->m_recordTimer, *m_pEngine->m_strand, FLUSH_MICROS, guarded([this] {
-        const CLock lock(m_mutex);
-        if (!m_pRecording || !m_pRecording->state().running) return;
+    armRecordTimer(FLUSH_MICROS, [this]() LINKAGE_REQUIRES(m_mutex) {
+        if (!m_pRecording->state().running) return;
         m_pRecording->flushSoon();
         flushRecordingLater();
-    }));
+    });
+}
+
+// A timer that is set again fires for the first time at once; only the newest time counts, or the
+// timers of two recordings would set each other for ever.
+void CLinkageManager::armRecordTimer(std::int64_t micros, Work work) {
+    EngineState& engine = *m_pEngine;
+    const std::uint64_t time = ++engine.m_nRecordTimes;
+    armTimer(*engine.m_recordTimer, *engine.m_strand, micros,
+             guarded([this, time, work = std::move(work)] {
+                 const CLock lock(m_mutex);
+                 if (time == m_pEngine->m_nRecordTimes) work();
+             }));
 }
 
 }  // namespace TC
