@@ -91,7 +91,7 @@ bool isSame(const RecordingVerdict& a, const RecordingVerdict& b) {
 RecordingVerdict proved(const std::string& recording, const std::string& copy) {
     const RecordingVerdict expected = verifyRecording(recording);
     if (!expected.fault.empty()) throw CopyFault(expected.fault);
-    const RecordingVerdict found = verifyRecording(copy);
+    RecordingVerdict found = verifyRecording(copy);
     if (isSame(expected, found)) return found;
     const std::size_t line = found.difference      ? found.difference->line
                              : expected.difference ? expected.difference->line

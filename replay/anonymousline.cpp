@@ -19,8 +19,6 @@ using Is = EText;
 using simdjson::dom::element;
 using simdjson::dom::element_type;
 using simdjson::dom::object;
-using TC::CJsonWriter;
-using TC::TextBuffer;
 
 /// What a text that stands where nothing is known of texts says.
 [[noreturn]] void unknown(std::string_view what) {
@@ -30,11 +28,11 @@ using TC::TextBuffer;
 /// Writes JSON values again, with other texts.
 class CCopy {
 public:
-    CCopy(CNames& names, TextBuffer& text, bool mark) : m_names(names), m_out(text) {
+    CCopy(CNames& names, TC::TextBuffer& text, bool mark) : m_names(names), m_out(text) {
         if (!mark) m_out.writesExponents();
     }
 
-    CJsonWriter& out() { return m_out; }
+    TC::CJsonWriter& out() { return m_out; }
 
     /// `what` its texts are, but those of objects in it, which `members` knows.
     void value(const element& from, EText what, const Members& members) {
@@ -76,7 +74,7 @@ public:
 
 private:
     CNames& m_names;
-    CJsonWriter m_out;
+    TC::CJsonWriter m_out;
 };
 
 std::string_view textIn(const object& line, std::string_view name) {
@@ -93,7 +91,7 @@ QByteArray bytesOf(std::string_view base64) {
 /// Writes a line, all of it but one member as ever.
 std::string copied(const object& line, CNames& names, bool mark, std::string_view other,
                    const std::function<void(CCopy&, const element&)>& copyOther) {
-    TextBuffer text;
+    TC::TextBuffer text;
     CCopy copy(names, text, mark);
     copy.out().beginObject();
     for (const auto& [name, content] : line) {
@@ -193,7 +191,7 @@ std::string CAnonymousLines::copyAnswer(const Object& line) {
     std::string_view date;
     if (name == "tradingDate" && !line["is"].get(date)) m_strTradeDate = date;
     to += m_names(question.about, about);
-    TextBuffer result;
+    TC::TextBuffer result;
     CCopy copy(m_names, result, false);
     copy.out().beginObject();
     for (const auto& [member, content] : line) {
@@ -216,7 +214,7 @@ std::optional<std::string> anonymousBookLine(std::string_view line, CNames& name
     element whole;
     object fields;
     if (parser.parse(padded).get(whole) || whole.get(fields)) return std::nullopt;
-    TextBuffer text;
+    TC::TextBuffer text;
     CCopy(names, text, false).fields(fields, bookTexts());
     return std::string(TC::viewOf(text));
 }

@@ -229,7 +229,7 @@ std::string CNames::historyKey(const std::string& text) const {
 
 std::string CNames::balanceKey(const std::string& text) const {
     for (const std::size_t size : accountsAt(text)) {
-        const std::string account = m_aliases.of(text.substr(0, size));
+        std::string account = m_aliases.of(text.substr(0, size));
         if (size == text.size()) return account;
         if (text[size] != ':') continue;
         return account + ':' + without(m_strategyAliases.of(text.substr(size + 1)), false);

@@ -23,6 +23,7 @@ public:
         listings();
         pairs();
         arenas();
+        entries();
         accountIndexes();
         p("days", l.m_days);
         p("tradeDay", l.m_tradeDay);
@@ -187,6 +188,29 @@ private:
             row("hasTotals", cell.hasTotals);
             row("totals", cell.totals);
         });
+        arena("levels", "freeLevels", l.m_levels, [&](P& row, ledger::Level& level) {
+            row("level", level.level);
+            row("lots", level.lots);
+            row("next", level.nextOfPair, NONE);
+        });
+        arena("minutes", "freeMinutes", l.m_minutes, [&](P& row, ledger::Minute& minute) {
+            row("minute", minute.minute);
+            row("older", minute.older, NONE);
+            PictureMembers::of(row, minute.deals);
+        });
+        if (P::READS) levelIndexes();
+    }
+
+    void levelIndexes() {
+        for (ledger::Pair& pair : l.m_pairs) {
+            for (std::uint32_t at = pair.firstLevel; at != NONE; at = l.m_levels[at].nextOfPair) {
+                const auto level = static_cast<std::uint32_t>(l.m_levels[at].level);
+                pair.levelIndex.add(utils::mixHash(level), at);
+            }
+        }
+    }
+
+    void entries() {
         arena("orders", "freeOrders", l.m_orders, [&](P& row, ledger::OrderEntry& order) {
             row("key", order.key);
             row("report", order.report);
@@ -218,23 +242,6 @@ private:
             row("dropped", deal.dropped);
             row("told", deal.told);
         });
-        arena("levels", "freeLevels", l.m_levels, [&](P& row, ledger::Level& level) {
-            row("level", level.level);
-            row("lots", level.lots);
-            row("next", level.nextOfPair, NONE);
-        });
-        arena("minutes", "freeMinutes", l.m_minutes, [&](P& row, ledger::Minute& minute) {
-            row("minute", minute.minute);
-            row("older", minute.older, NONE);
-            PictureMembers::of(row, minute.deals);
-        });
-        if (!P::READS) return;
-        for (ledger::Pair& pair : l.m_pairs) {
-            for (std::uint32_t at = pair.firstLevel; at != NONE; at = l.m_levels[at].nextOfPair) {
-                const auto level = static_cast<std::uint32_t>(l.m_levels[at].level);
-                pair.levelIndex.add(utils::mixHash(level), at);
-            }
-        }
     }
 
     template <class Arena>

@@ -6,8 +6,10 @@
 
 namespace TC {
 
-/// The whole manager (picturemembers.h). Hold its lock.
+/// The whole manager (picturemembers.h). Hold its lock, which cannot be named where this is
+/// declared.
 template <class P>
+LINKAGE_TS(no_thread_safety_analysis)
 void PictureMembers::of(P& p, CLinkageManager& manager) {
     published(p, "tradeDate", *manager.m_pTradeDate);
     p("user", manager.m_strUserData);

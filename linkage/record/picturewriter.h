@@ -81,6 +81,7 @@ public:
     void requests(std::string_view name,
                   const std::map<std::string, boost::shared_ptr<CQuoteRequest>>& requests) {
         std::vector<std::string> stocks;
+        stocks.reserve(requests.size());
         for (const auto& [stock, request] : requests) stocks.push_back(stock);
         (*this)(name, stocks);
     }

@@ -192,6 +192,7 @@ std::map<int, PeriodPoint> CLinkageManager::getPeriodCurve(const std::string& ac
     std::sort(held.begin(), held.end(),
               [](const HeldStock& a, const HeldStock& b) { return *a.key < *b.key; });
     std::vector<CurveStock> stocks;
+    stocks.reserve(held.size());
     for (const HeldStock& each : held) {
         stocks.push_back({each.parts.totals.get(), each.parts.closes.get(), each.parts.seen.get(),
                           each.parts.traded.get(), each.latest, valueRule(*each.key),
