@@ -41,14 +41,13 @@ RecordedInput readReport(const CFields& fields, CRecordedClient& client, CEventP
                               : client.addRecord(events.parse(fields), fields);
     if (!record) throw LineError("field \"record\": there is no such record");
     const std::string account(fields.text("account", ""));
-    TC::InboxItem item{&standing(account), {}};
     if (const auto order = boost::dynamic_pointer_cast<vexservice::COrderDetail>(record)) {
-        item.what = order;
+        TC::InboxItem item{&standing(account), order};
         return {[&manager, item]() mutable { ManagerAccess::takeReport(manager, item, true); },
                 false, record};
     }
     if (const auto deal = boost::dynamic_pointer_cast<vexservice::CDealDetail>(record)) {
-        item.what = deal;
+        TC::InboxItem item{&standing(account), deal};
         const bool held = fields.flag("held", false);
         return {
             [&manager, item, held]() mutable { ManagerAccess::takeReport(manager, item, held); },
