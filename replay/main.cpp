@@ -82,6 +82,7 @@ bool readArguments(int argc, char** argv, Arguments& arguments) {
         if (!arguments.scenarios.empty()) return false;
         arguments.scenarios.emplace_back("-");
     }
+    if (arguments.options.recordFrom != 0 && arguments.options.record.empty()) return false;
     if (arguments.anonymise.empty() != arguments.into.empty()) return false;
     if (!arguments.into.empty()) return arguments.scenarios.empty();
     return arguments.help || !arguments.scenarios.empty();

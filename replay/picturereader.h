@@ -1,6 +1,7 @@
 #pragma once
 
 #include "linkage/record/pictureledger.h"
+#include "linkage/tape/taped.h"
 #include "replay/recordedclient.h"
 #include "replay/scenarioline.h"
 
@@ -18,9 +19,6 @@
 #include <vector>
 
 namespace replay {
-
-/// A subscription of a recording that is played: nobody tells it anything.
-struct SilentQuotes final : TC::CQuoteRequest {};
 
 /// Reads what CPictureWriter has written.
 ///
@@ -79,8 +77,7 @@ public:
                   std::map<std::string, boost::shared_ptr<TC::CQuoteRequest>>& requests) {
         std::vector<std::string> stocks;
         (*this)(name, stocks);
-        for (const std::string& stock : stocks)
-            requests[stock] = boost::make_shared<SilentQuotes>();
+        for (const std::string& stock : stocks) requests[stock] = TC::silentSubscription();
     }
     void balances(std::string_view name, std::map<int, TC::GuardedBalance>& balances) {
         std::string lines;

@@ -2,12 +2,11 @@
 
 #include "linkage/tape/moment.h"
 #include "replay/linereader.h"
-#include "replay/manageraccess.h"
-#include "replay/picturereader.h"
 #include "replay/playedclient.h"
 #include "replay/playedtape.h"
 #include "replay/recordedclient.h"
 #include "replay/recordedinputs.h"
+#include "replay/restoredmanager.h"
 #include "replay/stepthreads.h"
 #include "replay/times.h"
 
@@ -269,26 +268,11 @@ TC::CLinkageManager& CRecordingPlayer::CPlay::needManager() {
     return *m_pManager;
 }
 
-// What the manager was where the recording begins in the middle of its day.
 void CRecordingPlayer::CPlay::restore(const CFields& fields) {
     if (m_pManager) throw LineError("\"picture\" behind a step");
     clock().set(readMicros(std::string(fields.text("at"))));
-    CPictureReader::Shared shared{m_client, m_played.service(), {}, {}};
-    CPictureReader state(fields.need("state").fields(), shared);
-    TC::ManagerAccess::restore(needManager(), state);
+    restoreManager(fields, needManager(), m_client, m_played.service(), m_tape.works());
     m_client.keepAll(false);
-    fields.need("left").list().each([&](const CValue& each) {
-        const CFields work = each.fields();
-        const std::string name(work.text("name"));
-        std::vector<std::string> arguments;
-        work.need("with").list().each(
-            [&](const CValue& argument) { arguments.emplace_back(argument.text()); });
-        const auto number = work.whole<std::uint64_t>("number");
-        auto left =
-            TC::ManagerAccess::leftWork(*m_pManager, number, {name.c_str(), std::move(arguments)});
-        if (left.empty()) each.fail("\"" + name + "\" is no work that can wait");
-        m_tape.works()[{0, name, number}] = std::move(left);
-    });
 }
 
 PlayedStep& CRecordingPlayer::CPlay::goingOn(std::uint64_t number) {

@@ -682,8 +682,11 @@ protected:
     LINKAGE_LOCAL Work workOf(const LeftWork& what);
     /// The same work as a step, under the number that it waits under.
     LINKAGE_LOCAL Work leftWork(std::uint64_t number, const LeftWork& what, Work work);
-    /// Sets what follows the manager's steps from now on. Before init().
-    LINKAGE_LOCAL void setTape(ITape* tape);
+    /// Sets what follows the manager's steps from now on; before init(). False while a step is on
+    /// an earlier tape.
+    LINKAGE_LOCAL bool setTape(ITape* tape);
+    LINKAGE_LOCAL void makeRecording(const std::string& file, const RecordingOptions& options)
+        LINKAGE_REQUIRES(m_mutex);
     LINKAGE_LOCAL void beginRecording() LINKAGE_REQUIRES(m_mutex);
     LINKAGE_LOCAL void tryRecording(CRecording& recording) const;
     LINKAGE_LOCAL RecordingPicture takePicture();
@@ -691,7 +694,7 @@ protected:
     LINKAGE_LOCAL void flushRecordingLater() LINKAGE_REQUIRES(m_mutex);
     LINKAGE_LOCAL void armRecordTimer(std::int64_t micros, Work work) LINKAGE_REQUIRES(m_mutex);
     /// What follows the manager's steps.
-    LINKAGE_LOCAL CTapeSwitch& tape() const { return *m_pTape; }
+    LINKAGE_LOCAL const std::shared_ptr<CTapeSwitch>& tape() const { return m_pTape; }
 
     // retries after a service failed: linkage/core/retries.cpp
     /// Runs `work` on the strand after a delay, and again as long as it throws. A later call
@@ -982,9 +985,9 @@ protected:
     LINKAGE_LOCAL void refileImported(const std::string& accountKey);
 
     mutable CRecursiveMutex m_mutex;
-    const std::unique_ptr<CTapeSwitch> m_pTape;
+    const std::shared_ptr<CTapeSwitch> m_pTape;
     std::shared_ptr<CRecording> m_pRecording;
-    std::shared_ptr<CRecording> m_pEarlier;  ///< steps may still be on it
+    std::vector<std::shared_ptr<CRecording>> m_earlier;  ///< steps may still be on them
     bool m_bInited LINKAGE_GUARDED_BY(m_mutex) = false;
     bool m_bClientType3 = false;  ///< constant from construction on
     /// Written only before init(), under the lock; handlers read it without the lock.

@@ -84,7 +84,7 @@ ComingReports reportsFrom(const std::vector<InboxItem>& batch, std::size_t from)
 }  // namespace
 
 CLinkageManager::CLinkageManager()
-    : m_pTape(std::make_unique<CTapeSwitch>()),
+    : m_pTape(std::make_shared<CTapeSwitch>()),
       m_bClientType3(isClientType3()),
       m_pDoor(boost::make_shared<CDoor>()),
       m_pTradeDate(std::make_unique<CPublished<std::string>>()),

@@ -33,7 +33,7 @@ CLinkageManager::Work CLinkageManager::later(const LeftWork& what, Work work) {
     const Ticket ticket = step ? step->nextTicket(standing(what.name)) : Ticket();
     Work taken = [this, ticket, name = standing(what.name), waits, work = std::move(work)] {
         const CStep own(tape(), [&] {
-            const bool before = waits->number() <= tape().leftBefore();
+            const bool before = waits->number() <= tape()->leftBefore();
             return WorkInput{before ? Ticket{0, name, waits->number()} : ticket};
         });
         if (CStep* const current = CStep::current()) current->tape().changesWork(*current);

@@ -65,7 +65,7 @@ CRecording::~CRecording() { stop(); }
 
 bool CRecording::begin(const std::function<void()>& begun) {
     const std::lock_guard lock(m_mutex);
-    if (m_nBegun > 0 || !m_bWaits.load()) return false;
+    if (m_nBegun > 0 || !m_bWaits.load() || !m_bRunning.load()) return false;
     begun();
     m_nNext = m_nPlaces.load() + 1;
     m_bPictureDue.store(true);
@@ -74,7 +74,7 @@ bool CRecording::begin(const std::function<void()>& begun) {
 }
 
 void CRecording::takePicture() {
-    if (!m_bPictureDue.exchange(false)) return;
+    if (!m_bPictureDue.exchange(false) || !m_bRunning.load()) return;
     try {
         RecordingPicture picture = m_beginning.picture();
         const std::lock_guard lock(m_mutex);

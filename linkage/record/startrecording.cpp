@@ -99,40 +99,45 @@ std::string leftText(const std::map<std::uint64_t, LeftWork>& works) {
 
 bool CLinkageManager::startRecording(const QString& file, const RecordingOptions& options) {
     const CLock lock(m_mutex);
-    if (m_pRecording && m_pRecording->state().running) {
-        LINKAGE_LOG_WARNING(START_RECORDING, "{0} is not recorded: a recording goes on",
-                            file.toStdString());
+    const auto refuse = [&](const std::string& why) {
+        LINKAGE_LOG_WARNING(START_RECORDING, "{0} is not recorded: {1}", file.toStdString(), why);
         return false;
-    }
+    };
+    if (m_pRecording && m_pRecording->state().running) return refuse("a recording goes on");
+    // One that has ended by itself may still be the tape of new steps.
+    m_pTape->turnOff();
+    if (!m_bInited && m_pTape->isUsed()) return refuse("a step of the recording before goes on");
     try {
-        TextBuffer head;
-        writeConfig(head, m_bClientType3, m_options, m_bInited);
-        // In the middle only the book may be read again.
-        m_bInited ? static_cast<void>(m_pBook->flush()) : finishSaves();
-        writeFiles(head,
-                   m_bInited ? QStringList{QStringLiteral("balances-*.jsonl")} : QStringList());
-        auto recording = std::make_shared<CRecording>(*this, QFile::encodeName(file).toStdString(),
-                                                      options, std::string(viewOf(head)), m_bInited,
-                                                      [this] { return m_mutex.isMine(); });
-        if (m_bInited) {
-            CRecording* const begun = recording.get();
-            recording->waitFor(
-                {[this, begun] { tryRecording(*begun); }, [this] { return takePicture(); }});
-        }
-        // Steps may still be under way on the one before.
-        m_pEarlier = std::exchange(m_pRecording, std::move(recording));
+        makeRecording(QFile::encodeName(file).toStdString(), options);
     } catch (const std::exception& fault) {
-        LINKAGE_LOG_WARNING(START_RECORDING, "{0} is not recorded: {1}", file.toStdString(),
-                            fault.what());
-        return false;
+        return refuse(fault.what());
     }
     m_mutex.setWatch(&g_stepHolds);
-    if (m_bInited) {
-        beginRecording();
-    } else {
-        setTape(m_pRecording.get());
-    }
+    if (!m_bInited) return setTape(m_pRecording.get());
+    beginRecording();
     return true;
+}
+
+void CLinkageManager::makeRecording(const std::string& file, const RecordingOptions& options) {
+    TextBuffer head;
+    writeConfig(head, m_bClientType3, m_options, m_bInited);
+    if (m_bInited) {
+        // Of the files only the book may be read again.
+        m_pBook->flush();
+        writeFiles(head, {QStringLiteral("balances-*.jsonl")});
+    } else {
+        finishSaves();
+        writeFiles(head, {});
+    }
+    auto recording = std::make_shared<CRecording>(*this, file, options, std::string(viewOf(head)),
+                                                  m_bInited, [this] { return m_mutex.isMine(); });
+    if (m_bInited) {
+        CRecording* const waiting = recording.get();
+        recording->waitFor(
+            {[this, waiting] { tryRecording(*waiting); }, [this] { return takePicture(); }});
+    }
+    if (m_pRecording) m_earlier.push_back(std::move(m_pRecording));
+    m_pRecording = std::move(recording);
 }
 
 // First new steps are on the tape, then those from before are over. The picture is of a moment at
@@ -143,7 +148,7 @@ void CLinkageManager::beginRecording() {
     if (m_pTape->isOn()) tryRecording(*m_pRecording);
     m_pRecording->takePicture();
     if (!m_pRecording->state().waits) {
-        m_pEarlier.reset();
+        m_earlier.clear();
         return flushRecordingLater();
     }
     armRecordTimer(BEGIN_MICROS, [this]() LINKAGE_REQUIRES(m_mutex) {
@@ -200,9 +205,9 @@ std::optional<RecordingState> CLinkageManager::getRecording() const {
     return m_pRecording->state();
 }
 
-void CLinkageManager::setTape(ITape* tape) {
+bool CLinkageManager::setTape(ITape* tape) {
     m_mutex.setWatch(&g_stepHolds);
-    m_pTape->turnOn(tape);
+    return m_pTape->turnOn(tape);
 }
 
 // What was recorded is on disk a second later, also while nothing happens.

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -21,7 +22,8 @@ public:
     /// `make` gives what the step is taken for; it is called only with a tape. A step within a step
     /// belongs to the outer one.
     template <class MakeInput>
-    CStep(CTapeSwitch& tapeSwitch, const MakeInput& make) : m_visit(tapeSwitch) {
+    CStep(const std::shared_ptr<CTapeSwitch>& tapeSwitch, const MakeInput& make)
+        : m_visit(tapeSwitch) {
         if (ITape* const tape = m_visit.tape()) begin(*tape, make);
     }
     ~CStep() {

@@ -252,9 +252,6 @@ private:
     }
 };
 
-/// A subscription of a recording that is played: nobody tells it anything.
-struct SilentRequest final : CQuoteRequest {};
-
 struct Quotes final : CQuoteClient {
     static CQuoteClient& real() { return *CManualSingletonT<CQuoteClient>::instance(); }
 
@@ -270,7 +267,7 @@ struct Quotes final : CQuoteClient {
             return TapeAnswer(found != nullptr);
         });
         if (!wanted<bool>(answer)) return {};
-        return found ? found : boost::make_shared<SilentRequest>();
+        return found ? found : silentSubscription();
     }
     void queryMinuteBars(const QString& key, const std::string& day,
                          const BarsAnswer& answer) override {
@@ -384,6 +381,11 @@ struct CTapedClient::Services {
     taped::Time time;
     taped::Calendar calendar;
 };
+
+boost::shared_ptr<CQuoteRequest> silentSubscription() {
+    struct Silent final : CQuoteRequest {};
+    return boost::make_shared<Silent>();
+}
 
 CTapedClient::CTapedClient() : m_pServices(std::make_unique<Services>()) {}
 CTapedClient::~CTapedClient() = default;

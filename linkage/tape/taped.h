@@ -24,4 +24,7 @@ private:
     const std::unique_ptr<Services> m_pServices;
 };
 
+/// A subscription of a recording that is played: nobody tells it anything.
+boost::shared_ptr<CQuoteRequest> silentSubscription();
+
 }  // namespace TC

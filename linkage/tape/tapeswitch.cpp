@@ -13,14 +13,16 @@ thread_local Visiting t_visiting;
 
 }  // namespace
 
-CTapeSwitch::CVisit::CVisit(CTapeSwitch& tapeSwitch) : m_switch(tapeSwitch) {
+CTapeSwitch::CVisit::CVisit(const std::shared_ptr<CTapeSwitch>& tapeSwitch) {
     if (t_visiting.depth++ > 0) return;
-    if (m_switch.enter()) t_visiting.tape = m_switch.m_pTape.load(std::memory_order_relaxed);
+    m_pSwitch = tapeSwitch;
+    if (m_pSwitch->enter()) t_visiting.tape = m_pSwitch->m_pTape.load(std::memory_order_relaxed);
 }
 
 CTapeSwitch::CVisit::~CVisit() {
-    if (--t_visiting.depth > 0) return;
-    m_switch.m_state.fetch_sub(t_visiting.tape ? ONE_TAPED : 1);
+    --t_visiting.depth;
+    if (!m_pSwitch) return;
+    m_pSwitch->m_state.fetch_sub(t_visiting.tape ? ONE_TAPED : 1);
     t_visiting.tape = nullptr;
 }
 
@@ -34,7 +36,7 @@ bool CTapeSwitch::enter() {
 }
 
 bool CTapeSwitch::turnOn(ITape* tape) {
-    if (m_state.load() >= ONE_TAPED) return false;
+    if (isOn() || isUsed()) return false;
     m_pTape.store(tape);
     m_state.fetch_or(ON);
     return true;

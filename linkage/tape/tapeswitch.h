@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <utility>
 
 namespace TC {
@@ -17,10 +18,11 @@ class ITape;
 /// Threads: any.
 class CTapeSwitch {
 public:
-    /// While one lives, its thread is in a step; one within another belongs to it.
+    /// While one lives, its thread is in a step; one within another belongs to it. A slot of the
+    /// client may release the manager meanwhile, so it keeps the switch.
     class CVisit {
     public:
-        explicit CVisit(CTapeSwitch& tapeSwitch);
+        explicit CVisit(const std::shared_ptr<CTapeSwitch>& tapeSwitch);
         ~CVisit();
         CVisit(const CVisit&) = delete;
         CVisit& operator=(const CVisit&) = delete;
@@ -29,7 +31,7 @@ public:
         ITape* tape() const;
 
     private:
-        CTapeSwitch& m_switch;
+        std::shared_ptr<CTapeSwitch> m_pSwitch;  ///< null: within another one
     };
 
     /// Steps that begin from now on are on the tape. False, and nothing happens, while steps of an
@@ -38,6 +40,8 @@ public:
     /// Steps that begin from now on are on none. Those on the tape go on there.
     void turnOff() { m_state.fetch_and(~ON); }
     bool isOn() const { return (m_state.load() & ON) != 0; }
+    /// Whether a step is under way on a tape.
+    bool isUsed() const { return (m_state.load() & ~ON) >= ONE_TAPED; }
     /// Whether a step is under way that is on no tape.
     bool hasOthers() const { return (m_state.load() & OTHERS) != 0; }
 

@@ -9,6 +9,7 @@
 
 #include <optional>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -252,6 +253,30 @@ TEST_F(Recording, EndsWithALineInTheLogWhenItsFileIsFullAndTradingGoesOn) {
     EXPECT_FALSE(recording->running);
     EXPECT_EQ(recording->fault, "the file has its full size");
     EXPECT_EQ(f->manager().getTradeStatDatas("A", "S").size(), 1u);
+}
+
+TEST_F(Recording, AnotherOneFollowsOneThatEndedByItself) {
+    begin({.mostBytes = 1});
+    play();
+    while (f->manager().getRecording()->running) std::this_thread::yield();
+    ASSERT_TRUE(f->manager().startRecording(path() + ".2"));
+    f->order({.key = 7, .strategy = "S"});
+    f->advance(60);
+    f->manager().stopRecording();
+    f.reset();
+    const auto verdict = verified(path() + ".2");
+    EXPECT_EQ(verdict.fault, "");
+    EXPECT_FALSE(verdict.difference);
+    EXPECT_GT(verdict.marks, 5u);
+}
+
+TEST_F(Recording, ASlotMayReleaseTheManager) {
+    f->init();
+    QObject::connect(&f->manager(), &TC::CLinkageManager::sigCancelTask, [](int, const QString&) {
+        utils::CSingletonT<TC::CLinkageManager>::release();
+    });
+    f->manager().cancelTask(1, "x");
+    EXPECT_FALSE(utils::CSingletonT<TC::CLinkageManager>::exists());
 }
 
 }  // namespace

@@ -145,6 +145,8 @@ TEST_F(Programs, ReplayRecordsAndVerifies) {
     const Ended same = run(LINKAGE_REPLAY " --verify @r");
     EXPECT_EQ(same.status, 0);
     EXPECT_NE(same.output.find("no difference\n"), std::string::npos) << same.output;
+    EXPECT_EQ(run(LINKAGE_REPLAY " --record-from 1 @good").status, 2);
+    EXPECT_EQ(run(LINKAGE_REPLAY " --record @r --record-from x @good").status, 2);
     // Another manager's recording stays.
     EXPECT_EQ(run(LINKAGE_REPLAY " --record @r @good").status, 2);
     const Ended none = run(LINKAGE_REPLAY " --verify @good");
