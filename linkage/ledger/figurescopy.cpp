@@ -45,15 +45,15 @@ void sortBy(std::vector<Place>& places, std::uint32_t Place::*member, std::size_
 
 }  // namespace
 
-CLedger::CFiguresCopy::CFiguresCopy(CLedger& ledger, const std::set<std::string>& accountKeys,
-                                    const std::set<std::string>& strategies,
-                                    const std::set<std::string>& stockKeys)
+CLedger::CFiguresCopy::CFiguresCopy(CLedger& ledger, std::set<std::string> accountKeys,
+                                    std::set<std::string> strategies,
+                                    std::set<std::string> stockKeys)
     : CSlicedCopy(ledger.m_figureCopies),
       m_ledger(ledger),
-      m_accountKeys(accountKeys),
-      m_strategyNames(strategies),
-      m_stockKeys(stockKeys),
-      m_bWithRest(selects(strategies, WHOLE_ACCOUNT)) {}
+      m_accountKeys(std::move(accountKeys)),
+      m_strategyNames(std::move(strategies)),
+      m_stockKeys(std::move(stockKeys)),
+      m_bWithRest(selects(m_strategyNames, WHOLE_ACCOUNT)) {}
 
 void CLedger::CFiguresCopy::begin() {
     m_accounts = selectedIn(m_ledger.m_accounts, m_accountKeys);

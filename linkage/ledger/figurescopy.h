@@ -18,8 +18,8 @@ namespace TC {
 /// those of all strategies are copied too: the caller can subtract them from the account's.
 class CLedger::CFiguresCopy final : public ledger::CSlicedCopy<const Figures*> {
 public:
-    CFiguresCopy(CLedger& ledger, const std::set<std::string>& accountKeys,
-                 const std::set<std::string>& strategies, const std::set<std::string>& stockKeys);
+    CFiguresCopy(CLedger& ledger, std::set<std::string> accountKeys,
+                 std::set<std::string> strategies, std::set<std::string> stockKeys);
 
     /// Takes what forEachStock() needs beside the figures, in the hold of the last slice.
     void takeNames();
@@ -68,9 +68,9 @@ private:
     std::vector<Place> inOrder() const;
 
     CLedger& m_ledger;
-    const std::set<std::string>& m_accountKeys;
-    const std::set<std::string>& m_strategyNames;
-    const std::set<std::string>& m_stockKeys;
+    const std::set<std::string> m_accountKeys;
+    const std::set<std::string> m_strategyNames;
+    const std::set<std::string> m_stockKeys;
     const bool m_bWithRest;
 
     // what is to be copied, and how far it is
