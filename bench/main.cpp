@@ -61,6 +61,10 @@ int main(int argc, char** argv) {
         bench::libraryOptions().guard = true;
         fmt::print("with the guard of balances\n");
     }
+    if (takeOption(argc, argv, "--stream")) {
+        constexpr double USUAL_SECONDS = 10;
+        return bench::printStream(argc > 1 ? std::atof(argv[1]) : USUAL_SECONDS) ? 0 : 1;
+    }
     const bool parts = takeOption(argc, argv, "--parts");
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;

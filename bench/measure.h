@@ -78,6 +78,10 @@ void addLatency();
 void addLongDays();
 void addRecording();
 
+/// Whether a recording follows 500,000 reports a second for so long; tells what it came to. Not
+/// among the benchmarks.
+bool printStream(double seconds);
+
 /// What each part of a report costs; not among the benchmarks.
 void printParts();
 

@@ -1,6 +1,5 @@
 #include "replay/playedtape.h"
 
-#include "linkage/record/recording.h"
 #include "replay/manageraccess.h"
 
 #include <algorithm>
@@ -43,7 +42,8 @@ TC::Moment CPlayedTape::begins(TC::CStep& step) {
         // Nobody let it run: what is told to the screen, for instance, is no step of ours.
         return TC::Moment::ofPlatform();
     }
-    step.unit().step = t_step->number;
+    step.part().step = t_step->number;
+    if (step.part().inHold) ++t_step->holds;
     return t_step->moment;
 }
 
@@ -67,16 +67,16 @@ bool CPlayedTape::keeps(const TC::Ticket& ticket, const boost::function<void()>&
 // ------------------------------------------------------------------- what they do
 
 void CPlayedTape::raises(TC::CStep& step, unsigned call, const Signal& signal) {
-    TC::addSignal(step.unit(), m_signalNames, signal);
+    TC::addSignal(step.part(), m_signalNames, signal);
     callBack(call);
 }
 
 void CPlayedTape::figures(TC::CStep& step, std::uint64_t value) {
-    TC::addFigures(step.unit(), value);
+    TC::addFigures(step.part(), value);
 }
 
 void CPlayedTape::acts(TC::CStep& step, const TC::TapeMark& act) {
-    step.unit().marks.push_back(act);
+    step.part().addMark(act);
     if (m_pRequests && t_step && !m_bFree) tell(act);
 }
 
@@ -93,10 +93,11 @@ void CPlayedTape::tell(const TC::TapeMark& act) {
 
 void CPlayedTape::takeMarks(TC::CStep& step) {
     if (!t_step) return;
-    for (const TC::TapeMark& mark : step.unit().marks) {
+    auto& marks = step.part().marks();
+    for (const TC::TapeMark& mark : marks) {
         t_step->marks.push_back(TC::markText(mark));
     }
-    step.unit().marks.clear();
+    marks.clear();
 }
 
 void CPlayedTape::callBack(unsigned call) {

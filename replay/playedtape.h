@@ -1,6 +1,7 @@
 #pragma once
 
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/record/recording.h"
 #include "linkage/tape/step.h"
 #include "linkage/tape/tape.h"
 #include "linkage/tape/taped.h"
@@ -88,7 +89,7 @@ private:
     CRecordedClient& m_client;
     paper::IClientObserver* const m_pRequests;
     const TC::CTapedClient m_taped;
-    std::map<const void*, const char*> m_signalNames;
+    TC::SignalNames m_signalNames;
     RecordedWorks m_works;
     std::optional<Difference> m_difference;
     std::atomic<bool> m_bFree{false};

@@ -15,15 +15,13 @@ void noteRaise(CStep& step, const char* operation, const Signal& signal,
                const Arguments&... arguments) {
     ITape::Signal raised{nullptr, operation, {}};
     if constexpr (requires { signal.num_slots(); }) raised.signal = std::addressof(signal);
-    const auto values = [&] {
-        std::vector<TapeValue> all;
-        if constexpr ((requires { tapeValue(arguments); } && ...)) {
-            (all.push_back(tapeValue(arguments)), ...);
-        }
-        return all;
-    };
-    raised.values = values;
-    step.tape().raises(step, step.nextCall(), raised);
+    if constexpr (sizeof...(Arguments) > 0 && (requires { tapeValue(arguments); } && ...)) {
+        const auto values = [&] { return std::vector<TapeValue>{tapeValue(arguments)...}; };
+        raised.values = values;
+        step.tape().raises(step, step.nextCall(), raised);
+    } else {
+        step.tape().raises(step, step.nextCall(), raised);
+    }
 }
 
 /// Raises a signal, or calls a function that raises one, for the client's listeners. When a

@@ -1,19 +1,23 @@
 #pragma once
 
 #include "linkage/core/mutex.h"
+#include "linkage/record/partqueue.h"
 #include "linkage/record/recordfile.h"
 #include "linkage/record/recordingoptions.h"
 #include "linkage/record/tapetext.h"
 #include "linkage/tape/step.h"
 #include "linkage/tape/taped.h"
 
+#include <array>
 #include <atomic>
-#include <condition_variable>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <span>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace TC {
@@ -32,15 +36,15 @@ public:
 };
 
 /// The names of a manager's signals, by address.
-std::map<const void*, const char*> signalNames(const CLinkageManager& manager);
+using SignalNames = std::array<std::pair<const void*, const char*>, 8>;
+SignalNames signalNames(const CLinkageManager& manager);
 
 /// Adds a signal to what a part of a step did. Of the profits, one signal for each strategy, the
 /// sum is in the figures.
-void addSignal(TapeUnit& unit, const std::map<const void*, const char*>& names,
-               const ITape::Signal& signal);
+void addSignal(TapePart& part, const SignalNames& names, const ITape::Signal& signal);
 
 /// Adds a figure to the check sum that a part of a step ends with so far.
-void addFigures(TapeUnit& unit, std::uint64_t value);
+void addFigures(TapePart& part, std::uint64_t value);
 
 /// The tape that writes. Threads that take steps hand over what they did, a part of a step at a
 /// time; a thread of its own brings the parts into their order and writes them.
@@ -78,7 +82,7 @@ public:
     /// Ends it: what was handed over is on disk when this returns.
     void stop();
     /// Asks for what was handed over to be on disk soon.
-    void flushSoon();
+    void flushSoon() { m_queue.flush(); }
     RecordingState state() const;
 
     Moment begins(CStep& step) override;
@@ -92,44 +96,61 @@ public:
         return false;
     }
     void raises(CStep& step, unsigned call, const Signal& signal) override;
+    void lacksMemory() override;
     void figures(CStep& step, std::uint64_t value) override;
     TapeAnswer asks(CStep& step, unsigned call, const TapeQuestion& question,
                     const std::function<TapeAnswer()>& work) override;
+    PricePtr asksPrice(CStep& step, unsigned call, const QString& key,
+                       const std::function<PricePtr()>& work) override;
     void acts(CStep& step, const TapeMark& act) override;
 
 private:
     void place(CStep& step);
-    void handOver(TapeUnit&& unit);
-    void write();
-    void writeUnits(std::vector<TapeUnit>& units);
+    void handOver(TapePart&& part);
+    void drop(TapePart&& part);
+    void notePrice(TapePart& part, unsigned call, const QString& key, const PricePtr& price);
     template <class Work>
     void note(const Work& work);
     void end(const char* fault) noexcept;
 
+    void write();
+    bool beginText();
+    void prefetch(std::span<const TapePart> parts);
+    void writePart(TapePart& part);
+    void writeParts(std::span<TapePart> parts);
+    void writeAll(std::span<TapePart> parts) noexcept;
+    void writeEnd() noexcept;
+
     const RecordingOptions m_options;
     const CTapedClient m_client;
-    const std::map<const void*, const char*> m_signalNames;
+    const SignalNames m_signalNames;
 
-    std::atomic<std::uint64_t> m_nSteps{0};
-    std::atomic<std::uint64_t> m_nPlaces{0};
     std::atomic<bool> m_bRunning{true};
+    std::atomic<std::uint64_t> m_nLost{0};  ///< parts after its end
     Beginning m_beginning;
     std::atomic<bool> m_bWaits;  ///< it has not begun: nothing is kept
     std::atomic<bool> m_bPictureDue{false};
-    unsigned m_nBegun = 0;  ///< steps that had a place while it waited, and go on
 
-    std::mutex m_stopMutex;  ///< held while the thread ends
-    mutable std::mutex m_mutex;
-    std::condition_variable m_handedOver;
-    std::vector<TapeUnit> m_units;
-    bool m_bFlush = false;
-    bool m_bStop = false;
+    // Of the threads that take steps; what the writing thread writes is not beside them.
+    alignas(64) std::atomic<std::uint64_t> m_nSteps{0};
+    std::atomic<std::uint64_t> m_nPlaces{0};
+    /// Prices that were answered under the manager's lock, by a hash of their addresses. The lock
+    /// guards them.
+    std::vector<std::unique_ptr<const TapePrice>> m_prices;
+    CPartQueue m_queue;
+
+    alignas(64) std::mutex m_stopMutex;  ///< held while the thread ends
+    mutable std::mutex m_stateMutex;
     RecordingState m_state;
+    unsigned m_nBegun = 0;  ///< steps that had a place while it waited, and go on
     std::optional<RecordingPicture> m_picture;  ///< not written yet
+    std::unique_ptr<TapePart::Rest> m_pDropped;
 
     // of the writing thread
-    std::map<std::uint64_t, TapeUnit> m_early;  ///< parts before which others are missing, by place
-    std::uint64_t m_nNext = 1;                  ///< place of the next part
+    std::map<std::uint64_t, TapePart> m_early;  ///< parts before which others are missing, by place
+    std::uint64_t m_nNext = 1;                  ///< place of the next part; begin() sets it
+    std::uint64_t m_nWritten = 0;               ///< steps that the state does not count yet
+    TapeUnit m_unit;
     CTapeText m_text;
     CRecordFile m_file;
     std::thread m_thread;

@@ -11,8 +11,6 @@ namespace TC {
 
 namespace {
 
-constexpr std::size_t KEPT_REPORTS = 2;  ///< of a record
-
 template <class... Handlers>
 struct Overloaded : Handlers... {
     using Handlers::operator()...;
@@ -90,30 +88,30 @@ void CTapeText::endLine() {
 
 // --------------------------------------------------------------------------- records
 
-std::uint64_t CTapeText::numberOf(const RecordPtr& record) const {
-    const auto at = m_numbers.find(record.get());
-    return at == m_numbers.end() ? 0 : at->second;
+RecordName CTapeText::nameOf(const std::string& account, const vexservice::IData& record) {
+    const auto number = static_cast<std::uint32_t>(m_accounts.size());
+    const auto [kind, key] = recordName(record);
+    return {m_accounts.try_emplace(account, number).first->second, static_cast<std::uint32_t>(kind),
+            key};
 }
 
-// A record that is freed could be taken for a later one at its address, so what has a number is
-// kept. The player keeps as many.
-void CTapeText::remember(const RecordName& name, const RecordPtr& record) {
-    m_numbers[record.get()] = ++m_nRecords;
-    std::deque<RecordPtr>& newest = m_newest[name];
-    newest.push_back(record);
-    while (newest.size() > KEPT_REPORTS && !m_bPicture) {
-        m_numbers.erase(newest.front().get());
-        newest.pop_front();
+std::uint64_t CTapeText::numberOf(const std::string& account, const RecordPtr& record) {
+    if (!record) return 0;
+    if (const std::uint64_t number = m_numbers.find(nameOf(account, *record), record)) {
+        return number;
     }
+    const auto pictured = m_pictured.find(record);
+    return pictured == m_pictured.end() ? 0 : pictured->second;
 }
 
+// The player remembers as many.
 void CTapeText::define(const std::string& account, const RecordPtr& record) {
-    remember({account, recordName(*record)}, record);
+    m_numbers.add(nameOf(account, *record), record, ++m_nRecords);
     writeRecord(m_out, account, *record);
 }
 
 void CTapeText::tell(const std::string& account, const RecordPtr& record) {
-    if (numberOf(record) != 0) return;
+    if (numberOf(account, record) != 0) return;
     beginLine(recordKind(*record));
     define(account, record);
     m_out.member("push", false);
@@ -121,9 +119,10 @@ void CTapeText::tell(const std::string& account, const RecordPtr& record) {
 }
 
 void CTapeText::begin(const RecordingPicture& picture) {
-    m_bPicture = true;
-    for (const RecordPtr& record : picture.records) tell(accountOf(*record), record);
-    m_bPicture = false;
+    for (const RecordPtr& record : picture.records) {
+        tell(accountOf(*record), record);
+        m_pictured.emplace(record, m_nRecords);
+    }
     beginLine("picture").member("at", picture.at);
     m_out.key("state");
     m_out.written(picture.state);
@@ -147,13 +146,13 @@ void CTapeText::defineRecords(const TapeInput& input) {
 
 // --------------------------------------------------------------------------- answers
 
-std::string CTapeText::answerText(const TapeAnswer& answer) {
+std::string CTapeText::answerText(const TapeAnswer& answer, const std::string& account) {
     TextBuffer text;
     CJsonWriter out(text);
     out.writesExponents();
     if (const auto* const records = std::get_if<IDataPtrs>(&answer)) {
         out.beginArray();
-        for (const IDataPtr& record : *records) out.value(record ? numberOf(record) : 0);
+        for (const IDataPtr& record : *records) out.value(numberOf(account, record));
         out.endArray();
     } else {
         writeAnswer(out, answer);
@@ -177,7 +176,7 @@ void CTapeText::addAnswer(const TapeUnit& unit, std::uint64_t number, const Tape
             if (record) tell(accountOf(ask.question), record);
         }
     }
-    std::string text = answerText(ask.answer);
+    std::string text = answerText(ask.answer, accountOf(ask.question));
     const auto [known, isNew] = m_answers.try_emplace(question);
     if (!isNew && known->second == text) return;
     beginLine("answer");
@@ -248,7 +247,7 @@ void CTapeText::addStep(const TapeUnit& unit) {
 // Leaves the line open: its moment comes last.
 void CTapeText::addInput(const TapeInput& input) {
     const auto report = [&](const std::string& account, const auto& record) {
-        if (const std::uint64_t number = numberOf(record)) {
+        if (const std::uint64_t number = numberOf(account, record)) {
             beginLine("report").member("record", number);
             m_out.member("account", account);
         } else {
@@ -261,7 +260,9 @@ void CTapeText::addInput(const TapeInput& input) {
         writeError(m_out, answer.error);
         m_out.key("records");
         m_out.beginArray();
-        for (const auto& record : answer.records) m_out.value(record ? numberOf(record) : 0);
+        for (const auto& record : answer.records) {
+            m_out.value(record ? numberOf(accountOf(record->m_pAccountInfo), record) : 0);
+        }
         m_out.endArray();
     };
     std::visit(Overloaded{[&](std::monostate) { beginLine("nothing"); },

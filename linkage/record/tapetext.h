@@ -1,10 +1,10 @@
 #pragma once
 
+#include "linkage/record/recordnumbers.h"
 #include "linkage/tape/jsonwriter.h"
 #include "linkage/tape/tapeunit.h"
 
 #include <cstdint>
-#include <deque>
 #include <map>
 #include <string>
 #include <string_view>
@@ -42,46 +42,53 @@ public:
     /// The last line: nothing is missing before it, but of steps that were under way.
     void end();
 
+    /// This report of an account is going to be added.
+    void prefetch(const std::string& account, const vexservice::IData& report) {
+        m_numbers.prefetch(nameOf(account, report));
+    }
+
+    /// Whether this price is the last answer to the question for it.
+    bool knowsPrice(const std::string& about, const vexservice::CPriceData* price) const {
+        const auto known = m_prices.find(about);
+        return known != m_prices.end() && known->second.get() == price;
+    }
+
     std::size_t size() const { return m_buffer.size(); }
     /// The lines so far; they stand until the next part is added.
     std::string_view take();
 
 private:
-    using RecordPtr = boost::shared_ptr<const vexservice::IData>;
-    /// Account, kind and record key.
-    using RecordName = std::pair<std::string, std::pair<int, std::uint64_t>>;
+    using RecordPtr = CRecordNumbers::RecordPtr;
 
     void leave();
     void addStep(const TapeUnit& unit);
     void addInput(const TapeInput& input);
     void addCall(const CallInput& call);
     void addAnswer(const TapeUnit& unit, std::uint64_t number, const TapeAsk& ask);
-    /// The answer as JSON; records in it that the text does not have yet are written first.
-    std::string answerText(const TapeAnswer& answer);
+    /// The answer as JSON; lists of records are of this account.
+    std::string answerText(const TapeAnswer& answer, const std::string& account = {});
     void defineRecords(const TapeInput& input);
 
-    /// The number of a record; 0: the text does not have it.
-    std::uint64_t numberOf(const RecordPtr& record) const;
+    RecordName nameOf(const std::string& account, const vexservice::IData& record);
+    /// The number of an account's record; 0: the text does not have it.
+    std::uint64_t numberOf(const std::string& account, const RecordPtr& record);
     /// Writes a record, with the beginning of its line as it is given.
     void define(const std::string& account, const RecordPtr& record);
     /// The same in a line of its own, which only says what the record is. Nothing when the text has
     /// the record.
     void tell(const std::string& account, const RecordPtr& record);
-    void remember(const RecordName& name, const RecordPtr& record);
 
     CJsonWriter& beginLine(std::string_view kind);
     void endLine();
-    void writeMoment(const TapeUnit& unit);
 
     TextBuffer m_buffer;
     TextBuffer m_taken;
     CJsonWriter m_out{m_buffer};
 
-    bool m_bPicture = false;  ///< every record stays known
     std::uint64_t m_nRecords = 0;
-    std::unordered_map<const vexservice::IData*, std::uint64_t> m_numbers;
-    /// The two newest records of each name: an older one is not known any more.
-    std::map<RecordName, std::deque<RecordPtr>> m_newest;
+    std::unordered_map<std::string, std::uint32_t> m_accounts;  ///< their numbers
+    CRecordNumbers m_numbers;
+    std::unordered_map<RecordPtr, std::uint64_t> m_pictured;  ///< numbers of a picture's records
 
     std::uint64_t m_nSteps = 0;
     std::map<std::uint64_t, std::uint64_t> m_stepNumbers;  ///< of steps that go on, in the text

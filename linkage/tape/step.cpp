@@ -12,14 +12,13 @@ CStep* CStep::innermost() { return t_step; }
 
 CStep* CStep::current() { return t_step && t_step->m_nOutside == 0 ? t_step : nullptr; }
 
-void CStep::open(ITape& tape, TapeInput input) {
+void CStep::open(ITape& tape) {
     m_pTape = &tape;
-    m_unit.input = std::move(input);
     t_step = this;
-    m_unit.moment = tape.begins(*this);
-    m_moment.emplace(m_unit.moment);
     // Several reports may be taken in while the strand has the lock.
-    if (tape.hasLock()) tape.holds(*this);
+    m_part.inHold = tape.hasLock();
+    m_part.moment = tape.begins(*this);
+    m_moment.emplace(m_part.moment);
 }
 
 void CStep::end() {

@@ -2,6 +2,7 @@
 
 #include "linkage/tape/moment.h"
 #include "linkage/tape/tape.h"
+#include "linkage/tape/tapepart.h"
 #include "linkage/tape/tapeswitch.h"
 
 #include <cstdint>
@@ -43,12 +44,12 @@ public:
 
     ITape& tape() const { return *m_pTape; }
     /// What the tape keeps of the step's part in hand.
-    TapeUnit& unit() { return m_unit; }
+    TapePart& part() { return m_part; }
     /// Counts what the step asks of others, and what it tells them.
     unsigned nextCall() { return ++m_nCalls; }
     unsigned calls() const { return m_nCalls; }
     /// Names work that the step leaves for later.
-    Ticket nextTicket(const char* name) { return {m_unit.step, name, ++m_tickets[name]}; }
+    Ticket nextTicket(const char* name) { return {m_part.step, name, ++m_tickets[name]}; }
 
     /// While it lives, the step is outside the library: what comes in then is the client's.
     class COutside {
@@ -70,19 +71,28 @@ private:
     template <class MakeInput>
     void begin(ITape& tape, const MakeInput& make) {
         CStep* const outer = innermost();
-        if (!outer) return open(tape, make());
-        if (outer->m_nOutside == 0) return;
-        outer->m_pTape->callsBack(*outer, make());
+        if (outer && outer->m_nOutside == 0) return;
+        // The step itself must not notice that there is no memory for what it is taken for.
+        try {
+            if (outer) {
+                outer->m_pTape->callsBack(*outer, make());
+            } else {
+                m_part.take(make());
+            }
+        } catch (...) {
+            tape.lacksMemory();
+        }
+        if (!outer) return open(tape);
         m_pOuter = outer;
         m_nOutsideOfOuter = std::exchange(outer->m_nOutside, 0);
     }
     static CStep* innermost();
-    void open(ITape& tape, TapeInput input);
+    void open(ITape& tape);
     void end();
 
     const CTapeSwitch::CVisit m_visit;
     ITape* m_pTape = nullptr;
-    TapeUnit m_unit;
+    TapePart m_part;
     unsigned m_nCalls = 0;
     int m_nOutside = 0;
     std::map<std::string_view, unsigned> m_tickets;

@@ -4,6 +4,8 @@
 #include "linkage/tape/tapedservices.h"
 #include "linkage/tape/tapeunit.h"
 
+#include <QString>
+
 #include <boost/function.hpp>
 
 #include <cstdint>
@@ -25,11 +27,13 @@ public:
     /// Makes the values of a signal when they are wanted: a pass raises thousands that are not.
     class CValuesOf {
     public:
+        /// None.
         CValuesOf() = default;
         template <class Make>
         CValuesOf(const Make& make)
             : m_pMake(&make),
               m_call([](const void* made) { return (*static_cast<const Make*>(made))(); }) {}
+        bool any() const { return m_pMake != nullptr; }
         std::vector<TapeValue> operator()() const {
             return m_pMake ? m_call(m_pMake) : std::vector<TapeValue>();
         }
@@ -46,9 +50,12 @@ public:
         CValuesOf values;       ///< to be asked for during the call only
     };
 
+    using PricePtr = boost::shared_ptr<vexservice::CPriceData>;
+
     virtual ~ITape() = default;
 
-    /// A step begins. Gives the moment that it goes by.
+    /// A step begins; it may have the lock from its beginning on (TapePart::inHold), and holds() is
+    /// not called for that. Gives the moment that it goes by.
     virtual Moment begins(CStep& step) = 0;
     /// The step is over; `step` goes.
     virtual void ends(CStep& step) = 0;
@@ -71,6 +78,8 @@ public:
 
     /// The step is about to raise a signal, its `call`-th call of anything outside.
     virtual void raises(CStep& step, unsigned call, const Signal& signal) = 0;
+    /// There is no memory for what a step would tell.
+    virtual void lacksMemory() {}
     /// A figure that belongs to the manager's decisions.
     virtual void figures(CStep& step, std::uint64_t value) = 0;
 
@@ -78,6 +87,9 @@ public:
     /// service throws, so does this.
     virtual TapeAnswer asks(CStep& step, unsigned call, const TapeQuestion& question,
                             const std::function<TapeAnswer()>& work) = 0;
+    /// The same for the newest price of a stock, which each deal asks for.
+    virtual PricePtr asksPrice(CStep& step, unsigned call, const QString& key,
+                               const std::function<PricePtr()>& work);
     /// The step is about to send a command, or to cancel.
     virtual void acts(CStep& step, const TapeMark& act) = 0;
 

@@ -256,8 +256,11 @@ struct Quotes final : CQuoteClient {
     static CQuoteClient& real() { return *CManualSingletonT<CQuoteClient>::instance(); }
 
     boost::shared_ptr<CPriceData> getStockPrice(const QString& key) override {
-        return wanted<boost::shared_ptr<CPriceData>>(
-            ask("price", key.toStdString(), [&] { return TapeAnswer(real().getStockPrice(key)); }));
+        CStep* const step = CStep::current();
+        if (!step) return real().getStockPrice(key);
+        const CStep::COutside outside(step);
+        return step->tape().asksPrice(*step, step->nextCall(), key,
+                                      [&] { return real().getStockPrice(key); });
     }
     boost::shared_ptr<CQuoteRequest> request(const QString& key,
                                              const CQuoteRequest::Callback& heard) override {
@@ -366,6 +369,12 @@ struct Calendar final : marlo::IMarketCalendar {
 };
 
 }  // namespace taped
+
+ITape::PricePtr ITape::asksPrice(CStep& step, unsigned call, const QString& key,
+                                 const std::function<PricePtr()>& work) {
+    return taped::wanted<PricePtr>(
+        asks(step, call, {"price", key.toStdString()}, [&] { return TapeAnswer(work()); }));
+}
 
 struct CTapedClient::Services {
     taped::DataCenter data;

@@ -81,7 +81,6 @@ struct TapeUnit {
     bool last = false;        ///< the step ends with it
     bool held = false;        ///< it holds the manager's lock
     bool leavesWork = false;  ///< work of the step runs later
-    bool counted = false;     ///< the step had a place while the recording waited: it is left out
     Moment moment;
     TapeInput input;
     std::vector<TapeAsk> asks;

@@ -279,4 +279,49 @@ TEST_F(Recording, ASlotMayReleaseTheManager) {
     EXPECT_FALSE(utils::CSingletonT<TC::CLinkageManager>::exists());
 }
 
+// A step that is one of too many is not in the recording, and notices nothing.
+TEST_F(Recording, EndsWhenTooMuchWaitsToBeWritten) {
+    // Nothing is taken before the first second is over.
+    begin({.mostWaiting = 3});
+    play();
+    f->manager().stopRecording();
+    const auto recording = f->manager().getRecording();
+    ASSERT_TRUE(recording);
+    EXPECT_FALSE(recording->running);
+    EXPECT_EQ(recording->fault, "the disk cannot follow");
+    EXPECT_GT(recording->steps, 0u);
+    EXPECT_LE(recording->steps, 3u);
+    EXPECT_EQ(f->manager().getTradeStatDatas("A", "S").size(), 1u);
+    f.reset();
+    const auto verdict = verified(path());
+    EXPECT_EQ(verdict.fault, "");
+    EXPECT_FALSE(verdict.difference);
+    EXPECT_EQ(verdict.steps, recording->steps);
+}
+
+// Blocks of the queue go round, records are numbered among many, and prices change under deals.
+TEST_F(Recording, AStormOfReportsIsWholeAndCanBePlayed) {
+    constexpr int REPORTS = 6000;
+    begin();
+    for (int at = 1; at <= REPORTS; ++at) {
+        const auto key = static_cast<std::uint64_t>(1 + at % 2500);
+        if (at % 3 == 0) {
+            f->deal({.key = key, .side = Side::Sell, .volume = 100, .strategy = "S"});
+        } else {
+            f->order({.key = key, .strategy = "S"});
+        }
+        if (at % 50 == 0) f->price({.last = 10.0 + 0.01 * (at % 7)});
+    }
+    f->manager().runAutoBalance("A", "S");
+    f->manager().stopRecording();
+    const auto recording = f->manager().getRecording();
+    ASSERT_TRUE(recording && recording->fault.empty());
+    EXPECT_GT(recording->steps, std::uint64_t{REPORTS});
+    f.reset();
+    const auto verdict = verified(path());
+    EXPECT_EQ(verdict.fault, "");
+    EXPECT_FALSE(verdict.difference || verdict.breaksOff);
+    EXPECT_EQ(verdict.steps, recording->steps);
+}
+
 }  // namespace
