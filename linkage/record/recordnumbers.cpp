@@ -7,7 +7,11 @@ namespace TC {
 std::uint64_t CRecordNumbers::find(const RecordName& name, const RecordPtr& record) const {
     const Line& line = m_lines[placeOf(name)];
     if (line.records[1] == record) return line.numbers[1];
-    return line.records[0] == record ? line.numbers[0] : 0;
+    if (line.records[0] == record) return line.numbers[0];
+    const auto older = m_older.find(name);
+    if (older == m_older.end()) return 0;
+    const auto found = older->second.find(record);
+    return found == older->second.end() ? 0 : found->second;
 }
 
 void CRecordNumbers::add(const RecordName& name, const RecordPtr& record, std::uint64_t number) {
@@ -15,6 +19,11 @@ void CRecordNumbers::add(const RecordName& name, const RecordPtr& record, std::u
     Line& line = m_lines[placeOf(name)];
     if (!line.records[1]) ++m_nUsed;
     line.name = name;
+    if (!m_bKeepAll) {
+        m_older.erase(name);
+    } else if (line.records[0]) {
+        m_older[name].emplace(line.records[0], line.numbers[0]);
+    }
     line.records[0] = std::exchange(line.records[1], record);
     line.numbers[0] = std::exchange(line.numbers[1], number);
 }

@@ -5,8 +5,10 @@
 
 #include <boost/shared_ptr.hpp>
 
+#include <compare>
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <vector>
 
 namespace TC {
@@ -16,11 +18,12 @@ struct RecordName {
     std::uint32_t account = 0;  ///< the number of its account
     std::uint32_t kind = 0;     ///< as recordName() gives it
     std::uint64_t key = 0;
-    bool operator==(const RecordName&) const = default;
+    auto operator<=>(const RecordName&) const = default;
 };
 
-/// The numbers that records have in a recording: those of the two newest of each name. A record
-/// that is freed could be taken for a later one at its address, so these are kept.
+/// The numbers that records have in a recording: those of the two newest of each name, and of a
+/// picture those of all until a newer one comes. A record that is freed could be taken for a later
+/// one at its address, so these are kept.
 ///
 /// A recording asks for each report, and a day has a million names. So a name is one line of the
 /// cache, and its place is known before it is asked for.
@@ -34,6 +37,8 @@ public:
     std::uint64_t find(const RecordName& name, const RecordPtr& record) const;
     /// The record is the newest one of its name. Throws std::bad_alloc.
     void add(const RecordName& name, const RecordPtr& record, std::uint64_t number);
+    /// While it is on, what is added belongs to a picture.
+    void keepAll(bool on) { m_bKeepAll = on; }
     /// find() is going to be called.
     void prefetch(const RecordName& name) const { utils::prefetch(&m_lines[homeOf(name)]); }
 
@@ -51,6 +56,9 @@ private:
 
     std::vector<Line> m_lines = std::vector<Line>(1024);  ///< a power of two
     std::size_t m_nUsed = 0;
+    bool m_bKeepAll = false;
+    /// Older ones of a picture: few.
+    std::map<RecordName, std::map<RecordPtr, std::uint64_t>> m_older;
 };
 
 }  // namespace TC

@@ -96,12 +96,7 @@ RecordName CTapeText::nameOf(const std::string& account, const vexservice::IData
 }
 
 std::uint64_t CTapeText::numberOf(const std::string& account, const RecordPtr& record) {
-    if (!record) return 0;
-    if (const std::uint64_t number = m_numbers.find(nameOf(account, *record), record)) {
-        return number;
-    }
-    const auto pictured = m_pictured.find(record);
-    return pictured == m_pictured.end() ? 0 : pictured->second;
+    return record ? m_numbers.find(nameOf(account, *record), record) : 0;
 }
 
 // The player remembers as many.
@@ -119,10 +114,9 @@ void CTapeText::tell(const std::string& account, const RecordPtr& record) {
 }
 
 void CTapeText::begin(const RecordingPicture& picture) {
-    for (const RecordPtr& record : picture.records) {
-        tell(accountOf(*record), record);
-        m_pictured.emplace(record, m_nRecords);
-    }
+    m_numbers.keepAll(true);
+    for (const RecordPtr& record : picture.records) tell(accountOf(*record), record);
+    m_numbers.keepAll(false);
     beginLine("picture").member("at", picture.at);
     m_out.key("state");
     m_out.written(picture.state);

@@ -88,7 +88,6 @@ private:
     std::uint64_t m_nRecords = 0;
     std::unordered_map<std::string, std::uint32_t> m_accounts;  ///< their numbers
     CRecordNumbers m_numbers;
-    std::unordered_map<RecordPtr, std::uint64_t> m_pictured;  ///< numbers of a picture's records
 
     std::uint64_t m_nSteps = 0;
     std::map<std::uint64_t, std::uint64_t> m_stepNumbers;  ///< of steps that go on, in the text
