@@ -691,6 +691,7 @@ protected:
     LINKAGE_LOCAL void tryRecording(CRecording& recording) const;
     LINKAGE_LOCAL RecordingPicture takePicture();
     LINKAGE_LOCAL std::string exactState();
+    LINKAGE_LOCAL void noteState();
     LINKAGE_LOCAL void flushRecordingLater() LINKAGE_REQUIRES(m_mutex);
     LINKAGE_LOCAL void armRecordTimer(std::int64_t micros, Work work) LINKAGE_REQUIRES(m_mutex);
     /// What follows the manager's steps.

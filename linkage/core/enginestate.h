@@ -40,6 +40,7 @@ struct EngineState {
     Timer m_importTimer;  ///< likewise
     Timer m_recordTimer;
     std::uint64_t m_nRecordTimes = 0;  ///< how often it was set
+    int m_nRecordSeconds = 0;          ///< how long recordings have lasted
     std::mutex m_balanceTimerMutex;
 
     /// Work that failed because of a service and will be tried again, by name. The mutex guards

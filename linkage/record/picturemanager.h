@@ -13,7 +13,8 @@ LINKAGE_TS(no_thread_safety_analysis)
 void PictureMembers::of(P& p, CLinkageManager& manager) {
     published(p, "tradeDate", *manager.m_pTradeDate);
     p("user", manager.m_strUserData);
-    {
+    // They change without the manager's lock.
+    if (!p.isExact()) {
         const std::lock_guard lock(manager.m_pEngine->m_retryMutex);
         p("retries", manager.m_pEngine->m_retries);
         p("retryWait", manager.m_pEngine->m_nRetryWait);

@@ -22,11 +22,12 @@
 
 namespace TC {
 
-/// Writes a picture of the manager (picturemembers.h) as a JSON object. What is as a fresh object
-/// has it is left out. Records of the client stand in it as numbers, from 1 on in the order of
-/// records().
+/// Writes a picture of the manager (picturemembers.h) as an object, into a CJsonWriter or what is
+/// used as one (CStateSum). What is as a fresh object has it is left out. Records of the client
+/// stand in it as numbers, from 1 on in the order of records().
 ///
 /// Threads: one. The caller guards what is written.
+template <class Out>
 class CPictureWriter {
 public:
     static constexpr bool READS = false;
@@ -34,13 +35,15 @@ public:
 
     /// `exact`: only what is the same when a recording is played. Saves are not on the tape, and
     /// balance times change without the manager's lock.
-    explicit CPictureWriter(TextBuffer& text, bool exact = false) : m_out(text), m_bExact(exact) {
-        m_out.writesExponents();
-    }
+    explicit CPictureWriter(Out& out, bool exact = false) : m_out(out), m_bExact(exact) {}
     bool isExact() const { return m_bExact; }
 
-    void beginObject() { m_out.beginObject(); }
-    void endObject() { m_out.endObject(); }
+    /// All of it.
+    void write(CLinkageManager& manager) {
+        m_out.beginObject();
+        PictureMembers::of(*this, manager);
+        m_out.endObject();
+    }
 
     template <class T>
     void operator()(std::string_view name, T& value) {
@@ -155,6 +158,7 @@ private:
     template <picture::Record T>
     void put(const boost::shared_ptr<T>& record) {
         if (!record) return m_out.value(0);
+        if constexpr (requires { m_out.record(*record); }) return m_out.record(*record);
         const auto [at, isNew] = m_numbers.try_emplace(record.get(), m_records.size() + 1);
         if (isNew) m_records.push_back(record);
         m_out.value(at->second);
@@ -199,7 +203,7 @@ private:
         return at == m_figures.end() ? 0 : at->second;
     }
 
-    CJsonWriter m_out;
+    Out& m_out;
     const bool m_bExact;
     std::uint64_t m_nFigures = 0;
     std::unordered_map<const LinkagePeriodExtData*, std::uint64_t> m_figures;

@@ -84,6 +84,7 @@ public:
     /// Asks for what was handed over to be on disk soon.
     void flushSoon() { m_queue.flush(); }
     RecordingState state() const;
+    const RecordingOptions& options() const { return m_options; }
 
     Moment begins(CStep& step) override;
     void ends(CStep& step) override;

@@ -13,6 +13,11 @@ struct RecordingOptions {
     /// How many events may wait to be written. When the disk cannot follow and more wait, the
     /// recording ends.
     std::uint64_t mostWaiting = 4'000'000;
+
+    /// Every so many seconds, and at its end, the recording gets a check sum of all that the manager
+    /// has, so that a play that goes another way is found there at the latest. It is made in one
+    /// hold of the manager's lock, STATECOST. 0: only at the end.
+    int stateSeconds = 600;
 };
 
 /// How far a recording has come.

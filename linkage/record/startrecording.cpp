@@ -6,6 +6,7 @@
 #include "linkage/record/picturewriter.h"
 #include "linkage/record/recording.h"
 #include "linkage/record/recordlines.h"
+#include "linkage/record/statesum.h"
 #include "platform/log.h"
 #include "platform/services/clientconfig.h"
 
@@ -170,10 +171,10 @@ void CLinkageManager::tryRecording(CRecording& recording) const {
 // Only balance times change without the manager's lock, and to set one twice is to set it once.
 RecordingPicture CLinkageManager::takePicture() {
     TextBuffer state;
-    CPictureWriter writer(state);
-    writer.beginObject();
-    PictureMembers::of(writer, *this);
-    writer.endObject();
+    CJsonWriter out(state);
+    out.writesExponents();
+    CPictureWriter writer(out);
+    writer.write(*this);
     return {momentText(nowMicros()), std::string(viewOf(state)), leftText(m_pTape->left()),
             writer.records()};
 }
@@ -181,20 +182,33 @@ RecordingPicture CLinkageManager::takePicture() {
 std::string CLinkageManager::exactState() {
     const CLock lock(m_mutex);
     TextBuffer state;
-    CPictureWriter writer(state, true);
-    writer.beginObject();
-    PictureMembers::of(writer, *this);
-    writer.endObject();
+    CJsonWriter out(state);
+    out.writesExponents();
+    CPictureWriter writer(out, true);
+    writer.write(*this);
     return std::string(viewOf(state));
 }
 
+// A step of its own, so that whoever plays the recording sums up the same state.
+void CLinkageManager::noteState() {
+    const CStep step(tape(), [] { return callOf("noteState"); });
+    CStep* const taped = CStep::current();
+    if (!taped) return;
+    const CLock lock(m_mutex);
+    CStateSum sum;
+    CPictureWriter writer(sum, true);
+    writer.write(*this);
+    taped->tape().acts(*taped, StateMark{sum.sum()});
+}
+
 void CLinkageManager::stopRecording() {
-    m_pTape->turnOff();
     std::shared_ptr<CRecording> recording;
     {
         const CLock lock(m_mutex);
         recording = m_pRecording;
     }
+    if (recording && recording->state().running) noteState();
+    m_pTape->turnOff();
     // The file is finished without the lock.
     if (recording) recording->stop();
 }
@@ -214,6 +228,8 @@ bool CLinkageManager::setTape(ITape* tape) {
 void CLinkageManager::flushRecordingLater() {
     armRecordTimer(FLUSH_MICROS, [this]() LINKAGE_REQUIRES(m_mutex) {
         if (!m_pRecording->state().running) return;
+        const int seconds = m_pRecording->options().stateSeconds;
+        if (seconds > 0 && ++m_pEngine->m_nRecordSeconds % seconds == 0) noteState();
         m_pRecording->flushSoon();
         flushRecordingLater();
     });

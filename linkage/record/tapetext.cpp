@@ -345,6 +345,10 @@ std::string markText(const TapeMark& mark) {
                           [&](const FiguresMark& figures) {
                               out.member("out", "figures");
                               out.member("sum", figures.sum);
+                          },
+                          [&](const StateMark& state) {
+                              out.member("out", "state");
+                              out.member("sum", state.sum);
                           }},
                mark);
     out.endObject();

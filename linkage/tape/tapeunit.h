@@ -70,7 +70,12 @@ struct OperateMark {
 struct FiguresMark {
     std::uint64_t sum;
 };
-using TapeMark = std::variant<SignalMark, CommandMark, CancelMark, OperateMark, FiguresMark>;
+/// A check sum of the whole state.
+struct StateMark {
+    std::uint64_t sum;
+};
+using TapeMark =
+    std::variant<SignalMark, CommandMark, CancelMark, OperateMark, FiguresMark, StateMark>;
 
 /// A part of a step that nothing else comes between: from one hold of the manager's lock to the
 /// next one, or the whole step.

@@ -195,7 +195,8 @@ private:
         m_pClient->report(account, deal);
     }
 
-    void price(Gust& gust, int /*at*/) {
+    void price(Gust& gust, int at) {
+        if (at % 15 == 0 && std::getenv("NOTE")) TC::ManagerAccess::noteState(manager());
         auto price = boost::make_shared<vexservice::CPriceData>();
         const std::string key = "SH" + gust.stock();
         price->m_strStockKey = key;
