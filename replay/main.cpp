@@ -1,4 +1,5 @@
 #include "replay/anonymise.h"
+#include "replay/cut.h"
 #include "replay/journal.h"
 #include "replay/programversion.h"
 #include "replay/recordingplayer.h"
@@ -14,6 +15,7 @@
 #include <cstring>
 #include <exception>
 #include <random>
+#include <utility>
 
 namespace {
 
@@ -27,6 +29,8 @@ constexpr const char* USAGE =
     "       linkage-replay --interactive [--data-dir DIR] [--journal FILE] [--no-log]\n"
     "       linkage-replay --verify RECORDING...\n"
     "       linkage-replay --anonymise RECORDING --into COPY\n"
+    "       linkage-replay --cut RECORDING [--from TIME] [--to TIME] [--account KEY]... --into "
+    "COPY\n"
     "       linkage-replay --version\n"
     "Plays scenario files (\"-\": standard input) against the linkage library and prints\n"
     "what the library did, one JSON object a line. With --interactive it reads standard input,\n"
@@ -38,8 +42,42 @@ struct Arguments {
     bool help = false;
     bool verify = false;
     std::string anonymise;  ///< a recording
+    std::string cut;        ///< a recording
+    replay::CutOptions part;
     std::string into;
 };
+
+/// False when it is none that tells of a copy.
+bool readCopyOption(std::string_view option, const char* value, Arguments& arguments) {
+    replay::CutOptions& part = arguments.part;
+    if (option == "--account") {
+        part.accounts.insert(value);
+        return true;
+    }
+    const std::pair<std::string_view, std::string*> texts[] = {
+        {"--anonymise", &arguments.anonymise},
+        {"--cut", &arguments.cut},
+        {"--from", &part.from},
+        {"--to", &part.to},
+        {"--into", &arguments.into}};
+    for (const auto& [name, text] : texts) {
+        if (option != name) continue;
+        *text = value;
+        return true;
+    }
+    return false;
+}
+
+/// A copy is made of one recording, in one way.
+bool copiesOneWay(const Arguments& arguments) {
+    const bool cuts = !arguments.cut.empty();
+    const replay::CutOptions& part = arguments.part;
+    if (!cuts && !(part.from.empty() && part.to.empty() && part.accounts.empty())) return false;
+    if (cuts && !arguments.anonymise.empty()) return false;
+    if ((cuts || !arguments.anonymise.empty()) == arguments.into.empty()) return false;
+    if (!arguments.into.empty()) return arguments.scenarios.empty();
+    return arguments.help || !arguments.scenarios.empty();
+}
 
 /// False when they cannot be understood.
 bool readArguments(int argc, char** argv, Arguments& arguments) {
@@ -66,10 +104,8 @@ bool readArguments(int argc, char** argv, Arguments& arguments) {
             const char* const end = count.data() + count.size();
             const auto read = std::from_chars(count.data(), end, arguments.options.recordFrom);
             if (read.ec != std::errc() || read.ptr != end) return false;
-        } else if (text == "--anonymise" && hasNext) {
-            arguments.anonymise = argv[++i];
-        } else if (text == "--into" && hasNext) {
-            arguments.into = argv[++i];
+        } else if (hasNext && readCopyOption(text, argv[i + 1], arguments)) {
+            ++i;
         } else if (text == "--data-dir" && hasNext) {
             arguments.options.dataDir = argv[++i];
         } else if (text == "--journal" && hasNext) {
@@ -83,9 +119,7 @@ bool readArguments(int argc, char** argv, Arguments& arguments) {
         arguments.scenarios.emplace_back("-");
     }
     if (arguments.options.recordFrom != 0 && arguments.options.record.empty()) return false;
-    if (arguments.anonymise.empty() != arguments.into.empty()) return false;
-    if (!arguments.into.empty()) return arguments.scenarios.empty();
-    return arguments.help || !arguments.scenarios.empty();
+    return copiesOneWay(arguments);
 }
 
 void writeAll(std::string_view text) {
@@ -163,10 +197,16 @@ int verifyAll(const Arguments& arguments) {
     return status;
 }
 
-int copyAnonymous(const Arguments& arguments) {
+replay::RecordingCopy anonymousCopy(const Arguments& arguments) {
     std::random_device chance;
     const std::uint64_t seed = (std::uint64_t{chance()} << 32) | chance();
-    const replay::AnonymousCopy copy = replay::anonymise(arguments.anonymise, arguments.into, seed);
+    return replay::anonymise(arguments.anonymise, arguments.into, seed);
+}
+
+int makeCopy(const Arguments& arguments) {
+    const replay::RecordingCopy copy =
+        arguments.cut.empty() ? anonymousCopy(arguments)
+                              : replay::cutRecording(arguments.cut, arguments.into, arguments.part);
     if (!copy.fault.empty()) {
         std::fprintf(stderr, "%s\n", copy.fault.c_str());
         return LINE_ERROR;
@@ -190,7 +230,7 @@ int main(int argc, char** argv) {
     }
     const QCoreApplication application(argc, argv);
     try {
-        if (!arguments.into.empty()) return copyAnonymous(arguments);
+        if (!arguments.into.empty()) return makeCopy(arguments);
         return arguments.verify ? verifyAll(arguments) : playAll(arguments);
     } catch (const std::exception& fault) {
         std::fprintf(stderr, "linkage-replay: %s\n", fault.what());

@@ -3,7 +3,10 @@
 #include "linkage/balance/guardedbalances.h"
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/inbox.h"
+#include "linkage/core/published.h"
+#include "linkage/ledger/daykey.h"
 #include "linkage/record/picturemanager.h"
+#include "linkage/record/tapetext.h"
 #include "linkage/tape/tapeinput.h"
 
 namespace TC {
@@ -84,6 +87,31 @@ struct ManagerAccess {
     }
     /// All that the manager has, as a text that is the same when a recording is played.
     static std::string stateText(CLinkageManager& manager) { return manager.exactState(); }
+    /// What a recording that begins now has before its first step: the lines of its head, and the
+    /// picture. Nothing where none can begin. The manager takes no step.
+    static std::optional<std::pair<std::string, RecordingPicture>> recordingStart(
+        CLinkageManager& manager) {
+        auto picture = manager.pictureAtRest();
+        if (!picture) return std::nullopt;
+        return std::pair(manager.recordingHead(), std::move(*picture));
+    }
+    static const LinkageOptions& options(const CLinkageManager& manager) {
+        return manager.m_options;
+    }
+    /// The account has no records and no figures of the day any more, as if its load had just
+    /// begun.
+    static void dropRecords(CLinkageManager& manager, const std::string& accountKey) {
+        const CLock lock(manager.m_mutex);
+        manager.m_pLedger->removeAccount(accountKey, dayKey(manager.m_pTradeDate->get()));
+        manager.m_pQuotes->forgetAccount(accountKey);
+        manager.dropStatsOf(accountKey);
+        manager.dropHistoryOrders(accountKey);
+    }
+    /// Whether the manager is told the prices of the stock.
+    static bool isPriceRequested(CLinkageManager& manager, const std::string& stockKey) {
+        const CLock lock(manager.m_mutex);
+        return manager.m_pQuotes->isRequested(stockKey);
+    }
     /// Work that the manager had left for later; empty when it is unknown.
     static boost::function<void()> leftWork(CLinkageManager& manager, std::uint64_t number,
                                             const LeftWork& what) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <string_view>
 #include <vector>
 
 namespace replay {
@@ -11,6 +12,23 @@ namespace replay {
 namespace {
 
 thread_local PlayedStep* t_step = nullptr;
+
+std::string questionText(const TC::TapeQuestion& question) {
+    return std::string(question.name) + ' ' + question.about;
+}
+
+/// Whether the manager decides it, and no service.
+bool isDecision(std::string_view question) {
+    return question.starts_with("book ") || question.starts_with("bookLines ") ||
+           question.starts_with("bookPosted ");
+}
+
+/// Where the recording has no answer. Decisions may be asked for in a destructor, from where
+/// nothing can be thrown.
+TC::TapeAnswer withoutAnswer(const std::string& question) {
+    if (isDecision(question)) return true;
+    throw std::runtime_error("the recording has no answer");
+}
 
 }  // namespace
 
@@ -35,6 +53,8 @@ void CPlayedTape::run(PlayedStep& step, const std::function<void()>& work) {
     t_step = nullptr;
 }
 
+TC::ITape* CPlayedTape::recorder() const { return t_step && !m_bFree ? m_pRecorder : nullptr; }
+
 // ----------------------------------------------------------------------- steps
 
 TC::Moment CPlayedTape::begins(TC::CStep& step) {
@@ -42,12 +62,16 @@ TC::Moment CPlayedTape::begins(TC::CStep& step) {
         // Nobody let it run: what is told to the screen, for instance, is no step of ours.
         return TC::Moment::ofPlatform();
     }
+    if (TC::ITape* const other = recorder()) other->begins(step);
     step.part().step = t_step->number;
     if (step.part().inHold) ++t_step->holds;
     return t_step->moment;
 }
 
-void CPlayedTape::ends(TC::CStep& step) { takeMarks(step); }
+void CPlayedTape::ends(TC::CStep& step) {
+    takeMarks(step);
+    if (TC::ITape* const other = recorder()) other->ends(step);
+}
 
 void CPlayedTape::wantsHold(TC::CStep& step) {
     if (m_bFree || !t_step || !t_step->threaded) return;
@@ -55,8 +79,26 @@ void CPlayedTape::wantsHold(TC::CStep& step) {
     CStepThreads::pause();
 }
 
-void CPlayedTape::holds(TC::CStep& /*step*/) {
-    if (t_step) ++t_step->holds;
+void CPlayedTape::holds(TC::CStep& step) {
+    if (!t_step) return;
+    ++t_step->holds;
+    TC::ITape* const other = recorder();
+    if (!other) return;
+    takeMarks(step);
+    other->holds(step);
+    t_step->taken = step.part().marks().size();
+}
+
+void CPlayedTape::callsBack(TC::CStep& step, TC::TapeInput input) {
+    if (TC::ITape* const other = recorder()) other->callsBack(step, std::move(input));
+}
+
+void CPlayedTape::changesWork(TC::CStep& step) {
+    if (TC::ITape* const other = recorder()) other->changesWork(step);
+}
+
+void CPlayedTape::leaves(TC::CStep& step) {
+    if (TC::ITape* const other = recorder()) other->leaves(step);
 }
 
 bool CPlayedTape::keeps(const TC::Ticket& ticket, const boost::function<void()>& work) {
@@ -94,10 +136,13 @@ void CPlayedTape::tell(const TC::TapeMark& act) {
 void CPlayedTape::takeMarks(TC::CStep& step) {
     if (!t_step) return;
     auto& marks = step.part().marks();
-    for (const TC::TapeMark& mark : marks) {
-        t_step->marks.push_back(TC::markText(mark));
+    for (; t_step->taken < marks.size(); ++t_step->taken) {
+        t_step->marks.push_back(TC::markText(marks[t_step->taken]));
     }
+    // Who records needs them himself.
+    if (m_pRecorder) return;
     marks.clear();
+    t_step->taken = 0;
 }
 
 void CPlayedTape::callBack(unsigned call) {
@@ -111,18 +156,24 @@ void CPlayedTape::callBack(unsigned call) {
 
 // ------------------------------------------------------------------ what they ask
 
-TC::TapeAnswer CPlayedTape::asks(TC::CStep& /*step*/, unsigned call,
-                                 const TC::TapeQuestion& question,
+TC::TapeAnswer CPlayedTape::asks(TC::CStep& step, unsigned call, const TC::TapeQuestion& question,
                                  const std::function<TC::TapeAnswer()>& /*work*/) {
     // The client of a recording is not there.
-    if (m_bFree || !t_step) throw std::runtime_error("the recording has no answer");
+    if (m_bFree || !t_step) return withoutAnswer(questionText(question));
+    const auto answer = [&] { return answerOf(call, question); };
+    TC::ITape* const other = recorder();
+    return other ? other->asks(step, call, question, answer) : answer();
+}
+
+TC::TapeAnswer CPlayedTape::answerOf(unsigned call, const TC::TapeQuestion& question) {
     callBack(call);
-    const std::string text = std::string(question.name) + ' ' + question.about;
+    const std::string text = questionText(question);
     takeOwnAnswer(call, text);
-    const auto answer = answerTo(question);
+    auto answer = m_pFilter ? m_pFilter->answer(question) : std::nullopt;
+    if (!answer) answer = answerTo(question);
     if (!answer) {
         differ("(no such question)", "asks: " + text);
-        throw std::runtime_error("the recording has no answer");
+        return withoutAnswer(text);
     }
     if (const auto* const thrown = std::get_if<TC::TapeThrown>(&*answer)) {
         throw std::runtime_error(thrown->text);
@@ -137,8 +188,10 @@ void CPlayedTape::takeOwnAnswer(unsigned call, const std::string& question) {
     auto own = answers.find(call);
     if (own != answers.end() && own->second.first != question) {
         differ("asks: " + own->second.first, "asks: " + question);
+        own = answers.end();
     }
-    if (t_step->differs) {
+    // A decision changes within a step.
+    if (t_step->differs && !isDecision(question)) {
         own = std::find_if(answers.begin(), answers.end(),
                            [&](const auto& each) { return each.second.first == question; });
     }

@@ -6,6 +6,7 @@
 #include "linkage/tape/tape.h"
 #include "linkage/tape/taped.h"
 #include "paper/clientobserver.h"
+#include "replay/playfilter.h"
 #include "replay/recordedinputs.h"
 #include "replay/stepthreads.h"
 
@@ -38,7 +39,8 @@ struct PlayedStep {
     std::multimap<unsigned, std::function<void()>> callBacks;         ///< by call
     std::deque<std::string> marks;                                    ///< not compared yet
     std::shared_ptr<CStepThreads::CRun> run;
-    unsigned holds = 0;  ///< since it is in hand
+    std::size_t taken = 0;  ///< marks of the part in hand that stand in `marks`, or did
+    unsigned holds = 0;     ///< since it is in hand
     bool done = false;
 };
 
@@ -56,6 +58,10 @@ public:
     void playOn(TC::CLinkageManager& manager);
     /// Runs what a step does, on the calling thread.
     static void run(PlayedStep& step, const std::function<void()>& work);
+    /// From now on the steps are told to `recorder` too; null: no more.
+    void recordWith(TC::ITape* recorder) { m_pRecorder = recorder; }
+    /// Has answers of its own; null: none.
+    void setFilter(IPlayFilter* filter) { m_pFilter = filter; }
     /// From now on nothing is answered, compared or left.
     void letGo() { m_bFree = true; }
 
@@ -68,9 +74,9 @@ public:
     void ends(TC::CStep& step) override;
     void wantsHold(TC::CStep& step) override;
     void holds(TC::CStep& step) override;
-    void callsBack(TC::CStep& /*step*/, TC::TapeInput /*input*/) override {}
-    void changesWork(TC::CStep& /*step*/) override {}
-    void leaves(TC::CStep& /*step*/) override {}
+    void callsBack(TC::CStep& step, TC::TapeInput input) override;
+    void changesWork(TC::CStep& step) override;
+    void leaves(TC::CStep& step) override;
     bool keeps(const TC::Ticket& ticket, const boost::function<void()>& work) override;
     void raises(TC::CStep& step, unsigned call, const Signal& signal) override;
     void figures(TC::CStep& step, std::uint64_t value) override;
@@ -79,6 +85,9 @@ public:
     void acts(TC::CStep& step, const TC::TapeMark& act) override;
 
 private:
+    /// Null for what is no step of the recording.
+    TC::ITape* recorder() const;
+    TC::TapeAnswer answerOf(unsigned call, const TC::TapeQuestion& question);
     void takeOwnAnswer(unsigned call, const std::string& question);
     std::optional<TC::TapeAnswer> answerTo(const TC::TapeQuestion& question);
     void differ(const std::string& expected, const std::string& got);
@@ -88,6 +97,8 @@ private:
 
     CRecordedClient& m_client;
     paper::IClientObserver* const m_pRequests;
+    TC::ITape* m_pRecorder = nullptr;
+    IPlayFilter* m_pFilter = nullptr;
     const TC::CTapedClient m_taped;
     TC::SignalNames m_signalNames;
     RecordedWorks m_works;

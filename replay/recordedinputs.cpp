@@ -90,9 +90,7 @@ RecordedInput readHistory(const CFields& fields, const CRecordedClient& client, 
 }
 
 RecordedInput readWork(const CFields& fields, RecordedWorks& works) {
-    const std::tuple key(fields.whole<std::uint64_t>("step"), std::string(fields.text("name")),
-                         fields.whole<std::uint64_t>("index"));
-    auto node = works.extract(key);
+    auto node = works.extract(workOf(fields));
     if (!node) throw LineError("no step has left this work");
     return {[work = std::move(node.mapped())] { TC::attempt("work", work); }};
 }
@@ -176,6 +174,11 @@ RecordedInput readCall(const CFields& fields, Manager& manager) {
 }
 
 }  // namespace
+
+RecordedWorks::key_type workOf(const CFields& fields) {
+    return {fields.whole<std::uint64_t>("step"), std::string(fields.text("name")),
+            fields.whole<std::uint64_t>("index")};
+}
 
 RecordedInput readInput(const CFields& fields, CRecordedClient& client, CEventParser& events,
                         Manager& manager, RecordedWorks& works) {

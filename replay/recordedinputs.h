@@ -25,6 +25,9 @@ struct RecordedInput {
     CRecordedClient::RecordPtr record{};
 };
 
+/// Which work a line "work" names. Throws LineError.
+RecordedWorks::key_type workOf(const CFields& fields);
+
 /// Reads the line of an input. Takes work that it names out of `works`. Throws LineError.
 RecordedInput readInput(const CFields& fields, CRecordedClient& client, CEventParser& events,
                         TC::CLinkageManager& manager, RecordedWorks& works);

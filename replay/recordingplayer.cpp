@@ -4,14 +4,14 @@
 #include "replay/linereader.h"
 #include "replay/playedclient.h"
 #include "replay/playedtape.h"
+#include "replay/playfilter.h"
 #include "replay/recordedclient.h"
 #include "replay/recordedinputs.h"
+#include "replay/recordedlines.h"
 #include "replay/restoredmanager.h"
 #include "replay/stepthreads.h"
-#include "replay/times.h"
 
 #include <algorithm>
-#include <charconv>
 #include <map>
 #include <string_view>
 #include <utility>
@@ -24,55 +24,6 @@ using ManagerSingleton = utils::CSingletonT<TC::CLinkageManager>;
 
 /// Ends the play at a difference.
 struct PlayEnded {};
-
-/// The microseconds of a moment's text.
-std::int64_t readMicros(const std::string& text) {
-    constexpr std::size_t SECONDS = sizeof("yyyy-MM-dd hh:mm:ss") - 1;
-    constexpr std::size_t DIGITS = sizeof(".zzzzzz") - 1;
-    const std::int64_t seconds = readMoment("at", text.substr(0, SECONDS));
-    std::int64_t micros = 0;
-    const char* const end = text.data() + text.size();
-    const bool whole = text.size() == SECONDS + DIGITS &&
-                       std::from_chars(text.data() + SECONDS + 1, end, micros).ptr == end;
-    if (!whole) throw LineError("field \"at\": \"" + text + "\" has no microseconds");
-    return seconds + micros;
-}
-
-bool isRecord(std::string_view kind) {
-    return kind == "order" || kind == "deal" || kind == "position" || kind == "task";
-}
-
-/// What whoever looks on is told of a step.
-RecordedStep stepOf(const std::string& kind, const CFields& fields) {
-    RecordedStep step;
-    step.kind = kind;
-    step.ok = kind == "login" && fields.need("ok").flag();
-    if (kind == "commandAnswer") {
-        step.balance = fields.whole<int>("balance");
-        step.index = fields.whole<std::size_t>("index");
-        step.command = fields.whole<int>("number");
-    }
-    if (kind != "call") return step;
-    step.op = fields.text("op");
-    const CList args = fields.need("args").list();
-    const auto text = [&](std::size_t at) {
-        if (args.size() <= at || !args.at(at).json().is_string()) return std::string();
-        return std::string(args.at(at).text());
-    };
-    step.account = text(0);
-    step.strategy = text(1);
-    if (step.op == "runAutoBalance") step.asker = args.at(2).whole<int>();
-    return step;
-}
-
-/// A file whose writer was killed has no proper end.
-bool nextLine(CLineReader& reader, std::string_view& line) {
-    try {
-        return reader.next(line);
-    } catch (const LineError&) {
-        return false;
-    }
-}
 
 }  // namespace
 
@@ -96,6 +47,13 @@ public:
     const RecordingVerdict& verdict() const { return m_verdict; }
     double progress() const { return m_reader.progress(); }
     TC::CLinkageManager* manager() const { return m_pManager; }
+    TC::CLinkageManager& needManager();
+    bool isAtRest() const { return m_steps.empty(); }
+    void recordWith(TC::ITape* recorder) { m_tape.recordWith(recorder); }
+    void setFilter(IPlayFilter* filter) {
+        m_pFilter = filter;
+        m_tape.setFilter(filter);
+    }
 
 private:
     template <class Work>
@@ -106,7 +64,6 @@ private:
     void finish();
 
     CRecordedClock& clock() { return m_played.clock(); }
-    TC::CLinkageManager& needManager();
     PlayedStep& stepAt(const CFields& fields);
     PlayedStep& goingOn(std::uint64_t number);
     void addAnswer(const CFields& fields);
@@ -116,6 +73,8 @@ private:
 
     void restore(const CFields& fields);
     void take(const CFields& fields, const std::string& kind);
+    bool leavesOut(const CFields& fields, const std::string& kind);
+    bool replacesWork(const CFields& fields);
     void start(std::function<void()> work);
     void goOn();
     void compare(const std::string& expected);
@@ -141,6 +100,7 @@ private:
     CEventParser m_events;
     CRecordedClient m_client;
     CPlayedTape m_tape;
+    IPlayFilter* m_pFilter = nullptr;
     std::uint64_t m_nRevision = 0;
     std::map<std::uint64_t, std::unique_ptr<PlayedStep>> m_steps;  ///< that are not over
     PlayedStep m_next;              ///< gathers what comes before the line of a step
@@ -219,11 +179,7 @@ bool CRecordingPlayer::CPlay::isPlace(const CFields& fields, const std::string& 
         m_nNext = goingOn(fields.whole<std::uint64_t>("step")).moment.micros;
         return true;
     }
-    for (const char* const other :
-         {"config", "writeFile", "picture", "end", "answer", "referenceData", "leave"}) {
-        if (kind == other) return false;
-    }
-    if (fields.find("within") || (isRecord(kind) && !fields.flag("push", true))) return false;
+    if (!takesStep(fields, kind)) return false;
     m_nNext = readMicros(std::string(fields.text("at")));
     return true;
 }
@@ -329,6 +285,14 @@ void CRecordingPlayer::CPlay::take(const CFields& fields, const std::string& kin
     step->at = fields.text("at");
     step->moment = {readMicros(step->at), m_nRevision};
     needManager();
+    // Nothing is compared with what a recording says of another day.
+    step->differs = m_pFilter != nullptr;
+    if (m_pFilter && step->callBacks.empty() && leavesOut(fields, kind)) {
+        step->done = true;
+        m_pStep = step.get();
+        m_steps[step->number] = std::move(step);
+        return;
+    }
     if (m_options.watcher) m_options.watcher->before(stepOf(kind, fields));
     clock().set(step->moment.micros);
     RecordedInput input;
@@ -344,6 +308,32 @@ void CRecordingPlayer::CPlay::take(const CFields& fields, const std::string& kin
     m_pStep = step.get();
     m_steps[step->number] = std::move(step);
     start(std::move(input.work));
+}
+
+/// Whether the step is not taken. What its line tells of the client is known all the same.
+bool CRecordingPlayer::CPlay::leavesOut(const CFields& fields, const std::string& kind) {
+    if (kind == "work") return !replacesWork(fields);
+    if (!m_pFilter->leavesOut(fields, kind)) return false;
+    if (isRecord(kind)) addRecord(fields);
+    if (kind == "price") {
+        const auto price = CEventParser::readPrice(fields);
+        m_client.setAnswer("price " + price->m_strStockKey, CRecordedClient::priceText(*price));
+    }
+    return true;
+}
+
+/// Work that a step has left which was left out may have been left by another one instead. False
+/// when there is none to be taken.
+bool CRecordingPlayer::CPlay::replacesWork(const CFields& fields) {
+    RecordedWorks& works = m_tape.works();
+    const RecordedWorks::key_type key = workOf(fields);
+    if (works.contains(key)) return true;
+    const RecordedWorks::key_type* const other = m_pFilter->instead(works, key);
+    if (!other) return false;
+    auto node = works.extract(*other);
+    node.key() = key;
+    works.insert(std::move(node));
+    return true;
 }
 
 void CRecordingPlayer::CPlay::start(std::function<void()> work) {
@@ -368,6 +358,7 @@ void CRecordingPlayer::CPlay::goOn() {
 void CRecordingPlayer::CPlay::compare(const std::string& expected) {
     ++m_verdict.marks;
     if (!m_pStep) throw LineError("a mark without a step");
+    if (m_pFilter) return;
     while (m_pStep->marks.empty() && !m_pStep->done) goOn();
     if (m_pStep->marks.empty()) return differ({expected, "(nothing)"});
     const std::string got = m_pStep->marks.front();
@@ -451,6 +442,10 @@ std::int64_t CRecordingPlayer::nowMicros() const { return m_pPlay->nowMicros(); 
 const RecordingVerdict& CRecordingPlayer::verdict() const { return m_pPlay->verdict(); }
 double CRecordingPlayer::progress() const { return m_pPlay->progress(); }
 TC::CLinkageManager* CRecordingPlayer::manager() const { return m_pPlay->manager(); }
+TC::CLinkageManager& CRecordingPlayer::makeManager() { return m_pPlay->needManager(); }
+bool CRecordingPlayer::isAtRest() const { return m_pPlay->isAtRest(); }
+void CRecordingPlayer::recordWith(TC::ITape* recorder) { m_pPlay->recordWith(recorder); }
+void CRecordingPlayer::setFilter(IPlayFilter* filter) { m_pPlay->setFilter(filter); }
 
 std::string differenceText(const RecordingVerdict& verdict) {
     if (!verdict.difference) return {};

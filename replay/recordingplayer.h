@@ -13,7 +13,13 @@
 #include <optional>
 #include <string>
 
+namespace TC {
+class ITape;
+}
+
 namespace replay {
+
+class IPlayFilter;
 
 /// Where a recording and the library of today part.
 struct RecordingDifference {
@@ -116,6 +122,19 @@ public:
     double progress() const;
     /// Null before the first step.
     TC::CLinkageManager* manager() const;
+
+    // for who makes another recording of this one
+    /// The manager before its first step. Throws LineError when the file does not begin as a
+    /// recording does.
+    TC::CLinkageManager& makeManager();
+    /// Whether no step is in its middle. The lines before that of the next step are read already.
+    bool isAtRest() const;
+    /// What the manager does from now on is told to `recorder` too, as if nothing were played. At
+    /// rest only; null ends it.
+    void recordWith(TC::ITape* recorder);
+    /// From now on steps are left out, and nothing is compared any more. It must outlive the
+    /// player.
+    void setFilter(IPlayFilter* filter);
 
 private:
     class CPlay;

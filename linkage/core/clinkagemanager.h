@@ -690,6 +690,11 @@ protected:
     LINKAGE_LOCAL void beginRecording() LINKAGE_REQUIRES(m_mutex);
     LINKAGE_LOCAL void tryRecording(CRecording& recording) const;
     LINKAGE_LOCAL RecordingPicture takePicture();
+    /// The first lines of a recording that begins now.
+    LINKAGE_LOCAL std::string recordingHead() const;
+    /// The picture of a manager that takes no step; nothing before init(), and while work waits
+    /// that a picture cannot tell. That work is then known as left before.
+    LINKAGE_LOCAL std::optional<RecordingPicture> pictureAtRest();
     LINKAGE_LOCAL std::string exactState();
     LINKAGE_LOCAL void noteState();
     LINKAGE_LOCAL void flushRecordingLater() LINKAGE_REQUIRES(m_mutex);

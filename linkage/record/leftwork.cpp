@@ -46,8 +46,11 @@ CLinkageManager::Work CLinkageManager::later(const LeftWork& what, Work work) {
 
 CLinkageManager::Work CLinkageManager::leftWork(std::uint64_t number, const LeftWork& what,
                                                 Work work) {
-    return [this, ticket = Ticket{0, standing(what.name), number}, work = std::move(work)] {
+    // A recording that begins later has this work in its picture, too.
+    const auto waits = CLeftWorks::put(m_pEngine->m_pLeft, number, what);
+    return [this, ticket = Ticket{0, standing(what.name), number}, waits, work = std::move(work)] {
         const CStep own(tape(), [&] { return WorkInput{ticket}; });
+        waits->end();
         work();
     };
 }

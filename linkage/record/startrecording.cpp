@@ -98,6 +98,17 @@ std::string leftText(const std::map<std::uint64_t, LeftWork>& works) {
 
 }  // namespace
 
+std::string CLinkageManager::recordingHead() const {
+    const CLock lock(m_mutex);
+    TextBuffer head;
+    writeConfig(head, m_bClientType3, m_options, m_bInited);
+    QStringList names;
+    // In the middle of a day only the book may be read again.
+    if (m_bInited) names << QStringLiteral("balances-*.jsonl");
+    writeFiles(head, names);
+    return std::string(viewOf(head));
+}
+
 bool CLinkageManager::startRecording(const QString& file, const RecordingOptions& options) {
     const CLock lock(m_mutex);
     const auto refuse = [&](const std::string& why) {
@@ -120,18 +131,13 @@ bool CLinkageManager::startRecording(const QString& file, const RecordingOptions
 }
 
 void CLinkageManager::makeRecording(const std::string& file, const RecordingOptions& options) {
-    TextBuffer head;
-    writeConfig(head, m_bClientType3, m_options, m_bInited);
     if (m_bInited) {
-        // Of the files only the book may be read again.
         m_pBook->flush();
-        writeFiles(head, {QStringLiteral("balances-*.jsonl")});
     } else {
         finishSaves();
-        writeFiles(head, {});
     }
-    auto recording = std::make_shared<CRecording>(*this, file, options, std::string(viewOf(head)),
-                                                  m_bInited, [this] { return m_mutex.isMine(); });
+    auto recording = std::make_shared<CRecording>(*this, file, options, recordingHead(), m_bInited,
+                                                  [this] { return m_mutex.isMine(); });
     if (m_bInited) {
         CRecording* const waiting = recording.get();
         recording->waitFor(
@@ -177,6 +183,19 @@ RecordingPicture CLinkageManager::takePicture() {
     writer.write(*this);
     return {momentText(nowMicros()), std::string(viewOf(state)), leftText(m_pTape->left()),
             writer.records()};
+}
+
+std::optional<RecordingPicture> CLinkageManager::pictureAtRest() {
+    const CLock lock(m_mutex);
+    const bool isKnown = m_pEngine->m_pLeft->with([&](const auto& works, std::uint64_t last) {
+        for (const auto& [number, work] : works) {
+            if (!work.known) return false;
+        }
+        m_pTape->setLeft(last, works);
+        return true;
+    });
+    if (!isKnown || !m_bInited) return std::nullopt;
+    return takePicture();
 }
 
 std::string CLinkageManager::exactState() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <charconv>
 #include <cstddef>
 #include <cstdint>
@@ -65,6 +66,14 @@ public:
         const std::lock_guard lock(works->m_mutex);
         works->m_works.emplace(++works->m_nLast, std::move(work));
         return std::make_shared<CWaits>(works, works->m_nLast);
+    }
+    /// Work that had its number before. Other work gets higher ones.
+    static std::shared_ptr<const CWaits> put(const std::shared_ptr<CLeftWorks>& works,
+                                             std::uint64_t number, LeftWork work) {
+        const std::lock_guard lock(works->m_mutex);
+        works->m_works.insert_or_assign(number, std::move(work));
+        works->m_nLast = std::max(works->m_nLast, number);
+        return std::make_shared<CWaits>(works, number);
     }
     /// Runs `work` on all that waits, and the number of the newest; nothing is added or removed
     /// meanwhile.

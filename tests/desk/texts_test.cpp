@@ -70,8 +70,8 @@ TEST(DeskTexts, FaultsOfScenariosFollowTheLanguage) {
     }
     int refusals = 0;
     for (const char* name : {"eventparser", "eventplayer", "linereader", "operations",
-                             "playedclient", "recordedclient", "recordedinputs", "recordingplayer",
-                             "scenarioline", "session", "times"}) {
+                             "playedclient", "recordedclient", "recordedinputs", "recordedlines",
+                             "recordingplayer", "scenarioline", "session", "times"}) {
         const QString path = QString(LINKAGE_SOURCE_DIR "/replay/%1.cpp").arg(name);
         for (const QString& text : refusalsOf(contentOf(path))) {
             // A sentence, or a piece of one; fields that are asked for have names of one word.

@@ -73,6 +73,10 @@ TEST_F(Programs, ReplayTellsHowItEndedAndWhere) {
         {"--anonymise @good --into @x @good", 2, 0, "usage: linkage-replay "},
         {"--anonymise @good --into @x", 2, 0,
          path("good") + ":1: is no recording: \"recorded\" is missing\n"},
+        {"--cut @good", 2, 0, "usage: linkage-replay "},
+        {"--cut @good --anonymise @good --into @x", 2, 0, "usage: linkage-replay "},
+        {"--anonymise @good --account A --into @x", 2, 0, "usage: linkage-replay "},
+        {"--cut @good --from 10:00 --into @x", 2, 0, "--from: \"10:00\" is no date and time\n"},
         {"--other @good", 2, 0, "usage: linkage-replay "},
         {"", 2, 0, "usage: linkage-replay "},
     };

@@ -6,6 +6,7 @@
 #include "platform/utils/clock.h"
 #include "platform/utils/waits.h"
 #include "replay/anonymise.h"
+#include "replay/cut.h"
 #include "replay/manageraccess.h"
 #include "replay/output.h"
 #include "replay/recordingplayer.h"
@@ -345,6 +346,34 @@ TEST_P(RecordingThreads, AStormWithoutItsNamesIsPlayedAgainWithoutADifference) {
     EXPECT_EQ(copy.fault, "");
     EXPECT_FALSE(copy.verdict.difference || copy.verdict.breaksOff);
     EXPECT_GT(copy.verdict.steps, 10u);
+}
+
+// That a part shows what the storm showed is proven by the cut itself.
+TEST_P(RecordingThreads, PartsOfAStormArePlayedWithoutADifference) {
+    const QTemporaryDir directory;
+    const std::string path = directory.path().toStdString() + "/storm.jsonl.gz";
+    {
+        CStorm storm(7, std::get<0>(GetParam()), QString::fromStdString(path),
+                     std::get<1>(GetParam()));
+        storm.blow();
+        storm.calm();
+        CStorm::manager().stopRecording();
+    }
+    const auto whole = replay::verifyRecording(path);
+    const std::string moments[] = {"", "2024-01-02 10:00:02", "2024-01-02 10:00:07",
+                                   "2024-01-02 10:00:20"};
+    int parts = 0;
+    for (const std::string& from : moments) {
+        SCOPED_TRACE(from);
+        const auto copy =
+            replay::cutRecording(path, path + ".part" + std::to_string(++parts), {.from = from});
+        // A storm may have no rest behind a moment.
+        if (copy.fault.find("at no moment") != std::string::npos) continue;
+        EXPECT_EQ(copy.fault, "");
+        EXPECT_FALSE(copy.verdict.difference || copy.verdict.breaksOff);
+        EXPECT_LE(copy.verdict.steps, whole.steps);
+        EXPECT_GT(copy.verdict.steps, 1u);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(GuardAndMiddle, RecordingThreads,
