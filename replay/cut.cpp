@@ -148,9 +148,20 @@ private:
         const auto [is, got] =
             std::mismatch(expected.begin(), expected.end(), found.begin(), found.end());
         if (is == expected.end() && got == found.end()) return;
-        const auto text = [](auto at, auto end) { return at == end ? "(nothing)" : at->c_str(); };
+        const std::string one = is == expected.end() ? "(nothing)" : *is;
+        const std::string other = got == found.end() ? "(nothing)" : *got;
         throw CopyFault(notShown("what the recording shows of the accounts") + "; expected " +
-                        text(is, expected.end()) + ", got " + text(got, found.end()));
+                        around(one, other) + ", got " + around(other, one));
+    }
+    /// The beginning of a text, and what stands around where it parts from another.
+    static std::string around(const std::string& text, const std::string& other) {
+        constexpr std::size_t NAME = 40;
+        constexpr std::size_t SHOWN = 80;
+        const auto [at, ignored] =
+            std::mismatch(text.begin(), text.end(), other.begin(), other.end());
+        const auto parts = static_cast<std::size_t>(at - text.begin());
+        if (parts <= NAME + SHOWN) return text.substr(0, NAME + 2 * SHOWN);
+        return text.substr(0, NAME) + " ... " + text.substr(parts - SHOWN, 2 * SHOWN);
     }
     std::string notShown(const char* what) const {
         return m_recording + ": a copy of this part does not show " + what;
