@@ -62,23 +62,6 @@ std::string table(const std::string& text, const std::string& header,
     return result;
 }
 
-std::string balanceTimes(const std::string& text, CNames& names) {
-    std::map<std::string, std::string> times;
-    for (const auto& [key, time] : TC::readBalanceTimes(text)) {
-        times[names(EText::BalanceKey, key)] = time;
-    }
-    return TC::balanceTimesText(times);
-}
-
-/// Lines that the library cannot read are left out.
-std::string book(const std::string& text, CNames& names) {
-    std::string result;
-    eachLine(text, [&](std::string_view line) {
-        if (auto copy = anonymousBookLine(line, names)) result += *copy + '\n';
-    });
-    return result;
-}
-
 std::string storedImport(std::string_view name, const std::string& text, CNames& names) {
     auto import = TC::statement::importOf(text);
     name.remove_prefix(IMPORT.size());
@@ -96,6 +79,22 @@ std::string storedImport(std::string_view name, const std::string& text, CNames&
 }
 
 }  // namespace
+
+std::string anonymousBalanceTimes(std::string_view text, CNames& names) {
+    std::map<std::string, std::string> times;
+    for (const auto& [key, time] : TC::readBalanceTimes(std::string(text))) {
+        times[names(EText::BalanceKey, key)] = time;
+    }
+    return TC::balanceTimesText(times);
+}
+
+std::string anonymousBook(std::string_view text, CNames& names) {
+    std::string result;
+    eachLine(text, [&](std::string_view line) {
+        if (auto copy = anonymousBookLine(line, names)) result += *copy + '\n';
+    });
+    return result;
+}
 
 std::optional<QByteArray> anonymousFile(const std::string& name, const QByteArray& bytes,
                                         CNames& names) {
@@ -119,8 +118,8 @@ std::optional<QByteArray> anonymousFile(const std::string& name, const QByteArra
     if (name == TC::DETAIL_FILE || name == TC::KEPT_FILE) {
         return copy(table(*text, TC::csv::detailHeader(), {Is::HistoryKey, Is::Number}, names));
     }
-    if (name == TC::BALANCE_TIMES_FILE) return copy(balanceTimes(*text, names));
-    if (name.starts_with(BOOK) && name.ends_with(LINES)) return copy(book(*text, names));
+    if (name == TC::BALANCE_TIMES_FILE) return copy(anonymousBalanceTimes(*text, names));
+    if (name.starts_with(BOOK) && name.ends_with(LINES)) return copy(anonymousBook(*text, names));
     if (name.starts_with(IMPORT) && name.ends_with(LINES)) {
         return copy(storedImport(name, *text, names));
     }

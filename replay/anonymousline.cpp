@@ -3,7 +3,9 @@
 #include "linkage/tape/jsonwriter.h"
 #include "platform/services/clientconfig.h"
 #include "replay/anonymousfiles.h"
+#include "replay/anonymouspicture.h"
 #include "replay/anonymousstatement.h"
+#include "replay/jsonvalues.h"
 #include "replay/linetexts.h"
 #include "replay/scenarioline.h"
 
@@ -19,11 +21,6 @@ using Is = EText;
 using simdjson::dom::element;
 using simdjson::dom::element_type;
 using simdjson::dom::object;
-
-/// What a text that stands where nothing is known of texts says.
-[[noreturn]] void unknown(std::string_view what) {
-    throw LineError("what \"" + std::string(what) + "\" says of accounts is not known");
-}
 
 /// Writes JSON values again, with other texts.
 class CCopy {
@@ -46,16 +43,8 @@ public:
                 return fields(object(from), members);
             case element_type::STRING:
                 return m_out.value(m_names(what, std::string_view(from)));
-            case element_type::INT64:
-                return m_out.value(std::int64_t(from));
-            case element_type::UINT64:
-                return m_out.value(std::uint64_t(from));
-            case element_type::DOUBLE:
-                return m_out.value(double(from));
-            case element_type::BOOL:
-                return m_out.value(bool(from));
-            case element_type::NULL_VALUE:
-                return m_out.null();
+            default:
+                return writeTextless(m_out, from);
         }
     }
 
@@ -68,7 +57,7 @@ public:
     void member(std::string_view name, const element& from, const Members& members) {
         m_out.textKey(name);
         const auto known = members.find(name);
-        if (known == members.end() && from.is_string()) unknown(name);
+        if (known == members.end() && from.is_string()) refuseText(name);
         value(from, known == members.end() ? Is::Plain : known->second, members);
     }
 
@@ -116,7 +105,7 @@ std::string CAnonymousLines::copy(std::string_view text) {
     }
     std::string_view out;
     if (!line["out"].get(out)) {
-        if (!isKnownMark(out)) unknown(out);
+        if (!isKnownMark(out)) refuseText(out);
         // Of the signals only those of a day have a text.
         const bool dated = out == "signal" && textIn(line, "name") == "newTradingDay";
         return copied(
@@ -127,7 +116,8 @@ std::string CAnonymousLines::copy(std::string_view text) {
     if (kind == "writeFile") return copyFile(line);
     if (kind == "call") return copyCall(line);
     if (kind == "answer") return copyAnswer(line);
-    if (!isKnownLine(kind)) unknown(kind);
+    if (kind == "picture") return copyPicture(line);
+    if (!isKnownLine(kind)) refuseText(kind);
     return copied(line, m_names, false, {}, {});
 }
 
@@ -162,7 +152,7 @@ std::string CAnonymousLines::copyCall(const Object& line) {
             } else if (imports) {
                 copy.out().value(m_names(Is::Account, text));
             } else if (index >= texts.size()) {
-                unknown(operation);
+                refuseText(operation);
             } else {
                 copy.out().value(m_names(texts[index], text));
             }
@@ -176,7 +166,7 @@ std::string CAnonymousLines::copyAnswer(const Object& line) {
     const std::size_t blank = std::min(text.find(' '), text.size());
     const std::string_view name = text.substr(0, blank);
     const Question* const known = questionTexts(name);
-    if (!known) unknown(name);
+    if (!known) refuseText(name);
     const Question& question = *known;
     std::string_view about = text.substr(std::min(blank + 1, text.size()));
     std::string to(text.substr(0, std::min(blank + 1, text.size())));
@@ -206,6 +196,12 @@ std::string CAnonymousLines::copyAnswer(const Object& line) {
     }
     copy.out().endObject();
     return std::string(TC::viewOf(result));
+}
+
+std::string CAnonymousLines::copyPicture(const Object& line) {
+    std::string_view date;
+    if (!line.at_pointer("/state/tradeDate").get(date)) m_strTradeDate = date;
+    return anonymousPicture(line, m_names);
 }
 
 std::optional<std::string> anonymousBookLine(std::string_view line, CNames& names) {

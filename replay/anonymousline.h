@@ -31,6 +31,7 @@ private:
     std::string copyFile(const Object& line);
     std::string copyCall(const Object& line);
     std::string copyAnswer(const Object& line);
+    std::string copyPicture(const Object& line);
 
     CNames& m_names;
     simdjson::dom::parser m_parser;

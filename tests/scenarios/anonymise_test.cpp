@@ -78,23 +78,34 @@ TEST(Anonymise, AliasesKeepLengthOrderAndCommonBeginnings) {
 // ------------------------------------------------------------------------ recordings
 
 // The copy is played and compared with the recording by anonymise itself.
+std::uint64_t recordAndCopy(const fs::path& scenario, std::size_t from) {
+    SCOPED_TRACE(scenario.filename().string() + " from " + std::to_string(from));
+    const tests::ScenarioFolder folder;
+    tests::playFile(scenario / "input.jsonl", {.record = folder.path("day"), .recordFrom = from});
+    std::uint64_t steps = 0;
+    for (std::size_t number = 1; fs::exists(replay::numberedName(folder.path("day"), number));
+         ++number) {
+        const auto copy = replay::anonymise(replay::numberedName(folder.path("day"), number),
+                                            folder.path("copy" + std::to_string(number)), SEED);
+        EXPECT_EQ(copy.fault, "");
+        EXPECT_FALSE(copy.verdict.difference || copy.verdict.breaksOff);
+        steps += copy.verdict.steps;
+    }
+    return steps;
+}
+
 TEST(Anonymise, CopiesOfAllScenariosArePlayedAsTheRecordingsAre) {
     std::uint64_t steps = 0;
+    std::uint64_t stepsOfMiddles = 0;
     for (const auto& entry : fs::directory_iterator(LINKAGE_SOURCE_DIR "/tests/scenarios")) {
         if (!fs::exists(entry.path() / "input.jsonl")) continue;
-        SCOPED_TRACE(entry.path().filename().string());
-        const tests::ScenarioFolder folder;
-        tests::playFile(entry.path() / "input.jsonl", {.record = folder.path("day")});
-        for (std::size_t number = 1; fs::exists(replay::numberedName(folder.path("day"), number));
-             ++number) {
-            const auto copy = replay::anonymise(replay::numberedName(folder.path("day"), number),
-                                                folder.path("copy" + std::to_string(number)), SEED);
-            EXPECT_EQ(copy.fault, "");
-            EXPECT_FALSE(copy.verdict.difference || copy.verdict.breaksOff);
-            steps += copy.verdict.steps;
+        steps += recordAndCopy(entry.path(), 0);
+        for (const std::size_t from : {8, 30, 70, 130}) {
+            stepsOfMiddles += recordAndCopy(entry.path(), from);
         }
     }
     EXPECT_GT(steps, 300u);
+    EXPECT_GT(stepsOfMiddles, 300u);
 }
 
 const std::vector<std::string> NAMES = {"2____88001234____hq",
@@ -135,9 +146,12 @@ struct TellingDay {
             "张三丰,88001234,A700123456,12,20231228,600000,卖出,10,100\n");
     }
 
-    std::string record() {
-        const auto played = folder.play(
-            text(), {.dataDir = folder.path("data"), .record = folder.path("day"), .log = false});
+    /// `from`: how many lines are played before the recording begins.
+    std::string record(std::size_t from = 0) {
+        const auto played = folder.play(text(), {.dataDir = folder.path("data"),
+                                                 .record = folder.path("day"),
+                                                 .recordFrom = from,
+                                                 .log = false});
         EXPECT_EQ(played.fault, "");
         return folder.path("day");
     }
@@ -182,7 +196,8 @@ struct TellingDay {
                call + R"(addBalanceTime","args":["2____88001235____hq:grid","145500"]})" + "\n" +
                call + R"(addHistoryStat","args":["2____88001235____hqgrid",{"accountKey":)" +
                R"("2____88001235____hq","accountName":"欧阳明月","broker":"北河证券",)" +
-               R"("fundAccountId":"88001235","strategy":"grid","buyVolume":100}]})" + "\n" + call +
+               R"("fundAccountId":"88001235","strategy":"grid","buyVolume":100}]})" + "\n" +
+               R"({"do":"fault","service":"accountData","kind":"throw","times":1})" + "\n" + call +
                R"(requestAccount","args":["2____88001235____hq"]})" + "\n" + call +
                R"(requestAccountDeals","args":["2____88001235____hq","20231228","20231229"]})" +
                "\n" + call + R"(cancelTask","args":[1,"by wangwu88"]})" + "\n" + call +
@@ -201,36 +216,61 @@ struct TellingDay {
     tests::ScenarioFolder folder;
 };
 
-TEST(Anonymise, NoNameIsLeftInACopyNorInTheFilesInIt) {
-    TellingDay day;
-    const std::string recording = day.record();
-    const std::string before = withFiles(readFile(recording));
-    const auto copy = replay::anonymise(recording, day.folder.path("copy"), SEED);
-    ASSERT_EQ(copy.fault, "");
-    EXPECT_FALSE(copy.verdict.difference || copy.verdict.breaksOff);
-    const std::string text = readFile(day.folder.path("copy"));
-    const std::string after = withFiles(text);
+void expectNoNames(const std::string& before, const std::string& after) {
     for (const std::string& name : NAMES) {
         EXPECT_NE(before.find(name), std::string::npos) << name;
         EXPECT_EQ(after.find(name), std::string::npos) << name;
     }
     EXPECT_EQ(after.find("A700123456"), std::string::npos);
+}
+
+std::size_t linesOf(const std::string& path) {
+    replay::CLineReader reader(path);
+    for (std::string_view line; reader.next(line);) {
+    }
+    return reader.number();
+}
+
+TEST(Anonymise, NoNameIsLeftInACopyNorInTheFilesInIt) {
+    TellingDay day;
+    const std::string recording = day.record();
+    const auto copy = replay::anonymise(recording, day.folder.path("copy"), SEED);
+    ASSERT_EQ(copy.fault, "");
+    EXPECT_FALSE(copy.verdict.difference || copy.verdict.breaksOff);
+    const std::string text = readFile(day.folder.path("copy"));
+    const std::string after = withFiles(text);
+    expectNoNames(withFiles(readFile(recording)), after);
     EXPECT_EQ(after.find("notes.txt"), std::string::npos);
     // What tells of no account is there.
     for (const char* const left : {"\"grid\"", "资金不足", "\"command\"", "SH600000", "145500"}) {
         EXPECT_NE(after.find(left), std::string::npos) << left;
     }
     // Lines keep their numbers.
-    const auto ends = [](const std::string& path) {
-        replay::CLineReader reader(path);
-        for (std::string_view line; reader.next(line);) {
-        }
-        return reader.number();
-    };
-    EXPECT_EQ(ends(recording), ends(day.folder.path("copy")));
+    EXPECT_EQ(linesOf(recording), linesOf(day.folder.path("copy")));
     // Another seed, other aliases.
     ASSERT_EQ(replay::anonymise(recording, day.folder.path("other"), SEED + 1).fault, "");
     EXPECT_NE(readFile(day.folder.path("other")), text);
+}
+
+// The recording begins at each line behind the start: each time other work waits.
+TEST(Anonymise, NoNameIsLeftInACopyThatBeginsInTheMiddle) {
+    const std::size_t lines = [] {
+        const std::string text = TellingDay().text();  // with the line of the configuration
+        return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+    }();
+    for (std::size_t from = 5; from + 1 < lines; ++from) {
+        SCOPED_TRACE(from);
+        TellingDay day;
+        const std::string recording = day.record(from);
+        const auto copy = replay::anonymise(recording, day.folder.path("copy"), SEED);
+        ASSERT_EQ(copy.fault, "");
+        EXPECT_FALSE(copy.verdict.difference || copy.verdict.breaksOff);
+        EXPECT_GT(copy.verdict.steps, 10u);
+        const std::string text = readFile(day.folder.path("copy"));
+        expectNoNames(withFiles(readFile(recording)), withFiles(text));
+        EXPECT_NE(text.find("\"picture\""), std::string::npos);
+        EXPECT_NE(text.find("\"grid\""), std::string::npos);
+    }
 }
 
 TEST(Anonymise, ARecordingThatBreaksOffOrDiffersIsCopiedAsItIs) {
@@ -269,6 +309,16 @@ TEST(Anonymise, WhatIsNotKnownIsRefusedWithItsLineAndNothingIsWritten) {
         {R"({"do":"answer","call":1,"to":"account 77","is":null})", "hash 77"},
         {R"({"out":"letter","text":"88001234"})", "\"letter\""},
         {R"({"do":"writeFile","name":".commit","base64":"eA=="})", "was broken off"},
+        {R"({"do":"picture","at":"x","state":{"owners":[["88001234",1]]},"left":[]})",
+         "\"owners\""},
+        {R"({"do":"picture","at":"x","state":{"ledger":{"stocks":[{"by":"88001234"}]}},"left":[]})",
+         "\"by\""},
+        {R"({"do":"picture","at":"x","state":{},"left":[{"name":"tell","number":1,)"
+         R"("with":["88001234"]}]})",
+         "\"tell\""},
+        {R"({"do":"picture","at":"x","state":{},"left":[{"name":"refile","number":1,)"
+         R"("with":["A","88001234"]}]})",
+         "\"refile\""},
         {R"({"do":"call",)", "is not a JSON object"},
     };
     for (const auto& [line, why] : rows) {

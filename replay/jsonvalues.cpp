@@ -1,0 +1,30 @@
+#include "replay/jsonvalues.h"
+
+#include "replay/scenarioline.h"
+
+#include <cstdint>
+#include <string>
+
+namespace replay {
+
+void writeTextless(TC::CJsonWriter& out, const simdjson::dom::element& from) {
+    using simdjson::dom::element_type;
+    switch (from.type()) {
+        case element_type::INT64:
+            return out.value(std::int64_t(from));
+        case element_type::UINT64:
+            return out.value(std::uint64_t(from));
+        case element_type::DOUBLE:
+            return out.value(double(from));
+        case element_type::BOOL:
+            return out.value(bool(from));
+        default:
+            return out.null();
+    }
+}
+
+void refuseText(std::string_view what) {
+    throw LineError("what \"" + std::string(what) + "\" says of accounts is not known");
+}
+
+}  // namespace replay

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "linkage/tape/jsonwriter.h"
+
+#include <simdjson.h>
+
+#include <string_view>
+
+namespace replay {
+
+/// Writes a number, a flag or a null again.
+void writeTextless(TC::CJsonWriter& out, const simdjson::dom::element& from);
+
+/// Of a text it is not known whether it names an account; `what` has it. Throws LineError.
+[[noreturn]] void refuseText(std::string_view what);
+
+}  // namespace replay
