@@ -584,8 +584,9 @@ public:
     /// picture of all that the manager has, as soon as no operation is in its middle and no account
     /// waits to be loaded (RecordingState::waits); the lock is held while the picture is taken.
     /// False, and a log line, while another recording goes on, or when the file cannot be made. A
-    /// recording never disturbs trading: when it cannot go on, it ends with a log line. See
-    /// linkage/record/recordingoptions.h.
+    /// recording never disturbs trading: when it cannot go on, it ends with a log line. The options
+    /// say whether another file follows one that is full, and which old recordings are removed
+    /// (linkage/record/recordingoptions.h).
     virtual bool startRecording(const QString& file, const RecordingOptions& options = {});
     /// Ends the recording and waits until it is on disk. Does nothing when none runs. Releasing the
     /// manager ends it, too.
@@ -685,7 +686,7 @@ protected:
     /// Sets what follows the manager's steps from now on; before init(). False while a step is on
     /// an earlier tape.
     LINKAGE_LOCAL bool setTape(ITape* tape);
-    LINKAGE_LOCAL void makeRecording(const std::string& file, const RecordingOptions& options)
+    LINKAGE_LOCAL void makeRecording(const QString& file, const RecordingOptions& options)
         LINKAGE_REQUIRES(m_mutex);
     LINKAGE_LOCAL void beginRecording() LINKAGE_REQUIRES(m_mutex);
     LINKAGE_LOCAL void tryRecording(CRecording& recording) const;
@@ -698,6 +699,8 @@ protected:
     LINKAGE_LOCAL std::string exactState();
     LINKAGE_LOCAL void noteState();
     LINKAGE_LOCAL void flushRecordingLater() LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL bool recordingIsFull() const LINKAGE_REQUIRES(m_mutex);
+    LINKAGE_LOCAL bool recordInNextFile() LINKAGE_REQUIRES(m_mutex);
     LINKAGE_LOCAL void armRecordTimer(std::int64_t micros, Work work) LINKAGE_REQUIRES(m_mutex);
     /// What follows the manager's steps.
     LINKAGE_LOCAL const std::shared_ptr<CTapeSwitch>& tape() const { return m_pTape; }

@@ -2,8 +2,11 @@
 
 #include "linkage/core/inbox.h"
 #include "linkage/core/reconciliation.h"
+#include "linkage/record/recordingoptions.h"
 #include "linkage/tape/leftworks.h"
 #include "platform/utils/deadlinetimer.h"
+
+#include <QString>
 
 #include <boost/asio/strand.hpp>
 #include <boost/shared_ptr.hpp>
@@ -12,6 +15,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <future>
 #include <map>
 #include <mutex>
 #include <string>
@@ -21,6 +25,14 @@ namespace TC {
 
 /// Ends its subscription when it is destroyed.
 using TaskConnection = boost::signals2::scoped_connection;
+
+/// The recording in hand, and whether another file follows it.
+struct RecordSeries {
+    QString file;
+    RecordingOptions options;
+    std::int64_t begun = 0;  ///< microseconds since the epoch
+    bool goesOn = false;
+};
 
 /// What the manager has running in the client's engine: its strand, what waits for the
 /// strand, its timers, and the subscriptions that belong to no account. init() sets it; the
@@ -41,6 +53,8 @@ struct EngineState {
     Timer m_recordTimer;
     std::uint64_t m_nRecordTimes = 0;  ///< how often it was set
     int m_nRecordSeconds = 0;          ///< how long recordings have lasted
+    RecordSeries m_recordSeries;
+    std::future<void> m_recordTidying;  ///< of files that are over; its end is waited for
     std::mutex m_balanceTimerMutex;
 
     /// Work that failed because of a service and will be tried again, by name. The mutex guards

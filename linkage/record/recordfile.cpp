@@ -3,6 +3,7 @@
 #include <zlib.h>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 #include <array>
@@ -63,6 +64,8 @@ struct CRecordFile::State {
 CRecordFile::CRecordFile(const std::string& path) : m_pState(std::make_unique<State>()) {
     m_pState->file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (m_pState->file < 0) throw std::runtime_error(path + ": " + reason());
+    // While the file is open, nobody who removes old recordings takes it.
+    ::flock(m_pState->file, LOCK_SH | LOCK_NB);
     if (deflateInit2(&m_pState->stream, FASTEST, Z_DEFLATED, GZIP_WINDOW, USUAL_MEMORY,
                      Z_DEFAULT_STRATEGY) != Z_OK) {
         ::close(m_pState->file);

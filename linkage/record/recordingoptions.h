@@ -18,6 +18,25 @@ struct RecordingOptions {
     /// has, so that a play that goes another way is found there at the latest. It is made in one
     /// hold of the manager's lock, STATECOST. 0: only at the end.
     int stateSeconds = 600;
+
+    /// Whether the recording goes on in a next file when its file is full: behind "day.rec" come
+    /// "day-2.rec", "day-3.rec" and so on. Each begins with a picture, as in the middle of a day,
+    /// and is played by itself. What happens between the end of one and the picture of the next is
+    /// in neither: some milliseconds, or up to a second when a file fills up at once. A file that
+    /// is full within a minute of its beginning is the last one: `mostBytes` is too small then.
+    bool goesOn = false;
+
+    // Limits of a series. They hold when a recording begins, or goes on in a next file: the oldest
+    // that are beyond one of them are removed, on a thread of the library's own. 0: no limit.
+    //
+    // Recordings are of one series when they lie in one folder and their names are the same but for
+    // a date (yyyyMMdd or yyyy-MM-dd, with or without a time) and a number at the end
+    // ("day-20260105-093000.rec", "day-20260106-2.rec"). How old one is says its first line. Files
+    // that are no recordings stay, and so do recordings that a process still writes.
+
+    std::uint32_t keepFiles = 0;  ///< so many stay, with the new one
+    std::uint32_t keepDays = 0;   ///< those that began more days ago go
+    std::uint64_t keepBytes = 0;  ///< all that stay have no more bytes, as the new one begins
 };
 
 /// How far a recording has come.

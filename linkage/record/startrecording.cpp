@@ -6,16 +6,20 @@
 #include "linkage/record/picturewriter.h"
 #include "linkage/record/recording.h"
 #include "linkage/record/recordlines.h"
+#include "linkage/record/recordseries.h"
 #include "linkage/record/statesum.h"
 #include "platform/log.h"
 #include "platform/services/clientconfig.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
 #include <QTimeZone>
 
+#include <chrono>
 #include <exception>
+#include <future>
 #include <utility>
 
 namespace TC {
@@ -26,6 +30,12 @@ constexpr char START_RECORDING[] = "CLinkageManager::startRecording";
 constexpr std::int64_t FLUSH_MICROS = 1'000'000;
 /// How long a recording that cannot begin yet waits before it tries again.
 constexpr std::int64_t BEGIN_MICROS = 10'000;
+/// How long a file must last if another one is to follow it: each begins with a picture.
+constexpr std::int64_t LEAST_MICROS = 60'000'000;
+/// Of a file so much may be left when the next one begins, so that hardly anything is missing.
+constexpr std::uint64_t SPARE_PART = 8;
+/// What CRecording says of a file that is full.
+constexpr char FULL[] = "the file has its full size";
 
 CStepHolds g_stepHolds;
 
@@ -96,6 +106,25 @@ std::string leftText(const std::map<std::uint64_t, LeftWork>& works) {
     return std::string(viewOf(text));
 }
 
+/// Finishes recordings that no step is on any more, and removes old ones: on a thread of its own,
+/// because files take time. While one is under way, what is left waits for the next one.
+void tidyRecordings(EngineState& engine, std::vector<std::shared_ptr<CRecording>>& earlier) {
+    std::future<void>& tidying = engine.m_recordTidying;
+    if (tidying.valid() && tidying.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
+        return;
+    }
+    const QDate today = QDateTime::fromMSecsSinceEpoch(nowMicros() / 1000).date();
+    try {
+        tidying = std::async(std::launch::async, [over = std::exchange(earlier, {}),
+                                                  series = engine.m_recordSeries, today] {
+            for (const auto& recording : over) recording->stop();
+            removeOutdated(series.file, series.options, today);
+        });
+    } catch (const std::exception& fault) {
+        LINKAGE_LOG_WARNING(START_RECORDING, "old recordings stay: {0}", fault.what());
+    }
+}
+
 }  // namespace
 
 std::string CLinkageManager::recordingHead() const {
@@ -120,23 +149,27 @@ bool CLinkageManager::startRecording(const QString& file, const RecordingOptions
     m_pTape->turnOff();
     if (!m_bInited && m_pTape->isUsed()) return refuse("a step of the recording before goes on");
     try {
-        makeRecording(QFile::encodeName(file).toStdString(), options);
+        makeRecording(file, options);
     } catch (const std::exception& fault) {
         return refuse(fault.what());
     }
     m_mutex.setWatch(&g_stepHolds);
-    if (!m_bInited) return setTape(m_pRecording.get());
+    if (!m_bInited) {
+        tidyRecordings(*m_pEngine, m_earlier);
+        return setTape(m_pRecording.get());
+    }
     beginRecording();
     return true;
 }
 
-void CLinkageManager::makeRecording(const std::string& file, const RecordingOptions& options) {
+void CLinkageManager::makeRecording(const QString& file, const RecordingOptions& options) {
     if (m_bInited) {
         m_pBook->flush();
     } else {
         finishSaves();
     }
-    auto recording = std::make_shared<CRecording>(*this, file, options, recordingHead(), m_bInited,
+    auto recording = std::make_shared<CRecording>(*this, QFile::encodeName(file).toStdString(),
+                                                  options, recordingHead(), m_bInited,
                                                   [this] { return m_mutex.isMine(); });
     if (m_bInited) {
         CRecording* const waiting = recording.get();
@@ -145,6 +178,7 @@ void CLinkageManager::makeRecording(const std::string& file, const RecordingOpti
     }
     if (m_pRecording) m_earlier.push_back(std::move(m_pRecording));
     m_pRecording = std::move(recording);
+    m_pEngine->m_recordSeries = {file, options, nowMicros(), options.goesOn};
 }
 
 // First new steps are on the tape, then those from before are over. The picture is of a moment at
@@ -155,7 +189,7 @@ void CLinkageManager::beginRecording() {
     if (m_pTape->isOn()) tryRecording(*m_pRecording);
     m_pRecording->takePicture();
     if (!m_pRecording->state().waits) {
-        m_earlier.clear();
+        tidyRecordings(*m_pEngine, m_earlier);
         return flushRecordingLater();
     }
     armRecordTimer(BEGIN_MICROS, [this]() LINKAGE_REQUIRES(m_mutex) {
@@ -221,15 +255,25 @@ void CLinkageManager::noteState() {
 }
 
 void CLinkageManager::stopRecording() {
-    std::shared_ptr<CRecording> recording;
+    bool running = false;
     {
         const CLock lock(m_mutex);
-        recording = m_pRecording;
+        running = m_pRecording && m_pRecording->state().running;
     }
-    if (recording && recording->state().running) noteState();
-    m_pTape->turnOff();
-    // The file is finished without the lock.
-    if (recording) recording->stop();
+    if (running) noteState();
+    std::vector<std::shared_ptr<CRecording>> recordings;
+    std::future<void> tidying;
+    {
+        const CLock lock(m_mutex);
+        m_pTape->turnOff();
+        m_pEngine->m_recordSeries.goesOn = false;
+        recordings = m_earlier;
+        if (m_pRecording) recordings.push_back(m_pRecording);
+        tidying = std::move(m_pEngine->m_recordTidying);
+    }
+    // The files are finished without the lock.
+    for (const auto& recording : recordings) recording->stop();
+    if (tidying.valid()) tidying.wait();
 }
 
 std::optional<RecordingState> CLinkageManager::getRecording() const {
@@ -246,12 +290,43 @@ bool CLinkageManager::setTape(ITape* tape) {
 // What was recorded is on disk a second later, also while nothing happens.
 void CLinkageManager::flushRecordingLater() {
     armRecordTimer(FLUSH_MICROS, [this]() LINKAGE_REQUIRES(m_mutex) {
+        if (recordingIsFull() && recordInNextFile()) return;
         if (!m_pRecording->state().running) return;
         const int seconds = m_pRecording->options().stateSeconds;
         if (seconds > 0 && ++m_pEngine->m_nRecordSeconds % seconds == 0) noteState();
         m_pRecording->flushSoon();
         flushRecordingLater();
     });
+}
+
+/// Whether another file is to follow now.
+bool CLinkageManager::recordingIsFull() const {
+    const RecordSeries& series = m_pEngine->m_recordSeries;
+    const std::uint64_t most = series.options.mostBytes;
+    if (!series.goesOn || most == 0) return false;
+    const RecordingState state = m_pRecording->state();
+    return state.fault == FULL || (state.running && state.bytes > most - most / SPARE_PART);
+}
+
+/// Begins the file that follows. False, once and for all, when there is none.
+bool CLinkageManager::recordInNextFile() {
+    RecordSeries& series = m_pEngine->m_recordSeries;
+    const auto refuse = [&](const std::string& why) {
+        LINKAGE_LOG_WARNING(START_RECORDING, "no recording follows {0}: {1}",
+                            series.file.toStdString(), why);
+        series.goesOn = false;
+        return false;
+    };
+    if (nowMicros() - series.begun < LEAST_MICROS) return refuse("it was full within a minute");
+    try {
+        makeRecording(nextRecordPath(series.file), RecordingOptions(series.options));
+    } catch (const std::exception& fault) {
+        return refuse(fault.what());
+    }
+    m_pTape->turnOff();
+    m_earlier.back()->flushSoon();  // the next one may have to wait
+    beginRecording();
+    return true;
 }
 
 // A timer that is set again fires for the first time at once; only the newest time counts, or the

@@ -57,6 +57,26 @@ protected:
         f->advance(40);
     }
     QString path() const { return QDir::tempPath() + "/recording-test.jsonl.gz"; }
+    /// The file in which the recording goes on.
+    QString path(int number) const {
+        return QDir::tempPath() + QStringLiteral("/recording-test-%1.jsonl.gz").arg(number);
+    }
+    /// Trades until the recording goes on in the next file.
+    void fill() {
+        f->advance(61);
+        const std::string file = f->manager().getRecording()->file;
+        for (int second = 0; f->manager().getRecording()->file == file; ++second) {
+            ASSERT_LT(second, 5000);
+            report();
+            f->advance(1);
+        }
+    }
+    /// The same orders again, so that pictures stay small.
+    void report() {
+        for (std::uint64_t key = 1000; key < 1100; ++key) {
+            f->order({.key = key, .volume = 100 + ++m_nReports * 7919 % 997});
+        }
+    }
     replay::RecordingVerdict verified(const QString& file) {
         return replay::verifyRecording(QFile::encodeName(file).toStdString());
     }
@@ -64,7 +84,10 @@ protected:
     void TearDown() override { removeFiles(); }
     void removeFiles() {
         for (const char* const end : {"", ".2", ".3"}) QFile::remove(path() + end);
+        for (int number = 2; number < 5; ++number) QFile::remove(path(number));
     }
+
+    int m_nReports = 0;
 
     std::optional<Fixture> f{std::in_place};
 };
@@ -244,14 +267,16 @@ TEST_F(Recording, BeginsInTheMiddleAndAgainButOneAtATime) {
     }
 }
 
+// Nor does another file follow one that was full at once.
 TEST_F(Recording, EndsWithALineInTheLogWhenItsFileIsFullAndTradingGoesOn) {
-    begin({.mostBytes = 1});
+    begin({.mostBytes = 1, .goesOn = true});
     play();
     f->manager().stopRecording();
     const auto recording = f->manager().getRecording();
     ASSERT_TRUE(recording);
     EXPECT_FALSE(recording->running);
     EXPECT_EQ(recording->fault, "the file has its full size");
+    EXPECT_FALSE(QFile::exists(path(2)));
     EXPECT_EQ(f->manager().getTradeStatDatas("A", "S").size(), 1u);
 }
 
@@ -268,6 +293,55 @@ TEST_F(Recording, AnotherOneFollowsOneThatEndedByItself) {
     EXPECT_EQ(verdict.fault, "");
     EXPECT_FALSE(verdict.difference);
     EXPECT_GT(verdict.marks, 5u);
+}
+
+TEST_F(Recording, GoesOnInNextFilesOfWhichTheNewestAreKept) {
+    begin({.mostBytes = 60'000, .goesOn = true, .keepFiles = 2});
+    fill();
+    EXPECT_EQ(f->manager().getRecording()->file, path(2).toStdString());
+    EXPECT_FALSE(f->manager().startRecording(path() + ".2"));
+    fill();
+    f->order({.key = 7, .strategy = "S"});
+    f->advance(60);
+    f->manager().stopRecording();
+    EXPECT_EQ(f->manager().getRecording()->file, path(3).toStdString());
+    EXPECT_EQ(f->manager().getRecording()->fault, "");
+    f->advance(100);
+    f.reset();
+    EXPECT_FALSE(QFile::exists(path()));
+    EXPECT_FALSE(QFile::exists(path(4)));
+    for (const int number : {2, 3}) {
+        SCOPED_TRACE(number);
+        const auto verdict = verified(path(number));
+        EXPECT_EQ(verdict.fault, "");
+        EXPECT_FALSE(verdict.difference || verdict.breaksOff);
+        EXPECT_GT(verdict.marks, 5u);
+    }
+}
+
+// What cannot be followed is recorded to its end, and asked for no more.
+TEST_F(Recording, GoesOnNowhereWhereNoFileCanBeMade) {
+    QDir().mkpath(QDir::tempPath() + "/recording-folder");
+    const QString folder = QDir::tempPath() + "/recording-folder";
+    f->account({.key = "A"});
+    f->create();
+    ASSERT_TRUE(
+        f->manager().startRecording(folder + "/day.rec", {.mostBytes = 20'000, .goesOn = true}));
+    ASSERT_TRUE(QFile::rename(folder, folder + ".moved"));
+    f->init();
+    f->advance(61);
+    while (f->manager().getRecording()->running) {
+        report();
+        f->advance(1);
+    }
+    EXPECT_EQ(f->manager().getRecording()->fault, "the file has its full size");
+    f->advance(100);
+    f.reset();
+    const auto verdict = verified(folder + ".moved/day.rec");
+    EXPECT_EQ(QDir(folder + ".moved").entryList(QDir::Files), QStringList{"day.rec"});
+    QDir(folder + ".moved").removeRecursively();
+    EXPECT_EQ(verdict.fault, "");
+    EXPECT_FALSE(verdict.difference || verdict.breaksOff);
 }
 
 TEST_F(Recording, ASlotMayReleaseTheManager) {

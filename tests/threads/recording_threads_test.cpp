@@ -14,6 +14,7 @@
 #include "replay/records.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 
@@ -71,7 +72,8 @@ struct Gust {
 class CStorm {
 public:
     /// `middle`: the recording begins in the middle of the storm.
-    CStorm(unsigned seed, bool guard, const QString& recording, bool middle)
+    CStorm(unsigned seed, bool guard, const QString& recording, bool middle,
+           const TC::RecordingOptions& terms = {})
         : m_nSeed(seed), m_recording(recording), m_bMiddle(middle) {
         paper::ClientConfig config;
         config.tradeDate = "20240102";
@@ -88,7 +90,7 @@ public:
         options.guard = guard;
         manager().setOptions(options);
         if (!middle) {
-            EXPECT_TRUE(manager().startRecording(recording));
+            EXPECT_TRUE(manager().startRecording(recording, terms));
         }
         manager().init();
     }
@@ -155,6 +157,8 @@ public:
             QCoreApplication::processEvents();
         }
     }
+
+    void pass(std::int64_t micros) { m_clock.move(micros); }
 
 private:
     static constexpr int TIMES = 150;
@@ -384,6 +388,37 @@ TEST_P(RecordingThreads, PartsOfAStormArePlayedWithoutADifference) {
         EXPECT_FALSE(copy.verdict.difference || copy.verdict.breaksOff);
         EXPECT_LE(copy.verdict.steps, whole.steps);
         EXPECT_GT(copy.verdict.steps, 1u);
+    }
+}
+
+// Each file is played by itself.
+TEST(RecordingFiles, AStormInSeveralFilesIsPlayedAgainWithoutADifference) {
+    for (unsigned seed = 21; seed < 24; ++seed) {
+        SCOPED_TRACE(seed);
+        const QTemporaryDir directory;
+        {
+            CStorm storm(seed, seed % 2 == 0, directory.path() + "/storm.rec", false,
+                         {.mostBytes = 6'000, .goesOn = true});
+            // A file that is full within a minute is not followed.
+            storm.pass(61'000'000);
+            storm.blow();
+            for (int second = 0; second < 5; ++second) {
+                storm.calm();
+                storm.pass(1'000'000);
+            }
+            CStorm::manager().stopRecording();
+        }
+        const QStringList files = QDir(directory.path()).entryList({"storm*.rec"}, QDir::Files);
+        EXPECT_GT(files.size(), 1);
+        for (const QString& file : files) {
+            SCOPED_TRACE(file.toStdString());
+            const auto verdict = replay::verifyRecording(directory.filePath(file).toStdString());
+            EXPECT_EQ(verdict.fault, "");
+            EXPECT_FALSE(verdict.breaksOff);
+            ASSERT_FALSE(verdict.difference)
+                << "line " << verdict.difference->line << ", expected "
+                << verdict.difference->expected << ", got " << verdict.difference->got;
+        }
     }
 }
 
