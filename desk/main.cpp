@@ -69,6 +69,7 @@ struct MeasureOptions {
 constexpr char RECORD_DIRECTORY[] = "record/directory";
 constexpr char RECORD_EVERY[] = "record/everySession";
 constexpr char RECORD_MOST[] = "record/mostBytes";
+constexpr char RECORD_DAYS[] = "record/mostDays";
 
 /// As the user has chosen, here or in an earlier session.
 desk::RecordTerms recordTerms(const Arguments& arguments, const QSettings* settings) {
@@ -79,6 +80,7 @@ desk::RecordTerms recordTerms(const Arguments& arguments, const QSettings* setti
         terms.directory = settings->value(RECORD_DIRECTORY, terms.directory).toString();
         terms.everySession = settings->value(RECORD_EVERY, false).toBool();
         terms.mostBytes = settings->value(RECORD_MOST, qulonglong(terms.mostBytes)).toULongLong();
+        terms.mostDays = settings->value(RECORD_DAYS, terms.mostDays).toUInt();
     }
     if (!arguments.record) return terms;
     terms.directory = *arguments.record;
@@ -90,6 +92,7 @@ void save(const desk::RecordTerms& terms, QSettings& settings) {
     settings.setValue(RECORD_DIRECTORY, terms.directory);
     settings.setValue(RECORD_EVERY, terms.everySession);
     settings.setValue(RECORD_MOST, qulonglong(terms.mostBytes));
+    settings.setValue(RECORD_DAYS, terms.mostDays);
     settings.sync();
 }
 
@@ -111,7 +114,7 @@ QString readArguments(const QCoreApplication& application, Arguments& arguments)
     const QCommandLineOption dir("data-dir", "The client's data directory; else a temporary one.",
                                  "DIR");
     const QCommandLineOption record(
-        "record", "Record this session, from its start, into a file of DIR.", "DIR");
+        "record", "Record this session, from its start, into files of DIR.", "DIR");
     const QCommandLineOption lang("lang", "Language (zh_CN or en); else the system's.", "NAME");
     const QCommandLineOption size("size", "Size of the window in pixels.", "WxH");
     const QCommandLineOption shot(

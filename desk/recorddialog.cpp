@@ -23,6 +23,7 @@ namespace {
 
 constexpr std::uint64_t GIB = std::uint64_t{1} << 30;
 constexpr int MOST_GIB = 10000;
+constexpr int MOST_DAYS = 9999;
 constexpr int WIDTH = 620;
 
 QLabel* makeText(QWidget* parent, const char* name) {
@@ -66,12 +67,13 @@ CRecordDialog::CRecordDialog(CActions& actions, const RecordTerms& terms, QWidge
     layout->addWidget(what);
     layout->addWidget(m_pEvery);
     layout->addWidget(makeDirectoryLine());
-    layout->addWidget(makeSizeLine());
+    layout->addWidget(makeLimitsLine());
     layout->addWidget(m_pState = makeText(this, "recordState"));
     layout->addWidget(m_pNotice = makeText(this, "recordNotice"));
     layout->addWidget(makeButtons());
     m_pDirectory->setText(terms.directory);
     m_pMost->setValue(static_cast<int>(std::min<std::uint64_t>(terms.mostBytes / GIB, MOST_GIB)));
+    m_pMostDays->setValue(static_cast<int>(std::min<std::uint32_t>(terms.mostDays, MOST_DAYS)));
     resize(WIDTH, layout->totalHeightForWidth(WIDTH));
 }
 
@@ -98,18 +100,23 @@ QWidget* CRecordDialog::makeDirectoryLine() {
     return box;
 }
 
-QWidget* CRecordDialog::makeSizeLine() {
+QWidget* CRecordDialog::makeLimitsLine() {
     auto* box = new QWidget(this);
     m_pMost = new QSpinBox(box);
     m_pMost->setObjectName("recordMost");
     m_pMost->setRange(1, MOST_GIB);
     m_pMost->setSuffix(" GB");
+    m_pMostDays = new QSpinBox(box);
+    m_pMostDays->setObjectName("recordDays");
+    m_pMostDays->setRange(0, MOST_DAYS);
+    m_pMostDays->setSuffix(tr(" days"));
+    m_pMostDays->setSpecialValueText(tr("any age"));
     auto* line = new QHBoxLayout(box);
     line->setContentsMargins(0, 0, 0, 0);
     line->addWidget(new QLabel(tr("Keep at most"), box));
     line->addWidget(m_pMost);
-    line->addWidget(
-        new QLabel(tr("The oldest recordings are removed before a session begins."), box), 1);
+    line->addWidget(m_pMostDays);
+    line->addWidget(new QLabel(tr("The oldest recordings are removed when one begins."), box), 1);
     return box;
 }
 
@@ -150,7 +157,8 @@ void CRecordDialog::chooseDirectory() {
 RecordTerms CRecordDialog::terms() const {
     return {.directory = m_pDirectory->text().trimmed(),
             .everySession = m_pEvery->isChecked(),
-            .mostBytes = static_cast<std::uint64_t>(m_pMost->value()) * GIB};
+            .mostBytes = static_cast<std::uint64_t>(m_pMost->value()) * GIB,
+            .mostDays = static_cast<std::uint32_t>(m_pMostDays->value())};
 }
 
 void CRecordDialog::choose() { Q_EMIT sigChosen(terms()); }

@@ -30,7 +30,7 @@ Q_SIGNALS:
 
 private:
     QWidget* makeDirectoryLine();
-    QWidget* makeSizeLine();
+    QWidget* makeLimitsLine();
     QWidget* makeButtons();
     void chooseDirectory();
     void say(QLabel* label, const QString& text);
@@ -44,6 +44,7 @@ private:
     QCheckBox* m_pEvery = nullptr;
     QLineEdit* m_pDirectory = nullptr;
     QSpinBox* m_pMost = nullptr;
+    QSpinBox* m_pMostDays = nullptr;
     QLabel* m_pState = nullptr;
     QLabel* m_pNotice = nullptr;
     QPushButton* m_pRecord = nullptr;

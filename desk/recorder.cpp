@@ -5,17 +5,10 @@
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/record/recordingoptions.h"
 #include "platform/utils/clock.h"
-#include "replay/recordingplayer.h"
 
 #include <QDateTime>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
-#include <QRegularExpression>
-
-#include <fcntl.h>
-#include <sys/file.h>
-#include <unistd.h>
 
 #include <algorithm>
 
@@ -26,57 +19,10 @@ namespace {
 /// Sessions that begin in the same second.
 constexpr int MOST_OF_A_SECOND = 100;
 
-/// A file that is open for its lock alone.
-class CFileLock {
-public:
-    explicit CFileLock(const QString& path)
-        : m_file(::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW)) {}
-    ~CFileLock() {
-        if (m_file >= 0) ::close(m_file);
-    }
-    CFileLock(const CFileLock&) = delete;
-    CFileLock& operator=(const CFileLock&) = delete;
-
-    bool tryLock(int kind) const { return m_file >= 0 && ::flock(m_file, kind | LOCK_NB) == 0; }
-    int release() { return std::exchange(m_file, -1); }
-
-private:
-    int m_file;
-};
-
-/// Whether a file may be removed: one of ours, that nobody records into.
-bool mayGo(const QFileInfo& file) {
-    return replay::isRecording(file.filePath().toStdString()) &&
-           CFileLock(file.filePath()).tryLock(LOCK_EX);
-}
-
 }  // namespace
 
-bool CRecorder::isNameOfOurs(const QString& name) {
-    static const QRegularExpression NAME("^linkage-desk-\\d{8}-\\d{6}(-\\d{1,2})?\\.rec$");
-    return NAME.match(name).hasMatch();
-}
-
-void CRecorder::removeOldest(const QString& directory, std::uint64_t mostBytes) {
-    std::uint64_t sum = 0;
-    QFileInfoList ours;
-    for (const QFileInfo& file :
-         QDir(directory).entryInfoList(QDir::Files | QDir::NoSymLinks, QDir::Name)) {
-        if (!isNameOfOurs(file.fileName())) continue;
-        sum += static_cast<std::uint64_t>(file.size());
-        ours << file;
-    }
-    for (const QFileInfo& file : ours) {  // a name begins with its time
-        if (sum <= mostBytes) return;
-        if (mayGo(file) && QFile::remove(file.filePath()))
-            sum -= static_cast<std::uint64_t>(file.size());
-    }
-}
-
 void CRecorder::sessionBegins(TC::CLinkageManager& manager) {
-    letGo();
     if (!m_terms.everySession) return;
-    removeOldest(m_terms.directory, m_terms.mostBytes);
     if (!begin(manager)) tell("the file cannot be made: " + m_terms.directory.toStdString());
 }
 
@@ -90,9 +36,10 @@ bool CRecorder::begin(TC::CLinkageManager& manager) {
     if (!file) return false;
     TC::RecordingOptions options;
     options.mostBytes = std::min(options.mostBytes, m_terms.mostBytes);
-    if (!manager.startRecording(*file, options)) return false;
-    hold(*file);
-    return true;
+    options.goesOn = true;
+    options.keepDays = m_terms.mostDays;
+    options.keepBytes = m_terms.mostBytes;
+    return manager.startRecording(*file, options);
 }
 
 /// A name that no file has; empty when there is none.
@@ -108,17 +55,6 @@ std::optional<QString> CRecorder::freeFile() const {
         if (!QFileInfo::exists(path)) return path;
     }
     return std::nullopt;
-}
-
-void CRecorder::hold(const QString& file) {
-    letGo();
-    CFileLock lock(file);
-    if (lock.tryLock(LOCK_SH)) m_nHeld = lock.release();
-}
-
-void CRecorder::letGo() {
-    if (m_nHeld >= 0) ::close(m_nHeld);
-    m_nHeld = -1;
 }
 
 void CRecorder::tell(const std::string& fault) {

@@ -18,22 +18,23 @@ struct CDayWitness;
 struct RecordTerms {
     QString directory;
     bool everySession = false;  ///< from their start
-    /// Before a session begins, the oldest recordings of the directory are removed until what is
-    /// left has no more bytes.
+    /// When a recording begins, or goes on in a next file, the oldest recordings of the directory
+    /// are removed until what is left has no more bytes.
     std::uint64_t mostBytes = std::uint64_t{10} << 30;
+    /// Likewise those that began more days ago; 0: none for its age.
+    std::uint32_t mostDays = 30;
 
     bool operator==(const RecordTerms&) const = default;
 };
 
 /// Records sessions into files with the time of their beginning,
-/// "linkage-desk-20260105-093000.rec".
+/// "linkage-desk-20260105-093000.rec"; a long one goes on in "linkage-desk-20260105-093000-2.rec".
 ///
 /// Threads: one, the engine's. Failure: a session that cannot be recorded is an event of the day;
 /// the session goes on.
 class CRecorder {
 public:
     explicit CRecorder(CDayWitness& witness) : m_witness(witness) {}
-    ~CRecorder() { letGo(); }
     CRecorder(const CRecorder&) = delete;
     CRecorder& operator=(const CRecorder&) = delete;
 
@@ -43,22 +44,13 @@ public:
     /// Records the manager, in the middle of its session, when it can be recorded then.
     bool recordNow(TC::CLinkageManager& manager);
 
-    /// Removes the oldest recordings of a directory until what is left has no more than
-    /// `mostBytes`: files of ours that nobody records into.
-    static void removeOldest(const QString& directory, std::uint64_t mostBytes);
-    /// Whether a file has the name of a recording of the desk.
-    static bool isNameOfOurs(const QString& name);
-
 private:
     bool begin(TC::CLinkageManager& manager);
     std::optional<QString> freeFile() const;
-    void hold(const QString& file);
-    void letGo();
     void tell(const std::string& fault);
 
     CDayWitness& m_witness;
     RecordTerms m_terms;
-    int m_nHeld = -1;  ///< keeps other desks from removing the file
 };
 
 }  // namespace desk

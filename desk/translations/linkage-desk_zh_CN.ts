@@ -2431,8 +2431,16 @@
         <translation>最多保留</translation>
     </message>
     <message>
-        <source>The oldest recordings are removed before a session begins.</source>
-        <translation>每次运行开始前，先删除最早的录制数据。</translation>
+        <source> days</source>
+        <translation> 天</translation>
+    </message>
+    <message>
+        <source>any age</source>
+        <translation>不限天数</translation>
+    </message>
+    <message>
+        <source>The oldest recordings are removed when one begins.</source>
+        <translation>每次开始录制时，删除最早的录制数据。</translation>
     </message>
     <message>
         <source>Record this session</source>

@@ -13,12 +13,9 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QLineEdit>
+#include <QSpinBox>
 
 #include <zlib.h>
-
-#include <fcntl.h>
-#include <sys/file.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <optional>
@@ -180,7 +177,6 @@ TEST_F(DeskRecording, EverySessionIsRecordedFromItsStart) {
     EXPECT_TRUE(begun.value_or(false)) << "it is recorded already";
     shut();
     ASSERT_EQ(files("records").size(), 1);
-    EXPECT_TRUE(desk::CRecorder::isNameOfOurs(files("records").front()));
     const auto verdict = replay::verifyRecording(
         m_dir.filePath("records/" + files("records").front()).toStdString());
     EXPECT_EQ(verdict.fault, "");
@@ -229,40 +225,24 @@ TEST_F(DeskRecording, WhatCannotBeRecordedIsAnEventAndTheDayGoesOn) {
     EXPECT_EQ(rows("deals").rowCount(), 2);
 }
 
-TEST_F(DeskRecording, OnlyTheOldestOfOursThatNobodyWritesAreRemoved) {
+TEST_F(DeskRecording, OldRecordingsAreRemovedWhenASessionIsRecorded) {
     const QString records = m_dir.filePath("records");
     QDir().mkpath(records);
-    const QString sample = recorded();
-    const auto size = static_cast<std::uint64_t>(QFileInfo(sample).size());
-    const auto copy = [&](const char* name) {
-        EXPECT_TRUE(QFile::copy(sample, records + "/" + name)) << name;
-    };
-    for (const char* const name :
-         {"linkage-desk-20260103-093000.rec", "linkage-desk-20260101-093000.rec",
-          "linkage-desk-20260102-093000.rec", "linkage-desk-20260104-093000-2.rec",
-          "linkage-desk-old.rec", "mine.rec"})
-        copy(name);
-    tests::writeText((records + "/linkage-desk-20250101-093000.rec").toStdString(),
-                     std::string(size, 'x'));  // has our name, and is none of ours
-    ASSERT_TRUE(QFile::link(sample, records + "/linkage-desk-20240101-093000.rec"));
-    const int writer =
-        ::open((records + "/linkage-desk-20260101-093000.rec").toStdString().c_str(), O_RDONLY);
-    ASSERT_EQ(::flock(writer, LOCK_SH), 0);
-
-    desk::CRecorder::removeOldest(records, 5 * size);
-    EXPECT_EQ(files("records").size(), 8);
-    desk::CRecorder::removeOldest(records, 3 * size);
-    const QStringList left{"linkage-desk-20240101-093000.rec",
-                           "linkage-desk-20250101-093000.rec",
-                           "linkage-desk-20260101-093000.rec",
-                           "linkage-desk-20260104-093000-2.rec",
-                           "linkage-desk-old.rec",
-                           "mine.rec"};
-    EXPECT_EQ(files("records"), left);
-    ::close(writer);
-    desk::CRecorder::removeOldest(records, 0);
-    EXPECT_EQ(files("records").size(), 4);
-    EXPECT_TRUE(QFile::exists(sample));
+    const QString sample = recorded();  // of the session's own day
+    ASSERT_TRUE(QFile::copy(sample, records + "/linkage-desk-20250101-093000.rec"));
+    ASSERT_TRUE(QFile::copy(sample, records + "/mine.rec"));
+    std::string old = unzipped(sample);
+    const std::size_t day = old.find("\"now\":\"") + sizeof("\"now\":\"") - 1;
+    old.replace(day, sizeof("2000-01-01") - 1, "2000-01-01");
+    tests::writeText((records + "/linkage-desk-20000101-093000.rec").toStdString(), old);
+    m_record = {.directory = records, .everySession = true};
+    open(support::MORNING);
+    ASSERT_TRUE(untilEnded());
+    press("record");
+    EXPECT_EQ(dialog("recordDialog")->findChild<QSpinBox*>("recordDays")->value(), 30);
+    shut();
+    EXPECT_FALSE(QFile::exists(records + "/linkage-desk-20000101-093000.rec"));
+    EXPECT_EQ(files("records").size(), 3) << files("records").join(" ").toStdString();
 }
 
 }  // namespace
