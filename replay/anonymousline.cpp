@@ -105,6 +105,8 @@ std::string CAnonymousLines::copy(std::string_view text) {
     }
     std::string_view out;
     if (!line["out"].get(out)) {
+        // The state of the copy has another sum.
+        if (out == "state") return R"({"out":"state","sum":0})";
         if (!isKnownMark(out)) refuseText(out);
         // Of the signals only those of a day have a text.
         const bool dated = out == "signal" && textIn(line, "name") == "newTradingDay";
@@ -138,6 +140,7 @@ std::string CAnonymousLines::copyCall(const Object& line) {
         simdjson::dom::array args;
         if (from.get(args)) throw LineError("field \"args\" is no list");
         copy.out().beginArray();
+        if (operation == "noteState") copy.out().value(false);
         std::size_t at = 0;
         for (const element each : args) {
             const std::size_t index = at++;

@@ -67,7 +67,7 @@ struct ManagerAccess {
         if (!manager.m_pGuarded) return;
         manager.m_pGuarded->completed(result.balance, result.index, result.error, result.command);
     }
-    static void noteState(CLinkageManager& manager) { manager.noteState(); }
+    static void noteState(CLinkageManager& manager, bool sums = true) { manager.noteState(sums); }
     static void settleBalances(CLinkageManager& manager) { manager.settleBalances(); }
     static void login(CLinkageManager& manager, bool ok) {
         manager.slotProxyLoginStatus(ok ? PROXY_LOGIN_SUCCESS : PROXY_LOGIN_FAILED, QString());

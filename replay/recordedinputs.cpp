@@ -141,7 +141,9 @@ RecordedInput readCall(const CFields& fields, Manager& manager) {
     if (op == "setOptions") {
         return {[&manager, options = readOptions(args)] { manager.setOptions(options); }};
     }
-    if (op == "noteState") return {[&manager] { ManagerAccess::noteState(manager); }};
+    if (op == "noteState") {
+        return {[&manager, sums = args.size() == 0] { ManagerAccess::noteState(manager, sums); }};
+    }
     if (op == "settleBalances") return {[&manager] { ManagerAccess::settleBalances(manager); }};
     if (op == "giveHistoryDayUp") {
         return {[&manager, question = args.at(0).whole<std::uint64_t>(), fault = text(1)] {

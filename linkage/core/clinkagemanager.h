@@ -697,7 +697,9 @@ protected:
     /// that a picture cannot tell. That work is then known as left before.
     LINKAGE_LOCAL std::optional<RecordingPicture> pictureAtRest();
     LINKAGE_LOCAL std::string exactState();
-    LINKAGE_LOCAL void noteState();
+    /// Notes a check sum of the state on the tape. `sums`: false for a copy without names, whose
+    /// state is another one; the sum is 0 then.
+    LINKAGE_LOCAL void noteState(bool sums = true);
     LINKAGE_LOCAL void flushRecordingLater() LINKAGE_REQUIRES(m_mutex);
     LINKAGE_LOCAL bool recordingIsFull() const LINKAGE_REQUIRES(m_mutex);
     LINKAGE_LOCAL bool recordInNextFile() LINKAGE_REQUIRES(m_mutex);

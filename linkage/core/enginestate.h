@@ -34,6 +34,15 @@ struct RecordSeries {
     bool goesOn = false;
 };
 
+/// Work that failed because of a service and will be tried again, by name.
+struct Retries {
+    static constexpr std::int64_t FIRST = 5'000'000;  ///< microseconds
+    static constexpr std::int64_t LONGEST = 300'000'000;
+
+    std::map<std::string, LeftWork> works;
+    std::int64_t wait = FIRST;  ///< how long the next one waits
+};
+
 /// What the manager has running in the client's engine: its strand, what waits for the
 /// strand, its timers, and the subscriptions that belong to no account. init() sets it; the
 /// manager's lock guards it. The start timer has a lock of its own besides, because
@@ -57,24 +66,25 @@ struct EngineState {
     std::future<void> m_recordTidying;  ///< of files that are over; its end is waited for
     std::mutex m_balanceTimerMutex;
 
-    /// Work that failed because of a service and will be tried again, by name. The mutex guards
-    /// the three members below it.
-    std::mutex m_retryMutex;
-    std::map<std::string, LeftWork> m_retries;
-    std::int64_t m_nRetryWait = FIRST_RETRY;
+    std::mutex m_retryMutex;  ///< of the next two
+    Retries m_retries;
+    Retries m_keptRetries;         ///< as they were when the last recording began
+    std::mutex m_retryTimerMutex;  ///< taken before the one of the retries, if both
     Timer m_retryTimer;
 
     /// Closures in the client's engine may outlive the manager.
     const std::shared_ptr<CLeftWorks> m_pLeft = std::make_shared<CLeftWorks>();
-
-    static constexpr std::int64_t FIRST_RETRY = 5'000'000;  ///< microseconds
-    static constexpr std::int64_t LONGEST_RETRY = 300'000'000;
 
     void setStrand(boost::shared_ptr<boost::asio::io_service::strand> strand) {
         m_strand = std::move(strand);
         m_bReady.store(true, std::memory_order_release);
     }
     bool hasStrand() const { return m_bReady.load(std::memory_order_acquire); }
+
+    void keepRetries() {
+        const std::lock_guard lock(m_retryMutex);
+        m_keptRetries = m_retries;
+    }
 
     CInbox m_inbox;
     std::vector<InboxItem> m_batch;  ///< the batch in work; only the strand uses it

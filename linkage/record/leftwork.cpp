@@ -30,12 +30,10 @@ CLinkageManager::Work CLinkageManager::later(const LeftWork& what, Work work) {
     // Whoever finds the work waiting must find that the step has left some.
     if (step) step->tape().leaves(*step);
     const auto waits = CLeftWorks::add(m_pEngine->m_pLeft, what);
-    const Ticket ticket = step ? step->nextTicket(standing(what.name)) : Ticket();
-    Work taken = [this, ticket, name = standing(what.name), waits, work = std::move(work)] {
-        const CStep own(tape(), [&] {
-            const bool before = waits->number() <= tape()->leftBefore();
-            return WorkInput{before ? Ticket{0, name, waits->number()} : ticket};
-        });
+    const char* const name = standing(what.name);
+    const Ticket ticket = step ? step->nextTicket(name) : Ticket{0, name, 0};
+    Work taken = [this, ticket, waits, work = std::move(work)] {
+        const CStep own(tape(), [&] { return WorkInput{ticket, waits->number()}; });
         if (CStep* const current = CStep::current()) current->tape().changesWork(*current);
         waits->end();
         work();

@@ -16,8 +16,10 @@ void PictureMembers::of(P& p, CLinkageManager& manager) {
     // They change without the manager's lock.
     if (!p.isExact()) {
         const std::lock_guard lock(manager.m_pEngine->m_retryMutex);
-        p("retries", manager.m_pEngine->m_retries);
-        p("retryWait", manager.m_pEngine->m_nRetryWait);
+        Retries& retries =
+            P::READS ? manager.m_pEngine->m_retries : manager.m_pEngine->m_keptRetries;
+        p("retries", retries.works);
+        p("retryWait", retries.wait);
     }
     p("accounts", manager.m_pAccounts->m_infos);
     p("ledger", *manager.m_pLedger);

@@ -99,7 +99,7 @@ std::vector<SeriesFile> seriesOf(const QFileInfo& newest) {
     const QString series = recordNameOf(newest.fileName()).series;
     std::vector<SeriesFile> files;
     for (const QFileInfo& each : newest.dir().entryInfoList(QDir::Files | QDir::NoSymLinks)) {
-        const RecordName name = recordNameOf(each.fileName());
+        const SeriesName name = recordNameOf(each.fileName());
         if (name.series != series) continue;
         QDateTime begun = beginningOf(each.filePath());
         if (!begun.isValid()) continue;
@@ -118,7 +118,7 @@ void removeRecording(const QString& path) {
 
 }  // namespace
 
-RecordName recordNameOf(const QString& name) {
+SeriesName recordNameOf(const QString& name) {
     static const QRegularExpression MOMENT(QStringLiteral(
         "(?<!\\d)((?:19|20)\\d\\d)(-?)(\\d\\d)\\2(\\d\\d)([-_T]\\d\\d([-:]?)\\d\\d\\6\\d\\d)?"
         "(?!\\d)"));

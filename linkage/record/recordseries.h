@@ -15,11 +15,11 @@
 namespace TC {
 
 /// A file's name, without its folder.
-struct RecordName {
+struct SeriesName {
     QString series;  ///< the same for all names of a series
     int number = 1;  ///< at the end of the name
 };
-RecordName recordNameOf(const QString& name);
+SeriesName recordNameOf(const QString& name);
 
 /// The path with the next number that no file has: "day-2.rec" behind "day.rec".
 QString nextRecordPath(const QString& path);

@@ -204,11 +204,15 @@ void CLinkageManager::tryRecording(CRecording& recording) const {
         for (const auto& [number, work] : works) {
             if (!work.known) return;
         }
-        recording.begin([&] { m_pTape->setLeft(last, works); });
+        recording.begin([&] {
+            m_pTape->setLeft(last, works);
+            m_pEngine->keepRetries();
+        });
     });
 }
 
-// Only balance times change without the manager's lock, and to set one twice is to set it once.
+// Balance times change without the manager's lock, and to set one twice is to set it once. What is
+// to be tried again changes without it, too: it is as it was when the recording began.
 RecordingPicture CLinkageManager::takePicture() {
     TextBuffer state;
     CJsonWriter out(state);
@@ -216,7 +220,7 @@ RecordingPicture CLinkageManager::takePicture() {
     CPictureWriter writer(out);
     writer.write(*this);
     return {momentText(nowMicros()), std::string(viewOf(state)), leftText(m_pTape->left()),
-            writer.records()};
+            m_pTape->leftBefore(), writer.records()};
 }
 
 std::optional<RecordingPicture> CLinkageManager::pictureAtRest() {
@@ -226,6 +230,7 @@ std::optional<RecordingPicture> CLinkageManager::pictureAtRest() {
             if (!work.known) return false;
         }
         m_pTape->setLeft(last, works);
+        m_pEngine->keepRetries();
         return true;
     });
     if (!isKnown || !m_bInited) return std::nullopt;
@@ -243,14 +248,14 @@ std::string CLinkageManager::exactState() {
 }
 
 // A step of its own, so that whoever plays the recording sums up the same state.
-void CLinkageManager::noteState() {
+void CLinkageManager::noteState(bool sums) {
     const CStep step(tape(), [] { return callOf("noteState"); });
     CStep* const taped = CStep::current();
     if (!taped) return;
     const CLock lock(m_mutex);
     CStateSum sum;
     CPictureWriter writer(sum, true);
-    writer.write(*this);
+    if (sums) writer.write(*this);
     taped->tape().acts(*taped, StateMark{sum.sum()});
 }
 

@@ -117,6 +117,7 @@ void CTapeText::begin(const RecordingPicture& picture) {
     m_numbers.keepAll(true);
     for (const RecordPtr& record : picture.records) tell(accountOf(*record), record);
     m_numbers.keepAll(false);
+    m_nLeftBefore = picture.leftBefore;
     beginLine("picture").member("at", picture.at);
     m_out.key("state");
     m_out.written(picture.state);
@@ -293,9 +294,13 @@ void CTapeText::addInput(const TapeInput& input) {
                           },
                           [&](const WorkInput& in) {
                               beginLine("work").member("name", in.ticket.name);
+                              // Whether the picture has it is known only when it is written: the
+                              // recording may have begun when the work was about to run.
+                              const bool before = in.left != 0 && in.left <= m_nLeftBefore;
                               const auto step = m_stepNumbers.find(in.ticket.step);
-                              m_out.member("step", step == m_stepNumbers.end() ? 0 : step->second);
-                              m_out.member("index", in.ticket.index);
+                              const bool known = !before && step != m_stepNumbers.end();
+                              m_out.member("step", known ? step->second : 0);
+                              m_out.member("index", before ? in.left : in.ticket.index);
                           },
                           [&](const CallInput& in) { addCall(in); }},
                input);

@@ -16,9 +16,10 @@ namespace TC {
 
 /// What the manager is where a recording begins in the middle.
 struct RecordingPicture {
-    std::string at;     ///< moment of the picture
-    std::string state;  ///< JSON; it names records by their rank among these, from 1 on
-    std::string left;   ///< JSON: the work that waits
+    std::string at;            ///< moment of the picture
+    std::string state;         ///< JSON; it names records by their rank among these, from 1 on
+    std::string left;          ///< JSON: the work that waits
+    std::uint64_t leftBefore;  ///< it waits under numbers up to this one
     std::vector<boost::shared_ptr<const vexservice::IData>> records;
 };
 
@@ -85,6 +86,7 @@ private:
     TextBuffer m_taken;
     CJsonWriter m_out{m_buffer};
 
+    std::uint64_t m_nLeftBefore = 0;  ///< of the picture
     std::uint64_t m_nRecords = 0;
     std::unordered_map<std::string, std::uint32_t> m_accounts;  ///< their numbers
     CRecordNumbers m_numbers;

@@ -86,6 +86,7 @@ struct ResultInput {
 /// Work, or a timer, that an earlier step left.
 struct WorkInput {
     Ticket ticket;
+    std::uint64_t left = 0;  ///< the number that the work waited under; 0: of the ticket itself
 };
 /// A call of an operation, or a signal of the client ("login", "accountReady", "newTradingDate").
 struct CallInput {

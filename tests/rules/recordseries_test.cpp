@@ -44,7 +44,7 @@ TEST(RecordSeries, NamesDifferByDateTimeAndNumberAlone) {
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(std::string(row.left) + " " + row.right);
-        const TC::RecordName right = TC::recordNameOf(row.right);
+        const TC::SeriesName right = TC::recordNameOf(row.right);
         EXPECT_EQ(TC::recordNameOf(row.left).series == right.series, row.isSame);
         EXPECT_EQ(right.number, row.number);
     }
