@@ -143,10 +143,10 @@ void CRecording::note(const Work& work) {
 Moment CRecording::begins(CStep& step) {
     TapePart& part = step.part();
     if (part.inHold) {
-        if (m_bPictureDue.load(std::memory_order_relaxed)) takePicture();
         place(step);
         part.held = true;
         part.step = 2 * part.place;
+        if (m_bPictureDue.load(std::memory_order_relaxed)) takePicture();
     } else {
         part.step = 2 * m_nSteps.fetch_add(1, std::memory_order_relaxed) + 1;
     }
@@ -156,7 +156,7 @@ Moment CRecording::begins(CStep& step) {
 void CRecording::place(CStep& step) {
     TapePart& part = step.part();
     std::unique_lock<std::mutex> waiting;
-    if (m_bWaits.load(std::memory_order_relaxed)) waiting = std::unique_lock(m_stateMutex);
+    if (m_bWaits.load(std::memory_order_acquire)) waiting = std::unique_lock(m_stateMutex);
     if (waiting && m_bWaits.load() && !part.counted) {
         part.counted = true;
         ++m_nBegun;
@@ -175,10 +175,11 @@ void CRecording::holds(CStep& step) {
         next.inHold = part.inHold;
         handOver(std::exchange(part, std::move(next)));
     }
-    // Some steps have a lock of their own instead.
-    if (m_bPictureDue.load(std::memory_order_relaxed) && hasLock()) takePicture();
     place(step);
     part.held = true;
+    // Behind the place: a step that has none yet does not keep the recording from beginning. Some
+    // steps have a lock of their own instead.
+    if (m_bPictureDue.load(std::memory_order_relaxed) && hasLock()) takePicture();
 }
 
 void CRecording::ends(CStep& step) {

@@ -42,10 +42,13 @@ public:
         key(name);
         value(content);
     }
-    void record(const vexservice::IData& record) {
-        const auto [kind, key] = recordName(record);
-        value(kind);
-        value(key);
+    template <class Record>
+    void record(const Record& record) {
+        if constexpr (requires { record.recordKey(); }) {
+            value(record.recordKey());
+        } else {
+            value(recordName(record).second);
+        }
     }
 
 private:
