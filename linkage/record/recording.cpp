@@ -379,7 +379,7 @@ void CRecording::writeParts(std::span<TapePart> parts) {
     }
     if (!m_file.write(m_text.take())) end(m_file.fault().c_str());
     if (m_options.mostBytes != 0 && m_file.bytes() > m_options.mostBytes) {
-        end("the file has its full size");
+        end(FULL);
     }
 }
 

@@ -52,6 +52,8 @@ void addFigures(TapePart& part, std::uint64_t value);
 /// Threads: any. Failure: what goes wrong ends the recording with a log line; no step notices.
 class CRecording final : public ITape {
 public:
+    static constexpr char FULL[] = "the file has its full size";  ///< as a fault
+
     /// Writes the first lines: of the configuration, and of the files that the manager has read.
     /// `waits`: nothing comes before begin(). Throws std::runtime_error when the file cannot be
     /// made.
