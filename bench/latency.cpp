@@ -6,12 +6,14 @@
 #include <QTemporaryDir>
 
 #include <fmt/format.h>
+#include <sched.h>
 #include <sys/prctl.h>
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cmath>
+#include <cstdint>
 #include <deque>
 #include <span>
 #include <stdexcept>
@@ -20,6 +22,10 @@
 // How long reports take from callback to applied while they come at a fixed rate, on real threads
 // and the machine's clock, alone and beside other work. The load is open: reports come at their
 // times whatever the library does, and the time counts from when a report was due.
+//
+// The two threads that reports need go before all others where the system allows it, as on a
+// machine with a processor for each: with fewer the scheduler lets them wait for milliseconds, also
+// beside a thread that only counts. What they wait for then is the manager's lock.
 
 namespace bench {
 
@@ -38,6 +44,7 @@ constexpr int HISTORY = 100'000;
 
 struct Latencies {
     double median, p99, p999, worst;
+    bool isFirst = false;  ///< the threads of the reports went before others
 };
 
 Latencies latenciesOf(std::vector<double>& seconds) {
@@ -49,12 +56,23 @@ Latencies latenciesOf(std::vector<double>& seconds) {
     return {at(0.5), at(0.99), at(0.999), seconds.back()};
 }
 
+/// From now on the calling thread goes before the others, or no longer; threads that it makes do
+/// not. False when the system does not allow it.
+bool goBefore(bool others) {
+    sched_param priority{};
+    priority.sched_priority = others ? sched_get_priority_min(SCHED_RR) : 0;
+    const int policy = others ? SCHED_RR | SCHED_RESET_ON_FORK : SCHED_OTHER;
+    return sched_setscheduler(0, policy, &priority) == 0;
+}
+
 /// Sends reports at their times, for at least LEAST and until `isOver`; after the last one the
 /// first come again.
 template <class IsOver>
 Latencies load(CLibraryProgram& program, std::span<const Report> reports, IsOver isOver) {
     // Timers of this thread are to be as exact as the system can make them.
     prctl(PR_SET_TIMERSLACK, 1UL);
+    program.post([] { goBefore(true); });
+    const bool isFirst = goBefore(true);
     std::deque<Clock::time_point> applied;  // the strand writes to places that do not move
     const Clock::time_point begin = Clock::now() + TICK;
     std::size_t ticks = 0;
@@ -67,12 +85,16 @@ Latencies load(CLibraryProgram& program, std::span<const Report> reports, IsOver
         }
     }
     program.waitApplied();
+    goBefore(false);
+    program.post([] { goBefore(false); });
     std::vector<double> taken;
     for (std::size_t at = 0; at < applied.size(); ++at) {
         const Clock::time_point due = begin + TICK * (at * SAMPLED / BURST);
         taken.push_back(std::chrono::duration<double>(applied[at] - due).count());
     }
-    return latenciesOf(taken);
+    Latencies latencies = latenciesOf(taken);
+    latencies.isFirst = isFirst;
+    return latencies;
 }
 
 /// A day in which every record of traded figures has a deal already, before the load begins.
@@ -126,6 +148,15 @@ Latencies ofMachine(CBusyDay& busy) { return busy.loadNothing(); }
 
 Latencies alone(CBusyDay& busy) {
     return busy.load([] { return true; });
+}
+
+/// What the machine takes while another thread counts.
+Latencies besideCounting(CBusyDay& busy) {
+    std::atomic<std::uint64_t> counted = 0;
+    std::jthread other([&](const std::stop_token& over) {
+        while (!over.stop_requested()) ++counted;
+    });
+    return busy.loadNothing();
 }
 
 /// Another thread does `work` beside the load, again and again until the load is over.
@@ -204,8 +235,9 @@ void addLoad(const std::string& name, int repetitions, Latencies (*run)(CBusyDay
                 const Latencies taken = run(busy);
                 state.SetIterationTime(taken.p999);
                 figures().note("latency/" + name, taken.p999,
-                               fmt::format("p50 {:.3f}, p99 {:.3f}, worst {:.2f}",
-                                           taken.median * 1e3, taken.p99 * 1e3, taken.worst * 1e3));
+                               fmt::format("p50 {:.3f}, p99 {:.3f}, worst {:.2f}{}",
+                                           taken.median * 1e3, taken.p99 * 1e3, taken.worst * 1e3,
+                                           taken.isFirst ? "" : "; threads wait for others"));
             }
         })
         ->UseManualTime()
@@ -219,6 +251,7 @@ void addLoad(const std::string& name, int repetitions, Latencies (*run)(CBusyDay
 
 void addLatency() {
     addLoad("machine", 3, ofMachine);
+    addLoad("counting", 3, besideCounting);
     addLoad("alone", 3, alone);
     addLoad("screen", 3, withScreen);
     addLoad("curves", 2, withCurves);

@@ -79,6 +79,7 @@ const std::vector<Bound>& bounds() {
          1e3},
         {"  with nothing to apply: what the machine takes", "latency/machine", "", NO_BOUND, "ms",
          1e3},
+        {"  likewise, beside a thread that counts", "latency/counting", "", NO_BOUND, "ms", 1e3},
         {"  with a screen that asks for all ten times a second", "latency/screen", "", 1.0, "ms",
          1e3},
         {"  with the calculation of the curves", "latency/curves", "", 1.0, "ms", 1e3},

@@ -48,7 +48,8 @@ bool CPartQueue::put(Lane& lane, TapePart&& part) {
     const std::uint64_t added =
         m_held.added.load(std::memory_order_relaxed) + m_free.added.load(std::memory_order_relaxed);
     const std::uint64_t written = m_nWritten.load(std::memory_order_relaxed);
-    if (added >= written + m_nMost) return false;
+    // What the other lane has may be read a little late.
+    if (added > written && added - written >= m_nMost) return false;
     std::size_t size = lane.open->size.load(std::memory_order_relaxed);
     if (size == BLOCK) {
         openBlock(lane);

@@ -34,7 +34,6 @@ constexpr std::int64_t BEGIN_MICROS = 10'000;
 constexpr std::int64_t LEAST_MICROS = 60'000'000;
 /// Of a file so much may be left when the next one begins, so that hardly anything is missing.
 constexpr std::uint64_t SPARE_PART = 8;
-/// What CRecording says of a file that is full.
 
 CStepHolds g_stepHolds;
 
@@ -309,7 +308,8 @@ bool CLinkageManager::recordingIsFull() const {
     const std::uint64_t most = series.options.mostBytes;
     if (!series.goesOn || most == 0) return false;
     const RecordingState state = m_pRecording->state();
-    return state.fault == CRecording::FULL || (state.running && state.bytes > most - most / SPARE_PART);
+    return state.fault == CRecording::FULL ||
+           (state.running && state.bytes > most - most / SPARE_PART);
 }
 
 /// Begins the file that follows. False, once and for all, when there is none.
