@@ -28,8 +28,7 @@ std::string momentOf(const char* option, const std::string& text) {
 
 class CPlanner {
 public:
-    CPlanner(const std::string& recording, const CutOptions& options)
-        : m_recording(recording), m_options(options) {
+    CPlanner(const std::string& recording, const CutOptions& options) : m_recording(recording) {
         if (!options.from.empty()) m_from = momentOf("--from", options.from);
         if (!options.to.empty()) m_to = momentOf("--to", options.to);
         if (!m_from.empty() && !m_to.empty() && m_to < m_from) {
@@ -101,7 +100,6 @@ private:
     }
 
     const std::string& m_recording;
-    const CutOptions& m_options;
     std::string m_from;
     std::string m_to;
     CutPlan m_plan;

@@ -95,7 +95,9 @@ std::vector<std::string> shownOf(TC::CLinkageManager& manager,
     shown.add(parser.parse(padded));
     for (const std::string& account : accounts) {
         const std::string balances = balancesOf(manager, account);
-        if (balances != "[]") shown.lines.push_back("balances " + account + " " + balances);
+        if (balances == "[]") continue;
+        shown.lines.push_back(
+            std::string("balances ").append(account).append(" ").append(balances));
     }
     return std::move(shown.lines);
 }

@@ -5,10 +5,11 @@
 
 #include <boost/shared_ptr.hpp>
 
-#include <compare>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <tuple>
 #include <vector>
 
 namespace TC {
@@ -18,7 +19,10 @@ struct RecordName {
     std::uint32_t account = 0;  ///< the number of its account
     std::uint32_t kind = 0;     ///< as recordName() gives it
     std::uint64_t key = 0;
-    auto operator<=>(const RecordName&) const = default;
+    bool operator==(const RecordName&) const = default;
+    friend bool operator<(const RecordName& a, const RecordName& b) {
+        return std::tie(a.account, a.kind, a.key) < std::tie(b.account, b.kind, b.key);
+    }
 };
 
 /// The numbers that records have in a recording: those of the two newest of each name, and of a
@@ -45,8 +49,8 @@ public:
 private:
     struct alignas(64) Line {
         RecordName name;
-        RecordPtr records[2];  ///< the newest one last; null: no such record
-        std::uint64_t numbers[2] = {};
+        std::array<RecordPtr, 2> records;  ///< the newest one last; null: no such record
+        std::array<std::uint64_t, 2> numbers{};
     };
 
     std::size_t homeOf(const RecordName& name) const;

@@ -140,7 +140,7 @@ QString nextRecordPath(const QString& path) {
     const QFileInfo file(path);
     const Parts parts = partsOf(file.fileName());
     for (int number = parts.number + 1;; ++number) {
-        const QString next = file.dir().filePath(
+        QString next = file.dir().filePath(
             QStringLiteral("%1-%2%3").arg(parts.name).arg(number).arg(parts.end));
         if (!QFileInfo::exists(next)) return next;
     }

@@ -292,18 +292,21 @@ void CTapeText::addInput(const TapeInput& input) {
                               m_out.member("number", in.command);
                               writeError(m_out, in.error);
                           },
-                          [&](const WorkInput& in) {
-                              beginLine("work").member("name", in.ticket.name);
-                              // Whether the picture has it is known only when it is written: the
-                              // recording may have begun when the work was about to run.
-                              const bool before = in.left != 0 && in.left <= m_nLeftBefore;
-                              const auto step = m_stepNumbers.find(in.ticket.step);
-                              const bool known = !before && step != m_stepNumbers.end();
-                              m_out.member("step", known ? step->second : 0);
-                              m_out.member("index", before ? in.left : in.ticket.index);
-                          },
+                          [&](const WorkInput& in) { addWork(in); },
                           [&](const CallInput& in) { addCall(in); }},
                input);
+}
+
+// Whether the picture has the work is known only when it is written: the recording may have begun
+// when the work was about to run.
+void CTapeText::addWork(const WorkInput& work) {
+    const Ticket& ticket = work.ticket;
+    const bool before = work.left != 0 && work.left <= m_nLeftBefore;
+    const auto step = m_stepNumbers.find(ticket.step);
+    const bool known = !before && step != m_stepNumbers.end();
+    beginLine("work").member("name", ticket.name);
+    m_out.member("step", known ? step->second : 0);
+    m_out.member("index", before ? work.left : ticket.index);
 }
 
 void CTapeText::addCall(const CallInput& call) {

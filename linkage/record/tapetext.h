@@ -64,6 +64,7 @@ private:
     void leave();
     void addStep(const TapeUnit& unit);
     void addInput(const TapeInput& input);
+    void addWork(const WorkInput& work);
     void addCall(const CallInput& call);
     void addAnswer(const TapeUnit& unit, std::uint64_t number, const TapeAsk& ask);
     /// The answer as JSON; lists of records are of this account.
