@@ -54,7 +54,7 @@ struct BalancedStock : BalanceStock {
 };
 
 /// A guarded balance from its request on. Moments are microseconds since the epoch, 0 for
-/// none. The book's lines hold all of it.
+/// none. The book's lines hold all of it, but for two members that a picture has (PictureMembers).
 struct GuardedBalance {
     int number = 0;
     std::string date;  ///< trade date, "yyyyMMdd"
@@ -70,7 +70,8 @@ struct GuardedBalance {
     std::int64_t sentAt = 0;  ///< when the last round was sent
     std::int64_t endedAt = 0;
     std::uint64_t changedAt = 0;  ///< counted in changes; not in the book
-    std::int64_t retryAt = 0;  ///< when the decision is tried again after a service did not answer
+    /// When the decision is tried again after a service did not answer; not in the book.
+    std::int64_t retryAt = 0;
 
     int rounds = 0;
     std::string reason;

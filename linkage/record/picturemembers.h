@@ -418,11 +418,18 @@ struct PictureMembers {
     template <class P>
     static void changes(P& p, CGuardedBalances& guarded) {
         std::map<int, std::uint64_t> changed;
-        for (const auto& [number, balance] : guarded.m_balances)
+        std::map<int, std::int64_t> tried;
+        for (const auto& [number, balance] : guarded.m_balances) {
             changed[number] = balance.changedAt;
+            if (balance.retryAt != 0) tried[number] = balance.retryAt;
+        }
         p("changedAt", changed);
+        p("retryAt", tried);
         if (!P::READS) return;
-        for (auto& [number, balance] : guarded.m_balances) balance.changedAt = changed[number];
+        for (auto& [number, balance] : guarded.m_balances) {
+            balance.changedAt = changed[number];
+            balance.retryAt = tried[number];
+        }
     }
 };
 
