@@ -85,7 +85,6 @@ const std::map<std::string_view, Question> QUESTIONS = {
     {"quotes", {}},
     {"records", {Is::Account, 2}},
     {"registRules", {}},
-    {"retryArmed", {}},
     {"subscribe", {Is::Account, 2}},
     {"taskData", {Is::Plain, 1, Is::Account}},
     {"taskHandler", {}},

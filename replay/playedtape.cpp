@@ -20,7 +20,7 @@ std::string questionText(const TC::TapeQuestion& question) {
 /// Whether the manager decides it, and no service.
 bool isDecision(std::string_view question) {
     return question.starts_with("book ") || question.starts_with("bookLines ") ||
-           question.starts_with("bookPosted ") || question.starts_with("retryArmed ");
+           question.starts_with("bookPosted ");
 }
 
 /// Where the recording has no answer. Decisions may be asked for in a destructor, from where

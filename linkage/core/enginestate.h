@@ -66,10 +66,7 @@ struct EngineState {
     std::future<void> m_recordTidying;  ///< of files that are over; its end is waited for
     std::mutex m_balanceTimerMutex;
 
-    std::mutex m_retryMutex;  ///< of the next two
     Retries m_retries;
-    Retries m_keptRetries;         ///< as they were when the last recording began
-    std::mutex m_retryTimerMutex;  ///< taken before the one of the retries, if both
     Timer m_retryTimer;
 
     /// Closures in the client's engine may outlive the manager.
@@ -80,11 +77,6 @@ struct EngineState {
         m_bReady.store(true, std::memory_order_release);
     }
     bool hasStrand() const { return m_bReady.load(std::memory_order_acquire); }
-
-    void keepRetries() {
-        const std::lock_guard lock(m_retryMutex);
-        m_keptRetries = m_retries;
-    }
 
     CInbox m_inbox;
     std::vector<InboxItem> m_batch;  ///< the batch in work; only the strand uses it

@@ -13,14 +13,8 @@ LINKAGE_TS(no_thread_safety_analysis)
 void PictureMembers::of(P& p, CLinkageManager& manager) {
     published(p, "tradeDate", *manager.m_pTradeDate);
     p("user", manager.m_strUserData);
-    // They change without the manager's lock.
-    if (!p.isExact()) {
-        const std::lock_guard lock(manager.m_pEngine->m_retryMutex);
-        Retries& retries =
-            P::READS ? manager.m_pEngine->m_retries : manager.m_pEngine->m_keptRetries;
-        p("retries", retries.works);
-        p("retryWait", retries.wait);
-    }
+    p("retries", manager.m_pEngine->m_retries.works);
+    p("retryWait", manager.m_pEngine->m_retries.wait);
     p("accounts", manager.m_pAccounts->m_infos);
     p("ledger", *manager.m_pLedger);
     p("quotes", *manager.m_pQuotes);

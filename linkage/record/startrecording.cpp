@@ -202,15 +202,11 @@ void CLinkageManager::tryRecording(CRecording& recording) const {
         for (const auto& [number, work] : works) {
             if (!work.known) return;
         }
-        recording.begin([&] {
-            m_pTape->setLeft(last, works);
-            m_pEngine->keepRetries();
-        });
+        recording.begin([&] { m_pTape->setLeft(last, works); });
     });
 }
 
-// Balance times change without the manager's lock, and to set one twice is to set it once. What is
-// to be tried again changes without it, too: it is as it was when the recording began.
+// Balance times change without the manager's lock, and to set one twice is to set it once.
 RecordingPicture CLinkageManager::takePicture() {
     TextBuffer state;
     CJsonWriter out(state);
@@ -228,7 +224,6 @@ std::optional<RecordingPicture> CLinkageManager::pictureAtRest() {
             if (!work.known) return false;
         }
         m_pTape->setLeft(last, works);
-        m_pEngine->keepRetries();
         return true;
     });
     if (!isKnown || !m_bInited) return std::nullopt;
