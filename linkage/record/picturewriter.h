@@ -1,6 +1,7 @@
 #pragma once
 
 #include "linkage/record/pictureledger.h"
+#include "linkage/record/recordlines.h"
 #include "linkage/tape/jsonwriter.h"
 #include "platform/records/idata.h"
 
@@ -33,8 +34,8 @@ public:
     static constexpr bool READS = false;
     using RecordPtr = boost::shared_ptr<const vexservice::IData>;
 
-    /// `exact`: only what is the same when a recording is played. Saves are not on the tape, and
-    /// balance times change without the manager's lock.
+    /// `exact`: only what is the same when a recording is played; records stand in it with all they
+    /// hold. Saves are not on the tape, and balance times change without the manager's lock.
     explicit CPictureWriter(Out& out, bool exact = false) : m_out(out), m_bExact(exact) {}
     bool isExact() const { return m_bExact; }
 
@@ -158,10 +159,18 @@ private:
     template <picture::Record T>
     void put(const boost::shared_ptr<T>& record) {
         if (!record) return m_out.value(0);
-        if constexpr (requires { m_out.record(*record); }) return m_out.record(*record);
-        const auto [at, isNew] = m_numbers.try_emplace(record.get(), m_records.size() + 1);
-        if (isNew) m_records.push_back(record);
-        m_out.value(at->second);
+        if constexpr (requires { m_out.record(*record); }) {
+            m_out.record(*record);
+        } else if (m_bExact) {
+            // One report may be two objects where the recording is played.
+            m_out.beginObject();
+            writeRecord(m_out, {}, *record);
+            m_out.endObject();
+        } else {
+            const auto [at, isNew] = m_numbers.try_emplace(record.get(), m_records.size() + 1);
+            if (isNew) m_records.push_back(record);
+            m_out.value(at->second);
+        }
     }
     template <class T>
     requires(!picture::Record<T>) void put(const boost::shared_ptr<T>& value) {
