@@ -120,6 +120,7 @@ const std::map<std::string_view, std::vector<EText>> CALLS = {
     {"runAutoBalance", {Is::Account, Is::Strategy, Is::Plain}},
     {"runAutoBalanceTimer", {Is::Account, Is::Strategy}},
     {"setHistoryStatDataId", {Is::HistoryKey, Is::Plain}},
+    {"settleBalances", {Is::Account}},
     {"tryAutoBalance", {Is::Account, Is::Strategy}},
 };
 

@@ -68,7 +68,9 @@ struct ManagerAccess {
         manager.m_pGuarded->completed(result.balance, result.index, result.error, result.command);
     }
     static void noteState(CLinkageManager& manager, bool sums = true) { manager.noteState(sums); }
-    static void settleBalances(CLinkageManager& manager) { manager.settleBalances(); }
+    static void settleBalances(CLinkageManager& manager, const std::string& account) {
+        manager.settleBalances(account);
+    }
     static void login(CLinkageManager& manager, bool ok) {
         manager.slotProxyLoginStatus(ok ? PROXY_LOGIN_SUCCESS : PROXY_LOGIN_FAILED, QString());
     }

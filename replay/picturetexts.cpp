@@ -115,7 +115,9 @@ constexpr TextAt TEXTS[] = {
     {"state.guarded.inLoad.*", Is::Account},
     {"state.guarded.loadedIn.*.0", Is::Account},
     {"state.guarded.finals.*.0", Is::Account},
+    {"state.guarded.news.*", Is::Account},
     {"state.guarded.dirty.*", Is::Account},
+    {"state.guarded.armedFor.*.0", Is::Account},
 };
 
 /// Of imported deals and of imported orders.
@@ -148,7 +150,7 @@ const std::map<std::string_view, std::vector<EText>> WORKS = {
     {"curveSlice", {Is::Plain}},
     {"curves", {Is::Plain}},
     {"endLoading", {}},
-    {"guard", {}},
+    {"guard", {Is::Account}},
     {"historyPass", {}},
     {"loadAccounts", {Is::Plain}},
     {"loadAgain", {Is::Account}},
@@ -157,6 +159,7 @@ const std::map<std::string_view, std::vector<EText>> WORKS = {
     {"pass", {}},
     {"refile", {Is::Account}},
     {"retry", {}},
+    {"retryBook", {}},
     {"start", {Is::Account, Is::Strategy}},
     {"startHistory", {Is::Plain, Is::Plain, Is::Account, Is::Plain, Is::Plain}},
     {"watchdog", {}},

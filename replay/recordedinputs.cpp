@@ -144,7 +144,9 @@ RecordedInput readCall(const CFields& fields, Manager& manager) {
     if (op == "noteState") {
         return {[&manager, sums = args.size() == 0] { ManagerAccess::noteState(manager, sums); }};
     }
-    if (op == "settleBalances") return {[&manager] { ManagerAccess::settleBalances(manager); }};
+    if (op == "settleBalances") {
+        return {[&manager, account = text(0)] { ManagerAccess::settleBalances(manager, account); }};
+    }
     if (op == "giveHistoryDayUp") {
         return {[&manager, question = args.at(0).whole<std::uint64_t>(), fault = text(1)] {
             ManagerAccess::giveHistoryDayUp(manager, question, fault);

@@ -69,7 +69,7 @@ void CLinkageManager::tryAutoBalance(const std::string& accountkey, const std::s
     constexpr auto operation = "TC::CLinkageManager::tryAutoBalance";
     const CLock lock(m_mutex);
     if (m_options.guard) {
-        if (m_pGuarded) m_pGuarded->settle();
+        if (m_pGuarded) m_pGuarded->settle(accountkey);
         return;
     }
     auto& starts = m_pBalance->m_autoBalanceStarts;
@@ -117,9 +117,16 @@ void CLinkageManager::balanceWaiting(const std::string& accountkey, const std::s
 
 void CLinkageManager::settleBalances() {
     const CLock lock(m_mutex);
-    if (!m_pGuarded || !m_pGuarded->hasNews()) return;
-    const CStep step(tape(), [] { return callOf("settleBalances"); });
-    attempt("TC::CLinkageManager::settleBalances", [&] { m_pGuarded->settle(); });
+    if (!m_pGuarded || m_pGuarded->news().empty()) return;
+    const auto accounts = m_pGuarded->news();
+    for (const std::string& account : accounts) settleBalances(account);
+}
+
+void CLinkageManager::settleBalances(const std::string& accountkey) {
+    const CLock lock(m_mutex);
+    if (!m_pGuarded) return;
+    const CStep step(tape(), [&] { return callOf("settleBalances", accountkey); });
+    attempt("TC::CLinkageManager::settleBalances", [&] { m_pGuarded->settle(accountkey); });
 }
 
 std::vector<BalanceRecord> CLinkageManager::getBalances(

@@ -38,7 +38,7 @@ private:
 }  // namespace
 
 CGuardedBalances::CGuardedBalances(CLinkageManager& manager, CBookWriter& book)
-    : m_manager(manager), m_book(book), m_timer(manager.m_pEngine->m_strand->context()) {}
+    : m_manager(manager), m_book(book), m_bookTimer(manager.m_pEngine->m_strand->context()) {}
 
 std::int64_t CGuardedBalances::now() const { return nowMicros(); }
 
@@ -65,7 +65,7 @@ bool CGuardedBalances::ask(const GuardPair& pair, EBalanceAsker asker, std::int6
     } else {
         refuse(balance, reason);
     }
-    settle();
+    settle(pair.account);
     return reason.empty();
 }
 
@@ -81,7 +81,7 @@ void CGuardedBalances::sendAtOnce(const GuardPair& pair, EBalanceForm form) {
     } else {
         refuse(balance, reason);
     }
-    settle();
+    settle(pair.account);
 }
 
 std::string CGuardedBalances::refusalOf(const Balance& balance) const {
@@ -120,28 +120,43 @@ bool CGuardedBalances::waitsForOther(const Balance& balance) const {
 
 // -------------------------------------------------------------------------- life
 
-void CGuardedBalances::settle() {
-    if (m_bSettling) {
-        m_bNews = true;
-        return;
-    }
+void CGuardedBalances::settle(std::set<std::string> accounts) {
+    m_again.merge(accounts);
+    if (m_bSettling) return;
+    std::set<std::string> settled;
     {
         const CFlag settling(m_bSettling);
-        do {
-            m_bNews = false;
-            m_pictures.clear();
-            attempt(GUARDED_BALANCES, [&] { refreshDirty(); });
-            const std::vector<int> active(m_active.begin(), m_active.end());
-            for (const int number : active) {
-                Balance& balance = m_balances.at(number);
-                if (balance.isActive()) attempt(GUARDED_BALANCES, [&] { advance(balance); });
-            }
-        } while (m_bNews);
-        m_pictures.clear();
+        while (!m_again.empty()) {
+            const std::string account = m_again.extract(m_again.begin()).value();
+            settleOnce(account);
+            settled.insert(account);
+            if (m_news.count(account) > 0) m_again.insert(account);
+        }
+        m_picture.reset();
     }
     publishStarts();
-    arm();
+    for (const std::string& account : settled) arm(account);
     raiseChanged();
+}
+
+void CGuardedBalances::settleOnce(const std::string& account) {
+    m_news.erase(account);
+    m_picture.reset();
+    attempt(GUARDED_BALANCES, [&] { refreshDirty(account); });
+    const std::vector<int> active(m_active.begin(), m_active.end());
+    for (const int number : active) {
+        Balance& balance = m_balances.at(number);
+        if (balance.pair.account != account || !balance.isActive()) continue;
+        attempt(GUARDED_BALANCES, [&] { advance(balance); });
+    }
+}
+
+/// The accounts for which settle() may have something to do.
+std::set<std::string> CGuardedBalances::concerned() const {
+    std::set<std::string> accounts = m_news;
+    accounts.insert(m_dirty.begin(), m_dirty.end());
+    for (const int number : m_active) accounts.insert(m_balances.at(number).pair.account);
+    return accounts;
 }
 
 void CGuardedBalances::advance(Balance& balance) {
@@ -285,8 +300,16 @@ void CGuardedBalances::writeBook() {
     m_bWritePosted = false;
     if (decideOnTape("bookLines", [&] { return m_book.flush(); })) return;
     const CLock lock(m_manager.m_mutex);
-    m_nBookRetryAt = now() + BOOK_RETRY;
-    arm();
+    if (m_bBookWaits) return;
+    m_bBookWaits = true;
+    armTimer(m_bookTimer, *m_manager.m_pEngine->m_strand, BOOK_RETRY,
+             m_manager.guarded(m_manager.later({"retryBook", {}})));
+}
+
+void CGuardedBalances::retryBook() {
+    const CLock lock(m_manager.m_mutex);
+    m_bBookWaits = false;
+    writeLater();
 }
 
 void CGuardedBalances::publishStarts() {
@@ -343,26 +366,27 @@ std::int64_t CGuardedBalances::dueOf(const Balance& balance) const {
 
 // Setting the timer again makes it fire at once, so it is set only when its moment has changed.
 // A balance whose moment has passed does not wait for time but for something else.
-void CGuardedBalances::arm() {
-    std::int64_t due = m_nBookRetryAt == 0 ? NEVER : std::max(m_nBookRetryAt, now() + 1);
+void CGuardedBalances::arm(const std::string& account) {
+    std::int64_t due = NEVER;
     for (const int number : m_active) {
-        const std::int64_t moment = dueOf(m_balances.at(number));
+        const Balance& balance = m_balances.at(number);
+        const std::int64_t moment = balance.pair.account == account ? dueOf(balance) : NEVER;
         if (moment > now()) due = std::min(due, moment);
     }
-    if (due == NEVER || due == m_nArmedFor) return;
-    m_nArmedFor = due;
-    armTimer(m_timer, *m_manager.m_pEngine->m_strand, due - now(),
-             m_manager.guarded(m_manager.later({"guard", {}})));
+    if (due == NEVER) return;
+    std::int64_t& armedFor = m_armedFor[account];
+    if (armedFor == due) return;
+    armedFor = due;
+    auto& strand = *m_manager.m_pEngine->m_strand;
+    armTimer(m_timers.try_emplace(account, strand.context()).first->second, strand, due - now(),
+             m_manager.guarded(m_manager.later({"guard", {account}})));
 }
 
-void CGuardedBalances::onTimer() {
+void CGuardedBalances::onTimer(const std::string& account) {
     const CLock lock(m_manager.m_mutex);
-    if (now() >= m_nArmedFor) m_nArmedFor = 0;
-    if (m_nBookRetryAt != 0 && now() >= m_nBookRetryAt) {
-        m_nBookRetryAt = 0;
-        writeLater();
-    }
-    settle();
+    const auto armed = m_armedFor.find(account);
+    if (armed != m_armedFor.end() && now() >= armed->second) m_armedFor.erase(armed);
+    settle(account);
 }
 
 }  // namespace TC

@@ -28,7 +28,8 @@ inline constexpr char GUARDED_BALANCES[] = "TC::CGuardedBalances";
 /// each one sends, and what becomes of it. ARCHITECTURE.md has the picture of their life.
 ///
 /// Only settle() decides; the manager calls it when a report is wholly in. Before that, news is
-/// only noted.
+/// only noted. Accounts do not depend on each other: each one's balances are decided by its own
+/// news and at its own timer.
 ///
 /// Guarded by the manager's lock; the manager owns it and outlives it.
 class CGuardedBalances {
@@ -49,16 +50,19 @@ public:
     /// under way.
     void sendAtOnce(const GuardPair& pair, EBalanceForm form);
 
-    /// Takes every step that is due, of every balance, then raises sigBalanceChanged for those
-    /// that changed. A call from inside settle() only makes it look once more.
-    void settle();
+    /// Takes every step that is due, of every balance of the account, then raises
+    /// sigBalanceChanged for those that changed. A call from inside settle() only makes it look
+    /// once more.
+    void settle(const std::string& account) { settle(std::set{account}); }
 
-    bool hasNews() const { return m_bNews; }
+    /// The accounts whose balances are to be looked at.
+    const std::set<std::string>& news() const { return m_news; }
 
-    /// Work that the manager runs for it on the strand: at its timer, and to write what the book
-    /// has noted. They take the manager's lock.
-    void onTimer();
+    /// Work that the manager runs for it on the strand: at an account's timer, to write what the
+    /// book has noted, and some time after that failed. They take the manager's lock.
+    void onTimer(const std::string& account);
     void writeBook();
+    void retryBook();
 
     /// The command center's answer to the `command`-th command of a balance. Takes the manager's
     /// lock. linkage/balance/guardprogress.cpp
@@ -112,6 +116,9 @@ private:
     std::string refusalOf(const Balance& balance) const;
     int wholeAccountSender(const Balance& balance) const;
     bool waitsForOther(const Balance& balance) const;
+    void settle(std::set<std::string> accounts);
+    void settleOnce(const std::string& account);
+    std::set<std::string> concerned() const;
     void advance(Balance& balance);
     void begin(Balance& balance);
     void seeCancellations(Balance& balance);
@@ -124,7 +131,7 @@ private:
     void writeLater();
     void publishStarts();
     void raiseChanged();
-    void arm();
+    void arm(const std::string& account);
     std::int64_t dueOf(const Balance& balance) const;
 
     // linkage/balance/guardprogress.cpp
@@ -132,7 +139,7 @@ private:
     GuardPicture freshPicture(const std::string& account) const;
     bool emptiesUnseen(const std::string& account, const vexservice::CCommandRecord* carrier) const;
     void restore(const std::string& text);
-    void refreshDirty();
+    void refreshDirty(const std::string& account);
     void refresh(Balance& balance, const GuardPicture& seen);
     void loseUnheard(const std::string& account);
     void tellRemains(Balance& balance);
@@ -172,16 +179,18 @@ private:
     /// during a load of the account, every final report
     std::map<std::string, std::map<std::uint64_t, OrderPtr>> m_finals;
 
-    bool m_bSettling = false;
-    bool m_bNews = false;
-    std::map<std::string, GuardPicture> m_pictures;  ///< taken during this settle()
-    std::set<std::string> m_dirty;                   ///< accounts with news of what balances sent
-    std::set<int> m_changed;       ///< balances for which sigBalanceChanged is due
-    std::uint64_t m_nChanges = 0;  ///< counts the changes of all balances
+    std::set<std::string> m_news;           ///< accounts that settle() is to look at
+    std::set<std::string> m_dirty;          ///< accounts with news of what balances sent
+    bool m_bSettling = false;               ///< settle() is under way; the next two belong to it
+    std::set<std::string> m_again;          ///< accounts that it still has to look at
+    std::optional<GuardPicture> m_picture;  ///< of the account that it looks at
+    std::set<int> m_changed;                ///< balances for which sigBalanceChanged is due
+    std::uint64_t m_nChanges = 0;           ///< counts the changes of all balances
 
-    utils::DeadlineTimer m_timer;
-    std::int64_t m_nArmedFor = 0;
-    std::int64_t m_nBookRetryAt = 0;
+    std::map<std::string, utils::DeadlineTimer> m_timers;  ///< by account
+    std::map<std::string, std::int64_t> m_armedFor;        ///< account: when its timer fires
+    utils::DeadlineTimer m_bookTimer;
+    bool m_bBookWaits = false;  ///< for its timer
     std::atomic<bool> m_bWritePosted{false};
 };
 

@@ -83,14 +83,14 @@ void CGuardedBalances::newDay(const std::string& date) {
         m_bUnread = true;
         bookIsRead();
     }
-    settle();
+    settle(concerned());
 }
 
 // ------------------------------------------------------------------ loads of accounts
 
 void CGuardedBalances::allLoaded() {
     m_bAllLoading = false;
-    settle();
+    settle(concerned());
 }
 
 bool CGuardedBalances::isLoaded(const std::string& account) const {
@@ -111,7 +111,7 @@ void CGuardedBalances::loadBegins(const std::string& account) {
 
 void CGuardedBalances::loadEnds(const std::string& account, bool loaded) {
     m_inLoad.erase(account);
-    m_bNews = true;
+    m_news.insert(account);
     if (!loaded) {
         m_loadedIn.erase(account);
         return;
@@ -167,7 +167,7 @@ void CGuardedBalances::orderFiled(const std::string& account, const vexservice::
         m_dirty.insert(account);
         m_ownOrders[account].insert(order.recordKey());
     }
-    if (sent || (!m_active.empty() && emptiesUnseen(account, carrier))) m_bNews = true;
+    if (sent || (!m_active.empty() && emptiesUnseen(account, carrier))) m_news.insert(account);
 }
 
 void CGuardedBalances::dealFiled(const std::string& account, const vexservice::CDealDetail& deal) {
@@ -178,11 +178,11 @@ void CGuardedBalances::dealFiled(const std::string& account, const vexservice::C
     const bool names = own != m_ownOrders.end() && own->second.count(deal.m_nOrderKey) > 0;
     if (!sent && !names) return;
     m_dirty.insert(account);
-    m_bNews = true;
+    m_news.insert(account);
 }
 
-void CGuardedBalances::emptied(const std::string&) {
-    if (!m_active.empty()) m_bNews = true;
+void CGuardedBalances::emptied(const std::string& account) {
+    if (!m_active.empty()) m_news.insert(account);
 }
 
 // ------------------------------------------------------------------------ progress
@@ -205,25 +205,18 @@ GuardPicture CGuardedBalances::freshPicture(const std::string& account) const {
 }
 
 const GuardPicture& CGuardedBalances::picture(const std::string& account) {
-    const auto at = m_pictures.find(account);
-    if (at != m_pictures.end()) return at->second;
-    return m_pictures.emplace(account, freshPicture(account)).first->second;
+    if (!m_picture) m_picture = freshPicture(account);
+    return *m_picture;
 }
 
-void CGuardedBalances::refreshDirty() {
-    std::set<std::string> later;
-    for (const std::string& account : m_dirty) {
-        if (isLoading(account) || !isLoaded(account)) {
-            later.insert(account);
-            continue;
-        }
-        for (auto& [number, balance] : m_balances) {
-            if (balance.pair.account == account && isToday(balance)) {
-                refresh(balance, picture(account));
-            }
+void CGuardedBalances::refreshDirty(const std::string& account) {
+    if (m_dirty.count(account) == 0 || isLoading(account) || !isLoaded(account)) return;
+    for (auto& [number, balance] : m_balances) {
+        if (balance.pair.account == account && isToday(balance)) {
+            refresh(balance, picture(account));
         }
     }
-    m_dirty = std::move(later);
+    m_dirty.erase(account);
 }
 
 void CGuardedBalances::refresh(Balance& balance, const GuardPicture& seen) {
@@ -298,7 +291,7 @@ void CGuardedBalances::completed(int number, std::size_t at, const utils::VexErr
     if (!changed) return;
     m_dirty.insert(balance.pair.account);
     note(balance, sent.refused ? "command refused" : "command numbered");
-    settle();
+    settle(balance.pair.account);
 }
 
 }  // namespace TC

@@ -824,8 +824,9 @@ protected:
     LINKAGE_LOCAL void onAutoBalanceTimer();
     LINKAGE_LOCAL void armBalanceWatchdog() LINKAGE_REQUIRES(m_mutex);
     LINKAGE_LOCAL void balanceWaiting(const std::string& accountkey, const std::string& strategy);
-    /// After each report: each guarded balance takes the step that is due.
+    /// After each report: the guarded balances of accounts with news take the steps that are due.
     LINKAGE_LOCAL void settleBalances();
+    LINKAGE_LOCAL void settleBalances(const std::string& accountkey);
     LINKAGE_LOCAL bool sendGuarded(const GuardPair& pair, EBalanceForm form)
         LINKAGE_REQUIRES(m_mutex);
     LINKAGE_LOCAL void cancelOrders(

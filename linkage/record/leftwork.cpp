@@ -69,8 +69,9 @@ CLinkageManager::Work CLinkageManager::workOf(const LeftWork& what) {
     if (name == "start") {
         return [this, first, strategy = what.text(1)] { runAutoBalanceTimer(first, strategy); };
     }
-    if (name == "guard") return [this] { m_pGuarded->onTimer(); };
+    if (name == "guard") return [this, first] { m_pGuarded->onTimer(first); };
     if (name == "writeBook") return [this] { m_pGuarded->writeBook(); };
+    if (name == "retryBook") return [this] { m_pGuarded->retryBook(); };
     if (name == "refile") return [this, first] { refileImported(first); };
     if (name == "loadTasks") return [this] { doRequestTask(); };
     if (name == "loadAccounts") {

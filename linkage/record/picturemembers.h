@@ -375,12 +375,12 @@ struct PictureMembers {
         p("generation", guarded.m_nGeneration);
         p("loadedIn", guarded.m_loadedIn);
         p("finals", guarded.m_finals);
-        p("news", guarded.m_bNews);
+        p("news", guarded.m_news);
         p("dirty", guarded.m_dirty);
         p("changed", guarded.m_changed);
         p("changes", guarded.m_nChanges);
-        p("armedFor", guarded.m_nArmedFor);
-        p("bookRetry", guarded.m_nBookRetryAt);
+        p("armedFor", guarded.m_armedFor);
+        p("bookWaits", guarded.m_bBookWaits);
         if (p.isExact()) return;
         bool posted = guarded.m_bWritePosted.load();
         p("bookPosted", posted);

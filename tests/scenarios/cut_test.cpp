@@ -179,6 +179,56 @@ TEST_P(Cut, OtherAccountsAreLeftOut) {
     EXPECT_EQ(cut({.accounts = {"A", "B"}}).steps, day.steps);
 }
 
+/// Balances of two accounts whose rounds go on side by side, while little by little is traded.
+std::string roundsText() {
+    std::string text = R"({"do":"config","now":"2024-01-02 09:30:00","exchange":"paper",)"
+                       R"("options":{"guard":true,"rounds":3,"roundSeconds":20}}
+{"do":"account","key":"A"}
+{"do":"account","key":"B"}
+)";
+    const std::string codes[] = {"600000", "600001", "600002"};
+    const auto price = [](const std::string& code, int tenths, int volume) {
+        const auto level = [&](int at) {
+            return "[[" + std::to_string(at / 10) + '.' + std::to_string(at % 10) + ',' +
+                   std::to_string(volume) + "]]";
+        };
+        return R"({"do":"price","market":"SH","code":")" + code + R"(","last":20,"asks":)" +
+               level(tenths) + ",\"bids\":" + level(tenths - 1) + "}\n";
+    };
+    for (const std::string& code : codes) {
+        text += R"({"do":"instrument","market":"SH","code":")" + code + "\",\"reference\":20}\n" +
+                price(code, 200, 9000);
+    }
+    text += "{\"do\":\"init\"}\n";
+    for (const std::string account : {"A", "B"}) {
+        for (const std::string& code : codes) {
+            text += R"({"do":"send","account":")" + account + R"(","market":"SH","code":")" + code +
+                    R"(","side":"buy","price":21,"volume":600,"strategy":"grid"})" + '\n';
+        }
+    }
+    for (int turn = 0; turn < 30; ++turn) {
+        text += "{\"do\":\"advance\",\"seconds\":3}\n";
+        for (int at = turn % 2; at < 3; at += 2) {
+            text += price(codes[at], 200 + (turn * 7 + at * 3) % 5 - 2, 100);
+        }
+        if (turn != 1 && turn != 3) continue;
+        text += R"({"do":"call","op":"runAutoBalance","args":[")" +
+                std::string(turn == 1 ? "A" : "B") + "\",\"grid\"]}\n";
+    }
+    return text;
+}
+
+TEST(CutRounds, BalancesOfOneAccountDoNotDependOnThoseOfAnother) {
+    const tests::ScenarioFolder folder;
+    ASSERT_EQ(folder.play(roundsText(), {.record = folder.path("day")}).fault, "");
+    ASSERT_GT(linesOf(folder.path("day"), "\"out\":\"command\"").size(), 10u);
+    for (const std::string account : {"A", "B"}) {
+        const auto copy =
+            replay::cutRecording(folder.path("day"), folder.path(account), {.accounts = {account}});
+        EXPECT_EQ(copy.fault, "");
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(GuardAndMiddle, Cut, testing::Combine(testing::Bool(), testing::Bool()));
 
 class CutRefused : public testing::Test {
