@@ -26,7 +26,7 @@ using simdjson::dom::object;
 class CCopy {
 public:
     CCopy(CNames& names, TC::TextBuffer& text, bool mark) : m_names(names), m_out(text) {
-        if (!mark) m_out.writesExponents();
+        if (!mark) m_out.writesExactly();
     }
 
     TC::CJsonWriter& out() { return m_out; }
@@ -57,7 +57,8 @@ public:
     void member(std::string_view name, const element& from, const Members& members) {
         m_out.textKey(name);
         const auto known = members.find(name);
-        if (known == members.end() && from.is_string()) refuseText(name);
+        std::string_view text;
+        if (known == members.end() && !from.get(text) && !notFinite(text)) refuseText(name);
         value(from, known == members.end() ? Is::Plain : known->second, members);
     }
 

@@ -18,13 +18,10 @@ using simdjson::dom::element;
 using simdjson::dom::element_type;
 using simdjson::dom::object;
 
-/// What a figure that is no number is written as.
-bool isFigure(std::string_view text) { return text == "nan" || text == "inf" || text == "-inf"; }
-
 class CPictureCopy {
 public:
     CPictureCopy(CNames& names, TC::TextBuffer& text) : m_names(names), m_out(text) {
-        m_out.writesExponents();
+        m_out.writesExactly();
     }
 
     /// `place`: null where nothing is known of texts.
@@ -62,7 +59,7 @@ private:
 
     void text(std::string_view from, const PicturePlace* place, std::string_view name) {
         if (place && place->text) return m_out.value(m_names(*place->text, from));
-        if (!isFigure(from)) refuseText(name);
+        if (!notFinite(from)) refuseText(name);
         m_out.value(from);
     }
 

@@ -42,7 +42,7 @@ public:
         std::string_view text;
         while (!m_end && nextLine(reader, text)) {
             try {
-                read(parseLine(parser, text), text);
+                read(parseLine(parser, text, true), text);
             } catch (const LineError& fault) {
                 throw CopyFault(m_recording + ':' + std::to_string(reader.number()) + ": " +
                                 fault.what());

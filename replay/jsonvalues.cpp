@@ -3,6 +3,7 @@
 #include "replay/scenarioline.h"
 
 #include <cstdint>
+#include <limits>
 #include <string>
 
 namespace replay {
@@ -21,6 +22,13 @@ void writeTextless(TC::CJsonWriter& out, const simdjson::dom::element& from) {
         default:
             return out.null();
     }
+}
+
+std::optional<double> notFinite(std::string_view text) {
+    constexpr double INFINITE = std::numeric_limits<double>::infinity();
+    if (text == "nan") return std::numeric_limits<double>::quiet_NaN();
+    if (text == "inf") return INFINITE;
+    return text == "-inf" ? std::optional(-INFINITE) : std::nullopt;
 }
 
 void refuseText(std::string_view what) {

@@ -7,7 +7,6 @@
 
 #include <boost/make_shared.hpp>
 
-#include <limits>
 #include <map>
 #include <memory>
 #include <optional>
@@ -91,9 +90,7 @@ public:
 
 private:
     void get(const CValue& value, bool& out) { out = value.flag(); }
-    void get(const CValue& value, double& out) {
-        out = value.json().is_string() ? notFinite(value) : value.real();
-    }
+    void get(const CValue& value, double& out) { out = value.real(); }
     void get(const CValue& value, std::string& out) { out = value.text(); }
     template <class T>
     requires(std::is_integral_v<T>) void get(const CValue& value, T& out) {
@@ -186,14 +183,6 @@ private:
         TC::PictureMembers::of(inner, out);
     }
 
-    static double notFinite(const CValue& value) {
-        const std::string_view text = value.text();
-        constexpr double INFINITE = std::numeric_limits<double>::infinity();
-        if (text == "inf") return INFINITE;
-        if (text == "-inf") return -INFINITE;
-        if (text != "nan") value.fail("is no number");
-        return std::numeric_limits<double>::quiet_NaN();
-    }
     TC::FiguresPtr figures(const CValue& value) const {
         const auto number = value.whole<std::size_t>();
         if (number == 0) return {};

@@ -77,8 +77,8 @@ CCodeOrderParam readOrderParam(const CFields& in) {
 TC::TapeAnswer readPlain(std::string_view name, const CValue& value) {
     if (value.isNull()) return {};
     if (value.json().is_bool()) return value.flag();
-    if (value.json().is_string()) return std::string(value.text());
     if (name == "userNumber" || name == "orderPrice") return value.real();
+    if (value.json().is_string()) return std::string(value.text());
     return value.whole<std::int64_t>();
 }
 
@@ -186,7 +186,7 @@ std::optional<TC::TapeAnswer> CRecordedClient::answer(const TC::TapeQuestion& qu
     const std::string json =
         "{\"is\":" + known->second + "}" + std::string(simdjson::SIMDJSON_PADDING, ' ');
     const CFields fields = parseLine(
-        m_parser, std::string_view(json).substr(0, json.size() - simdjson::SIMDJSON_PADDING));
+        m_parser, std::string_view(json).substr(0, json.size() - simdjson::SIMDJSON_PADDING), true);
     return read(name, fields.need("is"));
 }
 

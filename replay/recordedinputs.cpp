@@ -164,7 +164,7 @@ RecordedInput readCall(const CFields& fields, Manager& manager) {
     return {[&manager, op, line] {
         simdjson::dom::parser parser;
         const simdjson::padded_string padded(*line);
-        const CFields own = parseLine(parser, padded);
+        const CFields own = parseLine(parser, padded, true);
         CallEvent event;
         event.op = op;
         event.args = own.need("args").json();

@@ -156,7 +156,7 @@ bool CRecordingPlayer::CPlay::playNext() {
 void CRecordingPlayer::CPlay::readAhead() {
     std::string_view text;
     while (nextLine(m_reader, text)) {
-        const CFields fields = parseLine(m_parser, text);
+        const CFields fields = parseLine(m_parser, text, true);
         if (fields.find("out")) {
             compare(std::string(text));
             continue;
@@ -460,7 +460,7 @@ bool isRecording(const std::string& path) {
         std::string_view line;
         if (!reader.next(line)) return false;
         simdjson::dom::parser parser;
-        const CFields fields = parseLine(parser, line);
+        const CFields fields = parseLine(parser, line, true);
         return fields.text("do", "") == "config" && fields.find("recorded").has_value();
     } catch (const std::runtime_error&) {
         return false;

@@ -1,5 +1,6 @@
 #include "replay/scenarioline.h"
 
+#include "replay/jsonvalues.h"
 #include "replay/output.h"
 
 #include <QDate>
@@ -126,7 +127,13 @@ bool CValue::flag() const {
 
 double CValue::real() const {
     double result = 0.0;
-    if (m_element.get(result)) wrongType(*this, "a number");
+    if (m_element.get(result)) {
+        std::string_view text;
+        const bool isText = m_place.isRecorded() && !m_element.get(text);
+        const auto figure = isText ? notFinite(text) : std::nullopt;
+        if (!figure) wrongType(*this, "a number");
+        result = *figure;
+    }
     return result;
 }
 
@@ -245,7 +252,7 @@ CValue CFields::need(std::string_view name) const {
                     std::string(name) + "\"");
 }
 
-CFields parseLine(simdjson::dom::parser& parser, std::string_view line) {
+CFields parseLine(simdjson::dom::parser& parser, std::string_view line, bool recorded) {
     simdjson::dom::element root;
     const auto error = parser.parse(line.data(), line.size(), false).get(root);
     if (error == simdjson::NUMBER_ERROR) {
@@ -255,7 +262,7 @@ CFields parseLine(simdjson::dom::parser& parser, std::string_view line) {
     if (error) throw LineError(std::string("not JSON: ") + simdjson::error_message(error));
     simdjson::dom::object object;
     if (root.get(object)) throw LineError("a line must be a JSON object");
-    return CFields(object);
+    return CFields(object, Place{.recorded = recorded});
 }
 
 }  // namespace replay

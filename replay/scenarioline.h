@@ -25,9 +25,11 @@ struct Place {
     const Place* outer = nullptr;
     std::string_view name;
     long index = -1;
+    bool recorded = false;  ///< of the outermost: whether the line stands in a recording
 
     /// As in `items[2].account`.
     std::string text() const;
+    bool isRecorded() const { return outer ? outer->isRecorded() : recorded; }
 };
 
 class CFields;
@@ -46,6 +48,7 @@ public:
 
     std::string_view text() const;
     bool flag() const;
+    /// In a recording also what CJsonWriter writes of a figure that is not finite.
     double real() const;
     double realFrom(double least) const;
     double realWithin(double least, double most) const;
@@ -154,6 +157,6 @@ private:
 
 /// Parses one line. Throws LineError when it is not one JSON object. The text must have
 /// simdjson's padding behind it; the object lives until the parser's next line.
-CFields parseLine(simdjson::dom::parser& parser, std::string_view line);
+CFields parseLine(simdjson::dom::parser& parser, std::string_view line, bool recorded = false);
 
 }  // namespace replay

@@ -87,7 +87,7 @@ std::vector<std::string> shownOf(TC::CLinkageManager& manager,
     for (const auto& [account, info] : state.accounts) known.insert(account);
     TextBuffer text;
     CJsonWriter out(text);
-    out.writesExponents();
+    out.writesExactly();
     writeState(out, state);
     const simdjson::padded_string padded{viewOf(text)};
     simdjson::dom::parser parser;

@@ -117,10 +117,7 @@ private:
     }
 
     void put(bool value) { m_out.value(value); }
-    void put(double value) {
-        if (std::isfinite(value)) return m_out.value(value);
-        m_out.value(std::isnan(value) ? "nan" : value > 0 ? "inf" : "-inf");
-    }
+    void put(double value) { m_out.value(value); }
     void put(const std::string& value) { m_out.value(value); }
     template <class T>
     requires(std::is_integral_v<T>) void put(T value) { m_out.value(value); }

@@ -2,6 +2,7 @@
 
 #include <fmt/compile.h>
 
+#include <cmath>
 #include <ctime>
 #include <variant>
 
@@ -17,6 +18,9 @@ void writeText(CJsonWriter& out, std::string_view name, const std::string& text)
 template <class Number>
 void writeNumber(CJsonWriter& out, std::string_view name, Number number) {
     if (number != 0) out.member(name, number);
+}
+void writeNumber(CJsonWriter& out, std::string_view name, double number) {
+    if (number != 0.0 || std::signbit(number)) out.member(name, number);
 }
 
 /// A carrier without any text is another thing than none.

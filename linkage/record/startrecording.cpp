@@ -210,7 +210,7 @@ void CLinkageManager::tryRecording(CRecording& recording) const {
 RecordingPicture CLinkageManager::takePicture() {
     TextBuffer state;
     CJsonWriter out(state);
-    out.writesExponents();
+    out.writesExactly();
     CPictureWriter writer(out);
     writer.write(*this);
     return {momentText(nowMicros()), std::string(viewOf(state)), leftText(m_pTape->left()),
@@ -234,7 +234,7 @@ std::string CLinkageManager::exactState() {
     const CLock lock(m_mutex);
     TextBuffer state;
     CJsonWriter out(state);
-    out.writesExponents();
+    out.writesExactly();
     CPictureWriter writer(out, true);
     writer.write(*this);
     return std::string(viewOf(state));

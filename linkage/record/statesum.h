@@ -32,7 +32,8 @@ public:
         }
         if (!text.empty()) add(word(text.data(), text.size()));
     }
-    void value(double number) { add(std::bit_cast<std::uint64_t>(number)); }
+    /// What is no number has many forms, and a recording does not tell which.
+    void value(double number) { add(number == number ? std::bit_cast<std::uint64_t>(number) : 1); }
     template <std::integral T>
     void value(T number) {
         add(static_cast<std::uint64_t>(number));

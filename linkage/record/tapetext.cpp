@@ -67,7 +67,7 @@ void writeError(CJsonWriter& out, const utils::VexError& error) {
 
 }  // namespace
 
-CTapeText::CTapeText() { m_out.writesExponents(); }
+CTapeText::CTapeText() { m_out.writesExactly(); }
 
 std::string_view CTapeText::take() {
     m_taken.clear();
@@ -144,7 +144,7 @@ void CTapeText::defineRecords(const TapeInput& input) {
 std::string CTapeText::answerText(const TapeAnswer& answer, const std::string& account) {
     TextBuffer text;
     CJsonWriter out(text);
-    out.writesExponents();
+    out.writesExactly();
     if (const auto* const records = std::get_if<IDataPtrs>(&answer)) {
         out.beginArray();
         for (const IDataPtr& record : *records) out.value(numberOf(account, record));

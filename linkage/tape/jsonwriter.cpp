@@ -197,14 +197,21 @@ void CJsonWriter::quoted(std::string_view text) {
 }
 
 void CJsonWriter::value(double number) {
-    if (m_bExponents && std::isfinite(number) && std::fabs(number) >= EXACT_INTEGERS) {
-        std::array<char, 64> text;
-        const auto end = std::to_chars(text.data(), text.data() + text.size(), number,
-                                       std::chars_format::scientific);
-        return raw({text.data(), end.ptr});
-    }
+    const bool isUsual =
+        std::fabs(number) < EXACT_INTEGERS && (number != 0.0 || !std::signbit(number));
+    if (m_bExact && !isUsual) return exact(number);
     room(0);
     appendNumber(m_out, number);
+}
+
+void CJsonWriter::exact(double number) {
+    if (number == 0.0) return raw("-0.0");
+    if (std::isnan(number)) return raw("\"nan\"");
+    if (std::isinf(number)) return raw(number > 0 ? "\"inf\"" : "\"-inf\"");
+    std::array<char, 64> text;
+    const auto end = std::to_chars(text.data(), text.data() + text.size(), number,
+                                   std::chars_format::scientific);
+    raw({text.data(), end.ptr});
 }
 
 void CJsonWriter::integer(std::int64_t number) {

@@ -23,9 +23,10 @@ class CJsonWriter {
 public:
     explicit CJsonWriter(TextBuffer& out) : m_out(out) {}
 
-    /// Large numbers have exponents from now on, so that readers do not take them for integers
-    /// that have no room.
-    void writesExponents() { m_bExponents = true; }
+    /// From now on every double reads back as it was. Large ones have exponents, so that readers do
+    /// not take them for integers that have no room; a zero keeps its sign; what is not finite is a
+    /// text: "nan", "inf" or "-inf".
+    void writesExactly() { m_bExact = true; }
 
     void beginObject() { open('{'); }
     void endObject() { m_out.push_back('}'); }
@@ -75,11 +76,12 @@ private:
     void open(char bracket) { *room(1) = bracket; }
     void raw(std::string_view text);
     void quoted(std::string_view text);
+    void exact(double number);
     void integer(std::int64_t number);
     void integer(std::uint64_t number);
 
     TextBuffer& m_out;
-    bool m_bExponents = false;
+    bool m_bExact = false;
 };
 
 /// Appends a number as CJsonWriter writes it.

@@ -1,4 +1,5 @@
 #include "linkage/record/recordingoptions.h"
+#include "replay/anonymise.h"
 #include "replay/recordingplayer.h"
 #include "tests/support/fixture.h"
 
@@ -7,6 +8,7 @@
 
 #include <zlib.h>
 
+#include <limits>
 #include <optional>
 #include <string>
 #include <thread>
@@ -264,6 +266,44 @@ TEST_F(Recording, BeginsInTheMiddleAndAgainButOneAtATime) {
         EXPECT_EQ(verdict.fault, "");
         EXPECT_FALSE(verdict.difference);
         EXPECT_GT(verdict.marks, 5u);
+    }
+}
+
+// Quotes and brokers tell figures that are no numbers, or zeros with a sign.
+TEST_F(Recording, OddFiguresAreWrittenAndPlayed) {
+    constexpr double INFINITE = std::numeric_limits<double>::infinity();
+    constexpr double ODD[] = {std::numeric_limits<double>::quiet_NaN(), -INFINITE, -0.0, 1e300};
+    std::uint64_t key = 10;
+    const auto trade = [&] {
+        for (const double price : ODD) {
+            f->price({.last = price});
+            f->deal({.key = ++key, .price = price, .volume = 100, .strategy = "T"});
+            f->deal({.key = ++key, .side = Side::Sell, .price = 10.0, .volume = 100});
+            f->order({.key = key, .price = price, .strategy = "S"});
+            f->advance(4);
+        }
+    };
+    begin();
+    trade();
+    f->manager().stopRecording();
+    ASSERT_TRUE(f->manager().startRecording(path(2)));
+    trade();
+    f->manager().stopRecording();
+    f.reset();
+    for (const QString& file : {path(), path(2)}) {
+        const auto verdict = verified(file);
+        EXPECT_EQ(verdict.fault, "");
+        ASSERT_FALSE(verdict.difference) << verdict.difference->expected << verdict.difference->got;
+        const std::string text = unpacked(file);
+        for (const char* const figure : {":\"nan\"", ":\"-inf\"", ":-0.0", "1e+300"}) {
+            EXPECT_NE(text.find(figure), std::string::npos) << figure;
+        }
+        const QString copy = path() + ".3";
+        QFile::remove(copy);
+        EXPECT_EQ(replay::anonymise(QFile::encodeName(file).toStdString(),
+                                    QFile::encodeName(copy).toStdString(), 1)
+                      .fault,
+                  "");
     }
 }
 
