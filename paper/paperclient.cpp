@@ -14,6 +14,7 @@
 
 #include <boost/make_shared.hpp>
 
+#include <utility>
 #include <vector>
 
 namespace paper {
@@ -201,21 +202,21 @@ void CPaperClient::setTradeSetting(int block, EPriceType priceType, double price
 
 void CPaperClient::report(const std::string& accountKey, boost::shared_ptr<COrderDetail> order,
                           bool push) {
-    m_pServices->dataCenter->report(accountKey, DATA_ORDER, order, push);
+    m_pServices->dataCenter->report(accountKey, DATA_ORDER, std::move(order), push);
 }
 
 void CPaperClient::report(const std::string& accountKey, boost::shared_ptr<CDealDetail> deal,
                           bool push) {
-    m_pServices->dataCenter->report(accountKey, DATA_DEAL, deal, push);
+    m_pServices->dataCenter->report(accountKey, DATA_DEAL, std::move(deal), push);
 }
 
 void CPaperClient::report(const std::string& accountKey,
                           boost::shared_ptr<CPositionStatics> position, bool push) {
-    m_pServices->dataCenter->report(accountKey, DATA_POSITION, position, push);
+    m_pServices->dataCenter->report(accountKey, DATA_POSITION, std::move(position), push);
 }
 
 void CPaperClient::report(boost::shared_ptr<CTaskDetail> task, bool push) {
-    m_pServices->dataCenter->report(std::string(), DATA_TASK, task, push);
+    m_pServices->dataCenter->report(std::string(), DATA_TASK, std::move(task), push);
 }
 
 void CPaperClient::setPrice(const std::string& stockKey, boost::shared_ptr<CPriceData> price,

@@ -45,8 +45,8 @@ CEventPlayer::~CEventPlayer() {
 }
 
 void CEventPlayer::play(const Event& event) {
-    const bool isIn = m_pSignals && ManagerSingleton::instance()->isInited();
-    if (isIn && !m_record.empty() && !m_bRecorded && m_nPlayed >= m_nRecordFrom) {
+    const bool isDue = !m_record.empty() && !m_bRecorded && m_nPlayed >= m_nRecordFrom;
+    if (isDue && m_pSignals && ManagerSingleton::instance()->isInited()) {
         startRecording(*ManagerSingleton::instance());
     }
     ++m_nPlayed;
