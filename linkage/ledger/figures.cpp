@@ -57,10 +57,10 @@ void CFigureIndex::add(std::uint32_t stock, Figures* figures) {
 }
 
 // One allocation for the three arrays: a pass then streams over few pages.
-FigureBlock::FigureBlock(std::uint32_t room, utils::hugepages::CPieces& memory)
+FigureBlock::FigureBlock(std::uint32_t room, FigureMemory& memory)
     : capacity(room),
-      m_streamed(memory.take(room * STREAMED)),
-      m_records(memory.take(room * sizeof(Figures))) {
+      m_streamed(memory.streamed.take(room * STREAMED)),
+      m_records(memory.records.take(room * sizeof(Figures))) {
     static_assert(alignof(DealFigures) >= alignof(DealWorth));
     static_assert(alignof(DealWorth) >= alignof(SumPlace));
     unsigned char* const begin = m_streamed.memory;
@@ -88,7 +88,7 @@ Figures* CFigureBlocks::makeIn(const boost::shared_ptr<FigureBlock>& block, std:
     return made;
 }
 
-Figures* CFigureBlocks::make(utils::hugepages::CPieces& memory) {
+Figures* CFigureBlocks::make(FigureMemory& memory) {
     if (m_nGaps > 0) {
         for (const auto& block : m_blocks) {
             // Somebody who holds a block may still read a dropped record of it.

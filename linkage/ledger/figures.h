@@ -88,13 +88,20 @@ struct SumPlace {
     std::uint32_t rank = 0;
 };
 
+/// Where blocks get their memory. What a pass reads and writes lies apart from the rest, so that a
+/// pass goes over few pages.
+struct FigureMemory {
+    utils::hugepages::CPieces streamed;
+    utils::hugepages::CPieces records;
+};
+
 /// Figures of one stock side by side. The calculators stream over deal figures, worths and
 /// places in the sums; each of these has an array of its own.
 ///
-/// A shared pointer to one record keeps the whole block alive, with the slab that it lies in.
+/// A shared pointer to one record keeps the whole block alive, with the slabs that it lies in.
 /// Blocks lie in huge pages because a pass otherwise waits for the processor's list of pages.
 struct FigureBlock : boost::enable_shared_from_this<FigureBlock> {
-    FigureBlock(std::uint32_t room, utils::hugepages::CPieces& memory);
+    FigureBlock(std::uint32_t room, FigureMemory& memory);
     ~FigureBlock();
     FigureBlock(const FigureBlock&) = delete;
     FigureBlock& operator=(const FigureBlock&) = delete;
@@ -126,7 +133,7 @@ class CFigureBlocks {
 public:
     /// New figures, in a gap or at the end. A gap is left empty while somebody outside holds
     /// its block. A further block takes its place out of `memory`.
-    Figures* make(utils::hugepages::CPieces& memory);
+    Figures* make(FigureMemory& memory);
 
     /// Takes figures out. Whoever holds their record keeps it as it is.
     void drop(Figures* figures);

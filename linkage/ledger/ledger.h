@@ -444,7 +444,7 @@ private:
     std::shared_ptr<const SteadyFigures> m_pSteady;
     CNameTable<Account> m_accounts;
     CNameTable<Strategy> m_strategies;
-    utils::hugepages::CPieces m_figureMemory;
+    FigureMemory m_figureMemory;
     CNameTable<Stock> m_stocks;
     CArena<Listing, 5> m_listings;
     utils::CKeyIndex m_listingIndex;

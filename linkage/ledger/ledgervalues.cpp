@@ -79,14 +79,19 @@ void CLedger::refreshLimits(Stock& stock) {
     stock.limits = dayLimits(stock.quoteKey);
 }
 
+// The processor's own look ahead ends with each page of 4 kB.
 void CLedger::revalueBlock(FigureBlock& block, const ValuePrices& prices) {
+    constexpr std::uint32_t AHEAD = 16;
+    const std::uint32_t used = block.used;
     const SumPlace* const places = block.places;
     const DealFigures* const deals = block.deals;
     DealWorth* const worths = block.worths;
     const bool byOrders = m_bClientType3;
-    for (std::uint32_t index = 0; index < block.used; ++index) {
+    for (std::uint32_t index = 0; index < used; ++index) {
         const SumPlace place = places[index];
         if (place.pair == NONE) continue;
+        utils::prefetch(deals + index + AHEAD);
+        utils::prefetch(worths + index + AHEAD);
         const DealFigures& own = deals[index];
         EffectiveFigures figures{own.m_nBuyVolume.own(), own.m_nSellVolume.own(),
                                  own.m_dBuyAmount.own(), own.m_dSellAmount.own()};

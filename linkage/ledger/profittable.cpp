@@ -1,5 +1,7 @@
 #include "linkage/ledger/profittable.h"
 
+#include "common/prefetch.h"
+
 #include <algorithm>
 
 namespace TC {
@@ -54,6 +56,7 @@ void CProfitTable::addUp() {
 // Adds two tiles in turns. Each addition must wait for the one before it in the same
 // lane; the processor works on the other tile meanwhile.
 void CProfitTable::addUp(const Tile& one, const Tile& other) {
+    constexpr std::size_t AHEAD = 8;
     const Tile* const tiles[] = {&one, &other};
     double sums[2][LANES] = {};
     const auto add = [&](std::size_t which, std::size_t at) {
@@ -62,6 +65,8 @@ void CProfitTable::addUp(const Tile& one, const Tile& other) {
     };
     const std::size_t common = std::min(one.rows.size(), other.rows.size());
     for (std::size_t at = 0; at < common; ++at) {
+        utils::prefetch(one.rows.data() + at + AHEAD);
+        utils::prefetch(other.rows.data() + at + AHEAD);
         add(0, at);
         add(1, at);
     }
