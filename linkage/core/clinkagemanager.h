@@ -447,7 +447,8 @@ public:
     virtual bool historyBalance(const std::string& key, TradeStatData& out) const;
 
     /// Revalues the history store at the newest prices and writes the totals of each
-    /// history key into its statistics record. Subscribes to the prices of its stocks.
+    /// history key into its statistics record. Subscribes to the prices of its stocks. The lock is
+    /// held for slices; each key is of one moment.
     virtual void historyStatCalculator();
 
     /// Merges a pair's statistics, or today's unequal stocks of a pair, into the history store.
@@ -962,6 +963,9 @@ protected:
     LINKAGE_LOCAL void takeImportBack(int number);
     template <class Record>
     LINKAGE_LOCAL void dropImport(int number);
+    /// Forgets a day (account key and day key) that no import has records of.
+    template <class Record>
+    LINKAGE_LOCAL void forgetDay(const std::pair<std::string, int>& place);
 
     // what is imported beside what is reported: linkage/store/importsettling.cpp
     LINKAGE_LOCAL void readImports();
@@ -973,6 +977,9 @@ protected:
     template <class Record>
     LINKAGE_LOCAL bool settleImported(const std::string& accountKey, int day, std::size_t most)
         LINKAGE_REQUIRES(m_mutex);
+    /// Tells an imported day what was reported of it, in slices.
+    template <class Record>
+    LINKAGE_LOCAL void linkDay(const std::string& accountKey, int day);
     /// The whole day, a slice to each hold of the lock.
     template <class Record>
     LINKAGE_LOCAL void settleDay(const std::string& accountKey, int day);

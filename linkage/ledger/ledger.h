@@ -10,6 +10,7 @@
 
 #include <array>
 #include <functional>
+#include <limits>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -257,11 +258,13 @@ public:
     /// behind removeAccount().
     std::vector<int> dropOldDays(const std::string& accountKey, std::size_t keep);
 
-    /// Takes away filed records with these keys. An order that stands in any figure stays.
-    void removeFiledOrders(int day, const std::string& accountKey,
-                           const std::set<std::uint64_t>& keys);
-    void removeFiledDeals(int day, const std::string& accountKey,
-                          const std::set<std::uint64_t>& keys);
+    static constexpr std::size_t ALL = std::numeric_limits<std::size_t>::max();
+    /// Takes away filed records with these keys, and what is done out of the keys; looks at about
+    /// `most` records. An order that stands in any figure stays.
+    void removeFiledOrders(int day, const std::string& accountKey, std::set<std::uint64_t>& keys,
+                           std::size_t most = ALL);
+    void removeFiledDeals(int day, const std::string& accountKey, std::set<std::uint64_t>& keys,
+                          std::size_t most = ALL);
 
     // linkage/ledger/ledgerstate.cpp
     void describe(LedgerState& state) const;
@@ -416,6 +419,9 @@ private:
     void enterRunning(Pair& pair, std::uint32_t entry, bool wide);
     void leaveRunning(Pair& pair, std::uint32_t entry, bool wide);
     void removeFigures(Account& account);
+    template <class Entry, class Drop>
+    void removeFiled(const CArena<Entry>& entries, const utils::CKeyIndex& index, int day,
+                     std::set<std::uint64_t>& keys, std::size_t most, Drop drop);
     void removeRecords(Account& account, int day);
     void dropCell(std::uint32_t cell);
     bool hasCells(int day) const;

@@ -28,11 +28,13 @@ void unchain(CArena<Entry>& entries, utils::CKeyIndex& index, std::uint32_t at) 
     entries[before].nextOfKey = next;
 }
 
-// Drops the entries of a cell for which `mayGo` is true; `onGone` hears of each before.
+// Drops the entries of a cell for which `mayGo` is true; `onGone` hears of each before. Gives how
+// many it looked at.
 template <class Entry, class MayGo, class OnGone>
-void dropFiled(CArena<Entry>& entries, utils::CKeyIndex& index, std::uint32_t& first, MayGo mayGo,
-               OnGone onGone) {
-    for (std::uint32_t* link = &first; *link != NONE;) {
+std::size_t dropFiled(CArena<Entry>& entries, utils::CKeyIndex& index, std::uint32_t& first,
+                      MayGo mayGo, OnGone onGone) {
+    std::size_t looked = 0;
+    for (std::uint32_t* link = &first; *link != NONE; ++looked) {
         const std::uint32_t at = *link;
         if (!mayGo(entries[at])) {
             link = &entries[at].nextInCell;
@@ -43,42 +45,63 @@ void dropFiled(CArena<Entry>& entries, utils::CKeyIndex& index, std::uint32_t& f
         onGone(entries[at]);
         entries.drop(at);
     }
+    return looked;
 }
 
 }  // namespace
 
+// Finds the cells by the keys, so that a single record costs its cell alone. A cell is looked
+// through once for all the keys that it has.
+template <class Entry, class Drop>
+void CLedger::removeFiled(const CArena<Entry>& entries, const utils::CKeyIndex& index, int day,
+                          std::set<std::uint64_t>& keys, std::size_t most, Drop drop) {
+    std::size_t looked = 0;
+    std::vector<std::uint32_t> cells;
+    while (!keys.empty() && looked < most) {
+        const std::uint64_t key = *keys.begin();
+        cells.clear();
+        for (std::uint32_t at = index.find(
+                 utils::mixHash(key), [&](std::uint32_t each) { return entries[each].key == key; });
+             at != NONE; at = entries[at].nextOfKey) {
+            const std::uint32_t cell = entries[at].cell;
+            if (cell != NONE && m_cells[cell].day == day) cells.push_back(cell);
+        }
+        for (const std::uint32_t cell : cells) looked += drop(m_cells[cell]);
+        keys.erase(key);
+        ++looked;
+    }
+}
+
 void CLedger::removeFiledOrders(int day, const std::string& accountKey,
-                                const std::set<std::uint64_t>& keys) {
+                                std::set<std::uint64_t>& keys, std::size_t most) {
     const std::uint32_t at = findAccount(accountKey);
-    if (at == NONE || keys.empty()) return;
+    if (at == NONE) return keys.clear();
     Account& account = m_accounts[at];
     const auto mayGo = [&](const OrderEntry& entry) {
         return entry.facets == FILED && keys.count(entry.key) > 0;
     };
-    for (const std::uint32_t cell : account.cells) {
-        if (m_cells[cell].day != day) continue;
-        dropFiled(m_orders, account.orders, m_cells[cell].firstOrder, mayGo,
-                  [&](const OrderEntry& entry) {
-                      m_orderCopies.restart();
-                      if (entry.told) noteGone({accountKey, entry.report}, {});
-                  });
-    }
+    removeFiled(m_orders, account.orders, day, keys, most, [&](Cell& cell) {
+        return dropFiled(m_orders, account.orders, cell.firstOrder, mayGo,
+                         [&](const OrderEntry& entry) {
+                             m_orderCopies.restart();
+                             if (entry.told) noteGone({accountKey, entry.report}, {});
+                         });
+    });
 }
 
 void CLedger::removeFiledDeals(int day, const std::string& accountKey,
-                               const std::set<std::uint64_t>& keys) {
+                               std::set<std::uint64_t>& keys, std::size_t most) {
     const std::uint32_t at = findAccount(accountKey);
-    if (at == NONE || keys.empty()) return;
+    if (at == NONE) return keys.clear();
     Account& account = m_accounts[at];
     const auto mayGo = [&](const DealEntry& entry) { return keys.count(entry.key) > 0; };
-    for (const std::uint32_t cell : account.cells) {
-        if (m_cells[cell].day != day) continue;
-        dropFiled(m_deals, account.deals, m_cells[cell].firstDeal, mayGo,
-                  [&](const DealEntry& entry) {
-                      m_dealCopies.restart();
-                      if (entry.told) noteGone({}, {accountKey, entry.report});
-                  });
-    }
+    removeFiled(m_deals, account.deals, day, keys, most, [&](Cell& cell) {
+        return dropFiled(m_deals, account.deals, cell.firstDeal, mayGo,
+                         [&](const DealEntry& entry) {
+                             m_dealCopies.restart();
+                             if (entry.told) noteGone({}, {accountKey, entry.report});
+                         });
+    });
 }
 
 bool CLedger::removeAccount(const std::string& accountKey, int day) {

@@ -131,6 +131,15 @@ std::vector<typename CLedger::CRecordsCopy<Ptr>::Record> CLedger::CRecordsCopy<P
 }
 
 template <class Ptr>
+std::deque<Ptr> CLedger::CRecordsCopy<Ptr>::takeReports() {
+    std::deque<Ptr> reports;
+    for (std::size_t at = 0; at < m_copied.size(); ++at) {
+        if (m_copied[at].report) reports.push_back(std::move(m_copied[at].report));
+    }
+    return reports;
+}
+
+template <class Ptr>
 ByRecord<Ptr> CLedger::CRecordsCopy<Ptr>::takeByRecord() {
     ByRecord<Ptr> records;
     for (Record& each : take()) records.emplace(each.key, std::move(each.report));

@@ -4,6 +4,7 @@
 #include "linkage/ledger/slicedcopy.h"
 
 #include <cstdint>
+#include <deque>
 #include <optional>
 #include <set>
 #include <string>
@@ -38,6 +39,9 @@ public:
     };
     /// All of them, in the order of the places where they are filed. Needs no lock; once.
     std::vector<Record> take();
+    /// Their reports, as they were copied: of equal keys the last one is the newest. Once, in the
+    /// hold of the last slice if need be.
+    std::deque<Ptr> takeReports();
     /// By record key; of a key that is filed in several places the first.
     ByRecord<Ptr> takeByRecord();
 

@@ -62,11 +62,13 @@ void CHistoryPicture::newDay() {
     touchAll();
 }
 
-void CHistoryPicture::clear() {
-    m_cases = {};
+std::shared_ptr<const void> CHistoryPicture::clear() {
+    const auto cases = std::make_shared<decltype(m_cases)>();
+    cases->swap(m_cases);
     m_touched.clear();
     m_shared = {};
     touchAll();
+    return cases;
 }
 
 bool CHistoryPicture::follow(const HistoryState& store, bool clientType3, std::size_t most) {

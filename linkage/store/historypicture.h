@@ -45,8 +45,8 @@ public:
     /// A trade date begins. A record of the day before it may still change until its account is
     /// loaded, and is looked at for one more day.
     void newDay();
-    /// All keys are gone.
-    void clear();
+    /// All keys are gone. Gives what it had, to be destroyed without the lock.
+    std::shared_ptr<const void> clear();
 
     /// Copies about so many of the rows that have changed; false when none is left.
     bool follow(const HistoryState& store, bool clientType3, std::size_t most);

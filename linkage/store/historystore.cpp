@@ -12,6 +12,8 @@
 #include "platform/utils/text.h"
 
 #include <cmath>
+#include <memory>
+#include <set>
 #include <utility>
 
 namespace TC {
@@ -214,11 +216,16 @@ void CLinkageManager::deleteAllHisTorydata() {
     const CDoor::Visit visit(m_pDoor);
     const CStep step(tape(), [] { return callOf("deleteAllHisTorydata"); });
     LINKAGE_LOG_INFO("TC::CLinkageManager::deleteAllHisTorydata", "Delete all history data.");
+    // To destroy what was there takes time, and needs no lock.
+    ByText<TradeStatData> stats;
+    decltype(HistoryState::m_historyLinkageData) figures;
+    std::set<std::string> keys;
+    std::shared_ptr<const void> picture;
     const CLock lock(m_mutex);
-    m_pHistory->m_historyStatData.set({});
-    m_pHistory->m_historyLinkageData.clear();
-    m_pHistory->m_alreadyAddedKeys.clear();
-    m_pHistory->m_picture.clear();
+    m_pHistory->m_historyStatData.with([&](auto& records) { records.swap(stats); });
+    m_pHistory->m_historyLinkageData.swap(figures);
+    m_pHistory->m_alreadyAddedKeys.swap(keys);
+    picture = m_pHistory->m_picture.clear();
     m_pSaver->remove({STAT_FILE, BALANCE_FILE});
     raise("CLinkageManager::deleteAllHisTorydata", sigHistoryCleared);
 }

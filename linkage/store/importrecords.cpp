@@ -1,4 +1,5 @@
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/copyinslices.h"
 #include "linkage/core/published.h"
 #include "linkage/core/raise.h"
 #include "linkage/ledger/daykey.h"
@@ -38,9 +39,6 @@ namespace {
 using namespace statement;
 
 constexpr char OPERATION[] = "TC::CLinkageManager::importData";
-
-/// To read what became of a row is quicker than to file it.
-constexpr std::size_t FATES_PER_HOLD = 200;
 
 QString askForFile() {
     // Without a screen, or on another thread, a dialog would bring the client down.
@@ -108,21 +106,18 @@ public:
         if (!m_report.ok()) return;
         if (!accounts.note().isEmpty()) m_report.notes << accounts.note();
         m_rows.reserve(parsed.size());
-        inSlices(parsed, [&](const Parsed<Record>& row) {
+        for (const Parsed<Record>& row : parsed) {
             const auto choice = accounts.of({row.fundAccount, row.holder});
             Record& record = *row.record;
-            if (choice.account &&
-                m_manager.m_pLedger->follows(record.m_strMarket, record.m_strCode)) {
+            if (choice.account && follows(record)) {
                 record.m_pAccountInfo = choice.account;
-                m_rows.push_back(
-                    {&row,
-                     {choice.account->m_strKey, m_manager.m_pLedger->day(record.m_strTradeDate)}});
-                return;
+                m_rows.push_back({&row, {choice.account->m_strKey, dayOf(record)}});
+                continue;
             }
             skip(row, choice.account
                           ? QStringLiteral("repurchase or subscription, which is not followed")
                           : choice.why);
-        });
+        }
     }
 
     /// Works out what would become of the rows.
@@ -135,13 +130,14 @@ public:
             at->second.add(NEXT, row.parsed->record);
         }
         for (auto& [place, records] : days) {
-            typename CDayRecords<Record>::Changes changes;
-            while (records.settle(ROWS_PER_HOLD, changes)) {
+            while (!records.isSettled()) {
+                records.settle(ROWS_PER_HOLD);
+                if (auto* const gone = records.toRemove()) gone->clear();
             }
             typename CDayRecords<Record>::CFatesSoFar soFar;
             while (records.fates(NEXT, ROWS_PER_HOLD, soFar)) {
             }
-            m_fates[place] = std::move(soFar.fates);
+            m_fates[place] = soFar.fates();
         }
         tell();
     }
@@ -175,13 +171,36 @@ private:
         Place place;
     };
 
-    /// Calls `visit` for each item, so many to a hold of the manager's lock.
-    template <class Items, class Visit>
-    void inSlices(const Items& items, Visit visit) const {
-        for (auto at = items.begin(); at != items.end(); m_manager.m_mutex.giveWay()) {
+    /// Calls `visit` for each row until it says false, so many to a hold of the manager's lock.
+    template <class Visit>
+    void inSlices(Visit visit) const {
+        for (auto at = m_rows.begin(); at != m_rows.end(); m_manager.m_mutex.giveWay()) {
             const CLock lock(m_manager.m_mutex);
-            for (std::size_t i = 0; i < ROWS_PER_HOLD && at != items.end(); ++i) visit(*at++);
+            for (std::size_t i = 0; i < ROWS_PER_HOLD && at != m_rows.end(); ++i) {
+                if (!visit(*at++)) return;
+            }
         }
+    }
+
+    /// What `ask` answers of a key under the manager's lock, asked once.
+    template <class Answers, class Key, class Ask>
+    auto once(Answers& answers, const Key& key, Ask ask) const {
+        const auto known = answers.find(key);
+        if (known != answers.end()) return known->second;
+        m_manager.m_mutex.giveWay();
+        const CLock lock(m_manager.m_mutex);
+        return answers.emplace(key, ask()).first->second;
+    }
+
+    bool follows(const Record& record) {
+        return once(m_follows, std::pair(record.m_strMarket, record.m_strCode), [&] {
+            return m_manager.m_pLedger->follows(record.m_strMarket, record.m_strCode);
+        });
+    }
+
+    int dayOf(const Record& record) {
+        return once(m_days, record.m_strTradeDate,
+                    [&] { return m_manager.m_pLedger->day(record.m_strTradeDate); });
     }
 
     void skip(const Parsed<Record>& row, const QString& why) {
@@ -190,25 +209,28 @@ private:
 
     void copyDay(const Place& place, CDayRecords<Record>& records) const {
         std::vector<std::pair<int, boost::shared_ptr<Record>>> imported;
-        {
-            const CLock lock(m_manager.m_mutex);
-            linkReported(*m_manager.m_pLedger, place.first, place.second, records);
-            const auto& days = m_manager.m_pImports->template of<Record>();
-            const auto known = days.find(place);
-            if (known != days.end()) imported = known->second.imported();
-        }
+        CFiledCopy<Record> filed(*m_manager.m_pLedger, {{place.first}, {}, place.second});
+        copyInSlices(
+            m_manager.m_mutex,
+            [&] {
+                const auto& days = m_manager.m_pImports->template of<Record>();
+                const auto known = days.find(place);
+                if (known != days.end()) imported = known->second.imported();
+            },
+            filed);
+        records.link(filed.takeReports());
         for (const auto& [number, record] : imported) records.add(number, record);
     }
 
     bool knowsAll() const {
         bool all = true;
-        inSlices(m_rows, [&](const Row& row) {
-            if (!all) return;
+        inSlices([&](const Row& row) {
             const auto& days = m_manager.m_pImports->template of<Record>();
             const auto day = days.find(row.place);
             const Record& record = *row.parsed->record;
             const auto known = day == days.end() ? nullptr : day->second.find(record.m_nRecordKey);
             all = known && isSame(*known, record);
+            return all;
         });
         return all;
     }
@@ -218,9 +240,10 @@ private:
         const std::size_t stocks = countStocks(today);
         auto& days = m_manager.m_pImports->template of<Record>();
         std::set<Place> places;
-        inSlices(m_rows, [&](const Row& row) {
+        inSlices([&](const Row& row) {
             days[row.place].add(m_report.number, row.parsed->record);
             places.insert(row.place);
+            return true;
         });
         for (const Place& place : places) m_manager.settleDay<Record>(place.first, place.second);
         const CLock lock(m_manager.m_mutex);
@@ -281,9 +304,9 @@ private:
             const auto& days = m_manager.m_pImports->template of<Record>();
             const auto day = days.find(place);
             if (day == days.end()) return {};
-            more = day->second.fates(m_report.number, FATES_PER_HOLD, soFar);
+            more = day->second.fates(m_report.number, LOOKS_PER_HOLD, soFar);
         }
-        return std::move(soFar.fates);
+        return soFar.fates();
     }
 
     /// Counts the rows by what became of them.
@@ -328,6 +351,8 @@ private:
     CLinkageManager& m_manager;
     ImportReport& m_report;
     std::vector<Row> m_rows;
+    std::map<std::pair<std::string, std::string>, bool> m_follows;  ///< by market and code
+    std::map<std::string, int> m_days;                              ///< by date
     std::map<Place, Fates> m_fates;
 };
 
@@ -473,20 +498,27 @@ void CLinkageManager::dropImport(int number) {
         for (const auto& [place, records] : m_pImports->of<Record>()) places.push_back(place);
     }
     for (const auto& place : places) {
-        {
+        std::uint64_t next = 0;
+        for (bool more = true; more; m_mutex.giveWay()) {
             const CLock lock(m_mutex);
             const auto at = m_pImports->of<Record>().find(place);
-            if (at == m_pImports->of<Record>().end()) continue;
-            at->second.drop(number);
+            more = at != m_pImports->of<Record>().end() &&
+                   at->second.drop(number, LOOKS_PER_HOLD, next);
         }
         settleDay<Record>(place.first, place.second);
-        // Without an import, reports of the day have nothing to meet any more.
-        const CLock lock(m_mutex);
-        auto& days = m_pImports->of<Record>();
-        const auto at = days.find(place);
-        if (at == days.end() || at->second.hasImports()) continue;
-        if (at->second.isSettled() || !at->second.isLinked()) days.erase(at);
+        forgetDay<Record>(place);
     }
+}
+
+// Without an import, reports of the day have nothing to meet any more.
+template <class Record>
+void CLinkageManager::forgetDay(const std::pair<std::string, int>& place) {
+    typename ImportState::Days<Record>::node_type gone;  // is destroyed without the lock
+    const CLock lock(m_mutex);
+    auto& days = m_pImports->of<Record>();
+    const auto at = days.find(place);
+    if (at == days.end() || at->second.hasImports()) return;
+    if (at->second.isSettled() || !at->second.isLinked()) gone = days.extract(at);
 }
 
 std::vector<ImportSummary> CLinkageManager::getImports() const {

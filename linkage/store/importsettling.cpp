@@ -2,6 +2,7 @@
 
 #include "linkage/core/accounts.h"
 #include "linkage/core/clinkagemanager.h"
+#include "linkage/core/copyinslices.h"
 #include "linkage/core/enginestate.h"
 #include "linkage/core/guarded.h"
 #include "linkage/core/published.h"
@@ -29,8 +30,10 @@ using vexservice::COrderDetail;
 constexpr char READ_IMPORTS[] = "TC::CLinkageManager::readImports";
 constexpr std::int64_t IMPORT_RETRY_MICROS = 30'000'000;
 
-/// A report that meets no more records than these is settled at once.
+/// A report that meets no more records than these is settled at once, with so many others that
+/// wait: one that it has left, but no large part of an import that is being filed.
 constexpr std::size_t SETTLED_AT_ONCE = 64;
+constexpr std::size_t SETTLED_BESIDE = 8;
 
 /// A day of an account with changes that are not in the ledger yet.
 template <class Days>
@@ -42,22 +45,21 @@ std::optional<int> unsettledDay(const Days& days, const std::string& accountKey)
     return std::nullopt;
 }
 
-}  // namespace
-
-template <class Record>
-void linkReported(const CLedger& ledger, const std::string& accountKey, int day,
-                  statement::CDayRecords<Record>& records) {
-    std::vector<boost::shared_ptr<Record>> reported;
-    for (auto& [key, record] : recordsOfDay<Record>(ledger, accountKey, day)) {
-        if (!record->m_bImported) reported.push_back(record);
-    }
-    records.link(std::move(reported));
+/// Tells a day what the ledger has of it, in slices where the caller does not hold the lock. `find`
+/// gives the day's records in the hold of the last slice; null: nobody needs it any more.
+template <class Record, class Find>
+void linkReported(CRecursiveMutex& mutex, CLedger& ledger, const std::string& accountKey, int day,
+                  Find find) {
+    CFiledCopy<Record> filed(ledger, {{accountKey}, {}, day});
+    copyInSlices(
+        mutex,
+        [&] {
+            if (auto* const records = find()) records->link(filed.takeReports());
+        },
+        filed);
 }
 
-template void linkReported(const CLedger&, const std::string&, int,
-                           statement::CDayRecords<CDealDetail>&);
-template void linkReported(const CLedger&, const std::string&, int,
-                           statement::CDayRecords<COrderDetail>&);
+}  // namespace
 
 // ------------------------------------------------------------------- the files
 
@@ -102,15 +104,18 @@ bool CLinkageManager::settleImported(const std::string& accountKey, int day, std
     const auto account = m_pAccounts->m_infos.find(accountKey);
     // What belongs to an account that was never requested waits for its request.
     if (account == m_pAccounts->m_infos.end()) return false;
-    if (!at->second.isLinked()) linkReported(*m_pLedger, accountKey, day, at->second);
-    typename statement::CDayRecords<Record>::Changes changes;
-    const bool more = at->second.settle(most, changes);
-    if constexpr (std::is_same_v<Record, CDealDetail>) {
-        m_pLedger->removeFiledDeals(day, accountKey, changes.remove);
-    } else {
-        m_pLedger->removeFiledOrders(day, accountKey, changes.remove);
+    if (!at->second.isLinked()) {
+        linkReported<Record>(m_mutex, *m_pLedger, accountKey, day, [&] { return &at->second; });
     }
-    for (const auto& record : changes.file) {
+    const auto changes = at->second.settle(most);
+    if (auto* const gone = at->second.toRemove()) {
+        if constexpr (std::is_same_v<Record, CDealDetail>) {
+            m_pLedger->removeFiledDeals(day, accountKey, *gone, LOOKS_PER_HOLD);
+        } else {
+            m_pLedger->removeFiledOrders(day, accountKey, *gone, LOOKS_PER_HOLD);
+        }
+    }
+    for (const auto& record : changes) {
         auto filed = record;
         if (filed->m_pAccountInfo != account->second) {
             // A record that was handed out never changes.
@@ -123,14 +128,32 @@ bool CLinkageManager::settleImported(const std::string& accountKey, int day, std
             importOrder(accountKey, filed);
         }
     }
-    return more;
+    return !at->second.isSettled();
 }
 
 template bool CLinkageManager::settleImported<CDealDetail>(const std::string&, int, std::size_t);
 template bool CLinkageManager::settleImported<COrderDetail>(const std::string&, int, std::size_t);
 
+// Of the running day the ledger may have very much. What belongs to an account that was never
+// requested waits for its request.
+template <class Record>
+void CLinkageManager::linkDay(const std::string& accountKey, int day) {
+    auto& days = m_pImports->of<Record>();
+    const auto wanted = [&] {
+        const auto at = days.find({accountKey, day});
+        const bool isWanted = at != days.end() && !at->second.isLinked() &&
+                              m_pAccounts->m_infos.count(accountKey) > 0;
+        return isWanted ? &at->second : nullptr;
+    };
+    CLock lock(m_mutex);
+    if (!wanted()) return;
+    lock.unlock();
+    linkReported<Record>(m_mutex, *m_pLedger, accountKey, day, wanted);
+}
+
 template <class Record>
 void CLinkageManager::settleDay(const std::string& accountKey, int day) {
+    linkDay<Record>(accountKey, day);
     for (bool more = true; more; m_mutex.giveWay()) {
         const CLock lock(m_mutex);
         more = settleImported<Record>(accountKey, day, ROWS_PER_HOLD);
@@ -151,7 +174,7 @@ void CLinkageManager::noteReported(const std::string& accountKey, const Record& 
     if (at == days.end() || !at->second.isLinked()) return;
     const std::size_t meets = at->second.report(record);
     if (meets == 0) return;
-    if (meets <= SETTLED_AT_ONCE) settleImported<Record>(accountKey, day, SETTLED_AT_ONCE);
+    if (meets <= SETTLED_AT_ONCE) settleImported<Record>(accountKey, day, meets + SETTLED_BESIDE);
     if (!at->second.isSettled()) refileLater(accountKey);
 }
 
@@ -168,7 +191,7 @@ void CLinkageManager::relinkImported(const std::string& accountKey, int day) {
     auto& days = m_pImports->of<Record>();
     const auto at = days.find({accountKey, day});
     if (at == days.end()) return;
-    linkReported(*m_pLedger, accountKey, day, at->second);
+    linkReported<Record>(m_mutex, *m_pLedger, accountKey, day, [&] { return &at->second; });
     if (settleImported<Record>(accountKey, day, ROWS_PER_HOLD)) refileLater(accountKey);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "linkage/ledger/ledger.h"
+#include "linkage/ledger/recordscopy.h"
 #include "linkage/store/import/dayrecords.h"
 
 #include <cstddef>
@@ -10,8 +11,11 @@
 namespace TC {
 
 /// So many rows are worked through in one hold of the manager's lock, so that intake does not
-/// wait for a whole file. To find them, a hold may look through all records of one day.
+/// wait for a whole file.
 inline constexpr std::size_t ROWS_PER_HOLD = 50;
+
+/// To look for a row of an import, or for what is to be taken away, is quicker than to file one.
+inline constexpr std::size_t LOOKS_PER_HOLD = 200;
 
 /// What the ledger has of an account's day.
 template <class Record>
@@ -24,10 +28,8 @@ ByRecord<boost::shared_ptr<Record>> recordsOfDay(const CLedger& ledger,
     }
 }
 
-/// Tells the records of a day what the ledger has of it that was not imported. Hold the
-/// manager's lock.
+/// What the ledger has of an account's day, to be told to CDayRecords::link().
 template <class Record>
-void linkReported(const CLedger& ledger, const std::string& accountKey, int day,
-                  statement::CDayRecords<Record>& records);
+using CFiledCopy = CLedger::CRecordsCopy<boost::shared_ptr<Record>>;
 
 }  // namespace TC

@@ -123,14 +123,11 @@ void fileAnswer(CLedger& ledger, const HistoryQuery& query, CServerHistory::File
     const std::string date = historyDate(query.day);
     const int day = dayKey(date);
     constexpr bool DEALS = std::is_same_v<Record, vexservice::CDealDetail>;
-    const auto removeFiled = [&](const CServerHistory::Keys& keys) {
-        if constexpr (DEALS) {
-            ledger.removeFiledDeals(day, query.accountKey, keys);
-        } else {
-            ledger.removeFiledOrders(day, query.accountKey, keys);
-        }
-    };
-    removeFiled(filed.keys);
+    if constexpr (DEALS) {
+        ledger.removeFiledDeals(day, query.accountKey, filed.keys);
+    } else {
+        ledger.removeFiledOrders(day, query.accountKey, filed.keys);
+    }
     filed = {};
     CReported<Record> reported(recordsOfDay<Record>(ledger, query.accountKey, day));
     for (const auto& record : records) {
@@ -190,7 +187,8 @@ void CLinkageManager::dropImported(const std::string& accountKey,
         const auto other = CServerHistory::takeDeal(*filed, traitsOf(deal), deal.recordKey());
         if (other) {
             const int day = m_pLedger->day(deal.m_strTradeDate);
-            m_pLedger->removeFiledDeals(day, accountKey, {*other});
+            CServerHistory::Keys key{*other};
+            m_pLedger->removeFiledDeals(day, accountKey, key);
             unreportImported(accountKey, day, *other);
         }
     }

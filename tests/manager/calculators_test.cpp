@@ -1,5 +1,6 @@
 #include "tests/support/fixture.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -53,6 +54,29 @@ TEST_P(Calculators, PricesPileUpUntilThereIsARecord) {
     f.forget();
     f.advance(3);
     EXPECT_EQ(f.signalNames(), (Texts{"statDataChanged"})) << "a pass without prices";
+}
+
+TEST_P(Calculators, MoreHistoryThanAHoldValuesIsValuedWhole) {
+    constexpr int KEYS = 450;
+    f.release();
+    std::string stats = "h\n";
+    std::string figures = "h\n";
+    for (int key = 0; key < KEYS; ++key) {
+        stats += fmt::format("AS{0},id,A,name,2,b,S{0},20240101000000,\n", key);
+        figures += fmt::format("AS{},SH600000,100,{},1000,1000,x\n", key, 200 + key);
+    }
+    f.writeFile("historystatdata.csv", stats);
+    f.writeFile("balancedata.csv", figures);
+    f.instrument({.stock = "SH600000"});
+    f.init();
+    f.price({.stock = "SH600000", .last = 10.0, .push = false});
+    f.manager().historyStatCalculator();
+    const auto valued = f.manager().getHistoryStatData();
+    ASSERT_EQ(std::ssize(valued), KEYS);
+    for (int key = 0; key < KEYS; ++key) {
+        EXPECT_DOUBLE_EQ(valued.at(fmt::format("AS{}", key)).m_dTotalPositionValue,
+                         10.0 * (100 + key));
+    }
 }
 
 // What the files hold is plain: its figures stand for every client type. What is taken over

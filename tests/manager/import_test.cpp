@@ -294,6 +294,28 @@ TEST_F(Import, IsSeenBeforeAndTakenBackAndSurvivesARestart) {
     }
 }
 
+// More than a hold of the lock files, looks for or takes away.
+TEST_F(Import, TakesBackManyRowsOfADayThatHasMore) {
+    constexpr int ROWS = 700;
+    QByteArray own;
+    QByteArray again;
+    for (int row = 1; row <= ROWS; ++row) {
+        const char* const stock = row % 2 ? "600000" : "600036";
+        const std::string common = fmt::format("10001,20240102,{},买入,10,{},", stock, 100 * row);
+        own += QByteArray::fromStdString(fmt::format("{}{}\n", common, row));
+        if (row % 2) again += QByteArray::fromStdString(common + "\n");
+    }
+    f.deal({.account = "A", .key = 1, .stock = "SH600036", .volume = 50, .dealId = "T1"});
+    const int number = take(own).number;
+    EXPECT_EQ(countsOf(take(again)), "350 read, 350 taken, 0 added, 0 skipped");
+    EXPECT_EQ(dealsOf("A", "20240102"), 701u);
+    f.deal({.account = "A", .key = 2, .price = 10, .volume = 100, .dealId = "1"});
+    EXPECT_EQ(dealsOf("A", "20240102"), 701u) << "as it is reported";
+    EXPECT_TRUE(f.manager().undoImport(number));
+    EXPECT_EQ(dealsOf("A", "20240102"), 351u) << "what the second list tells, and a report";
+    EXPECT_EQ(f.manager().checkIntegrity(), std::vector<std::string>());
+}
+
 TEST_F(Import, TakesOnlyWhatItsPreviewHasShown) {
     const auto today = [this](const char* rows) {
         return csv(rows, "证券代码,买卖,价格,数量,成交编号,资金账号\n");

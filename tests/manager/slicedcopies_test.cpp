@@ -65,7 +65,8 @@ public:
         } else if (what < 92) {
             ledger.fileOrder(OTHER, any(STOCKS), any(ACCOUNTS), m_fixture.makeOrder(anyOrder()));
         } else if (what < 94) {
-            ledger.removeFiledDeals(OTHER, any(ACCOUNTS), {1 + number(20)});
+            std::set<std::uint64_t> keys{1 + number(20)};
+            ledger.removeFiledDeals(OTHER, any(ACCOUNTS), keys);
         } else if (what < 97) {
             ledger.setLatestPrice(any(STOCKS), 9.0 + number(9));
             ledger.revalue({0.1, 0.05});

@@ -81,17 +81,27 @@ boost::shared_ptr<CDealDetail> reported(const Truth& deal, std::uint64_t key) {
 
 /// The ledger's part: what is filed and reported, by key.
 struct Day {
+    Day() { deals.link({}); }
+
     Deals deals;
     std::map<std::uint64_t, boost::shared_ptr<CDealDetail>> filed;
     std::map<int, boost::shared_ptr<CDealDetail>> live;    ///< by number
     std::map<int, boost::shared_ptr<CDealDetail>> server;  ///< what only the server has filed
 
     void settle(std::size_t most) {
-        for (bool more = true; more;) {
-            Deals::Changes changes;
-            more = deals.settle(most, changes);
-            for (const std::uint64_t key : changes.remove) filed.erase(key);
-            for (const auto& record : changes.file) filed[record->recordKey()] = record;
+        do {
+            const auto file = deals.settle(most);
+            if (auto* const gone = deals.toRemove()) {
+                for (std::size_t at = 0; at < most && !gone->empty(); ++at) {
+                    filed.erase(gone->extract(gone->begin()).value());
+                }
+            }
+            for (const auto& record : file) filed[record->recordKey()] = record;
+        } while (!deals.isSettled());
+    }
+    void drop(int number, std::size_t most) {
+        std::uint64_t next = 0;
+        while (deals.drop(number, most, next)) {
         }
     }
     void import(int number, const QByteArray& text) {
@@ -118,7 +128,7 @@ struct Day {
         for (const auto* records : {&live, &server}) {
             for (const auto& [number, record] : *records) all.push_back(record);
         }
-        deals.link(all);
+        deals.link({all.begin(), all.end()});
     }
 };
 
@@ -167,7 +177,7 @@ TEST(DayRecords, EachDealOnceHoweverItComes) {
                 steps.push_back([&day, number, text = statementOf(part, style), isUndone] {
                     day.import(number, text);
                     if (!isUndone) return;
-                    day.deals.drop(number);
+                    day.drop(number, 2);
                     day.import(number, text);
                 });
             }
@@ -189,7 +199,7 @@ TEST(DayRecords, EachDealOnceHoweverItComes) {
         count(day.filed, seen);
         ASSERT_EQ(seen, expected);
         // Taken back, nothing but the reports is left.
-        for (int number = 1; number <= imports; ++number) day.deals.drop(number);
+        for (int number = 1; number <= imports; ++number) day.drop(number, 2);
         day.settle(5);
         ASSERT_TRUE(day.filed.empty());
     }
@@ -243,7 +253,7 @@ TEST(DayRecords, TellsWhatBecameOfEachRow) {
         while (day.deals.fates(number, 1, soFar)) {
         }
         std::multiset<EFate> all;
-        for (const auto& [key, fate] : soFar.fates) all.insert(fate);
+        for (const auto& [key, fate] : soFar.fates()) all.insert(fate);
         return all;
     };
     using Fates = std::multiset<EFate>;
@@ -255,9 +265,40 @@ TEST(DayRecords, TellsWhatBecameOfEachRow) {
     day.settle(1);
     EXPECT_EQ(day.filed.size(), 1u);
     EXPECT_EQ(fatesOf(1), (Fates{EFate::Filed, EFate::Reported}));
-    day.deals.drop(1);
+    day.drop(1, 1);
     day.settle(1);
     EXPECT_EQ(fatesOf(2), (Fates{EFate::Filed, EFate::Reported}));
+}
+
+TEST(DayRecords, WhatComesBetweenTwoSlicesIsInTheirOutcome) {
+    const std::vector<Truth> three{{100, 7, 1, 1}, {100, 7, 2, 2}, {100, 7, 3, 3}};
+    std::vector<Truth> numberless(3, {100, 7, 0, 0});
+    Day day;
+    day.import(1, statementOf(three, {}));
+    day.settle(1);
+    decltype(day.deals)::CFatesSoFar soFar;
+    ASSERT_TRUE(day.deals.fates(1, 1, soFar)) << "the row of the first number is read";
+    day.report(three[0]);
+    day.settle(1);
+    while (day.deals.fates(1, 1, soFar)) {
+    }
+    std::multiset<EFate> fates;
+    for (const auto& [key, fate] : soFar.fates()) fates.insert(fate);
+    EXPECT_EQ(fates, (std::multiset<EFate>{EFate::Filed, EFate::Filed, EFate::Reported}));
+
+    // Rows without a number bring together what is half dropped.
+    std::uint64_t next = 0;
+    ASSERT_TRUE(day.deals.drop(1, 1, next));
+    day.import(2, statementOf(numberless, {.numbers = false, .times = false}));
+    while (day.deals.drop(1, 1, next)) {
+    }
+    day.settle(1);
+    EXPECT_EQ(day.filed.size(), 2u) << "one of the three is reported";
+    EXPECT_TRUE(day.deals.hasImports());
+    day.drop(2, 1);
+    day.settle(1);
+    EXPECT_TRUE(day.filed.empty());
+    EXPECT_FALSE(day.deals.hasImports());
 }
 
 }  // namespace

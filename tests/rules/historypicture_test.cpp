@@ -69,7 +69,8 @@ public:
             case 1:
                 state.m_historyStatData.set({});
                 state.m_historyLinkageData.clear();
-                return picture.clear();
+                picture.clear();
+                return;
             case 2:
             case 3:
             case 4:

@@ -3,7 +3,6 @@
 #include "linkage/store/import/placematching.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cctype>
 #include <cmath>
 #include <type_traits>
@@ -87,15 +86,26 @@ void CDayRecords<Record>::gather(const std::string& values) {
 }
 
 template <class Record>
+void CDayRecords<Record>::noteChange(const std::string& group) {
+    for (const auto& reader : m_readers) {
+        const auto changed = reader.lock();
+        if (!changed || changed->isAny) continue;
+        changed->groups.push_back(group);
+        changed->isAny = changed->groups.size() >= CFatesSoFar::MOST_CHANGED;
+    }
+}
+
+template <class Record>
 void CDayRecords<Record>::noteChange() {
-    static std::atomic<std::uint64_t> versions{0};
-    m_nVersion = ++versions;
+    for (const auto& reader : m_readers) {
+        if (const auto changed = reader.lock()) changed->isAny = true;
+    }
 }
 
 // Whatever adds or takes away a row touches its group.
 template <class Record>
 void CDayRecords<Record>::touch(typename Groups::iterator group) {
-    noteChange();
+    noteChange(group->first);
     if (group->second.isTouched) return;
     group->second.isTouched = true;
     m_touched.push_back(group->first);
@@ -135,9 +145,9 @@ void CDayRecords<Record>::unreport(std::uint64_t key) {
 }
 
 template <class Record>
-void CDayRecords<Record>::link(std::vector<Ptr> reported) {
+void CDayRecords<Record>::link(Reports filed) {
     forgetReported();
-    m_toLink = std::move(reported);
+    m_toLink = std::move(filed);
     m_bLinked = true;
 }
 
@@ -157,10 +167,8 @@ template <class Record>
 void CDayRecords<Record>::add(int import, const Ptr& record) {
     const auto group = groupFor(*record, systemNumber(*record));
     auto& rows = group->second.rows;
-    const auto after =
-        std::upper_bound(rows.begin(), rows.end(), import,
-                         [](int number, const Row& row) { return number < row.import; });
-    rows.insert(after, {import, record, EFate::Filed});
+    rows.insert(std::upper_bound(rows.begin(), rows.end(), import, ByImport()),
+                {import, record, EFate::Filed});
     auto& known = m_keys[record->recordKey()];
     const auto at =
         std::upper_bound(known.begin(), known.end(), import,
@@ -169,17 +177,37 @@ void CDayRecords<Record>::add(int import, const Ptr& record) {
     touch(group);
 }
 
+// By key, because groups may be brought together between two calls.
 template <class Record>
-void CDayRecords<Record>::drop(int import) {
-    for (auto group = m_groups.begin(); group != m_groups.end(); ++group) {
-        const auto gone =
-            std::erase_if(group->second.rows, [&](const Row& row) { return row.import == import; });
-        if (gone > 0) touch(group);
+bool CDayRecords<Record>::drop(int import, std::size_t records, std::uint64_t& next) {
+    auto known = m_keys.lower_bound(next);
+    for (; records > 0 && known != m_keys.end(); --records) {
+        auto& all = known->second;
+        std::erase_if(all, [&](const auto& each) {
+            if (each.first == import) dropRows(import, *each.second);
+            return each.first == import;
+        });
+        known = all.empty() ? m_keys.erase(known) : std::next(known);
     }
-    for (auto known = m_keys.begin(); known != m_keys.end();) {
-        std::erase_if(known->second, [&](const auto& each) { return each.first == import; });
-        known = known->second.empty() ? m_keys.erase(known) : std::next(known);
+    if (known == m_keys.end()) return false;
+    next = known->first;
+    return true;
+}
+
+// All rows that the import has in the record's group.
+template <class Record>
+void CDayRecords<Record>::dropRows(int import, const Record& record) {
+    auto group = m_groups.find(valuesOf(record));
+    if (group == m_groups.end()) {
+        group = m_groups.find(valuesOf(record) + '\n' + systemNumber(record));
     }
+    if (group == m_groups.end()) return;
+    const auto [first, last] =
+        std::equal_range(group->second.rows.begin(), group->second.rows.end(), import, ByImport());
+    if (first == last) return;
+    group->second.rows.erase(first, last);
+    noteChange();
+    touch(group);
 }
 
 template <class Record>
@@ -266,66 +294,105 @@ bool CDayRecords<Record>::isAnyLeft() const {
     return !m_toLink.empty() || !m_touched.empty() || !m_toFile.empty() || !m_toRemove.empty();
 }
 
-// The ledger looks through the whole day for what is to go, so that is given out together.
 template <class Record>
-void CDayRecords<Record>::giveOut(std::size_t records, Changes& changes) {
-    constexpr std::size_t MANY = 20'000;
-    if (m_touched.empty() || m_toRemove.size() >= MANY) {
-        changes.remove.merge(m_toRemove);
-        m_toRemove.clear();
-    }
+std::vector<typename CDayRecords<Record>::Ptr> CDayRecords<Record>::giveOut(std::size_t records) {
+    std::vector<Ptr> file;
     while (records > 0 && !m_toFile.empty()) {
-        changes.file.push_back(std::move(m_toFile.begin()->second));
+        file.push_back(std::move(m_toFile.begin()->second));
         m_toFile.erase(m_toFile.begin());
         --records;
     }
+    return file;
 }
 
 template <class Record>
-bool CDayRecords<Record>::settle(std::size_t records, Changes& changes) {
+typename CDayRecords<Record>::Keys* CDayRecords<Record>::toRemove() {
+    return m_toLink.empty() && m_touched.empty() ? &m_toRemove : nullptr;
+}
+
+template <class Record>
+std::vector<typename CDayRecords<Record>::Ptr> CDayRecords<Record>::settle(std::size_t records) {
     std::size_t left = records;
     while (left > 0 && !m_toLink.empty()) {
         const Ptr record = std::move(m_toLink.back());
         m_toLink.pop_back();
         --left;
         // What was reported meanwhile is newer.
-        if (m_reported.count(record->recordKey()) == 0) report(*record);
+        if (!record->m_bImported && m_reported.count(record->recordKey()) == 0) report(*record);
     }
     while (left > 0 && m_toLink.empty() && m_toFile.size() < records && !m_touched.empty()) {
         const auto found = m_groups.find(m_touched.back());
         m_touched.pop_back();
         if (found == m_groups.end()) continue;
         Group& group = found->second;
-        noteChange();
+        noteChange(found->first);
         group.isTouched = false;
         left -= std::min(left, std::max<std::size_t>(group.size(), 1));
         settleGroup(group);
         if (group.size() == 0) m_groups.erase(found);
     }
-    if (m_toLink.empty()) giveOut(records, changes);
-    return isAnyLeft();
+    return m_toLink.empty() ? giveOut(records) : std::vector<Ptr>();
 }
 
 template <class Record>
-bool CDayRecords<Record>::fates(int import, std::size_t records, CFatesSoFar& soFar) const {
-    if (soFar.m_nBegun == 0 || soFar.m_nVersion != m_nVersion) {
-        soFar.fates.clear();
-        soFar.m_next = m_groups.begin();
-        soFar.m_nVersion = m_nVersion;
-        ++soFar.m_nBegun;
-    }
-    const bool isPatient = soFar.m_nBegun <= CFatesSoFar::MOST_BEGINNINGS;
-    for (std::size_t read = 0; soFar.m_next != m_groups.end(); ++soFar.m_next) {
-        if (isPatient && read >= records) return true;
-        const Group& group = soFar.m_next->second;
-        for (const Row& row : group.rows) {
-            if (import == 0 || row.import == import) {
-                soFar.fates[row.record->recordKey()] = row.fate;
-            }
+void CDayRecords<Record>::beginFates(CFatesSoFar& soFar) const {
+    soFar.m_changed = std::make_shared<Changed>();
+    soFar.m_next.clear();
+    soFar.m_bAllRead = false;
+    soFar.m_read.clear();
+    ++soFar.m_nBegun;
+    std::erase_if(m_readers, [](const auto& reader) { return reader.expired(); });
+    m_readers.push_back(soFar.m_changed);
+}
+
+template <class Record>
+void CDayRecords<Record>::readFates(int import, const Group& group, CFatesSoFar& soFar) {
+    for (const Row& row : group.rows) {
+        if (import == 0 || row.import == import) {
+            soFar.m_read.push_back({row.record->recordKey(), row.fate});
         }
-        read += std::max<std::size_t>(group.rows.size(), 1);
+    }
+}
+
+// The day may have gone since, and another one be in its place: that one knows no such reader.
+template <class Record>
+bool CDayRecords<Record>::fates(int import, std::size_t records, CFatesSoFar& soFar) const {
+    const bool isKnown = soFar.m_changed && !soFar.m_changed->isAny &&
+                         std::any_of(m_readers.begin(), m_readers.end(), [&](const auto& reader) {
+                             return reader.lock() == soFar.m_changed;
+                         });
+    if (!isKnown) beginFates(soFar);
+    const bool isPatient = soFar.m_nBegun <= CFatesSoFar::MOST_BEGINNINGS;
+    std::size_t read = 0;
+    auto next = soFar.m_bAllRead ? m_groups.end() : m_groups.lower_bound(soFar.m_next);
+    for (; next != m_groups.end(); ++next) {
+        if (isPatient && read >= records) {
+            soFar.m_next = next->first;
+            return true;
+        }
+        readFates(import, next->second, soFar);
+        read += std::max<std::size_t>(next->second.rows.size(), 1);
+    }
+    soFar.m_bAllRead = true;
+    auto& changed = soFar.m_changed->groups;
+    for (read = 0; !changed.empty(); changed.pop_front()) {
+        if (isPatient && read >= CFatesSoFar::AGAIN) return true;
+        const auto group = m_groups.find(changed.front());
+        if (group == m_groups.end()) continue;
+        readFates(import, group->second, soFar);
+        read += std::max<std::size_t>(group->second.rows.size(), 1);
     }
     return false;
+}
+
+template <class Record>
+typename CDayRecords<Record>::Fates CDayRecords<Record>::CFatesSoFar::fates() const {
+    Fates fates;
+    fates.reserve(m_read.size());
+    for (std::size_t at = 0; at < m_read.size(); ++at) {
+        fates.insert_or_assign(m_read[at].first, m_read[at].second);
+    }
+    return fates;
 }
 
 template <class Record>

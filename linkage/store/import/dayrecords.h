@@ -1,5 +1,6 @@
 #pragma once
 
+#include "linkage/ledger/slicedcopy.h"
 #include "platform/records/dealdetail.h"
 #include "platform/records/orderdetail.h"
 
@@ -9,6 +10,7 @@
 #include <cstdint>
 #include <deque>
 #include <map>
+#include <memory>
 #include <set>
 #include <string>
 #include <unordered_map>
@@ -65,21 +67,20 @@ public:
     using Ptr = boost::shared_ptr<Record>;
     using Keys = std::set<std::uint64_t>;
 
-    /// What the ledger is to file and to take away.
-    struct Changes {
-        std::vector<Ptr> file;
-        Keys remove;
-    };
+    using Reports = std::deque<Ptr>;  ///< a large vector would be moved in one go
 
     /// The trading system, or its server, reports a record; again when it changes. How many
     /// records it meets; 0 when nothing has changed.
     std::size_t report(const Record& record);
     /// It is not reported any more.
     void unreport(std::uint64_t key);
-    /// These are all the records that were reported so far. They are taken in while settling.
-    void link(std::vector<Ptr> reported);
+    /// Among these are all the records that were reported so far; of equal keys the last one
+    /// counts, imported ones do not. They are taken in while settling.
+    void link(Reports filed);
     void add(int import, const Ptr& record);
-    void drop(int import);
+    /// Takes away the records of an import: looks at about so many from the key `next` on, and
+    /// moves that on. False when none is left.
+    bool drop(int import, std::size_t records, std::uint64_t& next);
 
     /// Whether reported records were ever told.
     bool isLinked() const { return m_bLinked; }
@@ -92,16 +93,19 @@ public:
     /// The ledger has lost what was filed; settling files it again.
     void forgetFiled();
 
-    /// Works through about so many records whose trades may have changed, and gives out so
-    /// many changes; false when none is left. Records that meet are worked through together.
-    bool settle(std::size_t records, Changes& changes);
+    /// Works through about so many records whose trades may have changed, and gives what the
+    /// ledger is to file, as many at most. Records that meet are worked through together.
+    std::vector<Ptr> settle(std::size_t records);
+    /// What the ledger is to take away: who does it takes its key out. Null while records are left
+    /// whose trades may have changed, because what is to go would be looked for again and again.
+    Keys* toRemove();
 
     /// What became of records, by key, as far as it is known.
     using Fates = std::unordered_map<std::uint64_t, EFate>;
     class CFatesSoFar;
     /// What became of the records of an import; of all of them without a number. Reads about so
-    /// many records, and goes on where it was; it begins again when anything has changed since, so
-    /// that all is of one moment. False when none is left.
+    /// many records, and goes on where it was; what has changed since is read again, so that all
+    /// is of one moment, that of the last call. False when none is left.
     bool fates(int import, std::size_t records, CFatesSoFar& soFar) const;
 
     /// The import that filed each record which stands, by key: the earliest that tells the trade.
@@ -121,6 +125,10 @@ private:
         int import;
         Ptr record;
         EFate fate;
+    };
+    struct ByImport {
+        bool operator()(int import, const Row& row) const { return import < row.import; }
+        bool operator()(const Row& row, int import) const { return row.import < import; }
     };
     /// Records that meet.
     struct Group {
@@ -142,32 +150,50 @@ private:
     /// What of a group is to stand in the ledger, by key; tells the fates.
     static std::unordered_map<std::uint64_t, Ptr> match(Group& group);
     void settleGroup(Group& group);
+    void dropRows(int import, const Record& record);
     bool isAnyLeft() const;
-    void giveOut(std::size_t records, Changes& changes);
+    std::vector<Ptr> giveOut(std::size_t records);
+    /// What has changed since somebody began to read the fates.
+    struct Changed {
+        std::deque<std::string> groups;  ///< names
+        bool isAny = false;              ///< it may be anything
+    };
+    void noteChange(const std::string& group);
     void noteChange();
+    void beginFates(CFatesSoFar& soFar) const;
+    static void readFates(int import, const Group& group, CFatesSoFar& soFar);
 
-    std::uint64_t m_nVersion = 0;  ///< differs from that of every other state of any day
-    Groups m_groups;               ///< by values, or by values and number
-    std::unordered_map<std::uint64_t, std::string> m_reported;  ///< key to the name of its group
-    std::unordered_map<std::uint64_t, std::vector<std::pair<int, Ptr>>> m_keys;
-    std::vector<Ptr> m_toLink;
-    std::deque<std::string> m_touched;      ///< a large vector would be moved in one go
+    // No hash tables: one that grows moves all it has in one hold of the lock.
+    Groups m_groups;                                  ///< by values, or by values and number
+    std::map<std::uint64_t, std::string> m_reported;  ///< key to the name of its group
+    std::map<std::uint64_t, std::vector<std::pair<int, Ptr>>> m_keys;
+    Reports m_toLink;
+    std::deque<std::string> m_touched;
     std::map<std::uint64_t, Ptr> m_toFile;  ///< by key
     Keys m_toRemove;
     bool m_bLinked = false;
+    mutable std::vector<std::weak_ptr<Changed>> m_readers;  ///< of fates
 };
 
 template <class Record>
 class CDayRecords<Record>::CFatesSoFar {
 public:
-    Fates fates;
+    /// What was read. Needs no lock.
+    Fates fates() const;
 
 private:
     friend class CDayRecords;
     static constexpr int MOST_BEGINNINGS = 3;
-    std::uint64_t m_nVersion = 0;
+    /// So much that has changed is read again in one call, so that it comes to an end.
+    static constexpr std::size_t AGAIN = 1000;
+    /// Who is kept from the next call for so long begins again.
+    static constexpr std::size_t MOST_CHANGED = 1 << 16;
+
     int m_nBegun = 0;
-    typename Groups::const_iterator m_next;
+    std::shared_ptr<Changed> m_changed;
+    std::string m_next;  ///< name of a group: those before it were read
+    bool m_bAllRead = false;
+    ledger::CPile<std::pair<std::uint64_t, EFate>> m_read;  ///< the last one of a key counts
 };
 
 extern template class CDayRecords<vexservice::CDealDetail>;
