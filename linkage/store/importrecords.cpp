@@ -135,9 +135,8 @@ public:
                 if (auto* const gone = records.toRemove()) gone->clear();
             }
             typename CDayRecords<Record>::CFatesSoFar soFar;
-            while (records.fates(NEXT, ROWS_PER_HOLD, soFar)) {
-            }
-            m_fates[place] = soFar.fates();
+            while (records.fates(NEXT, LOOKS_PER_HOLD, soFar)) soFar.collect();
+            m_fates[place] = std::move(soFar.collect());
         }
         tell();
     }
@@ -185,11 +184,13 @@ private:
     /// What `ask` answers of a key under the manager's lock, asked once.
     template <class Answers, class Key, class Ask>
     auto once(Answers& answers, const Key& key, Ask ask) const {
-        const auto known = answers.find(key);
-        if (known != answers.end()) return known->second;
-        m_manager.m_mutex.giveWay();
-        const CLock lock(m_manager.m_mutex);
-        return answers.emplace(key, ask()).first->second;
+        const auto [at, isNew] = answers.try_emplace(key);
+        if (isNew) {
+            m_manager.m_mutex.giveWay();
+            const CLock lock(m_manager.m_mutex);
+            at->second = ask();
+        }
+        return at->second;
     }
 
     bool follows(const Record& record) {
@@ -299,14 +300,16 @@ private:
     /// Empty when the day is known no more.
     Fates fatesOf(const Place& place) const {
         typename CDayRecords<Record>::CFatesSoFar soFar;
-        for (bool more = true; more; m_manager.m_mutex.giveWay()) {
+        const auto readSome = [&] {
             const CLock lock(m_manager.m_mutex);
             const auto& days = m_manager.m_pImports->template of<Record>();
             const auto day = days.find(place);
-            if (day == days.end()) return {};
-            more = day->second.fates(m_report.number, LOOKS_PER_HOLD, soFar);
-        }
-        return soFar.fates();
+            if (day != days.end()) return day->second.fates(m_report.number, LOOKS_PER_HOLD, soFar);
+            soFar = {};
+            return false;
+        };
+        for (; readSome(); m_manager.m_mutex.giveWay()) soFar.collect();
+        return std::move(soFar.collect());
     }
 
     /// Counts the rows by what became of them.

@@ -250,10 +250,9 @@ TEST(DayRecords, TellsWhatBecameOfEachRow) {
     day.settle(1);
     const auto fatesOf = [&](int number) {
         decltype(day.deals)::CFatesSoFar soFar;
-        while (day.deals.fates(number, 1, soFar)) {
-        }
+        while (day.deals.fates(number, 1, soFar)) soFar.collect();
         std::multiset<EFate> all;
-        for (const auto& [key, fate] : soFar.fates()) all.insert(fate);
+        for (const auto& [key, fate] : soFar.collect()) all.insert(fate);
         return all;
     };
     using Fates = std::multiset<EFate>;
@@ -280,10 +279,10 @@ TEST(DayRecords, WhatComesBetweenTwoSlicesIsInTheirOutcome) {
     ASSERT_TRUE(day.deals.fates(1, 1, soFar)) << "the row of the first number is read";
     day.report(three[0]);
     day.settle(1);
-    while (day.deals.fates(1, 1, soFar)) {
-    }
+    soFar.collect();
+    while (day.deals.fates(1, 1, soFar)) soFar.collect();
     std::multiset<EFate> fates;
-    for (const auto& [key, fate] : soFar.fates()) fates.insert(fate);
+    for (const auto& [key, fate] : soFar.collect()) fates.insert(fate);
     EXPECT_EQ(fates, (std::multiset<EFate>{EFate::Filed, EFate::Filed, EFate::Reported}));
 
     // Rows without a number bring together what is half dropped.

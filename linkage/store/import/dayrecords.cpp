@@ -6,6 +6,7 @@
 #include <cctype>
 #include <cmath>
 #include <type_traits>
+#include <utility>
 
 namespace TC::statement {
 
@@ -340,6 +341,7 @@ void CDayRecords<Record>::beginFates(CFatesSoFar& soFar) const {
     soFar.m_next.clear();
     soFar.m_bAllRead = false;
     soFar.m_read.clear();
+    soFar.m_bAnew = true;
     ++soFar.m_nBegun;
     std::erase_if(m_readers, [](const auto& reader) { return reader.expired(); });
     m_readers.push_back(soFar.m_changed);
@@ -349,7 +351,7 @@ template <class Record>
 void CDayRecords<Record>::readFates(int import, const Group& group, CFatesSoFar& soFar) {
     for (const Row& row : group.rows) {
         if (import == 0 || row.import == import) {
-            soFar.m_read.push_back({row.record->recordKey(), row.fate});
+            soFar.m_read.emplace_back(row.record->recordKey(), row.fate);
         }
     }
 }
@@ -386,13 +388,11 @@ bool CDayRecords<Record>::fates(int import, std::size_t records, CFatesSoFar& so
 }
 
 template <class Record>
-typename CDayRecords<Record>::Fates CDayRecords<Record>::CFatesSoFar::fates() const {
-    Fates fates;
-    fates.reserve(m_read.size());
-    for (std::size_t at = 0; at < m_read.size(); ++at) {
-        fates.insert_or_assign(m_read[at].first, m_read[at].second);
-    }
-    return fates;
+typename CDayRecords<Record>::Fates& CDayRecords<Record>::CFatesSoFar::collect() {
+    if (std::exchange(m_bAnew, false)) m_fates.clear();
+    for (const auto& [key, fate] : m_read) m_fates.insert_or_assign(key, fate);
+    m_read.clear();
+    return m_fates;
 }
 
 template <class Record>

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "linkage/ledger/slicedcopy.h"
 #include "platform/records/dealdetail.h"
 #include "platform/records/orderdetail.h"
 
@@ -178,8 +177,10 @@ private:
 template <class Record>
 class CDayRecords<Record>::CFatesSoFar {
 public:
-    /// What was read. Needs no lock.
-    Fates fates() const;
+    CFatesSoFar() { m_read.reserve(2 * AGAIN); }
+    /// Keeps what the last call of CDayRecords::fates() has read, and gives all that was read. To
+    /// be called between two calls, without the lock: memory for much is slow to come.
+    Fates& collect();
 
 private:
     friend class CDayRecords;
@@ -193,7 +194,9 @@ private:
     std::shared_ptr<Changed> m_changed;
     std::string m_next;  ///< name of a group: those before it were read
     bool m_bAllRead = false;
-    ledger::CPile<std::pair<std::uint64_t, EFate>> m_read;  ///< the last one of a key counts
+    std::vector<std::pair<std::uint64_t, EFate>> m_read;  ///< since the last collect()
+    bool m_bAnew = false;                                 ///< it begins with these
+    Fates m_fates;
 };
 
 extern template class CDayRecords<vexservice::CDealDetail>;
