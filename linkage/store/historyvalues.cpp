@@ -11,6 +11,8 @@
 #include "platform/services/stockmanager.h"
 #include "platform/utils/text.h"
 
+#include <functional>
+
 namespace TC {
 
 namespace {
@@ -37,8 +39,8 @@ struct KeyTotals {
 };
 
 /// Values the records of a history key at the newest prices, for which `request` subscribes.
-template <class Request>
-KeyTotals revalue(const ByText<FiguresPtr>& stocks, bool clientType3, Request request) {
+KeyTotals revalue(const ByText<FiguresPtr>& stocks, bool clientType3,
+                  const std::function<void(const std::string&)>& request) {
     KeyTotals totals;
     for (const auto& [stock, record] : stocks) {
         const QString stockKey = Pim::sToQs(stock);
@@ -75,7 +77,8 @@ void CLinkageManager::runHistoryStatCalculator() {
 
 void CLinkageManager::historyStatCalculator() {
     const CStep step(tape(), [] { return callOf("historyStatCalculator"); });
-    const auto request = [this](const std::string& stock) { requestPrice(stock); };
+    const auto request = [this](const std::string& stock)
+                             LINKAGE_REQUIRES(m_mutex) { requestPrice(stock); };
     std::string next;
     for (bool more = true; more; m_mutex.giveWay()) {
         const CLock lock(m_mutex);
