@@ -490,7 +490,7 @@ public:
     virtual void writeBlanaceTime();
 
     // -------------------------------------------- server history and import
-    // linkage/store/serverhistory.cpp, importrecords.cpp, filedrecords.cpp
+    // linkage/store/serverhistory.cpp, importrecords.cpp, importundo.cpp, filedrecords.cpp
 
     /// Ask the trading server for an account's deals, or orders, of some past days
     /// ("yyyyMMdd", first and last), one after another; give the number of the request, 0
@@ -932,7 +932,7 @@ protected:
     LINKAGE_LOCAL void giveHistoryDayUp(std::uint64_t question, const char* fault);
     LINKAGE_LOCAL void endHistoryDay(HistoryQuery query, const HistoryDay& result);
 
-    // import: linkage/store/importrecords.cpp
+    // import: linkage/store/importrecords.cpp, importundo.cpp
     /// Files one imported record; no figure changes. True when it was not there before.
     LINKAGE_LOCAL bool importDeal(const std::string& accountKey,
                                   const boost::shared_ptr<vexservice::CDealDetail>& deal)
