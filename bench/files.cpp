@@ -92,7 +92,7 @@ std::string recordedDay() {
 double replaySeconds(const std::string& day) {
     std::size_t written = 0;
     std::string fault;
-    const double taken = seconds([&] {
+    const double taken = wallSeconds([&] {
         replay::COutput output([&](std::string_view text) { written += text.size(); });
         fault = replay::playFile(day, {.log = false}, output);
     });
@@ -134,6 +134,7 @@ void addHistory() {
     add("import/60,000 rows", 3, STATEMENT_ROWS, [] { return CStatement().importSeconds(); });
 }
 
+/// Both are measured as the time that a user waits: the replay parses on a second thread.
 void addRecordedDay() {
     const std::string day = recordedDay();
     if (day.empty()) {
@@ -141,7 +142,7 @@ void addRecordedDay() {
         return;
     }
     for (int turn = 0; turn < 3; ++turn) {
-        add("day/parse", 3, 1, [day] { return seconds([&] { replay::parseScenario(day); }); });
+        add("day/parse", 3, 1, [day] { return wallSeconds([&] { replay::parseScenario(day); }); });
         add("day/replay", 3, 1, [day] { return replaySeconds(day); });
     }
 }

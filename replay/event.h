@@ -11,6 +11,7 @@
 #include "platform/services/quoteclient.h"
 #include "replay/scenarioline.h"
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <variant>
@@ -152,10 +153,11 @@ struct DiskEvent {
 
 struct CrashEvent {};
 
-/// The arguments are valid until the parser reads the next line.
 struct CallEvent {
     std::string op;
+    /// Valid until the parser reads the next line, or as long as `json` lives.
     std::optional<simdjson::dom::element> args;
+    std::shared_ptr<const simdjson::dom::document> json;  ///< of the arguments alone; may be null
 };
 
 struct FileEvent {

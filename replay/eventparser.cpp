@@ -162,7 +162,7 @@ struct EventReader {
     }
 
     boost::shared_ptr<vexservice::COrderDetail> orderRecord(const CFields& in) {
-        auto order = boost::make_shared<vexservice::COrderDetail>();
+        auto order = parser.m_orders.make();
         order->m_nRecordKey = in.whole<std::uint64_t>("key");
         order->m_strMarket = in.text("market");
         order->m_strCode = in.text("code");
@@ -179,7 +179,7 @@ struct EventReader {
     }
 
     boost::shared_ptr<vexservice::CDealDetail> dealRecord(const CFields& in) {
-        auto deal = boost::make_shared<vexservice::CDealDetail>();
+        auto deal = parser.m_deals.make();
         deal->m_nRecordKey = in.whole<std::uint64_t>("key");
         deal->m_strMarket = in.text("market");
         deal->m_strCode = in.text("code");

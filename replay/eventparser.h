@@ -1,6 +1,7 @@
 #pragma once
 
 #include "replay/event.h"
+#include "replay/recordrows.h"
 
 #include <map>
 #include <string>
@@ -29,6 +30,8 @@ public:
 
 private:
     simdjson::dom::parser m_parser;
+    CRecordRows<vexservice::COrderDetail> m_orders;
+    CRecordRows<vexservice::CDealDetail> m_deals;
 
     friend struct EventReader;
     /// Strategy carriers are equal for thousands of reports and are never changed, so

@@ -54,6 +54,8 @@ struct CLineReader::File {
         return size > 0.0 ? (taken - static_cast<double>(stream.avail_in)) / size : -1.0;
     }
 
+    bool isRegular() const { return size >= 0.0; }
+
     std::string fault;
 
 private:
@@ -138,6 +140,8 @@ CLineReader::CLineReader(const std::string& path)
 CLineReader::~CLineReader() = default;
 
 double CLineReader::progress() const { return m_pFile->progress(); }
+
+bool CLineReader::isRegular() const { return m_pFile->isRegular(); }
 
 bool CLineReader::fill() {
     if (m_bEnded) return false;

@@ -37,6 +37,9 @@ public:
     /// How much of the file was read, 0 to 1; negative where its size is not known.
     double progress() const;
 
+    /// Whether it is a regular file, whose reading never waits for somebody who writes.
+    bool isRegular() const;
+
 private:
     bool nextRaw(std::string_view& line);
     bool fill();

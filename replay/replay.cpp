@@ -1,7 +1,7 @@
 #include "replay/replay.h"
 
-#include "replay/eventparser.h"
 #include "replay/journal.h"
+#include "replay/readahead.h"
 
 #include <optional>
 
@@ -14,9 +14,9 @@ constexpr std::size_t PROGRESS_LINES = 256;
 
 class CFilePlay {
 public:
-    CFilePlay(CLineReader& reader, const ReplayOptions& options, COutput& output,
+    CFilePlay(CReadAhead& lines, const ReplayOptions& options, COutput& output,
               IReplayWatcher& watcher)
-        : m_reader(reader),
+        : m_lines(lines),
           m_output(output),
           m_watcher(watcher),
           m_bAnswers(options.answers),
@@ -44,35 +44,33 @@ private:
     }
 
     void playLines() {
-        std::string_view line;
-        while (m_reader.next(line)) {
-            play(m_parser.parse(line));
+        while (const ParsedLine* const line = m_lines.next()) {
+            play(*line);
             if (m_bAnswers) {
                 m_session.rest();
                 m_output.endAnswer();
             }
-            if (m_reader.number() % PROGRESS_LINES == 0) m_watcher.progress(m_reader.progress());
+            if (line->number % PROGRESS_LINES == 0) m_watcher.progress(line->progress);
         }
     }
 
-    void play(const Event& event) {
+    void play(const ParsedLine& line) {
         const bool first = !m_session.started();
-        m_watcher.before(event, m_session);
-        m_session.play(event);
-        m_watcher.after(event, m_session);
+        m_watcher.before(line.event, m_session);
+        m_session.play(line.event);
+        m_watcher.after(line.event, m_session);
         if (!m_journal) return;
         if (first) {
-            m_journal->begin(m_parser.minified(), m_session);
+            m_journal->begin(line.text, m_session);
         } else {
-            m_journal->add(m_parser.minified());
+            m_journal->add(line.text);
         }
     }
 
-    CLineReader& m_reader;
+    CReadAhead& m_lines;
     COutput& m_output;
     IReplayWatcher& m_watcher;
     const bool m_bAnswers;
-    CEventParser m_parser;
     CSession m_session;
     std::optional<CJournal> m_journal;
 };
@@ -83,14 +81,15 @@ std::string playFile(const std::string& path, const ReplayOptions& options, COut
                      IReplayWatcher* watcher) {
     IReplayWatcher nobody;
     try {
-        CLineReader reader(path);
+        // A program that answers each line before it sends the next is not to be read ahead of.
+        CReadAhead lines(path, {.texts = !options.journal.empty(), .ahead = !options.answers});
         if (!options.journal.empty() && overwrites(options.journal, path)) {
             throw InputError("the journal would overwrite it");
         }
         try {
-            CFilePlay(reader, options, output, watcher ? *watcher : nobody).run();
+            CFilePlay(lines, options, output, watcher ? *watcher : nobody).run();
         } catch (const LineError& fault) {
-            return path + ":" + std::to_string(reader.number()) + ": " + fault.what();
+            return path + ":" + std::to_string(lines.number()) + ": " + fault.what();
         }
     } catch (const InputError& fault) {
         return path + ": " + fault.what();

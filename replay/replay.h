@@ -31,6 +31,10 @@ public:
 
 /// Plays a scenario file ("-": standard input) to its end. Returns "" or what was wrong,
 /// as "FILE:LINE: …"; the lines before have then been played and nothing after.
+///
+/// Everything is played on the caller's thread. A regular file, standard input too, is read ahead
+/// on a thread that ends before this returns or throws, unless each line is answered; see
+/// CReadAhead.
 std::string playFile(const std::string& path, const ReplayOptions& options, COutput& output,
                      IReplayWatcher* watcher = nullptr);
 
