@@ -30,6 +30,23 @@ inline void release(void* memory, std::size_t bytes, std::size_t alignment) noex
     ::operator delete (memory, std::align_val_t{bytes < SIZE ? alignment : SIZE});
 }
 
+/// How CMemory goes back.
+template <class T>
+struct CRelease {
+    std::size_t bytes = 0;
+    void operator()(T* memory) const noexcept { release(memory, bytes, alignof(T)); }
+};
+
+/// Memory for objects, which whoever has it makes and destroys himself.
+template <class T>
+using CMemory = std::unique_ptr<T[], CRelease<T>>;
+
+/// Memory of so many bytes. Throws std::bad_alloc.
+template <class T>
+CMemory<T> memoryFor(std::size_t bytes) {
+    return {static_cast<T*>(allocate(bytes, alignof(T))), CRelease<T>{bytes}};
+}
+
 /// Memory in pieces out of slabs that grow up to a huge page. It goes back slab by slab, when
 /// nobody has a piece of the slab any more. Pieces may be given back on any thread.
 class CPieces {
@@ -65,25 +82,6 @@ private:
     unsigned char* m_next = nullptr;
     std::size_t m_nLeft = 0;
     std::size_t m_nNext = FIRST;  ///< bytes of the next slab
-};
-
-/// An allocator for containers that grow large.
-template <class T>
-struct CAllocator {
-    using value_type = T;
-
-    CAllocator() = default;
-    template <class Other>
-    CAllocator(const CAllocator<Other>& /*other*/) {}
-
-    T* allocate(std::size_t count) {
-        return static_cast<T*>(hugepages::allocate(count * sizeof(T), alignof(T)));
-    }
-    void deallocate(T* memory, std::size_t count) noexcept {
-        release(memory, count * sizeof(T), alignof(T));
-    }
-
-    friend bool operator==(const CAllocator& /*left*/, const CAllocator& /*right*/) { return true; }
 };
 
 }  // namespace utils::hugepages

@@ -81,11 +81,6 @@ private:
         std::max<std::size_t>(1, utils::hugepages::SIZE / BLOCK_BYTES);
     static constexpr std::size_t LARGE = 8 * BLOCKS_PER_PAGE;
 
-    struct FreeSlab {
-        std::size_t bytes;
-        void operator()(T* memory) const { utils::hugepages::release(memory, bytes, alignof(T)); }
-    };
-
     struct DestroyObjects {
         void operator()(T* block) const { std::destroy_n(block, MASK + 1); }
     };
@@ -96,8 +91,7 @@ private:
             const std::size_t bytes =
                 isLarge ? std::max(BLOCKS_PER_PAGE * BLOCK_BYTES, utils::hugepages::SIZE)
                         : BLOCK_BYTES;
-            m_next = static_cast<T*>(utils::hugepages::allocate(bytes, alignof(T)));
-            m_slabs.emplace_back(m_next, FreeSlab{bytes});
+            m_next = m_slabs.emplace_back(utils::hugepages::memoryFor<T>(bytes)).get();
             m_nPrepared = isLarge ? BLOCKS_PER_PAGE : 1;
         }
         std::uninitialized_value_construct_n(m_next, MASK + 1);
@@ -106,7 +100,7 @@ private:
         --m_nPrepared;
     }
 
-    std::vector<std::unique_ptr<T, FreeSlab>> m_slabs;  ///< memory of the blocks, without objects
+    std::vector<utils::hugepages::CMemory<T>> m_slabs;  ///< of the blocks
     std::vector<std::unique_ptr<T[], DestroyObjects>> m_blocks;
     T* m_next = nullptr;
     std::size_t m_nPrepared = 0;
