@@ -287,6 +287,10 @@ public:
         double special = 0.0;  ///< of stocks under special treatment
     };
 
+    /// Puts about so many of the records that are new in the order of their stocks, in which
+    /// profits are added up. False when none is left; a revaluation sorts what is.
+    bool sortGrown(std::size_t most);
+
     /// Revalues the records of the stocks that have a new price. The answer has the profit
     /// sum of every pair with such a record, in account and strategy order.
     std::vector<ProfitSum> revalue(const LimitRates& rates);
@@ -432,7 +436,7 @@ private:
     void describeAccount(const Account& account, LedgerState& state) const;
     void describePair(const Pair& pair, LedgerState& state) const;
 
-    void sortGrownPairs();
+    void orderPairs();
     static void refreshLimits(Stock& stock);
     void revalueBlock(FigureBlock& block, const ValuePrices& prices);
     void revalueBlocks(const std::vector<std::pair<FigureBlock*, ValuePrices>>& blocks);

@@ -10,11 +10,14 @@ namespace TC {
 
 using namespace ledger;
 
-// Puts new figures in stock-key order before a pass: sums are always added in that order.
-void CLedger::sortGrownPairs() {
-    for (const std::uint32_t at : m_grownPairs) {
+bool CLedger::sortGrown(std::size_t most) {
+    std::size_t count = 0;
+    for (; !m_grownPairs.empty() && count < most; m_grownPairs.pop_back()) {
+        const std::uint32_t at = m_grownPairs.back();
         Pair& pair = m_pairs[at];
         if (pair.sorted == pair.figures.size()) continue;
+        count += pair.figures.size();
+        m_figureCopies.restart();
         const std::lock_guard names(m_namesMutex);
         std::sort(pair.figures.begin(), pair.figures.end(), [&](Figures* left, Figures* right) {
             return m_stocks[left->stock].key < m_stocks[right->stock].key;
@@ -27,20 +30,22 @@ void CLedger::sortGrownPairs() {
             figures.block->places[figures.inBlock] = {at, rank};
         }
     }
-    m_grownPairs.clear();
-    if (m_pairsInOrder.size() != m_pairs.size()) {
-        m_pairsInOrder.resize(m_pairs.size());
-        std::iota(m_pairsInOrder.begin(), m_pairsInOrder.end(), 0u);
-        std::sort(m_pairsInOrder.begin(), m_pairsInOrder.end(),
-                  [&](std::uint32_t left, std::uint32_t right) {
-                      const Pair& a = m_pairs[left];
-                      const Pair& b = m_pairs[right];
-                      if (a.account != b.account) {
-                          return m_accounts[a.account].key < m_accounts[b.account].key;
-                      }
-                      return m_strategies[a.strategy].key < m_strategies[b.strategy].key;
-                  });
-    }
+    return !m_grownPairs.empty();
+}
+
+void CLedger::orderPairs() {
+    if (m_pairsInOrder.size() == m_pairs.size()) return;
+    m_pairsInOrder.resize(m_pairs.size());
+    std::iota(m_pairsInOrder.begin(), m_pairsInOrder.end(), 0u);
+    std::sort(m_pairsInOrder.begin(), m_pairsInOrder.end(),
+              [&](std::uint32_t left, std::uint32_t right) {
+                  const Pair& a = m_pairs[left];
+                  const Pair& b = m_pairs[right];
+                  if (a.account != b.account) {
+                      return m_accounts[a.account].key < m_accounts[b.account].key;
+                  }
+                  return m_strategies[a.strategy].key < m_strategies[b.strategy].key;
+              });
 }
 
 void CLedger::setLatestPrice(std::uint32_t at, double price) {
@@ -118,7 +123,8 @@ void CLedger::revalueBlocks(const std::vector<std::pair<FigureBlock*, ValuePrice
 
 std::vector<CLedger::ProfitSum> CLedger::revalue(const LimitRates& rates) {
     m_figureCopies.restart();
-    sortGrownPairs();
+    sortGrown(ALL);
+    orderPairs();
     std::vector<std::pair<FigureBlock*, ValuePrices>> blocks;
     for (const std::uint32_t at : m_newPrices) {
         Stock& stock = m_stocks[at];

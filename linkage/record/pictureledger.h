@@ -144,7 +144,7 @@ private:
         PictureMembers::of(row, figures.record);
     }
 
-    /// What CLedger::sortGrownPairs() did before, and what it has still to do.
+    /// What CLedger::sortGrown() did before, and what it has still to do.
     void seat() {
         for (std::uint32_t at = 0; at < l.m_pairs.size(); ++at) {
             ledger::Pair& pair = l.m_pairs[at];

@@ -16,6 +16,9 @@ namespace {
 
 constexpr std::int64_t CALCULATOR_MICROS = 3'000'000;
 
+/// So many new records are put in order in one hold of the lock.
+constexpr std::size_t SORTED_PER_HOLD = 1000;
+
 constexpr char STAT_CALCULATOR[] = "CLinkageManager::runStatCalculator";
 
 }  // namespace
@@ -24,7 +27,15 @@ void CLinkageManager::runStatCalculator() {
     std::vector<CLedger::ProfitSum> sums;
     bool hadRecords = false;
     {
-        const CLock lock(m_mutex);
+        CLock lock(m_mutex);
+        for (bool more = true; more;) {
+            more = false;
+            attempt(STAT_CALCULATOR, [&] { more = m_pLedger->sortGrown(SORTED_PER_HOLD); });
+            if (!more) break;
+            lock.unlock();
+            m_mutex.giveWay();
+            lock.relock();
+        }
         hadRecords = m_pLedger->hasFigures();
         attempt(STAT_CALCULATOR, [&] {
             if (hadRecords) sums = m_pLedger->revalue({limitRate(false), limitRate(true)});

@@ -72,7 +72,19 @@ public:
             ledger.revalue({0.1, 0.05});
         } else if (what < 98) {
             ledger.removeAccount(any(ACCOUNTS), TODAY);
+        } else {
+            ledger.sortGrown(1 + number(3));
         }
+    }
+
+    /// All profits after a new price of each stock.
+    std::vector<std::string> revalue() {
+        for (const std::string& stock : STOCKS) ledger.setLatestPrice(stock, 9.37);
+        std::vector<std::string> sums;
+        for (const auto& sum : ledger.revalue({0.1, 0.05})) {
+            sums.push_back(fmt::format("{} {} {}", sum.account, sum.strategy, sum.profit));
+        }
+        return sums;
     }
 
     unsigned number(unsigned below) { return static_cast<unsigned>(m_random() % below); }
@@ -185,6 +197,23 @@ TEST(SlicedCopies, ByKeyAreWhatTheLedgerHasOfTheAccountsDay) {
         finish(busy, deals);
         deals.close();
         EXPECT_EQ(deals.takeByRecord(), busy.ledger.accountDeals("A", busy.TODAY));
+    }
+}
+
+// New records that are sorted between reports are added up as if the revaluation had sorted them.
+TEST(SlicedSorting, ChangesNoSum) {
+    Ready f({}, {"A", "B"});
+    for (unsigned seed = 1; seed <= 50; ++seed) {
+        SCOPED_TRACE(seed);
+        CBusyLedger busy(f, 1, seed), sorted(f, 1, seed);
+        for (int events = 0; events < 80; ++events) {
+            busy.happen();
+            sorted.happen();
+            sorted.ledger.sortGrown(1);
+        }
+        EXPECT_EQ(sorted.revalue(), busy.revalue());
+        EXPECT_FALSE(sorted.ledger.sortGrown(1));
+        EXPECT_EQ(sorted.ledger.checkIntegrity(), std::vector<std::string>());
     }
 }
 
