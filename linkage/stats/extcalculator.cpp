@@ -28,7 +28,7 @@ namespace {
 constexpr std::int64_t EXT_MICROS = 10'000'000;
 
 /// So much is renewed in one hold of the lock, counted in minutes of records and in records.
-constexpr std::size_t RENEWED_PER_HOLD = 200;
+constexpr std::size_t RENEWED_PER_HOLD = 100;
 /// A run goes over what has changed meanwhile so many times; the next run has the rest.
 constexpr int MOST_ROUNDS = 16;
 

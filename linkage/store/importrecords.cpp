@@ -1,3 +1,4 @@
+#include "common/heap.h"
 #include "linkage/core/clinkagemanager.h"
 #include "linkage/core/copyinslices.h"
 #include "linkage/core/published.h"
@@ -428,6 +429,7 @@ void CLinkageManager::importFile(const ImportTerms& terms, bool files, ImportRep
     // Reading may take a while and needs nothing of the manager.
     const CWorkbook book = readFile(report.path, &report.digest);
     Statement rows = readStatement(book, getTradeDate());
+    utils::sortFreedMemory();
     report.kind = rows.kind;
     report.read = rows.read;
     report.notes = std::move(rows.notes);

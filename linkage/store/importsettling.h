@@ -15,7 +15,7 @@ namespace TC {
 inline constexpr std::size_t ROWS_PER_HOLD = 50;
 
 /// To look for a row of an import, or for what is to be taken away, is quicker than to file one.
-inline constexpr std::size_t LOOKS_PER_HOLD = 200;
+inline constexpr std::size_t LOOKS_PER_HOLD = 100;
 
 /// What the ledger has of an account's day.
 template <class Record>

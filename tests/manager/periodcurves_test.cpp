@@ -338,6 +338,7 @@ TEST(PeriodCurves, AreTheSameInWhateverOrderThingsArrive) {
 /// fall on the same moments every half minute, so a slot can look in between.
 struct ManyStocks : testing::Test {
     static constexpr int STOCKS = 600;
+    static constexpr int LOOKS = 120;  ///< more than a run has turns
     Ready f{{.now = "2024-01-02 10:00:02"}, {"A", "B"}};
     std::uint64_t key = 0;
     std::vector<std::string> seen;      ///< at each turn, without repetitions
@@ -346,7 +347,7 @@ struct ManyStocks : testing::Test {
     void SetUp() override {
         f.manager().startProfitCalculator();
         f.manager().sigStatDataChanged.connect([this] {
-            if (f.now() == "10:01:02.000" && std::exchange(m_nLooks, 0) > 0) look(60);
+            if (f.now() == "10:01:02.000" && std::exchange(m_nLooks, 0) > 0) look(LOOKS);
         });
         dealAll("100001");
         f.advanceTo("10:00:40");
@@ -387,7 +388,7 @@ struct ManyStocks : testing::Test {
         if (turns == 0) return;
         const std::string now = pictures();
         if (seen.empty() || seen.back() != now) seen.push_back(now);
-        if (turns == 57 && inTheMiddle) inTheMiddle();
+        if (turns == LOOKS - 3 && inTheMiddle) inTheMiddle();
         if (!f.hasManager()) return;
         TC::ManagerAccess::post(f.manager(), [this, turns] { look(turns - 1); });
     }
