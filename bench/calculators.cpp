@@ -42,10 +42,11 @@ public:
     }
 
 private:
-    // Makes the programs once, and checks that all their profits are equal before any pass is
-    // timed.
+    // Makes the programs once for all of the group, and checks that all their profits are equal
+    // before any pass is timed.
     void prepare() {
         if (m_pLibrary) return;
+        figures().keep([this] { *this = CPasses(); });
         m_traded = makeTraded();
         m_pLimit = std::make_unique<CLimitProgram>(m_traded);
         m_pLibrary = std::make_unique<CLibraryProgram>(m_traded);
@@ -109,9 +110,7 @@ void addCalculators() {
     add("pass/limit", 5, PASSES, [passes] { return passes->limit(); });
     add("pass/all", 5, PASSES, [passes] { return passes->library(1); });
     add("pass/one-percent", 5, PASSES, [passes] { return passes->library(100); });
-    // Last, because a process has one manager: the passes must release theirs first.
-    add("deals/20,000 on one record", 5, CManyDeals::DEALS, [passes]() mutable {
-        *passes = CPasses();
+    add("deals/20,000 on one record", 5, CManyDeals::DEALS, [] {
         const std::vector<double> parts = CManyDeals().run();
         figures().note("deals/first thousand", parts.front() / CManyDeals::PART);
         figures().note("deals/last thousand", parts.back() / CManyDeals::PART);

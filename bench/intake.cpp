@@ -79,6 +79,7 @@ template <class Program>
 void addMemory(const std::string& name) {
     benchmark::RegisterBenchmark(("bytes/" + name).c_str(), [name](benchmark::State& state) {
         for (auto _ : state) {
+            figures().begin("bytes/" + name);
             constexpr std::size_t MORE = 8;
             const Workload few = makeOrders({}, 1);
             const Workload many = makeOrders({}, MORE);
@@ -96,17 +97,26 @@ void addMemory(const std::string& name) {
     })->Iterations(1);
 }
 
-void addCurve(const std::string& label, std::size_t factor) {
+/// A day with so many times the usual records.
+std::shared_ptr<CLazyDay> curveDay(std::size_t factor) {
     constexpr std::size_t ORDERS = 153'239;
     constexpr std::size_t DEALS = 96'761;
     Size size;
     size.orderReports = ORDERS * factor;
     size.dealReports = DEALS * factor;
-    const auto day = std::make_shared<CLazyDay>(size);
+    return std::make_shared<CLazyDay>(size);
+}
+
+void addCurve(const std::string& label, std::size_t factor) {
+    const auto day = curveDay(factor);
     add("curve/limit " + label, 3, day->reports(),
         [day] { return playSeconds<CLimitProgram>(day->get()); });
     add("curve/library " + label, 3, day->reports(),
         [day] { return playSeconds<CLibraryProgram>(day->get()); });
+}
+
+void addTextbookCurve(const std::string& label, std::size_t factor) {
+    const auto day = curveDay(factor);
     add("curve/textbook " + label, 1, day->reports(),
         [day] { return playSeconds<CTextbookProgram>(day->get()); });
 }
@@ -123,10 +133,10 @@ void addIntake() {
             [day] { return playSeconds<COwnLimitProgram<>>(day->get()); });
         add("report/library", 3, day->reports(),
             [day] { return playSeconds<CLibraryProgram>(day->get()); });
+        add("strand/one", 3, day->reports(), [day] { return strandSeconds(day->get(), 1); });
     }
-    add("report/textbook", 2, day->reports(),
+    add("report/textbook", 1, day->reports(),
         [day] { return playSeconds<CTextbookProgram>(day->get()); });
-    add("strand/one", 5, day->reports(), [day] { return strandSeconds(day->get(), 1); });
     add("strand/two", 5, day->reports(), [day] { return strandSeconds(day->get(), 2); });
     for (int turn = 0; turn < 3; ++turn) {
         add("storm/silent", 2, day->reports(),
@@ -140,6 +150,8 @@ void addIntake() {
     addCurve("x1", 1);
     addCurve("x4", 4);
     addCurve("x16", 16);
+    addTextbookCurve("x1", 1);
+    addTextbookCurve("x4", 4);
 }
 
 }  // namespace bench

@@ -90,6 +90,7 @@ private:
 void addLongDays() {
     benchmark::RegisterBenchmark("days/30 with rollovers", [](benchmark::State& state) {
         for (auto _ : state) {
+            figures().begin("days/30 with rollovers");
             CLongDays days;
             days.run(0);
             figures().note("days/running", days.running());
@@ -101,6 +102,7 @@ void addLongDays() {
     })->Iterations(1);
     benchmark::RegisterBenchmark("days/30, of which 5 are kept", [](benchmark::State& state) {
         for (auto _ : state) {
+            figures().begin("days/30, of which 5 are kept");
             CLongDays days;
             days.run(KEPT);
             figures().note("days/kept", days.after(DAYS));

@@ -2,6 +2,7 @@
 
 #include <malloc.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <ctime>
@@ -9,6 +10,7 @@
 #include <map>
 #include <string>
 #include <utility>
+#include <vector>
 
 /// The measurements of the benchmark, and the bounds that they are held against.
 namespace bench {
@@ -42,21 +44,47 @@ inline double bytesInUse() {
     return static_cast<double>(heap.uordblks + heap.hblkhd);
 }
 
-/// The least of each figure over all repetitions, by name: what the machine can do when
-/// nothing disturbs it.
+/// Of several values; not of none.
+double median(std::vector<double> values);
+
+/// Each figure of all repetitions, by name.
 class CFigures {
 public:
-    /// `details` of the run with the least figure stay with it.
+    /// Of the benchmark that runs. `details` of the run with the least figure stay with it.
     void note(const std::string& name, double value, const std::string& details = {}) {
-        const auto [at, fresh] = m_figures.try_emplace(name, value, details);
-        if (!fresh && value < at->second.first) at->second = {value, details};
+        Figure& figure = m_figures[name];
+        const bool isLeast = std::all_of(figure.values.begin(), figure.values.end(),
+                                         [value](double other) { return value < other; });
+        if (isLeast) figure.details = details;
+        figure.values.push_back(value);
+        figure.source = m_running;
     }
     bool has(const std::string& name) const { return m_figures.count(name) != 0; }
-    double operator[](const std::string& name) const { return m_figures.at(name).first; }
-    const std::string& details(const std::string& name) const { return m_figures.at(name).second; }
+    /// In the order in which they were measured.
+    const std::vector<double>& values(const std::string& name) const {
+        return m_figures.at(name).values;
+    }
+    const std::string& details(const std::string& name) const { return m_figures.at(name).details; }
+    /// The benchmark that noted it.
+    const std::string& source(const std::string& name) const { return m_figures.at(name).source; }
+
+    /// The benchmark `name` begins, or, when empty, no further one: what another group of
+    /// benchmarks has kept goes. A group is what stands before the first '/'.
+    void begin(const std::string& name);
+    /// The benchmarks of the group that runs share something until `release` is called. It must
+    /// not stay longer when it has a manager: a process has only one.
+    void keep(std::function<void()> release) { m_release = std::move(release); }
 
 private:
-    std::map<std::string, std::pair<double, std::string>> m_figures;
+    struct Figure {
+        std::vector<double> values;
+        std::string details;
+        std::string source;
+    };
+
+    std::map<std::string, Figure> m_figures;
+    std::string m_running;
+    std::function<void()> m_release;
 };
 
 inline CFigures& figures() {
@@ -84,6 +112,9 @@ bool printStream(double seconds);
 
 /// What each part of a report costs; not among the benchmarks.
 void printParts();
+
+/// A filter of the benchmarks behind the rows that are missed; empty when there are none.
+std::string missedBenchmarks();
 
 /// "what | measured | at most | ok"; false when something is more than allowed. Of two bounds that
 /// are alternatives one is enough.

@@ -37,11 +37,6 @@ double giveSeconds(const Workload& world) {
     });
 }
 
-double median(std::vector<double> values) {
-    std::nth_element(values.begin(), values.begin() + TURNS / 2, values.end());
-    return values[TURNS / 2];
-}
-
 class CPartTimes {
 public:
     void measure(const Workload& day) {
