@@ -1,5 +1,6 @@
 #pragma once
 
+#include "common/byaddress.h"
 #include "platform/records/dealdetail.h"
 #include "platform/records/orderdetail.h"
 
@@ -25,8 +26,7 @@ struct InboxItem {
         what;
 };
 
-/// Reports, told apart by address.
-using WaitingReports = std::set<boost::shared_ptr<const vexservice::IData>>;
+using WaitingReports = std::set<boost::shared_ptr<const vexservice::IData>, utils::ByAddress>;
 
 /// What waits for the strand, in the order of arrival. push() asks for a wake-up of the strand
 /// once per batch, not once per report: in a storm the wake-up is most of the cost of a post.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "common/byaddress.h"
 #include "common/prefetch.h"
 #include "platform/records/idata.h"
 
@@ -62,7 +63,7 @@ private:
     std::size_t m_nUsed = 0;
     bool m_bKeepAll = false;
     /// Older ones of a picture: few.
-    std::map<RecordName, std::map<RecordPtr, std::uint64_t>> m_older;
+    std::map<RecordName, std::map<RecordPtr, std::uint64_t, utils::ByAddress>> m_older;
 };
 
 }  // namespace TC

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+
 namespace {
 
 using TC::ByRecord;
@@ -31,6 +33,14 @@ TEST(Reconciliation, OrdersAreNewChangedOrGone) {
     EXPECT_EQ(TC::compareOrders(before, now, {waits, waitsToo}),
               (RecordChanges{.added = 1, .changed = 2, .gone = 1}))
         << "7 was imported until now; 3 and 4 say something else; 5 is gone, 8 nobody's";
+}
+
+// As from a client that reads its answers into arrays.
+TEST(Reconciliation, RecordsOfOnePieceOfMemoryAreToldApart) {
+    const auto piece = boost::make_shared<std::array<vexservice::COrderDetail, 2>>();
+    const TC::OrderPtr waits(piece, &piece->front());
+    const TC::OrderPtr other(piece, &piece->back());
+    EXPECT_EQ(TC::compareOrders({}, {{1, waits}, {2, other}}, {waits}), RecordChanges{.added = 1});
 }
 
 TEST(Reconciliation, PositionsFollowFromTheFirstOnesAndTheDeals) {
