@@ -171,6 +171,7 @@ Line lineOf(const Bound& bound) {
 
 std::vector<Line> linesOf(const std::vector<Bound>& all) {
     std::vector<Line> lines;
+    lines.reserve(all.size());
     for (const Bound& bound : all) lines.push_back(lineOf(bound));
     for (std::size_t at = 0; at + 1 < all.size(); ++at) {
         if (!all[at].orNext || (lines[at].isMissed && lines[at + 1].isMissed)) continue;

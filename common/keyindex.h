@@ -153,8 +153,8 @@ private:
     struct Table {
         struct Release {
             std::size_t mask;
-            void operator()(Slot* slots) const noexcept {
-                hugepages::release(slots, (mask + 1) * sizeof(Slot), alignof(Slot));
+            void operator()(Slot* memory) const noexcept {
+                hugepages::release(memory, (mask + 1) * sizeof(Slot), alignof(Slot));
             }
         };
         std::unique_ptr<Slot[], Release> slots;
