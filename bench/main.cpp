@@ -39,7 +39,7 @@ std::string stateDifference() {
     return difference;
 }
 
-/// The machine may have been disturbed. The least figure of all runs counts, and the output tells
+/// The machine may have been disturbed. The new figures join those of before, and the output tells
 /// what was measured again.
 void measureMissedAgain() {
     constexpr int MOST = 2;
