@@ -34,22 +34,30 @@ class LINKAGE_TS(capability("mutex")) CRecursiveMutex {
 public:
     /// Waits until the lock can be had. The owner may take it again.
     void lock() LINKAGE_TS(acquire_capability()) {
+        if (isMine()) {
+            ++m_nDepth;
+            return;
+        }
         IHoldWatch* const watch = m_pWatch.load(std::memory_order_acquire);
-        const bool tells = watch && !isMine();
-        if (tells) watch->wants();
+        if (watch) watch->wants();
         if (mustQueue() || !m_mutex.try_lock()) lockWaiting();
-        noteHold();
-        if (tells) watch->has();
+        beginHold();
+        if (watch) watch->has();
     }
     /// Takes the lock if no other thread has it; false when one has.
     bool try_lock() LINKAGE_TS(try_acquire_capability(true)) {
+        if (isMine()) {
+            ++m_nDepth;
+            return true;
+        }
         if (!m_mutex.try_lock()) return false;
-        noteHold();
+        beginHold();
         return true;
     }
     /// Gives one hold back.
     void unlock() LINKAGE_TS(release_capability()) {
-        if (--m_nDepth == 0) m_owner.store({}, std::memory_order_relaxed);
+        if (--m_nDepth > 0) return;
+        m_owner.store({}, std::memory_order_relaxed);
         m_mutex.unlock();
     }
 
@@ -100,15 +108,14 @@ private:
     bool isFirst() const {
         return m_first.load(std::memory_order_relaxed) == std::this_thread::get_id();
     }
-    /// Whether another thread goes first. The owner may always take the lock again.
-    bool mustQueue() const {
-        return m_bAhead.load(std::memory_order_relaxed) && !isMine() && !isFirst();
-    }
-    void noteHold() {
-        if (m_nDepth++ == 0) m_owner.store(std::this_thread::get_id(), std::memory_order_relaxed);
+    /// Whether another thread goes first.
+    bool mustQueue() const { return m_bAhead.load(std::memory_order_relaxed) && !isFirst(); }
+    void beginHold() {
+        m_nDepth = 1;
+        m_owner.store(std::this_thread::get_id(), std::memory_order_relaxed);
     }
 
-    std::recursive_mutex m_mutex;
+    std::mutex m_mutex;
     int m_nDepth = 0;  ///< of the owner
     std::atomic<std::thread::id> m_owner{};
     std::atomic<IHoldWatch*> m_pWatch{nullptr};
