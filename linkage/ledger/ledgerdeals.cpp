@@ -5,7 +5,6 @@
 #include "linkage/tape/moment.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <tuple>
 
 namespace TC {
@@ -13,7 +12,7 @@ namespace TC {
 using namespace ledger;
 
 DealReport CLedger::resolve(const std::string& accountKey, const DealPtr& deal) {
-    std::uint32_t account = findAccount(accountKey);
+    std::uint32_t account = m_accounts.recall(accountKey);
     if (account != NONE) m_accounts[account].deals.prefetch(utils::mixHash(deal->recordKey()));
     const Listing& listed = listing(deal->m_strMarket, deal->m_strCode);
     if (listed.excluded) return {.accountKey = accountKey, .deal = deal, .followed = false};
@@ -162,7 +161,7 @@ void CLedger::countDay(const DealStep& step) {
 }
 
 void CLedger::countMinute(const DealStep& step) {
-    const int minute = dealMinute(std::atoi(step.deal->m_strTradeTime.c_str()));
+    const int minute = dealMinute(timeNumber(step.deal->m_strTradeTime));
     Figures& figures = *step.figures;
     if (minute < 0) return;
     m_stocks[step.stock].hasPeriods = true;

@@ -27,7 +27,7 @@ std::uint32_t CLedger::accountId(const std::string& key) {
 }
 
 std::uint32_t CLedger::strategyId(const std::string& name) {
-    if (const std::uint32_t found = m_strategies.find(name); found != NONE) return found;
+    if (const std::uint32_t found = m_strategies.recall(name); found != NONE) return found;
     const std::lock_guard names(m_namesMutex);
     return m_strategies.add(name);
 }

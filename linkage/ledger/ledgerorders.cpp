@@ -43,7 +43,7 @@ OrderChange CLedger::apply(const std::string& accountKey, const OrderPtr& order,
 
 bool CLedger::resolve(const std::string& accountKey, const vexservice::COrderDetail& order,
                       OrderStep& step) {
-    step.account = findAccount(accountKey);
+    step.account = m_accounts.recall(accountKey);
     if (step.account != NONE) {
         m_accounts[step.account].orders.prefetch(utils::mixHash(order.recordKey()));
     }

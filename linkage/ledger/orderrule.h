@@ -4,8 +4,10 @@
 
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <limits>
 #include <optional>
+#include <string>
 
 namespace TC {
 
@@ -47,6 +49,19 @@ inline std::optional<double> amplitude(double price, double reference) {
     if (reference == 0.0) return std::nullopt;
     const double distance = std::fabs(price - reference) / reference;
     return std::isfinite(distance) ? std::optional(distance) : std::nullopt;
+}
+
+/// The number at the beginning of a text, as std::atoi reads it.
+inline int timeNumber(const std::string& hhmmss) {
+    constexpr std::size_t USUAL = 6;
+    if (hhmmss.size() != USUAL) return std::atoi(hhmmss.c_str());
+    int number = 0;
+    for (const char each : hhmmss) {
+        const int digit = each - '0';
+        if (digit < 0 || digit > 9) return std::atoi(hhmmss.c_str());
+        number = 10 * number + digit;
+    }
+    return number;
 }
 
 /// The minute of the day in which a deal counts: the one that ends at or after its
