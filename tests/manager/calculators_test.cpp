@@ -79,6 +79,36 @@ TEST_P(Calculators, MoreHistoryThanAHoldValuesIsValuedWhole) {
     }
 }
 
+// Amounts whose sum depends on the order in which they are added, of records that came in another
+// order.
+TEST_P(Calculators, MoreNewRecordsThanAHoldSortsAreAddedUpInTheOrderOfTheirStocks) {
+    constexpr int STRATEGIES = 30;
+    constexpr int STOCKS = 50;
+    const auto strategyAt = [](int at) { return fmt::format("S{:02}", at); };
+    std::uint64_t key = 0;
+    for (int round = 0; round < STOCKS; ++round) {
+        const int stock = round * 17 % STOCKS;
+        for (int at = 0; at < STRATEGIES; ++at) {
+            f.price({.stock = fmt::format("SH6000{:02}", stock), .last = 10.0, .push = false});
+            trade({.key = ++key,
+                   .stock = fmt::format("SH6000{:02}", stock),
+                   .price = 10.0 + 0.001 * static_cast<double>(key % 997),
+                   .strategy = strategyAt(at)});
+        }
+    }
+    f.forget();
+    f.advance(3);
+    const auto told = named(f.signals(), "profitChanged");
+    ASSERT_EQ(std::ssize(told), STRATEGIES + 1);
+    for (const SeenSignal& each : told) {
+        double sum = 0.0;
+        for (const auto& [stock, record] : f.manager().getTradeStatDatas("A", each.args[1])) {
+            sum += record->worth().m_dProfit;
+        }
+        EXPECT_EQ(std::stod(each.args[2]), sum) << each.args[1];
+    }
+}
+
 // What the files hold is plain: its figures stand for every client type. What is taken over
 // from the day is not: client type 3 counts the orders.
 TEST_P(Calculators, HistoryIsRevaluedOnDemandAndItsPricesAnnounced) {
