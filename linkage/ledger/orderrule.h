@@ -51,7 +51,7 @@ inline std::optional<double> amplitude(double price, double reference) {
     return std::isfinite(distance) ? std::optional(distance) : std::nullopt;
 }
 
-/// The number at the beginning of a text, as std::atoi reads it.
+/// What std::atoi reads of a time. Every deal brings one: six digits are read without a call.
 inline int timeNumber(const std::string& hhmmss) {
     constexpr std::size_t USUAL = 6;
     if (hhmmss.size() != USUAL) return std::atoi(hhmmss.c_str());

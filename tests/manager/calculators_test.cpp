@@ -79,21 +79,19 @@ TEST_P(Calculators, MoreHistoryThanAHoldValuesIsValuedWhole) {
     }
 }
 
-// Amounts whose sum depends on the order in which they are added, of records that came in another
-// order.
+// A sum of doubles depends on the order in which they are added. The deals come in another one.
 TEST_P(Calculators, MoreNewRecordsThanAHoldSortsAreAddedUpInTheOrderOfTheirStocks) {
     constexpr int STRATEGIES = 30;
     constexpr int STOCKS = 50;
-    const auto strategyAt = [](int at) { return fmt::format("S{:02}", at); };
     std::uint64_t key = 0;
     for (int round = 0; round < STOCKS; ++round) {
-        const int stock = round * 17 % STOCKS;
+        const std::string stock = fmt::format("SH6000{:02}", round * 17 % STOCKS);
+        f.price({.stock = stock, .last = 10.0, .push = false});
         for (int at = 0; at < STRATEGIES; ++at) {
-            f.price({.stock = fmt::format("SH6000{:02}", stock), .last = 10.0, .push = false});
             trade({.key = ++key,
-                   .stock = fmt::format("SH6000{:02}", stock),
+                   .stock = stock,
                    .price = 10.0 + 0.001 * static_cast<double>(key % 997),
-                   .strategy = strategyAt(at)});
+                   .strategy = fmt::format("S{:02}", at)});
         }
     }
     f.forget();

@@ -8,6 +8,7 @@
 
 #include <limits>
 #include <random>
+#include <string>
 
 namespace {
 
@@ -52,6 +53,21 @@ TEST(DealMinute, EndsAtOrAfterTheDeal) {
     for (const auto& [time, minute] :
          {std::pair{93000, 570}, {93001, 571}, {92500, 565}, {145959, 900}, {0, -1}}) {
         EXPECT_EQ(dealMinute(time), minute) << time;
+    }
+}
+
+TEST(TimeNumber, ReadsWhatAtoiReads) {
+    using namespace std::string_literals;
+    for (const auto& [text, number] : {std::pair{"093001"s, 93001},
+                                       {"93001"s, 93001},
+                                       {" 93001"s, 93001},
+                                       {"-93001"s, -93001},
+                                       {"09:300"s, 9},
+                                       {"09300x"s, 9300},
+                                       {"0930010"s, 930010},
+                                       {"0930\0001"s, 930},
+                                       {""s, 0}}) {
+        EXPECT_EQ(timeNumber(text), number) << text;
     }
 }
 
