@@ -1,5 +1,7 @@
 #include "bench/ownlimit.h"
 
+#include <boost/make_shared.hpp>
+
 namespace bench {
 
 CTextIds::CTextIds(const Workload& world) : m_strategies(world.strategies) {
@@ -16,6 +18,16 @@ CTextIds::CTextIds(const Workload& world) : m_strategies(world.strategies) {
     for (const paper::Instrument& stock : world.stocks) {
         add(m_stockIndex, hashOf(stock.market, stock.code), m_listings.size());
         m_listings.emplace_back(stock.market, stock.code);
+    }
+}
+
+CClientPrices::CClientPrices(const Workload& world) : m_quotes(m_service) {
+    m_keys.reserve(world.stockKeys.size());
+    for (std::size_t stock = 0; stock < world.stockKeys.size(); ++stock) {
+        const auto price = boost::make_shared<vexservice::CPriceData>();
+        price->m_dLastPrice = world.prices[stock];
+        m_quotes.setPrice(world.stockKeys[stock], price);
+        m_keys.push_back(QString::fromStdString(world.stockKeys[stock]));
     }
 }
 

@@ -4,9 +4,13 @@
 #include "common/keyindex.h"
 #include "linkage/core/mutex.h"
 #include "linkage/ledger/attribution.h"
+#include "paper/quotes.h"
 
+#include <boost/asio/io_service.hpp>
 #include <boost/shared_ptr.hpp>
 #include <boost/signals2/signal.hpp>
+
+#include <QString>
 
 #include <mutex>
 #include <string>
@@ -53,6 +57,18 @@ private:
     utils::CKeyIndex m_stockIndex;
 };
 
+/// The client's quotes, asked as the library asks them.
+class CClientPrices {
+public:
+    explicit CClientPrices(const Workload& world);
+    double of(std::uint32_t stock) { return m_quotes.getStockPrice(m_keys[stock])->m_dLastPrice; }
+
+private:
+    boost::asio::io_service m_service;
+    paper::CQuotes m_quotes;
+    std::vector<QString> m_keys;  ///< by stock
+};
+
 /// Keeps the newest report of every record, as the interface promises.
 struct ByRecord {
     using Order = boost::shared_ptr<vexservice::COrderDetail>;
@@ -89,13 +105,14 @@ struct Parts {
     bool prefetches = true;
     bool locks = false;    ///< takes the manager's lock for each report
     bool signals = false;  ///< raises the manager's signal, which nobody hears
+    bool prices = false;   ///< asks the client for the price of a new deal's stock
 };
 
 template <Parts PARTS = Parts{}>
 class COwnLimitProgram {
 public:
     explicit COwnLimitProgram(const Workload& workload)
-        : m_workload(workload), m_ids(workload), m_flat(workload) {}
+        : m_workload(workload), m_ids(workload), m_prices(workload), m_flat(workload) {}
 
     void order(std::uint32_t, const Report& report) {
         std::unique_lock held(m_mutex, std::defer_lock);
@@ -111,7 +128,11 @@ public:
         std::unique_lock held(m_mutex, std::defer_lock);
         if constexpr (PARTS.locks) held.lock();
         if constexpr (PARTS.prefetches) m_flat.prefetch(*report.deal);
-        m_flat.deal(KeptDeal(report.deal), *report.deal, idsOf(report));
+        const Ids ids = idsOf(report);
+        const bool isNew = m_flat.deal(KeptDeal(report.deal), *report.deal, ids);
+        if constexpr (PARTS.prices) {
+            if (isNew) m_dPrice = m_prices.of(ids.stock);
+        }
         if constexpr (PARTS.signals) m_changed();
     }
 
@@ -132,6 +153,8 @@ private:
 
     const Workload& m_workload;
     const CTextIds m_ids;
+    CClientPrices m_prices;
+    double m_dPrice = 0.0;  ///< the one asked for last
     CFlat<Keeping> m_flat;
     TC::CRecursiveMutex m_mutex;
     boost::signals2::signal<void()> m_changed;

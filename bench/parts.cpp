@@ -52,6 +52,9 @@ public:
             {"no prefetch", playSeconds<COwnLimitProgram<Parts{.prefetches = false}>>},
             {"lock", playSeconds<COwnLimitProgram<Parts{.locks = true}>>},
             {"signals", playSeconds<COwnLimitProgram<Parts{.signals = true}>>},
+            {"prices", playSeconds<COwnLimitProgram<Parts{.prices = true}>>},
+            {"all asked",
+             playSeconds<COwnLimitProgram<Parts{.locks = true, .signals = true, .prices = true}>>},
             {"library", playSeconds<CLibraryProgram>},
             {"own, given", giveSeconds<COwnLimitProgram<>>},
             {"library, given", giveSeconds<CLibraryProgram>},
@@ -96,9 +99,12 @@ void printParts() {
     print("  figures", times.between("own", "no figures"));
     print("what the interface also asks for: the lock", times.between("lock", "own"));
     print("what the interface also asks for: signals", times.between("signals", "own"));
+    print("what the interface also asks for: prices of new deals", times.between("prices", "own"));
+    print("what the interface also asks for: all three", times.between("all asked", "own"));
     print("  prefetch gains", times.between("no prefetch", "own"));
     print("the library", times.of("library"));
     print("  beyond the own limit", times.between("library", "own"));
+    print("  beyond the own limit with all three", times.between("library", "all asked"));
     print("freeing what is replaced, where nobody else keeps it: own limit",
           times.between("own, given", "own"));
     print("freeing what is replaced, where nobody else keeps it: library",
