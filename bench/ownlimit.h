@@ -13,6 +13,7 @@
 #include <QString>
 
 #include <mutex>
+#include <optional>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -57,7 +58,7 @@ private:
     utils::CKeyIndex m_stockIndex;
 };
 
-/// The client's quotes, asked as the library asks them.
+/// The quotes of a paper client, which the library asks too.
 class CClientPrices {
 public:
     explicit CClientPrices(const Workload& world);
@@ -112,7 +113,9 @@ template <Parts PARTS = Parts{}>
 class COwnLimitProgram {
 public:
     explicit COwnLimitProgram(const Workload& workload)
-        : m_workload(workload), m_ids(workload), m_prices(workload), m_flat(workload) {}
+        : m_workload(workload), m_ids(workload), m_flat(workload) {
+        if constexpr (PARTS.prices) m_prices.emplace(workload);
+    }
 
     void order(std::uint32_t, const Report& report) {
         std::unique_lock held(m_mutex, std::defer_lock);
@@ -131,7 +134,7 @@ public:
         const Ids ids = idsOf(report);
         const bool isNew = m_flat.deal(KeptDeal(report.deal), *report.deal, ids);
         if constexpr (PARTS.prices) {
-            if (isNew) m_dPrice = m_prices.of(ids.stock);
+            if (isNew) m_dPrice = m_prices->of(ids.stock);
         }
         if constexpr (PARTS.signals) m_changed();
     }
@@ -153,7 +156,7 @@ private:
 
     const Workload& m_workload;
     const CTextIds m_ids;
-    CClientPrices m_prices;
+    std::optional<CClientPrices> m_prices;
     double m_dPrice = 0.0;  ///< the one asked for last
     CFlat<Keeping> m_flat;
     TC::CRecursiveMutex m_mutex;
